@@ -1,0 +1,85 @@
+# What all our own code is compiled with, and how a layer and its tests are made.
+add_library(project_options INTERFACE)
+target_include_directories(project_options INTERFACE ${CMAKE_SOURCE_DIR})
+target_compile_options(project_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor -Wold-style-cast
+    -Wcast-qual -Werror
+    # Assertions and reports name files from the root of the tree, on every machine.
+    -fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=)
+target_link_libraries(project_options INTERFACE host_headers)
+find_package(Threads REQUIRED)
+if(WIN32)
+    # The product needs system DLLs only. Windows 7 is the oldest system that is supported.
+    target_compile_definitions(project_options INTERFACE
+        _WIN32_WINNT=0x0601 WIN32_LEAN_AND_MEAN NOMINMAX)
+    target_link_options(project_options INTERFACE -static)
+endif()
+if(NBCC_SANITIZE)
+    add_compile_options(-fsanitize=${NBCC_SANITIZE} -fno-sanitize-recover=all
+        -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=${NBCC_SANITIZE})
+endif()
+if(NBCC_FUZZERS)
+    add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+# What tests are compiled with, the code under test included.
+add_library(checked_options INTERFACE)
+target_compile_definitions(checked_options INTERFACE _GLIBCXX_ASSERTIONS)
+
+# layer(NAME SOURCES... [LINK LIBRARIES...]): the static library NAME, and its twin NAME_checked
+# that tests link, with the checks of the standard library. LINK names layers below (which get
+# their twin) and other libraries.
+function(layer name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "LINK")
+    foreach(suffix "" "_checked")
+        set(target ${name}${suffix})
+        add_library(${target} STATIC EXCLUDE_FROM_ALL ${arg_UNPARSED_ARGUMENTS})
+        target_link_libraries(${target} PUBLIC project_options Threads::Threads)
+        foreach(library ${arg_LINK})
+            if(suffix AND TARGET ${library}_checked)
+                target_link_libraries(${target} PUBLIC ${library}_checked)
+            else()
+                target_link_libraries(${target} PUBLIC ${library})
+            endif()
+        endforeach()
+    endforeach()
+    target_link_libraries(${name}_checked PUBLIC checked_options)
+endfunction()
+
+# layer_sources(OUT): this folder's sources by their suffix: without tests, benchmarks, and what
+# is bound to the other platform.
+function(layer_sources out)
+    file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+    list(FILTER sources EXCLUDE REGEX "_(test|bench)\\.cpp$")
+    if(WIN32)
+        list(FILTER sources EXCLUDE REGEX "-linux\\.cpp$")
+    else()
+        list(FILTER sources EXCLUDE REGEX "-win\\.cpp$")
+    endif()
+    set(${out} ${sources} PARENT_SCOPE)
+endfunction()
+
+# layer_tests(OUT), layer_benchmarks(OUT): the tests and benchmarks that stand beside them.
+macro(suffixed_sources out suffix)
+    file(GLOB found CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*_${suffix}.cpp)
+    if(NOT WIN32)
+        list(FILTER found EXCLUDE REGEX "-win_${suffix}\\.cpp$")
+    endif()
+    set(${out} ${found} PARENT_SCOPE)
+endmacro()
+function(layer_tests out)
+    suffixed_sources(${out} test)
+endfunction()
+function(layer_benchmarks out)
+    suffixed_sources(${out} bench)
+endfunction()
+
+# layer_test(NAME LAYERS...): the test program of this folder, over the checked layers.
+function(layer_test name)
+    layer_tests(sources)
+    add_executable(${name} ${sources})
+    target_link_libraries(${name} PRIVATE testing GTest::gtest_main)
+    foreach(library ${ARGN})
+        target_link_libraries(${name} PRIVATE ${library}_checked)
+    endforeach()
+endfunction()

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <windows.h>
+
+namespace testing_support {
+
+/// Points every import of `function` in one module at `replacement`, and back when the scope ends.
+///
+/// Works on the test program (null `module`) and on a loaded DLL, for whatever that module calls
+/// through its import table; what is linked into the module statically can't be reached. Throws
+/// std::logic_error if the module imports no such function, so that no test passes by accident.
+/// Not for use while other threads call the function.
+class ImportPatch {
+public:
+    ImportPatch(HMODULE module, const char* function, void* replacement);
+    ~ImportPatch();
+    ImportPatch(const ImportPatch&) = delete;
+    ImportPatch& operator=(const ImportPatch&) = delete;
+
+    void* original() const { return mOriginal; }
+
+private:
+    void exchange(void* from, void* to) const;
+
+    HMODULE mModule;
+    const char* mFunction;
+    void* mReplacement;
+    void* mOriginal;
+};
+
+/// The same with the function's own type, so that a replacement of another shape doesn't compile:
+///
+///     ReplacedCall<decltype(DeleteFileW)> refused("DeleteFileW", [](LPCWSTR) -> BOOL {
+///         SetLastError(ERROR_ACCESS_DENIED);
+///         return FALSE;
+///     });
+template <class Signature>
+class ReplacedCall {
+public:
+    ReplacedCall(const char* function, Signature* replacement, HMODULE module = nullptr)
+        : mPatch(module, function, reinterpret_cast<void*>(replacement)) {}
+
+    /// The system's function.
+    Signature* original() const { return reinterpret_cast<Signature*>(mPatch.original()); }
+
+private:
+    ImportPatch mPatch;
+};
+
+}  // namespace testing_support

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+namespace testing_support {
+
+/// A new folder of the test's own below the system's temporary folder, gone with all that is in
+/// it, read-only files included, when the object goes.
+class TempFolder {
+public:
+    TempFolder();
+    ~TempFolder();
+    TempFolder(const TempFolder&) = delete;
+    TempFolder& operator=(const TempFolder&) = delete;
+
+    const std::filesystem::path& path() const { return mPath; }
+    /// The folder, or `name` (UTF-8) in it, as UTF-8 with forward slashes.
+    std::string utf8(std::string_view name = {}) const;
+    /// Writes a file byte for byte (no line end is translated), and returns `utf8(name)`.
+    std::string write(std::string_view name, std::string_view content) const;
+
+private:
+    std::filesystem::path mPath;
+};
+
+}  // namespace testing_support

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstddef>
+#include <cstring>
+#include <cwchar>
+#include <string>
+#include <string_view>
+#include <utility>
+
+/// Characters that somebody else owns, the argument type of functions that compare or parse text.
+/// Neither a terminator nor UTF-8 is required. A null `data` is told apart from an empty text by
+/// the functions that say so.
+struct StringSpan {
+    const char* data = nullptr;
+    size_t length = 0;
+
+    constexpr StringSpan() = default;
+    constexpr StringSpan(const char* characters, size_t count) : data(characters), length(count) {}
+    /// Up to the terminator; null gives a null span.
+    constexpr StringSpan(const char* text)
+        : data(text), length(text == nullptr ? 0 : std::char_traits<char>::length(text)) {}
+    StringSpan(const std::string& text) : data(text.data()), length(text.size()) {}
+    constexpr StringSpan(std::string_view text) : data(text.data()), length(text.size()) {}
+
+    constexpr std::string_view view() const { return {data, length}; }
+};
+
+/// The same over UTF-16 units; `length` counts units.
+struct WideSpan {
+    const wchar_t* data = nullptr;
+    size_t length = 0;
+
+    constexpr WideSpan() = default;
+    constexpr WideSpan(const wchar_t* units, size_t count) : data(units), length(count) {}
+    constexpr WideSpan(const wchar_t* text)
+        : data(text), length(text == nullptr ? 0 : std::char_traits<wchar_t>::length(text)) {}
+    WideSpan(const std::wstring& text) : data(text.data()), length(text.size()) {}
+};
+
+/// Start and end (exclusive) of a stretch of a string that the range doesn't own. Means something
+/// only while that string is unchanged.
+using TextRange = std::pair<size_t, size_t>;
+
+/// A stretch of a path, from `begin` to one past its last character. Empty if both are equal.
+struct PathRange {
+    size_t begin = 0;
+    size_t end = 0;
+
+    constexpr size_t length() const { return end - begin; }
+    friend constexpr bool operator==(const PathRange&, const PathRange&) = default;
+};
