@@ -59,19 +59,13 @@ function(layer_sources out)
     set(${out} ${sources} PARENT_SCOPE)
 endfunction()
 
-# layer_tests(OUT), layer_benchmarks(OUT): the tests and benchmarks that stand beside them.
-macro(suffixed_sources out suffix)
-    file(GLOB found CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*_${suffix}.cpp)
-    if(NOT WIN32)
-        list(FILTER found EXCLUDE REGEX "-win_${suffix}\\.cpp$")
-    endif()
-    set(${out} ${found} PARENT_SCOPE)
-endmacro()
+# layer_tests(OUT): the tests that stand beside them.
 function(layer_tests out)
-    suffixed_sources(${out} test)
-endfunction()
-function(layer_benchmarks out)
-    suffixed_sources(${out} bench)
+    file(GLOB tests CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*_test.cpp)
+    if(NOT WIN32)
+        list(FILTER tests EXCLUDE REGEX "-win_test\\.cpp$")
+    endif()
+    set(${out} ${tests} PARENT_SCOPE)
 endfunction()
 
 # layer_test(NAME LAYERS...): the test program of this folder, over the checked layers.

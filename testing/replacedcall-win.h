@@ -9,7 +9,9 @@ namespace testing_support {
 /// Works on the test program (null `module`) and on a loaded DLL, for whatever that module calls
 /// through its import table; what is linked into the module statically can't be reached. Throws
 /// std::logic_error if the module imports no such function, so that no test passes by accident.
-/// Not for use while other threads call the function.
+/// Not for use while other threads call the function. The compiler takes import entries for
+/// constants: a call in the same function body as the patch may go by an entry read before it, so
+/// the call to be replaced stands in a function of another file, or in one that isn't inlined.
 class ImportPatch {
 public:
     ImportPatch(HMODULE module, const char* function, void* replacement);

@@ -8,15 +8,17 @@ namespace {
 
 using testing_support::ReplacedCall;
 
+__attribute__((noinline)) DWORD processId() { return GetCurrentProcessId(); }
+
 TEST(ReplacedCallTest, TheCallGoesToTheReplacementUntilTheScopeEnds) {
-    const DWORD before = GetCurrentProcessId();
+    const DWORD before = processId();
     {
         ReplacedCall<decltype(GetCurrentProcessId)> call("GetCurrentProcessId",
                                                          []() -> DWORD { return 42; });
-        EXPECT_EQ(GetCurrentProcessId(), 42U);
+        EXPECT_EQ(processId(), 42U);
         EXPECT_EQ(call.original()(), before);
     }
-    EXPECT_EQ(GetCurrentProcessId(), before);
+    EXPECT_EQ(processId(), before);
 }
 
 TEST(ReplacedCallTest, AFunctionThatTheModuleDoesNotImportIsAnError) {

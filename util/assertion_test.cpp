@@ -12,7 +12,7 @@ TEST(AssertionTest, AFailureNamesFileLineAndExpressionAndEndsTheProcess) {
 TEST(AssertionTest, TheMacroHandsOverTheConditionsSourceTextAndARelativeFileName) {
     const bool absolute = false;
     EXPECT_DEATH(NB_ASSERT(absolute),
-                 "assertion failed at util/assertion_test\\.cpp\\([0-9]+\\): absolute");
+                 "assertion failed at util/assertion_test\\.cpp\\(\\d+\\): absolute");
 }
 
 TEST(AssertionTest, AConditionThatHoldsPassesAndIsEvaluatedOnce) {

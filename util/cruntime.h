@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 #include <cwchar>
+#include <string>
 
 #ifndef _WIN32
 #include <strings.h>
@@ -36,6 +37,23 @@ inline int wcsnicmp(const wchar_t* a, const wchar_t* b, size_t count) {
     return _wcsnicmp(a, b, count);
 #else
     return wcsncasecmp(a, b, count);
+#endif
+}
+
+/// Writes at most `size` characters, and a terminator only where there is room left. The result is
+/// the count, or negative if the text doesn't fit.
+inline int vsnprintf(char* buffer, size_t size, const char* pattern, va_list arguments) {
+#ifdef _WIN32
+    return _vsnprintf(buffer, size, pattern, arguments);
+#else
+    // The C standard's call keeps the last place for the terminator, so the copy has one more.
+    std::string text(size + 1, '\0');
+    const int count = std::vsnprintf(text.data(), text.size(), pattern, arguments);
+    if (count < 0 || static_cast<size_t>(count) > size) {
+        return -1;
+    }
+    text.copy(buffer, static_cast<size_t>(count));
+    return count;
 #endif
 }
 

@@ -1,8 +1,8 @@
 #include "util/threadkey-pthreads.h"
 
-#include <gtest/gtest.h>
-
 #include <thread>
+
+#include <gtest/gtest.h>
 
 namespace {
 

@@ -1,0 +1,44 @@
+#pragma once
+
+// One row of the benchmark table: what we do beside what a peer does, in one run of one process.
+//
+//     TEST_CASE("normalizePath") {
+//         compare({"normalizePath", "copy of the path", 2.0},
+//                 [&] { return normalizePath(path); },
+//                 [&] { return std::string(path); });
+//     }
+
+#define CATCH_CONFIG_ENABLE_BENCHMARKING
+#include <string>
+
+#include <catch2/catch.hpp>
+
+namespace benchmark {
+
+struct Row {
+    std::string operation;
+    std::string peer;
+    /// The largest good ratio of our time to the peer's: 2 allows us twice its time, 0.2 asks us
+    /// to be five times as fast.
+    double limit;
+};
+
+/// Takes note of the row whose two benchmarks, `ours` and `peer`, are measured next.
+void announce(const Row& row);
+
+inline constexpr const char* OURS = "ours";
+inline constexpr const char* PEER = "peer";
+
+/// Measures both in turns, several times over, so that a change of the machine's pace meets both;
+/// each side's time is the smallest of its medians. A result that a function returns is kept alive.
+template <class Ours, class Peer>
+void compare(const Row& row, Ours ours, Peer peer) {
+    announce(row);
+    constexpr int rounds = 5;
+    for (int round = 0; round < rounds; ++round) {
+        BENCHMARK(std::string(OURS)) { return ours(); };
+        BENCHMARK(std::string(PEER)) { return peer(); };
+    }
+}
+
+}  // namespace benchmark

@@ -1,0 +1,16 @@
+#include "util/stringformat.h"
+
+#include <cstdarg>
+
+#include "util/cruntime.h"
+
+std::string format(size_t capacity, const char* pattern, ...) {
+    std::string text(capacity, '\0');
+    va_list arguments;
+    va_start(arguments, pattern);
+    const int count = cruntime::vsnprintf(text.data(), capacity, pattern, arguments);
+    va_end(arguments);
+    // A text that doesn't fit has a negative count, which no string can be resized to.
+    text.resize(static_cast<size_t>(count));
+    return text;
+}
