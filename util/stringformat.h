@@ -5,8 +5,4 @@
 
 /// printf-style text of at most `capacity` characters. The capacity is the caller's promise: a
 /// longer text is a programming fault and ends in std::length_error.
-#ifdef __GNUC__
-__attribute__((format(printf, 2, 3)))
-#endif
-std::string
-format(size_t capacity, const char* pattern, ...);
+[[gnu::format(printf, 2, 3)]] std::string format(size_t capacity, const char* pattern, ...);
