@@ -12,7 +12,7 @@ TEST(AssertionTest, AFailureNamesFileLineAndExpressionAndEndsTheProcess) {
 TEST(AssertionTest, TheMacroHandsOverTheConditionsSourceTextAndARelativeFileName) {
     const bool absolute = false;
     EXPECT_DEATH(NB_ASSERT(absolute),
-                 "assertion failed at util/assertion_test\\.cpp\\(\\d+\\): absolute");
+                 "assertion failed at util/assertion_test\\.cpp\\(.*\\): absolute");
 }
 
 TEST(AssertionTest, AConditionThatHoldsPassesAndIsEvaluatedOnce) {

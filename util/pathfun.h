@@ -1,0 +1,123 @@
+#pragma once
+
+// Paths as text: nothing here touches the file system.
+//
+// A path is UTF-8 (or any bytes) and may use both `/` and `\`. Three forms of it are absolute: a
+// drive (`C:\a`, and also `C:a` and `1:x`: whatever has a colon in second place), a share
+// (`\\server\share`, with any number and kind of separators), and, in Cygwin mode alone, a path
+// with a single leading `/`. `\a` alone is not absolute. The normal form of an absolute path has
+// forward slashes, no `.` or `..`, no doubled or trailing separator, and a `/` behind a bare drive:
+//
+//     normalizePath("C:\\a\\.\\b\\")         == "C:/a/b"
+//     normalizePath("\\\\srv\\sh\\a\\..")    == "//srv/sh"
+//     joinPath("C:\\a", "b", '/')            == "C:\\a/b"
+//
+// Case is kept everywhere; the relations between paths ignore it.
+//
+// All functions are reentrant. The one shared state is the Cygwin mode, which no lock guards: it
+// must not be set while other threads do path work.
+
+#include <string>
+#include <vector>
+
+#include "util/textspan.h"
+
+/// The path mode of Windows paths, with both separators. Any other value means POSIX paths.
+inline constexpr int windowsPaths = 1;
+
+/// Cygwin mode: with `enabled`, a path with a single leading `/` is absolute, and a folder of one
+/// character under `prefix` ("/cygdrive/") is the root of a drive. A prefix that doesn't end in a
+/// separator, the empty one included, gets a `/`. Off at start-up.
+void setCygwinPaths(bool enabled, const std::string& prefix);
+bool cygwinPathsEnabled();
+
+// Separators
+
+bool isPathSeparator(char c, int mode);
+/// Turns each `/` into `\`.
+void toBackslashes(std::string& path);
+
+// Roots and absolute paths
+
+/// Tells whether `path` is absolute, and where its root ends: `root` is 0 to 2 for a drive, 0 to
+/// the end of the share for a share, and empty for a path that isn't absolute or has a lone `/` for
+/// root. `rootText`, if it isn't null, gets the root in its normal spelling (`//server/share`).
+bool parsePathRoot(StringSpan path, PathRange& root, std::string* rootText, int mode);
+bool isAbsolutePath(StringSpan path, int mode);
+
+// Components
+
+/// Appends the components of `path` to `components`, which isn't cleared: first the root, if the
+/// path is absolute, then each name. If `components` is empty even then, it gets the range 0 to 0.
+/// The result and `rootText` (which may be null) are those of `parsePathRoot`.
+bool splitPath(const std::string& path, std::vector<PathRange>& components, std::string* rootText);
+
+/// The normal form of `path`, which must be absolute: an assertion stops the process otherwise. A
+/// `..` that climbs above the root is dropped without complaint. Any result that ends in `:`, and
+/// not only a bare drive, gets a `/` behind it.
+std::string normalizePath(const std::string& path);
+
+// Building and taking apart
+
+/// `second` as seen from `first`, with nothing normalised. An absolute `second` stands alone; one
+/// with a leading separator follows the root of an absolute `first`; any other is put behind
+/// `first`, with `separator` between them unless `first` ends in a separator of either kind.
+std::string joinPath(StringSpan first, StringSpan second, char separator);
+
+/// What stands before the last separator, and `.` if there is none.
+std::string parentPath(const std::string& path);
+/// What stands behind the last separator. Empty, and not the whole path, if there is none.
+std::string leafName(const std::string& path);
+/// What stands behind the last `.` of the last component, without the `.`.
+std::string fileExtension(const std::string& path);
+
+/// What `splitFileName` finds, as indices of its result.
+enum PathPart {
+    drivePart,      ///< the drive letter without its colon
+    directoryPart,  ///< up to and with the last separator
+    leafPart,       ///< behind it; only its start can be relied on
+    stemPart,       ///< from the start of the path to the extension's dot
+    extensionPart,  ///< from that dot, dot included
+    pathPartCount,
+};
+/// Makes `parts` the five ranges of `PathPart`, empty where there is no such part.
+void splitFileName(const std::string& path, std::vector<PathRange>& parts, int mode);
+/// Cuts `path` behind its last separator, which `dir` keeps.
+void splitDirLeaf(const std::string& path, std::string& dir, std::string& leaf);
+/// The same if the leaf holds a `*` or `%`. Otherwise `dir` is the whole path and `pattern` empty.
+void splitWildcardLeaf(const std::string& path, std::string& dir, std::string& pattern);
+
+/// Appends a `/` to a path that is empty or ends in `:`.
+void terminateRoot(std::string& path);
+/// Appends the paths to `out` with `;` between them.
+void joinPathList(const std::vector<std::string>& paths, std::string& out);
+
+// Relations between paths
+
+/// Whether `path` is `prefix` or lies below it, as far as the text tells: without regard to case,
+/// both separators being alike.
+bool isInPath(const std::string& prefix, const std::string& path);
+
+/// Cuts `base` off the front of `path` and leaves the rest as it stands, empty if nothing is left.
+/// Components are compared without regard to case. False, and `path` unchanged, if `path` isn't
+/// absolute or doesn't lie in `base`. `base` must be absolute: an assertion stops the process.
+bool makeRelativeTo(const std::string& base, std::string& path);
+
+// Small tests
+
+/// True for exactly `.` and `..`.
+bool isDotName(const char* name);
+bool isDotName(const std::string& name);
+bool isDotName(StringSpan name);
+
+/// Moves the start of `path` behind a leading `./` and all `/` and `./` that follow it. False, and
+/// `path` unchanged, if it has fewer than three characters or begins otherwise.
+bool stripDotSlash(StringSpan& path);
+
+/// The upper-case drive letter if `path` is exactly a letter, `:` and a separator, and otherwise 0.
+char isDriveRoot(const char* path);
+
+/// Whether the `:` at offset `loc` of a line of text is the colon of a drive letter. `fallback`
+/// answers where what follows it leaves that open. An assertion stops the process if there is no
+/// `:` at `loc`.
+bool isDriveColon(const std::string& line, size_t loc, bool fallback);

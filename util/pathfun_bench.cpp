@@ -1,0 +1,69 @@
+#include <array>
+#include <filesystem>
+
+#include "testing/benchmark/comparison.h"
+#include "util/pathfun.h"
+
+namespace {
+
+using benchmark::compare;
+
+const std::array<std::string, 20> PATHS = {
+    R"(C:\Users\build\src\main\driver.cpp)",
+    R"(M:\main_view\vobs\platform\include\platform\config.h)",
+    R"(M:/main_view/vobs/platform/lib/../include/version.h)",
+    R"(X:\vobs\tools\bin\make.exe)",
+    R"(x:/vobs/tools/./bin/make.exe)",
+    R"(\\fileserver\projects\release\4.2\notes.txt)",
+    R"(//fileserver/projects/release/4.2/../4.3/notes.txt)",
+    R"(C:\)",
+    R"(D:\a)",
+    R"(C:\Program Files\Common Files\System\Ole DB\oledb32.dll)",
+    R"(C:/work/out/obj/win64/release/util/pathfun.obj)",
+    R"(C:\work\out\obj\win64\release\util\windows\..\pathfun.obj)",
+    R"(E:\build\nightly\2026\11\21\logs\compile.log)",
+    R"(M:\dev_jk_2\vobs\gui\src\widgets\treeview\treeviewmodel.cpp)",
+    R"(M:\dev_jk_2\vobs\gui\src\widgets\treeview\..\..\..\inc\gui.h)",
+    R"(Z:/vob1/component/subcomponent/module/file.c)",
+    R"(C:\temp\)",
+    R"(C:\src\third_party\zlib\contrib\minizip\ioapi.c)",
+    R"(Y:\vobs\docs\guide\chapter_01\figures\overview.png)",
+    R"(C:/src//double/slashes///in/this/one.txt)",
+};
+
+TEST_CASE("normalizePath of 20 paths") {
+    compare(
+        {"normalizePath, 20 paths", "copy into a std::string", 2.0},
+        [] {
+            size_t size = 0;
+            for (const std::string& path : PATHS) {
+                size += normalizePath(path).size();
+            }
+            return size;
+        },
+        [] {
+            size_t size = 0;
+            for (const std::string& path : PATHS) {
+                size += std::string(path).size();
+            }
+            return size;
+        });
+    compare(
+        {"normalizePath, 20 paths", "path::lexically_normal", 1.0 / 15},
+        [] {
+            size_t size = 0;
+            for (const std::string& path : PATHS) {
+                size += normalizePath(path).size();
+            }
+            return size;
+        },
+        [] {
+            size_t size = 0;
+            for (const std::string& path : PATHS) {
+                size += std::filesystem::path(path).lexically_normal().native().size();
+            }
+            return size;
+        });
+}
+
+}  // namespace
