@@ -1,10 +1,23 @@
 #include "util/windows/unicodetext-win.h"
 
+#include <climits>
+
 #include <windows.h>
 
+namespace {
+
+// Windows counts in an int. A text beyond that can't be converted, and handing over what a cast
+// makes of its length would convert something else: -1, for one, means up to the terminator.
+constexpr size_t longestText = INT_MAX;
+constexpr size_t bytesPerUnit = 4;
+
+}  // namespace
+
 std::string toUtf8(const std::wstring& text) {
-    // A unit of its own takes at most three bytes, a surrogate pair four.
-    std::string result(text.size() * 4, '\0');
+    if (text.empty() || text.size() > longestText / bytesPerUnit) {
+        return {};
+    }
+    std::string result(text.size() * bytesPerUnit, '\0');
     const int size =
         WideCharToMultiByte(CP_UTF8, /*dwFlags=*/0, text.data(), static_cast<int>(text.size()),
                             result.data(), static_cast<int>(result.size()),
@@ -14,6 +27,9 @@ std::string toUtf8(const std::wstring& text) {
 }
 
 std::wstring toWide(StringSpan text) {
+    if (text.length == 0 || text.length > longestText) {
+        return {};
+    }
     std::wstring result(text.length, L'\0');
     const int size =
         MultiByteToWideChar(CP_UTF8, /*dwFlags=*/0, text.data, static_cast<int>(text.length),

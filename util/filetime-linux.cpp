@@ -1,0 +1,25 @@
+#include "util/filetime.h"
+
+FileTime FileTime::now() {
+    timespec time{};
+    clock_gettime(CLOCK_REALTIME, &time);
+    const FileTime result = fromUnixTime(time.tv_sec, static_cast<int32_t>(time.tv_nsec));
+    // To the tick, as the clock of Windows.
+    return {result.mTicks, 0};
+}
+
+std::optional<std::tm> localTime(int64_t secondsSince1970) {
+    // The range of the Windows runtime: 1970 to 3000.
+    constexpr int64_t last = 32'535'215'999;
+    if (secondsSince1970 < 0 || secondsSince1970 > last) {
+        return std::nullopt;
+    }
+    std::tm local{};
+    const std::tm* result = localtime_r(&secondsSince1970, &local);
+    return result == nullptr ? std::nullopt : std::optional(local);
+}
+
+int32_t secondsWestOfUtc() {
+    [[maybe_unused]] static const bool looked = (tzset(), true);
+    return static_cast<int32_t>(timezone);
+}

@@ -1,0 +1,21 @@
+#include <windows.h>
+
+#include "util/filetime.h"
+
+FileTime FileTime::now() {
+    FILETIME time;
+    GetSystemTimeAsFileTime(&time);
+    return {static_cast<uint64_t>(time.dwHighDateTime) << 32 | time.dwLowDateTime, 0};
+}
+
+std::optional<std::tm> localTime(int64_t secondsSince1970) {
+    // The runtime's buffer belongs to this thread.
+    const std::tm* local = _localtime64(&secondsSince1970);
+    return local == nullptr ? std::nullopt : std::optional(*local);
+}
+
+int32_t secondsWestOfUtc() {
+    // Before the first look at the zone the variable holds a zone of the runtime's own.
+    [[maybe_unused]] static const bool looked = (_tzset(), true);
+    return static_cast<int32_t>(_timezone);
+}

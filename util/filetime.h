@@ -1,0 +1,81 @@
+#pragma once
+
+#include <cstdint>
+#include <ctime>
+#include <optional>
+#include <ostream>
+#include <string>
+
+/// A point in time: ticks of 100 ns since 1 January 1601 UTC, as Windows counts file times, and
+/// the nanoseconds below one tick. A plain value, with no clock and no zone of its own.
+///
+/// No operation checks its range: the ticks wrap around at 64 bits.
+class FileTime {
+public:
+    static constexpr uint64_t ticksPerSecond = 10'000'000;
+    /// From 1 January 1601 to 1 January 1970.
+    static constexpr uint64_t secondsToUnixEpoch = 11'644'473'600;
+    static constexpr uint64_t ticksToUnixEpoch = secondsToUnixEpoch * ticksPerSecond;
+
+    /// Seconds since 1970 and the rest, which together are the point in time. The division rounds
+    /// towards zero, so that the rest may be negative in front of 1970.
+    struct UnixNanoseconds {
+        int64_t seconds;
+        int32_t nanoseconds;
+    };
+    struct UnixMicroseconds {
+        int64_t seconds;
+        int32_t microseconds;
+    };
+
+    /// Tick 0.
+    constexpr FileTime() = default;
+    /// Any count of nanoseconds: those that make up whole ticks go over to the ticks.
+    FileTime(uint64_t ticks, int32_t nanoseconds);
+    /// The same from seconds since 1970.
+    static FileTime fromUnixTime(int64_t seconds, int32_t nanoseconds);
+    /// From 100 ns since 1970.
+    static FileTime fromUnixTicks(int64_t count);
+    /// The system's clock, to its tick.
+    static FileTime now();
+
+    constexpr uint64_t ticks() const { return mTicks; }
+    /// 0 to 99.
+    constexpr int32_t nanos() const { return mNanos; }
+
+    /// The seconds are meant to be held in 32 bits and sign-extended, as the readers of this form
+    /// hold them: they turn negative in January 2038.
+    UnixNanoseconds unixTime() const;
+    UnixMicroseconds unixTimeInMicroseconds() const;
+    /// 100 ns since 1970; `nanos` is left out.
+    int64_t unixTicks() const;
+
+    /// `count` may be negative.
+    void addNanoseconds(int64_t count);
+    void addSeconds(uint64_t count);
+
+    friend constexpr bool operator==(const FileTime&, const FileTime&) = default;
+
+private:
+    uint64_t mTicks = 0;
+    int32_t mNanos = 0;
+};
+
+/// The time stamp: local date and time to the second, and the zone, as in
+/// "2009-02-13T18:31:30+0500". See `timeStampText`. A time that the runtime has no local date for
+/// (in front of 1970, or beyond the year 3000) leaves the date and time out.
+std::ostream& operator<<(std::ostream& stream, const FileTime& time);
+
+/// The text of a time stamp from its parts. No `local` leaves the date and time out.
+///
+/// `secondsWest` is the zone's standard offset, with a positive value west of Greenwich. It is
+/// written with its own sign, which is the reverse of ISO 8601: New York is "+0500". That is
+/// meant: what reads these stamps expects it. Less than a minute is written "Z".
+std::string timeStampText(const std::optional<std::tm>& local, int32_t secondsWest);
+
+/// The date and time in the zone of this process, or nothing if the C runtime refuses them.
+std::optional<std::tm> localTime(int64_t secondsSince1970);
+
+/// The standard offset (no summer time) of the zone of this process, in seconds west of UTC. The
+/// C runtime looks the zone up once; a program that changes TZ later calls `tzset`.
+int32_t secondsWestOfUtc();

@@ -1,0 +1,118 @@
+#include "util/valueconversion.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstdlib>
+#include <iomanip>
+#include <sstream>
+#include <string_view>
+
+#include "util/cruntime.h"
+#include "util/processlocale.h"
+
+namespace {
+
+struct BoolWord {
+    std::string_view text;
+    bool value;
+};
+
+constexpr BoolWord boolWords[] = {{"yes", true}, {"on", true},   {"true", true},
+                                  {"no", false}, {"off", false}, {"false", false}};
+constexpr size_t longestBoolWord = 5;
+
+bool isSameWord(std::string_view word, StringSpan text) {
+    return word.size() == text.length &&
+           cruntime::strnicmp(word.data(), text.data, text.length) == 0;
+}
+
+}  // namespace
+
+bool parseBool(StringSpan text, bool* value) {
+    if (text.length == 0 || text.length > longestBoolWord) {
+        return false;
+    }
+    if (text.length == 1) {
+        switch (*text.data) {
+            case '0':
+            case 'F':
+            case 'N':
+            case 'f':
+            case 'n':
+                *value = false;
+                return true;
+            case '1':
+            case 'T':
+            case 'Y':
+            case 't':
+            case 'y':
+                *value = true;
+                return true;
+            default:
+                return false;
+        }
+    }
+    for (const BoolWord& word : boolWords) {
+        if (isSameWord(word.text, text)) {
+            *value = word.value;
+            return true;
+        }
+    }
+    return false;
+}
+
+bool parseInt(StringSpan text, int* value) {
+    // strtol stops at a terminator only, and the span needn't have one.
+    const std::string terminated(text.view());
+    char* end = nullptr;
+    const long number = std::strtol(terminated.c_str(), &end, 10);
+    if (value != nullptr) {
+        // A long is as wide as an int on one platform and wider on another.
+        *value = static_cast<int>(std::clamp<long>(number, INT_MIN, INT_MAX));
+    }
+    return end == terminated.c_str() + terminated.size();
+}
+
+bool parseInt(const char* text, int length, int* value) {
+    return parseInt(length < 1 ? StringSpan(text) : StringSpan(text, static_cast<size_t>(length)),
+                    value);
+}
+
+std::string doubleToString(double value, int precision) {
+    std::ostringstream stream;
+    stream.imbue(std::locale::classic());
+    stream << std::setprecision(precision) << value;
+    return stream.str();
+}
+
+int parsePlatform(const char* name) {
+    if (name == nullptr) {
+        return platformNone;
+    }
+    if (cruntime::stricmp(name, "windows") == 0) {
+        return platformWindows;
+    }
+    if (cruntime::stricmp(name, "solaris") == 0) {
+        return platformSolaris;
+    }
+    if (cruntime::stricmp(name, "solarisx86") == 0) {
+        return platformSolarisX86;
+    }
+    if (cruntime::stricmp(name, "linux") == 0) {
+        return platformLinux;
+    }
+    return platformUnknown;
+}
+
+StringSpan buildPlatform() { return "i686_win64"; }
+
+std::string narrowText(const std::wstring& text, char replacement, const std::locale& locale) {
+    std::string result(text.size(), '\0');
+    std::use_facet<std::ctype<wchar_t>>(locale).narrow(text.data(), text.data() + text.size(),
+                                                       replacement, result.data());
+    return result;
+}
+
+std::ostream& operator<<(std::ostream& stream, const std::wstring& text) {
+    return stream << narrowText(text, '?', processLocale());
+}
