@@ -1,0 +1,74 @@
+#include "util/processlocale.h"
+
+#include <cstdlib>
+#include <iostream>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "testing/environmentscope.h"
+
+namespace {
+
+const char* const UNKNOWN = "no_SUCH.locale";
+const char* const UTF8 = "C.UTF-8";
+
+bool isKnown(const char* name) {
+    try {
+        return std::locale(name).name() == name;
+    } catch (const std::runtime_error&) {
+        return false;
+    }
+}
+
+void tellLocaleAndExit() {
+    std::cerr << processLocale().name();
+    std::exit(0);
+}
+
+// The locale is made at start-up, so the words are those of a child that starts with the variable;
+// the whole of what the child writes must be the locale's name.
+void expectLocaleOfAChild(const std::optional<std::string>& value, const std::string& name) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const testing_support::EnvironmentScope scope("NIMBREL_LOCALE", value);
+    EXPECT_EXIT(tellLocaleAndExit(), testing::ExitedWithCode(0), "^" + name + "$");
+}
+
+TEST(ProcessLocaleTest, NoNameGivesTheClassicLocale) {
+    EXPECT_EQ(localeOrClassic(nullptr).name(), "C");
+}
+
+TEST(ProcessLocaleTest, ANameThatNoLocaleHasGivesTheClassicLocale) {
+    EXPECT_EQ(localeOrClassic(UNKNOWN).name(), "C");
+}
+
+TEST(ProcessLocaleTest, ANameGivesItsLocaleWithAllCategories) {
+    if (!isKnown(UTF8)) {
+        GTEST_SKIP() << "this C++ library knows no locale " << UTF8;
+    }
+    // A locale of mixed categories has a name that lists them.
+    EXPECT_EQ(localeOrClassic(UTF8).name(), UTF8);
+}
+
+TEST(ProcessLocaleTest, TheLocaleIsOneObjectForAllCallers) {
+    EXPECT_EQ(&processLocale(), &processLocale());
+}
+
+TEST(ProcessLocaleDeathTest, WithoutTheVariableAProcessHasTheClassicLocaleAndSaysNothing) {
+    expectLocaleOfAChild(std::nullopt, "C");
+}
+
+TEST(ProcessLocaleDeathTest, WithAnUnknownNameAProcessHasTheClassicLocaleAndSaysNothing) {
+    expectLocaleOfAChild(UNKNOWN, "C");
+}
+
+TEST(ProcessLocaleDeathTest, WithAKnownNameAProcessHasThatLocale) {
+    if (!isKnown(UTF8)) {
+        GTEST_SKIP() << "this C++ library knows no locale " << UTF8;
+    }
+    expectLocaleOfAChild(UTF8, "C.UTF-8");
+}
+
+}  // namespace

@@ -1,0 +1,84 @@
+#include "util/stringedit.h"
+
+#include <algorithm>
+#include <locale>
+
+#include "util/characterset.h"
+#include "util/processlocale.h"
+
+namespace {
+
+constexpr CharacterSet TRIMMED(" \v\f\t\r\n");
+constexpr CharacterSet TRIMMED_LEFT("\v\f\t ");
+constexpr CharacterSet COLLAPSED("\v\f\r\n\t ");
+constexpr CharacterSet CHOMPED("\r\n");
+
+void cutFront(std::string& text, const CharacterSet& set) { text.erase(0, set.findNotIn(text, 0)); }
+
+void cutEnd(std::string& text, const CharacterSet& set) {
+    size_t end = text.size();
+    while (end > 0 && set.contains(text[end - 1])) {
+        --end;
+    }
+    text.resize(end);
+}
+
+const std::ctype<char>& characterTypes() {
+    return std::use_facet<std::ctype<char>>(processLocale());
+}
+
+}  // namespace
+
+void chomp(std::string& text) { cutEnd(text, CHOMPED); }
+
+void trim(std::string& text) {
+    cutEnd(text, TRIMMED);
+    cutFront(text, TRIMMED);
+}
+
+void trimLeft(std::string& text) { cutFront(text, TRIMMED_LEFT); }
+
+void toLower(std::string& text) {
+    characterTypes().tolower(text.data(), text.data() + text.size());
+}
+
+void toUpper(std::string& text) {
+    characterTypes().toupper(text.data(), text.data() + text.size());
+}
+
+void replaceChar(std::string& text, char from, char to) {
+    // Meant so: a path whose backslashes become slashes loses one trailing backslash on the way,
+    // and the path code relies on it.
+    if (!text.empty() && text.back() == from) {
+        text.pop_back();
+    }
+    std::replace(text.begin(), text.end(), from, to);
+}
+
+void blankLineContinuations(std::string& text, int limit) {
+    const size_t end = limit == -1 ? text.size() : static_cast<size_t>(std::max(limit, 0));
+    for (size_t at = text.find('\\'); at < end && at + 1 < text.size();
+         at = text.find('\\', at + 1)) {
+        if (text[at + 1] == '\n') {
+            text[at] = ' ';
+            text[at + 1] = ' ';
+        }
+    }
+}
+
+void collapseWhitespace(std::string& text) {
+    size_t end = 0;  // of what is finished; never beyond the character that is read
+    bool blanksPending = false;
+    for (const char c : text) {
+        if (COLLAPSED.contains(c)) {
+            blanksPending = end != 0;
+            continue;
+        }
+        if (blanksPending) {
+            text[end++] = ' ';
+            blanksPending = false;
+        }
+        text[end++] = c;
+    }
+    text.resize(end);
+}

@@ -1,0 +1,120 @@
+#include "util/stringsplit.h"
+
+#include <algorithm>
+
+#include "util/characterset.h"
+#include "util/stringcompare.h"
+
+namespace {
+
+// Hands the start and end of each token between delimiters to `take`.
+template <class Take>
+void forEachToken(const std::string& text, const std::string& delimiters, Take take) {
+    const CharacterSet set(delimiters);
+    for (size_t start = set.findNotIn(text, 0); start < text.size();) {
+        const size_t end = set.findIn(text, start);
+        take(start, end);
+        start = set.findNotIn(text, end);
+    }
+}
+
+template <class Item, class Equal>
+void dropRepeats(std::vector<Item>& items, Equal equal) {
+    items.erase(std::unique(items.begin(), items.end(), equal), items.end());
+}
+
+}  // namespace
+
+void splitRanges(const std::string& text, std::vector<TextRange>& out,
+                 const std::string& delimiters, bool keepEmpty) {
+    const CharacterSet set(delimiters);
+    size_t start = 0;
+    for (size_t at = set.findIn(text, 0); at < text.size(); at = set.findIn(text, start)) {
+        // Meant so: a delimiter at index 0 has no token before it, not even an empty one.
+        if (at != 0 && (keepEmpty || at != start)) {
+            out.emplace_back(start, at);
+        }
+        start = at + 1;
+    }
+    if (start < text.size()) {
+        out.emplace_back(start, text.size());
+    }
+}
+
+void splitRuns(const std::string& text, std::vector<TextRange>& out,
+               const std::string& delimiters) {
+    const CharacterSet set(delimiters);
+    for (size_t start = 0; start < text.size();) {
+        const size_t end =
+            set.contains(text[start]) ? set.findNotIn(text, start) : set.findIn(text, start);
+        out.emplace_back(start, end);
+        start = end;
+    }
+}
+
+void split(const std::string& text, std::vector<std::string>& out, const std::string& delimiters) {
+    forEachToken(text, delimiters,
+                 [&](size_t start, size_t end) { out.emplace_back(text, start, end - start); });
+}
+
+void split(const std::string& text, std::set<std::string>& out, const std::string& delimiters) {
+    forEachToken(text, delimiters,
+                 [&](size_t start, size_t end) { out.insert(text.substr(start, end - start)); });
+}
+
+bool splitQuoted(const std::string& text, std::vector<std::string>& out,
+                 const std::string& delimiters, const std::string& quotes, bool stripQuotes) {
+    const CharacterSet set(delimiters);
+    const CharacterSet quoteSet(quotes);
+    for (size_t start = set.findNotIn(text, 0); start < text.size();) {
+        size_t end = 0;  // of the token with its quotes
+        if (quoteSet.contains(text[start])) {
+            // Meant so: any quote closes, whichever kind has opened.
+            const size_t closing = quoteSet.findIn(text, start + 1);
+            if (closing == text.size()) {
+                return false;
+            }
+            end = closing + 1;
+            const size_t border = stripQuotes ? 1 : 0;
+            out.emplace_back(text, start + border, end - start - 2 * border);
+        } else {
+            end = set.findIn(text, start);
+            out.emplace_back(text, start, end - start);
+        }
+        start = set.findNotIn(text, end);
+    }
+    return true;
+}
+
+std::string joinRanges(const std::string& text, const std::vector<TextRange>& ranges,
+                       const std::string& separator) {
+    std::string result;
+    bool first = true;
+    for (const TextRange& range : ranges) {
+        if (range.first != range.second) {
+            if (!first) {
+                result += separator;
+            }
+            result.append(text, range.first, range.second - range.first);
+        }
+        first = false;
+    }
+    return result;
+}
+
+void sortUnique(std::vector<std::string>& items, bool caseSensitive) {
+    std::sort(items.begin(), items.end(), StringLess(caseSensitive));
+    // Meant so: ignoring case is for the order alone, and both spellings stay.
+    dropRepeats(items, StringEqual(true));
+}
+
+void sortUniqueRanges(const std::string& text, std::vector<TextRange>& ranges, bool caseSensitive) {
+    const RangeLess less(text, caseSensitive);
+    if (caseSensitive) {
+        std::sort(ranges.begin(), ranges.end(), less);
+    } else {
+        // A heap sort: ignoring case `less` is no order, and std::sort could leave the vector.
+        std::partial_sort(ranges.begin(), ranges.end(), ranges.end(), less);
+    }
+    dropRepeats(ranges, RangeEqual(text, true));
+}

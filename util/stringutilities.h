@@ -1,0 +1,23 @@
+#pragma once
+
+// The plain text layer: comparison with a case switch, edits in place, splitting and joining, and
+// small scanners for command lines and escape characters. Text is `std::string`, taken as bytes
+// that hold UTF-8; case is folded for ASCII letters only, save by `toLower` and `toUpper`, which
+// follow the process-wide locale.
+//
+// All of it is free functions and small function objects without shared state: any thread may call
+// them, and none allocates more than the strings and vectors that it fills. None reports a failure,
+// save `splitQuoted`, which says false for an open quote; std::bad_alloc passes.
+//
+// Four sets of blanks stand side by side, and each function keeps to its own:
+//
+//     trim                 space, vertical tab, form feed, tab, carriage return, line feed
+//     trimLeft             vertical tab, form feed, tab, space: line ends stay
+//     collapseWhitespace   vertical tab, form feed, carriage return, line feed, tab, space
+//     chomp                carriage return, line feed
+
+#include "util/stringcompare.h"
+#include "util/stringedit.h"
+#include "util/stringformat.h"
+#include "util/stringscan.h"
+#include "util/stringsplit.h"
