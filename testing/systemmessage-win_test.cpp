@@ -1,0 +1,42 @@
+#include "testing/systemmessage-win.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using testing_support::SystemMessage;
+
+__attribute__((noinline)) DWORD ask(DWORD flags, wchar_t* buffer, DWORD size) {
+    return FormatMessageW(flags, /*lpSource=*/nullptr, /*dwMessageId=*/5, /*dwLanguageId=*/1024,
+                          buffer, size, /*Arguments=*/nullptr);
+}
+
+TEST(SystemMessageTest, TheMessageIsGivenInTheCallersBuffer) {
+    const SystemMessage message(L"no.\r\n");
+    wchar_t buffer[20] = L"";
+    EXPECT_EQ(ask(FORMAT_MESSAGE_FROM_SYSTEM, buffer, 20), 5U);
+    EXPECT_EQ(std::wstring(buffer), L"no.\r\n");
+    ASSERT_EQ(message.calls().size(), 1U);
+    EXPECT_EQ(message.calls()[0].flags, static_cast<DWORD>(FORMAT_MESSAGE_FROM_SYSTEM));
+    EXPECT_EQ(message.calls()[0].number, 5U);
+    EXPECT_EQ(message.calls()[0].language, 1024U);
+    EXPECT_EQ(message.calls()[0].size, 20U);
+}
+
+TEST(SystemMessageTest, TheMessageIsGivenInABufferOfItsOwnToCallersThatAskForIt) {
+    const SystemMessage message(L"no.\r\n");
+    wchar_t* buffer = nullptr;
+    ASSERT_EQ(ask(FORMAT_MESSAGE_ALLOCATE_BUFFER, reinterpret_cast<wchar_t*>(&buffer), 0), 5U);
+    EXPECT_EQ(std::wstring(buffer, 5), L"no.\r\n");
+    EXPECT_EQ(message.calls()[0].allocated, buffer);
+    LocalFree(buffer);
+}
+
+TEST(SystemMessageTest, AnEmptyMessageIsNone) {
+    const SystemMessage none(L"");
+    wchar_t* buffer = nullptr;
+    EXPECT_EQ(ask(FORMAT_MESSAGE_ALLOCATE_BUFFER, reinterpret_cast<wchar_t*>(&buffer), 0), 0U);
+    EXPECT_EQ(buffer, nullptr);
+}
+
+}  // namespace

@@ -1,0 +1,44 @@
+#include "util/windows/debugstream-win.h"
+
+#include <string>
+
+#include <windows.h>
+
+#include "util/windows/errortext-win.h"
+
+DebugStreambuf::~DebugStreambuf() = default;
+
+int DebugStreambuf::sync() {
+    const std::string text = str();
+    if (!text.empty()) {
+        OutputDebugStringA(text.c_str());
+        str(std::string());
+    }
+    return 0;
+}
+
+DebugStream::DebugStream() : std::ostream(new DebugStreambuf) {}
+
+DebugStream::~DebugStream() {
+    flush();
+    delete dynamic_cast<std::stringbuf*>(rdbuf());
+}
+
+void debugFailure(const char* call) noexcept { debugFailure(call, GetLastError()); }
+
+void debugFailure(const char* call, uint32_t error) noexcept {
+    try {
+        debugFailure(Win32Exception(call, error));
+    } catch (const std::exception&) {
+        // No memory for the words: there is nobody left to tell.
+        return;
+    }
+}
+
+void debugFailure(const std::exception& failure) noexcept {
+    try {
+        DebugStream() << failure.what() << std::endl;
+    } catch (const std::exception&) {
+        return;
+    }
+}

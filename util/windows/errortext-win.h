@@ -1,0 +1,93 @@
+#pragma once
+
+// Failed Windows calls: the exceptions that name them, and the words for their numbers.
+//
+//     if (!CopySid(size, to, from)) {
+//         throw Win32Exception("CopySid");  // "CopySid: Access is denied. (5)"
+//     }
+//
+// `context` is the bare name of the failed call everywhere, if need be with a remark:
+// "GetTokenInformation(size query)". It must not be null.
+//
+// No function here changes the thread's GetLastError or WSAGetLastError. A number that the system
+// has no words for gets a text all the same; nothing but std::bad_alloc is ever thrown. Texts are
+// UTF-8. Every function may be called by any thread.
+
+#include <cstdint>
+#include <iosfwd>
+#include <stdexcept>
+#include <string>
+
+/// A failed Windows call; `what()` is its win32ErrorText. Catch it by reference to test the number.
+class Win32Exception : public std::runtime_error {
+public:
+    /// Takes GetLastError, before anything else runs.
+    explicit Win32Exception(const char* context);
+    Win32Exception(const char* context, uint32_t error);
+    ~Win32Exception() override;
+
+    uint32_t mError;
+};
+
+/// A failed call of the NT layer; `what()` is its ntErrorText.
+class NtException : public std::runtime_error {
+public:
+    NtException(const char* context, uint32_t status);
+    ~NtException() override;
+
+    uint32_t mStatus;
+};
+
+/// "CONTEXT: SENTENCE (NUMBER)": the system's sentence without its line end, or "Windows error
+/// NUMBER" if it has none. The number in brackets is decimal, or hexadecimal ("0x80070005") if it
+/// is negative.
+std::string win32ErrorText(const char* context, int error);
+
+/// The same for an NTSTATUS, with the sentence from NTDLL, or "NT error 0xNNNNNNNN" if that has
+/// none. The number in brackets is always hexadecimal.
+std::string ntErrorText(const char* context, uint32_t status);
+
+/// The words for an error as a part of somebody's sentence: the system's sentence without its line
+/// end and full stop, or "Error NUMBER" if it has none (hexadecimal from 0x80000000 on). With
+/// `withCode` follows " (error code NUMBER)", decimal.
+///
+/// `which` says where the number comes from: 0, the value at `error`, or the socket error if that
+/// value is 0; 1, the value at `error`; 2, the socket error. A null `error` stands for the value
+/// of GetLastError, or of WSAGetLastError if that is 0.
+std::string errorText(bool withCode, const uint32_t* error, int which);
+
+/// The same text, kept by the calling thread: the pointer is good until this thread calls again
+/// or ends.
+const char* lastErrorText(bool withCode, const uint32_t* error, int which);
+
+/// The two error numbers that a thread has.
+///
+///     const ErrorState failure = ErrorState::current();
+///     ...                                         // may fail as well
+///     text << "can't read: " << failure;
+struct ErrorState {
+    /// What the calling thread has now.
+    static ErrorState current();
+
+    void save() { *this = current(); }
+    /// Gives the numbers back to the calling thread. The two share one place in Windows: where
+    /// they differ, both read as the Windows number afterwards.
+    void restore() const;
+
+    /// By the `which` of errorText: 0, the Windows number, or the socket number if that is 0; 1,
+    /// the Windows number; 2, the socket number.
+    uint32_t select(int which) const;
+
+    uint32_t mWindowsError = 0;
+    uint32_t mSocketError = 0;
+};
+
+/// One error number that is to be put into words.
+struct ErrorNumber {
+    uint32_t mNumber = 0;
+};
+
+/// Writes the errorText, without the code, of `number`.
+std::ostream& operator<<(std::ostream& out, ErrorNumber number);
+/// The same of the Windows number of `state`, or of its socket number if that is 0.
+std::ostream& operator<<(std::ostream& out, const ErrorState& state);

@@ -1,0 +1,513 @@
+#include "util/windows/errortext-win.h"
+
+#include <functional>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <winsock2.h>
+#include <windows.h>
+
+#include "testing/replacedcall-win.h"
+#include "testing/systemmessage-win.h"
+
+namespace {
+
+using testing_support::ReplacedCall;
+using testing_support::SystemMessage;
+
+int gSocketError = 0;
+std::vector<std::string> gRestored;
+
+int WINAPI getSocketError() { return gSocketError; }
+
+void WINAPI setSocketError(int error) {
+    gRestored.push_back("socket " + std::to_string(error));
+    gSocketError = error;
+}
+
+/// As long as it lives, the socket error is a value of its own, as it isn't in Windows.
+class SocketError {
+public:
+    explicit SocketError(int error)
+        : mGet("WSAGetLastError", getSocketError), mSet("WSASetLastError", setSocketError) {
+        gSocketError = error;
+        gRestored.clear();
+    }
+
+private:
+    ReplacedCall<decltype(WSAGetLastError)> mGet;
+    ReplacedCall<decltype(WSASetLastError)> mSet;
+};
+
+void expectOneCall(const SystemMessage& message, DWORD flags, const void* source, DWORD number,
+                   DWORD size) {
+    ASSERT_EQ(message.calls().size(), 1U);
+    const SystemMessage::Call& call = message.calls()[0];
+    EXPECT_EQ(call.flags, flags);
+    EXPECT_EQ(call.source, source);
+    EXPECT_EQ(call.number, number);
+    EXPECT_EQ(call.language, 1024U);
+    EXPECT_EQ(call.size, size);
+    EXPECT_EQ(call.arguments, nullptr);
+}
+
+bool endsWith(const std::string& text, const std::string& tail) {
+    return text.size() >= tail.size() && text.substr(text.size() - tail.size()) == tail;
+}
+
+// A number of the application's own range, which the system has no words for.
+constexpr uint32_t noSystemError = 0x20004711;
+
+TEST(Win32ExceptionTest, ItHoldsItsNumberAndItsTextEndsInTheNumberInBrackets) {
+    const Win32Exception failure("CopySid", 5);
+    EXPECT_EQ(failure.mError, 5U);
+    const std::string text = failure.what();
+    EXPECT_EQ(text.substr(0, 9), "CopySid: ");
+    EXPECT_TRUE(endsWith(text, " (5)")) << text;
+    EXPECT_EQ(text, win32ErrorText("CopySid", 5));
+}
+
+TEST(Win32ExceptionTest, WithoutANumberItTakesTheLastError) {
+    SetLastError(1332);
+    const Win32Exception failure("LookupAccountSid");
+    EXPECT_EQ(failure.mError, 1332U);
+    EXPECT_TRUE(endsWith(failure.what(), " (1332)")) << failure.what();
+}
+
+TEST(Win32ExceptionTest, ItCanBeCaughtByReferenceAndAsARuntimeError) {
+    try {
+        throw Win32Exception("CopySid", 0x80070005);
+    } catch (Win32Exception& failure) {
+        EXPECT_EQ(failure.mError, 0x80070005U);
+    }
+    EXPECT_THROW(throw Win32Exception("CopySid", 5), std::runtime_error);
+}
+
+TEST(NtExceptionTest, ItHoldsItsStatusAndItsTextEndsInHexadecimal) {
+    const NtException failure("NTSTATUS", 0xC0000022);
+    EXPECT_EQ(failure.mStatus, 0xC0000022U);
+    const std::string text = failure.what();
+    EXPECT_EQ(text.substr(0, 10), "NTSTATUS: ");
+    EXPECT_TRUE(endsWith(text, " (0xc0000022)")) << text;
+    EXPECT_EQ(text, ntErrorText("NTSTATUS", 0xC0000022));
+}
+
+TEST(NtExceptionTest, ASmallStatusEndsInHexadecimalAsWell) {
+    EXPECT_TRUE(endsWith(NtException("NTSTATUS", 0x103).what(), " (0x103)"));
+}
+
+TEST(NtExceptionTest, ItCanBeCaughtByReferenceAndAsARuntimeError) {
+    try {
+        throw NtException("NTSTATUS", 0x80000005);
+    } catch (NtException& failure) {
+        EXPECT_EQ(failure.mStatus, 0x80000005U);
+    }
+    EXPECT_THROW(throw NtException("NTSTATUS", 5), std::runtime_error);
+}
+
+TEST(Win32ErrorTextTest, TheSentenceStandsBetweenContextAndNumber) {
+    const SystemMessage message(L"Access is denied.\r\n");
+    EXPECT_EQ(win32ErrorText("CopySid", 5), "CopySid: Access is denied. (5)");
+    EXPECT_EQ(win32ErrorText("GetTokenInformation(size query)", 0),
+              "GetTokenInformation(size query): Access is denied. (0)");
+}
+
+TEST(Win32ErrorTextTest, ANegativeNumberStandsInHexadecimalBehindTheSentence) {
+    const SystemMessage message(L"Access is denied.\r\n");
+    EXPECT_EQ(win32ErrorText("CopySid", static_cast<int>(0x80070005U)),
+              "CopySid: Access is denied. (0x80070005)");
+}
+
+TEST(Win32ErrorTextTest, AllLineEndsAtTheEndAreStrippedAndNoOthers) {
+    const struct {
+        const wchar_t* message;
+        const char* text;
+    } rows[] = {
+        {L"Denied.", "C: Denied. (5)"},
+        {L"Denied.\n", "C: Denied. (5)"},
+        {L"Denied.\r", "C: Denied. (5)"},
+        {L"Denied.\n\r\r\n\n", "C: Denied. (5)"},
+        {L"Denied. \r\n", "C: Denied.  (5)"},
+        {L"Denied,\r\nagain.\r\n", "C: Denied,\r\nagain. (5)"},
+        {L"\r\n", "C:  (5)"},
+    };
+    for (const auto& row : rows) {
+        const SystemMessage message(row.message);
+        EXPECT_EQ(win32ErrorText("C", 5), row.text);
+    }
+}
+
+TEST(Win32ErrorTextTest, TheSentenceIsUtf8) {
+    const SystemMessage message(L"Acc\x00E8s refus\x00E9 \xD83D\xDE00.\r\n");
+    EXPECT_EQ(win32ErrorText("C", 5), "C: Acc\xC3\xA8s refus\xC3\xA9 \xF0\x9F\x98\x80. (5)");
+}
+
+TEST(Win32ErrorTextTest, WithoutASentenceTheNumberStandsInItsPlace) {
+    const SystemMessage none(L"");
+    EXPECT_EQ(win32ErrorText("C", 5), "C: Windows error 5 (5)");
+    EXPECT_EQ(win32ErrorText("C", 0), "C: Windows error 0 (0)");
+    EXPECT_EQ(win32ErrorText("C", 0x7fffffff), "C: Windows error 2147483647 (2147483647)");
+}
+
+TEST(Win32ErrorTextTest, ANegativeNumberWithoutASentenceIsDecimalFirstAndThenHexadecimal) {
+    const SystemMessage none(L"");
+    EXPECT_EQ(win32ErrorText("C", -1), "C: Windows error -1 (0xffffffff)");
+    EXPECT_EQ(win32ErrorText("C", static_cast<int>(0x80000000U)),
+              "C: Windows error -2147483648 (0x80000000)");
+}
+
+TEST(Win32ErrorTextTest, ANumberThatTheRealSystemDoesNotKnowGetsTheNumberToo) {
+    EXPECT_EQ(win32ErrorText("C", noSystemError), "C: Windows error 536889105 (536889105)");
+    EXPECT_EQ(win32ErrorText("C", -2), "C: Windows error -2 (0xfffffffe)");
+}
+
+TEST(Win32ErrorTextTest, TheRealSystemsSentenceIsTakenWithoutItsLineEnd) {
+    const std::string text = win32ErrorText("C", ERROR_ACCESS_DENIED);
+    EXPECT_EQ(text.find("Windows error"), std::string::npos) << text;
+    EXPECT_EQ(text.find_first_of("\r\n"), std::string::npos) << text;
+    EXPECT_GT(text.size(), std::string("C:  (5)").size());
+}
+
+TEST(Win32ErrorTextTest, TheSystemIsAskedInTheNeutralLanguageFor500CharactersAndNoInserts) {
+    const SystemMessage message(L"Denied.");
+    win32ErrorText("C", -2);
+    expectOneCall(message, /*flags=*/0x1000, /*source=*/nullptr, /*number=*/0xfffffffe,
+                  /*size=*/500);
+}
+
+TEST(NtErrorTextTest, TheSentenceStandsBetweenContextAndHexadecimalNumber) {
+    const SystemMessage message(L"{Access Denied}\r\nA process was refused.\r\n");
+    EXPECT_EQ(ntErrorText("NtOpenFile", 0xC0000022),
+              "NtOpenFile: {Access Denied}\r\nA process was refused. (0xc0000022)");
+    EXPECT_EQ(ntErrorText("NtOpenFile", 5),
+              "NtOpenFile: {Access Denied}\r\nA process was refused. (0x5)");
+}
+
+TEST(NtErrorTextTest, WithoutASentenceTheNumberStandsInItsPlaceInEightDigits) {
+    const SystemMessage none(L"");
+    EXPECT_EQ(ntErrorText("C", 0xC0000022), "C: NT error 0xc0000022 (0xc0000022)");
+    EXPECT_EQ(ntErrorText("C", 5), "C: NT error 0x00000005 (0x5)");
+    EXPECT_EQ(ntErrorText("C", 0), "C: NT error 0x00000000 (0x0)");
+}
+
+TEST(NtErrorTextTest, AStatusThatTheRealSystemDoesNotKnowGetsTheNumberToo) {
+    EXPECT_EQ(ntErrorText("C", 0xE0004711), "C: NT error 0xe0004711 (0xe0004711)");
+}
+
+TEST(NtErrorTextTest, TheSentenceIsLookedUpInNtdll) {
+    const SystemMessage message(L"Denied.");
+    ntErrorText("C", 0xC0000022);
+    expectOneCall(message, /*flags=*/0x1800, /*source=*/GetModuleHandleW(L"ntdll.dll"),
+                  /*number=*/0xC0000022, /*size=*/500);
+}
+
+TEST(ErrorTextTest, TheNumberComesFromWhereTheRuleSays) {
+    const uint32_t zero = 0;
+    const uint32_t five = 5;
+    const struct {
+        const uint32_t* error;
+        int which;
+        DWORD lastError;
+        int socketError;
+        DWORD number;
+    } rows[] = {
+        {&five, 0, 7, 10054, 5},       {&zero, 0, 7, 10054, 10054}, {&zero, 0, 7, 0, 0},
+        {&five, 1, 7, 10054, 5},       {&zero, 1, 7, 10054, 0},     {&five, 2, 7, 10054, 10054},
+        {&five, 2, 7, 0, 0},           {nullptr, 0, 7, 10054, 7},   {nullptr, 0, 0, 10054, 10054},
+        {nullptr, 0, 0, 0, 0},         {nullptr, 1, 7, 10054, 7},   {nullptr, 1, 0, 10054, 10054},
+        {nullptr, 2, 7, 10054, 10054}, {nullptr, 2, 7, 0, 0},
+    };
+    for (const auto& row : rows) {
+        const SystemMessage none(L"");
+        const SocketError socketError(row.socketError);
+        SetLastError(row.lastError);
+        EXPECT_EQ(errorText(false, row.error, row.which), "Error " + std::to_string(row.number))
+            << &row - rows;
+    }
+}
+
+TEST(ErrorTextTest, OneLineEndAndOneFullStopAreCutFromTheSentence) {
+    const struct {
+        const wchar_t* message;
+        const char* text;
+    } rows[] = {
+        {L"Access is denied.\r\n", "Access is denied"},
+        {L"Access is denied.\n", "Access is denied"},
+        {L"Access is denied.", "Access is denied"},
+        {L"Access is denied\r\n", "Access is denied"},
+        {L"Access is denied", "Access is denied"},
+        {L"Wait...\r\n", "Wait.."},
+        {L"Denied.\r\n\r\n", "Denied.\r\n"},
+        {L"Denied.\n\n", "Denied.\n"},
+        {L"Denied.\r\r\n", "Denied.\r"},
+        {L"Denied.\n\r", "Denied.\n"},
+        {L"One. Two.\r\n", "One. Two"},
+        {L".\r\n", ""},
+        {L"\r\n", ""},
+        {L"Refus\x00E9.\r\n", "Refus\xC3\xA9"},
+    };
+    const uint32_t number = 5;
+    for (const auto& row : rows) {
+        const SystemMessage message(row.message);
+        EXPECT_EQ(errorText(false, &number, 1), row.text);
+    }
+}
+
+TEST(ErrorTextTest, WithoutASentenceTheNumberStandsInItsPlaceInHexadecimalFromTheTopBitOn) {
+    const struct {
+        uint32_t number;
+        const char* text;
+    } rows[] = {
+        {0, "Error 0"},
+        {5, "Error 5"},
+        {0x7fffffff, "Error 2147483647"},
+        {0x80000000, "Error 0x80000000"},
+        {0xffffffff, "Error 0xffffffff"},
+    };
+    for (const auto& row : rows) {
+        const SystemMessage none(L"");
+        EXPECT_EQ(errorText(false, &row.number, 1), row.text);
+    }
+}
+
+TEST(ErrorTextTest, ANumberThatTheRealSystemDoesNotKnowIsToldAsANumber) {
+    const uint32_t number = 0xffffffff;
+    EXPECT_EQ(errorText(false, &number, 1), "Error 0xffffffff");
+    EXPECT_EQ(errorText(false, &noSystemError, 1), "Error 536889105");
+}
+
+TEST(ErrorTextTest, TheRealSystemsSentenceComesWithoutLineEndAndFullStop) {
+    const uint32_t number = ERROR_ACCESS_DENIED;
+    const std::string text = errorText(false, &number, 1);
+    EXPECT_FALSE(text.empty());
+    EXPECT_NE(text, "Error 5");
+    EXPECT_EQ(text.find_first_of("\r\n"), std::string::npos) << text;
+    EXPECT_NE(text.back(), '.');
+}
+
+TEST(ErrorTextTest, TheCodeFollowsInDecimalWhereItIsAskedFor) {
+    const uint32_t five = 5;
+    const uint32_t large = 0xffffffff;
+    {
+        const SystemMessage message(L"Access is denied.\r\n");
+        EXPECT_EQ(errorText(true, &five, 1), "Access is denied (error code 5)");
+    }
+    const SystemMessage none(L"");
+    EXPECT_EQ(errorText(true, &five, 1), "Error 5 (error code 5)");
+    EXPECT_EQ(errorText(true, &large, 1), "Error 0xffffffff (error code 4294967295)");
+}
+
+TEST(ErrorTextTest, TheSystemIsAskedToAllocateAndInTheNeutralLanguage) {
+    const SystemMessage message(L"Denied.");
+    const uint32_t number = 5;
+    errorText(false, &number, 1);
+    expectOneCall(message, /*flags=*/0x1100, /*source=*/nullptr, /*number=*/5, /*size=*/0);
+}
+
+const void* gFreed = nullptr;
+
+HLOCAL WINAPI keepFreed(HLOCAL memory) {
+    gFreed = memory;
+    SetLastError(ERROR_INVALID_HANDLE);
+    return memory;
+}
+
+TEST(ErrorTextTest, TheSystemsBufferIsFreedBeforeTheErrorIsRestored) {
+    const SystemMessage message(L"Denied.");
+    const ReplacedCall<decltype(LocalFree)> call("LocalFree", keepFreed);
+    const uint32_t number = 5;
+    SetLastError(7);
+    errorText(false, &number, 1);
+    const DWORD after = GetLastError();
+    ASSERT_EQ(message.calls().size(), 1U);
+    EXPECT_NE(gFreed, nullptr);
+    EXPECT_EQ(gFreed, message.calls()[0].allocated);
+    EXPECT_EQ(after, 7U);
+    call.original()(const_cast<void*>(gFreed));
+}
+
+TEST(LastErrorTextTest, ItIsTheErrorTextOfTheSameArguments) {
+    const SystemMessage none(L"");
+    const SocketError socketError(10054);
+    const uint32_t zero = 0;
+    const uint32_t five = 5;
+    SetLastError(7);
+    EXPECT_STREQ(lastErrorText(false, &five, 1), "Error 5");
+    EXPECT_STREQ(lastErrorText(true, &five, 0), "Error 5 (error code 5)");
+    EXPECT_STREQ(lastErrorText(false, &zero, 0), "Error 10054");
+    EXPECT_STREQ(lastErrorText(false, &five, 2), "Error 10054");
+}
+
+TEST(LastErrorTextTest, ANullErrorIsTheLastError) {
+    const SystemMessage none(L"");
+    const SocketError socketError(10054);
+    const struct {
+        DWORD lastError;
+        int which;
+        const char* text;
+    } rows[] = {
+        {7, 0, "Error 7"}, {7, 1, "Error 7"},     {7, 2, "Error 10054"},
+        {0, 1, "Error 0"}, {0, 0, "Error 10054"},
+    };
+    for (const auto& row : rows) {
+        SetLastError(row.lastError);
+        EXPECT_STREQ(lastErrorText(false, nullptr, row.which), row.text);
+    }
+}
+
+TEST(LastErrorTextTest, TheNextCallOfTheSameThreadTakesThePlaceOfTheText) {
+    const uint32_t number = noSystemError;
+    const uint32_t other = 0xffffffff;
+    const char* first = lastErrorText(false, &number, 1);
+    EXPECT_STREQ(first, "Error 536889105");
+    EXPECT_STREQ(lastErrorText(false, &other, 1), "Error 0xffffffff");
+}
+
+TEST(LastErrorTextTest, EachThreadHasATextOfItsOwn) {
+    const uint32_t number = noSystemError;
+    const char* mine = lastErrorText(false, &number, 1);
+    std::string theirs;
+    std::thread([&theirs] {
+        const uint32_t other = 0xffffffff;
+        theirs = lastErrorText(false, &other, 1);
+    }).join();
+    EXPECT_STREQ(mine, "Error 536889105");
+    EXPECT_EQ(theirs, "Error 0xffffffff");
+}
+
+TEST(LastErrorTextTest, TheFirstCallOfAThreadTellsTheSocketErrorAsItWas) {
+    const SystemMessage none(L"");
+    std::string text;
+    std::thread([&text] {
+        WSASetLastError(10054);
+        text = lastErrorText(false, nullptr, 2);
+    }).join();
+    EXPECT_EQ(text, "Error 10054");
+}
+
+/// Every function that makes a text, by name.
+struct TextFunction {
+    const char* name;
+    std::function<void()> call;
+};
+const uint32_t gFive = 5;
+const TextFunction gTextFunctions[] = {
+    {"Win32Exception of the last error", [] { const Win32Exception failure("C"); }},
+    {"Win32Exception", [] { const Win32Exception failure("C", 5); }},
+    {"NtException", [] { const NtException failure("C", 5); }},
+    {"win32ErrorText", [] { win32ErrorText("C", 5); }},
+    {"ntErrorText", [] { ntErrorText("C", 5); }},
+    {"errorText of the value", [] { errorText(true, &gFive, 1); }},
+    {"errorText of null", [] { errorText(false, nullptr, 0); }},
+    {"errorText of the socket error", [] { errorText(false, nullptr, 2); }},
+    {"lastErrorText of the value", [] { lastErrorText(true, &gFive, 1); }},
+    {"lastErrorText of null", [] { lastErrorText(false, nullptr, 0); }},
+};
+
+TEST(ErrorStateTest, NoTextFunctionChangesTheErrorsOfTheCaller) {
+    for (const wchar_t* words : {L"Denied.\r\n", L""}) {
+        for (const TextFunction& function : gTextFunctions) {
+            const SystemMessage message(words);
+            SetLastError(4711);
+            function.call();
+            const DWORD lastError = GetLastError();
+            const int socketError = WSAGetLastError();
+            EXPECT_EQ(lastError, 4711U) << function.name;
+            EXPECT_EQ(socketError, 4711) << function.name;
+        }
+    }
+}
+
+TEST(ErrorStateTest, NoTextFunctionChangesTheErrorsWithTheRealSystemsWordsAndInANewThread) {
+    std::thread([] {
+        for (const TextFunction& function : gTextFunctions) {
+            WSASetLastError(10054);
+            function.call();
+            const int socketError = WSAGetLastError();
+            const DWORD lastError = GetLastError();
+            EXPECT_EQ(socketError, 10054) << function.name;
+            EXPECT_EQ(lastError, 10054U) << function.name;
+        }
+    }).join();
+}
+
+TEST(ErrorStateTest, TheSocketErrorIsUntouchedWhereItIsAValueOfItsOwn) {
+    for (const TextFunction& function : gTextFunctions) {
+        const SocketError socketError(10054);
+        SetLastError(4711);
+        function.call();
+        const DWORD lastError = GetLastError();
+        EXPECT_EQ(gSocketError, 10054) << function.name;
+        EXPECT_EQ(lastError, 4711U) << function.name;
+    }
+}
+
+void WINAPI setLastError(DWORD error) { gRestored.push_back("Windows " + std::to_string(error)); }
+
+TEST(ErrorStateTest, TheSocketErrorIsRestoredFirstAndTheWindowsErrorLast) {
+    const SocketError socketError(0);
+    const ReplacedCall<decltype(SetLastError)> call("SetLastError", setLastError);
+    ErrorState{5, 10054}.restore();
+    EXPECT_EQ(gRestored, (std::vector<std::string>{"socket 10054", "Windows 5"}));
+}
+
+TEST(ErrorStateTest, BothNumbersAreSaved) {
+    const SocketError socketError(10054);
+    SetLastError(5);
+    const ErrorState made = ErrorState::current();
+    ErrorState saved;
+    saved.save();
+    for (const ErrorState& state : {made, saved}) {
+        EXPECT_EQ(state.mWindowsError, 5U);
+        EXPECT_EQ(state.mSocketError, 10054U);
+    }
+}
+
+int WINAPI getSocketErrorAndDisturb() {
+    SetLastError(6);
+    return 10054;
+}
+
+TEST(ErrorStateTest, TheWindowsErrorIsReadBeforeTheSocketErrorCanChangeIt) {
+    const ReplacedCall<decltype(WSAGetLastError)> call("WSAGetLastError", getSocketErrorAndDisturb);
+    SetLastError(5);
+    EXPECT_EQ(ErrorState::current().mWindowsError, 5U);
+}
+
+TEST(ErrorStateTest, WhatWasSavedCanBeRestored) {
+    SetLastError(4711);
+    const ErrorState state = ErrorState::current();
+    SetLastError(5);
+    state.restore();
+    const DWORD lastError = GetLastError();
+    EXPECT_EQ(lastError, 4711U);
+}
+
+TEST(ErrorStateTest, OneOfTheTwoIsSelected) {
+    const struct {
+        ErrorState state;
+        int which;
+        uint32_t number;
+    } rows[] = {
+        {{5, 10054}, 0, 5}, {{0, 10054}, 0, 10054}, {{5, 10054}, 1, 5},
+        {{0, 10054}, 1, 0}, {{5, 10054}, 2, 10054}, {{5, 0}, 2, 0},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(row.state.select(row.which), row.number) << &row - rows;
+    }
+}
+
+TEST(ErrorStateTest, AStreamGetsTheTextWithoutTheCode) {
+    const SystemMessage none(L"");
+    std::ostringstream out;
+    out << ErrorState{5, 10054} << ", " << ErrorState{0, 10054} << ", " << ErrorNumber{0xffffffff}
+        << ", " << ErrorNumber{0};
+    EXPECT_EQ(out.str(), "Error 5, Error 10054, Error 0xffffffff, Error 0");
+}
+
+}  // namespace

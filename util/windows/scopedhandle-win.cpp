@@ -1,0 +1,31 @@
+#include "util/windows/scopedhandle-win.h"
+
+#include <exception>
+#include <ostream>
+
+#include "util/windows/debugstream-win.h"
+#include "util/windows/errortext-win.h"
+
+HANDLE* ScopedHandle::receive() noexcept {
+    release();
+    return &mHandle;
+}
+
+void ScopedHandle::release() noexcept {
+    if (!isOpen()) {
+        return;
+    }
+    const bool closed = CloseHandle(mHandle) != FALSE;
+    mHandle = INVALID_HANDLE_VALUE;
+    if (closed) {
+        return;
+    }
+    try {
+        const Win32Exception failure("CloseHandle");
+        DebugStream() << mFunction << "@" << mFile << ":" << mLine << ":  " << failure.what()
+                      << std::endl;
+    } catch (const std::exception&) {
+        // No memory for the words: there is nobody left to tell.
+        return;
+    }
+}

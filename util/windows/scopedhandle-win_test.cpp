@@ -1,0 +1,131 @@
+#include "util/windows/scopedhandle-win.h"
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "testing/debugoutput-win.h"
+#include "testing/replacedcall-win.h"
+#include "testing/systemmessage-win.h"
+
+namespace {
+
+using testing_support::DebugOutput;
+using testing_support::ReplacedCall;
+using testing_support::SystemMessage;
+
+const HANDLE gSomeHandle = reinterpret_cast<HANDLE>(0x1234);
+std::vector<HANDLE> gClosed;
+
+/// Replaces CloseHandle and keeps what it is called with.
+class ClosedHandles {
+public:
+    explicit ClosedHandles(decltype(CloseHandle)* replacement) : mCall("CloseHandle", replacement) {
+        gClosed.clear();
+    }
+
+private:
+    ReplacedCall<decltype(CloseHandle)> mCall;
+};
+
+BOOL WINAPI closeAll(HANDLE handle) {
+    gClosed.push_back(handle);
+    return TRUE;
+}
+
+BOOL WINAPI closeNone(HANDLE handle) {
+    gClosed.push_back(handle);
+    SetLastError(ERROR_INVALID_HANDLE);
+    return FALSE;
+}
+
+bool isHandle(HANDLE handle) {
+    DWORD flags = 0;
+    return GetHandleInformation(handle, &flags) != FALSE;
+}
+
+TEST(ScopedHandleTest, TheHandleIsClosedAtTheEndOfTheScope) {
+    HANDLE event = CreateEventW(/*lpEventAttributes=*/nullptr, TRUE, FALSE, /*lpName=*/nullptr);
+    ASSERT_NE(event, nullptr);
+    {
+        const ScopedHandle handle(event);
+        EXPECT_EQ(handle.get(), event);
+        EXPECT_TRUE(handle.isOpen());
+        EXPECT_TRUE(isHandle(event));
+    }
+    EXPECT_FALSE(isHandle(event));
+}
+
+TEST(ScopedHandleTest, AReleaseClosesOnceAndLeavesMinusOne) {
+    const ClosedHandles calls(closeAll);
+    {
+        ScopedHandle handle(gSomeHandle);
+        handle.release();
+        EXPECT_EQ(handle.get(), INVALID_HANDLE_VALUE);
+        EXPECT_FALSE(handle.isOpen());
+        handle.release();
+    }
+    EXPECT_EQ(gClosed, std::vector<HANDLE>{gSomeHandle});
+}
+
+TEST(ScopedHandleTest, NullAndMinusOneAreLeftAsTheyAre) {
+    const ClosedHandles calls(closeAll);
+    for (HANDLE none : {static_cast<HANDLE>(nullptr), INVALID_HANDLE_VALUE}) {
+        ScopedHandle handle(none);
+        EXPECT_FALSE(handle.isOpen());
+        handle.release();
+        EXPECT_EQ(handle.get(), none);
+    }
+    EXPECT_TRUE(gClosed.empty());
+}
+
+TEST(ScopedHandleTest, AHandleThatCannotBeClosedIsToldToTheDebuggerWithItsPlace) {
+    const ClosedHandles calls(closeNone);
+    const SystemMessage none(L"");
+    const DebugOutput output;
+    ScopedHandle handle(gSomeHandle, "util/place.cpp", 17, "openPlace");
+    handle.release();
+    EXPECT_EQ(output.texts(),
+              std::vector<std::string>{
+                  "openPlace@util/place.cpp:17:  CloseHandle: Windows error 6 (6)\n"});
+    EXPECT_EQ(handle.get(), INVALID_HANDLE_VALUE);
+}
+
+TEST(ScopedHandleTest, AHandleThatCannotBeClosedIsTriedOnceOnly) {
+    const ClosedHandles calls(closeNone);
+    const DebugOutput output;
+    { const ScopedHandle handle(gSomeHandle); }
+    EXPECT_EQ(gClosed.size(), 1U);
+    EXPECT_EQ(output.texts().size(), 1U);
+}
+
+TEST(ScopedHandleTest, ThePlaceIsByDefaultWhereTheObjectIsMade) {
+    const ClosedHandles calls(closeNone);
+    const DebugOutput output;
+    const int line = __LINE__ + 1;
+    ScopedHandle handle(gSomeHandle);
+    handle.release();
+    ASSERT_EQ(output.texts().size(), 1U);
+    const std::string place =
+        "TestBody@util/windows/scopedhandle-win_test.cpp:" + std::to_string(line) +
+        ":  CloseHandle: ";
+    EXPECT_EQ(output.texts()[0].substr(0, place.size()), place);
+}
+
+TEST(ScopedHandleTest, AWindowsCallPutsItsHandleInThePlaceOfTheOneBefore) {
+    const ClosedHandles calls(closeAll);
+    HANDLE const other = reinterpret_cast<HANDLE>(0x5678);
+    ScopedHandle handle(gSomeHandle);
+    HANDLE* place = handle.receive();
+    EXPECT_EQ(gClosed, std::vector<HANDLE>{gSomeHandle});
+    EXPECT_EQ(*place, INVALID_HANDLE_VALUE);
+    *place = other;
+    EXPECT_EQ(handle.get(), other);
+    handle.release();
+    EXPECT_EQ(gClosed.back(), other);
+}
+
+TEST(ScopedHandleTest, ItStartsWithoutAHandle) { EXPECT_EQ(ScopedHandle().get(), nullptr); }
+
+}  // namespace

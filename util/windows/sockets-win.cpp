@@ -1,0 +1,31 @@
+#include "util/windows/sockets-win.h"
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+
+#include <winsock2.h>
+
+#include "util/stringformat.h"
+#include "util/windows/errortext-win.h"
+
+namespace {
+
+bool gSocketsStarted = false;
+
+}  // namespace
+
+void startSockets() {
+    if (gSocketsStarted) {
+        return;
+    }
+    WSADATA data;
+    // The call returns its error; WSAGetLastError isn't for it.
+    const auto result = static_cast<uint32_t>(WSAStartup(MAKEWORD(2, 2), &data));
+    if (result != 0) {
+        const std::string why = errorText(/*withCode=*/true, &result, /*which=*/1);
+        throw std::runtime_error(
+            format(160, "couldn't initialize socket system: %.100s", why.c_str()));
+    }
+    gSocketsStarted = true;
+}

@@ -1,0 +1,109 @@
+#include "util/windows/sockets-win.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <stdexcept>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include <winsock2.h>
+#include <windows.h>
+
+#include "testing/replacedcall-win.h"
+#include "testing/systemmessage-win.h"
+
+namespace {
+
+using testing_support::ReplacedCall;
+using testing_support::SystemMessage;
+
+// The sockets of a process start once. So each test is a death test: its statement runs in a
+// process of its own, and tells on standard error what it saw.
+
+int gStarts = 0;
+int gResult = 0;
+WORD gVersion = 0;
+
+int WINAPI start(WORD version, LPWSADATA) {
+    ++gStarts;
+    gVersion = version;
+    return gResult;
+}
+
+void startAndTell() {
+    try {
+        startSockets();
+        std::fprintf(stderr, "started;");
+    } catch (const std::runtime_error& error) {
+        std::fprintf(stderr, "%s;", error.what());
+    }
+}
+
+void startTwice() {
+    const ReplacedCall<decltype(WSAStartup)> call("WSAStartup", start);
+    startAndTell();
+    startAndTell();
+    std::fprintf(stderr, "%d starts of version %d", gStarts, gVersion);
+    std::exit(0);
+}
+
+void failWithoutMessage() {
+    const ReplacedCall<decltype(WSAStartup)> call("WSAStartup", start);
+    const SystemMessage none(L"");
+    gResult = WSASYSNOTREADY;
+    startAndTell();
+    std::exit(0);
+}
+
+void failWithALongMessage() {
+    const ReplacedCall<decltype(WSAStartup)> call("WSAStartup", start);
+    const SystemMessage message(L"The network is down, " + std::wstring(100, L'x'));
+    gResult = WSASYSNOTREADY;
+    startAndTell();
+    std::exit(0);
+}
+
+void failOnceAndStart() {
+    const ReplacedCall<decltype(WSAStartup)> call("WSAStartup", start);
+    gResult = WSAVERNOTSUPPORTED;
+    startAndTell();
+    gResult = 0;
+    startAndTell();
+    std::fprintf(stderr, "%d starts", gStarts);
+    std::exit(0);
+}
+
+void startReally() {
+    startAndTell();
+    const SOCKET socket = ::socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
+    std::fprintf(stderr, "%s", socket != INVALID_SOCKET ? "a socket" : "no socket");
+    std::exit(0);
+}
+
+TEST(StartSocketsTest, TheSocketsOfVersion22AreStartedOnceHoweverOftenItIsCalled) {
+    EXPECT_EXIT(startTwice(), testing::ExitedWithCode(0),
+                "started;started;1 starts of version 514");
+}
+
+TEST(StartSocketsTest, AFailureIsARuntimeErrorWithTheWordsAndTheCodeOfTheResult) {
+    EXPECT_EXIT(failWithoutMessage(), testing::ExitedWithCode(0),
+                "couldn't initialize socket system: Error 10091 \\(error code 10091\\);");
+}
+
+TEST(StartSocketsTest, TheWordsOfAFailureAreCutTo100Characters) {
+    EXPECT_EXIT(
+        failWithALongMessage(), testing::ExitedWithCode(0),
+        "couldn't initialize socket system: The network is down, " + std::string(79, 'x') + ";");
+}
+
+TEST(StartSocketsTest, AfterAFailureTheNextCallTriesAgain) {
+    EXPECT_EXIT(failOnceAndStart(), testing::ExitedWithCode(0),
+                "couldn't initialize socket system: .*;started;2 starts");
+}
+
+TEST(StartSocketsTest, SocketsCanBeMadeAfterwards) {
+    EXPECT_EXIT(startReally(), testing::ExitedWithCode(0), "started;a socket");
+}
+
+}  // namespace

@@ -1,0 +1,332 @@
+#include "util/windows/utf8stream-win.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <iterator>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include "testing/allocationcount.h"
+#include "testing/replacedcall-win.h"
+#include "testing/tempfolder.h"
+#include "util/windows/errortext-win.h"
+
+namespace {
+
+using testing_support::ReplacedCall;
+using testing_support::TempFolder;
+
+constexpr size_t blockSize = 4096;
+
+class Utf8StreamTest : public testing::Test {
+protected:
+    /// A file with this content, open for reading.
+    FILE* file(std::string_view content) const {
+        return std::fopen(mFolder.write("text", content).c_str(), "rb");
+    }
+
+    /// All that the stream gives for a file with this content.
+    std::string read(std::string_view content, uint32_t codePage, bool lenient = false) const {
+        utf8istream stream(file(content), codePage, lenient);
+        return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+    }
+
+    /// The number of the Win32Exception that reading it ends in, 0 if it doesn't.
+    uint32_t failure(std::string_view content, uint32_t codePage, bool lenient = false) const {
+        try {
+            read(content, codePage, lenient);
+            return 0;
+        } catch (const Win32Exception& error) {
+            EXPECT_EQ(std::string(error.what()),
+                      win32ErrorText("MultiByteToWideChar", static_cast<int>(error.mError)));
+            return error.mError;
+        }
+    }
+
+    TempFolder mFolder;
+};
+
+struct ConvertCall {
+    UINT codePage;
+    DWORD flags;
+    int bytes;
+};
+std::vector<ConvertCall> gConvertCalls;
+int gResult = 0;
+DWORD gError = 0;
+
+/// Keeps the call's arguments; gives `gResult` units "u" and, if those are none, the error.
+int WINAPI convert(UINT codePage, DWORD flags, LPCSTR, int bytes, LPWSTR units, int) {
+    gConvertCalls.push_back({codePage, flags, bytes});
+    if (gResult == 0) {
+        SetLastError(gError);
+    } else {
+        units[0] = L'u';
+    }
+    return gResult;
+}
+
+/// As long as it lives, MultiByteToWideChar gives one unit, or none and `error`.
+class Conversion {
+public:
+    explicit Conversion(int result, DWORD error = 0) : mCall("MultiByteToWideChar", convert) {
+        gConvertCalls.clear();
+        gResult = result;
+        gError = error;
+    }
+
+    static std::vector<int> sizes() {
+        std::vector<int> result;
+        for (const ConvertCall& call : gConvertCalls) {
+            result.push_back(call.bytes);
+        }
+        return result;
+    }
+
+private:
+    ReplacedCall<decltype(MultiByteToWideChar)> mCall;
+};
+
+TEST_F(Utf8StreamTest, AnEmptyFileEndsAtTheFirstRead) {
+    for (const uint32_t codePage : {1252U, 65001U, 65000U}) {
+        utf8streambuf buffer(file(""), codePage, /*lenient=*/false);
+        EXPECT_EQ(buffer.sgetc(), std::char_traits<char>::eof());
+    }
+}
+
+TEST_F(Utf8StreamTest, AFileOfCodePage1252IsReadAsUtf8) {
+    for (const bool lenient : {false, true}) {
+        EXPECT_EQ(read("caf\xE9 \x80", 1252, lenient), "caf\xC3\xA9 \xE2\x82\xAC");
+    }
+}
+
+TEST_F(Utf8StreamTest, LineEndsAndNulCharactersStayAsTheyAre) {
+    const std::string text("a\r\nb\nc\rd\0e", 10);
+    EXPECT_EQ(read(text, 1252), text);
+    EXPECT_EQ(read(text, 65001), text);
+}
+
+TEST_F(Utf8StreamTest, AByteOrderMarkIsTextLikeAnyOther) {
+    EXPECT_EQ(read("\xEF\xBB\xBFx", 65001), "\xEF\xBB\xBFx");
+}
+
+TEST_F(Utf8StreamTest, FilesOfAnyNumberOfBlocksAreReadWhole) {
+    for (const size_t size :
+         {blockSize - 1, blockSize, blockSize + 1, 2 * blockSize, 3 * blockSize + 17}) {
+        const std::string content(size, '\xE9');
+        std::string expected;
+        for (size_t i = 0; i < size; ++i) {
+            expected += "\xC3\xA9";
+        }
+        EXPECT_EQ(read(content, 1252), expected) << size;
+    }
+}
+
+TEST_F(Utf8StreamTest, LinesOverBlocksAreReadByGetline) {
+    std::string content;
+    std::vector<std::string> lines;
+    for (int i = 0; i < 1000; ++i) {
+        lines.push_back("line \xC3\xA9 " + std::to_string(i));
+        content += lines.back() + "\n";
+    }
+    utf8istream stream(file(content), 65001, /*lenient=*/false);
+    std::vector<std::string> result;
+    for (std::string line; std::getline(stream, line);) {
+        result.push_back(line);
+    }
+    EXPECT_EQ(result, lines);
+    EXPECT_TRUE(stream.eof());
+    EXPECT_FALSE(stream.bad());
+}
+
+TEST_F(Utf8StreamTest, AUtf8CharacterAnywhereOverTheEndOfABlockIsReadWhole) {
+    for (const std::string character : {"\xC3\xA9", "\xE4\xB8\xAD", "\xF0\x9F\x98\x80"}) {
+        for (size_t before = blockSize - character.size(); before <= blockSize; ++before) {
+            const std::string upToIt = std::string(before, 'a') + character;
+            EXPECT_EQ(read(upToIt, 65001), upToIt) << before << character;
+            const std::string content = upToIt + std::string(blockSize, 'b') + character;
+            EXPECT_EQ(read(content, 65001), content) << before << character;
+        }
+    }
+}
+
+TEST_F(Utf8StreamTest, ManyBlocksOfLongCharactersAreReadWhole) {
+    for (const std::string character : {"\xE4\xB8\xAD", "\xF0\x9F\x98\x80"}) {
+        std::string content = "x";
+        while (content.size() < 5 * blockSize) {
+            content += character;
+        }
+        EXPECT_EQ(read(content, 65001), content) << character;
+    }
+}
+
+TEST_F(Utf8StreamTest, ADoubleByteCharacterOverTheEndOfABlockIsReadWhole) {
+    // Hiragana A in Shift-JIS.
+    const std::string content = std::string(blockSize - 1, 'a') + "\x82\xA0" + "bcd";
+    EXPECT_EQ(read(content, 932), std::string(blockSize - 1, 'a') + "\xE3\x81\x82" + "bcd");
+}
+
+TEST_F(Utf8StreamTest, ABadByteOfUtf8IsAnExceptionLenientOrNot) {
+    for (const bool lenient : {false, true}) {
+        EXPECT_EQ(failure("caf\xE9 noir", 65001, lenient), 1113U);
+        EXPECT_EQ(failure("x\xFF", 65001, lenient), 1113U);
+    }
+}
+
+TEST_F(Utf8StreamTest, ACharacterThatTheEndOfTheFileCutsOffIsAnException) {
+    EXPECT_EQ(failure("\xE4\xB8", 65001), 1113U);
+    EXPECT_EQ(failure(std::string(blockSize - 1, 'a') + "\xE4", 65001), 1113U);
+    EXPECT_EQ(failure(std::string(blockSize - 1, 'a') + "\xE4\xB8", 65001), 1113U);
+}
+
+TEST_F(Utf8StreamTest, ABadByteInAFullBlockOfALongFileIsAnException) {
+    for (const size_t before : {size_t{0}, size_t{100}, blockSize - 1}) {
+        EXPECT_EQ(
+            failure(std::string(before, 'a') + "\xFF" + std::string(2 * blockSize, 'b'), 65001),
+            1113U)
+            << before;
+    }
+}
+
+TEST_F(Utf8StreamTest, ABadByteEndsTheReadingOfTheStreamAsBad) {
+    utf8istream stream(file("\xFF"), 65001, /*lenient=*/false);
+    std::string line;
+    EXPECT_FALSE(std::getline(stream, line));
+    EXPECT_TRUE(stream.bad());
+}
+
+TEST_F(Utf8StreamTest, TheExceptionComesThroughAStreamThatIsToldToLetIt) {
+    utf8istream stream(file("\xFF"), 65001, /*lenient=*/false);
+    stream.exceptions(std::ios::badbit);
+    std::string line;
+    EXPECT_THROW(std::getline(stream, line), Win32Exception);
+}
+
+TEST_F(Utf8StreamTest, AfterAnExceptionReadingGoesOnBehindTheBlock) {
+    const std::string content = std::string(blockSize, '\xFF') + "1234" + "behind";
+    utf8streambuf buffer(file(content), 65001, /*lenient=*/false);
+    EXPECT_THROW(buffer.sgetc(), Win32Exception);
+    EXPECT_EQ(buffer.sgetc(), 'b');
+}
+
+TEST_F(Utf8StreamTest, ABadByteIsReplacedWhereTheStreamIsLenient) {
+    // A lead byte of Shift-JIS, and nothing that could follow it.
+    EXPECT_EQ(failure("\x82", 932, /*lenient=*/false), 1113U);
+    EXPECT_EQ(failure("\x82", 932, /*lenient=*/true), 0U);
+}
+
+TEST_F(Utf8StreamTest, ACodePageThatTakesNoFlagsIsRead) {
+    EXPECT_EQ(read("A+AOk-B", 65000),
+              "A\xC3\xA9"
+              "B");
+    EXPECT_EQ(read("A+AOk-B", 65000, /*lenient=*/true),
+              "A\xC3\xA9"
+              "B");
+}
+
+TEST_F(Utf8StreamTest, TheFlagsAreThoseThatTheCodePageTakes) {
+    const struct {
+        uint32_t codePage;
+        DWORD strict;
+        DWORD lenient;
+    } rows[] = {
+        {42, 0, 0},    {50220, 0, 0}, {50221, 0, 0}, {50222, 0, 0}, {50225, 0, 0}, {50227, 0, 0},
+        {50229, 0, 0}, {57002, 0, 0}, {57003, 0, 0}, {57004, 0, 0}, {57005, 0, 0}, {57006, 0, 0},
+        {57007, 0, 0}, {57008, 0, 0}, {57009, 0, 0}, {57010, 0, 0}, {57011, 0, 0}, {65000, 0, 0},
+        {54936, 8, 8}, {65001, 8, 8}, {1252, 9, 1},  {932, 9, 1},   {0, 9, 1},     {41, 9, 1},
+        {43, 9, 1},    {50219, 9, 1}, {50223, 9, 1}, {50224, 9, 1}, {50226, 9, 1}, {50228, 9, 1},
+        {50230, 9, 1}, {57001, 9, 1}, {57012, 9, 1}, {54935, 9, 1}, {64999, 9, 1}, {65002, 9, 1},
+    };
+    for (const auto& row : rows) {
+        const Conversion conversion(1);
+        EXPECT_EQ(read("x", row.codePage, /*lenient=*/false), "u");
+        EXPECT_EQ(read("x", row.codePage, /*lenient=*/true), "u");
+        ASSERT_EQ(gConvertCalls.size(), 2U);
+        EXPECT_EQ(gConvertCalls[0].codePage, row.codePage);
+        EXPECT_EQ(gConvertCalls[0].flags, row.strict) << row.codePage;
+        EXPECT_EQ(gConvertCalls[1].flags, row.lenient) << row.codePage;
+    }
+}
+
+TEST_F(Utf8StreamTest, TheFileIsConvertedInBlocksOf4096Bytes) {
+    const Conversion conversion(1);
+    read(std::string(2 * blockSize + 5, 'x'), 1252);
+    EXPECT_EQ(Conversion::sizes(), (std::vector<int>{4096, 4096, 5}));
+}
+
+TEST_F(Utf8StreamTest, FourMoreBytesAreTriedAtTheMostOneByOne) {
+    const Conversion conversion(0, ERROR_NO_UNICODE_TRANSLATION);
+    EXPECT_EQ(failure(std::string(2 * blockSize, 'x'), 65001), 1113U);
+    EXPECT_EQ(Conversion::sizes(), (std::vector<int>{4096, 4097, 4098, 4099, 4100}));
+}
+
+TEST_F(Utf8StreamTest, NoMoreBytesAreTriedThanTheFileHas) {
+    const Conversion conversion(0, ERROR_NO_UNICODE_TRANSLATION);
+    EXPECT_EQ(failure(std::string(blockSize + 2, 'x'), 65001), 1113U);
+    EXPECT_EQ(Conversion::sizes(), (std::vector<int>{4096, 4097, 4098}));
+    gConvertCalls.clear();
+    EXPECT_EQ(failure("xyz", 65001), 1113U);
+    EXPECT_EQ(Conversion::sizes(), std::vector<int>{3});
+}
+
+TEST_F(Utf8StreamTest, AFailureThatMoreBytesCannotMendIsAnExceptionAtOnce) {
+    const std::string content(2 * blockSize, 'x');
+    {
+        const Conversion conversion(0, ERROR_INVALID_FLAGS);
+        SetLastError(ERROR_NO_UNICODE_TRANSLATION);
+        EXPECT_EQ(failure(content, 1252), static_cast<uint32_t>(ERROR_INVALID_FLAGS));
+        EXPECT_EQ(Conversion::sizes(), std::vector<int>{4096});
+    }
+    EXPECT_EQ(failure(content, 77777), static_cast<uint32_t>(ERROR_INVALID_PARAMETER));
+}
+
+/// Reads a block of this very program, so that a process that dies over it leaves no file behind.
+void readMoreUnitsThanBytes() {
+    wchar_t path[MAX_PATH];
+    GetModuleFileNameW(/*hModule=*/nullptr, path, MAX_PATH);
+    const Conversion conversion(static_cast<int>(blockSize) + 1);
+    utf8streambuf(_wfopen(path, L"rb"), 1252, /*lenient=*/false).sgetc();
+}
+
+TEST(Utf8StreambufTest, MoreUnitsThanBytesAreABrokenInvariant) {
+    EXPECT_DEATH(readMoreUnitsThanBytes(),
+                 "assertion failed at util/windows/utf8stream-win\\.cpp\\(\\d+\\): "
+                 "numConverted <= amount");
+}
+
+TEST_F(Utf8StreamTest, AsManyUnitsAsBytesAreAllowed) {
+    const Conversion conversion(1);
+    EXPECT_EQ(read("x", 1252), "u");
+}
+
+TEST_F(Utf8StreamTest, AFileThatCannotBeReadLooksLikeItsEnd) {
+    FILE* writeOnly = std::fopen(mFolder.write("text", "").c_str(), "wb");
+    utf8streambuf buffer(writeOnly, 65001, /*lenient=*/false);
+    EXPECT_EQ(buffer.sgetc(), std::char_traits<char>::eof());
+    EXPECT_EQ(std::feof(writeOnly), 0);
+}
+
+TEST_F(Utf8StreamTest, TheFileIsClosedWithTheStream) {
+    const std::filesystem::path path = mFolder.path() / "text";
+    std::error_code error;
+    {
+        utf8istream stream(file("text"), 65001, /*lenient=*/false);
+        EXPECT_FALSE(std::filesystem::remove(path, error));
+    }
+    EXPECT_TRUE(std::filesystem::remove(path, error));
+}
+
+TEST_F(Utf8StreamTest, ABlockTakesTheHeapForItsTextOnly) {
+    utf8streambuf buffer(file(std::string(blockSize, '\xE9')), 1252, /*lenient=*/false);
+    const size_t before = testing_support::allocationCount();
+    buffer.sgetc();
+    EXPECT_EQ(testing_support::allocationCount() - before, 1U);
+}
+
+}  // namespace
