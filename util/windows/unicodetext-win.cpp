@@ -26,14 +26,20 @@ std::string toUtf8(const std::wstring& text) {
     return result;
 }
 
-std::wstring toWide(StringSpan text) {
+void appendWide(StringSpan text, std::wstring& result) {
     if (text.length == 0 || text.length > longestText) {
-        return {};
+        return;
     }
-    std::wstring result(text.length, L'\0');
+    const size_t before = result.size();
+    result.resize(before + text.length);
     const int size =
         MultiByteToWideChar(CP_UTF8, /*dwFlags=*/0, text.data, static_cast<int>(text.length),
-                            result.data(), static_cast<int>(result.size()));
-    result.resize(static_cast<size_t>(size));
+                            result.data() + before, static_cast<int>(text.length));
+    result.resize(before + static_cast<size_t>(size));
+}
+
+std::wstring toWide(StringSpan text) {
+    std::wstring result;
+    appendWide(text, result);
     return result;
 }

@@ -15,3 +15,6 @@ std::string toUtf8(const std::wstring& text);
 /// UTF-8 to UTF-16. An empty text (a null span as well) gives an empty text. Bytes that are no
 /// UTF-8 become U+FFFD, as MultiByteToWideChar has it.
 std::wstring toWide(StringSpan text);
+
+/// `toWide`, put behind what `result` holds.
+void appendWide(StringSpan text, std::wstring& result);

@@ -1,11 +1,9 @@
-#include <windows.h>
-
-#include "util/filetime.h"
+#include "util/windows/filetime-win.h"
 
 FileTime FileTime::now() {
     FILETIME time;
     GetSystemTimeAsFileTime(&time);
-    return {static_cast<uint64_t>(time.dwHighDateTime) << 32 | time.dwLowDateTime, 0};
+    return fromWindowsTime(time);
 }
 
 std::optional<std::tm> localTime(int64_t secondsSince1970) {

@@ -1,0 +1,8 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+/// The value of an environment variable of the process in UTF-8, and nothing if it isn't set. Asks
+/// the system and not the C runtime, so that changes by any module of the process are seen.
+std::optional<std::string> environmentVariable(const char* name);

@@ -1,0 +1,33 @@
+#include "util/windows/environment-win.h"
+
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+namespace {
+
+constexpr const wchar_t* NAME = L"NBCC_ENVIRONMENT_TEST";
+
+std::optional<std::string> valueOf(const wchar_t* value) {
+    SetEnvironmentVariableW(NAME, value);
+    auto result = environmentVariable("NBCC_ENVIRONMENT_TEST");
+    SetEnvironmentVariableW(NAME, nullptr);
+    return result;
+}
+
+TEST(EnvironmentVariableTest, AVariableThatIsNotSetIsToldFromAnEmptyOne) {
+    EXPECT_EQ(valueOf(nullptr), std::nullopt);
+    EXPECT_EQ(valueOf(L""), "");
+}
+
+TEST(EnvironmentVariableTest, AValueIsUtf8) {
+    EXPECT_EQ(valueOf(L"\x4E2D.ini"), "\xE4\xB8\xAD.ini");
+}
+
+TEST(EnvironmentVariableTest, AValueOfAnyLengthIsWhole) {
+    for (const size_t length : {259U, 260U, 261U, 5000U}) {
+        EXPECT_EQ(valueOf(std::wstring(length, L'x').c_str()), std::string(length, 'x'));
+    }
+}
+
+}  // namespace

@@ -1,0 +1,196 @@
+#include "util/windows/system-paths-win.h"
+
+#include <algorithm>
+#include <cctype>
+#include <exception>
+#include <locale>
+#include <stdexcept>
+#include <string_view>
+
+#include <boost/algorithm/string/predicate.hpp>
+#include <boost/regex.hpp>
+
+#include <windows.h>
+
+#include "util/pathfun.h"
+#include "util/windows/debugstream-win.h"
+#include "util/windows/unicodetext-win.h"
+
+namespace {
+
+constexpr std::wstring_view LOCAL_PREFIX = L"\\\\?\\";
+constexpr std::wstring_view UNC_PREFIX = L"\\\\?\\UNC\\";
+constexpr std::wstring_view NULL_DEVICE = L"\\NUL";
+constexpr size_t MAX_NAME = 260;
+
+bool isSlash(char c) { return isPathSeparator(c, windowsPaths); }
+
+bool isLocal(const std::string& path) {
+    return path.size() >= 3 && std::isalpha(static_cast<unsigned char>(path[0])) != 0 &&
+           path[1] == ':' && isSlash(path[2]);
+}
+
+bool isNetwork(const std::string& path) {
+    return path.size() >= 2 && isSlash(path[0]) && path[0] == path[1];
+}
+
+bool isPrefixed(const std::string& path) {
+    return path.size() >= 4 && path[2] == '?' && path[3] == '\\';
+}
+
+/// `normalizePath` would stop the process where it finds a path not to be absolute.
+std::string folded(const std::string& path) {
+    if (!isAbsolutePath(path, windowsPaths)) {
+        throw std::invalid_argument("the path is not absolute");
+    }
+    return normalizePath(path);
+}
+
+/// Whether the expression below may match: a blank or dot, and behind it the end of a name, or
+/// something that it may take for the end of a line.
+bool mayHaveTrailing(std::wstring_view path) {
+    for (size_t i = 0; i < path.size(); ++i) {
+        if (path[i] != L'.' && path[i] != L' ') {
+            continue;
+        }
+        if (i + 1 == path.size()) {
+            return true;
+        }
+        const wchar_t next = path[i + 1];
+        if (next == L'\\' || next < 0x20 || next >= 0x80) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// Removes the blanks and dots at the end of each name.
+void removeTrailing(std::wstring& path) {
+    // The expression takes microseconds even where it finds nothing.
+    if (!mayHaveTrailing(path)) {
+        return;
+    }
+    static const boost::wregex trailing(L"([^\\\\.])[ \\.]+(\\\\|$)");
+    static const std::wstring replacement = L"\\1\\2";
+    path = boost::regex_replace(path, trailing, replacement);
+}
+
+enum class PathKind { other, local, network };
+
+void setPrefixed(std::wstring_view prefix, StringSpan path, std::wstring& result) {
+    result.reserve(prefix.size() + path.length);
+    result.append(prefix);
+    appendWide(path, result);
+}
+
+/// Builds `result` and finds out what kind of path it is, as far as it gets.
+void buildUnicodePath(const std::string& path, std::wstring& result, PathKind& kind) {
+    if (isLocal(path)) {
+        setPrefixed(LOCAL_PREFIX, folded(path), result);
+        kind = PathKind::local;
+    } else if (isNetwork(path) && isPrefixed(path)) {
+        appendWide(path, result);
+        kind = PathKind::local;
+    } else if (isNetwork(path)) {
+        const std::string share = folded(path);
+        setPrefixed(UNC_PREFIX, StringSpan(share.data() + 2, share.size() - 2), result);
+        kind = PathKind::network;
+    } else {
+        appendWide(path, result);
+    }
+    for (wchar_t& c : result) {
+        c = c == L'/' ? L'\\' : c;
+    }
+    removeTrailing(result);
+}
+
+/// Whether the last component is "nul", in any case.
+bool namesNullDevice(const std::wstring& path) {
+    const size_t size = NULL_DEVICE.size();
+    return path.size() >= size && path[path.size() - size] == NULL_DEVICE.front() &&
+           boost::algorithm::iends_with(path, NULL_DEVICE, std::locale());
+}
+
+/// A path as Windows gave it, as the rest of the code base has it.
+std::string fromWindows(std::wstring path) {
+    stripUnicodePrefix(path);
+    std::replace(path.begin(), path.end(), L'\\', L'/');
+    return toUtf8(path);
+}
+
+std::string absoluteForm(const std::string& path) {
+    return isAbsolutePath(path, windowsPaths) ? path : joinPath(System::getcwd(), path, '/');
+}
+
+}  // namespace
+
+std::wstring System::unicodePath(const std::string& path) {
+    std::wstring result;
+    PathKind kind = PathKind::other;
+    try {
+        buildUnicodePath(path, result, kind);
+    } catch (const std::exception& e) {
+        DebugStream() << "System::unicodePath(\"" << path << "\"):  " << e.what() << std::endl;
+    }
+    if (kind == PathKind::local && namesNullDevice(result)) {
+        result.erase(0, LOCAL_PREFIX.size());
+    }
+    return result;
+}
+
+void stripUnicodePrefix(std::wstring& path) {
+    const std::wstring_view text = path;
+    if (text.size() <= LOCAL_PREFIX.size() || text.substr(0, LOCAL_PREFIX.size()) != LOCAL_PREFIX) {
+        return;
+    }
+    if (text.size() > UNC_PREFIX.size() && text.substr(0, UNC_PREFIX.size()) == UNC_PREFIX) {
+        path.replace(0, UNC_PREFIX.size(), L"\\\\");
+    } else {
+        path.erase(0, LOCAL_PREFIX.size());
+    }
+}
+
+std::string System::getcwd() {
+    const DWORD room = GetCurrentDirectoryW(0, /*lpBuffer=*/nullptr);
+    if (room == 0) {
+        return {};
+    }
+    std::wstring directory(room, L'\0');
+    const DWORD length = GetCurrentDirectoryW(room, directory.data());
+    // Another thread may have moved to a longer one in between.
+    if (length == 0 || length > room) {
+        return {};
+    }
+    directory.resize(length);
+    return fromWindows(directory);
+}
+
+bool System::longPath(const std::string& path, std::string& result) {
+    result = absoluteForm(path);
+    const std::wstring name = unicodePath(result);
+    std::wstring buffer(MAX_NAME, L'\0');
+    DWORD length = GetLongPathNameW(name.c_str(), buffer.data(), MAX_NAME);
+    if (length > MAX_NAME) {
+        buffer.resize(length);
+        length = GetLongPathNameW(name.c_str(), buffer.data(), length);
+    }
+    if (length == 0 || length > buffer.size()) {
+        return false;
+    }
+    buffer.resize(length);
+    result = fromWindows(buffer);
+    return true;
+}
+
+bool System::shortPath(const std::string& path, std::string& result) {
+    result = absoluteForm(path);
+    std::wstring buffer(MAX_NAME, L'\0');
+    const DWORD length = GetShortPathNameW(unicodePath(result).c_str(), buffer.data(), MAX_NAME);
+    if (length == 0) {
+        return false;
+    }
+    // No second call, unlike for the long form: meant, a longer name is a text of null characters.
+    buffer.resize(length);
+    result = fromWindows(buffer);
+    return true;
+}
