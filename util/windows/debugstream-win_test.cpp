@@ -125,7 +125,7 @@ TEST(DebugStreamTest, StreamsOfSeveralThreadsDoNotMixTheirTexts) {
     for (const std::string& word : words) {
         threads.emplace_back([&word] {
             for (size_t line = 0; line < lines; ++line) {
-                DebugStream() << word << " " << word << std::endl;
+                DebugStream() << word[0] << word.substr(1) << std::endl;
             }
         });
     }
@@ -135,7 +135,7 @@ TEST(DebugStreamTest, StreamsOfSeveralThreadsDoNotMixTheirTexts) {
     const Texts texts = output.texts();
     EXPECT_EQ(texts.size(), lines * words.size());
     for (const std::string& word : words) {
-        EXPECT_EQ(std::count(texts.begin(), texts.end(), word + " " + word + "\n"),
+        EXPECT_EQ(std::count(texts.begin(), texts.end(), word + "\n"),
                   static_cast<std::ptrdiff_t>(lines));
     }
 }

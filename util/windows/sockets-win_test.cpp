@@ -1,7 +1,7 @@
 #include "util/windows/sockets-win.h"
 
-#include <cstdio>
 #include <cstdlib>
+#include <iostream>
 #include <stdexcept>
 #include <string>
 
@@ -34,9 +34,9 @@ int WINAPI start(WORD version, LPWSADATA) {
 void startAndTell() {
     try {
         startSockets();
-        std::fprintf(stderr, "started;");
+        std::cerr << "started;";
     } catch (const std::runtime_error& error) {
-        std::fprintf(stderr, "%s;", error.what());
+        std::cerr << error.what() << ";";
     }
 }
 
@@ -44,7 +44,7 @@ void startTwice() {
     const ReplacedCall<decltype(WSAStartup)> call("WSAStartup", start);
     startAndTell();
     startAndTell();
-    std::fprintf(stderr, "%d starts of version %d", gStarts, gVersion);
+    std::cerr << gStarts << " starts of version " << gVersion;
     std::exit(0);
 }
 
@@ -70,14 +70,14 @@ void failOnceAndStart() {
     startAndTell();
     gResult = 0;
     startAndTell();
-    std::fprintf(stderr, "%d starts", gStarts);
+    std::cerr << gStarts << " starts";
     std::exit(0);
 }
 
 void startReally() {
     startAndTell();
     const SOCKET socket = ::socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
-    std::fprintf(stderr, "%s", socket != INVALID_SOCKET ? "a socket" : "no socket");
+    std::cerr << (socket != INVALID_SOCKET ? "a socket" : "no socket");
     std::exit(0);
 }
 

@@ -61,13 +61,14 @@ std::vector<ConvertCall> gConvertCalls;
 int gResult = 0;
 DWORD gError = 0;
 
-/// Keeps the call's arguments; gives `gResult` units "u" and, if those are none, the error.
+/// Keeps the call's arguments; gives `gResult` units "u" and, if those are none, the error (0:
+/// none).
 int WINAPI convert(UINT codePage, DWORD flags, LPCSTR, int bytes, LPWSTR units, int) {
     gConvertCalls.push_back({codePage, flags, bytes});
-    if (gResult == 0) {
-        SetLastError(gError);
-    } else {
+    if (gResult != 0) {
         units[0] = L'u';
+    } else if (gError != 0) {
+        SetLastError(gError);
     }
     return gResult;
 }
@@ -83,6 +84,7 @@ public:
 
     static std::vector<int> sizes() {
         std::vector<int> result;
+        result.reserve(gConvertCalls.size());
         for (const ConvertCall& call : gConvertCalls) {
             result.push_back(call.bytes);
         }
@@ -130,10 +132,11 @@ TEST_F(Utf8StreamTest, FilesOfAnyNumberOfBlocksAreReadWhole) {
 
 TEST_F(Utf8StreamTest, LinesOverBlocksAreReadByGetline) {
     std::string content;
-    std::vector<std::string> lines;
-    for (int i = 0; i < 1000; ++i) {
-        lines.push_back("line \xC3\xA9 " + std::to_string(i));
-        content += lines.back() + "\n";
+    std::vector<std::string> lines(1000, "line \xC3\xA9 ");
+    for (size_t i = 0; i < lines.size(); ++i) {
+        lines[i] += std::to_string(i);
+        content += lines[i];
+        content += '\n';
     }
     utf8istream stream(file(content), 65001, /*lenient=*/false);
     std::vector<std::string> result;
@@ -150,7 +153,8 @@ TEST_F(Utf8StreamTest, AUtf8CharacterAnywhereOverTheEndOfABlockIsReadWhole) {
         for (size_t before = blockSize - character.size(); before <= blockSize; ++before) {
             const std::string upToIt = std::string(before, 'a') + character;
             EXPECT_EQ(read(upToIt, 65001), upToIt) << before << character;
-            const std::string content = upToIt + std::string(blockSize, 'b') + character;
+            std::string content = upToIt;
+            content.append(blockSize, 'b').append(character);
             EXPECT_EQ(read(content, 65001), content) << before << character;
         }
     }
@@ -280,10 +284,23 @@ TEST_F(Utf8StreamTest, AFailureThatMoreBytesCannotMendIsAnExceptionAtOnce) {
     {
         const Conversion conversion(0, ERROR_INVALID_FLAGS);
         SetLastError(ERROR_NO_UNICODE_TRANSLATION);
-        EXPECT_EQ(failure(content, 1252), static_cast<uint32_t>(ERROR_INVALID_FLAGS));
+        EXPECT_EQ(failure(content, 1252), 1004U);
         EXPECT_EQ(Conversion::sizes(), std::vector<int>{4096});
     }
-    EXPECT_EQ(failure(content, 77777), static_cast<uint32_t>(ERROR_INVALID_PARAMETER));
+    EXPECT_EQ(failure(content, 77777), 87U);
+}
+
+TEST_F(Utf8StreamTest, AConversionToNothingWithoutAnErrorIsAnExceptionWithoutANumber) {
+    const Conversion conversion(0);
+    utf8streambuf buffer(file(std::string(2 * blockSize, 'x')), 65000, /*lenient=*/false);
+    SetLastError(ERROR_NO_UNICODE_TRANSLATION);
+    try {
+        buffer.sgetc();
+        FAIL() << "no exception";
+    } catch (const Win32Exception& error) {
+        EXPECT_EQ(error.mError, 0U);
+    }
+    EXPECT_EQ(Conversion::sizes(), std::vector<int>{4096});
 }
 
 /// Reads a block of this very program, so that a process that dies over it leaves no file behind.
