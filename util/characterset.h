@@ -21,7 +21,7 @@ public:
     constexpr bool contains(char c) const { return (mBits[wordOf(c)] & bitOf(c)) != 0; }
 
     /// The index of the first character at or behind `start` that belongs, or the text's size.
-    /// A `start` beyond the text is returned as it is; so it is by the twin.
+    /// A `start` behind the text is the result itself, also below.
     constexpr size_t findIn(std::string_view text, size_t start) const {
         while (start < text.size() && !contains(text[start])) {
             ++start;

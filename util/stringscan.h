@@ -23,7 +23,7 @@ const char* nextArgument(const char* commandLine);
 
 /// The first `c` in the range that isn't escaped, that is, doesn't follow an `esc` which isn't
 /// escaped itself; `last` if there is none. A NUL that isn't escaped ends the scan, too, and is the
-/// result. `c` and `esc` must differ.
+/// result. `c` and `esc` must differ, and neither is NUL.
 const char* findUnescaped(const char* first, const char* last, char c, char esc);
 
 /// The first character in the range that is in `set`, or `last`. A NUL in the range counts as

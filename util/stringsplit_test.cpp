@@ -113,6 +113,10 @@ TEST(SplitRangesTest, ALineIsCutWithoutAnAllocationPerToken) {
     splitRuns(text, out, ",");
     EXPECT_EQ(testing_support::allocationCount(), before);
     EXPECT_EQ(out.size(), 5U);
+
+    Words copies;
+    split(text, copies, ",");
+    EXPECT_GE(testing_support::allocationCount(), before + copies.size());
 }
 
 TEST(SplitTest, GivesTheTokensAndNeverAnEmptyOne) {

@@ -1,8 +1,8 @@
-#include "testing/allocationcount.h"
-
 #include <atomic>
 #include <cstdlib>
 #include <new>
+
+#include "testing/allocationcount.h"
 
 namespace {
 
