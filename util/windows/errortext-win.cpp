@@ -5,7 +5,6 @@
 #include <ostream>
 #include <string_view>
 
-#include <winsock2.h>
 #include <windows.h>
 
 #include "util/stringformat.h"
@@ -150,30 +149,6 @@ const char* lastErrorText(bool withCode, const uint32_t* error, int which) {
     std::string& kept = threadText();
     kept = std::move(text);
     return kept.c_str();
-}
-
-ErrorState ErrorState::current() {
-    // GetLastError comes first of all: WSAGetLastError might change it.
-    const DWORD windowsError = GetLastError();
-    const int socketError = WSAGetLastError();
-    return {windowsError, static_cast<uint32_t>(socketError)};
-}
-
-void ErrorState::restore() const {
-    // In this order: the two share one place in Windows, and the Windows number has to stay.
-    WSASetLastError(static_cast<int>(mSocketError));
-    SetLastError(mWindowsError);
-}
-
-uint32_t ErrorState::select(int which) const {
-    switch (which) {
-        case 1:
-            return mWindowsError;
-        case 2:
-            return mSocketError;
-        default:
-            return mWindowsError != 0 ? mWindowsError : mSocketError;
-    }
 }
 
 std::ostream& operator<<(std::ostream& out, ErrorNumber number) {

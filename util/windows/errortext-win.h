@@ -18,6 +18,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "util/windows/errorstate-win.h"
+
 /// A failed Windows call; `what()` is its win32ErrorText. Catch it by reference to test the number.
 class Win32Exception : public std::runtime_error {
 public:
@@ -59,28 +61,6 @@ std::string errorText(bool withCode, const uint32_t* error, int which);
 /// The same text, kept by the calling thread: the pointer is good until this thread calls again
 /// or ends.
 const char* lastErrorText(bool withCode, const uint32_t* error, int which);
-
-/// The two error numbers that a thread has.
-///
-///     const ErrorState failure = ErrorState::current();
-///     ...                                         // may fail as well
-///     text << "can't read: " << failure;
-struct ErrorState {
-    /// What the calling thread has now.
-    static ErrorState current();
-
-    void save() { *this = current(); }
-    /// Gives the numbers back to the calling thread. The two share one place in Windows: where
-    /// they differ, both read as the Windows number afterwards.
-    void restore() const;
-
-    /// By the `which` of errorText: 0, the Windows number, or the socket number if that is 0; 1,
-    /// the Windows number; 2, the socket number.
-    uint32_t select(int which) const;
-
-    uint32_t mWindowsError = 0;
-    uint32_t mSocketError = 0;
-};
 
 /// One error number that is to be put into words.
 struct ErrorNumber {

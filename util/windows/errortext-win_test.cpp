@@ -1,11 +1,9 @@
 #include "util/windows/errortext-win.h"
 
-#include <functional>
 #include <sstream>
 #include <stdexcept>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -13,36 +11,14 @@
 #include <windows.h>
 
 #include "testing/replacedcall-win.h"
+#include "testing/socketerror-win.h"
 #include "testing/systemmessage-win.h"
 
 namespace {
 
 using testing_support::ReplacedCall;
+using testing_support::SocketError;
 using testing_support::SystemMessage;
-
-int gSocketError = 0;
-std::vector<std::string> gRestored;
-
-int WINAPI getSocketError() { return gSocketError; }
-
-void WINAPI setSocketError(int error) {
-    gRestored.push_back("socket " + std::to_string(error));
-    gSocketError = error;
-}
-
-/// As long as it lives, the socket error is a value of its own, as it isn't in Windows.
-class SocketError {
-public:
-    explicit SocketError(int error)
-        : mGet("WSAGetLastError", getSocketError), mSet("WSASetLastError", setSocketError) {
-        gSocketError = error;
-        gRestored.clear();
-    }
-
-private:
-    ReplacedCall<decltype(WSAGetLastError)> mGet;
-    ReplacedCall<decltype(WSASetLastError)> mSet;
-};
 
 void expectOneCall(const SystemMessage& message, DWORD flags, const void* source, DWORD number,
                    DWORD size) {
@@ -390,119 +366,7 @@ TEST(LastErrorTextTest, TheFirstCallOfAThreadTellsTheSocketErrorAsItWas) {
     EXPECT_EQ(text, "Error 10054");
 }
 
-/// Every function that makes a text, by name.
-struct TextFunction {
-    const char* name;
-    std::function<void()> call;
-};
-const uint32_t gFive = 5;
-const TextFunction gTextFunctions[] = {
-    {"Win32Exception of the last error", [] { const Win32Exception failure("C"); }},
-    {"Win32Exception", [] { const Win32Exception failure("C", 5); }},
-    {"NtException", [] { const NtException failure("C", 5); }},
-    {"win32ErrorText", [] { win32ErrorText("C", 5); }},
-    {"ntErrorText", [] { ntErrorText("C", 5); }},
-    {"errorText of the value", [] { errorText(true, &gFive, 1); }},
-    {"errorText of null", [] { errorText(false, nullptr, 0); }},
-    {"errorText of the socket error", [] { errorText(false, nullptr, 2); }},
-    {"lastErrorText of the value", [] { lastErrorText(true, &gFive, 1); }},
-    {"lastErrorText of null", [] { lastErrorText(false, nullptr, 0); }},
-};
-
-TEST(ErrorStateTest, NoTextFunctionChangesTheErrorsOfTheCaller) {
-    for (const wchar_t* words : {L"Denied.\r\n", L""}) {
-        for (const TextFunction& function : gTextFunctions) {
-            const SystemMessage message(words);
-            SetLastError(4711);
-            function.call();
-            const DWORD lastError = GetLastError();
-            const int socketError = WSAGetLastError();
-            EXPECT_EQ(lastError, 4711U) << function.name;
-            EXPECT_EQ(socketError, 4711) << function.name;
-        }
-    }
-}
-
-TEST(ErrorStateTest, NoTextFunctionChangesTheErrorsWithTheRealSystemsWordsAndInANewThread) {
-    std::thread([] {
-        for (const TextFunction& function : gTextFunctions) {
-            WSASetLastError(10054);
-            function.call();
-            const int socketError = WSAGetLastError();
-            const DWORD lastError = GetLastError();
-            EXPECT_EQ(socketError, 10054) << function.name;
-            EXPECT_EQ(lastError, 10054U) << function.name;
-        }
-    }).join();
-}
-
-TEST(ErrorStateTest, TheSocketErrorIsUntouchedWhereItIsAValueOfItsOwn) {
-    for (const TextFunction& function : gTextFunctions) {
-        const SocketError socketError(10054);
-        SetLastError(4711);
-        function.call();
-        const DWORD lastError = GetLastError();
-        EXPECT_EQ(gSocketError, 10054) << function.name;
-        EXPECT_EQ(lastError, 4711U) << function.name;
-    }
-}
-
-void WINAPI setLastError(DWORD error) { gRestored.push_back("Windows " + std::to_string(error)); }
-
-TEST(ErrorStateTest, TheSocketErrorIsRestoredFirstAndTheWindowsErrorLast) {
-    const SocketError socketError(0);
-    const ReplacedCall<decltype(SetLastError)> call("SetLastError", setLastError);
-    ErrorState{5, 10054}.restore();
-    EXPECT_EQ(gRestored, (std::vector<std::string>{"socket 10054", "Windows 5"}));
-}
-
-TEST(ErrorStateTest, BothNumbersAreSaved) {
-    const SocketError socketError(10054);
-    SetLastError(5);
-    const ErrorState made = ErrorState::current();
-    ErrorState saved;
-    saved.save();
-    for (const ErrorState& state : {made, saved}) {
-        EXPECT_EQ(state.mWindowsError, 5U);
-        EXPECT_EQ(state.mSocketError, 10054U);
-    }
-}
-
-int WINAPI getSocketErrorAndDisturb() {
-    SetLastError(6);
-    return 10054;
-}
-
-TEST(ErrorStateTest, TheWindowsErrorIsReadBeforeTheSocketErrorCanChangeIt) {
-    const ReplacedCall<decltype(WSAGetLastError)> call("WSAGetLastError", getSocketErrorAndDisturb);
-    SetLastError(5);
-    EXPECT_EQ(ErrorState::current().mWindowsError, 5U);
-}
-
-TEST(ErrorStateTest, WhatWasSavedCanBeRestored) {
-    SetLastError(4711);
-    const ErrorState state = ErrorState::current();
-    SetLastError(5);
-    state.restore();
-    const DWORD lastError = GetLastError();
-    EXPECT_EQ(lastError, 4711U);
-}
-
-TEST(ErrorStateTest, OneOfTheTwoIsSelected) {
-    const struct {
-        ErrorState state;
-        int which;
-        uint32_t number;
-    } rows[] = {
-        {{5, 10054}, 0, 5}, {{0, 10054}, 0, 10054}, {{5, 10054}, 1, 5},
-        {{0, 10054}, 1, 0}, {{5, 10054}, 2, 10054}, {{5, 0}, 2, 0},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(row.state.select(row.which), row.number) << &row - rows;
-    }
-}
-
-TEST(ErrorStateTest, AStreamGetsTheTextWithoutTheCode) {
+TEST(ErrorTextTest, AStreamGetsTheTextWithoutTheCode) {
     const SystemMessage none(L"");
     std::ostringstream out;
     out << ErrorState{5, 10054} << ", " << ErrorState{0, 10054} << ", " << ErrorNumber{0xffffffff}

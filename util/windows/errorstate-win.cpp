@@ -1,0 +1,28 @@
+#include "util/windows/errorstate-win.h"
+
+#include <winsock2.h>
+#include <windows.h>
+
+ErrorState ErrorState::current() {
+    // GetLastError comes first of all: WSAGetLastError might change it.
+    const DWORD windowsError = GetLastError();
+    const int socketError = WSAGetLastError();
+    return {windowsError, static_cast<uint32_t>(socketError)};
+}
+
+void ErrorState::restore() const {
+    // In this order: the two share one place in Windows, and the Windows number has to stay.
+    WSASetLastError(static_cast<int>(mSocketError));
+    SetLastError(mWindowsError);
+}
+
+uint32_t ErrorState::select(int which) const {
+    switch (which) {
+        case 1:
+            return mWindowsError;
+        case 2:
+            return mSocketError;
+        default:
+            return mWindowsError != 0 ? mWindowsError : mSocketError;
+    }
+}
