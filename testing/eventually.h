@@ -1,0 +1,22 @@
+#pragma once
+
+#include <chrono>
+#include <thread>
+
+namespace testing_support {
+
+/// Waits until `condition()` holds, and for at most half a minute: false means that it never did.
+/// For what another thread does and shows, but doesn't announce. `condition` must be free of races.
+template <class Condition>
+bool eventually(Condition condition) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
+}  // namespace testing_support

@@ -1,0 +1,28 @@
+#include <gtest/gtest.h>
+
+#include "testing/memoryshortage-win.h"
+#include "util/condition-pthreads.h"
+
+namespace {
+
+using testing_support::MemoryShortage;
+
+TEST(ConditionDeathTest, AConditionThatCannotBeMadeEndsTheProcess) {
+    EXPECT_DEATH(
+        {
+            // For the cell of the handle, and not for the condition.
+            const MemoryShortage shortage(1);
+            const Condition condition;
+        },
+        "Unable to initialize a new condition variable: ");
+}
+
+TEST(ConditionTest, AWaitThatFailsForAnotherReasonThanTimeCountsAsWoken) {
+    Condition condition;
+    Mutex mutex(mutexErrorChecking);
+    const timespec deadline{std::time(nullptr) + 3600, 0};
+    // The mutex isn't held, and says so when the wait gives it up.
+    EXPECT_TRUE(condition.wait(mutex, &deadline));
+}
+
+}  // namespace

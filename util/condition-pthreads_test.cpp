@@ -1,0 +1,176 @@
+#include "util/condition-pthreads.h"
+
+#include <atomic>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "testing/eventually.h"
+
+namespace {
+
+using testing_support::eventually;
+
+static_assert(sizeof(Condition) == sizeof(void*));
+
+/// A point in time that is past, or one that no test lives to see.
+timespec pastDeadline() { return {std::time(nullptr) - 10, 0}; }
+timespec farDeadline() { return {std::time(nullptr) + 3600, 999999999}; }
+
+/// Threads that wait for a condition to be told apart by `mWoken`, all state under the mutex.
+class Waiters {
+public:
+    /// A thread whose wait is `wait(mutex)`: it counts itself as waiting before, and as woken
+    /// after.
+    template <class Wait>
+    void add(Wait wait) {
+        mThreads.emplace_back([this, wait] {
+            MutexLock lock(mMutex);
+            ++mWaiting;
+            while (mPermits == 0) {
+                wait(mMutex);
+            }
+            --mPermits;
+            ++mWoken;
+        });
+    }
+    ~Waiters() {
+        for (auto& thread : mThreads) {
+            thread.join();
+        }
+    }
+
+    /// Since the mutex is given up by the wait alone, who counts as waiting does wait.
+    bool allWait() {
+        return eventually([this] {
+            const MutexLock lock(mMutex);
+            return mWaiting == static_cast<int>(mThreads.size());
+        });
+    }
+    void permit(int count) {
+        const MutexLock lock(mMutex);
+        mPermits += count;
+    }
+    bool eventuallyWoken(int count) {
+        return eventually([this, count] {
+            const MutexLock lock(mMutex);
+            return mWoken == count;
+        });
+    }
+
+private:
+    Mutex mMutex;
+    int mWaiting = 0;
+    int mPermits = 0;
+    int mWoken = 0;
+    std::vector<std::thread> mThreads;
+};
+
+TEST(ConditionTest, SignalWakesAThreadThatWaits) {
+    Condition condition;
+    Waiters waiters;
+    waiters.add([&](Mutex& m) { condition.wait(m); });
+    EXPECT_TRUE(waiters.allWait());
+    waiters.permit(1);
+    condition.signal();
+    EXPECT_TRUE(waiters.eventuallyWoken(1));
+}
+
+TEST(ConditionTest, EachSignalWakesAThread) {
+    Condition condition;
+    Waiters waiters;
+    for (int i = 0; i < 2; ++i) {
+        waiters.add([&](Mutex& m) { condition.wait(m); });
+    }
+    EXPECT_TRUE(waiters.allWait());
+    waiters.permit(1);
+    condition.signal();
+    EXPECT_TRUE(waiters.eventuallyWoken(1));
+    waiters.permit(1);
+    condition.signal();
+    EXPECT_TRUE(waiters.eventuallyWoken(2));
+}
+
+TEST(ConditionTest, BroadcastWakesAllThreadsThatWait) {
+    Condition condition;
+    Waiters waiters;
+    for (int i = 0; i < 3; ++i) {
+        waiters.add([&](Mutex& m) { condition.wait(m); });
+    }
+    EXPECT_TRUE(waiters.allWait());
+    waiters.permit(3);
+    condition.broadcast();
+    EXPECT_TRUE(waiters.eventuallyWoken(3));
+}
+
+TEST(ConditionTest, SignalAndBroadcastWithoutAWaiterAreForgotten) {
+    Condition condition;
+    Mutex mutex;
+    condition.signal();
+    condition.broadcast();
+    const timespec past = pastDeadline();
+    const MutexLock lock(mutex);
+    EXPECT_FALSE(condition.wait(mutex, &past));
+}
+
+TEST(ConditionTest, TheMutexIsHeldAgainAfterAWait) {
+    Condition condition;
+    Mutex mutex;
+    const timespec past = pastDeadline();
+    const MutexLock lock(mutex);
+    condition.wait(mutex, &past);
+    EXPECT_FALSE(mutex.tryLock());
+}
+
+TEST(ConditionTest, AWaitWithoutADeadlineIsWithoutLimitAndTrue) {
+    Condition condition;
+    std::atomic<bool> result{false};
+    Waiters waiters;
+    waiters.add([&](Mutex& m) { result = condition.wait(m, nullptr); });
+    EXPECT_TRUE(waiters.allWait());
+    waiters.permit(1);
+    condition.signal();
+    EXPECT_TRUE(waiters.eventuallyWoken(1));
+    EXPECT_TRUE(result);
+}
+
+TEST(ConditionTest, AWaitThatIsWokenBeforeItsDeadlineIsTrue) {
+    Condition condition;
+    std::atomic<bool> result{false};
+    const timespec deadline = farDeadline();
+    Waiters waiters;
+    waiters.add([&](Mutex& m) { result = condition.wait(m, &deadline); });
+    EXPECT_TRUE(waiters.allWait());
+    waiters.permit(1);
+    condition.signal();
+    EXPECT_TRUE(waiters.eventuallyWoken(1));
+    EXPECT_TRUE(result);
+}
+
+TEST(ConditionTest, AWaitPastItsDeadlineIsFalse) {
+    Condition condition;
+    Mutex mutex;
+    const timespec past = pastDeadline();
+    const MutexLock lock(mutex);
+    EXPECT_FALSE(condition.wait(mutex, &past));
+}
+
+TEST(ConditionTest, NanosecondsOfAWholeSecondStopTheProcess) {
+    Condition condition;
+    Mutex mutex;
+    const MutexLock lock(mutex);
+    const timespec deadline{0, 1000000000L};
+    EXPECT_DEATH(condition.wait(mutex, &deadline),
+                 "assertion failed at .*: timeout->tv_nsec < 1000000000L");
+}
+
+TEST(ConditionTest, NanosecondsJustBelowASecondAreGood) {
+    Condition condition;
+    Mutex mutex;
+    const MutexLock lock(mutex);
+    const timespec deadline{1, 999999999L};
+    EXPECT_FALSE(condition.wait(mutex, &deadline));
+}
+
+}  // namespace

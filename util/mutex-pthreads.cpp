@@ -1,0 +1,101 @@
+#include "util/mutex-pthreads.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+namespace {
+
+class MutexAttributes {
+public:
+    MutexAttributes() { pthread_mutexattr_init(&mAttributes); }
+    ~MutexAttributes() { pthread_mutexattr_destroy(&mAttributes); }
+    MutexAttributes(const MutexAttributes&) = delete;
+    MutexAttributes& operator=(const MutexAttributes&) = delete;
+
+    pthread_mutexattr_t* get() { return &mAttributes; }
+
+private:
+    pthread_mutexattr_t mAttributes{};
+};
+
+int initialize(pthread_mutex_t* mutex, MutexType type) {
+    if (type == mutexDefault) {
+        return pthread_mutex_init(mutex, /*attr=*/nullptr);
+    }
+    MutexAttributes attributes;
+    switch (type) {
+        case mutexPlain:
+        case mutexDefaultByName:
+            pthread_mutexattr_settype(attributes.get(), PTHREAD_MUTEX_NORMAL);
+            break;
+        case mutexErrorChecking:
+            pthread_mutexattr_settype(attributes.get(), PTHREAD_MUTEX_ERRORCHECK);
+            break;
+        case mutexRecursive:
+            pthread_mutexattr_settype(attributes.get(), PTHREAD_MUTEX_RECURSIVE);
+            break;
+        default:
+            break;
+    }
+    return pthread_mutex_init(mutex, attributes.get());
+}
+
+// winpthreads allocates a lock when it is first taken, and a lock that it can't allocate counts as
+// not taken, which nobody examines. Taking it once here makes that a failure of the construction.
+
+int useMutexOnce(pthread_mutex_t* mutex) {
+    const int result = pthread_mutex_trylock(mutex);
+    if (result == 0) {
+        pthread_mutex_unlock(mutex);
+    }
+    return result;
+}
+
+int useRWLockOnce(pthread_rwlock_t* lock) {
+    const int result = pthread_rwlock_trywrlock(lock);
+    if (result == 0) {
+        pthread_rwlock_unlock(lock);
+    }
+    return result;
+}
+
+void abortUnless(int result, const char* complaint) {
+    if (result != 0) {
+        errno = result;
+        std::perror(complaint);
+        std::abort();
+    }
+}
+
+}  // namespace
+
+pthread_mutex_t* Mutex::makeHandle(MutexType type) {
+    auto handle = std::make_unique<pthread_mutex_t>();
+    int result = initialize(handle.get(), type);
+    if (result == 0) {
+        result = useMutexOnce(handle.get());
+    }
+    abortUnless(result, "Unable to initialize a new mutex");
+    return handle.release();
+}
+
+Mutex::~Mutex() {
+    pthread_mutex_destroy(mHandle);
+    delete mHandle;
+}
+
+pthread_rwlock_t* RWLock::makeHandle() {
+    auto handle = std::make_unique<pthread_rwlock_t>();
+    int result = pthread_rwlock_init(handle.get(), /*attr=*/nullptr);
+    if (result == 0) {
+        result = useRWLockOnce(handle.get());
+    }
+    abortUnless(result, "Unable to initialize a new rwlock");
+    return handle.release();
+}
+
+RWLock::~RWLock() {
+    pthread_rwlock_destroy(mHandle);
+    delete mHandle;
+}

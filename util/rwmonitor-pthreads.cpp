@@ -1,0 +1,63 @@
+#include "util/rwmonitor-pthreads.h"
+
+#include "util/assertion.h"
+
+/// Holds the monitor's mutex. The wait for it goes into the monitor's timer, and into the mutex's
+/// own as well if that has a getter.
+class RWMonitor::Bookkeeping {
+public:
+    explicit Bookkeeping(RWMonitor& monitor) : mMutex(*monitor.mMutex) {
+        lockMeasured(
+            monitor.mGetter, [this] { return pthread_mutex_trylock(mMutex.mHandle); },
+            [this] { mMutex.lock(); });
+    }
+    ~Bookkeeping() { mMutex.unlock(); }
+    Bookkeeping(const Bookkeeping&) = delete;
+    Bookkeeping& operator=(const Bookkeeping&) = delete;
+
+private:
+    Mutex& mMutex;
+};
+
+RWMonitor::~RWMonitor() {
+    NB_ASSERT(mState == 0);
+    NB_ASSERT(mNumReadersWaiting == 0);
+    NB_ASSERT(mNumWritersWaiting == 0);
+}
+
+void RWMonitor::lockForRead() {
+    const Bookkeeping held(*this);
+    while (mNumWritersWaiting != 0 || mState < 0) {
+        waitAtGate(mNumReadersWaiting);
+    }
+    ++mState;
+}
+
+void RWMonitor::lockForWrite() {
+    const Bookkeeping held(*this);
+    while (mState != 0) {
+        waitAtGate(mNumWritersWaiting);
+    }
+    --mState;
+}
+
+void RWMonitor::addReader() {
+    const Bookkeeping held(*this);
+    ++mState;
+}
+
+void RWMonitor::unlock() {
+    const Bookkeeping held(*this);
+    NB_ASSERT(mState != 0);
+    mState = mState > 0 ? mState - 1 : 0;
+    if (mState == 0) {
+        mCondition->broadcast();
+    }
+}
+
+void RWMonitor::waitAtGate(int& numWaiting) {
+    const ScopedTimer waiting(mGetter != nullptr ? mGetter() : nullptr);
+    ++numWaiting;
+    mCondition->wait(*mMutex);
+    --numWaiting;
+}

@@ -1,0 +1,355 @@
+#include "util/rwmonitor-pthreads.h"
+
+#include <atomic>
+#include <string>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "testing/contention.h"
+
+/// A look at the monitor's books, taken under its mutex.
+struct RWMonitorTestPeer {
+    int readersWaiting = 0;
+    int writersWaiting = 0;
+    int state = 0;
+
+    static RWMonitorTestPeer look(RWMonitor& monitor) {
+        const MutexLock lock(*monitor.mMutex);
+        return {monitor.mNumReadersWaiting, monitor.mNumWritersWaiting, monitor.mState};
+    }
+    /// Leaves books behind with which the monitor must not end.
+    static void falsify(RWMonitor& monitor, const RWMonitorTestPeer& books) {
+        const MutexLock lock(*monitor.mMutex);
+        monitor.mNumReadersWaiting = books.readersWaiting;
+        monitor.mNumWritersWaiting = books.writersWaiting;
+        monitor.mState = books.state;
+    }
+
+    friend bool operator==(const RWMonitorTestPeer&, const RWMonitorTestPeer&) = default;
+};
+
+namespace {
+
+using testing_support::contend;
+using testing_support::CountedGetter;
+using testing_support::eventually;
+using testing_support::FakeClock;
+
+using Books = RWMonitorTestPeer;
+
+Books books(RWMonitor& monitor) { return Books::look(monitor); }
+
+bool eventuallyBooks(RWMonitor& monitor, const Books& wanted) {
+    return eventually([&] { return books(monitor) == wanted; });
+}
+
+class RWMonitorTest : public testing::Test {
+protected:
+    Mutex mMutex;
+    Condition mCondition;
+};
+
+TEST_F(RWMonitorTest, ANewMonitorIsFreeAndNobodyWaits) {
+    RWMonitor monitor(mMutex, mCondition);
+    EXPECT_EQ(books(monitor), (Books{0, 0, 0}));
+}
+
+TEST_F(RWMonitorTest, ReadersAreCounted) {
+    RWMonitor monitor(mMutex, mCondition);
+    monitor.lockForRead();
+    EXPECT_EQ(books(monitor), (Books{0, 0, 1}));
+    std::thread([&] { monitor.lockForRead(); }).join();
+    EXPECT_EQ(books(monitor), (Books{0, 0, 2}));
+    monitor.unlock();
+    EXPECT_EQ(books(monitor), (Books{0, 0, 1}));
+    monitor.unlock();
+    EXPECT_EQ(books(monitor), (Books{0, 0, 0}));
+}
+
+TEST_F(RWMonitorTest, AWriterIsMinusOneAndUnlocksToFree) {
+    RWMonitor monitor(mMutex, mCondition);
+    monitor.lockForWrite();
+    EXPECT_EQ(books(monitor), (Books{0, 0, -1}));
+    monitor.unlock();
+    EXPECT_EQ(books(monitor), (Books{0, 0, 0}));
+}
+
+TEST_F(RWMonitorTest, AReaderWaitsForTheWriter) {
+    RWMonitor monitor(mMutex, mCondition);
+    monitor.lockForWrite();
+    std::thread reader([&] { monitor.lockForRead(); });
+    EXPECT_TRUE(eventuallyBooks(monitor, {1, 0, -1}));
+    monitor.unlock();
+    reader.join();
+    EXPECT_EQ(books(monitor), (Books{0, 0, 1}));
+    monitor.unlock();
+}
+
+TEST_F(RWMonitorTest, AWriterWaitsForTheWriter) {
+    RWMonitor monitor(mMutex, mCondition);
+    monitor.lockForWrite();
+    std::thread writer([&] { monitor.lockForWrite(); });
+    EXPECT_TRUE(eventuallyBooks(monitor, {0, 1, -1}));
+    monitor.unlock();
+    writer.join();
+    EXPECT_EQ(books(monitor), (Books{0, 0, -1}));
+    monitor.unlock();
+}
+
+TEST_F(RWMonitorTest, AWriterWaitsForTheLastReader) {
+    RWMonitor monitor(mMutex, mCondition);
+    monitor.lockForRead();
+    monitor.lockForRead();
+    std::thread writer([&] { monitor.lockForWrite(); });
+    EXPECT_TRUE(eventuallyBooks(monitor, {0, 1, 2}));
+    monitor.unlock();
+    EXPECT_EQ(books(monitor), (Books{0, 1, 1}));
+    monitor.unlock();
+    writer.join();
+    EXPECT_EQ(books(monitor), (Books{0, 0, -1}));
+    monitor.unlock();
+}
+
+TEST_F(RWMonitorTest, AWaitingWriterHoldsBackReadersButNotAddReaderAndGoesFirst) {
+    RWMonitor monitor(mMutex, mCondition);
+    std::string order;
+    monitor.lockForRead();
+    monitor.lockForRead();
+    std::thread writer([&] {
+        monitor.lockForWrite();
+        order += 'w';
+        monitor.unlock();
+    });
+    EXPECT_TRUE(eventuallyBooks(monitor, {0, 1, 2}));
+    std::thread reader([&] {
+        monitor.lockForRead();
+        order += 'r';
+        monitor.unlock();
+    });
+    EXPECT_TRUE(eventuallyBooks(monitor, {1, 1, 2}));
+    monitor.addReader();
+    EXPECT_EQ(books(monitor), (Books{1, 1, 3}));
+    monitor.unlock();
+    monitor.unlock();
+    EXPECT_EQ(books(monitor), (Books{1, 1, 1}));
+    monitor.unlock();
+    writer.join();
+    reader.join();
+    EXPECT_EQ(order, "wr");
+}
+
+TEST_F(RWMonitorTest, TheLastUnlockWakesAllReadersThatWait) {
+    RWMonitor monitor(mMutex, mCondition);
+    monitor.lockForWrite();
+    std::thread first([&] { monitor.lockForRead(); });
+    std::thread second([&] { monitor.lockForRead(); });
+    EXPECT_TRUE(eventuallyBooks(monitor, {2, 0, -1}));
+    monitor.unlock();
+    first.join();
+    second.join();
+    EXPECT_EQ(books(monitor), (Books{0, 0, 2}));
+    monitor.unlock();
+    monitor.unlock();
+}
+
+TEST_F(RWMonitorTest, AddReaderEntersAFreeMonitor) {
+    RWMonitor monitor(mMutex, mCondition);
+    monitor.addReader();
+    EXPECT_EQ(books(monitor), (Books{0, 0, 1}));
+    monitor.unlock();
+}
+
+TEST_F(RWMonitorTest, TwoMonitorsCanShareAMutexAndACondition) {
+    RWMonitor first(mMutex, mCondition);
+    RWMonitor second(mMutex, mCondition);
+    first.lockForWrite();
+    second.lockForRead();
+    EXPECT_EQ(books(first), (Books{0, 0, -1}));
+    EXPECT_EQ(books(second), (Books{0, 0, 1}));
+    first.unlock();
+    second.unlock();
+}
+
+TEST_F(RWMonitorTest, ReadersAndWritersOfManyThreadsExcludeEachOther) {
+    constexpr int numRounds = 200;
+    RWMonitor monitor(mMutex, mCondition);
+    int first = 0;
+    int second = 0;
+    std::atomic<int> torn{0};
+    const auto write = [&] {
+        for (int round = 0; round < numRounds; ++round) {
+            monitor.lockForWrite();
+            ++first;
+            ++second;
+            monitor.unlock();
+        }
+    };
+    const auto read = [&] {
+        for (int round = 0; round < numRounds; ++round) {
+            monitor.lockForRead();
+            torn += first != second ? 1 : 0;
+            monitor.unlock();
+        }
+    };
+    std::thread threads[] = {std::thread(write), std::thread(read), std::thread(write),
+                             std::thread(read)};
+    for (auto& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(torn, 0);
+    EXPECT_EQ(first, 2 * numRounds);
+    EXPECT_EQ(books(monitor), (Books{0, 0, 0}));
+}
+
+TEST_F(RWMonitorTest, AFreeMonitorWithAGetterCallsNoGetterAndReadsNoClock) {
+    const FakeClock clock;
+    NestedTimer timer;
+    const CountedGetter getter(&timer);
+    RWMonitor monitor(mMutex, mCondition, &CountedGetter::get);
+    monitor.lockForRead();
+    monitor.addReader();
+    monitor.unlock();
+    monitor.unlock();
+    monitor.lockForWrite();
+    monitor.unlock();
+    EXPECT_EQ(getter.calls(), 0);
+    EXPECT_EQ(clock.readings(), 0);
+}
+
+TEST_F(RWMonitorTest, AReadersWaitAtTheGateGoesIntoTheGettersTimer) {
+    FakeClock clock;
+    NestedTimer timer;
+    const CountedGetter getter(&timer);
+    RWMonitor monitor(mMutex, mCondition, &CountedGetter::get);
+    monitor.lockForWrite();
+    std::thread::id waiter;
+    ASSERT_TRUE(contend(
+        clock,
+        [&] {
+            monitor.lockForRead();
+            waiter = std::this_thread::get_id();
+        },
+        [&] {
+            EXPECT_TRUE(eventuallyBooks(monitor, {1, 0, -1}));
+            monitor.unlock();
+        }));
+    EXPECT_EQ(getter.thread(), waiter);
+    EXPECT_EQ(timer.total(), Ticks(70));
+    monitor.unlock();
+}
+
+TEST_F(RWMonitorTest, AWritersWaitAtTheGateGoesIntoTheGettersTimer) {
+    FakeClock clock;
+    NestedTimer timer;
+    const CountedGetter getter(&timer);
+    RWMonitor monitor(mMutex, mCondition, &CountedGetter::get);
+    monitor.lockForRead();
+    ASSERT_TRUE(contend(
+        clock, [&] { monitor.lockForWrite(); },
+        [&] {
+            EXPECT_TRUE(eventuallyBooks(monitor, {0, 1, 1}));
+            monitor.unlock();
+        }));
+    EXPECT_GE(getter.calls(), 1);
+    EXPECT_EQ(timer.total(), Ticks(70));
+    monitor.unlock();
+}
+
+TEST_F(RWMonitorTest, AWaitAtTheGateWithoutAGetterOrWithANullTimerReadsNoClock) {
+    const CountedGetter getter(nullptr);
+    for (const TimerGetter get : {TimerGetter(nullptr), TimerGetter(&CountedGetter::get)}) {
+        const FakeClock clock;
+        RWMonitor monitor(mMutex, mCondition, get);
+        monitor.lockForWrite();
+        std::thread reader([&] { monitor.lockForRead(); });
+        EXPECT_TRUE(eventuallyBooks(monitor, {1, 0, -1}));
+        monitor.unlock();
+        reader.join();
+        EXPECT_EQ(clock.readings(), 0);
+        monitor.unlock();
+    }
+    EXPECT_GE(getter.calls(), 1);
+}
+
+/// The operations whose entry takes the mutex, and what brings the monitor back to free.
+struct Entry {
+    const char* name;
+    void (RWMonitor::*before)();
+    void (RWMonitor::*operation)();
+    void (RWMonitor::*after)();
+};
+constexpr Entry ENTRIES[] = {
+    {"lockForRead", nullptr, &RWMonitor::lockForRead, &RWMonitor::unlock},
+    {"lockForWrite", nullptr, &RWMonitor::lockForWrite, &RWMonitor::unlock},
+    {"addReader", nullptr, &RWMonitor::addReader, &RWMonitor::unlock},
+    {"unlock", &RWMonitor::lockForRead, &RWMonitor::unlock, nullptr},
+};
+
+void call(RWMonitor& monitor, void (RWMonitor::*operation)()) {
+    if (operation != nullptr) {
+        (monitor.*operation)();
+    }
+}
+
+TEST_F(RWMonitorTest, TheWaitForTheBusyMutexAtAnyEntryGoesIntoTheGettersTimer) {
+    for (const Entry& entry : ENTRIES) {
+        FakeClock clock;
+        NestedTimer timer;
+        const CountedGetter getter(&timer);
+        RWMonitor monitor(mMutex, mCondition, &CountedGetter::get);
+        call(monitor, entry.before);
+        mMutex.lock();
+        EXPECT_TRUE(contend(
+            clock, [&] { call(monitor, entry.operation); }, [&] { mMutex.unlock(); }))
+            << entry.name;
+        EXPECT_EQ(getter.calls(), 1) << entry.name;
+        EXPECT_EQ(timer.count(), 1U) << entry.name;
+        EXPECT_EQ(timer.total(), Ticks(70)) << entry.name;
+        call(monitor, entry.after);
+    }
+}
+
+TEST_F(RWMonitorTest, TheMutexsOwnGetterIsHeardAsWell) {
+    FakeClock clock;
+    NestedTimer timer;
+    const CountedGetter getter(&timer);
+    Mutex mutex(&CountedGetter::get);
+    RWMonitor monitor(mutex, mCondition);
+    mutex.lock();
+    ASSERT_TRUE(contend(
+        clock, [&] { monitor.lockForRead(); }, [&] { mutex.unlock(); }));
+    EXPECT_EQ(getter.calls(), 1);
+    EXPECT_EQ(timer.total(), Ticks(70));
+    monitor.unlock();
+}
+
+TEST_F(RWMonitorTest, UnlockOfAFreeMonitorStopsTheProcess) {
+    RWMonitor monitor(mMutex, mCondition);
+    EXPECT_DEATH(monitor.unlock(), "assertion failed at .*: mState != 0");
+}
+
+void endWith(Mutex& mutex, Condition& condition, const Books& books) {
+    RWMonitor monitor(mutex, condition);
+    Books::falsify(monitor, books);
+}
+
+TEST_F(RWMonitorTest, EndingAHeldMonitorStopsTheProcess) {
+    EXPECT_DEATH(endWith(mMutex, mCondition, {0, 0, 1}), "assertion failed at .*: mState == 0");
+    EXPECT_DEATH(endWith(mMutex, mCondition, {0, 0, -1}), "assertion failed at .*: mState == 0");
+}
+
+TEST_F(RWMonitorTest, EndingAMonitorThatIsWaitedForStopsTheProcess) {
+    EXPECT_DEATH(endWith(mMutex, mCondition, {1, 0, 0}),
+                 "assertion failed at .*: mNumReadersWaiting == 0");
+    EXPECT_DEATH(endWith(mMutex, mCondition, {0, 1, 0}),
+                 "assertion failed at .*: mNumWritersWaiting == 0");
+}
+
+TEST_F(RWMonitorTest, TheEndLooksAtTheStateFirstAndAtTheReadersNext) {
+    EXPECT_DEATH(endWith(mMutex, mCondition, {1, 1, 1}), "assertion failed at .*: mState == 0");
+    EXPECT_DEATH(endWith(mMutex, mCondition, {1, 1, 0}),
+                 "assertion failed at .*: mNumReadersWaiting == 0");
+}
+
+}  // namespace
