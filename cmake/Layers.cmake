@@ -12,7 +12,8 @@ if(WIN32)
     # The product needs system DLLs only. Windows 7 is the oldest system that is supported.
     target_compile_definitions(project_options INTERFACE
         _WIN32_WINNT=0x0601 WIN32_LEAN_AND_MEAN NOMINMAX)
-    target_link_options(project_options INTERFACE -static)
+    target_compile_options(project_options INTERFACE -ffunction-sections -fdata-sections)
+    target_link_options(project_options INTERFACE -static -Wl,--gc-sections)
 endif()
 if(NBCC_SANITIZE)
     add_compile_options(-fsanitize=${NBCC_SANITIZE} -fno-sanitize-recover=all

@@ -1,0 +1,138 @@
+#include "clearcase/configuration.h"
+
+#include <istream>
+#include <locale>
+#include <ostream>
+#include <string_view>
+#include <utility>
+
+#include "util/pathfun.h"
+
+namespace {
+
+enum class Section { none, vobs, attrs };
+
+/// Reads one file; keeps the section that it is in.
+class ConfigurationReader {
+public:
+    ConfigurationReader(const std::string& viewRootPrefix, Configuration& configuration,
+                        std::ostream& errors)
+        : mViewRootPrefix(viewRootPrefix), mConfiguration(configuration), mErrors(errors) {}
+
+    void readLine(std::string_view untrimmed) {
+        const std::string_view line = trimmed(untrimmed);
+        if (line.empty() || line.front() == ';' || line.front() == '#') {
+            return;
+        }
+        if (line.front() == '[') {
+            enterSection(line);
+        } else if (mSection == Section::vobs) {
+            readVob(line);
+        } else if (mSection == Section::attrs) {
+            readElement(line);
+        }
+    }
+
+private:
+    std::string_view trimmed(std::string_view line) const {
+        const auto isSpace = [this](char c) { return mCharacters.is(std::ctype_base::space, c); };
+        while (!line.empty() && isSpace(line.back())) {
+            line.remove_suffix(1);
+        }
+        while (!line.empty() && isSpace(line.front())) {
+            line.remove_prefix(1);
+        }
+        return line;
+    }
+
+    void enterSection(std::string_view line) {
+        std::string header(line);
+        mCharacters.tolower(header.data(), header.data() + header.size());
+        mSection = header == "[vobs]"    ? Section::vobs
+                   : header == "[attrs]" ? Section::attrs
+                                         : Section::none;
+    }
+
+    void readVob(std::string_view line) {
+        const size_t equals = line.find('=');
+        if (equals == std::string_view::npos) {
+            mErrors << "Invalid line in [vobs]:  " << line << '\n';
+            return;
+        }
+        const bool readOnly = hasReadOnlyFlag(line.substr(equals + 1));
+        mConfiguration.vobs.push_back(
+            {std::string(line.substr(0, equals)), readOnly ? vobReadOnly : vobWritable});
+    }
+
+    static bool hasReadOnlyFlag(std::string_view flags) {
+        for (;;) {
+            const size_t separator = flags.find_first_of(",; ");
+            if (flags.substr(0, separator) == "ro") {
+                return true;
+            }
+            if (separator == std::string_view::npos) {
+                return false;
+            }
+            flags.remove_prefix(separator + 1);
+        }
+    }
+
+    void readElement(std::string_view line) {
+        const size_t equals = line.find('=');
+        if (equals == std::string_view::npos) {
+            mErrors << "Invalid line in [attrs]:  " << line << '\n';
+            return;
+        }
+        const std::string path(line.substr(0, equals));
+        const std::string_view text = line.substr(equals + 1);
+        const size_t star = text.find('*');
+
+        ElementRecord record;
+        if (star != std::string_view::npos) {
+            record.type = typeNamed(text.substr(star + 1), path);
+        }
+        record.value = text.substr(0, star);
+        if (!mViewRootPrefix.empty()) {
+            // Meant: the path as the file spells it, and no separator between the two.
+            mConfiguration.elements.insert_or_assign(mViewRootPrefix + path, record);
+        }
+        mConfiguration.elements.insert_or_assign(elementKey(path), std::move(record));
+    }
+
+    /// A name that no type has is complained of, and makes a link.
+    ElementType typeNamed(std::string_view name, const std::string& path) {
+        mName = name;
+        const auto found = elementTypeMap.find(mName);
+        if (found == elementTypeMap.end()) {
+            mErrors << "Invalid attr '" << name << "' for " << path << '\n';
+            return elementSymbolicLink;
+        }
+        return found->second;
+    }
+
+    const std::string& mViewRootPrefix;
+    Configuration& mConfiguration;
+    std::ostream& mErrors;
+    const std::locale mLocale;  ///< the global one
+    const std::ctype<char>& mCharacters = std::use_facet<std::ctype<char>>(mLocale);
+    Section mSection = Section::none;
+    std::string mName;  ///< kept for its room
+};
+
+}  // namespace
+
+std::string elementKey(const std::string& path) {
+    std::string key = normalizePath(path);
+    toBackslashes(key);
+    return key;
+}
+
+void readConfiguration(std::istream& input, const std::string& viewRootPrefix,
+                       Configuration& configuration, std::ostream& errors) {
+    ConfigurationReader reader(viewRootPrefix, configuration, errors);
+    std::string line;
+    // Not for(; getline();): a last line that the end of the file cuts short doesn't count.
+    while (std::getline(input, line).good()) {
+        reader.readLine(line);
+    }
+}

@@ -1,0 +1,40 @@
+#pragma once
+
+// The configuration of a fake connection: text in, records and complaints out.
+//
+//     ; a comment, as with #
+//     [vobs]
+//     \vobs\tools=ro             one VOB; flags are separated by `,`, `;` or blanks
+//     [attrs]
+//     C:\src\link=..\other       a symbolic link and its text
+//     C:\src\a.c=/main/3*version an element of a named type
+//
+// Lines end at a line feed, and a last line without one doesn't count. Sections may come in any
+// order and any number of times. Headers are case-insensitive, and nothing else is. Lines outside
+// the two sections are ignored.
+
+#include <iosfwd>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "clearcase/clearcaseconnection.h"
+#include "clearcase/elementtypes.h"
+
+/// The key of the element at `path`, which must be absolute (an assertion stops the process
+/// otherwise): its normal form with backslashes. Case is kept.
+std::string elementKey(const std::string& path);
+
+struct Configuration {
+    /// In the order of the file, duplicates included.
+    std::vector<VobRecord> vobs;
+    /// By element key. With a view root prefix each element is there a second time, under the
+    /// prefix followed directly by the path as the file spells it.
+    std::map<std::string, ElementRecord> elements;
+};
+
+/// Reads `input` to its end into `configuration`, line by line. A bad line is complained of in
+/// `errors`, one line each, and reading goes on. A path in "[attrs]" that isn't absolute stops the
+/// process.
+void readConfiguration(std::istream& input, const std::string& viewRootPrefix,
+                       Configuration& configuration, std::ostream& errors);

@@ -1,0 +1,39 @@
+#include "clearcase/elementstatus.h"
+
+#include "clearcase/configuration.h"
+#include "util/pathfun.h"
+
+std::optional<ElementType> configuredStatus(const std::map<std::string, ElementRecord>& elements,
+                                            const char* path, std::string* version,
+                                            std::string* target) {
+    if (version != nullptr) {
+        version->clear();
+    }
+    const auto found = elements.find(elementKey(path));
+    if (found == elements.end()) {
+        return std::nullopt;
+    }
+    const ElementRecord& element = found->second;
+    if (target != nullptr && element.type == elementSymbolicLink) {
+        if (isAbsolutePath(element.value, windowsPaths)) {
+            *target = element.value;
+        } else {
+            *target = joinPath(parentPath(path), element.value, '/');
+        }
+        return elementSymbolicLink;
+    }
+    const bool versioned =
+        element.type == elementVersion || element.type == elementDirectoryVersion;
+    if (version != nullptr && versioned) {
+        *version = "/main/0";
+    }
+    return element.type;
+}
+
+ElementType statusOfFile(bool isDirectory, bool isReadOnly) {
+    // Directories first: a read-only one is a directory all the same.
+    if (isDirectory) {
+        return elementDirectoryVersion;
+    }
+    return isReadOnly ? elementVersion : elementViewPrivate;
+}

@@ -1,0 +1,106 @@
+#include <array>
+#include <fstream>
+#include <iostream>
+#include <istream>
+#include <stdexcept>
+
+#include "clearcase/configuration.h"
+#include "clearcase/elementstatus.h"
+#include "clearcase/fakeclearcase.h"
+#include "clearcase/mvfsdrives-win.h"
+#include "clearcase/viewpaths.h"
+#include "clearcase/vobprobe-win.h"
+#include "util/pathfun.h"
+#include "util/windows/environment-win.h"
+#include "util/windows/filestat-win.h"
+#include "util/windows/unicodetext-win.h"
+
+namespace {
+
+/// A variable that is empty counts as not set.
+std::string variableOr(const char* name, const char* otherwise) {
+    const std::string value = environmentVariable(name).value_or("");
+    return value.empty() ? otherwise : value;
+}
+
+/// Made by the first call and never freed: threads may still use it when the process ends.
+ViewRootCache& viewRootCache() {
+    static ViewRootCache& cache = *new ViewRootCache;
+    return cache;
+}
+
+}  // namespace
+
+FakeClearCase::FakeClearCase(const void* /*unused*/) {
+    const std::string name = variableOr("NBCLEARCASE_FAKE_INI", "nbclearcase_fake.ini");
+    const std::string viewRootPrefix = variableOr("CLEARCASE_ROOT", "");
+
+    std::vector<char> buffer(65536);
+    std::filebuf file;
+    file.pubsetbuf(buffer.data(), static_cast<std::streamsize>(buffer.size()));
+    // As text, so that line ends are the system's, and sharing with everybody.
+    if (file.open(toWide(name).c_str(), std::ios::in) == nullptr) {
+        return;
+    }
+    std::istream input(&file);
+    Configuration configuration;
+    readConfiguration(input, viewRootPrefix, configuration, mError);
+    mVobs.swap(configuration.vobs);
+    mElements.swap(configuration.elements);
+}
+
+std::string FakeClearCase::getOutput() { return mOutput.str(); }
+
+std::string FakeClearCase::getError() { return mError.str(); }
+
+void FakeClearCase::clearMessages() {
+    mOutput.str("");
+    mError.str("");
+}
+
+int FakeClearCase::getElementStatus(const char* path, std::string* version, std::string* target) {
+    if (const auto status = configuredStatus(mElements, path, version, target)) {
+        return *status;
+    }
+    FileStat stat;
+    if (!stat.read(path, /*unused=*/0)) {
+        return elementViewPrivate;
+    }
+    return statusOfFile(stat.isDirectory(), !stat.isWritable());
+}
+
+std::string FakeClearCase::canonicalizeViewPath(const std::string& cwd, const std::string& path,
+                                                const std::vector<std::string>& vobTags) {
+    return ::canonicalizeViewPath(mvfsRoot, viewDrives, viewRootCache(), cwd, path, vobTags,
+                                  std::cerr);
+}
+
+std::string FakeClearCase::getViewTag() {
+    return leafName(environmentVariable("CLEARCASE_ROOT").value_or(""));
+}
+
+void FakeClearCase::probeVobs(const std::string& root, std::vector<VobRecord>& results) {
+    ::probeVobs(mVobs, root, results);
+}
+
+void FakeClearCase::getProductInfo(const void* /*unused*/,
+                                   std::map<std::string, std::string>& info) {
+    info["product"] = "Phony ClearCase Interface";
+    info["version"] = "n/a";
+    info["osname"] = "Windows";
+}
+
+std::string FakeClearCase::getMvfsDrives(std::map<std::string, std::string>& drives) {
+    if (&drives != &viewDrives) {
+        drives = viewDrives;
+    }
+    return mvfsRoot;
+}
+
+void FakeClearCase::startSession() {
+    throw std::runtime_error("No ClearCase sessions when faking");
+}
+
+bool FakeClearCase::isReady() { return true; }
+
+void FakeClearCase::killConnection() { throw std::runtime_error("No connection to kill!"); }

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <map>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "clearcase/clearcaseconnection.h"
+#include "clearcase/elementtypes.h"
+
+/// A connection that answers from a text file and from the file system.
+///
+/// The file (its format: clearcase/configuration.h) is read once, by the constructor: the one that
+/// the environment variable NBCLEARCASE_FAKE_INI names, else "nbclearcase_fake.ini" in the current
+/// directory. A file that is missing or can't be read counts as empty. CLEARCASE_ROOT, if it is
+/// set, is the view root prefix.
+///
+/// The object takes no lock. All operations may be called from any thread, save that
+/// `clearMessages` must not run beside the two operations that read the messages.
+class FakeClearCase : public ClearCaseConnection {
+public:
+    /// Complaints about the file go to `getError`. The argument is not read.
+    explicit FakeClearCase(const void* unused);
+    ~FakeClearCase() override = default;
+    FakeClearCase(const FakeClearCase&) = delete;
+    FakeClearCase& operator=(const FakeClearCase&) = delete;
+
+    std::string getOutput() override;
+    std::string getError() override;
+    void clearMessages() override;
+    int getElementStatus(const char* path, std::string* version, std::string* target) override;
+    std::string canonicalizeViewPath(const std::string& cwd, const std::string& path,
+                                     const std::vector<std::string>& vobTags) override;
+    std::string getViewTag() override;
+    void probeVobs(const std::string& root, std::vector<VobRecord>& results) override;
+    void getProductInfo(const void* unused, std::map<std::string, std::string>& info) override;
+    std::string getMvfsDrives(std::map<std::string, std::string>& drives) override;
+    [[noreturn]] void startSession() override;
+    bool isReady() override;
+    [[noreturn]] void killConnection() override;
+
+private:
+    std::vector<VobRecord> mVobs;
+    std::map<std::string, ElementRecord> mElements;
+    std::ostringstream mOutput;  ///< nothing writes to it: it stands for the contract's sake
+    std::ostringstream mError;
+};

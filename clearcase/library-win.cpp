@@ -1,0 +1,23 @@
+#include <new>
+
+#include <windows.h>
+
+#include "clearcase/fakeclearcase.h"
+#include "clearcase/libraryload-win.h"
+
+/// The one exported function; clearcase/clearcaseconnection.h tells what it does.
+extern "C" ClearCaseConnection* ClearCaseImplCtor(void* unused) {
+    return new (std::nothrow) FakeClearCase(unused);
+}
+
+extern "C" BOOL WINAPI DllMain(HINSTANCE /*library*/, DWORD reason, void* /*reserved*/) {
+    switch (reason) {
+        case DLL_PROCESS_ATTACH:
+            return attachLibrary() ? TRUE : FALSE;
+        case DLL_PROCESS_DETACH:
+            detachLibrary();
+            return TRUE;
+        default:
+            return TRUE;
+    }
+}

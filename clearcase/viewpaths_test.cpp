@@ -1,0 +1,211 @@
+#include "clearcase/viewpaths.h"
+
+#include <sstream>
+#include <stdexcept>
+#include <streambuf>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using Tags = std::vector<std::string>;
+using Drives = std::map<std::string, std::string>;
+
+/// The drives of most tests, and what a call leaves behind.
+class CanonicalizeViewPathTest : public testing::Test {
+protected:
+    std::string canonical(const std::string& path, const Tags& tags,
+                          const std::string& cwd = "D:\\w") {
+        return canonicalizeViewPath(mMvfsRoot, mViewDrives, mCache, cwd, path, tags, mErrors);
+    }
+
+    void TearDown() override { EXPECT_EQ(mErrors.str(), mExpectedErrors); }
+
+    std::string mMvfsRoot = "M:";
+    Drives mViewDrives = {{"X:", "tag1"}};
+    ViewRootCache mCache;
+    std::ostringstream mErrors;
+    std::string mExpectedErrors;
+};
+
+using CanonicalizeViewPathDeathTest = CanonicalizeViewPathTest;
+
+TEST_F(CanonicalizeViewPathTest, ARelativePathIsTakenAgainstTheDirectoryAndTidied) {
+    EXPECT_EQ(canonical("a\\..\\b.c", {}, "C:\\w"), "C:/w/b.c");
+    EXPECT_EQ(canonical("", {}, "C:\\w\\"), "C:/w");
+}
+
+TEST_F(CanonicalizeViewPathTest, OnlyTheFirstLetterOfAnAbsolutePathChanges) {
+    EXPECT_EQ(canonical("c:\\src\\a.c", {}), "C:/src/a.c");
+    EXPECT_EQ(canonical("c:/Src//./A.c/", {}), "C:/Src/A.c");
+    EXPECT_EQ(canonical("c:x", {}), "C:/x");
+}
+
+TEST_F(CanonicalizeViewPathTest, APathWithALeadingSeparatorFollowsTheDriveOfTheDirectory) {
+    EXPECT_EQ(canonical("\\src\\a.c", {}, "D:\\w"), "D:/src/a.c");
+    EXPECT_EQ(canonical("/src/a.c", {}, "d:/w"), "D:/src/a.c");
+}
+
+TEST_F(CanonicalizeViewPathTest, AUncPathLosesItsMeaning) {
+    EXPECT_EQ(canonical("\\\\srv\\sh\\a.c", {}, "D:\\w"), "D:/srv/sh/a.c");
+}
+
+TEST_F(CanonicalizeViewPathTest, ADirectoryOnAShareIsFollowedByItsOwnSeparators) {
+    EXPECT_EQ(canonical("a", {}, "\\\\srv\\sh"), "//srv/sh/a");
+    EXPECT_EQ(canonical("\\x\\y\\z", {}, "\\\\srv\\sh"), "//x/y/z");
+}
+
+TEST_F(CanonicalizeViewPathTest, APathOnTheMvfsDriveMovesToTheViewDriveOfItsTag) {
+    EXPECT_EQ(canonical("M:\\tag1\\vob\\a.c", {"X:\\vob"}), "X:\\vob\\a.c");
+}
+
+TEST_F(CanonicalizeViewPathTest, APathOnAViewDriveMovesToTheMvfsDriveOfItsTag) {
+    EXPECT_EQ(canonical("X:\\vob\\a.c", {"M:\\tag1\\vob"}), "M:\\tag1\\vob\\a.c");
+    EXPECT_EQ(canonical("x:/vob/./b/../a.c", {"m:/tag1/vob"}), "M:\\tag1\\vob\\a.c");
+}
+
+TEST_F(CanonicalizeViewPathTest, APathThatIsMovedAndBackIsWhereItWas) {
+    const std::string moved = canonical("X:\\vob\\a.c", {"M:\\tag1\\vob"});
+    EXPECT_EQ(canonical(moved, {"X:\\vob"}), "X:\\vob\\a.c");
+}
+
+TEST_F(CanonicalizeViewPathTest, TheRootItselfMovesToo) {
+    EXPECT_EQ(canonical("X:\\", {"M:\\tag1\\vob"}), "M:\\tag1");
+    EXPECT_EQ(canonical("M:\\tag1", {"X:\\vob"}), "X:\\");
+}
+
+TEST_F(CanonicalizeViewPathTest, APathThatLiesInARootStaysInForwardSlashes) {
+    EXPECT_EQ(canonical("m:\\TAG1\\vob\\a.c", {"M:\\tag1\\vob"}), "M:/TAG1/vob/a.c");
+    EXPECT_EQ(canonical("x:\\vob\\a.c", {"X:\\vob"}), "X:/vob/a.c");
+    EXPECT_TRUE(mCache.viewRootCache.empty());
+}
+
+TEST_F(CanonicalizeViewPathTest, AnyRootThatHoldsThePathComesBeforeAnyMove) {
+    EXPECT_EQ(canonical("X:\\vob\\a.c", {"M:\\tag1\\vob", "x:\\vob"}), "X:/vob/a.c");
+}
+
+TEST_F(CanonicalizeViewPathTest, ARootWithoutAnotherRouteIsCachedAsSuch) {
+    EXPECT_EQ(canonical("X:\\vob\\a.c", {"M:\\tag2\\vob"}), "X:/vob/a.c");
+    EXPECT_EQ(mCache.viewRootCache, (Drives{{"M:\\tag2", ""}}));
+}
+
+TEST_F(CanonicalizeViewPathTest, ACachedAnswerStandsAgainstTheDrives) {
+    mCache.viewRootCache = {{"M:\\tag2", "X:"}};
+    EXPECT_EQ(canonical("X:\\vob\\a.c", {"M:\\tag2\\vob"}), "M:\\tag2\\vob\\a.c");
+    mCache.viewRootCache = {{"M:\\tag1", ""}};
+    EXPECT_EQ(canonical("X:\\vob\\a.c", {"M:\\tag1\\vob"}), "X:/vob/a.c");
+}
+
+TEST_F(CanonicalizeViewPathTest, TheCacheHasOneEntryForEachRootAndKeepsIt) {
+    mViewDrives["Y:"] = "tag2";
+    const Tags tags = {"M:\\tag1\\a", "m:/tag1/b", "M:\\tag2\\c"};
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(canonical("Y:\\c\\x", tags), "M:\\tag2\\c\\x");
+    }
+    EXPECT_EQ(mCache.viewRootCache, (Drives{{"M:\\tag1", "X:"}, {"M:\\tag2", "Y:"}}));
+}
+
+TEST_F(CanonicalizeViewPathTest, ATagOnNoViewDriveAddsNoRoot) {
+    EXPECT_EQ(canonical("X:\\vob\\a.c", {"Z:\\vob", "", "x", "vob\\x"}), "X:/vob/a.c");
+    EXPECT_TRUE(mCache.viewRootCache.empty());
+}
+
+TEST_F(CanonicalizeViewPathTest, ATagOfTheBareMvfsDriveAddsNoRoot) {
+    EXPECT_EQ(canonical("X:\\vob\\a.c", {"M:", "M:\\", "m:/"}), "X:/vob/a.c");
+    EXPECT_TRUE(mCache.viewRootCache.empty());
+}
+
+TEST_F(CanonicalizeViewPathTest, TheFirstRootThatAppliesEndsTheWalk) {
+    mViewDrives["Y:"] = "tag1";
+    // Of two drives of one view the other route of the view's folder is the first.
+    EXPECT_EQ(canonical("X:\\vob\\a.c", {"M:\\tag1\\vob", "Z:\\vob"}), "M:\\tag1\\vob\\a.c");
+    EXPECT_EQ(canonical("Y:\\vob\\a.c", {"M:\\tag1\\vob"}), "Y:/vob/a.c");
+    EXPECT_EQ(canonical("M:\\tag1\\vob\\a.c", {"Y:\\vob", "X:\\vob"}), "Y:\\vob\\a.c");
+}
+
+TEST_F(CanonicalizeViewPathTest, AViewTagIsComparedWithItsCase) {
+    EXPECT_EQ(canonical("X:\\vob\\a.c", {"M:\\TAG1\\vob"}), "X:/vob/a.c");
+}
+
+TEST_F(CanonicalizeViewPathTest, ThePathIsComparedWithoutItsCase) {
+    EXPECT_EQ(canonical("m:\\TAG1\\Vob\\A.c", {"X:\\vob"}), "X:\\Vob\\A.c");
+}
+
+TEST_F(CanonicalizeViewPathTest, WithoutDrivesEveryPathIsOnlyTidied) {
+    mMvfsRoot.clear();
+    mViewDrives.clear();
+    EXPECT_EQ(canonical("X:\\vob\\a.c", {"M:\\tag1\\vob", "X:\\vob", ""}), "X:/vob/a.c");
+    EXPECT_EQ(canonical("M:\\tag1\\vob\\a.c", {"X:\\vob"}), "M:/tag1/vob/a.c");
+    EXPECT_TRUE(mCache.viewRootCache.empty());
+}
+
+TEST_F(CanonicalizeViewPathTest, PathsThatEndOutsideTheViewsOrInsideARootTakeNoLock) {
+    // The lock isn't recursive: taking it here would never come back.
+    const MutexLock lock(mCache.viewRootCacheLock);
+    EXPECT_EQ(canonical("C:\\a", {"X:\\vob"}), "C:/a");
+    EXPECT_EQ(canonical("X:\\a", {"X:\\vob"}), "X:/a");
+}
+
+/// A root whose spelling only one of the two comparisons sees through: a share.
+class DisagreementTest : public CanonicalizeViewPathTest {
+protected:
+    DisagreementTest() {
+        mMvfsRoot = "//";
+        mViewDrives = {{"X:", "srv\\sh"}};
+    }
+};
+
+TEST_F(DisagreementTest, ARootThatThePathIsInAndNotRelativeToIsComplainedOf) {
+    mExpectedErrors = "Couldn't make //srv/sh/x relative to //srv\\sh!\n";
+    EXPECT_EQ(canonical("x", {"X:\\vob"}, "//srv/sh"), "\\\\srv\\sh\\x");
+}
+
+/// Refuses to take a character.
+class Refusal : public std::streambuf {
+protected:
+    int_type overflow(int_type) override { throw std::runtime_error("full"); }
+};
+
+TEST_F(DisagreementTest, AnExceptionLeavesTheLockFree) {
+    Refusal refusal;
+    std::ostream errors(&refusal);
+    errors.exceptions(std::ios::badbit);
+    EXPECT_THROW(
+        canonicalizeViewPath(mMvfsRoot, mViewDrives, mCache, "//srv/sh", "x", {"X:\\v"}, errors),
+        std::runtime_error);
+    EXPECT_TRUE(mCache.viewRootCacheLock.tryLock());
+    mCache.viewRootCacheLock.unlock();
+}
+
+TEST_F(CanonicalizeViewPathDeathTest, ARelativePathWithARelativeDirectoryStopsTheProcess) {
+    const char* const absolute = "assertion failed at util/pathfun\\.cpp.*: absolute";
+    EXPECT_DEATH(canonical("a", {}, "w"), absolute);
+    EXPECT_DEATH(canonical("a", {}, ""), absolute);
+    EXPECT_DEATH(canonical("", {}, ""), absolute);
+    EXPECT_DEATH(canonical("\\a", {}, "w"), absolute);
+}
+
+TEST(OtherRouteTest, AViewDriveLeadsToTheFolderOfItsViewAndWhatIsBehindItGoesAlong) {
+    const Drives drives = {{"X:", "tag1"}};
+    EXPECT_EQ(otherRoute("X:", "M:", drives), "M:/tag1");
+    EXPECT_EQ(otherRoute("X:\\", "M:", drives), "M:/tag1");
+    EXPECT_EQ(otherRoute("X:\\vob\\a", "M:", drives), "M:/tag1/vob\\a");
+}
+
+TEST(OtherRouteTest, AFolderOfTheMvfsDriveLeadsToTheFirstDriveOfItsView) {
+    const Drives drives = {{"U:", "tag"}, {"X:", "tag1"}, {"Y:", "tag1"}};
+    EXPECT_EQ(otherRoute("M:\\tag1", "M:", drives), "X:");
+    EXPECT_EQ(otherRoute("M:\\tag1\\vob\\a", "M:", drives), "X:/vob\\a");
+}
+
+TEST(OtherRouteTest, WhatHasNoOtherRouteGivesNothing) {
+    const Drives drives = {{"X:", "tag1"}};
+    EXPECT_EQ(otherRoute("Z:", "M:", drives), "");
+    EXPECT_EQ(otherRoute("M:\\tag2", "M:", drives), "");
+    EXPECT_EQ(otherRoute("M:\\TAG1", "M:", drives), "");
+    EXPECT_EQ(otherRoute("M:", "M:", drives), "");
+    EXPECT_EQ(otherRoute("M:\\", "M:", drives), "");
+    EXPECT_EQ(otherRoute("", "M:", drives), "");
+}
+
+}  // namespace
