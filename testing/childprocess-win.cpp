@@ -87,7 +87,7 @@ std::wstring environmentBlock(const ChildRun& run) {
     }
     std::wstring block;
     for (const auto& [name, value] : environment) {
-        block += name + L'=' + value + L'\0';
+        block.append(name).append(1, L'=').append(value).append(1, L'\0');
     }
     return block + L'\0';
 }

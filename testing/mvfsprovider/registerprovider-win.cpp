@@ -2,8 +2,8 @@
 // one beside this program unless another is named), or takes it out. Exit code 0, or 2 with a line
 // on standard error.
 
-#include <cstdio>
 #include <exception>
+#include <iostream>
 #include <string>
 
 #include "testing/registeredprovider-win.h"
@@ -19,9 +19,9 @@ int wmain(int count, wchar_t** arguments) try {
         testing_support::removeProvider();
         return 0;
     }
-    std::fputs("usage: registerprovider install [DLL] | remove\n", stderr);
+    std::cerr << "usage: registerprovider install [DLL] | remove\n";
     return 2;
 } catch (const std::exception& error) {
-    std::fprintf(stderr, "registerprovider: %s\n", error.what());
+    std::cerr << "registerprovider: " << error.what() << '\n';
     return 2;
 }

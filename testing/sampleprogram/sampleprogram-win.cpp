@@ -12,13 +12,15 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <io.h>
+#include <iostream>
 #include <string>
 
 namespace {
 
 void print(const std::wstring& text) {
     const std::u8string utf8 = std::filesystem::path(text).u8string();
-    std::fwrite(utf8.data(), 1, utf8.size(), stdout);
+    std::cout.write(reinterpret_cast<const char*>(utf8.data()),
+                    static_cast<std::streamsize>(utf8.size()));
 }
 
 size_t inputSize() {
@@ -31,8 +33,8 @@ size_t inputSize() {
 
 void flood(size_t count) {
     const std::string text(count, 'x');
-    std::fwrite(text.data(), 1, text.size(), stdout);
-    std::fwrite(text.data(), 1, text.size(), stderr);
+    std::cout << text << std::flush;
+    std::cerr << text;
 }
 
 int run(const std::wstring& what, const wchar_t* const* arguments) {
