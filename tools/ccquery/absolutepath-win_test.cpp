@@ -1,0 +1,96 @@
+#include "tools/ccquery/absolutepath-win.h"
+
+#include <filesystem>
+#include <stdexcept>
+
+#include <gtest/gtest.h>
+
+#include "testing/tempfolder.h"
+
+namespace {
+
+using ccquery::absolutePath;
+using ccquery::isAbsolutePath;
+
+std::string utf8(const std::filesystem::path& path) {
+    const std::u8string text = path.u8string();
+    return std::string(text.begin(), text.end());
+}
+
+/// The current directory of the process, for as long as it lives.
+class CurrentFolder {
+public:
+    explicit CurrentFolder(const std::filesystem::path& folder)
+        : mBefore(std::filesystem::current_path()) {
+        std::filesystem::current_path(folder);
+    }
+    ~CurrentFolder() { std::filesystem::current_path(mBefore); }
+    CurrentFolder(const CurrentFolder&) = delete;
+    CurrentFolder& operator=(const CurrentFolder&) = delete;
+
+private:
+    std::filesystem::path mBefore;
+};
+
+TEST(IsAbsolutePathTest, ADriveOrAServerWithAShareMakesAPathAbsolute) {
+    for (const char* path :
+         {"C:", "C:\\", "C:/a", "C:foo", "1:x", "\\\\srv\\share", "//srv/share/x",
+          "/\\srv\\\\share\\x", "\\\\\\srv\\share", "\\\\.\\NUL", "\\\\?\\C:\\x"}) {
+        EXPECT_TRUE(isAbsolutePath(path)) << path;
+    }
+}
+
+TEST(IsAbsolutePathTest, EveryOtherPathIsNot) {
+    for (const char* path : {"", "C", "a", "a:", "a\\b", "\\", "/", "\\foo", "/foo/bar", "\\\\",
+                             "\\\\srv", "\\\\srv\\", "//srv//", "\\:", "..", "."}) {
+        EXPECT_EQ(isAbsolutePath(path), std::string_view(path) == "a:") << path;
+    }
+}
+
+TEST(AbsolutePathTest, APathThatIsAbsoluteStaysAsItIs) {
+    for (const char* path : {"C:/a/../b", "C:foo", "\\\\srv\\share\\.\\x", "c:\\A"}) {
+        EXPECT_EQ(absolutePath(path), path);
+    }
+}
+
+TEST(AbsolutePathTest, ARelativePathBeginsAtTheCurrentDirectory) {
+    const testing_support::TempFolder folder;
+    const CurrentFolder current(folder.path());
+    const std::string here = utf8(std::filesystem::current_path());
+    EXPECT_EQ(absolutePath("a\\b.c"), here + "\\a\\b.c");
+    EXPECT_EQ(absolutePath("./x/../gr\xc3\xb6\xc3\x9f"
+                           "e"),
+              here +
+                  "\\gr\xc3\xb6\xc3\x9f"
+                  "e");
+    EXPECT_EQ(absolutePath("."), here);
+    EXPECT_EQ(ccquery::currentDirectory(), here);
+}
+
+TEST(AbsolutePathTest, APathFromTheRootTakesTheCurrentDrive) {
+    const testing_support::TempFolder folder;
+    const CurrentFolder current(folder.path());
+    const std::string drive = ccquery::currentDirectory().substr(0, 2);
+    EXPECT_EQ(absolutePath("\\foo"), drive + "\\foo");
+    EXPECT_EQ(absolutePath("/foo/bar"), drive + "\\foo\\bar");
+}
+
+TEST(AbsolutePathTest, ADeviceNameBecomesADevicePath) {
+    EXPECT_EQ(absolutePath("NUL"), "\\\\.\\NUL");
+}
+
+TEST(AbsolutePathTest, APathThatCannotBeCompletedIsAnErrorThatNamesIt) {
+    for (const char* path : {"", "\\\\server", "//server/"}) {
+        try {
+            absolutePath(path);
+            ADD_FAILURE() << path;
+        } catch (const std::runtime_error& error) {
+            EXPECT_EQ(
+                error.what(),
+                "'" + std::string(path) +
+                    "' can't be made an absolute path; name a drive, or a server and a share");
+        }
+    }
+}
+
+}  // namespace

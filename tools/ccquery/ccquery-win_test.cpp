@@ -1,0 +1,250 @@
+// ccquery as a person runs it: a process of its own, over the sample connection.
+
+#include <algorithm>
+
+#include <gtest/gtest.h>
+
+#include "testing/childprocess-win.h"
+#include "testing/tempfolder.h"
+
+namespace {
+
+using testing_support::ChildResult;
+using testing_support::ChildRun;
+using testing_support::runChild;
+using testing_support::TempFolder;
+using testing_support::testProgramFolder;
+
+using Texts = std::vector<std::string>;
+
+std::string utf8(const std::filesystem::path& path) {
+    const std::u8string text = path.u8string();
+    return std::string(text.begin(), text.end());
+}
+
+ChildRun ccquery(Texts arguments) {
+    return {.program = testProgramFolder() / "ccquery.exe", .arguments = std::move(arguments)};
+}
+
+/// With the sample connection as the library.
+ChildRun sample(Texts arguments) {
+    ChildRun run = ccquery(std::move(arguments));
+    run.arguments.insert(run.arguments.end(),
+                         {"--library", utf8(testProgramFolder() / "sampleconnection.dll")});
+    return run;
+}
+
+void expectAnswer(const ChildRun& run, const std::string& output) {
+    const ChildResult result = runChild(run);
+    EXPECT_EQ(result.exitCode, 0U);
+    EXPECT_EQ(result.output, output);
+    EXPECT_EQ(result.error, "");
+}
+
+/// Exit code 2, nothing on standard output, and one line on standard error that begins with the
+/// program's name and `beginning` and ends with `end`.
+void expectNoAnswer(const ChildRun& run, const std::string& beginning, const std::string& end) {
+    const ChildResult result = runChild(run);
+    EXPECT_EQ(result.exitCode, 2U);
+    EXPECT_EQ(result.output, "");
+    EXPECT_TRUE(result.error.starts_with("ccquery: " + beginning)) << result.error;
+    EXPECT_TRUE(result.error.ends_with(end + "\n")) << result.error;
+    EXPECT_EQ(std::count(result.error.begin(), result.error.end(), '\n'), 1) << result.error;
+}
+
+TEST(CcqueryTest, StatusAnswersInJson) {
+    expectAnswer(sample({"status", "--json", "C:\\a\\version", "C:/a/link", "C:/a/other"}),
+                 "{\"path\":\"C:\\\\a\\\\version\",\"type\":1,\"typeName\":\"version\","
+                 "\"version\":\"/main/0\",\"target\":null}\n"
+                 "{\"path\":\"C:/a/link\",\"type\":3,\"typeName\":\"symbolic_link\","
+                 "\"version\":\"\",\"target\":\"D:\\\\gr\xc3\xb6\xc3\x9f"
+                 "er \\\"quoted\\\"\"}\n"
+                 "{\"path\":\"C:/a/other\",\"type\":4,\"typeName\":\"view_private\","
+                 "\"version\":\"\",\"target\":null}\n");
+}
+
+TEST(CcqueryTest, StatusAnswersInATable) {
+    expectAnswer(sample({"status", "C:\\a\\version",
+                         "C:/gr\xc3\xb6\xc3\x9f"
+                         "er/link"}),
+                 "PATH            TYPE               VERSION  TARGET\n"
+                 "C:\\a\\version    version (1)        /main/0  -\n"
+                 "C:/gr\xc3\xb6\xc3\x9f"
+                 "er/link  symbolic_link (3)  -        "
+                 "D:\\gr\xc3\xb6\xc3\x9f"
+                 "er \"quoted\"\n");
+}
+
+TEST(CcqueryTest, TextsThatAreNoUtf8ArePrintedWithReplacementCharacters) {
+    expectAnswer(sample({"status", "--json", "C:\\broken"}),
+                 "{\"path\":\"C:\\\\broken\",\"type\":3,\"typeName\":\"symbolic_link\","
+                 "\"version\":\"a\\tb\\n\\u001b[31m\","
+                 "\"target\":\"\xef\xbf\xbd\xef\xbf\xbd(\"}\n");
+    expectAnswer(sample({"status", "C:\\broken"}),
+                 "PATH       TYPE               VERSION         TARGET\n"
+                 "C:\\broken  symbolic_link (3)  a\\tb\\n\\x1b[31m  \xef\xbf\xbd\xef\xbf\xbd(\n");
+}
+
+TEST(CcqueryTest, ARelativePathOfStatusIsMadeAbsolute) {
+    const TempFolder folder;
+    ChildRun run = sample({"status", "--json", "sub\\..\\version"});
+    run.folder = folder.path();
+    const std::string output = runChild(run).output;
+    EXPECT_NE(output.find(":\\\\"), std::string::npos) << output;
+    EXPECT_NE(output.find("\\\\version\",\"type\":1"), std::string::npos) << output;
+    EXPECT_EQ(output.find(".."), std::string::npos) << output;
+}
+
+TEST(CcqueryTest, CanonicalizeHandsOnWhatIsAsked) {
+    expectAnswer(sample({"canonicalize", "--json", "--cwd", "C:\\w", "--tag", "M:\\t\\v", "--tag",
+                         "X:\\v", "a\\..\\b", "\\c"}),
+                 "{\"path\":\"a\\\\..\\\\b\",\"canonical\":"
+                 "\"C:\\\\w|a\\\\..\\\\b|M:\\\\t\\\\v|X:\\\\v\"}\n"
+                 "{\"path\":\"\\\\c\",\"canonical\":\"C:\\\\w|\\\\c|M:\\\\t\\\\v|X:\\\\v\"}\n");
+}
+
+TEST(CcqueryTest, CanonicalizeBeginsAtTheCurrentDirectory) {
+    ChildRun run = sample({"canonicalize", "x"});
+    run.folder = "C:\\windows";
+    expectAnswer(run, "PATH  CANONICAL\nx     C:\\windows|x\n");
+}
+
+TEST(CcqueryTest, ARelativeDirectoryOfCanonicalizeIsMadeAbsolute) {
+    ChildRun run = sample({"canonicalize", "--cwd", "system32", "x"});
+    run.folder = "C:\\windows";
+    expectAnswer(run, "PATH  CANONICAL\nx     C:\\windows\\system32|x\n");
+}
+
+TEST(CcqueryTest, VobsAnswers) {
+    expectAnswer(sample({"vobs", "C:\\v", "--json"}),
+                 "{\"tag\":\"C:\\\\v\\\\a\",\"state\":0,\"stateName\":\"writable\"}\n"
+                 "{\"tag\":\"C:\\\\v\\\\b\",\"state\":1,\"stateName\":\"read_only\"}\n"
+                 "{\"tag\":\"C:\\\\v\\\\c\",\"state\":2,\"stateName\":\"not_determined\"}\n");
+}
+
+TEST(CcqueryTest, DrivesAnswers) {
+    expectAnswer(sample({"drives", "--json"}),
+                 "{\"mvfsRoot\":\"M:\",\"drives\":{\"X:\":\"tag1\",\"Y:\":\"tag2\"}}\n");
+}
+
+TEST(CcqueryTest, ViewAnswers) {
+    expectAnswer(sample({"view"}),
+                 "gr\xc3\xb6\xc3\x9f"
+                 "te_view\n");
+}
+
+TEST(CcqueryTest, TheConfigurationIsNamedBeforeTheLibraryIsLoaded) {
+    ChildRun run = sample({"info", "--json", "--config", "C:\\some where\\a.ini"});
+    run.environment = {{"NBCLEARCASE_FAKE_INI", "from before"}};
+    expectAnswer(run,
+                 "{\"info\":{\"configAtLoad\":\"C:\\\\some where\\\\a.ini\","
+                 "\"product\":\"Sample connection\"},\"ready\":true}\n");
+}
+
+TEST(CcqueryTest, WithoutTheOptionTheConfigurationOfTheEnvironmentStays) {
+    ChildRun run = sample({"info"});
+    run.environment = {{"NBCLEARCASE_FAKE_INI", "from before"}};
+    expectAnswer(run,
+                 "configAtLoad  from before\nproduct       Sample connection\n"
+                 "ready         yes\n");
+}
+
+TEST(CcqueryTest, ErrorsEndsWithOneIfThereAreAny) {
+    ChildRun run = sample({"errors"});
+    run.environment = {{"SAMPLECONNECTION_ERROR", "first\nsecond\n"}};
+    const ChildResult result = runChild(run);
+    EXPECT_EQ(result.exitCode, 1U);
+    EXPECT_EQ(result.output, "first\nsecond\n");
+    EXPECT_EQ(result.error, "");
+}
+
+TEST(CcqueryTest, ErrorsEndsWithZeroIfThereAreNone) {
+    expectAnswer(sample({"errors", "--json"}), "{\"error\":\"\",\"lines\":[]}\n");
+}
+
+TEST(CcqueryTest, OtherCommandsDoNotPrintTheComplaints) {
+    ChildRun run = sample({"view"});
+    run.environment = {{"SAMPLECONNECTION_ERROR", "first\n"}};
+    expectAnswer(run,
+                 "gr\xc3\xb6\xc3\x9f"
+                 "te_view\n");
+}
+
+TEST(CcqueryTest, AnExceptionOfTheLibraryIsOneLineBehindTheAnswersBeforeIt) {
+    const ChildResult result = runChild(sample({"status", "C:\\version", "C:\\throw", "C:\\link"}));
+    EXPECT_EQ(result.exitCode, 2U);
+    EXPECT_EQ(result.output,
+              "PATH        TYPE         VERSION  TARGET\n"
+              "C:\\version  version (1)  /main/0  -\n");
+    EXPECT_EQ(result.error, "ccquery: a failure\\nof two lines\n");
+}
+
+TEST(CcqueryTest, WhatIsThrownThatIsNoExceptionIsOneLineToo) {
+    expectNoAnswer(sample({"status", "C:\\throwint"}), "the connection library threw", "");
+}
+
+TEST(CcqueryTest, ALibraryThatMakesNoConnectionIsTold) {
+    ChildRun run = sample({"view"});
+    run.environment = {{"SAMPLECONNECTION_NULL", "1"}};
+    expectNoAnswer(run, "'", "' made no connection: is there memory left?");
+}
+
+TEST(CcqueryTest, ALibraryThatIsNotThereIsTold) {
+    expectNoAnswer(
+        ccquery({"view", "--library", "C:\\no\\such.dll"}),
+        "can't load 'C:\\no\\such.dll': ", "; name a connection library by --library FILE");
+}
+
+TEST(CcqueryTest, AFileThatIsNoLibraryIsTold) {
+    const TempFolder folder;
+    const std::string file = folder.write("text.dll", "no library");
+    expectNoAnswer(ccquery({"view", "--library", file}),
+                   "can't load '" + file + "': ", "; name a connection library by --library FILE");
+}
+
+TEST(CcqueryTest, ALibraryWithoutTheFunctionIsTold) {
+    expectNoAnswer(ccquery({"--library", "kernel32.dll", "view"}),
+                   "'kernel32.dll' is no connection library: it doesn't export ClearCaseImplCtor; ",
+                   "name another by --library FILE");
+}
+
+TEST(CcqueryTest, ALibraryIsFoundByARelativePathWithSlashes) {
+    ChildRun run = ccquery({"view", "--library", "./sub/../sampleconnection.dll"});
+    run.folder = testProgramFolder();
+    expectAnswer(run,
+                 "gr\xc3\xb6\xc3\x9f"
+                 "te_view\n");
+}
+
+TEST(CcqueryTest, TheLibraryBesideTheProgramIsTheDefault) {
+    const TempFolder folder;
+    copy_file(testProgramFolder() / "ccquery.exe", folder.path() / "ccquery.exe");
+    expectNoAnswer({.program = folder.path() / "ccquery.exe", .arguments = {"view"}},
+                   "can't load '", "; name a connection library by --library FILE");
+    copy_file(testProgramFolder() / "sampleconnection.dll", folder.path() / "nbclearcase_fake.dll");
+    expectAnswer({.program = folder.path() / "ccquery.exe", .arguments = {"view"}},
+                 "gr\xc3\xb6\xc3\x9f"
+                 "te_view\n");
+}
+
+TEST(CcqueryTest, ACommandLineThatCannotBeUnderstoodIsTold) {
+    expectNoAnswer(ccquery({}), "no command; ", "see ccquery --help");
+    expectNoAnswer(ccquery({"frobnicate"}), "unknown command 'frobnicate'; ", "see ccquery --help");
+    expectNoAnswer(ccquery({"status"}), "PATH is required; ", "see ccquery status --help");
+}
+
+TEST(CcqueryTest, APathThatCannotBeMadeAbsoluteIsToldBeforeTheLibraryIsAsked) {
+    expectNoAnswer(sample({"status", "C:\\version", "\\\\server"}),
+                   "'\\\\server' can't be made an absolute path; ", "");
+}
+
+TEST(CcqueryTest, HelpGoesToStandardOutputAndNeedsNoLibrary) {
+    for (const Texts& arguments : {Texts{"--help"}, Texts{"status", "--help"}}) {
+        const ChildResult result = runChild(ccquery(arguments));
+        EXPECT_EQ(result.exitCode, 0U);
+        EXPECT_NE(result.output.find("Usage: ccquery"), std::string::npos) << result.output;
+        EXPECT_EQ(result.error, "");
+    }
+}
+
+}  // namespace

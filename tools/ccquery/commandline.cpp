@@ -1,0 +1,156 @@
+#include "tools/ccquery/commandline.h"
+
+#include <algorithm>
+
+#include <CLI/CLI.hpp>
+
+namespace ccquery {
+namespace {
+
+// CLI11 takes "[a,b]" for a list and "++" for the end of a command; both are names of files. A
+// character that no name holds keeps them whole until the arguments are sorted.
+constexpr char SHIELD = '\x1f';
+
+void shield(std::string& argument) {
+    const bool list = argument.size() >= 2 && argument.front() == '[' && argument.back() == ']';
+    if (list || argument == "++") {
+        argument.insert(argument.begin(), SHIELD);
+    }
+}
+
+void unshield(std::string& argument) {
+    if (!argument.empty() && argument.front() == SHIELD) {
+        argument.erase(argument.begin());
+    }
+}
+
+const char* const EVERY_COMMAND =
+    "\n--library, --config and --json go with every command: see ccquery --help.";
+
+/// The parser, its commands and what they fill.
+class Parser {
+public:
+    Parser() {
+        // A path may begin with a slash.
+        mApp.allow_windows_style_options(false);
+        mApp.fallthrough();
+        mApp.require_subcommand(1);
+        mApp.get_formatter()->label("SUBCOMMAND", "COMMAND ...");
+        mApp.set_help_flag("-h,--help", "Print this help and exit");
+        mApp.add_option("--library", mQuery.library,
+                        "The connection library (default: nbclearcase_fake.dll beside ccquery)")
+            ->type_name("FILE");
+        mApp.add_option("--config", mQuery.config,
+                        "The configuration of the fake connection: sets NBCLEARCASE_FAKE_INI")
+            ->type_name("FILE");
+        mApp.add_flag("--json", mQuery.json, "Print a JSON object a line in place of a table");
+        mApp.footer(
+            "Exit codes: 0, or 1 if \"errors\" finds any, or 2 if there is no answer; one line on\n"
+            "standard error then says why. \"ccquery COMMAND --help\" tells more of a command.");
+        addPathCommands();
+        addOtherCommands();
+    }
+
+    CommandLine parse(std::vector<std::string> arguments) {
+        std::for_each(arguments.begin(), arguments.end(), shield);
+        std::reverse(arguments.begin(), arguments.end());
+        try {
+            mApp.parse(arguments);
+        } catch (const CLI::CallForHelp&) {
+            return {.query = {}, .help = mApp.help()};
+        } catch (const CLI::ParseError& error) {
+            throw UsageError(complaint(error));
+        }
+        for (std::string* text : {&mQuery.library, &mQuery.config, &mQuery.cwd, &mQuery.root}) {
+            unshield(*text);
+        }
+        std::for_each(mQuery.paths.begin(), mQuery.paths.end(), unshield);
+        std::for_each(mQuery.tags.begin(), mQuery.tags.end(), unshield);
+        return {.query = mQuery, .help = {}};
+    }
+
+private:
+    /// `answer` is what a line of JSON holds.
+    CLI::App* addCommand(Command command, const char* name, const char* description,
+                         const std::string& answer) {
+        CLI::App* added = mApp.add_subcommand(name, description);
+        added->group("Commands");
+        added->parse_complete_callback([this, command] { mQuery.command = command; });
+        added->footer("With --json: " + answer + EVERY_COMMAND);
+        return added;
+    }
+
+    void addPathCommands() {
+        CLI::App* status = addCommand(
+            Command::status, "status", "Each element's type, its version and where a link leads",
+            R"({"path":TEXT,"type":NUMBER,"typeName":TEXT or null,"version":TEXT,)"
+            R"("target":TEXT or null}
+for each PATH; "target" is null where the library writes none)");
+        status
+            ->add_option("PATH", mQuery.paths,
+                         "What to ask about; made absolute here if it is relative")
+            ->required()
+            ->type_name("");
+        CLI::App* canonicalize = addCommand(
+            Command::canonicalize, "canonicalize",
+            "The one spelling of each view path, on the route by which a VOB tag reaches it",
+            R"({"path":TEXT,"canonical":TEXT} for each PATH)");
+        canonicalize
+            ->add_option("PATH", mQuery.paths, "What to spell; the library takes it as it is")
+            ->required()
+            ->type_name("");
+        canonicalize
+            ->add_option("--cwd", mQuery.cwd,
+                         "Where a relative PATH begins (default: the current directory)")
+            ->type_name("DIR");
+        canonicalize
+            ->add_option("--tag", mQuery.tags,
+                         "The path of a VOB as the host knows it; may be given again")
+            ->type_name("VOBTAG")
+            ->allow_extra_args(false);
+    }
+
+    void addOtherCommands() {
+        addCommand(Command::vobs, "vobs", "Which VOBs of the configuration can be written",
+                   R"({"tag":TEXT,"state":0, 1 or 2,"stateName":TEXT} for each VOB)")
+            ->add_option("ROOT", mQuery.root, "What to put in front of each VOB tag; may be \"\"")
+            ->required()
+            ->type_name("");
+        addCommand(Command::drives, "drives", "The MVFS drive and the drives of views",
+                   R"({"mvfsRoot":TEXT,"drives":{DRIVE:VIEW TAG, ...}})");
+        addCommand(Command::view, "view", "The view that is set", R"({"viewTag":TEXT})");
+        addCommand(Command::info, "info", "What the library says of itself",
+                   R"({"info":{NAME:VALUE, ...},"ready":true or false})");
+        addCommand(Command::errors, "errors",
+                   "What the connection complains of; exit code 1 if it does",
+                   R"({"error":TEXT,"lines":[TEXT, ...]})");
+    }
+
+    std::string complaint(const CLI::ParseError& error) const {
+        const std::vector<CLI::App*> chosen = mApp.get_subcommands();
+        const auto kind = static_cast<CLI::ExitCodes>(error.get_exit_code());
+        std::vector<std::string> rest = mApp.remaining(/*recurse=*/true);
+        std::for_each(rest.begin(), rest.end(), unshield);
+        if (chosen.empty() && kind == CLI::ExitCodes::RequiredError) {
+            return (rest.empty() ? "no command" : "unknown command '" + rest.front() + "'") +
+                   "; use status, canonicalize, vobs, drives, view, info or errors, or see "
+                   "ccquery --help";
+        }
+        const std::string problem = kind == CLI::ExitCodes::ExtrasError
+                                        ? "unexpected argument '" + rest.front() + "'"
+                                        : std::string(error.what());
+        return problem + "; see ccquery " +
+               (chosen.empty() ? "" : chosen.front()->get_name() + " ") + "--help";
+    }
+
+    CLI::App mApp{"Loads a ClearCase connection library as a host does, and asks it.", "ccquery"};
+    Query mQuery;
+};
+
+}  // namespace
+
+CommandLine parseCommandLine(std::vector<std::string> arguments) {
+    return Parser().parse(std::move(arguments));
+}
+
+}  // namespace ccquery

@@ -1,0 +1,164 @@
+#include "tools/ccquery/commandline.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using ccquery::Command;
+using ccquery::parseCommandLine;
+using ccquery::Query;
+using ccquery::UsageError;
+
+using Texts = std::vector<std::string>;
+
+Query parse(const Texts& arguments) { return parseCommandLine(arguments).query; }
+
+/// The complaint of a command line that can't be understood.
+std::string problem(const Texts& arguments) {
+    try {
+        parseCommandLine(arguments);
+    } catch (const UsageError& error) {
+        return error.what();
+    }
+    return "(no complaint)";
+}
+
+TEST(CommandLineTest, EachCommandIsKnownByItsName) {
+    const std::pair<Texts, Command> rows[] = {
+        {{"status", "x"}, Command::status}, {{"canonicalize", "x"}, Command::canonicalize},
+        {{"vobs", "x"}, Command::vobs},     {{"drives"}, Command::drives},
+        {{"view"}, Command::view},          {{"info"}, Command::info},
+        {{"errors"}, Command::errors},
+    };
+    for (const auto& [arguments, command] : rows) {
+        EXPECT_EQ(parse(arguments).command, command) << arguments.front();
+        EXPECT_EQ(parseCommandLine(arguments).help, "");
+    }
+}
+
+TEST(CommandLineTest, TheOptionsOfEveryCommandStandBeforeItsNameOrBehindIt) {
+    const Texts rows[] = {
+        {"--library", "l", "--config", "c", "--json", "status", "p", "q"},
+        {"status", "--library", "l", "--config", "c", "--json", "p", "q"},
+        {"status", "p", "q", "--library=l", "--config=c", "--json"},
+        {"--json", "status", "p", "--library", "l", "q", "--config", "c"},
+    };
+    for (const Texts& arguments : rows) {
+        const Query query = parse(arguments);
+        EXPECT_EQ(query.command, Command::status);
+        EXPECT_EQ(query.library, "l");
+        EXPECT_EQ(query.config, "c");
+        EXPECT_TRUE(query.json);
+        EXPECT_EQ(query.paths, (Texts{"p", "q"}));
+    }
+}
+
+TEST(CommandLineTest, OptionsThatAreNotGivenAreEmpty) {
+    const Query query = parse({"canonicalize", "p"});
+    EXPECT_EQ(query.library, "");
+    EXPECT_EQ(query.config, "");
+    EXPECT_FALSE(query.json);
+    EXPECT_EQ(query.cwd, "");
+    EXPECT_EQ(query.tags, Texts{});
+}
+
+TEST(CommandLineTest, EachTagTakesOneTextSoThatPathsMayFollow) {
+    const Query query = parse(
+        {"canonicalize", "--tag", "M:\\t\\v", "--cwd", "C:\\w", "a", "--tag", "X:\\v", "b", "c"});
+    EXPECT_EQ(query.tags, (Texts{"M:\\t\\v", "X:\\v"}));
+    EXPECT_EQ(query.cwd, "C:\\w");
+    EXPECT_EQ(query.paths, (Texts{"a", "b", "c"}));
+}
+
+TEST(CommandLineTest, APathIsTakenAsItIsWhateverItLooksLike) {
+    const Texts paths = {"/x",
+                         "/json",
+                         "//server/share",
+                         "[a,b]",
+                         "[a]",
+                         "++",
+                         "status",
+                         "view",
+                         "a b",
+                         "a,b",
+                         "C:\\",
+                         "gr\xc3\xb6\xc3\x9f"
+                         "e",
+                         "",
+                         "{a}",
+                         "a=b",
+                         "'a'",
+                         "\"a\"",
+                         "%%"};
+    Texts arguments = paths;
+    arguments.insert(arguments.begin(), "status");
+    EXPECT_EQ(parse(arguments).paths, paths);
+}
+
+TEST(CommandLineTest, ATagAndARootMayLookLikeAListToo) {
+    EXPECT_EQ(parse({"canonicalize", "--tag", "[a,b]", "[c,d]"}).tags, Texts{"[a,b]"});
+    EXPECT_EQ(parse({"canonicalize", "--cwd", "[a,b]", "p"}).cwd, "[a,b]");
+    EXPECT_EQ(parse({"vobs", "[a,b]"}).root, "[a,b]");
+    EXPECT_EQ(parse({"view", "--library", "[a,b]", "--config", "[c]"}).library, "[a,b]");
+    EXPECT_EQ(parse({"view", "--library", "[a,b]", "--config", "[c]"}).config, "[c]");
+}
+
+TEST(CommandLineTest, APathThatBeginsWithADashStandsBehindTwoDashes) {
+    EXPECT_EQ(parse({"status", "--", "-x", "--json"}).paths, (Texts{"-x", "--json"}));
+}
+
+TEST(CommandLineTest, TheRootOfVobsMayBeEmpty) {
+    EXPECT_EQ(parse({"vobs", ""}).root, "");
+    EXPECT_EQ(parse({"vobs", "C:\\vobs"}).root, "C:\\vobs");
+}
+
+TEST(CommandLineTest, HelpTellsEveryCommandAndOption) {
+    for (const char* flag : {"--help", "-h"}) {
+        const std::string help = parseCommandLine({flag}).help;
+        for (const char* word : {"status", "canonicalize", "vobs", "drives", "view", "info",
+                                 "errors", "--library", "--config", "--json", "Exit codes"}) {
+            EXPECT_NE(help.find(word), std::string::npos) << word;
+        }
+    }
+}
+
+TEST(CommandLineTest, EachCommandHasHelpOfItsOwn) {
+    for (const char* command :
+         {"status", "canonicalize", "vobs", "drives", "view", "info", "errors"}) {
+        const std::string help = parseCommandLine({command, "--help"}).help;
+        EXPECT_NE(help.find(command), std::string::npos);
+        EXPECT_NE(help.find("With --json: {\""), std::string::npos) << command;
+        EXPECT_NE(help.find("go with every command"), std::string::npos) << command;
+    }
+    const std::string help = parseCommandLine({"canonicalize", "--help"}).help;
+    for (const char* word : {"PATH", "--cwd", "--tag"}) {
+        EXPECT_NE(help.find(word), std::string::npos) << word;
+    }
+}
+
+TEST(CommandLineTest, ACommandLineThatCannotBeUnderstoodIsToldInOneLine) {
+    const std::string commands =
+        "; use status, canonicalize, vobs, drives, view, info or errors, or see ccquery --help";
+    const std::pair<Texts, std::string> rows[] = {
+        {{}, "no command" + commands},
+        {{"--json"}, "no command" + commands},
+        {{"frobnicate"}, "unknown command 'frobnicate'" + commands},
+        {{"frobnicate", "x"}, "unknown command 'frobnicate'" + commands},
+        {{"--frobnicate"}, "unknown command '--frobnicate'" + commands},
+        {{"status"}, "PATH is required; see ccquery status --help"},
+        {{"canonicalize"}, "PATH is required; see ccquery canonicalize --help"},
+        {{"vobs"}, "ROOT is required; see ccquery vobs --help"},
+        {{"vobs", "a", "b"}, "unexpected argument 'b'; see ccquery vobs --help"},
+        {{"view", "--frobnicate"}, "unexpected argument '--frobnicate'; see ccquery view --help"},
+        {{"status", "x", "--tag", "y"}, "unexpected argument '--tag'; see ccquery status --help"},
+        {{"view", "a", "b"}, "unexpected argument 'a'; see ccquery view --help"},
+        {{"view", "[a]"}, "unexpected argument '[a]'; see ccquery view --help"},
+        {{"--library"}, "--library: 1 required FILE missing; see ccquery --help"},
+        {{"view", "--library"}, "--library: 1 required FILE missing; see ccquery view --help"},
+    };
+    for (const auto& [arguments, expected] : rows) {
+        EXPECT_EQ(problem(arguments), expected);
+    }
+}
+
+}  // namespace

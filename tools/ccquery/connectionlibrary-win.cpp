@@ -1,0 +1,47 @@
+#include "tools/ccquery/connectionlibrary-win.h"
+
+#include <stdexcept>
+
+#include <windows.h>
+
+#include "tools/ccquery/absolutepath-win.h"
+#include "tools/ccquery/windowstext-win.h"
+
+namespace ccquery {
+namespace {
+
+HMODULE load(const std::string& file) {
+    const bool bareName = file.find_first_of("\\/:") == std::string::npos;
+    const std::wstring name = toWide(bareName ? file : absolutePath(file));
+    HMODULE library = LoadLibraryW(name.c_str());
+    if (library == nullptr) {
+        throw std::runtime_error("can't load '" + file + "': " + systemErrorText(GetLastError()) +
+                                 "; name a connection library by --library FILE");
+    }
+    return library;
+}
+
+}  // namespace
+
+std::unique_ptr<ClearCaseConnection> connect(const std::string& file) {
+    const auto make = reinterpret_cast<ClearCaseImplCtorFunction*>(
+        reinterpret_cast<void*>(GetProcAddress(load(file), CLEARCASE_IMPL_CTOR)));
+    if (make == nullptr) {
+        throw std::runtime_error("'" + file + "' is no connection library: it doesn't export " +
+                                 CLEARCASE_IMPL_CTOR + "; name another by --library FILE");
+    }
+    std::unique_ptr<ClearCaseConnection> connection(make(/*unused=*/nullptr));
+    if (connection == nullptr) {
+        throw std::runtime_error("'" + file + "' made no connection: is there memory left?");
+    }
+    return connection;
+}
+
+std::string defaultLibrary() {
+    std::wstring program(32768, L'\0');
+    program.resize(GetModuleFileNameW(/*hModule=*/nullptr, program.data(),
+                                      static_cast<DWORD>(program.size())));
+    return toUtf8(program.substr(0, program.find_last_of(L'\\') + 1)) + "nbclearcase_fake.dll";
+}
+
+}  // namespace ccquery

@@ -1,0 +1,125 @@
+// ccquery: a host on the command line. It reads the arguments, loads a connection library, asks it
+// and prints; each step has a file of its own.
+
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <fcntl.h>
+#include <io.h>
+#include <iostream>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <windows.h>
+#include <shellapi.h>
+
+#include "tools/ccquery/absolutepath-win.h"
+#include "tools/ccquery/ask.h"
+#include "tools/ccquery/commandline.h"
+#include "tools/ccquery/connectionlibrary-win.h"
+#include "tools/ccquery/windowstext-win.h"
+
+namespace {
+
+using namespace ccquery;
+
+constexpr int NO_ANSWER = 2;
+
+/// Lets a console show the UTF-8 that goes to it, until the program ends.
+class Utf8Console {
+public:
+    Utf8Console() : mBefore(GetConsoleOutputCP()) { SetConsoleOutputCP(CP_UTF8); }
+    ~Utf8Console() { SetConsoleOutputCP(mBefore); }
+    Utf8Console(const Utf8Console&) = delete;
+    Utf8Console& operator=(const Utf8Console&) = delete;
+
+private:
+    UINT mBefore;
+};
+
+/// The arguments behind the program's name.
+std::vector<std::string> arguments() {
+    struct Freer {
+        void operator()(wchar_t** list) const { LocalFree(list); }
+    };
+    int count = 0;
+    const std::unique_ptr<wchar_t*[], Freer> list(CommandLineToArgvW(GetCommandLineW(), &count));
+    std::vector<std::string> result;
+    for (int i = 1; i < count; ++i) {
+        result.push_back(toUtf8(list[static_cast<size_t>(i)]));
+    }
+    return result;
+}
+
+void completePaths(Query& query) {
+    if (query.command == Command::status) {
+        for (std::string& path : query.paths) {
+            path = absolutePath(path);
+        }
+    } else if (query.command == Command::canonicalize) {
+        query.cwd = query.cwd.empty() ? currentDirectory() : absolutePath(query.cwd);
+    }
+}
+
+void print(const std::string& text) {
+    std::cout << text << std::flush;
+    if (!std::cout) {
+        throw std::runtime_error("can't write to standard output");
+    }
+}
+
+void complain(const std::string& problem) { std::cerr << "ccquery: " + oneLine(problem) + '\n'; }
+
+int run(Query query) {
+    completePaths(query);
+    if (!query.config.empty()) {
+        // The C runtime's call, so that the library's runtime sees the variable as well.
+        _wputenv_s(L"NBCLEARCASE_FAKE_INI", toWide(query.config).c_str());
+    }
+    const auto connection = connect(query.library.empty() ? defaultLibrary() : query.library);
+    Report report;
+    const auto printReport = [&report, &query] {
+        print(query.json ? jsonText(report) : tableText(report));
+    };
+    int exitCode = NO_ANSWER;
+    try {
+        exitCode = ask(*connection, query, report);
+    } catch (...) {
+        // The answers before the failure hold.
+        if (!report.records.empty()) {
+            printReport();
+        }
+        throw;
+    }
+    printReport();
+    return exitCode;
+}
+
+int runCommandLine() {
+    const CommandLine line = parseCommandLine(arguments());
+    if (!line.help.empty()) {
+        print(line.help);
+        return EXIT_SUCCESS;
+    }
+    return run(line.query);
+}
+
+}  // namespace
+
+int main() {
+    _setmode(_fileno(stdout), _O_BINARY);
+    _setmode(_fileno(stderr), _O_BINARY);
+    // A library that lacks another is told in our line, not in a window.
+    SetErrorMode(SEM_FAILCRITICALERRORS);
+    const Utf8Console console;
+    try {
+        return runCommandLine();
+    } catch (const std::exception& error) {
+        complain(error.what());
+    } catch (...) {
+        complain("the connection library threw something that is no std::exception");
+    }
+    return NO_ANSWER;
+}

@@ -1,0 +1,92 @@
+#include "tools/ccquery/report.h"
+
+#include <algorithm>
+
+namespace ccquery {
+namespace {
+
+std::string dump(const Json& value) {
+    return value.dump(/*indent=*/-1, /*indent_char=*/' ', /*ensure_ascii=*/false,
+                      Json::error_handler_t::replace);
+}
+
+std::string validUtf8(const std::string& text) {
+    return Json::parse(dump(text)).get<std::string>();
+}
+
+std::string escapedControl(unsigned char character) {
+    switch (character) {
+        case '\n':
+            return "\\n";
+        case '\r':
+            return "\\r";
+        case '\t':
+            return "\\t";
+        default: {
+            const std::string digits = "0123456789abcdef";
+            return std::string("\\x") + digits[character / 16] + digits[character % 16];
+        }
+    }
+}
+
+/// How many characters a terminal shows: continuation bytes show none.
+size_t widthOf(const std::string& text) {
+    return static_cast<size_t>(std::count_if(text.begin(), text.end(), [](char byte) {
+        return (static_cast<unsigned char>(byte) & 0xc0U) != 0x80U;
+    }));
+}
+
+std::string cellText(const std::string& text) { return text.empty() ? "-" : oneLine(text); }
+
+}  // namespace
+
+std::string oneLine(const std::string& text) {
+    std::string line;
+    for (const char character : validUtf8(text)) {
+        const auto byte = static_cast<unsigned char>(character);
+        if (byte < 0x20 || byte == 0x7f) {
+            line += escapedControl(byte);
+        } else {
+            line += character;
+        }
+    }
+    return line;
+}
+
+std::string jsonText(const Report& report) {
+    std::string text;
+    for (const Json& record : report.records) {
+        text += dump(record) + '\n';
+    }
+    return text;
+}
+
+std::string tableText(const Report& report) {
+    if (report.rows.empty()) {
+        return report.nothing + '\n';
+    }
+    std::vector<Row> lines;
+    if (!report.headings.empty()) {
+        lines.push_back(report.headings);
+    }
+    for (const Row& row : report.rows) {
+        lines.emplace_back();
+        std::transform(row.begin(), row.end(), std::back_inserter(lines.back()), cellText);
+    }
+    std::vector<size_t> widths(report.rows.front().size());
+    for (const Row& line : lines) {
+        for (size_t i = 0; i < line.size(); ++i) {
+            widths[i] = std::max(widths[i], widthOf(line[i]));
+        }
+    }
+    std::string text;
+    for (const Row& line : lines) {
+        for (size_t i = 0; i + 1 < line.size(); ++i) {
+            text += line[i] + std::string(widths[i] - widthOf(line[i]) + 2, ' ');
+        }
+        text += line.back() + '\n';
+    }
+    return text;
+}
+
+}  // namespace ccquery

@@ -1,0 +1,78 @@
+#include "tools/ccquery/report.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using ccquery::jsonText;
+using ccquery::oneLine;
+using ccquery::Report;
+using ccquery::tableText;
+
+Report table(ccquery::Row headings, std::vector<ccquery::Row> rows) {
+    Report report;
+    report.headings = std::move(headings);
+    report.rows = std::move(rows);
+    report.nothing = "nothing at all";
+    return report;
+}
+
+TEST(ReportTest, JsonIsAnObjectALineWithItsKeysInTheOrderGiven) {
+    Report report;
+    report.records = {{{"z", 1}, {"a", nullptr}}, {{"text", "x"}}};
+    EXPECT_EQ(jsonText(report), "{\"z\":1,\"a\":null}\n{\"text\":\"x\"}\n");
+}
+
+TEST(ReportTest, JsonOfNothingIsNothing) { EXPECT_EQ(jsonText(Report()), ""); }
+
+TEST(ReportTest, JsonKeepsTextAndEscapesWhatItMust) {
+    Report report;
+    report.records = {{{"text", "C:\\a \"b\"\n\x01 \xc3\xb6"}}};
+    EXPECT_EQ(jsonText(report), "{\"text\":\"C:\\\\a \\\"b\\\"\\n\\u0001 \xc3\xb6\"}\n");
+}
+
+TEST(ReportTest, BytesThatAreNoUtf8BecomeReplacementCharactersInJson) {
+    Report report;
+    report.records = {{{"a\xff",
+                        "b\xff"
+                        "c"}}};
+    EXPECT_EQ(jsonText(report),
+              "{\"a\xef\xbf\xbd\":\"b\xef\xbf\xbd"
+              "c\"}\n");
+}
+
+TEST(ReportTest, ColumnsAreTwoBlanksApartAndLinesEndWithoutBlanks) {
+    EXPECT_EQ(tableText(table({"A", "LONGER", "C"}, {{"a value", "b", "c"}, {"x", "y", "zzzzz"}})),
+              "A        LONGER  C\n"
+              "a value  b       c\n"
+              "x        y       zzzzz\n");
+}
+
+TEST(ReportTest, ATableWithoutHeadingsIsItsRows) {
+    EXPECT_EQ(tableText(table({}, {{"name", "x"}, {"n", "y"}})), "name  x\nn     y\n");
+}
+
+TEST(ReportTest, ATableWithoutRowsSaysSo) {
+    EXPECT_EQ(tableText(table({"A"}, {})), "nothing at all\n");
+}
+
+TEST(ReportTest, AnEmptyCellIsADash) {
+    EXPECT_EQ(tableText(table({"A", "B"}, {{"", ""}})), "A  B\n-  -\n");
+}
+
+TEST(ReportTest, ACharacterOfSeveralBytesTakesOnePlace) {
+    EXPECT_EQ(tableText(table({"A", "B"}, {{"\xc3\xb6\xe2\x82\xac", "x"}, {"abc", "y"}})),
+              "A    B\n\xc3\xb6\xe2\x82\xac   x\nabc  y\n");
+}
+
+TEST(ReportTest, ControlCharactersAndBrokenBytesDoNotSpoilATable) {
+    EXPECT_EQ(tableText(table({"A", "B"}, {{"a\tb\n", "\x1b[31m\xff"}})),
+              "A       B\na\\tb\\n  \\x1b[31m\xef\xbf\xbd\n");
+}
+
+TEST(OneLineTest, AMessageOfSeveralLinesBecomesOne) {
+    EXPECT_EQ(oneLine("C:\\a\r\nb\x7f\xff"), "C:\\a\\r\\nb\\x7f\xef\xbf\xbd");
+    EXPECT_EQ(oneLine(""), "");
+}
+
+}  // namespace
