@@ -1,0 +1,304 @@
+#include <memory>
+#include <optional>
+#include <stdexcept>
+
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include "clearcase/fakeclearcase.h"
+#include "clearcase/mvfsdrives-win.h"
+#include "testing/environmentscope.h"
+#include "testing/tempfolder.h"
+#include "util/windows/system-paths-win.h"
+#include "util/windows/unicodetext-win.h"
+
+namespace {
+
+using testing_support::EnvironmentScope;
+using testing_support::TempFolder;
+
+/// A folder that is the current one, and a process that is set to no view and no file.
+class FakeClearCaseTest : public testing::Test {
+protected:
+    FakeClearCaseTest() : mBefore(System::getcwd()) {
+        SetCurrentDirectoryW(toWide(mFolder.utf8()).c_str());
+    }
+    ~FakeClearCaseTest() override { SetCurrentDirectoryW(toWide(mBefore).c_str()); }
+
+    /// A connection over a configuration of this text, in a file of its own.
+    std::unique_ptr<FakeClearCase> connect(const std::string& text) {
+        const EnvironmentScope named("NBCLEARCASE_FAKE_INI", mFolder.write("own.ini", text));
+        return std::make_unique<FakeClearCase>(nullptr);
+    }
+
+    std::string write(const std::string& name, DWORD attributes = FILE_ATTRIBUTE_NORMAL) {
+        std::string path = mFolder.write(name, "x");
+        SetFileAttributesW(System::unicodePath(path).c_str(), attributes);
+        return path;
+    }
+
+    TempFolder mFolder;
+    std::string mBefore;
+    EnvironmentScope mNoFile{"NBCLEARCASE_FAKE_INI", std::nullopt};
+    EnvironmentScope mNoView{"CLEARCASE_ROOT", std::nullopt};
+};
+
+using FakeClearCaseDeathTest = FakeClearCaseTest;
+
+constexpr const char* ONE_ERROR = "[vobs]\nbad\n";
+constexpr const char* ITS_TEXT = "Invalid line in [vobs]:  bad\n";
+
+TEST_F(FakeClearCaseTest, WithoutAFileThereAreNoElementsAndNoComplaints) {
+    FakeClearCase connection(nullptr);
+    EXPECT_EQ(connection.getError(), "");
+    EXPECT_EQ(connection.getElementStatus("C:\\missing\\x", nullptr, nullptr), 4);
+}
+
+TEST_F(FakeClearCaseTest, TheFileOfTheDefaultNameLiesInTheCurrentDirectory) {
+    mFolder.write("nbclearcase_fake.ini", ONE_ERROR);
+    EXPECT_EQ(FakeClearCase(nullptr).getError(), ITS_TEXT);
+}
+
+TEST_F(FakeClearCaseTest, TheVariableNamesAnotherFileAsItStands) {
+    mFolder.write("nbclearcase_fake.ini", ONE_ERROR);
+    mFolder.write("other.ini", "[vobs]\nworse\n");
+    const EnvironmentScope named("NBCLEARCASE_FAKE_INI", "other.ini");
+    EXPECT_EQ(FakeClearCase(nullptr).getError(), "Invalid line in [vobs]:  worse\n");
+}
+
+TEST_F(FakeClearCaseTest, AVariableThatNamesNoFileLeavesNothing) {
+    mFolder.write("nbclearcase_fake.ini", ONE_ERROR);
+    for (const std::string& name : {mFolder.utf8("missing"), mFolder.utf8()}) {
+        const EnvironmentScope named("NBCLEARCASE_FAKE_INI", name);
+        EXPECT_EQ(FakeClearCase(nullptr).getError(), "") << name;
+    }
+}
+
+TEST_F(FakeClearCaseTest, AnEmptyVariableCountsAsNone) {
+    mFolder.write("nbclearcase_fake.ini", ONE_ERROR);
+    SetEnvironmentVariableW(L"NBCLEARCASE_FAKE_INI", L"");
+    SetEnvironmentVariableW(L"CLEARCASE_ROOT", L"");
+    EXPECT_EQ(FakeClearCase(nullptr).getError(), ITS_TEXT);
+}
+
+TEST_F(FakeClearCaseTest, AFileMayHaveANameOfAnyPlane) {
+    const std::string name = "\xD0\xB6\xE4\xB8\xAD\xF0\x9F\x98\x80.ini";
+    mFolder.write(name, ONE_ERROR);
+    SetEnvironmentVariableW(L"NBCLEARCASE_FAKE_INI", toWide(name).c_str());
+    EXPECT_EQ(FakeClearCase(nullptr).getError(), ITS_TEXT);
+}
+
+TEST_F(FakeClearCaseTest, TheFileIsReadWhileOthersHaveItOpen) {
+    const std::string path = mFolder.write("nbclearcase_fake.ini", ONE_ERROR);
+    HANDLE other =
+        CreateFileW(System::unicodePath(path).c_str(), GENERIC_READ | GENERIC_WRITE,
+                    FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr);
+    ASSERT_NE(other, INVALID_HANDLE_VALUE);
+    EXPECT_EQ(FakeClearCase(nullptr).getError(), ITS_TEXT);
+    CloseHandle(other);
+}
+
+TEST_F(FakeClearCaseTest, TheArgumentDoesNotMatter) {
+    mFolder.write("nbclearcase_fake.ini", ONE_ERROR);
+    const int something = 0;
+    EXPECT_EQ(FakeClearCase(&something).getError(), ITS_TEXT);
+    EXPECT_EQ(FakeClearCase(reinterpret_cast<const void*>(~uintptr_t{0})).getError(), ITS_TEXT);
+}
+
+TEST_F(FakeClearCaseTest, LineEndsOfBothKindsAreRead) {
+    const auto connection = connect("[attrs]\r\nC:\\a=v*version\r\nC:\\b=v*null\nbad\r\n");
+    EXPECT_EQ(connection->getElementStatus("C:\\a", nullptr, nullptr), 1);
+    EXPECT_EQ(connection->getElementStatus("C:\\b", nullptr, nullptr), 0);
+    EXPECT_EQ(connection->getError(), "Invalid line in [attrs]:  bad\n");
+}
+
+TEST_F(FakeClearCaseTest, ALastLineWithoutALineFeedDoesNotCount) {
+    EXPECT_EQ(connect("[vobs]\nbad")->getError(), "");
+    EXPECT_EQ(connect("[vobs]\nbad\nbad")->getError(), ITS_TEXT);
+}
+
+TEST_F(FakeClearCaseTest, ASecondConnectionReadsTheFileAnewAndTheFirstDoesNot) {
+    const auto first = connect("[attrs]\nC:\\a=v*version\n");
+    const auto second = connect("[attrs]\nC:\\a=v*null\n");
+    EXPECT_EQ(first->getElementStatus("C:\\a", nullptr, nullptr), 1);
+    EXPECT_EQ(second->getElementStatus("C:\\a", nullptr, nullptr), 0);
+}
+
+TEST_F(FakeClearCaseTest, MessagesComeWithTheirLineEndsInFileOrderUntilTheyAreCleared) {
+    const auto connection = connect("[vobs]\none\n[attrs]\ntwo\n");
+    const char* const both = "Invalid line in [vobs]:  one\nInvalid line in [attrs]:  two\n";
+    EXPECT_EQ(connection->getError(), both);
+    EXPECT_EQ(connection->getError(), both) << "reading doesn't consume";
+    EXPECT_EQ(connection->getOutput(), "");
+    connection->clearMessages();
+    EXPECT_EQ(connection->getError(), "");
+    EXPECT_EQ(connection->getOutput(), "");
+}
+
+TEST_F(FakeClearCaseTest, TheViewTagIsTheLeafOfTheVariableAtEachCall) {
+    FakeClearCase connection(nullptr);
+    EXPECT_EQ(connection.getViewTag(), "");
+    const char* const rows[][2] = {
+        {"/view/abc", "abc"}, {"/view/abc/", ""}, {"abc", ""}, {"M:\\abc", "abc"}, {"/", ""}};
+    for (const auto& row : rows) {
+        const EnvironmentScope root("CLEARCASE_ROOT", row[0]);
+        EXPECT_EQ(connection.getViewTag(), row[1]) << row[0];
+    }
+    EXPECT_EQ(connection.getViewTag(), "");
+}
+
+TEST_F(FakeClearCaseTest, AChangeOfTheVariableIsNotSeenByTheElements) {
+    std::unique_ptr<FakeClearCase> connection;
+    {
+        const EnvironmentScope root("CLEARCASE_ROOT", "Q:\\");
+        connection = connect("[attrs]\nC:\\x=z*version\n");
+    }
+    EXPECT_EQ(connection->getViewTag(), "");
+    EXPECT_EQ(connection->getElementStatus("C:\\x", nullptr, nullptr), 1);
+    EXPECT_EQ(connection->getElementStatus("Q:\\C:\\x", nullptr, nullptr), 1);
+    const EnvironmentScope root("CLEARCASE_ROOT", "R:\\v");
+    EXPECT_EQ(connection->getViewTag(), "v");
+    EXPECT_EQ(connection->getElementStatus("R:\\vC:\\x", nullptr, nullptr), 4);
+}
+
+TEST_F(FakeClearCaseTest, AConfiguredElementNeverTouchesTheFile) {
+    const std::string path = write("element.txt", FILE_ATTRIBUTE_READONLY);
+    const auto connection = connect("[attrs]\n" + path + "=v*checked_out_file\n");
+    std::string version = "old";
+    EXPECT_EQ(connection->getElementStatus(path.c_str(), &version, nullptr), 7);
+    EXPECT_EQ(version, "");
+}
+
+TEST_F(FakeClearCaseTest, AFileThatNoConfigurationNamesAnswersByItsAttributes) {
+    FakeClearCase connection(nullptr);
+    const std::string readOnlyFolder = mFolder.utf8("folder");
+    CreateDirectoryW(System::unicodePath(readOnlyFolder).c_str(), nullptr);
+    SetFileAttributesW(System::unicodePath(readOnlyFolder).c_str(), FILE_ATTRIBUTE_READONLY);
+    const struct {
+        std::string path;
+        int status;
+    } rows[] = {
+        {mFolder.utf8("missing"), 4}, {write("read-only.txt", FILE_ATTRIBUTE_READONLY), 1},
+        {write("writable.txt"), 4},   {mFolder.utf8(), 2},
+        {readOnlyFolder, 2},          {"C:/NUL", 4},
+    };
+    for (const auto& row : rows) {
+        std::string version = "old";
+        std::string target = "old";
+        EXPECT_EQ(connection.getElementStatus(row.path.c_str(), &version, &target), row.status)
+            << row.path;
+        EXPECT_EQ(version, "") << row.path;
+        EXPECT_EQ(target, "old") << row.path;
+    }
+}
+
+TEST_F(FakeClearCaseTest, APathThatDiffersFromTheConfiguredOneInCaseIsLookedUpOnDisk) {
+    const auto connection = connect("[attrs]\nC:\\no\\such=x\\y\n");
+    EXPECT_EQ(connection->getElementStatus("C:\\no\\such", nullptr, nullptr), 3);
+    EXPECT_EQ(connection->getElementStatus("c:/no/such", nullptr, nullptr), 4);
+}
+
+TEST_F(FakeClearCaseTest, APathOf32000CharactersIsAnswered) {
+    FakeClearCase connection(nullptr);
+    std::string path = "C:";
+    while (path.size() < 32000) {
+        path += "\\component";
+    }
+    EXPECT_EQ(connection.getElementStatus(path.c_str(), nullptr, nullptr), 4);
+}
+
+TEST_F(FakeClearCaseDeathTest, ARelativePathStopsTheProcess) {
+    FakeClearCase connection(nullptr);
+    EXPECT_DEATH(connection.getElementStatus("a\\b", nullptr, nullptr),
+                 "assertion failed at util/pathfun\\.cpp.*: absolute");
+}
+
+TEST_F(FakeClearCaseDeathTest, AConfiguredPathThatIsNotAbsoluteStopsTheProcess) {
+    EXPECT_DEATH(connect("[attrs]\n\\x\\y=z\n"),
+                 "assertion failed at util/pathfun\\.cpp.*: absolute");
+}
+
+TEST_F(FakeClearCaseTest, ProductInfoReplacesItsThreeKeysAndKeepsTheOthers) {
+    FakeClearCase connection(nullptr);
+    std::map<std::string, std::string> info = {{"version", "7"}, {"extra", "kept"}};
+    connection.getProductInfo(&info, info);
+    const std::map<std::string, std::string> expected = {{"product", "Phony ClearCase Interface"},
+                                                         {"version", "n/a"},
+                                                         {"osname", "Windows"},
+                                                         {"extra", "kept"}};
+    EXPECT_EQ(info, expected);
+}
+
+/// The message of the std::runtime_error that `call` throws.
+template <class Call>
+std::string refusalOf(Call call) {
+    try {
+        call();
+    } catch (const std::runtime_error& e) {
+        return e.what();
+    }
+    return "nothing was thrown";
+}
+
+TEST_F(FakeClearCaseTest, SessionsAreRefusedAndTheConnectionIsAlwaysReady) {
+    FakeClearCase connection(nullptr);
+    EXPECT_TRUE(connection.isReady());
+    EXPECT_EQ(refusalOf([&] { connection.startSession(); }), "No ClearCase sessions when faking");
+    EXPECT_EQ(refusalOf([&] { connection.killConnection(); }), "No connection to kill!");
+    EXPECT_TRUE(connection.isReady());
+}
+
+/// Gives the library drives for a scope.
+class DrivesScope {
+public:
+    DrivesScope(const std::string& root, const std::map<std::string, std::string>& drives) {
+        mvfsRoot = root;
+        viewDrives = drives;
+    }
+    ~DrivesScope() {
+        mvfsRoot.clear();
+        viewDrives.clear();
+    }
+    DrivesScope(const DrivesScope&) = delete;
+    DrivesScope& operator=(const DrivesScope&) = delete;
+};
+
+TEST_F(FakeClearCaseTest, TheDriveMapReplacesWhatTheCallersHeld) {
+    const DrivesScope drives("M:", {{"X:", "tag1"}});
+    FakeClearCase connection(nullptr);
+    std::map<std::string, std::string> copy = {{"Q:", "gone"}};
+    EXPECT_EQ(connection.getMvfsDrives(copy), "M:");
+    EXPECT_EQ(copy, (std::map<std::string, std::string>{{"X:", "tag1"}}));
+}
+
+TEST_F(FakeClearCaseTest, TheDriveMapItselfIsLeftAlone) {
+    const DrivesScope drives("M:", {{"X:", "tag1"}});
+    FakeClearCase connection(nullptr);
+    EXPECT_EQ(connection.getMvfsDrives(viewDrives), "M:");
+    EXPECT_EQ(viewDrives, (std::map<std::string, std::string>{{"X:", "tag1"}}));
+}
+
+TEST_F(FakeClearCaseTest, ViewPathsAreMovedByTheDrivesOfTheLibraryWhateverTheConfiguredVobs) {
+    const DrivesScope drives("M:", {{"X:", "tag1"}});
+    const auto connection = connect("[vobs]\nX:\\vob=ro\n");
+    EXPECT_EQ(connection->canonicalizeViewPath("C:\\w", "X:\\vob\\a.c", {"M:\\tag1\\vob"}),
+              "M:\\tag1\\vob\\a.c");
+    EXPECT_EQ(connection->canonicalizeViewPath("X:\\vob", "a.c", {}), "X:/vob/a.c");
+}
+
+TEST_F(FakeClearCaseTest, TheConfiguredVobsAreTheOnesThatAreProbed) {
+    const std::string folder = mFolder.utf8();
+    const auto connection = connect("[vobs]\n/a=ro\n=\n/a=\n");
+    std::vector<VobRecord> results = {{"earlier", vobReadOnly}};
+    connection->probeVobs(folder, results);
+    ASSERT_EQ(results.size(), 4U);
+    EXPECT_EQ(results[0].tag, "earlier");
+    EXPECT_EQ(results[1].tag, folder + "/a");
+    EXPECT_EQ(results[1].state, vobNotDetermined);
+    EXPECT_EQ(results[2].tag, folder);
+    EXPECT_EQ(results[2].state, vobWritable);
+    EXPECT_EQ(results[3].tag, folder + "/a");
+}
+
+}  // namespace

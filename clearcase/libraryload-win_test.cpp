@@ -1,0 +1,118 @@
+#include "clearcase/libraryload-win.h"
+
+#include <map>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include <winsock2.h>
+#include <winnetwk.h>
+
+#include "clearcase/mvfsdrives-win.h"
+#include "testing/replacedcall-win.h"
+#include "testing/systemmessage-win.h"
+
+namespace {
+
+using testing_support::ReplacedCall;
+using testing_support::SystemMessage;
+
+WORD gVersion = 0;
+int gCleanups = 0;
+int gStep = 0;
+
+DWORD WINAPI openEnum(DWORD, DWORD, DWORD, LPNETRESOURCEA, LPHANDLE enumeration) {
+    *enumeration = nullptr;
+    gStep = 0;
+    return NO_ERROR;
+}
+
+/// An MVFS drive and a view drive, and a failure where the end should be.
+DWORD WINAPI enumThatFails(HANDLE, LPDWORD count, LPVOID buffer, LPDWORD) {
+    static char names[][32] = {"m:", "\\\\view", "x:", "\\\\view\\tag", "ClearCase Dynamic Views"};
+    if (gStep++ != 0) {
+        return ERROR_EXTENDED_ERROR;
+    }
+    auto* entries = static_cast<NETRESOURCEA*>(buffer);
+    entries[0] = {};
+    entries[0].lpLocalName = names[0];
+    entries[0].lpRemoteName = names[1];
+    entries[0].lpProvider = names[4];
+    entries[1] = entries[0];
+    entries[1].lpLocalName = names[2];
+    entries[1].lpRemoteName = names[3];
+    *count = 2;
+    return NO_ERROR;
+}
+
+DWORD WINAPI enumThatEnds(HANDLE enumeration, LPDWORD count, LPVOID buffer, LPDWORD size) {
+    enumThatFails(enumeration, count, buffer, size);
+    return ERROR_NO_MORE_ITEMS;
+}
+
+class LibraryLoadTest : public testing::Test {
+protected:
+    LibraryLoadTest() { forget(); }
+    ~LibraryLoadTest() override { forget(); }
+
+    static void forget() {
+        mvfsRoot.clear();
+        viewDrives.clear();
+    }
+
+    ReplacedCall<decltype(WNetOpenEnumA)> mOpen{"WNetOpenEnumA", openEnum};
+    ReplacedCall<decltype(WNetCloseEnum)> mClose{"WNetCloseEnum",
+                                                 [](HANDLE) -> DWORD { return NO_ERROR; }};
+};
+
+TEST_F(LibraryLoadTest, SocketsOfVersion22AreStartedAndTheDrivesAreRead) {
+    const ReplacedCall<decltype(WSAStartup)> start("WSAStartup",
+                                                   [](WORD version, LPWSADATA) -> int {
+                                                       gVersion = version;
+                                                       return 0;
+                                                   });
+    const ReplacedCall<decltype(WNetEnumResourceA)> enumerate("WNetEnumResourceA", enumThatEnds);
+    testing::internal::CaptureStderr();
+    EXPECT_TRUE(attachLibrary());
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(gVersion, 514);
+    EXPECT_EQ(mvfsRoot, "M:");
+    EXPECT_EQ(viewDrives, (std::map<std::string, std::string>{{"X:", "tag"}}));
+}
+
+TEST_F(LibraryLoadTest, SocketsThatDoNotStartFailTheLoadWithTheirWords) {
+    const SystemMessage message(L"No sockets.\r\n");
+    const ReplacedCall<decltype(WSAStartup)> start(
+        "WSAStartup", [](WORD, LPWSADATA) -> int { return WSASYSNOTREADY; });
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(attachLibrary());
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "nbclearcase:  WSAStartup: No sockets. (10091)\n");
+}
+
+TEST_F(LibraryLoadTest, DrivesThatCannotBeReadAreComplainedOfAndTheLoadGoesOn) {
+    const SystemMessage message(L"The network is ill.\r\n");
+    const ReplacedCall<decltype(WNetEnumResourceA)> enumerate("WNetEnumResourceA", enumThatFails);
+    testing::internal::CaptureStderr();
+    EXPECT_TRUE(attachLibrary());
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "nbclearcase:  initialization error looking up MVFS drives:  "
+              "WNetEnumResource: The network is ill. (1208)\n");
+    EXPECT_EQ(mvfsRoot, "") << "though the MVFS drive was seen";
+    EXPECT_EQ(viewDrives, (std::map<std::string, std::string>{{"X:", "tag"}}));
+    detachLibrary();
+}
+
+TEST_F(LibraryLoadTest, LeavingReleasesTheSocketsAndNothingElse) {
+    mvfsRoot = "M:";
+    gCleanups = 0;
+    const ReplacedCall<decltype(WSACleanup)> cleanup("WSACleanup", []() -> int {
+        ++gCleanups;
+        return 0;
+    });
+    detachLibrary();
+    EXPECT_EQ(gCleanups, 1);
+    EXPECT_EQ(mvfsRoot, "M:");
+}
+
+}  // namespace

@@ -1,0 +1,120 @@
+#include "clearcase/vobprobe-win.h"
+
+#include <filesystem>
+
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include "testing/replacedcall-win.h"
+#include "testing/tempfolder.h"
+
+namespace {
+
+using testing_support::ReplacedCall;
+using testing_support::TempFolder;
+
+TEST(ProbedFolderTest, TheTagFollowsTheRootAndTheTextIsTidiedOnce) {
+    const struct {
+        const char* root;
+        const char* tag;
+        const char* folder;
+    } rows[] = {
+        {"c:\\vobs", "\\a", "C:/vobs/a"},
+        {"x:\\\\v", "\\\\a", "X:/v//a"},
+        {"x:", "///a", "X://a"},
+        {"\\\\srv\\sh", "\\a", "/srv/sh/a"},
+        {"", "m:\\v", "M:/v"},
+        {"c:\\v", "", "C:/v"},
+        {"c:\\v", "a", "C:/va"},
+        {"", "", ""},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(probedFolder(row.root, row.tag), row.folder);
+    }
+}
+
+TEST(ProbeVobsTest, NoVobsGiveNoResults) {
+    std::vector<VobRecord> results = {{"a", vobWritable}, {"b", vobReadOnly}};
+    probeVobs({}, "c:\\", results);
+    EXPECT_EQ(results.size(), 2U);
+}
+
+TEST(ProbeVobsTest, ResultsFollowWhatIsThereInTheOrderOfTheVobsDuplicatesIncluded) {
+    std::vector<VobRecord> results = {{"a", vobWritable}, {"b", vobReadOnly}};
+    probeVobs({{"\\x", vobWritable}, {"\\y", vobWritable}, {"\\x", vobWritable}},
+              "q:\\no such folder", results);
+    ASSERT_EQ(results.size(), 5U);
+    EXPECT_EQ(results[0].tag, "a");
+    EXPECT_EQ(results[1].tag, "b");
+    EXPECT_EQ(results[2].tag, "Q:/no such folder/x");
+    EXPECT_EQ(results[3].tag, "Q:/no such folder/y");
+    EXPECT_EQ(results[4].tag, "Q:/no such folder/x");
+}
+
+VobState stateOf(const std::string& folder, VobState configured = vobWritable) {
+    std::vector<VobRecord> results;
+    probeVobs({{"", configured}}, folder, results);
+    return results.at(0).state;
+}
+
+TEST(ProbeVobsTest, AFolderThatTakesAFileIsWritableWhateverIsConfiguredAndNothingIsLeftThere) {
+    const TempFolder folder;
+    EXPECT_EQ(stateOf(folder.utf8(), vobReadOnly), vobWritable);
+    EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+}
+
+TEST(ProbeVobsTest, AMissingFolderIsNotDetermined) {
+    const TempFolder folder;
+    EXPECT_EQ(stateOf(folder.utf8("missing")), vobNotDetermined);
+}
+
+DWORD gError = 0;
+
+UINT WINAPI refuse(LPCSTR, LPCSTR, UINT, LPSTR) {
+    SetLastError(gError);
+    return 0;
+}
+
+TEST(ProbeVobsTest, OnlyAWriteProtectedMediumIsReadOnly) {
+    const ReplacedCall<decltype(GetTempFileNameA)> call("GetTempFileNameA", refuse);
+    const struct {
+        DWORD error;
+        VobState state;
+    } rows[] = {{ERROR_WRITE_PROTECT, vobReadOnly},
+                {ERROR_ACCESS_DENIED, vobNotDetermined},
+                {ERROR_DIRECTORY, vobNotDetermined},
+                {ERROR_SUCCESS, vobNotDetermined}};
+    for (const auto& row : rows) {
+        gError = row.error;
+        EXPECT_EQ(stateOf("c:\\"), row.state) << row.error;
+    }
+}
+
+struct TempCall {
+    std::string folder, prefix;
+    UINT number;
+};
+TempCall gTempCall;
+std::wstring gDeleted;
+
+TEST(ProbeVobsTest, TheCallMakesAFileOfItsOwnAndItIsRemovedWithoutForce) {
+    const ReplacedCall<decltype(GetTempFileNameA)> call(
+        "GetTempFileNameA", [](LPCSTR folder, LPCSTR prefix, UINT number, LPSTR name) -> UINT {
+            gTempCall = {folder, prefix, number};
+            lstrcpyA(name, "C:/v/rof1.tmp");
+            return 1;
+        });
+    const ReplacedCall<decltype(DeleteFileW)> remove("DeleteFileW", [](LPCWSTR name) -> BOOL {
+        gDeleted = name;
+        SetLastError(ERROR_ACCESS_DENIED);
+        return FALSE;
+    });
+    EXPECT_EQ(stateOf("c:\\v"), vobWritable) << "the outcome of the removal doesn't count";
+    EXPECT_EQ(gTempCall.folder, "C:/v");
+    EXPECT_EQ(gTempCall.prefix, "rofscheck");
+    EXPECT_EQ(gTempCall.number, 0U);
+    EXPECT_EQ(gDeleted, L"\\\\?\\C:\\v\\rof1.tmp");
+}
+
+}  // namespace
