@@ -1,0 +1,99 @@
+// A host in one file: loads a connection library and asks it everything, in the order of the
+// contract.
+//
+//     examplehost LIBRARY PATH
+
+#include <iostream>
+#include <memory>
+#include <stdexcept>
+
+#include <windows.h>
+
+#include "clearcase/clearcaseconnection.h"
+
+namespace {
+
+void askAboutElement(ClearCaseConnection& connection, const char* path) {
+    std::string version;
+    std::string target;
+    const int type = connection.getElementStatus(path, &version, &target);
+    std::cout << "getElementStatus      " << path << ": type " << type << ", version \"" << version
+              << "\", target \"" << target << "\"\n";
+}
+
+void askAboutDrives(ClearCaseConnection& connection) {
+    const std::string path = "X:\\vobs\\gui\\main.c";
+    std::cout << "canonicalizeViewPath  " << path << ": "
+              << connection.canonicalizeViewPath("C:\\", path, {"M:\\main_view\\vobs"}) << '\n';
+    std::map<std::string, std::string> drives;
+    std::cout << "getMvfsDrives         MVFS drive \"" << connection.getMvfsDrives(drives) << '"';
+    for (const auto& [drive, viewTag] : drives) {
+        std::cout << ", " << drive << " is " << viewTag;
+    }
+    std::cout << '\n';
+}
+
+void askAboutVobs(ClearCaseConnection& connection) {
+    std::vector<VobRecord> vobs;
+    connection.probeVobs("C:\\example", vobs);
+    for (const VobRecord& vob : vobs) {
+        std::cout << "probeVobs             " << vob.tag << ": state " << vob.state << '\n';
+    }
+}
+
+/// What a connection that can't do it says to `operation`.
+template <class Operation>
+void expectRefusal(const char* name, Operation operation) {
+    try {
+        operation();
+        std::cout << name << "done\n";
+    } catch (const std::runtime_error& refusal) {
+        std::cout << name << "refused: " << refusal.what() << '\n';
+    }
+}
+
+void askEverything(ClearCaseConnection& connection, const char* path) {
+    std::cout << "getOutput             \"" << connection.getOutput() << "\"\n";
+    std::cout << "getError\n" << connection.getError();
+    connection.clearMessages();
+    std::cout << "clearMessages         getError is \"" << connection.getError() << "\" now\n";
+    askAboutElement(connection, path);
+    askAboutDrives(connection);
+    std::cout << "getViewTag            \"" << connection.getViewTag() << "\"\n";
+    askAboutVobs(connection);
+    std::map<std::string, std::string> info;
+    connection.getProductInfo(nullptr, info);
+    for (const auto& [key, value] : info) {
+        std::cout << "getProductInfo        " << key << ": " << value << '\n';
+    }
+    expectRefusal("startSession          ", [&] { connection.startSession(); });
+    std::cout << "isReady               " << (connection.isReady() ? "yes" : "no") << '\n';
+    expectRefusal("killConnection        ", [&] { connection.killConnection(); });
+}
+
+}  // namespace
+
+int main(int argc, char* argv[]) {
+    if (argc != 3) {
+        std::cerr << "usage: examplehost LIBRARY PATH\n";
+        return 2;
+    }
+    const HMODULE library = LoadLibraryA(argv[1]);
+    if (library == nullptr) {
+        std::cerr << "examplehost: " << argv[1] << " can't be loaded\n";
+        return 2;
+    }
+    const auto make = reinterpret_cast<ClearCaseImplCtorFunction*>(
+        reinterpret_cast<void*>(GetProcAddress(library, CLEARCASE_IMPL_CTOR)));
+    if (make == nullptr) {
+        std::cerr << "examplehost: " << argv[1] << " has no " << CLEARCASE_IMPL_CTOR << '\n';
+        return 2;
+    }
+    const std::unique_ptr<ClearCaseConnection> connection(make(nullptr));
+    if (connection == nullptr) {
+        std::cerr << "examplehost: no memory for a connection\n";
+        return 2;
+    }
+    askEverything(*connection, argv[2]);
+    return 0;
+}
