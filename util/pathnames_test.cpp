@@ -193,14 +193,23 @@ TEST(IsDriveColonTest, TheTextAroundTheColonTells) {
         bool withoutFallback;
     } rows[] = {
         {"all: C:/x", 3, false, false},  // a letter stands before the letter
-        {"all: C:/x", 6, true, true},   {"(C:", 2, true, false},  // the end of the line counts as a
-                                                                  // blank
-        {"C:", 1, true, false},         {"C:\\x", 1, true, true},  {"@:/x", 1, true, true},
-        {"\tC:/x", 2, true, true},      {":/x", 0, false, false},  // nothing before the colon
-        {" :/x", 1, false, false},                                 // no letter before it
-        {"C:(x)", 1, false, false},     {"C::x", 1, false, false}, {"C: x", 1, true, false},
-        {"C:\tx", 1, true, false},      {"C:x", 1, true, false},   {";C:/x", 2, false, false},
+        {"all: C:/x", 6, true, true},
+        // The end of the line counts as a blank.
+        {"(C:", 2, true, false},
+        {"C:", 1, true, false},
+        {"C:\\x", 1, true, true},
+        {"@:/x", 1, true, true},
         {"1:/x", 1, true, true},
+        {"\tC:/x", 2, true, true},
+        // Nothing, or no letter, before the colon.
+        {":/x", 0, false, false},
+        {" :/x", 1, false, false},
+        {"C:(x)", 1, false, false},
+        {"C::x", 1, false, false},
+        {"C: x", 1, true, false},
+        {"C:\tx", 1, true, false},
+        {"C:x", 1, true, false},
+        {";C:/x", 2, false, false},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(isDriveColon(row.line, row.loc, true), row.withFallback) << row.line;
