@@ -1,0 +1,167 @@
+// The library in fresh processes, on a network provider that is there, isn't there, or fails.
+
+#include <filesystem>
+
+#include <gtest/gtest.h>
+
+#include "testing/childprocess-win.h"
+#include "testing/registeredprovider-win.h"
+#include "testing/tempfolder.h"
+
+namespace {
+
+using testing_support::ChildResult;
+using testing_support::ChildRun;
+using testing_support::RegisteredProvider;
+using testing_support::runChild;
+using testing_support::TempFolder;
+using testing_support::testProgramFolder;
+
+using Arguments = std::vector<std::string>;
+
+/// A process of its own that asks the library, with `drives` connected.
+class DrivesTest : public testing::Test {
+protected:
+    void SetUp() override {
+        if (!mProvider.problem().empty()) {
+            GTEST_SKIP() << mProvider.problem();
+        }
+    }
+
+    ChildResult ask(const std::string& drives, const Arguments& arguments) {
+        ChildRun run{testProgramFolder() / "ccquery.exe", {"--json"}};
+        run.arguments.insert(run.arguments.end(), arguments.begin(), arguments.end());
+        run.environment = {{"MVFSPROVIDER_DRIVES", mFolder.write("drives.txt", drives)}};
+        return runChild(run);
+    }
+
+    /// The answer of an asked process that has no complaint.
+    std::string answer(const std::string& drives, const Arguments& arguments) {
+        const ChildResult result = ask(drives, arguments);
+        EXPECT_EQ(result.exitCode, 0U);
+        EXPECT_EQ(result.error, "");
+        return result.output;
+    }
+
+    TempFolder mFolder;
+    RegisteredProvider mProvider;
+};
+
+constexpr const char* TWO_VIEWS = "m: | \\\\view\nx: | \\\\view\\tag1\ny: | \\\\view\\Tag2\n";
+
+TEST_F(DrivesTest, TheDriveMapIsWhatTheProviderHasConnected) {
+    EXPECT_EQ(answer(TWO_VIEWS, {"drives"}),
+              "{\"mvfsRoot\":\"M:\",\"drives\":{\"X:\":\"tag1\",\"Y:\":\"Tag2\"}}\n");
+}
+
+TEST_F(DrivesTest, SeveralBatchesAreOneMap) {
+    EXPECT_EQ(answer("x: | \\\\view\\a\nbatch\nm: | \\\\view\nbatch\nbatch\ny: | \\\\view\\b\n",
+                     {"drives"}),
+              "{\"mvfsRoot\":\"M:\",\"drives\":{\"X:\":\"a\",\"Y:\":\"b\"}}\n");
+}
+
+TEST_F(DrivesTest, MoreDrivesThanOneBufferHoldsAreAllThere) {
+    std::string drives;
+    std::string expected;
+    for (char letter = 'A'; letter <= 'Z'; ++letter) {
+        const std::string tag = std::string(60, 't') + letter;
+        drives += std::string(1, letter) + ": | \\\\view\\" + tag + "\n";
+        expected +=
+            std::string(expected.empty() ? "" : ",") + "\"" + letter + ":\":\"" + tag + "\"";
+    }
+    EXPECT_EQ(answer(drives, {"drives"}), "{\"mvfsRoot\":\"\",\"drives\":{" + expected + "}}\n");
+}
+
+TEST_F(DrivesTest, EntriesOfOtherProvidersAndWithoutALocalNameAreTakenAsToldOfThem) {
+    // An empty text is as near to none as the provider gets through Wine.
+    EXPECT_EQ(answer("n: | \\\\view | Other Network\n | \\\\view\\tag | \nz: | \\\\view\\t | \n"
+                     " | \\\\view\\nameless\nm: | \\\\view\n",
+                     {"drives"}),
+              "{\"mvfsRoot\":\"M:\",\"drives\":{\"\":\"nameless\"}}\n");
+}
+
+TEST_F(DrivesTest, WithoutConnectionsThereAreNoDrivesAndNoWords) {
+    EXPECT_EQ(answer("", {"drives"}), "{\"mvfsRoot\":\"\",\"drives\":{}}\n");
+}
+
+TEST_F(DrivesTest, APathIsMovedToTheRouteOfItsTagAndBack) {
+    EXPECT_EQ(answer(TWO_VIEWS, {"canonicalize", "--tag", "M:\\tag1\\vob", "X:\\vob\\a.c"}),
+              "{\"path\":\"X:\\\\vob\\\\a.c\",\"canonical\":\"M:\\\\tag1\\\\vob\\\\a.c\"}\n");
+    EXPECT_EQ(answer(TWO_VIEWS, {"canonicalize", "--tag", "X:\\vob", "M:\\tag1\\vob\\a.c"}),
+              "{\"path\":\"M:\\\\tag1\\\\vob\\\\a.c\",\"canonical\":\"X:\\\\vob\\\\a.c\"}\n");
+}
+
+TEST_F(DrivesTest, APathOutsideTheTagsStaysInForwardSlashes) {
+    EXPECT_EQ(answer(TWO_VIEWS, {"canonicalize", "--cwd", "Y:\\w", "--tag", "X:\\vob", "a\\..\\b"}),
+              "{\"path\":\"a\\\\..\\\\b\",\"canonical\":\"Y:/w/b\"}\n");
+}
+
+TEST_F(DrivesTest, WhatAProviderGaveBeforeItFailedIsKept) {
+    const std::string drives = "m: | \\\\view\nx: | \\\\view\\tag1\nfail 1208\ny: | \\\\view\\t\n";
+    const ChildResult result = ask(drives, {"drives"});
+    EXPECT_EQ(result.exitCode, 0U);
+    EXPECT_NE(result.output.find("\"X:\":\"tag1\""), std::string::npos) << result.output;
+    EXPECT_EQ(result.output.find("\"Y:\""), std::string::npos) << result.output;
+}
+
+TEST_F(DrivesTest, AProviderThatDoesNotOpenLeavesNoDrives) {
+    const ChildResult result = ask(std::string("open 1208\n") + TWO_VIEWS, {"drives"});
+    EXPECT_EQ(result.exitCode, 0U);
+    EXPECT_EQ(result.output, "{\"mvfsRoot\":\"\",\"drives\":{}}\n");
+}
+
+/// A host in `folder`, where a library of the system may be another than the system's.
+ChildResult loadIn(const std::string& folder,
+                   const std::map<std::string, std::optional<std::string>>& environment = {}) {
+    const std::filesystem::path programs = testProgramFolder();
+    const ChildRun run{programs / folder / "loadhost.exe",
+                       {(programs / "nbclearcase_fake.dll").string()},
+                       environment};
+    ChildResult result = runChild(run);
+    // Both wrote as text, with line ends of two characters.
+    std::erase(result.output, '\r');
+    std::erase(result.error, '\r');
+    return result;
+}
+
+/// The words of a failed call: `before`, the system's own sentence, and the number.
+void expectWords(const std::string& text, const std::string& before, const std::string& number) {
+    const std::string end = " (" + number + ")\n";
+    EXPECT_EQ(text.rfind(before, 0), 0U) << text;
+    ASSERT_GT(text.size(), before.size() + end.size()) << text;
+    EXPECT_EQ(text.substr(text.size() - end.size()), end) << text;
+    EXPECT_EQ(text.find('\n'), text.size() - 1) << text;
+}
+
+constexpr const char* LOOKUP = "nbclearcase:  initialization error looking up MVFS drives:  ";
+
+TEST(NoProviderTest, WithoutAnyProviderTheLibraryLoadsWithAComplaintAndNoDrives) {
+    const ChildResult result = loadIn("");
+    if (result.error.empty()) {
+        GTEST_SKIP() << "this system has network providers of its own";
+    }
+    expectWords(result.error, std::string(LOOKUP) + "WNetOpenEnum: ", "1222");
+    EXPECT_EQ(result.output, "loaded\nMVFS drive ''\n");
+    EXPECT_EQ(result.exitCode, 0U);
+}
+
+TEST(FailingNetworkTest, AnEnumerationThatDoesNotOpenIsComplainedOf) {
+    const ChildResult result = loadIn("failingmpr", {{"FAILING_MPR_OPEN", "1208"}});
+    expectWords(result.error, std::string(LOOKUP) + "WNetOpenEnum: ", "1208");
+    EXPECT_EQ(result.output, "loaded\nMVFS drive ''\n");
+}
+
+TEST(FailingNetworkTest, AfterAFailureOnTheWayTheViewDrivesStayAndTheMvfsDriveDoesNot) {
+    const ChildResult result = loadIn("failingmpr", {{"FAILING_MPR", "234"}});
+    expectWords(result.error, std::string(LOOKUP) + "WNetEnumResource: ", "234");
+    EXPECT_EQ(result.output, "loaded\nMVFS drive ''\nX: tag1\n");
+}
+
+TEST(FailingSocketsTest, SocketsThatDoNotStartFailTheLoad) {
+    const ChildResult result = loadIn("failingsockets");
+    expectWords(result.error, "nbclearcase:  WSAStartup: ", "10091");
+    EXPECT_EQ(result.output, "error 1114\n");  // ERROR_DLL_INIT_FAILED
+    EXPECT_EQ(result.exitCode, 1U);
+}
+
+}  // namespace

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <memory>
+#include <stdexcept>
+
+#include <windows.h>
+
+#include "clearcase/clearcaseconnection.h"
+#include "testing/childprocess-win.h"
+
+/// The DLL as it ships, loaded beside the test program until the scope ends.
+class ShippedLibrary {
+public:
+    ShippedLibrary()
+        : mLibrary(LoadLibraryW(
+              (testing_support::testProgramFolder() / "nbclearcase_fake.dll").c_str())) {
+        if (mLibrary == nullptr) {
+            throw std::runtime_error("the library can't be loaded");
+        }
+        mMake = reinterpret_cast<ClearCaseImplCtorFunction*>(
+            reinterpret_cast<void*>(GetProcAddress(mLibrary, CLEARCASE_IMPL_CTOR)));
+    }
+    ~ShippedLibrary() { FreeLibrary(mLibrary); }
+    ShippedLibrary(const ShippedLibrary&) = delete;
+    ShippedLibrary& operator=(const ShippedLibrary&) = delete;
+
+    HMODULE module() const { return mLibrary; }
+    /// Must be gone before the library is.
+    std::unique_ptr<ClearCaseConnection> connect(void* argument = nullptr) const {
+        return std::unique_ptr<ClearCaseConnection>(mMake(argument));
+    }
+
+private:
+    HMODULE mLibrary;
+    ClearCaseImplCtorFunction* mMake = nullptr;
+};

@@ -1,0 +1,98 @@
+// Many threads on one connection of the shipped library.
+
+#include <atomic>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "testing/environmentscope.h"
+#include "testing/host/shippedlibrary-win.h"
+#include "testing/processresources-win.h"
+#include "testing/registeredprovider-win.h"
+#include "testing/tempfolder.h"
+
+namespace {
+
+using testing_support::EnvironmentScope;
+using testing_support::handleCount;
+using testing_support::heapBytes;
+using testing_support::RegisteredProvider;
+using testing_support::TempFolder;
+
+struct Answer {
+    int status;
+    std::string version, target, canonical;
+
+    bool operator==(const Answer&) const = default;
+};
+
+/// The answers on one path, configured or not, on a view drive or not.
+Answer ask(ClearCaseConnection& connection, const std::string& path,
+           const std::vector<std::string>& tags) {
+    Answer answer;
+    answer.status = connection.getElementStatus(path.c_str(), &answer.version, &answer.target);
+    answer.canonical = connection.canonicalizeViewPath("C:\\w", path, tags);
+    return answer;
+}
+
+/// All paths in turn, `rounds` times; the number of answers that differ from the expected ones.
+int wrongAnswers(ClearCaseConnection& connection, const std::vector<std::string>& paths,
+                 const std::vector<std::string>& tags, const std::vector<Answer>& expected,
+                 int rounds) {
+    int wrong = 0;
+    for (int i = 0; i < rounds; ++i) {
+        for (size_t k = 0; k < paths.size(); ++k) {
+            wrong += ask(connection, paths[k], tags) == expected[k] ? 0 : 1;
+        }
+    }
+    return wrong;
+}
+
+TEST(ThreadsTest, EightThreadsGetTheAnswersOfOneAndLeaveNeitherMemoryNorHandles) {
+    const RegisteredProvider provider;
+    if (!provider.problem().empty()) {
+        GTEST_SKIP() << provider.problem();
+    }
+    const TempFolder folder;
+    const EnvironmentScope drives(
+        "MVFSPROVIDER_DRIVES",
+        folder.write("drives.txt", "m: | \\\\view\nx: | \\\\view\\tag1\ny: | \\\\view\\tag2\n"));
+    const EnvironmentScope configuration(
+        "NBCLEARCASE_FAKE_INI",
+        folder.write("c.ini", "[attrs]\nX:\\vob\\link=..\\a\nC:\\v.c=*version\n"));
+    const ShippedLibrary library;
+    const auto connection = library.connect();
+
+    const std::vector<std::string> paths = {"X:\\vob\\link", "C:\\v.c",     "M:\\tag2\\b\\c",
+                                            "y:/b/../d",     folder.utf8(), folder.utf8("missing")};
+    const std::vector<std::string> tags = {"M:\\tag3\\v", "M:\\tag1\\vob", "Y:\\b"};
+    std::vector<Answer> expected;
+    for (const std::string& path : paths) {
+        expected.push_back(ask(*connection, path, tags));
+    }
+    EXPECT_EQ(expected[0].canonical, "M:\\tag1\\vob\\link") << "the drives are connected";
+    EXPECT_EQ(expected[2].canonical, "Y:\\b\\c");
+
+    std::atomic<int> wrong{0};
+    const auto runThreads = [&](int rounds) {
+        std::vector<std::thread> threads;
+        threads.reserve(8);
+        for (int i = 0; i < 8; ++i) {
+            threads.emplace_back(
+                [&] { wrong += wrongAnswers(*connection, paths, tags, expected, rounds); });
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+    };
+    runThreads(20);  // what is made once is made
+    const size_t handles = handleCount();
+    const size_t bytes = heapBytes();
+    runThreads(2000);
+    EXPECT_EQ(wrong, 0);
+    EXPECT_EQ(handleCount(), handles);
+    // 96,000 answers: a leak of one byte in each would show.
+    EXPECT_LT(heapBytes(), bytes + 50000);
+}
+
+}  // namespace
