@@ -92,11 +92,12 @@ private:
             record.type = typeNamed(text.substr(star + 1), path);
         }
         record.value = text.substr(0, star);
+        auto& elements = mConfiguration.elements;
+        const auto stored = elements.insert_or_assign(elementKey(path), std::move(record)).first;
         if (!mViewRootPrefix.empty()) {
             // Meant: the path as the file spells it, and no separator between the two.
-            mConfiguration.elements.insert_or_assign(mViewRootPrefix + path, record);
+            elements.insert_or_assign(mViewRootPrefix + path, stored->second);
         }
-        mConfiguration.elements.insert_or_assign(elementKey(path), std::move(record));
     }
 
     /// A name that no type has is complained of, and makes a link.

@@ -2,16 +2,22 @@
 
 // The configuration of a fake connection: text in, records and complaints out.
 //
-//     ; a comment, as with #
+//     ; A comment, as with #. There is none behind text.
 //     [vobs]
-//     \vobs\tools=ro             one VOB; flags are separated by `,`, `;` or blanks
+//     ; A tag and its flags, of which "ro" (read-only) alone has a meaning. `,`, `;` and the space
+//     ; separate flags.
+//     \vobs\tools=ro
 //     [attrs]
-//     C:\src\link=..\other       a symbolic link and its text
-//     C:\src\a.c=/main/3*version an element of a named type
+//     ; A symbolic link and its text.
+//     C:\src\link=..\other
+//     ; An element of a named type.
+//     C:\src\a.c=/main/3*version
 //
-// Lines end at a line feed, and a last line without one doesn't count. Sections may come in any
-// order and any number of times. Headers are case-insensitive, and nothing else is. Lines outside
-// the two sections are ignored.
+// Lines end at a line feed, and a last line without one doesn't count. White space goes from both
+// ends of a line; tag, path and text are taken as they stand. The first `=` of a line and the first
+// `*` behind it count. Sections may come in any order and any number of times; lines outside the
+// two are ignored. Headers are case-insensitive, and nothing else is. Of two lines for one element
+// the later wins. An element of an unknown type is complained of and becomes a link.
 
 #include <iosfwd>
 #include <map>

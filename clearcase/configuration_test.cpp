@@ -1,5 +1,6 @@
 #include "clearcase/configuration.h"
 
+#include <algorithm>
 #include <locale>
 #include <sstream>
 
@@ -196,6 +197,11 @@ TEST(ConfigurationTest, AViewRootPrefixAddsASecondKeyAsTheFileSpellsIt) {
     EXPECT_EQ(elementsOf(read("[attrs]\nC:\\x=z\n", "Q:")), "C:\\x=z*3\nQ:C:\\x=z*3\n");
     EXPECT_EQ(elementsOf(read("[attrs]\nC:/a/../x=z*version\n", "Q:\\v")),
               "C:\\x=z*1\nQ:\\vC:/a/../x=z*1\n");
+}
+
+TEST(ConfigurationTest, TheLaterOfTwoLinesWinsUnderTheViewRootPrefixToo) {
+    EXPECT_EQ(elementsOf(read("[attrs]\nC:\\x=1*version\nC:\\x=2\n", "Q:")),
+              "C:\\x=2*3\nQ:C:\\x=2*3\n");
 }
 
 TEST(ConfigurationDeathTest, APathThatIsNotAbsoluteStopsTheProcess) {

@@ -10,8 +10,9 @@
 /// element keys (`elementKey`); `path` is absolute, and an assertion stops the process otherwise.
 ///
 /// `version` and `target` may be null. `version` is always written: "/main/0" for a version or
-/// directory version, else the empty text. `target` is written for a link alone: the link's text,
-/// made absolute against the parent of `path` as the caller spelled it, and not normalised.
+/// directory version, else the empty text. `target` is written for a link alone: the link's text
+/// if that is absolute, else joined to the parent of `path` as the caller spelled it. It isn't
+/// normalised, and relative where such a parent is: `C:l` has the parent `.`.
 std::optional<ElementType> configuredStatus(const std::map<std::string, ElementRecord>& elements,
                                             const char* path, std::string* version,
                                             std::string* target);

@@ -1,5 +1,7 @@
 #include "clearcase/elementstatus.h"
 
+#include <utility>
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -63,6 +65,16 @@ TEST(ConfiguredStatusTest, ALinkWithoutATargetToWriteIsALinkWithAnEmptyVersion) 
         configuredStatus({{"C:\\d\\l", {elementSymbolicLink, "x"}}}, "C:\\d\\l", &version, nullptr),
         elementSymbolicLink);
     EXPECT_EQ(version, "");
+}
+
+TEST(ConfiguredStatusTest, APathWithoutASeparatorHasARelativeParent) {
+    for (const auto& [value, expected] : {std::pair("x\\y", "./x\\y"), std::pair("\\e", "\\e")}) {
+        std::string target;
+        EXPECT_EQ(
+            configuredStatus({{"C:\\l", {elementSymbolicLink, value}}}, "C:l", nullptr, &target),
+            elementSymbolicLink);
+        EXPECT_EQ(target, expected);
+    }
 }
 
 TEST(ConfiguredStatusTest, BothResultsMayBeNull) {

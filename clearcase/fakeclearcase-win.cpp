@@ -1,4 +1,3 @@
-#include <array>
 #include <fstream>
 #include <iostream>
 #include <istream>
@@ -23,12 +22,6 @@ std::string variableOr(const char* name, const char* otherwise) {
     return value.empty() ? otherwise : value;
 }
 
-/// Made by the first call and never freed: threads may still use it when the process ends.
-ViewRootCache& viewRootCache() {
-    static ViewRootCache& cache = *new ViewRootCache;
-    return cache;
-}
-
 }  // namespace
 
 FakeClearCase::FakeClearCase(const void* /*unused*/) {
@@ -38,7 +31,7 @@ FakeClearCase::FakeClearCase(const void* /*unused*/) {
     std::vector<char> buffer(65536);
     std::filebuf file;
     file.pubsetbuf(buffer.data(), static_cast<std::streamsize>(buffer.size()));
-    // As text, so that line ends are the system's, and sharing with everybody.
+    // As text, so that line ends are the system's. Others may read and write it meanwhile.
     if (file.open(toWide(name).c_str(), std::ios::in) == nullptr) {
         return;
     }
@@ -71,8 +64,11 @@ int FakeClearCase::getElementStatus(const char* path, std::string* version, std:
 
 std::string FakeClearCase::canonicalizeViewPath(const std::string& cwd, const std::string& path,
                                                 const std::vector<std::string>& vobTags) {
-    return ::canonicalizeViewPath(mvfsRoot, viewDrives, viewRootCache(), cwd, path, vobTags,
-                                  std::cerr);
+    // Made by the first call and never freed: threads may still be here when the process ends.
+    static auto& viewRootCache = *new std::map<std::string, std::string>;
+    static auto& viewRootCacheLock = *new Mutex;
+    return ::canonicalizeViewPath(mvfsRoot, viewDrives, viewRootCache, viewRootCacheLock, cwd, path,
+                                  vobTags, std::cerr);
 }
 
 std::string FakeClearCase::getViewTag() {

@@ -15,8 +15,8 @@
 /// directory. A file that is missing or can't be read counts as empty. CLEARCASE_ROOT, if it is
 /// set, is the view root prefix.
 ///
-/// The object takes no lock. All operations may be called from any thread, save that
-/// `clearMessages` must not run beside the two operations that read the messages.
+/// The object takes no lock. Any thread may call any operation, save that `clearMessages` must run
+/// beside neither itself nor the two operations that read the messages.
 class FakeClearCase : public ClearCaseConnection {
 public:
     /// Complaints about the file go to `getError`. The argument is not read.

@@ -1,12 +1,11 @@
 #include "clearcase/mvfsdrives-win.h"
 
 #include <array>
-#include <string_view>
 
 #include <windows.h>
 #include <winnetwk.h>
 
-#include "util/stringutilities.h"
+#include "clearcase/viewdrives.h"
 #include "util/windows/errortext-win.h"
 
 std::string mvfsRoot;
@@ -14,53 +13,60 @@ std::map<std::string, std::string> viewDrives;
 
 namespace {
 
-constexpr std::string_view PROVIDER = "ClearCase Dynamic Views";
-constexpr std::string_view MVFS_SERVER = "\\\\view";
-constexpr size_t VIEW_TAG_OFFSET = MVFS_SERVER.size() + 1;
-
-std::string textOf(const char* text) { return text == nullptr ? "" : text; }
-
-void takeEntry(const NETRESOURCEA& entry, std::string& root,
-               std::map<std::string, std::string>& drives) {
-    if (textOf(entry.lpProvider) != PROVIDER) {
-        return;
+/// An open enumeration of the connected network disks.
+class ConnectedDisks {
+public:
+    ConnectedDisks() {
+        const DWORD error = WNetOpenEnumA(RESOURCE_CONNECTED, RESOURCETYPE_DISK, /*dwUsage=*/0,
+                                          /*lpNetResource=*/nullptr, &mEnumeration);
+        if (error != NO_ERROR) {
+            throw Win32Exception("WNetOpenEnum", error);
+        }
     }
-    std::string drive = textOf(entry.lpLocalName);
-    toUpper(drive);
-    const std::string remote = textOf(entry.lpRemoteName);
-    if (remote == MVFS_SERVER) {
-        root = drive;
-    } else {
-        drives[drive] = remote.size() < VIEW_TAG_OFFSET ? "" : remote.substr(VIEW_TAG_OFFSET);
+    ~ConnectedDisks() {
+        if (mOpen) {
+            WNetCloseEnum(mEnumeration);
+        }
     }
-}
+    ConnectedDisks(const ConnectedDisks&) = delete;
+    ConnectedDisks& operator=(const ConnectedDisks&) = delete;
+
+    /// Calls `take` with each entry of the next batch. False if it was the last one.
+    template <class Take>
+    bool nextBatch(Take take) {
+        constexpr DWORD all = static_cast<DWORD>(-1);
+        alignas(NETRESOURCEA) std::array<char, 1024> buffer;
+        DWORD count = all;
+        DWORD size = buffer.size();
+        const DWORD error = WNetEnumResourceA(mEnumeration, &count, buffer.data(), &size);
+        if (error != NO_ERROR && error != ERROR_NO_MORE_ITEMS) {
+            // Meant: an enumeration that has failed is not touched again, not even to close it.
+            mOpen = false;
+            throw Win32Exception("WNetEnumResource", error);
+        }
+        const auto* entries = reinterpret_cast<const NETRESOURCEA*>(buffer.data());
+        // At the end some providers leave the count as it was: that means no entries.
+        for (DWORD i = 0; count != all && i < count; ++i) {
+            take(entries[i]);
+        }
+        return error != ERROR_NO_MORE_ITEMS;
+    }
+
+private:
+    HANDLE mEnumeration = nullptr;
+    bool mOpen = true;
+};
 
 }  // namespace
 
 std::string lookupMvfsDrives(std::map<std::string, std::string>& drives) {
     std::string root;
-    HANDLE enumeration = nullptr;
-    DWORD error = WNetOpenEnumA(RESOURCE_CONNECTED, RESOURCETYPE_DISK, /*dwUsage=*/0,
-                                /*lpNetResource=*/nullptr, &enumeration);
-    if (error != NO_ERROR) {
-        throw Win32Exception("WNetOpenEnum", error);
+    ConnectedDisks disks;
+    // The narrow calls give view tags in the system's code page. Meant: so hosts spell them.
+    const auto take = [&](const NETRESOURCEA& entry) {
+        takeConnection(entry.lpLocalName, entry.lpRemoteName, entry.lpProvider, root, drives);
+    };
+    while (disks.nextBatch(take)) {
     }
-    do {
-        constexpr DWORD all = static_cast<DWORD>(-1);
-        alignas(NETRESOURCEA) std::array<char, 1024> buffer;
-        DWORD count = all;
-        DWORD size = buffer.size();
-        error = WNetEnumResourceA(enumeration, &count, buffer.data(), &size);
-        if (error != NO_ERROR && error != ERROR_NO_MORE_ITEMS) {
-            // The enumeration stays open: meant, a provider that fails is not called again.
-            throw Win32Exception("WNetEnumResource", error);
-        }
-        // A provider that leaves the count alone has returned nothing.
-        const auto* entries = reinterpret_cast<const NETRESOURCEA*>(buffer.data());
-        for (DWORD i = 0; count != all && i < count; ++i) {
-            takeEntry(entries[i], root, drives);
-        }
-    } while (error != ERROR_NO_MORE_ITEMS);
-    WNetCloseEnum(enumeration);
     return root;
 }

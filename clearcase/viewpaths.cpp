@@ -2,6 +2,7 @@
 
 #include <cctype>
 #include <ostream>
+#include <utility>
 
 #include <boost/container/small_vector.hpp>
 
@@ -21,7 +22,7 @@ void capitalize(std::string& text) {
     }
 }
 
-/// Stage 1: absolute and in normal form, with an upper-case drive.
+/// Absolute and in normal form, with an upper-case drive.
 std::string tidied(const std::string& cwd, const std::string& path) {
     std::string result;
     if (!path.empty() && isPathSeparator(path[0], windowsPaths)) {
@@ -41,12 +42,21 @@ std::string tidied(const std::string& cwd, const std::string& path) {
     return result;
 }
 
-/// Stage 3: where the tags' VOBs lie, as far as that is on a view.
+/// Appends a root, with backslashes and its drive in upper case. A neighbour's root again would
+/// change nothing: tags of one view come in a row.
+void addRoot(std::string root, Roots& roots) {
+    capitalize(root);
+    toBackslashes(root);
+    if (roots.empty() || roots.back() != root) {
+        roots.push_back(std::move(root));
+    }
+}
+
+/// The roots of the tags' VOBs, as far as they are on a view.
 Roots rootsOf(const std::vector<std::string>& vobTags, const std::string& mvfsRoot,
               const Drives& viewDrives) {
     Roots roots;
     std::vector<PathRange> components;
-    components.reserve(16);
     for (const std::string& tag : vobTags) {
         std::string drive = driveOf(tag);
         toUpper(drive);
@@ -54,26 +64,24 @@ Roots rootsOf(const std::vector<std::string>& vobTags, const std::string& mvfsRo
             components.clear();
             splitPath(tag, components, /*rootText=*/nullptr);
             if (components.size() >= 2) {
-                std::string& root = roots.emplace_back(tag, 0, components[1].end);
-                capitalize(root);
-                toBackslashes(root);
+                addRoot(tag.substr(0, components[1].end), roots);
             }
         } else if (viewDrives.count(drive) != 0) {
-            roots.push_back(std::move(drive));
+            addRoot(std::move(drive), roots);
         }
     }
     return roots;
 }
 
-const std::string& cachedRoute(ViewRootCache& cache, const std::string& key,
-                               const std::string& root, const std::string& mvfsRoot,
-                               const Drives& viewDrives, const MutexLock& /*held*/) {
-    const auto found = cache.viewRootCache.find(key);
-    if (found != cache.viewRootCache.end()) {
+const std::string& cachedRoute(Drives& viewRootCache, const std::string& root,
+                               const std::string& mvfsRoot, const Drives& viewDrives,
+                               const MutexLock& /*held*/) {
+    const auto found = viewRootCache.find(root);
+    if (found != viewRootCache.end()) {
         return found->second;
     }
     // A root without another route is kept as well: the drives don't change.
-    return cache.viewRootCache.emplace(key, otherRoute(root, mvfsRoot, viewDrives)).first->second;
+    return viewRootCache.emplace(root, otherRoute(root, mvfsRoot, viewDrives)).first->second;
 }
 
 }  // namespace
@@ -111,9 +119,9 @@ std::string otherRoute(const std::string& root, const std::string& mvfsRoot,
 }
 
 std::string canonicalizeViewPath(const std::string& mvfsRoot, const Drives& viewDrives,
-                                 ViewRootCache& cache, const std::string& cwd,
-                                 const std::string& path, const std::vector<std::string>& vobTags,
-                                 std::ostream& errors) {
+                                 Drives& viewRootCache, Mutex& viewRootCacheLock,
+                                 const std::string& cwd, const std::string& path,
+                                 const std::vector<std::string>& vobTags, std::ostream& errors) {
     std::string s = tidied(cwd, path);
     const std::string drive = driveOf(s);
     if (drive != mvfsRoot && viewDrives.count(drive) == 0) {
@@ -126,17 +134,14 @@ std::string canonicalizeViewPath(const std::string& mvfsRoot, const Drives& view
         }
     }
 
-    const MutexLock lock(cache.viewRootCacheLock);
+    const MutexLock lock(viewRootCacheLock);
     for (const std::string& root : roots) {
-        std::string key = root;
-        toBackslashes(key);
-        capitalize(key);
-        const std::string& other = cachedRoute(cache, key, root, mvfsRoot, viewDrives, lock);
+        const std::string& other = cachedRoute(viewRootCache, root, mvfsRoot, viewDrives, lock);
         if (other.empty() || !isInPath(other, s)) {
             continue;
         }
         if (makeRelativeTo(other, s)) {
-            s = joinPath(key, s, '/');
+            s = joinPath(root, s, '/');
         } else {
             errors << "Couldn't make " + s + " relative to " + other + "!\n";
         }

@@ -13,15 +13,6 @@
 
 #include "util/mutex-pthreads.h"
 
-/// What has been found out about the roots of VOBs, against one set of drives that doesn't change.
-struct ViewRootCache {
-    /// A root (with backslashes, its drive in upper case) to the other route to the same place, the
-    /// empty text if there is none. Entries are added and never changed or removed.
-    std::map<std::string, std::string> viewRootCache;
-    /// Guards the map.
-    Mutex viewRootCacheLock;
-};
-
 /// The other route to the place that `root` names, empty if there is none: of a view drive the
 /// folder of its view on the MVFS drive, of such a folder the first drive that is mapped to the
 /// view.
@@ -32,12 +23,17 @@ std::string otherRoute(const std::string& root, const std::string& mvfsRoot,
 ///
 /// A relative `path` is taken against `cwd`; one with a leading separator, a UNC path included,
 /// against the first two characters of `cwd`. What is not absolute then stops the process by an
-/// assertion. A tag that lies on no view drive counts for nothing. A path that was moved comes back
-/// with backslashes; every other, in its normal form with an upper-case drive, with forward
-/// slashes. The one complaint goes to `errors` in one piece. Any thread may call it, with one
-/// `cache` for all.
+/// assertion. A tag counts if it lies on a view drive, or in the folder of a view on the MVFS
+/// drive. A path that was moved comes back with backslashes; every other, in its normal form with
+/// an upper-case drive, with forward slashes. The one complaint goes to `errors` in one piece.
+///
+/// `viewRootCache` keeps what was found out about the roots of tags, against drives that don't
+/// change: a root (with backslashes, its drive in upper case) to its other route, the empty text if
+/// there is none. Entries are added and never changed or removed. `viewRootCacheLock` guards it, so
+/// that any thread may call with the same cache.
 std::string canonicalizeViewPath(const std::string& mvfsRoot,
                                  const std::map<std::string, std::string>& viewDrives,
-                                 ViewRootCache& cache, const std::string& cwd,
+                                 std::map<std::string, std::string>& viewRootCache,
+                                 Mutex& viewRootCacheLock, const std::string& cwd,
                                  const std::string& path, const std::vector<std::string>& vobTags,
                                  std::ostream& errors);

@@ -16,14 +16,16 @@ class CanonicalizeViewPathTest : public testing::Test {
 protected:
     std::string canonical(const std::string& path, const Tags& tags,
                           const std::string& cwd = "D:\\w") {
-        return canonicalizeViewPath(mMvfsRoot, mViewDrives, mCache, cwd, path, tags, mErrors);
+        return canonicalizeViewPath(mMvfsRoot, mViewDrives, mCache, mLock, cwd, path, tags,
+                                    mErrors);
     }
 
     void TearDown() override { EXPECT_EQ(mErrors.str(), mExpectedErrors); }
 
     std::string mMvfsRoot = "M:";
     Drives mViewDrives = {{"X:", "tag1"}};
-    ViewRootCache mCache;
+    Drives mCache;
+    Mutex mLock;
     std::ostringstream mErrors;
     std::string mExpectedErrors;
 };
@@ -77,7 +79,7 @@ TEST_F(CanonicalizeViewPathTest, TheRootItselfMovesToo) {
 TEST_F(CanonicalizeViewPathTest, APathThatLiesInARootStaysInForwardSlashes) {
     EXPECT_EQ(canonical("m:\\TAG1\\vob\\a.c", {"M:\\tag1\\vob"}), "M:/TAG1/vob/a.c");
     EXPECT_EQ(canonical("x:\\vob\\a.c", {"X:\\vob"}), "X:/vob/a.c");
-    EXPECT_TRUE(mCache.viewRootCache.empty());
+    EXPECT_TRUE(mCache.empty());
 }
 
 TEST_F(CanonicalizeViewPathTest, AnyRootThatHoldsThePathComesBeforeAnyMove) {
@@ -86,13 +88,13 @@ TEST_F(CanonicalizeViewPathTest, AnyRootThatHoldsThePathComesBeforeAnyMove) {
 
 TEST_F(CanonicalizeViewPathTest, ARootWithoutAnotherRouteIsCachedAsSuch) {
     EXPECT_EQ(canonical("X:\\vob\\a.c", {"M:\\tag2\\vob"}), "X:/vob/a.c");
-    EXPECT_EQ(mCache.viewRootCache, (Drives{{"M:\\tag2", ""}}));
+    EXPECT_EQ(mCache, (Drives{{"M:\\tag2", ""}}));
 }
 
 TEST_F(CanonicalizeViewPathTest, ACachedAnswerStandsAgainstTheDrives) {
-    mCache.viewRootCache = {{"M:\\tag2", "X:"}};
+    mCache = {{"M:\\tag2", "X:"}};
     EXPECT_EQ(canonical("X:\\vob\\a.c", {"M:\\tag2\\vob"}), "M:\\tag2\\vob\\a.c");
-    mCache.viewRootCache = {{"M:\\tag1", ""}};
+    mCache = {{"M:\\tag1", ""}};
     EXPECT_EQ(canonical("X:\\vob\\a.c", {"M:\\tag1\\vob"}), "X:/vob/a.c");
 }
 
@@ -102,17 +104,17 @@ TEST_F(CanonicalizeViewPathTest, TheCacheHasOneEntryForEachRootAndKeepsIt) {
     for (int i = 0; i < 3; ++i) {
         EXPECT_EQ(canonical("Y:\\c\\x", tags), "M:\\tag2\\c\\x");
     }
-    EXPECT_EQ(mCache.viewRootCache, (Drives{{"M:\\tag1", "X:"}, {"M:\\tag2", "Y:"}}));
+    EXPECT_EQ(mCache, (Drives{{"M:\\tag1", "X:"}, {"M:\\tag2", "Y:"}}));
 }
 
 TEST_F(CanonicalizeViewPathTest, ATagOnNoViewDriveAddsNoRoot) {
     EXPECT_EQ(canonical("X:\\vob\\a.c", {"Z:\\vob", "", "x", "vob\\x"}), "X:/vob/a.c");
-    EXPECT_TRUE(mCache.viewRootCache.empty());
+    EXPECT_TRUE(mCache.empty());
 }
 
 TEST_F(CanonicalizeViewPathTest, ATagOfTheBareMvfsDriveAddsNoRoot) {
     EXPECT_EQ(canonical("X:\\vob\\a.c", {"M:", "M:\\", "m:/"}), "X:/vob/a.c");
-    EXPECT_TRUE(mCache.viewRootCache.empty());
+    EXPECT_TRUE(mCache.empty());
 }
 
 TEST_F(CanonicalizeViewPathTest, TheFirstRootThatAppliesEndsTheWalk) {
@@ -136,12 +138,12 @@ TEST_F(CanonicalizeViewPathTest, WithoutDrivesEveryPathIsOnlyTidied) {
     mViewDrives.clear();
     EXPECT_EQ(canonical("X:\\vob\\a.c", {"M:\\tag1\\vob", "X:\\vob", ""}), "X:/vob/a.c");
     EXPECT_EQ(canonical("M:\\tag1\\vob\\a.c", {"X:\\vob"}), "M:/tag1/vob/a.c");
-    EXPECT_TRUE(mCache.viewRootCache.empty());
+    EXPECT_TRUE(mCache.empty());
 }
 
 TEST_F(CanonicalizeViewPathTest, PathsThatEndOutsideTheViewsOrInsideARootTakeNoLock) {
     // The lock isn't recursive: taking it here would never come back.
-    const MutexLock lock(mCache.viewRootCacheLock);
+    const MutexLock lock(mLock);
     EXPECT_EQ(canonical("C:\\a", {"X:\\vob"}), "C:/a");
     EXPECT_EQ(canonical("X:\\a", {"X:\\vob"}), "X:/a");
 }
@@ -170,11 +172,11 @@ TEST_F(DisagreementTest, AnExceptionLeavesTheLockFree) {
     Refusal refusal;
     std::ostream errors(&refusal);
     errors.exceptions(std::ios::badbit);
-    EXPECT_THROW(
-        canonicalizeViewPath(mMvfsRoot, mViewDrives, mCache, "//srv/sh", "x", {"X:\\v"}, errors),
-        std::runtime_error);
-    EXPECT_TRUE(mCache.viewRootCacheLock.tryLock());
-    mCache.viewRootCacheLock.unlock();
+    EXPECT_THROW(canonicalizeViewPath(mMvfsRoot, mViewDrives, mCache, mLock, "//srv/sh", "x",
+                                      {"X:\\v"}, errors),
+                 std::runtime_error);
+    EXPECT_TRUE(mLock.tryLock());
+    mLock.unlock();
 }
 
 TEST_F(CanonicalizeViewPathDeathTest, ARelativePathWithARelativeDirectoryStopsTheProcess) {

@@ -1,5 +1,6 @@
 #include "clearcase/vobprobe-win.h"
 
+#include <algorithm>
 #include <filesystem>
 
 #include <gtest/gtest.h>
@@ -13,26 +14,6 @@ namespace {
 
 using testing_support::ReplacedCall;
 using testing_support::TempFolder;
-
-TEST(ProbedFolderTest, TheTagFollowsTheRootAndTheTextIsTidiedOnce) {
-    const struct {
-        const char* root;
-        const char* tag;
-        const char* folder;
-    } rows[] = {
-        {"c:\\vobs", "\\a", "C:/vobs/a"},
-        {"x:\\\\v", "\\\\a", "X:/v//a"},
-        {"x:", "///a", "X://a"},
-        {"\\\\srv\\sh", "\\a", "/srv/sh/a"},
-        {"", "m:\\v", "M:/v"},
-        {"c:\\v", "", "C:/v"},
-        {"c:\\v", "a", "C:/va"},
-        {"", "", ""},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(probedFolder(row.root, row.tag), row.folder);
-    }
-}
 
 TEST(ProbeVobsTest, NoVobsGiveNoResults) {
     std::vector<VobRecord> results = {{"a", vobWritable}, {"b", vobReadOnly}};
@@ -96,25 +77,45 @@ struct TempCall {
     UINT number;
 };
 TempCall gTempCall;
-std::wstring gDeleted;
+std::vector<std::wstring> gDeleted;
+int gAttributeCalls = 0;
 
-TEST(ProbeVobsTest, TheCallMakesAFileOfItsOwnAndItIsRemovedWithoutForce) {
+TEST(ProbeVobsTest, TheCallMakesAFileOfItsOwnAndItIsRemovedOnceAndWithoutForce) {
     const ReplacedCall<decltype(GetTempFileNameA)> call(
         "GetTempFileNameA", [](LPCSTR folder, LPCSTR prefix, UINT number, LPSTR name) -> UINT {
             gTempCall = {folder, prefix, number};
             lstrcpyA(name, "C:/v/rof1.tmp");
             return 1;
         });
+    gDeleted.clear();
     const ReplacedCall<decltype(DeleteFileW)> remove("DeleteFileW", [](LPCWSTR name) -> BOOL {
-        gDeleted = name;
+        gDeleted.emplace_back(name);
         SetLastError(ERROR_ACCESS_DENIED);
         return FALSE;
     });
+    gAttributeCalls = 0;
+    const ReplacedCall<decltype(SetFileAttributesW)> force("SetFileAttributesW",
+                                                           [](LPCWSTR, DWORD) -> BOOL {
+                                                               ++gAttributeCalls;
+                                                               return TRUE;
+                                                           });
     EXPECT_EQ(stateOf("c:\\v"), vobWritable) << "the outcome of the removal doesn't count";
     EXPECT_EQ(gTempCall.folder, "C:/v");
     EXPECT_EQ(gTempCall.prefix, "rofscheck");
     EXPECT_EQ(gTempCall.number, 0U);
-    EXPECT_EQ(gDeleted, L"\\\\?\\C:\\v\\rof1.tmp");
+    EXPECT_EQ(gDeleted, (std::vector<std::wstring>{L"\\\\?\\C:\\v\\rof1.tmp"}));
+    EXPECT_EQ(gAttributeCalls, 0);
+}
+
+/// Writes to the last place that the call may write to.
+UINT WINAPI longestName(LPCSTR, LPCSTR, UINT, LPSTR name) {
+    std::fill(name, name + 260, 'x');
+    return name[260] == '\0' ? 1 : 0;
+}
+
+TEST(ProbeVobsTest, TheNameHasRoomFor260CharactersAndItsEnd) {
+    const ReplacedCall<decltype(GetTempFileNameA)> call("GetTempFileNameA", longestName);
+    EXPECT_EQ(stateOf("c:\\v"), vobWritable);
 }
 
 }  // namespace

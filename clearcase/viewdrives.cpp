@@ -1,0 +1,30 @@
+#include "clearcase/viewdrives.h"
+
+#include <string_view>
+
+#include "util/stringutilities.h"
+
+namespace {
+
+constexpr std::string_view PROVIDER = "ClearCase Dynamic Views";
+constexpr std::string_view MVFS_SERVER = "\\\\view";
+constexpr size_t VIEW_TAG_OFFSET = MVFS_SERVER.size() + 1;
+
+std::string textOf(const char* text) { return text == nullptr ? "" : text; }
+
+}  // namespace
+
+void takeConnection(const char* localName, const char* remoteName, const char* provider,
+                    std::string& mvfsRoot, std::map<std::string, std::string>& viewDrives) {
+    if (textOf(provider) != PROVIDER) {
+        return;
+    }
+    std::string drive = textOf(localName);
+    toUpper(drive);
+    const std::string remote = textOf(remoteName);
+    if (remote == MVFS_SERVER) {
+        mvfsRoot = drive;
+    } else {
+        viewDrives[drive] = remote.size() < VIEW_TAG_OFFSET ? "" : remote.substr(VIEW_TAG_OFFSET);
+    }
+}
