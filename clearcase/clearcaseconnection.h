@@ -5,12 +5,15 @@
 // A host loads the library, asks it for the function named CLEARCASE_IMPL_CTOR and calls it:
 //
 //     const auto make = reinterpret_cast<ClearCaseImplCtorFunction*>(
-//         GetProcAddress(library, CLEARCASE_IMPL_CTOR));
+//         reinterpret_cast<void*>(GetProcAddress(library, CLEARCASE_IMPL_CTOR)));
 //     const std::unique_ptr<ClearCaseConnection> connection(make(nullptr));
 //
 // Strings, maps and vectors cross the boundary, so that host and library have to be built with the
-// same compiler, the same standard library and one C runtime heap. All text is UTF-8. Paths may use
-// either separator.
+// same compiler, the same standard library and one C runtime heap. Text is UTF-8, save where an
+// operation says otherwise. Paths may use either separator.
+//
+// Any thread may call any operation at any time, save that `clearMessages` must run beside neither
+// itself nor the two operations that read the messages.
 
 #include <cstdint>
 #include <map>
@@ -58,9 +61,9 @@ public:
     virtual void clearMessages() = 0;
 
     /// What is the element at `path`, at which version, and where does it lead if it is a link?
-    /// `path` is absolute: the process is stopped at a relative one. `version` and `target` may be
-    /// null. `version` is always written, with an empty text if there is none; `target` is
-    /// written only where a link is resolved. The result is an `ElementType`.
+    /// `path` isn't null, and absolute: the process is stopped at a relative one. `version` and
+    /// `target` may be null. `version` is always written, with an empty text if there is none;
+    /// `target` is written only where a link is resolved. The result is an `ElementType`.
     virtual int getElementStatus(const char* path, std::string* version, std::string* target) = 0;
 
     /// The one spelling of `path`, which may lie on the MVFS drive or on a view drive: on the
@@ -73,7 +76,11 @@ public:
     /// The view that the process is set to, empty if there is none.
     virtual std::string getViewTag() = 0;
 
-    /// Appends to `results` each VOB, its tag behind `root`, and whether it can be written there.
+    /// Finds out by trying which VOBs can be written below `root`, and appends a record for each to
+    /// `results`: its folder (the tag directly behind `root`, with forward slashes, the first of
+    /// the doubled ones halved, the first letter in upper case), and whether it is writable, on a
+    /// write-protected medium, or neither could be told. Both texts are taken in the system's code
+    /// page.
     virtual void probeVobs(const std::string& root, std::vector<VobRecord>& results) = 0;
 
     /// Sets "product", "version" and "osname" in `info`; other keys stay. The first argument is
@@ -81,17 +88,20 @@ public:
     virtual void getProductInfo(const void* unused, std::map<std::string, std::string>& info) = 0;
 
     /// Replaces `drives` by a map of view drives ("X:") to view tags, and returns the MVFS drive
-    /// ("M:"), empty if none is connected. Both are as they were when the library was loaded.
+    /// ("M:"), empty if none is connected. Both are as they were when the library was loaded, and
+    /// in the system's code page.
     virtual std::string getMvfsDrives(std::map<std::string, std::string>& drives) = 0;
 
     /// May throw std::runtime_error.
     virtual void startSession() = 0;
+    /// Whether the connection can be asked.
     virtual bool isReady() = 0;
     /// May throw std::runtime_error.
     virtual void killConnection() = 0;
 };
 
 /// The one exported function: a new connection that the caller owns, or null if there is no memory
-/// for it. The argument is not read.
+/// for it; memory that runs out later, while the connection is made, is std::bad_alloc. The
+/// argument is not read.
 using ClearCaseImplCtorFunction = ClearCaseConnection*(void* unused);
 inline constexpr const char* CLEARCASE_IMPL_CTOR = "ClearCaseImplCtor";

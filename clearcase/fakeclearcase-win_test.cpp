@@ -9,6 +9,7 @@
 #include "clearcase/fakeclearcase.h"
 #include "clearcase/mvfsdrives-win.h"
 #include "testing/environmentscope.h"
+#include "testing/replacedcall-win.h"
 #include "testing/tempfolder.h"
 #include "util/windows/system-paths-win.h"
 #include "util/windows/unicodetext-win.h"
@@ -16,6 +17,7 @@
 namespace {
 
 using testing_support::EnvironmentScope;
+using testing_support::ReplacedCall;
 using testing_support::TempFolder;
 
 /// A folder that is the current one, and a process that is set to no view and no file.
@@ -75,11 +77,13 @@ TEST_F(FakeClearCaseTest, AVariableThatNamesNoFileLeavesNothing) {
     }
 }
 
-TEST_F(FakeClearCaseTest, AnEmptyVariableCountsAsNone) {
-    mFolder.write("nbclearcase_fake.ini", ONE_ERROR);
+TEST_F(FakeClearCaseTest, EmptyVariablesCountAsNone) {
+    mFolder.write("nbclearcase_fake.ini", std::string(ONE_ERROR) + "[attrs]\nC:/a/../x=*null\n");
     SetEnvironmentVariableW(L"NBCLEARCASE_FAKE_INI", L"");
     SetEnvironmentVariableW(L"CLEARCASE_ROOT", L"");
-    EXPECT_EQ(FakeClearCase(nullptr).getError(), ITS_TEXT);
+    FakeClearCase connection(nullptr);
+    EXPECT_EQ(connection.getError(), ITS_TEXT);
+    EXPECT_EQ(connection.getElementStatus("C:\\x", nullptr, nullptr), 0);
 }
 
 TEST_F(FakeClearCaseTest, AFileMayHaveANameOfAnyPlane) {
@@ -162,12 +166,38 @@ TEST_F(FakeClearCaseTest, AChangeOfTheVariableIsNotSeenByTheElements) {
     EXPECT_EQ(connection->getElementStatus("R:\\vC:\\x", nullptr, nullptr), 4);
 }
 
-TEST_F(FakeClearCaseTest, AConfiguredElementNeverTouchesTheFile) {
+int gOpens = 0;
+int gQueries = 0;
+decltype(CreateFileW)* gOpen = nullptr;
+decltype(GetFileInformationByHandle)* gQuery = nullptr;
+
+TEST_F(FakeClearCaseTest, AConfiguredElementTouchesNoFileAndAnyOtherCostsOneOpenAndOneQuery) {
     const std::string path = write("element.txt", FILE_ATTRIBUTE_READONLY);
     const auto connection = connect("[attrs]\n" + path + "=v*checked_out_file\n");
+    const ReplacedCall<decltype(CreateFileW)> open(
+        "CreateFileW",
+        [](LPCWSTR name, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security,
+           DWORD disposition, DWORD flags, HANDLE templateFile) -> HANDLE {
+            ++gOpens;
+            return gOpen(name, access, share, security, disposition, flags, templateFile);
+        });
+    gOpen = open.original();
+    const ReplacedCall<decltype(GetFileInformationByHandle)> query(
+        "GetFileInformationByHandle",
+        [](HANDLE file, LPBY_HANDLE_FILE_INFORMATION information) -> BOOL {
+            ++gQueries;
+            return gQuery(file, information);
+        });
+    gQuery = query.original();
+    gOpens = 0;
+    gQueries = 0;
     std::string version = "old";
     EXPECT_EQ(connection->getElementStatus(path.c_str(), &version, nullptr), 7);
     EXPECT_EQ(version, "");
+    EXPECT_EQ(gOpens + gQueries, 0);
+    EXPECT_EQ(connection->getElementStatus(mFolder.utf8().c_str(), nullptr, nullptr), 2);
+    EXPECT_EQ(gOpens, 1);
+    EXPECT_EQ(gQueries, 1);
 }
 
 TEST_F(FakeClearCaseTest, AFileThatNoConfigurationNamesAnswersByItsAttributes) {

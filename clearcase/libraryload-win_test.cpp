@@ -103,6 +103,21 @@ TEST_F(LibraryLoadTest, DrivesThatCannotBeReadAreComplainedOfAndTheLoadGoesOn) {
     detachLibrary();
 }
 
+TEST_F(LibraryLoadTest, AnEnumerationThatDoesNotOpenIsComplainedOfAndTheLoadGoesOn) {
+    const SystemMessage message(L"No network.\r\n");
+    const ReplacedCall<decltype(WNetOpenEnumA)> open(
+        "WNetOpenEnumA",
+        [](DWORD, DWORD, DWORD, LPNETRESOURCEA, LPHANDLE) -> DWORD { return ERROR_NO_NETWORK; });
+    testing::internal::CaptureStderr();
+    EXPECT_TRUE(attachLibrary());
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "nbclearcase:  initialization error looking up MVFS drives:  "
+              "WNetOpenEnum: No network. (1222)\n");
+    EXPECT_EQ(mvfsRoot, "");
+    EXPECT_TRUE(viewDrives.empty());
+    detachLibrary();
+}
+
 TEST_F(LibraryLoadTest, LeavingReleasesTheSocketsAndNothingElse) {
     mvfsRoot = "M:";
     gCleanups = 0;

@@ -1,8 +1,10 @@
 #include "clearcase/viewpaths.h"
 
+#include <atomic>
 #include <sstream>
 #include <stdexcept>
 #include <streambuf>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -50,6 +52,7 @@ TEST_F(CanonicalizeViewPathTest, APathWithALeadingSeparatorFollowsTheDriveOfTheD
 
 TEST_F(CanonicalizeViewPathTest, AUncPathLosesItsMeaning) {
     EXPECT_EQ(canonical("\\\\srv\\sh\\a.c", {}, "D:\\w"), "D:/srv/sh/a.c");
+    EXPECT_EQ(canonical("//srv/sh/a.c", {}, "D:\\w"), "D:/srv/sh/a.c");
 }
 
 TEST_F(CanonicalizeViewPathTest, ADirectoryOnAShareIsFollowedByItsOwnSeparators) {
@@ -64,6 +67,13 @@ TEST_F(CanonicalizeViewPathTest, APathOnTheMvfsDriveMovesToTheViewDriveOfItsTag)
 TEST_F(CanonicalizeViewPathTest, APathOnAViewDriveMovesToTheMvfsDriveOfItsTag) {
     EXPECT_EQ(canonical("X:\\vob\\a.c", {"M:\\tag1\\vob"}), "M:\\tag1\\vob\\a.c");
     EXPECT_EQ(canonical("x:/vob/./b/../a.c", {"m:/tag1/vob"}), "M:\\tag1\\vob\\a.c");
+}
+
+TEST_F(CanonicalizeViewPathTest, ATagInLowerCaseAndForwardSlashesIsTheSameRoot) {
+    EXPECT_EQ(canonical("X:\\vob\\a.c", {"m:/tag1/vob"}), "M:\\tag1\\vob\\a.c");
+    EXPECT_EQ(mCache, (Drives{{"M:\\tag1", "X:"}}));
+    EXPECT_EQ(canonical("m:/tag1/vob/a.c", {"x:/vob"}), "X:\\vob\\a.c");
+    EXPECT_EQ(mCache, (Drives{{"M:\\tag1", "X:"}, {"X:", "M:/tag1"}}));
 }
 
 TEST_F(CanonicalizeViewPathTest, APathThatIsMovedAndBackIsWhereItWas) {
@@ -141,8 +151,29 @@ TEST_F(CanonicalizeViewPathTest, WithoutDrivesEveryPathIsOnlyTidied) {
     EXPECT_TRUE(mCache.empty());
 }
 
+TEST_F(CanonicalizeViewPathTest, WithoutAnMvfsDriveAViewDriveHasNoOtherRoute) {
+    mMvfsRoot.clear();
+    EXPECT_EQ(canonical("X:\\vob\\a.c", {"X:\\vob"}), "X:/vob/a.c");
+    mViewDrives["Y:"] = "tag2";
+    EXPECT_EQ(canonical("X:\\vob\\a.c", {"Y:\\vob", "M:\\tag1"}), "X:/vob/a.c");
+    EXPECT_EQ(mCache, (Drives{{"Y:", "tag2"}})) << "the view's tag behind nothing";
+}
+
+TEST_F(CanonicalizeViewPathTest, AnEmptyViewTagStandsForTheMvfsDriveItself) {
+    mViewDrives = {{"X:", ""}};
+    EXPECT_EQ(canonical("M:\\tag\\a.c", {"X:\\vob"}), "X:\\tag\\a.c");
+}
+
+TEST_F(CanonicalizeViewPathTest, APathOf32000CharactersIsMoved) {
+    std::string below;
+    while (below.size() < 32000) {
+        below += "\\component";
+    }
+    EXPECT_EQ(canonical("X:" + below, {"M:\\tag1\\vob"}), "M:\\tag1" + below);
+}
+
 TEST_F(CanonicalizeViewPathTest, PathsThatEndOutsideTheViewsOrInsideARootTakeNoLock) {
-    // The lock isn't recursive: taking it here would never come back.
+    // The lock isn't recursive: a call that took it would never come back.
     const MutexLock lock(mLock);
     EXPECT_EQ(canonical("C:\\a", {"X:\\vob"}), "C:/a");
     EXPECT_EQ(canonical("X:\\a", {"X:\\vob"}), "X:/a");
@@ -162,21 +193,63 @@ TEST_F(DisagreementTest, ARootThatThePathIsInAndNotRelativeToIsComplainedOf) {
     EXPECT_EQ(canonical("x", {"X:\\vob"}, "//srv/sh"), "\\\\srv\\sh\\x");
 }
 
-/// Refuses to take a character.
+/// Refuses to take a character, and looks at a lock meanwhile.
 class Refusal : public std::streambuf {
+public:
+    explicit Refusal(Mutex& lock) : mLock(lock) {}
+    bool lockWasHeld() const { return mLockWasHeld; }
+
 protected:
-    int_type overflow(int_type) override { throw std::runtime_error("full"); }
+    int_type overflow(int_type) override {
+        mLockWasHeld = !mLock.tryLock();
+        throw std::runtime_error("full");
+    }
+
+private:
+    Mutex& mLock;
+    bool mLockWasHeld = false;
 };
 
-TEST_F(DisagreementTest, AnExceptionLeavesTheLockFree) {
-    Refusal refusal;
+TEST_F(DisagreementTest, AnEmptyRouteIsNotLookedInto) {
+    mCache = {{"X:", ""}};
+    EXPECT_EQ(canonical("x", {"X:\\vob"}, "//srv/sh"), "//srv/sh/x");
+}
+
+TEST_F(DisagreementTest, TheLockIsHeldToTheEndAndAnExceptionLeavesItFree) {
+    Refusal refusal(mLock);
     std::ostream errors(&refusal);
     errors.exceptions(std::ios::badbit);
     EXPECT_THROW(canonicalizeViewPath(mMvfsRoot, mViewDrives, mCache, mLock, "//srv/sh", "x",
                                       {"X:\\v"}, errors),
                  std::runtime_error);
+    EXPECT_TRUE(refusal.lockWasHeld());
     EXPECT_TRUE(mLock.tryLock());
     mLock.unlock();
+}
+
+TEST_F(CanonicalizeViewPathTest, ThreadsShareOneCache) {
+    for (char drive = 'N'; drive <= 'W'; ++drive) {
+        mViewDrives[std::string(1, drive) + ":"] = std::string("view") + drive;
+    }
+    std::atomic<int> wrong{0};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&] {
+            std::ostringstream errors;
+            for (char drive = 'N'; drive <= 'W'; ++drive) {
+                const std::string folder = std::string("M:\\view") + drive;
+                const std::string moved = canonicalizeViewPath(
+                    mMvfsRoot, mViewDrives, mCache, mLock, "C:\\",
+                    std::string(1, drive) + ":\\vob\\a.c", {folder + "\\vob"}, errors);
+                wrong += moved == folder + "\\vob\\a.c" ? 0 : 1;
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(wrong, 0);
+    EXPECT_EQ(mCache.size(), 10U);
 }
 
 TEST_F(CanonicalizeViewPathDeathTest, ARelativePathWithARelativeDirectoryStopsTheProcess) {
