@@ -17,17 +17,15 @@ std::string gCygwinDrivePrefix;
 /// Offsets of a path of usual depth, without an allocation.
 using Components = boost::container::small_vector<PathRange, 32>;
 
-constexpr bool isSeparator(char c) { return c == '/' || c == '\\'; }
-
 size_t skipSeparators(StringSpan path, size_t at) {
-    while (at < path.length && isSeparator(path.data[at])) {
+    while (at < path.length && isPathSeparator(path.data[at])) {
         ++at;
     }
     return at;
 }
 
 size_t skipName(StringSpan path, size_t at) {
-    while (at < path.length && !isSeparator(path.data[at])) {
+    while (at < path.length && !isPathSeparator(path.data[at])) {
         ++at;
     }
     return at;
@@ -83,7 +81,7 @@ Root findRoot(StringSpan path) {
     if (path.length == 0) {
         return root;
     }
-    if (!isSeparator(path.data[0])) {
+    if (!isPathSeparator(path.data[0])) {
         // Whatever stands before the colon and behind it, `1:x` included.
         if (path.length >= 2 && path.data[1] == ':') {
             root.absolute = true;
@@ -115,6 +113,17 @@ void appendNames(StringSpan path, size_t from, Ranges& components) {
     }
 }
 
+/// Appends the root, if the path is absolute, and the names behind it.
+template <class Ranges>
+Root appendComponents(StringSpan path, Ranges& components) {
+    const Root root = findRoot(path);
+    if (root.absolute) {
+        components.push_back(root.range);
+    }
+    appendNames(path, root.range.end, components);
+    return root;
+}
+
 bool isDot(StringSpan path, PathRange name) {
     return name.length() == 1 && path.data[name.begin] == '.';
 }
@@ -144,7 +153,7 @@ void foldDots(StringSpan path, Components& names) {
 /// Whether names that follow each other by one separator, none beginning with a dot, make up all of
 /// `tail`. Nearly every path is such, so the loop is one that compilers turn into vector code.
 bool isTidy(std::string_view tail) {
-    if (tail.empty() || !isSeparator(tail.front()) || isSeparator(tail.back())) {
+    if (tail.empty() || !isPathSeparator(tail.front()) || isPathSeparator(tail.back())) {
         return tail.empty();
     }
     const char* text = tail.data();
@@ -197,14 +206,12 @@ void appendFolded(const std::string& path, const Root& root, std::string& result
 void setCygwinPaths(bool enabled, const std::string& prefix) {
     gCygwinPaths = enabled;
     gCygwinDrivePrefix = prefix;
-    if (prefix.empty() || !isSeparator(prefix.back())) {
+    if (prefix.empty() || !isPathSeparator(prefix.back())) {
         gCygwinDrivePrefix += '/';
     }
 }
 
 bool cygwinPathsEnabled() { return gCygwinPaths; }
-
-bool isPathSeparator(char c, int mode) { return c == '/' || (mode == windowsPaths && c == '\\'); }
 
 void toBackslashes(std::string& path) { std::replace(path.begin(), path.end(), '/', '\\'); }
 
@@ -230,16 +237,15 @@ bool isAbsolutePath(StringSpan path, int mode) {
 }
 
 bool splitPath(const std::string& path, std::vector<PathRange>& components, std::string* rootText) {
-    PathRange root;
-    const bool absolute = parsePathRoot(path, root, rootText, windowsPaths);
-    if (absolute) {
-        components.push_back(root);
+    const Root root = appendComponents(path, components);
+    if (rootText != nullptr) {
+        rootText->clear();
+        root.appendText(path, *rootText);
     }
-    appendNames(path, root.end, components);
     if (components.empty()) {
         components.push_back({0, 0});
     }
-    return absolute;
+    return root.absolute;
 }
 
 std::string normalizePath(const std::string& path) {
@@ -249,7 +255,8 @@ std::string normalizePath(const std::string& path) {
 
     const std::string_view tail = std::string_view(path).substr(root.range.end);
     std::string result;
-    if (isTidy(tail)) {
+    // With room for the `/` that a colon at the end calls for, the result is allocated once.
+    if (isTidy(tail) && path.back() != ':') {
         if (root.isShare()) {
             result.reserve(root.textLength() + tail.size());
             root.appendText(path, result);
@@ -275,7 +282,7 @@ std::string joinPath(StringSpan first, StringSpan second, char separator) {
     if (second.length == 0) {
         return result.append(first.view());
     }
-    if (isSeparator(second.data[0])) {
+    if (isPathSeparator(second.data[0])) {
         const Root root = findRoot(first);
         if (root.absolute && (!gCygwinPaths || root.range.length() != 0)) {
             root.appendText(first, result);
@@ -284,7 +291,7 @@ std::string joinPath(StringSpan first, StringSpan second, char separator) {
     }
     result.reserve(first.length + 1 + second.length);
     result.append(first.view());
-    if (!isSeparator(result.back())) {
+    if (!isPathSeparator(result.back())) {
         result += separator;
     }
     return result.append(second.view());
@@ -297,7 +304,7 @@ bool isInPath(const std::string& prefix, const std::string& path) {
     for (size_t i = 0; i < prefix.size(); ++i) {
         const char a = prefix[i];
         const char b = path[i];
-        const bool same = a == b || (isSeparator(a) && isSeparator(b)) ||
+        const bool same = a == b || (isPathSeparator(a) && isPathSeparator(b)) ||
                           std::tolower(static_cast<unsigned char>(a)) ==
                               std::tolower(static_cast<unsigned char>(b));
         if (!same) {
@@ -307,24 +314,18 @@ bool isInPath(const std::string& prefix, const std::string& path) {
     if (path.size() == prefix.size()) {
         return true;
     }
-    return (!prefix.empty() && isSeparator(prefix.back())) || isSeparator(path[prefix.size()]);
+    return (!prefix.empty() && isPathSeparator(prefix.back())) ||
+           isPathSeparator(path[prefix.size()]);
 }
 
 bool makeRelativeTo(const std::string& base, std::string& path) {
     Components components;
-    const Root pathRoot = findRoot(path);
-    if (!pathRoot.absolute) {
+    if (!appendComponents(path, components).absolute) {
         return false;
     }
-    components.push_back(pathRoot.range);
-    appendNames(path, pathRoot.range.end, components);
-
     Components baseComponents;
-    const Root baseRoot = findRoot(base);
-    const bool absolute = baseRoot.absolute;
+    const bool absolute = appendComponents(base, baseComponents).absolute;
     NB_ASSERT(absolute);
-    baseComponents.push_back(baseRoot.range);
-    appendNames(base, baseRoot.range.end, baseComponents);
 
     if (baseComponents.size() > components.size()) {
         return false;

@@ -3,10 +3,11 @@
 // Paths as text: nothing here touches the file system.
 //
 // A path is UTF-8 (or any bytes) and may use both `/` and `\`. Three forms of it are absolute: a
-// drive (`C:\a`, and also `C:a` and `1:x`: whatever has a colon in second place), a share
-// (`\\server\share`, with any number and kind of separators), and, in Cygwin mode alone, a path
-// with a single leading `/`. `\a` alone is not absolute. The normal form of an absolute path has
-// forward slashes, no `.` or `..`, no doubled or trailing separator, and a `/` behind a bare drive:
+// drive (`C:\a`, and also `C:a` and `1:x`: any first character but a separator, and a colon behind
+// it), a share (`\\server\share`, with any number and kind of separators), and, in Cygwin mode
+// alone, a path with a single leading `/` or of separators alone that begin with one. `\a` is not
+// absolute. The normal form of an absolute path has forward slashes, no `.` or `..`, no doubled or
+// trailing separator, and a `/` behind a bare drive:
 //
 //     normalizePath("C:\\a\\.\\b\\")         == "C:/a/b"
 //     normalizePath("\\\\srv\\sh\\a\\..")    == "//srv/sh"
@@ -33,16 +34,20 @@ bool cygwinPathsEnabled();
 
 // Separators
 
-bool isPathSeparator(char c, int mode);
+constexpr bool isPathSeparator(char c, int mode = windowsPaths) {
+    return c == '/' || (mode == windowsPaths && c == '\\');
+}
 /// Turns each `/` into `\`.
 void toBackslashes(std::string& path);
 
 // Roots and absolute paths
 
 /// Tells whether `path` is absolute, and where its root ends: `root` is 0 to 2 for a drive, 0 to
-/// the end of the share for a share, and empty for a path that isn't absolute or has a lone `/` for
-/// root. `rootText`, if it isn't null, gets the root in its normal spelling (`//server/share`).
+/// the end of the share for a share, 0 to the end of a Cygwin drive's folder, and empty for any
+/// other path, and in every mode but `windowsPaths`. `rootText`, if it isn't null, gets the root in
+/// its normal spelling (`//server/share`).
 bool parsePathRoot(StringSpan path, PathRange& root, std::string* rootText, int mode);
+/// What `parsePathRoot` tells, without the rest.
 bool isAbsolutePath(StringSpan path, int mode);
 
 // Components
@@ -68,20 +73,22 @@ std::string joinPath(StringSpan first, StringSpan second, char separator);
 std::string parentPath(const std::string& path);
 /// What stands behind the last separator. Empty, and not the whole path, if there is none.
 std::string leafName(const std::string& path);
-/// What stands behind the last `.` of the last component, without the `.`.
+/// What stands behind the last `.` of the last component, without the `.`. Empty if there is none,
+/// or nothing behind it.
 std::string fileExtension(const std::string& path);
 
-/// What `splitFileName` finds, as indices of its result.
+/// What `splitFileName` finds: five ranges, by these indices.
 enum PathPart {
     drivePart,      ///< the drive letter without its colon
     directoryPart,  ///< up to and with the last separator
-    leafPart,       ///< behind it; only its start can be relied on
-    stemPart,       ///< from the start of the path to the extension's dot
+    leafPart,  ///< behind it; its start alone can be relied on, the end may lie past the path's
+    stemPart,  ///< from the start of the path to the extension's dot, or all of it
     extensionPart,  ///< from that dot, dot included
     pathPartCount,
 };
-/// Makes `parts` the five ranges of `PathPart`, empty where there is no such part.
-void splitFileName(const std::string& path, std::vector<PathRange>& parts, int mode);
+using PathParts = std::vector<PathRange>;
+/// Makes `parts` the parts of `path`; drive, directory and extension are empty where there is none.
+void splitFileName(const std::string& path, PathParts& parts, int mode);
 /// Cuts `path` behind its last separator, which `dir` keeps.
 void splitDirLeaf(const std::string& path, std::string& dir, std::string& leaf);
 /// The same if the leaf holds a `*` or `%`. Otherwise `dir` is the whole path and `pattern` empty.
@@ -110,14 +117,16 @@ bool isDotName(const char* name);
 bool isDotName(const std::string& name);
 bool isDotName(StringSpan name);
 
-/// Moves the start of `path` behind a leading `./` and all `/` and `./` that follow it. False, and
-/// `path` unchanged, if it has fewer than three characters or begins otherwise.
+/// Moves the start of `path` behind a leading `./` and all separators and further `./` that follow
+/// it, a backslash being as good. False, and `path` unchanged, if it has fewer than three
+/// characters or begins otherwise.
 bool stripDotSlash(StringSpan& path);
 
-/// The upper-case drive letter if `path` is exactly a letter, `:` and a separator, and otherwise 0.
+/// The upper-case drive letter if `path`, which isn't null, is exactly a letter, `:` and a
+/// separator, and otherwise 0.
 char isDriveRoot(const char* path);
 
 /// Whether the `:` at offset `loc` of a line of text is the colon of a drive letter. `fallback`
-/// answers where what follows it leaves that open. An assertion stops the process if there is no
-/// `:` at `loc`.
+/// answers where what follows it leaves that open. `loc` is at most the line's length; an assertion
+/// stops the process if there is no `:`.
 bool isDriveColon(const std::string& line, size_t loc, bool fallback);

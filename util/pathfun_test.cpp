@@ -66,6 +66,8 @@ TEST(ParsePathRootTest, ADriveIsAnythingWithAColonInSecondPlace) {
                  {"C:\\foo", true, {0, 2}, "C:"},
                  {"1:x", true, {0, 2}, "1:"},
                  {"::", true, {0, 2}, "::"}});
+    // A separator in first place is none.
+    expectRoots({{"/:x", false, {0, 0}, ""}, {"\\:", false, {0, 0}, ""}});
 }
 
 TEST(ParsePathRootTest, APlainNameAnEmptyPathAndALoneLetterAreNotAbsolute) {
@@ -142,6 +144,8 @@ TEST(CygwinPathsTest, ADriveFolderIsARootAndOtherPathsAreAbsoluteByTheirSlash) {
                  {"/cygdrive/cc", true, {0, 0}, ""},
                  {"/cygdrive/c\\x", true, {0, 0}, ""},
                  {"/cygdrive//x", true, {0, 0}, ""},
+                 {"/cygdrive//", true, {0, 0}, ""},
+                 {"/cygdrive///x", true, {0, 0}, ""},
                  {"/cygdrive/", true, {0, 0}, ""},
                  {"/CYGDRIVE/c/x", true, {0, 0}, ""},
                  {"/foo", true, {0, 0}, ""},
@@ -167,8 +171,15 @@ TEST(CygwinPathsTest, PathsHaveTheirNormalForm) {
 TEST(CygwinPathsTest, JoiningARootedPathToALoneSlashRootLeavesTheRootedPath) {
     const CygwinScope cygwin("/cygdrive/");
     EXPECT_EQ(joinPath("/cygdrive/c/x", "\\b", '/'), "/cygdrive/c\\b");
+    EXPECT_EQ(joinPath("C:/x", "\\b", '/'), "C:\\b");
+    EXPECT_EQ(joinPath("//srv/sh/x", "\\b", '/'), "//srv/sh\\b");
     EXPECT_EQ(joinPath("/a", "\\b", '/'), "\\b");
     EXPECT_EQ(joinPath("/a", "/b", '/'), "/b");
+}
+
+TEST(CygwinPathsTest, APrefixMeansNothingWhileTheModeIsOff) {
+    setCygwinPaths(false, "/cygdrive/");
+    EXPECT_FALSE(isAbsolutePath("/cygdrive/c/x", windowsPaths));
 }
 
 TEST(SplitPathTest, TheRootComesFirstAndRunsOfSeparatorsYieldNothing) {
@@ -223,6 +234,10 @@ TEST(NormalizePathTest, PathsHaveTheirNormalForm) {
         {"//srv/sh\\a\\b", "//srv/sh/a/b"},
         {"C:\\a\\.\\b", "C:/a/b"},
         {"C:\\a\\", "C:/a"},
+        {"C:/a//b", "C:/a/b"},
+        {"C:/a/\\b", "C:/a/b"},
+        {"C:/a\\/b", "C:/a/b"},
+        {"C:/a\\\\b", "C:/a/b"},
         {"C:/a//b\\\\c", "C:/a/b/c"},
         {"C:/a/..b/c./.d", "C:/a/..b/c./.d"},
         {"C:/a/.../b", "C:/a/.../b"},
@@ -253,14 +268,28 @@ TEST(NormalizePathDeathTest, ARelativePathStopsTheProcess) {
 }
 
 TEST(NormalizePathTest, TheResultIsTheOneAllocationForPathsOfUsualDepth) {
-    std::string path = "\\\\fileserver\\share";
+    std::string deep = "\\\\fileserver\\share";
     for (int i = 0; i < 30; ++i) {
-        path += i % 3 == 0 ? "\\.\\" : "\\directory";
+        deep += i % 3 == 0 ? "\\.\\" : "\\directory";
     }
+    for (const std::string& path : {deep, std::string("C:\\directory\\directory\\directory\\file"),
+                                    std::string("\\\\server\\share\\directory\\file"),
+                                    std::string("C:\\directory\\directory\\directory:"),
+                                    std::string("\\\\server\\share\\directory\\directory:")}) {
+        const size_t before = testing_support::allocationCount();
+        const std::string normal = normalizePath(path);
+        EXPECT_EQ(testing_support::allocationCount() - before, 1U) << path;
+        EXPECT_LT(normal.capacity(), normal.size() + 2) << "more room than needed: " << path;
+    }
+}
+
+TEST(SplitPathTest, ComponentsAreOffsetsAndNoTextIsAllocated) {
+    std::vector<PathRange> components;
+    components.reserve(8);
+    const std::string path = "\\\\server\\share\\a long directory name\\b\\c";
     const size_t before = testing_support::allocationCount();
-    const std::string normal = normalizePath(path);
-    EXPECT_EQ(testing_support::allocationCount() - before, 1U);
-    EXPECT_LT(normal.capacity(), normal.size() + 2) << "the result has room that it doesn't need";
+    splitPath(path, components, nullptr);
+    EXPECT_EQ(testing_support::allocationCount(), before);
 }
 
 TEST(NormalizePathTest, AHugePathIsFolded) {

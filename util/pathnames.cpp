@@ -9,14 +9,12 @@ namespace {
 
 constexpr const char* SEPARATORS = "/\\";
 
-bool isSeparator(char c) { return isPathSeparator(c, windowsPaths); }
-
 bool isBlank(char c) { return c == ' ' || c == '\t'; }
 
+/// Where the leaf of `splitFileName` starts.
 size_t leafStart(const std::string& path) {
-    std::vector<PathRange> parts;
-    splitFileName(path, parts, windowsPaths);
-    return parts[leafPart].begin;
+    const size_t separator = path.find_last_of(SEPARATORS);
+    return separator == std::string::npos ? 0 : separator + 1;
 }
 
 }  // namespace
@@ -39,7 +37,7 @@ std::string fileExtension(const std::string& path) {
     return dot == std::string::npos || !inLeaf ? std::string() : path.substr(dot + 1);
 }
 
-void splitFileName(const std::string& path, std::vector<PathRange>& parts, int mode) {
+void splitFileName(const std::string& path, PathParts& parts, int mode) {
     parts.assign(pathPartCount, {});
     PathRange& directory = parts[directoryPart];
     PathRange& leaf = parts[leafPart];
@@ -113,7 +111,7 @@ bool isDotName(StringSpan name) { return name.view() == "." || name.view() == ".
 
 bool stripDotSlash(StringSpan& path) {
     const auto startsWithDotSlash = [](std::string_view text) {
-        return text.size() >= 2 && text[0] == '.' && isSeparator(text[1]);
+        return text.size() >= 2 && text[0] == '.' && isPathSeparator(text[1]);
     };
     std::string_view rest = path.view();
     if (rest.size() < 3 || !startsWithDotSlash(rest)) {
@@ -121,7 +119,7 @@ bool stripDotSlash(StringSpan& path) {
     }
     rest.remove_prefix(2);
     for (;;) {
-        if (!rest.empty() && isSeparator(rest.front())) {
+        if (!rest.empty() && isPathSeparator(rest.front())) {
             rest.remove_prefix(1);
         } else if (startsWithDotSlash(rest)) {
             rest.remove_prefix(2);
@@ -136,7 +134,7 @@ bool stripDotSlash(StringSpan& path) {
 char isDriveRoot(const char* path) {
     const char upper = static_cast<char>(path[0] & ~0x20);
     const bool letter = upper >= 'A' && upper <= 'Z';
-    return letter && path[1] == ':' && isSeparator(path[2]) && path[3] == '\0' ? upper : '\0';
+    return letter && path[1] == ':' && isPathSeparator(path[2]) && path[3] == '\0' ? upper : '\0';
 }
 
 bool isDriveColon(const std::string& line, size_t loc, bool fallback) {
@@ -151,7 +149,7 @@ bool isDriveColon(const std::string& line, size_t loc, bool fallback) {
     if (!isBlank(beforeThat) && beforeThat != '(') {
         return false;
     }
-    if (isSeparator(behind)) {
+    if (isPathSeparator(behind)) {
         return true;
     }
     return behind != '(' && behind != ':' && fallback;

@@ -122,7 +122,8 @@ TEST(SplitWildcardLeafTest, OnlyALeafWithAWildcardIsCutOff) {
 }
 
 TEST(TerminateRootTest, AnEmptyPathAndABareDriveGetASlash) {
-    const char* const rows[][2] = {{"", "/"}, {"C:", "C:/"}, {"C:/", "C:/"}, {"a", "a"}};
+    const char* const rows[][2] = {
+        {"", "/"}, {"C:", "C:/"}, {"a/b:", "a/b:/"}, {"C:/", "C:/"}, {"a", "a"}};
     for (const auto& row : rows) {
         std::string path = row[0];
         terminateRoot(path);

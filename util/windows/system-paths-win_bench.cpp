@@ -1,0 +1,29 @@
+#include <array>
+
+#include <windows.h>
+
+#include "testing/benchmark/comparison.h"
+#include "util/windows/system-paths-win.h"
+
+namespace {
+
+/// What the system does for a path that it parses itself.
+size_t convertAndFold(const std::string& path) {
+    std::array<wchar_t, 260> wide;
+    const int size =
+        MultiByteToWideChar(CP_UTF8, /*dwFlags=*/0, path.c_str(), static_cast<int>(path.size() + 1),
+                            wide.data(), static_cast<int>(wide.size()));
+    std::array<wchar_t, 260> folded;
+    return static_cast<size_t>(size) + GetFullPathNameW(wide.data(),
+                                                        static_cast<DWORD>(folded.size()),
+                                                        folded.data(), /*lpFilePart=*/nullptr);
+}
+
+TEST_CASE("System::unicodePath") {
+    const std::string path = "C:\\work tree\\src\\util\\windows\\system-paths-win.cpp";
+    benchmark::compare(
+        {"System::unicodePath", "MultiByteToWideChar, GetFullPathNameW", 2.0},
+        [&] { return System::unicodePath(path).size(); }, [&] { return convertAndFold(path); });
+}
+
+}  // namespace
