@@ -83,7 +83,7 @@ private:
             mErrors << "Invalid line in [attrs]:  " << line << '\n';
             return;
         }
-        const std::string path(line.substr(0, equals));
+        const std::string_view path = line.substr(0, equals);
         const std::string_view text = line.substr(equals + 1);
         const size_t star = text.find('*');
 
@@ -92,23 +92,36 @@ private:
             record.type = typeNamed(text.substr(star + 1), path);
         }
         record.value = text.substr(0, star);
-        auto& elements = mConfiguration.elements;
-        const auto stored = elements.insert_or_assign(elementKey(path), std::move(record)).first;
+        const auto stored = store(elementKey(path), std::move(record));
         if (!mViewRootPrefix.empty()) {
             // Meant: the path as the file spells it, and no separator between the two.
-            elements.insert_or_assign(mViewRootPrefix + path, stored->second);
+            mConfiguration.elements.insert_or_assign(mViewRootPrefix + std::string(path),
+                                                     stored->second);
         }
     }
 
+    using Elements = std::map<std::string, ElementRecord>;
+
+    /// Files list their elements in order more often than not.
+    Elements::iterator store(std::string&& key, ElementRecord&& record) {
+        Elements& elements = mConfiguration.elements;
+        if (elements.empty() || elements.rbegin()->first < key) {
+            return elements.emplace_hint(elements.end(), std::move(key), std::move(record));
+        }
+        return elements.insert_or_assign(std::move(key), std::move(record)).first;
+    }
+
     /// A name that no type has is complained of, and makes a link.
-    ElementType typeNamed(std::string_view name, const std::string& path) {
-        mName = name;
-        const auto found = elementTypeMap.find(mName);
-        if (found == elementTypeMap.end()) {
+    ElementType typeNamed(std::string_view name, std::string_view path) {
+        // Neighbours are of one type more often than not.
+        if (mLastType == elementTypeMap.end() || mLastType->first != name) {
+            mLastType = elementTypeMap.find(std::string(name));
+        }
+        if (mLastType == elementTypeMap.end()) {
             mErrors << "Invalid attr '" << name << "' for " << path << '\n';
             return elementSymbolicLink;
         }
-        return found->second;
+        return mLastType->second;
     }
 
     const std::string& mViewRootPrefix;
@@ -117,13 +130,13 @@ private:
     const std::locale mLocale;  ///< the global one
     const std::ctype<char>& mCharacters = std::use_facet<std::ctype<char>>(mLocale);
     Section mSection = Section::none;
-    std::string mName;  ///< kept for its room
+    std::map<std::string, ElementType>::const_iterator mLastType = elementTypeMap.end();
 };
 
 }  // namespace
 
-std::string elementKey(const std::string& path) {
-    std::string key = normalizePath(path);
+std::string elementKey(StringSpan path) {
+    std::string key = normalForm(path);
     toBackslashes(key);
     return key;
 }

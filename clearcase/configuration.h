@@ -26,10 +26,11 @@
 
 #include "clearcase/clearcaseconnection.h"
 #include "clearcase/elementtypes.h"
+#include "util/textspan.h"
 
 /// The key of the element at `path`, which must be absolute (an assertion stops the process
 /// otherwise): its normal form with backslashes. Case is kept.
-std::string elementKey(const std::string& path);
+std::string elementKey(StringSpan path);
 
 struct Configuration {
     /// In the order of the file, duplicates included.

@@ -106,11 +106,12 @@ TEST_CASE("canonicalizeViewPath") {
         {"canonicalizeViewPath, off the views", "normalizePath", 1.5},
         [&] { return ten(outside, none); }, [&] { return normalizePath(outside).size(); });
 
+    // Ten VOBs of a view, and a path on the drive that is mapped to it.
     std::vector<std::string> tags;
     for (int i = 0; i < 10; ++i) {
-        tags.push_back("M:\\view" + std::to_string(i) + "\\vobs\\part");
+        tags.push_back("M:\\view9\\vobs\\part" + std::to_string(i));
     }
-    const std::string moved = "W:\\vobs\\part\\src\\file.cpp";  // of the last tag's view
+    const std::string moved = "W:\\vobs\\part3\\src\\driver\\file.cpp";
     compare(
         {"canonicalizeViewPath, moved, 10 tags", "normalizePath", 6.0},
         [&] { return ten(moved, tags); }, [&] { return normalizePath(moved).size(); });

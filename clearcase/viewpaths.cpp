@@ -12,14 +12,26 @@
 namespace {
 
 using Drives = std::map<std::string, std::string>;
-using Roots = boost::container::small_vector<std::string, 8>;
+using Roots = boost::container::small_vector<std::string, 16>;
 
 std::string driveOf(const std::string& path) { return path.substr(0, 2); }
 
+/// Nearly all drives are in upper case already, and the C runtime takes its time to say so.
+bool isUpperCase(char c) { return c >= 'A' && c <= 'Z'; }
+
 void capitalize(std::string& text) {
-    if (!text.empty()) {
+    if (!text.empty() && !isUpperCase(text[0])) {
         text[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(text[0])));
     }
+}
+
+/// The first two characters in upper case.
+std::string upperDriveOf(const std::string& path) {
+    std::string drive = driveOf(path);
+    if (drive.size() < 2 || !isUpperCase(drive[0]) || drive[1] != ':') {
+        toUpper(drive);
+    }
+    return drive;
 }
 
 /// Absolute and in normal form, with an upper-case drive.
@@ -42,32 +54,41 @@ std::string tidied(const std::string& cwd, const std::string& path) {
     return result;
 }
 
-/// Appends a root, with backslashes and its drive in upper case. A neighbour's root again would
-/// change nothing: tags of one view come in a row.
-void addRoot(std::string root, Roots& roots) {
-    capitalize(root);
-    toBackslashes(root);
-    if (roots.empty() || roots.back() != root) {
-        roots.push_back(std::move(root));
+/// The root of one tag: the folder of a view on the MVFS drive, or a view drive. Empty if it is
+/// neither.
+std::string rootOf(const std::string& tag, const std::string& mvfsRoot, const Drives& viewDrives) {
+    std::string root = upperDriveOf(tag);
+    if (root == mvfsRoot) {
+        const PathRange view = pathComponent(tag, 1);
+        root.assign(tag, 0, view.length() != 0 ? view.end : 0);
+        capitalize(root);
+        toBackslashes(root);
+    } else if (viewDrives.count(root) == 0) {
+        root.clear();
     }
+    return root;
+}
+
+/// Whether `tag` begins with the first `length` characters of `other`, as a whole name.
+bool beginsAlike(const std::string& tag, const std::string& other, size_t length) {
+    return tag.size() >= length && tag.compare(0, length, other, 0, length) == 0 &&
+           (tag.size() == length || isPathSeparator(tag[length]));
 }
 
 /// The roots of the tags' VOBs, as far as they are on a view.
 Roots rootsOf(const std::vector<std::string>& vobTags, const std::string& mvfsRoot,
               const Drives& viewDrives) {
     Roots roots;
-    std::vector<PathRange> components;
+    const std::string* last = nullptr;
     for (const std::string& tag : vobTags) {
-        std::string drive = driveOf(tag);
-        toUpper(drive);
-        if (drive == mvfsRoot) {
-            components.clear();
-            splitPath(tag, components, /*rootText=*/nullptr);
-            if (components.size() >= 2) {
-                addRoot(tag.substr(0, components[1].end), roots);
-            }
-        } else if (viewDrives.count(drive) != 0) {
-            addRoot(std::move(drive), roots);
+        // Tags of one view come in a row, and the same root once more would change nothing.
+        if (last != nullptr && beginsAlike(tag, *last, roots.back().size())) {
+            continue;
+        }
+        std::string root = rootOf(tag, mvfsRoot, viewDrives);
+        last = root.empty() ? nullptr : &tag;
+        if (!root.empty()) {
+            roots.push_back(std::move(root));
         }
     }
     return roots;
@@ -100,17 +121,16 @@ std::string otherRoute(const std::string& root, const std::string& mvfsRoot,
         }
         return other;
     }
-    std::vector<PathRange> components;
-    splitPath(root, components, /*rootText=*/nullptr);
-    if (components.size() < 2) {
+    const PathRange view = pathComponent(root, 1);
+    if (view.length() == 0) {
         return other;
     }
-    const std::string view = root.substr(components[1].begin, components[1].length());
+    const PathRange below = pathComponent(root, 2);
     for (const auto& [viewDrive, tag] : viewDrives) {
-        if (tag == view) {
+        if (root.compare(view.begin, view.length(), tag) == 0) {
             other = viewDrive;
-            if (components.size() > 2) {
-                other = joinPath(other, root.substr(components[2].begin), '/');
+            if (below.length() != 0) {
+                other = joinPath(other, root.substr(below.begin), '/');
             }
             break;
         }

@@ -31,6 +31,12 @@ size_t skipName(StringSpan path, size_t at) {
     return at;
 }
 
+/// The name behind `at` and the separators there; empty, at the end of the path, if there is none.
+PathRange nextName(StringSpan path, size_t at) {
+    const size_t begin = skipSeparators(path, at);
+    return {begin, skipName(path, begin)};
+}
+
 /// The outcome of looking for a root. Server and share are set for a share alone.
 struct Root {
     bool absolute = false;
@@ -104,24 +110,11 @@ Root findRoot(StringSpan path) {
 }
 
 template <class Ranges>
-void appendNames(StringSpan path, size_t from, Ranges& components) {
-    size_t begin = skipSeparators(path, from);
-    while (begin != path.length) {
-        const size_t end = skipName(path, begin);
-        components.push_back({begin, end});
-        begin = skipSeparators(path, end);
+void appendNames(StringSpan path, size_t from, Ranges& names) {
+    for (PathRange name = nextName(path, from); name.length() != 0;
+         name = nextName(path, name.end)) {
+        names.push_back(name);
     }
-}
-
-/// Appends the root, if the path is absolute, and the names behind it.
-template <class Ranges>
-Root appendComponents(StringSpan path, Ranges& components) {
-    const Root root = findRoot(path);
-    if (root.absolute) {
-        components.push_back(root.range);
-    }
-    appendNames(path, root.range.end, components);
-    return root;
 }
 
 bool isDot(StringSpan path, PathRange name) {
@@ -130,6 +123,20 @@ bool isDot(StringSpan path, PathRange name) {
 
 bool isDotDot(StringSpan path, PathRange name) {
     return name.length() == 2 && path.data[name.begin] == '.' && path.data[name.begin + 1] == '.';
+}
+
+/// Lower case as `tolower` has it. Of ASCII it is the same in every locale, without the call.
+int lowerCase(char c) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte < 0x80) {
+        return byte >= 'A' && byte <= 'Z' ? byte + ('a' - 'A') : byte;
+    }
+    return std::tolower(byte);
+}
+
+/// Equal but for case, or both separators.
+bool isAlike(char a, char b) {
+    return (isPathSeparator(a) && isPathSeparator(b)) || lowerCase(a) == lowerCase(b);
 }
 
 /// Drops `.` and resolves `..` in place; no name is lost but by a `..` behind it.
@@ -175,7 +182,7 @@ void slashFrom(std::string& text, size_t from) {
 }
 
 /// Appends each name behind a `/`. Names that stand one separator apart are copied in one piece.
-void appendJoined(const std::string& path, const Components& names, std::string& result) {
+void appendJoined(StringSpan path, const Components& names, std::string& result) {
     const size_t joinedFrom = result.size();
     for (auto name = names.begin(); name != names.end();) {
         const size_t begin = name->begin;
@@ -183,12 +190,12 @@ void appendJoined(const std::string& path, const Components& names, std::string&
         while (++name != names.end() && name->begin == end + 1) {
             end = name->end;
         }
-        result.append(1, '/').append(path, begin, end - begin);
+        result.append(1, '/').append(path.data + begin, end - begin);
     }
     slashFrom(result, joinedFrom);
 }
 
-void appendFolded(const std::string& path, const Root& root, std::string& result) {
+void appendFolded(StringSpan path, const Root& root, std::string& result) {
     Components names;
     appendNames(path, root.range.end, names);
     foldDots(path, names);
@@ -213,7 +220,11 @@ void setCygwinPaths(bool enabled, const std::string& prefix) {
 
 bool cygwinPathsEnabled() { return gCygwinPaths; }
 
-void toBackslashes(std::string& path) { std::replace(path.begin(), path.end(), '/', '\\'); }
+void toBackslashes(std::string& path) {
+    for (char& c : path) {
+        c = c == '/' ? '\\' : c;
+    }
+}
 
 bool parsePathRoot(StringSpan path, PathRange& root, std::string* rootText, int mode) {
     root = {};
@@ -237,32 +248,48 @@ bool isAbsolutePath(StringSpan path, int mode) {
 }
 
 bool splitPath(const std::string& path, std::vector<PathRange>& components, std::string* rootText) {
-    const Root root = appendComponents(path, components);
-    if (rootText != nullptr) {
-        rootText->clear();
-        root.appendText(path, *rootText);
+    PathRange root;
+    const bool absolute = parsePathRoot(path, root, rootText, windowsPaths);
+    if (absolute) {
+        components.push_back(root);
     }
+    appendNames(path, root.end, components);
     if (components.empty()) {
         components.push_back({0, 0});
     }
-    return root.absolute;
+    return absolute;
 }
 
-std::string normalizePath(const std::string& path) {
+PathRange pathComponent(StringSpan path, size_t index) {
+    const Root root = findRoot(path);
+    if (root.absolute && index == 0) {
+        return root.range;
+    }
+    PathRange name = nextName(path, root.range.end);
+    for (size_t skipped = root.absolute ? 1 : 0; skipped < index; ++skipped) {
+        name = nextName(path, name.end);
+    }
+    return name;
+}
+
+std::string normalizePath(const std::string& path) { return normalForm(path); }
+
+std::string normalForm(StringSpan path) {
     const Root root = findRoot(path);
     const bool absolute = root.absolute;
     NB_ASSERT(absolute);
 
-    const std::string_view tail = std::string_view(path).substr(root.range.end);
+    const std::string_view text = path.view();
+    const std::string_view tail = text.substr(root.range.end);
     std::string result;
     // With room for the `/` that a colon at the end calls for, the result is allocated once.
-    if (isTidy(tail) && path.back() != ':') {
+    if (isTidy(tail) && text.back() != ':') {
         if (root.isShare()) {
             result.reserve(root.textLength() + tail.size());
             root.appendText(path, result);
             result.append(tail);
         } else {
-            result = path;  // its root is spelled normally
+            result = text;  // its root is spelled normally
         }
         slashFrom(result, result.size() - tail.size());
     } else {
@@ -302,12 +329,7 @@ bool isInPath(const std::string& prefix, const std::string& path) {
         return false;
     }
     for (size_t i = 0; i < prefix.size(); ++i) {
-        const char a = prefix[i];
-        const char b = path[i];
-        const bool same = a == b || (isPathSeparator(a) && isPathSeparator(b)) ||
-                          std::tolower(static_cast<unsigned char>(a)) ==
-                              std::tolower(static_cast<unsigned char>(b));
-        if (!same) {
+        if (prefix[i] != path[i] && !isAlike(prefix[i], path[i])) {
             return false;
         }
     }
@@ -319,28 +341,26 @@ bool isInPath(const std::string& prefix, const std::string& path) {
 }
 
 bool makeRelativeTo(const std::string& base, std::string& path) {
-    Components components;
-    if (!appendComponents(path, components).absolute) {
+    const Root pathRoot = findRoot(path);
+    if (!pathRoot.absolute) {
         return false;
     }
-    Components baseComponents;
-    const bool absolute = appendComponents(base, baseComponents).absolute;
+    const Root baseRoot = findRoot(base);
+    const bool absolute = baseRoot.absolute;
     NB_ASSERT(absolute);
 
-    if (baseComponents.size() > components.size()) {
-        return false;
-    }
-    const bool below =
-        std::equal(baseComponents.begin(), baseComponents.end(), components.begin(),
-                   [&](PathRange ours, PathRange theirs) {
-                       return ours.length() == theirs.length() &&
-                              cruntime::strnicmp(base.data() + ours.begin,
-                                                 path.data() + theirs.begin, ours.length()) == 0;
-                   });
-    if (!below) {
-        return false;
-    }
-    const size_t consumed = baseComponents.size();
-    path.erase(0, consumed == components.size() ? path.size() : components[consumed].begin);
+    PathRange ours = baseRoot.range;
+    PathRange theirs = pathRoot.range;
+    // The roots first, and then the names, until the base has no more.
+    do {
+        if (ours.length() != theirs.length() ||
+            cruntime::strnicmp(base.data() + ours.begin, path.data() + theirs.begin,
+                               ours.length()) != 0) {
+            return false;
+        }
+        ours = nextName(base, ours.end);
+        theirs = nextName(path, theirs.end);
+    } while (ours.length() != 0);
+    path.erase(0, theirs.begin);
     return true;
 }

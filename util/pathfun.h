@@ -57,10 +57,16 @@ bool isAbsolutePath(StringSpan path, int mode);
 /// The result and `rootText` (which may be null) are those of `parsePathRoot`.
 bool splitPath(const std::string& path, std::vector<PathRange>& components, std::string* rootText);
 
+/// The component of `path` that `splitPath` puts at `index`; empty, at the end of the path, if it
+/// has fewer. Walks no further than that component.
+PathRange pathComponent(StringSpan path, size_t index);
+
 /// The normal form of `path`, which must be absolute: an assertion stops the process otherwise. A
 /// `..` that climbs above the root is dropped without complaint. Any result that ends in `:`, and
 /// not only a bare drive, gets a `/` behind it.
 std::string normalizePath(const std::string& path);
+/// The same for text that isn't a std::string yet.
+std::string normalForm(StringSpan path);
 
 // Building and taking apart
 

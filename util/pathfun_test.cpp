@@ -215,6 +215,22 @@ TEST(SplitPathTest, ComponentsAreAppendedAndNotCleared) {
     EXPECT_EQ(components, (std::vector<PathRange>{{3, 5}}));
 }
 
+TEST(PathComponentTest, ItIsTheComponentThatSplitPathPutsThere) {
+    for (const std::string path :
+         {"C:\\a//b\\", "\\\\srv\\\\sh\\a", "a/b/c", "/a", "C:", "C:x", "x"}) {
+        std::vector<PathRange> components;
+        splitPath(path, components, nullptr);
+        for (size_t i = 0; i < components.size(); ++i) {
+            EXPECT_EQ(pathComponent(path, i), components[i]) << path << " " << i;
+        }
+        for (size_t i = components.size(); i < components.size() + 2; ++i) {
+            EXPECT_EQ(pathComponent(path, i), (PathRange{path.size(), path.size()})) << path;
+        }
+    }
+    EXPECT_EQ(pathComponent("", 0), PathRange{});
+    EXPECT_EQ(pathComponent("///", 0), (PathRange{3, 3}));
+}
+
 TEST(NormalizePathTest, PathsHaveTheirNormalForm) {
     const struct {
         const char* path;

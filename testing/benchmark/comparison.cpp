@@ -105,7 +105,7 @@ void announce(const Row& row) { gRows.push_back({row}); }
 int main(int argc, char* argv[]) {
     Catch::Session session;
     session.configData().reporterName = "table";
-    session.configData().benchmarkSamples = 40;
+    session.configData().benchmarkSamples = 20;
     session.configData().benchmarkNoAnalysis = true;
     return session.run(argc, argv);
 }

@@ -10,6 +10,7 @@
 
 #define CATCH_CONFIG_ENABLE_BENCHMARKING
 #include <string>
+#include <vector>
 
 #include <catch2/catch.hpp>
 
@@ -21,6 +22,8 @@ struct Row {
     /// The largest good ratio of our time to the peer's: 2 allows us twice its time, 0.2 asks us
     /// to be five times as fast.
     double limit;
+    /// How often both sides take their turn; one does where a measurement takes long.
+    int rounds = 5;
 };
 
 /// Takes note of the row whose two benchmarks, `ours` and `peer`, are measured next.
@@ -34,10 +37,27 @@ inline constexpr const char* PEER = "peer";
 template <class Ours, class Peer>
 void compare(const Row& row, Ours ours, Peer peer) {
     announce(row);
-    constexpr int rounds = 5;
-    for (int round = 0; round < rounds; ++round) {
+    for (int round = 0; round < row.rounds; ++round) {
         BENCHMARK(std::string(OURS)) { return ours(); };
         BENCHMARK(std::string(PEER)) { return peer(); };
+    }
+}
+
+/// The same for functions that build something: taking it down again isn't measured.
+template <class Ours, class Peer>
+void compareBuilding(const Row& row, Ours ours, Peer peer) {
+    announce(row);
+    const auto build = [](Catch::Benchmark::Chronometer meter, auto& function) {
+        std::vector<decltype(function())> built(static_cast<size_t>(meter.runs()));
+        meter.measure([&](int run) { built[static_cast<size_t>(run)] = function(); });
+    };
+    for (int round = 0; round < row.rounds; ++round) {
+        BENCHMARK_ADVANCED(std::string(OURS))(Catch::Benchmark::Chronometer meter) {
+            build(meter, ours);
+        };
+        BENCHMARK_ADVANCED(std::string(PEER))(Catch::Benchmark::Chronometer meter) {
+            build(meter, peer);
+        };
     }
 }
 
