@@ -40,15 +40,16 @@ public:
 
     std::string canonical(const std::string& cwd, const std::string& path, const Tags& tags) {
         std::ostringstream errors;
-        std::string result =
-            canonicalizeViewPath(mDrives.mvfsRoot, mDrives.views, mCache, cwd, path, tags, errors);
+        std::string result = canonicalizeViewPath(mDrives.mvfsRoot, mDrives.views, mCache, mLock,
+                                                  cwd, path, tags, errors);
         NB_ASSERT(errors.str().empty());
         return result;
     }
 
 private:
     const Drives& mDrives;
-    ViewRootCache mCache;
+    std::map<std::string, std::string> mCache;
+    Mutex mLock;
 };
 
 std::string upper(const std::string& text) {
