@@ -4,9 +4,11 @@
 
 namespace testing_support {
 
-/// How many times this program has called the global `operator new` so far; in a native build,
-/// which runs under a sanitizer, how many times it has allocated memory in any way. A test takes
-/// the difference around what it measures. For Windows, linking this in replaces the operator.
+/// How many times this program has called the global `operator new` so far, in its plain, array and
+/// nothrow forms; not counted are those for over-aligned types, and malloc. In a native build,
+/// which runs under a sanitizer, it is how many times memory was allocated in any way. A test takes
+/// the difference around what it measures; other threads count as well. For Windows, linking this
+/// in replaces the plain operator, on which the other two stand.
 size_t allocationCount();
 
 }  // namespace testing_support

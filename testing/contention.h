@@ -3,6 +3,7 @@
 #include <atomic>
 #include <thread>
 
+#include "testing/boundedthread.h"
 #include "testing/eventually.h"
 #include "testing/fakeclock.h"
 #include "util/timer.h"
@@ -35,14 +36,14 @@ private:
 };
 
 /// Lets a second thread run `take` on a lock that this thread holds, waits until `clock` was read
-/// at 100 for the second thread's wait, sets it to 170 and runs `release`. False if the second
-/// thread never came to wait.
+/// at 100 for the second thread's wait (once for each of `numTimers`), sets it to 170 and runs
+/// `release`. False if the second thread never came to wait.
 template <class Take, class Release>
-bool contend(FakeClock& clock, Take take, Release release) {
+bool contend(FakeClock& clock, Take take, Release release, int numTimers = 1) {
     clock.set(100);
     const int before = clock.readings();
-    std::thread waiter(take);
-    const bool waited = eventually([&] { return clock.readings() > before; });
+    BoundedThread waiter(take);
+    const bool waited = eventually([&] { return clock.readings() >= before + numTimers; });
     clock.set(170);
     release();
     waiter.join();

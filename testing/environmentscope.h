@@ -1,21 +1,32 @@
 #pragma once
 
+#include <cstdlib>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace testing_support {
 
 /// Sets an environment variable of this process, or removes it (no value), for the C runtime and
-/// the system alike, and puts back what was there when the scope ends. An empty value on Windows
-/// removes the variable, as the C runtime has it.
+/// the system alike, and puts back what was there when the scope ends. On Windows, name and values
+/// are in the ANSI code page, not UTF-8, and an empty value removes the variable, as the C runtime
+/// has it. Made and ended while no other thread looks at the environment.
 class EnvironmentScope {
 public:
-    EnvironmentScope(std::string name, const std::optional<std::string>& value);
-    ~EnvironmentScope();
+    EnvironmentScope(std::string name, const std::optional<std::string>& value)
+        : mName(std::move(name)) {
+        if (const char* before = std::getenv(mName.c_str())) {
+            mBefore = before;
+        }
+        setVariable(mName, value);
+    }
+    ~EnvironmentScope() { setVariable(mName, mBefore); }
     EnvironmentScope(const EnvironmentScope&) = delete;
     EnvironmentScope& operator=(const EnvironmentScope&) = delete;
 
 private:
+    static void setVariable(const std::string& name, const std::optional<std::string>& value);
+
     std::string mName;
     std::optional<std::string> mBefore;
 };

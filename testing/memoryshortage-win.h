@@ -2,14 +2,16 @@
 
 #include <cstddef>
 #include <limits>
+#include <new>
+#include <utility>
 
 #include "testing/replacedcall-win.h"
 
 namespace testing_support {
 
 /// Lets this program's malloc and calloc together serve `blocks` more calls, and then none until
-/// the scope ends. The C++ allocator and the thread library go through them. For a child process
-/// of one thread, one at a time.
+/// the scope ends. The C++ allocator and the thread library go through them; std::bad_alloc can be
+/// thrown all the same. For a child process of one thread, one at a time.
 class MemoryShortage {
 public:
     explicit MemoryShortage(int blocks)
@@ -17,6 +19,9 @@ public:
           mCalloc("calloc", [](size_t count, size_t size) {
               return take() ? sCalloc(count, size) : nullptr;
           }) {
+        throwOnce();
+        sFailNext = true;
+        throwOnce();
         sBlocks = blocks;
     }
     ~MemoryShortage() { sBlocks = PLENTY; }
@@ -29,7 +34,18 @@ private:
 
     static constexpr int PLENTY = std::numeric_limits<int>::max();
 
-    static bool take() { return sBlocks-- > 0; }
+    /// The C++ runtime allocates something at a thread's first exception, and the lock of its
+    /// reserve at the first exception that there is no memory for, and can't do without. After
+    /// both, exceptions can be thrown without memory.
+    static void throwOnce() {
+        try {
+            throw std::bad_alloc();
+        } catch (const std::bad_alloc&) {
+            return;
+        }
+    }
+
+    static bool take() { return !std::exchange(sFailNext, false) && sBlocks-- > 0; }
 
     /// The C runtime's own function: the replacing of calls allocates as well, on its way.
     template <class Signature>
@@ -42,6 +58,7 @@ private:
     static inline Malloc* const sMalloc = runtimeCall<Malloc>("malloc");
     static inline Calloc* const sCalloc = runtimeCall<Calloc>("calloc");
     static inline int sBlocks = PLENTY;
+    static inline bool sFailNext = false;
 
     ReplacedCall<Malloc> mMalloc;
     ReplacedCall<Calloc> mCalloc;

@@ -13,8 +13,11 @@ namespace testing_support {
 /// module (null: the test program); empty, it has no words for any. So a test can tell to the
 /// letter what a text with an error in it is.
 ///
-/// Replaces FormatMessageW, which leaves the last error 317 behind as it would when it fails. At
-/// most one at a time, and not for several threads.
+/// Replaces FormatMessageW. As the system's, it gives nothing for a buffer without room for the
+/// message and its terminator (last error 122), or for a message with a gap ("%1") where inserts
+/// are neither given nor ignored (87). Otherwise it leaves the last error 317 behind, found or not,
+/// so that a caller that doesn't keep the last error is seen. Gaps are never filled. At most one at
+/// a time, and not for several threads.
 class SystemMessage {
 public:
     /// What the function was called with; `allocated` is the buffer that it made.

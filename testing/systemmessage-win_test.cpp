@@ -1,5 +1,7 @@
 #include "testing/systemmessage-win.h"
 
+#include <string>
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -27,9 +29,35 @@ TEST(SystemMessageTest, TheMessageIsGivenInABufferOfItsOwnToCallersThatAskForIt)
     const SystemMessage message(L"no.\r\n");
     wchar_t* buffer = nullptr;
     ASSERT_EQ(ask(FORMAT_MESSAGE_ALLOCATE_BUFFER, reinterpret_cast<wchar_t*>(&buffer), 0), 5U);
-    EXPECT_EQ(std::wstring(buffer, 5), L"no.\r\n");
+    EXPECT_EQ(std::wstring(buffer), L"no.\r\n");
     EXPECT_EQ(message.calls()[0].allocated, buffer);
     LocalFree(buffer);
+}
+
+TEST(SystemMessageTest, ABufferWithoutRoomForTheTerminatorIsTooShort) {
+    const SystemMessage message(L"no.\r\n");
+    wchar_t buffer[6] = L"kept";
+    SetLastError(0);
+    EXPECT_EQ(ask(FORMAT_MESSAGE_FROM_SYSTEM, buffer, 5), 0U);
+    EXPECT_EQ(GetLastError(), 122U);
+    EXPECT_EQ(std::wstring(buffer), L"kept");
+    EXPECT_EQ(ask(FORMAT_MESSAGE_FROM_SYSTEM, buffer, 6), 5U);
+}
+
+TEST(SystemMessageTest, AMessageWithAGapIsRefusedUnlessGapsAreIgnored) {
+    const SystemMessage message(L"no %1.");
+    wchar_t buffer[20] = L"";
+    SetLastError(0);
+    EXPECT_EQ(ask(FORMAT_MESSAGE_FROM_SYSTEM, buffer, 20), 0U);
+    EXPECT_EQ(GetLastError(), 87U);
+    EXPECT_EQ(ask(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, buffer, 20), 6U);
+    EXPECT_EQ(std::wstring(buffer), L"no %1.");
+}
+
+TEST(SystemMessageTest, APercentSignAloneIsNoGap) {
+    const SystemMessage message(L"100 % full");
+    wchar_t buffer[20] = L"";
+    EXPECT_EQ(ask(FORMAT_MESSAGE_FROM_SYSTEM, buffer, 20), 10U);
 }
 
 TEST(SystemMessageTest, AnEmptyMessageIsNone) {

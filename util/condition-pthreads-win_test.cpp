@@ -1,3 +1,8 @@
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+#include <string>
+
 #include <gtest/gtest.h>
 
 #include "testing/memoryshortage-win.h"
@@ -6,6 +11,15 @@
 namespace {
 
 using testing_support::MemoryShortage;
+
+TEST(ConditionDeathTest, AConditionWithoutMemoryForItsHandleEndsTheProcess) {
+    EXPECT_DEATH(
+        {
+            const MemoryShortage shortage(0);
+            const Condition condition;
+        },
+        std::string("Unable to initialize a new condition variable: ") + std::strerror(ENOMEM));
+}
 
 TEST(ConditionDeathTest, AConditionThatCannotBeMadeEndsTheProcess) {
     EXPECT_DEATH(

@@ -1,21 +1,14 @@
 #include "util/condition-pthreads.h"
 
 #include <cerrno>
-#include <cstdio>
-#include <cstdlib>
-#include <memory>
 
 #include "util/assertion.h"
+#include "util/handle-pthreads.h"
 
-Condition::Condition() : mHandle(nullptr) {
-    auto handle = std::make_unique<pthread_cond_t>();
-    if (const int result = pthread_cond_init(handle.get(), /*attr=*/nullptr)) {
-        errno = result;
-        std::perror("Unable to initialize a new condition variable");
-        std::abort();
-    }
-    mHandle = handle.release();
-}
+Condition::Condition()
+    : mHandle(makeHandleOrAbort<pthread_cond_t>(
+          [](pthread_cond_t* condition) { return pthread_cond_init(condition, /*attr=*/nullptr); },
+          "Unable to initialize a new condition variable")) {}
 
 Condition::~Condition() {
     pthread_cond_destroy(mHandle);

@@ -1,15 +1,17 @@
 #include "util/condition-pthreads.h"
 
 #include <atomic>
-#include <thread>
+#include <ctime>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "testing/boundedthread.h"
 #include "testing/eventually.h"
 
 namespace {
 
+using testing_support::BoundedThread;
 using testing_support::eventually;
 
 static_assert(sizeof(Condition) == sizeof(void*));
@@ -17,6 +19,23 @@ static_assert(sizeof(Condition) == sizeof(void*));
 /// A point in time that is past, or one that no test lives to see.
 timespec pastDeadline() { return {std::time(nullptr) - 10, 0}; }
 timespec farDeadline() { return {std::time(nullptr) + 3600, 999999999}; }
+
+/// The result of a wait that ends by itself. Runs on a thread of its own, which may not take for
+/// ever; `inspect(mutex)` runs there after the wait, with the mutex still held.
+template <class Inspect>
+bool waitAlone(Condition& condition, const timespec& deadline, Inspect inspect) {
+    bool result = true;
+    BoundedThread([&] {
+        Mutex mutex;
+        const MutexLock lock(mutex);
+        result = condition.wait(mutex, &deadline);
+        inspect(mutex);
+    }).join();
+    return result;
+}
+bool waitAlone(Condition& condition, const timespec& deadline) {
+    return waitAlone(condition, deadline, [](Mutex&) {});
+}
 
 /// Threads that wait for a condition to be told apart by `mWoken`, all state under the mutex.
 class Waiters {
@@ -35,12 +54,6 @@ public:
             ++mWoken;
         });
     }
-    ~Waiters() {
-        for (auto& thread : mThreads) {
-            thread.join();
-        }
-    }
-
     /// Since the mutex is given up by the wait alone, who counts as waiting does wait.
     bool allWait() {
         return eventually([this] {
@@ -64,7 +77,7 @@ private:
     int mWaiting = 0;
     int mPermits = 0;
     int mWoken = 0;
-    std::vector<std::thread> mThreads;
+    std::vector<BoundedThread> mThreads;
 };
 
 TEST(ConditionTest, SignalWakesAThreadThatWaits) {
@@ -106,21 +119,14 @@ TEST(ConditionTest, BroadcastWakesAllThreadsThatWait) {
 
 TEST(ConditionTest, SignalAndBroadcastWithoutAWaiterAreForgotten) {
     Condition condition;
-    Mutex mutex;
     condition.signal();
     condition.broadcast();
-    const timespec past = pastDeadline();
-    const MutexLock lock(mutex);
-    EXPECT_FALSE(condition.wait(mutex, &past));
+    EXPECT_FALSE(waitAlone(condition, pastDeadline()));
 }
 
 TEST(ConditionTest, TheMutexIsHeldAgainAfterAWait) {
     Condition condition;
-    Mutex mutex;
-    const timespec past = pastDeadline();
-    const MutexLock lock(mutex);
-    condition.wait(mutex, &past);
-    EXPECT_FALSE(mutex.tryLock());
+    waitAlone(condition, pastDeadline(), [](Mutex& mutex) { EXPECT_FALSE(mutex.tryLock()); });
 }
 
 TEST(ConditionTest, AWaitWithoutADeadlineIsWithoutLimitAndTrue) {
@@ -150,10 +156,7 @@ TEST(ConditionTest, AWaitThatIsWokenBeforeItsDeadlineIsTrue) {
 
 TEST(ConditionTest, AWaitPastItsDeadlineIsFalse) {
     Condition condition;
-    Mutex mutex;
-    const timespec past = pastDeadline();
-    const MutexLock lock(mutex);
-    EXPECT_FALSE(condition.wait(mutex, &past));
+    EXPECT_FALSE(waitAlone(condition, pastDeadline()));
 }
 
 TEST(ConditionTest, NanosecondsOfAWholeSecondStopTheProcess) {
@@ -167,10 +170,7 @@ TEST(ConditionTest, NanosecondsOfAWholeSecondStopTheProcess) {
 
 TEST(ConditionTest, NanosecondsJustBelowASecondAreGood) {
     Condition condition;
-    Mutex mutex;
-    const MutexLock lock(mutex);
-    const timespec deadline{1, 999999999L};
-    EXPECT_FALSE(condition.wait(mutex, &deadline));
+    EXPECT_FALSE(waitAlone(condition, {1, 999999999L}));
 }
 
 }  // namespace

@@ -1,3 +1,7 @@
+#include <cerrno>
+#include <cstring>
+#include <string>
+
 #include <gtest/gtest.h>
 
 #include "testing/memoryshortage-win.h"
@@ -7,11 +11,33 @@ namespace {
 
 using testing_support::MemoryShortage;
 
-constexpr const char* NO_MUTEX = "Unable to initialize a new mutex: ";
-constexpr const char* NO_RWLOCK = "Unable to initialize a new rwlock: ";
+const std::string NO_MUTEX = "Unable to initialize a new mutex: ";
+const std::string NO_RWLOCK = "Unable to initialize a new rwlock: ";
 
-// In each of these there is memory for the cell of the handle, and winpthreads lacks it for what
-// it makes of the handle: a mutex, an rwlock, or the mutexes inside an rwlock.
+std::string noMemory() { return std::strerror(ENOMEM); }
+
+/// Makes something without memory for the cell of its handle.
+template <class Make>
+void makeWithoutACell(Make make) {
+    const MemoryShortage shortage(0);
+    make();
+}
+
+TEST(MutexDeathTest, AMutexWithoutMemoryForItsHandleEndsTheProcess) {
+    EXPECT_DEATH(makeWithoutACell([] { const Mutex mutex; }), NO_MUTEX + noMemory());
+    EXPECT_DEATH(makeWithoutACell([] { const Mutex mutex(TimerGetter(nullptr)); }),
+                 NO_MUTEX + noMemory());
+    EXPECT_DEATH(makeWithoutACell([] { Mutex::makeHandle(mutexRecursive); }),
+                 NO_MUTEX + noMemory());
+}
+
+TEST(RWLockDeathTest, ALockWithoutMemoryForItsHandleEndsTheProcess) {
+    EXPECT_DEATH(makeWithoutACell([] { const RWLock lock; }), NO_RWLOCK + noMemory());
+    EXPECT_DEATH(makeWithoutACell([] { RWLock::makeHandle(); }), NO_RWLOCK + noMemory());
+}
+
+// In each of the others there is memory for the cell of the handle, and winpthreads lacks it for
+// what it makes of the handle: a mutex, an rwlock, or the mutexes inside an rwlock.
 
 TEST(MutexDeathTest, AMutexThatCannotBeMadeEndsTheProcess) {
     EXPECT_DEATH(

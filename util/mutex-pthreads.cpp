@@ -1,8 +1,6 @@
 #include "util/mutex-pthreads.h"
 
-#include <cstdio>
-#include <cstdlib>
-#include <memory>
+#include "util/handle-pthreads.h"
 
 namespace {
 
@@ -60,24 +58,15 @@ int useRWLockOnce(pthread_rwlock_t* lock) {
     return result;
 }
 
-void abortUnless(int result, const char* complaint) {
-    if (result != 0) {
-        errno = result;
-        std::perror(complaint);
-        std::abort();
-    }
-}
-
 }  // namespace
 
 pthread_mutex_t* Mutex::makeHandle(MutexType type) {
-    auto handle = std::make_unique<pthread_mutex_t>();
-    int result = initialize(handle.get(), type);
-    if (result == 0) {
-        result = useMutexOnce(handle.get());
-    }
-    abortUnless(result, "Unable to initialize a new mutex");
-    return handle.release();
+    return makeHandleOrAbort<pthread_mutex_t>(
+        [type](pthread_mutex_t* mutex) {
+            const int result = initialize(mutex, type);
+            return result != 0 ? result : useMutexOnce(mutex);
+        },
+        "Unable to initialize a new mutex");
 }
 
 Mutex::~Mutex() {
@@ -86,13 +75,12 @@ Mutex::~Mutex() {
 }
 
 pthread_rwlock_t* RWLock::makeHandle() {
-    auto handle = std::make_unique<pthread_rwlock_t>();
-    int result = pthread_rwlock_init(handle.get(), /*attr=*/nullptr);
-    if (result == 0) {
-        result = useRWLockOnce(handle.get());
-    }
-    abortUnless(result, "Unable to initialize a new rwlock");
-    return handle.release();
+    return makeHandleOrAbort<pthread_rwlock_t>(
+        [](pthread_rwlock_t* lock) {
+            const int result = pthread_rwlock_init(lock, /*attr=*/nullptr);
+            return result != 0 ? result : useRWLockOnce(lock);
+        },
+        "Unable to initialize a new rwlock");
 }
 
 RWLock::~RWLock() {

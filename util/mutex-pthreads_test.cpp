@@ -1,6 +1,8 @@
 #include "util/mutex-pthreads.h"
 
-#include <atomic>
+#include <cerrno>
+#include <ctime>
+#include <pthread.h>
 #include <string>
 #include <thread>
 #include <type_traits>
@@ -12,6 +14,7 @@
 
 namespace {
 
+using testing_support::BoundedThread;
 using testing_support::contend;
 using testing_support::CountedGetter;
 using testing_support::eventually;
@@ -25,7 +28,7 @@ static_assert(!std::is_copy_constructible_v<Mutex> && !std::is_copy_assignable_v
 
 bool canBeTakenByAnotherThread(Mutex& mutex) {
     bool taken = false;
-    std::thread([&] {
+    BoundedThread([&] {
         taken = mutex.tryLock();
         if (taken) {
             mutex.unlock();
@@ -101,6 +104,32 @@ TEST(MutexTest, AnErrorCheckingHandleRefusesToBeLockedTwice) {
     delete handle;
 }
 
+TEST(MutexTest, TheTypesDifferInWhatLockingTwiceIs) {
+    const struct {
+        MutexType type;
+        int result;
+    } rows[] = {{mutexDefault, ETIMEDOUT},
+                {mutexPlain, ETIMEDOUT},
+                {mutexErrorChecking, EDEADLK},
+                {mutexRecursive, 0},
+                {mutexDefaultByName, ETIMEDOUT},
+                {5, ETIMEDOUT},
+                {-1, ETIMEDOUT}};
+    const timespec past{std::time(nullptr) - 10, 0};
+    for (const auto& row : rows) {
+        pthread_mutex_t* handle = Mutex::makeHandle(row.type);
+        EXPECT_EQ(pthread_mutex_lock(handle), 0) << row.type;
+        const int result = pthread_mutex_timedlock(handle, &past);
+        EXPECT_EQ(result, row.result) << row.type;
+        if (result == 0) {
+            EXPECT_EQ(pthread_mutex_unlock(handle), 0) << row.type;
+        }
+        EXPECT_EQ(pthread_mutex_unlock(handle), 0) << row.type;
+        EXPECT_EQ(pthread_mutex_destroy(handle), 0) << row.type;
+        delete handle;
+    }
+}
+
 TEST(MutexTest, ABareHandleIsAFreePthreadMutexWhateverItsType) {
     for (const MutexType type : {0, 1, 2, 3, 4, 5, -1}) {
         pthread_mutex_t* handle = Mutex::makeHandle(type);
@@ -118,7 +147,7 @@ TEST(MutexTest, AMutexGuardsACounterOfManyThreads) {
     const CountedGetter getter(noTimer);
     Mutex mutex(&CountedGetter::get);
     int counter = 0;
-    std::vector<std::thread> threads;
+    std::vector<BoundedThread> threads;
     threads.reserve(numThreads);
     for (int thread = 0; thread < numThreads; ++thread) {
         threads.emplace_back([&] {
@@ -176,7 +205,7 @@ TEST(MutexTest, AGetterThatReturnsNullMakesABusyMutexReadNoClock) {
     Mutex mutex(&CountedGetter::get);
     bool taken = false;
     mutex.lock();
-    std::thread waiter([&] {
+    BoundedThread waiter([&] {
         const MutexLock lock(mutex);
         taken = true;
     });
@@ -190,16 +219,16 @@ TEST(MutexTest, AGetterThatReturnsNullMakesABusyMutexReadNoClock) {
 
 TEST(MutexTest, WithoutAGetterABusyMutexReadsNoClock) {
     const FakeClock clock;
-    Mutex mutex;
-    std::atomic<bool> started{false};
+    NestedTimer timer;
+    const CountedGetter getter(&timer);
+    Mutex mutex(mutexErrorChecking);
     mutex.lock();
-    std::thread waiter([&] {
-        started = true;
-        const MutexLock lock(mutex);
-    });
-    EXPECT_TRUE(eventually([&] { return started.load(); }));
+    EXPECT_FALSE(mutex.tryLock());
+    // Busy beyond doubt: this type refuses the thread that holds it, where another would wait.
+    mutex.lock();
     mutex.unlock();
-    waiter.join();
+    EXPECT_TRUE(canBeTakenByAnotherThread(mutex));
+    EXPECT_EQ(getter.calls(), 0);
     EXPECT_EQ(clock.readings(), 0);
 }
 
@@ -257,7 +286,7 @@ TEST(MutexLockTest, CheckIsTrueForTheVeryMutexAndFalseForAnother) {
 /// What another thread could take right now: "" nothing, "r" to read, "rw" to write as well.
 std::string freeFor(RWLock& lock) {
     std::string result;
-    std::thread([&] {
+    BoundedThread([&] {
         if (lock.tryReadLock()) {
             result += 'r';
             lock.unlock();
@@ -364,7 +393,7 @@ TEST(RWLockTest, AGetterThatReturnsNullMakesABusyLockReadNoClock) {
     const CountedGetter getter(nullptr);
     RWLock lock(&CountedGetter::get);
     lock.writeLock();
-    std::thread reader([&] {
+    BoundedThread reader([&] {
         lock.readLock();
         lock.unlock();
     });

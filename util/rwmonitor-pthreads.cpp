@@ -56,6 +56,8 @@ void RWMonitor::unlock() {
 }
 
 void RWMonitor::waitAtGate(int& numWaiting) {
+    // The getter runs under the mutex here: that the gate is shut holds only as long as the mutex
+    // is held, and it is the wait itself that gives it up.
     const ScopedTimer waiting(mGetter != nullptr ? mGetter() : nullptr);
     ++numWaiting;
     mCondition->wait(*mMutex);

@@ -1,6 +1,7 @@
 #include "util/rwmonitor-pthreads.h"
 
 #include <atomic>
+#include <chrono>
 #include <string>
 #include <thread>
 
@@ -31,6 +32,7 @@ struct RWMonitorTestPeer {
 
 namespace {
 
+using testing_support::BoundedThread;
 using testing_support::contend;
 using testing_support::CountedGetter;
 using testing_support::eventually;
@@ -59,7 +61,7 @@ TEST_F(RWMonitorTest, ReadersAreCounted) {
     RWMonitor monitor(mMutex, mCondition);
     monitor.lockForRead();
     EXPECT_EQ(books(monitor), (Books{0, 0, 1}));
-    std::thread([&] { monitor.lockForRead(); }).join();
+    BoundedThread([&] { monitor.lockForRead(); }).join();
     EXPECT_EQ(books(monitor), (Books{0, 0, 2}));
     monitor.unlock();
     EXPECT_EQ(books(monitor), (Books{0, 0, 1}));
@@ -78,7 +80,7 @@ TEST_F(RWMonitorTest, AWriterIsMinusOneAndUnlocksToFree) {
 TEST_F(RWMonitorTest, AReaderWaitsForTheWriter) {
     RWMonitor monitor(mMutex, mCondition);
     monitor.lockForWrite();
-    std::thread reader([&] { monitor.lockForRead(); });
+    BoundedThread reader([&] { monitor.lockForRead(); });
     EXPECT_TRUE(eventuallyBooks(monitor, {1, 0, -1}));
     monitor.unlock();
     reader.join();
@@ -89,7 +91,7 @@ TEST_F(RWMonitorTest, AReaderWaitsForTheWriter) {
 TEST_F(RWMonitorTest, AWriterWaitsForTheWriter) {
     RWMonitor monitor(mMutex, mCondition);
     monitor.lockForWrite();
-    std::thread writer([&] { monitor.lockForWrite(); });
+    BoundedThread writer([&] { monitor.lockForWrite(); });
     EXPECT_TRUE(eventuallyBooks(monitor, {0, 1, -1}));
     monitor.unlock();
     writer.join();
@@ -101,7 +103,7 @@ TEST_F(RWMonitorTest, AWriterWaitsForTheLastReader) {
     RWMonitor monitor(mMutex, mCondition);
     monitor.lockForRead();
     monitor.lockForRead();
-    std::thread writer([&] { monitor.lockForWrite(); });
+    BoundedThread writer([&] { monitor.lockForWrite(); });
     EXPECT_TRUE(eventuallyBooks(monitor, {0, 1, 2}));
     monitor.unlock();
     EXPECT_EQ(books(monitor), (Books{0, 1, 1}));
@@ -116,13 +118,13 @@ TEST_F(RWMonitorTest, AWaitingWriterHoldsBackReadersButNotAddReaderAndGoesFirst)
     std::string order;
     monitor.lockForRead();
     monitor.lockForRead();
-    std::thread writer([&] {
+    BoundedThread writer([&] {
         monitor.lockForWrite();
         order += 'w';
         monitor.unlock();
     });
     EXPECT_TRUE(eventuallyBooks(monitor, {0, 1, 2}));
-    std::thread reader([&] {
+    BoundedThread reader([&] {
         monitor.lockForRead();
         order += 'r';
         monitor.unlock();
@@ -142,8 +144,8 @@ TEST_F(RWMonitorTest, AWaitingWriterHoldsBackReadersButNotAddReaderAndGoesFirst)
 TEST_F(RWMonitorTest, TheLastUnlockWakesAllReadersThatWait) {
     RWMonitor monitor(mMutex, mCondition);
     monitor.lockForWrite();
-    std::thread first([&] { monitor.lockForRead(); });
-    std::thread second([&] { monitor.lockForRead(); });
+    BoundedThread first([&] { monitor.lockForRead(); });
+    BoundedThread second([&] { monitor.lockForRead(); });
     EXPECT_TRUE(eventuallyBooks(monitor, {2, 0, -1}));
     monitor.unlock();
     first.join();
@@ -171,6 +173,63 @@ TEST_F(RWMonitorTest, TwoMonitorsCanShareAMutexAndACondition) {
     second.unlock();
 }
 
+TEST_F(RWMonitorTest, MonitorsThatShareAMutexAndAConditionWakeTheirOwnWaitersOnly) {
+    RWMonitor first(mMutex, mCondition);
+    RWMonitor second(mMutex, mCondition);
+    first.lockForWrite();
+    second.lockForRead();
+    BoundedThread reader([&] { first.lockForRead(); });
+    BoundedThread writer([&] { second.lockForWrite(); });
+    EXPECT_TRUE(eventuallyBooks(first, {1, 0, -1}));
+    EXPECT_TRUE(eventuallyBooks(second, {0, 1, 1}));
+    // Wakes the writer of the other monitor as well, which finds its own gate shut.
+    first.unlock();
+    reader.join();
+    EXPECT_EQ(books(first), (Books{0, 0, 1}));
+    EXPECT_EQ(books(second), (Books{0, 1, 1}));
+    second.unlock();
+    writer.join();
+    EXPECT_EQ(books(second), (Books{0, 0, -1}));
+    first.unlock();
+    second.unlock();
+}
+
+TEST_F(RWMonitorTest, AWaitingWriterAloneHoldsBackAReader) {
+    RWMonitor monitor(mMutex, mCondition);
+    // As between the last unlock and the waking of a writer: free, and a writer waits.
+    Books::falsify(monitor, {0, 1, 0});
+    BoundedThread reader([&] { monitor.lockForRead(); });
+    EXPECT_TRUE(eventuallyBooks(monitor, {1, 1, 0}));
+    Books::falsify(monitor, {1, 0, 0});
+    mCondition.broadcast();
+    reader.join();
+    EXPECT_EQ(books(monitor), (Books{0, 0, 1}));
+    monitor.unlock();
+}
+
+TEST_F(RWMonitorTest, AnUnlockThatLeavesAReaderWakesNobody) {
+    constexpr int numReaders = 20;
+    NestedTimer* const noTimer = nullptr;
+    const CountedGetter getter(noTimer);
+    RWMonitor monitor(mMutex, mCondition, &CountedGetter::get);
+    for (int reader = 0; reader < numReaders; ++reader) {
+        monitor.addReader();
+    }
+    BoundedThread writer([&] { monitor.lockForWrite(); });
+    EXPECT_TRUE(eventuallyBooks(monitor, {0, 1, numReaders}));
+    const int callsBefore = getter.calls();
+    for (int left = numReaders - 1; left > 0; --left) {
+        monitor.unlock();
+        // Time for a writer that was woken to find the gate shut: it asks the getter again.
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    EXPECT_EQ(getter.calls(), callsBefore);
+    EXPECT_EQ(books(monitor), (Books{0, 1, 1}));
+    monitor.unlock();
+    writer.join();
+    monitor.unlock();
+}
+
 TEST_F(RWMonitorTest, ReadersAndWritersOfManyThreadsExcludeEachOther) {
     constexpr int numRounds = 200;
     RWMonitor monitor(mMutex, mCondition);
@@ -192,8 +251,8 @@ TEST_F(RWMonitorTest, ReadersAndWritersOfManyThreadsExcludeEachOther) {
             monitor.unlock();
         }
     };
-    std::thread threads[] = {std::thread(write), std::thread(read), std::thread(write),
-                             std::thread(read)};
+    BoundedThread threads[] = {BoundedThread(write), BoundedThread(read), BoundedThread(write),
+                               BoundedThread(read)};
     for (auto& thread : threads) {
         thread.join();
     }
@@ -262,7 +321,7 @@ TEST_F(RWMonitorTest, AWaitAtTheGateWithoutAGetterOrWithANullTimerReadsNoClock) 
         const FakeClock clock;
         RWMonitor monitor(mMutex, mCondition, get);
         monitor.lockForWrite();
-        std::thread reader([&] { monitor.lockForRead(); });
+        BoundedThread reader([&] { monitor.lockForRead(); });
         EXPECT_TRUE(eventuallyBooks(monitor, {1, 0, -1}));
         monitor.unlock();
         reader.join();
@@ -321,6 +380,35 @@ TEST_F(RWMonitorTest, TheMutexsOwnGetterIsHeardAsWell) {
         clock, [&] { monitor.lockForRead(); }, [&] { mutex.unlock(); }));
     EXPECT_EQ(getter.calls(), 1);
     EXPECT_EQ(timer.total(), Ticks(70));
+    monitor.unlock();
+}
+
+std::atomic<NestedTimer*> gMutexTimer{nullptr};
+std::atomic<int> gMutexGetterCalls{0};
+
+NestedTimer* mutexGetter() {
+    ++gMutexGetterCalls;
+    return gMutexTimer;
+}
+
+TEST_F(RWMonitorTest, TheWaitForTheMutexGoesIntoTheTimersOfBothGetters) {
+    FakeClock clock;
+    NestedTimer monitorTimer;
+    NestedTimer mutexTimer;
+    gMutexTimer = &mutexTimer;
+    gMutexGetterCalls = 0;
+    const CountedGetter getter(&monitorTimer);
+    Mutex mutex(&mutexGetter);
+    RWMonitor monitor(mutex, mCondition, &CountedGetter::get);
+    mutex.lock();
+    ASSERT_TRUE(contend(
+        clock, [&] { monitor.lockForRead(); }, [&] { mutex.unlock(); }, /*numTimers=*/2));
+    EXPECT_EQ(getter.calls(), 1);
+    EXPECT_EQ(gMutexGetterCalls, 1);
+    EXPECT_EQ(monitorTimer.count(), 1U);
+    EXPECT_EQ(monitorTimer.total(), Ticks(70));
+    EXPECT_EQ(mutexTimer.count(), 1U);
+    EXPECT_EQ(mutexTimer.total(), Ticks(70));
     monitor.unlock();
 }
 

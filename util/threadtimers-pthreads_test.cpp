@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstring>
 #include <pthread.h>
+#include <set>
 #include <thread>
 #include <vector>
 
@@ -106,6 +107,7 @@ TEST(ThreadTimersTest, ManyThreadsAtOnceAreAllListed) {
     for (const auto* record : records) {
         EXPECT_TRUE(isListed(record));
     }
+    EXPECT_EQ(std::set<ThreadTimerRecord*>(records.begin(), records.end()).size(), numThreads);
 }
 
 }  // namespace

@@ -38,7 +38,8 @@ void Timer::add(Ticks duration) {
 Timer& Timer::operator+=(const Timer& t) {
     NB_ASSERT(!running() && !t.running());
     mTotal += t.mTotal;
-    // Meant to differ from add: an empty timer's minimum of 0 counts, as it always did in totals.
+    // Meant to differ from add: extremes merge by their values whatever the counts, since the
+    // readers of merged timers expect the 0 of an empty one.
     mMin = std::min(mMin, t.mMin);
     mMax = std::max(mMax, t.mMax);
     mCount += t.mCount;

@@ -117,6 +117,13 @@ TEST(TimerTest, ElapsedIsTheSecondsSinceTheStart) {
     EXPECT_TRUE(timer.running());
 }
 
+TEST(TimerTest, ElapsedOfANegativeIntervalIsALargeTime) {
+    Timer timer;
+    timer.start(Ticks(100));
+    // The low 50 bits of -10.
+    EXPECT_EQ(timer.elapsed(Ticks(90)), 1125899906842614.0 / Ticks::frequency());
+}
+
 TEST(TimerTest, AddRecordsAnIntervalAsStopDoes) {
     Timer timer;
     timer.add(Ticks(30));

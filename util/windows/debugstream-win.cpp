@@ -20,7 +20,15 @@ int DebugStreambuf::sync() {
 DebugStream::DebugStream() : std::ostream(new DebugStreambuf) {}
 
 DebugStream::~DebugStream() {
-    flush();
+    // Not flush(): it does nothing on a stream that has gone bad, as a null text makes it.
+    if (std::streambuf* const buffer = rdbuf()) {
+        try {
+            buffer->pubsync();
+        } catch (const std::exception&) {
+            // No memory for the text: there is nobody left to tell, and the buffer still goes.
+            static_cast<void>(buffer);
+        }
+    }
     delete dynamic_cast<std::stringbuf*>(rdbuf());
 }
 

@@ -27,8 +27,9 @@ protected:
 class DebugStream : public std::ostream {
 public:
     DebugStream();
-    /// Hands over what is left and deletes the buffer. A buffer that was put in place of the
-    /// stream's own is deleted as well if it is a std::stringbuf, and left alone otherwise.
+    /// Hands over what is left, on a stream gone bad as well, and deletes the buffer. A buffer that
+    /// was put in place of the stream's own is deleted as well if it is a std::stringbuf, and left
+    /// alone otherwise.
     ~DebugStream() override;
 };
 

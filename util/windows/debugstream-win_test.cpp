@@ -1,6 +1,8 @@
 #include "util/windows/debugstream-win.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <iomanip>
 #include <stdexcept>
 #include <string>
@@ -12,11 +14,13 @@
 #include <windows.h>
 
 #include "testing/debugoutput-win.h"
+#include "testing/memoryshortage-win.h"
 #include "testing/systemmessage-win.h"
 
 namespace {
 
 using testing_support::DebugOutput;
+using testing_support::MemoryShortage;
 using testing_support::SystemMessage;
 using Texts = std::vector<std::string>;
 
@@ -37,6 +41,27 @@ TEST(DebugStreamTest, TextWithoutALineEndIsHandedOverWhenTheStreamGoes) {
     const DebugOutput output;
     DebugStream() << "x";
     EXPECT_EQ(output.texts(), Texts{"x"});
+}
+
+TEST(DebugStreamTest, TextIsHandedOverWhenAStreamThatHasGoneBadGoes) {
+    const DebugOutput output;
+    {
+        DebugStream stream;
+        const char* const missing = nullptr;
+        stream << "before " << missing << "behind" << std::endl;
+        EXPECT_TRUE(stream.bad());
+        EXPECT_TRUE(output.texts().empty());
+    }
+    EXPECT_EQ(output.texts(), Texts{"before "});
+}
+
+TEST(DebugStreamTest, AStreamWithoutABufferGoesQuietly) {
+    const DebugOutput output;
+    {
+        DebugStream stream;
+        delete stream.rdbuf(nullptr);
+    }
+    EXPECT_TRUE(output.texts().empty());
 }
 
 TEST(DebugStreamTest, NothingIsHandedOverBeforeAFlush) {
@@ -154,6 +179,27 @@ TEST(DebugFailureTest, ANumberThatTheCallReturnedTakesThePlaceOfTheLastError) {
     SetLastError(126);
     debugFailure("RegCloseKey", 6);
     EXPECT_EQ(output.texts(), Texts{"RegCloseKey: Windows error 6 (6)\n"});
+}
+
+/// Tells of failures with memory for nothing, for one block, for two, up to more than is needed.
+void tellWithLittleMemory() {
+    const std::runtime_error failure("it broke with a text that is too long for a small place");
+    debugFailure(failure);  // what the runtime allocates once is there from here on
+    debugFailure("FreeLibrary");
+    for (int blocks = 0; blocks < 30; ++blocks) {
+        const MemoryShortage shortage(blocks);
+        debugFailure(failure);
+    }
+    for (int blocks = 0; blocks < 30; ++blocks) {
+        const MemoryShortage shortage(blocks);
+        debugFailure("FreeLibrary", 126);
+    }
+    std::fputs("told or not", stderr);
+    std::exit(0);
+}
+
+TEST(DebugFailureDeathTest, LackOfMemoryLosesTheLineAndNothingElse) {
+    EXPECT_EXIT(tellWithLittleMemory(), testing::ExitedWithCode(0), "told or not");
 }
 
 TEST(DebugFailureTest, AFailureThatWasCaughtIsToldInOneLine) {

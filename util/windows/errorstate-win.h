@@ -17,7 +17,7 @@ struct ErrorState {
     void restore() const;
 
     /// One of the two: for a `which` of 0, the Windows number, or the socket number if that is 0;
-    /// 1, the Windows number; 2, the socket number.
+    /// 1, the Windows number; 2, the socket number. Any other `which` counts as 0.
     uint32_t select(int which) const;
 
     uint32_t mWindowsError = 0;

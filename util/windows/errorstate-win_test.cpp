@@ -1,6 +1,8 @@
 #include "util/windows/errorstate-win.h"
 
 #include <functional>
+#include <ostream>
+#include <streambuf>
 #include <string>
 #include <thread>
 #include <vector>
@@ -13,6 +15,7 @@
 #include "testing/replacedcall-win.h"
 #include "testing/socketerror-win.h"
 #include "testing/systemmessage-win.h"
+#include "util/windows/consoleevent-win.h"
 #include "util/windows/errortext-win.h"
 
 namespace {
@@ -20,6 +23,23 @@ namespace {
 using testing_support::ReplacedCall;
 using testing_support::SocketError;
 using testing_support::SystemMessage;
+
+/// Changes both error numbers at each write, as a stream to a file might.
+class DisturbingStreambuf : public std::streambuf {
+protected:
+    std::streamsize xsputn(const char* /*text*/, std::streamsize count) override {
+        WSASetLastError(WSAEBADF);
+        SetLastError(ERROR_INVALID_HANDLE);
+        return count;
+    }
+};
+class DisturbingStream : public std::ostream {
+public:
+    DisturbingStream() : std::ostream(nullptr) { rdbuf(&mBuffer); }
+
+private:
+    DisturbingStreambuf mBuffer;
+};
 
 /// Every function that makes a text, by name.
 struct TextFunction {
@@ -38,6 +58,17 @@ const TextFunction gTextFunctions[] = {
     {"errorText of the socket error", [] { errorText(false, nullptr, 2); }},
     {"lastErrorText of the value", [] { lastErrorText(true, &gFive, 1); }},
     {"lastErrorText of null", [] { lastErrorText(false, nullptr, 0); }},
+    {"ErrorNumber into a stream", [] { DisturbingStream() << ErrorNumber{5}; }},
+    {"ErrorState into a stream",
+     [] {
+         DisturbingStream() << ErrorState{0, 10054};
+     }},
+    {"ErrorState::select",
+     [] {
+         static_cast<void>(ErrorState{5, 10054}.select(0));
+     }},
+    {"consoleEventName", [] { consoleEventName(0); }},
+    {"consoleEventName of an unknown one", [] { consoleEventName(3); }},
 };
 
 TEST(ErrorStateTest, NoTextFunctionChangesTheErrorsOfTheCaller) {
@@ -130,8 +161,9 @@ TEST(ErrorStateTest, OneOfTheTwoIsSelected) {
         int which;
         uint32_t number;
     } rows[] = {
-        {{5, 10054}, 0, 5}, {{0, 10054}, 0, 10054}, {{5, 10054}, 1, 5},
-        {{0, 10054}, 1, 0}, {{5, 10054}, 2, 10054}, {{5, 0}, 2, 0},
+        {{5, 10054}, 0, 5},     {{0, 10054}, 0, 10054},  {{5, 10054}, 1, 5}, {{0, 10054}, 1, 0},
+        {{5, 10054}, 2, 10054}, {{5, 0}, 2, 0},          {{5, 10054}, 3, 5}, {{0, 10054}, 3, 10054},
+        {{5, 10054}, -1, 5},    {{0, 10054}, -1, 10054},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(row.state.select(row.which), row.number) << &row - rows;

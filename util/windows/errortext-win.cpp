@@ -66,6 +66,7 @@ std::optional<std::string> findMessage(DWORD flags, HMODULE source, uint32_t num
 /// The sentence for `number` without its line end and full stop, or the number itself.
 std::string messageAsPhrase(uint32_t number) {
     wchar_t* allocated = nullptr;
+    // Without FORMAT_MESSAGE_IGNORE_INSERTS, and meant as in findMessage: no sentence with gaps.
     const DWORD length = FormatMessageW(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM,
                                         /*lpSource=*/nullptr, number, gMessageLanguage,
                                         reinterpret_cast<wchar_t*>(&allocated), /*nSize=*/0,
@@ -145,13 +146,15 @@ const char* lastErrorText(bool withCode, const uint32_t* error, int which) {
     const WindowsErrorScope scope;
     const uint32_t number = error != nullptr ? *error : scope.error();
     // The text comes first: making the thread's string may change the error that it is about.
-    std::string text = errorText(withCode, &number, which);
+    const std::string text = errorText(withCode, &number, which);
     std::string& kept = threadText();
-    kept = std::move(text);
+    kept.assign(text);
     return kept.c_str();
 }
 
 std::ostream& operator<<(std::ostream& out, ErrorNumber number) {
+    // The insertion may call Windows as well.
+    const ErrorStateScope scope;
     return out << errorText(/*withCode=*/false, &number.mNumber, /*which=*/1);
 }
 

@@ -55,7 +55,7 @@ std::string ntErrorText(const char* context, uint32_t status);
 ///
 /// `which` says where the number comes from: 0, the value at `error`, or the socket error if that
 /// value is 0; 1, the value at `error`; 2, the socket error. A null `error` stands for the value
-/// of GetLastError, or of WSAGetLastError if that is 0.
+/// of GetLastError, or of WSAGetLastError if that is 0. A `which` other than these counts as 0.
 std::string errorText(bool withCode, const uint32_t* error, int which);
 
 /// The same text, kept by the calling thread: the pointer is good until this thread calls again

@@ -3,7 +3,6 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
-#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -130,6 +129,22 @@ TEST(Win32ErrorTextTest, WithoutASentenceTheNumberStandsInItsPlace) {
     EXPECT_EQ(win32ErrorText("C", 0x7fffffff), "C: Windows error 2147483647 (2147483647)");
 }
 
+TEST(Win32ErrorTextTest, ASentenceOfMoreThan499CharactersIsNone) {
+    {
+        const SystemMessage message(std::wstring(499, L'x'));
+        EXPECT_EQ(win32ErrorText("C", 5), "C: " + std::string(499, 'x') + " (5)");
+    }
+    const SystemMessage message(std::wstring(500, L'x'));
+    EXPECT_EQ(win32ErrorText("C", 5), "C: Windows error 5 (5)");
+    EXPECT_EQ(ntErrorText("C", 5), "C: NT error 0x00000005 (0x5)");
+}
+
+TEST(Win32ErrorTextTest, ASentenceWithGapsIsNone) {
+    const SystemMessage message(L"Insert %2 into drive %1.\r\n");
+    EXPECT_EQ(win32ErrorText("C", 34), "C: Windows error 34 (34)");
+    EXPECT_EQ(ntErrorText("C", 34), "C: NT error 0x00000022 (0x22)");
+}
+
 TEST(Win32ErrorTextTest, ANegativeNumberWithoutASentenceIsDecimalFirstAndThenHexadecimal) {
     const SystemMessage none(L"");
     EXPECT_EQ(win32ErrorText("C", -1), "C: Windows error -1 (0xffffffff)");
@@ -192,11 +207,12 @@ TEST(ErrorTextTest, TheNumberComesFromWhereTheRuleSays) {
         int socketError;
         DWORD number;
     } rows[] = {
-        {&five, 0, 7, 10054, 5},       {&zero, 0, 7, 10054, 10054}, {&zero, 0, 7, 0, 0},
-        {&five, 1, 7, 10054, 5},       {&zero, 1, 7, 10054, 0},     {&five, 2, 7, 10054, 10054},
-        {&five, 2, 7, 0, 0},           {nullptr, 0, 7, 10054, 7},   {nullptr, 0, 0, 10054, 10054},
-        {nullptr, 0, 0, 0, 0},         {nullptr, 1, 7, 10054, 7},   {nullptr, 1, 0, 10054, 10054},
-        {nullptr, 2, 7, 10054, 10054}, {nullptr, 2, 7, 0, 0},
+        {&five, 0, 7, 10054, 5},       {&zero, 0, 7, 10054, 10054},  {&zero, 0, 7, 0, 0},
+        {&five, 1, 7, 10054, 5},       {&zero, 1, 7, 10054, 0},      {&five, 2, 7, 10054, 10054},
+        {&five, 2, 7, 0, 0},           {nullptr, 0, 7, 10054, 7},    {nullptr, 0, 0, 10054, 10054},
+        {nullptr, 0, 0, 0, 0},         {nullptr, 1, 7, 10054, 7},    {nullptr, 1, 0, 10054, 10054},
+        {nullptr, 2, 7, 10054, 10054}, {nullptr, 2, 7, 0, 0},        {&five, 3, 7, 10054, 5},
+        {&zero, 3, 7, 10054, 10054},   {&zero, -1, 7, 10054, 10054},
     };
     for (const auto& row : rows) {
         const SystemMessage none(L"");
@@ -249,6 +265,16 @@ TEST(ErrorTextTest, WithoutASentenceTheNumberStandsInItsPlaceInHexadecimalFromTh
         const SystemMessage none(L"");
         EXPECT_EQ(errorText(false, &row.number, 1), row.text);
     }
+}
+
+TEST(ErrorTextTest, ASentenceWithGapsIsNoneAndALongOneIsTold) {
+    const uint32_t number = 34;
+    {
+        const SystemMessage message(L"Insert %2 into drive %1.\r\n");
+        EXPECT_EQ(errorText(false, &number, 1), "Error 34");
+    }
+    const SystemMessage message(std::wstring(600, L'x'));
+    EXPECT_EQ(errorText(false, &number, 1), std::string(600, 'x'));
 }
 
 TEST(ErrorTextTest, ANumberThatTheRealSystemDoesNotKnowIsToldAsANumber) {
@@ -305,65 +331,6 @@ TEST(ErrorTextTest, TheSystemsBufferIsFreedBeforeTheErrorIsRestored) {
     EXPECT_EQ(gFreed, message.calls()[0].allocated);
     EXPECT_EQ(after, 7U);
     call.original()(const_cast<void*>(gFreed));
-}
-
-TEST(LastErrorTextTest, ItIsTheErrorTextOfTheSameArguments) {
-    const SystemMessage none(L"");
-    const SocketError socketError(10054);
-    const uint32_t zero = 0;
-    const uint32_t five = 5;
-    SetLastError(7);
-    EXPECT_STREQ(lastErrorText(false, &five, 1), "Error 5");
-    EXPECT_STREQ(lastErrorText(true, &five, 0), "Error 5 (error code 5)");
-    EXPECT_STREQ(lastErrorText(false, &zero, 0), "Error 10054");
-    EXPECT_STREQ(lastErrorText(false, &five, 2), "Error 10054");
-}
-
-TEST(LastErrorTextTest, ANullErrorIsTheLastError) {
-    const SystemMessage none(L"");
-    const SocketError socketError(10054);
-    const struct {
-        DWORD lastError;
-        int which;
-        const char* text;
-    } rows[] = {
-        {7, 0, "Error 7"}, {7, 1, "Error 7"},     {7, 2, "Error 10054"},
-        {0, 1, "Error 0"}, {0, 0, "Error 10054"},
-    };
-    for (const auto& row : rows) {
-        SetLastError(row.lastError);
-        EXPECT_STREQ(lastErrorText(false, nullptr, row.which), row.text);
-    }
-}
-
-TEST(LastErrorTextTest, TheNextCallOfTheSameThreadTakesThePlaceOfTheText) {
-    const uint32_t number = noSystemError;
-    const uint32_t other = 0xffffffff;
-    const char* first = lastErrorText(false, &number, 1);
-    EXPECT_STREQ(first, "Error 536889105");
-    EXPECT_STREQ(lastErrorText(false, &other, 1), "Error 0xffffffff");
-}
-
-TEST(LastErrorTextTest, EachThreadHasATextOfItsOwn) {
-    const uint32_t number = noSystemError;
-    const char* mine = lastErrorText(false, &number, 1);
-    std::string theirs;
-    std::thread([&theirs] {
-        const uint32_t other = 0xffffffff;
-        theirs = lastErrorText(false, &other, 1);
-    }).join();
-    EXPECT_STREQ(mine, "Error 536889105");
-    EXPECT_EQ(theirs, "Error 0xffffffff");
-}
-
-TEST(LastErrorTextTest, TheFirstCallOfAThreadTellsTheSocketErrorAsItWas) {
-    const SystemMessage none(L"");
-    std::string text;
-    std::thread([&text] {
-        WSASetLastError(10054);
-        text = lastErrorText(false, nullptr, 2);
-    }).join();
-    EXPECT_EQ(text, "Error 10054");
 }
 
 TEST(ErrorTextTest, AStreamGetsTheTextWithoutTheCode) {

@@ -1,17 +1,21 @@
 #include "util/windows/scopedhandle-win.h"
 
+#include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "testing/debugoutput-win.h"
+#include "testing/memoryshortage-win.h"
 #include "testing/replacedcall-win.h"
 #include "testing/systemmessage-win.h"
 
 namespace {
 
 using testing_support::DebugOutput;
+using testing_support::MemoryShortage;
 using testing_support::ReplacedCall;
 using testing_support::SystemMessage;
 
@@ -98,6 +102,27 @@ TEST(ScopedHandleTest, AHandleThatCannotBeClosedIsTriedOnceOnly) {
     { const ScopedHandle handle(gSomeHandle); }
     EXPECT_EQ(gClosed.size(), 1U);
     EXPECT_EQ(output.texts().size(), 1U);
+}
+
+/// Releases handles that can't be closed, with ever more memory for telling of it.
+void releaseWithLittleMemory() {
+    const ClosedHandles calls(closeNone);
+    gClosed.reserve(100);
+    ScopedHandle(gSomeHandle).release();  // what the runtime allocates once is there from here on
+    for (int blocks = 0; blocks < 30; ++blocks) {
+        ScopedHandle handle(gSomeHandle);
+        const MemoryShortage shortage(blocks);
+        handle.release();
+        if (handle.isOpen()) {
+            std::exit(1);
+        }
+    }
+    std::fputs("released", stderr);
+    std::exit(gClosed.size() == 31 ? 0 : 1);
+}
+
+TEST(ScopedHandleDeathTest, LackOfMemoryLosesTheWordsAndNothingElse) {
+    EXPECT_EXIT(releaseWithLittleMemory(), testing::ExitedWithCode(0), "released");
 }
 
 TEST(ScopedHandleTest, ThePlaceIsByDefaultWhereTheObjectIsMade) {

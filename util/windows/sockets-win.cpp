@@ -1,5 +1,6 @@
 #include "util/windows/sockets-win.h"
 
+#include <atomic>
 #include <cstdint>
 #include <stdexcept>
 #include <string>
@@ -11,12 +12,12 @@
 
 namespace {
 
-bool gSocketsStarted = false;
+std::atomic<bool> gSocketsStarted{false};
 
 }  // namespace
 
 void startSockets() {
-    if (gSocketsStarted) {
+    if (gSocketsStarted.load(std::memory_order_relaxed)) {
         return;
     }
     WSADATA data;
@@ -27,5 +28,5 @@ void startSockets() {
         throw std::runtime_error(
             format(160, "couldn't initialize socket system: %.100s", why.c_str()));
     }
-    gSocketsStarted = true;
+    gSocketsStarted.store(true, std::memory_order_relaxed);
 }

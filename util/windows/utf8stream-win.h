@@ -10,7 +10,8 @@
 
 /// Reads a file in blocks of 4096 bytes and turns each into UTF-8.
 ///
-/// Takes `file` over, which must not be null, and closes it. `codePage` is one of
+/// Takes `file` over, which must not be null, and closes it. It must be open in binary mode, or
+/// line ends and Ctrl+Z are changed before the bytes are text. `codePage` is one of
 /// MultiByteToWideChar. Bytes that are no text of the code page become what the system puts in
 /// their place if `lenient` is set; otherwise the read that meets them throws Win32Exception
 /// "MultiByteToWideChar" with ERROR_NO_UNICODE_TRANSLATION (1113), and the next read goes on

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <iterator>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -16,6 +17,7 @@
 #include "testing/replacedcall-win.h"
 #include "testing/tempfolder.h"
 #include "util/windows/errortext-win.h"
+#include "util/windows/unicodetext-win.h"
 
 namespace {
 
@@ -27,8 +29,15 @@ constexpr size_t blockSize = 4096;
 class Utf8StreamTest : public testing::Test {
 protected:
     /// A file with this content, open for reading.
-    FILE* file(std::string_view content) const {
-        return std::fopen(mFolder.write("text", content).c_str(), "rb");
+    FILE* file(std::string_view content) const { return open(content, L"rb"); }
+
+    FILE* open(std::string_view content, const wchar_t* mode) const {
+        mFolder.write("text", content);
+        FILE* const opened = _wfopen((mFolder.path() / "text").c_str(), mode);
+        if (opened == nullptr) {
+            throw std::runtime_error("the file can't be opened");
+        }
+        return opened;
     }
 
     /// All that the stream gives for a file with this content.
@@ -223,6 +232,10 @@ TEST_F(Utf8StreamTest, ABadByteIsReplacedWhereTheStreamIsLenient) {
     // A lead byte of Shift-JIS, and nothing that could follow it.
     EXPECT_EQ(failure("\x82", 932, /*lenient=*/false), 1113U);
     EXPECT_EQ(failure("\x82", 932, /*lenient=*/true), 0U);
+    CPINFOEXW info;
+    ASSERT_TRUE(GetCPInfoExW(932, /*dwFlags=*/0, &info));
+    EXPECT_EQ(read("before\x82", 932, /*lenient=*/true),
+              "before" + toUtf8(std::wstring(1, info.UnicodeDefaultChar)));
 }
 
 TEST_F(Utf8StreamTest, ACodePageThatTakesNoFlagsIsRead) {
@@ -308,7 +321,10 @@ void readMoreUnitsThanBytes() {
     wchar_t path[MAX_PATH];
     GetModuleFileNameW(/*hModule=*/nullptr, path, MAX_PATH);
     const Conversion conversion(static_cast<int>(blockSize) + 1);
-    utf8streambuf(_wfopen(path, L"rb"), 1252, /*lenient=*/false).sgetc();
+    FILE* const program = _wfopen(path, L"rb");
+    if (program != nullptr) {
+        utf8streambuf(program, 1252, /*lenient=*/false).sgetc();
+    }
 }
 
 TEST(Utf8StreambufTest, MoreUnitsThanBytesAreABrokenInvariant) {
@@ -323,7 +339,7 @@ TEST_F(Utf8StreamTest, AsManyUnitsAsBytesAreAllowed) {
 }
 
 TEST_F(Utf8StreamTest, AFileThatCannotBeReadLooksLikeItsEnd) {
-    FILE* writeOnly = std::fopen(mFolder.write("text", "").c_str(), "wb");
+    FILE* writeOnly = open("", L"wb");
     utf8streambuf buffer(writeOnly, 65001, /*lenient=*/false);
     EXPECT_EQ(buffer.sgetc(), std::char_traits<char>::eof());
     EXPECT_EQ(std::feof(writeOnly), 0);

@@ -1,0 +1,11 @@
+#include <windows.h>
+
+#include "testing/badaddress.h"
+
+namespace testing_support {
+
+bool diedOfABadAddress(int status) {
+    return static_cast<DWORD>(status) == EXCEPTION_ACCESS_VIOLATION;
+}
+
+}  // namespace testing_support
