@@ -303,25 +303,25 @@ std::string normalForm(StringSpan path) {
 
 std::string joinPath(StringSpan first, StringSpan second, char separator) {
     std::string result;
-    if (first.length == 0 || isAbsolutePath(second, windowsPaths)) {
-        return result.append(second.view());
-    }
     if (second.length == 0) {
-        return result.append(first.view());
-    }
-    if (isPathSeparator(second.data[0])) {
+        result = first.view();
+    } else if (first.length == 0 || isAbsolutePath(second, windowsPaths)) {
+        result = second.view();
+    } else if (isPathSeparator(second.data[0])) {
         const Root root = findRoot(first);
         if (root.absolute && (!gCygwinPaths || root.range.length() != 0)) {
             root.appendText(first, result);
         }
-        return result.append(second.view());
+        result.append(second.view());
+    } else {
+        result.reserve(first.length + 1 + second.length);
+        result.append(first.view());
+        if (!isPathSeparator(result.back())) {
+            result += separator;
+        }
+        result.append(second.view());
     }
-    result.reserve(first.length + 1 + second.length);
-    result.append(first.view());
-    if (!isPathSeparator(result.back())) {
-        result += separator;
-    }
-    return result.append(second.view());
+    return result;
 }
 
 bool isInPath(const std::string& prefix, const std::string& path) {
