@@ -1,7 +1,8 @@
 #pragma once
 
 // The C runtime's names for the same call on the two platforms: the one place of the portable
-// layer that asks which platform it is. All fold ASCII case (the C runtime's, with locale "C").
+// layer that asks which platform it is. The comparisons fold case by the locale of the C runtime,
+// which is "C", that is ASCII letters alone, in a process that doesn't call `setlocale`.
 
 #include <cstdarg>
 #include <cstddef>

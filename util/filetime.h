@@ -7,7 +7,7 @@
 #include <string>
 
 /// A point in time: ticks of 100 ns since 1 January 1601 UTC, as Windows counts file times, and
-/// the nanoseconds below one tick. A plain value, with no clock and no zone of its own.
+/// the nanoseconds below one tick. A plain value; the zone comes in with the time stamp alone.
 ///
 /// No operation checks its range: the ticks wrap around at 64 bits.
 class FileTime {
@@ -17,8 +17,8 @@ public:
     static constexpr uint64_t secondsToUnixEpoch = 11'644'473'600;
     static constexpr uint64_t ticksToUnixEpoch = secondsToUnixEpoch * ticksPerSecond;
 
-    /// Seconds since 1970 and the rest, which together are the point in time. The division rounds
-    /// towards zero, so that the rest may be negative in front of 1970.
+    /// Whole seconds since 1970, rounded towards zero, and the rest, which may be negative in front
+    /// of 1970.
     struct UnixNanoseconds {
         int64_t seconds;
         int32_t nanoseconds;
@@ -30,7 +30,8 @@ public:
 
     /// Tick 0.
     constexpr FileTime() = default;
-    /// Any count of nanoseconds: those that make up whole ticks go over to the ticks.
+    /// Any count of nanoseconds: those that make up whole ticks go over to the ticks, and a
+    /// negative rest borrows one from them.
     FileTime(uint64_t ticks, int32_t nanoseconds);
     /// The same from seconds since 1970.
     static FileTime fromUnixTime(int64_t seconds, int32_t nanoseconds);
@@ -44,8 +45,10 @@ public:
     constexpr int32_t nanos() const { return mNanos; }
 
     /// The seconds are meant to be held in 32 bits and sign-extended, as the readers of this form
-    /// hold them: they turn negative in January 2038.
+    /// hold them: from January 2038 on they are no longer those of the point in time, and negative
+    /// at first.
     UnixNanoseconds unixTime() const;
+    /// The same, with the nanoseconds cut to whole microseconds.
     UnixMicroseconds unixTimeInMicroseconds() const;
     /// 100 ns since 1970; `nanos` is left out.
     int64_t unixTicks() const;

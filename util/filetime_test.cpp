@@ -10,11 +10,11 @@
 
 namespace {
 
-constexpr uint64_t epoch = 116444736000000000;
+constexpr uint64_t EPOCH = 116444736000000000;
 
 TEST(FileTimeTest, TheEpochsLieAsFarApartAsPublished) {
     EXPECT_EQ(FileTime::ticksToUnixEpoch, 0x19db1ded53e8000U);
-    EXPECT_EQ(FileTime::ticksToUnixEpoch, epoch);
+    EXPECT_EQ(FileTime::ticksToUnixEpoch, EPOCH);
 }
 
 TEST(FileTimeTest, ADefaultTimeIsTickZero) {
@@ -45,21 +45,21 @@ TEST(FileTimeTest, NegativeNanosecondsBorrowFromTheTicks) {
 }
 
 TEST(FileTimeTest, UnixSecondsAndNanosecondsBecomeTicks) {
-    EXPECT_EQ(FileTime::fromUnixTime(0, 0), FileTime(epoch, 0));
-    EXPECT_EQ(FileTime::fromUnixTime(1, 0), FileTime(epoch + 10'000'000, 0));
+    EXPECT_EQ(FileTime::fromUnixTime(0, 0), FileTime(EPOCH, 0));
+    EXPECT_EQ(FileTime::fromUnixTime(1, 0), FileTime(EPOCH + 10'000'000, 0));
     EXPECT_EQ(FileTime::fromUnixTime(1'234'567'890, 123'456'789),
-              FileTime(epoch + 12'345'678'901'234'567, 89));
+              FileTime(EPOCH + 12'345'678'901'234'567, 89));
     EXPECT_EQ(FileTime::fromUnixTime(-11'644'473'600, 0), FileTime(0, 0));
 }
 
 TEST(FileTimeTest, TicksBecomeUnixSecondsAndNanoseconds) {
-    const FileTime::UnixNanoseconds time = FileTime(epoch + 12'345'678'901'234'567, 89).unixTime();
+    const FileTime::UnixNanoseconds time = FileTime(EPOCH + 12'345'678'901'234'567, 89).unixTime();
     EXPECT_EQ(time.seconds, 1'234'567'890);
     EXPECT_EQ(time.nanoseconds, 123'456'789);
 }
 
 TEST(FileTimeTest, TheLastNanosecondOfASecondStaysInIt) {
-    const FileTime::UnixNanoseconds time = FileTime(epoch + 9'999'999, 99).unixTime();
+    const FileTime::UnixNanoseconds time = FileTime(EPOCH + 9'999'999, 99).unixTime();
     EXPECT_EQ(time.seconds, 0);
     EXPECT_EQ(time.nanoseconds, 999'999'999);
 }
@@ -84,11 +84,11 @@ TEST(FileTimeTest, SecondsAndRestInFrontOf1970AddUpToTheTime) {
     const FileTime::UnixNanoseconds second = FileTime::fromUnixTime(-1, 0).unixTime();
     EXPECT_EQ(second.seconds, -1);
     EXPECT_EQ(second.nanoseconds, 0);
-    const FileTime::UnixNanoseconds half = FileTime(epoch - 15'000'000, 0).unixTime();
+    const FileTime::UnixNanoseconds half = FileTime(EPOCH - 15'000'000, 0).unixTime();
     EXPECT_EQ(half.seconds, -1);
     EXPECT_EQ(half.nanoseconds, -500'000'000);
     EXPECT_EQ(FileTime::fromUnixTime(half.seconds, half.nanoseconds),
-              FileTime(epoch - 15'000'000, 0));
+              FileTime(EPOCH - 15'000'000, 0));
 }
 
 struct AddRow {
@@ -121,12 +121,12 @@ TEST(FileTimeTest, AddedNanosecondsOfEitherSignAreBroughtBackBelowOneTick) {
 TEST(FileTimeTest, TheLargestCountsOfNanosecondsCanBeAdded) {
     constexpr int64_t most = std::numeric_limits<int64_t>::max();
     constexpr int64_t least = std::numeric_limits<int64_t>::min();
-    FileTime time(epoch, 99);
+    FileTime time(EPOCH, 99);
     time.addNanoseconds(most);
-    EXPECT_EQ(time, FileTime(epoch + 92'233'720'368'547'759, 6));
-    time = FileTime(epoch, 0);
+    EXPECT_EQ(time, FileTime(EPOCH + 92'233'720'368'547'759, 6));
+    time = FileTime(EPOCH, 0);
     time.addNanoseconds(least);
-    EXPECT_EQ(time, FileTime(epoch - 92'233'720'368'547'759, 92));
+    EXPECT_EQ(time, FileTime(EPOCH - 92'233'720'368'547'759, 92));
 }
 
 TEST(FileTimeTest, AddedSecondsAreTenMillionTicksEach) {
@@ -140,10 +140,10 @@ TEST(FileTimeTest, AddedSecondsAreTenMillionTicksEach) {
 }
 
 TEST(FileTimeTest, CountsSince1970DifferByTheDistanceOfTheEpochs) {
-    EXPECT_EQ(FileTime::fromUnixTicks(0), FileTime(epoch, 0));
-    EXPECT_EQ(FileTime::fromUnixTicks(5), FileTime(epoch + 5, 0));
+    EXPECT_EQ(FileTime::fromUnixTicks(0), FileTime(EPOCH, 0));
+    EXPECT_EQ(FileTime::fromUnixTicks(5), FileTime(EPOCH + 5, 0));
     EXPECT_EQ(FileTime::fromUnixTicks(-116444736000000000), FileTime(0, 0));
-    EXPECT_EQ(FileTime(epoch + 5, 99).unixTicks(), 5);
+    EXPECT_EQ(FileTime(EPOCH + 5, 99).unixTicks(), 5);
     EXPECT_EQ(FileTime(0, 0).unixTicks(), -116444736000000000);
 }
 

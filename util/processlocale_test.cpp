@@ -28,6 +28,11 @@ void tellLocaleAndExit() {
     std::exit(0);
 }
 
+void tellLocaleUnderAnotherNameAndExit() {
+    const testing_support::EnvironmentScope scope("NIMBREL_LOCALE", UTF8);
+    tellLocaleAndExit();
+}
+
 // The locale is made at start-up, so the words are those of a child that starts with the variable;
 // the whole of what the child writes must be the locale's name.
 void expectLocaleOfAChild(const std::optional<std::string>& value, const std::string& name) {
@@ -62,6 +67,15 @@ TEST(ProcessLocaleDeathTest, WithoutTheVariableAProcessHasTheClassicLocaleAndSay
 
 TEST(ProcessLocaleDeathTest, WithAnUnknownNameAProcessHasTheClassicLocaleAndSaysNothing) {
     expectLocaleOfAChild(UNKNOWN, "C");
+}
+
+TEST(ProcessLocaleDeathTest, ANameThatIsSetAfterStartUpChangesNothingEvenBeforeTheFirstCall) {
+    if (!isKnown(UTF8)) {
+        GTEST_SKIP() << "this C++ library knows no locale " << UTF8;
+    }
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const testing_support::EnvironmentScope scope("NIMBREL_LOCALE", std::nullopt);
+    EXPECT_EXIT(tellLocaleUnderAnotherNameAndExit(), testing::ExitedWithCode(0), "^C$");
 }
 
 TEST(ProcessLocaleDeathTest, WithAKnownNameAProcessHasThatLocale) {

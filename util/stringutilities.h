@@ -6,8 +6,12 @@
 // follow the process-wide locale.
 //
 // All of it is free functions and small function objects without shared state: any thread may call
-// them, and none allocates more than the strings and vectors that it fills. None reports a failure,
-// save `splitQuoted`, which says false for an open quote; std::bad_alloc passes.
+// them, and none allocates more than the strings and vectors that it fills. Of failures
+// `splitQuoted` reports an open quote by false. What else can go wrong is a fault of the caller:
+// `format` throws std::length_error for a text beyond its capacity, `joinRanges` std::out_of_range
+// for a range that begins behind the text, `findUnescaped` asserts that its two characters differ.
+// `toLower` and `toUpper` throw std::bad_cast under a locale without character types, and
+// std::bad_alloc passes.
 //
 // Four sets of blanks stand side by side, and each function keeps to its own:
 //

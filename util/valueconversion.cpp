@@ -3,12 +3,14 @@
 #include <algorithm>
 #include <climits>
 #include <cstdlib>
+#include <cstring>
 #include <iomanip>
 #include <sstream>
 #include <string_view>
 
 #include "util/cruntime.h"
 #include "util/processlocale.h"
+#include "util/stringcompare.h"
 
 namespace {
 
@@ -17,19 +19,26 @@ struct BoolWord {
     bool value;
 };
 
-constexpr BoolWord boolWords[] = {{"yes", true}, {"on", true},   {"true", true},
-                                  {"no", false}, {"off", false}, {"false", false}};
-constexpr size_t longestBoolWord = 5;
+constexpr BoolWord BOOL_WORDS[] = {{"yes", true}, {"on", true},   {"true", true},
+                                   {"no", false}, {"off", false}, {"false", false}};
+constexpr size_t LONGEST_BOOL_WORD = 5;
 
-bool isSameWord(std::string_view word, StringSpan text) {
-    return word.size() == text.length &&
-           cruntime::strnicmp(word.data(), text.data, text.length) == 0;
+/// Stores the number at the start of a terminated text, and says whether it ends `length`
+/// characters behind that.
+bool parseTerminated(const char* text, size_t length, int* value) {
+    char* end = nullptr;
+    const long number = std::strtol(text, &end, 10);
+    if (value != nullptr) {
+        // A long is as wide as an int on one platform and wider on another.
+        *value = static_cast<int>(std::clamp<long>(number, INT_MIN, INT_MAX));
+    }
+    return static_cast<size_t>(end - text) == length;
 }
 
 }  // namespace
 
 bool parseBool(StringSpan text, bool* value) {
-    if (text.length == 0 || text.length > longestBoolWord) {
+    if (text.length == 0 || text.length > LONGEST_BOOL_WORD) {
         return false;
     }
     if (text.length == 1) {
@@ -52,8 +61,8 @@ bool parseBool(StringSpan text, bool* value) {
                 return false;
         }
     }
-    for (const BoolWord& word : boolWords) {
-        if (isSameWord(word.text, text)) {
+    for (const BoolWord& word : BOOL_WORDS) {
+        if (equalsNoCase(word.text, text)) {
             *value = word.value;
             return true;
         }
@@ -64,18 +73,12 @@ bool parseBool(StringSpan text, bool* value) {
 bool parseInt(StringSpan text, int* value) {
     // strtol stops at a terminator only, and the span needn't have one.
     const std::string terminated(text.view());
-    char* end = nullptr;
-    const long number = std::strtol(terminated.c_str(), &end, 10);
-    if (value != nullptr) {
-        // A long is as wide as an int on one platform and wider on another.
-        *value = static_cast<int>(std::clamp<long>(number, INT_MIN, INT_MAX));
-    }
-    return end == terminated.c_str() + terminated.size();
+    return parseTerminated(terminated.c_str(), terminated.size(), value);
 }
 
 bool parseInt(const char* text, int length, int* value) {
-    return parseInt(length < 1 ? StringSpan(text) : StringSpan(text, static_cast<size_t>(length)),
-                    value);
+    return parseTerminated(text, length < 1 ? std::strlen(text) : static_cast<size_t>(length),
+                           value);
 }
 
 std::string doubleToString(double value, int precision) {

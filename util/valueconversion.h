@@ -17,15 +17,19 @@ bool parseBool(StringSpan text, bool* value);
 /// True if the number is all of `text`. An empty text (a null span as well) is the number 0;
 /// blanks behind the digits, and blanks or a sign alone, fail. `*value` takes what was read in
 /// front of the first wrong character (0 if that is nothing), also when the result is false;
-/// `value` may be null. Not a character outside the span is read, and no terminator is needed.
+/// `value` may be null. Not a character outside the span is read, and no terminator is needed: the
+/// first two characters of "12345" are the number 12.
 bool parseInt(StringSpan text, int* value);
 
-/// The same for the first `length` characters of `text`. A `length` below 1 means that the text
-/// runs up to its terminator.
+/// Reads the number at the start of a terminated text, however long it is, and is true if it ends
+/// just `length` characters behind that start: "12345" with a length of 2 is 12345 and false. A
+/// text without a number is 0 and ends at its start. A `length` below 1 is that of the whole text.
+/// `text` is not null; `value` may be.
 bool parseInt(const char* text, int length, int* value);
 
-/// `value` with `precision` significant digits, in decimal or exponential notation, whichever is
-/// shorter ("%g"). The decimal point is a full stop whatever the locale.
+/// `value` as "%g" writes it: up to `precision` significant digits (0 counts as 1) without zeros at
+/// the end, and with an exponent if that is below -4 or not below the precision. Infinity is "inf",
+/// no number "nan". The decimal point is a full stop whatever the locale.
 std::string doubleToString(double value, int precision);
 
 /// Codes of the platforms that have a name.
@@ -46,7 +50,8 @@ int parsePlatform(const char* name);
 StringSpan buildPlatform();
 
 /// `text` in the narrow characters of `locale`, one for each unit, with `replacement` for each
-/// unit that has none. For display: what was replaced is lost (`toUtf8` keeps everything).
+/// unit that has none. Which units have one is the facet's affair: U+00E9 is a byte to one and
+/// replaced by another. For display: what was replaced is lost (`toUtf8` keeps everything).
 /// std::bad_cast if the locale has no std::ctype<wchar_t>.
 std::string narrowText(const std::wstring& text, char replacement, const std::locale& locale);
 

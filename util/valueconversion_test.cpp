@@ -1,6 +1,7 @@
 #include "util/valueconversion.h"
 
 #include <climits>
+#include <limits>
 #include <sstream>
 #include <vector>
 
@@ -137,12 +138,20 @@ TEST(ParseIntTest, TheNumberEndsWhereTheSpanEnds) {
 
 TEST(ParseIntTest, ALengthSaysHowMuchOfATextIsMeant) {
     int value = 0;
-    EXPECT_TRUE(parseInt("12345", 2, &value));
-    EXPECT_EQ(value, 12);
     EXPECT_TRUE(parseInt("12a", 2, &value));
     EXPECT_EQ(value, 12);
     EXPECT_FALSE(parseInt("34a", 3, &value));
     EXPECT_EQ(value, 34);
+    EXPECT_FALSE(parseInt("56", 3, &value));
+    EXPECT_EQ(value, 56);
+    EXPECT_TRUE(parseInt(" -7", 3, &value));
+    EXPECT_EQ(value, -7);
+}
+
+TEST(ParseIntTest, ANumberIsReadBeyondTheLengthAndThenFails) {
+    int value = 0;
+    EXPECT_FALSE(parseInt("12345", 2, &value));
+    EXPECT_EQ(value, 12345);
 }
 
 TEST(ParseIntTest, ALengthBelowOneMeansUpToTheTerminator) {
@@ -185,6 +194,18 @@ TEST(DoubleToStringTest, ThePrecisionCountsSignificantDigits) {
     EXPECT_EQ(doubleToString(-0.5, 6), "-0.5");
     EXPECT_EQ(doubleToString(100, 6), "100");
     EXPECT_EQ(doubleToString(0.1, 17), "0.10000000000000001");
+}
+
+TEST(DoubleToStringTest, APrecisionOfZeroCountsAsOne) {
+    EXPECT_EQ(doubleToString(3.14159265, 0), "3");
+    EXPECT_EQ(doubleToString(28, 0), "3e+01");
+}
+
+TEST(DoubleToStringTest, InfinityAndNoNumberHaveTheirWords) {
+    using Limits = std::numeric_limits<double>;
+    EXPECT_EQ(doubleToString(Limits::infinity(), 6), "inf");
+    EXPECT_EQ(doubleToString(-Limits::infinity(), 6), "-inf");
+    EXPECT_EQ(doubleToString(Limits::quiet_NaN(), 6), "nan");
 }
 
 TEST(DoubleToStringTest, ANumberTooLongForItsPrecisionHasAnExponent) {

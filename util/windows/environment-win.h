@@ -4,5 +4,6 @@
 #include <string>
 
 /// The value of an environment variable of the process in UTF-8, and nothing if it isn't set. Asks
-/// the system and not the C runtime, so that changes by any module of the process are seen.
+/// the system and not the C runtime, so that changes by any module of the process are seen. Any
+/// thread may ask. GetLastError is changed, also by a success.
 std::optional<std::string> environmentVariable(const char* name);

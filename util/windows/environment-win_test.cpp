@@ -1,10 +1,16 @@
 #include "util/windows/environment-win.h"
 
+#include <algorithm>
+
 #include <gtest/gtest.h>
 
 #include <windows.h>
 
+#include "testing/replacedcall-win.h"
+
 namespace {
+
+using testing_support::ReplacedCall;
 
 constexpr const wchar_t* NAME = L"NBCC_ENVIRONMENT_TEST";
 
@@ -28,6 +34,18 @@ TEST(EnvironmentVariableTest, AValueOfAnyLengthIsWhole) {
     for (const size_t length : {259U, 260U, 261U, 5000U}) {
         EXPECT_EQ(valueOf(std::wstring(length, L'x').c_str()), std::string(length, 'x'));
     }
+}
+
+TEST(EnvironmentVariableTest, AValueThatGrowsBetweenTwoCallsIsWhole) {
+    const ReplacedCall<decltype(GetEnvironmentVariableW)> call(
+        "GetEnvironmentVariableW", [](LPCWSTR, LPWSTR buffer, DWORD room) -> DWORD {
+            if (room < 500) {
+                return room < 300 ? 300 : 500;
+            }
+            std::fill_n(buffer, 499, L'g');
+            return 499;
+        });
+    EXPECT_EQ(environmentVariable("ANY"), std::string(499, 'g'));
 }
 
 }  // namespace

@@ -45,8 +45,8 @@ void takeDevice(HANDLE device, FileStat& stat) {
     stat.size = joined(high, low);
 }
 
-/// Whether the volume of `path` is of the file system "MVFS". The last error is a denial of access
-/// afterwards, unless the path has no long form.
+/// Whether the volume of `path` is of the file system "MVFS". If it isn't, the last error is a
+/// denial of access, unless the path has no long form.
 bool liesOnMvfs(const std::string& path) {
     std::string name;
     if (!System::longPath(path, name)) {
@@ -58,11 +58,14 @@ bool liesOnMvfs(const std::string& path) {
         name.substr(0, 3).c_str(), volume.data(), volume.size(), /*lpVolumeSerialNumber=*/nullptr,
         /*lpMaximumComponentLength=*/nullptr, /*lpFileSystemFlags=*/nullptr, fileSystem.data(),
         fileSystem.size());
+    if (known && std::string_view(fileSystem.data()) == "MVFS") {
+        return true;
+    }
     SetLastError(ERROR_ACCESS_DENIED);
-    return known && std::string_view(fileSystem.data()) == "MVFS";
+    return false;
 }
 
-/// Makes a file take the access list that its folder hands down.
+/// Applies an empty security descriptor whose discretionary list is not present and defaulted.
 void resetSecurity(const std::wstring& name) {
     SECURITY_DESCRIPTOR empty;
     InitializeSecurityDescriptor(&empty, SECURITY_DESCRIPTOR_REVISION);
@@ -85,6 +88,7 @@ FileStat::FileStat(const WIN32_FIND_DATAW& entry) : links(1) { takeCommonFacts(e
 
 FileStat::FileStat(const WIN32_FIND_DATAA& entry) : links(1) { takeCommonFacts(entry, *this); }
 
+// The second argument is meant to be left unread: callers still pass it.
 bool FileStat::read(const std::string& path, int /*unused*/) {
     const ScopedHandle file(openAnything(path, /*access=*/0));
     if (!file.isOpen()) {
@@ -128,6 +132,7 @@ bool FileStat::applyAttributes(const std::string& path) {
     if (path.size() >= suffix.size() &&
         cruntime::stricmp(path.c_str() + path.size() - suffix.size(), suffix.data()) == 0) {
         resetSecurity(name);
+        // Meant: the result tells of the attributes, and so does the error beside it.
         SetLastError(error);
     }
     return applied != FALSE;

@@ -11,7 +11,7 @@
 /// listing, and written back.
 ///
 /// Operations on files take UTF-8 paths of any length, report by their result and leave the failure
-/// in GetLastError.
+/// in GetLastError. Values share no state: each may be used by one thread at a time.
 struct FileStat {
     uint64_t device = 0;     ///< volume serial number; 0 when not known
     uint64_t fileIndex = 0;  ///< high word above low word; 0 when not known
@@ -21,9 +21,10 @@ struct FileStat {
     FileTime accessed;
     FileTime written;
     uint32_t reserved[3] = {};  ///< always zero
-    /// The Windows file attribute bits. Never zero once set: 128 (normal) stands for no other bit,
-    /// and is not combined with any. The reparse point bit comes from `setLink` alone, never from a
-    /// file.
+    /// The Windows file attribute bits. The setters keep a rule: the word is never zero, as 128
+    /// (normal) stands for no other bit, and 128 is combined with none. Filling takes the bits as
+    /// they are, less the reparse point bit (0x400), which may leave 0. That bit is for callers to
+    /// mark a link with.
     uint32_t attributes = 0;
 
     FileStat() = default;
@@ -40,8 +41,9 @@ struct FileStat {
     /// Writes the three times to the file. On a file system named "MVFS" a denial of access counts
     /// as success.
     bool applyTimes(const std::string& path);
-    /// Writes `attributes` to the file; an ".exe" also loses its own access list, and gets the one
-    /// that it inherits. The result tells of the attributes alone.
+    /// Writes `attributes` to the file. To an ".exe" (in any mix of case) an empty security
+    /// descriptor without a discretionary list is applied as well. The result and GetLastError tell
+    /// of the attributes alone.
     bool applyAttributes(const std::string& path);
 
     /// Copies `device`, `fileIndex`, `size` and `links`, and by the bits of `mask`: `created` (1),

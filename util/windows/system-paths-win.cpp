@@ -64,7 +64,8 @@ bool mayHaveTrailing(std::wstring_view path) {
     return false;
 }
 
-/// Removes the blanks and dots at the end of each name.
+/// Removes the blanks and dots at the end of each name. The expression decides, which is meant: its
+/// `$` also matches before a line end.
 void removeTrailing(std::wstring& path) {
     // The expression takes microseconds even where it finds nothing.
     if (!mayHaveTrailing(path)) {
@@ -90,10 +91,12 @@ void buildUnicodePath(const std::string& path, std::wstring& result, PathKind& k
         kind = PathKind::local;
     } else if (isNetwork(path) && isPrefixed(path)) {
         appendWide(path, result);
+        // Meant, whatever is behind the prefix: "\\?\UNC\srv\sh\nul" loses the prefix as well.
         kind = PathKind::local;
     } else if (isNetwork(path)) {
         const std::string share = folded(path);
-        setPrefixed(UNC_PREFIX, StringSpan(share.data() + 2, share.size() - 2), result);
+        // Throws where there are no two: with Cygwin paths "//" folds to "/".
+        setPrefixed(UNC_PREFIX, std::string_view(share).substr(2), result);
         kind = PathKind::network;
     } else {
         appendWide(path, result);
@@ -102,6 +105,16 @@ void buildUnicodePath(const std::string& path, std::wstring& result, PathKind& k
         c = c == L'/' ? L'\\' : c;
     }
     removeTrailing(result);
+}
+
+/// One line to the debugger; lack of memory loses it.
+void tellDebugger(const std::string& path, const std::exception& failure) noexcept {
+    try {
+        DebugStream() << "System::unicodePath(\"" << path << "\"):  " << failure.what()
+                      << std::endl;
+    } catch (...) {
+        return;
+    }
 }
 
 /// Whether the last component is "nul", in any case.
@@ -130,7 +143,7 @@ std::wstring System::unicodePath(const std::string& path) {
     try {
         buildUnicodePath(path, result, kind);
     } catch (const std::exception& e) {
-        DebugStream() << "System::unicodePath(\"" << path << "\"):  " << e.what() << std::endl;
+        tellDebugger(path, e);
     }
     if (kind == PathKind::local && namesNullDevice(result)) {
         result.erase(0, LOCAL_PREFIX.size());
@@ -174,6 +187,7 @@ bool System::longPath(const std::string& path, std::string& result) {
         buffer.resize(length);
         length = GetLongPathNameW(name.c_str(), buffer.data(), length);
     }
+    // A name that grew in between doesn't fit even now, and the buffer holds nothing of it.
     if (length == 0 || length > buffer.size()) {
         return false;
     }
@@ -189,7 +203,7 @@ bool System::shortPath(const std::string& path, std::string& result) {
     if (length == 0) {
         return false;
     }
-    // No second call, unlike for the long form: meant, a longer name is a text of null characters.
+    // No second call, unlike for the long form: meant, the length alone is taken.
     buffer.resize(length);
     result = fromWindows(buffer);
     return true;

@@ -5,6 +5,9 @@
 // Paths on their way to Windows and back. Above this layer a path is UTF-8 with either kind of
 // slash and of any length; Windows gets the wide form that its limit of 260 characters doesn't
 // concern.
+//
+// Any thread may call these at any time, save while `setCygwinPaths` runs. The current directory
+// belongs to the process, and any thread can change it.
 
 namespace System {
 
@@ -16,23 +19,27 @@ namespace System {
 ///     "sub/x", "c:x"       L"sub\\x", L"c:x"            anything else is only widened
 ///     "c:/nul"             L"c:\\nul"                   the device: it works without prefix only
 ///
-/// As Windows itself would do without the prefix, blanks and dots at the end of each name are
-/// removed, unless the name has nothing else.
+/// "Only widened" means UTF-16 with backslashes. In every form, a run of blanks and dots at the
+/// end of a name is removed as far as it follows a character of that name which is no dot: "a. "
+/// becomes "a", "..." stays, and of a name of blanks the first stays. A line end inside a name
+/// counts as its end here.
 ///
-/// Never stops the process, and throws nothing but std::bad_alloc: a path that can't be converted
-/// (`//server` alone, or one that the expression for names gives up on) is told to the debugger,
-/// and the result is empty or partly built, so that the file function that gets it fails.
+/// Never throws: a path that can't be converted (`//server` alone, one that the expression for
+/// names gives up on, lack of memory) is told to the debugger as
+/// "System::unicodePath("PATH"):  REASON", a line that lack of memory loses, and the result is
+/// empty or partly built, so that the file function that gets it fails.
 std::wstring unicodePath(const std::string& path);
 
 /// The current directory with forward slashes; empty if Windows gives no answer.
 std::string getcwd();
 
 /// Gets the long form of a name into `result`, absolute and with forward slashes. False, with the
-/// failure in GetLastError, if Windows has none; `result` is then the absolute form of `path`.
+/// failure in GetLastError, if Windows has none; `result` is then the absolute form of `path`. A
+/// name that grows while it is asked for is the one failure that GetLastError doesn't tell of.
 bool longPath(const std::string& path, std::string& result);
 
-/// The same for the short form. One of over 260 characters isn't fetched: the result is then that
-/// many null characters.
+/// The same for the short form. A text of over 260 characters isn't fetched: the answer is true,
+/// and the result has that length.
 bool shortPath(const std::string& path, std::string& result);
 
 }  // namespace System

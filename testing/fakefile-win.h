@@ -1,0 +1,33 @@
+#pragma once
+
+#include "testing/replacedcall-win.h"
+
+namespace testing_support {
+
+/// Until the scope ends, CreateFileW of this program opens nothing and gives one and the same
+/// handle, and CloseHandle counts. One at a time, in one thread.
+class FakeFile {
+public:
+    FakeFile() { sCloses = 0; }
+
+    /// How often the handle was closed.
+    int closes() const { return sCloses; }
+
+private:
+    static inline int sCloses = 0;
+
+    static HANDLE handle() { return reinterpret_cast<HANDLE>(0x1234); }
+    static HANDLE WINAPI open(LPCWSTR, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD, DWORD, HANDLE) {
+        return handle();
+    }
+    static BOOL WINAPI close(HANDLE closed) {
+        // Of any other handle this program closes there is nothing to count.
+        sCloses += closed == handle() ? 1 : 0;
+        return TRUE;
+    }
+
+    ReplacedCall<decltype(CreateFileW)> mOpen{"CreateFileW", open};
+    ReplacedCall<decltype(CloseHandle)> mClose{"CloseHandle", close};
+};
+
+}  // namespace testing_support
