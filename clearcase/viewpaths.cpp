@@ -34,24 +34,20 @@ std::string upperDriveOf(const std::string& path) {
     return drive;
 }
 
-/// Absolute and in normal form, with an upper-case drive.
-std::string tidied(const std::string& cwd, const std::string& path) {
-    std::string result;
-    if (!path.empty() && isPathSeparator(path[0], windowsPaths)) {
+/// `path` in normal form, taken against `cwd` where it isn't absolute.
+std::string absoluteNormalForm(const std::string& cwd, const std::string& path) {
+    std::string absolute;
+    if (!path.empty() && isPathSeparator(path[0])) {
         // Meant for drive-relative paths; that a UNC path loses its server's meaning is accepted.
-        result = driveOf(cwd) + path;
-        toBackslashes(result);
-        result = normalizePath(result);
+        absolute = driveOf(cwd) + path;
     } else if (isAbsolutePath(path, windowsPaths)) {
         // It begins with a drive, so that backslashes would not change its normal form.
-        result = normalizePath(path);
+        return normalizePath(path);
     } else {
-        result = joinPath(cwd, path, '/');
-        toBackslashes(result);
-        result = normalizePath(result);
+        absolute = joinPath(cwd, path, '/');
     }
-    capitalize(result);
-    return result;
+    toBackslashes(absolute);
+    return normalizePath(absolute);
 }
 
 /// The root of one tag: the folder of a view on the MVFS drive, or a view drive. Empty if it is
@@ -105,6 +101,18 @@ const std::string& cachedRoute(Drives& viewRootCache, const std::string& root,
     return viewRootCache.emplace(root, otherRoute(root, mvfsRoot, viewDrives)).first->second;
 }
 
+/// The normal form of `rest` below `root`, which ends in no separator.
+std::string normalFormBelow(const std::string& root, const std::string& rest) {
+    if (rest.empty() || isAbsolutePath(rest, windowsPaths)) {
+        return normalizePath(joinPath(root, rest, '/'));
+    }
+    // The joined text is of use for a moment only: it stays off the heap.
+    boost::container::small_vector<char, 512> joined(root.begin(), root.end());
+    joined.push_back('/');
+    joined.insert(joined.end(), rest.begin(), rest.end());
+    return normalForm(StringSpan(joined.data(), joined.size()));
+}
+
 }  // namespace
 
 std::string otherRoute(const std::string& root, const std::string& mvfsRoot,
@@ -142,7 +150,8 @@ std::string canonicalizeViewPath(const std::string& mvfsRoot, const Drives& view
                                  Drives& viewRootCache, Mutex& viewRootCacheLock,
                                  const std::string& cwd, const std::string& path,
                                  const std::vector<std::string>& vobTags, std::ostream& errors) {
-    std::string s = tidied(cwd, path);
+    std::string s = absoluteNormalForm(cwd, path);
+    capitalize(s);
     const std::string drive = driveOf(s);
     if (drive != mvfsRoot && viewDrives.count(drive) == 0) {
         return s;
@@ -161,12 +170,12 @@ std::string canonicalizeViewPath(const std::string& mvfsRoot, const Drives& view
             continue;
         }
         if (makeRelativeTo(other, s)) {
-            s = joinPath(root, s, '/');
+            s = normalFormBelow(root, s);
         } else {
+            // The path stays as it is, and so in its normal form.
             errors << "Couldn't make " + s + " relative to " + other + "!\n";
         }
         // Only a path that was moved has backslashes. Meant: hosts rely on the asymmetry.
-        s = normalizePath(s);
         toBackslashes(s);
         return s;
     }

@@ -159,6 +159,16 @@ TEST_F(CanonicalizeViewPathTest, WithoutAnMvfsDriveAViewDriveHasNoOtherRoute) {
     EXPECT_EQ(mCache, (Drives{{"Y:", "tag2"}})) << "the view's tag behind nothing";
 }
 
+TEST_F(CanonicalizeViewPathTest, ARestThatIsAbsoluteByItselfStandsAlone) {
+    EXPECT_EQ(canonical("X:\\b:c\\d", {"M:\\tag1\\vob"}), "b:\\c\\d");
+}
+
+TEST_F(CanonicalizeViewPathTest, ADriveOfTwoLettersIsARootInUpperCase) {
+    mViewDrives = {{"AB", "tag2"}, {"X:", "tag1"}};
+    EXPECT_EQ(canonical("X:\\a", {"ab\\vob"}), "X:/a");
+    EXPECT_EQ(mCache, (Drives{{"AB", "M:/tag2"}}));
+}
+
 TEST_F(CanonicalizeViewPathTest, AnEmptyViewTagStandsForTheMvfsDriveItself) {
     mViewDrives = {{"X:", ""}};
     EXPECT_EQ(canonical("M:\\tag\\a.c", {"X:\\vob"}), "X:\\tag\\a.c");

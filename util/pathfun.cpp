@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdint>
+#include <cstring>
 
 #include <boost/container/small_vector.hpp>
 
@@ -243,6 +244,10 @@ bool parsePathRoot(StringSpan path, PathRange& root, std::string* rootText, int 
 }
 
 bool isAbsolutePath(StringSpan path, int mode) {
+    if (mode == windowsPaths && path.length >= 2 && path.data[1] == ':' &&
+        !isPathSeparator(path.data[0])) {
+        return true;  // a drive, as nearly always
+    }
     PathRange root;
     return parsePathRoot(path, root, /*rootText=*/nullptr, mode);
 }
@@ -353,9 +358,11 @@ bool makeRelativeTo(const std::string& base, std::string& path) {
     PathRange theirs = pathRoot.range;
     // The roots first, and then the names, until the base has no more.
     do {
+        const char* name = base.data() + ours.begin;
+        const char* other = path.data() + theirs.begin;
         if (ours.length() != theirs.length() ||
-            cruntime::strnicmp(base.data() + ours.begin, path.data() + theirs.begin,
-                               ours.length()) != 0) {
+            (std::memcmp(name, other, ours.length()) != 0 &&
+             cruntime::strnicmp(name, other, ours.length()) != 0)) {
             return false;
         }
         ours = nextName(base, ours.end);
