@@ -65,7 +65,7 @@ const char* expectedUnescaped(const char* first, const char* last, char c, char 
 void checkFinders(const std::string& text, const std::string& characters) {
     const char* const first = text.data();
     const char* const last = first + text.size();
-    const std::string set = characters.c_str();
+    const std::string set = characters.substr(0, characters.find('\0'));
     NB_ASSERT(findAnyOf(first, last, set.c_str()) == std::find_if(first, last, [&](char c) {
                   return std::strchr(set.c_str(), c) != nullptr;
               }));
@@ -77,7 +77,7 @@ void checkFinders(const std::string& text, const std::string& characters) {
 }
 
 void checkFields(const std::string& text, char delimiter) {
-    const std::string whole = text.c_str();
+    const std::string whole = text.substr(0, text.find('\0'));
     std::string cut = whole;
     std::string joined;
     char* cursor = cut.data();
