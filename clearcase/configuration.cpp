@@ -5,6 +5,7 @@
 #include <ostream>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "util/pathfun.h"
 
@@ -144,9 +145,21 @@ std::string elementKey(StringSpan path) {
 void readConfiguration(std::istream& input, const std::string& viewRootPrefix,
                        Configuration& configuration, std::ostream& errors) {
     ConfigurationReader reader(viewRootPrefix, configuration, errors);
-    std::string line;
-    // Not for(; getline();): a last line that the end of the file cuts short doesn't count.
-    while (std::getline(input, line).good()) {
-        reader.readLine(line);
-    }
+    std::vector<char> block(65536);
+    std::string begun;  // what the block before left of its last line
+    do {
+        input.read(block.data(), static_cast<std::streamsize>(block.size()));
+        std::string_view text(block.data(), static_cast<size_t>(input.gcount()));
+        for (size_t end = text.find('\n'); end != std::string_view::npos; end = text.find('\n')) {
+            if (begun.empty()) {
+                reader.readLine(text.substr(0, end));
+            } else {
+                reader.readLine(begun.append(text, 0, end));
+                begun.clear();
+            }
+            text.remove_prefix(end + 1);
+        }
+        begun.append(text);
+    } while (input.good());
+    // Meant: a last line that the end of the file cuts short doesn't count.
 }

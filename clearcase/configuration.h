@@ -40,7 +40,7 @@ struct Configuration {
     std::map<std::string, ElementRecord> elements;
 };
 
-/// Reads `input` to its end into `configuration`, line by line. A bad line is complained of in
+/// Reads `input` to its end into `configuration`, a block at a time. A bad line is complained of in
 /// `errors`, one line each, and reading goes on. A path in "[attrs]" that isn't absolute stops the
 /// process.
 void readConfiguration(std::istream& input, const std::string& viewRootPrefix,

@@ -233,6 +233,16 @@ TEST(ConfigurationTest, NullsAndBytesThatAreNoTextAreKept) {
     EXPECT_EQ(result.errors, "Invalid line in [vobs]:  x\0y\n"s);
 }
 
+TEST(ConfigurationTest, LinesMayLieAnyhowAcrossTheBlocksThatAreRead) {
+    for (const size_t padding : {65520U, 65527U, 65528U, 65529U, 65535U, 65536U, 131000U}) {
+        std::string comment(padding, 'x');
+        comment.front() = ';';
+        comment.back() = '\n';
+        EXPECT_EQ(vobsOf(read(comment + "[vobs]\na=ro\nb=\n")), "a=1\nb=0\n") << padding;
+        EXPECT_EQ(vobsOf(read("[vobs]\n" + comment + "a=ro\nb=")), "a=1\n") << padding;
+    }
+}
+
 TEST(ConfigurationTest, ALineOfAMegabyteIsALineLikeAnyOther) {
     const std::string name(1 << 20, 'n');
     const Read result = read("[vobs]\n" + name + "=" + std::string(1 << 20, ',') +

@@ -111,6 +111,7 @@ TEST_CASE("canonicalizeViewPath") {
 
     // Ten VOBs of a view, and a path on the drive that is mapped to it.
     std::vector<std::string> tags;
+    tags.reserve(10);
     for (int i = 0; i < 10; ++i) {
         tags.push_back("M:\\view2\\vobs\\part" + std::to_string(i));
     }

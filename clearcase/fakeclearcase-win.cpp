@@ -28,9 +28,7 @@ FakeClearCase::FakeClearCase(const void* /*unused*/) {
     const std::string name = variableOr("NBCLEARCASE_FAKE_INI", "nbclearcase_fake.ini");
     const std::string viewRootPrefix = variableOr("CLEARCASE_ROOT", "");
 
-    std::vector<char> buffer(65536);
     std::filebuf file;
-    file.pubsetbuf(buffer.data(), static_cast<std::streamsize>(buffer.size()));
     // As text, so that line ends are the system's. Others may read and write it meanwhile.
     if (file.open(toWide(name).c_str(), std::ios::in) == nullptr) {
         return;
