@@ -14,7 +14,7 @@ std::string outcome(const char* localName, const char* remoteName,
     takeConnection(localName, remoteName, provider, root, drives);
     std::string text = root + "|";
     for (const auto& [drive, tag] : drives) {
-        text += drive + ">" + tag;
+        text.append(drive).append(">").append(tag);
     }
     return text;
 }

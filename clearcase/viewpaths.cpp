@@ -173,7 +173,9 @@ std::string canonicalizeViewPath(const std::string& mvfsRoot, const Drives& view
             s = normalFormBelow(root, s);
         } else {
             // The path stays as it is, and so in its normal form.
-            errors << "Couldn't make " + s + " relative to " + other + "!\n";
+            std::string complaint = "Couldn't make ";
+            complaint.append(s).append(" relative to ").append(other).append("!\n");
+            errors << complaint;
         }
         // Only a path that was moved has backslashes. Meant: hosts rely on the asymmetry.
         toBackslashes(s);

@@ -243,6 +243,7 @@ TEST_F(CanonicalizeViewPathTest, ThreadsShareOneCache) {
     }
     std::atomic<int> wrong{0};
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([&] {
             std::ostringstream errors;
