@@ -40,8 +40,7 @@ TEST(ChildProcessTest, ArgumentsArriveLetterForLetter) {
                                               "a\\\\\"b",
                                               "C:\\x y\\z",
                                               "%PATH%",
-                                              "gr\xc3\xb6\xc3\x9f"
-                                              "e",
+                                              "gr\xc3\xb6\xc3\x9f\x65",
                                               "\xf0\x9f\x98\x80",
                                               "^&|<>",
                                               "*.cpp"};

@@ -67,6 +67,7 @@ TEST(ThreadsTest, EightThreadsGetTheAnswersOfOneAndLeaveNeitherMemoryNorHandles)
                                             "y:/b/../d",     folder.utf8(), folder.utf8("missing")};
     const std::vector<std::string> tags = {"M:\\tag3\\v", "M:\\tag1\\vob", "Y:\\b"};
     std::vector<Answer> expected;
+    expected.reserve(paths.size());
     for (const std::string& path : paths) {
         expected.push_back(ask(*connection, path, tags));
     }
