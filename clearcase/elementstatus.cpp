@@ -18,7 +18,7 @@ std::optional<ElementType> configuredStatus(const std::map<std::string, ElementR
         if (isAbsolutePath(element.value, windowsPaths)) {
             *target = element.value;
         } else {
-            // As the caller spelled it, and not normalised: meant, hosts compare the spelling.
+            // Meant: against the parent as the caller spelled it, and not normalised.
             *target = joinPath(parentPath(path), element.value, '/');
         }
         return elementSymbolicLink;

@@ -62,7 +62,7 @@ private:
 std::string lookupMvfsDrives(std::map<std::string, std::string>& drives) {
     std::string root;
     ConnectedDisks disks;
-    // The narrow calls give view tags in the system's code page. Meant: so hosts spell them.
+    // Meant: the narrow calls, which give view tags in the system's code page.
     const auto take = [&](const NETRESOURCEA& entry) {
         takeConnection(entry.lpLocalName, entry.lpRemoteName, entry.lpProvider, root, drives);
     };

@@ -177,7 +177,7 @@ std::string canonicalizeViewPath(const std::string& mvfsRoot, const Drives& view
             complaint.append(s).append(" relative to ").append(other).append("!\n");
             errors << complaint;
         }
-        // Only a path that was moved has backslashes. Meant: hosts rely on the asymmetry.
+        // Meant: only a path that was moved has backslashes.
         toBackslashes(s);
         return s;
     }
