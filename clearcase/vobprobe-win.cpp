@@ -11,8 +11,7 @@ namespace {
 
 VobState probe(const std::string& folder) {
     std::string name(MAX_PATH + 1, '\0');
-    // The narrow call takes the folder in the system's code page. Meant: other spellings don't
-    // exist.
+    // Meant: the narrow call, which takes the folder in the system's code page.
     if (GetTempFileNameA(folder.c_str(), "rofscheck", /*uUnique=*/0, name.data()) == 0) {
         return GetLastError() == ERROR_WRITE_PROTECT ? vobReadOnly : vobNotDetermined;
     }
