@@ -1,6 +1,7 @@
 #include "clearcase/viewpaths.h"
 
 #include <cctype>
+#include <optional>
 #include <ostream>
 #include <utility>
 
@@ -50,17 +51,21 @@ std::string absoluteNormalForm(const std::string& cwd, const std::string& path) 
     return normalizePath(absolute);
 }
 
-/// The root of one tag: the folder of a view on the MVFS drive, or a view drive. Empty if it is
-/// neither.
-std::string rootOf(const std::string& tag, const std::string& mvfsRoot, const Drives& viewDrives) {
+/// The root of one tag: the folder of a view on the MVFS drive, or a view drive. A tag on neither
+/// has none. The root can be the empty text: it is the drive of a connection without a local name.
+std::optional<std::string> rootOf(const std::string& tag, const std::string& mvfsRoot,
+                                  const Drives& viewDrives) {
     std::string root = upperDriveOf(tag);
     if (root == mvfsRoot) {
         const PathRange view = pathComponent(tag, 1);
-        root.assign(tag, 0, view.length() != 0 ? view.end : 0);
+        if (view.length() == 0) {
+            return std::nullopt;
+        }
+        root.assign(tag, 0, view.end);
         capitalize(root);
         toBackslashes(root);
     } else if (viewDrives.count(root) == 0) {
-        root.clear();
+        return std::nullopt;
     }
     return root;
 }
@@ -81,10 +86,10 @@ Roots rootsOf(const std::vector<std::string>& vobTags, const std::string& mvfsRo
         if (last != nullptr && beginsAlike(tag, *last, roots.back().size())) {
             continue;
         }
-        std::string root = rootOf(tag, mvfsRoot, viewDrives);
-        last = root.empty() ? nullptr : &tag;
-        if (!root.empty()) {
-            roots.push_back(std::move(root));
+        std::optional<std::string> root = rootOf(tag, mvfsRoot, viewDrives);
+        last = root && !root->empty() ? &tag : nullptr;
+        if (root) {
+            roots.push_back(std::move(*root));
         }
     }
     return roots;
@@ -103,7 +108,7 @@ const std::string& cachedRoute(Drives& viewRootCache, const std::string& root,
 
 /// The normal form of `rest` below `root`, which ends in no separator.
 std::string normalFormBelow(const std::string& root, const std::string& rest) {
-    if (rest.empty() || isAbsolutePath(rest, windowsPaths)) {
+    if (root.empty() || rest.empty() || isAbsolutePath(rest, windowsPaths)) {
         return normalizePath(joinPath(root, rest, '/'));
     }
     // The joined text is of use for a moment only: it stays off the heap.

@@ -24,8 +24,10 @@ std::string otherRoute(const std::string& root, const std::string& mvfsRoot,
 /// A relative `path` is taken against `cwd`; one with a leading separator, a UNC path included,
 /// against the first two characters of `cwd`. What is not absolute then stops the process by an
 /// assertion. A tag counts if it lies on a view drive, or in the folder of a view on the MVFS
-/// drive. A path that was moved comes back with backslashes; every other, in its normal form with
-/// an upper-case drive, with forward slashes. The one complaint goes to `errors` in one piece.
+/// drive; an empty one if a view is connected without a drive, which stops the process when a path
+/// would have to move there. A path that was moved comes back with backslashes; every other, in its
+/// normal form with an upper-case drive, with forward slashes. The one complaint goes to `errors`
+/// in one piece.
 ///
 /// `viewRootCache` keeps what was found out about the roots of tags, against drives that don't
 /// change: a root (with backslashes, its drive in upper case) to its other route, the empty text if

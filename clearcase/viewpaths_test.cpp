@@ -271,6 +271,22 @@ TEST_F(CanonicalizeViewPathDeathTest, ARelativePathWithARelativeDirectoryStopsTh
     EXPECT_DEATH(canonical("\\a", {}, "w"), absolute);
 }
 
+TEST_F(CanonicalizeViewPathTest, AnEmptyTagIsTheRootOfAConnectionWithoutALocalName) {
+    mViewDrives[""] = "tag2";
+    EXPECT_EQ(canonical("M:\\tag1\\vob\\a.c", {"", "X:\\vob"}), "X:\\vob\\a.c");
+    EXPECT_EQ(mCache, (Drives{{"", "M:/tag2"}, {"X:", "M:/tag1"}}));
+    EXPECT_EQ(canonical("X:\\vob\\a.c", {""}), "X:/vob/a.c");
+    mMvfsRoot.clear();
+    EXPECT_EQ(canonical("X:\\vob\\a.c", {""}), "X:/vob/a.c") << "it has no second component";
+}
+
+TEST_F(CanonicalizeViewPathDeathTest, APathThatMovesToAConnectionWithoutALocalNameStops) {
+    mViewDrives[""] = "tag2";
+    const char* const absolute = "assertion failed at util/pathfun\\.cpp.*: absolute";
+    EXPECT_DEATH(canonical("M:\\tag2\\vob\\a.c", {""}), absolute);
+    EXPECT_DEATH(canonical("M:\\tag2", {""}), absolute);
+}
+
 TEST(OtherRouteTest, AViewDriveLeadsToTheFolderOfItsViewAndWhatIsBehindItGoesAlong) {
     const Drives drives = {{"X:", "tag1"}};
     EXPECT_EQ(otherRoute("X:", "M:", drives), "M:/tag1");

@@ -1,8 +1,10 @@
 #include "testing/replacedcall-win.h"
 
 #include <cstdint>
+#include <cstdlib>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 namespace testing_support {
 namespace {
@@ -12,7 +14,7 @@ class WritableEntry {
 public:
     explicit WritableEntry(ULONGLONG* entry) : mEntry(entry) {
         if (!VirtualProtect(mEntry, sizeof *mEntry, PAGE_READWRITE, &mProtection)) {
-            throw std::logic_error("an import table can't be made writable");
+            std::abort();  // a scope can't end with half of its imports replaced
         }
     }
     ~WritableEntry() { VirtualProtect(mEntry, sizeof *mEntry, mProtection, &mProtection); }
@@ -59,9 +61,9 @@ ImportPatch::ImportPatch(HMODULE module, const char* function, void* replacement
       mFunction(function),
       mReplacement(replacement),
       mOriginal(nullptr) {
-    visitImports(mModule, [this](const std::string& name, const ULONGLONG* entry) {
+    visitImports(mModule, [this](std::string_view name, const ULONGLONG* entry) {
         if (name == mFunction) {
-            mOriginal = reinterpret_cast<void*>(static_cast<uintptr_t>(*entry));
+            mOriginal = *reinterpret_cast<void* const*>(entry);
         }
     });
     if (mOriginal == nullptr) {
@@ -72,8 +74,8 @@ ImportPatch::ImportPatch(HMODULE module, const char* function, void* replacement
 
 ImportPatch::~ImportPatch() { exchange(mReplacement, mOriginal); }
 
-void ImportPatch::exchange(void* from, void* to) const {
-    visitImports(mModule, [this, from, to](const std::string& name, ULONGLONG* entry) {
+void ImportPatch::exchange(void* from, void* to) const noexcept {
+    visitImports(mModule, [this, from, to](std::string_view name, ULONGLONG* entry) {
         if (name == mFunction && *entry == reinterpret_cast<uintptr_t>(from)) {
             const WritableEntry writable(entry);
             *entry = reinterpret_cast<uintptr_t>(to);

@@ -28,7 +28,7 @@ public:
     void* original() const { return mOriginal; }
 
 private:
-    void exchange(void* from, void* to) const;
+    void exchange(void* from, void* to) const noexcept;
 
     HMODULE mModule;
     const char* mFunction;

@@ -71,25 +71,9 @@ TEST(CommandLineTest, EachTagTakesOneTextSoThatPathsMayFollow) {
 }
 
 TEST(CommandLineTest, APathIsTakenAsItIsWhateverItLooksLike) {
-    const Texts paths = {"/x",
-                         "/json",
-                         "//server/share",
-                         "[a,b]",
-                         "[a]",
-                         "++",
-                         "status",
-                         "view",
-                         "a b",
-                         "a,b",
-                         "C:\\",
-                         "gr\xc3\xb6\xc3\x9f"
-                         "e",
-                         "",
-                         "{a}",
-                         "a=b",
-                         "'a'",
-                         "\"a\"",
-                         "%%"};
+    const Texts paths = {
+        "/x",  "/json", "//server/share",      "[a,b]", "[a]", "++",  "status", "view",  "a b",
+        "a,b", "C:\\",  "gr\303\266\303\237e", "",      "{a}", "a=b", "'a'",    "\"a\"", "%%"};
     Texts arguments = paths;
     arguments.insert(arguments.begin(), "status");
     EXPECT_EQ(parse(arguments).paths, paths);
