@@ -54,8 +54,8 @@ public:
 
     /// The text that the connection has written so far. Reading doesn't consume it.
     virtual std::string getOutput() = 0;
-    /// The complaints that the connection has written so far, each with its line end. Reading
-    /// doesn't consume them.
+    /// The complaints about the configuration file, each with its line end. Reading doesn't
+    /// consume them.
     virtual std::string getError() = 0;
     /// Empties what the two operations above return.
     virtual void clearMessages() = 0;
@@ -67,9 +67,11 @@ public:
     virtual int getElementStatus(const char* path, std::string* version, std::string* target) = 0;
 
     /// The one spelling of `path`, which may lie on the MVFS drive or on a view drive: on the
-    /// route by which one of `vobTags` reaches it. `cwd` is absolute and serves a relative `path`.
-    /// A path that was moved to another route comes back with backslashes, every other with
-    /// forward slashes.
+    /// route by which one of `vobTags` reaches it. A relative `path` is taken against `cwd`, and
+    /// one with a leading separator, a UNC path included, against the drive of `cwd`; what is not
+    /// absolute then stops the process. A path that was moved to another route comes back with
+    /// backslashes, every other with forward slashes. A path that should be moved and can't is
+    /// complained of on standard error, and comes back with backslashes too.
     virtual std::string canonicalizeViewPath(const std::string& cwd, const std::string& path,
                                              const std::vector<std::string>& vobTags) = 0;
 

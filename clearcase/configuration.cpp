@@ -103,7 +103,7 @@ private:
 
     using Elements = std::map<std::string, ElementRecord>;
 
-    /// Files list their elements in order more often than not.
+    /// Inserts or replaces. A key behind all others goes to the end without a search.
     Elements::iterator store(std::string&& key, ElementRecord&& record) {
         Elements& elements = mConfiguration.elements;
         if (elements.empty() || elements.rbegin()->first < key) {
@@ -114,7 +114,7 @@ private:
 
     /// A name that no type has is complained of, and makes a link.
     ElementType typeNamed(std::string_view name, std::string_view path) {
-        // Neighbours are of one type more often than not.
+        // Saves the search where the type is that of the line before.
         if (mLastType == elementTypeMap.end() || mLastType->first != name) {
             mLastType = elementTypeMap.find(std::string(name));
         }
@@ -147,9 +147,15 @@ void readConfiguration(std::istream& input, const std::string& viewRootPrefix,
     ConfigurationReader reader(viewRootPrefix, configuration, errors);
     std::vector<char> block(65536);
     std::string begun;  // what the block before left of its last line
-    do {
-        input.read(block.data(), static_cast<std::streamsize>(block.size()));
-        std::string_view text(block.data(), static_cast<size_t>(input.gcount()));
+    // By what the stream has at hand, so that lines in front of a read that fails count.
+    while (input.peek() != std::istream::traits_type::eof()) {
+        auto size = input.readsome(block.data(), static_cast<std::streamsize>(block.size()));
+        if (size <= 0) {
+            // A stream without a buffer has nothing at hand.
+            input.read(block.data(), 1);
+            size = input.gcount();
+        }
+        std::string_view text(block.data(), static_cast<size_t>(size));
         for (size_t end = text.find('\n'); end != std::string_view::npos; end = text.find('\n')) {
             if (begun.empty()) {
                 reader.readLine(text.substr(0, end));
@@ -160,6 +166,6 @@ void readConfiguration(std::istream& input, const std::string& viewRootPrefix,
             text.remove_prefix(end + 1);
         }
         begun.append(text);
-    } while (input.good());
+    }
     // Meant: a last line that the end of the file cuts short doesn't count.
 }

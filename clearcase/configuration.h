@@ -16,8 +16,9 @@
 // Lines end at a line feed, and a last line without one doesn't count. White space goes from both
 // ends of a line; tag, path and text are taken as they stand. The first `=` of a line and the first
 // `*` behind it count. Sections may come in any order and any number of times; lines outside the
-// two are ignored. Headers are case-insensitive, and nothing else is. Of two lines for one element
-// the later wins. An element of an unknown type is complained of and becomes a link.
+// two are ignored. Headers are case-insensitive, and nothing else is. White space and case are
+// those of the global locale. A byte order mark belongs to the first line. Of two lines for one
+// element the later wins. An element of an unknown type is complained of and becomes a link.
 
 #include <iosfwd>
 #include <map>
@@ -40,7 +41,8 @@ struct Configuration {
     std::map<std::string, ElementRecord> elements;
 };
 
-/// Reads `input` to its end into `configuration`, a block at a time. A bad line is complained of in
+/// Reads `input` into `configuration`, a block at a time, to its end or a read that fails: what
+/// stands in lines before that counts. A bad line is complained of in
 /// `errors`, one line each, and reading goes on. A path in "[attrs]" that isn't absolute stops the
 /// process.
 void readConfiguration(std::istream& input, const std::string& viewRootPrefix,

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <locale>
 #include <sstream>
+#include <stdexcept>
+#include <streambuf>
 
 #include <gtest/gtest.h>
 
@@ -241,6 +243,82 @@ TEST(ConfigurationTest, LinesMayLieAnyhowAcrossTheBlocksThatAreRead) {
         EXPECT_EQ(vobsOf(read(comment + "[vobs]\na=ro\nb=\n")), "a=1\nb=0\n") << padding;
         EXPECT_EQ(vobsOf(read("[vobs]\n" + comment + "a=ro\nb=")), "a=1\n") << padding;
     }
+}
+
+/// Gives its text a few characters at a time, and then fails.
+class FailingStreambuf : public std::streambuf {
+public:
+    explicit FailingStreambuf(std::string text) : mText(std::move(text)) {}
+
+protected:
+    int_type underflow() override {
+        if (mTaken == mText.size()) {
+            throw std::runtime_error("the disk is gone");
+        }
+        const size_t count = std::min<size_t>(mText.size() - mTaken, 5);
+        setg(mText.data() + mTaken, mText.data() + mTaken, mText.data() + mTaken + count);
+        mTaken += count;
+        return traits_type::to_int_type(*gptr());
+    }
+
+private:
+    std::string mText;
+    size_t mTaken = 0;
+};
+
+TEST(ConfigurationTest, LinesInFrontOfAReadThatFailsCount) {
+    FailingStreambuf failing("[vobs]\na=\nb=ro\nc=");
+    std::istream input(&failing);
+    std::ostringstream errors;
+    Read result;
+    readConfiguration(input, "", result.configuration, errors);
+    EXPECT_EQ(vobsOf(result), "a=0\nb=1\n");
+    EXPECT_EQ(errors.str(), "");
+}
+
+/// Holds no characters: each is asked for when it is read.
+class UnbufferedStreambuf : public std::streambuf {
+public:
+    explicit UnbufferedStreambuf(std::string text) : mText(std::move(text)) {}
+
+protected:
+    int_type underflow() override {
+        return mTaken == mText.size() ? traits_type::eof()
+                                      : traits_type::to_int_type(mText[mTaken]);
+    }
+    int_type uflow() override {
+        const int_type next = underflow();
+        mTaken += traits_type::eq_int_type(next, traits_type::eof()) ? 0 : 1;
+        return next;
+    }
+
+private:
+    std::string mText;
+    size_t mTaken = 0;
+};
+
+TEST(ConfigurationTest, AStreamWithoutABufferIsReadToItsEnd) {
+    UnbufferedStreambuf unbuffered("[vobs]\na=\nb=ro\n");
+    std::istream input(&unbuffered);
+    std::ostringstream errors;
+    Read result;
+    readConfiguration(input, "", result.configuration, errors);
+    EXPECT_EQ(vobsOf(result), "a=0\nb=1\n");
+}
+
+TEST(ConfigurationTest, ElementsMayComeInAnyOrderAndTypesInAnyRow) {
+    const Read mixed = read(
+        "[attrs]\nC:\\c=1*version\nC:\\a=2*version\nC:\\b=3*none\n"
+        "C:\\d=4\nC:\\e=5*none\nC:\\f=6*version\n");
+    EXPECT_EQ(elementsOf(mixed),
+              "C:\\a=2*1\nC:\\b=3*3\nC:\\c=1*1\nC:\\d=4*3\nC:\\e=5*3\nC:\\f=6*1\n");
+    EXPECT_EQ(mixed.errors, "Invalid attr 'none' for C:\\b\nInvalid attr 'none' for C:\\e\n");
+}
+
+TEST(ConfigurationTest, AnUnknownTypeIsComplainedOfOnceThoughThePrefixAddsAKey) {
+    const Read twice = read("[attrs]\nC:\\a=b*none\n", "Q:");
+    EXPECT_EQ(elementsOf(twice), "C:\\a=b*3\nQ:C:\\a=b*3\n");
+    EXPECT_EQ(twice.errors, "Invalid attr 'none' for C:\\a\n");
 }
 
 TEST(ConfigurationTest, ALineOfAMegabyteIsALineLikeAnyOther) {

@@ -2,6 +2,7 @@
 #include <iostream>
 #include <istream>
 #include <stdexcept>
+#include <vector>
 
 #include "clearcase/configuration.h"
 #include "clearcase/elementstatus.h"
@@ -28,8 +29,10 @@ FakeClearCase::FakeClearCase(const void* /*unused*/) {
     const std::string name = variableOr("NBCLEARCASE_FAKE_INI", "nbclearcase_fake.ini");
     const std::string viewRootPrefix = variableOr("CLEARCASE_ROOT", "");
 
+    std::vector<char> buffer(65536);
     std::filebuf file;
-    // As text, so that line ends are the system's. Others may read and write it meanwhile.
+    file.pubsetbuf(buffer.data(), static_cast<std::streamsize>(buffer.size()));
+    // As text, which Ctrl+Z ends. Others may read and write the file meanwhile.
     if (file.open(toWide(name).c_str(), std::ios::in) == nullptr) {
         return;
     }
@@ -62,7 +65,7 @@ int FakeClearCase::getElementStatus(const char* path, std::string* version, std:
 
 std::string FakeClearCase::canonicalizeViewPath(const std::string& cwd, const std::string& path,
                                                 const std::vector<std::string>& vobTags) {
-    // Made by the first call and never freed: threads may still be here when the process ends.
+    // Made by the first call, and there to the end of the process.
     static auto& viewRootCache = *new std::map<std::string, std::string>;
     static auto& viewRootCacheLock = *new Mutex;
     return ::canonicalizeViewPath(mvfsRoot, viewDrives, viewRootCache, viewRootCacheLock, cwd, path,

@@ -117,6 +117,10 @@ TEST_F(FakeClearCaseTest, LineEndsOfBothKindsAreRead) {
     EXPECT_EQ(connection->getError(), "Invalid line in [attrs]:  bad\n");
 }
 
+TEST_F(FakeClearCaseTest, ControlZEndsTheText) {
+    EXPECT_EQ(connect("[vobs]\nbad\n\x1a\nworse\n")->getError(), ITS_TEXT);
+}
+
 TEST_F(FakeClearCaseTest, ALastLineWithoutALineFeedDoesNotCount) {
     EXPECT_EQ(connect("[vobs]\nbad")->getError(), "");
     EXPECT_EQ(connect("[vobs]\nbad\nbad")->getError(), ITS_TEXT);

@@ -12,10 +12,11 @@
 ///
 /// The file (its format: clearcase/configuration.h) is read once, by the constructor: the one that
 /// the environment variable NBCLEARCASE_FAKE_INI names, else "nbclearcase_fake.ini" in the current
-/// directory. A file that is missing or can't be read counts as empty. CLEARCASE_ROOT, if it is
-/// set, is the view root prefix.
+/// directory. It is text, which Ctrl+Z ends. A file that is missing or can't be opened counts as
+/// empty. CLEARCASE_ROOT, if it is set, is the view root prefix; `getViewTag` reads it anew.
 ///
-/// The object takes no lock. Any thread may call any operation, save that `clearMessages` must run
+/// All connections share one lock, around the view roots that `canonicalizeViewPath` remembers.
+/// Any thread may call any operation, save that `clearMessages` must run
 /// beside neither itself nor the two operations that read the messages.
 class FakeClearCase : public ClearCaseConnection {
 public:

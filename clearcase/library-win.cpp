@@ -1,4 +1,5 @@
 #include <new>
+#include <type_traits>
 
 #include <windows.h>
 
@@ -9,6 +10,8 @@
 extern "C" ClearCaseConnection* ClearCaseImplCtor(void* unused) {
     return new (std::nothrow) FakeClearCase(unused);
 }
+
+static_assert(std::is_same_v<decltype(ClearCaseImplCtor), ClearCaseImplCtorFunction>);
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE /*library*/, DWORD reason, void* /*reserved*/) {
     switch (reason) {

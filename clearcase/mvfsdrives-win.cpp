@@ -45,7 +45,7 @@ public:
             throw Win32Exception("WNetEnumResource", error);
         }
         const auto* entries = reinterpret_cast<const NETRESOURCEA*>(buffer.data());
-        // At the end some providers leave the count as it was: that means no entries.
+        // A count that is left as it was means no entries.
         for (DWORD i = 0; count != all && i < count; ++i) {
             take(entries[i]);
         }

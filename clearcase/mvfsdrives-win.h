@@ -11,5 +11,7 @@ extern std::map<std::string, std::string> viewDrives;
 
 /// Asks Windows which network disks are connected, takes each into account (`takeConnection`), and
 /// returns the MVFS drive. View tags come in the system's code page. Throws Win32Exception
-/// ("WNetOpenEnum", "WNetEnumResource"); what was stored in `drives` by then stays.
+/// ("WNetOpenEnum", "WNetEnumResource"); what was stored in `drives` by then stays, and an
+/// enumeration that has failed is not closed. A connection, of any provider, whose entry takes over
+/// 1024 bytes is such a failure.
 std::string lookupMvfsDrives(std::map<std::string, std::string>& drives);

@@ -17,7 +17,7 @@ using Roots = boost::container::small_vector<std::string, 16>;
 
 std::string driveOf(const std::string& path) { return path.substr(0, 2); }
 
-/// Nearly all drives are in upper case already, and the C runtime takes its time to say so.
+/// Saves a call of the C runtime for an upper-case letter.
 bool isUpperCase(char c) { return c >= 'A' && c <= 'Z'; }
 
 void capitalize(std::string& text) {
@@ -82,12 +82,13 @@ Roots rootsOf(const std::vector<std::string>& vobTags, const std::string& mvfsRo
     Roots roots;
     const std::string* last = nullptr;
     for (const std::string& tag : vobTags) {
-        // Tags of one view come in a row, and the same root once more would change nothing.
+        // The same root once more would change nothing.
         if (last != nullptr && beginsAlike(tag, *last, roots.back().size())) {
             continue;
         }
         std::optional<std::string> root = rootOf(tag, mvfsRoot, viewDrives);
-        last = root && !root->empty() ? &tag : nullptr;
+        // A tag tells its root from a third character on only if the root has all of its drive.
+        last = root && root->size() >= 2 ? &tag : nullptr;
         if (root) {
             roots.push_back(std::move(*root));
         }
@@ -95,20 +96,21 @@ Roots rootsOf(const std::vector<std::string>& vobTags, const std::string& mvfsRo
     return roots;
 }
 
-const std::string& cachedRoute(Drives& viewRootCache, const std::string& root,
-                               const std::string& mvfsRoot, const Drives& viewDrives,
-                               const MutexLock& /*held*/) {
-    const auto found = viewRootCache.find(root);
+const std::string& cachedRoute(Drives& viewRootCache, const std::string& key,
+                               const std::string& root, const std::string& mvfsRoot,
+                               const Drives& viewDrives, const MutexLock& /*held*/) {
+    const auto found = viewRootCache.find(key);
     if (found != viewRootCache.end()) {
         return found->second;
     }
     // A root without another route is kept as well: the drives don't change.
-    return viewRootCache.emplace(root, otherRoute(root, mvfsRoot, viewDrives)).first->second;
+    return viewRootCache.emplace(key, otherRoute(root, mvfsRoot, viewDrives)).first->second;
 }
 
-/// The normal form of `rest` below `root`, which ends in no separator.
+/// The normal form of `rest` below `root`.
 std::string normalFormBelow(const std::string& root, const std::string& rest) {
-    if (root.empty() || rest.empty() || isAbsolutePath(rest, windowsPaths)) {
+    if (root.empty() || isPathSeparator(root.back()) || rest.empty() ||
+        isAbsolutePath(rest, windowsPaths)) {
         return normalizePath(joinPath(root, rest, '/'));
     }
     // The joined text is of use for a moment only: it stays off the heap.
@@ -170,19 +172,23 @@ std::string canonicalizeViewPath(const std::string& mvfsRoot, const Drives& view
 
     const MutexLock lock(viewRootCacheLock);
     for (const std::string& root : roots) {
-        const std::string& other = cachedRoute(viewRootCache, root, mvfsRoot, viewDrives, lock);
+        std::string key = root;
+        toBackslashes(key);
+        capitalize(key);
+        const std::string& other =
+            cachedRoute(viewRootCache, key, root, mvfsRoot, viewDrives, lock);
         if (other.empty() || !isInPath(other, s)) {
             continue;
         }
         if (makeRelativeTo(other, s)) {
-            s = normalFormBelow(root, s);
+            s = normalFormBelow(key, s);
         } else {
-            // The path stays as it is, and so in its normal form.
             std::string complaint = "Couldn't make ";
             complaint.append(s).append(" relative to ").append(other).append("!\n");
             errors << complaint;
+            s = normalizePath(s);
         }
-        // Meant: only a path that was moved has backslashes.
+        // Meant: a path of no root has slashes.
         toBackslashes(s);
         return s;
     }

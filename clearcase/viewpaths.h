@@ -25,14 +25,15 @@ std::string otherRoute(const std::string& root, const std::string& mvfsRoot,
 /// against the first two characters of `cwd`. What is not absolute then stops the process by an
 /// assertion. A tag counts if it lies on a view drive, or in the folder of a view on the MVFS
 /// drive; an empty one if a view is connected without a drive, which stops the process when a path
-/// would have to move there. A path that was moved comes back with backslashes; every other, in its
-/// normal form with an upper-case drive, with forward slashes. The one complaint goes to `errors`
-/// in one piece.
+/// would have to move there. A path that was moved comes back with backslashes, as does one that
+/// lies on the other route of a root and can't be moved; every other, in its normal form with an
+/// upper-case drive, with forward slashes. The one complaint, about a path that can't be moved,
+/// goes to `errors` in one piece.
 ///
 /// `viewRootCache` keeps what was found out about the roots of tags, against drives that don't
 /// change: a root (with backslashes, its drive in upper case) to its other route, the empty text if
 /// there is none. Entries are added and never changed or removed. `viewRootCacheLock` guards it, so
-/// that any thread may call with the same cache.
+/// that any thread may call with the same cache; it is held while the path is moved.
 std::string canonicalizeViewPath(const std::string& mvfsRoot,
                                  const std::map<std::string, std::string>& viewDrives,
                                  std::map<std::string, std::string>& viewRootCache,

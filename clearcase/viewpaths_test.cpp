@@ -280,11 +280,39 @@ TEST_F(CanonicalizeViewPathTest, AnEmptyTagIsTheRootOfAConnectionWithoutALocalNa
     EXPECT_EQ(canonical("X:\\vob\\a.c", {""}), "X:/vob/a.c") << "it has no second component";
 }
 
+TEST_F(CanonicalizeViewPathTest, TagsThatOnlyBeginAlikeHaveTheirOwnRoots) {
+    mViewDrives = {{"X:", "tag1"}, {"Y:", "tag10"}, {"Z:", "tag2"}};
+    const Tags tags = {"M:\\tag1", "M:\\tag10\\b", "C:\\other", "M:/tag10/c", "M:\\tag2/d"};
+    EXPECT_EQ(canonical("Y:\\b\\a.c", tags), "M:\\tag10\\b\\a.c");
+    EXPECT_EQ(canonical("Z:\\d\\a.c", tags), "M:\\tag2\\d\\a.c");
+    EXPECT_EQ(mCache.size(), 3U);
+}
+
+TEST_F(CanonicalizeViewPathTest, ARootOfOneCharacterIsNotTheRootOfALongerTag) {
+    mMvfsRoot = "\\\\";
+    mViewDrives = {{"\\", "t"}, {"Y:", "v"}};
+    EXPECT_EQ(canonical("Y:\\vob\\a.c", {"\\", "\\\\srv\\sh\\v"}), "\\\\srv\\sh\\v\\vob\\a.c");
+}
+
+TEST_F(CanonicalizeViewPathTest, TheCacheKnowsARootByItsSpellingWithBackslashes) {
+    mViewDrives = {{"X/", "t"}};
+    EXPECT_EQ(canonical("M:\\other", {"x/v"}), "M:/other");
+    EXPECT_EQ(mCache, (Drives{{"X\\", "M:/t"}}));
+}
+
+TEST_F(CanonicalizeViewPathTest, AWholeMvfsDriveIsNoRootAlsoWhereItIsAViewDriveToo) {
+    mViewDrives["M:"] = "tag1";
+    EXPECT_EQ(canonical("X:\\vob", {"M:\\"}), "X:/vob");
+    EXPECT_TRUE(mCache.empty());
+}
+
 TEST_F(CanonicalizeViewPathDeathTest, APathThatMovesToAConnectionWithoutALocalNameStops) {
     mViewDrives[""] = "tag2";
     const char* const absolute = "assertion failed at util/pathfun\\.cpp.*: absolute";
     EXPECT_DEATH(canonical("M:\\tag2\\vob\\a.c", {""}), absolute);
     EXPECT_DEATH(canonical("M:\\tag2", {""}), absolute);
+    mViewDrives = {{"\\", "t"}};
+    EXPECT_DEATH(canonical("M:\\t\\srv\\x", {"\\"}), absolute);
 }
 
 TEST(OtherRouteTest, AViewDriveLeadsToTheFolderOfItsViewAndWhatIsBehindItGoesAlong) {

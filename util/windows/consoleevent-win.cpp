@@ -17,7 +17,7 @@ std::string consoleEventName(uint32_t event) {
         case CTRL_SHUTDOWN_EVENT:
             return "System shutdown";
         case 0x80000000:
-            // What a command's record holds as long as no event has arrived.
+            // No event of Windows: it stands for none.
             return "No signal";
         default:
             return format(64, "Unknown control signal %d", static_cast<int>(event));

@@ -41,8 +41,8 @@ public:
 };
 
 /// "CONTEXT: SENTENCE (NUMBER)": the system's sentence without its line end, or "Windows error
-/// NUMBER" if it has none. The number in brackets is decimal, or hexadecimal ("0x80070005") if it
-/// is negative.
+/// NUMBER" if it has none, one of over 499 characters, or one with a gap to fill. The number in
+/// brackets is decimal, or hexadecimal ("0x80070005") if it is negative.
 std::string win32ErrorText(const char* context, int error);
 
 /// The same for an NTSTATUS, with the sentence from NTDLL, or "NT error 0xNNNNNNNN" if that has
@@ -59,7 +59,8 @@ std::string ntErrorText(const char* context, uint32_t status);
 std::string errorText(bool withCode, const uint32_t* error, int which);
 
 /// The same text, kept by the calling thread: the pointer is good until this thread calls again
-/// or ends.
+/// or ends. A null `error` is as good as one that points at
+/// GetLastError.
 const char* lastErrorText(bool withCode, const uint32_t* error, int which);
 
 /// One error number that is to be put into words.

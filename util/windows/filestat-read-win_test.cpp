@@ -198,7 +198,10 @@ TEST(FileStatReadTest, TheHandleIsClosedWhetherOrNotThereIsInformation) {
     {
         const ReplacedCall<decltype(GetFileInformationByHandle)> information(
             "GetFileInformationByHandle",
-            [](HANDLE, LPBY_HANDLE_FILE_INFORMATION) -> BOOL { return TRUE; });
+            [](HANDLE, LPBY_HANDLE_FILE_INFORMATION facts) -> BOOL {
+                *facts = {};
+                return TRUE;
+            });
         const FakeFile file;
         EXPECT_TRUE(stat.read("c:/x", 0));
         EXPECT_EQ(file.closes(), 1);

@@ -88,7 +88,7 @@ FileStat::FileStat(const WIN32_FIND_DATAW& entry) : links(1) { takeCommonFacts(e
 
 FileStat::FileStat(const WIN32_FIND_DATAA& entry) : links(1) { takeCommonFacts(entry, *this); }
 
-// The second argument is meant to be left unread: callers still pass it.
+// The second argument is meant to be left unread.
 bool FileStat::read(const std::string& path, int /*unused*/) {
     const ScopedHandle file(openAnything(path, /*access=*/0));
     if (!file.isOpen()) {

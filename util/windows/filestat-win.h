@@ -38,8 +38,8 @@ struct FileStat {
     /// says (0xffffffff where that fails), and nothing else known. The second argument isn't read.
     bool read(const std::string& path, int unused);
 
-    /// Writes the three times to the file. On a file system named "MVFS" a denial of access counts
-    /// as success.
+    /// Writes the three times to the file. On a drive with a file system named "MVFS" a denial of
+    /// access counts as success.
     bool applyTimes(const std::string& path);
     /// Writes `attributes` to the file. To an ".exe" (in any mix of case) an empty security
     /// descriptor without a discretionary list is applied as well. The result and GetLastError tell

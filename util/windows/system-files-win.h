@@ -9,7 +9,8 @@ namespace System {
 
 /// Removes a file or an empty directory. With `force` a first failure is followed by a second try
 /// with normal attributes. 0 on success, otherwise -1 and the failure in GetLastError: of a file,
-/// that of the attempt to delete it. Null characters behind the name end it.
+/// that of the attempt to delete it; its attributes are then the normal ones. Null characters
+/// behind the name end it.
 int remove(const std::string& path, bool force);
 
 }  // namespace System

@@ -15,6 +15,7 @@ namespace System {
 ///
 ///     "c:/a/../b"          L"\\\\?\\c:\\b"              a local path, folded
 ///     "//server/share/x"   L"\\\\?\\UNC\\server\\share\\x"  a network path, folded
+///     "//./pipe/x"         L"\\\\?\\UNC\\.\\pipe\\x"  so that devices can't be reached
 ///     "\\\\?\\c:\\a."      L"\\\\?\\c:\\a"              prefixed already: not folded
 ///     "sub/x", "c:x"       L"sub\\x", L"c:x"            anything else is only widened
 ///     "c:/nul"             L"c:\\nul"                   the device: it works without prefix only
@@ -33,13 +34,14 @@ std::wstring unicodePath(const std::string& path);
 /// The current directory with forward slashes; empty if Windows gives no answer.
 std::string getcwd();
 
-/// Gets the long form of a name into `result`, absolute and with forward slashes. False, with the
+/// Gets the long form of a name into `result`, absolute as `isAbsolutePath` has it and with forward
+/// slashes. False, with the
 /// failure in GetLastError, if Windows has none; `result` is then the absolute form of `path`. A
 /// name that grows while it is asked for is the one failure that GetLastError doesn't tell of.
 bool longPath(const std::string& path, std::string& result);
 
 /// The same for the short form. A text of over 260 characters isn't fetched: the answer is true,
-/// and the result has that length.
+/// and the result is that many null characters.
 bool shortPath(const std::string& path, std::string& result);
 
 }  // namespace System

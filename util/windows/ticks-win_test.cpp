@@ -36,7 +36,7 @@ double frequencyOfThirdAnswer() {
     gCalls = 0;
     ReplacedCall<decltype(QueryPerformanceFrequency)> call(
         "QueryPerformanceFrequency", [](LARGE_INTEGER* frequency) -> BOOL {
-            frequency->QuadPart = 1000 * ++gCalls;
+            frequency->QuadPart = LONGLONG{1000} * ++gCalls;
             return gCalls >= 3;
         });
     return Ticks::frequency();
