@@ -97,6 +97,10 @@ Parts partsOf(const std::string& path) {
     size_t covered = root.length;
     for (size_t i = 0; i < ranges.size(); ++i) {
         const PathRange range = ranges[i];
+        // Without a root or a name `splitPath` gives the start of the path, and this its end.
+        const bool nothing = !root.absolute && range.length() == 0;
+        NB_ASSERT(pathComponent(path, i) ==
+                  (nothing ? PathRange{path.size(), path.size()} : range));
         if (i == 0 && root.absolute) {
             NB_ASSERT(range == (PathRange{0, root.length}));
             continue;

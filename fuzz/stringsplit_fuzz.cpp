@@ -4,6 +4,10 @@
 #include <cstddef>
 #include <cstdint>
 
+#include <boost/algorithm/string/classification.hpp>
+#include <boost/algorithm/string/split.hpp>
+#include <boost/range/iterator_range.hpp>
+
 #include "fuzz/fuzzinput.h"
 #include "util/assertion.h"
 #include "util/stringutilities.h"
@@ -24,21 +28,16 @@ Words copies(const std::string& text, const Ranges& ranges) {
     return words;
 }
 
-// The rule of splitRanges in the standard library's words.
+// All pieces of the text, save an empty one at either end, and without `keepEmpty` no empty one.
 Ranges expectedRanges(const std::string& text, const std::string& delimiters, bool keepEmpty) {
+    std::vector<boost::iterator_range<std::string::const_iterator>> pieces;
+    boost::split(pieces, text, boost::is_any_of(delimiters));
     Ranges out;
-    size_t start = 0;
-    size_t previous = std::string::npos;
-    for (size_t at = text.find_first_of(delimiters); at != std::string::npos;
-         at = text.find_first_of(delimiters, at + 1)) {
-        if (at != 0 && (keepEmpty || previous == std::string::npos || at != previous + 1)) {
-            out.emplace_back(start, at);
+    for (size_t i = 0; i < pieces.size(); ++i) {
+        const bool atAnEnd = i == 0 || i + 1 == pieces.size();
+        if (!pieces[i].empty() || (keepEmpty && !atAnEnd)) {
+            out.emplace_back(pieces[i].begin() - text.begin(), pieces[i].end() - text.begin());
         }
-        previous = at;
-        start = at + 1;
-    }
-    if (start < text.size()) {
-        out.emplace_back(start, text.size());
     }
     return out;
 }

@@ -8,13 +8,13 @@ namespace {
 
 using testing_support::diedOfABadAddress;
 
-TEST(AssertionTest, AFailureNamesFileLineAndExpressionAndDiesAtAddressZero) {
+TEST(AssertionDeathTest, AFailureNamesFileLineAndExpressionAndDiesAtAddressZero) {
     // The line end ends the text; the C runtime of Windows may write it as two characters.
     EXPECT_EXIT(assertFailed("a < b", "util/x.cpp", 17), diedOfABadAddress,
                 "assertion failed at util/x\\.cpp\\(17\\): a < b\r?\n");
 }
 
-TEST(AssertionTest, TheMacroHandsOverTheConditionsSourceTextAndARelativeFileName) {
+TEST(AssertionDeathTest, TheMacroHandsOverTheConditionsSourceTextAndARelativeFileName) {
     const bool absolute = false;
     EXPECT_DEATH(NB_ASSERT(absolute),
                  "assertion failed at util/assertion_test\\.cpp\\(.*\\): absolute");

@@ -37,7 +37,7 @@ bool waitAlone(Condition& condition, const timespec& deadline) {
     return waitAlone(condition, deadline, [](Mutex&) {});
 }
 
-/// Threads that wait for a condition to be told apart by `mWoken`, all state under the mutex.
+/// Threads that wait for a condition and are counted; all state is under the mutex.
 class Waiters {
 public:
     /// A thread whose wait is `wait(mutex)`: it counts itself as waiting before, and as woken
@@ -159,7 +159,7 @@ TEST(ConditionTest, AWaitPastItsDeadlineIsFalse) {
     EXPECT_FALSE(waitAlone(condition, pastDeadline()));
 }
 
-TEST(ConditionTest, NanosecondsOfAWholeSecondStopTheProcess) {
+TEST(ConditionDeathTest, NanosecondsOfAWholeSecondStopTheProcess) {
     Condition condition;
     Mutex mutex;
     const MutexLock lock(mutex);

@@ -41,8 +41,8 @@ inline int wcsnicmp(const wchar_t* a, const wchar_t* b, size_t count) {
 #endif
 }
 
-/// Writes at most `size` characters, and a terminator only where there is room left. The result is
-/// the count, or negative if the text doesn't fit.
+/// Writes the text if it has at most `size` characters; the result is its length. Otherwise the
+/// result is negative. What then stands in the buffer, and behind the text, is unspecified.
 inline int vsnprintf(char* buffer, size_t size, const char* pattern, va_list arguments) {
 #ifdef _WIN32
     return _vsnprintf(buffer, size, pattern, arguments);

@@ -17,8 +17,9 @@ public:
     static constexpr uint64_t secondsToUnixEpoch = 11'644'473'600;
     static constexpr uint64_t ticksToUnixEpoch = secondsToUnixEpoch * ticksPerSecond;
 
-    /// Whole seconds since 1970, rounded towards zero, and the rest, which may be negative in front
-    /// of 1970.
+    /// The ticks' whole seconds since 1970, cut towards zero, and what is left with `nanos` added,
+    /// which may be negative in front of 1970. The two add up to the time as long as 32 bits hold
+    /// its seconds: see `unixTime`.
     struct UnixNanoseconds {
         int64_t seconds;
         int32_t nanoseconds;
@@ -44,9 +45,8 @@ public:
     /// 0 to 99.
     constexpr int32_t nanos() const { return mNanos; }
 
-    /// The seconds are meant to be held in 32 bits and sign-extended, as the readers of this form
-    /// hold them: from January 2038 on they are no longer those of the point in time, and negative
-    /// at first.
+    /// The seconds are cut to 32 bits and sign-extended, which is meant: from January 2038 on they
+    /// are no longer those of the point in time, and negative at first.
     UnixNanoseconds unixTime() const;
     /// The same, with the nanoseconds cut to whole microseconds.
     UnixMicroseconds unixTimeInMicroseconds() const;
@@ -66,7 +66,7 @@ private:
 
 /// The time stamp: local date and time to the second, and the zone, as in
 /// "2009-02-13T18:31:30+0500". See `timeStampText`. A time that the runtime has no local date for
-/// (in front of 1970, or beyond the year 3000) leaves the date and time out.
+/// (a second or more in front of 1970, or beyond the year 3000) leaves the date and time out.
 std::ostream& operator<<(std::ostream& stream, const FileTime& time);
 
 /// The text of a time stamp from its parts. No `local` leaves the date and time out.
@@ -80,5 +80,6 @@ std::string timeStampText(const std::optional<std::tm>& local, int32_t secondsWe
 std::optional<std::tm> localTime(int64_t secondsSince1970);
 
 /// The standard offset (no summer time) of the zone of this process, in seconds west of UTC. The
-/// C runtime looks the zone up once; a program that changes TZ later calls `tzset`.
+/// C runtime looks the zone up once; a program that changes TZ later calls `tzset`. Not to be asked
+/// while another thread calls that.
 int32_t secondsWestOfUtc();

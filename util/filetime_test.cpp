@@ -89,6 +89,11 @@ TEST(FileTimeTest, SecondsAndRestInFrontOf1970AddUpToTheTime) {
     EXPECT_EQ(half.nanoseconds, -500'000'000);
     EXPECT_EQ(FileTime::fromUnixTime(half.seconds, half.nanoseconds),
               FileTime(EPOCH - 15'000'000, 0));
+    const FileTime::UnixNanoseconds between = FileTime(EPOCH - 10'000'000, 50).unixTime();
+    EXPECT_EQ(between.seconds, -1);
+    EXPECT_EQ(between.nanoseconds, 50);
+    EXPECT_EQ(FileTime::fromUnixTime(between.seconds, between.nanoseconds),
+              FileTime(EPOCH - 10'000'000, 50));
 }
 
 struct AddRow {
@@ -244,6 +249,9 @@ TEST(TimeStampTest, FiveAndAHalfHoursEastTheStampEndsInMinus0530) {
 TEST(TimeStampTest, FractionsOfASecondAreLeftOut) {
     const ZoneScope zone("UTC0");
     EXPECT_EQ(stamp(FileTime::fromUnixTime(0, 999'999'999)), "1970-01-01T00:00:00Z");
+    // Less than a second in front of 1970 is cut towards it.
+    EXPECT_EQ(stamp(FileTime(EPOCH - 1, 0)), "1970-01-01T00:00:00Z");
+    EXPECT_EQ(stamp(FileTime(EPOCH - 9'999'999, 0)), "1970-01-01T00:00:00Z");
 }
 
 TEST(TimeStampTest, TheStampGoesOnBehind2038) {

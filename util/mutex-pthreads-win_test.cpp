@@ -14,6 +14,8 @@ using testing_support::MemoryShortage;
 const std::string NO_MUTEX = "Unable to initialize a new mutex: ";
 const std::string NO_RWLOCK = "Unable to initialize a new rwlock: ";
 
+NestedTimer* noTimer() { return nullptr; }
+
 std::string noMemory() { return std::strerror(ENOMEM); }
 
 /// Makes something without memory for the cell of its handle.
@@ -25,14 +27,14 @@ void makeWithoutACell(Make make) {
 
 TEST(MutexDeathTest, AMutexWithoutMemoryForItsHandleEndsTheProcess) {
     EXPECT_DEATH(makeWithoutACell([] { const Mutex mutex; }), NO_MUTEX + noMemory());
-    EXPECT_DEATH(makeWithoutACell([] { const Mutex mutex(TimerGetter(nullptr)); }),
-                 NO_MUTEX + noMemory());
+    EXPECT_DEATH(makeWithoutACell([] { const Mutex mutex(&noTimer); }), NO_MUTEX + noMemory());
     EXPECT_DEATH(makeWithoutACell([] { Mutex::makeHandle(mutexRecursive); }),
                  NO_MUTEX + noMemory());
 }
 
 TEST(RWLockDeathTest, ALockWithoutMemoryForItsHandleEndsTheProcess) {
     EXPECT_DEATH(makeWithoutACell([] { const RWLock lock; }), NO_RWLOCK + noMemory());
+    EXPECT_DEATH(makeWithoutACell([] { const RWLock lock(&noTimer); }), NO_RWLOCK + noMemory());
     EXPECT_DEATH(makeWithoutACell([] { RWLock::makeHandle(); }), NO_RWLOCK + noMemory());
 }
 
@@ -52,7 +54,7 @@ TEST(MutexDeathTest, AMutexWithAGetterThatCannotBeMadeEndsTheProcess) {
     EXPECT_DEATH(
         {
             const MemoryShortage shortage(1);
-            const Mutex mutex(TimerGetter(nullptr));
+            const Mutex mutex(&noTimer);
         },
         NO_MUTEX);
 }
@@ -71,6 +73,15 @@ TEST(RWLockDeathTest, ALockThatCannotBeMadeEndsTheProcess) {
         {
             const MemoryShortage shortage(1);
             const RWLock lock;
+        },
+        NO_RWLOCK);
+}
+
+TEST(RWLockDeathTest, ALockWithAGetterThatCannotBeMadeEndsTheProcess) {
+    EXPECT_DEATH(
+        {
+            const MemoryShortage shortage(1);
+            const RWLock lock(&noTimer);
         },
         NO_RWLOCK);
 }

@@ -41,7 +41,8 @@ void lockMeasured(TimerGetter getter, TryLock tryLock, Lock lock) {
 }
 
 /// A mutex of the process. Unless its type is mutexRecursive, a thread that holds it must not lock
-/// it again: it would wait for itself for ever.
+/// it again: it would wait for itself for ever. One of mutexErrorChecking refuses instead; as
+/// results are not examined, `lock` just returns.
 ///
 /// Results of locking, unlocking and destroying are not examined. A mutex that can't be made ends
 /// the process: "Unable to initialize a new mutex" on standard error, and abort.
@@ -94,7 +95,8 @@ private:
 };
 
 /// A lock that many readers or one writer may hold. Whether a waiting writer holds back new readers
-/// is up to the thread library: see `RWMonitor` for one that promises it.
+/// is up to the thread library: see `RWMonitor` for one that promises it. A thread that holds it to
+/// write must not lock it again, nor one that reads lock it to write.
 ///
 /// Results are not examined, as for `Mutex`. A lock that can't be made ends the process: "Unable to
 /// initialize a new rwlock" on standard error, and abort.

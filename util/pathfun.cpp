@@ -1,6 +1,5 @@
 #include "util/pathfun.h"
 
-#include <algorithm>
 #include <cctype>
 #include <cstdint>
 #include <cstring>
@@ -126,7 +125,8 @@ bool isDotDot(StringSpan path, PathRange name) {
     return name.length() == 2 && path.data[name.begin] == '.' && path.data[name.begin + 1] == '.';
 }
 
-/// Lower case as `tolower` has it. Of ASCII it is the same in every locale, without the call.
+/// Lower case. ASCII letters fold without the locale and without a call; the other bytes are the
+/// locale's affair.
 int lowerCase(char c) {
     const auto byte = static_cast<unsigned char>(c);
     if (byte < 0x80) {

@@ -13,7 +13,8 @@
 //     normalizePath("\\\\srv\\sh\\a\\..")    == "//srv/sh"
 //     joinPath("C:\\a", "b", '/')            == "C:\\a/b"
 //
-// Case is kept everywhere; the relations between paths ignore it.
+// Case is kept everywhere; the relations between paths ignore it, by the locale of the C runtime
+// (see cruntime.h).
 //
 // All functions are reentrant. The one shared state is the Cygwin mode, which no lock guards: it
 // must not be set while other threads do path work.
@@ -58,7 +59,8 @@ bool isAbsolutePath(StringSpan path, int mode);
 bool splitPath(const std::string& path, std::vector<PathRange>& components, std::string* rootText);
 
 /// The component of `path` that `splitPath` puts at `index`; empty, at the end of the path, if it
-/// has fewer. Walks no further than that component.
+/// has fewer, also for a path without any, for which `splitPath` gives 0 to 0. Walks no further
+/// than that component.
 PathRange pathComponent(StringSpan path, size_t index);
 
 /// The normal form of `path`, which must be absolute: an assertion stops the process otherwise. A
@@ -72,7 +74,9 @@ std::string normalForm(StringSpan path);
 
 /// `second` as seen from `first`, with nothing normalised. An absolute `second` stands alone; one
 /// with a leading separator follows the root of an absolute `first`; any other is put behind
-/// `first`, with `separator` between them unless `first` ends in a separator of either kind.
+/// `first`, with `separator` between them unless `first` ends in a separator of either kind. An
+/// empty one leaves the other as it is. A `second` with a leading separator stands alone behind a
+/// relative `first`, and behind an absolute one whose root is empty (Cygwin).
 std::string joinPath(StringSpan first, StringSpan second, char separator);
 
 /// What stands before the last separator, and `.` if there is none.
@@ -85,7 +89,7 @@ std::string fileExtension(const std::string& path);
 
 /// What `splitFileName` finds: five ranges, by these indices.
 enum PathPart {
-    drivePart,      ///< the drive letter without its colon
+    drivePart,      ///< what stands before a colon in second place, a separator as well
     directoryPart,  ///< up to and with the last separator
     leafPart,  ///< behind it; its start alone can be relied on, the end may lie past the path's
     stemPart,  ///< from the start of the path to the extension's dot, or all of it
@@ -95,7 +99,7 @@ enum PathPart {
 using PathParts = std::vector<PathRange>;
 /// Makes `parts` the parts of `path`; drive, directory and extension are empty where there is none.
 void splitFileName(const std::string& path, PathParts& parts, int mode);
-/// Cuts `path` behind its last separator, which `dir` keeps.
+/// Cuts `path` behind its last separator, which `dir` keeps. `dir` may be `path` itself.
 void splitDirLeaf(const std::string& path, std::string& dir, std::string& leaf);
 /// The same if the leaf holds a `*` or `%`. Otherwise `dir` is the whole path and `pattern` empty.
 void splitWildcardLeaf(const std::string& path, std::string& dir, std::string& pattern);
@@ -108,12 +112,14 @@ void joinPathList(const std::vector<std::string>& paths, std::string& out);
 // Relations between paths
 
 /// Whether `path` is `prefix` or lies below it, as far as the text tells: without regard to case,
-/// both separators being alike.
+/// both separators being alike. An empty `prefix` holds the empty path and what begins with a
+/// separator.
 bool isInPath(const std::string& prefix, const std::string& path);
 
 /// Cuts `base` off the front of `path` and leaves the rest as it stands, empty if nothing is left.
-/// Components are compared without regard to case. False, and `path` unchanged, if `path` isn't
-/// absolute or doesn't lie in `base`. `base` must be absolute: an assertion stops the process.
+/// Components are compared without regard to case; a NUL in both ends the comparison of a name.
+/// False, and `path` unchanged, if `path` isn't absolute or doesn't lie in `base`. `base` must be
+/// absolute: an assertion stops the process.
 bool makeRelativeTo(const std::string& base, std::string& path);
 
 // Small tests
@@ -132,7 +138,8 @@ bool stripDotSlash(StringSpan& path);
 /// separator, and otherwise 0.
 char isDriveRoot(const char* path);
 
-/// Whether the `:` at offset `loc` of a line of text is the colon of a drive letter. `fallback`
-/// answers where what follows it leaves that open. `loc` is at most the line's length; an assertion
-/// stops the process if there is no `:`.
+/// Whether the `:` at offset `loc` of a line of text is the colon of a drive letter. True needs a
+/// letter, digit or `@` before it, and before that a space, tab, `(` or the line's start. Then a
+/// separator behind it is true, `(` or `:` false, all else `fallback`. `loc` is at most the line's
+/// length; an assertion stops the process if there is no `:`.
 bool isDriveColon(const std::string& line, size_t loc, bool fallback);

@@ -32,38 +32,27 @@ const std::array<std::string, 20> PATHS = {
 };
 
 TEST_CASE("normalizePath of 20 paths") {
-    compare(
-        {"normalizePath, 20 paths", "copy into a std::string", 2.0},
-        [] {
-            size_t size = 0;
-            for (const std::string& path : PATHS) {
-                size += normalizePath(path).size();
-            }
-            return size;
-        },
-        [] {
-            size_t size = 0;
-            for (const std::string& path : PATHS) {
-                size += std::string(path).size();
-            }
-            return size;
-        });
-    compare(
-        {"normalizePath, 20 paths", "path::lexically_normal", 1.0 / 15},
-        [] {
-            size_t size = 0;
-            for (const std::string& path : PATHS) {
-                size += normalizePath(path).size();
-            }
-            return size;
-        },
-        [] {
-            size_t size = 0;
-            for (const std::string& path : PATHS) {
-                size += std::filesystem::path(path).lexically_normal().native().size();
-            }
-            return size;
-        });
+    const auto normalize = [] {
+        size_t size = 0;
+        for (const std::string& path : PATHS) {
+            size += normalizePath(path).size();
+        }
+        return size;
+    };
+    compare({"normalizePath, 20 paths", "copy into a std::string", 2.0}, normalize, [] {
+        size_t size = 0;
+        for (const std::string& path : PATHS) {
+            size += std::string(path).size();
+        }
+        return size;
+    });
+    compare({"normalizePath, 20 paths", "path::lexically_normal", 1.0 / 15}, normalize, [] {
+        size_t size = 0;
+        for (const std::string& path : PATHS) {
+            size += std::filesystem::path(path).lexically_normal().native().size();
+        }
+        return size;
+    });
 }
 
 }  // namespace

@@ -6,36 +6,9 @@
 
 namespace {
 
-/// Sets the Cygwin mode for a scope.
-class CygwinScope {
-public:
-    explicit CygwinScope(const std::string& prefix) { setCygwinPaths(true, prefix); }
-    ~CygwinScope() { setCygwinPaths(false, ""); }
-    CygwinScope(const CygwinScope&) = delete;
-    CygwinScope& operator=(const CygwinScope&) = delete;
-};
-
-struct RootRow {
-    const char* path;
-    bool absolute;
-    PathRange root;
-    const char* rootText;
-};
-
-void expectRoots(const std::vector<RootRow>& rows) {
-    for (const RootRow& row : rows) {
-        SCOPED_TRACE(row.path);
-        PathRange root{7, 9};
-        std::string text = "old";
-        EXPECT_EQ(parsePathRoot(row.path, root, &text, windowsPaths), row.absolute);
-        EXPECT_EQ(root, row.root);
-        EXPECT_EQ(text, row.rootText);
-        EXPECT_EQ(isAbsolutePath(row.path, windowsPaths), row.absolute);
-    }
-}
-
 std::vector<std::string> texts(const std::string& path, const std::vector<PathRange>& ranges) {
     std::vector<std::string> result;
+    result.reserve(ranges.size());
     for (const PathRange range : ranges) {
         result.push_back(path.substr(range.begin, range.length()));
     }
@@ -58,128 +31,6 @@ TEST(SeparatorTest, ToBackslashesTurnsEachForwardSlash) {
     std::string path = "//a/b\\c/";
     toBackslashes(path);
     EXPECT_EQ(path, "\\\\a\\b\\c\\");
-}
-
-TEST(ParsePathRootTest, ADriveIsAnythingWithAColonInSecondPlace) {
-    expectRoots({{"C:", true, {0, 2}, "C:"},
-                 {"C:foo", true, {0, 2}, "C:"},
-                 {"C:\\foo", true, {0, 2}, "C:"},
-                 {"1:x", true, {0, 2}, "1:"},
-                 {"::", true, {0, 2}, "::"}});
-    // A separator in first place is none.
-    expectRoots({{"/:x", false, {0, 0}, ""}, {"\\:", false, {0, 0}, ""}});
-}
-
-TEST(ParsePathRootTest, APlainNameAnEmptyPathAndALoneLetterAreNotAbsolute) {
-    expectRoots({{"", false, {0, 0}, ""},
-                 {"C", false, {0, 0}, ""},
-                 {"foo\\bar", false, {0, 0}, ""},
-                 {"ab:c", false, {0, 0}, ""}});
-}
-
-TEST(ParsePathRootTest, AShareHasItsNormalSpellingWhateverItsSeparators) {
-    expectRoots({{"\\\\srv\\share", true, {0, 11}, "//srv/share"},
-                 {"/\\srv\\\\share\\x", true, {0, 12}, "//srv/share"},
-                 {"\\\\\\srv//share", true, {0, 13}, "//srv/share"}});
-}
-
-TEST(ParsePathRootTest, AServerWithoutAShareIsNotAbsolute) {
-    expectRoots({{"\\\\srv", false, {0, 0}, ""},
-                 {"\\\\srv\\", false, {0, 0}, ""},
-                 {"//srv///", false, {0, 0}, ""}});
-}
-
-TEST(ParsePathRootTest, SeparatorsAloneAndASingleLeadingOneAreNotAbsoluteWithoutCygwin) {
-    expectRoots({{"/", false, {0, 0}, ""},
-                 {"\\", false, {0, 0}, ""},
-                 {"///", false, {0, 0}, ""},
-                 {"\\foo", false, {0, 0}, ""},
-                 {"/foo", false, {0, 0}, ""}});
-}
-
-TEST(ParsePathRootTest, InPosixModeALeadingSlashIsAllThatCountsAndTheRootStaysEmpty) {
-    PathRange root{7, 9};
-    std::string text = "old";
-    EXPECT_TRUE(parsePathRoot("/a/b", root, &text, 0));
-    EXPECT_EQ(root, PathRange{});
-    EXPECT_EQ(text, "");
-    EXPECT_FALSE(parsePathRoot("C:/a", root, &text, 0));
-    EXPECT_FALSE(parsePathRoot("\\\\srv\\share", root, &text, 0));
-    EXPECT_FALSE(parsePathRoot("", root, &text, 0));
-}
-
-TEST(ParsePathRootTest, TheRootTextMayBeNull) {
-    PathRange root;
-    EXPECT_TRUE(parsePathRoot("//srv/share/x", root, nullptr, windowsPaths));
-    EXPECT_EQ(root, (PathRange{0, 11}));
-}
-
-TEST(ParsePathRootTest, PartOfALargerTextIsParsedToItsEndAndNoFurther) {
-    const std::string text = "//srv/share";
-    EXPECT_FALSE(isAbsolutePath(StringSpan(text.data(), 6), windowsPaths));
-    EXPECT_FALSE(isAbsolutePath(StringSpan("C:", 1), windowsPaths));
-}
-
-TEST(CygwinPathsTest, TheModeIsOffAtStartUpAndAPrefixGetsItsSeparator) {
-    EXPECT_FALSE(cygwinPathsEnabled());
-    {
-        const CygwinScope cygwin("/mnt");
-        EXPECT_TRUE(cygwinPathsEnabled());
-        expectRoots({{"/mnt/c/x", true, {0, 6}, "/mnt/c"}});
-    }
-    EXPECT_FALSE(cygwinPathsEnabled());
-    const CygwinScope cygwin("");
-    expectRoots({{"/c/x", true, {0, 2}, "/c"}, {"/cc", true, {0, 0}, ""}});
-}
-
-TEST(CygwinPathsTest, APrefixThatEndsInEitherSeparatorIsTakenAsItIs) {
-    const CygwinScope cygwin("/mnt\\");
-    expectRoots({{"/mnt\\c/x", true, {0, 6}, "/mnt\\c"}});
-}
-
-TEST(CygwinPathsTest, ADriveFolderIsARootAndOtherPathsAreAbsoluteByTheirSlash) {
-    const CygwinScope cygwin("/cygdrive/");
-    expectRoots({{"/cygdrive/c/x", true, {0, 11}, "/cygdrive/c"},
-                 {"/cygdrive/c", true, {0, 11}, "/cygdrive/c"},
-                 {"/cygdrive/cc", true, {0, 0}, ""},
-                 {"/cygdrive/c\\x", true, {0, 0}, ""},
-                 {"/cygdrive//x", true, {0, 0}, ""},
-                 {"/cygdrive//", true, {0, 0}, ""},
-                 {"/cygdrive///x", true, {0, 0}, ""},
-                 {"/cygdrive/", true, {0, 0}, ""},
-                 {"/CYGDRIVE/c/x", true, {0, 0}, ""},
-                 {"/foo", true, {0, 0}, ""},
-                 {"/", true, {0, 0}, ""},
-                 {"///", true, {0, 0}, ""},
-                 {"\\foo", false, {0, 0}, ""},
-                 {"\\", false, {0, 0}, ""},
-                 {"//srv/share", true, {0, 11}, "//srv/share"},
-                 {"//srv", false, {0, 0}, ""},
-                 {"C:/x", true, {0, 2}, "C:"}});
-}
-
-TEST(CygwinPathsTest, PathsHaveTheirNormalForm) {
-    const CygwinScope cygwin("/cygdrive/");
-    EXPECT_EQ(normalizePath("/cygdrive/c/x"), "/cygdrive/c/x");
-    EXPECT_EQ(normalizePath("/cygdrive/c/"), "/cygdrive/c");
-    EXPECT_EQ(normalizePath("/cygdrive/cc"), "/cygdrive/cc");
-    EXPECT_EQ(normalizePath("/"), "/");
-    EXPECT_EQ(normalizePath("/a/.."), "/");
-    EXPECT_EQ(normalizePath("/a/../../b"), "/b");
-}
-
-TEST(CygwinPathsTest, JoiningARootedPathToALoneSlashRootLeavesTheRootedPath) {
-    const CygwinScope cygwin("/cygdrive/");
-    EXPECT_EQ(joinPath("/cygdrive/c/x", "\\b", '/'), "/cygdrive/c\\b");
-    EXPECT_EQ(joinPath("C:/x", "\\b", '/'), "C:\\b");
-    EXPECT_EQ(joinPath("//srv/sh/x", "\\b", '/'), "//srv/sh\\b");
-    EXPECT_EQ(joinPath("/a", "\\b", '/'), "\\b");
-    EXPECT_EQ(joinPath("/a", "/b", '/'), "/b");
-}
-
-TEST(CygwinPathsTest, APrefixMeansNothingWhileTheModeIsOff) {
-    setCygwinPaths(false, "/cygdrive/");
-    EXPECT_FALSE(isAbsolutePath("/cygdrive/c/x", windowsPaths));
 }
 
 TEST(SplitPathTest, TheRootComesFirstAndRunsOfSeparatorsYieldNothing) {
@@ -223,12 +74,22 @@ TEST(PathComponentTest, ItIsTheComponentThatSplitPathPutsThere) {
         for (size_t i = 0; i < components.size(); ++i) {
             EXPECT_EQ(pathComponent(path, i), components[i]) << path << " " << i;
         }
-        for (size_t i = components.size(); i < components.size() + 2; ++i) {
-            EXPECT_EQ(pathComponent(path, i), (PathRange{path.size(), path.size()})) << path;
-        }
     }
-    EXPECT_EQ(pathComponent("", 0), PathRange{});
-    EXPECT_EQ(pathComponent("///", 0), (PathRange{3, 3}));
+}
+
+TEST(PathComponentTest, BehindTheLastItIsEmptyAtTheEnd) {
+    const struct {
+        const char* path;
+        size_t numComponents;
+        PathRange end;
+    } rows[] = {{"C:\\a//b\\", 3, {8, 8}}, {"\\\\srv\\\\sh\\a", 2, {11, 11}},
+                {"a/b/c", 3, {5, 5}},      {"C:", 1, {2, 2}},
+                {"x", 1, {1, 1}},          {"", 0, {0, 0}},
+                {"///", 0, {3, 3}}};
+    for (const auto& row : rows) {
+        EXPECT_EQ(pathComponent(row.path, row.numComponents), row.end) << row.path;
+        EXPECT_EQ(pathComponent(row.path, row.numComponents + 1), row.end) << row.path;
+    }
 }
 
 TEST(NormalizePathTest, PathsHaveTheirNormalForm) {
@@ -336,6 +197,8 @@ TEST(JoinPathTest, PathsAreJoined) {
         {"", "", ""},
         {"C:", "b", "C:/b"},
         {"a", "..\\b", "a/..\\b"},
+        // A server without a share isn't absolute.
+        {"C:\\a", "\\\\srv", "C:\\\\srv"},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(joinPath(row.first, row.second, '/'), row.joined)
@@ -362,6 +225,21 @@ TEST(IsInPathTest, ANameThatOnlyBeginsAlikeIsOutside) {
     EXPECT_FALSE(isInPath("C:\\a", ""));
 }
 
+TEST(IsInPathTest, BytesBeyondAsciiAreCompared) {
+    EXPECT_TRUE(isInPath("C:/\xC3\xA4", "c:\\\xC3\xA4\\x"));
+    EXPECT_FALSE(isInPath("C:/\xC3\xA4", "C:/\xC3\xB6"));
+    EXPECT_FALSE(isInPath("C:/\xE1", "C:/a"));
+    // The locale of this process folds ASCII alone.
+    EXPECT_FALSE(isInPath("C:/\xC3\xA4", "C:/\xC3\x84"));
+}
+
+TEST(IsInPathTest, ANulIsACharacterLikeAnyOther) {
+    const std::string prefix("C:/a\0b", 6);
+    EXPECT_TRUE(isInPath(prefix, std::string("c:/A\0B\\x", 8)));
+    EXPECT_FALSE(isInPath(prefix, std::string("C:/a\0c", 6)));
+    EXPECT_FALSE(isInPath(prefix, "C:/a"));
+}
+
 TEST(IsInPathTest, AnEmptyPrefixHoldsTheEmptyPathAndWhatBeginsWithASeparator) {
     EXPECT_TRUE(isInPath("", ""));
     EXPECT_TRUE(isInPath("", "/a"));
@@ -375,17 +253,38 @@ TEST(MakeRelativeToTest, TheRestBehindTheBaseIsLeftAsItStands) {
         bool below;
         const char* rest;
     } rows[] = {
-        {"M:/v", "m:/V/x//y", true, "x//y"},  {"M:/v", "m:/v", true, ""},
-        {"M:/v", "m:/v//", true, ""},         {"M:/", "M:\\v\\w", true, "v\\w"},
-        {"M:/v/", "M:/v/./w/", true, "./w/"}, {"M:/v", "M:/vw/x", false, "M:/vw/x"},
-        {"M:/v", "N:/v/x", false, "N:/v/x"},  {"M:/v/x", "M:/v", false, "M:/v"},
-        {"M:/v", "v/x", false, "v/x"},        {"//srv/sh", "//SRV/sh/a", true, "a"},
+        {"M:/v", "m:/V/x//y", true, "x//y"},
+        {"M:/v", "m:/v", true, ""},
+        {"M:/v", "m:/v//", true, ""},
+        {"M:/", "M:\\v\\w", true, "v\\w"},
+        {"M:/v/", "M:/v/./w/", true, "./w/"},
+        {"M:/v", "M:/vw/x", false, "M:/vw/x"},
+        {"M:/v", "N:/v/x", false, "N:/v/x"},
+        {"M:/v/x", "M:/v", false, "M:/v"},
+        {"M:/v", "v/x", false, "v/x"},
+        {"//srv/sh", "//SRV/sh/a", true, "a"},
+        {"M:/", "M:", true, ""},
     };
     for (const auto& row : rows) {
         std::string path = row.path;
         EXPECT_EQ(makeRelativeTo(row.base, path), row.below) << row.base << "|" << row.path;
         EXPECT_EQ(path, row.rest) << row.base << "|" << row.path;
     }
+}
+
+TEST(MakeRelativeToTest, ANulInBothEndsTheComparisonOfAName) {
+    const std::string base("M:/a\0b", 6);
+    std::string path("m:/A\0c/x", 8);
+    EXPECT_TRUE(makeRelativeTo(base, path));
+    EXPECT_EQ(path, "x");
+    path.assign("M:/a\0bc/x", 9);
+    EXPECT_FALSE(makeRelativeTo(base, path)) << "names of unlike length";
+}
+
+TEST(MakeRelativeToTest, APathThatIsItsOwnBaseLeavesNothing) {
+    std::string path = "M:/v/x/";
+    EXPECT_TRUE(makeRelativeTo(path, path));
+    EXPECT_EQ(path, "");
 }
 
 TEST(MakeRelativeToTest, SharesThatAreSpelledDifferentlyDiffer) {

@@ -25,7 +25,7 @@ std::string parentPath(const std::string& path) {
 }
 
 std::string leafName(const std::string& path) {
-    // Without a separator there is no leaf, though there is a parent: meant, and relied on.
+    // Meant: without a separator there is no leaf, though there is a parent.
     const size_t separator = path.find_last_of(SEPARATORS);
     return separator == std::string::npos ? std::string() : path.substr(separator + 1);
 }
@@ -65,7 +65,8 @@ void splitFileName(const std::string& path, PathParts& parts, int mode) {
     if (stem.end == 0) {
         stem = {0, size};
     }
-    // Behind a trailing separator this runs past the end of the path. Meant: callers use the start.
+    // Behind a trailing separator this runs past the end of the path. Meant: only the start of the
+    // leaf is promised.
     leaf.end = leaf.begin + size;
 }
 

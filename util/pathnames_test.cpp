@@ -59,6 +59,9 @@ TEST(SplitFileNameTest, AFileNameHasItsFiveParts) {
         {"abc", {}, {}, {0, 3}, {0, 3}, {}},
         {"", {}, {}, {}, {}, {}},
         {"a/.x", {}, {0, 2}, {2, 4}, {0, 2}, {2, 4}},
+        {"..", {}, {}, {0, 2}, {0, 1}, {1, 2}},
+        {"x.", {}, {}, {0, 2}, {0, 1}, {1, 2}},
+        {"a/.", {}, {0, 2}, {2, 3}, {0, 2}, {2, 3}},
     };
     for (const PartsRow& row : rows) {
         expectParts(row, windowsPaths);
@@ -67,14 +70,22 @@ TEST(SplitFileNameTest, AFileNameHasItsFiveParts) {
 
 TEST(SplitFileNameTest, ADotAtTheVeryStartLeavesTheStemForTheWholePath) {
     expectParts({".x", {}, {}, {0, 2}, {0, 2}, {0, 2}}, windowsPaths);
+    expectParts({".", {}, {}, {0, 1}, {0, 1}, {0, 1}}, windowsPaths);
+}
+
+TEST(SplitFileNameTest, ASeparatorBeforeTheColonIsTheDriveAndTheDirectory) {
+    expectParts({"\\:x", {0, 1}, {0, 1}, {1, 3}, {0, 3}, {}}, windowsPaths);
 }
 
 TEST(SplitFileNameTest, BehindATrailingSeparatorTheLeafStartsAtTheEndAndIsAsLongAsThePath) {
     expectParts({"ab/", {}, {0, 3}, {3, 6}, {0, 3}, {}}, windowsPaths);
+    expectParts({"/", {}, {0, 1}, {1, 2}, {0, 1}, {}}, windowsPaths);
+    expectParts({"ab/", {}, {0, 3}, {3, 6}, {0, 3}, {}}, 0);
 }
 
 TEST(SplitFileNameTest, InPosixModeABackslashIsPartOfTheName) {
     expectParts({"a\\b.c", {}, {}, {0, 5}, {0, 3}, {3, 5}}, 0);
+    expectParts({"a\\", {}, {}, {0, 2}, {0, 2}, {}}, 0);
 }
 
 TEST(SplitDirLeafTest, TheDirectoryKeepsItsSeparator) {
@@ -139,6 +150,12 @@ TEST(JoinPathListTest, PathsAreAppendedWithSemicolonsBetweenThem) {
     EXPECT_EQ(out, "PATH=a");
     joinPathList({"b", "", "c"}, out);
     EXPECT_EQ(out, "PATH=ab;;c");
+}
+
+TEST(JoinPathListTest, AnEmptyPathInFrontHasItsSemicolon) {
+    std::string out;
+    joinPathList({"", "a"}, out);
+    EXPECT_EQ(out, ";a");
 }
 
 TEST(IsDotNameTest, ExactlyOneOrTwoDotsAreDotNames) {
@@ -219,8 +236,10 @@ TEST(IsDriveColonTest, TheTextAroundTheColonTells) {
 }
 
 TEST(IsDriveColonDeathTest, AnOffsetWithoutAColonStopsTheProcess) {
-    EXPECT_DEATH(isDriveColon("C:/x", 2, true),
-                 "assertion failed at util/pathnames\\.cpp.*: line\\[loc\\] == ':'");
+    const char* const noColon = "assertion failed at util/pathnames\\.cpp.*: line\\[loc\\] == ':'";
+    EXPECT_DEATH(isDriveColon("C:/x", 2, true), noColon);
+    // The end of the line.
+    EXPECT_DEATH(isDriveColon("C", 1, true), noColon);
 }
 
 }  // namespace

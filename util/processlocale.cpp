@@ -19,7 +19,8 @@ std::locale localeOrClassic(const char* name) {
 }
 
 const std::locale& processLocale() {
-    // No lock: the initialiser below runs before any thread of the library does.
+    // No lock: `gTouched` makes the locale during static construction, before a second thread can
+    // ask.
     if (gProcessLocale == nullptr) {
         gProcessLocale = new std::locale(localeOrClassic(std::getenv("NIMBREL_LOCALE")));
     }

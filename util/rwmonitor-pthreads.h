@@ -17,7 +17,7 @@ public:
     /// For the latter the getter is called with the mutex held, and must not take it.
     RWMonitor(Mutex& m, Condition& c, TimerGetter getter)
         : mMutex(&m), mCondition(&c), mGetter(getter) {}
-    /// Asserts that nobody holds the monitor or waits for it.
+    /// Asserts that nobody holds the monitor or waits for it. No operation may still be running.
     ~RWMonitor();
     RWMonitor(const RWMonitor&) = delete;
     RWMonitor& operator=(const RWMonitor&) = delete;
@@ -26,10 +26,12 @@ public:
     void lockForRead();
     /// Waits until nobody holds the monitor.
     void lockForWrite();
-    /// Enters as a reader without waiting, past any writer. For a thread that vouches that it may,
-    /// such as one that has locked for reading already. Ended by an `unlock` of its own.
+    /// Enters as a reader without waiting, past writers that wait. No writer may hold the monitor:
+    /// its hold would be lost. For a thread that vouches that it may, such as one that has locked
+    /// for reading already. Ended by an `unlock` of its own.
     void addReader();
-    /// Ends one hold, of either kind. Asserts that there is one.
+    /// Ends one hold, of either kind. Asserts that there is one. A hold isn't bound to a thread:
+    /// any may end it.
     void unlock();
 
 private:

@@ -5,9 +5,10 @@
 
 #include "util/textspan.h"
 
-// Comparisons of text. "NoCase" folds ASCII letters and is left to the C runtime: where both texts
-// have a NUL at the same place, what stands behind it isn't looked at, and bytes beyond ASCII come
-// before or behind the letters as that runtime has it. All else is ordered by unsigned bytes.
+// Comparisons of text. "NoCase" is left to the C runtime: case folds by that runtime's locale (see
+// cruntime.h), where both texts have a NUL at the same place, what stands behind it isn't looked
+// at, and bytes beyond ASCII come before or behind the letters as that runtime has it. All else is
+// ordered by unsigned bytes.
 
 /// Same length and, but for case, same characters. A null `data` equals another null `data` of the
 /// same length and nothing else, so a null span and an empty text differ.
@@ -54,8 +55,8 @@ struct StringEqual {
 ///
 /// Without `caseSensitive` this is no order of ranges of unlike length: "Ab" is less than "a" by
 /// the byte, "a" less than "aa" by the length, "aa" less than "Ab" ignoring case. It is meant so;
-/// don't hand it to an algorithm that relies on an order (`sortUniqueRanges` uses one that
-/// doesn't go astray).
+/// don't hand it to an algorithm that relies on an order (`sortUniqueRanges` uses a heap sort,
+/// which stays inside the range).
 struct RangeLess {
     const std::string* text;
     bool caseSensitive;

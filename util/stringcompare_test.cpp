@@ -1,6 +1,5 @@
 #include "util/stringcompare.h"
 
-#include <algorithm>
 #include <set>
 #include <vector>
 
@@ -221,7 +220,7 @@ TEST(StringEqualTest, LooksNoFurtherThanANul) {
     EXPECT_TRUE(StringEqual(false)("a\0x"s, "A\0y"s));
 }
 
-// The words of the text, each as a range.
+/// Two texts, and how their ranges compare.
 struct RangeCase {
     const char* a;
     const char* b;

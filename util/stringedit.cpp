@@ -8,9 +8,8 @@
 
 namespace {
 
-constexpr CharacterSet TRIMMED(" \v\f\t\r\n");
-constexpr CharacterSet TRIMMED_LEFT("\v\f\t ");
-constexpr CharacterSet COLLAPSED("\v\f\r\n\t ");
+constexpr CharacterSet BLANKS(" \t\v\f\r\n");
+constexpr CharacterSet TRIMMED_LEFT(" \t\v\f");
 constexpr CharacterSet CHOMPED("\r\n");
 
 void cutFront(std::string& text, const CharacterSet& set) { text.erase(0, set.findNotIn(text, 0)); }
@@ -32,8 +31,8 @@ const std::ctype<char>& characterTypes() {
 void chomp(std::string& text) { cutEnd(text, CHOMPED); }
 
 void trim(std::string& text) {
-    cutEnd(text, TRIMMED);
-    cutFront(text, TRIMMED);
+    cutEnd(text, BLANKS);
+    cutFront(text, BLANKS);
 }
 
 void trimLeft(std::string& text) { cutFront(text, TRIMMED_LEFT); }
@@ -47,8 +46,7 @@ void toUpper(std::string& text) {
 }
 
 void replaceChar(std::string& text, char from, char to) {
-    // Meant so: a path whose backslashes become slashes loses one trailing backslash on the way,
-    // and the path code relies on it.
+    // Meant: turning the backslashes of a path into slashes drops a trailing one.
     if (!text.empty() && text.back() == from) {
         text.pop_back();
     }
@@ -70,7 +68,7 @@ void collapseWhitespace(std::string& text) {
     size_t end = 0;  // of what is finished; never beyond the character that is read
     bool blanksPending = false;
     for (const char c : text) {
-        if (COLLAPSED.contains(c)) {
+        if (BLANKS.contains(c)) {
             blanksPending = end != 0;
             continue;
         }

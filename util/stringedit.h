@@ -26,7 +26,7 @@ void replaceChar(std::string& text, char from, char to);
 /// Overwrites each backslash that stands directly before a line feed, and that line feed, by two
 /// spaces, so that continued lines become one and every offset stays as it was. A backslash before
 /// a carriage return is left alone. Backslashes at or behind index `limit` are left alone; a limit
-/// of -1 is none.
+/// of -1 is none, and one below that counts as 0.
 void blankLineContinuations(std::string& text, int limit);
 
 /// Makes one space of each run of blanks, line ends among them, and drops those at both ends.

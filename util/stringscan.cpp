@@ -87,7 +87,7 @@ const char* findUnescaped(const char* first, const char* last, char c, char esc)
             }
             place += 2;
         } else if (*place == c || *place == '\0') {
-            // A NUL is meant to end the scan: it is looked for as strchr looks for it in a set.
+            // Meant: a NUL ends the scan as `c` does.
             return place;
         } else {
             ++place;
@@ -98,7 +98,7 @@ const char* findUnescaped(const char* first, const char* last, char c, char esc)
 
 const char* findAnyOf(const char* first, const char* last, const char* set) {
     CharacterSet wanted{std::string_view(set)};
-    wanted.add('\0');  // meant: strchr finds it in every set
+    wanted.add('\0');  // Meant: a NUL counts as found in every set.
     return std::find_if(first, last, [&](char c) { return wanted.contains(c); });
 }
 

@@ -12,7 +12,7 @@ char* nextField(char** cursor, char delimiter);
 
 /// Cuts "name:number" at the first colon; the number is read as by `atoi`, 0 where there is none,
 /// and beyond an int whatever `atoi` makes of it. Without a colon `name` becomes the whole text,
-/// and `*number` keeps its value. `name` may be the text itself.
+/// and `*number` keeps its value. `number` is not null; `name` may be the text itself.
 void splitNameAndNumber(const std::string& text, std::string& name, int* number);
 
 /// The start of the second argument of a Windows command line, by the quoting rules of the Windows

@@ -114,8 +114,10 @@ void sortUniqueRanges(const std::string& text, std::vector<TextRange>& ranges, b
     if (caseSensitive) {
         std::sort(ranges.begin(), ranges.end(), less);
     } else {
-        // A heap sort: ignoring case `less` is no order, and std::sort could leave the vector.
-        std::partial_sort(ranges.begin(), ranges.end(), ranges.end(), less);
+        // Ignoring case `less` is no order. A heap sort reads only inside the range whatever `less`
+        // says; std::sort may not.
+        std::make_heap(ranges.begin(), ranges.end(), less);
+        std::sort_heap(ranges.begin(), ranges.end(), less);
     }
     dropRepeats(ranges, RangeEqual(text, true));
 }

@@ -39,11 +39,11 @@ bool splitQuoted(const std::string& text, std::vector<std::string>& out,
 std::string joinRanges(const std::string& text, const std::vector<TextRange>& ranges,
                        const std::string& separator);
 
-/// Sorts by `StringLess(caseSensitive)` and keeps one of each. Strings that differ in case alone
-/// are never the same, whatever `caseSensitive` says.
+/// Sorts by `StringLess(caseSensitive)` and keeps one of each. Strings are compared up to their
+/// first NUL; those that differ in case alone are never the same, whatever `caseSensitive` says.
 void sortUnique(std::vector<std::string>& items, bool caseSensitive);
 
-/// Sorts by `RangeLess(text, caseSensitive)` and drops each range whose characters are just those
-/// of the one before it. Where `RangeLess` orders ranges in a ring (see there), the order is some
-/// order, and repeats may stay.
+/// Sorts by `RangeLess(text, caseSensitive)` and drops each range that has the length and, up to a
+/// NUL in both, the characters of the one before it. Where `RangeLess` orders ranges in a ring (see
+/// there), the order is some order, and repeats may stay.
 void sortUniqueRanges(const std::string& text, std::vector<TextRange>& ranges, bool caseSensitive);

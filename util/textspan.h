@@ -1,8 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstring>
-#include <cwchar>
 #include <string>
 #include <string_view>
 #include <utility>

@@ -20,8 +20,8 @@ struct ThreadTimerRecord {
 /// that thread.
 extern std::atomic<ThreadTimerRecord*> gThreadTimerRecords;
 
-/// The calling thread's record, made and linked in on first use. Takes no lock, so that it serves
-/// a thread that waits for one.
+/// The calling thread's record, made and linked in on first use. Takes no `Mutex` or `RWLock`, so
+/// that it serves a thread that waits for one.
 ThreadTimerRecord& threadTimerRecord();
 
 /// Makes a timer, puts it in front of the calling thread's timers, stores it in `slot` and returns

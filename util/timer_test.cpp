@@ -1,6 +1,5 @@
 #include "util/timer.h"
 
-#include <optional>
 #include <type_traits>
 
 #include <gtest/gtest.h>
@@ -173,13 +172,13 @@ TEST(TimerTest, MergingWithAnEmptyTimerOnEitherSideLeavesAMinimumOfZero) {
 
 constexpr const char* BOTH_STOPPED = "assertion failed at .*: !running\\(\\) && !t\\.running\\(\\)";
 
-TEST(TimerTest, MergingIntoARunningTimerStopsTheProcess) {
+TEST(TimerDeathTest, MergingIntoARunningTimerStopsTheProcess) {
     Timer running;
     running.start(Ticks(1));
     EXPECT_DEATH(running += Timer(), BOTH_STOPPED);
 }
 
-TEST(TimerTest, MergingARunningTimerStopsTheProcess) {
+TEST(TimerDeathTest, MergingARunningTimerStopsTheProcess) {
     Timer running;
     running.start(Ticks(1));
     Timer stopped;

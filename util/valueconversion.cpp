@@ -19,9 +19,9 @@ struct BoolWord {
     bool value;
 };
 
-constexpr BoolWord BOOL_WORDS[] = {{"yes", true}, {"on", true},   {"true", true},
-                                   {"no", false}, {"off", false}, {"false", false}};
-constexpr size_t LONGEST_BOOL_WORD = 5;
+constexpr BoolWord BOOL_WORDS[] = {{"1", true},  {"t", true},    {"y", true},    {"yes", true},
+                                   {"on", true}, {"true", true}, {"0", false},   {"f", false},
+                                   {"n", false}, {"no", false},  {"off", false}, {"false", false}};
 
 /// Stores the number at the start of a terminated text, and says whether it ends `length`
 /// characters behind that.
@@ -38,29 +38,6 @@ bool parseTerminated(const char* text, size_t length, int* value) {
 }  // namespace
 
 bool parseBool(StringSpan text, bool* value) {
-    if (text.length == 0 || text.length > LONGEST_BOOL_WORD) {
-        return false;
-    }
-    if (text.length == 1) {
-        switch (*text.data) {
-            case '0':
-            case 'F':
-            case 'N':
-            case 'f':
-            case 'n':
-                *value = false;
-                return true;
-            case '1':
-            case 'T':
-            case 'Y':
-            case 't':
-            case 'y':
-                *value = true;
-                return true;
-            default:
-                return false;
-        }
-    }
     for (const BoolWord& word : BOOL_WORDS) {
         if (equalsNoCase(word.text, text)) {
             *value = word.value;

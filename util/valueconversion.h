@@ -27,9 +27,10 @@ bool parseInt(StringSpan text, int* value);
 /// `text` is not null; `value` may be.
 bool parseInt(const char* text, int length, int* value);
 
-/// `value` as "%g" writes it: up to `precision` significant digits (0 counts as 1) without zeros at
-/// the end, and with an exponent if that is below -4 or not below the precision. Infinity is "inf",
-/// no number "nan". The decimal point is a full stop whatever the locale.
+/// `value` as "%g" writes it: up to `precision` significant digits (0 counts as 1, a negative count
+/// as 6) without zeros at the end, and with an exponent if that is below -4 or not below the
+/// precision. Infinity is "inf", no number "nan". The decimal point is a full stop whatever the
+/// locale.
 std::string doubleToString(double value, int precision);
 
 /// Codes of the platforms that have a name.
