@@ -9,7 +9,7 @@ target_compile_options(project_options INTERFACE
 target_link_libraries(project_options INTERFACE host_headers)
 find_package(Threads REQUIRED)
 if(WIN32)
-    # The product needs system DLLs only. Windows 7 is the oldest system that is supported.
+    # The product needs system DLLs only. The declarations of Windows 7 are all that the code uses.
     target_compile_definitions(project_options INTERFACE
         _WIN32_WINNT=0x0601 WIN32_LEAN_AND_MEAN NOMINMAX)
     target_compile_options(project_options INTERFACE -ffunction-sections -fdata-sections)

@@ -5,24 +5,31 @@
 namespace testing_support {
 
 /// Until the scope ends, CreateFileW of this program opens nothing and gives one and the same
-/// handle, and CloseHandle counts. One at a time, in one thread.
+/// handle; closing that one counts and does nothing else, other handles are closed as ever. One at
+/// a time, in one thread.
 class FakeFile {
 public:
-    FakeFile() { sCloses = 0; }
+    FakeFile() {
+        sCloses = 0;
+        sClose = mClose.original();
+    }
 
     /// How often the handle was closed.
     int closes() const { return sCloses; }
 
 private:
     static inline int sCloses = 0;
+    static inline decltype(CloseHandle)* sClose = nullptr;
 
     static HANDLE handle() { return reinterpret_cast<HANDLE>(0x1234); }
     static HANDLE WINAPI open(LPCWSTR, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD, DWORD, HANDLE) {
         return handle();
     }
     static BOOL WINAPI close(HANDLE closed) {
-        // Of any other handle this program closes there is nothing to count.
-        sCloses += closed == handle() ? 1 : 0;
+        if (closed != handle()) {
+            return sClose(closed);
+        }
+        ++sCloses;
         return TRUE;
     }
 

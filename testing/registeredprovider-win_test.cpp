@@ -94,7 +94,11 @@ TEST(RegisteredProviderTest, KeysThatWereNotThereAreGoneAfterwards) {
         GTEST_SKIP() << outer.problem();
     }
     testing_support::removeProvider();
-    { const RegisteredProvider inner; }
+    {
+        const RegisteredProvider inner;
+        ASSERT_EQ(inner.problem(), "");
+        EXPECT_TRUE(keyExists(L"SYSTEM\\CurrentControlSet\\Services\\MvfsProvider"));
+    }
     EXPECT_FALSE(keyExists(L"SYSTEM\\CurrentControlSet\\Services\\MvfsProvider"));
     EXPECT_TRUE(keyExists(L"SYSTEM\\CurrentControlSet\\Services"));
 }

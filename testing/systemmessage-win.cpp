@@ -12,9 +12,14 @@ bool lacksArguments(const std::wstring& message, DWORD flags, const va_list* arg
     if ((flags & FORMAT_MESSAGE_IGNORE_INSERTS) != 0 || arguments != nullptr) {
         return false;
     }
-    const size_t gap = message.find(L'%');
-    return gap != std::wstring::npos && gap + 1 < message.size() && message[gap + 1] >= L'1' &&
-           message[gap + 1] <= L'9';
+    // The character behind a percent sign belongs to it: "%%1" is a percent sign and a digit.
+    for (size_t sign = message.find(L'%'); sign != std::wstring::npos && sign + 1 < message.size();
+         sign = message.find(L'%', sign + 2)) {
+        if (message[sign + 1] >= L'1' && message[sign + 1] <= L'9') {
+            return true;
+        }
+    }
+    return false;
 }
 
 }  // namespace

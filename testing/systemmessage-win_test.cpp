@@ -60,10 +60,28 @@ TEST(SystemMessageTest, APercentSignAloneIsNoGap) {
     EXPECT_EQ(ask(FORMAT_MESSAGE_FROM_SYSTEM, buffer, 20), 10U);
 }
 
+TEST(SystemMessageTest, AGapBehindOtherPercentSignsIsOne) {
+    for (const wchar_t* text : {L"100 % full: %1", L"%n%1", L"%%%1"}) {
+        const SystemMessage message(text);
+        wchar_t buffer[20] = L"";
+        SetLastError(0);
+        EXPECT_EQ(ask(FORMAT_MESSAGE_FROM_SYSTEM, buffer, 20), 0U);
+        EXPECT_EQ(GetLastError(), 87U);
+    }
+}
+
+TEST(SystemMessageTest, ADoubledPercentSignBeforeADigitIsNoGap) {
+    const SystemMessage message(L"100%%1");
+    wchar_t buffer[20] = L"";
+    EXPECT_EQ(ask(FORMAT_MESSAGE_FROM_SYSTEM, buffer, 20), 6U);
+}
+
 TEST(SystemMessageTest, AnEmptyMessageIsNone) {
     const SystemMessage none(L"");
     wchar_t* buffer = nullptr;
+    SetLastError(0);
     EXPECT_EQ(ask(FORMAT_MESSAGE_ALLOCATE_BUFFER, reinterpret_cast<wchar_t*>(&buffer), 0), 0U);
+    EXPECT_EQ(GetLastError(), 317U);
     EXPECT_EQ(buffer, nullptr);
 }
 

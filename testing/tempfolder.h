@@ -7,7 +7,7 @@
 namespace testing_support {
 
 /// A new folder of the test's own below the system's temporary folder, gone with all that is in
-/// it, read-only files included, when the object goes.
+/// it, read-only files included, when the object goes. A process that is stopped leaves its folder.
 class TempFolder {
 public:
     TempFolder();

@@ -1,5 +1,4 @@
-// A host in one file: loads a connection library and asks it everything, in the order of the
-// contract.
+// A host in one file: loads a connection library and asks it everything.
 //
 //     examplehost LIBRARY PATH
 

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <limits>
 #include <vector>
 
@@ -16,6 +17,7 @@ struct Measured {
 };
 
 std::vector<Measured> gRows;
+bool gAnyOver = false;  ///< a row that was printed is over its limit
 
 double medianNanoseconds(const Catch::BenchmarkStats<>& stats) {
     std::vector<double> samples;
@@ -71,13 +73,14 @@ public:
             }
             const Measured& m = gRows[mPrinted];
             const double ratio = m.ours / m.peer;
+            const bool over = !(ratio <= m.row.limit);
+            gAnyOver = gAnyOver || over;
             char ratioText[32];
             char limitText[32];
             std::snprintf(ratioText, sizeof ratioText, "%.3f", ratio);
             std::snprintf(limitText, sizeof limitText, "%.3f", m.row.limit);
             print(m.row.operation.c_str(), m.row.peer.c_str(), timeText(m.ours).c_str(),
-                  timeText(m.peer).c_str(), ratioText, limitText,
-                  ratio <= m.row.limit ? "" : "over");
+                  timeText(m.peer).c_str(), ratioText, limitText, over ? "over" : "");
         }
         StreamingReporterBase::testCaseEnded(stats);
     }
@@ -107,5 +110,6 @@ int main(int argc, char* argv[]) {
     session.configData().reporterName = "table";
     session.configData().benchmarkSamples = 20;
     session.configData().benchmarkNoAnalysis = true;
-    return session.run(argc, argv);
+    const int status = session.run(argc, argv);
+    return status == 0 && benchmark::gAnyOver ? EXIT_FAILURE : status;
 }

@@ -1,6 +1,5 @@
 // The DLL as it ships, seen from a host that is linked apart from it.
 
-#include <cstdlib>
 #include <set>
 #include <string_view>
 
@@ -36,6 +35,7 @@ namespace {
 
 using testing_support::EnvironmentScope;
 using testing_support::ReplacedCall;
+using testing_support::ShippedLibrary;
 using testing_support::TempFolder;
 
 /// A library, and a configuration with one complaint and one element.

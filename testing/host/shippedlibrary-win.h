@@ -8,17 +8,23 @@
 #include "clearcase/clearcaseconnection.h"
 #include "testing/childprocess-win.h"
 
+namespace testing_support {
+
 /// The DLL as it ships, loaded beside the test program until the scope ends.
 class ShippedLibrary {
 public:
     ShippedLibrary()
-        : mLibrary(LoadLibraryW(
-              (testing_support::testProgramFolder() / "nbclearcase_fake.dll").c_str())) {
+        : mLibrary(LoadLibraryW((testProgramFolder() / "nbclearcase_fake.dll").c_str())) {
         if (mLibrary == nullptr) {
             throw std::runtime_error("the library can't be loaded");
         }
         mMake = reinterpret_cast<ClearCaseImplCtorFunction*>(
             reinterpret_cast<void*>(GetProcAddress(mLibrary, CLEARCASE_IMPL_CTOR)));
+        if (mMake == nullptr) {
+            FreeLibrary(mLibrary);
+            throw std::runtime_error(std::string("the library doesn't export ") +
+                                     CLEARCASE_IMPL_CTOR);
+        }
     }
     ~ShippedLibrary() { FreeLibrary(mLibrary); }
     ShippedLibrary(const ShippedLibrary&) = delete;
@@ -34,3 +40,5 @@ private:
     HMODULE mLibrary;
     ClearCaseImplCtorFunction* mMake = nullptr;
 };
+
+}  // namespace testing_support

@@ -17,6 +17,7 @@ using testing_support::EnvironmentScope;
 using testing_support::handleCount;
 using testing_support::heapBytes;
 using testing_support::RegisteredProvider;
+using testing_support::ShippedLibrary;
 using testing_support::TempFolder;
 
 struct Answer {

@@ -24,9 +24,9 @@ public:
 
     void clearMessages() override {}
 
-    /// By the last name of the path: "version", "link", "emptylink" and "broken" (texts that are no
-    /// UTF-8, with control characters); "type42" has that type; "throw" throws, and so does
-    /// "throwint", which throws no std::exception. Every other name is view private.
+    /// By the last name of the path: "version", "link" and "broken" (texts that are no UTF-8, with
+    /// control characters); "throw" throws, and so does "throwint", which throws no std::exception.
+    /// Every other name is view private.
     int getElementStatus(const char* path, std::string* version, std::string* target) override {
         const std::string text = path;
         const std::string name = text.substr(text.find_last_of("/\\") + 1);
@@ -35,19 +35,16 @@ public:
             *version = "/main/0";
             return elementVersion;
         }
-        if (name == "link" || name == "emptylink") {
-            *target = name == "link" ? "D:\\gr\xc3\xb6\xc3\x9f"
-                                       "er \"quoted\""
-                                     : "";
+        if (name == "link") {
+            *target =
+                "D:\\gr\xc3\xb6\xc3\x9f"
+                "er \"quoted\"";
             return elementSymbolicLink;
         }
         if (name == "broken") {
             *version = "a\tb\n\x1b[31m";
             *target = "\xff\xc3(";
             return elementSymbolicLink;
-        }
-        if (name.starts_with("type")) {
-            return std::stoi(name.substr(4));
         }
         if (name == "throw") {
             throw std::runtime_error("a failure\nof two lines");

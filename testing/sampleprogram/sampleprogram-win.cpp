@@ -6,6 +6,8 @@
 //     input               how many bytes standard input holds
 //     flood COUNT         COUNT bytes to standard output, then as many to standard error
 //     exit CODE           nothing but the exit code
+//
+// Anything else fails.
 
 #include <cstdio>
 #include <cstdlib>
@@ -55,6 +57,8 @@ int run(const std::wstring& what, const wchar_t* const* arguments) {
         flood(std::stoul(*arguments));
     } else if (what == L"exit") {
         return std::stoi(*arguments);
+    } else {
+        return EXIT_FAILURE;
     }
     return EXIT_SUCCESS;
 }

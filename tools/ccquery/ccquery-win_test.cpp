@@ -6,6 +6,7 @@
 
 #include "testing/childprocess-win.h"
 #include "testing/tempfolder.h"
+#include "testing/utf8path.h"
 
 namespace {
 
@@ -14,13 +15,9 @@ using testing_support::ChildRun;
 using testing_support::runChild;
 using testing_support::TempFolder;
 using testing_support::testProgramFolder;
+using testing_support::utf8;
 
 using Texts = std::vector<std::string>;
-
-std::string utf8(const std::filesystem::path& path) {
-    const std::u8string text = path.u8string();
-    return std::string(text.begin(), text.end());
-}
 
 ChildRun ccquery(Texts arguments) {
     return {.program = testProgramFolder() / "ccquery.exe", .arguments = std::move(arguments)};

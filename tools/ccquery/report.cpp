@@ -73,8 +73,9 @@ std::string tableText(const Report& report) {
         lines.emplace_back();
         std::transform(row.begin(), row.end(), std::back_inserter(lines.back()), cellText);
     }
-    std::vector<size_t> widths(report.rows.front().size());
+    std::vector<size_t> widths;
     for (const Row& line : lines) {
+        widths.resize(std::max(widths.size(), line.size()));
         for (size_t i = 0; i < line.size(); ++i) {
             widths[i] = std::max(widths[i], widthOf(line[i]));
         }

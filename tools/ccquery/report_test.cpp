@@ -52,6 +52,11 @@ TEST(ReportTest, ATableWithoutHeadingsIsItsRows) {
     EXPECT_EQ(tableText(table({}, {{"name", "x"}, {"n", "y"}})), "name  x\nn     y\n");
 }
 
+TEST(ReportTest, RowsOfDifferentLengthsAreOneTable) {
+    EXPECT_EQ(tableText(table({"A"}, {{"x", "y"}, {"value"}, {"x", "wide", "z"}})),
+              "A\nx      y\nvalue\nx      wide  z\n");
+}
+
 TEST(ReportTest, ATableWithoutRowsSaysSo) {
     EXPECT_EQ(tableText(table({"A"}, {})), "nothing at all\n");
 }
