@@ -40,6 +40,7 @@ void flood(size_t count) {
 }
 
 int run(const std::wstring& what, const wchar_t* const* arguments) {
+    const bool hasArgument = *arguments != nullptr;
     if (what == L"arguments") {
         for (; *arguments != nullptr; ++arguments) {
             print(std::wstring(*arguments) + L'\n');
@@ -48,14 +49,12 @@ int run(const std::wstring& what, const wchar_t* const* arguments) {
         print(std::filesystem::current_path().wstring());
     } else if (what == L"input") {
         print(std::to_wstring(inputSize()));
-    } else if (*arguments == nullptr) {
-        return EXIT_FAILURE;
-    } else if (what == L"variable") {
+    } else if (hasArgument && what == L"variable") {
         const wchar_t* value = _wgetenv(*arguments);
         print(value != nullptr ? value : L"(not set)");
-    } else if (what == L"flood") {
+    } else if (hasArgument && what == L"flood") {
         flood(std::stoul(*arguments));
-    } else if (what == L"exit") {
+    } else if (hasArgument && what == L"exit") {
         return std::stoi(*arguments);
     } else {
         return EXIT_FAILURE;
