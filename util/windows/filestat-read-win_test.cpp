@@ -197,8 +197,7 @@ TEST(FileStatReadTest, TheHandleIsClosedWhetherOrNotThereIsInformation) {
     FileStat stat;
     {
         const ReplacedCall<decltype(GetFileInformationByHandle)> information(
-            "GetFileInformationByHandle",
-            [](HANDLE, LPBY_HANDLE_FILE_INFORMATION facts) -> BOOL {
+            "GetFileInformationByHandle", [](HANDLE, LPBY_HANDLE_FILE_INFORMATION facts) -> BOOL {
                 *facts = {};
                 return TRUE;
             });
