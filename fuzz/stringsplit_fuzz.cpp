@@ -6,7 +6,6 @@
 
 #include <boost/algorithm/string/classification.hpp>
 #include <boost/algorithm/string/split.hpp>
-#include <boost/range/iterator_range.hpp>
 
 #include "fuzz/fuzzinput.h"
 #include "util/assertion.h"
@@ -30,14 +29,17 @@ Words copies(const std::string& text, const Ranges& ranges) {
 
 // All pieces of the text, save an empty one at either end, and without `keepEmpty` no empty one.
 Ranges expectedRanges(const std::string& text, const std::string& delimiters, bool keepEmpty) {
-    std::vector<boost::iterator_range<std::string::const_iterator>> pieces;
+    Words pieces;
     boost::split(pieces, text, boost::is_any_of(delimiters));
     Ranges out;
+    size_t begin = 0;
     for (size_t i = 0; i < pieces.size(); ++i) {
+        const size_t end = begin + pieces[i].size();
         const bool atAnEnd = i == 0 || i + 1 == pieces.size();
-        if (!pieces[i].empty() || (keepEmpty && !atAnEnd)) {
-            out.emplace_back(pieces[i].begin() - text.begin(), pieces[i].end() - text.begin());
+        if (begin != end || (keepEmpty && !atAnEnd)) {
+            out.emplace_back(begin, end);
         }
+        begin = end + 1;  // behind the one delimiter between two pieces
     }
     return out;
 }
