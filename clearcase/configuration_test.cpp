@@ -15,13 +15,18 @@ struct Read {
     std::string errors;
 };
 
-Read read(const std::string& text, const std::string& viewRootPrefix = "") {
+Read readFrom(std::streambuf& text, const std::string& viewRootPrefix = "") {
     Read result;
-    std::istringstream input(text);
+    std::istream input(&text);
     std::ostringstream errors;
     readConfiguration(input, viewRootPrefix, result.configuration, errors);
     result.errors = errors.str();
     return result;
+}
+
+Read read(const std::string& text, const std::string& viewRootPrefix = "") {
+    std::stringbuf buffer(text);
+    return readFrom(buffer, viewRootPrefix);
 }
 
 /// Elements as "key=value*type" lines.
@@ -268,12 +273,9 @@ private:
 
 TEST(ConfigurationTest, LinesInFrontOfAReadThatFailsCount) {
     FailingStreambuf failing("[vobs]\na=\nb=ro\nc=");
-    std::istream input(&failing);
-    std::ostringstream errors;
-    Read result;
-    readConfiguration(input, "", result.configuration, errors);
+    const Read result = readFrom(failing);
     EXPECT_EQ(vobsOf(result), "a=0\nb=1\n");
-    EXPECT_EQ(errors.str(), "");
+    EXPECT_EQ(result.errors, "");
 }
 
 /// Holds no characters: each is asked for when it is read.
@@ -299,11 +301,7 @@ private:
 
 TEST(ConfigurationTest, AStreamWithoutABufferIsReadToItsEnd) {
     UnbufferedStreambuf unbuffered("[vobs]\na=\nb=ro\n");
-    std::istream input(&unbuffered);
-    std::ostringstream errors;
-    Read result;
-    readConfiguration(input, "", result.configuration, errors);
-    EXPECT_EQ(vobsOf(result), "a=0\nb=1\n");
+    EXPECT_EQ(vobsOf(readFrom(unbuffered)), "a=0\nb=1\n");
 }
 
 TEST(ConfigurationTest, ElementsMayComeInAnyOrderAndTypesInAnyRow) {

@@ -87,7 +87,7 @@ Roots rootsOf(const std::vector<std::string>& vobTags, const std::string& mvfsRo
             continue;
         }
         std::optional<std::string> root = rootOf(tag, mvfsRoot, viewDrives);
-        // A tag tells its root from a third character on only if the root has all of its drive.
+        // A root of one character says nothing about a tag that goes on with a separator.
         last = root && root->size() >= 2 ? &tag : nullptr;
         if (root) {
             roots.push_back(std::move(*root));
@@ -188,7 +188,7 @@ std::string canonicalizeViewPath(const std::string& mvfsRoot, const Drives& view
             errors << complaint;
             s = normalizePath(s);
         }
-        // Meant: a path of no root has slashes.
+        // Meant: backslashes here, though every path that is returned elsewhere has slashes.
         toBackslashes(s);
         return s;
     }
