@@ -246,7 +246,7 @@ bool parsePathRoot(StringSpan path, PathRange& root, std::string* rootText, int 
 bool isAbsolutePath(StringSpan path, int mode) {
     if (mode == windowsPaths && path.length >= 2 && path.data[1] == ':' &&
         !isPathSeparator(path.data[0])) {
-        return true;  // a drive, as nearly always
+        return true;  // a drive
     }
     PathRange root;
     return parsePathRoot(path, root, /*rootText=*/nullptr, mode);
