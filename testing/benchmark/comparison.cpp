@@ -61,9 +61,7 @@ public:
     }
 
     void benchmarkEnded(const Catch::BenchmarkStats<>& stats) override {
-        Measured& row = gRows.back();
-        double& best = stats.info.name == OURS ? row.ours : row.peer;
-        best = std::min(best, medianNanoseconds(stats));
+        record(stats.info.name.c_str(), medianNanoseconds(stats));
     }
 
     void testCaseEnded(const Catch::TestCaseStats& stats) override {
@@ -102,6 +100,12 @@ CATCH_REGISTER_REPORTER("table", TableReporter)
 }  // namespace
 
 void announce(const Row& row) { gRows.push_back({row}); }
+
+void record(const char* side, double nanoseconds) {
+    Measured& row = gRows.back();
+    double& best = side == std::string(OURS) ? row.ours : row.peer;
+    best = std::min(best, nanoseconds);
+}
 
 }  // namespace benchmark
 

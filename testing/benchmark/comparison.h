@@ -9,6 +9,7 @@
 //     }
 
 #define CATCH_CONFIG_ENABLE_BENCHMARKING
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -58,6 +59,29 @@ void compareBuilding(const Row& row, Ours ours, Peer peer) {
         BENCHMARK_ADVANCED(std::string(PEER))(Catch::Benchmark::Chronometer meter) {
             build(meter, peer);
         };
+    }
+}
+
+/// Takes down a time for the row announced last.
+void record(const char* side, double nanoseconds);
+
+/// The same call by call: `prepare()` comes before each and isn't measured. Each side runs once a
+/// round, and its time is the smallest of these. For what uses up what it is given, and for what
+/// the system answers now fast, now slowly.
+template <class Prepare, class Ours, class Peer>
+void comparePrepared(const Row& row, Prepare prepare, Ours ours, Peer peer) {
+    announce(row);
+    const auto measure = [&prepare](const char* side, auto& function) {
+        prepare();
+        const auto start = std::chrono::steady_clock::now();
+        function();
+        const std::chrono::duration<double, std::nano> time =
+            std::chrono::steady_clock::now() - start;
+        record(side, time.count());
+    };
+    for (int round = 0; round < row.rounds; ++round) {
+        measure(OURS, ours);
+        measure(PEER, peer);
     }
 }
 
