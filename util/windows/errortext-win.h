@@ -59,8 +59,7 @@ std::string ntErrorText(const char* context, uint32_t status);
 std::string errorText(bool withCode, const uint32_t* error, int which);
 
 /// The same text, kept by the calling thread: the pointer is good until this thread calls again
-/// or ends. A null `error` is as good as one that points at
-/// GetLastError.
+/// or ends. A null `error` is as good as one that points at GetLastError.
 const char* lastErrorText(bool withCode, const uint32_t* error, int which);
 
 /// One error number that is to be put into words.

@@ -4,21 +4,18 @@
 #include <string_view>
 
 #include "util/cruntime.h"
+#include "util/windows/existingfile-win.h"
 #include "util/windows/filetime-win.h"
 #include "util/windows/scopedhandle-win.h"
 #include "util/windows/system-paths-win.h"
 
 namespace {
 
-constexpr DWORD SHARE_ALL = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-
 uint64_t joined(DWORD high, DWORD low) { return static_cast<uint64_t>(high) << 32 | low; }
 
 /// Opens directories as well.
 HANDLE openAnything(const std::string& path, DWORD access) {
-    return CreateFileW(System::unicodePath(path).c_str(), access, SHARE_ALL,
-                       /*lpSecurityAttributes=*/nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS,
-                       /*hTemplateFile=*/nullptr);
+    return openExisting(System::unicodePath(path), access, FILE_FLAG_BACKUP_SEMANTICS);
 }
 
 /// What a listing entry and a file's information name alike.

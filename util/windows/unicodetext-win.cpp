@@ -43,3 +43,8 @@ std::wstring toWide(StringSpan text) {
     appendWide(text, result);
     return result;
 }
+
+void trimNulls(std::wstring& text) {
+    const size_t last = text.find_last_not_of(L'\0');
+    text.resize(last == std::wstring::npos ? 0 : last + 1);
+}

@@ -18,3 +18,6 @@ std::wstring toWide(StringSpan text);
 
 /// `toWide`, put behind what `result` holds.
 void appendWide(StringSpan text, std::wstring& result);
+
+/// Removes the NUL characters at the end, which Windows counts in where it gives a length.
+void trimNulls(std::wstring& text);

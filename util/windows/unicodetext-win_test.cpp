@@ -118,4 +118,24 @@ TEST(UnicodeTextTest, ATextTooLongForWindowsGivesAnEmptyTextAndIsNotRead) {
     EXPECT_EQ(toWide(StringSpan("x", static_cast<size_t>(-1))), L"");
 }
 
+TEST(TrimNullsTest, TheNullCharactersAtTheEndGoAndThoseInsideStay) {
+    const std::wstring null(1, L'\0');
+    const struct {
+        std::wstring text, trimmed;
+    } CASES[] = {
+        {L"", L""},
+        {L"ab", L"ab"},
+        {L"ab" + null, L"ab"},
+        {L"ab " + null + null + null, L"ab "},
+        {null + L"a" + null + L"b" + null, null + L"a" + null + L"b"},
+        {null, L""},
+        {null + null, L""},
+    };
+    for (const auto& [text, trimmed] : CASES) {
+        std::wstring result = text;
+        trimNulls(result);
+        EXPECT_EQ(result, trimmed);
+    }
+}
+
 }  // namespace
