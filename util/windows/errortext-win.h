@@ -18,6 +18,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "util/errortext.h"
 #include "util/windows/errorstate-win.h"
 
 /// A failed Windows call; `what()` is its win32ErrorText. Catch it by reference to test the number.
@@ -49,17 +50,8 @@ std::string win32ErrorText(const char* context, int error);
 /// none. The number in brackets is always hexadecimal.
 std::string ntErrorText(const char* context, uint32_t status);
 
-/// The words for an error as a part of somebody's sentence: the system's sentence without its line
-/// end and full stop, or "Error NUMBER" if it has none (hexadecimal from 0x80000000 on). With
-/// `withCode` follows " (error code NUMBER)", decimal.
-///
-/// `which` says where the number comes from: 0, the value at `error`, or the socket error if that
-/// value is 0; 1, the value at `error`; 2, the socket error. A null `error` stands for the value
-/// of GetLastError, or of WSAGetLastError if that is 0. A `which` other than these counts as 0.
-std::string errorText(bool withCode, const uint32_t* error, int which);
-
-/// The same text, kept by the calling thread: the pointer is good until this thread calls again
-/// or ends. A null `error` is as good as one that points at GetLastError.
+/// The text that `errorText` gives, kept by the calling thread: the pointer is good until this
+/// thread calls again or ends. A null `error` is as good as one that points at GetLastError.
 const char* lastErrorText(bool withCode, const uint32_t* error, int which);
 
 /// One error number that is to be put into words.
