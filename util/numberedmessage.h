@@ -1,0 +1,34 @@
+#pragma once
+
+#include <iosfwd>
+#include <stdexcept>
+#include <string>
+
+// Failures that carry a number, so that a reader can look them up and a caller can branch on them.
+// There is no catalogue: a message is a number and a text that the failing code has composed. What
+// comes from outside goes into that text through the escapes of util/escapedoutput.h, so that it
+// stays ASCII. An object belongs to one thread at a time.
+
+/// What precedes the text of a numbered message in output: "ERROR NB5001: " or "WARNING NB0042: ".
+struct MessagePrefix {
+    bool mIsError;  ///< an error, or a warning
+    int mCode;      ///< at least four digits of it are printed; 0 is a fault and stops the process
+};
+
+std::ostream& operator<<(std::ostream& out, const MessagePrefix& mp);
+
+/// A failure with its number. `what()` is the text as given, without a prefix: whoever catches the
+/// exception prints that together with the code.
+class NumberedRuntimeError : public std::runtime_error {
+public:
+    NumberedRuntimeError(int code, const std::string& text)
+        : std::runtime_error(text), mCode(code) {}
+    NumberedRuntimeError(const NumberedRuntimeError&) = default;
+    NumberedRuntimeError& operator=(const NumberedRuntimeError&) = default;
+    ~NumberedRuntimeError() override;
+
+    int code() const { return mCode; }
+
+private:
+    int mCode;
+};
