@@ -1,0 +1,186 @@
+#include "util/pathcollation.h"
+
+#include <random>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "testing/allocationcount.h"
+
+namespace {
+
+TEST(ComparePathsTest, CaseAndTheKindAndNumberOfSeparatorsDoNotCount) {
+    const char* const rows[][2] = {
+        {"C:\\a\\b", "c:/A/B"},
+        {"C:\\a\\", "C:\\a"},
+        {"C:\\a\\\\b", "C:\\a\\b"},
+        {"\\\\srv\\sh\\x", "//srv/sh/x"},
+        {"a/b/", "A\\B///"},
+        {"", ""},
+        {"/", "\\"},
+        {"//", "/"},
+        {"C:a", "c:\\A"},
+        {"c:", "C:/"},
+        {"\xC3\x89", "\xC3\xA9"},
+        {"\xCE\x91/x", "\xCE\xB1\\X"},
+        {"\\a/", "/A"},
+        {"//srv/sh", "\\\\SRV\\sh\\"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(comparePaths(row[0], row[1]), 0) << row[0] << " and " << row[1];
+        EXPECT_EQ(comparePaths(row[1], row[0]), 0) << row[0] << " and " << row[1];
+    }
+}
+
+TEST(ComparePathsTest, WhereOnePathIsUsedUpOrASeparatorDecidesTheResultIsOne) {
+    const char* const rows[][2] = {
+        // A rooted path sorts behind one that isn't.
+        {"a", "C:\\a"},
+        {"a", "\\a"},
+        {"", "/"},
+        {"z", "/a"},
+        // What is used up comes first.
+        {"", "a"},
+        {"a", "ab"},
+        {"a", "a/b"},
+        {"a/", "a/b"},
+        {"C:", "C:\\a"},
+        {"/", "/a"},
+        {"\\\\s", "\\\\s\\x"},
+        // A separator comes before all else.
+        {"a/b", "ab"},
+        {"a/b", "a!"},
+        {"a/b", "a\x01"},
+        {"a//z", "aa"},
+        // A root that is used up, too.
+        {"//s/s", "//s/sh/a"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(comparePaths(row[0], row[1]), -1) << row[0] << " and " << row[1];
+        EXPECT_EQ(comparePaths(row[1], row[0]), 1) << row[0] << " and " << row[1];
+    }
+}
+
+TEST(ComparePathsTest, TwoCharactersDifferByTheirWeights) {
+    const struct {
+        const char* a;
+        const char* b;
+        uint16_t unitA, unitB;
+    } rows[] = {
+        {"C:\\a", "D:\\a", 'c', 'd'},
+        {"C:\\a", "C:\\b", 'a', 'b'},
+        {"a/x1", "A\\x2", '1', '2'},
+        {"//srv/a", "//srw/a", 'v', 'w'},
+        {"\xC3\xA9", "\xCE\xB1", 0xE9, 0x3B1},
+        // Bad bytes are units, and don't stop the comparison.
+        {"a\xFF", "ab", 0xDCFF, 'b'},
+        {"a\xFF"
+         "b",
+         "a\xFF"
+         "c",
+         'b', 'c'},
+        {"\xC3\xA9", "\xC3", 0xE9, 0xDCC3},
+        // Above U+FFFF the surrogates count, one at a time.
+        {"\xF0\x90\x80\x80", "\xF0\x90\x80\x81", 0xDC00, 0xDC01},
+        {"\xF0\x90\x80\x80", "\xF0\x90\x90\x80", 0xD800, 0xD801},
+        {"\xF0\x90\x80\x80", "\xEE\x80\x80", 0xD800, 0xE000},
+    };
+    for (const auto& row : rows) {
+        const int difference = int{collationWeight(row.unitA)} - int{collationWeight(row.unitB)};
+        EXPECT_NE(difference, 0) << row.a << " and " << row.b;
+        EXPECT_EQ(comparePaths(row.a, row.b), difference) << row.a << " and " << row.b;
+        EXPECT_EQ(comparePaths(row.b, row.a), -difference) << row.a << " and " << row.b;
+    }
+}
+
+/// The comparison as its steps are told, without passing over anything.
+int compareSlowly(const std::string& a, const std::string& b) {
+    // A character in front of both keeps a common beginning from being passed over: only texts
+    // that aren't rooted are compared here.
+    return comparePaths("x" + a, "X" + b);
+}
+
+TEST(ComparePathsTest, EqualBeginningsCanBePassedOverWithoutADifference) {
+    const std::vector<std::string> pieces = {
+        "a", "B", "/", "\\", "//", "\xC3\xA9", "\xC3", "\xA9", "\xF0\x9F\x98\x80", "\xF0\x9F\x98",
+        "0", "'"};
+    std::mt19937 random(20);  // NOLINT(cert-msc51-cpp): the same texts every time
+    for (int round = 0; round < 20000; ++round) {
+        std::string common;
+        for (size_t i = random() % 6; i > 0; --i) {
+            common += pieces[random() % pieces.size()];
+        }
+        std::string a = common;
+        std::string b = common;
+        for (size_t i = random() % 3; i > 0; --i) {
+            a += pieces[random() % pieces.size()];
+        }
+        for (size_t i = random() % 3; i > 0; --i) {
+            b += pieces[random() % pieces.size()];
+        }
+        ASSERT_EQ(comparePaths("x" + a, "x" + b), compareSlowly(a, b))
+            << testing::PrintToString(a) << " and " << testing::PrintToString(b);
+    }
+}
+
+TEST(ComparePathsTest, NothingIsAllocated) {
+    const std::string a(300, 'a');
+    const std::string b = a + "/\xC3\xA9";
+    const size_t before = testing_support::allocationCount();
+    const int order = comparePaths(a, b);
+    const size_t after = testing_support::allocationCount();
+    EXPECT_EQ(order, -1);
+    EXPECT_EQ(after, before);
+}
+
+TEST(PathCharsEqualTest, CaseAndTheKindOfSeparatorDoNotCount) {
+    EXPECT_TRUE(pathCharsEqual('a', 'A'));
+    EXPECT_TRUE(pathCharsEqual('/', '\\'));
+    EXPECT_TRUE(pathCharsEqual('\\', '\\'));
+    EXPECT_TRUE(pathCharsEqual('\xE9', '\xE9'));
+    EXPECT_FALSE(pathCharsEqual('a', 'b'));
+    EXPECT_FALSE(pathCharsEqual('/', 'a'));
+    EXPECT_FALSE(pathCharsEqual('\xE9', '\xC9'));
+}
+
+TEST(IsPathSeparatorUnitTest, TheTwoSlashesAre) {
+    for (uint32_t unit = 0; unit < 65536; ++unit) {
+        EXPECT_EQ(isPathSeparatorUnit(static_cast<uint16_t>(unit)), unit == '/' || unit == '\\');
+    }
+}
+
+TEST(NoCaseComparatorTest, StringsAreOrderedButForCase) {
+    const StringNoCaseLess less;
+    const StringNoCaseEqual equal;
+    EXPECT_TRUE(less("a", "B"));
+    EXPECT_FALSE(less("B", "a"));
+    EXPECT_FALSE(less("A", "a"));
+    EXPECT_TRUE(less("a", "aa"));
+    EXPECT_TRUE(equal("aB", "Ab"));
+    EXPECT_FALSE(equal("a", "aa"));
+    EXPECT_FALSE(equal("a/b", "a\\b")) << "separators are characters like others";
+    EXPECT_TRUE(equal(std::string("a\0b", 3), "A"));
+}
+
+TEST(NoCaseComparatorTest, PartsAreOrderedButForCaseAndAnEqualBeginningComesFirst) {
+    const SubstringNoCaseLess less;
+    const SubstringNoCaseEqual equal;
+    std::string text = "abcABCab";
+    const Substring abc(text, 0, 3);
+    const Substring upper(text, 3, 3);
+    const Substring ab(text, 6, 2);
+    const Substring bc(text, 1, 2);
+    EXPECT_FALSE(less(abc, upper));
+    EXPECT_FALSE(less(upper, abc));
+    EXPECT_TRUE(equal(abc, upper));
+    EXPECT_TRUE(less(ab, abc));
+    EXPECT_FALSE(less(abc, ab));
+    EXPECT_FALSE(equal(ab, abc));
+    EXPECT_TRUE(less(ab, bc));
+    EXPECT_FALSE(less(bc, ab));
+    EXPECT_TRUE(less(Substring(text, 0, 0), ab));
+    EXPECT_TRUE(equal(Substring(text, 0, 0), Substring(text, 8, 0)));
+}
+
+}  // namespace

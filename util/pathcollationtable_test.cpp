@@ -1,0 +1,121 @@
+// What holds of the tables.
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "util/pathcollation.h"
+
+namespace {
+
+constexpr uint32_t UNITS = 65536;
+constexpr uint16_t LARGEST = 64562;
+
+std::map<uint16_t, std::vector<uint16_t>> unitsByWeight() {
+    std::map<uint16_t, std::vector<uint16_t>> units;
+    for (uint32_t unit = 0; unit < UNITS; ++unit) {
+        units[collationWeight(static_cast<uint16_t>(unit))].push_back(static_cast<uint16_t>(unit));
+    }
+    return units;
+}
+
+TEST(PathCollationTableTest, TheWeightsInUseAreAllFromOneToTheLargest) {
+    const auto units = unitsByWeight();
+    EXPECT_EQ(units.size(), LARGEST);
+    EXPECT_EQ(units.begin()->first, 1);
+    EXPECT_EQ(units.rbegin()->first, LARGEST);
+    EXPECT_EQ(collationWeight(0), 1);
+}
+
+TEST(PathCollationTableTest, OnlyPairsShareAWeightAndThereAre974) {
+    int pairs = 0;
+    for (const auto& [weight, units] : unitsByWeight()) {
+        ASSERT_LE(units.size(), 2U) << weight;
+        if (units.size() == 2) {
+            ++pairs;
+            EXPECT_EQ(pathCaseSwapTable[units[0]], units[1]) << weight;
+            EXPECT_EQ(pathCaseSwapTable[units[1]], units[0]) << weight;
+        } else {
+            EXPECT_EQ(pathCaseSwapTable[units[0]], units[0]) << weight;
+        }
+    }
+    EXPECT_EQ(pairs, 974);
+}
+
+TEST(PathCollationTableTest, SwappingTwiceIsTheIdentityAndSwapsOnlyWhatSharesAWeight) {
+    int swapped = 0;
+    for (uint32_t unit = 0; unit < UNITS; ++unit) {
+        const uint16_t partner = pathCaseSwapTable[unit];
+        EXPECT_EQ(pathCaseSwapTable[partner], unit);
+        EXPECT_EQ(collationWeight(partner), collationWeight(static_cast<uint16_t>(unit)));
+        swapped += partner != unit ? 1 : 0;
+    }
+    EXPECT_EQ(swapped, 2 * 974);
+}
+
+TEST(PathCollationTableTest, TellingUnitsHaveTheirWeights) {
+    const struct {
+        uint16_t unit, weight;
+    } rows[] = {
+        {0x0000, 1},     {0x00AD, 2},    {0xFFFD, 3369}, {0x0001, 3372},  {'\'', 3399},
+        {'-', 3403},     {' ', 3938},    {'\t', 3968},   {'/', 4127},     {'\\', 4127},
+        {'+', 4592},     {'0', 6756},    {'9', 7261},    {'A', 7496},     {'a', 7496},
+        {0x00C9, 7684},  {0x00E9, 7684}, {'Z', 8457},    {'z', 8457},     {0x0391, 8525},
+        {0x03B1, 8525},  {0xFF21, 7499}, {0xFF41, 7499}, {0xE000, 16815}, {0xD800, 23215},
+        {0x4E00, 36145},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(collationWeight(row.unit), row.weight) << std::hex << row.unit;
+    }
+}
+
+TEST(PathCollationTableTest, ASCIIHasItsOrder) {
+    std::string order(1, '\0');
+    for (char c = 1; c < 32; ++c) {
+        if (c < '\t' || c > '\r') {
+            order += c;
+        }
+    }
+    order += "\x7f'- \t\n\v\f\r!\"#$%&()*,./:;?@[]^_`{|}~+<=>0123456789";
+    std::string letters = "abcdefghijklmnopqrstuvwxyz";
+    ASSERT_EQ(order.size() + 1 + 2 * letters.size(), 128U) << "the backslash is the slash";
+    order += letters;
+    for (size_t i = 1; i < order.size(); ++i) {
+        EXPECT_LT(
+            compareCollation(static_cast<uint16_t>(order[i - 1]), static_cast<uint16_t>(order[i])),
+            0)
+            << static_cast<int>(order[i - 1]) << " before " << static_cast<int>(order[i]);
+    }
+    for (const char letter : letters) {
+        EXPECT_EQ(pathCaseSwapTable[static_cast<uint16_t>(letter)], letter - 'a' + 'A');
+    }
+    EXPECT_EQ(pathCaseSwapTable['/'], '\\');
+}
+
+TEST(PathCollationTableTest, ALetterWithoutAPartnerToAndFroHasAWeightOfItsOwn) {
+    // The sharp s, the dotless i and the dotted I, the long s, the title case of dz, the micro
+    // sign.
+    for (const int unit : {0x00DF, 0x0131, 0x0130, 0x017F, 0x01C5, 0x00B5}) {
+        EXPECT_EQ(pathCaseSwapTable[static_cast<size_t>(unit)], unit) << std::hex << unit;
+    }
+}
+
+TEST(PathCollationTableTest, LettersOfAScriptAreInTheOrderOfItsAlphabet) {
+    const std::vector<std::vector<uint16_t>> alphabets = {
+        {'a', 0xE1, 'b', 'c', 0xE7, 'e', 0xE9, 'n', 0xF1, 'o', 'z'},
+        {0x3B1, 0x3B2, 0x3B3, 0x3B4, 0x3C9},
+        {0x430, 0x431, 0x432, 0x433, 0x434, 0x44F},
+        {0xAC00, 0xAC01, 0xD7A3},
+        {0x4E00, 0x4E01, 0x9FA5},
+    };
+    for (const auto& alphabet : alphabets) {
+        for (size_t i = 1; i < alphabet.size(); ++i) {
+            EXPECT_LT(compareCollation(alphabet[i - 1], alphabet[i]), 0)
+                << std::hex << alphabet[i - 1] << " before " << alphabet[i];
+        }
+    }
+}
+
+}  // namespace
