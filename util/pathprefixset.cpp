@@ -1,0 +1,35 @@
+#include "util/pathprefixset.h"
+
+#include <iterator>
+#include <utility>
+
+bool PathPrefixSet::Entry::covers(const std::string& key) const {
+    return key.starts_with(path) && (isPrefix || path.size() == key.size());
+}
+
+void PathPrefixSet::insert(std::string path, bool isPrefix) {
+    const auto [entry, isNew] = mEntries.insert({std::move(path), isPrefix});
+    if (!isNew) {
+        if (!isPrefix || entry->isPrefix) {
+            return;
+        }
+        entry->isPrefix = true;  // no part of the order
+    } else if (entry != mEntries.begin() && std::prev(entry)->covers(entry->path)) {
+        mEntries.erase(entry);
+        return;
+    }
+    if (isPrefix) {
+        auto covered = std::next(entry);
+        while (covered != mEntries.end() && covered->path.starts_with(entry->path)) {
+            covered = mEntries.erase(covered);
+        }
+    }
+}
+
+PathPrefixSet::const_iterator PathPrefixSet::find(const std::string& key) const {
+    auto entry = mEntries.upper_bound(key);
+    if (entry == mEntries.begin() || !(--entry)->covers(key)) {
+        return mEntries.end();
+    }
+    return entry;
+}

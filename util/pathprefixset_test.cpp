@@ -1,0 +1,104 @@
+#include "util/pathprefixset.h"
+
+#include <random>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using Entries = std::vector<std::pair<std::string, bool>>;
+
+constexpr bool PREFIX = true;
+constexpr bool PLAIN = false;
+
+PathPrefixSet makeSet(const Entries& entries) {
+    PathPrefixSet set;
+    for (const auto& [path, isPrefix] : entries) {
+        set.insert(path, isPrefix);
+    }
+    return set;
+}
+
+Entries entriesOf(const PathPrefixSet& set) {
+    Entries entries;
+    for (const PathPrefixSet::Entry& entry : set) {
+        entries.emplace_back(entry.path, entry.isPrefix);
+    }
+    return entries;
+}
+
+TEST(PathPrefixSetTest, APrefixTakesAwayWhatItCovers) {
+    EXPECT_EQ(entriesOf(makeSet({{"ab", PLAIN}, {"abc", PREFIX}, {"b", PLAIN}, {"a", PREFIX}})),
+              (Entries{{"a", PREFIX}, {"b", PLAIN}}));
+}
+
+TEST(PathPrefixSetTest, WhatAPrefixCoversIsNotAdded) {
+    EXPECT_EQ(entriesOf(makeSet({{"a", PREFIX}, {"ab", PLAIN}, {"abc", PREFIX}, {"a", PLAIN}})),
+              (Entries{{"a", PREFIX}}));
+}
+
+TEST(PathPrefixSetTest, APlainEntryBecomesAPrefixAndTakesAwayWhatItCoversThen) {
+    EXPECT_EQ(entriesOf(makeSet({{"a", PLAIN}, {"ab", PLAIN}, {"a", PREFIX}})),
+              (Entries{{"a", PREFIX}}));
+}
+
+TEST(PathPrefixSetTest, APlainEntryCoversItselfAlone) {
+    const PathPrefixSet set = makeSet({{"a", PLAIN}, {"a", PLAIN}, {"ab", PLAIN}});
+    EXPECT_EQ(entriesOf(set), (Entries{{"a", PLAIN}, {"ab", PLAIN}}));
+    EXPECT_EQ(set.find("abc"), set.end());
+    EXPECT_EQ(set.find(""), set.end());
+    EXPECT_EQ(set.find("a")->path, "a");
+}
+
+TEST(PathPrefixSetTest, TheEntryThatCoversAKeyIsFound) {
+    const PathPrefixSet set = makeSet({{"C:/a", PREFIX}, {"b", PLAIN}});
+    EXPECT_EQ(set.find("C:/a")->path, "C:/a");
+    EXPECT_EQ(set.find("C:/ab")->path, "C:/a") << "bytes count, and not components";
+    EXPECT_EQ(set.find("C:/"), set.end());
+    EXPECT_EQ(set.find("c:/a"), set.end()) << "nothing is folded";
+    EXPECT_EQ(set.find("C:\\a"), set.end());
+    EXPECT_EQ(set.find("b")->path, "b");
+    EXPECT_EQ(set.find("bc"), set.end());
+}
+
+TEST(PathPrefixSetTest, AnEmptyPrefixCoversEverything) {
+    const PathPrefixSet set = makeSet({{"a", PREFIX}, {"", PREFIX}, {"b", PLAIN}});
+    EXPECT_EQ(entriesOf(set), (Entries{{"", PREFIX}}));
+    EXPECT_EQ(set.find("x")->path, "");
+    EXPECT_EQ(set.size(), 1U);
+}
+
+TEST(PathPrefixSetTest, BytesAreOrderedUnsigned) {
+    EXPECT_EQ(entriesOf(makeSet({{"\xFF", PLAIN}, {"a", PLAIN}, {std::string(1, '\0'), PLAIN}})),
+              (Entries{{std::string(1, '\0'), PLAIN}, {"a", PLAIN}, {"\xFF", PLAIN}}));
+}
+
+TEST(PathPrefixSetTest, ItAgreesWithAPlainListOfWhatWasPutIn) {
+    std::mt19937 random(5);  // NOLINT(cert-msc51-cpp): the same paths every time
+    const auto path = [&] {
+        std::string text;
+        for (size_t i = random() % 5; i > 0; --i) {
+            text += static_cast<char>('a' + random() % 3);
+        }
+        return text;
+    };
+    for (int round = 0; round < 300; ++round) {
+        Entries list;
+        PathPrefixSet set;
+        for (int i = 0; i < 20; ++i) {
+            list.emplace_back(path(), random() % 4 == 0);
+            set.insert(list.back().first, list.back().second);
+            const std::string key = path();
+            bool isCovered = false;
+            for (const auto& [known, isPrefix] : list) {
+                isCovered = isCovered || key == known || (isPrefix && key.starts_with(known));
+            }
+            ASSERT_EQ(set.find(key) != set.end(), isCovered) << key;
+        }
+    }
+}
+
+}  // namespace
