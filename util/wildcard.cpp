@@ -1,0 +1,184 @@
+#include "util/wildcard.h"
+
+#include <array>
+#include <locale>
+#include <string_view>
+
+#include "util/processlocale.h"
+#include "util/stringcompare.h"
+
+namespace {
+
+using FoldTable = std::array<char, 256>;
+
+constexpr FoldTable makeIdentity() {
+    FoldTable table{};
+    for (size_t i = 0; i < table.size(); ++i) {
+        table[i] = static_cast<char>(i);
+    }
+    return table;
+}
+
+const FoldTable& foldTable(bool caseSensitive) {
+    static constexpr FoldTable identity = makeIdentity();
+    static const FoldTable lower = [] {
+        FoldTable table = identity;
+        std::use_facet<std::ctype<char>>(processLocale())
+            .tolower(table.data(), table.data() + table.size());
+        return table;
+    }();
+    return caseSensitive ? identity : lower;
+}
+
+/// The single characters of a pattern: everything but stars.
+class SinglePattern {
+public:
+    SinglePattern(std::string_view pattern, bool literalBrackets, const FoldTable& fold)
+        : mPattern(pattern), mLiteralBrackets(literalBrackets), mFold(fold) {}
+
+    char fold(char c) const { return mFold[static_cast<unsigned char>(c)]; }
+
+    /// How many characters of the pattern, from `p`, stand for the folded character `c`; 0 if they
+    /// don't.
+    size_t match(size_t p, char c) const {
+        const char wanted = folded(p);
+        if (wanted == '?') {
+            return 1;
+        }
+        if (wanted == '[' && !mLiteralBrackets) {
+            return matchClass(p, c);
+        }
+        if (wanted == '\\') {
+            return p + 1 < mPattern.size() && folded(p + 1) == c ? 2 : 0;
+        }
+        return wanted == c ? 1 : 0;
+    }
+
+private:
+    char folded(size_t p) const { return fold(mPattern[p]); }
+
+    /// Whether a range such as a-z begins at `p`.
+    bool isRange(size_t p) const {
+        return mPattern.size() - p >= 3 && mPattern[p + 1] == '-' && folded(p + 2) != ']' &&
+               isBelow(folded(p), folded(p + 2));
+    }
+    // Characters of a range compare as signed ones, whatever a char is.
+    static bool isBelow(char a, char b) {
+        return static_cast<signed char>(a) < static_cast<signed char>(b);
+    }
+
+    size_t matchClass(size_t start, char c) const;
+
+    std::string_view mPattern;
+    bool mLiteralBrackets;
+    const FoldTable& mFold;
+};
+
+size_t SinglePattern::matchClass(size_t start, char c) const {
+    const size_t size = mPattern.size();
+    size_t i = start + 1;
+    const bool negated = i < size && (mPattern[i] == '^' || mPattern[i] == '!');
+    i += negated ? 1 : 0;
+    while (i < size) {
+        const char member = folded(i);
+        if (member == ']') {
+            if (!negated) {
+                return 0;
+            }
+            break;
+        }
+        // Meant: of a negated class a member in front of a `-` that makes no range isn't looked at.
+        const bool hasDashBehind = i + 1 < size && mPattern[i + 1] == '-';
+        if (member == c && !(negated && hasDashBehind)) {
+            if (negated) {
+                return 0;
+            }
+            break;
+        }
+        if (!isRange(i)) {
+            ++i;
+        } else if (isBelow(c, member) || isBelow(folded(i + 2), c)) {
+            // Meant: the last one of a negated class is a member of its own, too.
+            i += negated ? 2 : 3;
+        } else if (negated) {
+            return 0;
+        } else {
+            break;
+        }
+    }
+    while (i < size && folded(i) != ']') {
+        ++i;
+    }
+    return i < size ? i + 1 - start : 0;
+}
+
+}  // namespace
+
+bool wildcardMatch(StringSpan pattern, StringSpan text) {
+    return wildcardMatch(pattern, text, /*literalBrackets=*/false, /*caseSensitive=*/false,
+                         /*patternIndex=*/0, /*textIndex=*/0);
+}
+
+bool wildcardMatch(StringSpan pattern, StringSpan text, bool literalBrackets, bool caseSensitive,
+                   size_t patternIndex, size_t textIndex) {
+    const SinglePattern single(pattern.view(), literalBrackets, foldTable(caseSensitive));
+    constexpr size_t none = static_cast<size_t>(-1);
+    size_t p = patternIndex;
+    size_t t = textIndex;
+    // Only the last star has to be tried at other places: what an earlier one leaves to the pattern
+    // behind it is most where that pattern matched first.
+    size_t behindStar = none;
+    size_t starsText = 0;
+    for (;;) {
+        if (p < pattern.length && t < text.length) {
+            if (pattern.data[p] == '*') {
+                if (++p == pattern.length) {
+                    return true;
+                }
+                behindStar = p;
+                starsText = t;
+                continue;
+            }
+            if (const size_t taken = single.match(p, single.fold(text.data[t]))) {
+                p += taken;
+                ++t;
+                continue;
+            }
+        } else if (t == text.length && (p == pattern.length ||
+                                        // Meant: one star alone is forgiven here.
+                                        (p + 1 == pattern.length && pattern.data[p] == '*'))) {
+            return true;
+        }
+        // Meant: a star never leaves the end of the text to the pattern behind it.
+        if (behindStar == none || ++starsText >= text.length) {
+            return false;
+        }
+        p = behindStar;
+        t = starsText;
+    }
+}
+
+bool matchStem(StringSpan pattern, StringSpan base, TextRange range, char wildcard, TextRange* stem,
+               bool exact) {
+    const auto equals = [exact](std::string_view a, std::string_view b) {
+        return exact ? equalsExact(a, b) : equalsNoCase(StringSpan(a), StringSpan(b));
+    };
+    const std::string_view wanted = pattern.view();
+    const std::string_view text(base.data + range.first, range.second - range.first);
+    const size_t before = wanted.find(wildcard);
+    if (before == std::string_view::npos) {
+        if (!equals(wanted, text)) {
+            return false;
+        }
+        *stem = range;
+        return true;
+    }
+    const size_t behind = wanted.size() - before - 1;
+    if (text.size() < before + behind ||
+        !equals(wanted.substr(0, before), text.substr(0, before)) ||
+        !equals(wanted.substr(before + 1), text.substr(text.size() - behind))) {
+        return false;
+    }
+    *stem = {range.first + before, range.second - behind};
+    return true;
+}
