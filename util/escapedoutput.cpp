@@ -1,0 +1,337 @@
+#include "util/escapedoutput.h"
+
+#include <array>
+#include <cctype>
+#include <cstdint>
+#include <cstring>
+#include <iterator>
+#include <ostream>
+#include <streambuf>
+
+#include "util/characterset.h"
+#include "util/utf8decoder.h"
+
+namespace {
+
+constexpr std::string_view digits = "0123456789abcdefghijklmnopqrstuvwxyz";
+
+/// Takes characters for a string.
+class StringSink {
+public:
+    explicit StringSink(std::string& target) : mTarget(target) {}
+    void put(std::string_view text) { mTarget.append(text); }
+
+private:
+    std::string& mTarget;
+};
+
+/// Takes characters for a stream, and remembers whether one got lost.
+class StreamSink {
+public:
+    explicit StreamSink(std::ostream& out) : mBuffer(*out.rdbuf()) {}
+    void put(std::string_view text) {
+        const auto size = static_cast<std::streamsize>(text.size());
+        mHasFailed = mBuffer.sputn(text.data(), size) != size || mHasFailed;
+    }
+    bool hasFailed() const { return mHasFailed; }
+
+private:
+    std::streambuf& mBuffer;
+    bool mHasFailed = false;
+};
+
+template <class Sink>
+void putEscape(Sink& sink, char letter, uint32_t value, size_t digitCount) {
+    char text[10] = {'\\', letter};
+    for (size_t i = digitCount; i > 0; --i) {
+        text[1 + i] = digits[value % 16];
+        value /= 16;
+    }
+    sink.put({text, 2 + digitCount});
+}
+
+/// How many bytes from `text` on are at most `highest`, which is 126 or 127.
+size_t plainRun(std::string_view text, unsigned highest) {
+    constexpr uint64_t highBits = 0x8080808080808080;
+    const uint64_t toHighBit = (127 - highest) * 0x0101010101010101;
+    size_t length = 0;
+    for (uint64_t word = 0; text.size() - length >= sizeof word; length += sizeof word) {
+        std::memcpy(&word, text.data() + length, sizeof word);
+        if (((word | (word + toHighBit)) & highBits) != 0) {
+            break;
+        }
+    }
+    while (length < text.size() && static_cast<unsigned char>(text[length]) <= highest) {
+        ++length;
+    }
+    return length;
+}
+
+template <class Sink>
+void putBytes(std::string_view text, Sink& sink) {
+    while (!text.empty()) {
+        const size_t plain = plainRun(text, 127);
+        if (plain != 0) {
+            sink.put(text.substr(0, plain));
+        } else {
+            putEscape(sink, 'x', static_cast<unsigned char>(text.front()), 2);
+        }
+        text.remove_prefix(std::max<size_t>(plain, 1));
+    }
+}
+
+template <class Unit, class Sink>
+void putUnits(std::basic_string_view<Unit> text, Sink& sink) {
+    for (const Unit unit : text) {
+        const auto value = static_cast<uint16_t>(unit);
+        if (value > 126) {
+            putEscape(sink, 'u', value, 4);
+        } else {
+            const char c = static_cast<char>(value);
+            sink.put({&c, 1});
+        }
+    }
+}
+
+template <class Sink>
+void putUtf8(std::string_view text, Sink& sink) {
+    while (!text.empty()) {
+        const size_t plain = plainRun(text, 126);
+        if (plain != 0) {
+            sink.put(text.substr(0, plain));
+            text.remove_prefix(plain);
+            continue;
+        }
+        const PathUnitCursor cursor{StringSpan(text)};
+        putEscape(sink, cursor.value > 0xFFFF ? 'U' : 'u', cursor.value,
+                  cursor.value > 0xFFFF ? 8 : 4);
+        text.remove_prefix(static_cast<size_t>(cursor.position - text.data()) + 1);
+    }
+}
+
+/// Runs `put(sink)` under the stream's sentry.
+template <class Put>
+std::ostream& insertAll(std::ostream& out, Put put) {
+    if (const std::ostream::sentry sentry(out); sentry) {
+        StreamSink sink(out);
+        put(sink);
+        if (sink.hasFailed()) {
+            out.setstate(std::ios_base::failbit | std::ios_base::badbit);
+        }
+    }
+    return out;
+}
+
+template <class Put>
+std::string textOf(Put put) {
+    std::string text;
+    StringSink sink(text);
+    put(sink);
+    return text;
+}
+
+constexpr CharacterSet safePunctuation("%+,-./:=@^_");
+
+/// Writes into a layout, and ends with the first character that the stream doesn't take.
+class WrappedOutput {
+public:
+    WrappedOutput(std::ostream& out, Layout* layout)
+        : mBuffer(*out.rdbuf()), mGuard(layout), mLayout(mGuard.layout) {}
+
+    bool putDump(const HexDump& dump);
+    bool putQuoted(const Quoted& quoted);
+    bool putSpaces(int count) {
+        constexpr std::string_view spaces = "                                ";
+        while (count > 0) {
+            const int piece = std::min(count, static_cast<int>(spaces.size()));
+            if (!put(spaces.substr(0, static_cast<size_t>(piece)))) {
+                return false;
+            }
+            count -= piece;
+        }
+        return true;
+    }
+
+private:
+    // All are false if the stream takes no more. The column counts what it took.
+
+    /// One column for each character.
+    bool put(std::string_view text) {
+        const auto size = static_cast<std::streamsize>(text.size());
+        const std::streamsize taken = mBuffer.sputn(text.data(), size);
+        mLayout.column += static_cast<int>(taken);
+        return taken == size;
+    }
+    bool lineFeed() {
+        const bool taken = put("\n");
+        mLayout.column = 0;
+        return taken;
+    }
+
+    bool beginItem(int columns);
+    bool putPlain(std::string_view text);
+    bool putCharacter(std::string_view text);
+
+    std::streambuf& mBuffer;
+    LayoutGuard mGuard;
+    Layout& mLayout;
+    bool mIsBehindLineFeed = false;  ///< of the text that is quoted
+};
+
+/// On a new line if the item's first columns don't fit into this one; behind the margin and the
+/// space that is owed.
+bool WrappedOutput::beginItem(int columns) {
+    if (mLayout.width - mLayout.column < (mLayout.needSpace ? 1 : 0) + columns) {
+        mLayout.needSpace = false;
+        if (!lineFeed()) {
+            return false;
+        }
+    }
+    if (mLayout.column < mLayout.indent) {
+        mLayout.needSpace = false;
+        return putSpaces(mLayout.indent - mLayout.column);
+    }
+    return !mLayout.needSpace || put(" ");
+}
+
+bool WrappedOutput::putDump(const HexDump& dump) {
+    for (size_t i = 0; i < dump.length; ++i) {
+        const unsigned char byte = dump.data[i];
+        const bool isPrintable = byte < 128 && std::isprint(byte) != 0;
+        const char item[] = {digits[byte / 16U], digits[byte % 16U], ':',
+                             isPrintable ? static_cast<char>(byte) : '.'};
+        if (!beginItem(sizeof item) || !put({item, sizeof item})) {
+            return false;
+        }
+        mLayout.needSpace = true;
+    }
+    return true;
+}
+
+/// The escape of a byte that doesn't stand for itself, in `room`.
+std::string_view escapeOf(unsigned char byte, std::array<char, 4>& room) {
+    switch (byte) {
+        case '\t':
+            return "\\t";
+        case '\n':
+            return "\\n";
+        case '\r':
+            return "\\r";
+        case '\\':
+            return "\\\\";
+        default:
+            room = {'\\', 'x', digits[byte / 16U], digits[byte % 16U]};
+            return {room.data(), room.size()};
+    }
+}
+
+bool standsForItself(unsigned char byte) { return std::isprint(byte) != 0 && byte != '\\'; }
+
+/// A character or an escape, on a new line if the literal has to break before it.
+bool WrappedOutput::putCharacter(std::string_view text) {
+    const int columns = static_cast<int>(text.size());
+    if (mIsBehindLineFeed || mLayout.width - mLayout.column < columns + 1) {
+        if (!put("\"") || !lineFeed() || !putSpaces(mLayout.indent) || !put("\"")) {
+            return false;
+        }
+    }
+    return put(text);
+}
+
+bool WrappedOutput::putQuoted(const Quoted& quoted) {
+    // Meant: a double quote in the text is written bare.
+    if (!beginItem((quoted.length != 0 ? 1 : 0) + 2) || !put("\"")) {
+        return false;
+    }
+    std::array<char, 4> room{};
+    for (size_t i = 0; i < quoted.length; ++i) {
+        const unsigned char byte = quoted.data[i];
+        const char plain = static_cast<char>(byte);
+        if (!putCharacter(standsForItself(byte) ? std::string_view(&plain, 1)
+                                                : escapeOf(byte, room))) {
+            return false;
+        }
+        mIsBehindLineFeed = byte == '\n';
+    }
+    if (!put("\"")) {
+        return false;
+    }
+    mLayout.needSpace = true;
+    return true;
+}
+
+/// Runs `put(output)` under the stream's sentry.
+template <class Put>
+std::ostream& insertWrapped(std::ostream& out, Layout* layout, Put put) {
+    if (const std::ostream::sentry sentry(out); sentry) {
+        if (!put(WrappedOutput(out, layout))) {
+            out.setstate(std::ios_base::eofbit | std::ios_base::failbit | std::ios_base::badbit);
+        }
+    }
+    return out;
+}
+
+/// Writes a text for a shell, by `write(text, iterator)`, under the stream's sentry.
+template <class Write>
+std::ostream& insertForShell(std::ostream& out, Write write) {
+    if (const std::ostream::sentry sentry(out); sentry) {
+        if (write(std::ostreambuf_iterator<char>(out)).failed()) {
+            out.setstate(std::ios_base::failbit | std::ios_base::badbit);
+        }
+    }
+    return out;
+}
+
+}  // namespace
+
+std::ostream& operator<<(std::ostream& out, const EscapedBytes& escaped) {
+    return insertAll(out, [&](StreamSink& sink) { putBytes(escaped.text.view(), sink); });
+}
+std::ostream& operator<<(std::ostream& out, const EscapedUnits& escaped) {
+    return insertAll(out, [&](StreamSink& sink) { putUnits(escaped.text, sink); });
+}
+std::ostream& operator<<(std::ostream& out, const EscapedUtf8& escaped) {
+    return insertAll(out, [&](StreamSink& sink) { putUtf8(escaped.text.view(), sink); });
+}
+
+std::string escapeBytes(StringSpan text) {
+    return textOf([&](StringSink& sink) { putBytes(text.view(), sink); });
+}
+std::string escapeUnits(std::u16string_view text) {
+    return textOf([&](StringSink& sink) { putUnits(text, sink); });
+}
+std::string escapeUnits(const std::wstring& text) {
+    return textOf([&](StringSink& sink) { putUnits(std::wstring_view(text), sink); });
+}
+std::string escapeUtf8(StringSpan text) {
+    return textOf([&](StringSink& sink) { putUtf8(text.view(), sink); });
+}
+
+bool isShellSafe(char c) {
+    return std::isalnum(static_cast<unsigned char>(c)) != 0 || safePunctuation.contains(c);
+}
+
+bool needsShellQuoting(StringSpan text) {
+    const std::string_view characters = text.view();
+    return !std::all_of(characters.begin(), characters.end(), isShellSafe);
+}
+
+std::ostream& operator<<(std::ostream& out, const ShellQuoted& quoted) {
+    return insertForShell(out, [&](auto to) { return writeShellQuoted(quoted.text, to); });
+}
+std::ostream& operator<<(std::ostream& out, const ShellArgument& quoted) {
+    return insertForShell(out, [&](auto to) { return writeShellArgument(quoted.text, to); });
+}
+
+std::ostream& operator<<(std::ostream& out, const Spaces& spaces) {
+    return insertWrapped(out, nullptr,
+                         [&](WrappedOutput&& output) { return output.putSpaces(spaces.count); });
+}
+std::ostream& operator<<(std::ostream& out, const HexDump& dump) {
+    return insertWrapped(out, dump.layout,
+                         [&](WrappedOutput&& output) { return output.putDump(dump); });
+}
+std::ostream& operator<<(std::ostream& out, const Quoted& quoted) {
+    return insertWrapped(out, quoted.layout,
+                         [&](WrappedOutput&& output) { return output.putQuoted(quoted); });
+}

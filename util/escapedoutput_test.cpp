@@ -1,0 +1,157 @@
+// Escapes and words for a shell.
+
+#include "util/escapedoutput.h"
+
+#include <iterator>
+#include <sstream>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "testing/smallbuffer.h"
+
+namespace {
+
+using testing_support::SmallBuffer;
+
+template <class Inserted>
+std::string printed(const Inserted& inserted) {
+    std::ostringstream out;
+    out << inserted;
+    return out.str();
+}
+
+TEST(EscapeBytesTest, OnlyBytesWithTheHighBitAreEscaped) {
+    const struct {
+        std::string text, escaped;
+    } rows[] = {
+        {"", ""},
+        {"plain text", "plain text"},
+        {"\xE9", "\\xe9"},
+        {"\x80z\xFF", "\\x80z\\xff"},
+        {std::string("\0\n\t\x7f\\", 5), std::string("\0\n\t\x7f\\", 5)},
+        {"eight ch\xC3\xA9", "eight ch\\xc3\\xa9"},
+        {"seven c\xC3\xA9 and more text", "seven c\\xc3\\xa9 and more text"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(escapeBytes(row.text), row.escaped);
+        EXPECT_EQ(printed(EscapedBytes{row.text}), row.escaped);
+    }
+}
+
+TEST(EscapeUnitsTest, UnitsAbove126AreEscaped) {
+    const struct {
+        std::u16string text;
+        std::string escaped;
+    } rows[] = {
+        {u"", ""},
+        {u"a~\n", "a~\n"},
+        {u"\x7f", "\\u007f"},
+        {u"\u00e9\u4e2d", "\\u00e9\\u4e2d"},
+        {u"\U0001F600", "\\ud83d\\ude00"},
+        {std::u16string(1, u'\0'), std::string(1, '\0')},
+        {u"\uffff", "\\uffff"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(escapeUnits(row.text), row.escaped);
+        EXPECT_EQ(printed(EscapedUnits{row.text}), row.escaped);
+        EXPECT_EQ(escapeUnits(std::wstring(row.text.begin(), row.text.end())), row.escaped);
+    }
+}
+
+TEST(EscapeUtf8Test, CharactersAbove126AreEscapedAndBadBytesAsSurrogates) {
+    const struct {
+        std::string text, escaped;
+    } rows[] = {
+        {"", ""},
+        {"plain text ~", "plain text ~"},
+        {"\x7f", "\\u007f"},
+        {"\n\t\x01", "\n\t\x01"},
+        {"\xC3\xA9", "\\u00e9"},
+        {"\xE4\xB8\xAD!", "\\u4e2d!"},
+        {"\xEF\xBF\xBF", "\\uffff"},
+        {"\xF0\x90\x80\x80", "\\U00010000"},
+        {"\xF0\x9F\x98\x80", "\\U0001f600"},
+        {"\xFF", "\\udcff"},
+        {"\x80"
+         "a",
+         "\\udc80a"},
+        {"\xC3", "\\udcc3"},
+        {"eight ch\xC3\xA9 and eight more", "eight ch\\u00e9 and eight more"},
+        {"1234567\x7f"
+         "1234567\x7f",
+         "1234567\\u007f1234567\\u007f"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(escapeUtf8(row.text), row.escaped);
+        EXPECT_EQ(printed(EscapedUtf8{row.text}), row.escaped);
+    }
+}
+
+TEST(ShellQuotingTest, LettersDigitsAndElevenMarksAreSafe) {
+    const std::string safe =
+        "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz%+,-./:=@^_";
+    for (int c = 0; c < 256; ++c) {
+        EXPECT_EQ(isShellSafe(static_cast<char>(c)),
+                  safe.find(static_cast<char>(c)) != std::string::npos)
+            << c;
+    }
+    EXPECT_FALSE(needsShellQuoting(safe));
+    EXPECT_FALSE(needsShellQuoting(""));
+    EXPECT_TRUE(needsShellQuoting("a b"));
+    EXPECT_TRUE(needsShellQuoting("\xE9"));
+}
+
+TEST(ShellQuotingTest, ATextIsQuotedWhereItNeedsIt) {
+    const struct {
+        const char* text;
+        const char* quoted;
+        const char* argument;
+    } rows[] = {
+        {"", "", "''"},
+        {"a=b,c:d", "a=b,c:d", "a=b,c:d"},
+        {"two words", "'two words'", "'two words'"},
+        {"it's", "'it'\\''s'", "'it'\\''s'"},
+        {"'", "''\\'''", "''\\'''"},
+        {"a\\b", "'a\\b'", "'a\\b'"},
+        {"\"$x\"", "'\"$x\"'", "'\"$x\"'"},
+        {"\xC3\xA9", "'\xC3\xA9'", "'\xC3\xA9'"},
+    };
+    for (const auto& row : rows) {
+        std::string quoted;
+        writeShellQuoted(row.text, std::back_inserter(quoted));
+        EXPECT_EQ(quoted, row.quoted);
+        EXPECT_EQ(printed(ShellQuoted{row.text}), row.quoted);
+        std::string argument;
+        writeShellArgument(row.text, std::back_inserter(argument));
+        EXPECT_EQ(argument, row.argument);
+        EXPECT_EQ(printed(ShellArgument{row.text}), row.argument);
+    }
+}
+
+constexpr auto FAILED = std::ios_base::failbit | std::ios_base::badbit;
+
+template <class Inserted>
+void expectFailure(const Inserted& inserted, const std::string& whole) {
+    for (size_t room = 0; room <= whole.size(); ++room) {
+        SmallBuffer buffer(room);
+        std::ostream out(&buffer);
+        out << inserted;
+        EXPECT_EQ(buffer.text, whole.substr(0, room));
+        EXPECT_EQ(out.rdstate(), room < whole.size() ? FAILED : std::ios_base::goodbit) << room;
+    }
+    std::ostringstream failed;
+    failed.setstate(std::ios_base::failbit);
+    failed << inserted;
+    EXPECT_EQ(failed.str(), "");
+}
+
+TEST(EscapedOutputTest, AStreamThatTakesNoMoreFailsAndAFailedOneGetsNothing) {
+    expectFailure(EscapedBytes{"a\xE9"}, "a\\xe9");
+    expectFailure(EscapedUnits{u"a\u00e9"}, "a\\u00e9");
+    expectFailure(EscapedUtf8{"a\xC3\xA9"}, "a\\u00e9");
+    expectFailure(ShellQuoted{"a b"}, "'a b'");
+    expectFailure(ShellArgument{""}, "''");
+}
+
+}  // namespace

@@ -1,0 +1,206 @@
+// Output that is wrapped at a width.
+
+#include <sstream>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "testing/smallbuffer.h"
+#include "util/escapedoutput.h"
+
+namespace {
+
+using testing_support::SmallBuffer;
+
+const unsigned char* bytes(const std::string& text) {
+    return reinterpret_cast<const unsigned char*>(text.data());
+}
+
+std::string dump(const std::string& text, Layout* layout) {
+    std::ostringstream out;
+    out << HexDump{bytes(text), text.size(), layout};
+    return out.str();
+}
+
+std::string quote(const std::string& text, Layout* layout) {
+    std::ostringstream out;
+    out << Quoted{bytes(text), text.size(), layout};
+    return out.str();
+}
+
+void expectLayout(const Layout& layout, int column, bool needSpace) {
+    EXPECT_EQ(layout.column, column);
+    EXPECT_EQ(layout.needSpace, needSpace);
+}
+
+TEST(LayoutTest, ByDefaultNothingIsWrapped) {
+    const Layout layout;
+    EXPECT_EQ(layout.width, 0x7fffffff);
+    EXPECT_EQ(layout.indent, 0);
+    expectLayout(layout, 0, false);
+    const Layout other(72, 4, 8, true);
+    EXPECT_EQ(other.width, 72);
+    EXPECT_EQ(other.indent, 4);
+    expectLayout(other, 8, true);
+}
+
+TEST(LayoutGuardTest, TheCopyGoesBackToTheCallerHoweverTheScopeEnds) {
+    Layout layout(10, 1, 2, true);
+    try {
+        LayoutGuard guard(&layout);
+        EXPECT_EQ(guard.layout.width, 10);
+        guard.layout.column = 7;
+        EXPECT_EQ(layout.column, 2);
+        throw 1;
+    } catch (int) {
+        EXPECT_EQ(layout.column, 7);
+    }
+    const LayoutGuard none(nullptr);
+    EXPECT_EQ(none.layout.width, 0x7fffffff);
+}
+
+TEST(SpacesTest, ACountBelowOneWritesNothing) {
+    for (const int count : {-5, 0, 1, 31, 32, 33, 100}) {
+        std::ostringstream out;
+        out << Spaces{count};
+        EXPECT_EQ(out.str(), std::string(count > 0 ? static_cast<size_t>(count) : 0, ' '));
+    }
+}
+
+TEST(HexDumpTest, AByteIsItsDigitsAndItself) {
+    EXPECT_EQ(dump("Hi", nullptr), "48:H 69:i");
+    EXPECT_EQ(dump("", nullptr), "");
+    EXPECT_EQ(dump(std::string("\0\x1f ~\x7f\x80\xff", 7), nullptr),
+              "00:. 1f:. 20:  7e:~ 7f:. 80:. ff:.");
+}
+
+TEST(HexDumpTest, AnItemThatDoesNotFitBeginsALine) {
+    const struct {
+        int width, indent;
+        const char* text;
+    } rows[] = {
+        {3, 0, "\n61:a\n62:b\n63:c"},  // too narrow for any: each has a line of its own
+        {4, 0, "61:a\n62:b\n63:c"},     {8, 0, "61:a\n62:b\n63:c"},
+        {9, 0, "61:a 62:b\n63:c"},      {13, 0, "61:a 62:b\n63:c"},
+        {14, 0, "61:a 62:b 63:c"},      {9, 2, "  61:a\n  62:b\n  63:c"},
+        {11, 2, "  61:a 62:b\n  63:c"},
+    };
+    for (const auto& row : rows) {
+        Layout layout(row.width, row.indent);
+        EXPECT_EQ(dump("abc", &layout), row.text) << row.width << " " << row.indent;
+        EXPECT_TRUE(layout.needSpace);
+    }
+}
+
+TEST(HexDumpTest, ADumpGoesOnWhereTheLayoutStands) {
+    Layout layout(20, 3);
+    EXPECT_EQ(dump("a", &layout), "   61:a");
+    expectLayout(layout, 7, true);
+    EXPECT_EQ(dump("b", &layout), " 62:b");
+    expectLayout(layout, 12, true);
+    layout.column = 1;
+    EXPECT_EQ(dump("c", &layout), "  63:c") << "the margin takes the place of the space";
+    EXPECT_EQ(dump("", &layout), "");
+    expectLayout(layout, 7, true);
+}
+
+TEST(QuotedTest, WhatIsNotPrintableIsEscaped) {
+    EXPECT_EQ(quote("", nullptr), "\"\"");
+    EXPECT_EQ(quote("plain text", nullptr), "\"plain text\"");
+    EXPECT_EQ(quote("tab\tback\\return\r", nullptr), "\"tab\\tback\\\\return\\r\"");
+    EXPECT_EQ(quote(std::string("\0\x1f\x7f\xff", 4), nullptr), "\"\\x00\\x1f\\x7f\\xff\"");
+    EXPECT_EQ(quote("a\"b", nullptr), "\"a\"b\"") << "meant: bare";
+}
+
+TEST(QuotedTest, BehindALineFeedTheLiteralBreaks) {
+    EXPECT_EQ(quote("a\nb", nullptr), "\"a\\n\"\n\"b\"");
+    EXPECT_EQ(quote("a\n", nullptr), "\"a\\n\"") << "nothing follows";
+    EXPECT_EQ(quote("\n\n", nullptr), "\"\\n\"\n\"\\n\"");
+    Layout layout(Layout::noWrapping, 2);
+    EXPECT_EQ(quote("a\nb", &layout), "  \"a\\n\"\n  \"b\"");
+    expectLayout(layout, 5, true);
+}
+
+TEST(QuotedTest, AtTheWidthTheLiteralBreaks) {
+    const struct {
+        int width;
+        const char* text;
+    } rows[] = {
+        {1, "\n\"\"\n\"a\"\n\"b\"\n\"\\t\"\n\"c\""},
+        {2, "\n\"\"\n\"a\"\n\"b\"\n\"\\t\"\n\"c\""},
+        {3, "\"a\"\n\"b\"\n\"\\t\"\n\"c\""},
+        {4, "\"ab\"\n\"\\t\"\n\"c\""},
+        {5, "\"ab\"\n\"\\tc\""},
+        {6, "\"ab\\t\"\n\"c\""},
+        {7, "\"ab\\tc\""},
+    };
+    for (const auto& row : rows) {
+        Layout layout(row.width);
+        EXPECT_EQ(quote("ab\tc", &layout), row.text) << row.width;
+    }
+}
+
+TEST(QuotedTest, ALiteralThatDoesNotFitBeginsALine) {
+    Layout layout(10, 0, 7, true);
+    EXPECT_EQ(quote("", &layout), " \"\"");
+    expectLayout(layout, 10, true);
+    layout = Layout(10, 0, 7, true);
+    EXPECT_EQ(quote("a", &layout), "\n\"a\"");
+    expectLayout(layout, 3, true);
+    layout = Layout(10, 0, 7, false);
+    EXPECT_EQ(quote("a", &layout), "\"a\"");
+    layout = Layout(10, 4, 8, false);
+    EXPECT_EQ(quote("a", &layout), "\n    \"a\"");
+    expectLayout(layout, 7, true);
+}
+
+TEST(QuotedTest, AnItemBehindALiteralBeginsWithASpace) {
+    Layout layout;
+    EXPECT_EQ(quote("a", &layout), "\"a\"");
+    EXPECT_EQ(dump("b", &layout), " 62:b");
+    EXPECT_EQ(quote("", &layout), " \"\"");
+}
+
+constexpr auto FAILED = std::ios_base::eofbit | std::ios_base::failbit | std::ios_base::badbit;
+
+TEST(WrappedOutputTest, AStreamThatTakesNoMoreFailsAndTheLayoutTellsWhatItTook) {
+    const std::string text = "a\tb";
+    const std::string whole = "  \"a\\tb\"";
+    for (size_t room = 0; room <= whole.size(); ++room) {
+        SmallBuffer buffer(room);
+        std::ostream out(&buffer);
+        Layout layout(40, 2);
+        out << Quoted{bytes(text), text.size(), &layout};
+        EXPECT_EQ(buffer.text, whole.substr(0, room));
+        EXPECT_EQ(out.rdstate(), room < whole.size() ? FAILED : std::ios_base::goodbit) << room;
+        expectLayout(layout, static_cast<int>(room), room == whole.size());
+    }
+}
+
+TEST(WrappedOutputTest, ADumpAndSpacesEndWithTheStream) {
+    const std::string text = "ab";
+    SmallBuffer buffer(6);
+    std::ostream out(&buffer);
+    Layout layout;
+    out << HexDump{bytes(text), text.size(), &layout};
+    EXPECT_EQ(buffer.text, "61:a 6");
+    EXPECT_EQ(out.rdstate(), FAILED);
+    EXPECT_EQ(layout.column, 6);
+    SmallBuffer narrow(3);
+    std::ostream spaces(&narrow);
+    spaces << Spaces{5};
+    EXPECT_EQ(narrow.text, "   ");
+    EXPECT_EQ(spaces.rdstate(), FAILED);
+}
+
+TEST(WrappedOutputTest, AFailedStreamGetsNothingAndTheLayoutStays) {
+    std::ostringstream out;
+    out.setstate(std::ios_base::failbit);
+    Layout layout(10, 1, 2, true);
+    const std::string text = "a";
+    out << Spaces{3} << HexDump{bytes(text), 1, &layout} << Quoted{bytes(text), 1, &layout};
+    EXPECT_EQ(out.str(), "");
+    expectLayout(layout, 2, true);
+}
+
+}  // namespace
