@@ -77,7 +77,7 @@ TEST(PathPrefixSetTest, BytesAreOrderedUnsigned) {
 }
 
 TEST(PathPrefixSetTest, ItAgreesWithAPlainListOfWhatWasPutIn) {
-    std::mt19937 random(5);  // NOLINT(cert-msc51-cpp): the same paths every time
+    std::mt19937 random(5);  // NOLINT(cert-msc32-c,cert-msc51-cpp): the same paths every time
     const auto path = [&] {
         std::string text;
         for (size_t i = random() % 5; i > 0; --i) {

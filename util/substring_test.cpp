@@ -238,6 +238,7 @@ std::vector<std::string> splitEscaped(std::string text, const std::string& delim
     std::vector<Substring> parts;
     splitEscaped(Substring(text), parts, delimiters);
     std::vector<std::string> texts;
+    texts.reserve(parts.size());
     for (const Substring& part : parts) {
         texts.push_back(textOf(part));
     }
