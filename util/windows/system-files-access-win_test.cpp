@@ -41,6 +41,11 @@ HANDLE WINAPI refuse(LPCWSTR name, DWORD access, DWORD share, LPSECURITY_ATTRIBU
     return INVALID_HANDLE_VALUE;
 }
 
+HANDLE WINAPI refuseToShare(LPCWSTR, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD, DWORD, HANDLE) {
+    SetLastError(ERROR_SHARING_VIOLATION);
+    return INVALID_HANDLE_VALUE;
+}
+
 constexpr DWORD SHARE_ALL = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
 TEST(SystemExistsTest, FilesAndDirectoriesExistAndNothingElseDoes) {
@@ -143,12 +148,7 @@ TEST(SystemIsWritableTest, ADirectoryThatTakesNoFileIsNot) {
 
 TEST(SystemIsWritableTest, OnlyADenialOfAccessLeadsToTheTestOfADirectory) {
     const TempFolder folder;
-    const ReplacedCall<decltype(CreateFileW)> call(
-        "CreateFileW",
-        [](LPCWSTR, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD, DWORD, HANDLE) -> HANDLE {
-            SetLastError(ERROR_SHARING_VIOLATION);
-            return INVALID_HANDLE_VALUE;
-        });
+    const ReplacedCall<decltype(CreateFileW)> call("CreateFileW", refuseToShare);
     EXPECT_FALSE(System::isWritable(folder.utf8()));
     EXPECT_TRUE(System::isWritable(folder.utf8() + "/")) << "a slash behind it says directory";
 }
@@ -167,12 +167,7 @@ TEST(SystemIsReadableTest, FilesAndDirectoriesAre) {
 
 TEST(SystemIsReadableTest, OnlyADenialOfAccessLeadsToTheListing) {
     const TempFolder folder;
-    const ReplacedCall<decltype(CreateFileW)> call(
-        "CreateFileW",
-        [](LPCWSTR, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD, DWORD, HANDLE) -> HANDLE {
-            SetLastError(ERROR_SHARING_VIOLATION);
-            return INVALID_HANDLE_VALUE;
-        });
+    const ReplacedCall<decltype(CreateFileW)> call("CreateFileW", refuseToShare);
     EXPECT_FALSE(System::isReadable(wide(folder.utf8())));
     EXPECT_TRUE(System::isReadable(wide(folder.utf8()) + L"/"));
 }

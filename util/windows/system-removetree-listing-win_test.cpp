@@ -11,24 +11,15 @@
 
 #include "testing/replacedcall-win.h"
 #include "testing/systemmessage-win.h"
-#include "util/windows/system-trees-win.h"
+#include "testing/treeremoval-win.h"
 #include "util/windows/unicodetext-win.h"
 
 namespace {
 
+using testing_support::Removal;
+using testing_support::removeTree;
 using testing_support::ReplacedCall;
 using testing_support::SystemMessage;
-
-struct Removal {
-    bool result;
-    std::string message;
-};
-Removal removeTree(const std::string& path, bool keepRoot = false) {
-    Removal removal;
-    removal.result = System::removeTree(path, removal.message, keepRoot,
-                                        /*closeSystemHandles=*/false, /*waitUntilGone=*/false);
-    return removal;
-}
 
 constexpr wchar_t PATTERN[] = L"\\\\?\\c:\\t\\*";
 

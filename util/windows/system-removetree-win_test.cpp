@@ -13,6 +13,7 @@
 #include "testing/replacedcall-win.h"
 #include "testing/systemmessage-win.h"
 #include "testing/tempfolder.h"
+#include "testing/treeremoval-win.h"
 #include "util/windows/system-files-win.h"
 #include "util/windows/system-paths-win.h"
 #include "util/windows/system-trees-win.h"
@@ -23,23 +24,14 @@ namespace {
 using testing_support::DirectoryLink;
 using testing_support::FileChild;
 using testing_support::handleCount;
+using testing_support::Removal;
+using testing_support::removeTree;
 using testing_support::ReplacedCall;
 using testing_support::SystemMessage;
 using testing_support::TempFolder;
 
 /// A path as the removal has it below the outermost directory.
 std::string wideForm(const std::string& path) { return toUtf8(System::unicodePath(path)); }
-
-struct Removal {
-    bool result;
-    std::string message;
-};
-Removal removeTree(const std::string& path, bool keepRoot = false) {
-    Removal removal;
-    removal.result = System::removeTree(path, removal.message, keepRoot,
-                                        /*closeSystemHandles=*/false, /*waitUntilGone=*/false);
-    return removal;
-}
 
 class SystemRemoveTreeTest : public testing::Test {
 protected:

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string>
+
+#include "util/windows/system-trees-win.h"
+
+namespace testing_support {
+
+/// What a removal came to.
+struct Removal {
+    bool result;
+    std::string message;
+};
+
+/// Removes a tree with no text before it, neither closing handles nor waiting.
+inline Removal removeTree(const std::string& path, bool keepRoot = false) {
+    Removal removal;
+    removal.result = System::removeTree(path, removal.message, keepRoot,
+                                        /*closeSystemHandles=*/false, /*waitUntilGone=*/false);
+    return removal;
+}
+
+}  // namespace testing_support
