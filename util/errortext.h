@@ -10,4 +10,8 @@
 /// `which` says where the number comes from: 0, the value at `error`, or the socket error if that
 /// value is 0; 1, the value at `error`; 2, the socket error. A null `error` stands for the value
 /// of GetLastError, or of WSAGetLastError if that is 0. A `which` other than these counts as 0.
+///
+/// Neither number is changed, and nothing but std::bad_alloc is thrown. The text is UTF-8; any
+/// thread may call. Natively the number is errno, whatever `which` is, and the words are those of
+/// the C library.
 std::string errorText(bool withCode, const uint32_t* error, int which);

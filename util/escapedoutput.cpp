@@ -29,15 +29,45 @@ private:
 class StreamSink {
 public:
     explicit StreamSink(std::ostream& out) : mBuffer(*out.rdbuf()) {}
+    /// Goes on behind a character that isn't taken.
     void put(std::string_view text) {
-        const auto size = static_cast<std::streamsize>(text.size());
-        mHasFailed = mBuffer.sputn(text.data(), size) != size || mHasFailed;
+        for (;;) {
+            const auto taken = static_cast<size_t>(
+                mBuffer.sputn(text.data(), static_cast<std::streamsize>(text.size())));
+            if (taken == text.size()) {
+                return;
+            }
+            mHasFailed = true;
+            text.remove_prefix(taken + 1);
+        }
     }
     bool hasFailed() const { return mHasFailed; }
 
 private:
     std::streambuf& mBuffer;
     bool mHasFailed = false;
+};
+
+/// An output iterator into a sink.
+class SinkIterator {
+public:
+    explicit SinkIterator(StreamSink& sink) : mSink(&sink) {}
+    SinkIterator& operator*() { return *this; }
+    SinkIterator& operator++() { return *this; }
+    SinkIterator& operator++(int) { return *this; }
+    SinkIterator& operator=(char c) {
+        mSink->put({&c, 1});
+        return *this;
+    }
+
+    using iterator_category = std::output_iterator_tag;
+    using value_type = void;
+    using difference_type = std::ptrdiff_t;
+    using pointer = void;
+    using reference = void;
+
+private:
+    StreamSink* mSink;
 };
 
 template <class Sink>
@@ -163,9 +193,11 @@ private:
         return taken == size;
     }
     bool lineFeed() {
-        const bool taken = put("\n");
+        if (!put("\n")) {
+            return false;
+        }
         mLayout.column = 0;
-        return taken;
+        return true;
     }
 
     bool beginItem(int columns);
@@ -182,14 +214,17 @@ private:
 /// space that is owed.
 bool WrappedOutput::beginItem(int columns) {
     if (mLayout.width - mLayout.column < (mLayout.needSpace ? 1 : 0) + columns) {
-        mLayout.needSpace = false;
         if (!lineFeed()) {
             return false;
         }
+        mLayout.needSpace = false;
     }
     if (mLayout.column < mLayout.indent) {
+        if (!putSpaces(mLayout.indent - mLayout.column)) {
+            return false;
+        }
         mLayout.needSpace = false;
-        return putSpaces(mLayout.indent - mLayout.column);
+        return true;
     }
     return !mLayout.needSpace || put(" ");
 }
@@ -271,17 +306,6 @@ std::ostream& insertWrapped(std::ostream& out, Layout* layout, Put put) {
     return out;
 }
 
-/// Writes a text for a shell, by `write(text, iterator)`, under the stream's sentry.
-template <class Write>
-std::ostream& insertForShell(std::ostream& out, Write write) {
-    if (const std::ostream::sentry sentry(out); sentry) {
-        if (write(std::ostreambuf_iterator<char>(out)).failed()) {
-            out.setstate(std::ios_base::failbit | std::ios_base::badbit);
-        }
-    }
-    return out;
-}
-
 }  // namespace
 
 std::ostream& operator<<(std::ostream& out, const EscapedBytes& escaped) {
@@ -289,6 +313,10 @@ std::ostream& operator<<(std::ostream& out, const EscapedBytes& escaped) {
 }
 std::ostream& operator<<(std::ostream& out, const EscapedUnits& escaped) {
     return insertAll(out, [&](StreamSink& sink) { putUnits(escaped.text, sink); });
+}
+std::ostream& operator<<(std::ostream& out, const EscapedWide& escaped) {
+    const std::wstring_view units(escaped.text.data, escaped.text.length);
+    return insertAll(out, [&](StreamSink& sink) { putUnits(units, sink); });
 }
 std::ostream& operator<<(std::ostream& out, const EscapedUtf8& escaped) {
     return insertAll(out, [&](StreamSink& sink) { putUtf8(escaped.text.view(), sink); });
@@ -317,10 +345,12 @@ bool needsShellQuoting(StringSpan text) {
 }
 
 std::ostream& operator<<(std::ostream& out, const ShellQuoted& quoted) {
-    return insertForShell(out, [&](auto to) { return writeShellQuoted(quoted.text, to); });
+    return insertAll(out,
+                     [&](StreamSink& sink) { writeShellQuoted(quoted.text, SinkIterator(sink)); });
 }
 std::ostream& operator<<(std::ostream& out, const ShellArgument& quoted) {
-    return insertForShell(out, [&](auto to) { return writeShellArgument(quoted.text, to); });
+    return insertAll(
+        out, [&](StreamSink& sink) { writeShellArgument(quoted.text, SinkIterator(sink)); });
 }
 
 std::ostream& operator<<(std::ostream& out, const Spaces& spaces) {

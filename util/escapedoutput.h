@@ -32,6 +32,10 @@ struct EscapedBytes {
 struct EscapedUnits {
     std::u16string_view text;
 };
+/// The same of a wide string, whose units are UTF-16.
+struct EscapedWide {
+    WideSpan text;
+};
 /// UTF-8: a character above 0xFFFF as `\U` and eight digits, another above 126 as `\u` and four,
 /// all others as they are. A byte that isn't valid UTF-8 is `\udc80` to `\udcff`.
 struct EscapedUtf8 {
@@ -39,6 +43,7 @@ struct EscapedUtf8 {
 };
 std::ostream& operator<<(std::ostream& out, const EscapedBytes& escaped);
 std::ostream& operator<<(std::ostream& out, const EscapedUnits& escaped);
+std::ostream& operator<<(std::ostream& out, const EscapedWide& escaped);
 std::ostream& operator<<(std::ostream& out, const EscapedUtf8& escaped);
 
 /// The same as text.
@@ -102,7 +107,7 @@ std::ostream& operator<<(std::ostream& out, const ShellArgument& quoted);
 struct Layout {
     static constexpr int noWrapping = 0x7fffffff;
 
-    int width;       ///< the last usable column
+    int width;       ///< how many columns can be used
     int indent;      ///< the left margin
     int column;      ///< the present column
     bool needSpace;  ///< a space comes before the next item

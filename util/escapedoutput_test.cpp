@@ -55,7 +55,9 @@ TEST(EscapeUnitsTest, UnitsAbove126AreEscaped) {
     for (const auto& row : rows) {
         EXPECT_EQ(escapeUnits(row.text), row.escaped);
         EXPECT_EQ(printed(EscapedUnits{row.text}), row.escaped);
-        EXPECT_EQ(escapeUnits(std::wstring(row.text.begin(), row.text.end())), row.escaped);
+        const std::wstring wide(row.text.begin(), row.text.end());
+        EXPECT_EQ(escapeUnits(wide), row.escaped);
+        EXPECT_EQ(printed(EscapedWide{wide}), row.escaped);
     }
 }
 
@@ -144,6 +146,42 @@ void expectFailure(const Inserted& inserted, const std::string& whole) {
     failed.setstate(std::ios_base::failbit);
     failed << inserted;
     EXPECT_EQ(failed.str(), "");
+}
+
+/// Refuses its second character, and takes all others.
+class RefusingBuffer : public std::streambuf {
+public:
+    std::string text;
+
+protected:
+    int_type overflow(int_type c) override {
+        if (++mCount == 2) {
+            return traits_type::eof();
+        }
+        text += traits_type::to_char_type(c);
+        return c;
+    }
+
+private:
+    int mCount = 0;
+};
+
+template <class Inserted>
+std::string printedRefusing(const Inserted& inserted) {
+    RefusingBuffer buffer;
+    std::ostream out(&buffer);
+    out << inserted;
+    EXPECT_EQ(out.rdstate(), FAILED);
+    return buffer.text;
+}
+
+TEST(EscapedOutputTest, ACharacterThatIsNotTakenDoesNotEndTheText) {
+    EXPECT_EQ(printedRefusing(EscapedBytes{"abc\xE9"}), "ac\\xe9");
+    EXPECT_EQ(printedRefusing(EscapedUnits{u"abc"}), "ac");
+    EXPECT_EQ(printedRefusing(EscapedWide{L"abc"}), "ac");
+    EXPECT_EQ(printedRefusing(EscapedUtf8{"abc"}), "ac");
+    EXPECT_EQ(printedRefusing(ShellQuoted{"a b"}), "' b'");
+    EXPECT_EQ(printedRefusing(ShellArgument{""}), "'");
 }
 
 TEST(EscapedOutputTest, AStreamThatTakesNoMoreFailsAndAFailedOneGetsNothing) {

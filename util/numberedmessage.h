@@ -7,7 +7,7 @@
 // Failures that carry a number, so that a reader can look them up and a caller can branch on them.
 // There is no catalogue: a message is a number and a text that the failing code has composed. What
 // comes from outside goes into that text through the escapes of util/escapedoutput.h, so that it
-// stays ASCII. An object belongs to one thread at a time.
+// stays ASCII.
 
 /// What precedes the text of a numbered message in output: "ERROR NB5001: " or "WARNING NB0042: ".
 struct MessagePrefix {

@@ -36,9 +36,9 @@ constexpr bool isPathSeparatorUnit(uint16_t unit) { return unit == '\\' || unit 
 
 /// Below, at or above 0 as `a` sorts before, with or behind `b`; of two weights their difference.
 /// A rooted path (absolute in `windowsPaths`, or with a separator in front) sorts behind one that
-/// isn't. Any run of separators is one, those at the end count as none, and a separator sorts
-/// before every other character. Text is UTF-8; a byte that isn't valid counts as a unit of its
-/// own (see PathUnitCursor).
+/// isn't. Roots are compared first, unit by unit; behind them any run of separators is one, those
+/// at the end count as none, and a separator sorts before every other character. Text is UTF-8; a
+/// byte that isn't valid counts as a unit of its own (see PathUnitCursor).
 int comparePaths(StringSpan a, StringSpan b);
 
 /// Whether two characters are the same to a path: but for case, by the C runtime, or as separators.

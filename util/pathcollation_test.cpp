@@ -53,6 +53,9 @@ TEST(ComparePathsTest, WhereOnePathIsUsedUpOrASeparatorDecidesTheResultIsOne) {
         {"a/b", "a!"},
         {"a/b", "a\x01"},
         {"a//z", "aa"},
+        {"C:\\a\\b", "C:\\ab"},
+        {"/a/b", "/ab"},
+        {"//s/s/a/b", "//s/s/a!"},
         // A root that is used up, too.
         {"//s/s", "//s/sh/a"},
     };
@@ -94,7 +97,7 @@ TEST(ComparePathsTest, TwoCharactersDifferByTheirWeights) {
     }
 }
 
-/// The comparison as its steps are told, without passing over anything.
+/// The comparison without passing over anything.
 int compareSlowly(const std::string& a, const std::string& b) {
     // A character in front of both keeps a common beginning from being passed over: only texts
     // that aren't rooted are compared here.

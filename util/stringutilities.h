@@ -24,3 +24,5 @@
 #include "util/stringformat.h"
 #include "util/stringscan.h"
 #include "util/stringsplit.h"
+#include "util/substring.h"
+#include "util/wildcard.h"

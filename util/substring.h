@@ -58,7 +58,9 @@ public:
     /// it; those before `pos` don't count.
     size_t findUnescaped(const std::string& set, size_t pos, char escape) const;
     /// Searches likewise, by backslashes, and takes the escapes out of the string on the way: of a
-    /// run before a character of `set` half is left, and the one that escapes goes.
+    /// run before a character of `set` half is left, and the one that escapes goes, also where
+    /// nothing is found in the end. With a backslash in `set`, a run of them is an escape of what
+    /// stands behind it.
     size_t findAndUnescape(const std::string& set, size_t pos);
 
     /// Erases from the string. False, with nothing changed, if that isn't wholly in the view or

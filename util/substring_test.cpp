@@ -147,15 +147,27 @@ TEST(SubstringTest, BackslashesThatAreSearchedForAreUnescapedAsARun) {
         const char* left;
     } rows[] = {
         {"\\\\x", 1, "\\x"},  // the run of two escapes one, and its end is the result
-        {"\\\\\\x\\", 2, "\\x\\"},
-        {"\\x", 0, "\\x"},  // a single one is a hit itself
+        {"\\\\\\x\\", 2, "\\x\\"}, {"\\\\", NONE, "\\"},
+        {"\\\\\\", NONE, "\\"},    {"\\x", 0, "\\x"},  // a single one is a hit itself
     };
     for (const auto& row : rows) {
         std::string text = row.text;
         Substring view(text);
         EXPECT_EQ(view.findAndUnescape("\\", 0), row.found) << row.text;
         EXPECT_EQ(text, row.left) << row.text;
+        EXPECT_EQ(view.length(), text.size()) << row.text;
     }
+}
+
+TEST(SubstringTest, UnescapingStaysInTheViewAndCountsFromItsStart) {
+    std::string text = "xx\\;a;yy;";
+    Substring view(text, 2, 4);
+    EXPECT_EQ(view.findAndUnescape(";", 0), 2U);
+    EXPECT_EQ(text, "xx;a;yy;");
+    EXPECT_EQ(textOf(view), ";a;");
+    Substring before(text, 5, 2);
+    EXPECT_EQ(before.findAndUnescape(";", 0), NONE);
+    EXPECT_EQ(text, "xx;a;yy;");
 }
 
 TEST(SubstringTest, OnlyWhatIsInTheViewIsErased) {
@@ -185,6 +197,7 @@ TEST(SubstringTest, ViewsAreEqualByTheirCharacters) {
     EXPECT_FALSE(first.equals("abA"));
     EXPECT_TRUE(first.equalsNoCase(Substring(text, 2, 2)));
     EXPECT_FALSE(first.equalsNoCase(Substring(text, 1, 2)));
+    EXPECT_FALSE(first.equalsNoCase(Substring(text, 2, 3)));
 }
 
 TEST(SubstringTest, AWordIsFoundBehindBlanksWhateverItsCase) {

@@ -69,12 +69,13 @@ public:
     /// thread: ...").
     void start(size_t stackSize = 0);
     /// Waits for the end of the thread and returns what `run` did; null if none was started. A
-    /// failure goes to standard error and to `joinFailed`, and counts as the end.
+    /// failure goes to standard error and to `joinFailed`, and counts as the end; the result is
+    /// then whatever was got.
     void* join();
 
     /// Runs a copy of `f` on a thread that nobody joins, with a stack as for `start`. Throws as
-    /// `start` does. What `f` throws ends the process; so does an empty one, which throws
-    /// boost::bad_function_call there.
+    /// `start` does, and what copying `f` throws. What `f` throws ends the process; so does an
+    /// empty one, which throws boost::bad_function_call there.
     static void startDetached(const boost::function<void()>& f, size_t stackSize = 0);
 
     static pthread_t self() { return pthread_self(); }

@@ -140,19 +140,18 @@ TEST(ThreadTest, AThreadThatCannotBeMadeChangesNothingAndSaysWhy) {
     gCreateResult = EPERM;
     EXPECT_EQ(failureOfStart(waiter),
               "Unable to start new thread: " + errorText(/*withCode=*/true, &refused, /*which=*/0));
-    EXPECT_THROW(Thread::startDetached([] {}), std::runtime_error);
+    const std::string text = failureOfStart(waiter);
+    EXPECT_TRUE(text.starts_with("Unable to start new thread: ")) << text;
+    EXPECT_TRUE(text.ends_with(" (error code " + std::to_string(EPERM) + ")")) << text;
+    const auto token = std::make_shared<int>(0);
+    EXPECT_THROW(Thread::startDetached([token] {}), std::runtime_error);
+    EXPECT_EQ(token.use_count(), 1) << "the copy of the function is freed";
     gCreateResult = 0;
     EXPECT_EQ(pthread_getconcurrency(), before);
     EXPECT_EQ(waiter.join(), nullptr);
     waiter.stop();
     waiter.start();
     EXPECT_EQ(waiter.join(), &waiter);
-}
-
-TEST(ThreadTest, TheErrorOfAFailedStartHasItsCode) {
-    const uint32_t refused = EPERM;
-    const std::string text = errorText(/*withCode=*/true, &refused, /*which=*/0);
-    EXPECT_TRUE(text.ends_with(" (error code " + std::to_string(EPERM) + ")")) << text;
 }
 
 TEST(ThreadTest, AFailedJoinIsToldAndCountsAsTheEnd) {
@@ -301,9 +300,10 @@ TEST(ThreadTest, TheVirtualOperationsStandInTheirOrder) {
 TEST(ThreadDeathTest, AStartWithoutAJoinBeforeStopsTheProcess) {
     EXPECT_DEATH(
         {
-            Waiter waiter;
-            waiter.start();
-            waiter.start();
+            // Never freed: its destructor would stop the process as well.
+            auto* const waiter = new Waiter;
+            waiter->start();
+            waiter->start();
         },
         "assertion failed at .*: mThread == 0");
 }
@@ -342,7 +342,7 @@ TEST(ThreadDeathTest, AnEmptyFunctionEndsTheProcess) {
             Thread::startDetached(boost::function<void()>());
             eventually([] { return false; });
         },
-        "");
+        "call to empty boost::function");
 }
 
 }  // namespace

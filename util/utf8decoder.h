@@ -5,8 +5,8 @@
 #include "util/textspan.h"
 
 /// Walks UTF-8 text as UTF-16 units, and never fails: a byte that isn't part of a valid sequence
-/// becomes the unit 0xDC00 plus that byte (0xDC80 to 0xDCFF), which no valid text holds. So text
-/// of any kind has units, and different text has different ones.
+/// becomes the unit 0xDC00 plus that byte (0xDC80 to 0xDCFF), which in valid text stands only
+/// behind a high surrogate. So text of any kind has units, and different text has different ones.
 ///
 ///     for (PathUnitCursor cursor(text); !cursor.atEnd(); cursor.next()) { use(cursor.unit); }
 ///
@@ -34,12 +34,6 @@ struct PathUnitCursor {
             unit = static_cast<uint16_t>(value);
             return;
         }
-        ++position;
-        decode();
-    }
-
-    /// To the next code point; the low surrogate of the present one is left out. Not at the end.
-    void nextValue() {
         ++position;
         decode();
     }

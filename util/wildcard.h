@@ -16,8 +16,10 @@
 /// It is no shell's matcher to the letter. A star in front of other pattern never stands for the
 /// whole rest of the text, and of several stars at the end only the last is forgiven: "abc**"
 /// doesn't match "abc". A `]` ends a class wherever it stands, so that "[]" matches nothing and
-/// "[^]" any character; a class without one fails. A reversed range is three plain characters. A
-/// pattern with many stars can take exponential time.
+/// "[^]" any character; a class without one fails. Characters of a range compare signed, and a
+/// backslash in a class is a member. What is no rising range is three plain characters, of which a
+/// negated class leaves the first one in: "[!c-a]" matches "c". The time is at most proportional to
+/// the product of the lengths.
 bool wildcardMatch(StringSpan pattern, StringSpan text);
 
 /// The working form: from these two indices on. `literalBrackets` makes `[` a character like

@@ -177,6 +177,22 @@ TEST(WrappedOutputTest, AStreamThatTakesNoMoreFailsAndTheLayoutTellsWhatItTook) 
     }
 }
 
+TEST(WrappedOutputTest, ALineFeedThatIsNotTakenChangesNothing) {
+    const std::string text = "a";
+    for (const bool isDump : {false, true}) {
+        SmallBuffer buffer(0);
+        std::ostream out(&buffer);
+        Layout layout(10, 4, 8, true);
+        if (isDump) {
+            out << HexDump{bytes(text), text.size(), &layout};
+        } else {
+            out << Quoted{bytes(text), text.size(), &layout};
+        }
+        EXPECT_EQ(out.rdstate(), FAILED);
+        expectLayout(layout, 8, true);
+    }
+}
+
 TEST(WrappedOutputTest, ADumpAndSpacesEndWithTheStream) {
     const std::string text = "ab";
     SmallBuffer buffer(6);

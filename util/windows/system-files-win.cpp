@@ -118,8 +118,8 @@ bool System::listDirectory(const std::string& path, std::vector<std::string>& na
 }
 
 void System::missingParents(const std::string& path, std::vector<std::string>& names) {
+    std::string missing = path;  // may be one of the names
     names.clear();
-    std::string missing = path;
     while (!exists(missing)) {
         names.push_back(missing);
         missing = parentToLookAt(missing);
@@ -140,8 +140,12 @@ bool System::canWrite(const std::string& path) { return opens(unicodePath(path),
 
 bool System::canListDirectory(const std::string& path) {
     const std::wstring name = unicodePath(path);
-    // Meant: an empty path is the root of the current drive. One without a wide form isn't.
-    return (path.empty() || !name.empty()) && canListWide(name);
+    if (name.empty() && !path.empty()) {
+        SetLastError(ERROR_PATH_NOT_FOUND);  // no wide form
+        return false;
+    }
+    // Meant: an empty path is the root of the current drive.
+    return canListWide(name);
 }
 
 bool System::isWritable(const std::string& path) {

@@ -11,14 +11,14 @@
 
 // Operations on files by UTF-8 paths with either kind of slash, absolute ones of any length (see
 // System::unicodePath). None throws, but for lack of memory; each reports by its result and leaves
-// the failure of the call that decided it in GetLastError. Any thread may call them.
+// the failure of the call that decided it in GetLastError. A null character ends a path, but where
+// a directory is listed: there it is a failure. Any thread may call them.
 
 namespace System {
 
 /// Removes a file or an empty directory. With `force` a first failure is followed by a second try
 /// with normal attributes, which stay if that fails too. 0 on success, otherwise -1 and the failure
-/// in GetLastError: of a file, that of the attempt to delete it. Null characters behind the name
-/// end it.
+/// in GetLastError: of a file, that of the attempt to delete it.
 int remove(const std::string& path, bool force);
 
 /// Removes an empty directory. With `force` a failure that has no number below is followed by a

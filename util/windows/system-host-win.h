@@ -47,7 +47,8 @@ std::string installationDirectory();
 /// Deletes a registry key with all below it. True if it is gone, also if it wasn't there. On a
 /// failure to open a key `message`, unless it is null or holds something, gets the reason. An
 /// empty `subKey` stands for `parent` itself, a null one for the keys in it, and then the result
-/// is false. A link may be followed: what it leads to then loses its keys.
+/// is false. Other failures have no words: a key that can't be deleted, or one that is
+/// there again. A link may be followed: what it leads to then loses its keys.
 bool deleteKey(HKEY parent, const wchar_t* subKey, std::string* message);
 
 /// Sets an environment variable by "NAME=VALUE" for the C runtime and the system; an empty value

@@ -15,7 +15,7 @@ namespace {
     throw std::runtime_error(text.append(path).append("\": ").append(why));
 }
 
-/// Whether a directory is there; a file is in the way.
+/// Whether a directory is there. Fails, with `fileInTheWay`, if anything else is.
 bool isThere(const std::string& path, const char* fileInTheWay) {
     FileStat stat;
     if (!stat.read(path, /*unused=*/0)) {

@@ -23,8 +23,8 @@ bool copy(const std::string& source, const std::string& destination, std::string
 /// path. Another process or thread may make the same directories meanwhile.
 ///
 /// `created`, unless it is null, gets the outermost directory that the call made, also if it fails
-/// later. It is cleared if the directory exists already, or if only its parents are found to have
-/// been made meanwhile, and keeps its text if another made the directory itself meanwhile.
+/// later. If the call makes none, it is cleared where the directory or one of its parents was found
+/// by a look before a try, and otherwise keeps its text.
 ///
 /// Throws std::runtime_error with what stood in the way: `couldn't create directory "C:/a":
 /// already exists as simple file`.

@@ -4,9 +4,9 @@
 
 #include "util/textspan.h"
 
-// Conversion between UTF-8 and UTF-16, NUL characters included. Neither reports a failure: a text
-// that Windows can't convert at all (2 GB of it, say) gives an empty text. Invalid input is no
-// failure. The error state of Windows isn't kept. Any thread may call these.
+// Conversion between UTF-8 and UTF-16, NUL characters included. None of the conversions reports a
+// failure: a text that Windows can't convert at all (2 GB of it, say) gives an empty text. Invalid
+// input is no failure. The error state of Windows isn't kept. Any thread may call these.
 
 /// UTF-16 to UTF-8. An empty text gives an empty text. A surrogate that stands alone becomes
 /// U+FFFD, as WideCharToMultiByte has it.
