@@ -73,6 +73,13 @@ public:
     }
     void joinFailed() override { ++failedJoins; }
 
+    /// Returns when `run` runs. A process that ends before is a race of the two threads for the
+    /// object, over whose report ThreadSanitizer can hang for good.
+    void startAndAwait() {
+        start();
+        EXPECT_TRUE(eventually([this] { return runs == 1; }));
+    }
+
     std::atomic<int> runs{0};
     int failedJoins = 0;
 };
@@ -89,8 +96,7 @@ private:
 
 TEST(ThreadTest, AThreadRunsUntilItIsAskedToStopAndJoinGivesItsResult) {
     Waiter waiter;
-    waiter.start();
-    EXPECT_TRUE(eventually([&] { return waiter.runs == 1; }));
+    waiter.startAndAwait();
     waiter.stop();
     EXPECT_EQ(waiter.join(), &waiter);
 }
@@ -302,7 +308,7 @@ TEST(ThreadDeathTest, AStartWithoutAJoinBeforeStopsTheProcess) {
         {
             // Never freed: its destructor would stop the process as well.
             auto* const waiter = new Waiter;
-            waiter->start();
+            waiter->startAndAwait();
             waiter->start();
         },
         "assertion failed at .*: mThread == 0");
@@ -312,7 +318,7 @@ TEST(ThreadDeathTest, AThreadThatWasNotJoinedStopsTheProcessWhenItsObjectGoes) {
     EXPECT_DEATH(
         {
             Waiter waiter;
-            waiter.start();
+            waiter.startAndAwait();
         },
         "assertion failed at .*: mThread == 0");
 }
