@@ -16,8 +16,8 @@ demo: windows
 test: dependencies
 	@scripts/test
 
-bench: windows
-	@scripts/wine build/windows/bin/bench.exe
+bench: dependencies
+	@scripts/bench
 
 fuzz: dependencies
 	@scripts/fuzz

@@ -4,9 +4,11 @@
 #include <cctype>
 #include <cstdint>
 #include <cstring>
-#include <iterator>
 #include <ostream>
 #include <streambuf>
+#include <type_traits>
+
+#include <boost/iterator/function_output_iterator.hpp>
 
 #include "util/characterset.h"
 #include "util/utf8decoder.h"
@@ -48,27 +50,15 @@ private:
     bool mHasFailed = false;
 };
 
-/// An output iterator into a sink.
-class SinkIterator {
-public:
-    explicit SinkIterator(StreamSink& sink) : mSink(&sink) {}
-    SinkIterator& operator*() { return *this; }
-    SinkIterator& operator++() { return *this; }
-    SinkIterator& operator++(int) { return *this; }
-    SinkIterator& operator=(char c) {
-        mSink->put({&c, 1});
-        return *this;
-    }
-
-    using iterator_category = std::output_iterator_tag;
-    using value_type = void;
-    using difference_type = std::ptrdiff_t;
-    using pointer = void;
-    using reference = void;
-
-private:
-    StreamSink* mSink;
+/// Puts a character, for an output iterator.
+struct PutCharacter {
+    StreamSink* sink;
+    void operator()(char c) const { sink->put({&c, 1}); }
 };
+
+auto iteratorInto(StreamSink& sink) {
+    return boost::make_function_output_iterator(PutCharacter{&sink});
+}
 
 template <class Sink>
 void putEscape(Sink& sink, char letter, uint32_t value, size_t digitCount) {
@@ -80,27 +70,44 @@ void putEscape(Sink& sink, char letter, uint32_t value, size_t digitCount) {
     sink.put({text, 2 + digitCount});
 }
 
-/// How many bytes from `text` on are at most `highest`, which is 126 or 127.
-size_t plainRun(std::string_view text, unsigned highest) {
-    constexpr uint64_t highBits = 0x8080808080808080;
-    const uint64_t toHighBit = (127 - highest) * 0x0101010101010101;
+/// How many characters from the start of `text` are at most `highest`, which is 126 or 127.
+/// `take(index, value)` gets these, and maybe some of those behind them.
+template <class Unit, class Take>
+size_t plainRun(std::basic_string_view<Unit> text, unsigned highest, Take take) {
+    using Value = std::make_unsigned_t<Unit>;
+    // A block at a time, without a branch for each character, as compilers do many at once.
+    constexpr size_t block = 64;
+    constexpr auto highBits = static_cast<Value>(~Value{127});
+    const auto toHighBit = static_cast<Value>(127 - highest);
     size_t length = 0;
-    for (uint64_t word = 0; text.size() - length >= sizeof word; length += sizeof word) {
-        std::memcpy(&word, text.data() + length, sizeof word);
-        if (((word | (word + toHighBit)) & highBits) != 0) {
+    for (; text.size() - length >= block; length += block) {
+        Value seen = 0;
+        for (size_t i = length; i < length + block; ++i) {
+            const auto value = static_cast<Value>(text[i]);
+            seen |= static_cast<Value>(value | (value + toHighBit));
+            take(i, value);
+        }
+        if ((seen & highBits) != 0) {
             break;
         }
     }
-    while (length < text.size() && static_cast<unsigned char>(text[length]) <= highest) {
-        ++length;
+    for (; length < text.size() && static_cast<Value>(text[length]) <= highest; ++length) {
+        take(length, static_cast<Value>(text[length]));
     }
     return length;
 }
 
+size_t plainRun(std::string_view text, unsigned highest) {
+    return plainRun(text, highest, [](size_t, unsigned char) {});
+}
+
+/// What goes out at once: few enough to be in the processor's cache when it is written.
+constexpr size_t pieceSize = 4096;
+
 template <class Sink>
 void putBytes(std::string_view text, Sink& sink) {
     while (!text.empty()) {
-        const size_t plain = plainRun(text, 127);
+        const size_t plain = plainRun(text.substr(0, pieceSize), 127);
         if (plain != 0) {
             sink.put(text.substr(0, plain));
         } else {
@@ -112,21 +119,24 @@ void putBytes(std::string_view text, Sink& sink) {
 
 template <class Unit, class Sink>
 void putUnits(std::basic_string_view<Unit> text, Sink& sink) {
-    for (const Unit unit : text) {
-        const auto value = static_cast<uint16_t>(unit);
-        if (value > 126) {
-            putEscape(sink, 'u', value, 4);
+    std::array<char, pieceSize> piece;
+    while (!text.empty()) {
+        const size_t plain =
+            plainRun(text.substr(0, pieceSize), 126,
+                     [&piece](size_t i, auto unit) { piece[i] = static_cast<char>(unit); });
+        if (plain != 0) {
+            sink.put({piece.data(), plain});
         } else {
-            const char c = static_cast<char>(value);
-            sink.put({&c, 1});
+            putEscape(sink, 'u', static_cast<uint16_t>(text.front()), 4);
         }
+        text.remove_prefix(std::max<size_t>(plain, 1));
     }
 }
 
 template <class Sink>
 void putUtf8(std::string_view text, Sink& sink) {
     while (!text.empty()) {
-        const size_t plain = plainRun(text, 126);
+        const size_t plain = plainRun(text.substr(0, pieceSize), 126);
         if (plain != 0) {
             sink.put(text.substr(0, plain));
             text.remove_prefix(plain);
@@ -346,11 +356,11 @@ bool needsShellQuoting(StringSpan text) {
 
 std::ostream& operator<<(std::ostream& out, const ShellQuoted& quoted) {
     return insertAll(out,
-                     [&](StreamSink& sink) { writeShellQuoted(quoted.text, SinkIterator(sink)); });
+                     [&](StreamSink& sink) { writeShellQuoted(quoted.text, iteratorInto(sink)); });
 }
 std::ostream& operator<<(std::ostream& out, const ShellArgument& quoted) {
     return insertAll(
-        out, [&](StreamSink& sink) { writeShellArgument(quoted.text, SinkIterator(sink)); });
+        out, [&](StreamSink& sink) { writeShellArgument(quoted.text, iteratorInto(sink)); });
 }
 
 std::ostream& operator<<(std::ostream& out, const Spaces& spaces) {

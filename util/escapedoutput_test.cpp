@@ -90,6 +90,66 @@ TEST(EscapeUtf8Test, CharactersAbove126AreEscapedAndBadBytesAsSurrogates) {
     }
 }
 
+/// Texts of plain characters with one `special` in them, where runs of plain characters are taken
+/// in blocks of 64 and in pieces of 4096.
+template <class Unit, class Check>
+void checkAtEachPlace(Unit special, Check check) {
+    const size_t sizes[] = {1, 63, 64, 65, 127, 128, 129, 4095, 4096, 4097, 8200};
+    for (const size_t size : sizes) {
+        const std::basic_string<Unit> plain(size, Unit{'~'});
+        for (size_t place = 0; place < size; ++place) {
+            if (place > 130 && place + 4 < size && (place < 4090 || place > 4100)) {
+                continue;
+            }
+            std::basic_string<Unit> text = plain;
+            text[place] = special;
+            check(text, std::string(place, '~'), std::string(size - place - 1, '~'));
+        }
+    }
+}
+
+TEST(EscapingTest, AnEscapeIsFoundAtEachPlaceOfALongText) {
+    checkAtEachPlace(
+        '\x80', [](const std::string& text, const std::string& before, const std::string& behind) {
+            ASSERT_EQ(printed(EscapedBytes{text}), before + "\\x80" + behind);
+            ASSERT_EQ(printed(EscapedUtf8{text}), before + "\\udc80" + behind);
+        });
+    checkAtEachPlace(
+        '\x7f', [](const std::string& text, const std::string& before, const std::string& behind) {
+            ASSERT_EQ(printed(EscapedBytes{text}), text);
+            ASSERT_EQ(printed(EscapedUtf8{text}), before + "\\u007f" + behind);
+        });
+    const struct {
+        char16_t unit;
+        const char* escape;
+    } rows[] = {{0x7F, "\\u007f"}, {0x100, "\\u0100"}, {0x8041, "\\u8041"}, {0xFFFF, "\\uffff"}};
+    for (const auto& row : rows) {
+        checkAtEachPlace(row.unit, [&row](const std::u16string& text, const std::string& before,
+                                          const std::string& behind) {
+            std::string escaped = before;
+            escaped.append(row.escape).append(behind);
+            ASSERT_EQ(printed(EscapedUnits{text}), escaped);
+        });
+    }
+}
+
+TEST(EscapingTest, AStreamThatTakesNoMoreIsToldAtTheEndOfALongText) {
+    for (const size_t room : {size_t{0}, size_t{1}, size_t{4095}, size_t{4096}, size_t{4097}}) {
+        const std::string text(5000, 'a');
+        const std::u16string units(5000, u'a');
+        SmallBuffer buffer(room);
+        std::ostream out(&buffer);
+        out << EscapedBytes{text};
+        EXPECT_EQ(out.rdstate(), std::ios_base::failbit | std::ios_base::badbit);
+        EXPECT_EQ(buffer.text, text.substr(0, room));
+        SmallBuffer other(room);
+        std::ostream unitsOut(&other);
+        unitsOut << EscapedUnits{units};
+        EXPECT_EQ(unitsOut.rdstate(), std::ios_base::failbit | std::ios_base::badbit);
+        EXPECT_EQ(other.text, text.substr(0, room));
+    }
+}
+
 TEST(ShellQuotingTest, LettersDigitsAndElevenMarksAreSafe) {
     const std::string safe =
         "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz%+,-./:=@^_";

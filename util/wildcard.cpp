@@ -54,6 +54,19 @@ public:
         return wanted == c ? 1 : 0;
     }
 
+    /// The next place in `text`, from `t`, where what stands at `p` can match; some place before
+    /// that if that isn't a plain character. The text's size if there is none.
+    size_t findStart(size_t p, std::string_view text, size_t t) const {
+        const char wanted = folded(p);
+        if (wanted == '?' || wanted == '[' || wanted == '\\') {
+            return t;
+        }
+        while (t < text.size() && fold(text[t]) != wanted) {
+            ++t;
+        }
+        return t;
+    }
+
 private:
     char folded(size_t p) const { return fold(mPattern[p]); }
 
@@ -150,7 +163,11 @@ bool wildcardMatch(StringSpan pattern, StringSpan text, bool literalBrackets, bo
             return true;
         }
         // Meant: a star never leaves the end of the text to the pattern behind it.
-        if (behindStar == none || ++starsText >= text.length) {
+        if (behindStar == none) {
+            return false;
+        }
+        starsText = single.findStart(behindStar, text.view(), starsText + 1);
+        if (starsText >= text.length) {
             return false;
         }
         p = behindStar;

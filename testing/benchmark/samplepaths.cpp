@@ -1,0 +1,74 @@
+#include "testing/benchmark/samplepaths.h"
+
+#include <algorithm>
+#include <array>
+#include <random>
+#include <string_view>
+
+#include "util/pathcollation.h"
+
+namespace benchmark {
+namespace {
+
+using Words = std::array<std::string_view, 16>;
+
+constexpr Words ascii = {"Source", "Include", "platform", "widgets", "Network", "storage",
+                         "tests",  "Common",  "report",   "editor",  "Build",   "tools",
+                         "config", "Drivers", "service",  "render"};
+constexpr Words accented = {
+    "Übersicht", "Größe",     "préférences", "données", "Año",    "versión", "Ångström", "smörgås",
+    "říjen",     "Žluťoučký", "información", "dépôt",   "Straße", "façade",  "çözüm",    "Łódź"};
+constexpr std::array<std::string_view, 4> extensions = {".cpp", ".h", ".txt", ".Resources"};
+
+class PathMaker {
+public:
+    explicit PathMaker(const Words& words) : mWords(words) {}
+
+    std::string directory() {
+        std::string path = "M:/main_view/vobs";
+        for (size_t depth = 1 + mRandom() % 3; depth > 0; --depth) {
+            path.append("/").append(word());
+        }
+        return path;
+    }
+    std::string file(const std::string& directory) {
+        std::string path = directory;
+        path.append("/").append(word()).append("_").append(word());
+        return path.append(std::to_string(mRandom() % 1000)).append(pick(extensions));
+    }
+
+private:
+    template <class List>
+    std::string_view pick(const List& list) {
+        return list[mRandom() % list.size()];
+    }
+    std::string_view word() { return pick(mWords); }
+
+    const Words& mWords;
+    // The same paths each time.
+    std::mt19937 mRandom{1};  // NOLINT(cert-msc32-c,cert-msc51-cpp)
+};
+
+bool isBefore(const std::string& a, const std::string& b) { return comparePaths(a, b) < 0; }
+bool isSame(const std::string& a, const std::string& b) { return comparePaths(a, b) == 0; }
+
+}  // namespace
+
+std::vector<std::string> samplePaths(size_t count, Letters letters) {
+    PathMaker maker(letters == Letters::ascii ? ascii : accented);
+    std::vector<std::string> paths;
+    while (paths.size() < count) {
+        while (paths.size() < count + count / 4) {
+            const std::string directory = maker.directory();
+            for (int files = 0; files < 20; ++files) {
+                paths.push_back(maker.file(directory));
+            }
+        }
+        std::sort(paths.begin(), paths.end(), isBefore);
+        paths.erase(std::unique(paths.begin(), paths.end(), isSame), paths.end());
+    }
+    paths.resize(count);
+    return paths;
+}
+
+}  // namespace benchmark

@@ -1,0 +1,55 @@
+#include <algorithm>
+#include <cctype>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "testing/benchmark/comparison.h"
+#include "testing/benchmark/samplepaths.h"
+#include "util/pathcollation.h"
+
+namespace {
+
+using benchmark::Letters;
+
+/// What takes bytes for characters, and knows neither roots nor separators.
+int compareBytes(const std::string& a, const std::string& b) {
+    const size_t shorter = std::min(a.size(), b.size());
+    for (size_t i = 0; i < shorter; ++i) {
+        const int difference = std::tolower(static_cast<unsigned char>(a[i])) -
+                               std::tolower(static_cast<unsigned char>(b[i]));
+        if (difference != 0) {
+            return difference;
+        }
+    }
+    return (a.size() > b.size()) - (a.size() < b.size());
+}
+
+/// The sum of the signs of all comparisons of a path with the next one.
+template <class Compare>
+int compareNeighbours(const std::vector<std::string>& paths, Compare compare) {
+    int sum = 0;
+    for (size_t i = 1; i < paths.size(); ++i) {
+        sum += compare(paths[i - 1], paths[i]) < 0 ? -1 : 1;
+    }
+    return sum;
+}
+
+void compareSorted(const char* operation, Letters letters) {
+    const std::vector<std::string> paths = benchmark::samplePaths(100'000, letters);
+    benchmark::compare(
+        {operation, "loop over bytes with tolower", 3.0},
+        [&] {
+            return compareNeighbours(paths, [](const std::string& a, const std::string& b) {
+                return comparePaths(a, b);
+            });
+        },
+        [&] { return compareNeighbours(paths, compareBytes); });
+}
+
+TEST_CASE("comparePaths of sorted neighbours") {
+    compareSorted("comparePaths, 100,000 sorted, ASCII", Letters::ascii);
+    compareSorted("comparePaths, 100,000 sorted, accents", Letters::accented);
+}
+
+}  // namespace

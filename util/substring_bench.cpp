@@ -1,0 +1,172 @@
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "testing/benchmark/comparison.h"
+#include "testing/benchmark/samplepaths.h"
+#include "util/stringsplit.h"
+#include "util/substring.h"
+
+namespace {
+
+const std::string DELIMITERS = "/_. \n";
+
+/// Paths in lines, some with a blank.
+std::string sampleText() {
+    std::string text;
+    for (const std::string& path : benchmark::samplePaths(1000, benchmark::Letters::ascii)) {
+        text.append(path).append(" \n");
+    }
+    return text;
+}
+
+template <class Take>
+void splitByStandard(const std::string& text, Take take) {
+    size_t start = text.find_first_not_of(DELIMITERS);
+    while (start != std::string::npos) {
+        const size_t end = std::min(text.find_first_of(DELIMITERS, start), text.size());
+        take(start, end);
+        start = text.find_first_not_of(DELIMITERS, end);
+    }
+}
+
+size_t rangesByStandard(const std::string& text) {
+    std::vector<TextRange> parts;
+    splitByStandard(text, [&](size_t start, size_t end) { parts.emplace_back(start, end); });
+    return parts.size();
+}
+
+size_t copiesByStandard(const std::string& text) {
+    std::vector<std::string> parts;
+    splitByStandard(
+        text, [&](size_t start, size_t end) { parts.push_back(text.substr(start, end - start)); });
+    return parts.size();
+}
+
+template <class Part, class Split>
+size_t partCount(Split split) {
+    std::vector<Part> parts;
+    split(parts);
+    return parts.size();
+}
+
+TEST_CASE("splitters") {
+    std::string text = sampleText();
+    const auto peer = [&] { return rangesByStandard(text); };
+    const std::string ranges = "loop with find_first_of, ranges";
+    benchmark::compare(
+        {"splitRanges, 1,000 lines", ranges, 1.0},
+        [&] {
+            return partCount<TextRange>(
+                [&](auto& parts) { splitRanges(text, parts, DELIMITERS, /*keepEmpty=*/false); });
+        },
+        peer);
+    benchmark::compare(
+        {"splitRanges with empty ones, 1,000 lines", ranges, 1.0},
+        [&] {
+            return partCount<TextRange>(
+                [&](auto& parts) { splitRanges(text, parts, DELIMITERS, /*keepEmpty=*/true); });
+        },
+        peer);
+    benchmark::compare(
+        {"splitRuns, 1,000 lines", ranges, 1.0},
+        [&] {
+            return partCount<TextRange>([&](auto& parts) { splitRuns(text, parts, DELIMITERS); });
+        },
+        peer);
+    benchmark::compare(
+        {"splitEscaped, 1,000 lines", ranges, 1.0},
+        [&] {
+            return partCount<Substring>(
+                [&](auto& parts) { splitEscaped(Substring(text), parts, DELIMITERS); });
+        },
+        peer);
+}
+
+TEST_CASE("splitters that copy") {
+    const std::string text = sampleText();
+    const auto peer = [&] { return copiesByStandard(text); };
+    const std::string copies = "loop with find_first_of, copies";
+    benchmark::compare(
+        {"split, 1,000 lines", copies, 1.0},
+        [&] {
+            return partCount<std::string>([&](auto& parts) { split(text, parts, DELIMITERS); });
+        },
+        peer);
+    benchmark::compare(
+        {"splitQuoted, 1,000 lines", copies, 1.0},
+        [&] {
+            return partCount<std::string>([&](auto& parts) {
+                splitQuoted(text, parts, DELIMITERS, "\"'", /*stripQuotes=*/true);
+            });
+        },
+        peer);
+}
+
+/// What `find` finds, asked anew behind each place.
+template <class Find>
+size_t hitCount(Find find) {
+    size_t count = 0;
+    for (size_t pos = find(0); pos != std::string::npos; pos = find(pos + 1)) {
+        ++count;
+    }
+    return count;
+}
+
+TEST_CASE("scanners of Substring that search") {
+    std::string text = sampleText();
+    const Substring view(text);
+    // One set that is met often, and one that is met seldom.
+    for (const std::string& set : {DELIMITERS, std::string("\n\r;#%")}) {
+        const std::string kind = set == DELIMITERS ? ", often found" : ", seldom found";
+        const auto peer = [&] {
+            return hitCount([&](size_t pos) { return text.find_first_of(set, pos); });
+        };
+        benchmark::compare(
+            {"Substring::findFirstOf" + kind, "find_first_of", 1.0},
+            [&] { return hitCount([&](size_t pos) { return view.findFirstOf(set, pos); }); }, peer);
+        benchmark::compare(
+            {"Substring::findUnescaped" + kind, "find_first_of", 1.0},
+            [&] {
+                return hitCount([&](size_t pos) { return view.findUnescaped(set, pos, '\\'); });
+            },
+            peer);
+        benchmark::compare(
+            {"Substring::findAndUnescape" + kind, "find_first_of", 1.0},
+            [&] {
+                Substring changing(text);  // there is nothing to take out
+                return hitCount([&](size_t pos) { return changing.findAndUnescape(set, pos); });
+            },
+            peer);
+    }
+}
+
+/// The tokens between delimiters.
+template <class Start, class End>
+size_t tokenCount(Start findStart, End findEnd) {
+    size_t count = 0;
+    size_t start = findStart(0);
+    while (start != std::string::npos) {
+        ++count;
+        const size_t end = findEnd(start);
+        start = end == std::string::npos ? end : findStart(end);
+    }
+    return count;
+}
+
+TEST_CASE("scanners of Substring by turns") {
+    std::string text = sampleText();
+    const Substring view(text);
+    benchmark::compare(
+        {"Substring::findFirstNotOf, findFirstOf", "find_first_not_of, find_first_of", 1.0},
+        [&] {
+            return tokenCount([&](size_t pos) { return view.findFirstNotOf(DELIMITERS, pos); },
+                              [&](size_t pos) { return view.findFirstOf(DELIMITERS, pos); });
+        },
+        [&] {
+            return tokenCount([&](size_t pos) { return text.find_first_not_of(DELIMITERS, pos); },
+                              [&](size_t pos) { return text.find_first_of(DELIMITERS, pos); });
+        });
+}
+
+}  // namespace
