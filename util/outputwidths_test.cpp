@@ -1,6 +1,5 @@
 // Wrapped output at every narrow width, against tables and a plain model of it.
 
-#include <cctype>
 #include <iomanip>
 #include <sstream>
 #include <string>
@@ -241,9 +240,7 @@ const std::vector<std::string> TEXTS = {
     "a\n",
     "\\\\\\\\",
     std::string("\0a\0", 3),
-    "ab\x01"
-    "cd\x02"
-    "ef",
+    "gh\x01ij\x02kl",
 };
 
 TEST(QuotedWidthTest, EveryEscapeIsWrappedAsByTheModel) {
