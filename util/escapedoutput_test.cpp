@@ -12,7 +12,9 @@
 
 namespace {
 
+using testing_support::RefusingBuffer;
 using testing_support::SmallBuffer;
+using testing_support::ThrowingBuffer;
 
 template <class Inserted>
 std::string printed(const Inserted& inserted) {
@@ -79,6 +81,14 @@ TEST(EscapeUtf8Test, CharactersAbove126AreEscapedAndBadBytesAsSurrogates) {
          "a",
          "\\udc80a"},
         {"\xC3", "\\udcc3"},
+        // A surrogate, and sequences that are longer than need be.
+        {"\xED\xA0\x80", "\\udced\\udca0\\udc80"},
+        {"\xED\xBF\xBF!", "\\udced\\udcbf\\udcbf!"},
+        {"\xC0\x80", "\\udcc0\\udc80"},
+        {"\xC1\xBF", "\\udcc1\\udcbf"},
+        {"\xE0\x80\xAF", "\\udce0\\udc80\\udcaf"},
+        {"\xF0\x82\x82\xAC", "\\udcf0\\udc82\\udc82\\udcac"},
+        {"\xF4\x90\x80\x80", "\\udcf4\\udc90\\udc80\\udc80"},
         {"eight ch\xC3\xA9 and eight more", "eight ch\\u00e9 and eight more"},
         {"1234567\x7f"
          "1234567\x7f",
@@ -208,27 +218,9 @@ void expectFailure(const Inserted& inserted, const std::string& whole) {
     EXPECT_EQ(failed.str(), "");
 }
 
-/// Refuses its second character, and takes all others.
-class RefusingBuffer : public std::streambuf {
-public:
-    std::string text;
-
-protected:
-    int_type overflow(int_type c) override {
-        if (++mCount == 2) {
-            return traits_type::eof();
-        }
-        text += traits_type::to_char_type(c);
-        return c;
-    }
-
-private:
-    int mCount = 0;
-};
-
 template <class Inserted>
 std::string printedRefusing(const Inserted& inserted) {
-    RefusingBuffer buffer;
+    RefusingBuffer buffer(1);
     std::ostream out(&buffer);
     out << inserted;
     EXPECT_EQ(out.rdstate(), FAILED);
@@ -250,6 +242,25 @@ TEST(EscapedOutputTest, AStreamThatTakesNoMoreFailsAndAFailedOneGetsNothing) {
     expectFailure(EscapedUtf8{"a\xC3\xA9"}, "a\\u00e9");
     expectFailure(ShellQuoted{"a b"}, "'a b'");
     expectFailure(ShellArgument{""}, "''");
+}
+
+template <class Inserted>
+void expectToThrow(const Inserted& inserted, const std::string& whole) {
+    for (size_t room = 0; room < whole.size(); ++room) {
+        ThrowingBuffer buffer(room);
+        std::ostream out(&buffer);
+        EXPECT_THROW(out << inserted, ThrowingBuffer::Full) << room;
+        EXPECT_EQ(buffer.text, whole.substr(0, room));
+    }
+}
+
+TEST(EscapedOutputTest, WhatAStreamBufferThrowsPassesThrough) {
+    expectToThrow(EscapedBytes{"a\xE9"}, "a\\xe9");
+    expectToThrow(EscapedUnits{u"a\u00e9"}, "a\\u00e9");
+    expectToThrow(EscapedWide{L"a\u00e9"}, "a\\u00e9");
+    expectToThrow(EscapedUtf8{"a\xC3\xA9"}, "a\\u00e9");
+    expectToThrow(ShellQuoted{"a b"}, "'a b'");
+    expectToThrow(ShellArgument{""}, "''");
 }
 
 }  // namespace

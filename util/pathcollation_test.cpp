@@ -1,8 +1,6 @@
 #include "util/pathcollation.h"
 
-#include <random>
 #include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -97,33 +95,43 @@ TEST(ComparePathsTest, TwoCharactersDifferByTheirWeights) {
     }
 }
 
-/// The comparison without passing over anything.
-int compareSlowly(const std::string& a, const std::string& b) {
-    // A character in front of both keeps a common beginning from being passed over: only texts
-    // that aren't rooted are compared here.
-    return comparePaths("x" + a, "X" + b);
+TEST(ComparePathsTest, LettersOfIrregularPairsAreTheSame) {
+    const struct {
+        const char* upper;
+        const char* lower;
+        uint16_t upperUnit, lowerUnit;
+    } rows[] = {
+        {"\xC5\xB8", "\xC3\xBF", 0x0178, 0x00FF},          // y with diaeresis
+        {"\xC6\x81", "\xC9\x93", 0x0181, 0x0253},          // b with hook
+        {"\xE1\xBC\x88", "\xE1\xBC\x80", 0x1F08, 0x1F00},  // alpha with psili
+        {"\xE2\xB1\xA2", "\xC9\xAB", 0x2C62, 0x026B},      // l with middle tilde
+        {"\xE1\x82\xA0", "\xE2\xB4\x80", 0x10A0, 0x2D00},  // Georgian an
+        {"\xC7\x84", "\xC7\x86", 0x01C4, 0x01C6},          // dz with caron
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(comparePaths(row.upper, row.lower), 0) << row.upper;
+        EXPECT_EQ(pathCaseSwapTable[row.upperUnit], row.lowerUnit) << row.upper;
+        EXPECT_EQ(pathCaseSwapTable[row.lowerUnit], row.upperUnit) << row.upper;
+    }
 }
 
-TEST(ComparePathsTest, EqualBeginningsCanBePassedOverWithoutADifference) {
-    const std::vector<std::string> pieces = {
-        "a", "B", "/", "\\", "//", "\xC3\xA9", "\xC3", "\xA9", "\xF0\x9F\x98\x80", "\xF0\x9F\x98",
-        "0", "'"};
-    std::mt19937 random(20);  // NOLINT(cert-msc32-c,cert-msc51-cpp): the same texts every time
-    for (int round = 0; round < 20000; ++round) {
-        std::string common;
-        for (size_t i = random() % 6; i > 0; --i) {
-            common += pieces[random() % pieces.size()];
-        }
-        std::string a = common;
-        std::string b = common;
-        for (size_t i = random() % 3; i > 0; --i) {
-            a += pieces[random() % pieces.size()];
-        }
-        for (size_t i = random() % 3; i > 0; --i) {
-            b += pieces[random() % pieces.size()];
-        }
-        ASSERT_EQ(comparePaths("x" + a, "x" + b), compareSlowly(a, b))
-            << testing::PrintToString(a) << " and " << testing::PrintToString(b);
+TEST(ComparePathsTest, LettersThatAreNoPairToAndFroDiffer) {
+    const char* const rows[][2] = {
+        {"\xC3\x9F", "ss"},            // sharp s
+        {"\xE1\xBA\x9E", "\xC3\x9F"},  // its capital
+        {"\xC4\xB1", "I"},             // dotless i
+        {"\xC4\xB0", "i"},             // dotted I
+        {"\xC5\xBF", "S"},             // long s
+        {"\xE2\x84\xAA", "k"},         // Kelvin
+        {"\xE2\x84\xAB", "\xC3\xA5"},  // Angstrom
+        {"\xE2\x84\xA6", "\xCF\x89"},  // Ohm
+        {"\xC2\xB5", "\xCE\xBC"},      // micro
+        {"\xCF\x82", "\xCE\xA3"},      // final sigma
+        {"\xC7\x85", "\xC7\x84"},      // the title case of dz with caron
+        {"\xC7\x85", "\xC7\x86"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_NE(comparePaths(row[0], row[1]), 0) << row[0] << " and " << row[1];
     }
 }
 
@@ -184,6 +192,10 @@ TEST(NoCaseComparatorTest, PartsAreOrderedButForCaseAndAnEqualBeginningComesFirs
     EXPECT_FALSE(less(bc, ab));
     EXPECT_TRUE(less(Substring(text, 0, 0), ab));
     EXPECT_TRUE(equal(Substring(text, 0, 0), Substring(text, 8, 0)));
+    std::string nuls("a\0bA\0c", 6);
+    EXPECT_TRUE(equal(Substring(nuls, 0, 3), Substring(nuls, 3, 3))) << "a NUL in both ends it";
+    EXPECT_FALSE(equal(Substring(nuls, 0, 3), Substring(nuls, 3, 2)));
+    EXPECT_TRUE(less(Substring(nuls, 3, 2), Substring(nuls, 0, 3)));
 }
 
 }  // namespace

@@ -8,12 +8,15 @@ bool PathPrefixSet::Entry::covers(const std::string& key) const {
 }
 
 void PathPrefixSet::insert(std::string path, bool isPrefix) {
-    const auto [entry, isNew] = mEntries.insert({std::move(path), isPrefix});
+    auto [entry, isNew] = mEntries.insert({std::move(path), isPrefix});
     if (!isNew) {
         if (!isPrefix || entry->isPrefix) {
             return;
         }
-        entry->isPrefix = true;  // no part of the order
+        // In the set an entry is constant.
+        auto node = mEntries.extract(entry);
+        node.value().isPrefix = true;
+        entry = mEntries.insert(std::move(node)).position;
     } else if (entry != mEntries.begin() && std::prev(entry)->covers(entry->path)) {
         mEntries.erase(entry);
         return;

@@ -13,7 +13,7 @@ class PathPrefixSet {
 public:
     struct Entry {
         std::string path;
-        mutable bool isPrefix;  ///< covers all that begins with `path`, and not only that itself
+        bool isPrefix;  ///< covers all that begins with `path`, and not only that itself
 
         bool covers(const std::string& key) const;
     };

@@ -1,7 +1,9 @@
 #include "util/pathprefixset.h"
 
+#include <optional>
 #include <random>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -30,6 +32,18 @@ Entries entriesOf(const PathPrefixSet& set) {
     return entries;
 }
 
+constexpr std::nullopt_t NOTHING = std::nullopt;
+
+/// The path of the entry that covers `key`.
+std::optional<std::string> found(const PathPrefixSet& set, const std::string& key) {
+    const PathPrefixSet::const_iterator entry = set.find(key);
+    return entry == set.end() ? std::nullopt : std::make_optional(entry->path);
+}
+
+// What a set hands out can't be changed: else its entries would no longer be those it looks for.
+static_assert(!std::is_assignable_v<decltype((PathPrefixSet().begin()->isPrefix)), bool>);
+static_assert(!std::is_assignable_v<decltype((PathPrefixSet().begin()->path)), std::string>);
+
 TEST(PathPrefixSetTest, APrefixTakesAwayWhatItCovers) {
     EXPECT_EQ(entriesOf(makeSet({{"ab", PLAIN}, {"abc", PREFIX}, {"b", PLAIN}, {"a", PREFIX}})),
               (Entries{{"a", PREFIX}, {"b", PLAIN}}));
@@ -48,26 +62,26 @@ TEST(PathPrefixSetTest, APlainEntryBecomesAPrefixAndTakesAwayWhatItCoversThen) {
 TEST(PathPrefixSetTest, APlainEntryCoversItselfAlone) {
     const PathPrefixSet set = makeSet({{"a", PLAIN}, {"a", PLAIN}, {"ab", PLAIN}});
     EXPECT_EQ(entriesOf(set), (Entries{{"a", PLAIN}, {"ab", PLAIN}}));
-    EXPECT_EQ(set.find("abc"), set.end());
-    EXPECT_EQ(set.find(""), set.end());
-    EXPECT_EQ(set.find("a")->path, "a");
+    EXPECT_EQ(found(set, "abc"), NOTHING);
+    EXPECT_EQ(found(set, ""), NOTHING);
+    EXPECT_EQ(found(set, "a"), "a");
 }
 
 TEST(PathPrefixSetTest, TheEntryThatCoversAKeyIsFound) {
     const PathPrefixSet set = makeSet({{"C:/a", PREFIX}, {"b", PLAIN}});
-    EXPECT_EQ(set.find("C:/a")->path, "C:/a");
-    EXPECT_EQ(set.find("C:/ab")->path, "C:/a") << "bytes count, and not components";
-    EXPECT_EQ(set.find("C:/"), set.end());
-    EXPECT_EQ(set.find("c:/a"), set.end()) << "nothing is folded";
-    EXPECT_EQ(set.find("C:\\a"), set.end());
-    EXPECT_EQ(set.find("b")->path, "b");
-    EXPECT_EQ(set.find("bc"), set.end());
+    EXPECT_EQ(found(set, "C:/a"), "C:/a");
+    EXPECT_EQ(found(set, "C:/ab"), "C:/a") << "bytes count, and not components";
+    EXPECT_EQ(found(set, "C:/"), NOTHING);
+    EXPECT_EQ(found(set, "c:/a"), NOTHING) << "nothing is folded";
+    EXPECT_EQ(found(set, "C:\\a"), NOTHING);
+    EXPECT_EQ(found(set, "b"), "b");
+    EXPECT_EQ(found(set, "bc"), NOTHING);
 }
 
 TEST(PathPrefixSetTest, AnEmptyPrefixCoversEverything) {
     const PathPrefixSet set = makeSet({{"a", PREFIX}, {"", PREFIX}, {"b", PLAIN}});
     EXPECT_EQ(entriesOf(set), (Entries{{"", PREFIX}}));
-    EXPECT_EQ(set.find("x")->path, "");
+    EXPECT_EQ(found(set, "x"), "");
     EXPECT_EQ(set.size(), 1U);
 }
 

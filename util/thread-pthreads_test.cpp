@@ -1,63 +1,21 @@
 #include "util/thread-pthreads.h"
 
 #include <atomic>
-#include <cerrno>
 #include <cstring>
 #include <iterator>
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "testing/eventually.h"
-#include "util/errortext.h"
-
-// The linker leads calls of these here: see util/CMakeLists.txt.
-extern "C" {
-using StartRoutine = void* (*)(void*);
-int __real_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, StartRoutine routine,
-                          void* argument);
-int __real_pthread_join(pthread_t thread, void** result);
-int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, StartRoutine routine,
-                          void* argument);
-int __wrap_pthread_join(pthread_t thread, void** result);
-}
-
-namespace {
-
-std::atomic<int> gCreateResult{0};
-std::atomic<int> gJoinResult{0};
-std::atomic<int> gDetached{0};
-std::atomic<size_t> gStackSize{0};
-
-}  // namespace
-
-int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, StartRoutine routine,
-                          void* argument) {
-    if (gCreateResult != 0) {
-        return gCreateResult;
-    }
-    if (attributes != nullptr) {
-        int state = PTHREAD_CREATE_JOINABLE;
-        pthread_attr_getdetachstate(attributes, &state);
-        gDetached += state == PTHREAD_CREATE_DETACHED ? 1 : 0;
-        size_t size = 0;
-        pthread_attr_getstacksize(attributes, &size);
-        gStackSize = size;
-    }
-    return __real_pthread_create(thread, attributes, routine, argument);
-}
-
-int __wrap_pthread_join(pthread_t thread, void** result) {
-    const int joined = __real_pthread_join(thread, result);
-    return gJoinResult != 0 ? gJoinResult.load() : joined;
-}
+#include "testing/threadcalls-pthreads.h"
 
 namespace {
 
 using testing_support::eventually;
+using testing_support::gThreadCalls;
 using ThreadDeathTest = testing::Test;
 
 /// Runs until it is asked to stop, and counts.
@@ -71,7 +29,6 @@ public:
         }
         return this;
     }
-    void joinFailed() override { ++failedJoins; }
 
     /// Returns when `run` runs. A process that ends before is a race of the two threads for the
     /// object, over whose report ThreadSanitizer can hang for good.
@@ -81,7 +38,6 @@ public:
     }
 
     std::atomic<int> runs{0};
-    int failedJoins = 0;
 };
 
 /// Gives its argument back.
@@ -114,96 +70,19 @@ TEST(ThreadTest, AStopBeforeTheStartIsSeenAtOnceAndStays) {
 TEST(ThreadTest, AThreadThatWasNeverStartedHasNoResult) {
     Waiter waiter;
     EXPECT_EQ(waiter.join(), nullptr);
-    EXPECT_EQ(waiter.failedJoins, 0);
-}
-
-TEST(ThreadTest, JoinedThreadsCountInTheConcurrencyOnlyWhileTheyExist) {
-    const int before = pthread_getconcurrency();
-    Waiter waiter;
-    waiter.start();
-    EXPECT_EQ(pthread_getconcurrency(), before + 1);
-    waiter.stop();
-    waiter.join();
-    EXPECT_EQ(pthread_getconcurrency(), before);
-}
-
-std::string failureOfStart(Thread& thread) {
-    try {
-        thread.start();
-    } catch (const std::runtime_error& e) {
-        return e.what();
-    }
-    return "no failure";
-}
-
-TEST(ThreadTest, AThreadThatCannotBeMadeChangesNothingAndSaysWhy) {
-    const int before = pthread_getconcurrency();
-    Waiter waiter;
-    gCreateResult = EAGAIN;
-    EXPECT_EQ(failureOfStart(waiter),
-              "Unable to start new thread: not enough system resources available.");
-    const uint32_t refused = EPERM;
-    gCreateResult = EPERM;
-    EXPECT_EQ(failureOfStart(waiter),
-              "Unable to start new thread: " + errorText(/*withCode=*/true, &refused, /*which=*/0));
-    const std::string text = failureOfStart(waiter);
-    EXPECT_TRUE(text.starts_with("Unable to start new thread: ")) << text;
-    EXPECT_TRUE(text.ends_with(" (error code " + std::to_string(EPERM) + ")")) << text;
-    const auto token = std::make_shared<int>(0);
-    EXPECT_THROW(Thread::startDetached([token] {}), std::runtime_error);
-    EXPECT_EQ(token.use_count(), 1) << "the copy of the function is freed";
-    gCreateResult = 0;
-    EXPECT_EQ(pthread_getconcurrency(), before);
-    EXPECT_EQ(waiter.join(), nullptr);
-    waiter.stop();
-    waiter.start();
-    EXPECT_EQ(waiter.join(), &waiter);
-}
-
-TEST(ThreadTest, AFailedJoinIsToldAndCountsAsTheEnd) {
-    const int before = pthread_getconcurrency();
-    Waiter waiter;
-    waiter.stop();
-    waiter.start();
-    gJoinResult = EINVAL;
-    testing::internal::CaptureStderr();
-    waiter.join();
-    const std::string said = testing::internal::GetCapturedStderr();
-    gJoinResult = 0;
-    EXPECT_TRUE(said.starts_with("Unable to join thread: ")) << said;
-    EXPECT_TRUE(said.ends_with(")\n") || said.ends_with(")\r\n")) << said;
-    EXPECT_EQ(waiter.failedJoins, 1);
-    EXPECT_EQ(pthread_getconcurrency(), before);
-    EXPECT_EQ(waiter.join(), nullptr);
-}
-
-TEST(ThreadTest, TheStackSizeIsAsAskedForAndTheDefaultWithoutAQuestion) {
-    constexpr size_t SIZE = 4U << 20U;
-    ThreadAttributes plain;
-    size_t standard = 0;
-    pthread_attr_getstacksize(&plain.raw, &standard);
-    Waiter waiter;
-    waiter.stop();
-    waiter.start(SIZE);
-    waiter.join();
-    EXPECT_EQ(gStackSize, SIZE);
-    waiter.start();
-    waiter.join();
-    EXPECT_EQ(gStackSize, standard);
 }
 
 TEST(ThreadTest, ADetachedThreadRunsACopyOfItsFunctionAndFreesIt) {
     const auto token = std::make_shared<int>(0);
     std::atomic<bool> ran{false};
     const int concurrency = pthread_getconcurrency();
-    gDetached = 0;
     {
         const boost::function<void()> function = [token, &ran] { ran = true; };
         Thread::startDetached(function, 4U << 20U);
     }
     EXPECT_TRUE(eventually([&] { return ran && token.use_count() == 1; }));
-    EXPECT_EQ(gDetached, 1);
-    EXPECT_EQ(gStackSize, 4U << 20U);
+    EXPECT_TRUE(gThreadCalls.isDetached);
+    EXPECT_EQ(gThreadCalls.stackSize, 4U << 20U);
     EXPECT_EQ(pthread_getconcurrency(), concurrency);
 }
 
@@ -233,6 +112,16 @@ TEST(ThreadTest, ManyThreadsStartStopAndEnd) {
     }
 }
 
+TEST(ThreadTest, OneObjectStartsAndJoinsAThousandTimes) {
+    Waiter waiter;
+    waiter.stop();
+    for (int i = 1; i <= 1000; ++i) {
+        waiter.start();
+        ASSERT_EQ(waiter.join(), &waiter) << i;
+        ASSERT_EQ(waiter.runs, i);
+    }
+}
+
 TEST(ThreadTest, TheThreadIsAnotherThanTheCaller) {
     class Self : public Thread {
     public:
@@ -250,6 +139,37 @@ TEST(ThreadTest, TheThreadIsAnotherThanTheCaller) {
     thread.start();
     thread.join();
     EXPECT_FALSE(thread.isCaller);
+}
+
+TEST(ThreadTest, AStopIsTheOneThatADerivedClassMakesOfItWithTheLockHeld) {
+    class Stopped : public Echo {
+    public:
+        Stopped() : Echo(nullptr) {}
+        using Thread::stop;
+        void stop(MutexLock& lock) override {
+            ++calls;
+            isProof = lock.check(mMutex);
+            isHeld = !mMutex.tryLock();
+            Echo::stop(lock);
+        }
+        uint32_t stopRequested() const { return mStopRequested; }
+        bool isLockFree() {
+            const bool isFree = mMutex.tryLock();
+            mMutex.unlock();
+            return isFree;
+        }
+
+        int calls = 0;
+        bool isProof = false;
+        bool isHeld = false;
+    };
+    Stopped thread;
+    thread.stop();
+    EXPECT_EQ(thread.calls, 1);
+    EXPECT_TRUE(thread.isProof);
+    EXPECT_TRUE(thread.isHeld);
+    EXPECT_EQ(thread.stopRequested(), 1U);
+    EXPECT_TRUE(thread.isLockFree()) << "behind the stop";
 }
 
 TEST(ThreadTest, TheLockedOperationsTakeTheirOwnLock) {
@@ -301,6 +221,37 @@ TEST(ThreadTest, TheVirtualOperationsStandInTheirOrder) {
         table[FIRST + i](&recorder, &lock);
         EXPECT_EQ(Recorder::last, names[i]);
     }
+}
+
+TEST(ThreadTest, TheFieldsStandInTheirOrder) {
+    class Open : public Echo {
+    public:
+        Open() : Echo(nullptr) {}
+        using Thread::mCondition;
+        using Thread::mMutex;
+        using Thread::mStopRequested;
+    };
+    Open thread;
+    const auto* const object = reinterpret_cast<const char*>(static_cast<const Thread*>(&thread));
+    const auto offsetOf = [object](const auto& field) {
+        return static_cast<size_t>(reinterpret_cast<const char*>(&field) - object);
+    };
+    EXPECT_EQ(offsetOf(thread.mMutex), sizeof(void*)) << "behind the table's address";
+    EXPECT_EQ(offsetOf(thread.mCondition), offsetOf(thread.mMutex) + sizeof(Mutex));
+    EXPECT_EQ(offsetOf(thread.mStopRequested), offsetOf(thread.mCondition) + sizeof(Condition));
+    // The last one shows by what it does: it isn't null as long as there is a thread.
+    const size_t cellOffset = sizeof(Thread) - sizeof(pthread_t*);
+    EXPECT_EQ(cellOffset, offsetOf(thread.mStopRequested) + sizeof(pthread_t*));
+    const auto cell = [&] {
+        pthread_t* address = nullptr;
+        std::memcpy(&address, object + cellOffset, sizeof address);
+        return address;
+    };
+    EXPECT_EQ(cell(), nullptr);
+    thread.start();
+    EXPECT_NE(cell(), nullptr);
+    thread.join();
+    EXPECT_EQ(cell(), nullptr);
 }
 
 TEST(ThreadDeathTest, AStartWithoutAJoinBeforeStopsTheProcess) {

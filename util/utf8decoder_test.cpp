@@ -135,7 +135,70 @@ TEST(PathUnitCursorTest, EveryCharacterIsItsUnits) {
         PathUnitCursor cursor(text);
         ASSERT_EQ(cursor.value, value);
         ASSERT_EQ(cursor.position, text.data() + text.size() - 1);
-        ASSERT_EQ(cursor.unit, value < 0x10000 ? value : 0xd800 + ((value - 0x10000) >> 10));
+        const bool isPair = value >= 0x10000;
+        ASSERT_EQ(cursor.unit, isPair ? 0xd800 + (value - 0x10000) / 1024 : value);
+        ASSERT_FALSE(cursor.atEnd());
+        cursor.next();
+        if (isPair) {
+            ASSERT_EQ(cursor.unit, 0xdc00 + (value - 0x10000) % 1024) << value;
+            ASSERT_EQ(cursor.value, cursor.unit);
+            ASSERT_EQ(cursor.position, text.data() + text.size() - 1);
+            ASSERT_FALSE(cursor.atEnd());
+            cursor.next();
+        }
+        ASSERT_TRUE(cursor.atEnd()) << value;
+        ASSERT_EQ(cursor.position, text.data() + text.size());
+    }
+}
+
+TEST(DecodePathUnitTest, AnAsciiByteIsItsOwnValueAndTheUnitStays) {
+    for (uint32_t value = 0; value < 128; ++value) {
+        const char text[] = {static_cast<char>(value), '\x80'};
+        PathUnitCursor cursor(StringSpan("?", 1));
+        cursor.position = text;
+        cursor.end = text + 2;
+        decodePathUnit(cursor);
+        EXPECT_EQ(cursor.value, value);
+        EXPECT_EQ(cursor.position, text);
+        EXPECT_EQ(cursor.unit, '?');
+    }
+}
+
+TEST(DecodePathUnitTest, AtTheEndTheValueIsTheEndMarkAndNothingIsRead) {
+    const std::string text = "a";
+    PathUnitCursor cursor(text);
+    cursor.position = cursor.end;
+    decodePathUnit(cursor);
+    EXPECT_EQ(cursor.value, 0xdc00U);
+    EXPECT_EQ(cursor.position, text.data() + 1);
+    EXPECT_EQ(cursor.unit, 'a');
+    PathUnitCursor empty(StringSpan(nullptr, 0));
+    decodePathUnit(empty);
+    EXPECT_EQ(empty.value, 0xdc00U);
+    EXPECT_EQ(empty.position, nullptr);
+}
+
+TEST(DecodePathUnitTest, ASequenceIsItsCharacterAndABadByteAnEscape) {
+    const struct {
+        std::string text;
+        uint32_t value;
+        size_t last;  // byte of the sequence
+    } rows[] = {
+        {"\xC3\xA9x", 0xe9, 1},
+        {"\xE4\xB8\xADx", 0x4e2d, 2},
+        {"\xF0\x9F\x98\x80x", 0x1f600, 3},
+        {"\xF0\x9F\x98", 0xdcf0, 0},
+        {"\xA9x", 0xdca9, 0},
+        {"\xFFx", 0xdcff, 0},
+    };
+    for (const auto& row : rows) {
+        PathUnitCursor cursor(StringSpan("?", 1));
+        cursor.position = row.text.data();
+        cursor.end = row.text.data() + row.text.size();
+        decodePathUnit(cursor);
+        EXPECT_EQ(cursor.value, row.value);
+        EXPECT_EQ(cursor.position, row.text.data() + row.last);
+        EXPECT_EQ(cursor.unit, '?');
     }
 }
 

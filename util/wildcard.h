@@ -30,6 +30,7 @@ bool wildcardMatch(StringSpan pattern, StringSpan text, bool literalBrackets, bo
 /// Whether the text in `range` of `base` fits a pattern with one `wildcard` (later ones are plain
 /// characters), which stands for any text, also none. `*stem`, not null, becomes the range of that
 /// part; it is `range` for a pattern without a wildcard, and unchanged on failure. The rest is
-/// compared by `equalsExact` or, unless `exact`, by `equalsNoCase`.
+/// compared by `equalsExact` or, unless `exact`, by `equalsNoCase`. `base` may be null, with an
+/// empty range: an empty text to the former, while to the latter it fits none but a null pattern.
 bool matchStem(StringSpan pattern, StringSpan base, TextRange range, char wildcard, TextRange* stem,
                bool exact);

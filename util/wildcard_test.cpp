@@ -226,4 +226,44 @@ TEST(MatchStemTest, CaseCountsOnDemandAndTheWildcardIsAnyCharacter) {
     EXPECT_FALSE(matchStem("a*", "ab", {0, 2}, '%', &stem, /*exact=*/false));
 }
 
+TEST(MatchStemTest, ANullBaseIsAnEmptyTextToTheExactComparisonAlone) {
+    const StringSpan none(nullptr, 0);
+    const struct {
+        StringSpan pattern;
+        bool matchesExactly, matchesNoCase;
+    } rows[] = {
+        {"%", true, false},  {"", true, false},    {none, true, true},
+        {"a", false, false}, {"%a", false, false},
+    };
+    for (const auto& row : rows) {
+        for (const bool exact : {true, false}) {
+            const bool matches = exact ? row.matchesExactly : row.matchesNoCase;
+            const TextRange untouched = {77, 78};
+            TextRange stem = untouched;
+            EXPECT_EQ(matchStem(row.pattern, none, {0, 0}, '%', &stem, exact), matches)
+                << row.pattern.view() << " " << exact;
+            EXPECT_EQ(stem, matches ? TextRange(0, 0) : untouched);
+        }
+    }
+}
+
+TEST(MatchStemTest, NothingIsAllocated) {
+    const std::string name(300, 'a');
+    const std::string text = "lib/" + name + ".o";
+    const std::string folded = "LIB/" + name + ".O";
+    const TextRange range = {0, text.size()};
+    // With the wildcard in the middle and at either end, and without one.
+    for (const std::string& pattern : {std::string("lib/%.o"), "%" + text, text + "%", text}) {
+        for (const bool exact : {true, false}) {
+            const std::string& base = exact ? text : folded;
+            TextRange stem;
+            const size_t before = testing_support::allocationCount();
+            const bool matches = matchStem(pattern, base, range, '%', &stem, exact);
+            const size_t after = testing_support::allocationCount();
+            EXPECT_TRUE(matches) << pattern << " " << exact;
+            EXPECT_EQ(after, before) << pattern << " " << exact;
+        }
+    }
+}
+
 }  // namespace

@@ -10,7 +10,9 @@
 
 namespace {
 
+using testing_support::RefusingBuffer;
 using testing_support::SmallBuffer;
+using testing_support::ThrowingBuffer;
 
 const unsigned char* bytes(const std::string& text) {
     return reinterpret_cast<const unsigned char*>(text.data());
@@ -207,6 +209,57 @@ TEST(WrappedOutputTest, ADumpAndSpacesEndWithTheStream) {
     spaces << Spaces{5};
     EXPECT_EQ(narrow.text, "   ");
     EXPECT_EQ(spaces.rdstate(), FAILED);
+}
+
+TEST(WrappedOutputTest, NothingIsWrittenBehindACharacterThatIsNotTaken) {
+    const std::string text = "a\tb";
+    const struct {
+        bool isDump;
+        std::string whole;
+    } rows[] = {{false, "  \"a\\tb\""}, {true, "  61:a 09:. 62:b"}};
+    for (const auto& row : rows) {
+        for (size_t refused = 0; refused < row.whole.size(); ++refused) {
+            RefusingBuffer buffer(refused);
+            std::ostream out(&buffer);
+            Layout layout(40, 2);
+            if (row.isDump) {
+                out << HexDump{bytes(text), text.size(), &layout};
+            } else {
+                out << Quoted{bytes(text), text.size(), &layout};
+            }
+            EXPECT_EQ(buffer.text, row.whole.substr(0, refused));
+            EXPECT_EQ(out.rdstate(), FAILED) << refused;
+            EXPECT_EQ(layout.column, static_cast<int>(refused));
+        }
+    }
+    for (size_t refused = 0; refused < 40; ++refused) {
+        RefusingBuffer buffer(refused);
+        std::ostream out(&buffer);
+        out << Spaces{40};
+        EXPECT_EQ(buffer.text, std::string(refused, ' '));
+        EXPECT_EQ(out.rdstate(), FAILED) << refused;
+    }
+}
+
+TEST(WrappedOutputTest, WhatAStreamBufferThrowsPassesThroughAndTheLayoutGoesBack) {
+    const std::string text = "ab";
+    // Thrown at the start of the second item and of the second character.
+    ThrowingBuffer dumped(7);
+    std::ostream dumpOut(&dumped);
+    Layout layout(40, 2);
+    EXPECT_THROW((dumpOut << HexDump{bytes(text), text.size(), &layout}), ThrowingBuffer::Full);
+    EXPECT_EQ(dumped.text, "  61:a ");
+    expectLayout(layout, 7, true);
+    ThrowingBuffer quoted(4);
+    std::ostream quotedOut(&quoted);
+    layout = Layout(40, 2);
+    EXPECT_THROW((quotedOut << Quoted{bytes(text), text.size(), &layout}), ThrowingBuffer::Full);
+    EXPECT_EQ(quoted.text, "  \"a");
+    expectLayout(layout, 4, false);
+    ThrowingBuffer spaces(3);
+    std::ostream spacesOut(&spaces);
+    EXPECT_THROW(spacesOut << Spaces{5}, ThrowingBuffer::Full);
+    EXPECT_EQ(spaces.text, "   ");
 }
 
 TEST(WrappedOutputTest, AFailedStreamGetsNothingAndTheLayoutStays) {

@@ -1,0 +1,59 @@
+#include <cerrno>
+#include <cstring>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "util/errortext.h"
+
+namespace {
+
+/// Sets errno, calls, and checks that errno is as it was.
+std::string textWithErrno(int systemError, bool withCode, const uint32_t* error, int which) {
+    errno = systemError;
+    std::string text = errorText(withCode, error, which);
+    EXPECT_EQ(errno, systemError);
+    return text;
+}
+
+TEST(NativeErrorTextTest, ANullErrorStandsForErrno) {
+    EXPECT_EQ(textWithErrno(ENOENT, /*withCode=*/false, nullptr, 0), std::strerror(ENOENT));
+    EXPECT_EQ(textWithErrno(EACCES, /*withCode=*/false, nullptr, 0), std::strerror(EACCES));
+}
+
+TEST(NativeErrorTextTest, AnErrorHasTheWordsOfTheCLibraryWhateverErrnoIs) {
+    for (const uint32_t error : {uint32_t{ENOENT}, uint32_t{EINVAL}, uint32_t{0}}) {
+        const std::string words = std::strerror(static_cast<int>(error));
+        EXPECT_EQ(textWithErrno(EACCES, /*withCode=*/false, &error, 0), words);
+        EXPECT_EQ(textWithErrno(0, /*withCode=*/false, &error, 0), words);
+    }
+}
+
+TEST(NativeErrorTextTest, OnDemandTheNumberFollowsInDecimal) {
+    const uint32_t error = ENOENT;
+    const std::string text = std::string(std::strerror(ENOENT)) + " (error code 2)";
+    EXPECT_EQ(textWithErrno(EACCES, /*withCode=*/true, &error, 0), text);
+    EXPECT_EQ(textWithErrno(ENOENT, /*withCode=*/true, nullptr, 0), text);
+}
+
+TEST(NativeErrorTextTest, ANumberThatTheCLibraryDoesNotKnowHasWordsAsWell) {
+    for (const uint32_t error : {0xffffffffU, 0x80000000U, 100000U}) {
+        const std::string words = std::strerror(static_cast<int>(error));
+        EXPECT_EQ(textWithErrno(EACCES, /*withCode=*/false, &error, 0), words);
+        EXPECT_EQ(textWithErrno(EACCES, /*withCode=*/true, &error, 0),
+                  words + " (error code " + std::to_string(error) + ")");
+    }
+    const uint32_t largest = 0xffffffff;
+    EXPECT_TRUE(
+        textWithErrno(0, /*withCode=*/true, &largest, 0).ends_with(" (error code 4294967295)"));
+}
+
+TEST(NativeErrorTextTest, WhereTheNumberComesFromMakesNoDifference) {
+    const uint32_t error = ENOENT;
+    for (const int which : {0, 1, 2, 3, -1}) {
+        EXPECT_EQ(textWithErrno(EACCES, /*withCode=*/false, &error, which), std::strerror(ENOENT));
+        EXPECT_EQ(textWithErrno(EACCES, /*withCode=*/false, nullptr, which), std::strerror(EACCES));
+    }
+}
+
+}  // namespace

@@ -1,0 +1,88 @@
+// What is printable, and what a shell takes, in a locale of the C runtime other than "C".
+
+#include <cctype>
+#include <clocale>
+#include <sstream>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "util/escapedoutput.h"
+
+namespace {
+
+constexpr unsigned char LETTER = 0xE9;  // e with acute, in Latin-1 and in code page 1252
+
+/// Sets, for the test, a locale in which LETTER is a letter, and the test is skipped without one.
+class OutputLocaleTest : public testing::Test {
+protected:
+    OutputLocaleTest() : mBefore(std::setlocale(LC_CTYPE, nullptr)) {}
+    ~OutputLocaleTest() override { std::setlocale(LC_CTYPE, mBefore.c_str()); }
+
+    void SetUp() override {
+        for (const char* const name :
+             {"English_United States.1252", "German_Germany.1252", "en_US.ISO-8859-1",
+              "de_DE.ISO-8859-1", "fr_FR.ISO-8859-1"}) {
+            if (std::setlocale(LC_CTYPE, name) != nullptr && std::isalnum(LETTER) != 0) {
+                return;
+            }
+        }
+        GTEST_SKIP() << "the C runtime here has no locale of one byte a letter beyond ASCII";
+    }
+
+private:
+    std::string mBefore;
+};
+
+template <class Inserted>
+std::string printed(const Inserted& inserted) {
+    std::ostringstream out;
+    out << inserted;
+    return out.str();
+}
+
+TEST_F(OutputLocaleTest, APrintableByteOfTheLocaleStandsForItselfInALiteral) {
+    EXPECT_EQ(printed(Quoted{&LETTER, 1, nullptr}), "\"\xE9\"");
+    for (unsigned value = 0; value < 256; ++value) {
+        const auto byte = static_cast<unsigned char>(value);
+        const std::string literal = printed(Quoted{&byte, 1, nullptr});
+        const bool isBare = literal == std::string("\"") + static_cast<char>(byte) + "\"";
+        EXPECT_EQ(isBare, std::isprint(byte) != 0 && byte != '\\') << value;
+    }
+}
+
+TEST_F(OutputLocaleTest, APrintableByteOfTheLocaleTakesOneColumn) {
+    const unsigned char bytes[] = {LETTER, LETTER};
+    Layout layout(/*lastColumn=*/4);
+    EXPECT_EQ(printed(Quoted{bytes, 2, &layout}), "\"\xE9\xE9\"");
+    EXPECT_EQ(layout.column, 4);
+}
+
+TEST_F(OutputLocaleTest, ADumpShowsAsciiAlone) {
+    EXPECT_EQ(printed(HexDump{&LETTER, 1, nullptr}), "e9:.");
+    for (unsigned value = 128; value < 256; ++value) {
+        const auto byte = static_cast<unsigned char>(value);
+        EXPECT_TRUE(printed(HexDump{&byte, 1, nullptr}).ends_with(":.")) << value;
+    }
+}
+
+TEST_F(OutputLocaleTest, AShellTakesLettersAndDigitsOfTheLocale) {
+    EXPECT_TRUE(isShellSafe(static_cast<char>(LETTER)));
+    const std::string safe = "%+,-./:=@^_";
+    for (unsigned value = 0; value < 256; ++value) {
+        const char c = static_cast<char>(value);
+        EXPECT_EQ(isShellSafe(c),
+                  std::isalnum(static_cast<int>(value)) != 0 || safe.find(c) != std::string::npos)
+            << value;
+    }
+    EXPECT_EQ(printed(ShellQuoted{"\xE9"}), "\xE9");
+    EXPECT_EQ(printed(ShellQuoted{"\xE9 "}), "'\xE9 '");
+}
+
+TEST_F(OutputLocaleTest, EscapesDoNotAskTheLocale) {
+    EXPECT_EQ(printed(EscapedBytes{"\xE9"}), "\\xe9");
+    EXPECT_EQ(printed(EscapedUnits{u"\u00e9"}), "\\u00e9");
+    EXPECT_EQ(printed(EscapedUtf8{"\xC3\xA9\xE9"}), "\\u00e9\\udce9");
+}
+
+}  // namespace
