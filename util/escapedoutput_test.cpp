@@ -8,20 +8,16 @@
 
 #include <gtest/gtest.h>
 
+#include "testing/printed.h"
 #include "testing/smallbuffer.h"
 
 namespace {
 
+using testing_support::printed;
+
 using testing_support::RefusingBuffer;
 using testing_support::SmallBuffer;
 using testing_support::ThrowingBuffer;
-
-template <class Inserted>
-std::string printed(const Inserted& inserted) {
-    std::ostringstream out;
-    out << inserted;
-    return out.str();
-}
 
 TEST(EscapeBytesTest, OnlyBytesWithTheHighBitAreEscaped) {
     const struct {

@@ -2,14 +2,16 @@
 
 #include <cctype>
 #include <clocale>
-#include <sstream>
 #include <string>
 
 #include <gtest/gtest.h>
 
+#include "testing/printed.h"
 #include "util/escapedoutput.h"
 
 namespace {
+
+using testing_support::printed;
 
 constexpr unsigned char LETTER = 0xE9;  // e with acute, in Latin-1 and in code page 1252
 
@@ -33,13 +35,6 @@ protected:
 private:
     std::string mBefore;
 };
-
-template <class Inserted>
-std::string printed(const Inserted& inserted) {
-    std::ostringstream out;
-    out << inserted;
-    return out.str();
-}
 
 TEST_F(OutputLocaleTest, APrintableByteOfTheLocaleStandsForItselfInALiteral) {
     EXPECT_EQ(printed(Quoted{&LETTER, 1, nullptr}), "\"\xE9\"");

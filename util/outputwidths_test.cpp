@@ -7,27 +7,16 @@
 
 #include <gtest/gtest.h>
 
+#include "testing/printed.h"
 #include "util/escapedoutput.h"
 
 namespace {
 
+using testing_support::bytes;
+using testing_support::dump;
+using testing_support::quote;
+
 constexpr int MOST_WIDTH = 12;
-
-const unsigned char* bytes(const std::string& text) {
-    return reinterpret_cast<const unsigned char*>(text.data());
-}
-
-std::string dump(const std::string& text, Layout* layout) {
-    std::ostringstream out;
-    out << HexDump{bytes(text), text.size(), layout};
-    return out.str();
-}
-
-std::string quote(const std::string& text, Layout* layout) {
-    std::ostringstream out;
-    out << Quoted{bytes(text), text.size(), layout};
-    return out.str();
-}
 
 /// What stands at the widths from the one of the row before up to `lastWidth`.
 struct WidthRow {

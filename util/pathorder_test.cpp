@@ -8,21 +8,15 @@
 #include <gtest/gtest.h>
 
 #include "testing/allocationcount.h"
+#include "testing/cygwinscope.h"
 #include "util/pathcollation.h"
 #include "util/pathfun.h"
 
 namespace {
 
-using namespace std::string_view_literals;
+using testing_support::CygwinScope;
 
-/// Sets the Cygwin mode for a scope.
-class CygwinScope {
-public:
-    CygwinScope() { setCygwinPaths(true, "/cygdrive/"); }
-    ~CygwinScope() { setCygwinPaths(false, ""); }
-    CygwinScope(const CygwinScope&) = delete;
-    CygwinScope& operator=(const CygwinScope&) = delete;
-};
+using namespace std::string_view_literals;
 
 int order(std::string_view a, std::string_view b) {
     return comparePaths(StringSpan(a), StringSpan(b));

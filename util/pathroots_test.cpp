@@ -1,19 +1,13 @@
 #include <gtest/gtest.h>
 
+#include "testing/cygwinscope.h"
 #include "util/pathfun.h"
 
 // Roots, and what the Cygwin mode makes of them and of the rest.
 
 namespace {
 
-/// Sets the Cygwin mode for a scope.
-class CygwinScope {
-public:
-    explicit CygwinScope(const std::string& prefix) { setCygwinPaths(true, prefix); }
-    ~CygwinScope() { setCygwinPaths(false, ""); }
-    CygwinScope(const CygwinScope&) = delete;
-    CygwinScope& operator=(const CygwinScope&) = delete;
-};
+using testing_support::CygwinScope;
 
 struct RootRow {
     const char* path;

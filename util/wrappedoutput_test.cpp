@@ -5,30 +5,18 @@
 
 #include <gtest/gtest.h>
 
+#include "testing/printed.h"
 #include "testing/smallbuffer.h"
 #include "util/escapedoutput.h"
 
 namespace {
 
+using testing_support::bytes;
+using testing_support::dump;
+using testing_support::quote;
 using testing_support::RefusingBuffer;
 using testing_support::SmallBuffer;
 using testing_support::ThrowingBuffer;
-
-const unsigned char* bytes(const std::string& text) {
-    return reinterpret_cast<const unsigned char*>(text.data());
-}
-
-std::string dump(const std::string& text, Layout* layout) {
-    std::ostringstream out;
-    out << HexDump{bytes(text), text.size(), layout};
-    return out.str();
-}
-
-std::string quote(const std::string& text, Layout* layout) {
-    std::ostringstream out;
-    out << Quoted{bytes(text), text.size(), layout};
-    return out.str();
-}
 
 void expectLayout(const Layout& layout, int column, bool needSpace) {
     EXPECT_EQ(layout.column, column);

@@ -11,6 +11,7 @@
 
 #include <windows.h>
 
+#include "testing/cygwinscope.h"
 #include "testing/debugoutput-win.h"
 #include "testing/replacedcall-win.h"
 #include "util/pathfun.h"
@@ -18,6 +19,8 @@
 #include "util/windows/unicodetext-win.h"
 
 namespace {
+
+using testing_support::CygwinScope;
 
 using testing_support::DebugOutput;
 using testing_support::ReplacedCall;
@@ -128,14 +131,6 @@ TEST(UnicodePathTest, AServerWithoutAShareIsToldToTheDebuggerAndGivesNothing) {
 }
 
 /// Cygwin paths until the scope ends.
-class CygwinScope {
-public:
-    CygwinScope() { setCygwinPaths(true, "/cygdrive/"); }
-    ~CygwinScope() { setCygwinPaths(false, ""); }
-    CygwinScope(const CygwinScope&) = delete;
-    CygwinScope& operator=(const CygwinScope&) = delete;
-};
-
 TEST(UnicodePathTest, SlashesAloneAreToldToTheDebuggerWithCygwinPathsToo) {
     const CygwinScope cygwin;
     for (const std::string path : {"//", "///"}) {

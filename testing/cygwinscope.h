@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+
+#include "util/pathfun.h"
+
+namespace testing_support {
+
+/// Paths are Cygwin's in this scope, with drives below the prefix.
+class CygwinScope {
+public:
+    explicit CygwinScope(const std::string& prefix = "/cygdrive/") { setCygwinPaths(true, prefix); }
+    ~CygwinScope() { setCygwinPaths(false, ""); }
+    CygwinScope(const CygwinScope&) = delete;
+    CygwinScope& operator=(const CygwinScope&) = delete;
+};
+
+}  // namespace testing_support
