@@ -16,7 +16,7 @@
 
 namespace {
 
-constexpr size_t longest = 48;
+constexpr size_t longest = 32;
 constexpr size_t none = std::string::npos;
 
 /// What stands in the string, and what the operations are asked for.
