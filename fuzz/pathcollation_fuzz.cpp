@@ -178,7 +178,7 @@ std::pair<std::vector<int>, std::vector<int>> folded(const std::string& a, const
 }
 
 void checkStrings(const std::string& a, const std::string& b) {
-    const auto [left, right] = folded(a.c_str(), b.c_str());
+    const auto [left, right] = folded(a.substr(0, a.find('\0')), b.substr(0, b.find('\0')));
     NB_ASSERT(StringNoCaseLess()(a, b) == (left < right));
     NB_ASSERT(StringNoCaseEqual()(a, b) == (left == right));
     // Another case is no other path.

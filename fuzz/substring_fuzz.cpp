@@ -76,7 +76,7 @@ size_t unescapePlain(std::string& text, const std::string& set, size_t pos) {
         out.append(isWanted ? run / 2 : run, '\\');
         if (isWanted && run % 2 == 0) {
             const size_t found = out.size();
-            text = out + text.substr(i);
+            text.replace(0, i, out);
             return found;
         }
         out += text[i];
