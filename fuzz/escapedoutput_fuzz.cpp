@@ -1,6 +1,7 @@
 // Escaped and wrapped output. Input: a line of numbers (the width, the indent, the column and, if
-// it isn't 0, an owed space of the layout, and the character that a stream refuses), a line with
-// the kind of each item (`x` for a dump, else a literal), and the text, which the items share out.
+// it isn't 0, an owed space of the layout, and the character that a stream refuses: a negative
+// number with all behind it), a line with the kind of each item (`x` for a dump, else a literal),
+// and the text, which the items share out.
 
 #include <algorithm>
 #include <cstddef>
@@ -25,12 +26,19 @@ constexpr size_t longest = 256;
 constexpr size_t mostItems = 8;
 constexpr size_t none = std::string::npos;
 
-/// Takes characters, but for the one that is offered as number `refused`, and all behind it if
-/// it refuses for good.
+/// The one character that a stream refuses, counted from 0, or the first of all that it refuses.
+struct Refusal {
+    size_t number = none;
+    bool forGood = false;
+
+    Refusal within(const std::string& whole) const {
+        return {number % (whole.size() + 1), forGood};
+    }
+};
+
 class Taker : public std::streambuf {
 public:
-    explicit Taker(size_t refused = none, bool forGood = false)
-        : mRefused(refused), mForGood(forGood) {}
+    explicit Taker(const Refusal& refusal = {}) : mRefusal(refusal) {}
 
     std::string text;
     size_t offered = 0;
@@ -38,7 +46,9 @@ public:
 protected:
     std::streamsize xsputn(const char* characters, std::streamsize count) override {
         const auto wanted = static_cast<size_t>(count);
-        const size_t open = offered <= mRefused ? mRefused - offered : mForGood ? 0 : none;
+        const size_t open = offered <= mRefusal.number ? mRefusal.number - offered
+                            : mRefusal.forGood         ? 0
+                                                       : none;
         const size_t taken = std::min(wanted, open);
         text.append(characters, taken);
         offered += taken < wanted ? taken + 1 : taken;
@@ -50,8 +60,7 @@ protected:
     }
 
 private:
-    size_t mRefused;
-    bool mForGood;
+    Refusal mRefusal;
 };
 
 /// The column behind a text that was written from a column on.
@@ -225,7 +234,7 @@ void checkItem(std::ostream& out, const Taker& taker, const Item& item, Layout& 
     NB_ASSERT(out.good());
 }
 
-void checkWrapped(const std::vector<Item>& items, const Layout& start, size_t refused) {
+void checkWrapped(const std::vector<Item>& items, const Layout& start, const Refusal& refusal) {
     Taker taker;
     std::ostream out(&taker);
     Layout layout = start;
@@ -234,20 +243,19 @@ void checkWrapped(const std::vector<Item>& items, const Layout& start, size_t re
     }
     // A stream that refuses a character gets none behind it, whether it would take them or not.
     const std::string& whole = taker.text;
-    for (const bool forGood : {false, true}) {
-        const size_t number = refused % (whole.size() + 1);
-        Taker refusing(number, forGood);
-        std::ostream failing(&refusing);
-        layout = start;
-        for (const Item& item : items) {
-            print(failing, item, &layout);
-        }
-        NB_ASSERT(refusing.text == whole.substr(0, number));
-        NB_ASSERT(refusing.offered == std::min(number + 1, whole.size()));
-        NB_ASSERT(failing.rdstate() == (number < whole.size() ? isFailed | std::ios_base::eofbit
-                                                              : std::ios_base::goodbit));
-        NB_ASSERT(layout.column == columnBehind(start.column, refusing.text));
+    const Refusal inside = refusal.within(whole);
+    const bool isRefused = inside.number < whole.size();
+    Taker refusing(inside);
+    std::ostream failing(&refusing);
+    layout = start;
+    for (const Item& item : items) {
+        print(failing, item, &layout);
     }
+    NB_ASSERT(refusing.text == whole.substr(0, inside.number));
+    NB_ASSERT(refusing.offered == std::min(inside.number + 1, whole.size()));
+    NB_ASSERT(failing.rdstate() ==
+              (isRefused ? isFailed | std::ios_base::eofbit : std::ios_base::goodbit));
+    NB_ASSERT(layout.column == columnBehind(start.column, refusing.text));
     for (const Item& item : items) {
         Taker single;
         std::ostream unwrapped(&single);
@@ -261,7 +269,7 @@ void checkWrapped(const std::vector<Item>& items, const Layout& start, size_t re
 void checkSpaces(int count) {
     const std::string whole(static_cast<size_t>(std::max(count, 0)), ' ');
     for (const size_t number : {none, whole.size() / 2}) {
-        Taker taker(number);
+        Taker taker(Refusal{number});
         std::ostream out(&taker);
         out << Spaces{count};
         NB_ASSERT(taker.text == whole.substr(0, number));
@@ -271,25 +279,24 @@ void checkSpaces(int count) {
 
 /// What an inserter writes. One that isn't wrapped offers all of it, also behind what is refused.
 template <class Inserted>
-void checkInserter(const Inserted& inserted, const std::string& whole, size_t refused) {
+void checkInserter(const Inserted& inserted, const std::string& whole, const Refusal& refusal) {
     Taker taker;
     std::ostream out(&taker);
     out << inserted;
     NB_ASSERT(out.good() && taker.text == whole);
 
-    const size_t number = refused % (whole.size() + 1);
-    for (const bool forGood : {false, true}) {
-        Taker refusing(number, forGood);
-        std::ostream failing(&refusing);
-        failing << inserted;
-        const std::string behind = forGood ? "" : whole.substr(std::min(number + 1, whole.size()));
-        NB_ASSERT(refusing.text == whole.substr(0, number) + behind);
-        NB_ASSERT(refusing.offered == whole.size());
-        NB_ASSERT(failing.rdstate() == (number < whole.size() ? isFailed : std::ios_base::goodbit));
-    }
+    const Refusal inside = refusal.within(whole);
+    const bool isRefused = inside.number < whole.size();
+    Taker refusing(inside);
+    std::ostream failing(&refusing);
+    failing << inserted;
+    std::string taken = whole;
+    taken.erase(inside.number, inside.forGood ? none : 1);
+    NB_ASSERT(refusing.text == taken && refusing.offered == whole.size());
+    NB_ASSERT(failing.rdstate() == (isRefused ? isFailed : std::ios_base::goodbit));
 }
 
-void checkEscapes(const std::string& text, size_t refused) {
+void checkEscapes(const std::string& text, const Refusal& refusal) {
     const ExactText exact(text);
     std::string bytes;
     std::string utf8;
@@ -312,10 +319,10 @@ void checkEscapes(const std::string& text, size_t refused) {
     NB_ASSERT(escapeBytes(exact.span()) == bytes);
     NB_ASSERT(escapeUtf8(exact.span()) == utf8);
     NB_ASSERT(escapeUnits(narrow) == units && escapeUnits(wide) == units);
-    checkInserter(EscapedBytes{exact.span()}, bytes, refused);
-    checkInserter(EscapedUtf8{exact.span()}, utf8, refused);
-    checkInserter(EscapedUnits{narrow}, units, refused);
-    checkInserter(EscapedWide{wide}, units, refused);
+    checkInserter(EscapedBytes{exact.span()}, bytes, refusal);
+    checkInserter(EscapedUtf8{exact.span()}, utf8, refusal);
+    checkInserter(EscapedUnits{narrow}, units, refusal);
+    checkInserter(EscapedWide{wide}, units, refusal);
     if (text.find('\\') == none) {
         NB_ASSERT(unescaped(bytes) == text);
     }
@@ -344,15 +351,15 @@ std::string shellWord(const std::string& written) {
     return word;
 }
 
-void checkShellWords(const std::string& text, size_t refused) {
+void checkShellWords(const std::string& text, const Refusal& refusal) {
     const ExactText exact(text);
     const bool needsQuotes = !std::all_of(text.begin(), text.end(), isSafe);
     NB_ASSERT(needsShellQuoting(exact.span()) == needsQuotes);
     const std::string quoted =
         needsQuotes ? "'" + boost::replace_all_copy(text, "'", "'\\''") + "'" : text;
     NB_ASSERT(shellWord(quoted) == text);
-    checkInserter(ShellQuoted{exact.span()}, quoted, refused);
-    checkInserter(ShellArgument{exact.span()}, text.empty() ? "''" : quoted, refused);
+    checkInserter(ShellQuoted{exact.span()}, quoted, refusal);
+    checkInserter(ShellArgument{exact.span()}, text.empty() ? "''" : quoted, refusal);
 }
 
 std::vector<Item> itemsOf(const std::string& kinds, const std::string& text) {
@@ -386,13 +393,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     layout.indent = takeNumber(place, 0, 30);
     layout.column = takeNumber(place, 0, 120);
     layout.needSpace = takeNumber(place, 0, 1) != 0;
-    const auto refused = static_cast<size_t>(takeNumber(place, 0, 2000));
+    const int refused = takeNumber(place, -2000, 2000);
+    const Refusal refusal = {static_cast<size_t>(std::abs(refused)), refused < 0};
     const std::string kinds = takeLine(rest);
     const std::string text(rest.substr(0, longest));
 
-    checkWrapped(itemsOf(kinds, text), layout, refused);
+    checkWrapped(itemsOf(kinds, text), layout, refusal);
     checkSpaces(width);
-    checkEscapes(text, refused);
-    checkShellWords(text, refused);
+    checkEscapes(text, refusal);
+    checkShellWords(text, refusal);
     return 0;
 }
