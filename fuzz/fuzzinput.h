@@ -1,7 +1,11 @@
 #pragma once
 
+#include <cstddef>
+#include <memory>
 #include <string>
 #include <string_view>
+
+#include "util/textspan.h"
 
 /// Takes the next line off the front of a fuzzer's input, without its line feed; all that is left
 /// if there is none. So an input is a small text that can be read and written by hand: a line for
@@ -12,3 +16,17 @@ inline std::string takeLine(std::string_view& rest) {
     rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
     return line;
 }
+
+/// A copy of a text in a block of just its size, so that AddressSanitizer sees every look outside.
+class ExactText {
+public:
+    explicit ExactText(std::string_view text) : mBytes(new char[text.size()]), mSize(text.size()) {
+        text.copy(mBytes.get(), mSize);
+    }
+
+    StringSpan span() const { return {mBytes.get(), mSize}; }
+
+private:
+    std::unique_ptr<char[]> mBytes;
+    size_t mSize;
+};
