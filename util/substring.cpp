@@ -54,8 +54,7 @@ size_t Substring::findFirstOf(const std::string& set, size_t pos) const {
 
 size_t Substring::findFirstNotOf(const std::string& set, size_t pos) const {
     // The next character mostly ends the search, so that it doesn't pay to make a CharacterSet.
-    return pos >= length() ? std::string::npos
-                           : hit(text().find_first_not_of(set, mStart + pos));
+    return pos >= length() ? std::string::npos : hit(text().find_first_not_of(set, mStart + pos));
 }
 
 size_t Substring::find(char c, size_t pos) const {
