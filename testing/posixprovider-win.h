@@ -40,13 +40,15 @@ public:
     /// Drops the own reference, and then expects with EXPECT that nothing is alive and that no
     /// fault was counted.
     void expectClean();
-    /// For tests that leave something behind or misuse the interface on purpose.
+    /// Forgets all that there is, for tests that leave something behind on purpose.
     void disregard();
 
     int count(Counter counter) const;
     /// All that counts something, as "mutexes: 1" for instance, without the references.
     std::vector<std::string> leftovers() const;
     std::vector<std::string> faults() const;
+    /// These are expected, and forgotten.
+    std::vector<std::string> takeFaults();
     int calls(Entry entry) const;
 
     /// The next call of the entry fails, without any result.

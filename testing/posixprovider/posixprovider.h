@@ -112,7 +112,7 @@ enum posixprovider_entry {
     POSIXPROVIDER_ENTRIES
 };
 
-// What is alive now; the last two only grow.
+// What is alive now, and at the end what went wrong.
 enum posixprovider_counter {
     POSIXPROVIDER_COUNT_REFERENCES,  // of all embeddings together
     POSIXPROVIDER_COUNT_MUTEXES,
@@ -151,6 +151,8 @@ POSIXPROVIDER_API const char* posixprovider_counter_name(enum posixprovider_coun
 /// The description of a fault, from 0; null behind the last one that was kept (there is room for
 /// 32).
 POSIXPROVIDER_API const char* posixprovider_fault(int index);
+/// The faults were expected: none is counted or kept any more.
+POSIXPROVIDER_API void posixprovider_forget_faults(void);
 /// The calls of an entry since the reset.
 POSIXPROVIDER_API int posixprovider_calls(enum posixprovider_entry entry);
 
