@@ -120,7 +120,9 @@ void PosixProvider::addProcess(uint32_t windowsPid, int64_t pid, int64_t group) 
 
 std::vector<PosixProvider::Kill> PosixProvider::kills() const {
     std::vector<Kill> kills;
-    for (int i = 0; i < PROVIDER(kill_count)(); ++i) {
+    const int count = PROVIDER(kill_count)();
+    kills.reserve(static_cast<size_t>(count));
+    for (int i = 0; i < count; ++i) {
         kills.push_back({PROVIDER(kill_target)(i), PROVIDER(kill_signal)(i)});
     }
     return kills;

@@ -63,7 +63,7 @@ protected:
     }
 
     PosixProvider mProvider;
-    alignas(16) std::byte mStorage[64];
+    alignas(16) std::byte mStorage[64] = {};
 };
 
 /// A thread of the runtime waits for one signal.

@@ -160,6 +160,7 @@ POSIXPROVIDER_API int posixprovider_calls(enum posixprovider_entry entry);
 /// code fail with `code`. With `with_result` it does what it does, and hands its result over,
 /// nonetheless; without that nothing happens and the result is null (of a pid -1, of a number 0).
 /// Entries that end an object end it in either case: of a list the rest too, without `with_result`.
+/// Their out parameter for a reference to the system is left alone if they don't fail.
 /// Each call of this function stands for itself. Returns 0 if there are too many (64).
 POSIXPROVIDER_API int posixprovider_fail(enum posixprovider_entry entry, int nth, int code,
                                          int with_result);
@@ -172,7 +173,8 @@ POSIXPROVIDER_API int posixprovider_is_pending(int signal);
 POSIXPROVIDER_API int posixprovider_is_blocked(int signal);
 /// What sigaction has stored for the signal; the default disposition if nothing.
 POSIXPROVIDER_API uint64_t posixprovider_disposition(int signal);
-/// How often the signal was delivered to a thread that didn't block it, and the process survived.
+/// How often the signal was delivered to a thread that didn't block it, and the process survived:
+/// it is ignored by default, or has another disposition, which is never called.
 POSIXPROVIDER_API int posixprovider_delivered(int signal);
 
 /// Adds a process to those that internalize_pid, getpgid and kill know besides this one.
@@ -195,7 +197,8 @@ POSIXPROVIDER_API int posixprovider_time_count(enum posixprovider_entry entry);
 POSIXPROVIDER_API int posixprovider_time_given(enum posixprovider_entry entry, int index,
                                                int64_t* seconds, int64_t* nanoseconds);
 /// Waits until `count` threads are blocked at once in sigwait, mutex lock, cond timedwait,
-/// nanosleep or thread_join. Returns 0 if that isn't so after ten seconds.
+/// nanosleep or thread_join: those that something has woken meanwhile don't count before they wait
+/// again. Returns 0 if that isn't so after ten seconds.
 POSIXPROVIDER_API int posixprovider_await_blocked(enum posixprovider_entry entry, int count);
 
 /// What sizes the table tells for the storage of a sigset and of a sigaction. An object that

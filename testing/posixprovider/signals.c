@@ -270,7 +270,11 @@ void resetSignals(void) {
 
 void posixprovider_raise(int signal) {
     lockState();
-    raiseSignal(signal);
+    if (isSignal(signal)) {
+        raiseSignal(signal);
+    } else {
+        fault("there is no signal %d", signal);
+    }
     unlockState();
 }
 
