@@ -66,21 +66,25 @@ protected:
     alignas(16) std::byte mStorage[64] = {};
 };
 
-/// A thread of the runtime waits for one signal.
+/// A thread of the runtime waits for the signal.
 struct Waiter {
+    const PosixProvider& provider;
     void* system;
     void* set;
     int signal;
+    bool blocks;
 };
 
 void* awaitSignal(void* argument) {
     auto* waiter = static_cast<Waiter*>(argument);
+    waiter->blocks = waiter->provider.isBlocked(SIGNAL);
     callAt(waiter->system, 272, waiter->set, &waiter->signal);
     return argument;
 }
 
 TEST_F(PosixProviderTest, AThreadReceivesASignalThatItWaitsForAndInheritsTheMask) {
-    Waiter waiter = {.system = system(), .set = makeSet(), .signal = 0};
+    Waiter waiter = {
+        .provider = mProvider, .system = system(), .set = makeSet(), .signal = 0, .blocks = false};
     EXPECT_EQ(block(waiter.set), 0);
     uint64_t thread = 0;
     ASSERT_EQ(callAt(system(), 296, &thread, awaitSignal, static_cast<void*>(&waiter)), 0);
@@ -93,6 +97,7 @@ TEST_F(PosixProviderTest, AThreadReceivesASignalThatItWaitsForAndInheritsTheMask
     EXPECT_EQ(callAt(system(), 312, thread, &result), 0);
     EXPECT_EQ(result, &waiter);
     EXPECT_EQ(waiter.signal, SIGNAL);
+    EXPECT_TRUE(waiter.blocks);
     EXPECT_FALSE(mProvider.isPending(SIGNAL));
 }
 
@@ -305,6 +310,21 @@ TEST_F(PosixProviderTest, WhatIsAliveAtTheEndIsCountedAndASecondEndIsAFault) {
               POSIXPROVIDER_INVALID_ARGUMENT);
     EXPECT_EQ(mProvider.takeFaults(),
               (std::vector<std::string>{"an object was used that had ended"}));
+}
+
+TEST_F(PosixProviderTest, AnEndWithTheHolderOfAnotherObjectIsAFault) {
+    void* mutex = make(360);
+    void* holder = this;
+    EXPECT_EQ(callAt(mutex, 16, &holder, static_cast<void*>(nullptr)), 0);
+    EXPECT_EQ(holder, this);
+    EXPECT_EQ(mProvider.takeFaults(),
+              (std::vector<std::string>{"an object was ended with the holder of another"}));
+}
+
+TEST_F(PosixProviderTest, ACallOfAnEntryWithoutAMeaningIsAFault) {
+    callAt(system(), 16);
+    EXPECT_EQ(mProvider.takeFaults(),
+              (std::vector<std::string>{"an entry that has no meaning was called"}));
 }
 
 }  // namespace
