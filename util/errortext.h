@@ -12,6 +12,6 @@
 /// of GetLastError, or of WSAGetLastError if that is 0. A `which` other than these counts as 0.
 ///
 /// Neither number is changed, and nothing but std::bad_alloc is thrown. The text is UTF-8; any
-/// thread may call. Natively the number is errno, whatever `which` is, and the words are those of
-/// the C library.
+/// thread may call. Natively errno stands for both numbers of the system, and the words are those
+/// of the C library.
 std::string errorText(bool withCode, const uint32_t* error, int which);

@@ -203,7 +203,7 @@ private:
         return taken == size;
     }
     bool lineFeed() {
-        if (!put("\n")) {
+        if (mBuffer.sputn("\n", 1) != 1) {
             return false;
         }
         mLayout.column = 0;

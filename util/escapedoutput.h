@@ -7,8 +7,8 @@
 
 #include "util/textspan.h"
 
-// Stream inserters that print any bytes safely: as escapes in ASCII, quoted for a POSIX shell, and
-// as dumps and literals that are wrapped at a width. Error messages print paths and command lines
+// Stream inserters that print any bytes: as escapes in ASCII, quoted for a POSIX shell, and as
+// dumps and literals that are wrapped at a width. Error messages print paths and command lines
 // by them.
 //
 //     out << "can't open " << EscapedUtf8{path};
@@ -153,9 +153,9 @@ struct HexDump {
 std::ostream& operator<<(std::ostream& out, const HexDump& dump);
 
 /// Bytes as a quoted literal with backslash escapes: `\t`, `\n`, `\r`, `\\`, and `\x` with two
-/// digits for what else isn't printable. A double quote is written bare. At the width, and behind
-/// each line feed, it breaks into another literal on the next line. Without a layout (null) the
-/// width doesn't count.
+/// digits for what else isn't printable by the C runtime. A double quote is written bare. At the
+/// width, and behind each line feed, it breaks into another literal on the next line. Without a
+/// layout (null) the width doesn't count.
 struct Quoted {
     const unsigned char* data;
     size_t length;

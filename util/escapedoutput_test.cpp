@@ -143,6 +143,7 @@ TEST(EscapingTest, AStreamThatTakesNoMoreIsToldAtTheEndOfALongText) {
     for (const size_t room : {size_t{0}, size_t{1}, size_t{4095}, size_t{4096}, size_t{4097}}) {
         const std::string text(5000, 'a');
         const std::u16string units(5000, u'a');
+        const std::wstring wide(5000, L'a');
         SmallBuffer buffer(room);
         std::ostream out(&buffer);
         out << EscapedBytes{text};
@@ -153,6 +154,11 @@ TEST(EscapingTest, AStreamThatTakesNoMoreIsToldAtTheEndOfALongText) {
         unitsOut << EscapedUnits{units};
         EXPECT_EQ(unitsOut.rdstate(), std::ios_base::failbit | std::ios_base::badbit);
         EXPECT_EQ(other.text, text.substr(0, room));
+        SmallBuffer third(room);
+        std::ostream wideOut(&third);
+        wideOut << EscapedWide{wide};
+        EXPECT_EQ(wideOut.rdstate(), std::ios_base::failbit | std::ios_base::badbit);
+        EXPECT_EQ(third.text, text.substr(0, room));
     }
 }
 
@@ -235,6 +241,7 @@ TEST(EscapedOutputTest, ACharacterThatIsNotTakenDoesNotEndTheText) {
 TEST(EscapedOutputTest, AStreamThatTakesNoMoreFailsAndAFailedOneGetsNothing) {
     expectFailure(EscapedBytes{"a\xE9"}, "a\\xe9");
     expectFailure(EscapedUnits{u"a\u00e9"}, "a\\u00e9");
+    expectFailure(EscapedWide{L"a\u00e9"}, "a\\u00e9");
     expectFailure(EscapedUtf8{"a\xC3\xA9"}, "a\\u00e9");
     expectFailure(ShellQuoted{"a b"}, "'a b'");
     expectFailure(ShellArgument{""}, "''");

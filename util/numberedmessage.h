@@ -12,7 +12,8 @@
 /// What precedes the text of a numbered message in output: "ERROR NB5001: " or "WARNING NB0042: ".
 struct MessagePrefix {
     bool mIsError;  ///< an error, or a warning
-    int mCode;      ///< at least four digits of it are printed; 0 is a fault and stops the process
+    int mCode;  ///< printed in four columns or more, filled with zeros; 0 is a fault and stops the
+                ///< process
 };
 
 std::ostream& operator<<(std::ostream& out, const MessagePrefix& mp);

@@ -1,11 +1,11 @@
 // What is printable, and what a shell takes, in a locale of the C runtime other than "C".
 
 #include <cctype>
-#include <clocale>
 #include <string>
 
 #include <gtest/gtest.h>
 
+#include "testing/eightbitlocale.h"
 #include "testing/printed.h"
 #include "util/escapedoutput.h"
 
@@ -13,28 +13,9 @@ namespace {
 
 using testing_support::printed;
 
-constexpr unsigned char LETTER = 0xE9;  // e with acute, in Latin-1 and in code page 1252
+using OutputLocaleTest = testing_support::EightBitLocaleTest;
 
-/// Sets, for the test, a locale in which LETTER is a letter, and the test is skipped without one.
-class OutputLocaleTest : public testing::Test {
-protected:
-    OutputLocaleTest() : mBefore(std::setlocale(LC_CTYPE, nullptr)) {}
-    ~OutputLocaleTest() override { std::setlocale(LC_CTYPE, mBefore.c_str()); }
-
-    void SetUp() override {
-        for (const char* const name :
-             {"English_United States.1252", "German_Germany.1252", "en_US.ISO-8859-1",
-              "de_DE.ISO-8859-1", "fr_FR.ISO-8859-1"}) {
-            if (std::setlocale(LC_CTYPE, name) != nullptr && std::isalnum(LETTER) != 0) {
-                return;
-            }
-        }
-        GTEST_SKIP() << "the C runtime here has no locale of one byte a letter beyond ASCII";
-    }
-
-private:
-    std::string mBefore;
-};
+constexpr unsigned char LETTER = testing_support::smallEAcute;
 
 TEST_F(OutputLocaleTest, APrintableByteOfTheLocaleStandsForItselfInALiteral) {
     EXPECT_EQ(printed(Quoted{&LETTER, 1, nullptr}), "\"\xE9\"");

@@ -6,7 +6,8 @@
 //     comparePaths("C:\\a\\B", "c:/A/b/") == 0
 //     comparePaths("a/b", "a!") < 0
 //
-// Nothing here allocates or throws, and any thread may call it.
+// Nothing here allocates or throws, and any thread may call it; `comparePaths` not while another
+// changes Cygwin mode (see pathfun.h), on which the order of rooted paths depends.
 
 #include <array>
 #include <cstdint>

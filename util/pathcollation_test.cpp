@@ -174,6 +174,19 @@ TEST(NoCaseComparatorTest, StringsAreOrderedButForCase) {
     EXPECT_TRUE(equal(std::string("a\0b", 3), "A"));
 }
 
+TEST(NoCaseComparatorTest, LettersCompareAsSmallOnesWithWhatStandsBetweenTheTwoCases) {
+    const StringNoCaseLess less;
+    const SubstringNoCaseLess lessPart;
+    std::string letter = "A";
+    for (char c = 'Z' + 1; c < 'a'; ++c) {
+        std::string mark(1, c);
+        EXPECT_TRUE(less(mark, letter)) << mark;
+        EXPECT_FALSE(less(letter, mark)) << mark;
+        EXPECT_TRUE(lessPart(Substring(mark), Substring(letter))) << mark;
+        EXPECT_FALSE(lessPart(Substring(letter), Substring(mark))) << mark;
+    }
+}
+
 TEST(NoCaseComparatorTest, PartsAreOrderedButForCaseAndAnEqualBeginningComesFirst) {
     const SubstringNoCaseLess less;
     const SubstringNoCaseEqual equal;

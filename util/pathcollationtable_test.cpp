@@ -102,6 +102,48 @@ TEST(PathCollationTableTest, ALetterWithoutAPartnerToAndFroHasAWeightOfItsOwn) {
     }
 }
 
+TEST(PathCollationTableTest, LettersOfBothCasesArePairedAsTheirBlocksHaveThem) {
+    const struct {
+        const char* letters;
+        int first, last;  ///< of the upper case
+        int step;
+        int distance;  ///< from an upper case letter to its lower one
+    } rows[] = {
+        {"Latin-1", 0x00C0, 0x00D6, 1, 32},
+        {"Latin-1 behind the times sign", 0x00D8, 0x00DE, 1, 32},
+        {"Latin Extended-A", 0x0100, 0x012E, 2, 1},
+        {"Greek", 0x0391, 0x03A1, 1, 32},
+        {"Greek behind the gap", 0x03A3, 0x03A9, 1, 32},
+        {"Cyrillic with marks", 0x0400, 0x040F, 1, 80},
+        {"Cyrillic", 0x0410, 0x042F, 1, 32},
+        {"Cyrillic of old", 0x0460, 0x0480, 2, 1},
+        {"Cyrillic of other languages", 0x048A, 0x04BE, 2, 1},
+        {"Cyrillic of other languages, behind", 0x04D0, 0x0522, 2, 1},
+        {"Armenian", 0x0531, 0x0556, 1, 48},
+        {"Georgian", 0x10A0, 0x10C5, 1, 7264},
+        {"Latin Extended Additional", 0x1E00, 0x1E94, 2, 1},
+        {"Latin Extended Additional, behind", 0x1EA0, 0x1EFE, 2, 1},
+        {"Roman numerals", 0x2160, 0x216F, 1, 16},
+        {"circled", 0x24B6, 0x24CF, 1, 26},
+        {"Glagolitic", 0x2C00, 0x2C2E, 1, 48},
+        {"Coptic", 0x2C80, 0x2CE2, 2, 1},
+        {"fullwidth", 0xFF21, 0xFF3A, 1, 32},
+    };
+    for (const auto& row : rows) {
+        for (int upper = row.first; upper <= row.last; upper += row.step) {
+            const int lower = upper + row.distance;
+            EXPECT_EQ(pathCaseSwapTable[static_cast<size_t>(upper)], lower)
+                << row.letters << std::hex << ' ' << upper;
+            EXPECT_EQ(pathCaseSwapTable[static_cast<size_t>(lower)], upper)
+                << row.letters << std::hex << ' ' << lower;
+        }
+    }
+    // In the midst of these: the signs of multiplication and division, a gap and the final sigma.
+    for (const int unit : {0x00D7, 0x00F7, 0x03A2, 0x03C2}) {
+        EXPECT_EQ(pathCaseSwapTable[static_cast<size_t>(unit)], unit) << std::hex << unit;
+    }
+}
+
 TEST(PathCollationTableTest, LettersOfAScriptAreInTheOrderOfItsAlphabet) {
     const std::vector<std::vector<uint16_t>> alphabets = {
         {'a', 0xE1, 'b', 'c', 0xE7, 'e', 0xE9, 'n', 0xF1, 'o', 'z'},

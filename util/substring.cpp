@@ -35,6 +35,7 @@ char Substring::operator[](size_t index) const {
 
 void Substring::trim() {
     trimLeft();
+    mEnd = text().size();
     while (length() != 0 && isBlank((*mString)[mEnd - 1])) {
         --mEnd;
     }
@@ -42,7 +43,7 @@ void Substring::trim() {
 
 void Substring::trimLeft() {
     mStart = blanks.findNotIn(text(), mStart);
-    if (mStart >= mEnd) {
+    if (mStart >= text().size()) {
         collapse();
     }
 }
@@ -150,8 +151,9 @@ bool Substring::eatWord(const std::string& word) {
     return true;
 }
 
-void splitEscaped(const Substring& text, std::vector<Substring>& out,
+void splitEscaped(const Substring& whole, std::vector<Substring>& out,
                   const std::string& delimiters) {
+    const Substring text = whole;  // which may be an element of `out`
     size_t pos = text.findFirstNotOf(delimiters, 0);
     while (pos != std::string::npos) {
         const size_t end = std::min(text.findUnescaped(delimiters, pos, '\\'), text.length());

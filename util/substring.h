@@ -20,7 +20,7 @@
 /// go stale. Nothing fails but `operator[]`; lack of memory passes. One thread at a time.
 class Substring {
 public:
-    explicit Substring(std::string& s) : Substring(s, 0) {}
+    Substring(std::string& s) : Substring(s, 0) {}
     /// From `start`, at most the string's length, to the end.
     Substring(std::string& s, size_t start) : Substring(s, start, s.size() - start) {}
     Substring(std::string& s, size_t start, size_t length)
@@ -59,8 +59,8 @@ public:
     size_t findUnescaped(const std::string& set, size_t pos, char escape) const;
     /// Searches likewise, by backslashes, and takes the escapes out of the string on the way: of a
     /// run before a character of `set` half is left, and the one that escapes goes, also where
-    /// nothing is found in the end. With a backslash in `set`, a run of them is an escape of what
-    /// stands behind it.
+    /// nothing is found in the end. With a backslash in `set`, a run of two or more at the place
+    /// where the search starts is an escape of what stands behind it.
     size_t findAndUnescape(const std::string& set, size_t pos);
 
     /// Erases from the string. False, with nothing changed, if that isn't wholly in the view or
@@ -94,7 +94,7 @@ private:
     size_t mEnd;
 };
 
-/// Appends the parts of `text` between delimiters to `out`. A delimiter behind an odd number of
+/// Appends the parts of `whole` between delimiters to `out`. A delimiter behind an odd number of
 /// backslashes is part of a part, and the backslashes stay. There are no empty parts.
-void splitEscaped(const Substring& text, std::vector<Substring>& out,
+void splitEscaped(const Substring& whole, std::vector<Substring>& out,
                   const std::string& delimiters);

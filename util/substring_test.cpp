@@ -76,6 +76,25 @@ TEST(SubstringTest, AViewOfBlanksCollapsesToTheStartOfTheString) {
     }
 }
 
+TEST(SubstringTest, AViewThatReachesPastItsStringIsTrimmedToWhatIsThere) {
+    const struct {
+        const char* text;
+        size_t start;
+        const char* trimmed;
+    } rows[] = {{"x  ", 1, ""}, {"  x  ", 0, "x"}, {"  x", 0, "x"}};
+    for (const auto& row : rows) {
+        std::string text = row.text;
+        Substring view(text, row.start, 40);
+        view.trim();
+        EXPECT_EQ(textOf(view), row.trimmed) << '"' << row.text << '"';
+    }
+    std::string blanks = "x  ";
+    Substring left(blanks, 1, 40);
+    left.trimLeft();
+    EXPECT_EQ(left.length(), 0U);
+    EXPECT_EQ(left.span().data, blanks.data());
+}
+
 TEST(SubstringTest, SearchesStayInTheViewAndCountFromItsStart) {
     std::string text = "ab;cd;ef";
     const Substring view(text, 1, 5);  // b;cd;
@@ -156,6 +175,34 @@ TEST(SubstringTest, BackslashesThatAreSearchedForAreUnescapedAsARun) {
         EXPECT_EQ(view.findAndUnescape("\\", 0), row.found) << row.text;
         EXPECT_EQ(text, row.left) << row.text;
         EXPECT_EQ(view.length(), text.size()) << row.text;
+    }
+}
+
+TEST(SubstringTest, ARunOfBackslashesIsAnEscapeOnlyWhereTheSearchStarts) {
+    const struct {
+        const char* text;
+        const char* set;
+        size_t pos, found;
+        const char* left;
+    } rows[] = {
+        {"a\\\\b", "\\", 0, 1, "a\\\\b"},
+        {"a\\\\b", "\\", 1, 2, "a\\b"},
+        {"a\\\\;b", ";\\", 0, 1, "a\\\\;b"},
+        {"a\\\\;b", ";\\", 1, 2, "a\\;b"},
+        {"a\\;b", ";\\", 0, 1, "a\\;b"},  // a single one is a hit wherever it stands
+        {"\\;b", ";\\", 0, 0, "\\;b"},
+        {";\\\\b", ";\\", 0, 0, ";\\\\b"},
+        {"\\\\\\;x;", ";\\", 0, 3, "\\;x;"},          // the first semicolon was escaped
+        {"\\\\\\;x\\\\y", ";\\", 0, 3, "\\;x\\\\y"},  // and the search starts anew behind it
+        {"\\\\\\;\\\\y", ";\\", 0, 3, "\\;\\y"},
+    };
+    for (const auto& row : rows) {
+        std::string text = row.text;
+        Substring view(text);
+        EXPECT_EQ(view.findAndUnescape(row.set, row.pos), row.found)
+            << row.text << " from " << row.pos << " for " << row.set;
+        EXPECT_EQ(text, row.left) << row.text << " for " << row.set;
+        EXPECT_EQ(view.length(), text.size()) << row.text << " for " << row.set;
     }
 }
 
@@ -275,6 +322,27 @@ TEST(SplitEscapedTest, PartsAreAppendedAndAreOfTheString) {
     splitEscaped(Substring(text, 2), parts, " ");
     ASSERT_EQ(parts.size(), 3U);
     EXPECT_EQ(parts[2].span().data, text.data() + 4);
+}
+
+TEST(SplitEscapedTest, AViewOfTheOutputItselfIsSplitThoughTheOutputGrows) {
+    std::string text = "a;b;c;d;e;f;g;h;i";
+    std::vector<Substring> parts = {Substring(text)};
+    parts.shrink_to_fit();
+    splitEscaped(parts.front(), parts, ";");
+    ASSERT_EQ(parts.size(), 10U);
+    EXPECT_EQ(textOf(parts[0]), text);
+    for (size_t i = 1; i < parts.size(); ++i) {
+        EXPECT_EQ(textOf(parts[i]), std::string(1, static_cast<char>('a' + i - 1)));
+    }
+}
+
+TEST(SplitEscapedTest, AStringIsTakenAsAViewOfTheWhole) {
+    std::string line = "a;b";
+    std::vector<Substring> parts;
+    splitEscaped(line, parts, ";");
+    ASSERT_EQ(parts.size(), 2U);
+    EXPECT_EQ(textOf(parts[0]), "a");
+    EXPECT_EQ(parts[1].span().data, line.data() + 2);
 }
 
 }  // namespace

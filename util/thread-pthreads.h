@@ -12,7 +12,7 @@
 /// Owns the attributes that a thread is made with.
 class ThreadAttributes {
 public:
-    /// Attributes that can't be made, changed or destroyed stop the process by an assertion.
+    /// Attributes that can't be made, detached or destroyed stop the process by an assertion.
     ThreadAttributes();
     ~ThreadAttributes();
     ThreadAttributes(const ThreadAttributes&) = delete;
@@ -66,7 +66,7 @@ public:
     /// Starts `run` on a thread of its own, with so many bytes of stack, or the default for 0. The
     /// thread before must have been joined: an assertion stops the process otherwise. Throws
     /// std::runtime_error, with nothing changed, if no thread can be had ("Unable to start new
-    /// thread: ...").
+    /// thread: ..."); std::bad_alloc passes.
     void start(size_t stackSize = 0);
     /// Waits for the end of the thread and returns what `run` did; null if none was started. A
     /// failure goes to standard error and to `joinFailed`, and counts as the end; the result is

@@ -1,5 +1,6 @@
 // What a thread is started with, and starts and joins that fail.
 
+#include <atomic>
 #include <cerrno>
 #include <memory>
 #include <stdexcept>
@@ -7,12 +8,14 @@
 
 #include <gtest/gtest.h>
 
+#include "testing/eventually.h"
 #include "testing/threadcalls-pthreads.h"
 #include "util/errortext.h"
 #include "util/thread-pthreads.h"
 
 namespace {
 
+using testing_support::eventually;
 using testing_support::gThreadCalls;
 using testing_support::ThreadCallResult;
 using ThreadAttributesDeathTest = testing::Test;
@@ -125,6 +128,31 @@ TEST(ThreadStartTest, TheStackSizeIsAsAskedForAndTheDefaultWithoutAQuestion) {
     EXPECT_EQ(gThreadCalls.stackSizeCalls, 0) << "the default isn't set";
 }
 
+TEST(ThreadStartTest, ADetachedThreadsStackSizeIsNotSetWithoutAQuestion) {
+    static std::atomic<int> ended;
+    ended = 0;
+    const auto end = [] { ++ended; };
+    Thread::startDetached(end, STACK_SIZE);
+    EXPECT_EQ(gThreadCalls.stackSizeCalls, 1);
+    Thread::startDetached(end);
+    EXPECT_EQ(gThreadCalls.stackSizeCalls, 0);
+    EXPECT_EQ(gThreadCalls.stackSize, standardStackSize());
+    EXPECT_TRUE(eventually([] { return ended == 2; }));
+}
+
+TEST(ThreadStartTest, TheAttributesOfAThreadThatWasMadeAreDestroyed) {
+    const int attributes = gThreadCalls.attributes;
+    Runner runner;
+    runner.start(STACK_SIZE);
+    EXPECT_EQ(gThreadCalls.attributes, attributes);
+    runner.join();
+    static std::atomic<bool> ended;
+    ended = false;
+    Thread::startDetached([] { ended = true; }, STACK_SIZE);
+    EXPECT_EQ(gThreadCalls.attributes, attributes);
+    EXPECT_TRUE(eventually([] { return ended.load(); }));
+}
+
 TEST(ThreadStartTest, AStackSizeThatIsRefusedLeavesTheDefault) {
     const ThreadCallResult refusal(gThreadCalls.stackSizeResult, EINVAL);
     const size_t standard = standardStackSize();
@@ -151,6 +179,28 @@ TEST(ThreadStartTest, AFailedJoinCountsAsTheEnd) {
     runner.start();
     EXPECT_EQ(runner.join(), &runner);
     EXPECT_EQ(runner.failedJoins, 1);
+}
+
+TEST(ThreadStartTest, AFailedJoinIsToldBeforeTheHookAndTheThreadCountsUntilBehindIt) {
+    class Watcher : public Runner {
+    public:
+        void joinFailed() override {
+            said = testing::internal::GetCapturedStderr();
+            concurrency = pthread_getconcurrency();
+        }
+
+        std::string said;
+        int concurrency = -1;
+    };
+    const int before = pthread_getconcurrency();
+    Watcher watcher;
+    watcher.start();
+    const ThreadCallResult failure(gThreadCalls.joinResult, EINVAL);
+    testing::internal::CaptureStderr();
+    watcher.join();
+    EXPECT_TRUE(watcher.said.starts_with("Unable to join thread: ")) << watcher.said;
+    EXPECT_EQ(watcher.concurrency, before + 1);
+    EXPECT_EQ(pthread_getconcurrency(), before);
 }
 
 TEST(ThreadStartTest, AFailedJoinTellsTheSystemsErrorAndNotTheResult) {

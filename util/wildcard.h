@@ -17,9 +17,9 @@
 /// whole rest of the text, and of several stars at the end only the last is forgiven: "abc**"
 /// doesn't match "abc". A `]` ends a class wherever it stands, so that "[]" matches nothing and
 /// "[^]" any character; a class without one fails. Characters of a range compare signed, and a
-/// backslash in a class is a member. What is no rising range is three plain characters, of which a
-/// negated class leaves the first one in: "[!c-a]" matches "c". The time is at most proportional to
-/// the product of the lengths.
+/// backslash in a class is a member. What is no rising range is three plain characters. A negated
+/// class leaves a member in that stands before a `-` which makes no range: "[!c-a]" matches "c".
+/// The time is at most proportional to the product of the lengths.
 bool wildcardMatch(StringSpan pattern, StringSpan text);
 
 /// The working form: from these two indices on. `literalBrackets` makes `[` a character like
@@ -27,10 +27,11 @@ bool wildcardMatch(StringSpan pattern, StringSpan text);
 bool wildcardMatch(StringSpan pattern, StringSpan text, bool literalBrackets, bool caseSensitive,
                    size_t patternIndex, size_t textIndex);
 
-/// Whether the text in `range` of `base` fits a pattern with one `wildcard` (later ones are plain
-/// characters), which stands for any text, also none. `*stem`, not null, becomes the range of that
-/// part; it is `range` for a pattern without a wildcard, and unchanged on failure. The rest is
-/// compared by `equalsExact` or, unless `exact`, by `equalsNoCase`. `base` may be null, with an
-/// empty range: an empty text to the former, while to the latter it fits none but a null pattern.
+/// Whether the text in `range`, which lies in `base`, fits a pattern with one `wildcard` (later
+/// ones are plain characters), which stands for any text, also none. `*stem`, not null, becomes the
+/// range of that part; it is `range` for a pattern without a wildcard, and unchanged on failure.
+/// The rest is compared by `equalsExact` or, unless `exact`, by `equalsNoCase`. `base` may be null,
+/// with an empty range: an empty text to the former, while to the latter it fits none but a null
+/// pattern.
 bool matchStem(StringSpan pattern, StringSpan base, TextRange range, char wildcard, TextRange* stem,
                bool exact);

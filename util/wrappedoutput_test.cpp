@@ -1,7 +1,9 @@
 // Output that is wrapped at a width.
 
+#include <cstddef>
 #include <sstream>
 #include <string>
+#include <type_traits>
 
 #include <gtest/gtest.h>
 
@@ -32,6 +34,14 @@ TEST(LayoutTest, ByDefaultNothingIsWrapped) {
     EXPECT_EQ(other.width, 72);
     EXPECT_EQ(other.indent, 4);
     expectLayout(other, 8, true);
+}
+
+TEST(LayoutTest, TheFieldsStandInTheirOrder) {
+    static_assert(std::is_standard_layout_v<Layout>);
+    EXPECT_EQ(offsetof(Layout, width), 0U);
+    EXPECT_EQ(offsetof(Layout, indent), sizeof(int));
+    EXPECT_EQ(offsetof(Layout, column), 2 * sizeof(int));
+    EXPECT_EQ(offsetof(Layout, needSpace), 3 * sizeof(int));
 }
 
 TEST(LayoutGuardTest, TheCopyGoesBackToTheCallerHoweverTheScopeEnds) {
@@ -151,6 +161,32 @@ TEST(QuotedTest, AnItemBehindALiteralBeginsWithASpace) {
     EXPECT_EQ(quote("", &layout), " \"\"");
 }
 
+TEST(WrappedOutputTest, InTheLastColumnOfAllALineFeedTakesNone) {
+    constexpr int LAST = Layout::noWrapping;
+    const struct {
+        int column;
+        bool isDump;
+        bool needSpace;
+        const char* text;
+        const char* printed;
+        int end;
+    } rows[] = {
+        {LAST, false, false, "", "\n\"\"", 2},
+        {LAST, false, true, "a", "\n\"a\"", 3},
+        {LAST - 3, false, false, "a", "\"a\"", LAST},
+        {LAST - 3, false, false, "ab", "\"a\"\n\"b\"", 3},
+        {LAST, true, false, "a", "\n61:a", 4},
+        {LAST, true, true, "a", "\n61:a", 4},
+        {LAST - 4, true, false, "a", "61:a", LAST},
+        {LAST - 4, true, false, "ab", "61:a\n62:b", 4},
+    };
+    for (const auto& row : rows) {
+        Layout layout(LAST, 0, row.column, row.needSpace);
+        EXPECT_EQ(row.isDump ? dump(row.text, &layout) : quote(row.text, &layout), row.printed);
+        expectLayout(layout, row.end, true);
+    }
+}
+
 constexpr auto FAILED = std::ios_base::eofbit | std::ios_base::failbit | std::ios_base::badbit;
 
 TEST(WrappedOutputTest, AStreamThatTakesNoMoreFailsAndTheLayoutTellsWhatItTook) {
@@ -180,6 +216,55 @@ TEST(WrappedOutputTest, ALineFeedThatIsNotTakenChangesNothing) {
         }
         EXPECT_EQ(out.rdstate(), FAILED);
         expectLayout(layout, 8, true);
+    }
+}
+
+TEST(WrappedOutputTest, WhereTheLineFeedOfABreakIsNotTakenTheColumnStaysAsReached) {
+    const struct {
+        bool isDump;
+        Layout layout;
+        std::string text;
+        const char* taken;
+        bool needSpace;
+    } rows[] = {
+        {false, Layout(40, 2), "a\nb", "  \"a\\n\"", false},
+        {false, Layout(4), "abc", "\"ab\"", false},
+        {true, Layout(9, 2), "ab", "  61:a", true},
+    };
+    for (const auto& row : rows) {
+        const std::string taken = row.taken;
+        RefusingBuffer buffer(taken.size());
+        std::ostream out(&buffer);
+        Layout layout = row.layout;
+        if (row.isDump) {
+            out << HexDump{bytes(row.text), row.text.size(), &layout};
+        } else {
+            out << Quoted{bytes(row.text), row.text.size(), &layout};
+        }
+        EXPECT_EQ(buffer.text, taken);
+        EXPECT_EQ(out.rdstate(), FAILED) << taken;
+        expectLayout(layout, static_cast<int>(taken.size()), row.needSpace);
+    }
+}
+
+TEST(WrappedOutputTest, WhereFailuresOfTheStreamAreThrownTheLayoutGoesBackAllTheSame) {
+    const std::string text = "ab";
+    for (const bool isDump : {false, true}) {
+        SmallBuffer buffer(4);
+        std::ostream out(&buffer);
+        out.exceptions(std::ios_base::badbit);
+        Layout layout(40, 1);
+        if (isDump) {
+            EXPECT_THROW((out << HexDump{bytes(text), text.size(), &layout}),
+                         std::ios_base::failure);
+            EXPECT_EQ(buffer.text, " 61:");
+        } else {
+            EXPECT_THROW((out << Quoted{bytes(text), text.size(), &layout}),
+                         std::ios_base::failure);
+            EXPECT_EQ(buffer.text, " \"ab");
+        }
+        EXPECT_EQ(out.rdstate(), FAILED);
+        expectLayout(layout, 4, false);
     }
 }
 
