@@ -216,7 +216,8 @@ TEST_F(PosixProviderWaitTest, TheLeapingClockIsAtTheDeadlineAtOnce) {
     mProvider.setClock(POSIXPROVIDER_LEAPING_CLOCK);
     EXPECT_EQ(waitUntil(mCond, mMutex, {1000000, 5}), POSIXPROVIDER_TIMED_OUT);
     const Time request = {7, 6};
-    EXPECT_EQ(callAt(system(), 176, &request, static_cast<void*>(nullptr)), 0);
+    Time remaining{1, 1};
+    EXPECT_EQ(callAt(system(), 176, &request, &remaining), 0);
     Time now = {0, 0};
     EXPECT_EQ(callAt(system(), 168, valueAt<int64_t>(system(), 1400), &now), 0);
     EXPECT_EQ(now, (Time{1000007, 11}));

@@ -97,9 +97,7 @@ static int nanosleep(void* self, const struct Time* requested, struct Time* rema
     (void)self;
     const struct Call call = enter(POSIXPROVIDER_SYSTEM_NANOSLEEP);
     noteTime(POSIXPROVIDER_SYSTEM_NANOSLEEP, requested);
-    if (remaining != NULL) {
-        *remaining = (struct Time){0, 0};
-    }
+    *remaining = (struct Time){0, 0};
     if (!call.acts) {
         return leave(call, 0);
     }

@@ -110,7 +110,7 @@ static int sigactionInit(void* self, void* storage, void** result) {
     if (call.acts) {
         struct SigAction* made = (struct SigAction*)(void*)makeIn(
             storage, sizeAt(1096), sizeof *made, gSigactionTable, embeddingOf(self));
-        made->disposition = POSIXPROVIDER_DEFAULT_DISPOSITION;
+        made->disposition = 0;  // none at all: it is set by whoever asks for one
         *result = made;
     }
     return leave(call, 0);

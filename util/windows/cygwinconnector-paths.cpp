@@ -21,10 +21,11 @@ std::string text_of(vrpsx::string_buffer_allocator& buffers) {
 
 void append_options(const vrpsx::mount& mount, std::string& options) {
     for (vrpsx::mount_option option = mount.options(); !option.is_null(); option.next()) {
+        const std::string text = option.text();
         if (!options.empty()) {
             options.append(",");
         }
-        options.append(option.text());
+        options.append(text);
     }
 }
 

@@ -169,6 +169,33 @@ TEST(ConnectorMountTest, LongerRootsComeFirst) {
     EXPECT_EQ(provider.count(POSIXPROVIDER_COUNT_MOUNT_OPTIONS), 0);
 }
 
+TEST(ConnectorMountTest, TheMountsAreReadAnewEachTime) {
+    PosixProvider provider;
+    const connector c(embeddingOf(provider));
+    EXPECT_TRUE(mountLines(c).empty());
+    provider.setMounts("D:/\t/\tntfs\nE:/x\t/cygdrive\tcygdrive\n");
+    EXPECT_EQ(mountLines(c), std::vector<std::string>{"/ D:\\ ntfs "});
+    std::string prefix;
+    c.cygdrive(prefix);
+    provider.setMounts("E:/x\t/mnt\tcygdrive\n");
+    EXPECT_TRUE(mountLines(c).empty());
+    c.cygdrive(prefix);
+    EXPECT_EQ(prefix, "/mnt");
+}
+
+TEST(ConnectorMountTest, ARestThatCannotBeDisposedOfIsThrownBehindThePrefix) {
+    PosixProvider provider;
+    provider.setMounts("E:/x\t/mnt\tcygdrive\nC:/\t/c\tntfs\n");
+    {
+        const connector c(embeddingOf(provider));
+        provider.failNext(POSIXPROVIDER_MOUNT_NEXT, CODE);
+        std::string prefix;
+        EXPECT_THROW(c.cygdrive(prefix), vrpsx::system_exception_t);
+        EXPECT_EQ(prefix, "/mnt");
+    }
+    provider.expectClean();
+}
+
 TEST(ConnectorMountTest, OldRuntimesTellDevicesAsTheyAre) {
     const struct {
         const char* release;

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <exception>
 #include <iostream>
+#include <new>
 #include <span>
 
 #include <windows.h>
@@ -102,7 +103,8 @@ void connector::start_signal_thread(const std::map<int, handler>& handlers) {
     });
 }
 
-// Nothing may be thrown into the other side, which called this.
+// Nothing may be thrown into the other side, which called this: a lock that fails on the way out
+// ends the process.
 void* connector::run_signal_thread(void* self) noexcept {
     auto& that = *static_cast<connector*>(self);
     try {
@@ -252,19 +254,26 @@ std::string connector::describe() const {
     return text.append(".");
 }
 
-int& connector::error_slot() const {
+int* connector::error_slot() const noexcept {
     auto* error = static_cast<int*>(_errno.get());
     if (error == nullptr) {
-        error = new int(0);  // the key's
+        error = new (std::nothrow) int(0);  // the key's
         _errno.set(error);
     }
-    return *error;
+    return error;
+}
+
+void connector::set_error(int code) const noexcept {
+    // Without memory for it, it gets lost.
+    if (int* const error = error_slot()) {
+        *error = code;
+    }
 }
 
 int64_t connector::internalize_pid(uint32_t windowsPid) const {
     int64_t pid = -1;
     if (const int code = _embedding.internalize_pid(windowsPid, pid, std::nothrow)) {
-        error_slot() = code;
+        set_error(code);
         return -1;
     }
     return pid;
@@ -272,17 +281,20 @@ int64_t connector::internalize_pid(uint32_t windowsPid) const {
 
 int64_t connector::getpgid(int64_t pid) const {
     int64_t group;  // meant: the runtime stores -1 on failure
-    error_slot() = _embedding.getpgid(pid, group, std::nothrow);
+    set_error(_embedding.getpgid(pid, group, std::nothrow));
     return group;
 }
 
 int connector::kill(int64_t pid, int signal) const {
     const int code = _embedding.kill(pid, signal, std::nothrow);
-    error_slot() = code;
+    set_error(code);
     return code == 0 ? 0 : -1;
 }
 
-int connector::last_error() const { return error_slot(); }
+int connector::last_error() const {
+    const int* const error = error_slot();
+    return error == nullptr ? 0 : *error;
+}
 
 std::string connector::error_text(int code) const { return _embedding.error_text(code); }
 
@@ -290,7 +302,7 @@ std::string connector::strsignal(int signal) const { return _embedding.strsignal
 
 int connector::path_call(const std::string& path) const {
     if (const int code = _embedding.path_call(path.c_str(), std::nothrow)) {
-        error_slot() = code;
+        set_error(code);
         return -1;
     }
     return 0;

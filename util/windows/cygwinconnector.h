@@ -51,9 +51,10 @@ public:
     /// Adds a reference. Throws for a runtime whose release text has fewer than three numbers, with
     /// that text as context and the runtime's code for an invalid argument.
     explicit connector(const vrpsx::embedding& embedding);
-    /// Stops the signal thread; what that throws goes to standard error. Throws for a lock that
-    /// can't be disowned ("vrpsx::cond::disown", "vrpsx::mutex::disown"), unless an exception is
-    /// unwinding already.
+    /// Stops the signal thread; what that throws goes to standard error. A thread that can't be
+    /// stopped is left behind, and must not wake up any more. Throws for a lock that can't be
+    /// disowned ("vrpsx::cond::disown", "vrpsx::mutex::disown"), unless an exception is unwinding
+    /// already.
     ~connector() noexcept(false);
     connector(const connector&) = delete;
     connector& operator=(const connector&) = delete;
@@ -61,11 +62,13 @@ public:
     /// An assertion stops the process if it is null.
     const vrpsx::embedding* embedding() const;
 
-    /// Blocks the signals of these handlers on the calling thread, and starts a thread of the POSIX
-    /// side that calls the handlers, one at a time and without a lock. Empty handlers are left out;
-    /// one for SIGUSR2 stops the process by an assertion, as does a start while a thread is there.
-    /// A handler of an earlier start stays. What a handler throws goes to standard error if it is a
-    /// std::exception, and ends the process otherwise.
+    /// Blocks the signals of these handlers and SIGUSR2 on the calling thread, for good, and starts
+    /// a thread of the POSIX side that calls the handlers, one at a time and without a lock. Other
+    /// threads that this side knows should block them, too: SIGUSR2 goes to the process, as a
+    /// wake-up. Empty handlers are left out; one for SIGUSR2 stops the process by an assertion, as
+    /// does a start while a thread is there. A handler of an earlier start stays, as do those of a
+    /// start that throws. What a handler throws goes to standard error if it is a std::exception,
+    /// and ends the process otherwise.
     void start_signal_thread(const std::map<int, handler>& handlers);
     /// Ends it and waits for it, up to ten times a quarter of a second; then it says so on standard
     /// error, the thread stays, and a later stop tries again. Not for handlers. Throws only if the
@@ -75,7 +78,8 @@ public:
     /// Ends the process as the signal would, so that a POSIX parent sees it: stops the signal
     /// thread, and raises the signal with its default disposition, 32 times in 3.2 seconds. If the
     /// process is still there, it exits with the code, with a line on standard error. The signal
-    /// `no_signal` exits at once. Nothing is taken from the heap. What fails on the way throws.
+    /// `no_signal` exits at once. Nothing is taken from the heap unless something fails. What fails
+    /// behind the stop throws, and the process goes on.
     [[noreturn]] void exit_with_signal(int exitCode, uint32_t signal);
     static constexpr uint32_t no_signal = 0x80000000;
 
@@ -83,8 +87,8 @@ public:
     /// process" follows, with the record's magic unless it is known, and a full stop.
     std::string describe() const;
 
-    // These don't throw but for std::bad_alloc. Each that fails leaves the runtime's error code for
-    // `last_error`.
+    // Of these only those that return text throw, std::bad_alloc. Each that fails leaves the
+    // runtime's error code for `last_error`.
 
     /// The POSIX pid of a process of Windows, or -1.
     int64_t internalize_pid(uint32_t windowsPid) const;
@@ -110,8 +114,9 @@ public:
     std::string readlink(const std::string& path) const;
     void symlink(const std::string& target, const std::string& path) const;
     void chdir(const std::string& path) const;
-    /// Reads the mounts anew, without the prefix of drives. What `mounts` held goes. Of two with
-    /// the same root the later one's device and type count, and both ones' options.
+    /// Reads the mounts anew, without the prefix of drives. What `mounts` held goes; after a throw
+    /// it has some of them. Of two with the same root the later one's device and type count, and
+    /// both ones' options.
     void get_mounts(mount_map& mounts) const;
     /// The folder that holds the drives. Throws "cygdrive missing", with the runtime's code for a
     /// missing entry, if there is none.
@@ -130,7 +135,8 @@ private:
     void handle_signals(int signal);
     void wait_for_end();
     void raise(int signal) const;
-    int& error_slot() const;
+    int* error_slot() const noexcept;
+    void set_error(int code) const noexcept;
     std::string convert(convert_path conversion, const std::string& path) const;
 
     vrpsx::embedding _embedding;

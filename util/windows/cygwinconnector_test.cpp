@@ -88,6 +88,20 @@ TEST(ConnectorTest, ALockThatCannotBeDisownedIsThrownByItsEnd) {
     }
 }
 
+TEST(ConnectorTest, TheConditionGoesBeforeTheMutexAndComesBehindIt) {
+    PosixProvider provider;
+    provider.failNext(POSIXPROVIDER_SYSTEM_MUTEX_CREATE, CODE);
+    provider.failNext(POSIXPROVIDER_SYSTEM_COND_CREATE, CODE);
+    EXPECT_EQ(thrownBy(construct, provider), "vrpsx::system::mutex_create: error 9999");
+    EXPECT_EQ(provider.calls(POSIXPROVIDER_SYSTEM_COND_CREATE), 0);
+    EXPECT_EQ(thrownBy(construct, provider), "vrpsx::system::cond_create: error 9999");
+    provider.failNextWithResult(POSIXPROVIDER_MUTEX_DISOWN, CODE);
+    provider.failNextWithResult(POSIXPROVIDER_COND_DISOWN, CODE);
+    EXPECT_EQ(thrownBy(construct, provider), "vrpsx::cond::disown: error 9999");
+    EXPECT_EQ(provider.calls(POSIXPROVIDER_MUTEX_DISOWN), 2);
+    provider.expectClean();
+}
+
 TEST(ConnectorTest, WhileAnExceptionUnwindsItIsDropped) {
     for (const auto entry :
          {POSIXPROVIDER_COND_DISOWN, POSIXPROVIDER_MUTEX_DISOWN, POSIXPROVIDER_MUTEX_UNLOCK}) {
@@ -115,7 +129,7 @@ TEST(ConnectorTest, AFailedStopAtItsEndGoesToStandardError) {
 }
 
 TEST(ConnectorDeathTest, WithoutAnEmbeddingTheProcessStops) {
-    EXPECT_DEATH(connector(vrpsx::embedding()), "assertion failed at .*: _raw != nullptr");
+    EXPECT_DEATH(connector{vrpsx::embedding()}, "assertion failed at .*: _raw != nullptr");
 }
 
 TEST(ConnectorTest, AProcessIsFoundByItsWindowsId) {

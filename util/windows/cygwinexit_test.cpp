@@ -1,13 +1,18 @@
 // The end of a process by a signal, and what a process was started by.
 
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
+#include <windows.h>
+
+#include "testing/allocationcount.h"
 #include "testing/childprocess-win.h"
 #include "testing/childrecord.h"
 #include "testing/posixembedding-win.h"
 #include "testing/posixprovider-win.h"
+#include "testing/replacedcall-win.h"
 #include "util/windows/cygwinconnector.h"
 
 namespace {
@@ -63,6 +68,41 @@ TEST(ExitWithSignalDeathTest, AStopThatFailsIsToldFirst) {
             c.exit_with_signal(5, connector::no_signal);
         },
         ExitedWithCode(5), "^vrpsx::mutex::lock: error 9999\r?\n");
+}
+
+/// What the process would have exited with.
+struct Exited {
+    int code;
+    size_t allocations;
+};
+
+int throwExit(vrpsx::raw::system*, int code) {
+    throw Exited{code, testing_support::allocationCount()};
+}
+
+TEST(ExitWithSignalTest, ItRaises32TimesAndExitsWithoutTheHeap) {
+    PosixProvider provider;
+    provider.setClock(POSIXPROVIDER_LEAPING_CLOCK);
+    {
+        testing_support::PatchedSystem patched(provider);
+        patched.table.exit = &throwExit;
+        connector c(embeddingOf(provider));
+        c.last_error();
+        testing::internal::CaptureStderr();
+        const size_t before = testing_support::allocationCount();
+        try {
+            c.exit_with_signal(3, POSIXPROVIDER_SIGCHLD);
+        } catch (const Exited& exited) {
+            EXPECT_EQ(exited.code, 3);
+            EXPECT_EQ(exited.allocations, before);
+        }
+        EXPECT_EQ(testing::internal::GetCapturedStderr(),
+                  "Failed to raise signal 27; instead exiting with code 3\n");
+        EXPECT_EQ(provider.calls(POSIXPROVIDER_SYSTEM_KILL), 32);
+        EXPECT_EQ(provider.sleeps(),
+                  std::vector<PosixProvider::Time>(32, PosixProvider::Time{0, 100'000'000}));
+    }
+    provider.expectClean();
 }
 
 TEST(ExitWithSignalTest, ItRaises32TimesATenthOfASecondApart) {
@@ -124,10 +164,31 @@ TEST(ExitWithSignalTest, TheSignalGetsItsDefaultDispositionAndIsUnblocked) {
         action.set_handler(POSIXPROVIDER_IGNORE_DISPOSITION);
         e.sigaction(POSIXPROVIDER_SIGCHLD, action);
     });
+    EXPECT_TRUE(provider.isBlocked(POSIXPROVIDER_SIGCHLD));
+    EXPECT_EQ(provider.disposition(POSIXPROVIDER_SIGCHLD), POSIXPROVIDER_IGNORE_DISPOSITION);
     provider.failNext(POSIXPROVIDER_SYSTEM_KILL, CODE);
     EXPECT_THROW(c.exit_with_signal(3, POSIXPROVIDER_SIGCHLD), vrpsx::system_exception_t);
     EXPECT_FALSE(provider.isBlocked(POSIXPROVIDER_SIGCHLD));
     EXPECT_EQ(provider.disposition(POSIXPROVIDER_SIGCHLD), POSIXPROVIDER_DEFAULT_DISPOSITION);
+}
+
+ChildRecord gRecord;
+
+void WINAPI tellRecord(STARTUPINFOA* info) {
+    *info = {};
+    info->lpReserved2 = gRecord.data();
+    info->cbReserved2 = static_cast<WORD>(gRecord.size());
+}
+
+TEST(InvokedFromCygwinTest, TheFirstAnswerStaysAndADescriptionLooksAnew) {
+    const PosixProvider provider;
+    const connector c(embeddingOf(provider));
+    EXPECT_FALSE(cygwin::invoked_from_cygwin());
+    gRecord = newerRecord(29, 0xe850717a);
+    const testing_support::ReplacedCall<void WINAPI(STARTUPINFOA*)> call("GetStartupInfoA",
+                                                                         &tellRecord);
+    EXPECT_EQ(c.describe(), "version 1.7.35.\nInvoked from a cygwin process.");
+    EXPECT_FALSE(cygwin::invoked_from_cygwin());
 }
 
 /// What a child says that got this record.

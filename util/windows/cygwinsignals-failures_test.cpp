@@ -30,8 +30,8 @@ constexpr int SIGTERM_NUMBER = POSIXPROVIDER_SIGTERM;
 
 TEST(SignalThreadTest, AHandlerThatThrowsIsToldAndTheThreadGoesOn) {
     PosixProvider provider;
-    connector c(embeddingOf(provider));
     SignalCounter counter;
+    connector c(embeddingOf(provider));
     c.start_signal_thread({{SIGINT_NUMBER, [](int) { throw std::runtime_error("no, thanks"); }},
                            {SIGTERM_NUMBER, counter.handler()}});
     EXPECT_EQ(printedBy([&] {
@@ -101,25 +101,27 @@ TEST(SignalThreadTest, WhatFailsInAStopIsToldAndTheStopGoesOn) {
 
 TEST(SignalThreadTest, WithoutAClockTheDeadlineIsZero) {
     PosixProvider provider;
-    connector c(embeddingOf(provider));
     SignalGate gate;
+    connector c(embeddingOf(provider));
     c.start_signal_thread({{SIGINT_NUMBER, gate.handler()}});
     provider.raise(SIGINT_NUMBER);
     ASSERT_TRUE(gate.isEntered());
     std::string expected;
     for (int i = 1; i <= 10; ++i) {
-        provider.fail(POSIXPROVIDER_SYSTEM_CLOCK_GETTIME, i, CODE, /*withResult=*/false);
+        provider.fail(POSIXPROVIDER_SYSTEM_CLOCK_GETTIME, i, CODE, /*withResult=*/true);
         expected += "vrpsx::system::clock_gettime: error 9999\n";
     }
     EXPECT_EQ(printedBy([&] { c.stop_signal_thread(); }),
               expected + "Giving up on signal handling thread.\n");
     EXPECT_EQ(provider.deadlines(), std::vector<Time>(10, Time{0, 0}));
+    gate.open();
+    c.stop_signal_thread();
 }
 
 TEST(SignalThreadTest, AFailedWaitForASignalIsToldAndTheThreadGoesOn) {
     PosixProvider provider;
-    connector c(embeddingOf(provider));
     SignalCounter counter;
+    connector c(embeddingOf(provider));
     provider.failNext(POSIXPROVIDER_SYSTEM_SIGWAIT, CODE);
     EXPECT_EQ(printedBy([&] {
                   c.start_signal_thread({{SIGINT_NUMBER, counter.handler()}});
@@ -166,6 +168,42 @@ TEST(SignalThreadTest, AStartThatFailsIsThrownAndALaterOneWorks) {
         }
         provider.expectClean();
     }
+}
+
+TEST(SignalThreadTest, AHandlerThatStopsTheThreadWaitsForItselfInVain) {
+    PosixProvider provider;
+    provider.setClock(POSIXPROVIDER_LEAPING_CLOCK);
+    SignalCounter counter;
+    connector c(embeddingOf(provider));
+    c.start_signal_thread({{SIGINT_NUMBER, [&](int signal) {
+                                c.stop_signal_thread();
+                                counter.handler()(signal);
+                            }}});
+    EXPECT_EQ(printedBy([&] {
+                  provider.raise(SIGINT_NUMBER);
+                  EXPECT_TRUE(counter.becomes(1));
+              }),
+              "Giving up on signal handling thread.\n");
+    EXPECT_EQ(provider.deadlines().size(), 10U);
+    provider.setClock(POSIXPROVIDER_REAL_CLOCK);
+    c.stop_signal_thread();
+    EXPECT_EQ(provider.count(POSIXPROVIDER_COUNT_THREADS), 0);
+}
+
+TEST(SignalThreadDeathTest, AStartAfterAStopThatGaveUpStopsTheProcess) {
+    EXPECT_DEATH(
+        {
+            PosixProvider provider;
+            provider.setClock(POSIXPROVIDER_LEAPING_CLOCK);
+            SignalGate gate;
+            auto* const c = new connector(embeddingOf(provider));
+            c->start_signal_thread({{SIGINT_NUMBER, gate.handler()}});
+            provider.raise(SIGINT_NUMBER);
+            gate.isEntered();
+            c->stop_signal_thread();
+            c->start_signal_thread({});
+        },
+        "assertion failed at .*: ! _signal_thread");
 }
 
 TEST(SignalThreadDeathTest, ASecondStartStopsTheProcess) {

@@ -37,6 +37,7 @@ void sendUntil(std::chrono::steady_clock::time_point end, PosixProvider& provide
     connector receiver(embeddingOf(provider));
     receiver.start_signal_thread(handlers);
     std::vector<std::thread> senders;
+    senders.reserve(SENDERS);
     for (int i = 0; i < SENDERS; ++i) {
         senders.emplace_back([&, i] {
             const SignalCounter& counter = counters[static_cast<size_t>(i)];

@@ -34,9 +34,9 @@ constexpr int SIGTERM_NUMBER = POSIXPROVIDER_SIGTERM;
 TEST(SignalThreadTest, ASignalGoesToItsHandlerOnAnotherThread) {
     PosixProvider provider;
     {
-        connector c(embeddingOf(provider));
         SignalCounter interrupts;
         SignalCounter ends;
+        connector c(embeddingOf(provider));
         const std::thread::id caller = std::this_thread::get_id();
         std::atomic<bool> isOther{false};
         c.start_signal_thread({{SIGINT_NUMBER, interrupts.handler()},
@@ -67,7 +67,7 @@ TEST(SignalThreadTest, AnEmptyHandlerIsLeftOutAndItsSignalIsNotBlocked) {
     c.start_signal_thread({{POSIXPROVIDER_SIGUSR2, connector::handler()},
                            {POSIXPROVIDER_SIGCHLD, connector::handler()}});
     EXPECT_FALSE(provider.isBlocked(POSIXPROVIDER_SIGCHLD));
-    EXPECT_EQ(provider.calls(POSIXPROVIDER_SIGSET_ADD), 1) << "SIGUSR2 alone, so far";
+    EXPECT_TRUE(provider.isBlocked(POSIXPROVIDER_SIGUSR2));
 }
 
 TEST(SignalThreadTest, TheEndOfTheConnectorStopsTheThread) {
@@ -110,9 +110,9 @@ TEST(SignalThreadTest, ItStartsAndStopsAThousandTimes) {
 
 TEST(SignalThreadTest, AHandlerOfAnEarlierStartStays) {
     PosixProvider provider;
-    connector c(embeddingOf(provider));
     SignalCounter earlier;
     SignalCounter later;
+    connector c(embeddingOf(provider));
     c.start_signal_thread({{SIGINT_NUMBER, earlier.handler()}});
     c.stop_signal_thread();
     c.start_signal_thread({{SIGINT_NUMBER, later.handler()}, {SIGTERM_NUMBER, later.handler()}});
@@ -141,8 +141,8 @@ TEST(SignalThreadTest, ASignalWithoutAHandlerIsTold) {
     gOriginal = *patched.original;
     gUnknownSignals = 0;
     patched.table.sigwait = &waitForUnknown;
-    connector c(embeddingOf(provider));
     SignalCounter counter;
+    connector c(embeddingOf(provider));
     c.start_signal_thread({{SIGINT_NUMBER, counter.handler()}});
     EXPECT_EQ(printedBy([&] {
                   provider.raise(SIGINT_NUMBER);
@@ -156,8 +156,8 @@ TEST(SignalThreadTest, ASignalWithoutAHandlerIsTold) {
 TEST(SignalThreadTest, AHandlerMayCallTheConnector) {
     PosixProvider provider;
     provider.addProcess(4321, 77, 70);
-    connector c(embeddingOf(provider));
     SignalCounter counter;
+    connector c(embeddingOf(provider));
     c.start_signal_thread({{SIGINT_NUMBER, [&](int signal) {
                                 EXPECT_EQ(c.kill(77, signal), 0);
                                 EXPECT_EQ(c.last_error(), 0);
@@ -170,8 +170,8 @@ TEST(SignalThreadTest, AHandlerMayCallTheConnector) {
 TEST(SignalThreadTest, AStopWaitsForAHandlerThatRuns) {
     PosixProvider provider;
     provider.setClock(POSIXPROVIDER_MANUAL_CLOCK);
-    connector c(embeddingOf(provider));
     SignalGate gate;
+    connector c(embeddingOf(provider));
     c.start_signal_thread({{SIGINT_NUMBER, gate.handler()}});
     provider.raise(SIGINT_NUMBER);
     ASSERT_TRUE(gate.isEntered());
@@ -188,8 +188,8 @@ TEST(SignalThreadTest, AStopGivesUpAfterTenWaitsAndALaterOneTriesAgain) {
     PosixProvider provider;
     provider.setClock(POSIXPROVIDER_LEAPING_CLOCK);
     provider.setTime({100, 600'000'000});
-    connector c(embeddingOf(provider));
     SignalGate gate;
+    connector c(embeddingOf(provider));
     c.start_signal_thread({{SIGINT_NUMBER, gate.handler()}});
     provider.raise(SIGINT_NUMBER);
     ASSERT_TRUE(gate.isEntered());

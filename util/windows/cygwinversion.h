@@ -13,8 +13,8 @@ struct runtime_version {
 };
 
 /// Reads a release text such as "1.7.35(0.287/5/3)"; blanks and a sign before a number and all that
-/// follows the third are taken as scanf takes them. Nothing if there are fewer than three. What is
-/// too large loses its upper bits. Any thread may call.
+/// follows the third are taken as scanf takes them. Nothing if there are fewer than three. A
+/// number ends at 64 bits, and then loses all but its field's lower bits. Any thread may call.
 std::optional<runtime_version> parse_release(const char* text);
 
 /// "1.7.35".

@@ -27,9 +27,10 @@ int step(Holder& holder, Raw* current, system* errors) {
     raw::system* reference = nullptr;
     const int code =
         current->table->next(current, &current, &current, errors != nullptr ? &reference : nullptr);
+    system counted(reference, /*isCounted=*/true);
     holder.assign(current);
     if (errors != nullptr) {
-        *errors = system(reference, /*isCounted=*/true);
+        *errors = std::move(counted);
     }
     return code;
 }
@@ -56,6 +57,7 @@ int mutex::lock(std::nothrow_t) const { return raw()->table->lock(raw()); }
 void mutex::unlock() const { check("vrpsx::mutex::unlock", raw(), unlock(std::nothrow)); }
 int mutex::unlock(std::nothrow_t) const { return raw()->table->unlock(raw()); }
 
+// NOLINTNEXTLINE(bugprone-exception-escape): meant
 mutex::scoped_lock::~scoped_lock() noexcept(false) {
     const int code = _target.unlock(std::nothrow);
     if (std::uncaught_exceptions() == 0) {

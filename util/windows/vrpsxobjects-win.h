@@ -4,8 +4,9 @@
 //
 // The end of a handle may fail: then the destructor throws system_exception_t
 // ("vrpsx::cond::disown" and the like), unless an exception is unwinding already. That is meant: a
-// lost lock or a leaked object must not pass in silence. Assigning and swapping in a new handle
-// disposes of the old one by the same rule.
+// lost lock or a leaked object must not pass in silence. Assigning a new handle disposes of
+// the old one by the same rule, as do the operations that fill a handle, their forms with
+// std::nothrow included.
 
 #include <cstddef>
 #include <exception>
@@ -55,11 +56,12 @@ public:
     owner() = default;
     explicit owner(Raw* raw) : _raw(raw) {}
     owner(owner&& other) noexcept : _raw(other.take()) {}
+    // NOLINTNEXTLINE(bugprone-exception-escape,performance-noexcept-move-constructor): meant
     owner& operator=(owner&& other) {
         assign(other.take());
         return *this;
     }
-    ~owner() noexcept(false) { dispose(); }
+    ~owner() noexcept(false) { dispose(); }  // NOLINT(bugprone-exception-escape): meant
     owner(const owner&) = delete;
     owner& operator=(const owner&) = delete;
 
@@ -105,7 +107,7 @@ public:
     class scoped_lock {
     public:
         explicit scoped_lock(const mutex& target) : _target(target) { target.lock(); }
-        ~scoped_lock() noexcept(false);
+        ~scoped_lock() noexcept(false);  // NOLINT(bugprone-exception-escape): meant
         scoped_lock(const scoped_lock&) = delete;
         scoped_lock& operator=(const scoped_lock&) = delete;
 

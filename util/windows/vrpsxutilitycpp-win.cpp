@@ -150,7 +150,8 @@ uname_result& uname_result::operator=(uname_result&& other) noexcept {
 
 const char* uname_result::release_text() const {
     NB_ASSERT(_raw != nullptr);
-    return _raw->table->release_text(_raw);
+    const char* const text = _raw->table->release_text(_raw);
+    return text == nullptr ? "" : text;
 }
 
 raw::system* system::raw() const {
@@ -183,11 +184,12 @@ int system::clock_gettime(raw::clock_id clock, raw::time& result, std::nothrow_t
     return raw()->table->clock_gettime(raw(), clock, &result);
 }
 
-void system::nanosleep(const raw::time& requested, raw::time* remaining) const {
+void system::nanosleep(const raw::time& requested) const {
+    raw::time remaining = {0, 0};
     check("vrpsx::system::nanosleep", *this, nanosleep(requested, remaining, std::nothrow));
 }
-int system::nanosleep(const raw::time& requested, raw::time* remaining, std::nothrow_t) const {
-    return raw()->table->nanosleep(raw(), &requested, remaining);
+int system::nanosleep(const raw::time& requested, raw::time& remaining, std::nothrow_t) const {
+    return raw()->table->nanosleep(raw(), &requested, &remaining);
 }
 
 raw::pid system::getpid() const { return raw()->table->getpid(raw()); }

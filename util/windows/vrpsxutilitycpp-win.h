@@ -6,10 +6,11 @@
 // An operation that can fail throws system_exception_t, whose context is the operation's full name,
 // such as "vrpsx::system::kill". With std::nothrow as the last argument it returns the runtime's
 // error code instead, 0 for success, and gives its result through the parameter before; what that
-// held is disposed of. Some have that form alone. The result that comes with a failure is taken and
-// disposed of like any other. An empty handle may be assigned, swapped and destroyed; any other use
-// stops the process by an assertion. Nothing is locked here: a system may be used by any thread,
-// each handle by one at a time.
+// held is disposed of, which may throw (see there). Some have that form alone. The result that
+// comes with a failure is taken and disposed of like any other. An empty handle may be assigned,
+// swapped and destroyed; any other use stops the process by an assertion. Raw pointers that are
+// handed over aren't null unless told otherwise. Nothing is locked here: a system may be used by
+// any thread, each handle by one at a time.
 
 #include <cstddef>
 #include <cstdint>
@@ -139,8 +140,8 @@ public:
     uname_result uname() const;
     int uname(uname_result& result, std::nothrow_t) const;
     int clock_gettime(raw::clock_id clock, raw::time& result, std::nothrow_t) const;
-    void nanosleep(const raw::time& requested, raw::time* remaining = nullptr) const;
-    int nanosleep(const raw::time& requested, raw::time* remaining, std::nothrow_t) const;
+    void nanosleep(const raw::time& requested) const;
+    int nanosleep(const raw::time& requested, raw::time& remaining, std::nothrow_t) const;
     raw::pid getpid() const;
     /// `result` isn't preset.
     int getpgid(raw::pid process, raw::pid& result, std::nothrow_t) const;
@@ -240,12 +241,14 @@ constexpr size_t storage_size(uint64_t size) {
 /// `use(signals)` with an empty sigset on the stack, without the heap.
 template <class Use>
 auto with_sigset(const system& source, Use use) {
-    return use(source.sigset_init(_alloca(storage_size(source.sigset_size()))));
+    void* const storage = _alloca(storage_size(source.sigset_size()));
+    return use(source.sigset_init(storage));
 }
 /// The same with a sigaction.
 template <class Use>
 auto with_sigaction(const system& source, Use use) {
-    return use(source.sigaction_init(_alloca(storage_size(source.sigaction_size()))));
+    void* const storage = _alloca(storage_size(source.sigaction_size()));
+    return use(source.sigaction_init(storage));
 }
 
 }  // namespace vrpsx

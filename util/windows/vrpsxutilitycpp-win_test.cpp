@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "testing/allocationcount.h"
 #include "testing/posixembedding-win.h"
 #include "testing/posixprovider-win.h"
 #include "util/windows/vrpsxobjects-win.h"
@@ -183,6 +184,16 @@ TEST(SystemExceptionTest, TheMessageIsTheContextAndTheWords) {
     EXPECT_STREQ(vrpsx::system_exception_t("", e, CODE).what(), ": error 9999");
 }
 
+TEST(SystemExceptionTest, TheMessageIsMadeInOnePieceAndThenCopied) {
+    PosixProvider provider;
+    const embedding e = embeddingOf(provider);
+    const std::string context(1000, 'c');
+    const size_t before = testing_support::allocationCount();
+    const vrpsx::system_exception_t failure(context, e, CODE);
+    EXPECT_EQ(testing_support::allocationCount() - before, 2U);
+    EXPECT_EQ(failure.what(), context + ": error 9999");
+}
+
 TEST(SystemExceptionTest, WithoutWordsThereAreNone) {
     PosixProvider provider;
     const embedding e = embeddingOf(provider);
@@ -268,6 +279,29 @@ TEST(VrpsxSystemTest, BuffersOfTheRuntimeGoBackToIt) {
     vrpsx::buffer_result result = e.externalize_path("/one/x", nullptr);
     EXPECT_EQ(e.externalize_path("/two", nullptr, result, std::nothrow), 0);
     EXPECT_EQ(provider.count(POSIXPROVIDER_COUNT_BUFFERS), 1) << "the first one is gone";
+}
+
+TEST(VrpsxSystemTest, PathsAreConvertedWithoutThrowing) {
+    PosixProvider provider;
+    provider.setMounts(MOUNTS);
+    const embedding e = embeddingOf(provider);
+    const auto text = [](vrpsx::buffer_result& result) {
+        const std::string taken(result.take());
+        return taken;
+    };
+    vrpsx::string_buffer_allocator buffers;
+    vrpsx::buffer_result result;
+    EXPECT_EQ(e.internalize_path("C:\\one\\a.exe", &buffers, result, std::nothrow), 0);
+    EXPECT_EQ(text(result), "/one/a.exe");
+    EXPECT_EQ(e.externalize_path("/one/a", &buffers, result, std::nothrow), 0);
+    EXPECT_EQ(text(result), "C:\\one\\a");
+    EXPECT_EQ(e.internalize_execution_path("C:\\one\\a.exe", &buffers, result, std::nothrow), 0);
+    EXPECT_EQ(text(result), "/one/a");
+    EXPECT_EQ(e.externalize_execution_path("/one/a", &buffers, result, std::nothrow), 0);
+    EXPECT_EQ(text(result), "C:\\one\\a.exe");
+    provider.failNext(POSIXPROVIDER_EXTERNALIZE_EXECUTION_PATH, CODE);
+    EXPECT_EQ(e.externalize_execution_path("/one/a", &buffers, result, std::nothrow), CODE);
+    EXPECT_EQ(result.take(), nullptr);
 }
 
 TEST(VrpsxSystemTest, WhatAHolderHeldIsDisposedOfWhenItIsFilled) {
