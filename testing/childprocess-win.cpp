@@ -161,6 +161,9 @@ Handle startProcess(const ChildRun& run, HANDLE input, HANDLE output, HANDLE err
     startup.hStdInput = input;
     startup.hStdOutput = output;
     startup.hStdError = error;
+    std::vector<unsigned char> record = run.startupRecord;
+    startup.lpReserved2 = record.empty() ? nullptr : record.data();
+    startup.cbReserved2 = static_cast<WORD>(record.size());
     PROCESS_INFORMATION process{};
     std::wstring line = commandLine(run);
     std::wstring environment = environmentBlock(run);

@@ -18,6 +18,8 @@ struct ChildRun {
     std::map<std::string, std::optional<std::string>> environment = {};
     /// The current directory of the child; this process's own if empty.
     std::filesystem::path folder = {};
+    /// What a runtime hands to its own kind (`lpReserved2`); at most 65,535 bytes.
+    std::vector<unsigned char> startupRecord = {};
 };
 
 struct ChildResult {

@@ -70,7 +70,7 @@ public:
                 print("operation", "peer", "ours", "peer's", "ratio", "limit", "");
             }
             const Measured& m = gRows[mPrinted];
-            const double ratio = m.ours / m.peer;
+            const double ratio = m.ours / (m.peer + m.row.allowance / m.row.limit);
             const bool over = !(ratio <= m.row.limit);
             gAnyOver = gAnyOver || over;
             char ratioText[32];

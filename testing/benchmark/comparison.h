@@ -25,6 +25,9 @@ struct Row {
     double limit;
     /// How often both sides take their turn; one does where a measurement takes long.
     int rounds = 5;
+    /// So many nanoseconds beyond that are good as well: for what costs the same whatever it adds
+    /// to.
+    double allowance = 0;
 };
 
 /// Takes note of the row whose two benchmarks, `ours` and `peer`, are measured next.

@@ -1,0 +1,155 @@
+#pragma once
+
+// The mutex, the condition and the lists of the POSIX side, as classes that own their handle.
+//
+// The end of a handle may fail: then the destructor throws system_exception_t
+// ("vrpsx::cond::disown" and the like), unless an exception is unwinding already. That is meant: a
+// lost lock or a leaked object must not pass in silence. Assigning a new handle disposes of
+// the old one by the same rule, as do the operations that fill a handle, their forms with
+// std::nothrow included.
+
+#include <cstddef>
+#include <exception>
+#include <new>
+#include <string>
+#include <utility>
+
+#include "util/assertion.h"
+#include "util/windows/vrpsx.h"
+#include "util/windows/vrpsxutilitycpp-win.h"
+
+namespace vrpsx {
+
+namespace detail {
+
+// The end of a handle; null where the holder's next element would go disposes of the whole list.
+inline int end(raw::mutex** holder, raw::system** errors) {
+    return (*holder)->table->disown(*holder, holder, errors);
+}
+inline int end(raw::cond** holder, raw::system** errors) {
+    return (*holder)->table->disown(*holder, holder, errors);
+}
+inline int end(raw::mount** holder, raw::system** errors) {
+    return (*holder)->table->next(*holder, holder, /*next_holder=*/nullptr, errors);
+}
+inline int end(raw::mount_option** holder, raw::system** errors) {
+    return (*holder)->table->next(*holder, holder, /*next_holder=*/nullptr, errors);
+}
+
+inline constexpr const char* end_context(const raw::mutex*) { return "vrpsx::mutex::disown"; }
+inline constexpr const char* end_context(const raw::cond*) { return "vrpsx::cond::disown"; }
+inline constexpr const char* end_context(const raw::mount*) { return "vrpsx::mount::next"; }
+inline constexpr const char* end_context(const raw::mount_option*) {
+    return "vrpsx::mount_option::next";
+}
+
+/// Throws for a failed end, unless an exception is unwinding. `errors` is the counted reference
+/// that came with it.
+void check_end(const char* context, const system& errors, int code);
+
+}  // namespace detail
+
+/// An owned handle.
+template <class Raw>
+class owner {
+public:
+    owner() = default;
+    explicit owner(Raw* raw) : _raw(raw) {}
+    owner(owner&& other) noexcept : _raw(other.take()) {}
+    // NOLINTNEXTLINE(bugprone-exception-escape,performance-noexcept-move-constructor): meant
+    owner& operator=(owner&& other) {
+        assign(other.take());
+        return *this;
+    }
+    ~owner() noexcept(false) { dispose(); }  // NOLINT(bugprone-exception-escape): meant
+    owner(const owner&) = delete;
+    owner& operator=(const owner&) = delete;
+
+    /// Nothing happens if it holds that already.
+    void assign(Raw* raw) {
+        if (raw != _raw) {
+            owner fresh(raw);
+            dispose();
+            swap(fresh);
+        }
+    }
+    void swap(owner& other) noexcept { std::swap(_raw, other._raw); }
+    Raw* take() { return std::exchange(_raw, nullptr); }
+    bool is_null() const { return _raw == nullptr; }
+    Raw* raw() const {
+        NB_ASSERT(_raw != nullptr);
+        return _raw;
+    }
+
+private:
+    void dispose() {
+        if (_raw != nullptr) {
+            Raw* holder = take();
+            raw::system* errors = nullptr;
+            const int code = detail::end(&holder, &errors);
+            detail::check_end(detail::end_context(_raw), system(errors, /*isCounted=*/true), code);
+        }
+    }
+
+    Raw* _raw = nullptr;
+};
+
+/// Locks of threads of the POSIX side. Not recursive as far as anybody knows.
+class mutex : public owner<raw::mutex> {
+public:
+    using owner::owner;
+    void lock() const;
+    int lock(std::nothrow_t) const;
+    void unlock() const;
+    int unlock(std::nothrow_t) const;
+
+    /// Holds the lock for a scope. A failed unlock throws as the end of a handle does.
+    class scoped_lock {
+    public:
+        explicit scoped_lock(const mutex& target) : _target(target) { target.lock(); }
+        ~scoped_lock() noexcept(false);  // NOLINT(bugprone-exception-escape): meant
+        scoped_lock(const scoped_lock&) = delete;
+        scoped_lock& operator=(const scoped_lock&) = delete;
+
+    private:
+        const mutex& _target;
+    };
+};
+
+class cond : public owner<raw::cond> {
+public:
+    using owner::owner;
+    int broadcast(std::nothrow_t) const;
+    /// Up to a time of the realtime clock.
+    int timedwait(const mutex& locked, const raw::time& deadline, std::nothrow_t) const;
+};
+
+/// One option of a mount, and those behind it.
+class mount_option : public owner<raw::mount_option> {
+public:
+    using owner::owner;
+    /// Steps to the next one; null behind the last.
+    void next();
+    /// `errors`, if not null, gets a reference to the system on failure.
+    int next(system* errors, std::nothrow_t);
+    std::string text() const;
+    int text(std::string& result, std::nothrow_t) const;
+};
+
+/// A mount, and those behind it.
+class mount : public owner<raw::mount> {
+public:
+    using owner::owner;
+    void next();
+    int next(system* errors, std::nothrow_t);
+    std::string device() const;
+    int device(std::string& result, std::nothrow_t) const;
+    std::string root() const;
+    int root(std::string& result, std::nothrow_t) const;
+    std::string type() const;
+    int type(std::string& result, std::nothrow_t) const;
+    mount_option options() const;
+    int options(mount_option& result, std::nothrow_t) const;
+};
+
+}  // namespace vrpsx

@@ -1,0 +1,254 @@
+#pragma once
+
+// Classes over the raw objects of vrpsx.h: each holds one counted or owned handle. The file
+// vrpsxobjects-win.h has the mutex, the condition and the lists, and includes this one.
+//
+// An operation that can fail throws system_exception_t, whose context is the operation's full name,
+// such as "vrpsx::system::kill". With std::nothrow as the last argument it returns the runtime's
+// error code instead, 0 for success, and gives its result through the parameter before; what that
+// held is disposed of, which may throw (see there). Some have that form alone. The result that
+// comes with a failure is taken and disposed of like any other. An empty handle may be assigned,
+// swapped and destroyed; any other use stops the process by an assertion. Raw pointers that are
+// handed over aren't null unless told otherwise. Nothing is locked here: a system may be used by
+// any thread, each handle by one at a time.
+
+#include <cstddef>
+#include <cstdint>
+#include <malloc.h>
+#include <new>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include <boost/smart_ptr/intrusive_ptr.hpp>
+
+#include "util/windows/vrpsx.h"
+
+namespace vrpsx {
+
+class system;
+class mutex;
+class cond;
+class mount;
+
+namespace raw {
+// For boost::intrusive_ptr. What these two entries return has nobody to go to.
+inline void intrusive_ptr_add_ref(system* object) { object->table->add_ref(object); }
+inline void intrusive_ptr_release(system* object) { object->table->release(object, &object); }
+}  // namespace raw
+
+/// "CONTEXT: " and the runtime's words for the code; these alone are missing where it has none.
+class system_exception_t : public std::runtime_error {
+public:
+    system_exception_t(std::string_view context, const system& source, int errorCode);
+
+    int code;
+};
+
+/// Writes what system_exception_t would say, and a line end, to standard error. What goes wrong
+/// with that is dropped.
+void report(const char* context, const system& source, int code) noexcept;
+
+/// A path from the other side, freed by what made it. Null is a result, too.
+class buffer_result {
+public:
+    buffer_result() = default;
+    /// `owner`, not null, must outlive the result.
+    buffer_result(char* text, raw::buffer_owner* owner) : _text(text), _owner(owner) {}
+    buffer_result(buffer_result&& other) noexcept { swap(other); }
+    buffer_result& operator=(buffer_result&& other) noexcept;
+    ~buffer_result();
+    buffer_result(const buffer_result&) = delete;
+    buffer_result& operator=(const buffer_result&) = delete;
+
+    void swap(buffer_result& other) noexcept;
+    /// Hands the text over; nothing is freed then.
+    char* take();
+
+private:
+    char* _text = nullptr;
+    raw::buffer_owner* _owner = nullptr;
+};
+
+/// Lets the other side write into a string. Made for one result; the last one stays.
+class string_buffer_allocator : public raw::allocator {
+public:
+    string_buffer_allocator();
+    string_buffer_allocator(const string_buffer_allocator&) = delete;
+    string_buffer_allocator& operator=(const string_buffer_allocator&) = delete;
+
+    /// The string, without the terminator that the buffer had room for; none if no buffer was asked
+    /// for, or there was no memory for it.
+    std::optional<std::string> text;
+};
+
+/// Signals, in storage that somebody else has.
+class sigset {
+public:
+    explicit sigset(raw::sigset* raw) : _raw(raw) {}
+    void add(int signal) const;
+    int add(int signal, std::nothrow_t) const;
+    raw::sigset* raw() const { return _raw; }
+
+private:
+    raw::sigset* _raw;
+};
+
+/// What to do with a signal, in storage that somebody else has.
+class sigaction {
+public:
+    explicit sigaction(raw::sigaction* raw) : _raw(raw) {}
+    void set_handler(raw::disposition handler) const;
+    raw::sigaction* raw() const { return _raw; }
+
+private:
+    raw::sigaction* _raw;
+};
+
+class uname_result {
+public:
+    uname_result() = default;
+    explicit uname_result(raw::uname_result* raw) : _raw(raw) {}
+    ~uname_result();
+    uname_result(uname_result&& other) noexcept { swap(other); }
+    uname_result& operator=(uname_result&& other) noexcept;
+    uname_result(const uname_result&) = delete;
+    uname_result& operator=(const uname_result&) = delete;
+
+    void swap(uname_result& other) noexcept { std::swap(_raw, other._raw); }
+    /// Such as "1.7.35(0.287/5/3)"; good for as long as the object is.
+    const char* release_text() const;
+
+private:
+    raw::uname_result* _raw = nullptr;
+};
+
+/// A counted reference to the runtime.
+class system {
+public:
+    system() = default;
+    /// Adds a reference, unless `isCounted` says that it is handed over.
+    explicit system(raw::system* raw, bool isCounted = false) : _raw(raw, !isCounted) {}
+
+    raw::system* raw() const;
+    bool is_null() const { return _raw == nullptr; }
+
+    /// The runtime's words for an error code. Empty if it gives none.
+    std::string error_text(int code) const;
+    [[noreturn]] void exit(int code) const;
+    uname_result uname() const;
+    int uname(uname_result& result, std::nothrow_t) const;
+    int clock_gettime(raw::clock_id clock, raw::time& result, std::nothrow_t) const;
+    void nanosleep(const raw::time& requested) const;
+    int nanosleep(const raw::time& requested, raw::time& remaining, std::nothrow_t) const;
+    raw::pid getpid() const;
+    /// `result` isn't preset.
+    int getpgid(raw::pid process, raw::pid& result, std::nothrow_t) const;
+    void kill(raw::pid target, int signal) const;
+    int kill(raw::pid target, int signal, std::nothrow_t) const;
+    std::string strsignal(int signal) const;
+
+    /// In `storage`, of the size that the table tells: see with_sigset.
+    sigset sigset_init(void* storage) const;
+    vrpsx::sigaction sigaction_init(void* storage) const;
+    void sigaction(int signal, const vrpsx::sigaction& action) const;
+    int sigaction(int signal, const vrpsx::sigaction& action, std::nothrow_t) const;
+    int sigwait(const sigset& signals, int& signal, std::nothrow_t) const;
+    void thread_sigmask(int how, const sigset& signals) const;
+    int thread_sigmask(int how, const sigset& signals, std::nothrow_t) const;
+
+    raw::thread_id thread_create(raw::thread_entry entry, void* argument) const;
+    int thread_create(raw::thread_entry entry, void* argument, raw::thread_id& result,
+                      std::nothrow_t) const;
+    int thread_join(raw::thread_id thread, std::nothrow_t) const;
+    mutex mutex_create() const;
+    int mutex_create(mutex& result, std::nothrow_t) const;
+    cond cond_create() const;
+    int cond_create(cond& result, std::nothrow_t) const;
+
+    void symlink(const char* target, const char* path) const;
+    int symlink(const char* target, const char* path, std::nothrow_t) const;
+    /// `buffers` may be null.
+    buffer_result readlink(const char* path, raw::allocator* buffers) const;
+    int readlink(const char* path, raw::allocator* buffers, buffer_result& result,
+                 std::nothrow_t) const;
+    void chdir(const char* path) const;
+    int chdir(const char* path, std::nothrow_t) const;
+    /// The call of the table that has no name.
+    int path_call(const char* path, std::nothrow_t) const;
+    mount get_mounts() const;
+    int get_mounts(mount& result, std::nothrow_t) const;
+
+    // Constants of the runtime.
+    int invalid_argument() const { return raw()->table->invalid_argument; }
+    int missing_entry() const { return raw()->table->missing_entry; }
+    int timed_out() const { return raw()->table->timed_out; }
+    int sigusr2() const { return raw()->table->sigusr2; }
+    raw::disposition default_disposition() const { return raw()->table->default_disposition; }
+    uint64_t sigset_size() const { return raw()->table->sigset_size; }
+    uint64_t sigaction_size() const { return raw()->table->sigaction_size; }
+    int block_signals() const { return raw()->table->block_signals; }
+    int unblock_signals() const { return raw()->table->unblock_signals; }
+    raw::clock_id realtime_clock() const { return raw()->table->realtime_clock; }
+
+private:
+    boost::intrusive_ptr<raw::system> _raw;
+};
+
+/// A counted reference to the runtime with its translations.
+class embedding : public system {
+public:
+    embedding() = default;
+    /// Adds a reference.
+    explicit embedding(raw::embedding* raw) : system(&raw->system) {}
+
+    /// From an id of Windows.
+    int internalize_pid(uint32_t external, raw::pid& result, std::nothrow_t) const;
+
+    // From a path's Windows form to its POSIX form, and back; those of `execution` for paths of
+    // programs. `buffers` may be null. A result of null means that the path stays as it is.
+    buffer_result internalize_path(const char* path, raw::allocator* buffers) const;
+    int internalize_path(const char* path, raw::allocator* buffers, buffer_result& result,
+                         std::nothrow_t) const;
+    buffer_result externalize_path(const char* path, raw::allocator* buffers) const;
+    int externalize_path(const char* path, raw::allocator* buffers, buffer_result& result,
+                         std::nothrow_t) const;
+    buffer_result internalize_execution_path(const char* path, raw::allocator* buffers) const;
+    int internalize_execution_path(const char* path, raw::allocator* buffers, buffer_result& result,
+                                   std::nothrow_t) const;
+    buffer_result externalize_execution_path(const char* path, raw::allocator* buffers) const;
+    int externalize_execution_path(const char* path, raw::allocator* buffers, buffer_result& result,
+                                   std::nothrow_t) const;
+
+private:
+    using path_entry = int (*raw::embedding_table::*)(raw::embedding*, const char*, raw::allocator*,
+                                                      char**);
+    int convert(path_entry entry, const char* path, raw::allocator* buffers,
+                buffer_result& result) const;
+    buffer_result convert(const char* context, path_entry entry, const char* path,
+                          raw::allocator* buffers) const;
+    raw::embedding* whole() const;
+};
+
+/// How much storage is taken for an object of this size.
+constexpr size_t storage_size(uint64_t size) {
+    constexpr size_t alignment = 16;
+    return size == 0 ? alignment
+                     : (static_cast<size_t>(size) + alignment - 1) / alignment * alignment;
+}
+
+/// `use(signals)` with an empty sigset on the stack, without the heap.
+template <class Use>
+auto with_sigset(const system& source, Use use) {
+    void* const storage = _alloca(storage_size(source.sigset_size()));
+    return use(source.sigset_init(storage));
+}
+/// The same with a sigaction.
+template <class Use>
+auto with_sigaction(const system& source, Use use) {
+    void* const storage = _alloca(storage_size(source.sigaction_size()));
+    return use(source.sigaction_init(storage));
+}
+
+}  // namespace vrpsx
