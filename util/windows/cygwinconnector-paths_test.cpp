@@ -138,6 +138,36 @@ TEST(ConnectorPathDeathTest, ALinkWithoutATextStopsTheProcess) {
         "assertion failed at .*: buffers.text.has_value");
 }
 
+/// A runtime that gives a text of its own, although it was given an allocator.
+char gOwnText[] = "C:\\own";
+int giveOwnText(vrpsx::raw::embedding*, const char*, vrpsx::raw::allocator*, char** result) {
+    *result = gOwnText;
+    return 0;
+}
+
+TEST(ConnectorPathDeathTest, APathOutsideTheAllocatorStopsTheProcess) {
+    EXPECT_DEATH(
+        {
+            PosixProvider provider;
+            vrpsx::raw::embedding* const raw = testing_support::rawEmbedding(provider);
+            vrpsx::raw::embedding_table table = *raw->table;
+            table.externalize_path = &giveOwnText;
+            raw->table = &table;
+            connector(embeddingOf(provider)).externalize_path("/own");
+        },
+        "assertion failed at .*: buffers.text.has_value");
+}
+
+TEST(ConnectorPathTest, OtherPathsEndAtTheirNulToo) {
+    PosixProvider provider;
+    const connector c(embeddingOf(provider));
+    c.symlink(std::string("to\0x", 4), std::string("/link\0x", 7));
+    EXPECT_EQ(provider.link("/link"), "to");
+    EXPECT_EQ(c.readlink(std::string("/link\0y", 7)), "to");
+    c.chdir(std::string("/one\0x", 6));
+    EXPECT_EQ(provider.directory(), "/one");
+}
+
 TEST(ConnectorPathTest, TheFolderIsChanged) {
     PosixProvider provider;
     const connector c(embeddingOf(provider));

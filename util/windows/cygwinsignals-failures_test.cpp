@@ -62,6 +62,60 @@ TEST(SignalThreadTest, AThreadThatDiedIsToldAndJoinedWithoutAWakeUp) {
     provider.expectClean();
 }
 
+TEST(SignalThreadTest, WhatFailsInTheThreadEndsIt) {
+    const struct {
+        posixprovider_entry entry;
+        const char* text;
+    } rows[] = {
+        // The start locks and unlocks once, and so does the thread.
+        {POSIXPROVIDER_MUTEX_LOCK, "vrpsx::mutex::lock: error 9999\n"},
+        {POSIXPROVIDER_MUTEX_UNLOCK, "vrpsx::mutex::unlock: error 9999\n"},
+    };
+    for (const auto& row : rows) {
+        PosixProvider provider;
+        {
+            connector c(embeddingOf(provider));
+            provider.fail(row.entry, 2, CODE, row.entry == POSIXPROVIDER_MUTEX_UNLOCK);
+            EXPECT_EQ(printedBy([&] {
+                          c.start_signal_thread({});
+                          EXPECT_TRUE(eventually(
+                              [&] { return provider.calls(POSIXPROVIDER_COND_BROADCAST) == 1; }));
+                          c.stop_signal_thread();
+                      }),
+                      std::string("exception in VRPSX signal handling: ") + row.text);
+        }
+        provider.expectClean();
+    }
+}
+
+TEST(SignalThreadTest, AThreadThatDiedTellsWhatFailsThen) {
+    PosixProvider provider;
+    connector c(embeddingOf(provider));
+    provider.fail(POSIXPROVIDER_SIGSET_ADD, 2, CODE, /*withResult=*/false);
+    provider.failNextWithResult(POSIXPROVIDER_COND_BROADCAST, CODE);
+    EXPECT_EQ(printedBy([&] {
+                  c.start_signal_thread({});
+                  EXPECT_TRUE(eventually(
+                      [&] { return provider.calls(POSIXPROVIDER_COND_BROADCAST) == 1; }));
+                  c.stop_signal_thread();
+              }),
+              "exception in VRPSX signal handling: vrpsx::sigset::add: error 9999\n"
+              "vrpsx::cond::broadcast: error 9999\n");
+}
+
+TEST(SignalThreadDeathTest, AThreadThatDiedAndCannotLockEndsTheProcess) {
+    EXPECT_DEATH(
+        {
+            PosixProvider provider;
+            connector c(embeddingOf(provider));
+            provider.fail(POSIXPROVIDER_SIGSET_ADD, 2, CODE, /*withResult=*/false);
+            provider.fail(POSIXPROVIDER_MUTEX_LOCK, 2, CODE, /*withResult=*/false);
+            c.start_signal_thread({});
+            eventually([] { return false; });
+        },
+        "exception in VRPSX signal handling: vrpsx::sigset::add: error 9999");
+}
+
 TEST(SignalThreadTest, AThreadWithoutASetDies) {
     PosixProvider provider;
     connector c(embeddingOf(provider));

@@ -98,6 +98,50 @@ TEST(VrpsxEndTest, ALockThatCannotBeHadIsThrownAndNotUnlocked) {
     EXPECT_EQ(provider.calls(POSIXPROVIDER_MUTEX_UNLOCK), 0);
 }
 
+TEST(VrpsxFailureTest, TheWordsComeFromTheObjectsOwnSystem) {
+    PosixProvider provider;
+    provider.setMounts(MOUNTS);
+    const embedding e = embeddingOf(provider);
+    const vrpsx::mutex mutex = e.mutex_create();
+    provider.failNext(POSIXPROVIDER_MUTEX_LOCK, CODE);
+    EXPECT_THROW(mutex.lock(), vrpsx::system_exception_t);
+    EXPECT_EQ(provider.calls(POSIXPROVIDER_MUTEX_SYSTEM), 1);
+    const vrpsx::mount mount = e.get_mounts();
+    provider.failNext(POSIXPROVIDER_MOUNT_TYPE, CODE);
+    EXPECT_THROW(mount.type(), vrpsx::system_exception_t);
+    EXPECT_EQ(provider.calls(POSIXPROVIDER_MOUNT_SYSTEM), 1);
+    const vrpsx::mount_option option = mount.options();
+    provider.failNext(POSIXPROVIDER_MOUNT_OPTION_TEXT, CODE);
+    EXPECT_THROW(option.text(), vrpsx::system_exception_t);
+    EXPECT_EQ(provider.calls(POSIXPROVIDER_MOUNT_OPTION_SYSTEM), 1);
+    provider.failNext(POSIXPROVIDER_SIGSET_ADD, CODE);
+    EXPECT_THROW(vrpsx::with_sigset(e, [](const vrpsx::sigset& s) { s.add(1); }),
+                 vrpsx::system_exception_t);
+    EXPECT_EQ(provider.calls(POSIXPROVIDER_SIGSET_SYSTEM), 1);
+}
+
+vrpsx::raw::system_table gOriginal;
+constexpr size_t LARGE = 20'000;
+
+/// A runtime that uses all of the storage.
+int fillStorage(vrpsx::raw::system* self, void* storage, vrpsx::raw::sigset** result) {
+    std::fill_n(static_cast<unsigned char*>(storage), LARGE, 0xCC);
+    return gOriginal.sigset_init(self, storage, result);
+}
+
+TEST(VrpsxStorageTest, AllOfTheStorageCanBeUsed) {
+    PosixProvider provider;
+    provider.setStorageSizes(LARGE, LARGE);
+    testing_support::PatchedSystem patched(provider);
+    gOriginal = *patched.original;
+    patched.table.sigset_init = &fillStorage;
+    // Were it less, the stack would be overwritten.
+    vrpsx::with_sigset(embeddingOf(provider), [](const vrpsx::sigset& signals) {
+        EXPECT_EQ(signals.add(1, std::nothrow), 0);
+    });
+    EXPECT_EQ(provider.calls(POSIXPROVIDER_SYSTEM_SIGSET_INIT), 1);
+}
+
 TEST(VrpsxHandleTest, AHandleIsMovedAndAssigned) {
     PosixProvider provider;
     const embedding e = embeddingOf(provider);
