@@ -77,17 +77,15 @@ size_t plainRun(std::basic_string_view<Unit> text, unsigned highest, Take take) 
     using Value = std::make_unsigned_t<Unit>;
     // A block at a time, without a branch for each character, as compilers do many at once.
     constexpr size_t block = 64;
-    constexpr auto highBits = static_cast<Value>(~Value{127});
-    const auto toHighBit = static_cast<Value>(127 - highest);
     size_t length = 0;
     for (; text.size() - length >= block; length += block) {
-        Value seen = 0;
+        Value largest = 0;
         for (size_t i = length; i < length + block; ++i) {
             const auto value = static_cast<Value>(text[i]);
-            seen |= static_cast<Value>(value | (value + toHighBit));
+            largest = std::max(largest, value);
             take(i, value);
         }
-        if ((seen & highBits) != 0) {
+        if (largest > highest) {
             break;
         }
     }

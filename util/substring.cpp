@@ -91,7 +91,7 @@ size_t Substring::findAndUnescape(const std::string& set, size_t pos) {
         if (place >= text().size()) {
             return std::string::npos;
         }
-        if (place == start && text().substr(place, 2) == "\\\\") {
+        if (place == start && text()[place] == '\\' && text().substr(place + 1, 1) == "\\") {
             // Backslashes that are wanted themselves: what ends their run is what they escape.
             place = std::min(text().find_first_not_of('\\', place), text().size());
         }
