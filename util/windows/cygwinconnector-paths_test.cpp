@@ -290,17 +290,17 @@ TEST(ConnectorMountTest, WithoutMountsThereIsNothing) {
 TEST(ConnectorMountTest, WhatFailsOnTheWayIsThrownAndNothingIsLeft) {
     const struct {
         posixprovider_entry entry;
-        const char* text;
         bool isOfCygdrive;
+        const char* text;
     } rows[] = {
-        {POSIXPROVIDER_SYSTEM_GET_MOUNTS, "vrpsx::system::get_mounts: error 9999", true},
-        {POSIXPROVIDER_MOUNT_TYPE, "vrpsx::mount::type: error 9999", true},
-        {POSIXPROVIDER_MOUNT_DEVICE, "vrpsx::mount::device: error 9999", false},
-        {POSIXPROVIDER_MOUNT_ROOT, "vrpsx::mount::root: error 9999", true},
-        {POSIXPROVIDER_MOUNT_OPTIONS, "vrpsx::mount::options: error 9999", false},
-        {POSIXPROVIDER_MOUNT_NEXT, "vrpsx::mount::next: error 9999", true},
-        {POSIXPROVIDER_MOUNT_OPTION_TEXT, "vrpsx::mount_option::text: error 9999", false},
-        {POSIXPROVIDER_MOUNT_OPTION_NEXT, "vrpsx::mount_option::next: error 9999", false},
+        {POSIXPROVIDER_SYSTEM_GET_MOUNTS, true, "vrpsx::system::get_mounts: error 9999"},
+        {POSIXPROVIDER_MOUNT_TYPE, true, "vrpsx::mount::type: error 9999"},
+        {POSIXPROVIDER_MOUNT_DEVICE, false, "vrpsx::mount::device: error 9999"},
+        {POSIXPROVIDER_MOUNT_ROOT, true, "vrpsx::mount::root: error 9999"},
+        {POSIXPROVIDER_MOUNT_OPTIONS, false, "vrpsx::mount::options: error 9999"},
+        {POSIXPROVIDER_MOUNT_NEXT, true, "vrpsx::mount::next: error 9999"},
+        {POSIXPROVIDER_MOUNT_OPTION_TEXT, false, "vrpsx::mount_option::text: error 9999"},
+        {POSIXPROVIDER_MOUNT_OPTION_NEXT, false, "vrpsx::mount_option::next: error 9999"},
     };
     for (const auto& row : rows) {
         for (const bool withResult : {false, true}) {

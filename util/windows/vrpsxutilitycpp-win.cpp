@@ -123,7 +123,7 @@ void buffer_result::swap(buffer_result& other) noexcept {
 
 char* buffer_result::take() { return std::exchange(_text, nullptr); }
 
-string_buffer_allocator::string_buffer_allocator() : raw::allocator{&string_allocator_table} {}
+string_buffer_allocator::string_buffer_allocator() { table = &string_allocator_table; }
 
 void sigset::add(int signal) const {
     if (const int code = add(signal, std::nothrow)) {
