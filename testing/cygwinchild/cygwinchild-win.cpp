@@ -21,6 +21,7 @@ std::string answerOfThreads() {
     std::atomic<int> ready{0};
     std::atomic<int> yes{0};
     std::vector<std::thread> threads;
+    threads.reserve(COUNT);
     for (int i = 0; i < COUNT; ++i) {
         threads.emplace_back([&] {
             ++ready;

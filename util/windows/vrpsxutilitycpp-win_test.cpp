@@ -217,7 +217,8 @@ TEST(VrpsxSystemTest, AReferenceIsCounted) {
     const int before = provider.count(POSIXPROVIDER_COUNT_REFERENCES);
     {
         const embedding first = embeddingOf(provider);
-        const embedding second = first;
+        embedding second = first;  // which counts
+        second = embedding(second);
         vrpsx::system third = second;
         EXPECT_EQ(provider.count(POSIXPROVIDER_COUNT_REFERENCES), before + 3);
         third = vrpsx::system();
@@ -286,8 +287,7 @@ TEST(VrpsxSystemTest, PathsAreConvertedWithoutThrowing) {
     provider.setMounts(MOUNTS);
     const embedding e = embeddingOf(provider);
     const auto text = [](vrpsx::buffer_result& result) {
-        const std::string taken(result.take());
-        return taken;
+        return std::string(result.take());
     };
     vrpsx::string_buffer_allocator buffers;
     vrpsx::buffer_result result;
