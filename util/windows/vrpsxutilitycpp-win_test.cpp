@@ -286,9 +286,7 @@ TEST(VrpsxSystemTest, PathsAreConvertedWithoutThrowing) {
     PosixProvider provider;
     provider.setMounts(MOUNTS);
     const embedding e = embeddingOf(provider);
-    const auto text = [](vrpsx::buffer_result& result) {
-        return std::string(result.take());
-    };
+    const auto text = [](vrpsx::buffer_result& result) { return std::string(result.take()); };
     vrpsx::string_buffer_allocator buffers;
     vrpsx::buffer_result result;
     EXPECT_EQ(e.internalize_path("C:\\one\\a.exe", &buffers, result, std::nothrow), 0);
