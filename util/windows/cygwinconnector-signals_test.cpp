@@ -1,7 +1,6 @@
 // The connector's signal thread.
 
 #include <atomic>
-#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
