@@ -80,7 +80,16 @@ int throwExit(vrpsx::raw::system*, int code) {
     throw Exited{code, testing_support::allocationCount()};
 }
 
+int gSwitches = 0;
+
+BOOL WINAPI countSwitch() {
+    ++gSwitches;
+    return FALSE;
+}
+
 TEST(ExitWithSignalTest, ItRaises32TimesAndExitsWithoutTheHeap) {
+    const testing_support::ReplacedCall<BOOL WINAPI()> call("SwitchToThread", &countSwitch);
+    gSwitches = 0;
     PosixProvider provider;
     provider.setClock(POSIXPROVIDER_LEAPING_CLOCK);
     {
@@ -101,6 +110,7 @@ TEST(ExitWithSignalTest, ItRaises32TimesAndExitsWithoutTheHeap) {
         EXPECT_EQ(provider.calls(POSIXPROVIDER_SYSTEM_KILL), 32);
         EXPECT_EQ(provider.sleeps(),
                   std::vector<PosixProvider::Time>(32, PosixProvider::Time{0, 100'000'000}));
+        EXPECT_EQ(gSwitches, 32) << "others run before each sleep";
     }
     provider.expectClean();
 }
