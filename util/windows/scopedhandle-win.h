@@ -1,5 +1,7 @@
 #pragma once
 
+#include <utility>
+
 #include <windows.h>
 
 /// Owns a Windows handle that CloseHandle closes.
@@ -27,6 +29,9 @@ public:
 
     /// Releases what is held and gives the place for a Windows call to put a new handle.
     HANDLE* receive() noexcept;
+
+    /// Hands the handle over to the caller, and holds -1 from then on.
+    HANDLE detach() noexcept { return std::exchange(mHandle, INVALID_HANDLE_VALUE); }
 
     /// Closes the handle, if there is one, and holds -1 from then on. A failure goes to the
     /// debugger as "FUNCTION@FILE:LINE:  " and the words of a Win32Exception. Never throws.

@@ -1,0 +1,222 @@
+#pragma once
+
+// Runs one command at a time, from its line to its exit code.
+//
+//     Exec exec;
+//     Exec::RunInfo info;
+//     info.mDirectArgv = {"tool.exe \"some file\" -v"};
+//     std::string output, error;
+//     bool aborted = false;
+//     const int32_t code = exec.runCommand(info, "c:/work", /*environment=*/nullptr,
+//                                          /*passThrough=*/nullptr, &output, &error, &aborted);
+//
+// All text is UTF-8, save what a command writes, which comes back byte for byte.
+
+#include <atomic>
+#include <cstdint>
+#include <iosfwd>
+#include <list>
+#include <map>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <windows.h>
+
+#include "util/mutex-pthreads.h"
+#include "util/windows/scopedhandle-win.h"
+
+namespace cygwin {
+class connector;
+}
+
+/// Where a command's standard output or standard error goes. Any other value is refused as a
+/// stream that can't be opened.
+using StreamMode = int32_t;
+enum : StreamMode {
+    streamOutput = 0,  ///< the caller's standard output, or the capture of it
+    streamError = 1,   ///< the caller's standard error, or the capture of it
+    streamFile = 2,    ///< the named file, emptied first
+    streamAppend = 3,  ///< the named file, behind what it holds
+};
+
+/// One thread at a time runs commands on an object. Any other thread may meanwhile abort the
+/// command or replace the stall rules. A derived class may replace `reportError` and the other
+/// virtual operations; `reportError` may be called with `mHandleLock` held.
+class Exec {
+public:
+    /// A command and where its streams go.
+    struct RunInfo {
+        /// The program file, taken as it stands but for its double quotes; nothing is searched for.
+        /// Empty: the program is the first word of the line.
+        std::string mProgram;
+        /// Exactly one text, the whole line, quoted as the program wants it. Any other count stops
+        /// the process by an assertion.
+        std::vector<std::string> mDirectArgv;
+        /// If not empty, its first text is the line that is started where the program can't be
+        /// found or the streams can't be set up.
+        std::vector<std::string> mAlternateArgv;
+        std::string mStdinFile;  ///< empty: the command reads the end of the file at once
+        std::string mStdoutFile;
+        std::string mStderrFile;
+        StreamMode mStdoutMode = streamOutput;
+        StreamMode mStderrMode = streamError;
+        /// Standard error goes where standard output goes.
+        bool mMergeOutput = false;
+        /// Streams of the modes 0 and 1 come back as text.
+        bool mCaptureOutput = true;
+        /// What is captured is UTF-16, little-endian, and comes back as UTF-8.
+        bool mUtf16Output = false;
+        /// The command is a Cygwin program, whose exit code tells of signals.
+        bool mCygwinCommand = false;
+
+        /// Makes the five fields of redirections what they are by default.
+        void clearRedirections();
+    };
+
+    enum : uint32_t {
+        watchTime = 1,   ///< a change of the job's processor times is progress
+        watchIo = 2,     ///< a change of the job's counts of I/O operations is progress
+        reportOnly = 4,  ///< a stall is reported and the command goes on
+    };
+    /// When a command counts as stalled. Without watchTime and watchIo, or with a timeout of 0, its
+    /// commands run in a job and aren't watched.
+    struct StallRule {
+        std::string mPattern;  ///< POSIX extended; matches the whole line, in any case of letters
+        int32_t mTimeout = 0;  ///< milliseconds without progress, in effect a multiple of 500
+        uint32_t mFlags = 0;
+    };
+
+    static constexpr uint32_t noPid = 0xffffffff;
+    static constexpr uint32_t noSignal = 0x80000000;
+
+    Exec();
+    /// Aborts a command that is running, and doesn't wait for it.
+    virtual ~Exec();
+    Exec(const Exec&) = delete;
+    Exec& operator=(const Exec&) = delete;
+
+    /// Starts a command, waits for it and, in job mode, for all that it started, and returns its
+    /// exit code. 255: the program can't be found, the streams can't be set up, or the alternate
+    /// can't be started. 1: any other failure, or an abort, and then `*aborted` is true. A command
+    /// may return these numbers itself: the texts tell.
+    ///
+    /// `environment` is a block of NAME=VALUE strings, each with its NUL, and one NUL more; null or
+    /// empty stands for the caller's. Its first PATH in any case of letters is where programs are
+    /// searched for. An empty `workingDirectory` is the current one. `passThrough` is handed to the
+    /// command that "NBBRK" names, which is run to break a stalled command.
+    ///
+    /// The last three are never null and are written at once. What is captured over the limit is
+    /// cut, with a report in front. Failures are put behind the captured errors (behind the output
+    /// where the streams are merged, nowhere without capture) and given to `reportError`; the
+    /// missing program goes to one of the two.
+    ///
+    /// Until the command runs, the process's current directory and `Path` are the command's, and
+    /// other commands wait for their start. `Path` goes through the ANSI code page.
+    ///
+    /// Throws NumberedRuntimeError, 5008, for a working directory that can't be entered, and what
+    /// the regular expression of a stall rule throws.
+    virtual int32_t runCommand(RunInfo& runInfo, const std::string& workingDirectory,
+                               const char* environment, void* passThrough, std::string* outputText,
+                               std::string* errorText, bool* aborted);
+    /// Signals the running command, or the next one if none is running, to end; it is ended by
+    /// force after 1.5 seconds. Every later command is aborted as well, until `reset`. `lock` must
+    /// hold `mHandleLock`: an assertion stops the process otherwise. `signal` is for a process of
+    /// the POSIX side; all others get a break event. Never waits.
+    virtual void abort(MutexLock& lock, int signal);
+    /// Makes the object as new, but for the log, the job, the output limits and the last counters.
+    /// Not while a command runs.
+    virtual void reset();
+    /// Does nothing. This one and the other two keep the places of operations.
+    virtual void reserved1();
+    /// Replaces the rules. If one of the new ones has the pattern of the rule that matched last, it
+    /// applies to the running command from now on.
+    virtual void setStallRules(const std::list<StallRule>& rules);
+    virtual void reserved2();
+    /// A captured stream of over `maxBytes` bytes is cut to `keepBytes` bytes.
+    virtual void setOutputLimits(int maxBytes, unsigned keepBytes);
+    virtual void getOutputLimits(int* maxBytes, unsigned* keepBytes);
+    /// What happened in the present or last run, a line for each thing. While other threads may
+    /// abort the command, the caller holds `mHandleLock`.
+    virtual std::string log();
+    /// Writes the text and a line end to standard error.
+    virtual void reportError(const char* text);
+    virtual void reserved3();
+
+    /// The connector is for commands that are POSIX processes; it outlives its use here. Null for
+    /// none.
+    void setCygwinConnector(cygwin::connector* connector);
+    /// The signal that ended the last Cygwin command, or `noSignal`.
+    uint32_t childSignal() const { return mChildSignal; }
+    /// The first size, in bytes, of the buffer for the processes of a job. One of over 1,024 is
+    /// ignored.
+    void setPidBufferSize(uint32_t size);
+
+    /// Lets the jobs that are made from now on run at high priority, if the version of Windows is
+    /// below 6.1; from that on it is meant to enable the privilege alone. Empty, or the failure.
+    static std::string elevateWindowsPriority();
+
+protected:
+    /// Puts the text behind `failureText`, unless that is null, and calls `reportError`.
+    void report(const std::string& text, std::string* failureText);
+    /// The same with ": ", the words for GetLastError and a line end behind the text.
+    void reportWithLastError(const char* text, std::string* failureText);
+    void selectStallRule(const std::string& command);
+    /// Waits for a process, breaks and ends it on an abort or a stall. False if the wait fails.
+    bool waitProcessExit(HANDLE process, uint32_t pid, const char* command,
+                         std::string* failureText, bool* stalled,
+                         const std::string& workingDirectory, const char* environment,
+                         void* passThrough);
+    /// Waits for the processes that are left in the job, but for servers that are known to stay.
+    void waitChildren(const char* command, std::string* failureText);
+
+    std::atomic<uint32_t> mPid = noPid;
+    std::atomic<bool> mAborted = false;
+
+public:
+    /// Guards `mPid`, `mAborted`, the log, the rules and the countdown.
+    Mutex mHandleLock;
+
+protected:
+    std::list<StallRule> mStallRules;
+    StallRule* mCurrentRule = nullptr;
+    std::string mJobPattern;      ///< not empty: job mode
+    int32_t mStallCountdown = 0;  ///< milliseconds
+    std::ostringstream mLog;      ///< written with `mHandleLock` held
+    int32_t mMaxOutputBytes = 5000000;
+    uint32_t mKeepOutputBytes = 5000;
+    uint32_t mChildSignal = noSignal;
+    ScopedHandle mJob;
+    int64_t mLastUserTime = 0;  ///< units of 100 ns, as the next
+    int64_t mLastKernelTime = 0;
+    uint64_t mLastReads = 0;
+    uint64_t mLastWrites = 0;
+    uint64_t mLastOtherOps = 0;
+    uint32_t mPidBufferSize = 1024;
+    uint16_t mCygwinMajor = 0;  ///< major * 1000 + minor
+    uint16_t mCygwinMinor = 0;  ///< the patch level
+    cygwin::connector* mConnector = nullptr;
+    std::map<std::string, std::string> mPathCache;  ///< POSIX names to Windows paths
+    uint64_t mPathCacheHits = 0;
+    uint64_t mPathCacheMisses = 0;
+
+private:
+    class Run;
+    struct Wait;
+    struct JobProcesses;
+
+    void addToLog(const std::string& text);
+    void emptyLog();
+    int32_t ruleTimeout() const;
+    bool signalCygwinProcess(uint32_t pid, int signal);
+
+    bool endByForce(const Wait& wait, HANDLE ntvdm);
+    bool waitLeftover(uint32_t id, const char* command, std::string* failureText);
+    void superviseJob(Wait& wait);
+    bool isWatched() const;
+    bool isPastHalfTime() const;
+    JobProcesses listJob(std::string* failureText);
+    bool sawProgress(const JOBOBJECT_BASIC_AND_IO_ACCOUNTING_INFORMATION& now);
+    void reportStall(Wait& wait, const JobProcesses& processes);
+    void breakCommand(const Wait& wait);
+};
