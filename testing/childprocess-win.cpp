@@ -8,6 +8,8 @@
 
 #include <windows.h>
 
+#include "testing/quotedargument.h"
+
 namespace testing_support {
 namespace {
 
@@ -24,25 +26,10 @@ std::wstring wide(const std::string& text) {
     return std::filesystem::path(std::u8string(text.begin(), text.end())).wstring();
 }
 
-/// Appends `argument` as the C runtime's reader of command lines takes it: backslashes are doubled
-/// where a quote follows, and nowhere else.
-void appendQuoted(std::wstring& line, const std::wstring& argument) {
-    line += L" \"";
-    size_t backslashes = 0;
-    for (const wchar_t unit : argument) {
-        if (unit == L'"') {
-            line.append(backslashes + 1, L'\\');
-        }
-        backslashes = unit == L'\\' ? backslashes + 1 : 0;
-        line += unit;
-    }
-    line.append(backslashes, L'\\');
-    line += L'"';
-}
-
 std::wstring commandLine(const ChildRun& run) {
     std::wstring line = L'"' + run.program.wstring() + L'"';
     for (const std::string& argument : run.arguments) {
+        line += L' ';
         appendQuoted(line, wide(argument));
     }
     return line;

@@ -1,0 +1,318 @@
+// A child that does what its arguments say, from left to right. Text goes out as UTF-8,
+// untranslated, and with no line end of its own but where lines are spoken of.
+//
+//     out COUNT PIECE         COUNT bytes "abc...zabc..." to standard output, PIECE bytes a write
+//     err COUNT PIECE         the same to standard error
+//     say TEXT                the text to standard output (say16: as UTF-16LE)
+//     complain TEXT           the text to standard error (complain16: as UTF-16LE)
+//     copy                    standard input to standard output, to its end
+//     sleep MS                sleeps
+//     burn MS                 computes until its processor time has grown by that
+//     io MS FILE              writes and reads the file for that time, with a sleep after each
+//     round make FILE               makes an empty file await FILE              waits until the
+//     file is there await-gone FILE         waits until the file isn't there pid FILE writes its
+//     process id to the file, which is never seen half written variable NAME           the
+//     environment variable, or "(not set)" environment             each entry of the environment
+//     block on a line folder                  the current directory handles                 a line
+//     for standard input, output and error: "disk" and the position,
+//                             "pipe", "char" or "unknown"; then "same file", "different files" or
+//                             "no files", of standard output and error
+//     ignore-break            from here on a break has no effect
+//     spawn ACTIONS...        starts itself with these, without standard handles, and ends
+//     spawn-and N ACTIONS...  the same with the next N arguments, and goes on behind them
+//     arguments               the whole command line as it came, and ends
+//     exit CODE               ends with this exit code, decimal (also negative) or 0x and
+//     hexadecimal
+//
+// Otherwise it ends with 0; with 120 and a line on standard error if it can't understand an action,
+// with 121 and a line if it can't do one.
+//
+// A break comes from the console or as an event: see childBreakName. What counts as work it tells:
+// see ChildCounters.
+
+#include <algorithm>
+#include <atomic>
+#include <cwchar>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <windows.h>
+
+#include "testing/children/childobjects.h"
+#include "testing/children/childstreams-win.h"
+#include "testing/quotedargument.h"
+
+namespace {
+
+using namespace child;
+
+constexpr UINT BREAK_CODE = 0xC000013A;  // what Windows ends a process with at a break
+
+std::atomic<bool> gIgnoresBreak{false};
+
+ULONGLONG number(const wchar_t* text) {
+    const bool isHex = text[0] == L'0' && (text[1] == L'x' || text[1] == L'X');
+    const wchar_t* digits = isHex ? text + 2 : text;
+    wchar_t* rest = nullptr;
+    const auto value = static_cast<ULONGLONG>(std::wcstoll(digits, &rest, isHex ? 16 : 10));
+    if (rest == digits || *rest != L'\0') {
+        fail(NOT_UNDERSTOOD, std::wstring(L"no number: ").append(text));
+    }
+    return value;
+}
+
+void writePattern(DWORD stream, size_t count, size_t piece) {
+    constexpr size_t PERIOD = 26;
+    if (piece == 0) {
+        fail(NOT_UNDERSTOOD, L"pieces of nothing");
+    }
+    std::string pattern(std::min(count, piece) + PERIOD, '\0');
+    for (size_t at = 0; at < pattern.size(); ++at) {
+        pattern[at] = static_cast<char>('a' + at % PERIOD);
+    }
+    HANDLE file = GetStdHandle(stream);
+    for (size_t done = 0; done < count; done += piece) {
+        write(file, pattern.data() + done % PERIOD, std::min(piece, count - done));
+    }
+}
+
+void copy() {
+    std::vector<char> buffer(1 << 16);
+    while (const size_t count =
+               read(GetStdHandle(STD_INPUT_HANDLE), buffer.data(), buffer.size())) {
+        write(GetStdHandle(STD_OUTPUT_HANDLE), buffer.data(), count);
+    }
+}
+
+ULONGLONG joined(FILETIME time) {
+    return ULONGLONG{time.dwHighDateTime} << 32 | time.dwLowDateTime;
+}
+
+/// Returns the processor time so far, in 100 ns, and tells it.
+ULONGLONG countTimes() {
+    FILETIME ignored;
+    FILETIME kernel;
+    FILETIME user;
+    require(GetProcessTimes(GetCurrentProcess(), &ignored, &ignored, &kernel, &user) != 0,
+            L"times");
+    counters().kernelTime = joined(kernel);
+    counters().userTime = joined(user);
+    return joined(kernel) + joined(user);
+}
+
+void burn(ULONGLONG milliseconds) {
+    const ULONGLONG end = countTimes() + milliseconds * 10000;
+    while (countTimes() < end) {
+        for (volatile int turns = 100000; turns != 0;) {
+            const int left = turns - 1;
+            turns = left;
+        }
+    }
+}
+
+void writeAndRead(ULONGLONG milliseconds, const wchar_t* path) {
+    char buffer[8] = "content";
+    const ULONGLONG start = GetTickCount64();
+    HANDLE file = createFile(path);
+    while (GetTickCount64() - start < milliseconds) {
+        SetFilePointer(file, 0, nullptr, FILE_BEGIN);
+        write(file, buffer, sizeof buffer);
+        SetFilePointer(file, 0, nullptr, FILE_BEGIN);
+        read(file, buffer, sizeof buffer);
+        Sleep(10);
+    }
+    CloseHandle(file);
+}
+
+void awaitFile(const wchar_t* path, bool isAwaited) {
+    while ((GetFileAttributesW(path) != INVALID_FILE_ATTRIBUTES) != isAwaited) {
+        Sleep(2);
+    }
+}
+
+void tellPid(const std::wstring& path) {
+    const std::wstring temporary = path + L".new";
+    const std::string text = std::to_string(GetCurrentProcessId());
+    HANDLE file = createFile(temporary);
+    write(file, text.data(), text.size());
+    CloseHandle(file);
+    require(MoveFileExW(temporary.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING) != 0,
+            path.c_str());
+}
+
+void printVariable(const wchar_t* name) {
+    SetLastError(ERROR_SUCCESS);
+    std::wstring value(GetEnvironmentVariableW(name, nullptr, 0), L'\0');
+    if (GetLastError() == ERROR_ENVVAR_NOT_FOUND) {
+        print(L"(not set)");
+        return;
+    }
+    value.resize(GetEnvironmentVariableW(name, value.data(), static_cast<DWORD>(value.size())));
+    print(value);
+}
+
+void printEnvironment() {
+    std::wstring lines;
+    for (const wchar_t* entry = GetEnvironmentStringsW(); *entry != L'\0';
+         entry += std::wcslen(entry) + 1) {
+        lines.append(entry).append(1, L'\n');
+    }
+    print(lines);
+}
+
+void printFolder() {
+    std::wstring folder(GetCurrentDirectoryW(0, nullptr), L'\0');
+    folder.resize(GetCurrentDirectoryW(static_cast<DWORD>(folder.size()), folder.data()));
+    print(folder);
+}
+
+std::wstring kindOf(HANDLE handle) {
+    switch (GetFileType(handle)) {
+        case FILE_TYPE_DISK: {
+            LARGE_INTEGER position{};
+            SetFilePointerEx(handle, LARGE_INTEGER{}, &position, FILE_CURRENT);
+            return L"disk " + std::to_wstring(position.QuadPart);
+        }
+        case FILE_TYPE_PIPE:
+            return L"pipe";
+        case FILE_TYPE_CHAR:
+            return L"char";
+        default:
+            return L"unknown";
+    }
+}
+
+const wchar_t* comparedFiles(HANDLE one, HANDLE other) {
+    BY_HANDLE_FILE_INFORMATION a;
+    BY_HANDLE_FILE_INFORMATION b;
+    if (!GetFileInformationByHandle(one, &a) || !GetFileInformationByHandle(other, &b)) {
+        return L"no files";
+    }
+    const bool isSame = a.dwVolumeSerialNumber == b.dwVolumeSerialNumber &&
+                        a.nFileIndexHigh == b.nFileIndexHigh && a.nFileIndexLow == b.nFileIndexLow;
+    return isSame ? L"same file" : L"different files";
+}
+
+void printHandles() {
+    HANDLE output = GetStdHandle(STD_OUTPUT_HANDLE);
+    HANDLE error = GetStdHandle(STD_ERROR_HANDLE);
+    std::wstring lines = kindOf(GetStdHandle(STD_INPUT_HANDLE)) + L'\n';
+    lines.append(kindOf(output)).append(1, L'\n');
+    lines.append(kindOf(error)).append(1, L'\n');
+    lines.append(comparedFiles(output, error)).append(1, L'\n');
+    print(lines);
+}
+
+void spawn(const wchar_t* const* first, const wchar_t* const* last) {
+    std::vector<wchar_t> program(32768);
+    GetModuleFileNameW(nullptr, program.data(), static_cast<DWORD>(program.size()));
+    std::wstring line = L"execchild";
+    for (; first != last; ++first) {
+        line += L' ';
+        testing_support::appendQuoted(line, *first);
+    }
+    // With no handles named, console programs would be given their parent's.
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    PROCESS_INFORMATION process{};
+    require(CreateProcessW(program.data(), line.data(), nullptr, nullptr, /*bInheritHandles=*/FALSE,
+                           0, nullptr, nullptr, &startup, &process) != 0,
+            L"spawn");
+    CloseHandle(process.hThread);
+    CloseHandle(process.hProcess);
+}
+
+BOOL WINAPI onConsoleEvent(DWORD event) { return event == CTRL_BREAK_EVENT && gIgnoresBreak; }
+
+DWORD WINAPI waitForBreaks(void* event) {
+    while (WaitForSingleObject(event, INFINITE) == WAIT_OBJECT_0) {
+        if (!gIgnoresBreak) {
+            TerminateProcess(GetCurrentProcess(), BREAK_CODE);
+        }
+    }
+    return 0;
+}
+
+void listenForBreaks() {
+    HANDLE event = CreateEventW(nullptr, /*bManualReset=*/FALSE, /*bInitialState=*/FALSE,
+                                testing_support::childBreakName(GetCurrentProcessId()).c_str());
+    HANDLE thread = CreateThread(nullptr, 1 << 16, &waitForBreaks, event,
+                                 STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
+    require(event != nullptr && thread != nullptr, L"break event");
+    CloseHandle(thread);
+}
+
+struct Action {
+    const wchar_t* name;
+    int argumentCount;
+    void (*perform)(const wchar_t* const* arguments);
+};
+
+using Arguments = const wchar_t* const*;
+
+constexpr Action ACTIONS[] = {
+    {L"out", 2, [](Arguments a) { writePattern(STD_OUTPUT_HANDLE, number(a[0]), number(a[1])); }},
+    {L"err", 2, [](Arguments a) { writePattern(STD_ERROR_HANDLE, number(a[0]), number(a[1])); }},
+    {L"say", 1, [](Arguments a) { print(a[0]); }},
+    {L"say16", 1, [](Arguments a) { printUtf16(a[0], STD_OUTPUT_HANDLE); }},
+    {L"complain", 1, [](Arguments a) { print(a[0], STD_ERROR_HANDLE); }},
+    {L"complain16", 1, [](Arguments a) { printUtf16(a[0], STD_ERROR_HANDLE); }},
+    {L"copy", 0, [](Arguments) { copy(); }},
+    {L"sleep", 1, [](Arguments a) { Sleep(static_cast<DWORD>(number(a[0]))); }},
+    {L"burn", 1, [](Arguments a) { burn(number(a[0])); }},
+    {L"io", 2, [](Arguments a) { writeAndRead(number(a[0]), a[1]); }},
+    {L"make", 1, [](Arguments a) { CloseHandle(createFile(a[0])); }},
+    {L"await", 1, [](Arguments a) { awaitFile(a[0], true); }},
+    {L"await-gone", 1, [](Arguments a) { awaitFile(a[0], false); }},
+    {L"pid", 1, [](Arguments a) { tellPid(a[0]); }},
+    {L"variable", 1, [](Arguments a) { printVariable(a[0]); }},
+    {L"environment", 0, [](Arguments) { printEnvironment(); }},
+    {L"folder", 0, [](Arguments) { printFolder(); }},
+    {L"handles", 0, [](Arguments) { printHandles(); }},
+    {L"ignore-break", 0,
+     [](Arguments) {
+         gIgnoresBreak = true;
+         SetConsoleCtrlHandler(&onConsoleEvent, TRUE);
+     }},
+    {L"arguments", 0,
+     [](Arguments) {
+         print(GetCommandLineW());
+         end(0);
+     }},
+    {L"exit", 1, [](Arguments a) { end(static_cast<UINT>(number(a[0]))); }},
+};
+
+/// Does the first action and returns where the next one stands.
+Arguments perform(Arguments first, Arguments last) {
+    const std::wstring name = *first++;
+    const auto available = static_cast<size_t>(last - first);
+    if (name == L"spawn") {
+        spawn(first, last);
+        return last;
+    }
+    if (name == L"spawn-and" && available > 0 && number(*first) < available) {
+        Arguments rest = first + 1 + number(*first);
+        spawn(first + 1, rest);
+        return rest;
+    }
+    for (const Action& action : ACTIONS) {
+        if (name == action.name && available >= static_cast<size_t>(action.argumentCount)) {
+            action.perform(first);
+            return first + action.argumentCount;
+        }
+    }
+    fail(NOT_UNDERSTOOD, L"can't understand " + name);
+}
+
+}  // namespace
+
+int wmain(int count, wchar_t** arguments) {
+    listenForBreaks();
+    Arguments next = arguments + 1;
+    while (next < arguments + count) {
+        next = perform(next, arguments + count);
+    }
+    return 0;
+}

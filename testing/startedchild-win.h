@@ -1,0 +1,49 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <windows.h>
+
+namespace testing_support {
+
+/// A running execchild, whose source tells its words. Ended by force when the scope ends.
+class StartedChild {
+public:
+    struct Start {
+        /// UTF-8.
+        std::vector<std::string> actions;
+        /// Joined before the child runs.
+        HANDLE job = nullptr;
+        /// Inheritable; "NUL" where there is none.
+        HANDLE input = nullptr;
+        HANDLE output = nullptr;
+        HANDLE error = nullptr;
+        /// The child waits for `resume`.
+        bool isSuspended = false;
+    };
+
+    /// Throws std::system_error if it can't be started.
+    explicit StartedChild(const Start& start);
+    ~StartedChild();
+    StartedChild(const StartedChild&) = delete;
+    StartedChild& operator=(const StartedChild&) = delete;
+
+    DWORD pid() const { return mPid; }
+    void resume();
+    /// Waits for its end and returns its exit code.
+    DWORD wait() const;
+
+private:
+    struct HandleCloser {
+        void operator()(HANDLE handle) const { CloseHandle(handle); }
+    };
+    using Handle = std::unique_ptr<void, HandleCloser>;
+
+    Handle mProcess;
+    Handle mThread;
+    DWORD mPid = 0;
+};
+
+}  // namespace testing_support
