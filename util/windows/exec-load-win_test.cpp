@@ -1,0 +1,172 @@
+// Exec under load: many threads at once, and a process that is ended in the middle of a run.
+
+#include <atomic>
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include "testing/childprocess-win.h"
+#include "testing/environmentscope.h"
+#include "testing/eventually.h"
+#include "testing/processresources-win.h"
+#include "testing/tempfolder.h"
+#include "testing/testedexec-win.h"
+#include "testing/utf8path.h"
+#include "util/windows/environment-win.h"
+#include "util/windows/scopedhandle-win.h"
+#include "util/windows/system-paths-win.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing_support::CommandResult;
+using testing_support::EnvironmentScope;
+using testing_support::eventually;
+using testing_support::handleCount;
+using testing_support::TempFolder;
+using testing_support::TestedExec;
+using testing_support::utf8;
+
+fs::path childProgram() { return testing_support::testProgramFolder() / "execchild.exe"; }
+
+size_t fileCount(const fs::path& folder) {
+    return static_cast<size_t>(
+        std::distance(fs::directory_iterator(folder), fs::directory_iterator()));
+}
+
+/// What one thread has to itself: a directory to work in, and a program that only its own `Path`
+/// leads to.
+class Worker {
+public:
+    explicit Worker(int number)
+        : mProgram("child" + std::to_string(number)), mDirectory(mFolder.path() / "work") {
+        const fs::path programs = mFolder.path() / "bin";
+        fs::create_directory(mDirectory);
+        fs::create_directory(programs);
+        fs::copy_file(childProgram(), programs / (mProgram + ".exe"));
+        mPath = utf8(programs);
+        mEnvironment.append("Path=").append(mPath).append(1, '\0').append(1, '\0');
+    }
+
+    /// Whether the command saw what this thread gave it.
+    bool run() {
+        const CommandResult result = mExec.run(mProgram + " folder say | variable PATH",
+                                               utf8(mDirectory), mEnvironment.c_str());
+        return result.code == 0 && result.output == utf8(mDirectory) + '|' + mPath &&
+               result.error.empty() && mExec.errors().empty();
+    }
+
+private:
+    const TempFolder mFolder;
+    std::string mProgram;
+    fs::path mDirectory;
+    std::string mPath;
+    std::string mEnvironment;
+    TestedExec mExec;
+};
+
+/// Runs commands in so many threads at once, and says how many saw something else than they were
+/// to see.
+int failuresUnderLoad(int threads, int commands) {
+    std::atomic<int> failures = 0;
+    std::vector<std::jthread> workers;
+    for (int number = 0; number < threads; ++number) {
+        workers.emplace_back([number, commands, &failures] {
+            Worker worker(number);
+            for (int i = 0; i < commands; ++i) {
+                failures += worker.run() ? 0 : 1;
+            }
+        });
+    }
+    workers.clear();
+    return failures;
+}
+
+void expectEachCommandSeesItsOwn(int threads, int commands) {
+    const TempFolder captures;
+    const EnvironmentScope temp("TMP", captures.path().string());
+    const std::string directory = System::getcwd();
+    const std::optional<std::string> path = environmentVariable("Path");
+    // What the process opens once stays open.
+    ASSERT_EQ(failuresUnderLoad(threads, /*commands=*/1), 0);
+    const size_t handles = handleCount();
+
+    EXPECT_EQ(failuresUnderLoad(threads, commands), 0);
+    EXPECT_EQ(System::getcwd(), directory);
+    EXPECT_EQ(environmentVariable("Path"), path);
+    EXPECT_EQ(fileCount(captures.path()), 0U);
+    EXPECT_EQ(handleCount(), handles);
+}
+
+TEST(ExecUnderLoad, EachOf200CommandsInEightThreadsSeesItsOwnDirectoryAndPath) {
+    expectEachCommandSeesItsOwn(/*threads=*/8, /*commands=*/25);
+}
+
+TEST(ExecUnderLoad, EachOf2000CommandsInEightThreadsSeesItsOwnDirectoryAndPathSoak) {
+    expectEachCommandSeesItsOwn(/*threads=*/8, /*commands=*/250);
+}
+
+/// A process of its own that runs a command.
+class Host {
+public:
+    explicit Host(const std::string& line) {
+        std::wstring text = (testing_support::testProgramFolder() / "exechost.exe").wstring();
+        text.insert(0, 1, L'"').append(L"\" \"").append(fs::path(line).wstring()).append(1, L'"');
+        STARTUPINFOW startup{};
+        startup.cb = sizeof startup;
+        PROCESS_INFORMATION process{};
+        if (CreateProcessW(nullptr, text.data(), nullptr, nullptr, /*bInheritHandles=*/FALSE, 0,
+                           nullptr, nullptr, &startup, &process)) {
+            *mProcess.receive() = process.hProcess;
+            CloseHandle(process.hThread);
+        }
+    }
+
+    bool isStarted() const { return mProcess.isOpen(); }
+    void end() {
+        TerminateProcess(mProcess.get(), 1);
+        WaitForSingleObject(mProcess.get(), INFINITE);
+    }
+
+private:
+    ScopedHandle mProcess;
+};
+
+std::optional<DWORD> numberIn(const fs::path& file) {
+    DWORD number = 0;
+    return std::ifstream(file) >> number ? std::optional(number) : std::nullopt;
+}
+
+TEST(ExecUnderLoad, AProcessThatIsEndedInTheMiddleOfARunLeavesNoLockedFile) {
+    const TempFolder folder;
+    const TempFolder captures;
+    const EnvironmentScope temp("TMP", captures.path().string());
+    const fs::path go = folder.write("go", "");
+    const fs::path pidFile = folder.path() / "pid";
+    Host host(utf8(childProgram()) + " out 1000 100 pid " + utf8(pidFile) + " await-gone " +
+              utf8(go));
+    ASSERT_TRUE(host.isStarted());
+    ASSERT_TRUE(eventually([&] { return fs::exists(pidFile); }));
+    const ScopedHandle child(
+        OpenProcess(SYNCHRONIZE, /*bInheritHandle=*/FALSE, numberIn(pidFile).value_or(0)));
+    ASSERT_TRUE(child.isOpen());
+    host.end();
+    fs::remove(go);
+    ASSERT_EQ(WaitForSingleObject(child.get(), 30000), WAIT_OBJECT_0);
+
+    ASSERT_EQ(fileCount(captures.path()), 2U);
+    for (const fs::directory_entry& entry : fs::directory_iterator(captures.path())) {
+        const ScopedHandle file(CreateFileW(entry.path().c_str(), GENERIC_READ | GENERIC_WRITE,
+                                            /*dwShareMode=*/0, nullptr, OPEN_EXISTING, 0, nullptr));
+        EXPECT_TRUE(file.isOpen()) << entry.path();
+    }
+}
+
+}  // namespace

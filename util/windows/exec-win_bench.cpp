@@ -1,0 +1,126 @@
+#include <array>
+#include <string>
+
+#include <windows.h>
+
+#include "testing/benchmark/comparison.h"
+#include "util/windows/exec-win.h"
+#include "util/windows/scopedhandle-win.h"
+#include "util/windows/system-files-win.h"
+#include "util/windows/system-host-win.h"
+#include "util/windows/unicodetext-win.h"
+
+namespace {
+
+using benchmark::comparePrepared;
+
+constexpr int LARGE_OUTPUT = 64 << 20;
+
+void prepareNothing() {}
+
+/// A program beside this one, on a path that needs no quotes.
+std::string program(const char* name) { return System::programDirectory() + '\\' + name; }
+
+SECURITY_ATTRIBUTES inheritable() { return {sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE}; }
+
+/// A child started the shortest way, with the flags that Exec starts one with.
+class BareChild {
+public:
+    BareChild(const std::string& line, HANDLE output, HANDLE error) {
+        std::wstring wideLine = toWide(line);
+        STARTUPINFOW startup{};
+        startup.cb = sizeof startup;
+        startup.dwFlags = STARTF_USESTDHANDLES;
+        startup.hStdOutput = output;
+        startup.hStdError = error;
+        PROCESS_INFORMATION process{};
+        constexpr DWORD FLAGS = CREATE_SUSPENDED | CREATE_NEW_PROCESS_GROUP |
+                                CREATE_UNICODE_ENVIRONMENT | DETACHED_PROCESS;
+        REQUIRE(CreateProcessW(nullptr, wideLine.data(), nullptr, nullptr, /*bInheritHandles=*/TRUE,
+                               FLAGS, nullptr, nullptr, &startup, &process));
+        *mProcess.receive() = process.hProcess;
+        ResumeThread(process.hThread);
+        CloseHandle(process.hThread);
+    }
+
+    void wait() const { WaitForSingleObject(mProcess.get(), INFINITE); }
+
+private:
+    ScopedHandle mProcess;
+};
+
+class TemporaryFile {
+public:
+    explicit TemporaryFile(const char* prefix)
+        : mName(toWide(System::temporaryFileName(std::string(), prefix))) {
+        SECURITY_ATTRIBUTES attributes = inheritable();
+        *mFile.receive() = CreateFileW(mName.c_str(), GENERIC_READ | GENERIC_WRITE, 0, &attributes,
+                                       CREATE_ALWAYS, FILE_ATTRIBUTE_TEMPORARY, nullptr);
+        REQUIRE(mFile.isOpen());
+    }
+    ~TemporaryFile() {
+        mFile.release();
+        DeleteFileW(mName.c_str());
+    }
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+
+    HANDLE get() const { return mFile.get(); }
+
+private:
+    std::wstring mName;
+    ScopedHandle mFile;
+};
+
+std::string runCaptured(const std::string& line) {
+    Exec exec;
+    exec.setOutputLimits(LARGE_OUTPUT, LARGE_OUTPUT);
+    Exec::RunInfo info;
+    info.mDirectArgv = {line};
+    std::string output;
+    std::string error;
+    bool aborted = false;
+    REQUIRE(exec.runCommand(info, std::string(), nullptr, nullptr, &output, &error, &aborted) == 0);
+    return output;
+}
+
+std::string readThroughPipe(const std::string& line) {
+    SECURITY_ATTRIBUTES attributes = inheritable();
+    ScopedHandle readEnd;
+    ScopedHandle writeEnd;
+    REQUIRE(CreatePipe(readEnd.receive(), writeEnd.receive(), &attributes, /*nSize=*/0));
+    SetHandleInformation(readEnd.get(), HANDLE_FLAG_INHERIT, 0);
+    const BareChild child(line, writeEnd.get(), writeEnd.get());
+    writeEnd.release();
+    std::string output;
+    static std::array<char, 65536> buffer;
+    DWORD count = 0;
+    while (ReadFile(readEnd.get(), buffer.data(), buffer.size(), &count, nullptr)) {
+        output.append(buffer.data(), count);
+    }
+    child.wait();
+    return output;
+}
+
+TEST_CASE("Exec::runCommand") {
+    const std::string line = program("sampleprogram.exe exit 0");
+    comparePrepared(
+        {"runCommand, nothing", "CreateProcessW, two files, wait", 1.10, 300}, prepareNothing,
+        [&] { runCaptured(line); },
+        [&] {
+            const TemporaryFile output("out");
+            const TemporaryFile error("err");
+            const BareChild child(line, output.get(), error.get());
+            child.wait();
+        });
+}
+
+TEST_CASE("Exec::runCommand, 64 MB") {
+    const std::string line = program("execchild.exe out 67108864 65536");
+    REQUIRE(runCaptured(line) == readThroughPipe(line));
+    comparePrepared(
+        {"runCommand, 64 MB of output", "anonymous pipe", 1.0, 10}, prepareNothing,
+        [&] { runCaptured(line); }, [&] { readThroughPipe(line); });
+}
+
+}  // namespace
