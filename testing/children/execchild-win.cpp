@@ -27,11 +27,11 @@
 // Otherwise it ends with 0; with 120 and a line on standard error if it can't understand an action,
 // with 121 and a line if it can't do one.
 //
-// A break comes from the console or as an event: see childBreakName. What counts as work it tells:
-// see ChildCounters.
+// A break comes from the console, or as an event (see childBreakName) that is looked for at each
+// action and all the time while it waits, computes or writes. What counts as work it tells: see
+// ChildCounters.
 
 #include <algorithm>
-#include <atomic>
 #include <cwchar>
 #include <string>
 #include <string_view>
@@ -40,16 +40,12 @@
 #include <windows.h>
 
 #include "testing/children/childobjects.h"
-#include "testing/children/childstreams-win.h"
+#include "testing/children/childruntime-win.h"
 #include "testing/quotedargument.h"
 
 namespace {
 
 using namespace child;
-
-constexpr UINT BREAK_CODE = 0xC000013A;  // what Windows ends a process with at a break
-
-std::atomic<bool> gIgnoresBreak{false};
 
 ULONGLONG number(const wchar_t* text) {
     const bool isHex = text[0] == L'0' && (text[1] == L'x' || text[1] == L'X');
@@ -104,6 +100,7 @@ ULONGLONG countTimes() {
 void burn(ULONGLONG milliseconds) {
     const ULONGLONG end = countTimes() + milliseconds * 10000;
     while (countTimes() < end) {
+        pause(0);
         for (volatile int turns = 100000; turns != 0;) {
             const int left = turns - 1;
             turns = left;
@@ -120,14 +117,14 @@ void writeAndRead(ULONGLONG milliseconds, const wchar_t* path) {
         write(file, buffer, sizeof buffer);
         SetFilePointer(file, 0, nullptr, FILE_BEGIN);
         read(file, buffer, sizeof buffer);
-        Sleep(10);
+        pause(10);
     }
     CloseHandle(file);
 }
 
 void awaitFile(const wchar_t* path, bool isAwaited) {
     while ((GetFileAttributesW(path) != INVALID_FILE_ATTRIBUTES) != isAwaited) {
-        Sleep(2);
+        pause(2);
     }
 }
 
@@ -224,26 +221,6 @@ void spawn(const wchar_t* const* first, const wchar_t* const* last) {
     CloseHandle(process.hProcess);
 }
 
-BOOL WINAPI onConsoleEvent(DWORD event) { return event == CTRL_BREAK_EVENT && gIgnoresBreak; }
-
-DWORD WINAPI waitForBreaks(void* event) {
-    while (WaitForSingleObject(event, INFINITE) == WAIT_OBJECT_0) {
-        if (!gIgnoresBreak) {
-            TerminateProcess(GetCurrentProcess(), BREAK_CODE);
-        }
-    }
-    return 0;
-}
-
-void listenForBreaks() {
-    HANDLE event = CreateEventW(nullptr, /*bManualReset=*/FALSE, /*bInitialState=*/FALSE,
-                                testing_support::childBreakName(GetCurrentProcessId()).c_str());
-    HANDLE thread = CreateThread(nullptr, 1 << 16, &waitForBreaks, event,
-                                 STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
-    require(event != nullptr && thread != nullptr, L"break event");
-    CloseHandle(thread);
-}
-
 struct Action {
     const wchar_t* name;
     int argumentCount;
@@ -260,7 +237,7 @@ constexpr Action ACTIONS[] = {
     {L"complain", 1, [](Arguments a) { print(a[0], STD_ERROR_HANDLE); }},
     {L"complain16", 1, [](Arguments a) { printUtf16(a[0], STD_ERROR_HANDLE); }},
     {L"copy", 0, [](Arguments) { copy(); }},
-    {L"sleep", 1, [](Arguments a) { Sleep(static_cast<DWORD>(number(a[0]))); }},
+    {L"sleep", 1, [](Arguments a) { pause(static_cast<DWORD>(number(a[0]))); }},
     {L"burn", 1, [](Arguments a) { burn(number(a[0])); }},
     {L"io", 2, [](Arguments a) { writeAndRead(number(a[0]), a[1]); }},
     {L"make", 1, [](Arguments a) { CloseHandle(createFile(a[0])); }},
@@ -271,11 +248,7 @@ constexpr Action ACTIONS[] = {
     {L"environment", 0, [](Arguments) { printEnvironment(); }},
     {L"folder", 0, [](Arguments) { printFolder(); }},
     {L"handles", 0, [](Arguments) { printHandles(); }},
-    {L"ignore-break", 0,
-     [](Arguments) {
-         gIgnoresBreak = true;
-         SetConsoleCtrlHandler(&onConsoleEvent, TRUE);
-     }},
+    {L"ignore-break", 0, [](Arguments) { ignoreBreaks(); }},
     {L"arguments", 0,
      [](Arguments) {
          print(GetCommandLineW());
@@ -286,6 +259,7 @@ constexpr Action ACTIONS[] = {
 
 /// Does the first action and returns where the next one stands.
 Arguments perform(Arguments first, Arguments last) {
+    pause(0);
     const std::wstring name = *first++;
     const auto available = static_cast<size_t>(last - first);
     if (name == L"spawn") {
@@ -309,7 +283,6 @@ Arguments perform(Arguments first, Arguments last) {
 }  // namespace
 
 int wmain(int count, wchar_t** arguments) {
-    listenForBreaks();
     Arguments next = arguments + 1;
     while (next < arguments + count) {
         next = perform(next, arguments + count);

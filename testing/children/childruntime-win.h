@@ -21,6 +21,11 @@ constexpr UINT NOT_DONE = 121;
 /// Ends with NOT_DONE and the last error unless `isDone`.
 void require(bool isDone, const wchar_t* what);
 
+/// Sleeps, and ends at a break, one that came before included.
+void pause(DWORD milliseconds);
+/// From here on a break has no effect.
+void ignoreBreaks();
+
 testing_support::ChildCounters& counters();
 
 /// These count each read and write. A stream is an id as for GetStdHandle.

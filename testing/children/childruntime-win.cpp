@@ -1,13 +1,16 @@
-#include "testing/children/childstreams-win.h"
+#include "testing/children/childruntime-win.h"
+
+#include <algorithm>
+#include <string>
 
 namespace child {
+namespace {
 
-using testing_support::ChildCounters;
+constexpr UINT BREAK_CODE = 0xC000013A;  // what Windows ends a process with at a break
 
-void end(UINT code) {
-    ExitProcess(code);
-    __builtin_unreachable();
-}
+bool gIgnoresBreaks = false;
+
+BOOL WINAPI onConsoleEvent(DWORD event) { return event == CTRL_BREAK_EVENT; }
 
 std::string utf8(std::wstring_view text) {
     const int length = static_cast<int>(text.size());
@@ -16,6 +19,23 @@ std::string utf8(std::wstring_view text) {
         WideCharToMultiByte(CP_UTF8, 0, text.data(), length, narrow.data(),
                             static_cast<int>(narrow.size()), nullptr, nullptr)));
     return narrow;
+}
+
+bool isBreakWithin(ULONGLONG milliseconds) {
+    static HANDLE const event = [] {
+        HANDLE made = CreateEventW(nullptr, /*bManualReset=*/FALSE, /*bInitialState=*/FALSE,
+                                   testing_support::childBreakName(GetCurrentProcessId()).c_str());
+        require(made != nullptr, L"break event");
+        return made;
+    }();
+    return WaitForSingleObject(event, static_cast<DWORD>(milliseconds)) == WAIT_OBJECT_0;
+}
+
+}  // namespace
+
+void end(UINT code) {
+    ExitProcess(code);
+    __builtin_unreachable();
 }
 
 void fail(UINT code, const std::wstring& words) {
@@ -33,7 +53,24 @@ void require(bool isDone, const wchar_t* what) {
     }
 }
 
-ChildCounters& counters() {
+void ignoreBreaks() {
+    gIgnoresBreaks = true;
+    SetConsoleCtrlHandler(&onConsoleEvent, TRUE);
+}
+
+void pause(DWORD milliseconds) {
+    const ULONGLONG end = GetTickCount64() + milliseconds;
+    ULONGLONG now = end - milliseconds;
+    while (isBreakWithin(end - now)) {
+        if (!gIgnoresBreaks) {
+            child::end(BREAK_CODE);
+        }
+        now = std::min(GetTickCount64(), end);
+    }
+}
+
+testing_support::ChildCounters& counters() {
+    using testing_support::ChildCounters;
     static ChildCounters* const shared = [] {
         HANDLE mapping = CreateFileMappingW(
             INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, sizeof(ChildCounters),
@@ -59,6 +96,7 @@ size_t read(HANDLE file, char* buffer, size_t size) {
 
 void write(HANDLE file, const char* bytes, size_t size) {
     while (size > 0) {
+        pause(0);
         DWORD count = 0;
         require(WriteFile(file, bytes, static_cast<DWORD>(size), &count, nullptr) != 0, L"write");
         ++counters().writes;
