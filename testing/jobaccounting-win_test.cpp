@@ -166,6 +166,7 @@ TEST_F(JobAccountingTest, AChildOutsideTheJobDoesNotCount) {
     const StartedChild child(
         {.actions = joined({{"out", "30", "1"}, stops.stop("there")}), .job = other.get()});
     ASSERT_TRUE(stops.isAt("there"));
+    EXPECT_GE(totals(other).writes, 30U);
     EXPECT_EQ(totals(job), (Totals{0, 0, 0}));
 }
 
