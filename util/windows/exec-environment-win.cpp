@@ -141,5 +141,8 @@ ChildEnvironmentScope::ChildEnvironmentScope(const char* environment,
 ChildEnvironmentScope::~ChildEnvironmentScope() {
     // Failures are not looked at: there is nothing else to go back to.
     System::changeDirectory(mSavedDirectory);
-    _putenv(mSavedPath.c_str());
+    if (mChildPath != nullptr) {
+        // What wasn't touched stays, as the code page may lack some of its characters.
+        _putenv(mSavedPath.c_str());
+    }
 }

@@ -14,11 +14,11 @@
 extern Mutex gProcessEnvironmentLock;
 
 /// Fills `block` with the strings of `environment` in UTF-16, as CreateProcess wants them with
-/// CREATE_UNICODE_ENVIRONMENT, and returns its start. They are sorted by the bytes of their names,
-/// which end at the first "=", and of equal names the first string counts; "PATH" and "Path" are
-/// two names. A string without "=" gets one. The current directories of drives ("=C:=C:\") all have
-/// the empty name, so that one of them stays: that is meant. `environment` is a block of UTF-8
-/// strings, not null. Any thread may call.
+/// CREATE_UNICODE_ENVIRONMENT, and returns its start, good as long as `block` is. They are sorted
+/// by the bytes of their names, which end at the first "=", and of equal names the first string
+/// counts; "PATH" and "Path" are two names. A string without "=" gets one. The current directories
+/// of drives ("=C:=C:\") all have the empty name, so that one of them stays: that is meant.
+/// `environment` is a block of UTF-8 strings, not null. Any thread may call.
 wchar_t* buildEnvironmentBlock(std::vector<wchar_t>& block, const char* environment);
 
 /// How large a block of narrow strings is.
@@ -33,16 +33,17 @@ EnvironmentSize environmentSize(const char* environment);
 /// `gProcessEnvironmentLock` held.
 class ChildEnvironmentScope {
 public:
-    /// `environment` may be null or empty, and then `Path` stays; an empty `workingDirectory`
-    /// leaves the directory. Throws NumberedRuntimeError, 5008, with the system's words if that
-    /// can't be entered.
+    /// `environment`, null or a block that outlives the scope, gives `Path` unless it has none; an
+    /// empty `workingDirectory` leaves the directory. Both values of `Path` go through the ANSI
+    /// code page, so that the process's own, too, loses characters that this lacks. Throws
+    /// NumberedRuntimeError, 5008, with the system's words if that can't be entered.
     ChildEnvironmentScope(const char* environment, const std::string& workingDirectory);
     ~ChildEnvironmentScope();
     ChildEnvironmentScope(const ChildEnvironmentScope&) = delete;
     ChildEnvironmentScope& operator=(const ChildEnvironmentScope&) = delete;
 
-    /// The value of the first PATH, in any case of letters, in the caller's block; null if it has
-    /// none.
+    /// The value of the first PATH, in any case of letters, a pointer into the caller's block; null
+    /// if it has none.
     const char* childPath() const { return mChildPath; }
 
 private:

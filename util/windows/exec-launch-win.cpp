@@ -72,9 +72,14 @@ int32_t Exec::Run::execute(std::string* outputText, std::string* errorText, bool
 }
 
 Exec::Run::~Run() {
+    const HANDLE process = mStreams.mProcess.hProcess;
     if (mIsSuspended) {
         // An exception is on its way: nobody else would ever resume or end the child.
-        TerminateProcess(mStreams.mProcess.hProcess, failureCode);
+        TerminateProcess(process, failureCode);
+        WaitForSingleObject(process, INFINITE);
+    }
+    if (mHasPid) {
+        mExec.mPid = noPid;
     }
 }
 
@@ -168,10 +173,10 @@ Exec::Run::Result Exec::Run::startCommand() {
     }
     const ProgramAndLine command = chooseProgram(mRunInfo.mProgram, toWide(mCommand),
                                                  mScope->childPath(), mWorkingDirectory.c_str());
-    if (createProcess(command.program, command.line)) {
+    const DWORD error = createProcess(command.program, command.line);
+    if (error == NO_ERROR) {
         return {};
     }
-    const DWORD error = GetLastError();
     const uint32_t number = error;
     const std::string words = errorText(/*withCode=*/false, &number, /*which=*/1);
     if (meansMissingProgram(error)) {
@@ -180,14 +185,15 @@ Exec::Run::Result Exec::Run::startCommand() {
     return startFailed(command, words.c_str());
 }
 
-bool Exec::Run::createProcess(const std::wstring& program, const std::wstring& line) {
+/// The failure, or NO_ERROR.
+DWORD Exec::Run::createProcess(const std::wstring& program, const std::wstring& line) {
     std::wstring writableLine = line;
     mIsSuspended =
         CreateProcessW(orNull(program), writableLine.data(), /*lpProcessAttributes=*/nullptr,
                        /*lpThreadAttributes=*/nullptr, /*bInheritHandles=*/TRUE, mFlags,
                        mBlock.empty() ? nullptr : mBlock.data(), orNull(mWideDirectory),
                        &mStreams.mStartup, &mStreams.mProcess);
-    return mIsSuspended;
+    return mIsSuspended ? NO_ERROR : GetLastError();
 }
 
 Exec::Run::Result Exec::Run::commandNotFound() {
@@ -215,7 +221,7 @@ Exec::Run::Result Exec::Run::startAlternate() {
     }
     const std::string& alternate = mRunInfo.mAlternateArgv.front();
     mExec.addToLog("\tinvoking alternate command\n");
-    if (!createProcess(/*program=*/std::wstring(), toWide(alternate))) {
+    if (createProcess(/*program=*/std::wstring(), toWide(alternate)) != NO_ERROR) {
         return notFoundCode;
     }
     // Meant: a job that this rule alone asks for isn't made any more, and the assignment fails.
@@ -255,6 +261,7 @@ Exec::Run::Result Exec::Run::superviseChild(bool* aborted) {
     {
         const MutexLock lock(mExec.mHandleLock);
         mExec.mPid = pid;
+        mHasPid = true;
         wasAborted = mExec.mAborted;
         mExec.mStallCountdown = mExec.ruleTimeout();
     }
@@ -270,6 +277,7 @@ Exec::Run::Result Exec::Run::superviseChild(bool* aborted) {
         return failureCode;
     }
     mExec.mPid = noPid;
+    mHasPid = false;
     if (!mExec.mJobPattern.empty()) {
         mExec.waitChildren(mCommand.c_str(), mFailureText);
     }

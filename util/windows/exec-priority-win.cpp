@@ -11,8 +11,8 @@ std::atomic<int32_t> gRaisePriority{0};
 namespace {
 
 std::string withLastError(const char* text) {
-    std::string message = text;
-    return message.append(lastErrorText(/*withCode=*/false, /*error=*/nullptr, /*which=*/1));
+    std::string words = lastErrorText(/*withCode=*/false, /*error=*/nullptr, /*which=*/1);
+    return words.insert(0, text);
 }
 
 /// Enables a privilege of a token. False, with the failure in GetLastError, also if the token

@@ -26,7 +26,8 @@ public:
 
 /// The first file, with backslashes, that passes `test`: in the directories of `path` (parted by
 /// `;`), with the working directory in front of them if `searchWorkingDirectoryFirst` is set.
-/// Relative directories are seen from the working directory; null or empty, that is the process's.
+/// Relative directories are seen from the working directory, which is absolute; null or empty, it
+/// is the process's.
 /// A null `path` is the process's PATH. A name with a slash of either kind, or an absolute one, is
 /// seen from the working directory alone.
 ///
@@ -50,7 +51,7 @@ struct ProgramAndLine {
     std::wstring line;
 };
 /// `program`, or else what `locateProgram` finds, without double quotes, and the line as it is.
-/// Where nothing is found the line loses the double quotes of its first word, for Windows to search
-/// for the program by its own rules.
+/// Where `locateProgram` finds nothing, the line loses the double quotes of its first word, for
+/// Windows to search for the program by its own rules.
 ProgramAndLine chooseProgram(const std::string& program, const std::wstring& commandLine,
                              const char* path, const char* workingDirectory);

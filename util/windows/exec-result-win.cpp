@@ -56,6 +56,7 @@ Exec::Run::Result Exec::Run::readCapture(HANDLE file, const char* streamName, st
 /// Takes the signal or the exit code out of what the runtime's version makes of them.
 void Exec::Run::adjustForCygwin() {
     constexpr uint16_t release15 = 1005;
+    const MutexLock lock(mExec.mHandleLock);
     const uint16_t release = mExec.mCygwinMajor;
     const uint16_t patch = mExec.mCygwinMinor;
     if (release == release15 && patch == 13) {

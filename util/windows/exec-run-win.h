@@ -40,7 +40,7 @@ private:
     Result start();
     Result startCommand();
     Result startAlternate();
-    bool createProcess(const std::wstring& program, const std::wstring& line);
+    DWORD createProcess(const std::wstring& program, const std::wstring& line);
     Result commandNotFound();
     int32_t startFailed(const ProgramAndLine& command, const char* words);
     Result superviseChild(bool* aborted);
@@ -65,6 +65,7 @@ private:
     std::unique_ptr<ChildEnvironmentScope> mScope;
     ChildStreams mStreams;
     bool mIsSuspended = false;
+    bool mHasPid = false;  ///< the object names this run's child
     bool mIsStalled = false;
     uint32_t mExitCode = 0;
 };

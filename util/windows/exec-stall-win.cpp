@@ -77,8 +77,7 @@ void Exec::superviseJob(Wait& wait) {
     }
     const JobProcesses processes = listJob(wait.failureText);
     JOBOBJECT_BASIC_AND_IO_ACCOUNTING_INFORMATION now{};
-    if (!QueryInformationJobObject(mJob.get(), JobObjectBasicAndIoAccountingInformation, &now,
-                                   sizeof now, /*lpReturnLength=*/nullptr)) {
+    if (!queryJob(mJob, JobObjectBasicAndIoAccountingInformation, &now, sizeof now)) {
         reportWithLastError("Exec::waitProcessExit couldn't query job accounting information",
                             wait.failureText);
         return;
@@ -95,7 +94,8 @@ void Exec::superviseJob(Wait& wait) {
     if (sawProgress(now)) {
         return;
     }
-    // It falls on after a stall that is only reported, but not over its end.
+    // After a stall that is only reported it falls on, for weeks maybe: it stops at the least
+    // value.
     mStallCountdown =
         std::max(mStallCountdown, std::numeric_limits<int32_t>::min() + wakeInterval) -
         wakeInterval;
@@ -114,8 +114,7 @@ Exec::JobProcesses Exec::listJob(std::string* failureText) {
     static_assert(sizeof processes == 400 &&
                   offsetof(JobProcesses, ids) ==
                       offsetof(JOBOBJECT_BASIC_PROCESS_ID_LIST, ProcessIdList));
-    if (!QueryInformationJobObject(mJob.get(), JobObjectBasicProcessIdList, &processes,
-                                   sizeof processes, /*lpReturnLength=*/nullptr) &&
+    if (!queryJob(mJob, JobObjectBasicProcessIdList, &processes, sizeof processes) &&
         GetLastError() != ERROR_MORE_DATA) {
         reportWithLastError("Exec::waitProcessExit couldn't query job process information",
                             failureText);
@@ -186,7 +185,6 @@ void Exec::breakCommand(const Wait& wait) {
         nested.runCommand(runInfo, wait.workingDirectory, wait.environment, wait.passThrough,
                           &outputText, &errorText, &aborted);
     } catch (const std::exception&) {
-        // As little use as a failure code: what it was to break is ended by force.
-        return;
+        // Dropped like a failure code of it: what it was to break is ended by force.
     }
 }

@@ -14,9 +14,8 @@ constexpr DWORD readWrite = GENERIC_READ | GENERIC_WRITE;
 constexpr DWORD shareReadWrite = FILE_SHARE_READ | FILE_SHARE_WRITE;
 
 std::string withLastError(const char* text) {
-    std::string message = text;
-    return message.append(": ").append(
-        lastErrorText(/*withCode=*/false, /*error=*/nullptr, /*which=*/1));
+    std::string words = lastErrorText(/*withCode=*/false, /*error=*/nullptr, /*which=*/1);
+    return words.insert(0, ": ").insert(0, text);
 }
 
 /// The name of a window station or desktop. False on failure.
@@ -227,11 +226,11 @@ void ChildStreams::close() noexcept {
     if (isOwnInput(mStartup.hStdInput)) {
         CloseHandle(mStartup.hStdInput);
     }
-    if (isOwnOutput(mStartup.hStdError) && mStartup.hStdError != mStartup.hStdOutput) {
-        CloseHandle(mStartup.hStdError);
-    }
     if (isOwnOutput(mStartup.hStdOutput)) {
         CloseHandle(mStartup.hStdOutput);
+    }
+    if (isOwnOutput(mStartup.hStdError) && mStartup.hStdError != mStartup.hStdOutput) {
+        CloseHandle(mStartup.hStdError);
     }
     mStartup.hStdInput = noHandle;
     mStartup.hStdOutput = noHandle;
@@ -285,12 +284,16 @@ bool setUpStreams(ChildStreams& streams, const Exec::RunInfo& runInfo, std::stri
 
 bool readCapturedOutput(HANDLE file, int maxBytes, unsigned keepBytes, const char* command,
                         const char* streamName, std::string& text) {
+    SetLastError(NO_ERROR);
     const auto size = static_cast<int32_t>(GetFileSize(file, /*lpFileSizeHigh=*/nullptr));
     const bool isOver = size > maxBytes;
     if (isOver) {
         appendSizeReport(text, command, size, streamName, keepBytes);
     }
     if (size < 0) {
+        if (GetLastError() == NO_ERROR) {
+            SetLastError(ERROR_FILE_TOO_LARGE);
+        }
         return false;
     }
     const DWORD take = isOver ? keepBytes : static_cast<DWORD>(size);
@@ -298,9 +301,13 @@ bool readCapturedOutput(HANDLE file, int maxBytes, unsigned keepBytes, const cha
     text.resize(start + take);
     SetFilePointer(file, 0, /*lpDistanceToMoveHigh=*/nullptr, FILE_BEGIN);
     DWORD count = 0;
-    const bool isRead = ReadFile(file, text.data() + start, take, &count, /*lpOverlapped=*/nullptr);
-    if (!isRead || count != take) {
-        text.resize(start + count);
+    if (!ReadFile(file, text.data() + start, take, &count, /*lpOverlapped=*/nullptr)) {
+        text.resize(start);
+        return false;
+    }
+    text.resize(start + count);
+    if (count != take) {
+        SetLastError(ERROR_HANDLE_EOF);
         return false;
     }
     if (isOver) {

@@ -46,8 +46,9 @@ bool setUpStreams(ChildStreams& streams, const Exec::RunInfo& runInfo, std::stri
 
 /// Appends to `text` what a file holds from its start. Of one with over `maxBytes` bytes only the
 /// first `keepBytes`, with a report in front that names `command` and `streamName`, and a line end
-/// behind. False, with the failure in GetLastError, if not as many bytes can be read: `text` then
-/// has what was read, and no line end. Files of 2 GB and more are not handled: their size counts as
-/// what its lower 32 bits are as a signed number, and a negative one fails.
+/// behind. False, with the failure in GetLastError (ERROR_HANDLE_EOF for a short read), if not
+/// exactly so many bytes can be read: `text` then has what was read, and no line end. Files of 2 GB
+/// and more are not handled: their size counts as what its lower 32 bits are as a signed number,
+/// and a negative one fails (ERROR_FILE_TOO_LARGE).
 bool readCapturedOutput(HANDLE file, int maxBytes, unsigned keepBytes, const char* command,
                         const char* streamName, std::string& text);

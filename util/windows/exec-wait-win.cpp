@@ -45,7 +45,7 @@ public:
     ProcessList& operator=(const ProcessList&) = delete;
 
     /// False on failure, which is in GetLastError, and then the list is empty.
-    bool query(HANDLE job);
+    bool query(const ScopedHandle& job);
     std::span<const ULONG_PTR> ids() const { return mIds; }
 
 private:
@@ -59,10 +59,9 @@ private:
     std::span<const ULONG_PTR> mIds;
 };
 
-bool ProcessList::query(HANDLE job) {
+bool ProcessList::query(const ScopedHandle& job) {
     void* pids = mHeap != nullptr ? mHeap.get() : mStack.data();
-    while (!QueryInformationJobObject(job, JobObjectBasicProcessIdList, pids, mSize,
-                                      /*lpReturnLength=*/nullptr)) {
+    while (!queryJob(job, JobObjectBasicProcessIdList, pids, mSize)) {
         if (GetLastError() != ERROR_MORE_DATA) {
             mIds = {};
             return false;
@@ -78,6 +77,15 @@ bool ProcessList::query(HANDLE job) {
 }
 
 }  // namespace
+
+bool queryJob(const ScopedHandle& job, JOBOBJECTINFOCLASS what, void* answer, DWORD size) {
+    if (!job.isOpen()) {
+        SetLastError(ERROR_INVALID_HANDLE);
+        return false;
+    }
+    return QueryInformationJobObject(job.get(), what, answer, size,
+                                     /*lpReturnLength=*/nullptr) != FALSE;
+}
 
 bool Exec::waitProcessExit(HANDLE process, uint32_t pid, const char* command,
                            std::string* failureText, bool* stalled,
@@ -140,7 +148,7 @@ void Exec::waitChildren(const char* command, std::string* failureText) {
     // A process that can't be opened or named and isn't gone yet makes the passes spin.
     ProcessList list(mPidBufferSize);
     for (;;) {
-        if (!list.query(mJob.get())) {
+        if (!list.query(mJob)) {
             reportWithLastError("Exec::waitChildren got error from QueryInformationJobObject",
                                 failureText);
         }

@@ -20,5 +20,9 @@ struct Exec::Wait {
     bool reported;  ///< the stall has been told of
 };
 
+/// QueryInformationJobObject, which for no job would answer about the one that holds this process:
+/// that fails with ERROR_INVALID_HANDLE here.
+bool queryJob(const ScopedHandle& job, JOBOBJECTINFOCLASS what, void* answer, DWORD size);
+
 /// Milliseconds between two looks at a process.
 inline constexpr int32_t wakeInterval = 500;

@@ -30,8 +30,8 @@ namespace cygwin {
 class connector;
 }
 
-/// Where a command's standard output or standard error goes. Any other value is refused as a
-/// stream that can't be opened.
+/// Where a command's standard output or standard error goes. A stream of any other mode can't be
+/// opened.
 using StreamMode = int32_t;
 enum : StreamMode {
     streamOutput = 0,  ///< the caller's standard output, or the capture of it
@@ -41,8 +41,12 @@ enum : StreamMode {
 };
 
 /// One thread at a time runs commands on an object. Any other thread may meanwhile abort the
-/// command or replace the stall rules. A derived class may replace `reportError` and the other
-/// virtual operations; `reportError` may be called with `mHandleLock` held.
+/// command, replace the stall rules and, with `mHandleLock` held, read the log; all else waits for
+/// the end of the command.
+///
+/// A derived class may replace `reportError` and the other virtual operations. `reportError` may be
+/// called with `mHandleLock` held, and while other commands of the process wait for their start: it
+/// must not wait for another thread, nor throw.
 class Exec {
 public:
     /// A command and where its streams go.
@@ -54,18 +58,20 @@ public:
         /// the process by an assertion.
         std::vector<std::string> mDirectArgv;
         /// If not empty, its first text is the line that is started where the program can't be
-        /// found or the streams can't be set up.
+        /// found or the streams can't be set up, and `clearRedirections` is called before.
         std::vector<std::string> mAlternateArgv;
         std::string mStdinFile;  ///< empty: the command reads the end of the file at once
         std::string mStdoutFile;
         std::string mStderrFile;
         StreamMode mStdoutMode = streamOutput;
         StreamMode mStderrMode = streamError;
-        /// Standard error goes where standard output goes.
+        /// A stream of mode 1 counts as one of mode 0, so that standard error goes where standard
+        /// output does.
         bool mMergeOutput = false;
         /// Streams of the modes 0 and 1 come back as text.
         bool mCaptureOutput = true;
-        /// What is captured is UTF-16, little-endian, and comes back as UTF-8.
+        /// The two texts are taken for UTF-16, little-endian, and come back as UTF-8. Meant for
+        /// what the command writes: failures that stand there, or the report of a cut, are spoilt.
         bool mUtf16Output = false;
         /// The command is a Cygwin program, whose exit code tells of signals.
         bool mCygwinCommand = false;
@@ -79,8 +85,9 @@ public:
         watchIo = 2,     ///< a change of the job's counts of I/O operations is progress
         reportOnly = 4,  ///< a stall is reported and the command goes on
     };
-    /// When a command counts as stalled. Without watchTime and watchIo, or with a timeout of 0, its
-    /// commands run in a job and aren't watched.
+    /// When a command counts as stalled. From the first command that matches a rule on, all
+    /// commands of the object run in a job, in job mode, until `reset`. Those that match a rule now
+    /// are watched, unless it has a timeout of 0 or neither watchTime nor watchIo.
     struct StallRule {
         std::string mPattern;  ///< POSIX extended; matches the whole line, in any case of letters
         int32_t mTimeout = 0;  ///< milliseconds without progress, in effect a multiple of 500
@@ -91,28 +98,32 @@ public:
     static constexpr uint32_t noSignal = 0x80000000;
 
     Exec();
-    /// Aborts a command that is running, and doesn't wait for it.
+    /// Signals a child that is still known to end. No thread may be inside a call.
     virtual ~Exec();
     Exec(const Exec&) = delete;
     Exec& operator=(const Exec&) = delete;
 
     /// Starts a command, waits for it and, in job mode, for all that it started, and returns its
-    /// exit code. 255: the program can't be found, the streams can't be set up, or the alternate
-    /// can't be started. 1: any other failure, or an abort, and then `*aborted` is true. A command
-    /// may return these numbers itself: the texts tell.
+    /// exit code. 255: the program can't be found, the streams can't be set up at first, or the
+    /// alternate can't be started. 1: any other failure, or an abort, and then `*aborted` is true.
+    /// A command may return these numbers itself: the texts tell.
     ///
     /// `environment` is a block of NAME=VALUE strings, each with its NUL, and one NUL more; null or
     /// empty stands for the caller's. Its first PATH in any case of letters is where programs are
-    /// searched for. An empty `workingDirectory` is the current one. `passThrough` is handed to the
-    /// command that "NBBRK" names, which is run to break a stalled command.
+    /// searched for. `workingDirectory` is absolute, or empty for the current one; relative files
+    /// of the streams are seen from it. A stalled command is broken by the command that the
+    /// environment variable "NBBRK" held when it was first needed (in the ANSI code page, at most
+    /// 259 characters), run by another Exec with the same `passThrough`; without it by a break
+    /// event.
     ///
     /// The last three are never null and are written at once. What is captured over the limit is
-    /// cut, with a report in front. Failures are put behind the captured errors (behind the output
-    /// where the streams are merged, nowhere without capture) and given to `reportError`; the
-    /// missing program goes to one of the two.
+    /// cut, with a report in front. Failures are given to `reportError` and, with capture, put into
+    /// `errorText`, or `outputText` where the streams are merged, in the order of events: those of
+    /// the wait stand before what was captured. The missing program goes to one of the two.
     ///
     /// Until the command runs, the process's current directory and `Path` are the command's, and
-    /// other commands wait for their start. `Path` goes through the ANSI code page.
+    /// other commands wait for their start. `Path` goes through the ANSI code page, both ways:
+    /// where the block has a PATH, the process's own loses characters that this lacks.
     ///
     /// Throws NumberedRuntimeError, 5008, for a working directory that can't be entered, and what
     /// the regular expression of a stall rule throws.
@@ -122,22 +133,24 @@ public:
     /// Signals the running command, or the next one if none is running, to end; it is ended by
     /// force after 1.5 seconds. Every later command is aborted as well, until `reset`. `lock` must
     /// hold `mHandleLock`: an assertion stops the process otherwise. `signal` is for a process of
-    /// the POSIX side; all others get a break event. Never waits.
+    /// the POSIX side; all others, and one that it can't be sent to, get a break event. Never
+    /// waits.
     virtual void abort(MutexLock& lock, int signal);
-    /// Makes the object as new, but for the log, the job, the output limits and the last counters.
-    /// Not while a command runs.
+    /// Makes the object as new, but for the log, the job, the limits and the last counters. Not
+    /// while a command runs.
     virtual void reset();
     /// Does nothing. This one and the other two keep the places of operations.
     virtual void reserved1();
     /// Replaces the rules. If one of the new ones has the pattern of the rule that matched last, it
-    /// applies to the running command from now on.
+    /// applies to the running command from now on; otherwise that isn't watched any more.
     virtual void setStallRules(const std::list<StallRule>& rules);
     virtual void reserved2();
-    /// A captured stream of over `maxBytes` bytes is cut to `keepBytes` bytes.
+    /// A captured stream of over `maxBytes` bytes (5,000,000 at first) is cut to `keepBytes` bytes
+    /// (5,000). A stream that is cut and has fewer is a failure: `keepBytes` is at most `maxBytes`.
     virtual void setOutputLimits(int maxBytes, unsigned keepBytes);
     virtual void getOutputLimits(int* maxBytes, unsigned* keepBytes);
-    /// What happened in the present or last run, a line for each thing. While other threads may
-    /// abort the command, the caller holds `mHandleLock`.
+    /// What happened in the present or last run. While a command runs, every other thread holds
+    /// `mHandleLock` here.
     virtual std::string log();
     /// Writes the text and a line end to standard error.
     virtual void reportError(const char* text);
@@ -148,8 +161,8 @@ public:
     void setCygwinConnector(cygwin::connector* connector);
     /// The signal that ended the last Cygwin command, or `noSignal`.
     uint32_t childSignal() const { return mChildSignal; }
-    /// The first size, in bytes, of the buffer for the processes of a job. One of over 1,024 is
-    /// ignored.
+    /// The first size, in bytes, of the buffer for the processes of a job: 16 at least, which is
+    /// room for one, as the system refuses less. One of over 1,024 is ignored.
     void setPidBufferSize(uint32_t size);
 
     /// Lets the jobs that are made from now on run at high priority, if the version of Windows is

@@ -23,8 +23,7 @@ Function* findFunction(HMODULE library, const char* name) {
     return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(library, name)));
 }
 
-/// Looked up by the first call; two at once find the same. The library stays to the end of the
-/// process. Throws Win32Exception.
+/// The library stays to the end of the process. Throws Win32Exception.
 GetNameFunction* loadGetName() {
     const HMODULE library = LoadLibraryA("psapi.dll");
     if (library == nullptr) {
@@ -43,7 +42,8 @@ struct NameSearch {
 };
 NameSearch gNameSearch;
 
-/// Null if there is none, which is put into `log` once.
+/// Looked up by the first call; two at once find the same. Null if there is none, which is put into
+/// `log` once.
 GetNameFunction* getNameFunction(std::ostream& log) {
     if (gNameSearch.isGivenUp) {
         return nullptr;

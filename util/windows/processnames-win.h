@@ -15,8 +15,8 @@ inline constexpr size_t processNameRoom = 260;
 using ProcessName = std::array<wchar_t, processNameRoom>;
 
 /// Puts the file of a process's program into `name`, which has room for `processNameRoom`
-/// characters: as the kernel names it ("\Device\..."), or else from the memory of the process, as
-/// that was started. Longer ones are cut. Empty if neither can be had. The handle needs
+/// characters: as the kernel names it ("\Device\..."), or else, cut if it is longer, from the
+/// memory of the process, as that was started. Empty if neither can be had. The handle needs
 /// PROCESS_QUERY_INFORMATION and PROCESS_VM_READ.
 void processImageName(HANDLE process, wchar_t* name);
 
