@@ -1,6 +1,7 @@
 // Exec under load: many threads at once, and a process that is ended in the middle of a run.
 
 #include <atomic>
+#include <deque>
 #include <filesystem>
 #include <fstream>
 #include <optional>
@@ -75,17 +76,23 @@ private:
 /// Runs commands in so many threads at once, and says how many saw something else than they were
 /// to see.
 int failuresUnderLoad(int threads, int commands) {
-    std::atomic<int> failures = 0;
-    std::vector<std::jthread> workers;
+    // All are there before the first command: a program that is still being copied could be held
+    // open by another one's child.
+    std::deque<Worker> workers;
     for (int number = 0; number < threads; ++number) {
-        workers.emplace_back([number, commands, &failures] {
-            Worker worker(number);
+        workers.emplace_back(number);
+    }
+    std::atomic<int> failures = 0;
+    std::vector<std::jthread> runners;
+    runners.reserve(workers.size());
+    for (Worker& worker : workers) {
+        runners.emplace_back([&worker, commands, &failures] {
             for (int i = 0; i < commands; ++i) {
                 failures += worker.run() ? 0 : 1;
             }
         });
     }
-    workers.clear();
+    runners.clear();
     return failures;
 }
 
@@ -94,15 +101,19 @@ void expectEachCommandSeesItsOwn(int threads, int commands) {
     const EnvironmentScope temp("TMP", captures.path().string());
     const std::string directory = System::getcwd();
     const std::optional<std::string> path = environmentVariable("Path");
-    // What the process opens once stays open.
-    ASSERT_EQ(failuresUnderLoad(threads, /*commands=*/1), 0);
-    const size_t handles = handleCount();
-
     EXPECT_EQ(failuresUnderLoad(threads, commands), 0);
     EXPECT_EQ(System::getcwd(), directory);
     EXPECT_EQ(environmentVariable("Path"), path);
     EXPECT_EQ(fileCount(captures.path()), 0U);
-    EXPECT_EQ(handleCount(), handles);
+
+    // What a process opens once, say where threads first meet at a lock, stays open. A command that
+    // left a handle open would do so each time.
+    const auto grows = [threads] {
+        const size_t handles = handleCount();
+        EXPECT_EQ(failuresUnderLoad(threads, /*commands=*/2), 0);
+        return handleCount() > handles;
+    };
+    EXPECT_FALSE(grows() && grows() && grows());
 }
 
 TEST(ExecUnderLoad, EachOf200CommandsInEightThreadsSeesItsOwnDirectoryAndPath) {
