@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "util/errortext.h"
 #include "util/windows/exec-win.h"
 
 namespace testing_support {
@@ -59,14 +60,20 @@ public:
         return mErrors;
     }
 
-    /// Runs a command in a directory. A null `environment` is this process's.
+    /// Runs a command in a directory. A null `environment` is this process's. Wine can't start one
+    /// process in some thousands, with ERROR_INTERNAL_ERROR: that is tried again.
     CommandResult run(RunInfo& info, const std::string& directory = {},
                       const char* environment = nullptr) {
-        // What the call must overwrite.
-        CommandResult result{-1, "output before", "error before", true};
-        result.code = runCommand(info, directory, environment, /*passThrough=*/nullptr,
-                                 &result.output, &result.error, &result.aborted);
-        return result;
+        for (;;) {
+            const size_t errorCount = errors().size();
+            // What the call must overwrite.
+            CommandResult result{-1, "output before", "error before", true};
+            result.code = runCommand(info, directory, environment, /*passThrough=*/nullptr,
+                                     &result.output, &result.error, &result.aborted);
+            if (result.code != 1 || !dropInternalError(errorCount)) {
+                return result;
+            }
+        }
     }
     CommandResult run(const std::string& line, const std::string& directory = {},
                       const char* environment = nullptr) {
@@ -76,6 +83,18 @@ public:
     }
 
 private:
+    /// Whether the last report, behind the first `count`, is of such a start. Drops it then.
+    bool dropInternalError(size_t count) {
+        constexpr uint32_t error = ERROR_INTERNAL_ERROR;
+        const std::string words = ": " + errorText(/*withCode=*/false, &error, /*which=*/1) + ".\n";
+        const std::lock_guard lock(mErrorsMutex);
+        if (mErrors.size() <= count || !mErrors.back().ends_with(words)) {
+            return false;
+        }
+        mErrors.pop_back();
+        return true;
+    }
+
     mutable std::mutex mErrorsMutex;
     std::vector<std::string> mErrors;
 };
