@@ -151,6 +151,34 @@ TEST(ScopedHandleTest, AWindowsCallPutsItsHandleInThePlaceOfTheOneBefore) {
     EXPECT_EQ(gClosed.back(), other);
 }
 
+TEST(ScopedHandleTest, ADetachedHandleIsTheCallersAndIsNotClosed) {
+    const ClosedHandles calls(closeAll);
+    {
+        ScopedHandle handle(gSomeHandle);
+        EXPECT_EQ(handle.detach(), gSomeHandle);
+        EXPECT_EQ(handle.get(), INVALID_HANDLE_VALUE);
+        EXPECT_FALSE(handle.isOpen());
+        EXPECT_EQ(handle.detach(), INVALID_HANDLE_VALUE);
+    }
+    EXPECT_TRUE(gClosed.empty());
+}
+
+TEST(ScopedHandleTest, NullIsDetachedLikeAHandle) {
+    ScopedHandle handle;
+    EXPECT_EQ(handle.detach(), nullptr);
+    EXPECT_EQ(handle.get(), INVALID_HANDLE_VALUE);
+}
+
+TEST(ScopedHandleTest, AfterADetachAnotherHandleCanBeReceived) {
+    const ClosedHandles calls(closeAll);
+    {
+        ScopedHandle handle(gSomeHandle);
+        handle.detach();
+        *handle.receive() = reinterpret_cast<HANDLE>(0x5678);
+    }
+    EXPECT_EQ(gClosed, std::vector<HANDLE>{reinterpret_cast<HANDLE>(0x5678)});
+}
+
 TEST(ScopedHandleTest, ItStartsWithoutAHandle) { EXPECT_EQ(ScopedHandle().get(), nullptr); }
 
 }  // namespace
