@@ -205,17 +205,19 @@ std::optional<std::wstring> nameWhenStarted(const std::filesystem::path& path) {
 
 TEST(ProcessImageNameTest, AProgramWithALongPathHasTheFirst259CharactersOfIt) {
     const TempFolder folder;
-    std::filesystem::path top = L"\\\\?\\" + folder.path().wstring();
-    top.make_preferred() /= "top";
-    std::filesystem::path deep = top;
+    std::filesystem::path deep = L"\\\\?\\" + folder.path().wstring();
+    deep.make_preferred();
     for (int i = 0; i < 3; ++i) {
-        ASSERT_TRUE(CreateDirectoryW(deep.c_str(), nullptr));
         deep /= std::wstring(90, L'd');
+        ASSERT_TRUE(CreateDirectoryW(deep.c_str(), nullptr));
     }
-    ASSERT_TRUE(CreateDirectoryW(deep.c_str(), nullptr));
     ASSERT_TRUE(CopyFileW(PROGRAM.c_str(), (deep / "program.exe").c_str(), TRUE));
     const std::optional<std::wstring> name = nameWhenStarted(deep / "program.exe");
-    std::filesystem::remove_all(top);
+    // Nothing but these calls takes such a path.
+    DeleteFileW((deep / "program.exe").c_str());
+    while (RemoveDirectoryW(deep.c_str())) {
+        deep = deep.parent_path();
+    }
     if (!name) {
         GTEST_SKIP() << "this system starts no program with such a path";
     }
