@@ -13,7 +13,8 @@ std::vector<std::string> environmentStrings(size_t count) {
     std::vector<std::string> strings;
     for (size_t i = 0; i < count; ++i) {
         const std::string number = std::to_string(i * 7919 % 10'007);
-        strings.push_back(std::string("VARIABLE_") + number + "=C:\\work tree\\value\\" + number);
+        std::string& text = strings.emplace_back("VARIABLE_");
+        text.append(number).append("=C:\\work tree\\value\\").append(number);
     }
     return strings;
 }

@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <iostream>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -247,7 +247,8 @@ DWORD WINAPI nameWithoutEnd(HANDLE, LPSTR name, DWORD room) {
     gRoom = room;
     SetLastError(gNameError);
     std::fill_n(name, room, 'x');
-    std::memcpy(name + room - std::strlen("ntvdm.exe"), "ntvdm.exe", std::strlen("ntvdm.exe"));
+    const std::string_view host = "ntvdm.exe";
+    host.copy(name + room - host.size(), host.size());
     return gNameError == 0 ? room : 0;
 }
 
