@@ -1,31 +1,346 @@
+// The class: a command, its fields, and the operations that run none.
+
 #include "util/windows/exec-win.h"
+
+#include <array>
+#include <list>
+#include <optional>
+#include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
-#include "testing/childprocess-win.h"
+#include <windows.h>
+
+#include "testing/boundedthread.h"
+#include "testing/consolebreak-win.h"
+#include "testing/posixembedding-win.h"
+#include "testing/posixprovider-win.h"
+#include "testing/startedchild-win.h"
+#include "testing/systemmessage-win.h"
 #include "testing/testedexec-win.h"
-#include "testing/utf8path.h"
+#include "util/windows/cygwinconnector.h"
 
 namespace {
 
-using testing_support::CommandResult;
+using testing_support::BoundedThread;
+using testing_support::ConsoleBreaks;
+using testing_support::PosixProvider;
+using testing_support::StartedChild;
+using testing_support::SystemMessage;
 using testing_support::TestedExec;
 
-TEST(Exec, RunsACommandInADirectoryAndReturnsWhatItPrints) {
-    TestedExec exec;
-    const std::string folder = testing_support::utf8(testing_support::testProgramFolder());
-    const CommandResult result = exec.run("sampleprogram folder", folder);
-    EXPECT_EQ(result.code, 0);
-    EXPECT_EQ(result.output, folder);
-    EXPECT_EQ(result.error, "");
-    EXPECT_FALSE(result.aborted);
-    EXPECT_TRUE(exec.errors().empty());
+using Rules = std::list<Exec::StallRule>;
+using Texts = std::vector<std::string>;
+
+TEST(ExecTest, ACommandIsCapturedAndNotRedirectedByDefault) {
+    const Exec::RunInfo info;
+    EXPECT_EQ(info.mProgram, "");
+    EXPECT_EQ(info.mDirectArgv, Texts());
+    EXPECT_EQ(info.mAlternateArgv, Texts());
+    EXPECT_EQ(info.mStdinFile, "");
+    EXPECT_EQ(info.mStdoutFile, "");
+    EXPECT_EQ(info.mStderrFile, "");
+    EXPECT_EQ(info.mStdoutMode, 0);
+    EXPECT_EQ(info.mStderrMode, 1);
+    EXPECT_FALSE(info.mMergeOutput);
+    EXPECT_TRUE(info.mCaptureOutput);
+    EXPECT_FALSE(info.mUtf16Output);
+    EXPECT_FALSE(info.mCygwinCommand);
 }
 
-TEST(Exec, ReturnsTheExitCodeOfACommand) {
+TEST(ExecTest, ClearedRedirectionsAreTheDefaultAndTheRestStays) {
+    Exec::RunInfo info = {.mProgram = "p",
+                          .mDirectArgv = {"d"},
+                          .mAlternateArgv = {"a"},
+                          .mStdinFile = "i",
+                          .mStdoutFile = "o",
+                          .mStderrFile = "e",
+                          .mStdoutMode = 3,
+                          .mStderrMode = 2,
+                          .mMergeOutput = true,
+                          .mCaptureOutput = false,
+                          .mUtf16Output = true,
+                          .mCygwinCommand = true};
+    info.clearRedirections();
+    EXPECT_EQ(info.mStdinFile, "");
+    EXPECT_EQ(info.mStdoutFile, "");
+    EXPECT_EQ(info.mStderrFile, "");
+    EXPECT_EQ(info.mStdoutMode, 0);
+    EXPECT_EQ(info.mStderrMode, 1);
+    EXPECT_EQ(info.mProgram, "p");
+    EXPECT_EQ(info.mDirectArgv, Texts({"d"}));
+    EXPECT_EQ(info.mAlternateArgv, Texts({"a"}));
+    EXPECT_TRUE(info.mMergeOutput);
+    EXPECT_FALSE(info.mCaptureOutput);
+    EXPECT_TRUE(info.mUtf16Output);
+    EXPECT_TRUE(info.mCygwinCommand);
+}
+
+TEST(ExecTest, ANewObjectRunsNothingAndKnowsNothing) {
+    const TestedExec exec;
+    EXPECT_EQ(exec.mPid, 0xffffffffU);
+    EXPECT_FALSE(exec.mAborted);
+    EXPECT_TRUE(exec.mStallRules.empty());
+    EXPECT_EQ(exec.mCurrentRule, nullptr);
+    EXPECT_EQ(exec.mJobPattern, "");
+    EXPECT_EQ(exec.mStallCountdown, 0);
+    EXPECT_EQ(exec.mLog.str(), "");
+    EXPECT_EQ(exec.mMaxOutputBytes, 5000000);
+    EXPECT_EQ(exec.mKeepOutputBytes, 5000U);
+    EXPECT_EQ(exec.mChildSignal, 0x80000000U);
+    EXPECT_EQ(exec.mJob.get(), nullptr);
+    EXPECT_EQ(exec.mLastUserTime, 0);
+    EXPECT_EQ(exec.mLastKernelTime, 0);
+    EXPECT_EQ(exec.mLastReads, 0U);
+    EXPECT_EQ(exec.mLastWrites, 0U);
+    EXPECT_EQ(exec.mLastOtherOps, 0U);
+    EXPECT_EQ(exec.mPidBufferSize, 1024U);
+    EXPECT_EQ(exec.mCygwinMajor, 0);
+    EXPECT_EQ(exec.mCygwinMinor, 0);
+    EXPECT_EQ(exec.mConnector, nullptr);
+    EXPECT_TRUE(exec.mPathCache.empty());
+    EXPECT_EQ(exec.mPathCacheHits, 0U);
+    EXPECT_EQ(exec.mPathCacheMisses, 0U);
+}
+
+TEST(ExecTest, AResetForgetsCommandsRulesAndTheConnector) {
+    PosixProvider provider;
+    {
+        cygwin::connector connector(testing_support::embeddingOf(provider));
+        TestedExec exec;
+        exec.setCygwinConnector(&connector);
+        exec.mJobPattern = "b";
+        exec.setStallRules({{"a", 1, 1}, {"b", 2, 2}});
+        ASSERT_NE(exec.mCurrentRule, nullptr);
+        exec.mPid = 5;
+        exec.mAborted = true;
+        exec.mChildSignal = 9;
+        exec.mPathCache["/x"] = "c:\\x";
+        exec.mPathCacheHits = 3;
+        exec.mPathCacheMisses = 4;
+
+        exec.reset();
+        EXPECT_EQ(exec.mCurrentRule, nullptr);
+        EXPECT_EQ(exec.mJobPattern, "");
+        EXPECT_TRUE(exec.mStallRules.empty());
+        EXPECT_EQ(exec.mPid, 0xffffffffU);
+        EXPECT_FALSE(exec.mAborted);
+        EXPECT_EQ(exec.mChildSignal, 0x80000000U);
+        EXPECT_EQ(exec.mCygwinMajor, 0);
+        EXPECT_EQ(exec.mCygwinMinor, 0);
+        EXPECT_EQ(exec.mConnector, nullptr);
+        EXPECT_TRUE(exec.mPathCache.empty());
+        EXPECT_EQ(exec.mPathCacheHits, 0U);
+        EXPECT_EQ(exec.mPathCacheMisses, 0U);
+    }
+    provider.expectClean();
+}
+
+TEST(ExecTest, AResetKeepsTheLogTheJobTheLimitsAndTheLastCounters) {
     TestedExec exec;
-    const std::string folder = testing_support::utf8(testing_support::testProgramFolder());
-    EXPECT_EQ(exec.run("sampleprogram exit 42", folder).code, 42);
+    exec.mLog << "log";
+    *exec.mJob.receive() = CreateJobObjectA(nullptr, nullptr);
+    HANDLE job = exec.mJob.get();
+    exec.setOutputLimits(7, 6);
+    exec.mLastUserTime = 1;
+    exec.mLastKernelTime = 2;
+    exec.mLastReads = 3;
+    exec.mLastWrites = 4;
+    exec.mLastOtherOps = 5;
+    exec.mStallCountdown = 8;
+    exec.setPidBufferSize(9);
+
+    exec.reset();
+    EXPECT_EQ(exec.log(), "log");
+    EXPECT_EQ(exec.mJob.get(), job);
+    EXPECT_EQ(exec.mMaxOutputBytes, 7);
+    EXPECT_EQ(exec.mKeepOutputBytes, 6U);
+    EXPECT_EQ(exec.mLastUserTime, 1);
+    EXPECT_EQ(exec.mLastKernelTime, 2);
+    EXPECT_EQ(exec.mLastReads, 3U);
+    EXPECT_EQ(exec.mLastWrites, 4U);
+    EXPECT_EQ(exec.mLastOtherOps, 5U);
+    EXPECT_EQ(exec.mStallCountdown, 8);
+    EXPECT_EQ(exec.mPidBufferSize, 9U);
+}
+
+TEST(ExecTest, OutputLimitsAreWhatWasSetLast) {
+    TestedExec exec;
+    int maxBytes = 0;
+    unsigned keepBytes = 0;
+    exec.getOutputLimits(&maxBytes, &keepBytes);
+    EXPECT_EQ(maxBytes, 5000000);
+    EXPECT_EQ(keepBytes, 5000U);
+    exec.setOutputLimits(-1, 0xffffffff);
+    exec.getOutputLimits(&maxBytes, &keepBytes);
+    EXPECT_EQ(maxBytes, -1);
+    EXPECT_EQ(keepBytes, 0xffffffffU);
+}
+
+TEST(ExecTest, ABufferForPidsHasAtMost1024Bytes) {
+    TestedExec exec;
+    struct Row {
+        uint32_t size;
+        uint32_t result;
+    };
+    for (const Row& row : {Row{0, 0}, Row{1025, 0}, Row{1, 1}, Row{0xffffffff, 1}, Row{1024, 1024},
+                           Row{1023, 1023}}) {
+        exec.setPidBufferSize(row.size);
+        EXPECT_EQ(exec.mPidBufferSize, row.result) << row.size;
+    }
+}
+
+TEST(ExecTest, WithoutAJobNoNewRuleIsCurrent) {
+    TestedExec exec;
+    exec.mStallCountdown = 5;
+    const Rules rules = {{"", 1, 1}, {"b", 2, 2}};
+    exec.setStallRules(rules);
+    EXPECT_EQ(exec.mCurrentRule, nullptr);
+    EXPECT_EQ(exec.mStallCountdown, 0);
+    ASSERT_EQ(exec.mStallRules.size(), 2U);
+    EXPECT_EQ(exec.mStallRules.back().mPattern, "b");
+    EXPECT_EQ(exec.mStallRules.back().mTimeout, 2);
+    EXPECT_EQ(exec.mStallRules.back().mFlags, 2U);
+}
+
+TEST(ExecTest, TheFirstNewRuleOfTheJobsPatternIsCurrent) {
+    TestedExec exec;
+    exec.mJobPattern = "b";
+    const Rules rules = {{"a", 1, 1}, {"B", 2, 1}, {"b", 3, 1}, {"b", 4, 1}};
+    exec.setStallRules(rules);
+    EXPECT_EQ(exec.mStallCountdown, 3);
+    EXPECT_EQ(exec.mCurrentRule, &*std::next(exec.mStallRules.begin(), 2));
+    EXPECT_EQ(exec.mJobPattern, "b");
+}
+
+TEST(ExecTest, WithoutARuleOfTheJobsPatternTheTimeOfTheOldOneStays) {
+    TestedExec exec;
+    exec.mJobPattern = "b";
+    exec.setStallRules({{"b", 3000, 1}});
+    exec.mStallCountdown = 500;
+    exec.setStallRules({{"bb", 7000, 1}});
+    EXPECT_EQ(exec.mCurrentRule, nullptr);
+    EXPECT_EQ(exec.mStallCountdown, 3000);
+    EXPECT_EQ(exec.mJobPattern, "b");
+    exec.setStallRules({});
+    EXPECT_EQ(exec.mStallCountdown, 0);
+    EXPECT_TRUE(exec.mStallRules.empty());
+}
+
+TEST(ExecTest, RulesThatReplaceThemselvesAreTheSame) {
+    TestedExec exec;
+    exec.mJobPattern = "b";
+    exec.setStallRules({{"a", 1, 1}, {"b", 2, 1}});
+    exec.setStallRules(exec.mStallRules);
+    EXPECT_EQ(exec.mStallRules.size(), 2U);
+    EXPECT_EQ(exec.mCurrentRule, &exec.mStallRules.back());
+}
+
+TEST(ExecTest, WhatChangesTheRulesWaitsForTheLock) {
+    PosixProvider provider;
+    cygwin::connector connector(testing_support::embeddingOf(provider));
+    TestedExec exec;
+    exec.mJobPattern = "b";
+    std::optional<MutexLock> lock(exec.mHandleLock);
+    std::array<std::optional<BoundedThread>, 3> threads;
+    threads[0].emplace([&exec] { exec.setStallRules({{"b", 1, 1}}); });
+    threads[1].emplace([&exec] { exec.reset(); });
+    threads[2].emplace([&] { exec.setCygwinConnector(&connector); });
+    // Each of them would have to be faster than this to go unseen without a lock; with one, none
+    // ever is.
+    Sleep(20);
+    EXPECT_TRUE(exec.mStallRules.empty());
+    EXPECT_EQ(exec.mJobPattern, "b");
+    EXPECT_EQ(exec.mConnector, nullptr);
+    lock.reset();
+    for (std::optional<BoundedThread>& thread : threads) {
+        thread->join();
+    }
+}
+
+TEST(ExecTest, AConnectorGivesItsVersionAndNoneGivesZeros) {
+    PosixProvider provider("2.11.1(0.329/5/3)");
+    {
+        cygwin::connector connector(testing_support::embeddingOf(provider));
+        TestedExec exec;
+        exec.setCygwinConnector(&connector);
+        EXPECT_EQ(exec.mConnector, &connector);
+        EXPECT_EQ(exec.mCygwinMajor, 2011);
+        EXPECT_EQ(exec.mCygwinMinor, 1);
+        exec.setCygwinConnector(nullptr);
+        EXPECT_EQ(exec.mConnector, nullptr);
+        EXPECT_EQ(exec.mCygwinMajor, 0);
+        EXPECT_EQ(exec.mCygwinMinor, 0);
+    }
+    provider.expectClean();
+}
+
+TEST(ExecTest, TheSignalOfTheLastChildCanBeAskedFor) {
+    TestedExec exec;
+    EXPECT_EQ(exec.childSignal(), 0x80000000U);
+    exec.mChildSignal = 15;
+    EXPECT_EQ(exec.childSignal(), 15U);
+}
+
+TEST(ExecTest, AFailureIsALineOnStandardError) {
+    Exec exec;
+    testing::internal::CaptureStderr();
+    exec.reportError("a failure");
+    exec.reportError("");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "a failure\n\n");
+}
+
+TEST(ExecTest, AReportGoesBehindTheFailuresAndToTheOperation) {
+    TestedExec exec;
+    std::string failures = "before ";
+    exec.report("one\n", &failures);
+    exec.report("two", nullptr);
+    EXPECT_EQ(failures, "before one\n");
+    EXPECT_EQ(exec.errors(), Texts({"one\n", "two"}));
+}
+
+TEST(ExecTest, AReportOfTheLastErrorHasItsWords) {
+    const SystemMessage message(L"It can't be.\r\n");
+    TestedExec exec;
+    std::string failures = "before ";
+    SetLastError(ERROR_ACCESS_DENIED);
+    exec.reportWithLastError("The thing", &failures);
+    EXPECT_EQ(message.calls().back().number, static_cast<DWORD>(ERROR_ACCESS_DENIED));
+    SetLastError(ERROR_INVALID_HANDLE);
+    exec.reportWithLastError("Another", nullptr);
+    EXPECT_EQ(message.calls().back().number, static_cast<DWORD>(ERROR_INVALID_HANDLE));
+    EXPECT_EQ(failures, "before The thing: It can't be\n");
+    EXPECT_EQ(exec.errors(), Texts({"The thing: It can't be\n", "Another: It can't be\n"}));
+}
+
+TEST(ExecTest, TheEndOfAnObjectBreaksItsCommandAndDoesNotWaitForIt) {
+    const StartedChild child({.actions = {"ignore-break", "sleep", "60000"}});
+    const ConsoleBreaks breaks;
+    {
+        TestedExec exec;
+        exec.mPid = child.pid();
+    }
+    EXPECT_EQ(breaks.calls(), std::vector<ConsoleBreaks::Call>({{CTRL_BREAK_EVENT, child.pid()}}));
+    HANDLE process = OpenProcess(SYNCHRONIZE, FALSE, child.pid());
+    EXPECT_EQ(WaitForSingleObject(process, 0), static_cast<DWORD>(WAIT_TIMEOUT));
+    CloseHandle(process);
+}
+
+TEST(ExecTest, TheEndOfAnIdleObjectBreaksNothing) {
+    const ConsoleBreaks breaks;
+    { const TestedExec exec; }
+    EXPECT_TRUE(breaks.calls().empty());
+}
+
+TEST(ExecTest, TheEndOfAnObjectClosesItsJob) {
+    std::optional<TestedExec> exec(std::in_place);
+    *exec->mJob.receive() = CreateJobObjectA(nullptr, nullptr);
+    HANDLE job = exec->mJob.get();
+    DWORD flags = 0;
+    ASSERT_TRUE(GetHandleInformation(job, &flags));
+    exec.reset();
+    EXPECT_FALSE(GetHandleInformation(job, &flags));
 }
 
 }  // namespace

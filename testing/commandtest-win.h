@@ -1,0 +1,119 @@
+#pragma once
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <optional>
+#include <set>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include "testing/childprocess-win.h"
+#include "testing/environmentscope.h"
+#include "testing/processresources-win.h"
+#include "testing/tempfolder.h"
+#include "testing/testedexec-win.h"
+#include "testing/utf8path.h"
+
+namespace testing_support {
+
+/// The line that lets execchild do these actions: its path in quotes, and they as they stand.
+inline std::string execChild(const std::string& actions = {}) {
+    std::string line = "\"";
+    return line.append(utf8(testProgramFolder() / "execchild.exe")).append("\" ").append(actions);
+}
+
+/// A command of that line, with all else as by default.
+inline Exec::RunInfo childInfo(const std::string& actions = {}) {
+    Exec::RunInfo info;
+    info.mDirectArgv = {execChild(actions)};
+    return info;
+}
+
+inline std::string fileContent(const std::filesystem::path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+/// Until the scope ends, the standard output and error of this process are two empty files, as a
+/// caller of commands may have them. What the C and C++ runtimes write goes where it went.
+class StandardFiles {
+public:
+    explicit StandardFiles(const TempFolder& folder)
+        : mOutputPath(folder.path() / "standard output"),
+          mErrorPath(folder.path() / "standard error"),
+          mOutput(create(mOutputPath)),
+          mError(create(mErrorPath)) {
+        SetStdHandle(STD_OUTPUT_HANDLE, mOutput);
+        SetStdHandle(STD_ERROR_HANDLE, mError);
+    }
+    ~StandardFiles() {
+        SetStdHandle(STD_OUTPUT_HANDLE, mOutputBefore);
+        SetStdHandle(STD_ERROR_HANDLE, mErrorBefore);
+        CloseHandle(mOutput);
+        CloseHandle(mError);
+    }
+    StandardFiles(const StandardFiles&) = delete;
+    StandardFiles& operator=(const StandardFiles&) = delete;
+
+    HANDLE output() const { return mOutput; }
+    HANDLE error() const { return mError; }
+    std::string outputContent() const { return fileContent(mOutputPath); }
+    std::string errorContent() const { return fileContent(mErrorPath); }
+
+private:
+    static HANDLE create(const std::filesystem::path& path) {
+        SECURITY_ATTRIBUTES inheritable = {sizeof inheritable, nullptr, TRUE};
+        return CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE,
+                           FILE_SHARE_READ | FILE_SHARE_WRITE, &inheritable, CREATE_ALWAYS, 0,
+                           nullptr);
+    }
+
+    std::filesystem::path mOutputPath;
+    std::filesystem::path mErrorPath;
+    HANDLE mOutput;
+    HANDLE mError;
+    HANDLE mOutputBefore = GetStdHandle(STD_OUTPUT_HANDLE);
+    HANDLE mErrorBefore = GetStdHandle(STD_ERROR_HANDLE);
+};
+
+/// A test of commands. When it ends, its commands have left no handle open and no file of a
+/// capture, however they ended.
+class CommandTest : public testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        // What the process opens once for all its commands.
+        TestedExec().run(execChild());
+    }
+    void SetUp() override {
+        mHandlesBefore = handleCount();
+        mExec.emplace();
+    }
+    void TearDown() override {
+        mExec.reset();
+        EXPECT_EQ(handleCount(), mHandlesBefore);
+        EXPECT_EQ(captures(), std::multiset<std::string>());
+    }
+
+    /// The files of captures that there are now, by the first letters of their names.
+    std::multiset<std::string> captures() const {
+        std::multiset<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator(mCaptures.path())) {
+            names.insert(utf8(entry.path().filename()).substr(0, 3));
+        }
+        return names;
+    }
+
+    TempFolder mFolder;
+    std::optional<TestedExec> mExec;
+
+private:
+    TempFolder mCaptures;
+    EnvironmentScope mTmp{"TMP", mCaptures.path().string()};
+    size_t mHandlesBefore = 0;
+};
+
+}  // namespace testing_support
