@@ -38,6 +38,17 @@ inline std::string fileContent(const std::filesystem::path& file) {
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 
+/// Waits for a process's end. True also if it has long been gone.
+inline bool ends(DWORD pid) {
+    HANDLE process = OpenProcess(SYNCHRONIZE, FALSE, pid);
+    if (process == nullptr) {
+        return true;
+    }
+    const DWORD result = WaitForSingleObject(process, 30000);
+    CloseHandle(process);
+    return result == WAIT_OBJECT_0;
+}
+
 /// Until the scope ends, the standard output and error of this process are two empty files, as a
 /// caller of commands may have them. What the C and C++ runtimes write goes where it went.
 class StandardFiles {
@@ -81,12 +92,14 @@ private:
 };
 
 /// A test of commands. When it ends, its commands have left no handle open and no file of a
-/// capture, however they ended.
+/// capture, however they ended. It uses no threads of the C++ library, which keeps handles.
 class CommandTest : public testing::Test {
 protected:
     static void SetUpTestSuite() {
-        // What the process opens once for all its commands.
+        // What the process opens once for all its commands, exceptions and named objects.
         TestedExec().run(execChild());
+        CloseHandle(CreateEventW(nullptr, TRUE, FALSE, L"nbcc-command-test"));
+        EXPECT_ANY_THROW(TestedExec().run(execChild(), "c:/no such folder"));
     }
     void SetUp() override {
         mHandlesBefore = handleCount();
