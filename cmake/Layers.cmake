@@ -77,7 +77,7 @@ function(layer_test name)
     add_executable(${name} ${sources})
     target_link_libraries(${name} PRIVATE testing GTest::gtest_main)
     # Tests are compiled often and run once.
-    target_compile_options(${name} PRIVATE -O1)
+    target_compile_options(${name} PRIVATE -O0)
     target_precompile_headers(${name} PRIVATE <gtest/gtest.h>)
     foreach(library ${ARGN})
         target_link_libraries(${name} PRIVATE ${library}_checked)

@@ -24,8 +24,8 @@ bool lacksArguments(const std::wstring& message, DWORD flags, const va_list* arg
 
 }  // namespace
 
-SystemMessage::SystemMessage(std::wstring message, HMODULE module)
-    : mMessage(std::move(message)),
+SystemMessage::SystemMessage(std::wstring_view message, HMODULE module)
+    : mMessage(message),
       mPatch(module, "FormatMessageW", reinterpret_cast<void*>(formatMessage)) {
     gCurrent = this;
 }

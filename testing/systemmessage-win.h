@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <windows.h>
@@ -31,7 +32,7 @@ public:
         const void* allocated;
     };
 
-    explicit SystemMessage(std::wstring message, HMODULE module = nullptr);
+    explicit SystemMessage(std::wstring_view message, HMODULE module = nullptr);
     ~SystemMessage();
     SystemMessage(const SystemMessage&) = delete;
     SystemMessage& operator=(const SystemMessage&) = delete;

@@ -207,7 +207,8 @@ TEST(ProcessImageNameTest, AProgramWithALongPathHasTheFirst259CharactersOfIt) {
     const TempFolder folder;
     std::filesystem::path deep = L"\\\\?\\" + folder.path().wstring();
     deep.make_preferred();
-    for (int i = 0; i < 3; ++i) {
+    constexpr int LEVELS = 3;
+    for (int level = 0; level < LEVELS; ++level) {
         deep /= std::wstring(90, L'd');
         ASSERT_TRUE(CreateDirectoryW(deep.c_str(), nullptr));
     }
@@ -215,7 +216,8 @@ TEST(ProcessImageNameTest, AProgramWithALongPathHasTheFirst259CharactersOfIt) {
     const std::optional<std::wstring> name = nameWhenStarted(deep / "program.exe");
     // Nothing but these calls takes such a path.
     DeleteFileW((deep / "program.exe").c_str());
-    while (RemoveDirectoryW(deep.c_str())) {
+    for (int level = 0; level < LEVELS; ++level) {
+        RemoveDirectoryW(deep.c_str());
         deep = deep.parent_path();
     }
     if (!name) {
