@@ -18,6 +18,13 @@ struct CommandResult {
     bool aborted = false;
 };
 
+/// How the report of a start ends that fails with ERROR_INTERNAL_ERROR. Asked for before a test may
+/// give other words to errors.
+inline const std::string internalErrorEnd = [] {
+    constexpr uint32_t error = ERROR_INTERNAL_ERROR;
+    return ": " + errorText(/*withCode=*/false, &error, /*which=*/1) + ".\n";
+}();
+
 /// An Exec that keeps what it is told to report, and whose parts can be looked at.
 class TestedExec : public Exec {
 public:
@@ -83,16 +90,10 @@ public:
     }
 
 private:
-    static std::string wordsOf(uint32_t error) {
-        return errorText(/*withCode=*/false, &error, /*which=*/1);
-    }
-    /// Whether the last report, behind the first `count`, is of such a start. Drops it then. Words
-    /// that a test gives to all errors alike tell nothing.
+    /// Whether the last report, behind the first `count`, is of such a start. Drops it then.
     bool dropInternalError(size_t count) {
-        const std::string words = wordsOf(ERROR_INTERNAL_ERROR);
         const std::lock_guard lock(mErrorsMutex);
-        if (mErrors.size() <= count || words == wordsOf(ERROR_ACCESS_DENIED) ||
-            !mErrors.back().ends_with(": " + words + ".\n")) {
+        if (mErrors.size() <= count || !mErrors.back().ends_with(internalErrorEnd)) {
             return false;
         }
         mErrors.pop_back();
