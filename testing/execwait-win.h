@@ -64,6 +64,15 @@ protected:
             return WAIT_TIMEOUT;
         });
     }
+    /// Whether no process is left in the job. Those that are over may count for a moment yet.
+    bool jobEmpties() const {
+        return eventually([this] {
+            JOBOBJECT_BASIC_PROCESS_ID_LIST list{};
+            return QueryInformationJobObject(exec.mJob.get(), JobObjectBasicProcessIdList, &list,
+                                             sizeof list, /*lpReturnLength=*/nullptr) &&
+                   list.NumberOfAssignedProcesses == 0;
+        });
+    }
     void abort() {
         MutexLock lock(exec.mHandleLock);
         exec.abort(lock, /*signal=*/15);

@@ -181,7 +181,15 @@ TEST_F(StallTest, WithoutATextForFailuresTheExitCodeComesBack) {
     info.mDirectArgv = {waitedChild("make " + file("ready") + " sleep 60000")};
     info.mCaptureOutput = false;
     exec.setStallRules(everyCommand(500, TIME));
-    notePidAt("ready");
+    accounting.setFixed({});
+    wakes.onTimeout([this](size_t wake) -> DWORD {
+        if (wake > 1) {
+            return QuickWakes::AWAIT_END;
+        }
+        await("ready");
+        pid = std::to_string(exec.mPid.load());
+        return WAIT_TIMEOUT;
+    });
     const CommandResult result = exec.run(info);
     EXPECT_EQ(result.code, BREAK_CODE);
     EXPECT_EQ(result.output, "");
