@@ -123,7 +123,7 @@ TEST_F(JobListTest, ABufferThatHasGrownIsFreed) {
 using JobListDeathTest = JobListTest;
 
 TEST_F(JobListDeathTest, WithoutMemoryForTheBufferTheProcessIsStopped) {
-    constexpr uint32_t size = 1012;
+    constexpr size_t size = 1012;
     exec.setPidBufferSize(size);
     const auto grow = [this] {
         static void* (*original)(size_t) = nullptr;

@@ -231,7 +231,7 @@ public:
     static int clicks() { return gClicks; }
 
 private:
-    static HWND window() { return reinterpret_cast<HWND>(uintptr_t{0x1234}); }
+    static HWND window() { return reinterpret_cast<HWND>(&gTitle); }
     static HWND WINAPI find(LPCSTR windowClass, LPCSTR title) {
         EXPECT_EQ(windowClass, nullptr);
         gSearches.emplace_back(title);
