@@ -17,7 +17,6 @@
 
 namespace {
 
-using testing_support::childInfo;
 using testing_support::CommandResult;
 using testing_support::CommandTest;
 using testing_support::execChild;
@@ -25,7 +24,6 @@ using testing_support::RecordedStarts;
 using testing_support::ReplacedCall;
 using testing_support::StandardFiles;
 using testing_support::SystemMessage;
-using testing_support::TestedExec;
 
 using Texts = std::vector<std::string>;
 

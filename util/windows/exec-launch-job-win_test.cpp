@@ -1,6 +1,6 @@
 // The job of a command: when it is made, its limits, and the way of the child into it.
 
-#include <optional>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -11,19 +11,16 @@
 #include "testing/beforeresume-win.h"
 #include "testing/commandtest-win.h"
 #include "testing/environmentscope.h"
-#include "testing/eventually.h"
 #include "testing/recordedstarts-win.h"
 #include "testing/replacedcall-win.h"
 #include "testing/systemmessage-win.h"
 #include "util/windows/exec-priority-win.h"
 #include "util/windows/exec-win.h"
 #include "util/windows/system-paths-win.h"
-#include "util/windows/unicodetext-win.h"
 
 namespace {
 
 using testing_support::BeforeResume;
-using testing_support::childInfo;
 using testing_support::CommandResult;
 using testing_support::CommandTest;
 using testing_support::EnvironmentScope;
@@ -31,7 +28,6 @@ using testing_support::execChild;
 using testing_support::RecordedStarts;
 using testing_support::ReplacedCall;
 using testing_support::SystemMessage;
-using testing_support::TestedExec;
 
 using Texts = std::vector<std::string>;
 
@@ -87,7 +83,8 @@ BOOL WINAPI setLimits(HANDLE job, JOBOBJECTINFOCLASS what, LPVOID values, DWORD 
 }
 
 BOOL WINAPI assign(HANDLE job, HANDLE process) {
-    gJobs.assignments.push_back({job, process, System::getcwd(), std::getenv("PATH")});
+    const char* path = std::getenv("PATH");
+    gJobs.assignments.push_back({job, process, System::getcwd(), path != nullptr ? path : ""});
     if (gJobs.assignmentError != NO_ERROR) {
         SetLastError(gJobs.assignmentError);
         return FALSE;

@@ -33,7 +33,7 @@ protected:
     CommandResult refuse(Exec::RunInfo& info, const std::string& directory = {},
                          const char* environment = nullptr) {
         const RecordedStarts starts({DENIED});
-        const CommandResult result = mExec->run(info, directory, environment);
+        CommandResult result = mExec->run(info, directory, environment);
         EXPECT_EQ(starts.calls().size(), 1U);
         EXPECT_EQ(mMessage.calls().back().number, DENIED);
         return result;

@@ -21,7 +21,6 @@ using testing_support::childInfo;
 using testing_support::CommandResult;
 using testing_support::CommandTest;
 using testing_support::EnvironmentScope;
-using testing_support::execChild;
 using testing_support::RecordedStarts;
 using testing_support::ReplacedCall;
 using testing_support::StandardFiles;
