@@ -102,7 +102,7 @@ protected:
         gJobs.assign = mAssign.original();
     }
     void TearDown() override {
-        gRaisePriority = mRaisePriority;
+        gRaisePriority.store(mRaisePriority);
         CommandTest::TearDown();
     }
 
