@@ -1,6 +1,5 @@
 // How a command is started: what CreateProcessW is told, and what happens around it.
 
-#include <iterator>
 #include <optional>
 #include <string>
 #include <vector>

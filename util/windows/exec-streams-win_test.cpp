@@ -1,9 +1,9 @@
 // Where a command's streams go.
 
 #include <array>
-#include <map>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -75,6 +75,9 @@ TEST_F(ExecStreamsTest, EachModeOfEachStreamHasItsPlace) {
         const StreamMode errorMode = row >> 2 & 3;
         const bool capture = (row & 16) != 0;
         const bool merge = (row & 32) != 0;
+        if (merge && outputMode != streamError && errorMode != streamError) {
+            continue;  // where merging makes no difference
+        }
         Places expected;
         put(expected, merge && outputMode == 1 ? 0 : outputMode, capture, expected.outputFile, "x");
         put(expected, merge && errorMode == 1 ? 0 : errorMode, capture, expected.errorFile, "y");

@@ -3,6 +3,7 @@
 #include "util/windows/exec-win.h"
 
 #include <array>
+#include <iterator>
 #include <list>
 #include <optional>
 #include <string>
