@@ -8,21 +8,24 @@
 //     copy                    standard input to standard output, to its end
 //     sleep MS                sleeps
 //     burn MS                 computes until its processor time has grown by that
-//     io MS FILE              writes and reads the file for that time, with a sleep after each
-//     round make FILE               makes an empty file await FILE              waits until the
-//     file is there await-gone FILE         waits until the file isn't there pid FILE writes its
-//     process id to the file, which is never seen half written variable NAME           the
-//     environment variable, or "(not set)" environment             each entry of the environment
-//     block on a line folder                  the current directory handles                 a line
-//     for standard input, output and error: "disk" and the position,
-//                             "pipe", "char" or "unknown"; then "same file", "different files" or
-//                             "no files", of standard output and error
+//     io MS FILE              writes and reads the file for that time, and sleeps after each round
+//     make FILE               makes an empty file
+//     await FILE              waits until the file is there
+//     await-gone FILE         waits until the file isn't there
+//     pid FILE                writes its process id to the file, which is never seen half written
+//     variable NAME           the environment variable, or "(not set)"
+//     environment             each entry of the environment block on a line
+//     folder                  the current directory
+//     handles                 a line for standard input, output and error each: "disk" and the
+//                             position, "pipe", "char" or "unknown"; then "same file", "different
+//                             files" or "no files", of standard output and error
 //     ignore-break            from here on a break has no effect
-//     spawn ACTIONS...        starts itself with these, without standard handles, and ends
+//     spawn ACTIONS...        starts itself with these, without standard handles and without a
+//                             console, and ends
 //     spawn-and N ACTIONS...  the same with the next N arguments, and goes on behind them
 //     arguments               the whole command line as it came, and ends
-//     exit CODE               ends with this exit code, decimal (also negative) or 0x and
-//     hexadecimal
+//     exit CODE               ends with this exit code, decimal (also negative) or hexadecimal
+//                             behind 0x
 //
 // Otherwise it ends with 0; with 120 and a line on standard error if it can't understand an action,
 // with 121 and a line if it can't do one.
@@ -209,13 +212,14 @@ void spawn(const wchar_t* const* first, const wchar_t* const* last) {
         line += L' ';
         testing_support::appendQuoted(line, *first);
     }
-    // With no handles named, console programs would be given their parent's.
+    // With no handles named, console programs would be given their parent's. Without a console of
+    // their parent's they would be given a new one, and its server with it.
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     startup.dwFlags = STARTF_USESTDHANDLES;
     PROCESS_INFORMATION process{};
     require(CreateProcessW(program.data(), line.data(), nullptr, nullptr, /*bInheritHandles=*/FALSE,
-                           0, nullptr, nullptr, &startup, &process) != 0,
+                           DETACHED_PROCESS, nullptr, nullptr, &startup, &process) != 0,
             L"spawn");
     CloseHandle(process.hThread);
     CloseHandle(process.hProcess);
