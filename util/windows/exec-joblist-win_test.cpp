@@ -124,15 +124,16 @@ using JobListDeathTest = JobListTest;
 
 TEST_F(JobListDeathTest, WithoutMemoryForTheBufferTheProcessIsStopped) {
     constexpr size_t size = 1012;
-    exec.setPidBufferSize(size);
-    const auto grow = [this] {
+    SimulatedWait wait({".*", 0, 0});
+    wait.setPidBufferSize(size);
+    const auto grow = [&] {
         static void* (*original)(size_t) = nullptr;
         const ReplacedCall<void*(size_t)> noMemory("malloc", [](size_t bytes) -> void* {
             return bytes == 2 * size ? nullptr : original(bytes);
         });
         original = noMemory.original();
         accounting.failNext(LIST, ERROR_MORE_DATA);
-        exec.waitChildren("command", /*failureText=*/nullptr);
+        wait.waitChildren("command", /*failureText=*/nullptr);
     };
     EXPECT_EXIT(grow(), diedOfABadAddress, "assertion failed at .*: pids != 0");
 }
