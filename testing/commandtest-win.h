@@ -49,6 +49,24 @@ inline bool ends(DWORD pid) {
     return result == WAIT_OBJECT_0;
 }
 
+/// How a command's streams are taken, which decides where the words for a failure go.
+struct StreamChoice {
+    bool isMerged;
+    bool isCaptured;
+
+    Exec::RunInfo appliedTo(Exec::RunInfo info) const {
+        info.mMergeOutput = isMerged;
+        info.mCaptureOutput = isCaptured;
+        return info;
+    }
+    void expectWords(const CommandResult& result, const std::string& words) const {
+        EXPECT_EQ(result.output, isCaptured && isMerged ? words : "");
+        EXPECT_EQ(result.error, isCaptured && !isMerged ? words : "");
+    }
+};
+inline constexpr StreamChoice STREAM_CHOICES[] = {
+    {false, true}, {true, true}, {false, false}, {true, false}};
+
 /// Until the scope ends, the standard output and error of this process are two empty files, as a
 /// caller of commands may have them. What the C and C++ runtimes write goes where it went.
 class StandardFiles {

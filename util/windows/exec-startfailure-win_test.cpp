@@ -21,6 +21,8 @@ using testing_support::execChild;
 using testing_support::RecordedStarts;
 using testing_support::ReplacedCall;
 using testing_support::StandardFiles;
+using testing_support::STREAM_CHOICES;
+using testing_support::StreamChoice;
 using testing_support::SystemMessage;
 
 using Texts = std::vector<std::string>;
@@ -156,24 +158,17 @@ TEST_F(ExecStartFailureTest, AnEnvironmentOverTheLimitIsExplained) {
 
 TEST_F(ExecStartFailureTest, TheFailureGoesToTheTextOfTheErrorsAndToTheOperation) {
     const StandardFiles streams(mFolder);
-    struct Row {
-        bool merge;
-        bool capture;
-    };
-    for (const Row& row :
-         {Row{false, true}, Row{true, true}, Row{false, false}, Row{true, false}}) {
+    for (const StreamChoice& choice : STREAM_CHOICES) {
         mExec.emplace();
         Exec::RunInfo info;
         info.mDirectArgv = {execChild()};
-        info.mMergeOutput = row.merge;
-        info.mCaptureOutput = row.capture;
+        info = choice.appliedTo(info);
         const CommandResult result = refuse(info);
         EXPECT_EQ(result.code, 1);
         ASSERT_EQ(mExec->errors().size(), 1U);
         const std::string words = mExec->errors()[0];
         EXPECT_TRUE(words.starts_with("Exec::runCommand couldn't create process (")) << words;
-        EXPECT_EQ(result.output, row.capture && row.merge ? words : "");
-        EXPECT_EQ(result.error, row.capture && !row.merge ? words : "");
+        choice.expectWords(result, words);
     }
 }
 
@@ -205,22 +200,15 @@ TEST_F(ExecStartFailureTest, TheThreeErrorsThatMeanAMissingProgramSayThatItIsNot
 TEST_F(ExecStartFailureTest, AMissingProgramIsToldInOnePlaceOnly) {
     const StandardFiles streams(mFolder);
     const std::string words = "'missing-program \xc3\xa4': Command not found\n";
-    struct Row {
-        bool merge;
-        bool capture;
-    };
-    for (const Row& row :
-         {Row{false, true}, Row{true, true}, Row{false, false}, Row{true, false}}) {
+    for (const StreamChoice& choice : STREAM_CHOICES) {
         mExec.emplace();
         Exec::RunInfo info;
         info.mDirectArgv = {"missing-program \xc3\xa4"};
-        info.mMergeOutput = row.merge;
-        info.mCaptureOutput = row.capture;
+        info = choice.appliedTo(info);
         const CommandResult result = mExec->run(info, mFolder.utf8());
         EXPECT_EQ(result.code, 255);
-        EXPECT_EQ(result.output, row.capture && row.merge ? words : "");
-        EXPECT_EQ(result.error, row.capture && !row.merge ? words : "");
-        EXPECT_EQ(mExec->errors(), row.capture ? Texts() : Texts({words}));
+        choice.expectWords(result, words);
+        EXPECT_EQ(mExec->errors(), choice.isCaptured ? Texts() : Texts({words}));
         EXPECT_EQ(mExec->log(), "\twd: " + mFolder.utf8());
     }
 }

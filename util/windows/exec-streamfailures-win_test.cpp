@@ -24,6 +24,8 @@ using testing_support::EnvironmentScope;
 using testing_support::RecordedStarts;
 using testing_support::ReplacedCall;
 using testing_support::StandardFiles;
+using testing_support::STREAM_CHOICES;
+using testing_support::StreamChoice;
 using testing_support::SystemMessage;
 
 using Texts = std::vector<std::string>;
@@ -173,21 +175,14 @@ TEST_F(ExecStreamFailuresTest, AModeThatIsNoneOpensNothing) {
 TEST_F(ExecStreamFailuresTest, TheTextGoesWhereFailuresGo) {
     const StandardFiles streams(mFolder);
     const std::string words = "Exec::runCommand couldn't open file for standard input: It can't be";
-    struct Row {
-        bool merge;
-        bool capture;
-    };
-    for (const Row& row :
-         {Row{false, true}, Row{true, true}, Row{false, false}, Row{true, false}}) {
+    for (const StreamChoice& choice : STREAM_CHOICES) {
         mExec.emplace();
         Exec::RunInfo info = childInfo();
         info.mStdinFile = mFolder.utf8("none");
-        info.mMergeOutput = row.merge;
-        info.mCaptureOutput = row.capture;
+        info = choice.appliedTo(info);
         const CommandResult result = mExec->run(info);
         EXPECT_EQ(result.code, 255);
-        EXPECT_EQ(result.output, row.capture && row.merge ? words : "");
-        EXPECT_EQ(result.error, row.capture && !row.merge ? words : "");
+        choice.expectWords(result, words);
         EXPECT_EQ(mExec->errors(), Texts({words}));
     }
 }
