@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <iterator>
 #include <random>
 #include <string>
 #include <thread>
@@ -87,6 +88,7 @@ constexpr Kind KINDS[] = {
     {"say x exit 7", true},           {"say x spawn-and 2 sleep 20 exit 7", true},
     {"sleep 10 say x exit 7", false}, {"spawn-and 2 sleep 60000 sleep 60000", true},
 };
+constexpr int LONGEST_DELAYS[] = {5000, 40000, 200000};  // microseconds
 constexpr Kind STUBBORN = {"ignore-break sleep 60000", false};
 
 /// One run, and the threads that abort it.
@@ -97,8 +99,12 @@ public:
             mExec.setStallRules(everyCommand(/*timeout=*/0, /*flags=*/0));
         }
         const int threads = std::uniform_int_distribution(1, 4)(random);
+        // Some end before the child begins, some when it has long ended.
+        const int longest = LONGEST_DELAYS[std::uniform_int_distribution<size_t>(
+            0, std::size(LONGEST_DELAYS) - 1)(random)];
         for (int thread = 0; thread < threads; ++thread) {
-            const std::chrono::microseconds delay(std::uniform_int_distribution(0, 40000)(random));
+            const std::chrono::microseconds delay(
+                std::uniform_int_distribution(0, longest)(random));
             mAborters.emplace_back([this, delay] {
                 std::this_thread::sleep_for(delay);
                 abort();
