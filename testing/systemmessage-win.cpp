@@ -25,8 +25,7 @@ bool lacksArguments(const std::wstring& message, DWORD flags, const va_list* arg
 }  // namespace
 
 SystemMessage::SystemMessage(std::wstring_view message, HMODULE module)
-    : mMessage(message),
-      mPatch(module, "FormatMessageW", reinterpret_cast<void*>(formatMessage)) {
+    : mMessage(message), mPatch(module, "FormatMessageW", reinterpret_cast<void*>(formatMessage)) {
     gCurrent = this;
 }
 
