@@ -70,8 +70,9 @@ public:
         bool mMergeOutput = false;
         /// Streams of the modes 0 and 1 come back as text.
         bool mCaptureOutput = true;
-        /// The two texts are taken for UTF-16, little-endian, and come back as UTF-8. Meant for
-        /// what the command writes: failures that stand there, or the report of a cut, are spoilt.
+        /// The two texts are taken for UTF-16, little-endian, and come back as UTF-8 where the exit
+        /// code does. Meant for what the command writes: failures that stand there, or the report
+        /// of a cut, are spoilt.
         bool mUtf16Output = false;
         /// The command is a Cygwin program, whose exit code tells of signals.
         bool mCygwinCommand = false;
@@ -98,15 +99,17 @@ public:
     static constexpr uint32_t noSignal = 0x80000000;
 
     Exec();
-    /// Signals a child that is still known to end. No thread may be inside a call.
+    /// Closes the job. A child that is still known, which no run leaves behind, is told to end and
+    /// not waited for. No thread may be inside a call.
     virtual ~Exec();
     Exec(const Exec&) = delete;
     Exec& operator=(const Exec&) = delete;
 
     /// Starts a command, waits for it and, in job mode, for all that it started, and returns its
     /// exit code. 255: the program can't be found, the streams can't be set up at first, or the
-    /// alternate can't be started. 1: any other failure, or an abort, and then `*aborted` is true.
-    /// A command may return these numbers itself: the texts tell.
+    /// alternate can't be started. 1: any other failure, or an abort, and then `*aborted` is true,
+    /// or a stall, and then a text behind the captured errors tells; without capture a stalled
+    /// command's exit code comes back. A command may return these numbers itself.
     ///
     /// `environment` is a block of NAME=VALUE strings, each with its NUL, and one NUL more; null or
     /// empty stands for the caller's. Its first PATH in any case of letters is where programs are
@@ -119,7 +122,9 @@ public:
     /// The last three are never null and are written at once. What is captured over the limit is
     /// cut, with a report in front. Failures are given to `reportError` and, with capture, put into
     /// `errorText`, or `outputText` where the streams are merged, in the order of events: those of
-    /// the wait stand before what was captured. The missing program goes to one of the two.
+    /// the wait stand before what was captured. The missing program goes to one of the two. The
+    /// desktop, the assignment to the job and a stall are told to `reportError` alone, and of an
+    /// alternate that can't be started nothing is said.
     ///
     /// Until the command runs, the process's current directory and `Path` are the command's, and
     /// other commands wait for their start. `Path` goes through the ANSI code page, both ways:
@@ -130,14 +135,14 @@ public:
     virtual int32_t runCommand(RunInfo& runInfo, const std::string& workingDirectory,
                                const char* environment, void* passThrough, std::string* outputText,
                                std::string* errorText, bool* aborted);
-    /// Signals the running command, or the next one if none is running, to end; it is ended by
-    /// force after 1.5 seconds. Every later command is aborted as well, until `reset`. `lock` must
-    /// hold `mHandleLock`: an assertion stops the process otherwise. `signal` is for a process of
-    /// the POSIX side; all others, and one that it can't be sent to, get a break event. Never
-    /// waits.
+    /// Tells the running command, or the next one if none is running, to end; if it hasn't within
+    /// 1.5 seconds, it is ended by force. Every later command is aborted as well, until `reset`.
+    /// `lock` must hold `mHandleLock`: an assertion stops the process otherwise. `signal` is for a
+    /// process of the POSIX side; all others, and one that it can't be sent to, get a break event.
+    /// Never waits; but while the command of "NBBRK" runs, that lock is held.
     virtual void abort(MutexLock& lock, int signal);
-    /// Makes the object as new, but for the log, the job, the limits and the last counters. Not
-    /// while a command runs.
+    /// Makes the object as new, but for the log, the job, the output limits, the size of the buffer
+    /// for processes, the countdown and the last counters. Not while a command runs.
     virtual void reset();
     /// Does nothing. This one and the other two keep the places of operations.
     virtual void reserved1();
@@ -159,7 +164,8 @@ public:
     /// The connector is for commands that are POSIX processes; it outlives its use here. Null for
     /// none.
     void setCygwinConnector(cygwin::connector* connector);
-    /// The signal that ended the last Cygwin command, or `noSignal`.
+    /// The signal that ended the last Cygwin command, or `noSignal`. Versions before 1.5.20 don't
+    /// tell, and leave what was.
     uint32_t childSignal() const { return mChildSignal; }
     /// The first size, in bytes, of the buffer for the processes of a job: 16 at least, which is
     /// room for one, as the system refuses less. One of over 1,024 is ignored.
