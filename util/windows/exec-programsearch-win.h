@@ -27,9 +27,9 @@ public:
 /// The first file, with backslashes, that passes `test`: in the directories of `path` (parted by
 /// `;`), with the working directory in front of them if `searchWorkingDirectoryFirst` is set.
 /// Relative directories are seen from the working directory, which is absolute; null or empty, it
-/// is the process's.
-/// One with a `;` in it is split like the path. A null `path` is the process's PATH. A name with a
-/// slash of either kind, or an absolute one, is seen from the working directory alone.
+/// is the process's; one with a `;` in it is split like the path. A null `path` is the process's
+/// PATH. A name with a slash of either kind, or an absolute one, is seen from the working directory
+/// alone.
 ///
 /// A name without a dot in its last component is looked for with .com, .exe, .bat and .cmd behind
 /// it, and not as it is; any other as it is alone.
