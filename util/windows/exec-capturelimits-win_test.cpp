@@ -138,7 +138,10 @@ TEST(ReadCapturedOutputTest, AllOfALongFileMayBeKept) {
 TEST(ReadCapturedOutputTest, MoreThanTheFileHoldsCannotBeKept) {
     const FileOf file("content");
     std::string text;
+    SetLastError(NO_ERROR);
     EXPECT_FALSE(file.read(6, 8, text));
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_HANDLE_EOF));
+    EXPECT_EQ(text, report("tool -x", "7", "error text", "8") + "content");
 }
 
 TEST(ReadCapturedOutputTest, AnEmptyFileAddsNothing) {
@@ -155,9 +158,78 @@ TEST(ReadCapturedOutputTest, AFileThatCannotBeReadFails) {
             SetLastError(ERROR_ACCESS_DENIED);
             return FALSE;
         });
-    std::string text;
+    std::string text = "before";
     EXPECT_FALSE(file.read(100, 1, text));
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_ACCESS_DENIED));
+    EXPECT_EQ(text, "before");
+}
+
+/// Files have this size until the scope ends, and those reads of them are counted.
+class FileSize {
+public:
+    FileSize(DWORD low, DWORD high, DWORD error = NO_ERROR) {
+        gLow = low;
+        gHigh = high;
+        gError = error;
+        gReads = 0;
+        gReadFile = mRead.original();
+    }
+
+    static int reads() { return gReads; }
+
+private:
+    static DWORD WINAPI size(HANDLE /*file*/, LPDWORD high) {
+        if (high != nullptr) {
+            *high = gHigh;
+        }
+        // A size that isn't INVALID_FILE_SIZE leaves the last error as it is.
+        if (gError != NO_ERROR) {
+            SetLastError(gError);
+        }
+        return gLow;
+    }
+    static BOOL WINAPI read(HANDLE file, LPVOID buffer, DWORD size, LPDWORD count,
+                            LPOVERLAPPED overlap) {
+        ++gReads;
+        return gReadFile(file, buffer, size, count, overlap);
+    }
+
+    static inline DWORD gLow = 0;
+    static inline DWORD gHigh = 0;
+    static inline DWORD gError = NO_ERROR;
+    static inline int gReads = 0;
+    static inline decltype(&ReadFile) gReadFile = nullptr;
+    ReplacedCall<decltype(GetFileSize)> mSize{"GetFileSize", &FileSize::size};
+    ReplacedCall<decltype(ReadFile)> mRead{"ReadFile", &FileSize::read};
+};
+
+TEST(ReadCapturedOutputTest, AFileOf2GigabytesFailsAndIsNotRead) {
+    const FileOf file("content");
+    const FileSize size(/*low=*/0x80000000, /*high=*/0);
+    std::string text = "before";
+    SetLastError(ERROR_ACCESS_DENIED);  // of an earlier call
+    EXPECT_FALSE(file.read(100, 1, text));
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_FILE_TOO_LARGE));
+    EXPECT_EQ(text, "before");
+    EXPECT_EQ(FileSize::reads(), 0);
+}
+
+TEST(ReadCapturedOutputTest, ASizeThatCannotBeHadFailsWithItsError) {
+    const FileOf file("content");
+    const FileSize size(INVALID_FILE_SIZE, /*high=*/0, ERROR_ACCESS_DENIED);
+    std::string text = "before";
+    EXPECT_FALSE(file.read(100, 1, text));
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_ACCESS_DENIED));
+    EXPECT_EQ(text, "before");
+    EXPECT_EQ(FileSize::reads(), 0);
+}
+
+TEST(ReadCapturedOutputTest, OfALongerFileTheLower32BitsCount) {
+    const FileOf file("content");
+    const FileSize size(/*low=*/3, /*high=*/1);
+    std::string text;
+    EXPECT_TRUE(file.read(100, 1, text));
+    EXPECT_EQ(text, "con");
 }
 
 }  // namespace
