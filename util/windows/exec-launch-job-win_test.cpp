@@ -11,6 +11,7 @@
 #include "testing/beforeresume-win.h"
 #include "testing/commandtest-win.h"
 #include "testing/environmentscope.h"
+#include "testing/jobaccounting-win.h"
 #include "testing/recordedstarts-win.h"
 #include "testing/replacedcall-win.h"
 #include "testing/systemmessage-win.h"
@@ -25,6 +26,7 @@ using testing_support::CommandResult;
 using testing_support::CommandTest;
 using testing_support::EnvironmentScope;
 using testing_support::execChild;
+using testing_support::JobAccounting;
 using testing_support::RecordedStarts;
 using testing_support::ReplacedCall;
 using testing_support::SystemMessage;
@@ -235,6 +237,7 @@ TEST_F(ExecLaunchJobTest, TheChildIsInTheJobBeforeItRunsAndWhenDirectoryAndPathA
 
 TEST_F(ExecLaunchJobTest, ARuleThatOnlyTheAlternateMatchesComesTooLateForAJob) {
     const SystemMessage message(L"It can't be.");
+    const JobAccounting accounting;
     mExec->setStallRules({{".*execchild.*alternate", 1000, 0}});
     Exec::RunInfo info;
     info.mDirectArgv = {"missing-program"};
@@ -250,6 +253,26 @@ TEST_F(ExecLaunchJobTest, ARuleThatOnlyTheAlternateMatchesComesTooLateForAJob) {
     EXPECT_EQ(result.error, noList);
     EXPECT_EQ(mExec->errors(), Texts({"Exec::runCommand couldn't assign process to job", noList}));
     EXPECT_EQ(mExec->mStallCountdown, 1000);
+    // The system isn't asked: for no job it answers about the one that holds this process.
+    EXPECT_EQ(accounting.queryCount(JobObjectBasicProcessIdList), 0U);
+    EXPECT_EQ(message.calls().back().number, static_cast<DWORD>(ERROR_INVALID_HANDLE));
+}
+
+Texts gSteps;  ///< of the end of a run
+const RecordedStarts* gStarts = nullptr;
+decltype(&WaitForSingleObject) gWait = nullptr;
+decltype(&DeleteFileW) gDelete = nullptr;
+
+DWORD WINAPI wait(HANDLE handle, DWORD timeout) {
+    if (!gStarts->calls().empty() && handle == gStarts->last().process.hProcess) {
+        gSteps.emplace_back(timeout == INFINITE ? "wait for the end" : "wait for a time");
+    }
+    return gWait(handle, timeout);
+}
+
+BOOL WINAPI deleteFile(LPCWSTR file) {
+    gSteps.emplace_back("delete");
+    return gDelete(file);
 }
 
 TEST_F(ExecLaunchJobTest, ARuleThatCannotBeReadEndsTheAlternateThatWasStarted) {
@@ -257,9 +280,18 @@ TEST_F(ExecLaunchJobTest, ARuleThatCannotBeReadEndsTheAlternateThatWasStarted) {
     Exec::RunInfo info;
     info.mDirectArgv = {"missing-program"};
     info.mAlternateArgv = {execChild("make \"" + mFolder.utf8("made") + "\" sleep 60000")};
-    const RecordedStarts starts;
-    EXPECT_THROW(mExec->run(info), std::runtime_error);
+    const RecordedStarts starts({}, [] { gSteps.clear(); });
+    gStarts = &starts;
+    {
+        const ReplacedCall<decltype(WaitForSingleObject)> waiting("WaitForSingleObject", &wait);
+        gWait = waiting.original();
+        const ReplacedCall<decltype(DeleteFileW)> deleting("DeleteFileW", &deleteFile);
+        gDelete = deleting.original();
+        EXPECT_THROW(mExec->run(info), std::runtime_error);
+    }
     ASSERT_EQ(starts.calls().size(), 2U);
+    // The child has the files open until its end.
+    EXPECT_EQ(gSteps, Texts({"wait for the end", "delete", "delete"}));
     EXPECT_TRUE(testing_support::ends(starts.last().process.dwProcessId));
     EXPECT_FALSE(exists(mFolder.path() / "made"));
 }

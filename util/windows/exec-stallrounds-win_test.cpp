@@ -314,6 +314,18 @@ TEST_F(StallRounds, WithoutAccountingARoundIsReportedAndDoesNotCount) {
     EXPECT_TRUE(exec.stalled);
 }
 
+TEST_F(StallRounds, WithoutAJobNoJobIsAskedFor) {
+    const SystemMessage noWords(L"");
+    SimulatedWait exec({".*", 1000, TIME});
+    exec.mJob.release();
+    exec.run(/*count=*/1);
+    EXPECT_EQ(accounting.queryCount(LIST), 0U);
+    EXPECT_EQ(accounting.queryCount(ACCOUNTING), 0U);
+    const std::string words = "Exec::waitProcessExit couldn't query job ";
+    EXPECT_EQ(exec.failure, words + "process information: Error 6\n" + words +
+                                "accounting information: Error 6\n");
+}
+
 TEST_F(StallRounds, WithoutATextForFailuresTheyAreReportedAllTheSame) {
     const SystemMessage noWords(L"");
     SimulatedWait exec({".*", 500, TIME});
