@@ -180,6 +180,39 @@ TEST(ChildEnvironmentScopeTest, APathWithLettersOfTheAnsiCodePageComesBackToo) {
     EXPECT_EQ(processPath(), L"C:\\\u00E4\u00DF");
 }
 
+// What the ANSI code pages of most places lack.
+constexpr const wchar_t* FOREIGN_PATH = L"C:\\\u4E2D";
+
+bool ansiHasForeignPath() { return GetACP() == CP_UTF8 || !inAnsi(FOREIGN_PATH).empty(); }
+
+TEST(ChildEnvironmentScopeTest, APathThatIsNotTouchedKeepsLettersTheAnsiCodePageLacks) {
+    if (ansiHasForeignPath()) {
+        GTEST_SKIP() << "the ANSI code page lacks no letter of the path";
+    }
+    const EnvironmentScope path("Path", "C:\\caller");
+    ASSERT_TRUE(SetEnvironmentVariableW(L"Path", FOREIGN_PATH));
+    const std::string others = environmentBlock(OTHERS);
+    for (const char* environment : {static_cast<const char*>(nullptr), "", others.c_str()}) {
+        { const ChildEnvironmentScope scope(environment, ""); }
+        EXPECT_EQ(processPath(), FOREIGN_PATH);
+    }
+}
+
+TEST(ChildEnvironmentScopeTest, APathThatIsPutBackIsWhatTheAnsiCodePageMakesOfIt) {
+    if (ansiHasForeignPath()) {
+        GTEST_SKIP() << "the ANSI code page lacks no letter of the path";
+    }
+    const EnvironmentScope path("Path", "C:\\caller");
+    ASSERT_TRUE(SetEnvironmentVariableW(L"Path", FOREIGN_PATH));
+    char narrow[20] = {};
+    ASSERT_NE(WideCharToMultiByte(CP_ACP, 0, FOREIGN_PATH, -1, narrow, 20, nullptr, nullptr), 0);
+    wchar_t wide[20] = {};
+    ASSERT_NE(MultiByteToWideChar(CP_ACP, 0, narrow, -1, wide, 20), 0);
+    { const ChildEnvironmentScope scope("PATH=x\0", ""); }
+    EXPECT_EQ(processPath(), wide);
+    EXPECT_NE(processPath(), FOREIGN_PATH);
+}
+
 /// The failure of a scope; its code and text are empty if it has none.
 struct Failure {
     int code = 0;
