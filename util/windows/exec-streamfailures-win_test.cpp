@@ -169,6 +169,9 @@ TEST_F(ExecStreamFailuresTest, AModeThatIsNoneOpensNothing) {
         Exec::RunInfo info = childInfo();
         info.mStdoutMode = mode;
         expectFailure(info, "open file for standard output", ERROR_INVALID_PARAMETER);
+        info = childInfo();
+        info.mStderrMode = mode;
+        expectFailure(info, "open file for standard error", ERROR_INVALID_PARAMETER);
     }
 }
 
