@@ -3,8 +3,11 @@
 #include "util/windows/exec-win.h"
 
 #include <array>
+#include <bit>
+#include <cstddef>
 #include <iterator>
 #include <list>
+#include <new>
 #include <optional>
 #include <string>
 #include <vector>
@@ -15,10 +18,12 @@
 
 #include "testing/boundedthread.h"
 #include "testing/consolebreak-win.h"
+#include "testing/eventually.h"
 #include "testing/posixembedding-win.h"
 #include "testing/posixprovider-win.h"
 #include "testing/startedchild-win.h"
 #include "testing/systemmessage-win.h"
+#include "testing/tempfolder.h"
 #include "testing/testedexec-win.h"
 #include "util/windows/cygwinconnector.h"
 
@@ -26,9 +31,11 @@ namespace {
 
 using testing_support::BoundedThread;
 using testing_support::ConsoleBreaks;
+using testing_support::eventually;
 using testing_support::PosixProvider;
 using testing_support::StartedChild;
 using testing_support::SystemMessage;
+using testing_support::TempFolder;
 using testing_support::TestedExec;
 
 using Rules = std::list<Exec::StallRule>;
@@ -277,6 +284,85 @@ TEST(ExecTest, AConnectorGivesItsVersionAndNoneGivesZeros) {
     provider.expectClean();
 }
 
+/// What a pointer to a virtual operation consists of.
+struct OperationPointer {
+    size_t tableOffset;  ///< plus 1, which tells it from a function's address
+    ptrdiff_t adjustment;
+};
+
+template <class Operation>
+size_t placeOf(Operation operation) {
+    return (std::bit_cast<OperationPointer>(operation).tableOffset - 1) / sizeof(void*);
+}
+
+/// Notes the calls of what has no use but its place, and of the destructor.
+class NotingExec : public Exec {
+public:
+    explicit NotingExec(Texts& notes) : mNotes(notes) {}
+    ~NotingExec() override { mNotes.emplace_back("destructor"); }
+    void reserved1() override { mNotes.emplace_back("reserved1"); }
+    void reserved2() override { mNotes.emplace_back("reserved2"); }
+    void reserved3() override { mNotes.emplace_back("reserved3"); }
+
+    /// Calls what is at a place of the object's table and has no parameters.
+    void callAt(size_t place) {
+        const OperationPointer pointer{place * sizeof(void*) + 1, 0};
+        (this->*std::bit_cast<void (Exec::*)()>(pointer))();
+    }
+
+private:
+    Texts& mNotes;
+};
+
+// A class that is derived from it in another module knows them by their places.
+TEST(ExecTest, TheOperationsKeepTheirPlaces) {
+    EXPECT_EQ(placeOf(&Exec::runCommand), 2U);
+    EXPECT_EQ(placeOf(&Exec::abort), 3U);
+    EXPECT_EQ(placeOf(&Exec::reset), 4U);
+    EXPECT_EQ(placeOf(&Exec::setStallRules), 6U);
+    EXPECT_EQ(placeOf(&Exec::setOutputLimits), 8U);
+    EXPECT_EQ(placeOf(&Exec::getOutputLimits), 9U);
+    EXPECT_EQ(placeOf(&Exec::log), 10U);
+    EXPECT_EQ(placeOf(&Exec::reportError), 11U);
+    Texts notes;
+    auto* exec = new NotingExec(notes);
+    for (const size_t place : {5U, 7U, 12U}) {
+        exec->callAt(place);
+    }
+    // The destructor has the first two: as it stands, and with the release of the memory.
+    exec->callAt(1);
+    EXPECT_EQ(notes, Texts({"reserved1", "reserved2", "reserved3", "destructor"}));
+    notes.clear();
+    alignas(NotingExec) std::array<std::byte, sizeof(NotingExec)> memory;
+    (new (memory.data()) NotingExec(notes))->callAt(0);
+    EXPECT_EQ(notes, Texts({"destructor"}));
+}
+
+TEST(ExecTest, TheReservedOperationsDoNothing) {
+    TestedExec exec;
+    exec.mJobPattern = "b";
+    exec.setStallRules({{"b", 3000, 1}});
+    exec.mPid = 4711;
+    exec.mAborted = true;
+    exec.mLog << "log";
+    exec.mChildSignal = 15;
+    exec.setOutputLimits(7, 6);
+    exec.reserved1();
+    exec.reserved2();
+    exec.reserved3();
+    EXPECT_EQ(exec.mJobPattern, "b");
+    EXPECT_EQ(exec.mStallCountdown, 3000);
+    EXPECT_EQ(exec.mCurrentRule, &exec.mStallRules.front());
+    EXPECT_EQ(exec.mPid, 4711U);
+    EXPECT_TRUE(exec.mAborted);
+    EXPECT_EQ(exec.log(), "log");
+    EXPECT_EQ(exec.childSignal(), 15U);
+    EXPECT_EQ(exec.mMaxOutputBytes, 7);
+    EXPECT_EQ(exec.mKeepOutputBytes, 6U);
+    EXPECT_EQ(exec.errors(), Texts());
+    exec.mPid = Exec::noPid;
+}
+
 TEST(ExecTest, TheSignalOfTheLastChildCanBeAskedFor) {
     TestedExec exec;
     EXPECT_EQ(exec.childSignal(), 0x80000000U);
@@ -316,7 +402,10 @@ TEST(ExecTest, AReportOfTheLastErrorHasItsWords) {
 }
 
 TEST(ExecTest, TheEndOfAnObjectBreaksItsCommandAndDoesNotWaitForIt) {
-    const StartedChild child({.actions = {"ignore-break", "sleep", "60000"}});
+    const TempFolder folder;
+    const StartedChild child(
+        {.actions = {"ignore-break", "make", folder.utf8("ready"), "sleep", "60000"}});
+    ASSERT_TRUE(eventually([&folder] { return exists(folder.path() / "ready"); }));
     const ConsoleBreaks breaks;
     {
         TestedExec exec;
