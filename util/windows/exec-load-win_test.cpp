@@ -164,9 +164,10 @@ TEST(ExecUnderLoad, AProcessThatIsEndedInTheMiddleOfARunLeavesNoLockedFile) {
     Host host(utf8(childProgram()) + " out 1000 100 pid " + utf8(pidFile) + " await-gone " +
               utf8(go));
     ASSERT_TRUE(host.isStarted());
-    ASSERT_TRUE(eventually([&] { return fs::exists(pidFile); }));
-    const ScopedHandle child(
-        OpenProcess(SYNCHRONIZE, /*bInheritHandle=*/FALSE, numberIn(pidFile).value_or(0)));
+    // Who moves the file into its place still holds it open for a moment.
+    std::optional<DWORD> pid;
+    ASSERT_TRUE(eventually([&] { return (pid = numberIn(pidFile)).has_value(); }));
+    const ScopedHandle child(OpenProcess(SYNCHRONIZE, /*bInheritHandle=*/FALSE, *pid));
     ASSERT_TRUE(child.isOpen());
     host.end();
     fs::remove(go);
