@@ -1,5 +1,6 @@
 // The current directory and Path that the process has while it starts a child.
 
+#include <array>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -181,7 +182,7 @@ TEST(ChildEnvironmentScopeTest, APathWithLettersOfTheAnsiCodePageComesBackToo) {
 }
 
 // What the ANSI code pages of most places lack.
-constexpr const wchar_t* FOREIGN_PATH = L"C:\\\u4E2D";
+const std::wstring FOREIGN_PATH = L"C:\\\u4E2D";
 
 bool ansiHasForeignPath() { return GetACP() == CP_UTF8 || !inAnsi(FOREIGN_PATH).empty(); }
 
@@ -190,7 +191,7 @@ TEST(ChildEnvironmentScopeTest, APathThatIsNotTouchedKeepsLettersTheAnsiCodePage
         GTEST_SKIP() << "the ANSI code page lacks no letter of the path";
     }
     const EnvironmentScope path("Path", "C:\\caller");
-    ASSERT_TRUE(SetEnvironmentVariableW(L"Path", FOREIGN_PATH));
+    ASSERT_TRUE(SetEnvironmentVariableW(L"Path", FOREIGN_PATH.c_str()));
     const std::string others = environmentBlock(OTHERS);
     for (const char* environment : {static_cast<const char*>(nullptr), "", others.c_str()}) {
         { const ChildEnvironmentScope scope(environment, ""); }
@@ -203,13 +204,15 @@ TEST(ChildEnvironmentScopeTest, APathThatIsPutBackIsWhatTheAnsiCodePageMakesOfIt
         GTEST_SKIP() << "the ANSI code page lacks no letter of the path";
     }
     const EnvironmentScope path("Path", "C:\\caller");
-    ASSERT_TRUE(SetEnvironmentVariableW(L"Path", FOREIGN_PATH));
-    char narrow[20] = {};
-    ASSERT_NE(WideCharToMultiByte(CP_ACP, 0, FOREIGN_PATH, -1, narrow, 20, nullptr, nullptr), 0);
-    wchar_t wide[20] = {};
-    ASSERT_NE(MultiByteToWideChar(CP_ACP, 0, narrow, -1, wide, 20), 0);
+    ASSERT_TRUE(SetEnvironmentVariableW(L"Path", FOREIGN_PATH.c_str()));
+    std::array<char, 20> narrow{};
+    ASSERT_NE(WideCharToMultiByte(CP_ACP, 0, FOREIGN_PATH.c_str(), -1, narrow.data(), 20, nullptr,
+                                  nullptr),
+              0);
+    std::array<wchar_t, 20> wide{};
+    ASSERT_NE(MultiByteToWideChar(CP_ACP, 0, narrow.data(), -1, wide.data(), 20), 0);
     { const ChildEnvironmentScope scope("PATH=x\0", ""); }
-    EXPECT_EQ(processPath(), wide);
+    EXPECT_EQ(processPath(), wide.data());
     EXPECT_NE(processPath(), FOREIGN_PATH);
 }
 
