@@ -1,8 +1,10 @@
 #pragma once
 
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <list>
+#include <optional>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -11,8 +13,10 @@
 
 #include "testing/childprocess-win.h"
 #include "testing/consolebreak-win.h"
+#include "testing/environmentscope.h"
 #include "testing/eventually.h"
 #include "testing/jobaccounting-win.h"
+#include "testing/processend-win.h"
 #include "testing/quickwakes-win.h"
 #include "testing/tempfolder.h"
 #include "testing/testedexec-win.h"
@@ -38,9 +42,17 @@ inline std::string stallText(const std::string& command) {
         "\" was not making progress so it was automatically aborted.\n");
 }
 
-/// A test of how real commands are waited for, woken up quickly. Breaks reach them.
+/// A test of how real commands are waited for, woken up quickly. Breaks reach them, and their
+/// captures are gone when it ends.
 class ExecWaitTest : public testing::Test {
 protected:
+    void TearDown() override {
+        for (const auto& entry : std::filesystem::directory_iterator(captures.path())) {
+            // The process of a death test leaves its folders.
+            EXPECT_TRUE(entry.is_directory()) << entry.path();
+        }
+    }
+
     /// A file in the test's folder, in quotes.
     std::string file(const std::string& name) const { return '"' + folder.utf8(name) + '"'; }
     bool isThere(const std::string& name) const {
@@ -50,6 +62,19 @@ protected:
     void remove(const std::string& name) const { std::filesystem::remove(folder.path() / name); }
     void await(const std::string& name) const {
         EXPECT_TRUE(eventually([&] { return isThere(name); })) << name;
+    }
+    /// What lets a process tell its id and then wait for `letGo`.
+    std::string awaitingGo() const { return "pid " + file("awaiting") + " await " + file("go"); }
+    /// Lets such a process go on, and waits for its end, after which no file is in use by it.
+    void letGo() const {
+        await("awaiting");
+        DWORD pid = 0;
+        std::ifstream(folder.path() / "awaiting") >> pid;
+        EXPECT_NE(pid, 0U);
+        make("go");
+        EXPECT_TRUE(ends(pid));
+        remove("go");
+        remove("awaiting");
     }
 
     /// At the first wake the command has come to make the file, and then the action is done.
@@ -79,6 +104,9 @@ protected:
     }
 
     const TempFolder folder;
+    const TempFolder captures;
+    const EnvironmentScope tmp{"TMP", captures.path().string()};
+    const EnvironmentScope noStallCommand{"NBBRK", std::nullopt};
     QuickWakes wakes;
     const ConsoleBreaks breaks;
     JobAccounting accounting;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <filesystem>
 #include <iterator>
 #include <random>
 #include <string>
@@ -15,9 +16,11 @@
 
 #include "testing/boundedthread.h"
 #include "testing/consolebreak-win.h"
+#include "testing/environmentscope.h"
 #include "testing/eventually.h"
 #include "testing/execwait-win.h"
 #include "testing/replacedcall-win.h"
+#include "testing/tempfolder.h"
 #include "testing/testedexec-win.h"
 #include "util/windows/scopedhandle-win.h"
 
@@ -26,9 +29,11 @@ namespace {
 using testing_support::BoundedThread;
 using testing_support::CommandResult;
 using testing_support::ConsoleBreaks;
+using testing_support::EnvironmentScope;
 using testing_support::eventually;
 using testing_support::everyCommand;
 using testing_support::ReplacedCall;
+using testing_support::TempFolder;
 using testing_support::TestedExec;
 using testing_support::waitedChild;
 using Clock = std::chrono::steady_clock;
@@ -163,6 +168,8 @@ private:
 
 /// `longest` is from the first abort to the end of a run.
 void expectEachRunToEndAsItShould(int runs, Clock::duration longest) {
+    const TempFolder captures;
+    const EnvironmentScope tmp("TMP", captures.path().string());
     const ConsoleBreaks breaks;
     StartedProcesses processes;
     const unsigned seed = std::random_device()();
@@ -175,6 +182,7 @@ void expectEachRunToEndAsItShould(int runs, Clock::duration longest) {
         AbortedRun run(kind, random);
         run.check(longest);
         EXPECT_TRUE(processes.haveEnded());
+        EXPECT_TRUE(std::filesystem::is_empty(captures.path()));
         processes.forget();
     }
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <initializer_list>
 #include <limits>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -11,6 +12,7 @@
 #include <windows.h>
 
 #include "testing/consolebreak-win.h"
+#include "testing/environmentscope.h"
 #include "testing/execwait-win.h"
 #include "testing/jobaccounting-win.h"
 #include "testing/replacedcall-win.h"
@@ -19,6 +21,7 @@
 namespace {
 
 using testing_support::ConsoleBreaks;
+using testing_support::EnvironmentScope;
 using testing_support::JobAccounting;
 using testing_support::ReplacedCall;
 using testing_support::SimulatedWait;
@@ -92,6 +95,7 @@ std::string pidText() { return std::to_string(GetCurrentProcessId()); }
 
 class StallRounds : public testing::Test {
 protected:
+    const EnvironmentScope noStallCommand{"NBBRK", std::nullopt};
     JobAccounting accounting;
     const ConsoleBreaks breaks;
 };

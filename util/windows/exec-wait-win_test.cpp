@@ -27,7 +27,8 @@ using testing_support::waitedChild;
 
 constexpr JOBOBJECTINFOCLASS LIST = JobObjectBasicProcessIdList;
 
-/// Lets the calls of TerminateProcess be told. They take place.
+/// Lets the calls of TerminateProcess be told. They take place, and may wait for the end, so that
+/// no file is in use any more.
 class Terminations {
 public:
     struct Call {
@@ -36,18 +37,24 @@ public:
         bool operator==(const Call&) const = default;
     };
 
-    Terminations()
+    explicit Terminations(bool awaitsEnd = false)
         : mReplaced("TerminateProcess", [](HANDLE process, UINT code) -> BOOL {
               gCalls.push_back({GetProcessId(process), code});
-              return gOriginal(process, code);
+              const BOOL isEnding = gOriginal(process, code);
+              if (gAwaitsEnd) {
+                  EXPECT_EQ(WaitForSingleObject(process, 30000), DWORD{WAIT_OBJECT_0});
+              }
+              return isEnding;
           }) {
         gOriginal = mReplaced.original();
         gCalls.clear();
+        gAwaitsEnd = awaitsEnd;
     }
-    const std::vector<Call>& calls() const { return gCalls; }
+    static const std::vector<Call>& calls() { return gCalls; }
 
 private:
     static inline std::vector<Call> gCalls;
+    static inline bool gAwaitsEnd = false;
     static inline decltype(&TerminateProcess) gOriginal = nullptr;
     ReplacedCall<decltype(TerminateProcess)> mReplaced;
 };
@@ -129,8 +136,12 @@ TEST_F(WaitTest, AWaitThatFailsIsReportedAndEndsTheRun) {
         SetLastError(ERROR_NOT_READY);
         return WAIT_FAILED;
     });
-    const CommandResult result =
-        exec.run(waitedChild("await " + file("go") + " make " + file("end")));
+    // A capture that the child still has open couldn't be removed.
+    Exec::RunInfo info;
+    info.mDirectArgv = {waitedChild(awaitingGo() + " make " + file("end"))};
+    info.mStdoutMode = info.mStderrMode = streamFile;
+    info.mStdoutFile = info.mStderrFile = folder.utf8("out");
+    const CommandResult result = exec.run(info);
     const std::string text =
         "Exec::waitProcessExit got error waiting for process to exit: Error 21\n";
     EXPECT_EQ(result.code, 1);
@@ -139,8 +150,8 @@ TEST_F(WaitTest, AWaitThatFailsIsReportedAndEndsTheRun) {
     EXPECT_EQ(exec.errors(), std::vector<std::string>{text});
     EXPECT_EQ(exec.log().find("exit code"), std::string::npos);
     EXPECT_EQ(accounting.queryCount(LIST), 0U) << "what is left is not waited for";
-    make("go");
-    await("end");
+    letGo();
+    EXPECT_TRUE(isThere("end"));
 }
 
 TEST_F(WaitTest, AnAbortedCommandThatIgnoresTheBreakIsEndedAtTheThirdWake) {
@@ -225,10 +236,11 @@ public:
     explicit Dialog(std::string_view title) {
         gTitle = title;
         gSearches.clear();
-        gClicks = 0;
+        gClicks.clear();
     }
     static std::vector<std::string> searches() { return gSearches; }
-    static int clicks() { return gClicks; }
+    /// For each time that the button was pressed, how many processes had been ended by then.
+    static std::vector<size_t> clicks() { return gClicks; }
 
 private:
     static HWND window() { return reinterpret_cast<HWND>(&gTitle); }
@@ -243,13 +255,13 @@ private:
         EXPECT_EQ(message, 245U);
         EXPECT_EQ(wParam, 0U);
         EXPECT_EQ(lParam, 0);
-        ++gClicks;
+        gClicks.push_back(Terminations::calls().size());
         return 0;
     }
 
     static inline std::string gTitle;
     static inline std::vector<std::string> gSearches;
-    static inline int gClicks = 0;
+    static inline std::vector<size_t> gClicks;
     ReplacedCall<decltype(FindWindowA)> mFind{"FindWindowA", &find};
     ReplacedCall<decltype(SendDlgItemMessageA)> mSend{"SendDlgItemMessageA", &send};
 };
@@ -264,7 +276,7 @@ protected:
         return file(name) + ' ' + actions;
     }
 
-    const Terminations terminations;
+    const Terminations terminations{/*awaitsEnd=*/true};
 };
 
 TEST_F(NtvdmTest, TheHostOf16BitProgramsIsEndedWithItsProgram) {
@@ -291,7 +303,7 @@ TEST_F(NtvdmTest, ItsDialogIsClosedBeforeItIsEndedByForce) {
     struct Row {
         const char* title;
         std::vector<std::string> searches;
-        int clicks;
+        size_t clicks;
     };
     const std::string first = "16 bit MS-DOS Subsystem";
     const std::string second = "ntvdm.exe - System Error";
@@ -307,7 +319,7 @@ TEST_F(NtvdmTest, ItsDialogIsClosedBeforeItIsEndedByForce) {
         EXPECT_EQ(result.code, 1);
         EXPECT_EQ(wakes.timeouts(), 3U);
         EXPECT_EQ(Dialog::searches(), row.searches);
-        EXPECT_EQ(Dialog::clicks(), row.clicks);
+        EXPECT_EQ(Dialog::clicks(), std::vector<size_t>(row.clicks, before));
         ASSERT_EQ(terminations.calls().size(), before + 1);
         EXPECT_EQ(terminations.calls().back(), (Terminations::Call{pid, 1}));
         remove("ready");
