@@ -13,10 +13,13 @@
 
 #include "testing/childprocess-win.h"
 #include "testing/environmentscope.h"
+#include "testing/processend-win.h"
 #include "testing/processresources-win.h"
 #include "testing/tempfolder.h"
 #include "testing/testedexec-win.h"
 #include "testing/utf8path.h"
+#include "util/windows/exec-environment-win.h"
+#include "util/windows/system-paths-win.h"
 
 namespace testing_support {
 
@@ -36,17 +39,6 @@ inline Exec::RunInfo childInfo(const std::string& actions = {}) {
 inline std::string fileContent(const std::filesystem::path& file) {
     std::ifstream stream(file, std::ios::binary);
     return {std::istreambuf_iterator<char>(stream), {}};
-}
-
-/// Waits for a process's end. True also if it has long been gone.
-inline bool ends(DWORD pid) {
-    HANDLE process = OpenProcess(SYNCHRONIZE, FALSE, pid);
-    if (process == nullptr) {
-        return true;
-    }
-    const DWORD result = WaitForSingleObject(process, 30000);
-    CloseHandle(process);
-    return result == WAIT_OBJECT_0;
 }
 
 /// How a command's streams are taken, which decides where the words for a failure go.
@@ -109,8 +101,34 @@ private:
     HANDLE mErrorBefore = GetStdHandle(STD_ERROR_HANDLE);
 };
 
+/// Whether another thread can have the lock of starts now. Leaves no handle open.
+inline bool isStartLockFree() {
+    bool isFree = false;
+    HANDLE thread = CreateThread(
+        nullptr, 0,
+        [](void* result) -> DWORD {
+            if (gProcessEnvironmentLock.tryLock()) {
+                gProcessEnvironmentLock.unlock();
+                *static_cast<bool*>(result) = true;
+            }
+            return 0;
+        },
+        &isFree, 0, nullptr);
+    WaitForSingleObject(thread, INFINITE);
+    CloseHandle(thread);
+    return isFree;
+}
+
+/// What the system has as this process's search path.
+inline std::wstring systemPath() {
+    std::wstring value(32'767, L'\0');
+    value.resize(GetEnvironmentVariableW(L"Path", value.data(), 32'767));
+    return value;
+}
+
 /// A test of commands. When it ends, its commands have left no handle open and no file of a
-/// capture, however they ended. It uses no threads of the C++ library, which keeps handles.
+/// capture, the lock of starts is free, and directory and search path are what they were, however
+/// they ended. It uses no threads of the C++ library, which keeps handles.
 class CommandTest : public testing::Test {
 protected:
     static void SetUpTestSuite() {
@@ -120,6 +138,8 @@ protected:
         EXPECT_ANY_THROW(TestedExec().run(execChild(), "c:/no such folder"));
     }
     void SetUp() override {
+        mDirectoryBefore = System::getcwd();
+        mPathBefore = systemPath();
         mHandlesBefore = handleCount();
         mExec.emplace();
     }
@@ -127,6 +147,9 @@ protected:
         mExec.reset();
         EXPECT_EQ(handleCount(), mHandlesBefore);
         EXPECT_EQ(captures(), std::multiset<std::string>());
+        EXPECT_TRUE(isStartLockFree());
+        EXPECT_EQ(System::getcwd(), mDirectoryBefore);
+        EXPECT_EQ(systemPath(), mPathBefore);
     }
 
     /// The files of captures that there are now, by the first letters of their names.
@@ -144,6 +167,8 @@ protected:
 private:
     TempFolder mCaptures;
     EnvironmentScope mTmp{"TMP", mCaptures.path().string()};
+    std::string mDirectoryBefore;
+    std::wstring mPathBefore;
     size_t mHandlesBefore = 0;
 };
 

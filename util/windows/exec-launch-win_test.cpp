@@ -16,7 +16,6 @@
 #include "testing/replacedcall-win.h"
 #include "testing/systemmessage-win.h"
 #include "util/numberedmessage.h"
-#include "util/windows/exec-environment-win.h"
 #include "util/windows/exec-win.h"
 #include "util/windows/system-paths-win.h"
 #include "util/windows/unicodetext-win.h"
@@ -29,6 +28,7 @@ using testing_support::CommandResult;
 using testing_support::CommandTest;
 using testing_support::ConsoleBreaks;
 using testing_support::execChild;
+using testing_support::isStartLockFree;
 using testing_support::RecordedStarts;
 using testing_support::ReplacedCall;
 using testing_support::SystemMessage;
@@ -40,23 +40,6 @@ class ExecLaunchTest : public CommandTest {
 protected:
     static std::string pidOf(const RecordedStarts& starts) {
         return std::to_string(starts.last().process.dwProcessId);
-    }
-    /// Whether another thread can have the lock of starts now.
-    static bool isLockFree() {
-        bool isFree = false;
-        HANDLE thread = CreateThread(nullptr, 0, &tryLock, &isFree, 0, nullptr);
-        WaitForSingleObject(thread, INFINITE);
-        CloseHandle(thread);
-        return isFree;
-    }
-
-private:
-    static DWORD WINAPI tryLock(void* isFree) {
-        if (gProcessEnvironmentLock.tryLock()) {
-            gProcessEnvironmentLock.unlock();
-            *static_cast<bool*>(isFree) = true;
-        }
-        return 0;
     }
 };
 
@@ -97,7 +80,7 @@ TEST_F(ExecLaunchTest, AMissingDirectoryIsThrownAfterTheResultsAreWritten) {
     EXPECT_EQ(mExec->log(), "\twd: " + directory);
     EXPECT_EQ(mExec->errors(), Texts());
     EXPECT_EQ(System::getcwd(), current);
-    EXPECT_TRUE(isLockFree());
+    EXPECT_TRUE(isStartLockFree());
 }
 
 struct ConsoleOpening {
@@ -188,9 +171,9 @@ TEST_F(ExecLaunchTest, OnlyInsideTheStartAreDirectoryAndLockTheChilds) {
     const std::wstring before = toWide(System::getcwd());
     std::vector<bool> isFree;
     std::vector<std::string> directories;
-    const RecordedStarts starts({}, [&] { isFree.push_back(isLockFree()); });
+    const RecordedStarts starts({}, [&] { isFree.push_back(isStartLockFree()); });
     const BeforeResume resumed([&](HANDLE thread) {
-        isFree.push_back(isLockFree());
+        isFree.push_back(isStartLockFree());
         directories.push_back(System::getcwd());
         EXPECT_EQ(thread, starts.last().process.hThread);
     });
