@@ -1,5 +1,6 @@
 // Which program runs, and what it gets: its line, its environment and its directory.
 
+#include <cstdlib>
 #include <filesystem>
 #include <set>
 #include <sstream>
@@ -12,6 +13,7 @@
 
 #include "testing/childprocess-win.h"
 #include "testing/commandtest-win.h"
+#include "testing/environmentblock.h"
 #include "testing/environmentscope.h"
 #include "testing/recordedstarts-win.h"
 #include "testing/utf8path.h"
@@ -22,6 +24,7 @@ namespace {
 
 using testing_support::CommandResult;
 using testing_support::CommandTest;
+using testing_support::environmentBlock;
 using testing_support::EnvironmentScope;
 using testing_support::execChild;
 using testing_support::RecordedStarts;
@@ -44,6 +47,15 @@ protected:
     /// A block with that PATH alone.
     std::string blockOf(const std::string& path) const {
         return "PATH=" + path + std::string(2, '\0');
+    }
+    static std::string variable(const char* name) {
+        const char* value = std::getenv(name);
+        return value != nullptr ? value : "";
+    }
+    /// A block with that PATH and what batch files need.
+    static std::string batchBlockOf(const std::string& path) {
+        return environmentBlock({"PATH=" + path, "SystemRoot=" + variable("SystemRoot"),
+                                 "ComSpec=" + variable("ComSpec")});
     }
     /// The program that the last start was of.
     static std::string startedBy(const RecordedStarts& starts) {
@@ -93,6 +105,43 @@ TEST_F(ExecProgramTest, SuffixesAreAddedInTheirOrder) {
     EXPECT_EQ(startedBy(starts), com);
     EXPECT_EQ(mExec->run("tool.exe say x", mFolder.utf8(), blockOf("").c_str()).output, "x");
     EXPECT_EQ(startedBy(starts), exe);
+}
+
+TEST_F(ExecProgramTest, ProgramsOfEachSuffixAreFoundInThePathAndRun) {
+    for (const char* suffix : {".com", ".exe"}) {
+        const std::string folder = std::string("path").append(suffix);
+        const std::string program = copyTo(folder + "/tool" + suffix);
+        const RecordedStarts starts;
+        EXPECT_EQ(mExec->run("tool say x", "", batchBlockOf(mFolder.utf8(folder)).c_str()).output,
+                  "x");
+        EXPECT_EQ(startedBy(starts), program);
+    }
+    for (const char* suffix : {".bat", ".cmd"}) {
+        const std::string folder = std::string("path").append(suffix);
+        create_directory(mFolder.path() / folder);
+        const std::string name = folder + "/tool" + suffix;
+        mFolder.write(name, "@echo x\r\n");
+        const RecordedStarts starts;
+        const CommandResult result =
+            mExec->run("tool", "", batchBlockOf(mFolder.utf8(folder)).c_str());
+        EXPECT_EQ(result.code, 0);
+        EXPECT_EQ(result.output, "x\r\n");
+        EXPECT_EQ(result.error, "");
+        EXPECT_EQ(startedBy(starts), utf8((mFolder.path() / name).make_preferred()));
+    }
+}
+
+TEST_F(ExecProgramTest, AnEnvironmentOverTheLimitThatStartsIsNotSpokenOf) {
+    // No value may have more than 32767 characters.
+    const std::string value(20000, 'x');
+    const std::string block = environmentBlock(
+        {"NBCC_A=" + value, "NBCC_B=" + value, "SystemRoot=" + variable("SystemRoot")});
+    const CommandResult result =
+        mExec->run(execChild("variable NBCC_A variable NBCC_B"), "", block.c_str());
+    EXPECT_EQ(result.code, 0);
+    EXPECT_TRUE(result.output == value + value) << result.output.size();
+    EXPECT_EQ(result.error, "");
+    EXPECT_EQ(mExec->errors(), Texts());
 }
 
 TEST_F(ExecProgramTest, ANameWithBlanksStandsInQuotes) {
@@ -174,6 +223,7 @@ std::multiset<std::string> linesOf(const std::string& text) {
 }
 
 TEST_F(ExecProgramTest, TheEnvironmentOfTheBlockIsAllThatTheProgramHas) {
+    const EnvironmentScope callers("NBCC_CALLER", "1");
     std::string block;
     std::multiset<std::string> expected;
     for (int number = 0; number < 500; ++number) {
