@@ -33,18 +33,18 @@ class ExecStartFailureTest : public CommandTest {
 protected:
     /// A command by that line whose start fails with an error that doesn't mean a missing program.
     CommandResult refuse(Exec::RunInfo& info, const std::string& directory = {},
-                         const char* environment = nullptr) {
-        const RecordedStarts starts({DENIED});
+                         const char* environment = nullptr, DWORD error = DENIED) {
+        const RecordedStarts starts({error});
         CommandResult result = mExec->run(info, directory, environment);
         EXPECT_EQ(starts.calls().size(), 1U);
-        EXPECT_EQ(mMessage.calls().back().number, DENIED);
+        EXPECT_EQ(mMessage.calls().back().number, error);
         return result;
     }
     CommandResult refuse(const std::string& line, const std::string& directory = {},
-                         const char* environment = nullptr) {
+                         const char* environment = nullptr, DWORD error = DENIED) {
         Exec::RunInfo info;
         info.mDirectArgv = {line};
-        return refuse(info, directory, environment);
+        return refuse(info, directory, environment, error);
     }
 
     SystemMessage mMessage{L"It can't be."};
@@ -130,7 +130,7 @@ std::string environmentOf(size_t length) {
     return name + std::string(length - name.size() - 2, 'x') + std::string(2, '\0');
 }
 
-TEST_F(ExecStartFailureTest, AnEnvironmentOverTheLimitIsExplained) {
+TEST_F(ExecStartFailureTest, AnEnvironmentOverTheLimitIsExplainedWhateverTheFailure) {
     const std::string line = execChild();
     struct Row {
         size_t length;
@@ -143,16 +143,19 @@ TEST_F(ExecStartFailureTest, AnEnvironmentOverTheLimitIsExplained) {
          "Resolution: Please eliminate unnecessary environment variables or shorten them.\n"
          "For more details, please see Nimbrel Forge User Guide."},
     };
-    for (const Row& row : rows) {
-        const CommandResult result = refuse(line, "", environmentOf(row.length).c_str());
-        const std::string words = Told{.command = line,
-                                       .variables = "1",
-                                       .lineLength = line.size(),
-                                       .blockLength = std::to_string(row.length)}
-                                      .words();
-        EXPECT_EQ(result.code, 1);
-        EXPECT_EQ(result.error, words + row.explanation);
-        EXPECT_EQ(mExec->errors().back(), words + row.explanation);
+    for (const DWORD error :
+         {DENIED, DWORD{ERROR_NOT_ENOUGH_MEMORY}, DWORD{ERROR_INVALID_PARAMETER}}) {
+        for (const Row& row : rows) {
+            const CommandResult result = refuse(line, "", environmentOf(row.length).c_str(), error);
+            const std::string words = Told{.command = line,
+                                           .variables = "1",
+                                           .lineLength = line.size(),
+                                           .blockLength = std::to_string(row.length)}
+                                          .words();
+            EXPECT_EQ(result.code, 1);
+            EXPECT_EQ(result.error, words + row.explanation);
+            EXPECT_EQ(mExec->errors().back(), words + row.explanation);
+        }
     }
 }
 
