@@ -52,6 +52,12 @@ private:
     ReplacedCall<decltype(QueryInformationJobObject)> mReplaced;
 };
 
+/// A process whose end was seen may be in the list for a moment yet, which is asked for again then.
+void expectAll(const std::vector<DWORD>& sizes, DWORD size) {
+    EXPECT_FALSE(sizes.empty());
+    EXPECT_EQ(sizes, std::vector<DWORD>(sizes.size(), size));
+}
+
 class JobListTest : public testing_support::ExecWaitTest {
 protected:
     JobListTest() {
@@ -89,19 +95,19 @@ TEST_F(JobListTest, TheBufferGrowsByDoublingAndStaysSoForTheCall) {
     EXPECT_TRUE(jobEmpties());
     sizes.take();
     exec.run(waitedChild(""));
-    EXPECT_EQ(sizes.take(), std::vector<DWORD>{16});
+    expectAll(sizes.take(), 16);
 }
 
 TEST_F(JobListTest, ABufferOf1024BytesIsTheLargestToBeginWith) {
     ListSizes sizes;
     exec.run(waitedChild(""));
-    EXPECT_EQ(sizes.take(), std::vector<DWORD>{1024});
+    expectAll(sizes.take(), 1024);
     exec.setPidBufferSize(1025);
     exec.run(waitedChild(""));
-    EXPECT_EQ(sizes.take(), std::vector<DWORD>{1024});
+    expectAll(sizes.take(), 1024);
     exec.setPidBufferSize(1000);
     exec.run(waitedChild(""));
-    EXPECT_EQ(sizes.take(), std::vector<DWORD>{1000});
+    expectAll(sizes.take(), 1000);
 }
 
 TEST_F(JobListTest, ABufferThatHasGrownIsFreed) {
