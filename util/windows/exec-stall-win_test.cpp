@@ -176,6 +176,18 @@ TEST_F(StallTest, WhatWasWrittenBeforeAStallComesBackInFrontOfTheText) {
     EXPECT_EQ(merged.error, "");
 }
 
+TEST_F(StallTest, TheTextsOfAStalledCommandAreNotConverted) {
+    Exec::RunInfo info;
+    info.mDirectArgv = {waitedChild("say16 x make " + file("ready") + " sleep 60000")};
+    info.mUtf16Output = true;
+    exec.setStallRules(everyCommand(500, TIME | IO));
+    atFirstWake("ready");
+    const CommandResult result = exec.run(info);
+    EXPECT_EQ(result.code, 1);
+    EXPECT_EQ(result.output, std::string("x\0", 2));
+    EXPECT_EQ(result.error, stallText(info.mDirectArgv[0]));
+}
+
 TEST_F(StallTest, WithoutATextForFailuresTheExitCodeComesBack) {
     Exec::RunInfo info;
     info.mDirectArgv = {waitedChild("make " + file("ready") + " sleep 60000")};
