@@ -6,19 +6,19 @@
 
 #include <windows.h>
 
-#include "testing/beforeresume-win.h"
 #include "testing/commandtest-win.h"
+#include "testing/quickwakes-win.h"
 #include "testing/replacedcall-win.h"
 #include "util/windows/exec-streams-win.h"
 #include "util/windows/exec-win.h"
 
 namespace {
 
-using testing_support::BeforeResume;
 using testing_support::childInfo;
 using testing_support::CommandResult;
 using testing_support::CommandTest;
 using testing_support::execChild;
+using testing_support::QuickWakes;
 using testing_support::ReplacedCall;
 using testing_support::TempFolder;
 
@@ -76,9 +76,16 @@ TEST_F(ExecCaptureLimitsTest, MergedStreamsAreOneCapture) {
 }
 
 TEST_F(ExecCaptureLimitsTest, TheLimitsAreThoseAtTheEndOfTheCommand) {
-    const BeforeResume resumed([this](HANDLE) { mExec->setOutputLimits(1, 2); });
-    const std::string line = execChild("out 3 3");
-    EXPECT_EQ(mExec->run(line).output, report(line, "3", "output text", "2") + "ab\n");
+    mExec->setOutputLimits(100, 100);
+    const QuickWakes wakes([this](size_t) -> DWORD {
+        mExec->setOutputLimits(1, 2);
+        mFolder.write("go", "");
+        return QuickWakes::AWAIT_END;
+    });
+    const std::string line = execChild("out 3 3 err 4 4 await \"" + mFolder.utf8("go") + "\"");
+    const CommandResult result = mExec->run(line);
+    EXPECT_EQ(result.output, report(line, "3", "output text", "2") + "ab\n");
+    EXPECT_EQ(result.error, report(line, "4", "error text", "2") + "ab\n");
 }
 
 TEST_F(ExecCaptureLimitsTest, NothingNeedBeKept) {
