@@ -290,6 +290,24 @@ TEST(ChildEnvironmentScopeTest, TheLockIsHeldWhileTheDirectoryChangesEitherWay) 
     EXPECT_TRUE(isLockFree());
 }
 
+TEST(ChildEnvironmentScopeTest, TheLockIsHeldWhileThePathChangesEitherWay) {
+    const EnvironmentScope path("Path", "C:\\caller");
+    static decltype(&_putenv) original = nullptr;
+    static std::vector<std::string> changes;
+    changes.clear();
+    const ReplacedCall<decltype(_putenv)> call("_putenv", [](const char* text) -> int {
+        gLockWasFree |= isLockFree();
+        changes.emplace_back(text);
+        return original(text);
+    });
+    original = call.original();
+    gLockWasFree = false;
+    { const ChildEnvironmentScope scope("PATH=C:\\child\0", ""); }
+    EXPECT_EQ(changes, (std::vector<std::string>{"PATH=C:\\child", "Path=C:\\caller"}));
+    EXPECT_FALSE(gLockWasFree);
+    EXPECT_TRUE(isLockFree());
+}
+
 TEST(ChildEnvironmentScopeTest, ScopesOfOneThreadMayBeNested) {
     const TempFolder folder;
     std::filesystem::create_directory(folder.path() / "inner");

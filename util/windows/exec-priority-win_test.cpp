@@ -241,13 +241,29 @@ Privilege basePriorityPrivilege() {
     return {};
 }
 
+void enableBasePriorityPrivilege(bool isEnabled) {
+    HANDLE token = nullptr;
+    EXPECT_TRUE(OpenProcessToken(GetCurrentProcess(), TOKEN_ADJUST_PRIVILEGES, &token));
+    TOKEN_PRIVILEGES state{};
+    state.PrivilegeCount = 1;
+    EXPECT_TRUE(LookupPrivilegeValueA(nullptr, "SeIncreaseBasePriorityPrivilege",
+                                      &state.Privileges[0].Luid));
+    state.Privileges[0].Attributes = isEnabled ? DWORD{SE_PRIVILEGE_ENABLED} : 0;
+    EXPECT_TRUE(AdjustTokenPrivileges(token, FALSE, &state, 0, nullptr, nullptr));
+    CloseHandle(token);
+}
+
 TEST(ElevateWindowsPriorityTest, OnThisMachineThePrivilegeIsOnAfterwards) {
     if (!basePriorityPrivilege().isHeld) {
         GTEST_SKIP() << "this user does not hold the privilege";
     }
     const RaisedPriority clear;
+    const bool wasEnabled = basePriorityPrivilege().isEnabled;
+    enableBasePriorityPrivilege(false);
+    EXPECT_FALSE(basePriorityPrivilege().isEnabled);
     EXPECT_EQ(Exec::elevateWindowsPriority(), "");
     EXPECT_TRUE(basePriorityPrivilege().isEnabled);
+    enableBasePriorityPrivilege(wasEnabled);
     EXPECT_EQ(gRaisePriority, 0) << "this Windows is not below version 6.1";
 }
 
