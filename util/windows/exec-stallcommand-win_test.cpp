@@ -155,16 +155,16 @@ TEST_F(StallCommandDeathTest, ADirectoryThatHasGoneIsDropped) {
 
 TEST_F(StallCommandDeathTest, TheLockIsHeldWhileItRuns) {
     inAFreshProcess([this] {
-        const EnvironmentScope variable(
-            "NBBRK", waitedChild("make " + file("running") + " await " + file("looked") + " make " +
-                                 file("broken")));
+        // With whole paths the value could be too long.
+        const EnvironmentScope variable("NBBRK",
+                                        waitedChild("make running await looked make broken"));
         bool wasFree = true;
         BoundedThread observer([&] {
             await("running");
             wasFree = exec.mHandleLock.tryLock();
             make("looked");
         });
-        exec.run(stalling());
+        exec.run(stalling(), folder.utf8());
         observer.join();
         EXPECT_FALSE(wasFree);
         EXPECT_TRUE(hasEndedByItself()) << exec.log();
