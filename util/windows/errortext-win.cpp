@@ -152,6 +152,11 @@ const char* lastErrorText(bool withCode, const uint32_t* error, int which) {
     return kept.c_str();
 }
 
+std::string withLastError(const char* text) {
+    std::string words = lastErrorText(/*withCode=*/false, /*error=*/nullptr, /*which=*/1);
+    return words.insert(0, text);
+}
+
 std::ostream& operator<<(std::ostream& out, ErrorNumber number) {
     // The insertion may call Windows as well.
     const ErrorStateScope scope;

@@ -54,6 +54,9 @@ std::string ntErrorText(const char* context, uint32_t status);
 /// thread calls again or ends. A null `error` is as good as one that points at GetLastError.
 const char* lastErrorText(bool withCode, const uint32_t* error, int which);
 
+/// `text` and behind it the words for GetLastError, as errorText without the code has them.
+std::string withLastError(const char* text);
+
 /// One error number that is to be put into words.
 struct ErrorNumber {
     uint32_t mNumber = 0;

@@ -177,12 +177,10 @@ Exec::Run::Result Exec::Run::startCommand() {
     if (error == NO_ERROR) {
         return {};
     }
-    const uint32_t number = error;
-    const std::string words = errorText(/*withCode=*/false, &number, /*which=*/1);
     if (meansMissingProgram(error)) {
         return commandNotFound();
     }
-    return startFailed(command, words.c_str());
+    return startFailed(command, error);
 }
 
 /// The failure, or NO_ERROR.
@@ -229,7 +227,7 @@ Exec::Run::Result Exec::Run::startAlternate() {
     return {};
 }
 
-int32_t Exec::Run::startFailed(const ProgramAndLine& command, const char* words) {
+int32_t Exec::Run::startFailed(const ProgramAndLine& command, uint32_t error) {
     constexpr size_t environmentLimit = 30720;
     const EnvironmentSize size = environmentSize(mEnvironment);
     std::ostringstream text;
@@ -242,7 +240,7 @@ int32_t Exec::Run::startFailed(const ProgramAndLine& command, const char* words)
          << "Environment block length="
          << size.bytes
          // Meant: this quote has no partner.
-         << "'; working directory '" << mWorkingDirectory << "': " << words << ".\n";
+         << "'; working directory '" << mWorkingDirectory << "': " << ErrorNumber{error} << ".\n";
     if (size.bytes > environmentLimit) {
         text << "Explanation: Total length of environment "
                 "variables exceeded Windows limit.\n"

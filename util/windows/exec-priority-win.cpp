@@ -10,11 +10,6 @@ std::atomic<int32_t> gRaisePriority{0};
 
 namespace {
 
-std::string withLastError(const char* text) {
-    std::string words = lastErrorText(/*withCode=*/false, /*error=*/nullptr, /*which=*/1);
-    return words.insert(0, text);
-}
-
 /// Enables a privilege of a token. False, with the failure in GetLastError, also if the token
 /// doesn't hold it.
 bool enablePrivilege(HANDLE token, const char* name) {

@@ -42,7 +42,7 @@ private:
     Result startAlternate();
     DWORD createProcess(const std::wstring& program, const std::wstring& line);
     Result commandNotFound();
-    int32_t startFailed(const ProgramAndLine& command, const char* words);
+    int32_t startFailed(const ProgramAndLine& command, uint32_t error);
     Result superviseChild(bool* aborted);
     Result fetchExitCode();
     Result collectOutput(std::string* outputText, std::string* errorText);

@@ -13,11 +13,6 @@ const HANDLE noHandle = INVALID_HANDLE_VALUE;
 constexpr DWORD readWrite = GENERIC_READ | GENERIC_WRITE;
 constexpr DWORD shareReadWrite = FILE_SHARE_READ | FILE_SHARE_WRITE;
 
-std::string withLastError(const char* text) {
-    std::string words = lastErrorText(/*withCode=*/false, /*error=*/nullptr, /*which=*/1);
-    return words.insert(0, ": ").insert(0, text);
-}
-
 /// The name of a window station or desktop. False on failure.
 bool objectName(HANDLE object, std::wstring& name) {
     std::array<wchar_t, 1024> buffer{};
@@ -77,19 +72,19 @@ bool openInput(ChildStreams& streams, const std::string& file, std::string& mess
     if (!file.empty()) {
         input = openInheritable(streams, file, {GENERIC_READ, shareReadWrite, OPEN_EXISTING, 0});
         if (input == noHandle) {
-            message = withLastError("Exec::runCommand couldn't open file for standard input");
+            message = withLastError("Exec::runCommand couldn't open file for standard input: ");
         }
         return input != noHandle;
     }
     HANDLE readEnd = noHandle;
     HANDLE writeEnd = noHandle;
     if (!CreatePipe(&readEnd, &writeEnd, &streams.mInherit, /*nSize=*/0)) {
-        message = withLastError("Exec::runCommand couldn't create pipe for standard input");
+        message = withLastError("Exec::runCommand couldn't create pipe for standard input: ");
         return false;
     }
     input = readEnd;
     if (!CloseHandle(writeEnd)) {
-        message = withLastError("Exec::runCommand couldn't close handle for standard input");
+        message = withLastError("Exec::runCommand couldn't close handle for standard input: ");
         return false;
     }
     return true;
@@ -147,7 +142,7 @@ void separateError(STARTUPINFOW& startup, std::string& message) {
     HANDLE copy = noHandle;
     if (!DuplicateHandle(self, startup.hStdError, self, &copy, /*dwDesiredAccess=*/0,
                          /*bInheritHandle=*/TRUE, DUPLICATE_SAME_ACCESS)) {
-        message = withLastError("Exec::runCommand couldn't duplicate handle for standard error");
+        message = withLastError("Exec::runCommand couldn't duplicate handle for standard error: ");
         return;
     }
     startup.hStdError = copy;
@@ -203,19 +198,19 @@ ChildStreams::~ChildStreams() {
 std::string ChildStreams::findDesktop() {
     const HWINSTA station = GetProcessWindowStation();
     if (station == nullptr) {
-        return withLastError("GetProcessWindowStation() failed");
+        return withLastError("GetProcessWindowStation() failed: ");
     }
     const HDESK desktop = GetThreadDesktop(GetCurrentThreadId());
     if (desktop == nullptr) {
-        return withLastError("GetThreadDesktop() failed");
+        return withLastError("GetThreadDesktop() failed: ");
     }
     std::wstring name;
     if (!objectName(station, name)) {
-        return withLastError("GetUserObjectInformation(windowStation) failed");
+        return withLastError("GetUserObjectInformation(windowStation) failed: ");
     }
     name += L'\\';
     if (!objectName(desktop, name)) {
-        return withLastError("GetUserObjectInformation(desktop) failed");
+        return withLastError("GetUserObjectInformation(desktop) failed: ");
     }
     mDesktop = name;
     mStartup.lpDesktop = mDesktop.data();
@@ -266,7 +261,7 @@ bool setUpStreams(ChildStreams& streams, const Exec::RunInfo& runInfo, std::stri
     startup.hStdOutput =
         openByMode(streams, outputMode, runInfo.mCaptureOutput, runInfo.mStdoutFile);
     if (startup.hStdOutput == noHandle) {
-        message = withLastError("Exec::runCommand couldn't open file for standard output");
+        message = withLastError("Exec::runCommand couldn't open file for standard output: ");
         return false;
     }
     const bool isOneFile = outputMode >= streamFile && errorMode >= streamFile &&
@@ -275,7 +270,7 @@ bool setUpStreams(ChildStreams& streams, const Exec::RunInfo& runInfo, std::stri
         isOneFile ? startup.hStdOutput
                   : openByMode(streams, errorMode, runInfo.mCaptureOutput, runInfo.mStderrFile);
     if (startup.hStdError == noHandle) {
-        message = withLastError("Exec::runCommand couldn't open file for standard error");
+        message = withLastError("Exec::runCommand couldn't open file for standard error: ");
         return false;
     }
     separateError(startup, message);

@@ -110,8 +110,8 @@ void Exec::report(const std::string& text, std::string* failureText) {
 }
 
 void Exec::reportWithLastError(const char* text, std::string* failureText) {
-    std::string words = lastErrorText(/*withCode=*/false, /*error=*/nullptr, /*which=*/1);
-    words.insert(0, ": ").insert(0, text).push_back('\n');
+    std::string words = withLastError(": ");
+    words.insert(0, text).push_back('\n');
     report(words, failureText);
 }
 

@@ -11,17 +11,13 @@
 #include <winternl.h>
 
 #include "util/windows/errortext-win.h"
+#include "util/windows/libraryfunction-win.h"
 #include "util/windows/scopedhandle-win.h"
 
 namespace {
 
 using GetNameFunction = DWORD WINAPI(HANDLE, char*, DWORD);
 using QueryFunction = NTSTATUS NTAPI(HANDLE, PROCESSINFOCLASS, void*, ULONG, ULONG*);
-
-template <class Function>
-Function* findFunction(HMODULE library, const char* name) {
-    return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(library, name)));
-}
 
 /// The library stays to the end of the process. Throws Win32Exception.
 GetNameFunction* loadGetName() {

@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "util/windows/libraryfunction-win.h"
 #include "util/windows/scopedhandle-win.h"
 
 namespace {
@@ -45,12 +46,6 @@ struct HandleEntry {
 };
 static_assert(sizeof(HandleEntry) == 24 && offsetof(HandleEntry, handle) == 6);
 constexpr size_t entriesOffset = 8;
-
-template <class Function>
-Function* findFunction(const char* library, const char* name) {
-    return reinterpret_cast<Function*>(
-        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA(library), name)));
-}
 
 /// The system's table of handles; nothing if it can't be had.
 std::optional<std::vector<unsigned char>> handleTable(
@@ -112,11 +107,12 @@ HandleInspector& HandleInspector::instance() {
 }
 
 HandleInspector::HandleInspector()
-    : mNtQueryInformationFile(
-          findFunction<NtQueryInformationFileFunction>("ntdll.dll", "NtQueryInformationFile")),
-      mNtQuerySystemInformation(
-          findFunction<NtQuerySystemInformationFunction>("NTDLL.DLL", "NtQuerySystemInformation")),
-      mNtQueryObject(findFunction<NtQueryObjectFunction>("NTDLL.DLL", "NtQueryObject")) {
+    : mNtQueryInformationFile(findFunction<NtQueryInformationFileFunction>(
+          GetModuleHandleA("ntdll.dll"), "NtQueryInformationFile")),
+      mNtQuerySystemInformation(findFunction<NtQuerySystemInformationFunction>(
+          GetModuleHandleA("NTDLL.DLL"), "NtQuerySystemInformation")),
+      mNtQueryObject(
+          findFunction<NtQueryObjectFunction>(GetModuleHandleA("NTDLL.DLL"), "NtQueryObject")) {
     enableDebugPrivilege();
 }
 
