@@ -47,10 +47,24 @@ function(layer name)
     target_link_libraries(${name}_checked PUBLIC checked_options)
 endfunction()
 
-# layer_sources(OUT): this folder's sources by their suffix: without tests, benchmarks, and what
-# is bound to the other platform.
+# layer_glob(OUT PATTERN): what matches in this folder and in those below without a CMakeLists.txt.
+function(layer_glob out pattern)
+    file(GLOB found CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${pattern}
+        ${CMAKE_CURRENT_SOURCE_DIR}/*/${pattern})
+    set(own "")
+    foreach(file ${found})
+        cmake_path(GET file PARENT_PATH folder)
+        if(folder STREQUAL CMAKE_CURRENT_SOURCE_DIR OR NOT EXISTS ${folder}/CMakeLists.txt)
+            list(APPEND own ${file})
+        endif()
+    endforeach()
+    set(${out} ${own} PARENT_SCOPE)
+endfunction()
+
+# layer_sources(OUT): the sources of a layer by their suffix: without tests, benchmarks, and what is
+# bound to the other platform.
 function(layer_sources out)
-    file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+    layer_glob(sources *.cpp)
     list(FILTER sources EXCLUDE REGEX "_(test|bench)\\.cpp$")
     if(WIN32)
         list(FILTER sources EXCLUDE REGEX "-linux\\.cpp$")
@@ -62,7 +76,7 @@ endfunction()
 
 # layer_tests(OUT): the tests that stand beside them.
 function(layer_tests out)
-    file(GLOB tests CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*_test.cpp)
+    layer_glob(tests *_test.cpp)
     if(WIN32)
         list(FILTER tests EXCLUDE REGEX "-linux_test\\.cpp$")
     else()
