@@ -1,0 +1,146 @@
+#pragma once
+
+// Security descriptors of files and other objects.
+//
+//     SecurityDescriptor security("c:/work/notes.txt", SE_FILE_OBJECT, /*withSacl=*/false);
+//     std::cerr << security.sddl(DACL_SECURITY_INFORMATION);
+//
+// A failed Windows call throws a Win32Exception whose text is the name of the function.
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include <windows.h>
+// Behind windows.h.
+#include <accctrl.h>
+
+#include "util/windows/localmemory-win.h"
+#include "util/windows/security/accesscontrol-win.h"
+#include "util/windows/security/securityidentifier-win.h"
+#include "util/windows/security/trustee-win.h"
+
+/// Owns a security descriptor, of the absolute or the self-relative form, and knows what kind of
+/// object it came from. The owner, group, DACL and SACL lie within the descriptor, or where the
+/// caller holds those that he has set.
+///
+/// A null descriptor (from a null source) has no parts. Of its operations the views, the lengths,
+/// `isValid`, `isAbsolute`, the setters of parts, writing, copying and printing may be called.
+/// One thread at a time uses an object.
+class SecurityDescriptor {
+public:
+    /// Kinds of a file object.
+    enum : uint32_t { unknownKind = 0, plainFile = 1, directory = 2, pipe = 4 };
+
+    /// Empty, of the absolute form. Throws "InitializeSecurityDescriptor".
+    SecurityDescriptor();
+    /// Owner, group and DACL of a named object, with `withSacl` the SACL too. `path` is UTF-8; that
+    /// of a file may have any length. Throws "GetNamedSecurityInfoW".
+    SecurityDescriptor(const std::string& path, SE_OBJECT_TYPE type, bool withSacl);
+    /// The same of an open object. Throws "GetSecurityInfo".
+    SecurityDescriptor(HANDLE object, SE_OBJECT_TYPE type, bool withSacl);
+    /// Self-relative, with the entries put before those of `base`, which is self-relative too.
+    /// Throws "BuildSecurityDescriptorW".
+    SecurityDescriptor(const Trustee& owner, const Trustee& group,
+                       const ExplicitAccessList& accessEntries,
+                       const ExplicitAccessList& auditEntries,
+                       const SecurityDescriptor* base = nullptr);
+    /// From the UTF-8 text of the language for descriptors. Throws
+    /// "ConvertStringSecurityDescriptorToSecurityDescriptorW".
+    SecurityDescriptor(const char* sddl, DWORD revision);
+    /// A self-relative copy of a descriptor of either form, or of null. Throws
+    /// "GetSecurityDescriptorControl", "MakeSelfRelativeSD".
+    explicit SecurityDescriptor(PSECURITY_DESCRIPTOR descriptor);
+    /// Self-relative as well, whatever the form of `other`. Parts that were set in `other` but are
+    /// not in its descriptor aren't copied.
+    SecurityDescriptor(const SecurityDescriptor& other);
+    SecurityDescriptor& operator=(const SecurityDescriptor&) = delete;
+    ~SecurityDescriptor() = default;
+
+    PSECURITY_DESCRIPTOR descriptor() const { return mDescriptor.get(); }
+    SE_OBJECT_TYPE objectType() const { return mObjectType; }
+    uint32_t objectKind() const { return mObjectKind; }
+
+    /// Views, null where there is no such part.
+    SecurityIdentifier owner() const { return {mOwner}; }
+    SecurityIdentifier group() const { return {mGroup}; }
+    AccessControlList dacl() const { return {mDacl}; }
+    AccessControlList sacl() const { return {mSacl}; }
+
+    DWORD length() const;
+    bool isValid() const;
+    bool isAbsolute() const;
+    /// Throw "GetSecurityDescriptorControl".
+    SECURITY_DESCRIPTOR_CONTROL control() const;
+    DWORD revision() const;
+    /// Throws "GetSecurityDescriptorRMControl".
+    BYTE rmControl() const;
+    /// Gives the bits of `mask` the values in `values`. Throws "SetSecurityDescriptorControl".
+    void setControl(SECURITY_DESCRIPTOR_CONTROL mask, SECURITY_DESCRIPTOR_CONTROL values);
+    /// Throws "SetSecurityDescriptorRMControl".
+    void setRmControl(BYTE bits);
+
+    /// The parts become those of the descriptor. Throws "GetSecurityDescriptorOwner",
+    /// "...Group", "...Dacl" or "...Sacl".
+    void readParts();
+
+    /// The object gives out the new part, which the caller holds. A descriptor of the absolute form
+    /// gets it too, "defaulted" as it was; one of the self-relative form can't be changed, and
+    /// keeps the old. Throw "GetSecurityDescriptorControl", "SetSecurityDescriptorOwner" and so on.
+    void setOwner(PSID owner);
+    void setGroup(PSID group);
+    void setDacl(PACL dacl);
+    void setSacl(PACL sacl);
+
+    /// Replaces the descriptor, with the present parts, by one of the other form, or throws
+    /// "MakeAbsoluteSD" with nothing changed.
+    void makeAbsolute();
+    /// The same; throws "MakeSelfRelativeSD".
+    void makeSelfRelative();
+
+    /// The text for the parts that `bits` name, in UTF-8. Throws
+    /// "ConvertSecurityDescriptorToStringSecurityDescriptorW".
+    std::string sddl(SECURITY_INFORMATION bits) const;
+    /// Takes the descriptor from a text, as the constructor does; not its parts, which `readParts`
+    /// takes. The old descriptor is left in memory.
+    void setSddl(const char* sddl, DWORD revision);
+
+    /// Gives an object the parts that are there, the SACL only `withSacl`. `furtherBits` may hold
+    /// PROTECTED_DACL_SECURITY_INFORMATION and its like. Throws "SetSecurityInfo".
+    void write(HANDLE object, SE_OBJECT_TYPE type, bool withSacl,
+               SECURITY_INFORMATION furtherBits) const;
+    /// Throws "SetNamedSecurityInfo".
+    void write(const std::string& path, SE_OBJECT_TYPE type, bool withSacl,
+               SECURITY_INFORMATION furtherBits) const;
+
+    /// What a new file, or with `isContainer` a new directory, gets in a directory of this
+    /// security. A null descriptor if no account has the owner's SID. Throws "LookupAccountSidW",
+    /// "CreatePrivateObjectSecurityEx", "DestroyPrivateObjectSecurity".
+    std::unique_ptr<SecurityDescriptor> deriveForChild(bool isContainer) const;
+
+private:
+    void copyFrom(PSECURITY_DESCRIPTOR source);
+    template <class SetPart>
+    void setPart(SECURITY_DESCRIPTOR_CONTROL defaultedBit, const char* failure, SetPart set);
+    void replaceDescriptor(LocalMemory<void> descriptor);
+    SECURITY_INFORMATION presentBits(bool withSacl) const;
+
+    PSID mOwner = nullptr;
+    PSID mGroup = nullptr;
+    PACL mDacl = nullptr;
+    PACL mSacl = nullptr;
+    LocalMemory<void> mDescriptor;
+    SE_OBJECT_TYPE mObjectType = SE_UNKNOWN_OBJECT_TYPE;
+    uint32_t mObjectKind = unknownKind;
+};
+
+/// Gives `target` the owner, group and DACL of `source`; with `protect` the DACL is kept from
+/// inheriting from then on. False on failure: the words are in `*errorText`, unless null, and the
+/// number in GetLastError. Paths are UTF-8. Any thread may call this.
+bool copySecurity(const std::string& source, const std::string& target, bool protect,
+                  std::string* errorText = nullptr);
+/// Gives `child` the owner and group of `parent` and, of its DACL, what children of that kind (a
+/// directory, or a file) inherit. Failures as with `copySecurity`, but for a child that isn't
+/// there, which has the number 2 and no words.
+bool inheritSecurity(const std::string& parent, const std::string& child,
+                     std::string* errorText = nullptr);

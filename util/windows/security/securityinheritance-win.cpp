@@ -1,0 +1,144 @@
+// What files and directories take over from others: SecurityDescriptor::deriveForChild,
+// copySecurity, inheritSecurity.
+
+#include <memory>
+#include <utility>
+
+#include <windows.h>
+// Behind windows.h.
+#include <accctrl.h>
+
+#include "util/windows/debugstream-win.h"
+#include "util/windows/errortext-win.h"
+#include "util/windows/filestat-win.h"
+#include "util/windows/security/caughtfailure-win.h"
+#include "util/windows/security/securitydescriptor-win.h"
+
+namespace {
+
+/// Made before any other code of the module runs, and never changed.
+const SecurityDescriptor gEmptyDescriptor(PSECURITY_DESCRIPTOR{nullptr});
+
+/// Owns a descriptor of CreatePrivateObjectSecurityEx.
+class PrivateSecurity {
+public:
+    explicit PrivateSecurity(PSECURITY_DESCRIPTOR descriptor) : mDescriptor(descriptor) {}
+    PrivateSecurity(const PrivateSecurity&) = delete;
+    PrivateSecurity& operator=(const PrivateSecurity&) = delete;
+    ~PrivateSecurity() {
+        if (mDescriptor != nullptr && !DestroyPrivateObjectSecurity(&mDescriptor)) {
+            debugFailure("DestroyPrivateObjectSecurity");
+        }
+    }
+    PSECURITY_DESCRIPTOR get() const { return mDescriptor; }
+    void release() {
+        PSECURITY_DESCRIPTOR descriptor = std::exchange(mDescriptor, nullptr);
+        if (!DestroyPrivateObjectSecurity(&descriptor)) {
+            throw Win32Exception("DestroyPrivateObjectSecurity");
+        }
+    }
+
+private:
+    PSECURITY_DESCRIPTOR mDescriptor;
+};
+
+PSECURITY_DESCRIPTOR createPrivateSecurity(PSECURITY_DESCRIPTOR parent, bool isContainer) {
+    constexpr ULONG flags = SEF_DACL_AUTO_INHERIT | SEF_AVOID_PRIVILEGE_CHECK |
+                            SEF_AVOID_OWNER_CHECK | SEF_DEFAULT_OWNER_FROM_PARENT |
+                            SEF_DEFAULT_GROUP_FROM_PARENT;
+    static_assert(flags == 121);
+    GENERIC_MAPPING fileRights = {FILE_GENERIC_READ, FILE_GENERIC_WRITE, FILE_GENERIC_EXECUTE,
+                                  FILE_ALL_ACCESS};
+    PSECURITY_DESCRIPTOR created = nullptr;
+    if (!CreatePrivateObjectSecurityEx(parent, /*CreatorDescriptor=*/nullptr, &created,
+                                       /*ObjectType=*/nullptr, isContainer, flags,
+                                       /*Token=*/nullptr, &fileRights)) {
+        throw Win32Exception("CreatePrivateObjectSecurityEx");
+    }
+    return created;
+}
+
+/// The flags of the ACE that a child gets from one with these flags.
+BYTE inheritedFlags(BYTE flags) {
+    flags |= INHERITED_ACE;
+    flags &= static_cast<BYTE>(~INHERIT_ONLY_ACE);
+    if ((flags & NO_PROPAGATE_INHERIT_ACE) != 0) {
+        constexpr int inheriting =
+            OBJECT_INHERIT_ACE | CONTAINER_INHERIT_ACE | NO_PROPAGATE_INHERIT_ACE;
+        flags &= static_cast<BYTE>(~inheriting);
+    }
+    return flags;
+}
+
+AccessControlList inheritedAcl(const AccessControlList& parent, bool isDirectory) {
+    const BYTE wanted = isDirectory ? CONTAINER_INHERIT_ACE : OBJECT_INHERIT_ACE;
+    AccessControlList acl(parent.aceCount(), ACL_REVISION, /*limitSize=*/false);
+    for (DWORD index = 0; index < parent.aceCount(); ++index) {
+        const AccessControlEntry source = parent.ace(index);
+        if ((source.flags() & wanted) == 0) {
+            continue;
+        }
+        AccessControlEntry inherited(source, /*forceCopy=*/true);
+        inherited.setFlags(inheritedFlags(source.flags()));
+        acl.addAce(ACL_REVISION, AccessControlList::atEnd, inherited);
+    }
+    return acl;
+}
+
+void inherit(const SecurityDescriptor& parent, const std::string& child, bool isDirectory) {
+    SecurityDescriptor security;
+    security.setOwner(parent.owner().sid());
+    security.setGroup(parent.group().sid());
+    const AccessControlList parentAcl = parent.dacl();
+    AccessControlList acl;
+    if (parentAcl.isValid()) {
+        acl = inheritedAcl(parentAcl, isDirectory);
+    }
+    security.setDacl(acl.acl());
+    security.write(child, SE_FILE_OBJECT, /*withSacl=*/false, /*furtherBits=*/0);
+}
+
+}  // namespace
+
+std::unique_ptr<SecurityDescriptor> SecurityDescriptor::deriveForChild(bool isContainer) const {
+    // The look-up is for the kind of account alone.
+    SID_NAME_USE use{};
+    owner().accountName(&use);
+    if (use == SidTypeDeletedAccount || use == SidTypeInvalid || use == SidTypeUnknown) {
+        return std::make_unique<SecurityDescriptor>(gEmptyDescriptor);
+    }
+    PrivateSecurity created(createPrivateSecurity(descriptor(), isContainer));
+    auto derived = std::make_unique<SecurityDescriptor>(created.get());
+    derived->mObjectType = mObjectType;
+    derived->mObjectKind = mObjectKind;
+    created.release();
+    return derived;
+}
+
+bool copySecurity(const std::string& source, const std::string& target, bool protect,
+                  std::string* errorText) {
+    return runCatching(
+        [&] {
+            SecurityDescriptor security(source, SE_FILE_OBJECT, /*withSacl=*/false);
+            if (protect) {
+                security.setControl(SE_DACL_PROTECTED, SE_DACL_PROTECTED);
+            }
+            security.write(target, SE_FILE_OBJECT, /*withSacl=*/false,
+                           protect ? PROTECTED_DACL_SECURITY_INFORMATION : 0);
+        },
+        /*prefix=*/std::string(), errorText);
+}
+
+bool inheritSecurity(const std::string& parent, const std::string& child, std::string* errorText) {
+    FileStat childStat;
+    if (!childStat.read(child, /*unused=*/0)) {
+        SetLastError(ERROR_FILE_NOT_FOUND);
+        return false;
+    }
+    return runCatching(
+        [&] {
+            inherit(SecurityDescriptor(parent, SE_FILE_OBJECT, /*withSacl=*/false), child,
+                    childStat.isDirectory());
+        },
+        /*prefix=*/std::string(), errorText);
+}

@@ -1,0 +1,147 @@
+#include "util/windows/security/trustee-win.h"
+
+#include <stdexcept>
+#include <utility>
+
+#include <windows.h>
+// Behind windows.h.
+#include <aclapi.h>
+
+#include "util/windows/unicodetext-win.h"
+
+namespace {
+
+SecurityIdentifier sidAt(const void* place) { return {const_cast<void*>(place)}; }
+
+[[noreturn]] void refuseObjects() {
+    throw std::runtime_error("Copying trustees with objects not yet implemented");
+}
+
+[[noreturn]] void refuseForm() {
+    throw std::runtime_error("Cannot make local copy of this type of TRUSTEE");
+}
+
+bool hasObjects(TRUSTEE_FORM form) {
+    return form == TRUSTEE_IS_OBJECTS_AND_SID || form == TRUSTEE_IS_OBJECTS_AND_NAME;
+}
+
+bool canBeCopied(TRUSTEE_FORM form) { return form == TRUSTEE_IS_SID || form == TRUSTEE_IS_NAME; }
+
+}  // namespace
+
+Trustee::Trustee() noexcept {
+    mTrustee.TrusteeForm = TRUSTEE_BAD_FORM;
+    mTrustee.TrusteeType = TRUSTEE_IS_INVALID;
+}
+
+Trustee::Trustee(const char* name) : mName(toWide(name)) {
+    BuildTrusteeWithNameW(&mTrustee, mName.data());
+}
+
+Trustee::Trustee(const SecurityIdentifier& sid) : mSid(sid) {
+    BuildTrusteeWithSidW(&mTrustee, mSid.sid());
+}
+
+Trustee::Trustee(const TRUSTEE_W& trustee, bool localCopy) : mTrustee(trustee) {
+    if (localCopy) {
+        copyLocally();
+    }
+}
+
+Trustee::Trustee(const Trustee& other) : Trustee(other.mTrustee, other.pointsAtOwnStore()) {}
+
+Trustee& Trustee::operator=(const Trustee& other) {
+    // Also what assigning an object to itself must do: its pointer stays at its own store.
+    return assign(other, /*localCopy=*/false);
+}
+
+Trustee& Trustee::assign(const Trustee& other, bool localCopy) {
+    const bool wasOwn = other.pointsAtOwnStore();
+    mTrustee = other.mTrustee;
+    if (hasObjects(form())) {
+        refuseObjects();  // meant: without a local copy as well, unlike the constructor
+    }
+    if (localCopy || (canBeCopied(form()) && wasOwn)) {
+        copyLocally();
+    }
+    return *this;
+}
+
+void Trustee::copyLocally() {
+    if (hasObjects(form())) {
+        refuseObjects();
+    }
+    // What the pointer names may lie in the store that is about to change.
+    if (form() == TRUSTEE_IS_SID) {
+        mSid = SecurityIdentifier::deepCopy(mTrustee.ptstrName);
+        mTrustee.ptstrName = static_cast<wchar_t*>(mSid.sid());
+    } else if (form() == TRUSTEE_IS_NAME) {
+        mName = mTrustee.ptstrName != nullptr ? std::wstring(mTrustee.ptstrName) : std::wstring();
+        mTrustee.ptstrName = mName.data();
+    } else {
+        refuseForm();
+    }
+}
+
+bool Trustee::pointsAtOwnStore() const {
+    const void* store = form() == TRUSTEE_IS_SID ? mSid.sid() : mName.data();
+    return canBeCopied(form()) && mTrustee.ptstrName == store;
+}
+
+std::string Trustee::name() const {
+    const wchar_t* name = nullptr;
+    if (form() == TRUSTEE_IS_NAME) {
+        name = mTrustee.ptstrName;
+    } else if (form() == TRUSTEE_IS_OBJECTS_AND_NAME) {
+        name = reinterpret_cast<const OBJECTS_AND_NAME_W*>(mTrustee.ptstrName)->ptstrName;
+    }
+    return name != nullptr ? toUtf8(name) : std::string();
+}
+
+SecurityIdentifier Trustee::sid() const {
+    if (form() == TRUSTEE_IS_SID) {
+        return sidAt(mTrustee.ptstrName);
+    }
+    if (form() == TRUSTEE_IS_OBJECTS_AND_SID) {
+        return sidAt(reinterpret_cast<const OBJECTS_AND_SID*>(mTrustee.ptstrName)->pSid);
+    }
+    return {};
+}
+
+ExplicitAccess::ExplicitAccess(const char* name, DWORD permissions, ACCESS_MODE mode,
+                               DWORD inheritance)
+    : mAccess(nullptr), mName(toWide(name)) {
+    mAccess = new EXPLICIT_ACCESS_W;
+    mOwned = true;
+    BuildExplicitAccessWithNameW(mAccess, mName.data(), permissions, mode, inheritance);
+}
+
+ExplicitAccess::~ExplicitAccess() {
+    if (mOwned) {
+        delete mAccess;
+    }
+}
+
+ExplicitAccessList ExplicitAccessList::adopt(PEXPLICIT_ACCESS_W entries, ULONG count) noexcept {
+    ExplicitAccessList list(entries, count);
+    list.mOwned = true;
+    return list;
+}
+
+ExplicitAccessList::ExplicitAccessList(ExplicitAccessList&& other) noexcept
+    : mEntries(std::exchange(other.mEntries, nullptr)),
+      mCount(std::exchange(other.mCount, 0)),
+      mOwned(std::exchange(other.mOwned, false)) {}
+
+ExplicitAccessList& ExplicitAccessList::operator=(ExplicitAccessList&& other) noexcept {
+    std::swap(mEntries, other.mEntries);
+    std::swap(mCount, other.mCount);
+    std::swap(mOwned, other.mOwned);
+    return *this;
+}
+
+ExplicitAccessList::~ExplicitAccessList() {
+    if (mOwned) {
+        LocalFree(mEntries);
+    }
+}
