@@ -41,7 +41,8 @@ std::wstring path() {
 RecordedStarts::RecordedStarts(std::deque<DWORD> errors, std::function<void()> onCall)
     : mErrors(std::move(errors)),
       mOnCall(std::move(onCall)),
-      mReplaced("CreateProcessW", &RecordedStarts::createProcess) {
+      mReplaced("CreateProcessW", &RecordedStarts::createProcess),
+      mReplacedAsUser("CreateProcessAsUserW", &RecordedStarts::createProcessAsUser) {
     gStarts = this;
 }
 
@@ -52,10 +53,30 @@ BOOL WINAPI RecordedStarts::createProcess(LPCWSTR program, LPWSTR line,
                                           LPSECURITY_ATTRIBUTES threadAttributes, BOOL inherits,
                                           DWORD flags, LPVOID environment, LPCWSTR directory,
                                           LPSTARTUPINFOW startup, LPPROCESS_INFORMATION process) {
+    return start(nullptr, program, line, processAttributes, threadAttributes, inherits, flags,
+                 environment, directory, startup, process);
+}
+
+BOOL WINAPI RecordedStarts::createProcessAsUser(HANDLE token, LPCWSTR program, LPWSTR line,
+                                                LPSECURITY_ATTRIBUTES processAttributes,
+                                                LPSECURITY_ATTRIBUTES threadAttributes,
+                                                BOOL inherits, DWORD flags, LPVOID environment,
+                                                LPCWSTR directory, LPSTARTUPINFOW startup,
+                                                LPPROCESS_INFORMATION process) {
+    return start(token, program, line, processAttributes, threadAttributes, inherits, flags,
+                 environment, directory, startup, process);
+}
+
+BOOL RecordedStarts::start(HANDLE token, LPCWSTR program, LPWSTR line,
+                           LPSECURITY_ATTRIBUTES processAttributes,
+                           LPSECURITY_ATTRIBUTES threadAttributes, BOOL inherits, DWORD flags,
+                           LPVOID environment, LPCWSTR directory, LPSTARTUPINFOW startup,
+                           LPPROCESS_INFORMATION process) {
     if (gStarts->mOnCall) {
         gStarts->mOnCall();
     }
     Call call{};
+    call.token = token;
     call.program = textAt(program);
     call.line = line;
     call.hasAttributes = processAttributes != nullptr || threadAttributes != nullptr;
@@ -73,9 +94,15 @@ BOOL WINAPI RecordedStarts::createProcess(LPCWSTR program, LPWSTR line,
         gStarts->mErrors.pop_front();
     }
     if (error == NO_ERROR) {
-        const BOOL isStarted = gStarts->mReplaced.original()(
-            program, line, processAttributes, threadAttributes, inherits, flags, environment,
-            directory, startup, process);
+        const auto withArguments = [&](auto create) {
+            return create(program, line, processAttributes, threadAttributes, inherits, flags,
+                          environment, directory, startup, process);
+        };
+        const BOOL isStarted =
+            token == nullptr ? withArguments(gStarts->mReplaced.original())
+                             : withArguments([token](auto... arguments) {
+                                   return gStarts->mReplacedAsUser.original()(token, arguments...);
+                               });
         error = isStarted != FALSE ? NO_ERROR : GetLastError();
     }
     if (error == NO_ERROR) {

@@ -12,11 +12,12 @@
 
 namespace testing_support {
 
-/// Keeps what CreateProcessW of the test program is called with, until the scope ends. The starts
-/// are real, but for those that are to fail. One at a time.
+/// Keeps what CreateProcessW and CreateProcessAsUserW of the test program are called with, until
+/// the scope ends. The starts are real, but for those that are to fail. One at a time.
 class RecordedStarts {
 public:
     struct Call {
+        HANDLE token;                         ///< null: CreateProcessW
         std::optional<std::wstring> program;  ///< none: null
         std::wstring line;
         bool hasAttributes;  ///< of the process or its thread
@@ -50,11 +51,22 @@ private:
                                      LPSECURITY_ATTRIBUTES threadAttributes, BOOL inherits,
                                      DWORD flags, LPVOID environment, LPCWSTR directory,
                                      LPSTARTUPINFOW startup, LPPROCESS_INFORMATION process);
+    static BOOL WINAPI createProcessAsUser(HANDLE token, LPCWSTR program, LPWSTR line,
+                                           LPSECURITY_ATTRIBUTES processAttributes,
+                                           LPSECURITY_ATTRIBUTES threadAttributes, BOOL inherits,
+                                           DWORD flags, LPVOID environment, LPCWSTR directory,
+                                           LPSTARTUPINFOW startup, LPPROCESS_INFORMATION process);
+    static BOOL start(HANDLE token, LPCWSTR program, LPWSTR line,
+                      LPSECURITY_ATTRIBUTES processAttributes,
+                      LPSECURITY_ATTRIBUTES threadAttributes, BOOL inherits, DWORD flags,
+                      LPVOID environment, LPCWSTR directory, LPSTARTUPINFOW startup,
+                      LPPROCESS_INFORMATION process);
 
     std::deque<DWORD> mErrors;
     std::function<void()> mOnCall;
     std::vector<Call> mCalls;
     ReplacedCall<decltype(CreateProcessW)> mReplaced;
+    ReplacedCall<decltype(CreateProcessAsUserW)> mReplacedAsUser;
 };
 
 }  // namespace testing_support

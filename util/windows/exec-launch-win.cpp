@@ -9,9 +9,13 @@
 #include "util/windows/exec-priority-win.h"
 #include "util/windows/exec-programsearch-win.h"
 #include "util/windows/exec-run-win.h"
+#include "util/windows/security/accesstoken-win.h"
 #include "util/windows/unicodetext-win.h"
 
 namespace {
+
+/// `gProcessEnvironmentLock` is held where it is used.
+boost::shared_ptr<AccessToken> gRunAsToken;
 
 bool hasConsole() {
     const ScopedHandle console(CreateFileA("CONIN$", GENERIC_READ, FILE_SHARE_WRITE,
@@ -28,6 +32,16 @@ bool meansMissingProgram(DWORD error) {
 const wchar_t* orNull(const std::wstring& text) { return text.empty() ? nullptr : text.c_str(); }
 
 }  // namespace
+
+void Exec::setRunAsToken(const boost::shared_ptr<AccessToken>& token) {
+    const MutexLock lock(gProcessEnvironmentLock);
+    gRunAsToken = token;
+}
+
+boost::shared_ptr<AccessToken> Exec::runAsToken() {
+    const MutexLock lock(gProcessEnvironmentLock);
+    return gRunAsToken;
+}
 
 int32_t Exec::runCommand(RunInfo& runInfo, const std::string& workingDirectory,
                          const char* environment, void* passThrough, std::string* outputText,
@@ -144,6 +158,7 @@ void Exec::Run::chooseFlags() {
 /// Starts the child and lets it run. Until then the directory and `Path` of the process are its.
 Exec::Run::Result Exec::Run::start() {
     mScope = std::make_unique<ChildEnvironmentScope>(mEnvironment, mWorkingDirectory);
+    mRunAsToken = runAsToken();
     if (mEnvironment != nullptr && *mEnvironment != '\0') {
         buildEnvironmentBlock(mBlock, mEnvironment);
     }
@@ -186,11 +201,17 @@ Exec::Run::Result Exec::Run::startCommand() {
 /// The failure, or NO_ERROR.
 DWORD Exec::Run::createProcess(const std::wstring& program, const std::wstring& line) {
     std::wstring writableLine = line;
-    mIsSuspended =
-        CreateProcessW(orNull(program), writableLine.data(), /*lpProcessAttributes=*/nullptr,
-                       /*lpThreadAttributes=*/nullptr, /*bInheritHandles=*/TRUE, mFlags,
-                       mBlock.empty() ? nullptr : mBlock.data(), orNull(mWideDirectory),
-                       &mStreams.mStartup, &mStreams.mProcess);
+    const auto withArguments = [&](auto create) {
+        return create(orNull(program), writableLine.data(), /*lpProcessAttributes=*/nullptr,
+                      /*lpThreadAttributes=*/nullptr, /*bInheritHandles=*/TRUE, mFlags,
+                      mBlock.empty() ? nullptr : mBlock.data(), orNull(mWideDirectory),
+                      &mStreams.mStartup, &mStreams.mProcess);
+    };
+    mIsSuspended = mRunAsToken == nullptr
+                       ? withArguments(CreateProcessW)
+                       : withArguments([this](auto... arguments) {
+                             return CreateProcessAsUserW(mRunAsToken->token(), arguments...);
+                         });
     return mIsSuspended ? NO_ERROR : GetLastError();
 }
 
@@ -208,7 +229,8 @@ Exec::Run::Result Exec::Run::commandNotFound() {
     return notFoundCode;
 }
 
-/// The alternate is started as it stands, and without a word where it can't be.
+/// The alternate is started as it stands, with this process's rights, and without a word where it
+/// can't be.
 Exec::Run::Result Exec::Run::startAlternate() {
     mRunInfo.clearRedirections();
     mStreams.close();
@@ -219,6 +241,7 @@ Exec::Run::Result Exec::Run::startAlternate() {
     }
     const std::string& alternate = mRunInfo.mAlternateArgv.front();
     mExec.addToLog("\tinvoking alternate command\n");
+    mRunAsToken.reset();
     if (createProcess(/*program=*/std::wstring(), toWide(alternate)) != NO_ERROR) {
         return notFoundCode;
     }

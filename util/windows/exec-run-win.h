@@ -61,6 +61,7 @@ private:
     DWORD mFlags = 0;
     std::wstring mWideDirectory;
     std::vector<wchar_t> mBlock;
+    boost::shared_ptr<AccessToken> mRunAsToken;  ///< null: the command has this process's rights
     /// Outlives the streams where no child is started, so that none of another thread gets them.
     std::unique_ptr<ChildEnvironmentScope> mScope;
     ChildStreams mStreams;

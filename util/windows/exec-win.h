@@ -21,11 +21,14 @@
 #include <string>
 #include <vector>
 
+#include <boost/shared_ptr.hpp>
+
 #include <windows.h>
 
 #include "util/mutex-pthreads.h"
 #include "util/windows/scopedhandle-win.h"
 
+class AccessToken;
 namespace cygwin {
 class connector;
 }
@@ -174,6 +177,12 @@ public:
     /// Lets the jobs that are made from now on run at high priority, if the version of Windows is
     /// below 6.1; from that on it is meant to enable the privilege alone. Empty, or the failure.
     static std::string elevateWindowsPriority();
+
+    /// From now on all commands of the process, but for alternates, are started with the rights of
+    /// this token, a primary one; with null, as at first, with those of the process. May wait for
+    /// other commands to be started. Any thread may call these two.
+    static void setRunAsToken(const boost::shared_ptr<AccessToken>& token);
+    static boost::shared_ptr<AccessToken> runAsToken();
 
 protected:
     /// Puts the text behind `failureText`, unless that is null, and calls `reportError`.
