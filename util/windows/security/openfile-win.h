@@ -4,6 +4,9 @@
 
 #include <windows.h>
 
+// The C runtime has an `open` of its own, which stays: a call with a literal as the path must say
+// std::string.
+
 /// Opens a file, in the manner of POSIX, for reading and writing from its start to its end. Others
 /// may read, write, rename and delete it meanwhile. The caller closes the handle, which children
 /// don't inherit.
