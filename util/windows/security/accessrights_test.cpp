@@ -1,0 +1,322 @@
+#include "util/windows/security/accessrights.h"
+
+#include <array>
+#include <iomanip>
+#include <limits>
+#include <locale>
+#include <set>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+std::string written(uint32_t mask, uint32_t objectType, uint32_t kind) {
+    std::ostringstream out;
+    writeAccessMask(out, mask, objectType, kind);
+    return out.str();
+}
+
+struct Row {
+    uint32_t mask;
+    uint32_t objectType;
+    uint32_t kind;
+    const char* text;
+};
+
+template <size_t N>
+void expectTexts(const std::array<Row, N>& rows) {
+    for (const Row& row : rows) {
+        EXPECT_EQ(written(row.mask, row.objectType, row.kind), row.text)
+            << "type " << row.objectType << ", kind " << row.kind;
+    }
+}
+
+TEST(AccessMaskTest, AMaskOfZeroHasNoNames) {
+    expectTexts(
+        std::array<Row, 3>{{{0, 1, 1, "0x0 []"}, {0, 0, 0, "0x0 []"}, {0, 9, 9, "0x0 []"}}});
+}
+
+TEST(AccessMaskTest, AFileHasTheNamesOfItsKind) {
+    expectTexts(std::array<Row, 16>{{
+        {0x1f01ff, 1, 1, "0x1f01ff [FILE_ALL_ACCESS]"},
+        {0x1f01ff, 1, 2, "0x1f01ff [FILE_ALL_ACCESS]"},
+        {0x1f01ff, 1, 4, "0x1f01ff [FILE_ALL_ACCESS]"},
+        {0x1, 1, 1, "0x1 [FILE_READ_DATA]"},
+        {0x1, 1, 2, "0x1 [FILE_LIST_DIRECTORY]"},
+        {0x1, 1, 4, "0x1 [FILE_READ_DATA]"},
+        {0x2, 1, 1, "0x2 [FILE_WRITE_DATA]"},
+        {0x2, 1, 2, "0x2 [FILE_ADD_FILE]"},
+        {0x4, 1, 1, "0x4 [FILE_APPEND_DATA]"},
+        {0x4, 1, 2, "0x4 [FILE_ADD_SUBDIRECTORY]"},
+        {0x4, 1, 4, "0x4 [FILE_CREATE_PIPE_INSTANCE]"},
+        {0x20, 1, 1, "0x20 [FILE_EXECUTE]"},
+        {0x20, 1, 2, "0x20 [FILE_TRAVERSE]"},
+        {0x20, 1, 4, "0x20 [0x20]"},
+        {0x40, 1, 1, "0x40 [0x40]"},
+        {0x40, 1, 2, "0x40 [FILE_DELETE_CHILD]"},
+    }});
+}
+
+TEST(AccessMaskTest, OfAnUnknownKindTheFirstNameOfTheTypeIsTaken) {
+    expectTexts(std::array<Row, 6>{{
+        {0x1, 1, 0, "0x1 [FILE_LIST_DIRECTORY]"},
+        {0x4, 1, 0, "0x4 [FILE_CREATE_PIPE_INSTANCE]"},
+        {0x1, 6, 0, "0x1 [PROCESS_TERMINATE]"},
+        // A wider name stands behind that of the token.
+        {0x1f0003, 6, 0,
+         "0x1f0003 [TOKEN_EXECUTE DELETE WRITE_DAC WRITE_OWNER SYNCHRONIZE PROCESS_TERMINATE "
+         "PROCESS_CREATE_THREAD]"},
+        {0x1, 7, 0, "0x1 [WINSTA_ENUMDESKTOPS]"},
+        {0x200, 7, 0, "0x200 [WINSTA_READSCREEN]"},
+    }});
+}
+
+TEST(AccessMaskTest, OfSeveralKindsTheNamesOfEachCount) {
+    expectTexts(std::array<Row, 3>{{
+        {0x21, 1, 3, "0x21 [FILE_LIST_DIRECTORY FILE_TRAVERSE]"},
+        {0x5, 1, 5, "0x5 [FILE_READ_DATA FILE_CREATE_PIPE_INSTANCE]"},
+        {0x1, 6, 0xC, "0x1 [JOB_OBJECT_ASSIGN_PROCESS]"},
+    }});
+}
+
+TEST(AccessMaskTest, TheWidestNameIsTakenFirstAndTheBitsLeftOverOneByOne) {
+    expectTexts(std::array<Row, 10>{{
+        {0x120089, 1, 1, "0x120089 [FILE_GENERIC_READ]"},
+        {0x120116, 1, 1, "0x120116 [FILE_GENERIC_WRITE]"},
+        {0x1200a0, 1, 1, "0x1200a0 [FILE_GENERIC_EXECUTE]"},
+        {0x1200a9, 1, 2, "0x1200a9 [FILE_GENERIC_READ FILE_TRAVERSE]"},
+        {0x12019f, 1, 1,
+         "0x12019f [FILE_GENERIC_READ FILE_WRITE_DATA FILE_APPEND_DATA FILE_WRITE_EA "
+         "FILE_WRITE_ATTRIBUTES]"},
+        {0x1301bf, 1, 1,
+         "0x1301bf [FILE_GENERIC_READ DELETE FILE_WRITE_DATA FILE_APPEND_DATA FILE_WRITE_EA "
+         "FILE_EXECUTE FILE_WRITE_ATTRIBUTES]"},
+        {0x1f0000, 1, 1, "0x1f0000 [STANDARD_RIGHTS_ALL]"},
+        {0xf0000, 1, 1, "0xf0000 [STANDARD_RIGHTS_REQUIRED]"},
+        {0xe0000, 1, 1, "0xe0000 [READ_CONTROL WRITE_DAC WRITE_OWNER]"},
+        {0xffff, 1, 1, "0xffff [SPECIFIC_RIGHTS_ALL]"},
+    }});
+}
+
+TEST(AccessMaskTest, BitsWithoutANameAreOneNumberBehindTheNames) {
+    expectTexts(std::array<Row, 4>{{
+        {0x1fffff, 1, 1, "0x1fffff [FILE_ALL_ACCESS 0xfe00]"},
+        {0x8000, 1, 1, "0x8000 [0x8000]"},
+        {0x4000a001, 1, 1, "0x4000a001 [GENERIC_WRITE FILE_READ_DATA 0xa000]"},
+        {0xffffffff, 1, 1,
+         "0xffffffff [FILE_ALL_ACCESS ACCESS_SYSTEM_SECURITY MAXIMUM_ALLOWED GENERIC_READ "
+         "GENERIC_WRITE GENERIC_EXECUTE GENERIC_ALL 0xce0fe00]"},
+    }});
+}
+
+TEST(AccessMaskTest, RegistryKeysHaveNamesForAnUnknownKindAlone) {
+    expectTexts(std::array<Row, 7>{{
+        {0xf003f, 4, 0, "0xf003f [KEY_ALL_ACCESS]"},
+        {0x20006, 4, 0, "0x20006 [KEY_WRITE]"},
+        {0x20019, 4, 0, "0x20019 [KEY_READ]"},
+        {0x2001f, 4, 0, "0x2001f [KEY_WRITE KEY_QUERY_VALUE KEY_ENUMERATE_SUB_KEYS KEY_NOTIFY]"},
+        {0x20024, 4, 0, "0x20024 [READ_CONTROL KEY_CREATE_SUB_KEY KEY_CREATE_LINK]"},
+        // The two bits come before the name of both, which is never reached.
+        {0x300, 4, 0, "0x300 [KEY_WOW64_64KEY KEY_WOW64_32KEY]"},
+        {0x10001, 4, 1, "0x10001 [DELETE 0x1]"},
+    }});
+}
+
+TEST(AccessMaskTest, KernelObjectsHaveTheNamesOfTheirKind) {
+    expectTexts(std::array<Row, 20>{{
+        {0x1f0fff, 6, 1, "0x1f0fff [PROCESS_ALL_ACCESS]"},
+        {0x1f03ff, 6, 2, "0x1f03ff [THREAD_ALL_ACCESS]"},
+        {0x1f001f, 6, 4, "0x1f001f [JOB_OBJECT_ALL_ACCESS]"},
+        {0xf01ff, 6, 8, "0xf01ff [TOKEN_ALL_ACCESS]"},
+        {0xf00ff, 6, 8, "0xf00ff [TOKEN_ALL_ACCESS_P]"},
+        {0x200e0, 6, 8, "0x200e0 [TOKEN_WRITE]"},
+        {0x20008, 6, 8, "0x20008 [TOKEN_READ]"},
+        {0x20000, 6, 8, "0x20000 [TOKEN_EXECUTE]"},
+        {0x20000, 6, 1, "0x20000 [READ_CONTROL]"},
+        {0x200e8, 6, 8, "0x200e8 [TOKEN_WRITE TOKEN_QUERY]"},
+        {0x1f0003, 6, 16, "0x1f0003 [EVENT_ALL_ACCESS]"},
+        {0x1f0001, 6, 32, "0x1f0001 [MUTANT_ALL_ACCESS]"},
+        {0x1f0003, 6, 64, "0x1f0003 [SEMAPHORE_ALL_ACCESS]"},
+        {0x1f0003, 6, 128, "0x1f0003 [TIMER_ALL_ACCESS]"},
+        {0xf001f, 6, 256, "0xf001f [SECTION_ALL_ACCESS]"},
+        {0x1f03ff, 6, 1,
+         "0x1f03ff [STANDARD_RIGHTS_ALL PROCESS_TERMINATE PROCESS_CREATE_THREAD "
+         "PROCESS_SET_SESSIONID PROCESS_VM_OPERATION PROCESS_VM_READ PROCESS_VM_WRITE "
+         "PROCESS_DUP_HANDLE PROCESS_CREATE_PROCESS PROCESS_SET_QUOTA PROCESS_SET_INFORMATION]"},
+        {0xc00, 6, 1, "0xc00 [PROCESS_QUERY_INFORMATION PROCESS_SUSPEND_RESUME]"},
+        {0x3, 6, 16, "0x3 [!!EVENT_UNDOCUMENTED!! EVENT_MODIFY_STATE]"},
+        {0x3, 6, 64, "0x3 [!!SEMAPHORE_UNDOCUMENTED!! SEMAPHORE_MODIFY_STATE]"},
+        {0x4, 6, 2, "0x4 [!!THREAD_UNDOCUMENTED!!]"},
+    }});
+}
+
+TEST(AccessMaskTest, WindowObjectsHaveTheNamesOfTheirKind) {
+    expectTexts(std::array<Row, 5>{{
+        {0x37f, 7, 1, "0x37f [WINSTA_ALL_ACCESS]"},
+        {0x1ff, 7, 2, "0x1ff [DESKTOP_ALL_ACCESS]"},
+        {0x81, 7, 1, "0x81 [WINSTA_ENUMDESKTOPS !!WINSTA_UNDOCUMENTED!!]"},
+        {0x81, 7, 2, "0x81 [DESKTOP_READOBJECTS DESKTOP_WRITEOBJECTS]"},
+        // That name has no kind.
+        {0x200, 7, 1, "0x200 [0x200]"},
+    }});
+}
+
+TEST(AccessMaskTest, NamesOfEveryTypeCountForTypesWithoutNamesButForTypeZeroWithoutAKindAlone) {
+    expectTexts(std::array<Row, 5>{{
+        {0x10001, 5, 0, "0x10001 [DELETE 0x1]"},
+        {0x10001, 12, 3, "0x10001 [DELETE 0x1]"},
+        {0x10001, 0, 0, "0x10001 [DELETE 0x1]"},
+        {0x10001, 0, 1, "0x10001 [0x10001]"},
+        {0xffff, 0, 0, "0xffff [SPECIFIC_RIGHTS_ALL]"},
+    }});
+}
+
+class Grouping : public std::numpunct<char> {
+protected:
+    char do_thousands_sep() const override { return '.'; }
+    std::string do_grouping() const override { return "\1"; }
+};
+
+TEST(AccessMaskTest, NeitherFlagsNorLocaleOfTheStreamHaveAnEffect) {
+    std::ostringstream out;
+    out.imbue(std::locale(out.getloc(), new Grouping));
+    out << std::hex << std::showbase << std::uppercase << std::showpos << std::internal
+        << std::setprecision(2) << std::setfill('*');
+    writeAccessMask(out, 0x2ab0001, 1, 1);
+    EXPECT_EQ(
+        out.str(),
+        "0x2ab0001 [DELETE READ_CONTROL WRITE_OWNER MAXIMUM_ALLOWED FILE_READ_DATA 0xa00000]");
+}
+
+TEST(AccessMaskTest, TheWidthIsThatOfTheWhole) {
+    std::ostringstream out;
+    out << std::setfill('.') << std::left << std::setw(12);
+    writeAccessMask(out, 0x8000, 1, 1) << '|' << std::right << std::setw(17);
+    writeAccessMask(out, 0x8000, 1, 1) << '|';
+    EXPECT_EQ(out.str(), "0x8000 [0x8000]|..0x8000 [0x8000]|");
+}
+
+TEST(AccessMaskTest, NumbersAreDecimalAfterwards) {
+    std::ostringstream out;
+    out << std::hex;
+    writeAccessMask(out, 0, 1, 1) << ' ' << 16;
+    out << std::oct;
+    writeAccessMask(out, 0, 1, 1) << ' ' << 16;
+    EXPECT_EQ(out.str(), "0x0 [] 160x0 [] 16");
+}
+
+TEST(AccessMaskTest, AStreamThatHasFailedTakesNothing) {
+    std::ostringstream out;
+    out.setstate(std::ios_base::failbit);
+    writeAccessMask(out, 1, 1, 1);
+    EXPECT_EQ(out.str(), "");
+}
+
+TEST(AccessRightsTest, TheTableHasItsRowsAndNoNameTwice) {
+    EXPECT_EQ(accessRights().size(), 127U);
+    std::set<std::string> names;
+    for (const AccessRight& right : accessRights()) {
+        EXPECT_TRUE(names.insert(right.name).second) << right.name;
+        EXPECT_NE(right.mask, 0U) << right.name;
+    }
+}
+
+using NameOf = const char* (*)(uint32_t);
+
+/// Each value has the name at its place in the list, null included, and what lies beyond has none.
+void expectNames(NameOf nameOf, const std::vector<const char*>& names) {
+    for (uint32_t value = 0; value < names.size(); ++value) {
+        EXPECT_STREQ(nameOf(value), names[value]) << value;
+    }
+    const auto end = static_cast<uint32_t>(names.size());
+    for (const uint32_t value : {end, end + 1, 255U, std::numeric_limits<uint32_t>::max()}) {
+        EXPECT_EQ(nameOf(value), nullptr) << value;
+    }
+}
+
+TEST(SecurityNamesTest, AceTypesHaveNames) {
+    expectNames(aceTypeName,
+                {"Access Allowed", "Access Denied", "System Audit", "System Alarm",
+                 "Access Allowed Compound", "Access Allowed Object", "Access Denied Object",
+                 "System Audit Object", "System Alarm Object", "Access Allowed Callback",
+                 "Access Denied Callback", "Access Allowed Callback Object",
+                 "Access Denied Callback Object", "System Audit Callback", "System Alarm Callback",
+                 "System Audit Callback Object", "System Alarm Callback Object"});
+}
+
+TEST(SecurityNamesTest, AccessModesHaveNames) {
+    expectNames(accessModeName, {"NOT_USED_ACCESS", "GRANT_ACCESS", "SET_ACCESS", "DENY_ACCESS",
+                                 "REVOKE_ACCESS", "SET_AUDIT_SUCCESS", "SET_AUDIT_FAILURE"});
+}
+
+TEST(SecurityNamesTest, SidUsesHaveNamesFromOneOn) {
+    expectNames(sidUseName, {nullptr, "User", "Group", "Domain", "Alias", "WellKnownGroup",
+                             "DeletedAccount", "Invalid", "Unknown", "Computer"});
+}
+
+TEST(SecurityNamesTest, TrusteeTypesHaveNames) {
+    expectNames(trusteeTypeName, {"Unknown", "User", "Group", "Domain", "Alias", "Well-Known Group",
+                                  "Deleted", "Invalid", "Computer"});
+}
+
+template <class Write>
+std::string output(Write write, uint32_t value) {
+    std::ostringstream out;
+    write(out, value);
+    return out.str();
+}
+
+TEST(SecurityNamesTest, EachAceFlagIsWrittenInBracketsWithABlankBefore) {
+    const std::array<std::pair<uint32_t, const char*>, 12> rows = {{
+        {0, " (NO_INHERITANCE)"},
+        {0x1, " (OI)"},
+        {0x2, " (CI)"},
+        {0x4, " (NP)"},
+        {0x8, " (IO)"},
+        {0x10, " (IA)"},
+        {0x20, ""},
+        {0x40, " (SA)"},
+        {0x80, " (FA)"},
+        {0x3, " (OI) (CI)"},
+        {0xFF, " (OI) (CI) (NP) (IO) (IA) (SA) (FA)"},
+        {0x100, ""},
+    }};
+    for (const auto& [flags, text] : rows) {
+        EXPECT_EQ(output(writeAceFlags, flags), text) << flags;
+    }
+    EXPECT_EQ(aceFlagNames().size(), 7U);
+}
+
+TEST(SecurityNamesTest, EachControlBitIsWrittenWithABlankBefore) {
+    const std::array<std::pair<uint32_t, const char*>, 19> rows = {{
+        {0, ""},
+        {0x1, " SE_OWNER_DEFAULTED"},
+        {0x2, " SE_GROUP_DEFAULTED"},
+        {0x4, " SE_DACL_PRESENT"},
+        {0x8, " SE_DACL_DEFAULTED"},
+        {0x10, " SE_SACL_PRESENT"},
+        {0x20, " SE_SACL_DEFAULTED"},
+        {0x40, ""},
+        {0x80, ""},
+        {0x100, " SE_DACL_AUTO_INHERIT_REQ"},
+        {0x200, " SE_SACL_AUTO_INHERIT_REQ"},
+        {0x400, " SE_DACL_AUTO_INHERITED"},
+        {0x800, " SE_SACL_AUTO_INHERITED"},
+        {0x1000, " SE_DACL_PROTECTED"},
+        {0x2000, " SE_SACL_PROTECTED"},
+        {0x4000, " SE_RM_CONTROL_VALID"},
+        {0x8000, " SE_SELF_RELATIVE"},
+        {0x8004, " SE_DACL_PRESENT SE_SELF_RELATIVE"},
+        {0x10000, ""},
+    }};
+    for (const auto& [control, text] : rows) {
+        EXPECT_EQ(output(writeDescriptorControl, control), text) << control;
+    }
+    EXPECT_EQ(descriptorControlNames().size(), 14U);
+}
+
+}  // namespace
