@@ -53,7 +53,9 @@ public:
     using Exec::mStallRules;
     using Exec::report;
     using Exec::reportWithLastError;
+    using Exec::scriptCommandLine;
     using Exec::selectStallRule;
+    using Exec::translateCached;
     using Exec::waitChildren;
     using Exec::waitProcessExit;
 

@@ -3,8 +3,11 @@
 #include <locale>
 #include <memory>
 #include <sstream>
+#include <utility>
 
 #include "util/assertion.h"
+#include "util/processlocale.h"
+#include "util/valueconversion.h"
 #include "util/windows/errortext-win.h"
 #include "util/windows/exec-priority-win.h"
 #include "util/windows/exec-programsearch-win.h"
@@ -186,9 +189,19 @@ Exec::Run::Result Exec::Run::startCommand() {
         mExec.report(message, mFailureText);
         return notFoundCode;
     }
-    const ProgramAndLine command = chooseProgram(mRunInfo.mProgram, toWide(mCommand),
-                                                 mScope->childPath(), mWorkingDirectory.c_str());
-    const DWORD error = createProcess(command.program, command.line);
+    ProgramAndLine command = chooseProgram(
+        mRunInfo.mProgram, toWide(mCommand), mScope->childPath(), mWorkingDirectory.c_str(),
+        [this](ProgramAndLine& located) { followCygwinLink(located); });
+    DWORD error = createProcess(command.program, command.line);
+    if (meansMissingProgram(error) && mRunInfo.mCygwinCommand) {
+        std::wstring line = mExec.scriptCommandLine(mCommand.c_str(), mScope->childPath());
+        if (!line.empty()) {
+            command = {L"", std::move(line)};
+            mExec.addToLog("\tAssuming '" + mCommand + "' is a script; invoking it with '" +
+                           narrowText(command.line, '?', processLocale()) + "'.\n");
+            error = createProcess(command.program, command.line);
+        }
+    }
     if (error == NO_ERROR) {
         return {};
     }

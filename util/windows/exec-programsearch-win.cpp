@@ -58,13 +58,18 @@ std::wstring programName(const std::wstring& line, std::wstring::const_iterator 
 
 void removeQuotes(std::wstring& text) { std::erase(text, L'"'); }
 
-void unquoteFirstWord(std::wstring& line) {
+std::wstring::const_iterator firstWordEnd(const std::wstring& line) {
     bool isQuoted = false;
-    const auto end = std::find_if(line.begin(), line.end(), [&isQuoted](wchar_t c) {
+    return std::find_if(line.begin(), line.end(), [&isQuoted](wchar_t c) {
         isQuoted ^= c == L'"';
         return !isQuoted && isBlank(c);
     });
-    line.erase(std::remove(line.begin(), end, L'"'), end);
+}
+
+void unquoteFirstWord(std::wstring& line) {
+    std::wstring word(line.cbegin(), firstWordEnd(line));
+    removeQuotes(word);
+    line = word + behindFirstWord(line);
 }
 
 }  // namespace
@@ -134,12 +139,21 @@ std::wstring locateProgram(const std::wstring& commandLine, const char* path,
     }
 }
 
+std::wstring behindFirstWord(const std::wstring& line) { return {firstWordEnd(line), line.cend()}; }
+
 ProgramAndLine chooseProgram(const std::string& program, const std::wstring& commandLine,
-                             const char* path, const char* workingDirectory) {
+                             const char* path, const char* workingDirectory,
+                             const std::function<void(ProgramAndLine&)>& onLocated) {
     ProgramAndLine chosen;
     chosen.line = commandLine;
-    chosen.program =
-        !program.empty() ? toWide(program) : locateProgram(commandLine, path, workingDirectory);
+    if (!program.empty()) {
+        chosen.program = toWide(program);
+    } else {
+        chosen.program = locateProgram(commandLine, path, workingDirectory);
+        if (onLocated && !chosen.program.empty()) {
+            onLocated(chosen);
+        }
+    }
     if (chosen.program.empty()) {
         unquoteFirstWord(chosen.line);
     } else {

@@ -3,6 +3,7 @@
 // Which file a command line means. Text in, text out: only the test of a file asks the system, and
 // the search where it is told neither a path nor a directory. Any thread may call these.
 
+#include <functional>
 #include <string>
 
 namespace System {
@@ -45,13 +46,19 @@ std::string findProgram(const System::IsFileExecutable& test, const std::string&
 std::wstring locateProgram(const std::wstring& commandLine, const char* path,
                            const char* workingDirectory);
 
+/// What stands behind the first word of a line, which ends at the first white space outside double
+/// quotes: one that a line begins with makes it empty.
+std::wstring behindFirstWord(const std::wstring& line);
+
 /// What CreateProcess is told to start.
 struct ProgramAndLine {
     std::wstring program;  ///< the application name; empty for none
     std::wstring line;
 };
 /// `program`, or else what `locateProgram` finds, without double quotes, and the line as it is.
-/// Where `locateProgram` finds nothing, the line loses the double quotes of its first word, for
-/// Windows to search for the program by its own rules.
+/// Where `locateProgram` finds something, `onLocated` may change both before the quotes go. Without
+/// a program then, the line loses the double quotes of its first word, for Windows to search for
+/// the program by its own rules.
 ProgramAndLine chooseProgram(const std::string& program, const std::wstring& commandLine,
-                             const char* path, const char* workingDirectory);
+                             const char* path, const char* workingDirectory,
+                             const std::function<void(ProgramAndLine&)>& onLocated = {});

@@ -40,6 +40,7 @@ private:
     Result start();
     Result startCommand();
     Result startAlternate();
+    void followCygwinLink(ProgramAndLine& command);
     DWORD createProcess(const std::wstring& program, const std::wstring& line);
     Result commandNotFound();
     int32_t startFailed(const ProgramAndLine& command, uint32_t error);

@@ -77,7 +77,10 @@ public:
         /// code does. Meant for what the command writes: failures that stand there, or the report
         /// of a cut, are spoilt.
         bool mUtf16Output = false;
-        /// The command is a Cygwin program, whose exit code tells of signals.
+        /// The command is a Cygwin program, whose exit code tells of signals. Its file may be a
+        /// Cygwin symbolic link, known by the system attribute from version 1.7 of the connector
+        /// on. A script, and what Windows can't find, is started once more by its interpreter and
+        /// its Windows name; the children that ask for these are waited for before the start.
         bool mCygwinCommand = false;
 
         /// Makes the five fields of redirections what they are by default.
@@ -197,6 +200,16 @@ protected:
                          void* passThrough);
     /// Waits for the processes that are left in the job, but for servers that are known to stay.
     void waitChildren(const char* command, std::string* failureText);
+
+    /// `resolveCygwinPath` of a name, found once and kept until `reset`; so is the empty text of a
+    /// name that means no file. As all of the cache, for the thread in `runCommand`.
+    std::string translateCached(const std::string& posixName);
+    /// The line that runs the script, or the program by a POSIX name, that a command line begins
+    /// with: the interpreter, by its Windows name, the file and the rest of the line. A name
+    /// without slashes is searched for in `path` (null for the process's PATH). Empty where there
+    /// is no such file, it can't be read, is a program that Windows refused, or names no
+    /// interpreter. An interpreter that can't be found is left out of the line.
+    std::wstring scriptCommandLine(const char* commandLine, const char* path);
 
     std::atomic<uint32_t> mPid = noPid;
     std::atomic<bool> mAborted = false;
