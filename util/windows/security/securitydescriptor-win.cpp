@@ -8,6 +8,7 @@
 #include <sddl.h>
 
 #include "util/windows/errortext-win.h"
+#include "util/windows/security/accessrights.h"
 #include "util/windows/system-paths-win.h"
 #include "util/windows/unicodetext-win.h"
 
@@ -26,14 +27,14 @@ std::wstring objectName(const std::string& path, SE_OBJECT_TYPE type) {
 }
 
 uint32_t kindOfAttributes(DWORD attributes) {
-    return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? SecurityDescriptor::directory
-                                                        : SecurityDescriptor::plainFile;
+    return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? ObjectKind::directory
+                                                        : ObjectKind::plainFile;
 }
 
 uint32_t kindOfFile(const std::wstring& path) {
     const DWORD attributes = GetFileAttributesW(path.c_str());
     return attributes != INVALID_FILE_ATTRIBUTES ? kindOfAttributes(attributes)
-                                                 : SecurityDescriptor::plainFile;
+                                                 : ObjectKind::plainFile;
 }
 
 uint32_t kindOfFile(HANDLE file) {
@@ -42,12 +43,12 @@ uint32_t kindOfFile(HANDLE file) {
             BY_HANDLE_FILE_INFORMATION information = {};
             return GetFileInformationByHandle(file, &information)
                        ? kindOfAttributes(information.dwFileAttributes)
-                       : SecurityDescriptor::plainFile;
+                       : ObjectKind::plainFile;
         }
         case FILE_TYPE_PIPE:
-            return SecurityDescriptor::pipe;
+            return ObjectKind::pipe;
         default:
-            return SecurityDescriptor::plainFile;
+            return ObjectKind::plainFile;
     }
 }
 

@@ -29,9 +29,6 @@
 /// One thread at a time uses an object.
 class SecurityDescriptor {
 public:
-    /// Kinds of a file object.
-    enum : uint32_t { unknownKind = 0, plainFile = 1, directory = 2, pipe = 4 };
-
     /// Empty, of the absolute form. Throws "InitializeSecurityDescriptor".
     SecurityDescriptor();
     /// Owner, group and DACL of a named object, with `withSacl` the SACL too. `path` is UTF-8; that
@@ -59,6 +56,7 @@ public:
 
     PSECURITY_DESCRIPTOR descriptor() const { return mDescriptor.get(); }
     SE_OBJECT_TYPE objectType() const { return mObjectType; }
+    /// Of a file object one of its `ObjectKind`s (accessrights.h); 0 for others.
     uint32_t objectKind() const { return mObjectKind; }
 
     /// Views, null where there is no such part.
@@ -131,7 +129,7 @@ private:
     PACL mSacl = nullptr;
     LocalMemory<void> mDescriptor;
     SE_OBJECT_TYPE mObjectType = SE_UNKNOWN_OBJECT_TYPE;
-    uint32_t mObjectKind = unknownKind;
+    uint32_t mObjectKind = 0;
 };
 
 /// Gives `target` the owner, group and DACL of `source`; with `protect` the DACL is kept from

@@ -1,0 +1,342 @@
+#include <cctype>
+#include <cstdint>
+#include <random>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <windows.h>
+// Behind windows.h.
+#include <aclapi.h>
+#include <sddl.h>
+
+#include "testing/accountlookup-win.h"
+#include "testing/printed.h"
+#include "testing/replacedcall-win.h"
+#include "util/windows/errortext-win.h"
+#include "util/windows/security/securityprinting-win.h"
+#include "util/windows/unicodetext-win.h"
+
+namespace {
+
+using testing_support::AccountLookup;
+using testing_support::printed;
+using testing_support::ReplacedCall;
+
+/// The words for a SID as AccountLookup has them here.
+std::string sidWords(const std::string& sid) { return "SID " + sid + " [User DOMAIN\\name]"; }
+
+/// Every object, and every file, has the security of a text, until the scope ends.
+class SecurityOfObjects {
+public:
+    SecurityOfObjects(const char* sddl, DWORD attributes = FILE_ATTRIBUTE_NORMAL) {
+        gSddl = toWide(sddl);
+        gAttributes = attributes;
+    }
+
+private:
+    static DWORD WINAPI security(LPCWSTR, SE_OBJECT_TYPE, SECURITY_INFORMATION, PSID* owner,
+                                 PSID* group, PACL* dacl, PACL* sacl,
+                                 PSECURITY_DESCRIPTOR* descriptor) {
+        BOOL flag = FALSE;
+        ConvertStringSecurityDescriptorToSecurityDescriptorW(gSddl.c_str(), SDDL_REVISION_1,
+                                                             descriptor, nullptr);
+        GetSecurityDescriptorOwner(*descriptor, owner, &flag);
+        GetSecurityDescriptorGroup(*descriptor, group, &flag);
+        GetSecurityDescriptorDacl(*descriptor, &flag, dacl, &flag);
+        if (sacl != nullptr) {
+            GetSecurityDescriptorSacl(*descriptor, &flag, sacl, &flag);
+        }
+        return ERROR_SUCCESS;
+    }
+
+    static inline std::wstring gSddl;
+    static inline DWORD gAttributes;
+    ReplacedCall<decltype(GetNamedSecurityInfoW)> mSecurity{"GetNamedSecurityInfoW", &security};
+    ReplacedCall<decltype(GetFileAttributesW)> mAttributes{
+        "GetFileAttributesW", [](LPCWSTR) -> DWORD { return gAttributes; }};
+};
+
+class DescriptorPrintingTest : public testing::Test {
+protected:
+    AccountLookup mLookup{L"DOMAIN", L"name", SidTypeUser};
+};
+
+TEST_F(DescriptorPrintingTest, ADescriptorShowsFlagsOwnerGroupAndLists) {
+    const SecurityDescriptor security(
+        "O:S-1-5-32-544G:S-1-5-18D:P(A;OICI;GA;;;S-1-1-0)(D;;0x3;;;S-1-5-7)"
+        "S:(AU;SAFA;GR;;;S-1-1-0)",
+        SDDL_REVISION_1);
+    EXPECT_EQ(printed(security),
+              "SD [Flags:  SE_DACL_PRESENT SE_SACL_PRESENT SE_DACL_PROTECTED SE_SELF_RELATIVE]\n"
+              "\tOwner = SID S-1-5-32-544 [User DOMAIN\\name]\n"
+              "\tGroup = SID S-1-5-18 [User DOMAIN\\name]\n"
+              "\tDACL = ACL [\n"
+              "\tAccess Allowed SID S-1-1-0 [User DOMAIN\\name]: 0x10000000 [GENERIC_ALL]"
+              " (OI) (CI)\n"
+              "\tAccess Denied SID S-1-5-7 [User DOMAIN\\name]: 0x3 [0x3] (NO_INHERITANCE)\n"
+              "]\n"
+              "\tSACL = ACL [\n"
+              "\tSystem Audit SID S-1-1-0 [User DOMAIN\\name]: 0x80000000 [GENERIC_READ]"
+              " (SA) (FA)\n"
+              "]");
+}
+
+TEST_F(DescriptorPrintingTest, PartsThatAreNotThereAreSaidOrLeftOut) {
+    EXPECT_EQ(printed(SecurityDescriptor()),
+              "SD [Flags: ]\n\tOwner = Invalid SID!\n\tGroup = Invalid SID!");
+    SecurityDescriptor nullDacl("O:S-1-1-0", SDDL_REVISION_1);
+    nullDacl.makeAbsolute();
+    ASSERT_TRUE(SetSecurityDescriptorDacl(nullDacl.descriptor(), TRUE, nullptr, FALSE));
+    EXPECT_EQ(printed(nullDacl), "SD [Flags:  SE_DACL_PRESENT]\n\tOwner = " + sidWords("S-1-1-0") +
+                                     "\n\tGroup = Invalid SID!\n\tDACL = Null ACL");
+}
+
+TEST_F(DescriptorPrintingTest, ANullOrInvalidDescriptorHasFixedWords) {
+    EXPECT_EQ(printed(SecurityDescriptor(PSECURITY_DESCRIPTOR{nullptr})),
+              "Null SecurityDescriptor");
+    const SecurityDescriptor invalid;
+    static_cast<SECURITY_DESCRIPTOR*>(invalid.descriptor())->Revision = 99;
+    EXPECT_EQ(printed(invalid), "Invalid SecurityDescriptor!");
+}
+
+TEST_F(DescriptorPrintingTest, EachControlBitHasItsNameInTheOrderOfBits) {
+    const std::vector<std::pair<int, std::string>> rows = {{0x1, " SE_OWNER_DEFAULTED"},
+                                                           {0x2, " SE_GROUP_DEFAULTED"},
+                                                           {0x4, " SE_DACL_PRESENT"},
+                                                           {0x8, " SE_DACL_DEFAULTED"},
+                                                           {0x10, " SE_SACL_PRESENT"},
+                                                           {0x20, " SE_SACL_DEFAULTED"},
+                                                           {0x40, ""},
+                                                           {0x80, ""},
+                                                           {0x100, " SE_DACL_AUTO_INHERIT_REQ"},
+                                                           {0x200, " SE_SACL_AUTO_INHERIT_REQ"},
+                                                           {0x400, " SE_DACL_AUTO_INHERITED"},
+                                                           {0x800, " SE_SACL_AUTO_INHERITED"},
+                                                           {0x1000, " SE_DACL_PROTECTED"},
+                                                           {0x2000, " SE_SACL_PROTECTED"},
+                                                           {0x4000, " SE_RM_CONTROL_VALID"},
+                                                           {0x8000, " SE_SELF_RELATIVE"}};
+    static int control;
+    const ReplacedCall<BOOL WINAPI(PSECURITY_DESCRIPTOR, PSECURITY_DESCRIPTOR_CONTROL, LPDWORD)>
+        bits("GetSecurityDescriptorControl",
+             [](PSECURITY_DESCRIPTOR, PSECURITY_DESCRIPTOR_CONTROL value, LPDWORD) -> BOOL {
+                 *value = static_cast<SECURITY_DESCRIPTOR_CONTROL>(control);
+                 return TRUE;
+             });
+    const SecurityDescriptor security;
+    const auto flags = [&security] {
+        const std::string text = printed(security);
+        return text.substr(0, text.find(']') + 1);
+    };
+    std::string all;
+    for (const auto& [bit, name] : rows) {
+        control = bit;
+        EXPECT_EQ(flags(), "SD [Flags: " + name + "]");
+        all += name;
+    }
+    control = 0xffff;
+    EXPECT_EQ(flags(), "SD [Flags: " + all + "]");
+}
+
+TEST_F(DescriptorPrintingTest, AFailureToReadTheControlIsThrown) {
+    const SecurityDescriptor security;
+    const ReplacedCall<BOOL WINAPI(PSECURITY_DESCRIPTOR, PSECURITY_DESCRIPTOR_CONTROL, LPDWORD)>
+        refused("GetSecurityDescriptorControl",
+                [](PSECURITY_DESCRIPTOR, PSECURITY_DESCRIPTOR_CONTROL, LPDWORD) -> BOOL {
+                    SetLastError(ERROR_INVALID_SECURITY_DESCR);
+                    return FALSE;
+                });
+    std::ostringstream out;
+    try {
+        out << security;
+        ADD_FAILURE() << "nothing was thrown";
+    } catch (const Win32Exception& failure) {
+        EXPECT_EQ(failure.mError, DWORD{ERROR_INVALID_SECURITY_DESCR});
+        EXPECT_EQ(std::string(failure.what()).rfind("GetSecurityDescriptorControl: ", 0), 0U);
+    }
+}
+
+/// The rights that the only entry of a descriptor is shown with.
+std::string shownRights(const SecurityDescriptor& security) {
+    const std::string text = printed(security);
+    const size_t begin = text.find(": 0x") + 2;
+    return text.substr(begin, text.find(']', begin) + 1 - begin);
+}
+
+TEST_F(DescriptorPrintingTest, RightsAreNamedForTheKindOfObject) {
+    struct Row {
+        SE_OBJECT_TYPE type;
+        DWORD attributes;
+        const char* words;
+    };
+    const Row rows[] = {{SE_FILE_OBJECT, FILE_ATTRIBUTE_NORMAL, "0x1 [FILE_READ_DATA]"},
+                        {SE_FILE_OBJECT, FILE_ATTRIBUTE_DIRECTORY, "0x1 [FILE_LIST_DIRECTORY]"},
+                        {SE_REGISTRY_KEY, 0, "0x1 [KEY_QUERY_VALUE]"},
+                        {SE_KERNEL_OBJECT, 0, "0x1 [PROCESS_TERMINATE]"},
+                        {SE_WINDOW_OBJECT, 0, "0x1 [WINSTA_ENUMDESKTOPS]"},
+                        {SE_SERVICE, 0, "0x1 [0x1]"},
+                        {SE_UNKNOWN_OBJECT_TYPE, 0, "0x1 [0x1]"}};
+    for (const Row& row : rows) {
+        const SecurityOfObjects security("D:(A;;0x1;;;S-1-1-0)", row.attributes);
+        EXPECT_EQ(shownRights(SecurityDescriptor("c:/some", row.type, /*withSacl=*/false)),
+                  row.words)
+            << row.type;
+    }
+}
+
+TEST_F(DescriptorPrintingTest, TheSaclIsNamedForTheKindOfObjectToo) {
+    const SecurityOfObjects security("S:(AU;SA;0x1;;;S-1-1-0)", FILE_ATTRIBUTE_DIRECTORY);
+    EXPECT_EQ(shownRights(SecurityDescriptor("c:/some", SE_FILE_OBJECT, /*withSacl=*/true)),
+              "0x1 [FILE_LIST_DIRECTORY]");
+}
+
+const char* const FILE_WORDS =
+    "Access Allowed SID S-1-1-0 [User DOMAIN\\name]: 0x1 [FILE_READ_DATA] (NO_INHERITANCE)";
+const char* const KEY_WORDS =
+    "Access Allowed SID S-1-1-0 [User DOMAIN\\name]: 0x1 [KEY_QUERY_VALUE] (NO_INHERITANCE)";
+
+class PrintingContextTest : public DescriptorPrintingTest {
+protected:
+    const SecurityOfObjects mSecurity{"D:(A;;0x1;;;S-1-1-0)"};
+    const SecurityDescriptor mKey{"key", SE_REGISTRY_KEY, /*withSacl=*/false};
+    const AccessControlEntry mEntry =
+        AccessControlEntry::allowed(1, SecurityIdentifier("S-1-1-0"), 0);
+    std::ostringstream mOut;
+};
+
+TEST_F(PrintingContextTest, TheKindOfObjectLeavesTheStreamWithTheDescriptor) {
+    mOut << mKey;
+    EXPECT_NE(mOut.str().find(KEY_WORDS), std::string::npos);
+    mOut.str({});
+    mOut << mEntry;
+    EXPECT_EQ(mOut.str(), FILE_WORDS);
+}
+
+TEST_F(PrintingContextTest, TheKindOfObjectStaysOnTheStreamAfterAFailure) {
+    {
+        const ReplacedCall<decltype(GetAce)> noAce("GetAce", [](PACL, DWORD, LPVOID*) -> BOOL {
+            SetLastError(ERROR_INVALID_PARAMETER);
+            return FALSE;
+        });
+        EXPECT_THROW(mOut << mKey, Win32Exception);
+    }
+    mOut.str({});
+    mOut << mEntry;
+    EXPECT_EQ(mOut.str(), KEY_WORDS);
+    std::ostringstream other;
+    other << mEntry;
+    EXPECT_EQ(other.str(), FILE_WORDS);
+}
+
+/// Texts of descriptors, put together at random, and what they must be shown as.
+class RandomDescriptor {
+public:
+    explicit RandomDescriptor(uint32_t seed) : mRandom(seed) {
+        std::string flags;
+        std::string lists;
+        addPart("O:", "Owner", lists);
+        addPart("G:", "Group", lists);
+        if (pick(4) != 0) {
+            flags += " SE_DACL_PRESENT";
+            addList("D:", "\n\tDACL = ", DACL_TYPES, lists);
+        }
+        if (pick(2) != 0) {
+            flags += " SE_SACL_PRESENT";
+            addList("S:", "\n\tSACL = ", SACL_TYPES, lists);
+        }
+        mDump = "SD [Flags: " + flags + " SE_SELF_RELATIVE]" + lists;
+    }
+    const std::string& sddl() const { return mSddl; }
+    const std::string& dump() const { return mDump; }
+    uint32_t pick(uint32_t count) { return static_cast<uint32_t>(mRandom() % count); }
+
+private:
+    using Names = std::vector<std::pair<std::string, std::string>>;
+    static inline const Names DACL_TYPES = {{"A", "Access Allowed"}, {"D", "Access Denied"}};
+    static inline const Names SACL_TYPES = {{"AU", "System Audit"}};
+    static inline const Names FLAGS = {
+        {"OI", " (OI)"}, {"CI", " (CI)"}, {"NP", " (NP)"}, {"IO", " (IO)"}, {"ID", " (IA)"}};
+    static inline const Names RIGHTS = {{"0x10000", "DELETE"},
+                                        {"0x20000", "READ_CONTROL"},
+                                        {"0x1f0000", "STANDARD_RIGHTS_ALL"},
+                                        {"0x80000000", "GENERIC_READ"},
+                                        {"0x10000001", "GENERIC_ALL 0x1"},
+                                        {"0x55", "0x55"}};
+
+    std::string sid() { return "S-1-5-21-" + std::to_string(mRandom()); }
+    void addPart(const char* key, const char* name, std::string& lists) {
+        const std::string account = sid();
+        mSddl += key + account;
+        lists += std::string("\n\t") + name + " = " + sidWords(account);
+    }
+    void addList(const char* key, const char* head, const Names& types, std::string& lists) {
+        mSddl += key;
+        lists += std::string(head) + "ACL [\n";
+        for (uint32_t count = pick(5); count > 0; --count) {
+            const auto& [type, typeName] = types[pick(static_cast<uint32_t>(types.size()))];
+            const auto& [rights, rightsName] = RIGHTS[pick(static_cast<uint32_t>(RIGHTS.size()))];
+            const std::string account = sid();
+            std::string flags;
+            std::string flagNames;
+            for (const auto& [flag, name] : FLAGS) {
+                if (pick(2) != 0) {
+                    flags += flag;
+                    flagNames += name;
+                }
+            }
+            mSddl += "(" + type + ";" + flags + ";" + rights + ";;;" + account + ")";
+            lists += "\t" + typeName + " " + sidWords(account) + ": " + rights + " [" + rightsName +
+                     "]" + (flagNames.empty() ? " (NO_INHERITANCE)" : flagNames) + "\n";
+        }
+        lists += "]";
+    }
+
+    std::mt19937 mRandom;
+    std::string mSddl;
+    std::string mDump;
+};
+
+TEST_F(DescriptorPrintingTest, DescriptorsOfAnyTextAreShownAsTheTextSays) {
+    for (uint32_t seed = 0; seed < 500; ++seed) {
+        const RandomDescriptor random(seed);
+        EXPECT_EQ(printed(SecurityDescriptor(random.sddl().c_str(), SDDL_REVISION_1)),
+                  random.dump())
+            << random.sddl();
+    }
+}
+
+TEST_F(DescriptorPrintingTest, GarbledTextsAreRefusedOrShown) {
+    size_t refused = 0;
+    size_t shown = 0;
+    for (uint32_t seed = 0; seed < 2000; ++seed) {
+        RandomDescriptor random(seed);
+        std::string text = random.sddl();
+        for (uint32_t count = 1 + random.pick(3); count > 0; --count) {
+            const char garbage = "SDOGA:;()-19xXI\x80"[random.pick(16)];
+            char& place = text[random.pick(static_cast<uint32_t>(text.size()))];
+            // Wine reads on and on where a list doesn't begin with a bracket.
+            if (place != ':' && place != '(' && garbage != ':') {
+                place = garbage;
+            }
+        }
+        try {
+            const std::string dump = printed(SecurityDescriptor(text.c_str(), SDDL_REVISION_1));
+            EXPECT_EQ(dump.rfind("SD [Flags: ", 0), 0U) << text;
+            ++shown;
+        } catch (const Win32Exception& failure) {
+            EXPECT_EQ(std::string(failure.what())
+                          .rfind("ConvertStringSecurityDescriptorToSecurityDescriptorW: ", 0),
+                      0U)
+                << text;
+            ++refused;
+        }
+    }
+    EXPECT_GT(refused, 100U);
+    EXPECT_GT(shown, 100U);
+}
+
+}  // namespace

@@ -1,0 +1,35 @@
+#pragma once
+
+// Security objects in plain words, for diagnostics:
+//
+//     SD [Flags:  SE_DACL_PRESENT SE_SELF_RELATIVE]
+//         Owner = SID S-1-5-32-544 [Alias BUILTIN\Administrators]
+//         Group = SID S-1-5-32-544 [Alias BUILTIN\Administrators]
+//         DACL = ACL [
+//         Access Allowed SID S-1-1-0 [WellKnownGroup \Everyone]: 0x1f01ff [FILE_ALL_ACCESS] (OI)
+//         (CI)
+//     ]
+//
+// Null and invalid objects have words of their own and throw nothing. What the text of a SID, an
+// ACL's size, its ACEs or a descriptor's control throw passes on. An account that can't be looked
+// up shows the failure in its place: "*** WORDS ***". Text is UTF-8. Two threads may print to two
+// streams.
+
+#include <iosfwd>
+
+#include "util/windows/security/accesscontrol-win.h"
+#include "util/windows/security/securitydescriptor-win.h"
+#include "util/windows/security/securityidentifier-win.h"
+#include "util/windows/security/trustee-win.h"
+
+std::ostream& operator<<(std::ostream& out, const SecurityIdentifier& sid);
+std::wostream& operator<<(std::wostream& out, const SecurityIdentifier& sid);
+/// The rights are named for the kind of object whose descriptor is being printed to the stream, and
+/// for a plain file otherwise. So it is with the next three.
+std::ostream& operator<<(std::ostream& out, const AccessControlEntry& entry);
+std::ostream& operator<<(std::ostream& out, const AccessControlList& list);
+std::ostream& operator<<(std::ostream& out, const Trustee& trustee);
+std::ostream& operator<<(std::ostream& out, const ExplicitAccess& access);
+/// Prints its lists with the rights named for its kind of object. A failure leaves the stream with
+/// that kind.
+std::ostream& operator<<(std::ostream& out, const SecurityDescriptor& security);
