@@ -8,7 +8,7 @@ namespace testing_support {
 /// nothrow forms; not counted are those for over-aligned types, and malloc. In a native build,
 /// which runs under a sanitizer, it is how many times memory was allocated in any way. A test takes
 /// the difference around what it measures; other threads count as well. For Windows, linking this
-/// in replaces the plain operator, on which the other two stand.
+/// in replaces the plain and the array operator, on which the nothrow forms stand.
 size_t allocationCount();
 
 }  // namespace testing_support
