@@ -6,6 +6,7 @@
 #include <iterator>
 #include <mutex>
 #include <ostream>
+#include <stdexcept>
 #include <tuple>
 #include <type_traits>
 
@@ -210,9 +211,19 @@ OwnedResources heldNow() {
             .mHandles = static_cast<ptrdiff_t>(handleCount())};
 }
 
+/// The runtime opens handles at a thread's first exception, and keeps them.
+void throwOnce() {
+    try {
+        throw std::runtime_error("once");
+    } catch (const std::runtime_error&) {
+        return;
+    }
+}
+
 }  // namespace
 
 OwnershipCount::OwnershipCount() {
+    throwOnce();
     gBlocks.clear();
     mCalls = std::make_unique<Calls>();
     restart();

@@ -1,0 +1,109 @@
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <windows.h>
+// Behind windows.h.
+#include <sddl.h>
+#define SECURITY_WIN32
+#include <security.h>
+
+#include "testing/ownershipcount-win.h"
+#include "testing/refusedcall-win.h"
+#include "util/windows/security/securityidentifier-win.h"
+
+namespace {
+
+using testing_support::expectFailedCall;
+using testing_support::OwnedResources;
+using testing_support::RefusedCall;
+
+class SecurityIdentifierFailureTest : public testing_support::OwnershipTest {};
+
+constexpr SID_IDENTIFIER_AUTHORITY NT_AUTHORITY = SECURITY_NT_AUTHORITY;
+constexpr DWORD ERROR_CODE = ERROR_NOT_ENOUGH_MEMORY;
+
+SecurityIdentifier copyOf(const SecurityIdentifier& sid) { return sid; }
+
+/// Expects that where this call is refused `steps` fail with its name and leave nothing in hand.
+template <class Signature, class Steps>
+void expectRefusal(const char* function, Steps steps) {
+    const RefusedCall<Signature> refused(function, ERROR_CODE);
+    expectFailedCall(function, ERROR_CODE, steps);
+    EXPECT_EQ(refused.count(), 1) << function;
+}
+
+TEST_F(SecurityIdentifierFailureTest, ConstructorsNameTheCallThatFailedAndLeaveNothing) {
+    expectRefusal<decltype(CreateWellKnownSid)>("CreateWellKnownSid",
+                                                [] { SecurityIdentifier(WinWorldSid, nullptr); });
+    expectRefusal<decltype(InitializeSid)>("InitializeSid",
+                                           [] { SecurityIdentifier(NT_AUTHORITY, BYTE{1}); });
+    expectRefusal<decltype(AllocateAndInitializeSid)>("AllocateAndInitializeSid", [] {
+        SecurityIdentifier(NT_AUTHORITY, {1, 2});
+    });
+    expectRefusal<decltype(CopySid)>("CopySid", [] { SecurityIdentifier(NT_AUTHORITY, {1, 2}); });
+    expectRefusal<decltype(ConvertStringSidToSidW)>("ConvertStringSidToSidW",
+                                                    [] { SecurityIdentifier("S-1-1-0"); });
+    expectRefusal<decltype(LookupAccountNameW)>(
+        "LookupAccountNameW", [] { SecurityIdentifier("Everyone", nullptr, nullptr); });
+    expectRefusal<decltype(GetUserNameExW)>("GetUserNameExW",
+                                            [] { SecurityIdentifier::currentUser(); });
+    expectRefusal<decltype(LookupAccountNameW)>("LookupAccountNameW",
+                                                [] { SecurityIdentifier::currentUser(); });
+    EXPECT_EQ(mOwnership.held(), OwnedResources());
+}
+
+TEST_F(SecurityIdentifierFailureTest, OperationsNameTheCallThatFailedAndLeaveNothing) {
+    const SecurityIdentifier sid("S-1-5-21-1-2-3-1001");
+    const OwnedResources before = mOwnership.held();
+    expectRefusal<decltype(GetWindowsAccountDomainSid)>("GetWindowsAccountDomainSid",
+                                                        [&] { sid.domainSid(); });
+    expectRefusal<decltype(EqualDomainSid)>("EqualDomainSid", [&] { sid.equalDomain(sid); });
+    expectRefusal<decltype(ConvertSidToStringSidW)>("ConvertSidToStringSidW",
+                                                    [&] { static_cast<void>(sid.text()); });
+    expectRefusal<decltype(LookupAccountSidW)>("LookupAccountSidW",
+                                               [&] { static_cast<void>(sid.accountName()); });
+    expectRefusal<decltype(CopySid)>("CopySid", [&] { copyOf(sid); });
+    expectRefusal<decltype(CopySid)>("CopySid", [&] { SecurityIdentifier::deepCopy(sid.sid()); });
+    EXPECT_EQ(mOwnership.held(), before);
+}
+
+TEST_F(SecurityIdentifierFailureTest, WhereTheCopyOfATextsSidFailsWindowssOwnIsLeft) {
+    expectRefusal<decltype(CopySid)>("CopySid", [] { SecurityIdentifier("S-1-1-0"); });
+    EXPECT_EQ(mOwnership.held(), OwnedResources{.mLocalBlocks = 1});
+    EXPECT_EQ(mOwnership.freeLocalMemory(), 1U);
+}
+
+TEST_F(SecurityIdentifierFailureTest, WindowsItselfRefusesWhatMakesNoSid) {
+    expectFailedCall("CreateWellKnownSid", ERROR_INVALID_PARAMETER,
+                     [] { SecurityIdentifier(WinAccountAdministratorSid, nullptr); });
+    expectFailedCall("ConvertStringSidToSidW", ERROR_INVALID_SID,
+                     [] { SecurityIdentifier("no SID"); });
+    expectFailedCall("LookupAccountNameW", ERROR_NONE_MAPPED,
+                     [] { SecurityIdentifier("no such account", nullptr, nullptr); });
+    expectFailedCall("GetWindowsAccountDomainSid", ERROR_INVALID_SID, [] {
+        SID invalid = {};
+        SecurityIdentifier(&invalid).domainSid();
+    });
+}
+
+TEST_F(SecurityIdentifierFailureTest, AFailedAssignmentLeavesAViewOfNothing) {
+    const SecurityIdentifier source("S-1-1-0");
+    SecurityIdentifier target("S-1-5-18");
+    expectRefusal<decltype(CopySid)>("CopySid", [&] { target = source; });
+    EXPECT_EQ(target.sid(), nullptr);
+    EXPECT_FALSE(target.isOwner());
+    EXPECT_EQ(mOwnership.held(), OwnedResources{.mArrays = 1});
+}
+
+TEST_F(SecurityIdentifierFailureTest, WhatHasNoBytesToCopyFailsWithoutALeak) {
+    expectFailedCall("CopySid", ERROR_INVALID_SID, [] { SecurityIdentifier::deepCopy(nullptr); });
+    // An owner's bytes can be made an invalid SID by whoever has their address.
+    const SecurityIdentifier broken("S-1-1-0");
+    static_cast<SID*>(broken.sid())->Revision = SID_REVISION + 1;
+    EXPECT_THROW(copyOf(broken), Win32Exception);
+    EXPECT_EQ(mOwnership.held(), OwnedResources{.mArrays = 1});
+}
+
+}  // namespace
