@@ -85,7 +85,7 @@ void Trustee::copyLocally() {
 
 bool Trustee::pointsAtOwnStore() const {
     const void* store = form() == TRUSTEE_IS_SID ? mSid.sid() : mName.data();
-    return canBeCopied(form()) && mTrustee.ptstrName == store;
+    return canBeCopied(form()) && mTrustee.ptstrName != nullptr && mTrustee.ptstrName == store;
 }
 
 std::string Trustee::name() const {
