@@ -161,8 +161,7 @@ TEST_F(SecurityIdentifierOwnershipTest, AMoveTakesTheBytesAndLeavesAViewOfNothin
         const SecurityIdentifier target(std::move(source));
         EXPECT_EQ(target.sid(), sid);
         EXPECT_EQ(target.isOwner(), isOwner);
-        // NOLINTNEXTLINE(bugprone-use-after-move,clang-analyzer-cplusplus.Move): what is left of it
-        // is told.
+        // NOLINTNEXTLINE(*-use-after-move,*.Move): what is left of it is told.
         EXPECT_EQ(source.sid(), nullptr);
         EXPECT_FALSE(source.isOwner());
         expectArrays(isOwner ? 1 : 0);
