@@ -94,7 +94,7 @@ public:
     AccessControlEntry ace(DWORD index) const;
     /// `index` may be `atEnd`. Throws "AddAce", as the next, which leaves what it has added.
     void addAce(DWORD revision, DWORD index, const AccessControlEntry& ace);
-    /// The ACE number i goes to `startIndex + i`.
+    /// The ACE number i goes to `startIndex + i`: `atEnd` is for one alone.
     void addAces(DWORD revision, DWORD startIndex, const std::vector<AccessControlEntry>& aces);
     /// Throws "DeleteAce".
     void deleteAce(DWORD index);
