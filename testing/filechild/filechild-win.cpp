@@ -5,8 +5,11 @@
 //     add SIGNAL DIRECTORY               makes one file after the other, and the directory as well
 //     chains SIGNAL DIRECTORY COUNT      makes 0/a/b/c, 1/a/b/c and so on, each as soon as the
 //                                        other process is there, too (see chains.h)
+//     unique SIGNAL PREFIX COUNT         makes directories whose names begin with PREFIX and are
+//     new,
+//                                        and the file "child" in each
 //
-// It makes the file SIGNAL when it is ready. The last one ends when it has done all, the others
+// It makes the file SIGNAL when it is ready. The last two end when they have done all, the others
 // when that file is gone. Fails if it can't do what it is told.
 
 #include <cstdlib>
@@ -18,6 +21,7 @@
 
 #include "testing/filechild/chains.h"
 #include "util/windows/scopedhandle-win.h"
+#include "util/windows/smallfile-win.h"
 #include "util/windows/unicodetext-win.h"
 
 namespace {
@@ -69,6 +73,16 @@ bool add(const std::wstring& signal, const std::wstring& directory) {
     return isReady;
 }
 
+bool makeUnique(const std::string& prefix, unsigned long count) {
+    for (unsigned long i = 0; i < count; ++i) {
+        const std::string path = makeUniqueDirectory(prefix);
+        if (path.empty() || !makeFile(toWide(path + "/child"))) {
+            return false;
+        }
+    }
+    return true;
+}
+
 bool run(const std::wstring& what, const std::wstring& signal, const wchar_t* const* arguments) {
     if (what == L"hold") {
         return hold(signal, arguments[0], std::stoul(arguments[1]));
@@ -82,6 +96,9 @@ bool run(const std::wstring& what, const std::wstring& signal, const wchar_t* co
     if (what == L"chains") {
         return makeFile(signal) && testing_support::makeChains(toUtf8(arguments[0]), "child",
                                                                "parent", std::stoul(arguments[1]));
+    }
+    if (what == L"unique") {
+        return makeFile(signal) && makeUnique(toUtf8(arguments[0]), std::stoul(arguments[1]));
     }
     return false;
 }
