@@ -71,13 +71,25 @@ TEST(HashedTextTest, EachByteIsAddedAsASignedValueToNineTimesTheHash) {
     }
 }
 
-TEST(HashedTextTest, OfLongTextsTheHashWrapsAround) {
-    const std::string text(1000, '\xE4');
+TEST(HashedTextTest, TheHashOfTextsOfEveryLengthWrapsAround) {
+    std::string text;
     size_t expected = 0;
     for (int i = 0; i < 1000; ++i) {
-        expected = 9 * expected - 28;
+        EXPECT_EQ(HashedText(text).hash(), expected) << i;
+        const auto byte = static_cast<signed char>(i * 37);
+        text += static_cast<char>(byte);
+        expected = expected * 9 + static_cast<size_t>(byte);
     }
-    EXPECT_EQ(HashedText(text).hash(), expected);
+}
+
+TEST(HashedTextTest, TheLargestBytesDoNotOverflow) {
+    for (const char byte : {'\x80', '\x7F'}) {
+        size_t expected = 0;
+        for (int i = 0; i < 100; ++i) {
+            expected = expected * 9 + static_cast<size_t>(static_cast<signed char>(byte));
+        }
+        EXPECT_EQ(HashedText(std::string(100, byte)).hash(), expected);
+    }
 }
 
 TEST(HashedTextTest, ANullTextIsAnEmptyOne) {
