@@ -58,12 +58,12 @@ TEST(HashedTextTest, EachByteIsAddedAsASignedValueToNineTimesTheHash) {
     const std::array<Row, 8> rows = {{
         {"", 0},
         {"a", 97},
-        {"ab", 97 * 9 + 98},
-        {"abc", (97 * 9 + 98) * 9 + 99},
+        {"ab", 97LL * 9 + 98},
+        {"abc", (97LL * 9 + 98) * 9 + 99},
         {std::string(1, '\0'), 0},
-        {std::string("a\0", 2), 97 * 9},
+        {std::string("a\0", 2), 97LL * 9},
         {"\xFF", -1},
-        {"\x80\x7F", -128 * 9 + 127},
+        {"\x80\x7F", -128LL * 9 + 127},
     }};
     for (const Row& row : rows) {
         EXPECT_EQ(HashedText(row.text).hash(), static_cast<size_t>(row.hash)) << row.text;
@@ -153,7 +153,7 @@ TEST(HashTableTest, FourBucketsHoldElevenEntriesAndTheTwelfthMakesThemSixteen) {
 }
 
 TEST(HashTableTest, EachGrowthIsByFour) {
-    const std::vector<std::string> texts = numberedTexts(3 * 256);
+    const std::vector<std::string> texts = numberedTexts(768);
     HashTable<int> table;
     for (size_t count = 1; count <= texts.size(); ++count) {
         table.add(HashedText(texts[count - 1]), 0);

@@ -11,7 +11,7 @@ namespace {
 
 TEST(StringPoolTest, EqualTextsHaveOneAddress) {
     const std::string first = "a text";
-    const std::string second = first;
+    const std::string second("a text");
     const char* const pooled = internString(first.c_str());
     EXPECT_STREQ(pooled, "a text");
     EXPECT_EQ(internString(second.c_str()), pooled);
@@ -60,6 +60,7 @@ TEST(StringPoolTest, APoolOfItsOwnHasAddressesOfItsOwn) {
 
 TEST(StringPoolTest, PooledTextsStayWhereTheyAreWhileTheTableGrows) {
     std::vector<const char*> pooled;
+    pooled.reserve(10000);
     for (int i = 0; i < 10000; ++i) {
         pooled.push_back(internString(("growing " + std::to_string(i)).c_str()));
     }

@@ -112,6 +112,7 @@ bool retry(Attempt attempt) {
 }  // namespace
 
 int readFile(const std::string& path, std::string& text) noexcept {
+    // NOLINTNEXTLINE(clang-analyzer-unix.API): not the C runtime's
     ScopedHandle file(open(path, _O_RDONLY, allMayReadAndWrite, /*name=*/nullptr));
     if (!file.isOpen()) {
         return failCall(fileNotOpened, text, path, "failed to open file");

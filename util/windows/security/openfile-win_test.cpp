@@ -31,6 +31,7 @@ using testing_support::TempFolder;
 constexpr int MODE = 0666;
 
 HANDLE open(const std::string& path, int flags, const char* name = nullptr, int mode = MODE) {
+    // NOLINTNEXTLINE(clang-analyzer-unix.API): not the C runtime's
     return ::open(path, flags, mode, name);
 }
 

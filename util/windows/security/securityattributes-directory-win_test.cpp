@@ -80,14 +80,14 @@ private:
 
 /// A folder in `parent`.
 std::string makeFolder(const TempFolder& parent, std::string_view name) {
-    const std::string path = parent.utf8(name);
+    std::string path = parent.utf8(name);
     EXPECT_TRUE(CreateDirectoryW(System::unicodePath(path).c_str(), nullptr));
     return path;
 }
 
 /// A folder that everyone may do anything with.
 std::string makeOpenFolder(const TempFolder& parent, std::string_view name) {
-    const std::string path = makeFolder(parent, name);
+    std::string path = makeFolder(parent, name);
     SecurityDescriptor("D:P(A;OICI;FA;;;WD)", SDDL_REVISION_1)
         .write(path, SE_FILE_OBJECT, /*withSacl=*/false, PROTECTED_DACL_SECURITY_INFORMATION);
     return path;
@@ -160,6 +160,7 @@ TEST(SecurityAttributesForDirectoryTest, AFileMadeWithTheNameGetsTheSecurity) {
     const char* const name = nameOf(folder.utf8());
     const auto userMayWrite = [&](const char* file, const char* security) {
         const std::string path = folder.utf8(file);
+        // NOLINTNEXTLINE(clang-analyzer-unix.API): not the C runtime's
         ScopedHandle(open(path, _O_CREAT, /*mode=*/0666, security)).release();
         const SecurityDescriptor made(path, SE_FILE_OBJECT, /*withSacl=*/false);
         return made.dacl().allows(SecurityIdentifier::currentUser(), FILE_WRITE_DATA,

@@ -19,9 +19,10 @@ std::vector<const char*> makeNames() {
     std::vector<const char*> names;
     for (size_t i = 0; i < NAMES; ++i) {
         const std::string user = "S-1-5-21-1085031214-1563985344-725345543-" + std::to_string(i);
-        names.push_back(internString(
-            ("O:" + user + "G:DUD:AI(A;ID;FA;;;SY)(A;ID;FA;;;BA)(A;ID;FA;;;" + user + ")")
-                .c_str()));
+        std::string text = "O:";
+        text.append(user).append("G:DUD:AI(A;ID;FA;;;SY)(A;ID;FA;;;BA)(A;ID;FA;;;");
+        text.append(user).append(")");
+        names.push_back(internString(text.c_str()));
     }
     return names;
 }

@@ -79,6 +79,7 @@ TEST(SecurityAttributesRegistryTest, ANameKeepsWhatItHasAndTheNewDescriptorIsDel
 TEST(SecurityAttributesRegistryTest, AttributesStayWhereTheyAreWhileTheRegistryGrows) {
     SecurityAttributesRegistry registry;
     std::vector<std::string> names;
+    names.reserve(1000);
     for (int i = 0; i < 1000; ++i) {
         names.push_back("name " + std::to_string(i));
     }
@@ -97,6 +98,7 @@ TEST(SecurityAttributesRegistryTest, ThreadsThatAddTheSameNamesFindTheSameAttrib
     constexpr size_t THREADS = 8;
     constexpr size_t NAMES = 200;
     std::vector<std::string> names;
+    names.reserve(NAMES);
     for (size_t i = 0; i < NAMES; ++i) {
         names.push_back("name " + std::to_string(i));
     }
