@@ -15,6 +15,7 @@
 
 #include "testing/accountlookup-win.h"
 #include "testing/printed.h"
+#include "testing/refusedcall-win.h"
 #include "testing/replacedcall-win.h"
 #include "util/windows/errortext-win.h"
 #include "util/windows/security/securityprinting-win.h"
@@ -23,7 +24,9 @@
 namespace {
 
 using testing_support::AccountLookup;
+using testing_support::expectFailedCall;
 using testing_support::printed;
+using testing_support::RefusedCall;
 using testing_support::ReplacedCall;
 
 /// The words for a SID as AccountLookup has them here.
@@ -103,61 +106,12 @@ TEST_F(DescriptorPrintingTest, ANullOrInvalidDescriptorHasFixedWords) {
     EXPECT_EQ(printed(invalid), "Invalid SecurityDescriptor!");
 }
 
-TEST_F(DescriptorPrintingTest, EachControlBitHasItsNameInTheOrderOfBits) {
-    const std::vector<std::pair<int, std::string>> rows = {{0x1, " SE_OWNER_DEFAULTED"},
-                                                           {0x2, " SE_GROUP_DEFAULTED"},
-                                                           {0x4, " SE_DACL_PRESENT"},
-                                                           {0x8, " SE_DACL_DEFAULTED"},
-                                                           {0x10, " SE_SACL_PRESENT"},
-                                                           {0x20, " SE_SACL_DEFAULTED"},
-                                                           {0x40, ""},
-                                                           {0x80, ""},
-                                                           {0x100, " SE_DACL_AUTO_INHERIT_REQ"},
-                                                           {0x200, " SE_SACL_AUTO_INHERIT_REQ"},
-                                                           {0x400, " SE_DACL_AUTO_INHERITED"},
-                                                           {0x800, " SE_SACL_AUTO_INHERITED"},
-                                                           {0x1000, " SE_DACL_PROTECTED"},
-                                                           {0x2000, " SE_SACL_PROTECTED"},
-                                                           {0x4000, " SE_RM_CONTROL_VALID"},
-                                                           {0x8000, " SE_SELF_RELATIVE"}};
-    static int control;
-    const ReplacedCall<BOOL WINAPI(PSECURITY_DESCRIPTOR, PSECURITY_DESCRIPTOR_CONTROL, LPDWORD)>
-        bits("GetSecurityDescriptorControl",
-             [](PSECURITY_DESCRIPTOR, PSECURITY_DESCRIPTOR_CONTROL value, LPDWORD) -> BOOL {
-                 *value = static_cast<SECURITY_DESCRIPTOR_CONTROL>(control);
-                 return TRUE;
-             });
-    const SecurityDescriptor security;
-    const auto flags = [&security] {
-        const std::string text = printed(security);
-        return text.substr(0, text.find(']') + 1);
-    };
-    std::string all;
-    for (const auto& [bit, name] : rows) {
-        control = bit;
-        EXPECT_EQ(flags(), "SD [Flags: " + name + "]");
-        all += name;
-    }
-    control = 0xffff;
-    EXPECT_EQ(flags(), "SD [Flags: " + all + "]");
-}
-
 TEST_F(DescriptorPrintingTest, AFailureToReadTheControlIsThrown) {
     const SecurityDescriptor security;
-    const ReplacedCall<BOOL WINAPI(PSECURITY_DESCRIPTOR, PSECURITY_DESCRIPTOR_CONTROL, LPDWORD)>
-        refused("GetSecurityDescriptorControl",
-                [](PSECURITY_DESCRIPTOR, PSECURITY_DESCRIPTOR_CONTROL, LPDWORD) -> BOOL {
-                    SetLastError(ERROR_INVALID_SECURITY_DESCR);
-                    return FALSE;
-                });
-    std::ostringstream out;
-    try {
-        out << security;
-        ADD_FAILURE() << "nothing was thrown";
-    } catch (const Win32Exception& failure) {
-        EXPECT_EQ(failure.mError, DWORD{ERROR_INVALID_SECURITY_DESCR});
-        EXPECT_EQ(std::string(failure.what()).rfind("GetSecurityDescriptorControl: ", 0), 0U);
-    }
+    const RefusedCall<decltype(GetSecurityDescriptorControl)> refused(
+        "GetSecurityDescriptorControl", ERROR_INVALID_SECURITY_DESCR);
+    expectFailedCall("GetSecurityDescriptorControl", ERROR_INVALID_SECURITY_DESCR,
+                     [&] { printed(security); });
 }
 
 /// The rights that the only entry of a descriptor is shown with.
@@ -218,11 +172,8 @@ TEST_F(PrintingContextTest, TheKindOfObjectLeavesTheStreamWithTheDescriptor) {
 
 TEST_F(PrintingContextTest, TheKindOfObjectStaysOnTheStreamAfterAFailure) {
     {
-        const ReplacedCall<decltype(GetAce)> noAce("GetAce", [](PACL, DWORD, LPVOID*) -> BOOL {
-            SetLastError(ERROR_INVALID_PARAMETER);
-            return FALSE;
-        });
-        EXPECT_THROW(mOut << mKey, Win32Exception);
+        const RefusedCall<decltype(GetAce)> noAce("GetAce", ERROR_INVALID_PARAMETER);
+        expectFailedCall("GetAce", ERROR_INVALID_PARAMETER, [this] { mOut << mKey; });
     }
     mOut.str({});
     mOut << mEntry;

@@ -15,13 +15,17 @@
 
 #include "testing/accountlookup-win.h"
 #include "testing/printed.h"
+#include "testing/refusedcall-win.h"
 #include "testing/replacedcall-win.h"
 #include "util/windows/errortext-win.h"
+#include "util/windows/security/accessrights.h"
 
 namespace {
 
 using testing_support::AccountLookup;
+using testing_support::expectFailedCall;
 using testing_support::printed;
+using testing_support::RefusedCall;
 using testing_support::ReplacedCall;
 
 template <class Value>
@@ -56,24 +60,13 @@ TEST_F(SecurityPrintingTest, ANullOrInvalidSidHasFixedWords) {
     }
 }
 
-TEST_F(SecurityPrintingTest, EachKindOfAccountHasItsName) {
-    const std::vector<std::pair<int, std::string>> kinds = {{0, ""},
-                                                            {1, "User"},
-                                                            {2, "Group"},
-                                                            {3, "Domain"},
-                                                            {4, "Alias"},
-                                                            {5, "WellKnownGroup"},
-                                                            {6, "DeletedAccount"},
-                                                            {7, "Invalid"},
-                                                            {8, "Unknown"},
-                                                            {9, "Computer"},
-                                                            {10, ""}};
-    for (const auto& [use, name] : kinds) {
-        mLookup.answer(L"D", L"n", static_cast<SID_NAME_USE>(use));
-        EXPECT_EQ(printed(mEveryone), "SID S-1-1-0 [" + name + " D\\n]") << use;
-        EXPECT_EQ(widePrinted(mEveryone),
-                  L"SID S-1-1-0 [" + std::wstring(name.begin(), name.end()) + L" D\\n]");
-    }
+TEST_F(SecurityPrintingTest, TheKindOfAccountIsNamedIfItHasAName) {
+    mLookup.answer(L"D", L"n", SidTypeWellKnownGroup);
+    EXPECT_EQ(printed(mEveryone), "SID S-1-1-0 [WellKnownGroup D\\n]");
+    EXPECT_EQ(widePrinted(mEveryone), L"SID S-1-1-0 [WellKnownGroup D\\n]");
+    mLookup.answer(L"D", L"n", static_cast<SID_NAME_USE>(0));
+    EXPECT_EQ(printed(mEveryone), "SID S-1-1-0 [ D\\n]");
+    EXPECT_EQ(widePrinted(mEveryone), L"SID S-1-1-0 [ D\\n]");
 }
 
 TEST_F(SecurityPrintingTest, ASidWithoutAnAccountIsSaidToBeNotFound) {
@@ -102,17 +95,11 @@ TEST_F(SecurityPrintingTest, TheTextOfASidIsAskedForBehindTheLookupAndItsFailure
                                                               SetLastError(ERROR_NOT_ENOUGH_MEMORY);
                                                               return FALSE;
                                                           });
-    std::ostringstream out;
-    try {
-        out << mEveryone;
-        ADD_FAILURE() << "nothing was thrown";
-    } catch (const Win32Exception& failure) {
-        EXPECT_EQ(failure.mError, DWORD{ERROR_NOT_ENOUGH_MEMORY});
-        EXPECT_EQ(std::string(failure.what()).rfind("ConvertSidToStringSidW: ", 0), 0U);
-    }
+    expectFailedCall("ConvertSidToStringSidW", ERROR_NOT_ENOUGH_MEMORY,
+                     [this] { printed(mEveryone); });
     EXPECT_EQ(lookupsBefore, 1);
-    std::wostringstream wide;
-    EXPECT_THROW(wide << mEveryone, Win32Exception);
+    expectFailedCall("ConvertSidToStringSidW", ERROR_NOT_ENOUGH_MEMORY,
+                     [this] { widePrinted(mEveryone); });
 }
 
 TEST_F(SecurityPrintingTest, AnAceShowsTypeSidMaskAndFlags) {
@@ -128,57 +115,23 @@ TEST_F(SecurityPrintingTest, ANullAceHasFixedWords) {
     EXPECT_EQ(printed(AccessControlEntry()), "Invalid ACE!");
 }
 
-TEST_F(SecurityPrintingTest, EachTypeOfAceHasItsName) {
-    const std::array<const char*, 17> names = {"Access Allowed",
-                                               "Access Denied",
-                                               "System Audit",
-                                               "System Alarm",
-                                               "Access Allowed Compound",
-                                               "Access Allowed Object",
-                                               "Access Denied Object",
-                                               "System Audit Object",
-                                               "System Alarm Object",
-                                               "Access Allowed Callback",
-                                               "Access Denied Callback",
-                                               "Access Allowed Callback Object",
-                                               "Access Denied Callback Object",
-                                               "System Audit Callback",
-                                               "System Alarm Callback",
-                                               "System Audit Callback Object",
-                                               "System Alarm Callback Object"};
+TEST_F(SecurityPrintingTest, EachTypeOfAceIsNamedAndHasItsSid) {
     // Room for an object ACE, with a SID in both places.
     std::array<BYTE, 44 + 12> bytes = {};
     for (const size_t offset : {8, 44}) {
         std::memcpy(bytes.data() + offset, mEveryone.sid(), mEveryone.length());
     }
-    const AccessControlEntry view(reinterpret_cast<ACE_HEADER*>(bytes.data()));
-    AccessControlEntry ace = view;
-    ace.ace()->AceSize = bytes.size();
-    for (BYTE type = 0; type < 17; ++type) {
-        ace.setType(type);
-        const std::string sid = type == 4 ? "Invalid SID!" : "SID S-1-1-0 [User DOMAIN\\name]";
-        EXPECT_EQ(printed(ace), names[type] + (" " + sid) + ": 0x0 [] (NO_INHERITANCE)");
+    AccessControlEntry ace(reinterpret_cast<ACE_HEADER*>(bytes.data()));
+    for (const int type : {0, 1, 2, 3, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16}) {
+        ace.setType(static_cast<BYTE>(type));
+        EXPECT_EQ(printed(ace),
+                  aceTypeName(static_cast<BYTE>(type)) +
+                      std::string(" SID S-1-1-0 [User DOMAIN\\name]: 0x0 [] (NO_INHERITANCE)"));
     }
+    ace.setType(ACCESS_ALLOWED_COMPOUND_ACE_TYPE);
+    EXPECT_EQ(printed(ace), "Access Allowed Compound Invalid SID!: 0x0 [] (NO_INHERITANCE)");
     ace.setType(17);
     EXPECT_EQ(printed(ace), "ACE Invalid SID!: 0x0 [] (NO_INHERITANCE)");
-}
-
-TEST_F(SecurityPrintingTest, FlagsOfAnAceStandInTheOrderOfTheirBits) {
-    const std::vector<std::pair<BYTE, std::string>> rows = {
-        {0x01, " (OI)"},
-        {0x02, " (CI)"},
-        {0x04, " (NP)"},
-        {0x08, " (IO)"},
-        {0x10, " (IA)"},
-        {0x20, ""},
-        {0x40, " (SA)"},
-        {0x80, " (FA)"},
-        {0x00, " (NO_INHERITANCE)"},
-        {0xff, " (OI) (CI) (NP) (IO) (IA) (SA) (FA)"}};
-    const std::string head = "Access Allowed SID S-1-1-0 [User DOMAIN\\name]: 0x0 []";
-    for (const auto& [flags, words] : rows) {
-        EXPECT_EQ(printed(AccessControlEntry::allowed(0, mEveryone, flags)), head + words);
-    }
 }
 
 TEST_F(SecurityPrintingTest, AnAclShowsItsEntriesOnLinesAsThoseOfAPlainFile) {
@@ -203,19 +156,8 @@ TEST_F(SecurityPrintingTest, ANullOrInvalidAclHasFixedWords) {
 
 TEST_F(SecurityPrintingTest, AnAclThatCannotBeAskedThrows) {
     const AccessControlList acl(1, ACL_REVISION, /*limitSize=*/false);
-    const ReplacedCall<BOOL WINAPI(PACL, LPVOID, DWORD, ACL_INFORMATION_CLASS)> noInformation(
-        "GetAclInformation", [](PACL, LPVOID, DWORD, ACL_INFORMATION_CLASS) -> BOOL {
-            SetLastError(ERROR_INVALID_ACL);
-            return FALSE;
-        });
-    std::ostringstream out;
-    try {
-        out << acl;
-        ADD_FAILURE() << "nothing was thrown";
-    } catch (const Win32Exception& failure) {
-        EXPECT_EQ(failure.mError, DWORD{ERROR_INVALID_ACL});
-        EXPECT_EQ(std::string(failure.what()).rfind("GetAclInformation: ", 0), 0U);
-    }
+    const RefusedCall<decltype(GetAclInformation)> refused("GetAclInformation", ERROR_INVALID_ACL);
+    expectFailedCall("GetAclInformation", ERROR_INVALID_ACL, [&] { printed(acl); });
 }
 
 TEST_F(SecurityPrintingTest, ATrusteeIsShownByItsForm) {
@@ -245,17 +187,11 @@ TEST_F(SecurityPrintingTest, ATrusteeIsShownByItsForm) {
     }
 }
 
-TEST_F(SecurityPrintingTest, EachTypeOfTrusteeHasItsName) {
-    const std::array<const char*, 10> names = {
-        "Unknown",          "User",    "Group",   "Domain",   "Alias",
-        "Well-Known Group", "Deleted", "Invalid", "Computer", ""};
+TEST_F(SecurityPrintingTest, ATrusteeOfATypeWithoutANameIsShownWithoutIt) {
     TRUSTEE_W raw = {};
     raw.TrusteeForm = TRUSTEE_BAD_FORM;
-    for (size_t type = 0; type < names.size(); ++type) {
-        raw.TrusteeType = static_cast<TRUSTEE_TYPE>(type);
-        EXPECT_EQ(printed(Trustee(raw, /*localCopy=*/false)),
-                  std::string("Trustee [") + names[type] + ": of bad form]");
-    }
+    raw.TrusteeType = static_cast<TRUSTEE_TYPE>(9);
+    EXPECT_EQ(printed(Trustee(raw, /*localCopy=*/false)), "Trustee [: of bad form]");
 }
 
 TEST_F(SecurityPrintingTest, ExplicitAccessShowsTrusteeModeRightsAndInheritance) {
@@ -265,15 +201,9 @@ TEST_F(SecurityPrintingTest, ExplicitAccessShowsTrusteeModeRightsAndInheritance)
               "0x1f01ff [FILE_ALL_ACCESS] (OI) (CI)]");
 }
 
-TEST_F(SecurityPrintingTest, EachModeOfAccessHasItsName) {
-    const std::array<const char*, 8> names = {
-        "NOT_USED_ACCESS", "GRANT_ACCESS",      "SET_ACCESS",        "DENY_ACCESS",
-        "REVOKE_ACCESS",   "SET_AUDIT_SUCCESS", "SET_AUDIT_FAILURE", ""};
-    for (size_t mode = 0; mode < names.size(); ++mode) {
-        EXPECT_EQ(printed(ExplicitAccess("x", 0, static_cast<ACCESS_MODE>(mode), NO_INHERITANCE)),
-                  std::string("ExplicitAccess [for Trustee [Unknown: \"x\"]:  ") + names[mode] +
-                      " 0x0 [] (NO_INHERITANCE)]");
-    }
+TEST_F(SecurityPrintingTest, AModeOfAccessWithoutANameIsLeftOut) {
+    EXPECT_EQ(printed(ExplicitAccess("x", 0, static_cast<ACCESS_MODE>(7), NO_INHERITANCE)),
+              "ExplicitAccess [for Trustee [Unknown: \"x\"]:   0x0 [] (NO_INHERITANCE)]");
 }
 
 }  // namespace
