@@ -130,6 +130,13 @@ TEST_F(ScriptCommandLineTest, ANameWithASlashIsNotSearched) {
         EXPECT_EQ(lineOf(name, path.c_str()), "") << name;
         EXPECT_EQ(mExec->mPathCache.at(name), "") << name;
     }
+    // Where it is there, it is found as a POSIX name, and so stays relative.
+    mExec->reset();
+    const CurrentDirectory directory(mWorld.root() / "tools");
+    for (const char* name : {"bin/script.sh", R"(bin\script.sh)"}) {
+        EXPECT_EQ(lineOf(name, path.c_str()), mShell + " bin/script.sh") << name;
+        EXPECT_EQ(mExec->mPathCache.at(name), "bin/script.sh") << name;
+    }
 }
 
 TEST_F(ScriptCommandLineTest, ANameMayStandInTheCache) {

@@ -122,6 +122,15 @@ TEST_F(ExecScriptTest, TheToolsAndTheScriptAreSearchedInThePathOfTheCommand) {
     EXPECT_EQ(run("script.x a", block.c_str()).output, mShell + " " + script + " a\n");
 }
 
+TEST_F(ExecScriptTest, ThePathOfTheCommandMayBeOfAnyAlphabet) {
+    const std::string folder = "/tools/\xe4\xb8\xad";
+    create_directory(mWorld.root() / "tools" / L"\u4E2D");
+    const std::string script = mWorld.write(folder + "/script.x");
+    const std::string block =
+        environmentBlock({"PATH=" + mWorld.native(folder) + ";" + utf8(PosixWorld::tools())});
+    EXPECT_EQ(run("script.x a", block.c_str()).output, mShell + " " + script + " a\n");
+}
+
 TEST_F(ExecScriptTest, TheThreeErrorsOfAMissingProgramMakeTheAttempt) {
     const std::string script = mWorld.write("/tools/bin/script");
     for (const DWORD error : {2U, 3U, 193U}) {
