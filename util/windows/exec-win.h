@@ -77,10 +77,10 @@ public:
         /// code does. Meant for what the command writes: failures that stand there, or the report
         /// of a cut, are spoilt.
         bool mUtf16Output = false;
-        /// The command is a Cygwin program, whose exit code tells of signals. From version 1.7 of the
-        /// connector on, a file with the system attribute is taken for a symbolic link and followed.
-        /// What Windows can't find or start is tried once more, as a script or by its POSIX name.
-        /// Both run Cygwin's own programs as commands, one by one, before the start.
+        /// The command is a Cygwin program, whose exit code tells of signals. From version 1.7 of
+        /// the connector on, a file with the system attribute is taken for a symbolic link and
+        /// followed. What Windows can't find or start is tried once more, as a script or by its
+        /// POSIX name. Both run Cygwin's own programs as commands, one by one, before the start.
         bool mCygwinCommand = false;
 
         /// Makes the five fields of redirections what they are by default.
