@@ -90,8 +90,9 @@ public:
     void setDacl(PACL dacl);
     void setSacl(PACL sacl);
 
-    /// Replaces the descriptor, with the present parts, by one of the other form, or throws
-    /// "MakeAbsoluteSD" with nothing changed.
+    /// Replaces the descriptor by one of the other form, or throws "MakeAbsoluteSD" with nothing
+    /// changed. Parts that were set but aren't in the descriptor are given up, and lead to that
+    /// failure if they are smaller than those that are.
     void makeAbsolute();
     /// The same; throws "MakeSelfRelativeSD".
     void makeSelfRelative();
