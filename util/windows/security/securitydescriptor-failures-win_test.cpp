@@ -1,0 +1,214 @@
+// What each operation of a security descriptor throws when the call that it makes fails, and that
+// nothing is left in memory then.
+
+#include <functional>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include <windows.h>
+// Behind windows.h.
+#include <aclapi.h>
+#include <sddl.h>
+
+#include "testing/failingcall-win.h"
+#include "testing/securitytest-win.h"
+#include "util/windows/localmemory-win.h"
+#include "util/windows/security/securitydescriptor-win.h"
+
+namespace {
+
+using testing_support::expectWin32Failure;
+using testing_support::FailingCall;
+using testing_support::SecurityTest;
+
+constexpr const char* FULL = "O:BAG:SYD:(A;;FA;;;WD)S:(AU;SA;FA;;;WD)";
+constexpr const char* LIST_ONLY = "D:(A;;FR;;;WD)";
+
+using SecurityDescriptorFailureTest = SecurityTest;
+
+/// Lets `function` fail and expects a failure of `word` from `action`.
+template <class Signature, class Action>
+void expectFailureOf(const char* function, const char* word, Action action, int before = 0) {
+    static DWORD error = 1400;
+    ++error;
+    const FailingCall<Signature> failing(function, error, before);
+    expectWin32Failure(word, error, action);
+}
+
+template <class Signature, class Action>
+void expectFailureOf(const char* function, Action action, int before = 0) {
+    expectFailureOf<Signature>(function, function, action, before);
+}
+
+TEST_F(SecurityDescriptorFailureTest, ADefaultOneThatCannotBeInitializedIsFreed) {
+    expectFailureOf<decltype(InitializeSecurityDescriptor)>("InitializeSecurityDescriptor",
+                                                            [] { SecurityDescriptor security; });
+}
+
+TEST_F(SecurityDescriptorFailureTest, TheFailureToReadAnObjectHasTheNumberThatWasReturned) {
+    expectFailureOf<decltype(GetNamedSecurityInfoW)>("GetNamedSecurityInfoW", [] {
+        SecurityDescriptor("c:/windows", SE_FILE_OBJECT, /*withSacl=*/false);
+    });
+    expectFailureOf<decltype(GetSecurityInfo)>("GetSecurityInfo", [] {
+        SecurityDescriptor(GetCurrentProcess(), SE_KERNEL_OBJECT, /*withSacl=*/false);
+    });
+}
+
+TEST_F(SecurityDescriptorFailureTest, AFileThatIsNotThereHasNoDescriptor) {
+    expectWin32Failure("GetNamedSecurityInfoW", ERROR_FILE_NOT_FOUND, [] {
+        SecurityDescriptor("c:/windows/no-such-file", SE_FILE_OBJECT, /*withSacl=*/false);
+    });
+}
+
+TEST_F(SecurityDescriptorFailureTest, AClosedHandleHasNoDescriptor) {
+    expectWin32Failure("GetSecurityInfo", ERROR_INVALID_HANDLE, [] {
+        SecurityDescriptor(reinterpret_cast<HANDLE>(0xABC0), SE_FILE_OBJECT, /*withSacl=*/false);
+    });
+}
+
+TEST_F(SecurityDescriptorFailureTest, ATextThatIsNoneIsRefused) {
+    for (const char* text : {"D:(", "O:QQ"}) {
+        EXPECT_THROW(SecurityDescriptor(text, SDDL_REVISION_1), Win32Exception) << text;
+    }
+    expectWin32Failure("ConvertStringSecurityDescriptorToSecurityDescriptorW",
+                       ERROR_UNKNOWN_REVISION, [] { SecurityDescriptor(FULL, /*revision=*/9); });
+}
+
+TEST_F(SecurityDescriptorFailureTest, ATextThatIsRefusedChangesNothing) {
+    SecurityDescriptor security(FULL, SDDL_REVISION_1);
+    const PSECURITY_DESCRIPTOR before = security.descriptor();
+    EXPECT_THROW(security.setSddl("D:(", SDDL_REVISION_1), Win32Exception);
+    EXPECT_EQ(security.descriptor(), before);
+    EXPECT_EQ(security.owner().text(), "S-1-5-32-544");
+}
+
+/// Reads parts, each of which can't be read in its turn.
+void expectFailuresOfParts(const std::function<void()>& read) {
+    expectFailureOf<decltype(GetSecurityDescriptorOwner)>("GetSecurityDescriptorOwner", read);
+    // The same signature as the owner's.
+    expectFailureOf<decltype(GetSecurityDescriptorGroup)>("GetSecurityDescriptorGroup", read);
+    expectFailureOf<decltype(GetSecurityDescriptorDacl)>("GetSecurityDescriptorDacl", read);
+    expectFailureOf<decltype(GetSecurityDescriptorSacl)>("GetSecurityDescriptorSacl", read);
+}
+
+TEST_F(SecurityDescriptorFailureTest, EachPartThatCannotBeReadNamesItsCall) {
+    SecurityDescriptor security(FULL, SDDL_REVISION_1);
+    expectFailuresOfParts([&] { security.readParts(); });
+}
+
+TEST_F(SecurityDescriptorFailureTest, ANewOneWhosePartsCannotBeReadIsFreed) {
+    const SecurityDescriptor source(FULL, SDDL_REVISION_1);
+    expectFailuresOfParts([] { SecurityDescriptor(FULL, SDDL_REVISION_1); });
+    expectFailuresOfParts([&] { SecurityDescriptor(source.descriptor()); });
+    expectFailuresOfParts([&] { const SecurityDescriptor copy(source); });
+    expectFailuresOfParts([] {
+        const Trustee nobody{SecurityIdentifier("S-1-1-0")};
+        const ExplicitAccessList none(nullptr, 0);
+        SecurityDescriptor(nobody, nobody, none, none);
+    });
+}
+
+TEST_F(SecurityDescriptorFailureTest, PartsAreReadInTheirOrder) {
+    // The first to fail is the one that is told.
+    SecurityDescriptor security(FULL, SDDL_REVISION_1);
+    const FailingCall<decltype(GetSecurityDescriptorSacl)> lists("GetSecurityDescriptorSacl", 5);
+    expectWin32Failure("GetSecurityDescriptorSacl", 5, [&] { security.readParts(); });
+    EXPECT_NE(security.dacl().acl(), nullptr);
+    const FailingCall<decltype(GetSecurityDescriptorGroup)> group("GetSecurityDescriptorGroup", 6);
+    expectWin32Failure("GetSecurityDescriptorGroup", 6, [&] { security.readParts(); });
+    EXPECT_NE(security.owner().sid(), nullptr);
+}
+
+TEST_F(SecurityDescriptorFailureTest, ADescriptorOfUnknownFormIsNotCopied) {
+    const SecurityDescriptor source(FULL, SDDL_REVISION_1);
+    using Call = decltype(GetSecurityDescriptorControl);
+    expectFailureOf<Call>("GetSecurityDescriptorControl",
+                          [&] { SecurityDescriptor(source.descriptor()); });
+    expectFailureOf<Call>("GetSecurityDescriptorControl",
+                          [&] { const SecurityDescriptor copy(source); });
+}
+
+TEST_F(SecurityDescriptorFailureTest, AnAbsoluteOneThatCannotBeMadeSelfRelativeIsNotCopied) {
+    const SecurityDescriptor source;
+    using Call = decltype(MakeSelfRelativeSD);
+    for (int before = 0; before < 2; ++before) {
+        expectFailureOf<Call>(
+            "MakeSelfRelativeSD", [&] { SecurityDescriptor(source.descriptor()); }, before);
+        expectFailureOf<Call>(
+            "MakeSelfRelativeSD", [&] { const SecurityDescriptor copy(source); }, before);
+    }
+}
+
+TEST_F(SecurityDescriptorFailureTest, ControlAndRevisionThatCannotBeReadOrWrittenNameTheirCall) {
+    SecurityDescriptor security;
+    using Get = decltype(GetSecurityDescriptorControl);
+    expectFailureOf<Get>("GetSecurityDescriptorControl", [&] { security.control(); });
+    expectFailureOf<Get>("GetSecurityDescriptorControl", [&] { security.revision(); });
+    expectFailureOf<Get>("GetSecurityDescriptorControl", [&] { security.isAbsolute(); });
+    expectFailureOf<decltype(SetSecurityDescriptorControl)>(
+        "SetSecurityDescriptorControl", [&] { security.setControl(SE_DACL_PROTECTED, 0); });
+    expectFailureOf<decltype(GetSecurityDescriptorRMControl)>("GetSecurityDescriptorRMControl",
+                                                              [&] { security.rmControl(); });
+    expectFailureOf<decltype(SetSecurityDescriptorRMControl)>("SetSecurityDescriptorRMControl",
+                                                              [&] { security.setRmControl(1); });
+}
+
+TEST_F(SecurityDescriptorFailureTest, BitsThatAreNotToBeChangedAreRefused) {
+    SecurityDescriptor security;
+    expectWin32Failure("SetSecurityDescriptorControl", ERROR_INVALID_PARAMETER,
+                       [&] { security.setControl(SE_DACL_PRESENT, SE_DACL_PRESENT); });
+}
+
+TEST_F(SecurityDescriptorFailureTest, APartThatAnAbsoluteOneDoesNotTakeNamesItsCall) {
+    const SecurityDescriptor source(FULL, SDDL_REVISION_1);
+    SecurityDescriptor security;
+    const auto setOwner = [&] { security.setOwner(source.owner().sid()); };
+    const auto setGroup = [&] { security.setGroup(source.group().sid()); };
+    const auto setDacl = [&] { security.setDacl(source.dacl().acl()); };
+    const auto setSacl = [&] { security.setSacl(source.sacl().acl()); };
+    expectFailureOf<decltype(SetSecurityDescriptorOwner)>("SetSecurityDescriptorOwner", setOwner);
+    expectFailureOf<decltype(SetSecurityDescriptorGroup)>("SetSecurityDescriptorGroup", setGroup);
+    expectFailureOf<decltype(SetSecurityDescriptorDacl)>("SetSecurityDescriptorDacl", setDacl);
+    expectFailureOf<decltype(SetSecurityDescriptorSacl)>("SetSecurityDescriptorSacl", setSacl);
+    // The field took it all the same.
+    EXPECT_EQ(security.owner().sid(), source.owner().sid());
+    EXPECT_EQ(security.group().sid(), source.group().sid());
+    EXPECT_EQ(security.dacl().acl(), source.dacl().acl());
+    EXPECT_EQ(security.sacl().acl(), source.sacl().acl());
+    // The control is read twice before.
+    using Get = decltype(GetSecurityDescriptorControl);
+    for (int before = 0; before < 2; ++before) {
+        expectFailureOf<Get>("GetSecurityDescriptorControl", setOwner, before);
+        expectFailureOf<Get>("GetSecurityDescriptorControl", setGroup, before);
+        expectFailureOf<Get>("GetSecurityDescriptorControl", setDacl, before);
+        expectFailureOf<Get>("GetSecurityDescriptorControl", setSacl, before);
+    }
+}
+
+TEST_F(SecurityDescriptorFailureTest, ADescriptorThatHasNoTextNamesTheCall) {
+    const SecurityDescriptor security(LIST_ONLY, SDDL_REVISION_1);
+    expectFailureOf<decltype(ConvertSecurityDescriptorToStringSecurityDescriptorW)>(
+        "ConvertSecurityDescriptorToStringSecurityDescriptorW",
+        [&] { security.sddl(DACL_SECURITY_INFORMATION); });
+}
+
+TEST_F(SecurityDescriptorFailureTest, AnObjectThatCannotBeWrittenHasTheNumberThatWasReturned) {
+    const SecurityDescriptor security(LIST_ONLY, SDDL_REVISION_1);
+    expectFailureOf<decltype(SetSecurityInfo)>("SetSecurityInfo", [&] {
+        security.write(GetCurrentProcess(), SE_KERNEL_OBJECT, /*withSacl=*/false, 0);
+    });
+    // Meant: the word has no W.
+    expectFailureOf<decltype(SetNamedSecurityInfoW)>(
+        "SetNamedSecurityInfoW", "SetNamedSecurityInfo",
+        [&] { security.write("c:/file", SE_FILE_OBJECT, /*withSacl=*/false, 0); });
+}
+
+TEST_F(SecurityDescriptorFailureTest, AFileThatIsNotThereCannotBeWritten) {
+    const SecurityDescriptor security(LIST_ONLY, SDDL_REVISION_1);
+    expectWin32Failure("SetNamedSecurityInfo", ERROR_FILE_NOT_FOUND, [&] {
+        security.write("c:/windows/no-such-file", SE_FILE_OBJECT, /*withSacl=*/false, 0);
+    });
+}
+
+}  // namespace

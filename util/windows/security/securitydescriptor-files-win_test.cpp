@@ -1,0 +1,292 @@
+// The security of files and other objects, read and written.
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include <windows.h>
+// Behind windows.h.
+#include <aclapi.h>
+#include <sddl.h>
+
+#include "testing/failingcall-win.h"
+#include "testing/replacedcall-win.h"
+#include "testing/securitytest-win.h"
+#include "testing/tempfolder.h"
+#include "util/windows/scopedhandle-win.h"
+#include "util/windows/security/securitydescriptor-win.h"
+#include "util/windows/system-paths-win.h"
+
+namespace {
+
+using testing_support::expectWin32Failure;
+using testing_support::FailingCall;
+using testing_support::ReplacedCall;
+using testing_support::SecurityTest;
+using testing_support::TempFolder;
+
+constexpr uint32_t UNKNOWN = SecurityDescriptor::unknownKind;
+constexpr uint32_t PLAIN = SecurityDescriptor::plainFile;
+constexpr uint32_t DIRECTORY = SecurityDescriptor::directory;
+constexpr uint32_t PIPE = SecurityDescriptor::pipe;
+
+class DescriptorFileTest : public SecurityTest {
+protected:
+    DescriptorFileTest() {
+        // The first reading of a descriptor lets the system open things of its own.
+        SecurityDescriptor(mFile, SE_FILE_OBJECT, /*withSacl=*/false);
+        SecurityDescriptor("CURRENT_USER\\Software", SE_REGISTRY_KEY, /*withSacl=*/false);
+    }
+
+    TempFolder mFolder;
+    const std::string mFile = mFolder.write("file", "text");
+};
+
+ScopedHandle open(const std::string& path, DWORD access = READ_CONTROL) {
+    return ScopedHandle(CreateFileW(System::unicodePath(path).c_str(), access,
+                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                    /*lpSecurityAttributes=*/nullptr, OPEN_EXISTING,
+                                    FILE_FLAG_BACKUP_SEMANTICS, /*hTemplateFile=*/nullptr));
+}
+
+TEST_F(DescriptorFileTest, AFileAndADirectoryAreReadByPathAndToldApart) {
+    const SecurityDescriptor file(mFile, SE_FILE_OBJECT, /*withSacl=*/false);
+    const SecurityDescriptor folder(mFolder.utf8(), SE_FILE_OBJECT, /*withSacl=*/false);
+    for (const SecurityDescriptor* security : {&file, &folder}) {
+        EXPECT_EQ(security->objectType(), SE_FILE_OBJECT);
+        EXPECT_TRUE(security->owner().isValid());
+        EXPECT_TRUE(security->group().isValid());
+        EXPECT_TRUE(security->dacl().isValid());
+        EXPECT_EQ(security->sacl().acl(), nullptr);
+        EXPECT_FALSE(security->isAbsolute());
+    }
+    EXPECT_EQ(file.objectKind(), PLAIN);
+    EXPECT_EQ(folder.objectKind(), DIRECTORY);
+}
+
+TEST_F(DescriptorFileTest, AFileOfALongPathInUtf8IsRead) {
+    const std::string name(200, 'n');
+    const std::string folder = mFolder.utf8("\xC3\xA4" + name);
+    ASSERT_TRUE(CreateDirectoryW(System::unicodePath(folder).c_str(), nullptr));
+    const std::string inner = folder + "/" + name;
+    ASSERT_TRUE(CreateDirectoryW(System::unicodePath(inner).c_str(), nullptr));
+    EXPECT_EQ(SecurityDescriptor(inner, SE_FILE_OBJECT, /*withSacl=*/false).objectKind(),
+              DIRECTORY);
+}
+
+TEST_F(DescriptorFileTest, AFileWhoseAttributesCannotBeReadIsAPlainOne) {
+    static int calls;
+    calls = 0;
+    const ReplacedCall<decltype(GetFileAttributesW)> call("GetFileAttributesW",
+                                                          [](LPCWSTR) -> DWORD {
+                                                              ++calls;
+                                                              SetLastError(ERROR_ACCESS_DENIED);
+                                                              return INVALID_FILE_ATTRIBUTES;
+                                                          });
+    EXPECT_EQ(SecurityDescriptor(mFolder.utf8(), SE_FILE_OBJECT, false).objectKind(), PLAIN);
+    EXPECT_EQ(calls, 1);
+}
+
+TEST_F(DescriptorFileTest, AnObjectThatIsNoFileHasNoKindAndItsNameIsTakenAsItIs) {
+    const SecurityDescriptor key("CURRENT_USER\\Software", SE_REGISTRY_KEY, /*withSacl=*/false);
+    EXPECT_EQ(key.objectType(), SE_REGISTRY_KEY);
+    EXPECT_EQ(key.objectKind(), UNKNOWN);
+    EXPECT_TRUE(key.owner().isValid());
+}
+
+/// Answers for the calls that read descriptors, with a full one, and notes what they got.
+struct Read {
+    std::wstring name;
+    HANDLE handle;
+    SE_OBJECT_TYPE type;
+    SECURITY_INFORMATION bits;
+    bool wantsSacl;
+};
+Read gRead;
+
+DWORD giveParts(PSID* owner, PSID* group, PACL* dacl, PACL* sacl, PSECURITY_DESCRIPTOR* given) {
+    ConvertStringSecurityDescriptorToSecurityDescriptorW(L"O:BAG:SYD:(A;;FA;;;WD)S:(AU;SA;FA;;;WD)",
+                                                         SDDL_REVISION_1, given, nullptr);
+    BOOL ignored = FALSE;
+    GetSecurityDescriptorOwner(*given, owner, &ignored);
+    GetSecurityDescriptorGroup(*given, group, &ignored);
+    GetSecurityDescriptorDacl(*given, &ignored, dacl, &ignored);
+    gRead.wantsSacl = sacl != nullptr;
+    if (sacl != nullptr) {
+        GetSecurityDescriptorSacl(*given, &ignored, sacl, &ignored);
+    }
+    return ERROR_SUCCESS;
+}
+
+DWORD WINAPI readNamed(LPCWSTR name, SE_OBJECT_TYPE type, SECURITY_INFORMATION bits, PSID* owner,
+                       PSID* group, PACL* dacl, PACL* sacl, PSECURITY_DESCRIPTOR* given) {
+    gRead = {.name = name, .handle = nullptr, .type = type, .bits = bits, .wantsSacl = false};
+    return giveParts(owner, group, dacl, sacl, given);
+}
+
+DWORD WINAPI readOpen(HANDLE handle, SE_OBJECT_TYPE type, SECURITY_INFORMATION bits, PSID* owner,
+                      PSID* group, PACL* dacl, PACL* sacl, PSECURITY_DESCRIPTOR* given) {
+    gRead = {.name = {}, .handle = handle, .type = type, .bits = bits, .wantsSacl = false};
+    return giveParts(owner, group, dacl, sacl, given);
+}
+
+void expectFullParts(const SecurityDescriptor& security, bool withSacl) {
+    EXPECT_EQ(gRead.bits, withSacl ? 15U : 7U);
+    EXPECT_EQ(gRead.wantsSacl, withSacl);
+    EXPECT_EQ(security.owner().text(), "S-1-5-32-544");
+    EXPECT_EQ(security.group().text(), "S-1-5-18");
+    EXPECT_EQ(security.dacl().aceCount(), 1U);
+    EXPECT_EQ(security.sacl().acl() != nullptr, withSacl);
+}
+
+// Their fixture doesn't count: the last name stays in memory.
+
+TEST(DescriptorCallTest, ANamedObjectIsAskedForOwnerGroupAndDaclAndWhereWantedForTheSacl) {
+    const ReplacedCall<decltype(GetNamedSecurityInfoW)> call("GetNamedSecurityInfoW", readNamed);
+    for (const bool withSacl : {false, true}) {
+        expectFullParts(SecurityDescriptor("c:/a", SE_FILE_OBJECT, withSacl), withSacl);
+        EXPECT_EQ(gRead.name, L"\\\\?\\c:\\a");
+        EXPECT_EQ(gRead.type, SE_FILE_OBJECT);
+        const SecurityDescriptor other("d/\xC3\xA4", SE_SERVICE, withSacl);
+        expectFullParts(other, withSacl);
+        EXPECT_EQ(gRead.name, L"d/\u00e4");
+        EXPECT_EQ(gRead.type, SE_SERVICE);
+        EXPECT_EQ(other.objectType(), SE_SERVICE);
+        EXPECT_EQ(other.objectKind(), UNKNOWN);
+    }
+}
+
+TEST(DescriptorCallTest, AnOpenObjectIsAskedForOwnerGroupAndDaclAndWhereWantedForTheSacl) {
+    const ReplacedCall<decltype(GetSecurityInfo)> call("GetSecurityInfo", readOpen);
+    for (const bool withSacl : {false, true}) {
+        const SecurityDescriptor security(GetCurrentThread(), SE_KERNEL_OBJECT, withSacl);
+        expectFullParts(security, withSacl);
+        EXPECT_EQ(gRead.handle, GetCurrentThread());
+        EXPECT_EQ(gRead.type, SE_KERNEL_OBJECT);
+        EXPECT_EQ(security.objectType(), SE_KERNEL_OBJECT);
+        EXPECT_EQ(security.objectKind(), UNKNOWN);
+    }
+}
+
+uint32_t kindOf(HANDLE object) {
+    const ReplacedCall<decltype(GetSecurityInfo)> call("GetSecurityInfo", readOpen);
+    return SecurityDescriptor(object, SE_FILE_OBJECT, /*withSacl=*/false).objectKind();
+}
+
+TEST_F(DescriptorFileTest, OpenFilesDirectoriesPipesAndDevicesAreToldApart) {
+    const ScopedHandle file = open(mFile);
+    const ScopedHandle folder = open(mFolder.utf8());
+    const ScopedHandle device = open("nul", GENERIC_READ);
+    HANDLE pipe[2] = {};
+    ASSERT_TRUE(CreatePipe(&pipe[0], &pipe[1], nullptr, 0));
+    const ScopedHandle in(pipe[0]);
+    const ScopedHandle out(pipe[1]);
+    EXPECT_EQ(kindOf(file.get()), PLAIN);
+    EXPECT_EQ(kindOf(folder.get()), DIRECTORY);
+    EXPECT_EQ(kindOf(in.get()), PIPE);
+    ASSERT_EQ(GetFileType(device.get()), DWORD{FILE_TYPE_CHAR});
+    EXPECT_EQ(kindOf(device.get()), PLAIN);
+}
+
+TEST_F(DescriptorFileTest, AnOpenDirectoryWhoseAttributesCannotBeReadIsAPlainFile) {
+    const ScopedHandle folder = open(mFolder.utf8());
+    const FailingCall<decltype(GetFileInformationByHandle)> call("GetFileInformationByHandle",
+                                                                 ERROR_ACCESS_DENIED);
+    EXPECT_EQ(kindOf(folder.get()), PLAIN);
+}
+
+TEST_F(DescriptorFileTest, TheDescriptorOfAnOpenFileIsThatOfItsPath) {
+    const SecurityDescriptor byPath(mFile, SE_FILE_OBJECT, /*withSacl=*/false);
+    const SecurityDescriptor byHandle(open(mFile).get(), SE_FILE_OBJECT, /*withSacl=*/false);
+    EXPECT_EQ(byHandle.sddl(7), byPath.sddl(7));
+    EXPECT_EQ(byHandle.objectType(), SE_FILE_OBJECT);
+    EXPECT_EQ(byHandle.objectKind(), PLAIN);
+}
+
+/// What the calls that write descriptors got.
+struct Written {
+    std::wstring name;
+    HANDLE handle;
+    SE_OBJECT_TYPE type;
+    SECURITY_INFORMATION bits;
+    PSID owner, group;
+    PACL dacl, sacl;
+};
+Written gWritten;
+
+DWORD WINAPI writeNamed(LPWSTR name, SE_OBJECT_TYPE type, SECURITY_INFORMATION bits, PSID owner,
+                        PSID group, PACL dacl, PACL sacl) {
+    gWritten = {name, nullptr, type, bits, owner, group, dacl, sacl};
+    return ERROR_SUCCESS;
+}
+
+DWORD WINAPI writeOpen(HANDLE handle, SE_OBJECT_TYPE type, SECURITY_INFORMATION bits, PSID owner,
+                       PSID group, PACL dacl, PACL sacl) {
+    gWritten = {{}, handle, type, bits, owner, group, dacl, sacl};
+    return ERROR_SUCCESS;
+}
+
+void expectWritten(const SecurityDescriptor& security, SECURITY_INFORMATION bits, bool withSacl,
+                   SE_OBJECT_TYPE type) {
+    EXPECT_EQ(gWritten.type, type);
+    EXPECT_EQ(gWritten.bits, bits);
+    EXPECT_EQ(gWritten.owner, security.owner().sid());
+    EXPECT_EQ(gWritten.group, security.group().sid());
+    EXPECT_EQ(gWritten.dacl, security.dacl().acl());
+    EXPECT_EQ(gWritten.sacl, withSacl ? security.sacl().acl() : nullptr);
+}
+
+TEST(DescriptorCallTest, ThePartsThatAreThereAreWrittenAndTheSaclWhereWanted) {
+    const ReplacedCall<decltype(SetNamedSecurityInfoW)> named("SetNamedSecurityInfoW", writeNamed);
+    const ReplacedCall<decltype(SetSecurityInfo)> handle("SetSecurityInfo", writeOpen);
+    struct Row {
+        const char* text;
+        SECURITY_INFORMATION bits, bitsWithSacl;
+    };
+    const Row rows[] = {{"O:BA", 1, 1},
+                        {"G:SY", 2, 2},
+                        {"D:(A;;FA;;;WD)", 4, 4},
+                        {"S:(AU;SA;FA;;;WD)", 0, 8},
+                        {"O:BAG:SYD:(A;;FA;;;WD)S:(AU;SA;FA;;;WD)", 7, 15}};
+    for (const Row& row : rows) {
+        const SecurityDescriptor security(row.text, SDDL_REVISION_1);
+        for (const bool withSacl : {false, true}) {
+            for (const SECURITY_INFORMATION further : {0UL, 0xA0000000UL}) {
+                const DWORD bits = (withSacl ? row.bitsWithSacl : row.bits) | further;
+                security.write("c:/a/b", SE_FILE_OBJECT, withSacl, further);
+                EXPECT_EQ(gWritten.name, L"\\\\?\\c:\\a\\b");
+                expectWritten(security, bits, withSacl, SE_FILE_OBJECT);
+                security.write("a/\xC3\xA4", SE_SERVICE, withSacl, further);
+                EXPECT_EQ(gWritten.name, L"a/\u00e4");
+                expectWritten(security, bits, withSacl, SE_SERVICE);
+                security.write(GetCurrentThread(), SE_KERNEL_OBJECT, withSacl, further);
+                EXPECT_EQ(gWritten.handle, GetCurrentThread());
+                expectWritten(security, bits, withSacl, SE_KERNEL_OBJECT);
+            }
+        }
+    }
+}
+
+TEST_F(DescriptorFileTest, WhatIsWrittenByPathIsReadAgain) {
+    const SecurityIdentifier everyone("S-1-1-0");
+    const SecurityDescriptor security("D:(A;;FR;;;WD)", SDDL_REVISION_1);
+    security.write(mFile, SE_FILE_OBJECT, false, PROTECTED_DACL_SECURITY_INFORMATION);
+    const SecurityDescriptor read(mFile, SE_FILE_OBJECT, false);
+    EXPECT_TRUE(read.dacl().allows(everyone, FILE_GENERIC_READ, 0));
+    EXPECT_FALSE(read.dacl().allows(everyone, FILE_WRITE_DATA, 0));
+}
+
+TEST_F(DescriptorFileTest, WhatIsWrittenToAHandleIsReadAgain) {
+    const SecurityIdentifier everyone("S-1-1-0");
+    const ScopedHandle file = open(mFile, READ_CONTROL | WRITE_DAC);
+    for (const char* text : {"D:(A;;FR;;;WD)", "D:(A;;FRFW;;;WD)"}) {
+        const SecurityDescriptor security(text, SDDL_REVISION_1);
+        security.write(file.get(), SE_FILE_OBJECT, false, PROTECTED_DACL_SECURITY_INFORMATION);
+        const SecurityDescriptor read(file.get(), SE_FILE_OBJECT, false);
+        const bool isWritable = security.dacl().allows(everyone, FILE_WRITE_DATA, 0);
+        EXPECT_TRUE(read.dacl().allows(everyone, FILE_READ_DATA, 0)) << text;
+        EXPECT_EQ(read.dacl().allows(everyone, FILE_WRITE_DATA, 0), isWritable) << text;
+    }
+}
+
+}  // namespace

@@ -1,0 +1,339 @@
+// What files and directories get of the security of others.
+
+#include <memory>
+#include <new>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <windows.h>
+// Behind windows.h.
+#include <aclapi.h>
+#include <sddl.h>
+
+#include "testing/failingcall-win.h"
+#include "testing/replacedcall-win.h"
+#include "testing/securitytest-win.h"
+#include "testing/tempfolder.h"
+#include "util/windows/security/securitydescriptor-win.h"
+#include "util/windows/system-paths-win.h"
+
+namespace {
+
+using testing_support::FailingCall;
+using testing_support::ReplacedCall;
+using testing_support::SecurityTest;
+using testing_support::TempFolder;
+
+/// Gives sources and parents a descriptor of the test's own, and takes what is written.
+class TakenSecurityTest : public SecurityTest {
+protected:
+    struct Entry {
+        BYTE type, flags;
+        ACCESS_MASK mask;
+        std::string sid;
+
+        bool operator==(const Entry&) const = default;
+    };
+    struct Call {
+        std::wstring name;
+        SE_OBJECT_TYPE type;
+        SECURITY_INFORMATION bits;
+    };
+    struct Written : Call {
+        std::string owner, group;
+        bool hasDacl, hasSacl;
+        std::vector<Entry> entries;
+    };
+
+    struct Taken {
+        std::wstring given = L"O:BAG:SYD:(A;OICI;FA;;;WD)";  ///< the text of the descriptor
+        Call read;
+        Written written;
+        int controls = 0;  ///< how often the control was set
+        std::string error;
+    };
+
+    TakenSecurityTest() { sOriginalControl = mControl.original(); }
+    void SetUp() override {
+        SecurityTest::SetUp();
+        sTaken = std::make_unique<Taken>();
+    }
+    void TearDown() override {
+        sTaken.reset();
+        SecurityTest::TearDown();
+    }
+
+    /// Whether it failed with this number and the words for this call.
+    void expectFailed(bool succeeded, const char* word, DWORD error) {
+        EXPECT_EQ(GetLastError(), error) << word;
+        EXPECT_FALSE(succeeded) << word;
+        EXPECT_EQ(sTaken->error, win32ErrorText(word, static_cast<int>(error)));
+    }
+
+    static inline std::unique_ptr<Taken> sTaken;
+    const TempFolder mFolder;
+    const std::string mFile = mFolder.write("file", "text");
+
+private:
+    static DWORD WINAPI read(LPCWSTR name, SE_OBJECT_TYPE type, SECURITY_INFORMATION bits,
+                             PSID* owner, PSID* group, PACL* dacl, PACL*,
+                             PSECURITY_DESCRIPTOR* given) {
+        sTaken->read = {name, type, bits};
+        ConvertStringSecurityDescriptorToSecurityDescriptorW(sTaken->given.c_str(), SDDL_REVISION_1,
+                                                             given, nullptr);
+        BOOL ignored = FALSE;
+        GetSecurityDescriptorOwner(*given, owner, &ignored);
+        GetSecurityDescriptorGroup(*given, group, &ignored);
+        GetSecurityDescriptorDacl(*given, &ignored, dacl, &ignored);
+        return ERROR_SUCCESS;
+    }
+    static DWORD WINAPI write(LPWSTR name, SE_OBJECT_TYPE type, SECURITY_INFORMATION bits,
+                              PSID owner, PSID group, PACL dacl, PACL sacl) {
+        const auto text = [](PSID sid) {
+            return sid != nullptr ? SecurityIdentifier(sid).text() : std::string();
+        };
+        sTaken->written = {{name, type, bits}, text(owner),     text(group),
+                           dacl != nullptr,    sacl != nullptr, {}};
+        const AccessControlList acl(dacl);
+        for (DWORD index = 0; acl.isValid() && index < acl.aceCount(); ++index) {
+            const AccessControlEntry ace = acl.ace(index);
+            sTaken->written.entries.push_back(
+                {ace.type(), ace.flags(), ace.mask(), text(ace.sid().sid())});
+        }
+        return ERROR_SUCCESS;
+    }
+    static BOOL WINAPI control(PSECURITY_DESCRIPTOR descriptor, SECURITY_DESCRIPTOR_CONTROL mask,
+                               SECURITY_DESCRIPTOR_CONTROL values) {
+        EXPECT_EQ(mask, SE_DACL_PROTECTED);
+        EXPECT_EQ(values, SE_DACL_PROTECTED);
+        ++sTaken->controls;
+        return sOriginalControl(descriptor, mask, values);
+    }
+
+    static inline decltype(SetSecurityDescriptorControl)* sOriginalControl = nullptr;
+    ReplacedCall<decltype(GetNamedSecurityInfoW)> mRead{"GetNamedSecurityInfoW", read};
+    ReplacedCall<decltype(SetNamedSecurityInfoW)> mWrite{"SetNamedSecurityInfoW", write};
+    ReplacedCall<decltype(SetSecurityDescriptorControl)> mControl{"SetSecurityDescriptorControl",
+                                                                  control};
+};
+
+using CopySecurityTest = TakenSecurityTest;
+
+TEST_F(CopySecurityTest, OwnerGroupAndDaclOfTheSourceGoToTheTarget) {
+    EXPECT_TRUE(copySecurity("c:/source", "c:/target", /*protect=*/false, &sTaken->error));
+    EXPECT_EQ(sTaken->read.name, L"\\\\?\\c:\\source");
+    EXPECT_EQ(sTaken->read.type, SE_FILE_OBJECT);
+    EXPECT_EQ(sTaken->read.bits, 7U);
+    EXPECT_EQ(sTaken->written.name, L"\\\\?\\c:\\target");
+    EXPECT_EQ(sTaken->written.type, SE_FILE_OBJECT);
+    EXPECT_EQ(sTaken->written.bits, 7U);
+    EXPECT_EQ(sTaken->written.owner, "S-1-5-32-544");
+    EXPECT_EQ(sTaken->written.group, "S-1-5-18");
+    EXPECT_EQ(sTaken->written.entries, (std::vector<Entry>{{0, 3, FILE_ALL_ACCESS, "S-1-1-0"}}));
+    EXPECT_FALSE(sTaken->written.hasSacl);
+    EXPECT_EQ(sTaken->controls, 0);
+    EXPECT_EQ(sTaken->error, "");
+}
+
+TEST_F(CopySecurityTest, OnlyWhatTheSourceHasGoesToTheTarget) {
+    struct Row {
+        const wchar_t* text;
+        SECURITY_INFORMATION bits;
+    };
+    for (const Row& row : {Row{L"O:BA", 1}, Row{L"G:BA", 2}, Row{L"D:(A;;FA;;;WD)", 4}}) {
+        sTaken->given = row.text;
+        EXPECT_TRUE(copySecurity("c:/source", "c:/target", /*protect=*/false));
+        EXPECT_EQ(sTaken->written.bits, row.bits);
+        EXPECT_TRUE(copySecurity("c:/source", "c:/target", /*protect=*/true));
+        EXPECT_EQ(sTaken->written.bits, 0x80000000U | row.bits);
+    }
+}
+
+TEST_F(CopySecurityTest, AProtectedDaclIsMarkedAndSetAsSuch) {
+    EXPECT_TRUE(copySecurity("c:/source", "c:/target", /*protect=*/true, &sTaken->error));
+    EXPECT_EQ(sTaken->controls, 1);
+    EXPECT_EQ(sTaken->written.bits, 0x80000007U);
+}
+
+TEST_F(CopySecurityTest, EachCallThatFailsIsToldByItsWordsAndItsNumber) {
+    const auto copy = [&] { return copySecurity("c:/source", "c:/target", true, &sTaken->error); };
+    {
+        const FailingCall<decltype(GetNamedSecurityInfoW)> call("GetNamedSecurityInfoW",
+                                                                ERROR_BAD_NETPATH);
+        expectFailed(copy(), "GetNamedSecurityInfoW", ERROR_BAD_NETPATH);
+    }
+    {
+        const FailingCall<decltype(SetSecurityDescriptorControl)> call(
+            "SetSecurityDescriptorControl", ERROR_INVALID_SECURITY_DESCR);
+        expectFailed(copy(), "SetSecurityDescriptorControl", ERROR_INVALID_SECURITY_DESCR);
+    }
+    const FailingCall<decltype(SetNamedSecurityInfoW)> call("SetNamedSecurityInfoW",
+                                                            ERROR_INVALID_OWNER);
+    expectFailed(copy(), "SetNamedSecurityInfo", ERROR_INVALID_OWNER);
+    SetLastError(NO_ERROR);
+    EXPECT_FALSE(copySecurity("c:/source", "c:/target", /*protect=*/false));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_OWNER});
+}
+
+TEST(RealCopySecurityTest, TheTargetIsAsOpenAsTheSource) {
+    const TempFolder folder;
+    const SecurityIdentifier everyone("S-1-1-0");
+    const std::string source = folder.write("source", "x");
+    const std::string target = folder.write("target", "x");
+    for (const char* text : {"D:(A;;FR;;;WD)", "D:(A;;FRFW;;;WD)"}) {
+        const SecurityDescriptor given(text, SDDL_REVISION_1);
+        given.write(source, SE_FILE_OBJECT, false, PROTECTED_DACL_SECURITY_INFORMATION);
+        ASSERT_TRUE(copySecurity(source, target, /*protect=*/true));
+        const SecurityDescriptor read(target, SE_FILE_OBJECT, /*withSacl=*/false);
+        EXPECT_TRUE(read.dacl().allows(everyone, FILE_READ_DATA, 0)) << text;
+        EXPECT_EQ(read.dacl().allows(everyone, FILE_WRITE_DATA, 0),
+                  given.dacl().allows(everyone, FILE_WRITE_DATA, 0))
+            << text;
+    }
+}
+
+TEST(RealCopySecurityTest, AFileThatIsMissingIsToldByItsNumber) {
+    const TempFolder folder;
+    const std::string file = folder.write("file", "x");
+    const std::string missing = folder.utf8("missing");
+    std::string error;
+    EXPECT_FALSE(copySecurity(missing, file, /*protect=*/false, &error));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_FILE_NOT_FOUND});
+    EXPECT_EQ(error, win32ErrorText("GetNamedSecurityInfoW", ERROR_FILE_NOT_FOUND));
+    EXPECT_FALSE(copySecurity(file, missing, /*protect=*/false, &error));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_FILE_NOT_FOUND});
+    EXPECT_EQ(error, win32ErrorText("SetNamedSecurityInfo", ERROR_FILE_NOT_FOUND));
+}
+
+using InheritSecurityTest = TakenSecurityTest;
+
+TEST_F(InheritSecurityTest, OwnerAndGroupOfTheParentGoToTheChildWithADacl) {
+    EXPECT_TRUE(inheritSecurity("c:/parent", mFile, &sTaken->error));
+    EXPECT_EQ(sTaken->read.name, L"\\\\?\\c:\\parent");
+    EXPECT_EQ(sTaken->read.type, SE_FILE_OBJECT);
+    EXPECT_EQ(sTaken->read.bits, 7U);
+    EXPECT_EQ(sTaken->written.name, System::unicodePath(mFile));
+    EXPECT_EQ(sTaken->written.type, SE_FILE_OBJECT);
+    EXPECT_EQ(sTaken->written.bits, 7U);
+    EXPECT_EQ(sTaken->written.owner, "S-1-5-32-544");
+    EXPECT_EQ(sTaken->written.group, "S-1-5-18");
+    EXPECT_TRUE(sTaken->written.hasDacl);
+    EXPECT_FALSE(sTaken->written.hasSacl);
+    EXPECT_EQ(sTaken->error, "");
+}
+
+TEST_F(InheritSecurityTest, AnEntryIsInheritedByTheKindOfChildAndItsFlagsChange) {
+    constexpr int none = -1;
+    struct Row {
+        const wchar_t* entry;
+        int ofFile, ofDirectory;
+    };
+    const Row rows[] = {{L"", none, none},       {L"OI", 0x11, none},     {L"CI", none, 0x12},
+                        {L"OICI", 0x13, 0x13},   {L"OIIO", 0x11, none},   {L"CIIO", none, 0x12},
+                        {L"OICIIO", 0x13, 0x13}, {L"OINP", 0x10, none},   {L"CINP", none, 0x10},
+                        {L"OICINP", 0x10, 0x10}, {L"OINPIO", 0x10, none}, {L"OICINPIO", 0x10, 0x10},
+                        {L"NPIO", none, none},   {L"OICIID", 0x13, 0x13}, {L"ID", none, none}};
+    for (const Row& row : rows) {
+        sTaken->given.assign(L"O:BAG:SYD:(A;").append(row.entry).append(L";0x12345;;;WD)");
+        for (const bool isDirectory : {false, true}) {
+            const int flags = isDirectory ? row.ofDirectory : row.ofFile;
+            EXPECT_TRUE(inheritSecurity("c:/parent", isDirectory ? mFolder.utf8() : mFile));
+            EXPECT_EQ(sTaken->written.bits, 7U);
+            EXPECT_EQ(sTaken->written.entries,
+                      flags == none
+                          ? std::vector<Entry>()
+                          : (std::vector<Entry>{{0, static_cast<BYTE>(flags), 0x12345, "S-1-1-0"}}))
+                << testing::PrintToString(std::wstring(row.entry)) << isDirectory;
+        }
+    }
+}
+
+TEST_F(InheritSecurityTest, EntriesKeepTheirOrderKindAndRights) {
+    sTaken->given =
+        L"O:BAG:SYD:(A;OI;FR;;;WD)(D;OI;FW;;;SY)(A;CI;FX;;;WD)(A;OI;FX;;;S-1-5-21-1-2-3-4-5)";
+    EXPECT_TRUE(inheritSecurity("c:/parent", mFile));
+    EXPECT_EQ(sTaken->written.entries,
+              (std::vector<Entry>{{0, 0x11, FILE_GENERIC_READ, "S-1-1-0"},
+                                  {1, 0x11, FILE_GENERIC_WRITE, "S-1-5-18"},
+                                  {0, 0x11, FILE_GENERIC_EXECUTE, "S-1-5-21-1-2-3-4-5"}}));
+}
+
+TEST_F(InheritSecurityTest, TheListHasRoomForAllEntriesWithoutALimit) {
+    static DWORD size;
+    static DWORD revision;
+    static decltype(InitializeAcl)* initialize;
+    const ReplacedCall<decltype(InitializeAcl)> call("InitializeAcl",
+                                                     [](PACL acl, DWORD bytes, DWORD number) {
+                                                         size = bytes;
+                                                         revision = number;
+                                                         return initialize(acl, bytes, number);
+                                                     });
+    initialize = call.original();
+    sTaken->given = L"O:BAG:SYD:";
+    for (int entry = 0; entry < 30; ++entry) {
+        sTaken->given.append(L"(A;OI;FR;;;WD)");
+    }
+    EXPECT_TRUE(inheritSecurity("c:/parent", mFile));
+    EXPECT_EQ(sTaken->written.entries.size(), 30U);
+    EXPECT_EQ(size, 30U * 112 + 8);
+    EXPECT_EQ(revision, DWORD{ACL_REVISION});
+}
+
+TEST_F(InheritSecurityTest, AParentWithoutAValidDaclGivesNone) {
+    sTaken->given = L"O:BAG:SY";
+    EXPECT_TRUE(inheritSecurity("c:/parent", mFile));
+    EXPECT_EQ(sTaken->written.bits, 3U);
+    EXPECT_FALSE(sTaken->written.hasDacl);
+    const ReplacedCall<decltype(IsValidAcl)> call("IsValidAcl", [](PACL) -> BOOL { return FALSE; });
+    sTaken->given = L"O:BAD:(A;OI;FA;;;WD)";
+    EXPECT_TRUE(inheritSecurity("c:/parent", mFile));
+    EXPECT_EQ(sTaken->written.bits, 1U);
+    EXPECT_FALSE(sTaken->written.hasDacl);
+}
+
+TEST_F(InheritSecurityTest, AMissingChildIsToldByNumberTwoAloneBeforeTheParentIsRead) {
+    sTaken->error = "as it was";
+    EXPECT_FALSE(inheritSecurity("c:/parent", mFolder.utf8("a/missing"), &sTaken->error));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_FILE_NOT_FOUND});
+    EXPECT_EQ(sTaken->error, "as it was");
+    EXPECT_EQ(sTaken->read.name, L"");
+}
+
+TEST_F(InheritSecurityTest, EachCallThatFailsIsToldByItsWordsAndItsNumber) {
+    const auto inherit = [&] { return inheritSecurity("c:/parent", mFile, &sTaken->error); };
+    {
+        const FailingCall<decltype(GetNamedSecurityInfoW)> call("GetNamedSecurityInfoW",
+                                                                ERROR_BAD_NETPATH);
+        expectFailed(inherit(), "GetNamedSecurityInfoW", ERROR_BAD_NETPATH);
+    }
+    {
+        const FailingCall<decltype(SetSecurityDescriptorGroup)> call("SetSecurityDescriptorGroup",
+                                                                     ERROR_INVALID_PRIMARY_GROUP);
+        expectFailed(inherit(), "SetSecurityDescriptorGroup", ERROR_INVALID_PRIMARY_GROUP);
+    }
+    {
+        const FailingCall<decltype(AddAce)> call("AddAce", ERROR_ALLOTTED_SPACE_EXCEEDED);
+        expectFailed(inherit(), "AddAce", ERROR_ALLOTTED_SPACE_EXCEEDED);
+    }
+    const FailingCall<decltype(SetNamedSecurityInfoW)> call("SetNamedSecurityInfoW",
+                                                            ERROR_INVALID_OWNER);
+    expectFailed(inherit(), "SetNamedSecurityInfo", ERROR_INVALID_OWNER);
+}
+
+TEST_F(InheritSecurityTest, AFailureOfAnotherKindHasTheNumberZero) {
+    // An ACE of this size is copied where there is no memory for it.
+    constexpr size_t aceSize = 8 + 8 + 15 * 4;
+    sTaken->given = L"O:BAG:SYD:(A;OI;FR;;;S-1-5-1-2-3-4-5-6-7-8-9-10-11-12-13-14-15)";
+    static void* (*original)(size_t);
+    const ReplacedCall<void*(size_t)> noMemory(
+        "malloc", [](size_t size) -> void* { return size == aceSize ? nullptr : original(size); });
+    original = noMemory.original();
+    SetLastError(ERROR_ACCESS_DENIED);
+    EXPECT_FALSE(inheritSecurity("c:/parent", mFile, &sTaken->error));
+    EXPECT_EQ(GetLastError(), DWORD{NO_ERROR});
+    EXPECT_EQ(sTaken->error, std::bad_alloc().what());
+}
+
+}  // namespace

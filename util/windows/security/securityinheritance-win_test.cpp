@@ -1,0 +1,239 @@
+// The descriptors that are derived for children.
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <windows.h>
+// Behind windows.h.
+#include <aclapi.h>
+#include <sddl.h>
+
+#include "testing/debugoutput-win.h"
+#include "testing/failingcall-win.h"
+#include "testing/replacedcall-win.h"
+#include "testing/securitytest-win.h"
+#include "testing/tempfolder.h"
+#include "util/windows/security/securitydescriptor-win.h"
+
+namespace {
+
+using testing_support::DebugOutput;
+using testing_support::expectWin32Failure;
+using testing_support::FailingCall;
+using testing_support::ReplacedCall;
+using testing_support::SecurityTest;
+using testing_support::TempFolder;
+
+/// The first look-up of an account and creation of a descriptor lets the system open things.
+class DerivedDescriptorTest : public SecurityTest {
+protected:
+    DerivedDescriptorTest() { SecurityDescriptor("O:BAG:BA", 1).deriveForChild(false); }
+};
+
+constexpr const char* INHERITABLE =
+    "O:BAG:SYD:(A;OICI;FA;;;WD)(A;OI;FR;;;SY)(A;CI;FW;;;SY)(A;;FA;;;BA)";
+
+/// Whether Windows's call makes a descriptor from that of the parent.
+bool inheritsFromParents() {
+    const SecurityDescriptor parent(INHERITABLE, SDDL_REVISION_1);
+    GENERIC_MAPPING mapping = {};
+    PSECURITY_DESCRIPTOR created = nullptr;
+    if (!CreatePrivateObjectSecurityEx(parent.descriptor(), nullptr, &created, nullptr, FALSE,
+                                       SEF_DACL_AUTO_INHERIT | SEF_DEFAULT_OWNER_FROM_PARENT,
+                                       nullptr, &mapping)) {
+        return false;
+    }
+    const bool hasList = SecurityDescriptor(created).dacl().isValid();
+    DestroyPrivateObjectSecurity(&created);
+    return hasList;
+}
+
+TEST_F(DerivedDescriptorTest, AChildGetsOwnerAndGroupAndTheEntriesForItsKind) {
+    if (!inheritsFromParents()) {
+        GTEST_SKIP() << "CreatePrivateObjectSecurityEx takes nothing from the parent here";
+    }
+    const SecurityDescriptor parent(INHERITABLE, SDDL_REVISION_1);
+    const SecurityIdentifier everyone("S-1-1-0");
+    const SecurityIdentifier system("S-1-5-18");
+    for (const bool isContainer : {false, true}) {
+        const auto child = parent.deriveForChild(isContainer);
+        EXPECT_EQ(child->owner().text(), parent.owner().text());
+        EXPECT_EQ(child->group().text(), parent.group().text());
+        ASSERT_TRUE(child->dacl().isValid());
+        EXPECT_TRUE(child->dacl().allows(everyone, FILE_ALL_ACCESS, INHERITED_ACE));
+        EXPECT_FALSE(child->dacl().allows(parent.owner(), FILE_ALL_ACCESS, 0));
+        EXPECT_NE(child->dacl().allows(system, FILE_READ_DATA, INHERITED_ACE), isContainer);
+        EXPECT_EQ(child->dacl().allows(system, FILE_WRITE_DATA, INHERITED_ACE), isContainer);
+    }
+}
+
+TEST_F(DerivedDescriptorTest, AChildIsOfTheKindOfObjectOfTheParent) {
+    const TempFolder folder;
+    const SecurityDescriptor parent(folder.utf8(), SE_FILE_OBJECT, /*withSacl=*/false);
+    const auto child = parent.deriveForChild(/*isContainer=*/false);
+    EXPECT_NE(child->descriptor(), nullptr);
+    EXPECT_EQ(child->objectType(), SE_FILE_OBJECT);
+    EXPECT_EQ(child->objectKind(), SecurityDescriptor::directory);
+}
+
+/// What CreatePrivateObjectSecurityEx got.
+struct Creation {
+    PSECURITY_DESCRIPTOR parent, creator;
+    GUID* type;
+    BOOL isContainer;
+    ULONG flags;
+    HANDLE token;
+    GENERIC_MAPPING mapping;
+};
+Creation gCreation;
+decltype(CreatePrivateObjectSecurityEx)* gCreate;
+
+BOOL WINAPI noteCreation(PSECURITY_DESCRIPTOR parent, PSECURITY_DESCRIPTOR creator,
+                         PSECURITY_DESCRIPTOR* created, GUID* type, WINBOOL isContainer,
+                         ULONG flags, HANDLE token, PGENERIC_MAPPING mapping) {
+    gCreation = {parent, creator, type, isContainer, flags, token, *mapping};
+    return gCreate(parent, creator, created, type, isContainer, flags, token, mapping);
+}
+
+TEST_F(DerivedDescriptorTest, WindowsIsAskedWithTheRightsOfFilesAndNoTokenOrCreator) {
+    const ReplacedCall<decltype(CreatePrivateObjectSecurityEx)> call(
+        "CreatePrivateObjectSecurityEx", noteCreation);
+    gCreate = call.original();
+    const SecurityDescriptor parent(INHERITABLE, SDDL_REVISION_1);
+    for (const bool isContainer : {false, true}) {
+        parent.deriveForChild(isContainer);
+        EXPECT_EQ(gCreation.parent, parent.descriptor());
+        EXPECT_EQ(gCreation.creator, nullptr);
+        EXPECT_EQ(gCreation.type, nullptr);
+        EXPECT_EQ(gCreation.isContainer, isContainer ? TRUE : FALSE);
+        EXPECT_EQ(gCreation.flags, 121U);
+        EXPECT_EQ(gCreation.token, nullptr);
+        EXPECT_EQ(gCreation.mapping.GenericRead, 0x120089U);
+        EXPECT_EQ(gCreation.mapping.GenericWrite, 0x120116U);
+        EXPECT_EQ(gCreation.mapping.GenericExecute, 0x1200A0U);
+        EXPECT_EQ(gCreation.mapping.GenericAll, 0x1F01FFU);
+    }
+}
+
+PSECURITY_DESCRIPTOR gMade;
+int gDestroyed;
+
+TEST_F(DerivedDescriptorTest, AChildHasACopyOfWhatWindowsMadeWhichIsGivenBack) {
+    const ReplacedCall<decltype(CreatePrivateObjectSecurityEx)> create(
+        "CreatePrivateObjectSecurityEx",
+        [](PSECURITY_DESCRIPTOR, PSECURITY_DESCRIPTOR, PSECURITY_DESCRIPTOR* created, GUID*,
+           WINBOOL, ULONG, HANDLE, PGENERIC_MAPPING) -> WINBOOL {
+            *created = gMade;
+            return TRUE;
+        });
+    const ReplacedCall<decltype(DestroyPrivateObjectSecurity)> destroy(
+        "DestroyPrivateObjectSecurity", [](PSECURITY_DESCRIPTOR* descriptor) -> WINBOOL {
+            gDestroyed += *descriptor == gMade ? 1 : 100;
+            return TRUE;
+        });
+    const SecurityDescriptor made("O:WDG:SYD:(A;ID;FR;;;BA)", SDDL_REVISION_1);
+    gMade = made.descriptor();
+    gDestroyed = 0;
+    const SecurityDescriptor parent(INHERITABLE, SDDL_REVISION_1);
+    const auto child = parent.deriveForChild(/*isContainer=*/false);
+    EXPECT_EQ(gDestroyed, 1);
+    EXPECT_NE(child->descriptor(), made.descriptor());
+    EXPECT_EQ(child->sddl(7), "O:WDG:SYD:(A;ID;FR;;;BA)");
+}
+
+SID_NAME_USE gUse;
+
+BOOL WINAPI giveUse(LPCWSTR, PSID, LPWSTR name, LPDWORD nameLength, LPWSTR domain,
+                    LPDWORD domainLength, PSID_NAME_USE use) {
+    *name = L'\0';
+    *domain = L'\0';
+    *nameLength = 0;
+    *domainLength = 0;
+    *use = gUse;
+    return TRUE;
+}
+
+TEST_F(DerivedDescriptorTest, AnOwnerWithoutAnAccountLeavesANullDescriptor) {
+    const ReplacedCall<decltype(LookupAccountSidW)> call("LookupAccountSidW", giveUse);
+    const TempFolder folder;
+    const SecurityDescriptor parent(folder.utf8(), SE_FILE_OBJECT, /*withSacl=*/false);
+    for (int use = 0; use <= 10; ++use) {
+        gUse = static_cast<SID_NAME_USE>(use);
+        const bool isNobody = use == 6 || use == 7 || use == 8;
+        const auto child = parent.deriveForChild(/*isContainer=*/true);
+        EXPECT_EQ(child->descriptor() == nullptr, isNobody) << use;
+        EXPECT_EQ(child->owner().sid() == nullptr, isNobody) << use;
+        EXPECT_EQ(child->objectType(), isNobody ? SE_UNKNOWN_OBJECT_TYPE : SE_FILE_OBJECT) << use;
+        EXPECT_EQ(child->objectKind(), isNobody ? 0U : SecurityDescriptor::directory) << use;
+    }
+}
+
+TEST_F(DerivedDescriptorTest, AnOwnerThatIsNotKnownToTheSystemLeavesANullDescriptor) {
+    const SecurityDescriptor parent("O:S-1-5-21-1-2-3-4567G:BAD:(A;OICI;FA;;;WD)", SDDL_REVISION_1);
+    EXPECT_EQ(parent.deriveForChild(/*isContainer=*/false)->descriptor(), nullptr);
+}
+
+TEST_F(DerivedDescriptorTest, EachCallThatFailsIsNamedAndNothingIsLeft) {
+    const SecurityDescriptor parent(INHERITABLE, SDDL_REVISION_1);
+    const auto derive = [&] { parent.deriveForChild(/*isContainer=*/false); };
+    {
+        const FailingCall<decltype(LookupAccountSidW)> call("LookupAccountSidW",
+                                                            ERROR_TRUSTED_RELATIONSHIP_FAILURE);
+        expectWin32Failure("LookupAccountSidW", ERROR_TRUSTED_RELATIONSHIP_FAILURE, derive);
+    }
+    {
+        const FailingCall<decltype(CreatePrivateObjectSecurityEx)> call(
+            "CreatePrivateObjectSecurityEx", ERROR_INVALID_OWNER);
+        expectWin32Failure("CreatePrivateObjectSecurityEx", ERROR_INVALID_OWNER, derive);
+    }
+    {
+        const FailingCall<decltype(GetSecurityDescriptorSacl)> call("GetSecurityDescriptorSacl",
+                                                                    ERROR_INVALID_ACL);
+        expectWin32Failure("GetSecurityDescriptorSacl", ERROR_INVALID_ACL, derive);
+    }
+}
+
+/// Destroys a descriptor and says that this failed.
+class FailingDestruction {
+public:
+    FailingDestruction() { sOriginal = mCall.original(); }
+
+private:
+    static BOOL WINAPI destroy(PSECURITY_DESCRIPTOR* descriptor) {
+        sOriginal(descriptor);
+        SetLastError(ERROR_INVALID_SECURITY_DESCR);
+        return FALSE;
+    }
+    static inline decltype(DestroyPrivateObjectSecurity)* sOriginal = nullptr;
+    ReplacedCall<decltype(DestroyPrivateObjectSecurity)> mCall{"DestroyPrivateObjectSecurity",
+                                                               destroy};
+};
+
+TEST_F(DerivedDescriptorTest, AFailureToDestroyWhatWindowsMadeIsNamed) {
+    const FailingDestruction failing;
+    const DebugOutput output;
+    const SecurityDescriptor parent(INHERITABLE, SDDL_REVISION_1);
+    expectWin32Failure("DestroyPrivateObjectSecurity", ERROR_INVALID_SECURITY_DESCR,
+                       [&] { parent.deriveForChild(/*isContainer=*/false); });
+    EXPECT_TRUE(output.texts().empty());
+}
+
+TEST_F(DerivedDescriptorTest, BehindAnotherFailureThatOneGoesToTheDebugger) {
+    const FailingDestruction failing;
+    const DebugOutput output;
+    const SecurityDescriptor parent(INHERITABLE, SDDL_REVISION_1);
+    {
+        const FailingCall<decltype(GetSecurityDescriptorDacl)> call("GetSecurityDescriptorDacl",
+                                                                    ERROR_INVALID_ACL);
+        expectWin32Failure("GetSecurityDescriptorDacl", ERROR_INVALID_ACL,
+                           [&] { parent.deriveForChild(/*isContainer=*/false); });
+    }
+    EXPECT_EQ(
+        output.texts(),
+        std::vector<std::string>{
+            win32ErrorText("DestroyPrivateObjectSecurity", ERROR_INVALID_SECURITY_DESCR) + "\n"});
+}
+
+}  // namespace
