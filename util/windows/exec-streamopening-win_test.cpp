@@ -11,6 +11,7 @@
 
 #include "testing/beforeresume-win.h"
 #include "testing/commandtest-win.h"
+#include "testing/largefile-win.h"
 #include "testing/recordedstarts-win.h"
 #include "testing/replacedcall-win.h"
 #include "testing/systemmessage-win.h"
@@ -26,6 +27,10 @@ using testing_support::CommandResult;
 using testing_support::CommandTest;
 using testing_support::execChild;
 using testing_support::fileContent;
+using testing_support::inspectLargeFile;
+using testing_support::LARGE_SIZE;
+using testing_support::makeLargeFile;
+using testing_support::NarrowFilePointer;
 using testing_support::RecordedStarts;
 using testing_support::ReplacedCall;
 using testing_support::StandardFiles;
@@ -331,6 +336,26 @@ TEST_F(ExecStreamCopyTest, WithoutACopyBothStreamsHaveOneHandle) {
         EXPECT_EQ(starts.last().startup.hStdError, starts.last().startup.hStdOutput);
         EXPECT_EQ(closings(starts.last().startup.hStdOutput), capture ? 1 : 0);
     }
+}
+
+using ExecAppendTest = CommandTest;
+
+TEST_F(ExecAppendTest, AFileAbove4GigabytesIsAppendedToAtItsEnd) {
+    Exec::RunInfo info = childInfo("say more");
+    info.mStdoutMode = streamAppend;
+    info.mStdoutFile = mFolder.utf8("log");
+    if (!makeLargeFile(info.mStdoutFile)) {
+        GTEST_SKIP() << "this system has no file above 4 GB";
+    }
+    {
+        const NarrowFilePointer pointer;
+        EXPECT_EQ(mExec->run(info).code, 0);
+    }
+    std::string head(4, 'x');
+    std::string tail(5, 'x');
+    EXPECT_EQ(inspectLargeFile(info.mStdoutFile, head, tail), LARGE_SIZE + 4);
+    EXPECT_EQ(head, std::string(4, '\0')) << "its start stays";
+    EXPECT_EQ(tail, std::string("\0more", 5));
 }
 
 }  // namespace

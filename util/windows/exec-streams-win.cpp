@@ -110,7 +110,7 @@ HANDLE openNamed(ChildStreams& streams, StreamMode mode, const std::string& path
     const DWORD disposition = mode == streamFile ? CREATE_ALWAYS : OPEN_ALWAYS;
     const HANDLE file = openInheritable(streams, path, {readWrite, shareReadWrite, disposition, 0});
     if (file != noHandle && mode == streamAppend) {
-        SetFilePointer(file, 0, /*lpDistanceToMoveHigh=*/nullptr, FILE_END);
+        SetFilePointerEx(file, LARGE_INTEGER{}, /*lpNewFilePointer=*/nullptr, FILE_END);
     }
     return file;
 }
