@@ -119,7 +119,12 @@ int mount::type(std::string& result, std::nothrow_t) const {
 
 mount_option mount::options() const {
     mount_option result;
-    check("vrpsx::mount::options", raw(), options(result, std::nothrow));
+    const int code = options(result, std::nothrow);
+    if (code != 0) {
+        // Before the words for the failure are asked for.
+        mount_option().swap(result);
+    }
+    check("vrpsx::mount::options", raw(), code);
     return result;
 }
 int mount::options(mount_option& result, std::nothrow_t) const {

@@ -121,6 +121,55 @@ TEST(VrpsxFailureTest, TheWordsComeFromTheObjectsOwnSystem) {
 }
 
 vrpsx::raw::system_table gOriginal;
+const PosixProvider* gProvider = nullptr;
+posixprovider_counter gCounter = POSIXPROVIDER_COUNTERS;
+int gCountWhenAsked = -1;
+
+/// The words, and how many of the objects that are counted were alive when they were asked for.
+int countAndTell(vrpsx::raw::system* self, int code, vrpsx::raw::error_string** result) {
+    gCountWhenAsked = gProvider->count(gCounter);
+    return gOriginal.error_text(self, code, result);
+}
+
+TEST(VrpsxFailureTest, WhatComesWithAFailureIsGoneBeforeTheWordsAreAskedFor) {
+    const struct {
+        posixprovider_entry entry;
+        posixprovider_counter counter;
+        void (*call)(const embedding&);
+    } rows[] = {
+        {POSIXPROVIDER_SYSTEM_UNAME, POSIXPROVIDER_COUNT_UNAME_RESULTS,
+         [](const embedding& e) { e.uname(); }},
+        {POSIXPROVIDER_SYSTEM_MUTEX_CREATE, POSIXPROVIDER_COUNT_MUTEXES,
+         [](const embedding& e) { e.mutex_create(); }},
+        {POSIXPROVIDER_SYSTEM_COND_CREATE, POSIXPROVIDER_COUNT_CONDS,
+         [](const embedding& e) { e.cond_create(); }},
+        {POSIXPROVIDER_SYSTEM_READLINK, POSIXPROVIDER_COUNT_BUFFERS,
+         [](const embedding& e) { e.readlink("/link", nullptr); }},
+        {POSIXPROVIDER_SYSTEM_GET_MOUNTS, POSIXPROVIDER_COUNT_MOUNTS,
+         [](const embedding& e) { e.get_mounts(); }},
+        {POSIXPROVIDER_EXTERNALIZE_PATH, POSIXPROVIDER_COUNT_BUFFERS,
+         [](const embedding& e) { e.externalize_path("/one", nullptr); }},
+        {POSIXPROVIDER_MOUNT_OPTIONS, POSIXPROVIDER_COUNT_MOUNT_OPTIONS,
+         [](const embedding& e) { e.get_mounts().options(); }},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.entry);
+        PosixProvider provider;
+        provider.setMounts(MOUNTS);
+        testing_support::PatchedSystem patched(provider);
+        gOriginal = *patched.original;
+        patched.table.error_text = &countAndTell;
+        gProvider = &provider;
+        gCounter = row.counter;
+        gCountWhenAsked = -1;
+        const embedding e = embeddingOf(provider);
+        e.symlink("somewhere", "/link");
+        provider.failNextWithResult(row.entry, CODE);
+        EXPECT_THROW(row.call(e), vrpsx::system_exception_t);
+        EXPECT_EQ(gCountWhenAsked, 0);
+    }
+}
+
 constexpr size_t LARGE = 20'000;
 
 /// A runtime that uses all of the storage.

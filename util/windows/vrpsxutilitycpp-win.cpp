@@ -56,6 +56,17 @@ void check(const char* context, const system& source, int code) {
     }
 }
 
+/// The result, unless its call failed. What came with a failure is disposed of before the failure's
+/// words are asked for.
+template <class Result>
+Result checked(const char* context, const system& source, int code, Result& result) {
+    if (code != 0) {
+        Result().swap(result);
+    }
+    check(context, source, code);
+    return std::move(result);
+}
+
 raw::buffer_owner* owner_of(raw::system* source) {
     // A system frees by its first entry, as every owner of buffers does.
     return reinterpret_cast<raw::buffer_owner*>(source);
@@ -170,8 +181,8 @@ void system::exit(int code) const {
 
 uname_result system::uname() const {
     uname_result result;
-    check("vrpsx::system::uname", *this, uname(result, std::nothrow));
-    return result;
+    const int code = uname(result, std::nothrow);
+    return checked("vrpsx::system::uname", *this, code, result);
 }
 int system::uname(uname_result& result, std::nothrow_t) const {
     raw::uname_result* stored = nullptr;
@@ -258,8 +269,8 @@ int system::thread_join(raw::thread_id thread, std::nothrow_t) const {
 
 mutex system::mutex_create() const {
     mutex result;
-    check("vrpsx::system::mutex_create", *this, mutex_create(result, std::nothrow));
-    return result;
+    const int code = mutex_create(result, std::nothrow);
+    return checked("vrpsx::system::mutex_create", *this, code, result);
 }
 int system::mutex_create(mutex& result, std::nothrow_t) const {
     raw::mutex* stored = nullptr;
@@ -270,8 +281,8 @@ int system::mutex_create(mutex& result, std::nothrow_t) const {
 
 cond system::cond_create() const {
     cond result;
-    check("vrpsx::system::cond_create", *this, cond_create(result, std::nothrow));
-    return result;
+    const int code = cond_create(result, std::nothrow);
+    return checked("vrpsx::system::cond_create", *this, code, result);
 }
 int system::cond_create(cond& result, std::nothrow_t) const {
     raw::cond* stored = nullptr;
@@ -289,8 +300,8 @@ int system::symlink(const char* target, const char* path, std::nothrow_t) const 
 
 buffer_result system::readlink(const char* path, raw::allocator* buffers) const {
     buffer_result result;
-    check("vrpsx::system::readlink", *this, readlink(path, buffers, result, std::nothrow));
-    return result;
+    const int code = readlink(path, buffers, result, std::nothrow);
+    return checked("vrpsx::system::readlink", *this, code, result);
 }
 int system::readlink(const char* path, raw::allocator* buffers, buffer_result& result,
                      std::nothrow_t) const {
@@ -314,8 +325,8 @@ int system::path_call(const char* path, std::nothrow_t) const {
 
 mount system::get_mounts() const {
     mount result;
-    check("vrpsx::system::get_mounts", *this, get_mounts(result, std::nothrow));
-    return result;
+    const int code = get_mounts(result, std::nothrow);
+    return checked("vrpsx::system::get_mounts", *this, code, result);
 }
 int system::get_mounts(mount& result, std::nothrow_t) const {
     raw::mount* stored = nullptr;
@@ -345,8 +356,8 @@ int embedding::convert(path_entry entry, const char* path, raw::allocator* buffe
 buffer_result embedding::convert(const char* context, path_entry entry, const char* path,
                                  raw::allocator* buffers) const {
     buffer_result result;
-    check(context, *this, convert(entry, path, buffers, result));
-    return result;
+    const int code = convert(entry, path, buffers, result);
+    return checked(context, *this, code, result);
 }
 
 buffer_result embedding::internalize_path(const char* path, raw::allocator* buffers) const {
