@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -55,6 +56,25 @@ TEST(SystemReadBytesTest, AShortReadIsNotNoticed) {
     std::string content;
     EXPECT_TRUE(System::readBytes(folder.write("a", "12"), content, 4));
     EXPECT_EQ(content, std::string("12\0\0", 4));
+}
+
+int gReads;
+
+TEST(SystemReadBytesTest, OneReadIsAllThatIsMade) {
+    const TempFolder folder;
+    const std::string path = folder.write("a", "123");
+    gReads = 0;
+    const ReplacedCall<decltype(ReadFile)> call(
+        "ReadFile", [](HANDLE, LPVOID buffer, DWORD, LPDWORD count, LPOVERLAPPED) -> BOOL {
+            ++gReads;
+            *static_cast<char*>(buffer) = '1';
+            *count = 1;
+            return TRUE;
+        });
+    std::string content;
+    EXPECT_TRUE(System::readBytes(path, content, 3));
+    EXPECT_EQ(content, std::string("1\0\0", 3));
+    EXPECT_EQ(gReads, 1);
 }
 
 TEST(SystemReadBytesTest, TheFileIsSharedWithReadersOnly) {
@@ -158,6 +178,19 @@ TEST(SystemTemporaryFileNameTest, WithoutThatFolderTheRootOfDriveCDoes) {
         EXPECT_EQ(System::temporaryFileName("", "nb"), "");
         EXPECT_EQ(folder, L"\\\\?\\c:\\");
     }
+}
+
+TEST(SystemTemporaryFileNameTest, AFolderOnAShareIsAskedForAndToldAsOne) {
+    const ReplacedCall<decltype(GetTempFileNameW)> call(
+        "GetTempFileNameW", [](LPCWSTR where, LPCWSTR prefix, UINT unique, LPWSTR name) -> UINT {
+            EXPECT_STREQ(where, L"\\\\?\\UNC\\srv\\sh");
+            EXPECT_STREQ(prefix, L"nb");
+            EXPECT_EQ(unique, 0U);
+            const std::wstring_view made(L"\\\\?\\UNC\\srv\\sh\\nb1.tmp\0behind", 31);
+            made.copy(name, made.size());
+            return 1;
+        });
+    EXPECT_EQ(System::temporaryFileName("//srv/sh", "nb"), "\\\\srv\\sh\\nb1.tmp");
 }
 
 TEST(SystemTemporaryFileNameTest, AFailureGivesNoName) {

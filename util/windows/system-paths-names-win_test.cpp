@@ -205,11 +205,17 @@ TEST(ShortPathTest, ANameThatIsMissingFailsAndLeavesTheAbsoluteForm) {
 }
 
 TEST(ShortPathTest, AnAnswerAbove260IsTheLengthOfATextThatIsNotFetched) {
-    const ReplacedCall<decltype(GetShortPathNameW)> call(
-        "GetShortPathNameW", [](LPCWSTR, LPWSTR, DWORD) -> DWORD { return 300; });
+    gCalls = 0;
+    const ReplacedCall<decltype(GetShortPathNameW)> call("GetShortPathNameW",
+                                                         [](LPCWSTR, LPWSTR, DWORD room) -> DWORD {
+                                                             ++gCalls;
+                                                             EXPECT_EQ(room, 260U);
+                                                             return 300;
+                                                         });
     std::string result;
     EXPECT_TRUE(System::shortPath("c:/x", result));
-    EXPECT_EQ(result.size(), 300U);
+    EXPECT_EQ(result, std::string(300, '\0'));
+    EXPECT_EQ(gCalls, 1);
 }
 
 }  // namespace

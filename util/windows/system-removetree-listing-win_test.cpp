@@ -30,6 +30,7 @@ struct Listed {
 std::vector<Listed> gListing;
 size_t gNext;
 DWORD gFirstError, gNextError;
+DWORD gInnerError;              // of the listing of any other directory
 DWORD gRefusal, gLaterRefusal;  // the errors of the first refusal and of all others
 std::vector<std::wstring> gCalls;
 std::vector<std::wstring> gRefused;
@@ -48,7 +49,7 @@ BOOL answer(LPWIN32_FIND_DATAW entry) {
 HANDLE WINAPI findFirst(LPCWSTR pattern, LPWIN32_FIND_DATAW entry) {
     gCalls.push_back(std::wstring(L"find ") + pattern);
     if (gFirstError != ERROR_SUCCESS || std::wstring(pattern) != PATTERN) {
-        SetLastError(gFirstError != ERROR_SUCCESS ? gFirstError : ERROR_FILE_NOT_FOUND);
+        SetLastError(gFirstError != ERROR_SUCCESS ? gFirstError : gInnerError);
         return INVALID_HANDLE_VALUE;
     }
     answer(entry);
@@ -82,6 +83,7 @@ protected:
         gNext = 0;
         gFirstError = ERROR_SUCCESS;
         gNextError = ERROR_NO_MORE_FILES;
+        gInnerError = ERROR_FILE_NOT_FOUND;
         gCalls.clear();
         gRefused.clear();
         gRefusal = ERROR_ACCESS_DENIED;
@@ -200,6 +202,35 @@ TEST_F(SystemRemoveTreeListingTest, AnEmptyListingIsNoFailure) {
     gCalls.clear();
     EXPECT_TRUE(removeTree("c:/t").result);
     EXPECT_EQ(gCalls.size(), 1U) << "nothing is there";
+}
+
+TEST_F(SystemRemoveTreeListingTest, ASubdirectoryThatIsGoneMeanwhileIsNoFailure) {
+    gListing.push_back({L"d", FILE_ATTRIBUTE_DIRECTORY});
+    gListing.push_back({L"d2", FILE_ATTRIBUTE_DIRECTORY});
+    gListing.push_back({L"f", FILE_ATTRIBUTE_NORMAL});
+    gInnerError = ERROR_PATH_NOT_FOUND;
+    const Removal removal = removeTree("c:/t");
+    EXPECT_TRUE(removal.result);
+    EXPECT_EQ(removal.message, "");
+    EXPECT_EQ(gCalls, (Calls{std::wstring(L"find ") + PATTERN, L"find \\\\?\\c:\\t\\d\\*",
+                             L"find \\\\?\\c:\\t\\d2\\*", L"file \\\\?\\c:\\t\\f", L"close",
+                             L"directory \\\\?\\c:\\t"}));
+}
+
+TEST_F(SystemRemoveTreeListingTest, ASubdirectoryThatCannotBeListedIsToldWithItsOwnPattern) {
+    gListing.push_back({L"d1", FILE_ATTRIBUTE_DIRECTORY});
+    gListing.push_back({L"d2", FILE_ATTRIBUTE_DIRECTORY});
+    gListing.push_back({L"f", FILE_ATTRIBUTE_NORMAL});
+    gInnerError = ERROR_ACCESS_DENIED;
+    const Removal removal = removeTree("c:/t");
+    EXPECT_FALSE(removal.result);
+    EXPECT_EQ(
+        removal.message,
+        "System::removeTree got error from FindFirstFileW(\"\\\\?\\c:\\t\\d1\\*\"): It can't be");
+    EXPECT_EQ(toldError(), DWORD{ERROR_ACCESS_DENIED});
+    EXPECT_EQ(gCalls, (Calls{std::wstring(L"find ") + PATTERN, L"find \\\\?\\c:\\t\\d1\\*",
+                             L"directory \\\\?\\c:\\t\\d1", L"file \\\\?\\c:\\t\\f", L"close",
+                             L"directory \\\\?\\c:\\t"}));
 }
 
 TEST_F(SystemRemoveTreeListingTest, AListingThatBreaksOffIsTold) {

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <iterator>
 #include <stdexcept>
 #include <string>
@@ -109,6 +110,13 @@ TEST_F(Utf8StreamTest, AnEmptyFileEndsAtTheFirstRead) {
         utf8streambuf buffer(file(""), codePage, /*lenient=*/false);
         EXPECT_EQ(buffer.sgetc(), std::char_traits<char>::eof());
     }
+}
+
+TEST_F(Utf8StreamTest, WhatIsAppendedBehindAnEndThatWasReachedIsNotRead) {
+    utf8streambuf buffer(file("x"), 1252, /*lenient=*/false);
+    EXPECT_EQ(buffer.sbumpc(), 'x');
+    std::ofstream(mFolder.path() / "text", std::ios::app) << "y";
+    EXPECT_EQ(buffer.sgetc(), std::char_traits<char>::eof());
 }
 
 TEST_F(Utf8StreamTest, AFileOfCodePage1252IsReadAsUtf8) {
