@@ -135,6 +135,20 @@ TEST_F(ExecAlternateTest, ItsStreamsAreMergedAndCapturedAsTheCommands) {
     EXPECT_EQ(streams.outputContent(), "xy");
 }
 
+TEST_F(ExecAlternateTest, ItsExitCodeIsReadAsThatOfTheCygwinCommand) {
+    Exec::RunInfo info = alternateInfo("exit 0x100");
+    info.mCygwinCommand = true;
+    mExec->mCygwinMajor = 1005;
+    mExec->mCygwinMinor = 13;
+    EXPECT_EQ(mExec->run(info).code, 1);
+    info = alternateInfo("exit 0x900");
+    info.mCygwinCommand = true;
+    mExec->mCygwinMajor = 0;
+    mExec->mCygwinMinor = 0;
+    EXPECT_EQ(mExec->run(info).code, 0x900);
+    EXPECT_EQ(mExec->childSignal(), 9U);
+}
+
 TEST_F(ExecAlternateTest, OneThatCannotBeStartedIsNotSpokenOf) {
     Exec::RunInfo info = alternateInfo("");
     for (const std::string& alternate : {std::string("missing-alternate"), std::string("\"\"")}) {

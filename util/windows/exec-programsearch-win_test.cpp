@@ -3,7 +3,11 @@
 
 #include "util/windows/exec-programsearch-win.h"
 
+#include <array>
+#include <bit>
+#include <cstddef>
 #include <filesystem>
+#include <new>
 #include <optional>
 #include <set>
 #include <stdexcept>
@@ -50,6 +54,34 @@ private:
     std::set<std::string> mOthers;
     mutable Names mAsked;
 };
+
+/// A test that notes its end.
+class EndingFiles : public KnownFiles {
+public:
+    explicit EndingFiles(bool& hasEnded) : mHasEnded(hasEnded) {}
+    ~EndingFiles() override { mHasEnded = true; }
+
+private:
+    bool& mHasEnded;
+};
+
+/// What a pointer to a virtual operation consists of.
+struct OperationPointer {
+    size_t tableOffset;  ///< plus 1, which tells it from a function's address
+    ptrdiff_t adjustment;
+};
+
+// A test that is made in another module is known by the places of its operations.
+TEST(IsFileExecutableTest, TheTestStandsInFrontOfTheDestructor) {
+    EXPECT_EQ(std::bit_cast<OperationPointer>(&System::IsFileExecutable::operator()).tableOffset,
+              1U);
+    bool hasEnded = false;
+    alignas(EndingFiles) std::array<std::byte, sizeof(EndingFiles)> memory;
+    System::IsFileExecutable* const files = new (memory.data()) EndingFiles(hasEnded);
+    const OperationPointer second{sizeof(void*) + 1, 0};
+    (files->*std::bit_cast<void (System::IsFileExecutable::*)()>(second))();
+    EXPECT_TRUE(hasEnded);
+}
 
 /// What a search throws; empty if it finds something.
 std::string failureOf(const KnownFiles& files, const std::string& name, const char* path,

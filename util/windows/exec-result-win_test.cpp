@@ -288,6 +288,15 @@ TEST_F(ExecResultTest, TheCodeOfACygwinCommandIsReadAsItsVersionWritesIt) {
     }
 }
 
+TEST_F(ExecResultTest, TheCodeOfACygwinCommandIsLoggedAsItCame) {
+    mExec->mCygwinMajor = 1005;
+    mExec->mCygwinMinor = 13;
+    Exec::RunInfo info = childInfo("exit 256");
+    info.mCygwinCommand = true;
+    EXPECT_EQ(mExec->run(info).code, 1);
+    EXPECT_EQ(logOfTheEnd(), "\texit code 256\n");
+}
+
 TEST_F(ExecResultTest, TheCodeOfAnyOtherCommandStaysWhatItIs) {
     mExec->mCygwinMajor = 1005;
     mExec->mCygwinMinor = 13;

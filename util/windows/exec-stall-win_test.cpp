@@ -176,6 +176,17 @@ TEST_F(StallTest, WhatWasWrittenBeforeAStallComesBackInFrontOfTheText) {
     EXPECT_EQ(merged.error, "");
 }
 
+TEST_F(StallTest, TheSignalOfAStalledCygwinCommandIsKnown) {
+    Exec::RunInfo info;
+    info.mDirectArgv = {waitedChild("make " + file("ready") + " sleep 60000")};
+    info.mCygwinCommand = true;
+    exec.setStallRules(everyCommand(500, TIME | IO));
+    exec.mChildSignal = 77;
+    atFirstWake("ready");
+    EXPECT_EQ(exec.run(info).code, 1);
+    EXPECT_EQ(exec.childSignal(), 1U) << "bits 8 to 14 of what a break makes of a process";
+}
+
 TEST_F(StallTest, TheTextsOfAStalledCommandAreNotConverted) {
     Exec::RunInfo info;
     info.mDirectArgv = {waitedChild("say16 x make " + file("ready") + " sleep 60000")};
