@@ -136,14 +136,15 @@ TEST(ExitWithSignalTest, WhatFailsIsThrownAndTheProcessGoesOn) {
     const struct {
         posixprovider_entry entry;
         const char* text;
+        int unblockings;  ///< the default disposition comes first
     } rows[] = {
-        {POSIXPROVIDER_SYSTEM_SIGACTION_INIT, "vrpsx::system::sigaction_init: error 9999"},
-        {POSIXPROVIDER_SYSTEM_SIGACTION, "vrpsx::system::sigaction: error 9999"},
-        {POSIXPROVIDER_SYSTEM_SIGSET_INIT, "vrpsx::system::sigset_init: error 9999"},
-        {POSIXPROVIDER_SIGSET_ADD, "vrpsx::sigset::add: error 9999"},
-        {POSIXPROVIDER_SYSTEM_THREAD_SIGMASK, "vrpsx::system::thread_sigmask: error 9999"},
-        {POSIXPROVIDER_SYSTEM_KILL, "vrpsx::system::kill: error 9999"},
-        {POSIXPROVIDER_SYSTEM_NANOSLEEP, "vrpsx::system::nanosleep: error 9999"},
+        {POSIXPROVIDER_SYSTEM_SIGACTION_INIT, "vrpsx::system::sigaction_init: error 9999", 0},
+        {POSIXPROVIDER_SYSTEM_SIGACTION, "vrpsx::system::sigaction: error 9999", 0},
+        {POSIXPROVIDER_SYSTEM_SIGSET_INIT, "vrpsx::system::sigset_init: error 9999", 0},
+        {POSIXPROVIDER_SIGSET_ADD, "vrpsx::sigset::add: error 9999", 0},
+        {POSIXPROVIDER_SYSTEM_THREAD_SIGMASK, "vrpsx::system::thread_sigmask: error 9999", 1},
+        {POSIXPROVIDER_SYSTEM_KILL, "vrpsx::system::kill: error 9999", 1},
+        {POSIXPROVIDER_SYSTEM_NANOSLEEP, "vrpsx::system::nanosleep: error 9999", 1},
     };
     for (const auto& row : rows) {
         PosixProvider provider;
@@ -157,6 +158,7 @@ TEST(ExitWithSignalTest, WhatFailsIsThrownAndTheProcessGoesOn) {
                 EXPECT_EQ(failure.code, CODE);
             }
         }
+        EXPECT_EQ(provider.calls(POSIXPROVIDER_SYSTEM_THREAD_SIGMASK), row.unblockings) << row.text;
         EXPECT_EQ(provider.calls(POSIXPROVIDER_SYSTEM_EXIT), 0);
         provider.expectClean();
     }

@@ -152,6 +152,26 @@ TEST(SignalThreadTest, ASignalWithoutAHandlerIsTold) {
     EXPECT_EQ(counter.count(), 0);
 }
 
+TEST(SignalThreadTest, ASigusr2ToAThreadThatIsToGoOnOnlyWakesIt) {
+    PosixProvider provider;
+    SignalCounter counter;
+    connector c(embeddingOf(provider));
+    EXPECT_EQ(printedBy([&] {
+                  c.start_signal_thread({{SIGINT_NUMBER, counter.handler()}});
+                  awaitReceiver(provider);
+                  provider.raise(POSIXPROVIDER_SIGUSR2);
+                  EXPECT_TRUE(eventually(
+                      [&] { return provider.calls(POSIXPROVIDER_SYSTEM_SIGWAIT) == 2; }));
+                  provider.raise(SIGINT_NUMBER);
+                  EXPECT_TRUE(counter.becomes(1));
+                  EXPECT_EQ(provider.calls(POSIXPROVIDER_COND_BROADCAST), 0);
+                  c.stop_signal_thread();
+              }),
+              "");
+    EXPECT_EQ(counter.count(), 1);
+    EXPECT_EQ(provider.count(POSIXPROVIDER_COUNT_THREADS), 0);
+}
+
 TEST(SignalThreadTest, AHandlerMayCallTheConnector) {
     PosixProvider provider;
     provider.addProcess(4321, 77, 70);
