@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstddef>
+#include <ostream>
+#include <sstream>
 #include <streambuf>
 #include <string>
 
@@ -44,6 +46,30 @@ private:
     size_t mRefused;
     size_t mCount = 0;
 };
+
+/// A stream's buffer that counts how often it is flushed.
+class FlushCounter : public std::streambuf {
+public:
+    int flushes = 0;
+
+protected:
+    int sync() override {
+        ++flushes;
+        return 0;
+    }
+};
+
+/// Whether writing to a stream flushes the one that it is tied to, as everything does that is
+/// written under a stream's sentry.
+template <class Inserted>
+bool flushesTied(const Inserted& inserted) {
+    FlushCounter counter;
+    std::ostream tied(&counter);
+    std::ostringstream out;
+    out.tie(&tied);
+    out << inserted;
+    return counter.flushes != 0;
+}
 
 /// A stream's buffer that takes so many characters and throws at the next.
 class ThrowingBuffer : public std::streambuf {

@@ -277,6 +277,7 @@ bool WrappedOutput::putCharacter(std::string_view text) {
         if (!put("\"") || !lineFeed() || !putSpaces(mLayout.indent) || !put("\"")) {
             return false;
         }
+        mLayout.column = mLayout.indent + 1;  // meant: of a margin below 0 too
     }
     return put(text);
 }

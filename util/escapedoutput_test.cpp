@@ -13,8 +13,8 @@
 
 namespace {
 
+using testing_support::flushesTied;
 using testing_support::printed;
-
 using testing_support::RefusingBuffer;
 using testing_support::SmallBuffer;
 using testing_support::ThrowingBuffer;
@@ -245,6 +245,15 @@ TEST(EscapedOutputTest, AStreamThatTakesNoMoreFailsAndAFailedOneGetsNothing) {
     expectFailure(EscapedUtf8{"a\xC3\xA9"}, "a\\u00e9");
     expectFailure(ShellQuoted{"a b"}, "'a b'");
     expectFailure(ShellArgument{""}, "''");
+}
+
+TEST(EscapedOutputTest, AStreamThatIsTiedToTheirsIsFlushedFirst) {
+    EXPECT_TRUE(flushesTied(EscapedBytes{"a"}));
+    EXPECT_TRUE(flushesTied(EscapedUnits{u"a"}));
+    EXPECT_TRUE(flushesTied(EscapedWide{L"a"}));
+    EXPECT_TRUE(flushesTied(EscapedUtf8{"a"}));
+    EXPECT_TRUE(flushesTied(ShellQuoted{"a"}));
+    EXPECT_TRUE(flushesTied(ShellArgument{"a"}));
 }
 
 template <class Inserted>

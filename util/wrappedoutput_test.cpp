@@ -15,6 +15,7 @@ namespace {
 
 using testing_support::bytes;
 using testing_support::dump;
+using testing_support::flushesTied;
 using testing_support::quote;
 using testing_support::RefusingBuffer;
 using testing_support::SmallBuffer;
@@ -104,6 +105,13 @@ TEST(HexDumpTest, ADumpGoesOnWhereTheLayoutStands) {
     expectLayout(layout, 7, true);
 }
 
+TEST(WrappedOutputTest, AStreamThatIsTiedToTheirsIsFlushedFirst) {
+    const std::string text = "a";
+    EXPECT_TRUE(flushesTied(Spaces{1}));
+    EXPECT_TRUE(flushesTied(HexDump{bytes(text), text.size(), nullptr}));
+    EXPECT_TRUE(flushesTied(Quoted{bytes(text), text.size(), nullptr}));
+}
+
 TEST(QuotedTest, WhatIsNotPrintableIsEscaped) {
     EXPECT_EQ(quote("", nullptr), "\"\"");
     EXPECT_EQ(quote("plain text", nullptr), "\"plain text\"");
@@ -119,6 +127,12 @@ TEST(QuotedTest, BehindALineFeedTheLiteralBreaks) {
     Layout layout(Layout::noWrapping, 2);
     EXPECT_EQ(quote("a\nb", &layout), "  \"a\\n\"\n  \"b\"");
     expectLayout(layout, 5, true);
+}
+
+TEST(QuotedTest, BehindABreakTheColumnIsOneBehindTheMarginEvenIfThatIsNegative) {
+    Layout layout(Layout::noWrapping, -3);
+    EXPECT_EQ(quote("a\nb", &layout), "\"a\\n\"\n\"b\"");
+    expectLayout(layout, 0, true);
 }
 
 TEST(QuotedTest, AtTheWidthTheLiteralBreaks) {
