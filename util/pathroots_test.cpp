@@ -1,3 +1,6 @@
+#include <string>
+#include <vector>
+
 #include <gtest/gtest.h>
 
 #include "testing/cygwinscope.h"
@@ -138,6 +141,52 @@ TEST(CygwinPathsTest, ADriveFolderIsARootAndOtherPathsAreAbsoluteByTheirSlash) {
                  {"//srv/share", true, {0, 11}, "//srv/share"},
                  {"//srv", false, {0, 0}, ""},
                  {"C:/x", true, {0, 2}, "C:"}});
+}
+
+TEST(CygwinPathsTest, ThePartsOfAPathBeginWithItsRootThoughThatBeEmpty) {
+    const CygwinScope cygwin("/cygdrive/");
+    const struct {
+        const char* path;
+        std::vector<PathRange> parts;
+    } rows[] = {
+        {"/foo/b", {{0, 0}, {1, 4}, {5, 6}}},
+        {"/", {{0, 0}}},
+        {"///", {{0, 0}}},
+        {"/cygdrive/c/x", {{0, 11}, {12, 13}}},
+        {"/cygdrive/cc", {{0, 0}, {1, 9}, {10, 12}}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.path);
+        std::vector<PathRange> parts;
+        EXPECT_TRUE(splitPath(row.path, parts, nullptr));
+        EXPECT_EQ(parts, row.parts);
+        for (size_t i = 0; i < row.parts.size(); ++i) {
+            EXPECT_EQ(pathComponent(row.path, i), row.parts[i]);
+        }
+    }
+}
+
+TEST(CygwinPathsTest, APathIsMadeRelativeToOneWithTheSameRoot) {
+    const CygwinScope cygwin("/cygdrive/");
+    const struct {
+        const char* base;
+        const char* path;
+        bool isBelow;
+        const char* rest;
+    } rows[] = {
+        {"/", "/a/b", true, "a/b"},
+        {"/", "/", true, ""},
+        {"/a", "/A", true, ""},
+        {"/cygdrive/c", "/cygdrive/C/x", true, "x"},
+        {"/", "/cygdrive/c/x", false, "/cygdrive/c/x"},
+        {"/", "C:/x", false, "C:/x"},
+        {"/cygdrive", "/cygdrive/c", false, "/cygdrive/c"},
+    };
+    for (const auto& row : rows) {
+        std::string path = row.path;
+        EXPECT_EQ(makeRelativeTo(row.base, path), row.isBelow) << row.base << ' ' << row.path;
+        EXPECT_EQ(path, row.rest) << row.base << ' ' << row.path;
+    }
 }
 
 TEST(CygwinPathsTest, PathsHaveTheirNormalForm) {
