@@ -14,6 +14,9 @@ using testing_support::MemoryShortage;
 const std::string NO_MUTEX = "Unable to initialize a new mutex: ";
 const std::string NO_RWLOCK = "Unable to initialize a new rwlock: ";
 
+/// What the C runtime makes of abort().
+const testing::ExitedWithCode ABORTED(3);
+
 NestedTimer* noTimer() { return nullptr; }
 
 std::string noMemory() { return std::strerror(ENOMEM); }
@@ -26,73 +29,75 @@ void makeWithoutACell(Make make) {
 }
 
 TEST(MutexDeathTest, AMutexWithoutMemoryForItsHandleEndsTheProcess) {
-    EXPECT_DEATH(makeWithoutACell([] { const Mutex mutex; }), NO_MUTEX + noMemory());
-    EXPECT_DEATH(makeWithoutACell([] { const Mutex mutex(&noTimer); }), NO_MUTEX + noMemory());
-    EXPECT_DEATH(makeWithoutACell([] { Mutex::makeHandle(mutexRecursive); }),
-                 NO_MUTEX + noMemory());
+    EXPECT_EXIT(makeWithoutACell([] { const Mutex mutex; }), ABORTED, NO_MUTEX + noMemory());
+    EXPECT_EXIT(makeWithoutACell([] { const Mutex mutex(&noTimer); }), ABORTED,
+                NO_MUTEX + noMemory());
+    EXPECT_EXIT(makeWithoutACell([] { Mutex::makeHandle(mutexRecursive); }), ABORTED,
+                NO_MUTEX + noMemory());
 }
 
 TEST(RWLockDeathTest, ALockWithoutMemoryForItsHandleEndsTheProcess) {
-    EXPECT_DEATH(makeWithoutACell([] { const RWLock lock; }), NO_RWLOCK + noMemory());
-    EXPECT_DEATH(makeWithoutACell([] { const RWLock lock(&noTimer); }), NO_RWLOCK + noMemory());
-    EXPECT_DEATH(makeWithoutACell([] { RWLock::makeHandle(); }), NO_RWLOCK + noMemory());
+    EXPECT_EXIT(makeWithoutACell([] { const RWLock lock; }), ABORTED, NO_RWLOCK + noMemory());
+    EXPECT_EXIT(makeWithoutACell([] { const RWLock lock(&noTimer); }), ABORTED,
+                NO_RWLOCK + noMemory());
+    EXPECT_EXIT(makeWithoutACell([] { RWLock::makeHandle(); }), ABORTED, NO_RWLOCK + noMemory());
 }
 
 // In each of the others there is memory for the cell of the handle, and winpthreads lacks it for
 // what it makes of the handle: a mutex, an rwlock, or the mutexes inside an rwlock.
 
 TEST(MutexDeathTest, AMutexThatCannotBeMadeEndsTheProcess) {
-    EXPECT_DEATH(
+    EXPECT_EXIT(
         {
             const MemoryShortage shortage(1);
             const Mutex mutex;
         },
-        NO_MUTEX);
+        ABORTED, NO_MUTEX);
 }
 
 TEST(MutexDeathTest, AMutexWithAGetterThatCannotBeMadeEndsTheProcess) {
-    EXPECT_DEATH(
+    EXPECT_EXIT(
         {
             const MemoryShortage shortage(1);
             const Mutex mutex(&noTimer);
         },
-        NO_MUTEX);
+        ABORTED, NO_MUTEX);
 }
 
 TEST(MutexDeathTest, ABareHandleThatCannotBeMadeEndsTheProcess) {
-    EXPECT_DEATH(
+    EXPECT_EXIT(
         {
             const MemoryShortage shortage(1);
             Mutex::makeHandle(mutexRecursive);
         },
-        NO_MUTEX);
+        ABORTED, NO_MUTEX);
 }
 
 TEST(RWLockDeathTest, ALockThatCannotBeMadeEndsTheProcess) {
-    EXPECT_DEATH(
+    EXPECT_EXIT(
         {
             const MemoryShortage shortage(1);
             const RWLock lock;
         },
-        NO_RWLOCK);
+        ABORTED, NO_RWLOCK);
 }
 
 TEST(RWLockDeathTest, ALockWithAGetterThatCannotBeMadeEndsTheProcess) {
-    EXPECT_DEATH(
+    EXPECT_EXIT(
         {
             const MemoryShortage shortage(1);
             const RWLock lock(&noTimer);
         },
-        NO_RWLOCK);
+        ABORTED, NO_RWLOCK);
 }
 
 TEST(RWLockDeathTest, ALockWhoseInsideCannotBeMadeEndsTheProcess) {
-    EXPECT_DEATH(
+    EXPECT_EXIT(
         {
             const MemoryShortage shortage(3);
             const RWLock lock;
         },
-        NO_RWLOCK);
+        ABORTED, NO_RWLOCK);
 }
 
 }  // namespace
