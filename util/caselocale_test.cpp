@@ -1,14 +1,20 @@
-// What a letter's case is in a locale of the C runtime other than "C".
+// What a letter's case is in a locale other than "C", of the C runtime or of the process.
 
 #include <cstdlib>
+#include <locale>
+#include <sstream>
+#include <stdexcept>
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include "testing/eightbitlocale.h"
+#include "testing/environmentscope.h"
 #include "util/cruntime.h"
 #include "util/pathcollation.h"
 #include "util/processlocale.h"
+#include "util/stringedit.h"
+#include "util/valueconversion.h"
 #include "util/wildcard.h"
 
 namespace {
@@ -34,6 +40,47 @@ TEST_F(CaseLocaleDeathTest, WildcardsDoNotAskIt) {
     }
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(matchAndExit(), testing::ExitedWithCode(0), "");
+}
+
+/// A locale of the C++ library in which these are letters; empty if it has none.
+std::string eightBitLocale() {
+    for (const char* const name : {"English_United States.1252", "German_Germany.1252",
+                                   "en_US.ISO-8859-1", "de_DE.ISO-8859-1", "fr_FR.ISO-8859-1"}) {
+        try {
+            if (std::tolower(CAPITAL, std::locale(name)) == SMALL) {
+                return name;
+            }
+        } catch (const std::runtime_error&) {
+            continue;
+        }
+    }
+    return {};
+}
+
+void useProcessLocaleAndExit() {
+    std::string small(1, SMALL);
+    std::string capital(1, CAPITAL);
+    std::ostringstream narrowed;
+    narrowed << std::wstring(1, wchar_t{testing_support::smallEAcute});
+    int code = 0;
+    code |= wildcardMatch(small, capital) && wildcardMatch(capital, small) ? 0 : 1;
+    code |= narrowed.str() == small ? 0 : 2;
+    toUpper(small);
+    code |= small == capital ? 0 : 4;
+    toLower(capital);
+    code |= capital == std::string(1, SMALL) ? 0 : 8;
+    std::exit(code);
+}
+
+// In a child, which starts with the variable.
+TEST(ProcessLocaleDeathTest, CaseChangesWildcardsAndNarrowTextGoByIt) {
+    const std::string name = eightBitLocale();
+    if (name.empty()) {
+        GTEST_SKIP() << "the C++ library here has no locale of one byte a letter beyond ASCII";
+    }
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const testing_support::EnvironmentScope scope("NIMBREL_LOCALE", name);
+    EXPECT_EXIT(useProcessLocaleAndExit(), testing::ExitedWithCode(0), "");
 }
 
 TEST_F(CaseLocaleTest, CharactersOfPathsAreEqualByIt) {

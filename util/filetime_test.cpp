@@ -1,7 +1,10 @@
 #include "util/filetime.h"
 
+#include <cstring>
 #include <limits>
+#include <optional>
 #include <sstream>
+#include <type_traits>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -15,6 +18,20 @@ constexpr uint64_t EPOCH = 116444736000000000;
 TEST(FileTimeTest, TheEpochsLieAsFarApartAsPublished) {
     EXPECT_EQ(FileTime::ticksToUnixEpoch, 0x19db1ded53e8000U);
     EXPECT_EQ(FileTime::ticksToUnixEpoch, EPOCH);
+}
+
+TEST(FileTimeTest, TheTicksStandInFrontOfTheNanoseconds) {
+    static_assert(std::is_standard_layout_v<FileTime> && std::is_trivially_copyable_v<FileTime>);
+    struct Fields {
+        uint64_t ticks;
+        int32_t nanos;
+    };
+    ASSERT_EQ(sizeof(FileTime), sizeof(Fields));
+    const FileTime time(0x0123456789abcdef, 42);
+    Fields fields;
+    std::memcpy(&fields, &time, sizeof fields);
+    EXPECT_EQ(fields.ticks, 0x0123456789abcdefU);
+    EXPECT_EQ(fields.nanos, 42);
 }
 
 TEST(FileTimeTest, ADefaultTimeIsTickZero) {
@@ -244,6 +261,16 @@ TEST(TimeStampTest, FiveHoursWestTheStampEndsInPlus0500) {
 TEST(TimeStampTest, FiveAndAHalfHoursEastTheStampEndsInMinus0530) {
     const ZoneScope zone("IST-5:30");
     EXPECT_EQ(stamp(FileTime::fromUnixTime(1'234'567'890, 0)), "2009-02-14T05:01:30-0530");
+}
+
+TEST(TimeStampTest, InSummerTheHourIsThatOfSummerTimeAndTheOffsetThatOfStandardTime) {
+    const ZoneScope zone("EST5EDT");
+    constexpr int64_t july = 1'247'600'000;
+    const std::optional<std::tm> local = localTime(july);
+    if (!local || local->tm_isdst <= 0) {
+        GTEST_SKIP() << "the C runtime here knows no summer time in this zone";
+    }
+    EXPECT_EQ(stamp(FileTime::fromUnixTime(july, 0)), "2009-07-14T15:33:20+0500");
 }
 
 TEST(TimeStampTest, FractionsOfASecondAreLeftOut) {
