@@ -1,6 +1,8 @@
 #include "util/stringcompare.h"
 
+#include <cstddef>
 #include <set>
+#include <type_traits>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -267,6 +269,14 @@ const RangeCase RANGE_CASES[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Rows, RangeCompareTest, testing::ValuesIn(RANGE_CASES));
+
+TEST(RangeLessTest, TheTextStandsInFrontOfTheSwitch) {
+    static_assert(std::is_standard_layout_v<RangeLess> && std::is_standard_layout_v<RangeEqual>);
+    EXPECT_EQ(offsetof(RangeLess, text), 0U);
+    EXPECT_EQ(offsetof(RangeLess, caseSensitive), sizeof(void*));
+    EXPECT_EQ(offsetof(RangeEqual, text), 0U);
+    EXPECT_EQ(offsetof(RangeEqual, caseSensitive), sizeof(void*));
+}
 
 TEST(RangeLessTest, IgnoringCaseRangesOfUnlikeLengthMayFormARing) {
     const std::string text = "aaAb";

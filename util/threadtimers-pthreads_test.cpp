@@ -1,9 +1,11 @@
 #include "util/threadtimers-pthreads.h"
 
 #include <atomic>
+#include <cstddef>
 #include <pthread.h>
 #include <set>
 #include <thread>
+#include <type_traits>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -16,6 +18,13 @@ bool isListed(const ThreadTimerRecord* wanted) {
         record = record->mNext;
     }
     return record != nullptr;
+}
+
+TEST(ThreadTimersTest, TheFieldsOfARecordStandInTheirOrder) {
+    static_assert(std::is_standard_layout_v<ThreadTimerRecord>);
+    EXPECT_EQ(offsetof(ThreadTimerRecord, mNext), 0U);
+    EXPECT_EQ(offsetof(ThreadTimerRecord, mThread), 8U);
+    EXPECT_EQ(offsetof(ThreadTimerRecord, mTimers), 16U);
 }
 
 TEST(ThreadTimersTest, AThreadHasOneRecordWhichIsListed) {

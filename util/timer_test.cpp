@@ -1,5 +1,6 @@
 #include "util/timer.h"
 
+#include <cstddef>
 #include <type_traits>
 
 #include <gtest/gtest.h>
@@ -183,6 +184,18 @@ TEST(TimerDeathTest, MergingARunningTimerStopsTheProcess) {
     running.start(Ticks(1));
     Timer stopped;
     EXPECT_DEATH(stopped += running, BOTH_STOPPED);
+}
+
+TEST(NestedTimerTest, ItsFieldsStandBehindThoseOfATimerInTheirOrder) {
+    const NestedTimer timer;
+    const auto offsetOf = [&timer](const auto& field) {
+        return reinterpret_cast<const char*>(&field) - reinterpret_cast<const char*>(&timer);
+    };
+    EXPECT_EQ(offsetOf(static_cast<const Timer&>(timer)), 0);
+    const auto depth = static_cast<ptrdiff_t>(sizeof(Timer));
+    EXPECT_EQ(offsetOf(timer.mDepth), depth);
+    EXPECT_EQ(offsetOf(timer.mLabel), depth + 8);
+    EXPECT_EQ(offsetOf(timer.mNext), depth + 16);
 }
 
 TEST(NestedTimerTest, ANewOneHasNoScopeNoLabelAndNoSuccessor) {
