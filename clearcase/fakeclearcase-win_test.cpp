@@ -7,7 +7,6 @@
 #include <windows.h>
 
 #include "clearcase/fakeclearcase.h"
-#include "clearcase/mvfsdrives-win.h"
 #include "testing/environmentscope.h"
 #include "testing/replacedcall-win.h"
 #include "testing/tempfolder.h"
@@ -281,44 +280,6 @@ TEST_F(FakeClearCaseTest, SessionsAreRefusedAndTheConnectionIsAlwaysReady) {
     EXPECT_EQ(refusalOf([&] { connection.startSession(); }), "No ClearCase sessions when faking");
     EXPECT_EQ(refusalOf([&] { connection.killConnection(); }), "No connection to kill!");
     EXPECT_TRUE(connection.isReady());
-}
-
-/// Gives the library drives for a scope.
-class DrivesScope {
-public:
-    DrivesScope(const std::string& root, const std::map<std::string, std::string>& drives) {
-        mvfsRoot = root;
-        viewDrives = drives;
-    }
-    ~DrivesScope() {
-        mvfsRoot.clear();
-        viewDrives.clear();
-    }
-    DrivesScope(const DrivesScope&) = delete;
-    DrivesScope& operator=(const DrivesScope&) = delete;
-};
-
-TEST_F(FakeClearCaseTest, TheDriveMapReplacesWhatTheCallersHeld) {
-    const DrivesScope drives("M:", {{"X:", "tag1"}});
-    FakeClearCase connection(nullptr);
-    std::map<std::string, std::string> copy = {{"Q:", "gone"}};
-    EXPECT_EQ(connection.getMvfsDrives(copy), "M:");
-    EXPECT_EQ(copy, (std::map<std::string, std::string>{{"X:", "tag1"}}));
-}
-
-TEST_F(FakeClearCaseTest, TheDriveMapItselfIsLeftAlone) {
-    const DrivesScope drives("M:", {{"X:", "tag1"}});
-    FakeClearCase connection(nullptr);
-    EXPECT_EQ(connection.getMvfsDrives(viewDrives), "M:");
-    EXPECT_EQ(viewDrives, (std::map<std::string, std::string>{{"X:", "tag1"}}));
-}
-
-TEST_F(FakeClearCaseTest, ViewPathsAreMovedByTheDrivesOfTheLibraryWhateverTheConfiguredVobs) {
-    const DrivesScope drives("M:", {{"X:", "tag1"}});
-    const auto connection = connect("[vobs]\nX:\\vob=ro\n");
-    EXPECT_EQ(connection->canonicalizeViewPath("C:\\w", "X:\\vob\\a.c", {"M:\\tag1\\vob"}),
-              "M:\\tag1\\vob\\a.c");
-    EXPECT_EQ(connection->canonicalizeViewPath("X:\\vob", "a.c", {}), "X:/vob/a.c");
 }
 
 TEST_F(FakeClearCaseTest, TheConfiguredVobsAreTheOnesThatAreProbed) {

@@ -2,8 +2,11 @@
 
 #include <set>
 #include <string_view>
+#include <thread>
 
 #include <gtest/gtest.h>
+
+#include <winsock2.h>
 
 #include "testing/environmentscope.h"
 #include "testing/host/shippedlibrary-win.h"
@@ -102,6 +105,29 @@ TEST_F(LibraryTest, AnyArgumentMakesTheSameConnection) {
          {static_cast<void*>(nullptr), static_cast<void*>(&something), static_cast<void*>(this)}) {
         EXPECT_EQ(mLibrary.connect(argument)->getError(), COMPLAINT);
     }
+}
+
+/// The error of making a socket, 0 if one can be made.
+int socketError() {
+    const SOCKET made = socket(AF_INET, SOCK_STREAM, 0);
+    if (made == INVALID_SOCKET) {
+        return WSAGetLastError();
+    }
+    closesocket(made);
+    return 0;
+}
+
+TEST(LibraryLoadTest, SocketsAreStartedAsLongAsItIsLoadedWhateverThreadsEnd) {
+    if (socketError() != WSANOTINITIALISED) {
+        GTEST_SKIP() << "something else in this process has started sockets";
+    }
+    {
+        const ShippedLibrary library;
+        EXPECT_EQ(socketError(), 0);
+        std::thread([] {}).join();
+        EXPECT_EQ(socketError(), 0);
+    }
+    EXPECT_EQ(socketError(), WSANOTINITIALISED);
 }
 
 bool gRefused = false;
