@@ -67,10 +67,12 @@ protected:
     std::string awaitingGo() const { return "pid " + file("awaiting") + " await " + file("go"); }
     /// Lets such a process go on, and waits for its end, after which no file is in use by it.
     void letGo() const {
-        await("awaiting");
+        // The file is there before its content is.
         DWORD pid = 0;
-        std::ifstream(folder.path() / "awaiting") >> pid;
-        EXPECT_NE(pid, 0U);
+        EXPECT_TRUE(eventually([&] {
+            std::ifstream(folder.path() / "awaiting") >> pid;
+            return pid != 0;
+        }));
         make("go");
         EXPECT_TRUE(ends(pid));
         remove("go");

@@ -7,6 +7,7 @@
 #include "util/pathfun.h"
 #include "util/stringcompare.h"
 #include "util/stringedit.h"
+#include "util/windows/exec-environment-win.h"
 #include "util/windows/exec-win.h"
 #include "util/windows/system-files-win.h"
 #include "util/windows/system-paths-win.h"
@@ -17,15 +18,26 @@ constexpr std::array<const char*, 5> fileSuffixes = {".exe", "", ".com", ".cmd",
 constexpr const char* linkSuffix = ".lnk";
 constexpr int passLimit = 10;
 
+/// The process's own: while another thread starts a command, it has that one's.
+std::string currentDirectory() {
+    const MutexLock lock(gProcessEnvironmentLock);
+    return System::getcwd();
+}
+
+class QuietExec : public Exec {
+public:
+    void reportError(const char* /*text*/) override {}
+};
+
 /// What the command wrote, if it ended with 0.
 std::optional<std::string> outputOf(std::string line) {
-    Exec exec;
+    QuietExec exec;
     Exec::RunInfo info;
     info.mDirectArgv = {std::move(line)};
     std::string output;
     std::string error;
     bool aborted = false;
-    const int32_t code = exec.runCommand(info, System::getcwd(), /*environment=*/nullptr,
+    const int32_t code = exec.runCommand(info, currentDirectory(), /*environment=*/nullptr,
                                          /*passThrough=*/nullptr, &output, &error, &aborted);
     return code == 0 ? std::optional(std::move(output)) : std::nullopt;
 }
@@ -91,7 +103,7 @@ std::string resolveCygwinPath(const std::string& name) {
     if (name.empty()) {
         return {};
     }
-    const bool isRelative = !name.starts_with('/');
+    const bool mayBeCut = !name.starts_with('/');
     std::optional<std::string> directory;
     std::string current = name;
     for (int pass = 0; pass < passLimit; ++pass) {
@@ -100,9 +112,9 @@ std::string resolveCygwinPath(const std::string& name) {
         if (native.empty()) {
             return {};
         }
-        if (isRelative) {
+        if (mayBeCut) {
             if (!directory) {
-                directory = System::getcwd();
+                directory = currentDirectory();
             }
             cutDirectory(native, *directory);
         }

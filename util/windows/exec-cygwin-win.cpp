@@ -46,7 +46,13 @@ std::optional<ScriptHead> readHead(const std::string& file) {
 std::string Exec::translateCached(const std::string& posixName) {
     const auto [entry, isNew] = mPathCache.try_emplace(posixName);
     if (isNew) {
-        entry->second = resolveCygwinPath(posixName);
+        try {
+            entry->second = resolveCygwinPath(posixName);
+        } catch (...) {
+            // Nothing has been found out about the name.
+            mPathCache.erase(entry);
+            throw;
+        }
         ++mPathCacheMisses;
     } else {
         ++mPathCacheHits;

@@ -168,6 +168,7 @@ Exec::Run::Result Exec::Run::start() {
     if (const Result result = startCommand()) {
         return result;
     }
+    mRunAsToken.reset();
     // Before another thread may start a child, which would hold the files open.
     mStreams.endInheritance();
     mScope.reset();

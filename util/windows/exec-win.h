@@ -80,7 +80,9 @@ public:
         /// The command is a Cygwin program, whose exit code tells of signals. From version 1.7 of
         /// the connector on, a file with the system attribute is taken for a symbolic link and
         /// followed. What Windows can't find or start is tried once more, as a script or by its
-        /// POSIX name. Both run Cygwin's own programs as commands, one by one, before the start.
+        /// POSIX name. Both run Cygwin's own programs as commands, one by one, before the start; an
+        /// abort doesn't reach these, and takes effect behind them. What they find is kept until
+        /// `reset`: that is for before a command in another directory.
         bool mCygwinCommand = false;
 
         /// Makes the five fields of redirections what they are by default.
@@ -202,7 +204,8 @@ protected:
     void waitChildren(const char* command, std::string* failureText);
 
     /// `resolveCygwinPath` of a name, found once and kept until `reset`; so is the empty text of a
-    /// name that means no file. As all of the cache, for the thread in `runCommand`.
+    /// name that means no file, and a relative answer, which holds only in the directory of the
+    /// command that asked first. As all of the cache, for the thread in `runCommand`.
     std::string translateCached(const std::string& posixName);
     /// The line that runs the script, or the program by a POSIX name, that a command line begins
     /// with: the interpreter, by its Windows name, the file and the rest of the line. A name

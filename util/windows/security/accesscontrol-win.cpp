@@ -72,6 +72,11 @@ ACE_HEADER* copyAce(const ACE_HEADER* ace) {
     return reinterpret_cast<ACE_HEADER*>(bytes);
 }
 
+bool isWithin(const ACE_HEADER* ace, const ACL* acl) {
+    const auto offset = reinterpret_cast<uintptr_t>(ace) - reinterpret_cast<uintptr_t>(acl);
+    return acl != nullptr && offset < acl->AclSize;
+}
+
 PACL mergedAcl(const ExplicitAccessList& entries, PACL old) {
     PACL merged = nullptr;
     const DWORD error = SetEntriesInAclW(entries.count(), entries.entries(), old, &merged);
@@ -146,12 +151,11 @@ SecurityIdentifier AccessControlEntry::sid() const {
 }
 
 AccessControlList::AccessControlList(DWORD aceCount, DWORD revision, bool limitSize) {
-    constexpr DWORD bytesPerAce = 112;
-    constexpr DWORD sizeLimit = 2000;
-    DWORD size = aceCount * bytesPerAce + DWORD{sizeof(ACL)};
-    if (limitSize) {
-        size = std::min(size, sizeLimit);
-    }
+    constexpr uint64_t bytesPerAce = 112;
+    constexpr uint64_t sizeLimit = 2000;
+    const uint64_t wanted = uint64_t{aceCount} * bytesPerAce + sizeof(ACL);
+    const auto size =
+        static_cast<DWORD>(std::min<uint64_t>(wanted, limitSize ? sizeLimit : MAXDWORD));
     mAcl = static_cast<PACL>(LocalAlloc(LMEM_FIXED, size));
     if (!InitializeAcl(mAcl, size, revision)) {
         // Meant: the memory isn't given back.
@@ -220,7 +224,9 @@ AccessControlEntry AccessControlList::ace(DWORD index) const {
 }
 
 void AccessControlList::addAce(DWORD revision, DWORD index, const AccessControlEntry& ace) {
-    if (!AddAce(mAcl, revision, index, ace.ace(), ace.size())) {
+    // A view into this list would show other bytes once Windows has made room.
+    const AccessControlEntry source(ace, /*forceCopy=*/isWithin(ace.ace(), mAcl));
+    if (!AddAce(mAcl, revision, index, source.ace(), source.size())) {
         throw Win32Exception("AddAce");
     }
     forgetSize();
@@ -243,10 +249,13 @@ void AccessControlList::deleteAce(DWORD index) {
 
 void AccessControlList::removeAces(const SecurityIdentifier& sid) {
     DWORD count = aceCount();
+    // The given SID may be a view into this list, whose bytes each deletion moves.
+    const SecurityIdentifier wanted =
+        sid.isValid() ? SecurityIdentifier::deepCopy(sid.sid()) : SecurityIdentifier(sid.sid());
     for (DWORD index = 0; index < count;) {
         void* found = nullptr;
         const bool isOfSid = GetAce(mAcl, index, &found) &&
-                             AccessControlEntry(static_cast<ACE_HEADER*>(found)).sid() == sid;
+                             AccessControlEntry(static_cast<ACE_HEADER*>(found)).sid() == wanted;
         if (isOfSid && DeleteAce(mAcl, index)) {
             --count;
         } else {

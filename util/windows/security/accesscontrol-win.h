@@ -18,7 +18,7 @@
 class ExplicitAccessList;
 
 /// An ACE: a view of one that an ACL holds, good as long as that and until it changes, or the owner
-/// of its own bytes. Nothing is checked: what is read of a null view isn't there.
+/// of its own bytes. Nothing is checked: a null view can't be read.
 class AccessControlEntry {
 public:
     /// A view.
@@ -68,7 +68,7 @@ public:
     /// A view, of nothing by default.
     // NOLINTNEXTLINE(google-explicit-constructor): a raw ACL is one.
     AccessControlList(PACL acl = nullptr) noexcept : mAcl(acl) {}
-    /// An empty ACL with room for as many ACEs of any kind without objects and conditions; with
+    /// An empty ACL with room for as many ACEs of any kind without conditions; with
     /// `limitSize` it has 2,000 bytes at most. Throws "InitializeAcl".
     AccessControlList(DWORD aceCount, DWORD revision, bool limitSize);
     /// Throws "SetEntriesInAclW".

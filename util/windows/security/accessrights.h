@@ -45,17 +45,17 @@ struct AccessRight {
     uint32_t kinds;       ///< of which kinds of that type
 };
 
-/// All of them, in the order in which a mask is searched for them: a name of many bits stands
-/// before those of its bits.
+/// All of them, in the order in which a mask is searched for them. Names of many bits stand before
+/// those of their bits, but for KEY_WOW64_RES, which is never reached.
 std::span<const AccessRight> accessRights();
 
 /// Writes a mask as "0x130089 [FILE_GENERIC_READ DELETE]": the names that an object of
-/// the type and kind has for it, from the widest on, and bits without a name as one number behind
-/// them. For kind 0 every name of the type counts. A right of every type counts for any other
-/// type; for the type `any` itself only with kind 0.
+/// the type and kind has for it, in the order of the table, each bit under one name, and bits
+/// without a name as one number behind them. For kind 0 every name of the type counts. A right of
+/// every type counts for any other type; for the type `any` itself only with kind 0.
 ///
-/// Takes the stream's width for the whole. Its flags and its locale have no effect; it is left
-/// with decimal numbers.
+/// Takes the stream's width for the whole. Its flags, save the adjustment, and its locale have no
+/// effect; it is left with decimal numbers.
 std::ostream& writeAccessMask(std::ostream& out, uint32_t mask, uint32_t objectType, uint32_t kind);
 
 struct NamedValue {

@@ -75,8 +75,9 @@ public:
     void privileges(PrivilegeList& privileges) const;
     SecurityIdentifier owner() const;
     SecurityIdentifier primaryGroup() const;
-    /// `dacl` owns a copy from then on, a block of no bytes if the token has none. What it had
-    /// counted of an ACL before stays: hand over a new object, or refresh it.
+    /// `dacl` owns a copy from then on; if the token has none, a block of no bytes, of which
+    /// nothing may be asked, not even whether it is valid. What it had counted of an ACL before
+    /// stays: hand over a new object, or refresh it.
     void defaultDacl(AccessControlList& dacl) const;
     /// All eight bytes of the name, and the identifier.
     std::pair<std::string, LUID> source() const;
@@ -110,12 +111,13 @@ public:
                      const GENERIC_MAPPING& mapping, PrivilegeSet& used, DWORD& granted) const;
 
     /// Gives the privileges these attributes, or, for null, disables all. `*previous`, unless null,
-    /// becomes the list of those that have changed. False if the call fails with
-    /// ERROR_NOT_ALL_ASSIGNED; one that succeeds and leaves that number counts as success. Throws
-    /// "AdjustTokenPrivileges".
+    /// becomes the list of those that have changed, but for a Windows that tells no size. False if
+    /// the call fails with ERROR_NOT_ALL_ASSIGNED; one that succeeds and leaves that number counts
+    /// as success. Throws "AdjustTokenPrivileges".
     bool adjustPrivileges(const PrivilegeList* privileges, PrivilegeList* previous = nullptr);
-    /// The same with groups; for null they become what they are by default. Where Windows can't
-    /// tell the former state in four bytes, asking for it fails. Throws "AdjustTokenGroups".
+    /// The same with groups; for null they become what they are by default. Every failure of the
+    /// first call throws "AdjustTokenGroups": so does asking for a former state that Windows can't
+    /// tell in four bytes. False comes of the second call alone.
     bool adjustGroups(const SidList* groups, SidList* previous = nullptr);
 
 private:

@@ -52,7 +52,9 @@ private:
 
 /// Makes `name` the name of the security that a new file in the directory would get. `path` is
 /// UTF-8 and of any length. False on failure: the path, ": " and the words are in `*errorText`,
-/// unless null, and the number is in GetLastError, 0 for a failure that is none of Windows.
+/// unless null, and the number is in GetLastError, 0 for a failure that is none of Windows. Windows
+/// makes no text for a directory whose owner has no account: that fails as well. Throws nothing but
+/// std::bad_alloc.
 bool securityAttributesForDirectory(const std::string& path, const char*& name,
                                     std::string* errorText = nullptr);
 

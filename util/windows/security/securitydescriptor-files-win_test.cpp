@@ -14,6 +14,7 @@
 #include "testing/securitytest-win.h"
 #include "testing/tempfolder.h"
 #include "util/windows/scopedhandle-win.h"
+#include "util/windows/security/accessrights.h"
 #include "util/windows/security/securitydescriptor-win.h"
 #include "util/windows/system-paths-win.h"
 
@@ -25,10 +26,10 @@ using testing_support::ReplacedCall;
 using testing_support::SecurityTest;
 using testing_support::TempFolder;
 
-constexpr uint32_t UNKNOWN = SecurityDescriptor::unknownKind;
-constexpr uint32_t PLAIN = SecurityDescriptor::plainFile;
-constexpr uint32_t DIRECTORY = SecurityDescriptor::directory;
-constexpr uint32_t PIPE = SecurityDescriptor::pipe;
+constexpr uint32_t UNKNOWN = 0;
+constexpr uint32_t PLAIN = ObjectKind::plainFile;
+constexpr uint32_t DIRECTORY = ObjectKind::directory;
+constexpr uint32_t PIPE = ObjectKind::pipe;
 
 class DescriptorFileTest : public SecurityTest {
 protected:

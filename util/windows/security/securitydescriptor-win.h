@@ -25,7 +25,8 @@
 /// caller holds those that he has set.
 ///
 /// A null descriptor (from a null source) has no parts. Of its operations the views, the lengths,
-/// `isValid`, `isAbsolute`, the setters of parts, writing, copying and printing may be called.
+/// `isValid`, `isAbsolute`, the setters of parts, `setSddl`, writing, copying and printing may be
+/// called, and `sddl`, which throws what Windows says.
 /// One thread at a time uses an object.
 class SecurityDescriptor {
 public:
@@ -59,7 +60,7 @@ public:
     /// Of a file object one of its `ObjectKind`s (accessrights.h); 0 for others.
     uint32_t objectKind() const { return mObjectKind; }
 
-    /// Views, null where there is no such part.
+    /// Views, null where there is no such part; good until the descriptor goes or changes its form.
     SecurityIdentifier owner() const { return {mOwner}; }
     SecurityIdentifier group() const { return {mGroup}; }
     AccessControlList dacl() const { return {mDacl}; }
@@ -67,8 +68,8 @@ public:
 
     DWORD length() const;
     bool isValid() const;
+    /// This and the next two throw "GetSecurityDescriptorControl".
     bool isAbsolute() const;
-    /// Throw "GetSecurityDescriptorControl".
     SECURITY_DESCRIPTOR_CONTROL control() const;
     DWORD revision() const;
     /// Throws "GetSecurityDescriptorRMControl".
@@ -135,7 +136,8 @@ private:
 
 /// Gives `target` the owner, group and DACL of `source`; with `protect` the DACL is kept from
 /// inheriting from then on. False on failure: the words are in `*errorText`, unless null, and the
-/// number in GetLastError. Paths are UTF-8. Any thread may call this.
+/// number in GetLastError, 0 for a failure that is none of Windows. Paths are UTF-8. Any thread may
+/// call this.
 bool copySecurity(const std::string& source, const std::string& target, bool protect,
                   std::string* errorText = nullptr);
 /// Gives `child` the owner and group of `parent` and, of its DACL, what children of that kind (a

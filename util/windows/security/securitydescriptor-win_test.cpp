@@ -16,6 +16,7 @@
 #include "testing/replacedcall-win.h"
 #include "testing/securitytest-win.h"
 #include "util/windows/localmemory-win.h"
+#include "util/windows/security/accessrights.h"
 
 namespace {
 
@@ -41,7 +42,7 @@ void expectNoParts(const SecurityDescriptor& security) {
 
 void expectUnknownObject(const SecurityDescriptor& security) {
     EXPECT_EQ(security.objectType(), SE_UNKNOWN_OBJECT_TYPE);
-    EXPECT_EQ(security.objectKind(), SecurityDescriptor::unknownKind);
+    EXPECT_EQ(security.objectKind(), 0U);
 }
 
 /// Whether a part lies in the memory of the descriptor.
@@ -244,7 +245,7 @@ TEST_F(SecurityDescriptorTest, ACopyIsOfTheSameObject) {
     const SecurityDescriptor source("c:/windows", SE_FILE_OBJECT, /*withSacl=*/false);
     const SecurityDescriptor copy(source);
     EXPECT_EQ(copy.objectType(), SE_FILE_OBJECT);
-    EXPECT_EQ(copy.objectKind(), SecurityDescriptor::directory);
+    EXPECT_EQ(copy.objectKind(), ObjectKind::directory);
     EXPECT_NE(copy.descriptor(), source.descriptor());
     EXPECT_EQ(copy.owner(), source.owner());
 }

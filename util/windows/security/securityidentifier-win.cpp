@@ -167,7 +167,7 @@ void SecurityIdentifier::drop() noexcept {
     mSid = nullptr;
 }
 
-bool SecurityIdentifier::isValid() const { return IsValidSid(mSid) != FALSE; }
+bool SecurityIdentifier::isValid() const { return mSid != nullptr && IsValidSid(mSid) != FALSE; }
 
 DWORD SecurityIdentifier::length() const { return isValid() ? GetLengthSid(mSid) : 0; }
 

@@ -29,10 +29,11 @@ public:
     /// With all sub-authorities 0, to be set through `subAuthority`. Throws "InitializeSid".
     SecurityIdentifier(const SID_IDENTIFIER_AUTHORITY& authority, BYTE subAuthorityCount);
     /// At most 8 sub-authorities, which are taken over: the vector is empty and without memory
-    /// afterwards, and as it was if this fails. Throws "AllocateAndInitializeSid".
+    /// afterwards, and as it was if this fails. Throws "AllocateAndInitializeSid", "CopySid".
     SecurityIdentifier(const SID_IDENTIFIER_AUTHORITY& authority,
                        std::vector<DWORD>&& subAuthorities);
-    /// From a text like "S-1-5-32-544" or "BA", in UTF-8. Throws "ConvertStringSidToSidW".
+    /// From a text like "S-1-5-32-544" or "BA", in UTF-8. Throws "ConvertStringSidToSidW",
+    /// "CopySid".
     explicit SecurityIdentifier(const char* text);
     /// The SID of an account ("DOMAIN\name" or "name", UTF-8) as `system` knows it, which is the
     /// own one if null. `*domain`, unless null, becomes the domain in which the account was found.
@@ -43,9 +44,10 @@ public:
     /// An owner, whatever holds `sid`. Throws "CopySid" for a null or an invalid SID.
     static SecurityIdentifier deepCopy(PSID sid);
 
+    /// Throws "CopySid" for an owner whose SID has become invalid, as the assignment.
     SecurityIdentifier(const SecurityIdentifier& other);
     SecurityIdentifier(SecurityIdentifier&& other) noexcept;
-    /// A failure leaves a view of nothing.
+    /// A failure leaves a view of nothing. `other` is no view of the bytes that this object owns.
     SecurityIdentifier& operator=(const SecurityIdentifier& other);
     SecurityIdentifier& operator=(SecurityIdentifier&& other) noexcept;
     ~SecurityIdentifier() { drop(); }
@@ -60,8 +62,9 @@ public:
     /// A place within the SID, or null.
     const SID_IDENTIFIER_AUTHORITY* identifierAuthority() const;
     BYTE subAuthorityCount() const;
-    /// A place within the SID, or null. Throws "GetSidSubAuthority" also where GetLastError tells
-    /// of a failure from before the call; callers clear it.
+    /// The place of one below the count, which Windows doesn't check; null for a null or an invalid
+    /// SID. Throws "GetSidSubAuthority" also where GetLastError tells of a failure from before the
+    /// call; callers clear it.
     DWORD* subAuthority(DWORD index) const;
 
     /// Whether all but the last sub-authority are the same. Not for null.

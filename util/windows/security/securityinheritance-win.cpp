@@ -16,7 +16,7 @@
 
 namespace {
 
-/// Made before any other code of the module runs, and never changed.
+/// Made while the module starts, and never changed. Before that, all zeros, it means the same.
 const SecurityDescriptor gEmptyDescriptor(PSECURITY_DESCRIPTOR{nullptr});
 
 /// Owns a descriptor of CreatePrivateObjectSecurityEx.
@@ -130,15 +130,19 @@ bool copySecurity(const std::string& source, const std::string& target, bool pro
 }
 
 bool inheritSecurity(const std::string& parent, const std::string& child, std::string* errorText) {
-    FileStat childStat;
-    if (!childStat.read(child, /*unused=*/0)) {
-        SetLastError(ERROR_FILE_NOT_FOUND);
-        return false;
-    }
-    return runCatching(
+    bool isThere = true;
+    const bool hasSucceeded = runCatching(
         [&] {
-            inherit(SecurityDescriptor(parent, SE_FILE_OBJECT, /*withSacl=*/false), child,
-                    childStat.isDirectory());
+            FileStat childStat;
+            isThere = childStat.read(child, /*unused=*/0);
+            if (isThere) {
+                inherit(SecurityDescriptor(parent, SE_FILE_OBJECT, /*withSacl=*/false), child,
+                        childStat.isDirectory());
+            }
         },
         /*prefix=*/std::string(), errorText);
+    if (!isThere) {
+        SetLastError(ERROR_FILE_NOT_FOUND);
+    }
+    return hasSucceeded && isThere;
 }

@@ -16,6 +16,7 @@
 #include "testing/securitytest-win.h"
 #include "testing/tempfolder.h"
 #include "util/windows/security/securitydescriptor-win.h"
+#include "util/windows/security/accessrights.h"
 
 namespace {
 
@@ -75,7 +76,7 @@ TEST_F(DerivedDescriptorTest, AChildIsOfTheKindOfObjectOfTheParent) {
     const auto child = parent.deriveForChild(/*isContainer=*/false);
     EXPECT_NE(child->descriptor(), nullptr);
     EXPECT_EQ(child->objectType(), SE_FILE_OBJECT);
-    EXPECT_EQ(child->objectKind(), SecurityDescriptor::directory);
+    EXPECT_EQ(child->objectKind(), ObjectKind::directory);
 }
 
 /// What CreatePrivateObjectSecurityEx got.
@@ -166,7 +167,7 @@ TEST_F(DerivedDescriptorTest, AnOwnerWithoutAnAccountLeavesANullDescriptor) {
         EXPECT_EQ(child->descriptor() == nullptr, isNobody) << use;
         EXPECT_EQ(child->owner().sid() == nullptr, isNobody) << use;
         EXPECT_EQ(child->objectType(), isNobody ? SE_UNKNOWN_OBJECT_TYPE : SE_FILE_OBJECT) << use;
-        EXPECT_EQ(child->objectKind(), isNobody ? 0U : SecurityDescriptor::directory) << use;
+        EXPECT_EQ(child->objectKind(), isNobody ? 0U : ObjectKind::directory) << use;
     }
 }
 

@@ -6,14 +6,15 @@
 //         Owner = SID S-1-5-32-544 [Alias BUILTIN\Administrators]
 //         Group = SID S-1-5-32-544 [Alias BUILTIN\Administrators]
 //         DACL = ACL [
-//         Access Allowed SID S-1-1-0 [WellKnownGroup \Everyone]: 0x1f01ff [FILE_ALL_ACCESS] (OI)
-//         (CI)
+//         Access Allowed SID S-1-1-0 [WellKnownGroup \Everyone]: 0x1f01ff [FILE_ALL_ACCESS] (CI)
 //     ]
 //
-// Null and invalid objects have words of their own and throw nothing. What the text of a SID, an
+// Null and invalid SIDs, ACEs, lists and descriptors have words of their own and throw nothing; a
+// null ExplicitAccess can't be printed. What the text of a SID, an
 // ACL's size, its ACEs or a descriptor's control throw passes on. An account that can't be looked
-// up shows the failure in its place: "*** WORDS ***". Text is UTF-8. Two threads may print to two
-// streams.
+// up shows the failure in its place: "*** WORDS ***". Text is UTF-8; on a wide
+// stream these words go through its codecvt facet, as far as that can convert them. Two threads may
+// print to two streams.
 
 #include <iosfwd>
 
@@ -25,7 +26,7 @@
 std::ostream& operator<<(std::ostream& out, const SecurityIdentifier& sid);
 std::wostream& operator<<(std::wostream& out, const SecurityIdentifier& sid);
 /// The rights are named for the kind of object whose descriptor is being printed to the stream, and
-/// for a plain file otherwise. So it is with the next three.
+/// for a plain file otherwise. So it is with lists and with ExplicitAccess.
 std::ostream& operator<<(std::ostream& out, const AccessControlEntry& entry);
 std::ostream& operator<<(std::ostream& out, const AccessControlList& list);
 std::ostream& operator<<(std::ostream& out, const Trustee& trustee);

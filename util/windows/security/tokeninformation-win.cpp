@@ -23,8 +23,9 @@ class TokenBuffer {
 public:
     TokenBuffer(HANDLE token, TOKEN_INFORMATION_CLASS information) {
         DWORD size = 0;
-        if (!GetTokenInformation(token, information, nullptr, 0, &size) &&
-            GetLastError() != ERROR_INSUFFICIENT_BUFFER) {
+        if (GetTokenInformation(token, information, nullptr, 0, &size)) {
+            size = 0;
+        } else if (GetLastError() != ERROR_INSUFFICIENT_BUFFER) {
             throw Win32Exception("GetTokenInformation(size query)");
         }
         mBytes.reset(new BYTE[size]);
@@ -66,7 +67,7 @@ public:
     template <class List>
     explicit InputBlock(const List& list)
         : mSize(static_cast<DWORD>(sizeof(DWORD) + list.size() * sizeof(Entry))),
-          mBytes(new BYTE[sizeof(Block) + list.size() * sizeof(Entry)]()) {
+          mBytes(new BYTE[entriesOffset + list.size() * sizeof(Entry)]()) {
         const auto count = static_cast<DWORD>(list.size());
         std::memcpy(mBytes.get(), &count, sizeof count);
         initializeArray(list, reinterpret_cast<Entry*>(mBytes.get() + entriesOffset));

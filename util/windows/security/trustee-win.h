@@ -15,7 +15,8 @@
 ///
 /// Local copies can be made of trustees by name and by SID. Of the other forms, those with objects
 /// throw std::runtime_error "Copying trustees with objects not yet implemented", and all others
-/// "Cannot make local copy of this type of TRUSTEE".
+/// "Cannot make local copy of this type of TRUSTEE"; a null or invalid SID throws a Win32Exception,
+/// "CopySid".
 class Trustee {
 public:
     /// Nobody: of bad form, the type invalid.
