@@ -224,9 +224,12 @@ AccessControlEntry AccessControlList::ace(DWORD index) const {
 }
 
 void AccessControlList::addAce(DWORD revision, DWORD index, const AccessControlEntry& ace) {
-    // A view into this list would show other bytes once Windows has made room.
-    const AccessControlEntry source(ace, /*forceCopy=*/isWithin(ace.ace(), mAcl));
-    if (!AddAce(mAcl, revision, index, source.ace(), source.size())) {
+    if (isWithin(ace.ace(), mAcl)) {
+        // The view would show other bytes once Windows has made room.
+        addAce(revision, index, AccessControlEntry(ace, /*forceCopy=*/true));
+        return;
+    }
+    if (!AddAce(mAcl, revision, index, ace.ace(), ace.size())) {
         throw Win32Exception("AddAce");
     }
     forgetSize();
