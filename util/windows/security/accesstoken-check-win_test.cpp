@@ -50,6 +50,7 @@ struct Check {
 };
 Check gCheck;
 
+// NOLINTBEGIN(readability-non-const-parameter): as Windows has it.
 WINBOOL WINAPI noteCheck(PSECURITY_DESCRIPTOR security, HANDLE token, DWORD desired,
                          PGENERIC_MAPPING mapping, PPRIVILEGE_SET privileges, LPDWORD length,
                          LPDWORD granted, LPBOOL status) {
@@ -64,6 +65,7 @@ WINBOOL WINAPI noteCheck(PSECURITY_DESCRIPTOR security, HANDLE token, DWORD desi
     *status = gCheck.status;
     return TRUE;
 }
+// NOLINTEND(readability-non-const-parameter)
 
 TEST_F(AccessCheckTest, WindowsIsAskedWithRoomForPrivilegesAndTheseAreHandedOver) {
     const ReplacedCall<decltype(AccessCheck)> call("AccessCheck", noteCheck);

@@ -63,9 +63,14 @@ protected:
         SecurityTest::TearDown();
     }
 
+    /// The key of the profile that was loaded as the first, the second and so on.
+    static HANDLE key(size_t number) { return sKeys + number; }
+
     static inline std::unique_ptr<Taken> sTaken;
 
 private:
+    static inline BYTE sKeys[16];
+
     static std::wstring textOf(const wchar_t* text) { return text != nullptr ? text : L""; }
 
     static WINBOOL WINAPI logOn(LPCWSTR user, LPCWSTR domain, LPCWSTR password, DWORD type,
@@ -84,13 +89,13 @@ private:
                  profile->lpPolicyPath != nullptr || profile->hProfile != nullptr});
         const size_t number = sTaken->loaded.size();
         sTaken->events.append("load").append(std::to_string(number)).append(" ");
-        profile->hProfile = reinterpret_cast<HANDLE>(number);
+        profile->hProfile = key(number);
         return TRUE;
     }
     static WINBOOL WINAPI unload(HANDLE token, HANDLE profile) {
         sTaken->unloaded = token;
         sTaken->events.append("unload");
-        sTaken->events.append(std::to_string(reinterpret_cast<size_t>(profile))).append(" ");
+        sTaken->events.append(std::to_string(static_cast<BYTE*>(profile) - sKeys)).append(" ");
         return TRUE;
     }
 
@@ -168,7 +173,7 @@ TEST_F(LogonTest, AProfileKnowsTheKeyAloneOfWhatWindowsGot) {
     const AccessToken::Profile profile(SOME_TOKEN, "user", "server", /*flags=*/1);
     EXPECT_EQ(sTaken->loaded[0].token, SOME_TOKEN);
     EXPECT_EQ(sTaken->loaded[0].server, L"server");
-    EXPECT_EQ(profile.information().hProfile, reinterpret_cast<HANDLE>(1));
+    EXPECT_EQ(profile.information().hProfile, key(1));
     EXPECT_EQ(profile.information().lpUserName, nullptr);
     EXPECT_EQ(profile.information().lpServerName, nullptr);
     const AccessToken::Profile local(SOME_TOKEN, "user", "", /*flags=*/1);
@@ -187,7 +192,7 @@ TEST_F(LogonTest, ANewProfileTakesThePlaceOfTheOldOneWhichIsUnloaded) {
     const AccessToken second("user", "", "", 2, 0, 0, profile);
     EXPECT_EQ(sTaken->events, "logon load1 logon load2 unload1 ");
     EXPECT_EQ(sTaken->unloaded, first.token());
-    EXPECT_EQ(profile->information().hProfile, reinterpret_cast<HANDLE>(2));
+    EXPECT_EQ(profile->information().hProfile, key(2));
     profile.reset();
     EXPECT_EQ(sTaken->events, "logon load1 logon load2 unload1 unload2 ");
 }

@@ -78,9 +78,11 @@ TEST(ArrayInitializerTest, AWholeListBecomesAnArrayInItsOrder) {
     EXPECT_EQ(array[3].Attributes, 0U);
 }
 
-TEST(ArrayInitializerTest, AnEmptyListNeedsNoArray) {
-    LUID_AND_ATTRIBUTES* const noArray = nullptr;
-    EXPECT_NO_THROW(initializeArray(std::vector<Privilege>(), noArray));
+TEST(ArrayInitializerTest, AnEmptyListWritesNothing) {
+    LUID_AND_ATTRIBUTES untouched = {{1, 2}, 3};
+    initializeArray(std::vector<Privilege>(), &untouched);
+    EXPECT_EQ(untouched.Luid.LowPart, 1U);
+    EXPECT_EQ(untouched.Attributes, 3U);
 }
 
 }  // namespace

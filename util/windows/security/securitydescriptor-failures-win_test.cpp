@@ -101,7 +101,7 @@ TEST_F(SecurityDescriptorFailureTest, ANewOneWhosePartsCannotBeReadIsFreed) {
     const SecurityDescriptor source(FULL, SDDL_REVISION_1);
     expectFailuresOfParts([] { SecurityDescriptor(FULL, SDDL_REVISION_1); });
     expectFailuresOfParts([&] { SecurityDescriptor(source.descriptor()); });
-    expectFailuresOfParts([&] { const SecurityDescriptor copy(source); });
+    expectFailuresOfParts([&] { SecurityDescriptor{source}; });
     expectFailuresOfParts([] {
         const Trustee nobody{SecurityIdentifier("S-1-1-0")};
         const ExplicitAccessList none(nullptr, 0);
@@ -125,8 +125,7 @@ TEST_F(SecurityDescriptorFailureTest, ADescriptorOfUnknownFormIsNotCopied) {
     using Call = decltype(GetSecurityDescriptorControl);
     expectFailureOf<Call>("GetSecurityDescriptorControl",
                           [&] { SecurityDescriptor(source.descriptor()); });
-    expectFailureOf<Call>("GetSecurityDescriptorControl",
-                          [&] { const SecurityDescriptor copy(source); });
+    expectFailureOf<Call>("GetSecurityDescriptorControl", [&] { SecurityDescriptor{source}; });
 }
 
 TEST_F(SecurityDescriptorFailureTest, AnAbsoluteOneThatCannotBeMadeSelfRelativeIsNotCopied) {
@@ -136,7 +135,7 @@ TEST_F(SecurityDescriptorFailureTest, AnAbsoluteOneThatCannotBeMadeSelfRelativeI
         expectFailureOf<Call>(
             "MakeSelfRelativeSD", [&] { SecurityDescriptor(source.descriptor()); }, before);
         expectFailureOf<Call>(
-            "MakeSelfRelativeSD", [&] { const SecurityDescriptor copy(source); }, before);
+            "MakeSelfRelativeSD", [&] { SecurityDescriptor{source}; }, before);
     }
 }
 

@@ -20,7 +20,6 @@
 
 namespace {
 
-using testing_support::expectWin32Failure;
 using testing_support::FailingCall;
 using testing_support::ReplacedCall;
 using testing_support::SecurityTest;
@@ -35,8 +34,8 @@ class DescriptorFileTest : public SecurityTest {
 protected:
     DescriptorFileTest() {
         // The first reading of a descriptor lets the system open things of its own.
-        SecurityDescriptor(mFile, SE_FILE_OBJECT, /*withSacl=*/false);
-        SecurityDescriptor("CURRENT_USER\\Software", SE_REGISTRY_KEY, /*withSacl=*/false);
+        const SecurityDescriptor file(mFile, SE_FILE_OBJECT, /*withSacl=*/false);
+        const SecurityDescriptor key("CURRENT_USER\\Software", SE_REGISTRY_KEY, /*withSacl=*/false);
     }
 
     TempFolder mFolder;
@@ -215,6 +214,7 @@ struct Written {
 };
 Written gWritten;
 
+// NOLINTNEXTLINE(readability-non-const-parameter): as Windows has it.
 DWORD WINAPI writeNamed(LPWSTR name, SE_OBJECT_TYPE type, SECURITY_INFORMATION bits, PSID owner,
                         PSID group, PACL dacl, PACL sacl) {
     gWritten = {name, nullptr, type, bits, owner, group, dacl, sacl};

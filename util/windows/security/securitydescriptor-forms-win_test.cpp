@@ -127,19 +127,19 @@ TEST_F(DescriptorPartTest, WindowsIsToldWhetherThePartIsThereAndWasDefaulted) {
     SID sid = {SID_REVISION, 1, SECURITY_WORLD_SID_AUTHORITY, {0}};
     ACL acl = {};
     struct Row {
-        SECURITY_DESCRIPTOR_CONTROL bit;
-        std::function<void(bool)> set;
         void* part;
+        std::function<void(bool)> set;
+        SECURITY_DESCRIPTOR_CONTROL bit;
         bool isAlwaysPresent;
     };
     const Row rows[] = {
-        {SE_OWNER_DEFAULTED, [&](bool some) { security.setOwner(some ? &sid : nullptr); }, &sid,
+        {&sid, [&](bool some) { security.setOwner(some ? &sid : nullptr); }, SE_OWNER_DEFAULTED,
          true},
-        {SE_GROUP_DEFAULTED, [&](bool some) { security.setGroup(some ? &sid : nullptr); }, &sid,
+        {&sid, [&](bool some) { security.setGroup(some ? &sid : nullptr); }, SE_GROUP_DEFAULTED,
          true},
-        {SE_DACL_DEFAULTED, [&](bool some) { security.setDacl(some ? &acl : nullptr); }, &acl,
+        {&acl, [&](bool some) { security.setDacl(some ? &acl : nullptr); }, SE_DACL_DEFAULTED,
          false},
-        {SE_SACL_DEFAULTED, [&](bool some) { security.setSacl(some ? &acl : nullptr); }, &acl,
+        {&acl, [&](bool some) { security.setSacl(some ? &acl : nullptr); }, SE_SACL_DEFAULTED,
          false},
     };
     for (const Row& row : rows) {

@@ -33,14 +33,12 @@ protected:
         HANDLE token;
         TOKEN_INFORMATION_CLASS information;
         DWORD size;
-        std::array<BYTE, 128> data;  ///< `size` bytes, and of groups 4 more
+        alignas(PSID) std::array<BYTE, 128> data;  ///< `size` bytes, and of groups 4 more
     };
 
     template <class Value>
     static Value valueAt(size_t offset) {
-        Value value;
-        std::memcpy(&value, sSetting.data.data() + offset, sizeof value);
-        return value;
+        return *reinterpret_cast<const Value*>(sSetting.data.data() + offset);
     }
     void expectSetting(TOKEN_INFORMATION_CLASS information, DWORD size) const {
         EXPECT_EQ(sSetting.token, mToken.token());
