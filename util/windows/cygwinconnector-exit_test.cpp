@@ -135,16 +135,16 @@ TEST(ExitWithSignalTest, ItRaises32TimesATenthOfASecondApart) {
 TEST(ExitWithSignalTest, WhatFailsIsThrownAndTheProcessGoesOn) {
     const struct {
         posixprovider_entry entry;
-        const char* text;
         int unblockings;  ///< the default disposition comes first
+        const char* text;
     } rows[] = {
-        {POSIXPROVIDER_SYSTEM_SIGACTION_INIT, "vrpsx::system::sigaction_init: error 9999", 0},
-        {POSIXPROVIDER_SYSTEM_SIGACTION, "vrpsx::system::sigaction: error 9999", 0},
-        {POSIXPROVIDER_SYSTEM_SIGSET_INIT, "vrpsx::system::sigset_init: error 9999", 0},
-        {POSIXPROVIDER_SIGSET_ADD, "vrpsx::sigset::add: error 9999", 0},
-        {POSIXPROVIDER_SYSTEM_THREAD_SIGMASK, "vrpsx::system::thread_sigmask: error 9999", 1},
-        {POSIXPROVIDER_SYSTEM_KILL, "vrpsx::system::kill: error 9999", 1},
-        {POSIXPROVIDER_SYSTEM_NANOSLEEP, "vrpsx::system::nanosleep: error 9999", 1},
+        {POSIXPROVIDER_SYSTEM_SIGACTION_INIT, 0, "vrpsx::system::sigaction_init: error 9999"},
+        {POSIXPROVIDER_SYSTEM_SIGACTION, 0, "vrpsx::system::sigaction: error 9999"},
+        {POSIXPROVIDER_SYSTEM_SIGSET_INIT, 0, "vrpsx::system::sigset_init: error 9999"},
+        {POSIXPROVIDER_SIGSET_ADD, 0, "vrpsx::sigset::add: error 9999"},
+        {POSIXPROVIDER_SYSTEM_THREAD_SIGMASK, 1, "vrpsx::system::thread_sigmask: error 9999"},
+        {POSIXPROVIDER_SYSTEM_KILL, 1, "vrpsx::system::kill: error 9999"},
+        {POSIXPROVIDER_SYSTEM_NANOSLEEP, 1, "vrpsx::system::nanosleep: error 9999"},
     };
     for (const auto& row : rows) {
         PosixProvider provider;

@@ -1,8 +1,9 @@
 // What is in files: streams, bytes, temporary files, room on the volume, writing with patience.
 
+#include <algorithm>
 #include <cerrno>
+#include <iterator>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -186,8 +187,8 @@ TEST(SystemTemporaryFileNameTest, AFolderOnAShareIsAskedForAndToldAsOne) {
             EXPECT_STREQ(where, L"\\\\?\\UNC\\srv\\sh");
             EXPECT_STREQ(prefix, L"nb");
             EXPECT_EQ(unique, 0U);
-            const std::wstring_view made(L"\\\\?\\UNC\\srv\\sh\\nb1.tmp\0behind", 31);
-            made.copy(name, made.size());
+            constexpr wchar_t made[] = L"\\\\?\\UNC\\srv\\sh\\nb1.tmp\0behind";
+            std::copy(std::begin(made), std::end(made), name);
             return 1;
         });
     EXPECT_EQ(System::temporaryFileName("//srv/sh", "nb"), "\\\\srv\\sh\\nb1.tmp");
