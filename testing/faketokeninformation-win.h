@@ -31,7 +31,7 @@ public:
     FakeTokenInformation(const FakeTokenInformation&) = delete;
     FakeTokenInformation& operator=(const FakeTokenInformation&) = delete;
 
-    /// Lets the first call succeed, which is then told of no size.
+    /// Lets the first call succeed, though it has no buffer.
     void succeedAtOnce() { mSucceedsAtOnce = true; }
 
     int calls() const { return mCalls; }
@@ -45,7 +45,7 @@ private:
         }
         ++mCalls;
         if (buffer == nullptr) {
-            *size = mSucceedsAtOnce ? 0 : mSize;
+            *size = mSize;
             SetLastError(ERROR_INSUFFICIENT_BUFFER);
             return mSucceedsAtOnce;
         }
