@@ -15,14 +15,17 @@ namespace testing_support {
 template <class Signature>
 class RefusedCall;
 
-/// Makes every call of a Windows function by the test program fail until the scope ends: it does
-/// nothing, returns `error` if it is of those that return a number, else false with `error` as the
-/// last one. One at a time of functions of the same type. See ReplacedCall.
+/// Makes the calls of a Windows function by the test program fail until the scope ends: they do
+/// nothing, and return `error` if it is of those that return a number, else false with `error` as
+/// the last one. One at a time of functions of the same type. See ReplacedCall.
 template <class Result, class... Arguments>
 class RefusedCall<Result(Arguments...)> {
 public:
-    RefusedCall(const char* function, DWORD error) : mCall(function, refuse) {
+    /// The first `before` calls are made as ever.
+    RefusedCall(const char* function, DWORD error, int before = 0) : mCall(function, refuse) {
+        sOriginal = mCall.original();
         sError = error;
+        sBefore = before;
         sCount = 0;
     }
 
@@ -30,8 +33,10 @@ public:
     int count() const { return sCount; }
 
 private:
-    static Result refuse(Arguments... /*arguments*/) {
-        ++sCount;
+    static Result WINAPI refuse(Arguments... arguments) {
+        if (++sCount <= sBefore) {
+            return sOriginal(arguments...);
+        }
         if constexpr (std::is_same_v<Result, DWORD>) {
             return sError;
         } else {
@@ -40,7 +45,9 @@ private:
         }
     }
 
+    static inline Result (*sOriginal)(Arguments...) = nullptr;
     static inline DWORD sError = 0;
+    static inline int sBefore = 0;
     static inline int sCount = 0;
     ReplacedCall<Result(Arguments...)> mCall;
 };

@@ -2,8 +2,8 @@
 
 #include <windows.h>
 
-#include "testing/failingcall-win.h"
 #include "testing/ownershipcount-win.h"
+#include "testing/refusedcall-win.h"
 
 namespace testing_support {
 
@@ -12,8 +12,8 @@ class SecurityTest : public OwnershipTest {
 protected:
     /// What the system and the runtime keep from the first failure on isn't counted.
     SecurityTest() {
-        expectWin32Failure("", ERROR_ACCESS_DENIED,
-                           [] { throw Win32Exception("", ERROR_ACCESS_DENIED); });
+        expectFailedCall("", ERROR_ACCESS_DENIED,
+                         [] { throw Win32Exception("", ERROR_ACCESS_DENIED); });
     }
 
     /// The reason of a test that is skipped is kept.

@@ -9,6 +9,8 @@
 #include <windows.h>
 
 #include "testing/commandtest-win.h"
+#include "testing/duplicatedtoken-win.h"
+#include "testing/posixworld-win.h"
 #include "testing/recordedstarts-win.h"
 #include "util/windows/exec-win.h"
 #include "util/windows/security/accesstoken-win.h"
@@ -17,21 +19,16 @@ namespace {
 
 using testing_support::CommandResult;
 using testing_support::CommandTest;
+using testing_support::duplicatedToken;
 using testing_support::execChild;
+using testing_support::PosixWorld;
 using testing_support::RecordedStarts;
-
-/// A token that is no other's: a duplicate of this process's.
-boost::shared_ptr<AccessToken> duplicateToken() {
-    return boost::shared_ptr<AccessToken>(
-        new AccessToken(AccessToken(GetCurrentProcess(), TOKEN_DUPLICATE), MAXIMUM_ALLOWED,
-                        /*attributes=*/nullptr, SecurityImpersonation, TokenPrimary));
-}
 
 class ExecRunAsTest : public CommandTest {
 protected:
     void SetUp() override {
         CommandTest::SetUp();
-        Exec::setRunAsToken(duplicateToken());
+        Exec::setRunAsToken(duplicatedToken());
     }
     void TearDown() override {
         Exec::setRunAsToken({});
@@ -95,6 +92,36 @@ TEST_F(ExecRunAsTest, AnAlternateIsStartedWithTheRightsOfTheProcess) {
     ASSERT_EQ(starts.calls().size(), 2U);
     EXPECT_EQ(starts.calls()[0].token, token());
     EXPECT_EQ(starts.calls()[1].token, nullptr);
+    // And the next command has the token again.
+    EXPECT_EQ(mExec->run(execChild()).code, 0);
+    EXPECT_EQ(starts.last().token, token());
+}
+
+TEST_F(ExecRunAsTest, AnAlternateForStreamsThatCannotBeSetUpHasTheRightsOfTheProcessToo) {
+    Exec::RunInfo info;
+    info.mDirectArgv = {execChild("say wrong")};
+    info.mAlternateArgv = {execChild("say x")};
+    info.mStdinFile = mFolder.utf8("none");
+    const RecordedStarts starts;
+    EXPECT_EQ(mExec->run(info).output, "x");
+    ASSERT_EQ(starts.calls().size(), 1U);
+    EXPECT_EQ(starts.last().token, nullptr);
+}
+
+TEST_F(ExecRunAsTest, AScriptIsStartedUnderTheTokenBothTimes) {
+    PosixWorld world(mFolder);
+    world.program("/bin/sh.exe");
+    world.write("/tools/bin/script");
+    Exec::RunInfo info;
+    info.mDirectArgv = {"/tools/bin/script"};
+    info.mCygwinCommand = true;
+    const RecordedStarts starts;
+    EXPECT_EQ(mExec->run(info, mFolder.utf8()).code, 0);
+    ASSERT_GE(starts.calls().size(), 2U);
+    EXPECT_EQ(starts.calls().front().line, L"/tools/bin/script");
+    EXPECT_EQ(starts.calls().front().token, token());
+    EXPECT_NE(starts.last().line, L"/tools/bin/script");
+    EXPECT_EQ(starts.last().token, token());
 }
 
 TEST_F(ExecRunAsTest, AStartThatFailsIsReportedAsAnyOther) {

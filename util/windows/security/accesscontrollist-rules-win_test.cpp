@@ -202,4 +202,10 @@ TEST_F(AccessControlRulesTest, TheCountsThatAreKeptServeTheWalk) {
     EXPECT_EQ(call.count(), 0);
 }
 
+TEST_F(AccessControlRulesTest, TheSidToRemoveMayBeAViewIntoTheList) {
+    AccessControlList acl = aclOf("ese");
+    acl.removeAces(acl.ace(0).sid());
+    EXPECT_EQ(masksOf(acl), Masks{2});
+}
+
 }  // namespace

@@ -266,4 +266,39 @@ TEST_F(AccessControlListTest, TheCountsAreKeptUntilAChange) {
     expectAsked(7, 1);
 }
 
+TEST_F(AccessControlListTest, AnAceOfTheListItselfIsCopiedBeforeTheListChanges) {
+    AccessControlList acl = emptyAcl();
+    add(acl, AccessControlList::atEnd, 1);
+    add(acl, AccessControlList::atEnd, 2);
+    static const BYTE* added;
+    static ACCESS_MASK mask;
+    const ReplacedCall<decltype(AddAce)> call(
+        "AddAce", [](PACL, DWORD, DWORD, LPVOID ace, DWORD) -> WINBOOL {
+            added = static_cast<const BYTE*>(ace);
+            mask = AccessControlEntry(static_cast<ACE_HEADER*>(ace)).mask();
+            return TRUE;
+        });
+    acl.addAce(ACL_REVISION_DS, 0, acl.ace(1));
+    EXPECT_EQ(mask, 2U);
+    const BYTE* const start = reinterpret_cast<const BYTE*>(acl.acl());
+    EXPECT_FALSE(added >= start && added < start + acl.acl()->AclSize);
+}
+
+TEST_F(AccessControlListTest, ACountOfAcesBeyondThirtyTwoBitsOfBytesIsNoSmallOne) {
+    constexpr DWORD count = 38'347'923;  // times 112, plus 8, is 88 more than 32 bits hold
+    const AccessControlList limited(count, ACL_REVISION, /*limitSize=*/true);
+    EXPECT_EQ(limited.bytesInUse() + limited.bytesFree(), 2000U);
+    static DWORD asked;
+    // Nothing is allocated in earnest.
+    const ReplacedCall<decltype(LocalAlloc)> none("LocalAlloc", [](UINT, SIZE_T size) -> HLOCAL {
+        asked = static_cast<DWORD>(size);
+        return nullptr;
+    });
+    const RefusedCall<decltype(InitializeAcl)> refused("InitializeAcl", ERROR_INVALID_PARAMETER);
+    expectFailedCall("InitializeAcl", ERROR_INVALID_PARAMETER, [] {
+        const AccessControlList unlimited(count, ACL_REVISION, /*limitSize=*/false);
+    });
+    EXPECT_EQ(asked, MAXDWORD);
+}
+
 }  // namespace

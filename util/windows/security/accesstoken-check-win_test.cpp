@@ -9,15 +9,15 @@
 // Behind windows.h.
 #include <sddl.h>
 
-#include "testing/failingcall-win.h"
+#include "testing/refusedcall-win.h"
 #include "testing/replacedcall-win.h"
 #include "testing/securitytest-win.h"
 #include "util/windows/security/accesstoken-win.h"
 
 namespace {
 
-using testing_support::expectWin32Failure;
-using testing_support::FailingCall;
+using testing_support::expectFailedCall;
+using testing_support::RefusedCall;
 using testing_support::ReplacedCall;
 using testing_support::SecurityTest;
 
@@ -100,11 +100,11 @@ TEST_F(AccessCheckTest, AccessIsGrantedByTheStatusOneAlone) {
 }
 
 TEST_F(AccessCheckTest, ACheckThatFailsNamesTheCallAndHandsOverNothing) {
-    const FailingCall<decltype(AccessCheck)> call("AccessCheck", ERROR_INVALID_SECURITY_DESCR);
+    const RefusedCall<decltype(AccessCheck)> call("AccessCheck", ERROR_INVALID_SECURITY_DESCR);
     PrivilegeSet used = {1, {{{9, 9}, 9}}};
     DWORD granted = 5;
-    expectWin32Failure("AccessCheck", ERROR_INVALID_SECURITY_DESCR,
-                       [&] { mToken.accessCheck(mReadable, 1, FILES, used, granted); });
+    expectFailedCall("AccessCheck", ERROR_INVALID_SECURITY_DESCR,
+                     [&] { mToken.accessCheck(mReadable, 1, FILES, used, granted); });
     EXPECT_EQ(used.mControl, 1U);
     EXPECT_EQ(used.mPrivileges.size(), 1U);
     EXPECT_EQ(granted, 5U);
@@ -114,8 +114,8 @@ TEST_F(AccessCheckTest, APrimaryTokenCannotBeChecked) {
     const AccessToken primary(GetCurrentProcess(), TOKEN_QUERY);
     PrivilegeSet used;
     DWORD granted = 0;
-    expectWin32Failure("AccessCheck", ERROR_NO_IMPERSONATION_TOKEN,
-                       [&] { primary.accessCheck(mReadable, 1, FILES, used, granted); });
+    expectFailedCall("AccessCheck", ERROR_NO_IMPERSONATION_TOKEN,
+                     [&] { primary.accessCheck(mReadable, 1, FILES, used, granted); });
 }
 
 }  // namespace

@@ -11,7 +11,7 @@
 #include <userenv.h>
 
 #include "testing/debugoutput-win.h"
-#include "testing/failingcall-win.h"
+#include "testing/refusedcall-win.h"
 #include "testing/replacedcall-win.h"
 #include "testing/securitytest-win.h"
 #include "util/windows/security/accesstoken-win.h"
@@ -19,8 +19,8 @@
 namespace {
 
 using testing_support::DebugOutput;
-using testing_support::expectWin32Failure;
-using testing_support::FailingCall;
+using testing_support::expectFailedCall;
+using testing_support::RefusedCall;
 using testing_support::ReplacedCall;
 using testing_support::SecurityTest;
 
@@ -128,12 +128,12 @@ TEST_F(LogonTest, AnEmptyDomainIsNullAndADotIsADot) {
 }
 
 TEST_F(LogonTest, ALogonThatIsRefusedNamesTheCallAndLoadsNoProfile) {
-    const FailingCall<decltype(LogonUserW)> call("LogonUserW", ERROR_LOGON_FAILURE);
-    expectWin32Failure("LogonUserW", ERROR_LOGON_FAILURE,
-                       [] { AccessToken("user", "domain", "password", 2, 0); });
+    const RefusedCall<decltype(LogonUserW)> call("LogonUserW", ERROR_LOGON_FAILURE);
+    expectFailedCall("LogonUserW", ERROR_LOGON_FAILURE,
+                     [] { AccessToken("user", "domain", "password", 2, 0); });
     Profile profile;
-    expectWin32Failure("LogonUserW", ERROR_LOGON_FAILURE,
-                       [&] { AccessToken("user", "domain", "password", 2, 0, 1, profile); });
+    expectFailedCall("LogonUserW", ERROR_LOGON_FAILURE,
+                     [&] { AccessToken("user", "domain", "password", 2, 0, 1, profile); });
     EXPECT_EQ(profile, nullptr);
     EXPECT_EQ(sTaken->events, "");
 }
@@ -202,12 +202,12 @@ TEST_F(LogonTest, AProfileThatCannotBeLoadedClosesTheTokenAndLeavesTheOldProfile
     const AccessToken first("user", "", "", 2, 0, 0, profile);
     const AccessToken::Profile* const before = profile.get();
     {
-        const FailingCall<decltype(LoadUserProfileW)> call("LoadUserProfileW",
+        const RefusedCall<decltype(LoadUserProfileW)> call("LoadUserProfileW",
                                                            ERROR_BAD_USER_PROFILE);
-        expectWin32Failure("LoadUserProfileW", ERROR_BAD_USER_PROFILE,
-                           [&] { AccessToken("user", "", "", 2, 0, 0, profile); });
-        expectWin32Failure("LoadUserProfileW", ERROR_BAD_USER_PROFILE,
-                           [] { AccessToken::Profile(SOME_TOKEN, "user", "", 0); });
+        expectFailedCall("LoadUserProfileW", ERROR_BAD_USER_PROFILE,
+                         [&] { AccessToken("user", "", "", 2, 0, 0, profile); });
+        expectFailedCall("LoadUserProfileW", ERROR_BAD_USER_PROFILE,
+                         [] { AccessToken::Profile(SOME_TOKEN, "user", "", 0); });
     }
     EXPECT_EQ(profile.get(), before);
     EXPECT_EQ(mOwnership.held().mHandles, 1);
@@ -215,7 +215,7 @@ TEST_F(LogonTest, AProfileThatCannotBeLoadedClosesTheTokenAndLeavesTheOldProfile
 }
 
 TEST_F(LogonTest, AFailureToUnloadGoesToTheDebugger) {
-    const FailingCall<decltype(UnloadUserProfile)> call("UnloadUserProfile", ERROR_BUSY);
+    const RefusedCall<decltype(UnloadUserProfile)> call("UnloadUserProfile", ERROR_BUSY);
     const DebugOutput output;
     { const AccessToken::Profile profile(SOME_TOKEN, "user", "", 0); }
     std::string line = win32ErrorText("UnloadUserProfile", ERROR_BUSY);

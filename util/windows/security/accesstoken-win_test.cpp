@@ -11,15 +11,15 @@
 #include <windows.h>
 
 #include "testing/debugoutput-win.h"
-#include "testing/failingcall-win.h"
+#include "testing/refusedcall-win.h"
 #include "testing/replacedcall-win.h"
 #include "testing/securitytest-win.h"
 
 namespace {
 
 using testing_support::DebugOutput;
-using testing_support::expectWin32Failure;
-using testing_support::FailingCall;
+using testing_support::expectFailedCall;
+using testing_support::RefusedCall;
 using testing_support::ReplacedCall;
 using testing_support::SecurityTest;
 
@@ -62,8 +62,8 @@ TEST_F(AccessTokenTest, ThatOfAProcessIsOpenedWithTheAccessGiven) {
 }
 
 TEST_F(AccessTokenTest, ThatOfAThreadIsTheOneItImpersonatesWith) {
-    expectWin32Failure("OpenThreadToken", ERROR_NO_TOKEN,
-                       [] { AccessToken(GetCurrentThread(), TOKEN_QUERY, /*openAsSelf=*/true); });
+    expectFailedCall("OpenThreadToken", ERROR_NO_TOKEN,
+                     [] { AccessToken(GetCurrentThread(), TOKEN_QUERY, /*openAsSelf=*/true); });
     mImpersonation.impersonate();
     {
         const AccessToken token(GetCurrentThread(), TOKEN_QUERY, /*openAsSelf=*/true);
@@ -151,35 +151,35 @@ TEST_F(AccessTokenTest, EachTokenThatCannotBeMadeNamesTheCallAndHoldsNothing) {
     const SidList sids = {{SecurityIdentifier(EVERYONE), 1}};
     const PrivilegeList privileges = {{LUID{1, 0}, 2}};
     {
-        const FailingCall<decltype(OpenProcessToken)> call("OpenProcessToken", 1401);
-        expectWin32Failure("OpenProcessToken", 1401,
-                           [] { AccessToken(GetCurrentProcess(), TOKEN_QUERY); });
+        const RefusedCall<decltype(OpenProcessToken)> call("OpenProcessToken", 1401);
+        expectFailedCall("OpenProcessToken", 1401,
+                         [] { AccessToken(GetCurrentProcess(), TOKEN_QUERY); });
     }
     {
-        const FailingCall<decltype(OpenThreadToken)> call("OpenThreadToken", 1402);
-        expectWin32Failure("OpenThreadToken", 1402,
-                           [] { AccessToken(GetCurrentThread(), TOKEN_QUERY, false); });
+        const RefusedCall<decltype(OpenThreadToken)> call("OpenThreadToken", 1402);
+        expectFailedCall("OpenThreadToken", 1402,
+                         [] { AccessToken(GetCurrentThread(), TOKEN_QUERY, false); });
     }
     {
-        const FailingCall<decltype(DuplicateToken)> call("DuplicateToken", 1403);
-        expectWin32Failure("DuplicateToken", 1403,
-                           [&] { AccessToken(mProcess, SecurityDelegation); });
+        const RefusedCall<decltype(DuplicateToken)> call("DuplicateToken", 1403);
+        expectFailedCall("DuplicateToken", 1403,
+                         [&] { AccessToken(mProcess, SecurityDelegation); });
     }
     {
-        const FailingCall<decltype(DuplicateTokenEx)> call("DuplicateTokenEx", 1404);
-        expectWin32Failure("DuplicateTokenEx", 1404, [&] {
+        const RefusedCall<decltype(DuplicateTokenEx)> call("DuplicateTokenEx", 1404);
+        expectFailedCall("DuplicateTokenEx", 1404, [&] {
             AccessToken(mProcess, TOKEN_QUERY, nullptr, SecurityDelegation, TokenPrimary);
         });
     }
-    const FailingCall<decltype(CreateRestrictedToken)> call("CreateRestrictedToken", 1405);
-    expectWin32Failure("CreateRestrictedToken", 1405,
-                       [&] { AccessToken(mProcess, 0, sids, privileges, sids); });
+    const RefusedCall<decltype(CreateRestrictedToken)> call("CreateRestrictedToken", 1405);
+    expectFailedCall("CreateRestrictedToken", 1405,
+                     [&] { AccessToken(mProcess, 0, sids, privileges, sids); });
     EXPECT_EQ(mOwnership.held().mHandles, 0);
 }
 
 TEST_F(AccessTokenTest, AHandleThatIsNoProcessHasNoToken) {
-    expectWin32Failure("OpenProcessToken", ERROR_INVALID_HANDLE,
-                       [] { AccessToken(reinterpret_cast<HANDLE>(0xABC0), TOKEN_QUERY); });
+    expectFailedCall("OpenProcessToken", ERROR_INVALID_HANDLE,
+                     [] { AccessToken(reinterpret_cast<HANDLE>(0xABC0), TOKEN_QUERY); });
 }
 
 /// What CreateRestrictedToken got; of each array the first two elements.
@@ -278,8 +278,8 @@ TEST_F(AccessTokenTest, ARestrictedTokenHasLostThePrivilegeAndTheGroup) {
 TEST_F(AccessTokenTest, MembershipIsToldForATokenToImpersonateWith) {
     EXPECT_TRUE(mImpersonation.isMember(SecurityIdentifier(EVERYONE)));
     EXPECT_FALSE(mImpersonation.isMember(SecurityIdentifier("S-1-5-21-1-2-3-4")));
-    expectWin32Failure("CheckTokenMembership", ERROR_NO_IMPERSONATION_TOKEN,
-                       [&] { mProcess.isMember(SecurityIdentifier(EVERYONE)); });
+    expectFailedCall("CheckTokenMembership", ERROR_NO_IMPERSONATION_TOKEN,
+                     [&] { mProcess.isMember(SecurityIdentifier(EVERYONE)); });
 }
 
 TEST_F(AccessTokenTest, WindowsIsAskedAboutTheTokenAndTheSid) {
@@ -303,8 +303,8 @@ TEST_F(AccessTokenTest, WindowsIsAskedAboutTheTokenAndTheSid) {
 }
 
 TEST_F(AccessTokenTest, AnImpersonationThatIsRefusedNamesTheCall) {
-    const FailingCall<decltype(ImpersonateLoggedOnUser)> call("ImpersonateLoggedOnUser", 1406);
-    expectWin32Failure("ImpersonateLoggedOnUser", 1406, [&] { mProcess.impersonate(); });
+    const RefusedCall<decltype(ImpersonateLoggedOnUser)> call("ImpersonateLoggedOnUser", 1406);
+    expectFailedCall("ImpersonateLoggedOnUser", 1406, [&] { mProcess.impersonate(); });
 }
 
 TEST_F(AccessTokenTest, ImpersonationLastsUntilTheCallerEndsIt) {

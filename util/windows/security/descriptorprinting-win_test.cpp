@@ -41,7 +41,8 @@ public:
     }
 
 private:
-    static DWORD WINAPI security(LPCWSTR, SE_OBJECT_TYPE, SECURITY_INFORMATION, PSID* owner,
+    template <class Name>
+    static DWORD WINAPI security(Name, SE_OBJECT_TYPE, SECURITY_INFORMATION, PSID* owner,
                                  PSID* group, PACL* dacl, PACL* sacl,
                                  PSECURITY_DESCRIPTOR* descriptor) {
         BOOL flag = FALSE;
@@ -58,7 +59,9 @@ private:
 
     static inline std::wstring gSddl;
     static inline DWORD gAttributes;
-    ReplacedCall<decltype(GetNamedSecurityInfoW)> mSecurity{"GetNamedSecurityInfoW", &security};
+    ReplacedCall<decltype(GetNamedSecurityInfoW)> mSecurity{"GetNamedSecurityInfoW",
+                                                            &security<LPCWSTR>};
+    ReplacedCall<decltype(GetSecurityInfo)> mOpenSecurity{"GetSecurityInfo", &security<HANDLE>};
     ReplacedCall<decltype(GetFileAttributesW)> mAttributes{
         "GetFileAttributesW", [](LPCWSTR) -> DWORD { return gAttributes; }};
 };
@@ -288,6 +291,24 @@ TEST_F(DescriptorPrintingTest, GarbledTextsAreRefusedOrShown) {
     }
     EXPECT_GT(refused, 100U);
     EXPECT_GT(shown, 100U);
+}
+
+TEST_F(PrintingContextTest, ExplicitAccessIsNamedForTheKindOfObjectOnTheStream) {
+    const RefusedCall<decltype(GetAce)> noAce("GetAce", ERROR_INVALID_PARAMETER);
+    EXPECT_THROW(mOut << mKey, Win32Exception);
+    mOut.str({});
+    mOut << ExplicitAccess("x", 1, GRANT_ACCESS, NO_INHERITANCE);
+    EXPECT_EQ(mOut.str(),
+              "ExplicitAccess [for Trustee [Unknown: \"x\"]:  GRANT_ACCESS 0x1 "
+              "[KEY_QUERY_VALUE] (NO_INHERITANCE)]");
+}
+
+TEST_F(DescriptorPrintingTest, RightsAreNamedForAPipe) {
+    const SecurityOfObjects security("D:(A;;0x4;;;S-1-1-0)");
+    const ReplacedCall<decltype(GetFileType)> pipe("GetFileType",
+                                                   [](HANDLE) -> DWORD { return FILE_TYPE_PIPE; });
+    EXPECT_EQ(shownRights(SecurityDescriptor(HANDLE{nullptr}, SE_FILE_OBJECT, /*withSacl=*/false)),
+              "0x4 [FILE_CREATE_PIPE_INSTANCE]");
 }
 
 }  // namespace

@@ -313,4 +313,24 @@ TEST(SecurityAttributesForDirectoryTest, ThreadsThatAskForTwoFoldersGetTheirTwoN
     }
 }
 
+TEST(SecurityAttributesDirectoryTest, OwnerGroupAndDaclOfAFileAreRead) {
+    static SE_OBJECT_TYPE type;
+    static SECURITY_INFORMATION bits;
+    static bool hasSacl;
+    const ReplacedCall<decltype(GetNamedSecurityInfoW)> call(
+        "GetNamedSecurityInfoW",
+        [](LPCWSTR, SE_OBJECT_TYPE askedType, SECURITY_INFORMATION askedBits, PSID*, PSID*, PACL*,
+           PACL* sacl, PSECURITY_DESCRIPTOR*) -> DWORD {
+            type = askedType;
+            bits = askedBits;
+            hasSacl = sacl != nullptr;
+            return ERROR_ACCESS_DENIED;
+        });
+    const char* name = nullptr;
+    EXPECT_FALSE(securityAttributesForDirectory("c:/", name));
+    EXPECT_EQ(type, SE_FILE_OBJECT);
+    EXPECT_EQ(bits, OWNER_GROUP_DACL);
+    EXPECT_FALSE(hasSacl);
+}
+
 }  // namespace

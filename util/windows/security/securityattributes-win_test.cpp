@@ -14,6 +14,7 @@
 // Behind windows.h.
 #include <sddl.h>
 
+#include "testing/allocationcount.h"
 #include "testing/replacedcall-win.h"
 #include "util/stringpool.h"
 #include "util/windows/security/securitydescriptor-win.h"
@@ -136,6 +137,14 @@ TEST(FindSecurityAttributesTest, ANameIsFoundByAnyTextThatIsEqual) {
     EXPECT_NE(found, nullptr);
     EXPECT_EQ(findSecurityAttributes(std::string(name).c_str()), found);
     EXPECT_EQ(findSecurityAttributes("found by its TEXT"), nullptr);
+}
+
+TEST(SecurityAttributesTest, ANameThatIsLookedForIsPooled) {
+    const std::string name = "no security has this name, " + std::string(1000, 'n');
+    EXPECT_EQ(findSecurityAttributes(name.c_str()), nullptr);
+    const size_t before = testing_support::allocationCount();
+    internString(name.c_str());
+    EXPECT_EQ(testing_support::allocationCount(), before);
 }
 
 }  // namespace

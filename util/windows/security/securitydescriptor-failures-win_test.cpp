@@ -11,15 +11,15 @@
 #include <aclapi.h>
 #include <sddl.h>
 
-#include "testing/failingcall-win.h"
+#include "testing/refusedcall-win.h"
 #include "testing/securitytest-win.h"
 #include "util/windows/localmemory-win.h"
 #include "util/windows/security/securitydescriptor-win.h"
 
 namespace {
 
-using testing_support::expectWin32Failure;
-using testing_support::FailingCall;
+using testing_support::expectFailedCall;
+using testing_support::RefusedCall;
 using testing_support::SecurityTest;
 
 constexpr const char* FULL = "O:BAG:SYD:(A;;FA;;;WD)S:(AU;SA;FA;;;WD)";
@@ -32,8 +32,8 @@ template <class Signature, class Action>
 void expectFailureOf(const char* function, const char* word, Action action, int before = 0) {
     static DWORD error = 1400;
     ++error;
-    const FailingCall<Signature> failing(function, error, before);
-    expectWin32Failure(word, error, action);
+    const RefusedCall<Signature> failing(function, error, before);
+    expectFailedCall(word, error, action);
 }
 
 template <class Signature, class Action>
@@ -56,13 +56,13 @@ TEST_F(SecurityDescriptorFailureTest, TheFailureToReadAnObjectHasTheNumberThatWa
 }
 
 TEST_F(SecurityDescriptorFailureTest, AFileThatIsNotThereHasNoDescriptor) {
-    expectWin32Failure("GetNamedSecurityInfoW", ERROR_FILE_NOT_FOUND, [] {
+    expectFailedCall("GetNamedSecurityInfoW", ERROR_FILE_NOT_FOUND, [] {
         SecurityDescriptor("c:/windows/no-such-file", SE_FILE_OBJECT, /*withSacl=*/false);
     });
 }
 
 TEST_F(SecurityDescriptorFailureTest, AClosedHandleHasNoDescriptor) {
-    expectWin32Failure("GetSecurityInfo", ERROR_INVALID_HANDLE, [] {
+    expectFailedCall("GetSecurityInfo", ERROR_INVALID_HANDLE, [] {
         SecurityDescriptor(reinterpret_cast<HANDLE>(0xABC0), SE_FILE_OBJECT, /*withSacl=*/false);
     });
 }
@@ -71,8 +71,8 @@ TEST_F(SecurityDescriptorFailureTest, ATextThatIsNoneIsRefused) {
     for (const char* text : {"D:(", "O:QQ"}) {
         EXPECT_THROW(SecurityDescriptor(text, SDDL_REVISION_1), Win32Exception) << text;
     }
-    expectWin32Failure("ConvertStringSecurityDescriptorToSecurityDescriptorW",
-                       ERROR_UNKNOWN_REVISION, [] { SecurityDescriptor(FULL, /*revision=*/9); });
+    expectFailedCall("ConvertStringSecurityDescriptorToSecurityDescriptorW", ERROR_UNKNOWN_REVISION,
+                     [] { SecurityDescriptor(FULL, /*revision=*/9); });
 }
 
 TEST_F(SecurityDescriptorFailureTest, ATextThatIsRefusedChangesNothing) {
@@ -112,11 +112,11 @@ TEST_F(SecurityDescriptorFailureTest, ANewOneWhosePartsCannotBeReadIsFreed) {
 TEST_F(SecurityDescriptorFailureTest, PartsAreReadInTheirOrder) {
     // The first to fail is the one that is told.
     SecurityDescriptor security(FULL, SDDL_REVISION_1);
-    const FailingCall<decltype(GetSecurityDescriptorSacl)> lists("GetSecurityDescriptorSacl", 5);
-    expectWin32Failure("GetSecurityDescriptorSacl", 5, [&] { security.readParts(); });
+    const RefusedCall<decltype(GetSecurityDescriptorSacl)> lists("GetSecurityDescriptorSacl", 5);
+    expectFailedCall("GetSecurityDescriptorSacl", 5, [&] { security.readParts(); });
     EXPECT_NE(security.dacl().acl(), nullptr);
-    const FailingCall<decltype(GetSecurityDescriptorGroup)> group("GetSecurityDescriptorGroup", 6);
-    expectWin32Failure("GetSecurityDescriptorGroup", 6, [&] { security.readParts(); });
+    const RefusedCall<decltype(GetSecurityDescriptorGroup)> group("GetSecurityDescriptorGroup", 6);
+    expectFailedCall("GetSecurityDescriptorGroup", 6, [&] { security.readParts(); });
     EXPECT_NE(security.owner().sid(), nullptr);
 }
 
@@ -155,8 +155,8 @@ TEST_F(SecurityDescriptorFailureTest, ControlAndRevisionThatCannotBeReadOrWritte
 
 TEST_F(SecurityDescriptorFailureTest, BitsThatAreNotToBeChangedAreRefused) {
     SecurityDescriptor security;
-    expectWin32Failure("SetSecurityDescriptorControl", ERROR_INVALID_PARAMETER,
-                       [&] { security.setControl(SE_DACL_PRESENT, SE_DACL_PRESENT); });
+    expectFailedCall("SetSecurityDescriptorControl", ERROR_INVALID_PARAMETER,
+                     [&] { security.setControl(SE_DACL_PRESENT, SE_DACL_PRESENT); });
 }
 
 TEST_F(SecurityDescriptorFailureTest, APartThatAnAbsoluteOneDoesNotTakeNamesItsCall) {
@@ -205,7 +205,7 @@ TEST_F(SecurityDescriptorFailureTest, AnObjectThatCannotBeWrittenHasTheNumberTha
 
 TEST_F(SecurityDescriptorFailureTest, AFileThatIsNotThereCannotBeWritten) {
     const SecurityDescriptor security(LIST_ONLY, SDDL_REVISION_1);
-    expectWin32Failure("SetNamedSecurityInfo", ERROR_FILE_NOT_FOUND, [&] {
+    expectFailedCall("SetNamedSecurityInfo", ERROR_FILE_NOT_FOUND, [&] {
         security.write("c:/windows/no-such-file", SE_FILE_OBJECT, /*withSacl=*/false, 0);
     });
 }

@@ -9,7 +9,7 @@
 #include <aclapi.h>
 #include <sddl.h>
 
-#include "testing/failingcall-win.h"
+#include "testing/refusedcall-win.h"
 #include "testing/replacedcall-win.h"
 #include "testing/securitytest-win.h"
 #include "testing/tempfolder.h"
@@ -20,7 +20,7 @@
 
 namespace {
 
-using testing_support::FailingCall;
+using testing_support::RefusedCall;
 using testing_support::ReplacedCall;
 using testing_support::SecurityTest;
 using testing_support::TempFolder;
@@ -190,7 +190,7 @@ TEST_F(DescriptorFileTest, OpenFilesDirectoriesPipesAndDevicesAreToldApart) {
 
 TEST_F(DescriptorFileTest, AnOpenDirectoryWhoseAttributesCannotBeReadIsAPlainFile) {
     const ScopedHandle folder = open(mFolder.utf8());
-    const FailingCall<decltype(GetFileInformationByHandle)> call("GetFileInformationByHandle",
+    const RefusedCall<decltype(GetFileInformationByHandle)> call("GetFileInformationByHandle",
                                                                  ERROR_ACCESS_DENIED);
     EXPECT_EQ(kindOf(folder.get()), PLAIN);
 }

@@ -10,15 +10,15 @@
 // Behind windows.h.
 #include <sddl.h>
 
-#include "testing/failingcall-win.h"
+#include "testing/refusedcall-win.h"
 #include "testing/replacedcall-win.h"
 #include "testing/securitytest-win.h"
 #include "util/windows/security/securitydescriptor-win.h"
 
 namespace {
 
-using testing_support::expectWin32Failure;
-using testing_support::FailingCall;
+using testing_support::expectFailedCall;
+using testing_support::RefusedCall;
 using testing_support::ReplacedCall;
 using testing_support::SecurityTest;
 
@@ -246,8 +246,8 @@ TEST_F(DescriptorFormTest, OneBlockHoldsDescriptorDaclSaclOwnerAndGroupInThisOrd
 TEST_F(DescriptorFormTest, OneThatCannotBeMadeAbsoluteIsUnchanged) {
     SecurityDescriptor security(FULL, SDDL_REVISION_1);
     const Pointers before = pointersOf(security);
-    const FailingCall<decltype(MakeAbsoluteSD)> call("MakeAbsoluteSD", ERROR_INVALID_ACL);
-    expectWin32Failure("MakeAbsoluteSD", ERROR_INVALID_ACL, [&] { security.makeAbsolute(); });
+    const RefusedCall<decltype(MakeAbsoluteSD)> call("MakeAbsoluteSD", ERROR_INVALID_ACL);
+    expectFailedCall("MakeAbsoluteSD", ERROR_INVALID_ACL, [&] { security.makeAbsolute(); });
     EXPECT_EQ(pointersOf(security), before);
     EXPECT_EQ(security.sddl(ALL_PARTS), FULL);
     EXPECT_EQ(mOwnership.held().mLocalBlocks, 1);
@@ -258,10 +258,10 @@ TEST_F(DescriptorFormTest, OneThatCannotBeMadeSelfRelativeIsUnchanged) {
     security.makeAbsolute();
     const Pointers before = pointersOf(security);
     for (const int callsBefore : {0, 1}) {
-        const FailingCall<decltype(MakeSelfRelativeSD)> call("MakeSelfRelativeSD",
+        const RefusedCall<decltype(MakeSelfRelativeSD)> call("MakeSelfRelativeSD",
                                                              ERROR_INVALID_OWNER, callsBefore);
-        expectWin32Failure("MakeSelfRelativeSD", ERROR_INVALID_OWNER,
-                           [&] { security.makeSelfRelative(); });
+        expectFailedCall("MakeSelfRelativeSD", ERROR_INVALID_OWNER,
+                         [&] { security.makeSelfRelative(); });
         EXPECT_EQ(pointersOf(security), before);
         EXPECT_EQ(mOwnership.held().mLocalBlocks, 1);
     }
@@ -272,8 +272,7 @@ TEST_F(DescriptorFormTest, APartThatWasSetAndIsTooSmallForTheOldOneIsRefused) {
     SecurityDescriptor security(FULL, SDDL_REVISION_1);
     security.setOwner(other.owner().sid());
     const Pointers before = pointersOf(security);
-    expectWin32Failure("MakeAbsoluteSD", ERROR_INSUFFICIENT_BUFFER,
-                       [&] { security.makeAbsolute(); });
+    expectFailedCall("MakeAbsoluteSD", ERROR_INSUFFICIENT_BUFFER, [&] { security.makeAbsolute(); });
     EXPECT_EQ(pointersOf(security), before);
 }
 
@@ -292,11 +291,11 @@ TEST_F(DescriptorFormTest, OneThatHasTheFormAlreadyIsRefusedByWindows) {
         GTEST_SKIP() << "the forms of descriptors aren't checked here";
     }
     SecurityDescriptor absolute;
-    expectWin32Failure("MakeAbsoluteSD", ERROR_BAD_DESCRIPTOR_FORMAT,
-                       [&] { absolute.makeAbsolute(); });
+    expectFailedCall("MakeAbsoluteSD", ERROR_BAD_DESCRIPTOR_FORMAT,
+                     [&] { absolute.makeAbsolute(); });
     SecurityDescriptor selfRelative(FULL, SDDL_REVISION_1);
-    expectWin32Failure("MakeSelfRelativeSD", ERROR_BAD_DESCRIPTOR_FORMAT,
-                       [&] { selfRelative.makeSelfRelative(); });
+    expectFailedCall("MakeSelfRelativeSD", ERROR_BAD_DESCRIPTOR_FORMAT,
+                     [&] { selfRelative.makeSelfRelative(); });
 }
 
 TEST_F(DescriptorFormTest, TheSizeIsAskedForWithoutABufferAndThenTheBufferHasIt) {

@@ -12,7 +12,7 @@
 #include <aclapi.h>
 #include <sddl.h>
 
-#include "testing/failingcall-win.h"
+#include "testing/refusedcall-win.h"
 #include "testing/replacedcall-win.h"
 #include "testing/securitytest-win.h"
 #include "util/windows/localmemory-win.h"
@@ -20,7 +20,7 @@
 
 namespace {
 
-using testing_support::expectWin32Failure;
+using testing_support::expectFailedCall;
 using testing_support::ReplacedCall;
 using testing_support::SecurityTest;
 
@@ -120,9 +120,8 @@ TEST_F(SecurityDescriptorTest, TheTextIsUtf8AndTheRevisionGoesToWindows) {
             SetLastError(ERROR_UNKNOWN_REVISION);
             return FALSE;
         });
-    expectWin32Failure("ConvertStringSecurityDescriptorToSecurityDescriptorW",
-                       ERROR_UNKNOWN_REVISION,
-                       [] { SecurityDescriptor("O:\xC3\xA4", /*revision=*/7); });
+    expectFailedCall("ConvertStringSecurityDescriptorToSecurityDescriptorW", ERROR_UNKNOWN_REVISION,
+                     [] { SecurityDescriptor("O:\xC3\xA4", /*revision=*/7); });
     EXPECT_TRUE(isText);
     EXPECT_EQ(revision, 7U);
 }
@@ -190,7 +189,7 @@ TEST_F(SecurityDescriptorTest, TrusteesListsAndBaseGoToWindowsAsTheyAre) {
     const SecurityDescriptor base(FULL, SDDL_REVISION_1);
     for (const SecurityDescriptor* given :
          {&base, static_cast<const SecurityDescriptor*>(nullptr)}) {
-        expectWin32Failure("BuildSecurityDescriptorW", ERROR_NOT_ENOUGH_MEMORY, [&] {
+        expectFailedCall("BuildSecurityDescriptorW", ERROR_NOT_ENOUGH_MEMORY, [&] {
             SecurityDescriptor(owner, group, ExplicitAccessList(access, 2),
                                ExplicitAccessList(audit, 3), given);
         });

@@ -214,4 +214,25 @@ TEST_F(SecurityIdentifierTest, AnInvalidSidHasNoText) {
                      [&] { static_cast<void>(invalid.view().text()); });
 }
 
+BOOL fillSid(PSID sid, DWORD* size) {
+    EXPECT_EQ(*size, 68U);
+    // The longest there is, to its last byte.
+    std::memset(sid, 0xff, 68);
+    static_cast<SID*>(sid)->Revision = SID_REVISION;
+    static_cast<SID*>(sid)->SubAuthorityCount = SID_MAX_SUB_AUTHORITIES;
+    return TRUE;
+}
+
+TEST_F(SecurityIdentifierTest, AnySidFitsInWhatWindowsIsGiven) {
+    const ReplacedCall<decltype(CreateWellKnownSid)> known(
+        "CreateWellKnownSid",
+        [](WELL_KNOWN_SID_TYPE, PSID, PSID sid, DWORD* size) { return fillSid(sid, size); });
+    const ReplacedCall<decltype(GetWindowsAccountDomainSid)> domain(
+        "GetWindowsAccountDomainSid",
+        [](PSID, PSID sid, DWORD* size) { return fillSid(sid, size); });
+    const SecurityIdentifier longest(WinWorldSid, nullptr);
+    EXPECT_EQ(longest.length(), 68U);
+    EXPECT_EQ(longest.domainSid().length(), 68U);
+}
+
 }  // namespace

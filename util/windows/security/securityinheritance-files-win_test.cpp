@@ -12,7 +12,7 @@
 #include <aclapi.h>
 #include <sddl.h>
 
-#include "testing/failingcall-win.h"
+#include "testing/refusedcall-win.h"
 #include "testing/replacedcall-win.h"
 #include "testing/securitytest-win.h"
 #include "testing/tempfolder.h"
@@ -21,7 +21,7 @@
 
 namespace {
 
-using testing_support::FailingCall;
+using testing_support::RefusedCall;
 using testing_support::ReplacedCall;
 using testing_support::SecurityTest;
 using testing_support::TempFolder;
@@ -161,16 +161,16 @@ TEST_F(CopySecurityTest, AProtectedDaclIsMarkedAndSetAsSuch) {
 TEST_F(CopySecurityTest, EachCallThatFailsIsToldByItsWordsAndItsNumber) {
     const auto copy = [&] { return copySecurity("c:/source", "c:/target", true, &sTaken->error); };
     {
-        const FailingCall<decltype(GetNamedSecurityInfoW)> call("GetNamedSecurityInfoW",
+        const RefusedCall<decltype(GetNamedSecurityInfoW)> call("GetNamedSecurityInfoW",
                                                                 ERROR_BAD_NETPATH);
         expectFailed(copy(), "GetNamedSecurityInfoW", ERROR_BAD_NETPATH);
     }
     {
-        const FailingCall<decltype(SetSecurityDescriptorControl)> call(
+        const RefusedCall<decltype(SetSecurityDescriptorControl)> call(
             "SetSecurityDescriptorControl", ERROR_INVALID_SECURITY_DESCR);
         expectFailed(copy(), "SetSecurityDescriptorControl", ERROR_INVALID_SECURITY_DESCR);
     }
-    const FailingCall<decltype(SetNamedSecurityInfoW)> call("SetNamedSecurityInfoW",
+    const RefusedCall<decltype(SetNamedSecurityInfoW)> call("SetNamedSecurityInfoW",
                                                             ERROR_INVALID_OWNER);
     expectFailed(copy(), "SetNamedSecurityInfo", ERROR_INVALID_OWNER);
     SetLastError(NO_ERROR);
@@ -275,20 +275,20 @@ TEST_F(InheritSecurityTest, AMissingChildIsToldByNumberTwoAloneBeforeTheParentIs
 TEST_F(InheritSecurityTest, EachCallThatFailsIsToldByItsWordsAndItsNumber) {
     const auto inherit = [&] { return inheritSecurity("c:/parent", mFile, &sTaken->error); };
     {
-        const FailingCall<decltype(GetNamedSecurityInfoW)> call("GetNamedSecurityInfoW",
+        const RefusedCall<decltype(GetNamedSecurityInfoW)> call("GetNamedSecurityInfoW",
                                                                 ERROR_BAD_NETPATH);
         expectFailed(inherit(), "GetNamedSecurityInfoW", ERROR_BAD_NETPATH);
     }
     {
-        const FailingCall<decltype(SetSecurityDescriptorGroup)> call("SetSecurityDescriptorGroup",
+        const RefusedCall<decltype(SetSecurityDescriptorGroup)> call("SetSecurityDescriptorGroup",
                                                                      ERROR_INVALID_PRIMARY_GROUP);
         expectFailed(inherit(), "SetSecurityDescriptorGroup", ERROR_INVALID_PRIMARY_GROUP);
     }
     {
-        const FailingCall<decltype(AddAce)> call("AddAce", ERROR_ALLOTTED_SPACE_EXCEEDED);
+        const RefusedCall<decltype(AddAce)> call("AddAce", ERROR_ALLOTTED_SPACE_EXCEEDED);
         expectFailed(inherit(), "AddAce", ERROR_ALLOTTED_SPACE_EXCEEDED);
     }
-    const FailingCall<decltype(SetNamedSecurityInfoW)> call("SetNamedSecurityInfoW",
+    const RefusedCall<decltype(SetNamedSecurityInfoW)> call("SetNamedSecurityInfoW",
                                                             ERROR_INVALID_OWNER);
     expectFailed(inherit(), "SetNamedSecurityInfo", ERROR_INVALID_OWNER);
 }

@@ -11,18 +11,18 @@
 #include <sddl.h>
 
 #include "testing/debugoutput-win.h"
-#include "testing/failingcall-win.h"
+#include "testing/refusedcall-win.h"
 #include "testing/replacedcall-win.h"
 #include "testing/securitytest-win.h"
 #include "testing/tempfolder.h"
-#include "util/windows/security/securitydescriptor-win.h"
 #include "util/windows/security/accessrights.h"
+#include "util/windows/security/securitydescriptor-win.h"
 
 namespace {
 
 using testing_support::DebugOutput;
-using testing_support::expectWin32Failure;
-using testing_support::FailingCall;
+using testing_support::expectFailedCall;
+using testing_support::RefusedCall;
 using testing_support::ReplacedCall;
 using testing_support::SecurityTest;
 using testing_support::TempFolder;
@@ -180,19 +180,19 @@ TEST_F(DerivedDescriptorTest, EachCallThatFailsIsNamedAndNothingIsLeft) {
     const SecurityDescriptor parent(INHERITABLE, SDDL_REVISION_1);
     const auto derive = [&] { parent.deriveForChild(/*isContainer=*/false); };
     {
-        const FailingCall<decltype(LookupAccountSidW)> call("LookupAccountSidW",
+        const RefusedCall<decltype(LookupAccountSidW)> call("LookupAccountSidW",
                                                             ERROR_TRUSTED_RELATIONSHIP_FAILURE);
-        expectWin32Failure("LookupAccountSidW", ERROR_TRUSTED_RELATIONSHIP_FAILURE, derive);
+        expectFailedCall("LookupAccountSidW", ERROR_TRUSTED_RELATIONSHIP_FAILURE, derive);
     }
     {
-        const FailingCall<decltype(CreatePrivateObjectSecurityEx)> call(
+        const RefusedCall<decltype(CreatePrivateObjectSecurityEx)> call(
             "CreatePrivateObjectSecurityEx", ERROR_INVALID_OWNER);
-        expectWin32Failure("CreatePrivateObjectSecurityEx", ERROR_INVALID_OWNER, derive);
+        expectFailedCall("CreatePrivateObjectSecurityEx", ERROR_INVALID_OWNER, derive);
     }
     {
-        const FailingCall<decltype(GetSecurityDescriptorSacl)> call("GetSecurityDescriptorSacl",
+        const RefusedCall<decltype(GetSecurityDescriptorSacl)> call("GetSecurityDescriptorSacl",
                                                                     ERROR_INVALID_ACL);
-        expectWin32Failure("GetSecurityDescriptorSacl", ERROR_INVALID_ACL, derive);
+        expectFailedCall("GetSecurityDescriptorSacl", ERROR_INVALID_ACL, derive);
     }
 }
 
@@ -216,8 +216,8 @@ TEST_F(DerivedDescriptorTest, AFailureToDestroyWhatWindowsMadeIsNamed) {
     const FailingDestruction failing;
     const DebugOutput output;
     const SecurityDescriptor parent(INHERITABLE, SDDL_REVISION_1);
-    expectWin32Failure("DestroyPrivateObjectSecurity", ERROR_INVALID_SECURITY_DESCR,
-                       [&] { parent.deriveForChild(/*isContainer=*/false); });
+    expectFailedCall("DestroyPrivateObjectSecurity", ERROR_INVALID_SECURITY_DESCR,
+                     [&] { parent.deriveForChild(/*isContainer=*/false); });
     EXPECT_TRUE(output.texts().empty());
 }
 
@@ -226,10 +226,10 @@ TEST_F(DerivedDescriptorTest, BehindAnotherFailureThatOneGoesToTheDebugger) {
     const DebugOutput output;
     const SecurityDescriptor parent(INHERITABLE, SDDL_REVISION_1);
     {
-        const FailingCall<decltype(GetSecurityDescriptorDacl)> call("GetSecurityDescriptorDacl",
+        const RefusedCall<decltype(GetSecurityDescriptorDacl)> call("GetSecurityDescriptorDacl",
                                                                     ERROR_INVALID_ACL);
-        expectWin32Failure("GetSecurityDescriptorDacl", ERROR_INVALID_ACL,
-                           [&] { parent.deriveForChild(/*isContainer=*/false); });
+        expectFailedCall("GetSecurityDescriptorDacl", ERROR_INVALID_ACL,
+                         [&] { parent.deriveForChild(/*isContainer=*/false); });
     }
     EXPECT_EQ(
         output.texts(),

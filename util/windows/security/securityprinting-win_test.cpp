@@ -2,6 +2,8 @@
 
 #include <array>
 #include <cstring>
+#include <cwchar>
+#include <locale>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -204,6 +206,40 @@ TEST_F(SecurityPrintingTest, ExplicitAccessShowsTrusteeModeRightsAndInheritance)
 TEST_F(SecurityPrintingTest, AModeOfAccessWithoutANameIsLeftOut) {
     EXPECT_EQ(printed(ExplicitAccess("x", 0, static_cast<ACCESS_MODE>(7), NO_INHERITANCE)),
               "ExplicitAccess [for Trustee [Unknown: \"x\"]:   0x0 [] (NO_INHERITANCE)]");
+}
+
+/// Widens every character to the next one.
+class NextCharacter : public std::codecvt<wchar_t, char, std::mbstate_t> {
+protected:
+    result do_in(state_type&, const char* from, const char* fromEnd, const char*& fromNext,
+                 wchar_t* to, wchar_t* toEnd, wchar_t*& toNext) const override {
+        for (; from != fromEnd && to != toEnd; ++from, ++to) {
+            *to = static_cast<wchar_t>(*from + 1);
+        }
+        fromNext = from;
+        toNext = to;
+        return ok;
+    }
+};
+
+std::wstring next(std::wstring text) {
+    for (wchar_t& c : text) {
+        ++c;
+    }
+    return text;
+}
+
+TEST_F(SecurityPrintingTest, NamesAndFailuresAreWidenedByTheFacetOfTheStream) {
+    std::wostringstream out;
+    out.imbue(std::locale(std::locale::classic(), new NextCharacter));
+    out << mEveryone;
+    EXPECT_EQ(out.str(), L"SID S-1-1-0 [" + next(L"User") + L" DOMAIN\\name]");
+    out.str({});
+    mLookup.fail(ERROR_ACCESS_DENIED);
+    const std::string words = Win32Exception("LookupAccountSidW", ERROR_ACCESS_DENIED).what();
+    out << mEveryone;
+    EXPECT_EQ(out.str(), L"SID S-1-1-0 [" + next(L"Invalid") + L" *** " +
+                             next({words.begin(), words.end()}) + L" ***]");
 }
 
 }  // namespace

@@ -10,15 +10,15 @@
 
 #include <windows.h>
 
-#include "testing/failingcall-win.h"
+#include "testing/refusedcall-win.h"
 #include "testing/replacedcall-win.h"
 #include "testing/securitytest-win.h"
 #include "util/windows/security/accesstoken-win.h"
 
 namespace {
 
-using testing_support::expectWin32Failure;
-using testing_support::FailingCall;
+using testing_support::expectFailedCall;
+using testing_support::RefusedCall;
 using testing_support::ReplacedCall;
 using testing_support::SecurityTest;
 
@@ -240,13 +240,13 @@ TEST_F(AdjustmentTest, OtherFailuresToAdjustPrivilegesNameTheCall) {
     PrivilegeList previous = {{{9, 9}, 9}};
     const auto adjust = [&] { mToken.adjustPrivileges(&SOME_PRIVILEGES, &previous); };
     answer({{FALSE, ERROR_ACCESS_DENIED}});
-    expectWin32Failure(PRIVILEGES_CALL, ERROR_ACCESS_DENIED, adjust);
+    expectFailedCall(PRIVILEGES_CALL, ERROR_ACCESS_DENIED, adjust);
     for (const DWORD error : {ERROR_ACCESS_DENIED, ERROR_INSUFFICIENT_BUFFER}) {
         answer({{FALSE, ERROR_INSUFFICIENT_BUFFER, 28}, {FALSE, error, 28}});
-        expectWin32Failure(PRIVILEGES_CALL, error, adjust);
+        expectFailedCall(PRIVILEGES_CALL, error, adjust);
         answer({{FALSE, error}});
-        expectWin32Failure(PRIVILEGES_CALL, error,
-                           [&] { mToken.adjustPrivileges(&SOME_PRIVILEGES); });
+        expectFailedCall(PRIVILEGES_CALL, error,
+                         [&] { mToken.adjustPrivileges(&SOME_PRIVILEGES); });
     }
     expectPrivileges(previous, {{{9, 9}, 9}});
 }
@@ -314,9 +314,9 @@ TEST_F(GroupAdjustmentTest, AnyFailureOfTheFirstCallNamesIt) {
     for (const DWORD error :
          {ERROR_INSUFFICIENT_BUFFER, ERROR_NOT_ALL_ASSIGNED, ERROR_ACCESS_DENIED}) {
         answer({{FALSE, error, 40}});
-        expectWin32Failure(GROUPS_CALL, error, [&] { mToken.adjustGroups(&mGroups, &previous); });
+        expectFailedCall(GROUPS_CALL, error, [&] { mToken.adjustGroups(&mGroups, &previous); });
         answer({{FALSE, error}});
-        expectWin32Failure(GROUPS_CALL, error, [&] { mToken.adjustGroups(nullptr); });
+        expectFailedCall(GROUPS_CALL, error, [&] { mToken.adjustGroups(nullptr); });
     }
 }
 
@@ -326,17 +326,17 @@ TEST_F(GroupAdjustmentTest, OfTheSecondCallAFailureForMissingGroupsGivesFalse) {
     EXPECT_FALSE(mToken.adjustGroups(nullptr, &previous));
     EXPECT_EQ(previous.size(), 2U);
     answer({{TRUE, NO_ERROR, 40}, {FALSE, ERROR_INSUFFICIENT_BUFFER, 40}});
-    expectWin32Failure(GROUPS_CALL, ERROR_INSUFFICIENT_BUFFER,
-                       [&] { mToken.adjustGroups(nullptr, &previous); });
+    expectFailedCall(GROUPS_CALL, ERROR_INSUFFICIENT_BUFFER,
+                     [&] { mToken.adjustGroups(nullptr, &previous); });
     EXPECT_EQ(previous.size(), 2U);
 }
 
 TEST_F(GroupAdjustmentTest, AGroupThatCannotBeCopiedLeavesTheListAsItWas) {
     SidList previous = {{mSystem, 9}};
     answer({{TRUE, NO_ERROR, 40}, {TRUE, NO_ERROR, 40, groupBytes(mGroups)}});
-    const FailingCall<decltype(CopySid)> call("CopySid", ERROR_INVALID_SID, /*before=*/1);
-    expectWin32Failure("CopySid", ERROR_INVALID_SID,
-                       [&] { mToken.adjustGroups(&mGroups, &previous); });
+    const RefusedCall<decltype(CopySid)> call("CopySid", ERROR_INVALID_SID, /*before=*/1);
+    expectFailedCall("CopySid", ERROR_INVALID_SID,
+                     [&] { mToken.adjustGroups(&mGroups, &previous); });
     ASSERT_EQ(previous.size(), 1U);
     EXPECT_EQ(previous[0].first, mSystem);
 }

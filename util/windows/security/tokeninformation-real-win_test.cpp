@@ -8,15 +8,15 @@
 
 #include <windows.h>
 
-#include "testing/failingcall-win.h"
+#include "testing/refusedcall-win.h"
 #include "testing/replacedcall-win.h"
 #include "testing/securitytest-win.h"
 #include "util/windows/security/accesstoken-win.h"
 
 namespace {
 
-using testing_support::expectWin32Failure;
-using testing_support::FailingCall;
+using testing_support::expectFailedCall;
+using testing_support::RefusedCall;
 using testing_support::ReplacedCall;
 using testing_support::SecurityTest;
 
@@ -214,8 +214,8 @@ protected:
 TEST_F(TokenReadingTest, ASizeThatCannotBeAskedForIsTold) {
     DWORD error = 1400;
     for (const auto& read : readers()) {
-        const FailingCall<decltype(GetTokenInformation)> call("GetTokenInformation", ++error);
-        expectWin32Failure("GetTokenInformation(size query)", error, read);
+        const RefusedCall<decltype(GetTokenInformation)> call("GetTokenInformation", ++error);
+        expectFailedCall("GetTokenInformation(size query)", error, read);
     }
 }
 
@@ -231,18 +231,18 @@ TEST_F(TokenReadingTest, WhatCannotBeReadThoughItsSizeWasIsToldInOtherWords) {
         });
     for (const auto& read : readers()) {
         ++error;
-        expectWin32Failure("GetTokenInformation", error, read);
+        expectFailedCall("GetTokenInformation", error, read);
     }
 }
 
 TEST_F(TokenReadingTest, ASidThatCannotBeCopiedLeavesNothingAndTheListAsItWas) {
     mSids = {{SecurityIdentifier("S-1-1-0"), 9}};
-    const FailingCall<decltype(CopySid)> call("CopySid", ERROR_INVALID_SID, /*before=*/1);
-    expectWin32Failure("CopySid", ERROR_INVALID_SID, [this] { mToken.groups(mSids); });
+    const RefusedCall<decltype(CopySid)> call("CopySid", ERROR_INVALID_SID, /*before=*/1);
+    expectFailedCall("CopySid", ERROR_INVALID_SID, [this] { mToken.groups(mSids); });
     EXPECT_EQ(mSids.size(), 1U);
-    expectWin32Failure("CopySid", ERROR_INVALID_SID, [this] { mToken.user(); });
-    expectWin32Failure("CopySid", ERROR_INVALID_SID, [this] { mToken.owner(); });
-    expectWin32Failure("CopySid", ERROR_INVALID_SID, [this] { mToken.primaryGroup(); });
+    expectFailedCall("CopySid", ERROR_INVALID_SID, [this] { mToken.user(); });
+    expectFailedCall("CopySid", ERROR_INVALID_SID, [this] { mToken.owner(); });
+    expectFailedCall("CopySid", ERROR_INVALID_SID, [this] { mToken.primaryGroup(); });
     SidList().swap(mSids);
 }
 

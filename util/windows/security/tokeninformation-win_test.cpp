@@ -9,15 +9,15 @@
 // Behind windows.h.
 #include <sddl.h>
 
-#include "testing/failingcall-win.h"
 #include "testing/faketokeninformation-win.h"
+#include "testing/refusedcall-win.h"
 #include "testing/replacedcall-win.h"
 #include "testing/securitytest-win.h"
 #include "util/windows/security/accesstoken-win.h"
 
 namespace {
 
-using testing_support::expectWin32Failure;
+using testing_support::expectFailedCall;
 using testing_support::FakeTokenInformation;
 using testing_support::ReplacedCall;
 using testing_support::SecurityTest;
@@ -288,8 +288,8 @@ TEST_F(TokenInformationTest, ASuccessWithoutABufferIsFollowedByACallForNoBytes) 
     FakeTokenInformation fake(/*size=*/99, [](BYTE*) {});
     fake.succeedAtOnce();
     TOKEN_STATISTICS statistics = {};
-    expectWin32Failure("GetTokenInformation", ERROR_BAD_LENGTH,
-                       [&] { mToken.statistics(statistics); });
+    expectFailedCall("GetTokenInformation", ERROR_BAD_LENGTH,
+                     [&] { mToken.statistics(statistics); });
     expectAskedTwice(fake, TokenStatistics, 0);
 }
 

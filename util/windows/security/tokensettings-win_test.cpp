@@ -11,15 +11,15 @@
 // Behind windows.h.
 #include <sddl.h>
 
-#include "testing/failingcall-win.h"
+#include "testing/refusedcall-win.h"
 #include "testing/replacedcall-win.h"
 #include "testing/securitytest-win.h"
 #include "util/windows/security/accesstoken-win.h"
 
 namespace {
 
-using testing_support::expectWin32Failure;
-using testing_support::FailingCall;
+using testing_support::expectFailedCall;
+using testing_support::RefusedCall;
 using testing_support::ReplacedCall;
 using testing_support::SecurityTest;
 
@@ -107,10 +107,10 @@ TEST_F(TokenSettingTest, GroupsAreTakenForFourBytesAnd16EachThoughTheyBeginAtByt
 }
 
 TEST_F(TokenSettingTest, EachThatIsRefusedNamesTheCall) {
-    const FailingCall<decltype(SetTokenInformation)> call("SetTokenInformation",
+    const RefusedCall<decltype(SetTokenInformation)> call("SetTokenInformation",
                                                           ERROR_PRIVILEGE_NOT_HELD);
     const auto expectRefused = [](auto set) {
-        expectWin32Failure("SetTokenInformation", ERROR_PRIVILEGE_NOT_HELD, set);
+        expectFailedCall("SetTokenInformation", ERROR_PRIVILEGE_NOT_HELD, set);
     };
     const SecurityIdentifier everyone("S-1-1-0");
     expectRefused([&] { mToken.setInformation(TokenOrigin, nullptr, 0); });
@@ -203,8 +203,8 @@ TEST_F(RealAdjustmentTest, APrivilegeThatTheTokenHasNotCountsAsSuccess) {
 TEST_F(RealAdjustmentTest, ATokenThatMayNotBeAdjustedIsRefused) {
     AccessToken token(GetCurrentProcess(), TOKEN_QUERY);
     const PrivilegeList enable = {{mLuid, SE_PRIVILEGE_ENABLED}};
-    expectWin32Failure("AdjustTokenPrivileges", ERROR_ACCESS_DENIED,
-                       [&] { token.adjustPrivileges(&enable); });
+    expectFailedCall("AdjustTokenPrivileges", ERROR_ACCESS_DENIED,
+                     [&] { token.adjustPrivileges(&enable); });
 }
 
 TEST_F(RealAdjustmentTest, GroupsBecomeWhatTheyAreByDefault) {

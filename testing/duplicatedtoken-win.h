@@ -1,0 +1,18 @@
+#pragma once
+
+#include <boost/shared_ptr.hpp>
+
+#include <windows.h>
+
+#include "util/windows/security/accesstoken-win.h"
+
+namespace testing_support {
+
+/// A token with this process's rights, for a process, that is no other's.
+inline boost::shared_ptr<AccessToken> duplicatedToken() {
+    return boost::shared_ptr<AccessToken>(
+        new AccessToken(AccessToken(GetCurrentProcess(), TOKEN_DUPLICATE), MAXIMUM_ALLOWED,
+                        /*attributes=*/nullptr, SecurityImpersonation, TokenPrimary));
+}
+
+}  // namespace testing_support
