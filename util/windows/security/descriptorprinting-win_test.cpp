@@ -243,8 +243,9 @@ private:
                 }
             }
             mSddl += "(" + type + ";" + flags + ";" + rights + ";;;" + account + ")";
-            lists += "\t" + typeName + " " + sidWords(account) + ": " + rights + " [" + rightsName +
-                     "]" + (flagNames.empty() ? " (NO_INHERITANCE)" : flagNames) + "\n";
+            lists.append("\t").append(typeName).append(" ").append(sidWords(account));
+            lists.append(": ").append(rights).append(" [").append(rightsName).append("]");
+            lists.append(flagNames.empty() ? " (NO_INHERITANCE)" : flagNames).append("\n");
         }
         lists += "]";
     }

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
-#include <optional>
 
 #include <boost/scoped_array.hpp>
 
@@ -60,24 +59,29 @@ void copyPrivileges(const LUID_AND_ATTRIBUTES* privileges, DWORD count,
     }
 }
 
-/// A TOKEN_PRIVILEGES or TOKEN_GROUPS: a count, and at `entriesOffset` the entries.
+/// A TOKEN_PRIVILEGES or TOKEN_GROUPS: a count, and at `entriesOffset` the entries. None for a null
+/// list.
 template <class Block, class Entry, size_t entriesOffset>
 class InputBlock {
 public:
     template <class List>
-    explicit InputBlock(const List& list)
-        : mSize(static_cast<DWORD>(sizeof(DWORD) + list.size() * sizeof(Entry))),
-          mBytes(new BYTE[entriesOffset + list.size() * sizeof(Entry)]()) {
-        const auto count = static_cast<DWORD>(list.size());
+    explicit InputBlock(const List* list) {
+        if (list == nullptr) {
+            return;
+        }
+        const auto count = static_cast<DWORD>(list->size());
+        const size_t entriesSize = count * sizeof(Entry);
+        mSize = static_cast<DWORD>(sizeof count + entriesSize);
+        mBytes.reset(new BYTE[entriesOffset + entriesSize]());
         std::memcpy(mBytes.get(), &count, sizeof count);
-        initializeArray(list, reinterpret_cast<Entry*>(mBytes.get() + entriesOffset));
+        initializeArray(*list, reinterpret_cast<Entry*>(mBytes.get() + entriesOffset));
     }
     Block* get() const { return reinterpret_cast<Block*>(mBytes.get()); }
     /// Meant: the size of the count and the entries, without the gap between them that groups have.
     DWORD size() const { return mSize; }
 
 private:
-    DWORD mSize;
+    DWORD mSize = 0;
     Bytes mBytes;
 };
 
@@ -186,20 +190,17 @@ void AccessToken::setDefaultDacl(const AccessControlList& dacl) {
 void AccessToken::setSessionId(DWORD id) { setInformation(TokenSessionId, &id, sizeof id); }
 
 void AccessToken::setGroups(const SidList& groups) {
-    const GroupsBlock block(groups);
+    const GroupsBlock block(&groups);
     setInformation(TokenGroups, block.get(), block.size());
 }
 
 bool AccessToken::adjustPrivileges(const PrivilegeList* privileges, PrivilegeList* previous) {
     constexpr const char* name = "AdjustTokenPrivileges";
-    std::optional<PrivilegesBlock> block;
-    if (privileges != nullptr) {
-        block.emplace(*privileges);
-    }
+    const PrivilegesBlock block(privileges);
     const auto adjust = [&](DWORD size, void* state, DWORD* needed) {
         return AdjustTokenPrivileges(mToken, /*DisableAllPrivileges=*/privileges == nullptr,
-                                     block ? block->get() : nullptr, size,
-                                     static_cast<PTOKEN_PRIVILEGES>(state), needed);
+                                     block.get(), size, static_cast<PTOKEN_PRIVILEGES>(state),
+                                     needed);
     };
     if (previous == nullptr) {
         return isAllAssigned(adjust(0, nullptr, nullptr), name);
@@ -220,13 +221,9 @@ bool AccessToken::adjustPrivileges(const PrivilegeList* privileges, PrivilegeLis
 
 bool AccessToken::adjustGroups(const SidList* groups, SidList* previous) {
     constexpr const char* name = "AdjustTokenGroups";
-    std::optional<GroupsBlock> block;
-    if (groups != nullptr) {
-        block.emplace(*groups);
-    }
+    const GroupsBlock block(groups);
     const auto adjust = [&](DWORD size, void* state, DWORD* needed) {
-        return AdjustTokenGroups(mToken, /*ResetToDefault=*/groups == nullptr,
-                                 block ? block->get() : nullptr, size,
+        return AdjustTokenGroups(mToken, /*ResetToDefault=*/groups == nullptr, block.get(), size,
                                  static_cast<PTOKEN_GROUPS>(state), needed);
     };
     DWORD countAlone = 0;

@@ -50,10 +50,9 @@ Trustee::Trustee(const TRUSTEE_W& trustee, bool localCopy) : mTrustee(trustee) {
 
 Trustee::Trustee(const Trustee& other) : Trustee(other.mTrustee, other.pointsAtOwnStore()) {}
 
-Trustee& Trustee::operator=(const Trustee& other) {
-    // Also what assigning an object to itself must do: its pointer stays at its own store.
-    return assign(other, /*localCopy=*/false);
-}
+// Assigned to itself, an object keeps what it holds.
+// NOLINTNEXTLINE(cert-oop54-cpp,bugprone-unhandled-self-assignment)
+Trustee& Trustee::operator=(const Trustee& other) { return assign(other, /*localCopy=*/false); }
 
 Trustee& Trustee::assign(const Trustee& other, bool localCopy) {
     const bool wasOwn = other.pointsAtOwnStore();
