@@ -217,7 +217,8 @@ TEST(OwnershipCountTest, ARestartTakesWhatIsHeldForNothing) {
 
 TEST(OwnershipCountTest, LocalMemoryThatIsLeftCanBeGivenBackAndCounted) {
     OwnershipCount count;
-    localMemory();
+    const void* const left = localMemory();
+    EXPECT_NE(left, nullptr);
     sidOfText();
     EXPECT_EQ(count.freeLocalMemory(), 2U);
     EXPECT_EQ(count.freeLocalMemory(), 0U);

@@ -89,7 +89,8 @@ public:
         if (size() + 1 >= load * mBuckets.size()) {
             grow();
         }
-        Entry& entry = mEntries.emplace_back(Entry{nullptr, 0, key.text(), std::move(value)});
+        mEntries.push_back(Entry{nullptr, 0, key.text(), std::move(value)});
+        Entry& entry = mEntries.back();
         link(entry, key.hash());
         return entry.value;
     }

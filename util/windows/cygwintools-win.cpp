@@ -30,10 +30,10 @@ public:
 };
 
 /// What the command wrote, if it ended with 0.
-std::optional<std::string> outputOf(std::string line) {
+std::optional<std::string> outputOf(const std::string& line) {
     QuietExec exec;
     Exec::RunInfo info;
-    info.mDirectArgv = {std::move(line)};
+    info.mDirectArgv = {line};
     std::string output;
     std::string error;
     bool aborted = false;
@@ -46,7 +46,7 @@ std::optional<std::string> outputOf(std::string line) {
 std::string runPathTool(const char* program, std::string options, const std::string& path) {
     // Meant: without options two spaces stand before the path.
     options.insert(0, program).append(1, ' ').append(path);
-    std::string output = outputOf(std::move(options)).value_or(std::string());
+    std::string output = outputOf(options).value_or(std::string());
     trim(output);
     return output;
 }
@@ -96,7 +96,7 @@ std::string runReadlink(const std::string& path, std::string options) {
 bool makeCygwinSymlink(const std::string& target, const std::string& link) {
     std::string line = "ln -s \"";
     line.append(target).append("\" \"").append(link).append("\"");
-    return outputOf(std::move(line)).has_value();
+    return outputOf(line).has_value();
 }
 
 std::string resolveCygwinPath(const std::string& name) {

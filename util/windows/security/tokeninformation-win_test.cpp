@@ -272,7 +272,7 @@ TEST_F(TokenInformationTest, GroupsAndPrivilegesFillAllThreeListsAndTheAuthentic
 TEST_F(TokenInformationTest, TheUserWordIsTheFirst32BitsOfTheUser) {
     static const int words[][2] = {{0, 1}, {-7, 0}, {1, 0}};
     for (const auto& word : words) {
-        const auto fill = [&word](BYTE* buffer) { std::memcpy(buffer, word, sizeof word); };
+        const auto fill = [&word](BYTE* buffer) { std::memcpy(buffer, word, sizeof words[0]); };
         {
             const FakeTokenInformation fake(16, fill);
             EXPECT_EQ(mToken.userWord(), word[0]);

@@ -1,5 +1,6 @@
 #include "util/windows/security/trustee-win.h"
 
+#include <memory>
 #include <stdexcept>
 #include <utility>
 
@@ -109,10 +110,11 @@ SecurityIdentifier Trustee::sid() const {
 
 ExplicitAccess::ExplicitAccess(const char* name, DWORD permissions, ACCESS_MODE mode,
                                DWORD inheritance)
-    : mAccess(nullptr), mName(toWide(name)) {
-    mAccess = new EXPLICIT_ACCESS_W;
+    : mName(toWide(name)) {
+    auto access = std::make_unique<EXPLICIT_ACCESS_W>();
+    BuildExplicitAccessWithNameW(access.get(), mName.data(), permissions, mode, inheritance);
+    mAccess = access.release();
     mOwned = true;
-    BuildExplicitAccessWithNameW(mAccess, mName.data(), permissions, mode, inheritance);
 }
 
 ExplicitAccess::~ExplicitAccess() {

@@ -75,7 +75,7 @@ public:
     DWORD inheritance() const { return mAccess->grfInheritance; }
 
 private:
-    PEXPLICIT_ACCESS_W mAccess;
+    PEXPLICIT_ACCESS_W mAccess = nullptr;
     std::wstring mName;
     bool mOwned = false;
 };
