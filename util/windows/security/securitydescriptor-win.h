@@ -2,7 +2,7 @@
 
 // Security descriptors of files and other objects.
 //
-//     SecurityDescriptor security("c:/work/notes.txt", SE_FILE_OBJECT, /*withSacl=*/false);
+//     SecurityDescriptor security("c:/notes.txt", SE_FILE_OBJECT, /*withSacl=*/false);
 //     std::cerr << security.sddl(DACL_SECURITY_INFORMATION);
 //
 // A failed Windows call throws a Win32Exception whose text is the name of the function.
