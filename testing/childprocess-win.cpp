@@ -154,11 +154,14 @@ Handle startProcess(const ChildRun& run, HANDLE input, HANDLE output, HANDLE err
     PROCESS_INFORMATION process{};
     std::wstring line = commandLine(run);
     std::wstring environment = environmentBlock(run);
-    if (!CreateProcessW(run.program.c_str(), line.data(), /*lpProcessAttributes=*/nullptr,
-                        /*lpThreadAttributes=*/nullptr, /*bInheritHandles=*/TRUE,
-                        CREATE_UNICODE_ENVIRONMENT, environment.data(),
-                        run.folder.empty() ? nullptr : run.folder.c_str(), &startup, &process)) {
-        throwLastError("CreateProcessW");
+    while (!CreateProcessW(run.program.c_str(), line.data(), /*lpProcessAttributes=*/nullptr,
+                           /*lpThreadAttributes=*/nullptr, /*bInheritHandles=*/TRUE,
+                           CREATE_UNICODE_ENVIRONMENT, environment.data(),
+                           run.folder.empty() ? nullptr : run.folder.c_str(), &startup, &process)) {
+        // Wine can't start one process in some thousands.
+        if (GetLastError() != ERROR_INTERNAL_ERROR) {
+            throwLastError("CreateProcessW");
+        }
     }
     CloseHandle(process.hThread);
     return Handle(process.hProcess);
