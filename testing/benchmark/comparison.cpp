@@ -13,21 +13,15 @@ namespace {
 struct Measured {
     Row row;
     double ours = std::numeric_limits<double>::infinity();
-    double peer = std::numeric_limits<double>::infinity();
+    double peers = std::numeric_limits<double>::infinity();
+
+    double ratio() const { return ours / (peers + row.allowance / row.limit); }
+    /// 1 at the limit. A row without times is over it.
+    double nearness() const { return ratio() / row.limit; }
+    bool isOver() const { return !(nearness() <= 1); }
 };
 
 std::vector<Measured> gRows;
-bool gAnyOver = false;  ///< a row that was printed is over its limit
-
-double medianNanoseconds(const Catch::BenchmarkStats<>& stats) {
-    std::vector<double> samples;
-    for (const auto& sample : stats.samples) {
-        samples.push_back(sample.count());
-    }
-    const auto middle = samples.begin() + static_cast<std::ptrdiff_t>(samples.size() / 2);
-    std::nth_element(samples.begin(), middle, samples.end());
-    return *middle;
-}
 
 std::string timeText(double nanoseconds) {
     const char* unit = "ns";
@@ -43,77 +37,64 @@ std::string timeText(double nanoseconds) {
     return text;
 }
 
-/// Prints the one table, and complaints of a benchmark that doesn't do what it claims.
-class TableReporter : public Catch::StreamingReporterBase<TableReporter> {
-public:
-    using StreamingReporterBase::StreamingReporterBase;
-
-    static std::string getDescription() { return "one row for each comparison"; }
-
-    void assertionStarting(const Catch::AssertionInfo&) override {}
-
-    bool assertionEnded(const Catch::AssertionStats& stats) override {
-        if (!stats.assertionResult.isOk()) {
-            stream << stats.assertionResult.getSourceInfo()
-                   << ": failed: " << stats.assertionResult.getExpressionInMacro() << '\n';
-        }
-        return true;
+/// Prints the one table, with the row that is nearest to its limit, or farthest over it, last.
+/// Tells whether all are within their limits.
+bool printRows() {
+    std::stable_sort(gRows.begin(), gRows.end(), [](const Measured& a, const Measured& b) {
+        return a.isOver() != b.isOver() ? b.isOver() : a.nearness() < b.nearness();
+    });
+    std::printf("%-46s %-44s %11s %11s %8s %8s %9s\n", "operation", "peer", "ours", "peer's",
+                "ratio", "limit", "of limit");
+    bool isGood = true;
+    for (const Measured& m : gRows) {
+        std::printf("%-46s %-44s %11s %11s %8.3f %8.3f %7.0f %% %s\n", m.row.operation.c_str(),
+                    m.row.peer.c_str(), timeText(m.ours).c_str(), timeText(m.peers).c_str(),
+                    m.ratio(), m.row.limit, 100 * m.nearness(), m.isOver() ? "over" : "");
+        isGood = isGood && !m.isOver();
     }
-
-    void benchmarkEnded(const Catch::BenchmarkStats<>& stats) override {
-        record(stats.info.name.c_str(), medianNanoseconds(stats));
-    }
-
-    void testCaseEnded(const Catch::TestCaseStats& stats) override {
-        for (; mPrinted < gRows.size(); ++mPrinted) {
-            if (mPrinted == 0) {
-                print("operation", "peer", "ours", "peer's", "ratio", "limit", "");
-            }
-            const Measured& m = gRows[mPrinted];
-            const double ratio = m.ours / (m.peer + m.row.allowance / m.row.limit);
-            const bool over = !(ratio <= m.row.limit);
-            gAnyOver = gAnyOver || over;
-            char ratioText[32];
-            char limitText[32];
-            std::snprintf(ratioText, sizeof ratioText, "%.3f", ratio);
-            std::snprintf(limitText, sizeof limitText, "%.3f", m.row.limit);
-            print(m.row.operation.c_str(), m.row.peer.c_str(), timeText(m.ours).c_str(),
-                  timeText(m.peer).c_str(), ratioText, limitText, over ? "over" : "");
-        }
-        StreamingReporterBase::testCaseEnded(stats);
-    }
-
-private:
-    void print(const char* operation, const char* peer, const char* ours, const char* peers,
-               const char* ratio, const char* limit, const char* verdict) {
-        char line[256];
-        std::snprintf(line, sizeof line, "%-46s %-44s %11s %11s %8s %8s %s\n", operation, peer,
-                      ours, peers, ratio, limit, verdict);
-        stream << line << std::flush;
-    }
-
-    size_t mPrinted = 0;
-};
-
-CATCH_REGISTER_REPORTER("table", TableReporter)
+    return isGood;
+}
 
 }  // namespace
 
-void announce(const Row& row) { gRows.push_back({row}); }
+Comparison::Comparison(const Row& row)
+    : mRounds(row.rounds),
+      mRow(gRows.size()),
+      mOurs(std::numeric_limits<double>::infinity()),
+      mPeers(std::numeric_limits<double>::infinity()) {
+    gRows.push_back({row});
+}
 
-void record(const char* side, double nanoseconds) {
-    Measured& row = gRows.back();
-    double& best = side == std::string(OURS) ? row.ours : row.peer;
+bool Comparison::goesOn() {
+    // What never settles is measured for so long.
+    constexpr std::chrono::seconds longest(10);
+    const bool isSettled = mTaken - mLastGain >= mRounds;
+    const bool isTooLong = mTaken >= mRounds && std::chrono::steady_clock::now() - mStart > longest;
+    if (mTaken != 0 && (isSettled || isTooLong)) {
+        gRows[mRow].ours = mOurs;
+        gRows[mRow].peers = mPeers;
+        return false;
+    }
+    ++mTaken;
+    return true;
+}
+
+void Comparison::record(double& best, double nanoseconds) {
+    // Less than half a percent is no gain.
+    if (nanoseconds < best * 0.995) {
+        mLastGain = mTaken;
+    }
     best = std::min(best, nanoseconds);
 }
 
 }  // namespace benchmark
 
 int main(int argc, char* argv[]) {
+    const char* const compact[] = {argv[0], "--reporter", "compact"};
     Catch::Session session;
-    session.configData().reporterName = "table";
-    session.configData().benchmarkSamples = 20;
-    session.configData().benchmarkNoAnalysis = true;
-    const int status = session.run(argc, argv);
-    return status == 0 && benchmark::gAnyOver ? EXIT_FAILURE : status;
+    int status = session.applyCommandLine(3, compact);
+    if (status == 0) {
+        status = session.run(argc, argv);
+    }
+    return benchmark::printRows() || status != 0 ? status : EXIT_FAILURE;
 }

@@ -7,15 +7,27 @@
 //                 [&] { return normalizePath(path); },
 //                 [&] { return std::string(path); });
 //     }
+//
+// Both sides take turns, so that a change of the machine's pace meets both, and each side's time is
+// the best of its turns: other work on the machine can only add to it. Turns go on until the best
+// of both have settled.
 
-#define CATCH_CONFIG_ENABLE_BENCHMARKING
+#include <atomic>
 #include <chrono>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include <catch2/catch.hpp>
 
 namespace benchmark {
+
+/// Peers differ from platform to platform, and limits with them.
+#ifdef _WIN32
+inline constexpr bool onWindows = true;
+#else
+inline constexpr bool onWindows = false;
+#endif
 
 struct Row {
     std::string operation;
@@ -23,68 +35,119 @@ struct Row {
     /// The largest good ratio of our time to the peer's: 2 allows us twice its time, 0.2 asks us
     /// to be five times as fast.
     double limit;
-    /// How often both sides take their turn; one does where a measurement takes long.
-    int rounds = 5;
+    /// The least number of turns; also how many in a row must bring nothing new.
+    int rounds = 25;
     /// So many nanoseconds beyond that are good as well: for what costs the same whatever it adds
     /// to.
     double allowance = 0;
 };
 
-/// Takes note of the row whose two benchmarks, `ours` and `peer`, are measured next.
-void announce(const Row& row);
+/// The measurement of one row, which is in the table from its construction on.
+class Comparison {
+public:
+    explicit Comparison(const Row& row);
 
-inline constexpr const char* OURS = "ours";
-inline constexpr const char* PEER = "peer";
+    /// Whether another turn of both sides is wanted.
+    bool goesOn();
+    void recordOurs(double nanoseconds) { record(mOurs, nanoseconds); }
+    void recordPeers(double nanoseconds) { record(mPeers, nanoseconds); }
 
-/// Measures both in turns, several times over, so that a change of the machine's pace meets both;
-/// each side's time is the smallest of its medians. A result that a function returns is kept alive.
+private:
+    void record(double& best, double nanoseconds);
+
+    int mRounds;
+    size_t mRow;
+    int mTaken = 0;
+    int mLastGain = 0;  ///< the turn that last brought a better time
+    double mOurs;
+    double mPeers;
+    std::chrono::steady_clock::time_point mStart = std::chrono::steady_clock::now();
+};
+
+inline const volatile void* volatile gKeptAlive = nullptr;
+
+/// Keeps the compiler from leaving out what makes `value`.
+template <class T>
+void keepAlive(const T& value) {
+    gKeptAlive = &value;
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+}
+
+template <class Function>
+void callOnce(Function& function) {
+    if constexpr (std::is_void_v<decltype(function())>) {
+        function();
+    } else {
+        keepAlive(function());
+    }
+}
+
+/// The nanoseconds that `function` takes.
+template <class Function>
+double timeOf(Function function) {
+    const auto start = std::chrono::steady_clock::now();
+    function();
+    const std::chrono::duration<double, std::nano> time = std::chrono::steady_clock::now() - start;
+    return time.count();
+}
+
+/// The nanoseconds of one of `calls` calls.
+template <class Function>
+double timeOfCalls(Function& function, int calls) {
+    return timeOf([&] {
+               for (int i = 0; i < calls; ++i) {
+                   callOnce(function);
+               }
+           }) /
+           calls;
+}
+
+/// How many calls make up a turn that a clock can measure.
+template <class Function>
+int callsOfTurn(Function& function) {
+    constexpr double turn = 2e6;
+    int calls = 1;
+    while (calls < 1'000'000 && timeOfCalls(function, calls) * calls < turn) {
+        calls *= 2;
+    }
+    return calls;
+}
+
+/// Compares two functions by as many calls as make up some milliseconds.
 template <class Ours, class Peer>
 void compare(const Row& row, Ours ours, Peer peer) {
-    announce(row);
-    for (int round = 0; round < row.rounds; ++round) {
-        BENCHMARK(std::string(OURS)) { return ours(); };
-        BENCHMARK(std::string(PEER)) { return peer(); };
+    const int ourCalls = callsOfTurn(ours);
+    const int peerCalls = callsOfTurn(peer);
+    for (Comparison comparison(row); comparison.goesOn();) {
+        comparison.recordOurs(timeOfCalls(ours, ourCalls));
+        comparison.recordPeers(timeOfCalls(peer, peerCalls));
     }
 }
 
-/// The same for functions that build something: taking it down again isn't measured.
+/// The same call by call, for functions that build something: taking it down again isn't measured.
 template <class Ours, class Peer>
 void compareBuilding(const Row& row, Ours ours, Peer peer) {
-    announce(row);
-    const auto build = [](Catch::Benchmark::Chronometer meter, auto& function) {
-        std::vector<decltype(function())> built(static_cast<size_t>(meter.runs()));
-        meter.measure([&](int run) { built[static_cast<size_t>(run)] = function(); });
+    const auto time = [](auto& function) {
+        decltype(function()) built;
+        return timeOf([&] { built = function(); });
     };
-    for (int round = 0; round < row.rounds; ++round) {
-        BENCHMARK_ADVANCED(std::string(OURS))(Catch::Benchmark::Chronometer meter) {
-            build(meter, ours);
-        };
-        BENCHMARK_ADVANCED(std::string(PEER))(Catch::Benchmark::Chronometer meter) {
-            build(meter, peer);
-        };
+    for (Comparison comparison(row); comparison.goesOn();) {
+        comparison.recordOurs(time(ours));
+        comparison.recordPeers(time(peer));
     }
 }
 
-/// Takes down a time for the row announced last.
-void record(const char* side, double nanoseconds);
-
-/// The same call by call: `prepare()` comes before each and isn't measured. Each side runs once a
-/// round, and its time is the smallest of these. For what uses up what it is given, and for what
-/// the system answers now fast, now slowly.
+/// The same call by call; `prepare()` comes before each and isn't measured. For what uses up what
+/// it is given, and for what the system answers now fast, now slowly.
 template <class Prepare, class Ours, class Peer>
 void comparePrepared(const Row& row, Prepare prepare, Ours ours, Peer peer) {
-    announce(row);
-    const auto measure = [&prepare](const char* side, auto& function) {
+    const auto time = [&prepare](auto& function) {
         prepare();
-        const auto start = std::chrono::steady_clock::now();
-        function();
-        const std::chrono::duration<double, std::nano> time =
-            std::chrono::steady_clock::now() - start;
-        record(side, time.count());
+        return timeOf([&] { callOnce(function); });
     };
-    for (int round = 0; round < row.rounds; ++round) {
-        measure(OURS, ours);
-        measure(PEER, peer);
+    for (Comparison comparison(row); comparison.goesOn();) {
+        comparison.recordOurs(time(ours));
+        comparison.recordPeers(time(peer));
     }
 }
 

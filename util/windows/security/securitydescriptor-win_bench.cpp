@@ -39,11 +39,7 @@ public:
 
     template <class Function>
     void measure(size_t file, Function function) {
-        const auto start = std::chrono::steady_clock::now();
-        function();
-        const std::chrono::duration<double, std::nano> time =
-            std::chrono::steady_clock::now() - start;
-        mTimes[file] = std::min(mTimes[file], time.count());
+        mTimes[file] = std::min(mTimes[file], benchmark::timeOf(function));
     }
     double sum() const { return std::accumulate(mTimes.begin(), mTimes.end(), 0.0); }
 
@@ -62,21 +58,21 @@ TEST_CASE("SecurityDescriptor of files") {
     }
     REQUIRE(readBare(names.front()));
     REQUIRE(SecurityDescriptor(paths.front(), SE_FILE_OBJECT, /*withSacl=*/false).isValid());
-    benchmark::announce(
-        {"descriptors of 1,000 files", "GetNamedSecurityInfoW, GetFileAttributesW", 1.1});
     // File by file in turns: the system answers for whole seconds several times slower.
     SmallestTimes ours(files);
     SmallestTimes bare(files);
-    for (int round = 0; round < 20; ++round) {
+    benchmark::Comparison comparison(
+        {"descriptors of 1,000 files", "GetNamedSecurityInfoW, GetFileAttributesW", 1.1});
+    while (comparison.goesOn()) {
         for (size_t file = 0; file < files; ++file) {
             ours.measure(file, [&] {
                 const SecurityDescriptor security(paths[file], SE_FILE_OBJECT, /*withSacl=*/false);
             });
             bare.measure(file, [&] { readBare(names[file]); });
         }
+        comparison.recordOurs(ours.sum());
+        comparison.recordPeers(bare.sum());
     }
-    benchmark::record(benchmark::OURS, ours.sum());
-    benchmark::record(benchmark::PEER, bare.sum());
 }
 
 }  // namespace
