@@ -10,6 +10,7 @@
 
 #include "fuzz/fuzzinput.h"
 #include "util/assertion.h"
+#include "util/normalform.h"
 #include "util/pathfun.h"
 #include "util/stringutilities.h"
 
@@ -152,6 +153,11 @@ void checkNormalForm(const std::string& path) {
     }
     const std::string normal = normalizePath(path);
     NB_ASSERT(normal == expectedNormalForm(parts));
+    PathBuffer buffer;
+    NB_ASSERT(normalFormIn(buffer, path, '/') == normal);
+    std::string backslashed = normal;
+    toBackslashes(backslashed);
+    NB_ASSERT(normalFormIn(buffer, path, '\\') == backslashed);
     NB_ASSERT(normalizePath(normal) == normal);
 
     const std::string tail = normal.substr(parts.root.text.size());

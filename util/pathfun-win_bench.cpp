@@ -39,13 +39,6 @@ TEST_CASE("normalizePath of 20 paths") {
         }
         return size;
     };
-    compare({"normalizePath, 20 paths", "copy into a std::string", 2.0}, normalize, [] {
-        size_t size = 0;
-        for (const std::string& path : PATHS) {
-            size += std::string(path).size();
-        }
-        return size;
-    });
     compare({"normalizePath, 20 paths", "path::lexically_normal", 1.0 / 15}, normalize, [] {
         size_t size = 0;
         for (const std::string& path : PATHS) {

@@ -67,8 +67,7 @@ PathRange pathComponent(StringSpan path, size_t index);
 /// `..` that climbs above the root is dropped without complaint. Any result that ends in `:`, and
 /// not only a bare drive, gets a `/` behind it.
 std::string normalizePath(const std::string& path);
-/// The same for text that isn't a std::string yet.
-std::string normalForm(StringSpan path);
+/// For text that isn't a std::string yet, or need not become one: util/normalform.h.
 
 // Building and taking apart
 

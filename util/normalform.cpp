@@ -1,0 +1,118 @@
+#include "util/normalform.h"
+
+#include "util/pathbytes.h"
+#include "util/pathroot.h"
+
+namespace {
+
+/// The length of the name at `at` if that is `.` or `..`, and else 0.
+size_t dotNameLength(StringSpan path, size_t at) {
+    size_t length = 0;
+    while (length < 2 && at + length < path.length && path.data[at + length] == '.') {
+        ++length;
+    }
+    const size_t end = at + length;
+    return end == path.length || isPathSeparator(path.data[end]) ? length : 0;
+}
+
+/// Where the last name before `end` and the separator before it begin; `begin` if there is none.
+char* beforeLastName(const char* begin, char* end) {
+    while (end != begin && !isPathSeparator(*--end)) {
+    }
+    return end;
+}
+
+/// Whether what is after the root of a path is in normal form but for the kind of separators, the
+/// path's end included. Nearly every path is such.
+bool isTidyFrom(PathMarks& path, size_t rootEnd) {
+    const auto [text, length] = path.path();
+    return text[length - 1] != ':' && (rootEnd == length || (isPathSeparator(text[rootEnd]) &&
+                                                             path.nextUntidy(rootEnd) == length));
+}
+
+/// A copy with slashes only from `from` on.
+std::string copySlashed(StringSpan path, size_t from) {
+    std::string copy(path.view());
+    pathbytes::copySeparatedBy('/', path.data + from, path.length - from, copy.data() + from);
+    return copy;
+}
+
+/// Writes the names of a path, each after a slash, without `.` and with `..` resolved, and returns
+/// the place after them.
+char* writeNames(PathMarks& marks, size_t rootEnd, char* const to) {
+    const StringSpan path = marks.path();
+    char* end = to;
+    for (size_t at = marks.nextNameCharacter(rootEnd); at < path.length;
+         at = marks.nextNameCharacter(at)) {
+        if (const size_t dots = dotNameLength(path, at)) {
+            end = dots == 1 ? end : beforeLastName(to, end);
+            at += dots;
+            continue;
+        }
+        const size_t tidyEnd = marks.nextUntidy(at);
+        *end++ = '/';
+        pathbytes::copySeparatedBy('/', path.data + at, tidyEnd - at, end);
+        end += tidyEnd - at;
+        at = tidyEnd;
+    }
+    return end;
+}
+
+/// The most characters that a normal form takes: the first name can lack a separator in front, and
+/// a colon at the end gets one.
+constexpr size_t roomFor(StringSpan path) { return path.length + 2; }
+
+/// Writes the normal form, and returns the place after it.
+char* writeNormalForm(PathMarks& path, const PathRoot& root, char* to) {
+    char* const rootEnd = root.writeText(path.path(), to);
+    char* end = writeNames(path, root.range.end, rootEnd);
+    if (end == to || end[-1] == ':') {
+        *end++ = '/';
+    }
+    return end;
+}
+
+/// Of a path that isn't a tidy one on a drive.
+std::string otherNormalForm(PathMarks& marks) {
+    const StringSpan path = marks.path();
+    const PathRoot root = findRoot(marks);
+    assertAbsolute(root.absolute);
+    if (root.isTidy() && isTidyFrom(marks, root.range.end)) {
+        // The prefix of Cygwin's drives stays as it is.
+        return copySlashed(path, root.isShare() ? 0 : root.range.end);
+    }
+    PathBuffer buffer(roomFor(path), boost::container::default_init);
+    return {buffer.data(), writeNormalForm(marks, root, buffer.data())};
+}
+
+}  // namespace
+
+std::string normalForm(StringSpan path) {
+    PathMarks marks(path);
+    if (beginsWithDrive(path) && isTidyFrom(marks, driveLength)) {
+        return copySlashed(path, driveLength);
+    }
+    return otherNormalForm(marks);
+}
+
+std::string_view normalFormIn(PathBuffer& buffer, StringSpan path, char separator) {
+    buffer.resize(roomFor(path), boost::container::default_init);
+    char* const begin = buffer.data();
+    PathMarks marks(path);
+    if (beginsWithDrive(path) && isTidyFrom(marks, driveLength)) {
+        pathbytes::copySeparatedBy(separator, path.data, path.length, begin);
+        return {begin, path.length};
+    }
+    const PathRoot root = findRoot(marks);
+    assertAbsolute(root.absolute);
+    const auto size = static_cast<size_t>(writeNormalForm(marks, root, begin) - begin);
+    if (separator != '/') {
+        pathbytes::copySeparatedBy(separator, begin, size, begin);
+    }
+    return {begin, size};
+}
+
+bool isTidyOnDrive(StringSpan path) {
+    PathMarks marks(path);
+    return beginsWithDrive(path) && isTidyFrom(marks, driveLength);
+}

@@ -1,0 +1,24 @@
+#pragma once
+
+// The normal form of paths (see pathfun.h), for callers that don't need a std::string of it.
+
+#include <string>
+#include <string_view>
+
+#include <boost/container/small_vector.hpp>
+
+#include "util/textspan.h"
+
+/// Room for a path of usual length off the heap.
+using PathBuffer = boost::container::small_vector<char, 512>;
+
+/// The normal form of `path`, which must be absolute: an assertion stops the process otherwise.
+std::string normalForm(StringSpan path);
+
+/// The same with `separator`, `/` or `\`, for each separator, as text in `buffer`, which it
+/// replaces. `path` isn't in `buffer`.
+std::string_view normalFormIn(PathBuffer& buffer, StringSpan path, char separator);
+
+/// Whether `path` is on a drive and differs from its normal form in the kind of separators alone.
+/// False for a path that ends in a colon as well.
+bool isTidyOnDrive(StringSpan path);

@@ -1,0 +1,226 @@
+#pragma once
+
+// What path functions ask of many bytes at once: where separators and dots are, a copy with
+// separators of one kind, and how far two texts are alike. Each has a plain form, which says what
+// it does, and one for processors with SSE2 (every 64-bit x86), sixteen bytes at a time. Paths are
+// bytes here: nothing is decoded, and bytes from 0x80 up are no letters.
+//
+// Nothing outside of the given bytes is read or written. For texts of paths, of a few dozen bytes.
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <initializer_list>
+
+#if defined(__SSE2__) || defined(_M_X64)
+#define NB_PATHBYTES_SSE2 1
+#include <emmintrin.h>
+#endif
+
+namespace pathbytes {
+
+/// Bit i is for byte i of at most `markedBytes`.
+struct Marks {
+    uint64_t separators = 0;  ///< `/` and `\`
+    uint64_t dots = 0;
+
+    friend constexpr bool operator==(const Marks&, const Marks&) = default;
+};
+inline constexpr size_t markedBytes = 64;
+
+/// What turns `/` into `\` and back.
+inline constexpr char separatorsDiffer = '/' ^ '\\';
+
+namespace plain {
+
+/// The marks of `count` bytes, at most `markedBytes`.
+constexpr Marks marksOf(const char* text, size_t count) {
+    Marks marks;
+    for (size_t i = 0; i < count; ++i) {
+        const bool isSeparator = text[i] == '/' || text[i] == '\\';
+        marks.separators |= uint64_t{isSeparator} << i;
+        marks.dots |= uint64_t{text[i] == '.'} << i;
+    }
+    return marks;
+}
+
+/// Copies `count` bytes, with `separator` (`/` or `\`) for each separator. `to` may be `from`; the
+/// two don't overlap otherwise.
+constexpr void copySeparatedBy(char separator, const char* from, size_t count, char* to) {
+    const char other = static_cast<char>(separator ^ separatorsDiffer);
+    for (size_t i = 0; i < count; ++i) {
+        to[i] = from[i] == other ? separator : from[i];
+    }
+}
+
+/// `/` for a separator, an ASCII letter in lower case, and any other byte as it is.
+constexpr char folded(char c) {
+    return c == '\\' ? '/' : c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
+}
+
+/// How many of the first `count` bytes of two texts are alike: the same but for the case of ASCII
+/// letters and the kind of separators.
+constexpr size_t alikeLength(const char* a, const char* b, size_t count) {
+    size_t length = 0;
+    while (length < count && folded(a[length]) == folded(b[length])) {
+        ++length;
+    }
+    return length;
+}
+
+}  // namespace plain
+
+#ifdef NB_PATHBYTES_SSE2
+
+// Bytes that don't fill a block belong to one that begins earlier and is looked at twice.
+namespace sse2 {
+
+inline constexpr size_t block = 16;
+inline constexpr size_t halfBlock = 8;
+
+inline __m128i load(const char* from) {
+    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
+}
+inline __m128i loadHalf(const char* from) {
+    return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(from));
+}
+inline uint64_t bitsOf(__m128i bytes) { return static_cast<uint32_t>(_mm_movemask_epi8(bytes)); }
+
+/// The bytes of a text shorter than `halfBlock`, and zeros.
+inline uint64_t loadShort(const char* from, size_t count) {
+    const auto byteAt = [from](size_t at) {
+        return uint64_t{static_cast<unsigned char>(from[at])} << (8 * at);
+    };
+    if (count < sizeof(uint32_t)) {
+        return count == 0 ? 0 : byteAt(0) | byteAt(count / 2) | byteAt(count - 1);
+    }
+    uint32_t first = 0;
+    uint32_t last = 0;
+    const size_t lastAt = count - sizeof last;
+    std::memcpy(&first, from, sizeof first);
+    std::memcpy(&last, from + lastAt, sizeof last);
+    return first | uint64_t{last} << (8 * lastAt);
+}
+
+inline void storeShort(uint64_t bytes, char* to, size_t count) {
+    if (count < sizeof(uint32_t)) {
+        for (size_t at = 0; at < count; ++at) {
+            to[at] = static_cast<char>(bytes >> (8 * at));
+        }
+        return;
+    }
+    const size_t lastAt = count - sizeof(uint32_t);
+    const auto first = static_cast<uint32_t>(bytes);
+    const auto last = static_cast<uint32_t>(bytes >> (8 * lastAt));
+    std::memcpy(to, &first, sizeof first);
+    std::memcpy(to + lastAt, &last, sizeof last);
+}
+
+inline void addMarks(__m128i bytes, size_t at, Marks& marks) {
+    const __m128i separators = _mm_or_si128(_mm_cmpeq_epi8(bytes, _mm_set1_epi8('/')),
+                                            _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\\')));
+    marks.separators |= bitsOf(separators) << at;
+    marks.dots |= bitsOf(_mm_cmpeq_epi8(bytes, _mm_set1_epi8('.'))) << at;
+}
+
+inline Marks marksOf(const char* text, size_t count) {
+    Marks marks;
+    if (count >= block) {
+        for (size_t at = 0; at + block < count; at += block) {
+            addMarks(load(text + at), at, marks);
+        }
+        addMarks(load(text + count - block), count - block, marks);
+    } else if (count >= halfBlock) {
+        addMarks(loadHalf(text), 0, marks);
+        addMarks(loadHalf(text + count - halfBlock), count - halfBlock, marks);
+    } else {
+        addMarks(_mm_cvtsi64_si128(static_cast<int64_t>(loadShort(text, count))), 0, marks);
+    }
+    return marks;
+}
+
+inline __m128i separatedBy(char separator, __m128i bytes) {
+    const char other = static_cast<char>(separator ^ separatorsDiffer);
+    const __m128i others = _mm_cmpeq_epi8(bytes, _mm_set1_epi8(other));
+    return _mm_xor_si128(bytes, _mm_and_si128(others, _mm_set1_epi8(separatorsDiffer)));
+}
+
+inline void copySeparatedBy(char separator, const char* from, size_t count, char* to) {
+    const auto copyBlock = [=](size_t at) {
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(to + at),
+                         separatedBy(separator, load(from + at)));
+    };
+    const auto copyHalf = [=](size_t at) {
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(to + at),
+                         separatedBy(separator, loadHalf(from + at)));
+    };
+    if (count >= block) {
+        for (size_t at = 0; at + block < count; at += block) {
+            copyBlock(at);
+        }
+        copyBlock(count - block);
+    } else if (count >= halfBlock) {
+        copyHalf(0);
+        copyHalf(count - halfBlock);
+    } else {
+        const auto bytes = static_cast<int64_t>(loadShort(from, count));
+        const __m128i separated = separatedBy(separator, _mm_cvtsi64_si128(bytes));
+        storeShort(static_cast<uint64_t>(_mm_cvtsi128_si64(separated)), to, count);
+    }
+}
+
+inline __m128i folded(__m128i bytes) {
+    // As signed numbers, bytes from 0x80 up are below all letters.
+    const __m128i upper = _mm_and_si128(_mm_cmpgt_epi8(bytes, _mm_set1_epi8('A' - 1)),
+                                        _mm_cmplt_epi8(bytes, _mm_set1_epi8('Z' + 1)));
+    return _mm_or_si128(separatedBy('/', bytes), _mm_and_si128(upper, _mm_set1_epi8('a' - 'A')));
+}
+
+/// A bit for each byte that is alike in both.
+inline uint64_t alike(__m128i a, __m128i b) {
+    const uint64_t same = bitsOf(_mm_cmpeq_epi8(a, b));
+    return same == 0xFFFF ? same : bitsOf(_mm_cmpeq_epi8(folded(a), folded(b)));
+}
+
+inline size_t alikeLength(const char* a, const char* b, size_t count) {
+    if (count < halfBlock) {
+        return plain::alikeLength(a, b, count);
+    }
+    if (count < block) {
+        for (const size_t at : {size_t{0}, count - halfBlock}) {
+            // The upper half of a register is the same in both: it is zero.
+            const uint64_t bits = alike(loadHalf(a + at), loadHalf(b + at));
+            if (bits != 0xFFFF) {
+                return at + static_cast<size_t>(std::countr_one(bits));
+            }
+        }
+        return count;
+    }
+    for (size_t at = 0;;) {
+        const uint64_t bits = alike(load(a + at), load(b + at));
+        if (bits != 0xFFFF) {
+            return at + static_cast<size_t>(std::countr_one(bits));
+        }
+        if (at + block == count) {
+            return count;
+        }
+        at = at + 2 * block <= count ? at + block : count - block;
+    }
+}
+
+}  // namespace sse2
+
+using sse2::alikeLength;
+using sse2::copySeparatedBy;
+using sse2::marksOf;
+
+#else
+
+using plain::alikeLength;
+using plain::copySeparatedBy;
+using plain::marksOf;
+
+#endif
+
+}  // namespace pathbytes

@@ -1,0 +1,122 @@
+#include "util/pathbytes.h"
+
+#include <random>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+// The forms in use against the plain ones, and the plain ones against what they promise.
+
+namespace {
+
+/// Characters that matter, their neighbours in ASCII, and bytes that differ from them in one bit.
+const std::string LETTERS =
+    "/\\..-0[]^@AZ`az{|nN"
+    "\0\x7F\x80\xAF\xAE\xDC\xC1\xE1\xFF";
+
+/// Texts of each length up to `longest`, each in a block of its own, so that a step beyond its ends
+/// is seen under ASan.
+class RandomTexts {
+public:
+    template <class Check>
+    void forEach(size_t longest, Check check) {
+        for (size_t length = 0; length <= longest; ++length) {
+            for (int i = 0; i < 40; ++i) {
+                check(text(length));
+            }
+        }
+    }
+    std::vector<char> text(size_t length) {
+        std::vector<char> text(length);
+        for (char& c : text) {
+            c = LETTERS[mRandom() % LETTERS.size()];
+        }
+        return text;
+    }
+    size_t below(size_t limit) { return mRandom() % limit; }
+
+private:
+    // A failure must come again in the next run.
+    std::mt19937 mRandom{1};  // NOLINT(cert-msc32-c,cert-msc51-cpp)
+};
+
+TEST(PathBytesTest, MarksAreABitForEachSeparatorAndDot) {
+    using pathbytes::Marks;
+    EXPECT_EQ(pathbytes::plain::marksOf("", 0), Marks());
+    EXPECT_EQ(pathbytes::plain::marksOf("a/b\\.c..", 8), (Marks{0b00001010, 0b11010000}));
+    const std::string dots(64, '.');
+    EXPECT_EQ(pathbytes::plain::marksOf(dots.data(), 64), (Marks{0, ~uint64_t{0}}));
+    EXPECT_EQ(pathbytes::plain::marksOf(dots.data(), 63), (Marks{0, ~uint64_t{0} >> 1}));
+}
+
+TEST(PathBytesTest, MarksInUseAreThePlainOnes) {
+    RandomTexts().forEach(pathbytes::markedBytes, [](const std::vector<char>& text) {
+        ASSERT_EQ(pathbytes::marksOf(text.data(), text.size()),
+                  pathbytes::plain::marksOf(text.data(), text.size()))
+            << testing::PrintToString(text);
+    });
+}
+
+TEST(PathBytesTest, ACopyHasSeparatorsOfTheOneKindAndAllElseAsItWas) {
+    const std::string text = "a/b\\c.|s/";
+    std::string copy(text.size(), 'x');
+    pathbytes::plain::copySeparatedBy('/', text.data(), text.size(), copy.data());
+    EXPECT_EQ(copy, "a/b/c.|s/");
+    pathbytes::plain::copySeparatedBy('\\', text.data(), text.size(), copy.data());
+    EXPECT_EQ(copy, "a\\b\\c.|s\\");
+}
+
+TEST(PathBytesTest, TheCopyInUseIsThePlainOneApartAndInPlace) {
+    RandomTexts().forEach(100, [](const std::vector<char>& text) {
+        for (const char separator : {'/', '\\'}) {
+            std::vector<char> expected(text.size());
+            pathbytes::plain::copySeparatedBy(separator, text.data(), text.size(), expected.data());
+            std::vector<char> copy(text.size());
+            pathbytes::copySeparatedBy(separator, text.data(), text.size(), copy.data());
+            ASSERT_EQ(copy, expected) << testing::PrintToString(text);
+            std::vector<char> changed = text;
+            pathbytes::copySeparatedBy(separator, changed.data(), changed.size(), changed.data());
+            ASSERT_EQ(changed, expected) << testing::PrintToString(text);
+        }
+    });
+}
+
+TEST(PathBytesTest, AlikeAreTheTwoCasesOfAsciiLettersAndTheTwoSeparatorsAlone) {
+    for (int first = -128; first < 128; ++first) {
+        for (int second = -128; second < 128; ++second) {
+            const auto a = static_cast<char>(first);
+            const auto b = static_cast<char>(second);
+            const bool isLetter = (a | 0x20) >= 'a' && (a | 0x20) <= 'z' && first > 0;
+            const bool isPair = (a == '/' && b == '\\') || (a == '\\' && b == '/') ||
+                                (isLetter && (a ^ b) == ('a' ^ 'A'));
+            ASSERT_EQ(pathbytes::plain::alikeLength(&a, &b, 1), a == b || isPair ? 1U : 0U)
+                << first << " and " << second;
+        }
+    }
+}
+
+TEST(PathBytesTest, AlikeInUseIsThePlainOneWhereverTheFirstDifferenceIs) {
+    RandomTexts random;
+    RandomTexts().forEach(100, [&random](const std::vector<char>& text) {
+        std::vector<char> other = text;
+        for (char& c : other) {
+            const bool isLetter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+            if (random.below(2) == 0) {
+                c = static_cast<char>(isLetter ? c ^ 0x20 : c == '/' ? '\\' : c);
+            }
+        }
+        const auto check = [&] {
+            ASSERT_EQ(pathbytes::alikeLength(text.data(), other.data(), text.size()),
+                      pathbytes::plain::alikeLength(text.data(), other.data(), text.size()))
+                << testing::PrintToString(text) << testing::PrintToString(other);
+        };
+        check();
+        if (!text.empty()) {
+            other[random.below(other.size())] = LETTERS[random.below(LETTERS.size())];
+            check();
+        }
+    });
+}
+
+}  // namespace

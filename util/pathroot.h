@@ -1,0 +1,121 @@
+#pragma once
+
+// The root of a path and the steps from name to name, for the path functions.
+
+#include <string>
+
+#include "util/pathfun.h"
+#include "util/pathmarks.h"
+#include "util/textspan.h"
+
+inline size_t skipSeparators(StringSpan path, size_t at) {
+    while (at < path.length && isPathSeparator(path.data[at])) {
+        ++at;
+    }
+    return at;
+}
+
+inline size_t skipName(StringSpan path, size_t at) {
+    while (at < path.length && !isPathSeparator(path.data[at])) {
+        ++at;
+    }
+    return at;
+}
+
+/// The name after `at` and the separators there; empty, at the end of the path, if there is none.
+inline PathRange nextName(StringSpan path, size_t at) {
+    const size_t begin = skipSeparators(path, at);
+    return {begin, skipName(path, begin)};
+}
+
+/// The outcome of looking for a root.
+struct PathRoot {
+    bool absolute = false;
+    PathRange range;  ///< from 0; empty for a path without a root
+    // Of a share alone; empty otherwise.
+    PathRange server;
+    PathRange share;
+
+    bool isShare() const { return share.end != 0; }
+
+    /// The length of the normal spelling.
+    size_t textLength() const {
+        return isShare() ? 3 + server.length() + share.length() : range.length();
+    }
+    /// Whether the root is spelled normally, but for the kind of its separators.
+    bool isTidy() const { return textLength() == range.length(); }
+
+    /// Writes the normal spelling, `textLength()` characters, and returns the place after it.
+    char* writeText(StringSpan path, char* to) const;
+};
+
+/// Cygwin mode (see setCygwinPaths).
+struct CygwinPathMode {
+    bool enabled = false;
+    std::string drivePrefix;
+};
+extern CygwinPathMode gCygwinPathMode;
+
+/// Whether `path` begins with a drive: any character but a separator, and a colon, whatever comes
+/// next.
+inline constexpr size_t driveLength = 2;
+constexpr bool beginsWithDrive(StringSpan path) {
+    return path.length >= driveLength && path.data[1] == ':' && !isPathSeparator(path.data[0]);
+}
+
+/// Whether `path` begins with a folder of one character under the Cygwin drive prefix.
+bool beginsWithCygwinDrive(StringSpan path);
+
+inline PathRoot findShare(PathMarks& marks, size_t serverBegin) {
+    PathRoot root;
+    const size_t serverEnd = marks.nextSeparator(serverBegin);
+    const size_t shareBegin = marks.nextNameCharacter(serverEnd);
+    if (shareBegin == marks.path().length) {
+        return root;
+    }
+    root.absolute = true;
+    root.server = {serverBegin, serverEnd};
+    root.share = {shareBegin, marks.nextSeparator(shareBegin)};
+    root.range = {0, root.share.end};
+    return root;
+}
+
+/// The root of a path that doesn't begin with a drive. Inline, so that the marks stay in registers.
+inline PathRoot findOtherRoot(PathMarks& marks) {
+    const StringSpan path = marks.path();
+    PathRoot root;
+    if (path.length == 0 || !isPathSeparator(path.data[0])) {
+        return root;
+    }
+    const bool posixRoot = gCygwinPathMode.enabled && path.data[0] == '/';
+    if (posixRoot && beginsWithCygwinDrive(path)) {
+        root.absolute = true;
+        root.range = {0, gCygwinPathMode.drivePrefix.size() + 1};
+        return root;
+    }
+    const size_t name = marks.nextNameCharacter(0);
+    if (name == path.length || name == 1) {
+        root.absolute = posixRoot;
+        return root;
+    }
+    return findShare(marks, name);
+}
+PathRoot findOtherRoot(StringSpan path);
+
+inline PathRoot driveRoot() {
+    PathRoot root;
+    root.absolute = true;
+    root.range = {0, driveLength};
+    return root;
+}
+
+inline PathRoot findRoot(PathMarks& marks) {
+    return beginsWithDrive(marks.path()) ? driveRoot() : findOtherRoot(marks);
+}
+
+inline PathRoot findRoot(StringSpan path) {
+    return beginsWithDrive(path) ? driveRoot() : findOtherRoot(path);
+}
+
+/// Stops the process by an assertion if a path that has to be absolute isn't.
+void assertAbsolute(bool absolute);
