@@ -1,12 +1,12 @@
 #include "util/pathcollation.h"
 
 #include <algorithm>
-#include <bit>
 #include <cctype>
-#include <cstring>
 
 #include "util/cruntime.h"
+#include "util/pathbytes.h"
 #include "util/pathfun.h"
+#include "util/pathroot.h"
 #include "util/utf8decoder.h"
 
 namespace {
@@ -48,37 +48,41 @@ int compareRoots(StringSpan a, StringSpan b) {
     return left.atEnd() ? (right.atEnd() ? 0 : -1) : 1;
 }
 
-/// How many bytes two texts have in common from their start on.
-size_t commonLength(StringSpan a, StringSpan b) {
-    const size_t shorter = std::min(a.length, b.length);
-    size_t length = 0;
-    for (; shorter - length >= sizeof(uint64_t); length += sizeof(uint64_t)) {
-        uint64_t left = 0;
-        uint64_t right = 0;
-        std::memcpy(&left, a.data + length, sizeof left);
-        std::memcpy(&right, b.data + length, sizeof right);
-        if (left != right) {
+/// How many bytes can be passed over in both texts, as they are alike and no sequence or run of
+/// separators goes on after them.
+size_t passableLength(StringSpan a, StringSpan b) {
+    constexpr size_t longestSequence = 4;
+    size_t length = pathbytes::alikeLength(a.data, b.data, std::min(a.length, b.length));
+    for (size_t back = 1; back < longestSequence && back <= length; ++back) {
+        const auto byte = static_cast<unsigned char>(a.data[length - back]);
+        if (byte < 0x80) {
+            break;
+        }
+        if (byte >= 0xC0) {
+            length -= back;
             break;
         }
     }
-    while (length < shorter && a.data[length] == b.data[length]) {
-        ++length;
-    }
-    return length;
-}
-
-/// How many bytes can be passed over in both texts, as they are the same and no sequence or run of
-/// separators goes on behind them.
-size_t passableLength(StringSpan a, StringSpan b) {
-    size_t length = commonLength(a, b);
-    while (length > 0 && (static_cast<unsigned char>(a.data[length - 1]) >= 0x80 ||
-                          isPathSeparator(a.data[length - 1]))) {
+    while (length > 0 && isPathSeparator(a.data[length - 1])) {
         --length;
     }
     return length;
 }
 
-int compareRests(PathUnitCursor& a, PathUnitCursor& b) {
+StringSpan after(StringSpan text, size_t length) {
+    return {text.data + length, text.length - length};
+}
+
+/// Past an ASCII character that both are at, and what is alike after it.
+void passAlike(PathUnitCursor& a, PathUnitCursor& b) {
+    const StringSpan left(a.position + 1, static_cast<size_t>(a.end - a.position) - 1);
+    const StringSpan right(b.position + 1, static_cast<size_t>(b.end - b.position) - 1);
+    const size_t length = passableLength(left, right);
+    a = PathUnitCursor(after(left, length));
+    b = PathUnitCursor(after(right, length));
+}
+
+int compareRests(PathUnitCursor a, PathUnitCursor b) {
     for (;;) {
         if (a.atEnd()) {
             skipSeparators(b);
@@ -99,9 +103,32 @@ int compareRests(PathUnitCursor& a, PathUnitCursor& b) {
         if (const int difference = compareCollation(a.unit, b.unit)) {
             return difference;
         }
-        a.next();
-        b.next();
+        if (a.value < 0x80 && b.value < 0x80) {
+            passAlike(a, b);
+        } else {
+            a.next();
+            b.next();
+        }
     }
+}
+
+/// Compares what is after two equal roots, of which `passed` bytes are alike.
+int compareAfterRoots(StringSpan a, StringSpan b, size_t passed) {
+    PathUnitCursor left(after(a, passed));
+    PathUnitCursor right(after(b, passed));
+    if (passed == 0) {
+        skipSeparators(left);
+        skipSeparators(right);
+    }
+    return compareRests(left, right);
+}
+
+int compareOnDrives(StringSpan a, StringSpan b) {
+    const size_t passed = passableLength(a, b);
+    if (passed < driveLength) {
+        return compareRoots({a.data, driveLength}, {b.data, driveLength});
+    }
+    return compareAfterRoots(after(a, driveLength), after(b, driveLength), passed - driveLength);
 }
 
 int compareNoCase(const Substring& a, const Substring& b) {
@@ -115,6 +142,9 @@ int compareNoCase(const Substring& a, const Substring& b) {
 }  // namespace
 
 int comparePaths(StringSpan a, StringSpan b) {
+    if (beginsWithDrive(a) && beginsWithDrive(b)) {
+        return compareOnDrives(a, b);
+    }
     const RootedPath left(a);
     const RootedPath right(b);
     if (left.isRooted != right.isRooted) {
@@ -124,13 +154,11 @@ int comparePaths(StringSpan a, StringSpan b) {
         return difference;
     }
     const size_t passed = passableLength(left.rest, right.rest);
-    PathUnitCursor leftRest({left.rest.data + passed, left.rest.length - passed});
-    PathUnitCursor rightRest({right.rest.data + passed, right.rest.length - passed});
-    if (left.isRooted && passed == 0) {
-        skipSeparators(leftRest);
-        skipSeparators(rightRest);
+    if (left.isRooted) {
+        return compareAfterRoots(left.rest, right.rest, passed);
     }
-    return compareRests(leftRest, rightRest);
+    return compareRests(PathUnitCursor(after(left.rest, passed)),
+                        PathUnitCursor(after(right.rest, passed)));
 }
 
 bool pathCharsEqual(char a, char b) {
