@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "util/normalform.h"
 #include "util/pathfun.h"
 
 namespace {
@@ -18,7 +19,10 @@ class ConfigurationReader {
 public:
     ConfigurationReader(const std::string& viewRootPrefix, Configuration& configuration,
                         std::ostream& errors)
-        : mViewRootPrefix(viewRootPrefix), mConfiguration(configuration), mErrors(errors) {}
+        : mViewRootPrefix(viewRootPrefix),
+          mConfiguration(configuration),
+          mElements(configuration.elements, configuration.index),
+          mErrors(errors) {}
 
     void readLine(std::string_view untrimmed) {
         const std::string_view line = trimmed(untrimmed);
@@ -33,6 +37,9 @@ public:
             readElement(line);
         }
     }
+
+    /// After the last line.
+    void finish() { mElements.finish(); }
 
 private:
     std::string_view trimmed(std::string_view line) const {
@@ -88,28 +95,16 @@ private:
         const std::string_view text = line.substr(equals + 1);
         const size_t star = text.find('*');
 
-        ElementRecord record;
-        if (star != std::string_view::npos) {
-            record.type = typeNamed(text.substr(star + 1), path);
-        }
-        record.value = text.substr(0, star);
-        const auto stored = store(elementKey(path), std::move(record));
+        const ElementType type = star == std::string_view::npos
+                                     ? elementSymbolicLink
+                                     : typeNamed(text.substr(star + 1), path);
+        const std::string_view value = text.substr(0, star);
+        PathBuffer key;
+        mElements.store(elementKeyIn(key, path), type, value);
         if (!mViewRootPrefix.empty()) {
             // Meant: the path as the file spells it, and no separator between the two.
-            mConfiguration.elements.insert_or_assign(mViewRootPrefix + std::string(path),
-                                                     stored->second);
+            mElements.store(mViewRootPrefix + std::string(path), type, value);
         }
-    }
-
-    using Elements = std::map<std::string, ElementRecord>;
-
-    /// Inserts or replaces. A key behind all others goes to the end without a search.
-    Elements::iterator store(std::string&& key, ElementRecord&& record) {
-        Elements& elements = mConfiguration.elements;
-        if (elements.empty() || elements.rbegin()->first < key) {
-            return elements.emplace_hint(elements.end(), std::move(key), std::move(record));
-        }
-        return elements.insert_or_assign(std::move(key), std::move(record)).first;
     }
 
     /// A name that no type has is complained of, and makes a link.
@@ -127,6 +122,7 @@ private:
 
     const std::string& mViewRootPrefix;
     Configuration& mConfiguration;
+    ElementTableBuilder mElements;
     std::ostream& mErrors;
     const std::locale mLocale;  ///< the global one
     const std::ctype<char>& mCharacters = std::use_facet<std::ctype<char>>(mLocale);
@@ -137,9 +133,12 @@ private:
 }  // namespace
 
 std::string elementKey(StringSpan path) {
-    std::string key = normalForm(path);
-    toBackslashes(key);
-    return key;
+    PathBuffer buffer;
+    return std::string(elementKeyIn(buffer, path));
+}
+
+std::string_view elementKeyIn(PathBuffer& buffer, StringSpan path) {
+    return normalFormIn(buffer, path, '\\');
 }
 
 void readConfiguration(std::istream& input, const std::string& viewRootPrefix,
@@ -167,5 +166,6 @@ void readConfiguration(std::istream& input, const std::string& viewRootPrefix,
         }
         begun.append(text);
     }
+    reader.finish();
     // Meant: a last line that the end of the file cuts short doesn't count.
 }

@@ -21,24 +21,27 @@
 // element the later wins. An element of an unknown type is complained of and becomes a link.
 
 #include <iosfwd>
-#include <map>
 #include <string>
 #include <vector>
 
 #include "clearcase/clearcaseconnection.h"
-#include "clearcase/elementtypes.h"
+#include "clearcase/elementtable.h"
+#include "util/normalform.h"
 #include "util/textspan.h"
 
 /// The key of the element at `path`, which must be absolute (an assertion stops the process
 /// otherwise): its normal form with backslashes. Case is kept.
 std::string elementKey(StringSpan path);
+/// The same as text in `buffer` (see `normalFormIn`).
+std::string_view elementKeyIn(PathBuffer& buffer, StringSpan path);
 
 struct Configuration {
     /// In the order of the file, duplicates included.
     std::vector<VobRecord> vobs;
     /// By element key. With a view root prefix each element is there a second time, under the
     /// prefix followed directly by the path as the file spells it.
-    std::map<std::string, ElementRecord> elements;
+    ElementTable elements;
+    ElementIndex index;  ///< of the elements
 };
 
 /// Reads `input` into `configuration`, a block at a time, to its end or a read that fails: what

@@ -1,10 +1,12 @@
 #include <memory>
+#include <random>
 #include <sstream>
 #include <stdexcept>
 
 #include <windows.h>
 
 #include "clearcase/configuration.h"
+#include "clearcase/elementstatus.h"
 #include "clearcase/viewpaths.h"
 #include "testing/benchmark/comparison.h"
 #include "testing/environmentscope.h"
@@ -42,41 +44,106 @@ private:
     std::unique_ptr<ClearCaseConnection> mConnection;
 };
 
-std::string elementPath(int i) {
-    return "M:\\main_view\\vobs\\part" + std::to_string(i) + "\\src\\file.c";
+std::string elementPath(size_t i) {
+    std::string path = "M:\\main_view\\vobs\\part";
+    return path.append(std::to_string(1000000 + i)).append("\\src\\file.c");
 }
 
-TEST_CASE("getElementStatus of a configured element") {
-    constexpr int elements = 1000;
-    std::string text = "[attrs]\n";
-    std::map<std::string, ElementRecord> table;
-    for (int i = 0; i < elements; ++i) {
-        text += elementPath(i) + "=/main/3*version\n";
-        table[elementKey(elementPath(i))] = {elementVersion, "/main/3"};
+/// A configuration file of so many elements, and the same elements in a table.
+struct SampleElements {
+    explicit SampleElements(size_t count) {
+        text = "[attrs]\n";
+        for (size_t i = 0; i < count; ++i) {
+            text.append(elementPath(i)).append("=/main/3*version\n");
+            table[elementKey(elementPath(i))] = {elementVersion, "/main/3"};
+        }
+        for (const auto& element : table) {
+            index.add(element);
+        }
+        index.finish();
     }
+
+    std::string text;
+    ElementTable table;
+    ElementIndex index;
+};
+
+TEST_CASE("getElementStatus of a configured element") {
+    const SampleElements elements(1000);
     const TempFolder folder;
-    const EnvironmentScope file("NBCLEARCASE_FAKE_INI", folder.write("c.ini", text));
+    const EnvironmentScope file("NBCLEARCASE_FAKE_INI", folder.write("c.ini", elements.text));
     const ShippedConnection connection;
     const std::string path = elementPath(617);
     const std::string key = elementKey(path);
     std::string version;
     compare(
-        {"getElementStatus through the DLL", "normalizePath and one lookup", 1.5},
+        {"getElementStatus, one of 1,000", "normalizePath and one lookup", 1.3},
         [&] { return connection->getElementStatus(path.c_str(), &version, nullptr); },
-        [&] { return normalizePath(path).size() + table.count(key); });
+        [&] { return normalizePath(path).size() + elements.table.count(key); });
 }
 
-/// Drives from `N:` on, as many as asked for, each for a view of its own; names behind `Z:` serve
-/// as drives that no path is on.
+/// The same 10,000 places of a large table each time, in no order.
+std::vector<size_t> randomPlaces(size_t count) {
+    std::mt19937 random(1);  // NOLINT(cert-msc32-c,cert-msc51-cpp)
+    std::vector<size_t> places(10'000);
+    for (size_t& place : places) {
+        place = random() % count;
+    }
+    return places;
+}
+
+TEST_CASE("getElementStatus of random elements") {
+    constexpr size_t COUNT = 200'000;
+    const SampleElements elements(COUNT);
+    const TempFolder folder;
+    const EnvironmentScope file("NBCLEARCASE_FAKE_INI", folder.write("c.ini", elements.text));
+    const ShippedConnection connection;
+    std::vector<std::string> paths;
+    std::vector<std::string> absent;
+    for (const size_t place : randomPlaces(COUNT)) {
+        paths.push_back(elementPath(place));
+        absent.push_back(elementPath(place).append("pp"));
+    }
+    const auto lookUp = [&elements](const std::vector<std::string>& keys) {
+        size_t found = 0;
+        for (const std::string& key : keys) {
+            found += normalizePath(key).size() + elements.table.count(key);
+        }
+        return found;
+    };
+    std::string version;
+    compare(
+        {"getElementStatus, 10,000 of 200,000", "normalizePath and one lookup", 0.5},
+        [&] {
+            int sum = 0;
+            for (const std::string& path : paths) {
+                sum += connection->getElementStatus(path.c_str(), &version, nullptr);
+            }
+            return sum;
+        },
+        [&] { return lookUp(paths); });
+    // Of these the connection goes on to ask the disk.
+    compare(
+        {"configuredStatus, 10,000 not in 200,000", "normalizePath and one lookup", 0.5},
+        [&] {
+            size_t sum = 0;
+            for (const std::string& path : absent) {
+                sum += configuredStatus(elements.index, path.c_str(), &version, nullptr).has_value()
+                           ? 1
+                           : 0;
+            }
+            return sum;
+        },
+        [&] { return lookUp(absent); });
+}
+
+/// Drives from `N:` on, as many as asked for, each for a view of its own; numbers serve as
+/// drives that no path is on.
 std::map<std::string, std::string> someDrives(int count) {
     std::map<std::string, std::string> drives;
     for (int i = 0; i < count; ++i) {
-        std::string name = "~" + std::to_string(i);
-        if (i < 13) {
-            name = "N:";
-            name[0] = static_cast<char>('N' + i);
-        }
-        drives[name] = "view" + std::to_string(i);
+        const std::string number = std::to_string(i);
+        drives[i < 13 ? std::string{static_cast<char>('N' + i), ':'} : number] = "v" + number;
     }
     return drives;
 }
@@ -87,8 +154,8 @@ public:
     explicit Canonicalizer(int driveCount) : mDrives(someDrives(driveCount)) {}
 
     size_t operator()(const std::string& path, const std::vector<std::string>& tags) {
-        return canonicalizeViewPath(mMvfsRoot, mDrives, mCache, mLock, mDirectory, path, tags,
-                                    mErrors)
+        return canonicalizeViewPath({mMvfsRoot, mDrives, mLetters}, mCache, mLock, mDirectory, path,
+                                    tags, mErrors)
             .size();
     }
 
@@ -96,28 +163,34 @@ private:
     std::string mMvfsRoot = "M:";
     std::string mDirectory = "C:\\w";
     std::map<std::string, std::string> mDrives;
+    DriveLetters mLetters{mDrives};
     std::map<std::string, std::string> mCache;
     Mutex mLock;
     std::ostringstream mErrors;
 };
+
+/// The first tag of each of some views, or tags of one.
+std::vector<std::string> sampleTags(bool ofOneView) {
+    std::vector<std::string> tags;
+    for (char number = '0'; number <= '9'; ++number) {
+        tags.emplace_back("M:\\v");
+        tags.back().append(1, ofOneView ? '2' : number).append("\\vobs\\part").append(1, number);
+    }
+    return tags;
+}
 
 TEST_CASE("canonicalizeViewPath") {
     Canonicalizer three(3);
     const std::vector<std::string> none;
     const std::string outside = "C:\\build\\src\\main\\driver\\file.cpp";
     compare(
-        {"canonicalizeViewPath, off the views", "normalizePath", 1.5},
+        {"canonicalizeViewPath, off the views", "normalizePath", 1.25},
         [&] { return three(outside, none); }, [&] { return normalizePath(outside).size(); });
 
-    // Ten VOBs of a view, and a path on the drive that is mapped to it.
-    std::vector<std::string> tags;
-    tags.reserve(10);
-    for (int i = 0; i < 10; ++i) {
-        tags.push_back("M:\\view2\\vobs\\part" + std::to_string(i));
-    }
+    const std::vector<std::string> tags = sampleTags(/*ofOneView=*/true);
     const std::string moved = "P:\\vobs\\part3\\src\\driver\\file.cpp";
     compare(
-        {"canonicalizeViewPath, moved, 10 tags", "normalizePath", 6.0},
+        {"canonicalizeViewPath, moved, 10 tags of a view", "normalizePath", 3.0},
         [&] { return three(moved, tags); }, [&] { return normalizePath(moved).size(); });
 
     Canonicalizer ten(10);
@@ -125,6 +198,33 @@ TEST_CASE("canonicalizeViewPath") {
     compare(
         {"canonicalizeViewPath, 1,000 view drives", "10 view drives", 1.1},
         [&] { return thousand(moved, tags); }, [&] { return ten(moved, tags); });
+}
+
+TEST_CASE("canonicalizeViewPath with tags of several views") {
+    Canonicalizer ten(10);
+    const std::vector<std::string> tags = sampleTags(/*ofOneView=*/false);
+    // A path on the drive of each view.
+    std::vector<std::string> paths;
+    for (char drive = 'N'; drive < 'N' + 10; ++drive) {
+        paths.emplace_back(1, drive);
+        paths.back().append(":\\vobs\\part3\\src\\driver\\file.cpp");
+    }
+    compare(
+        {"canonicalizeViewPath, moved, 10 tags of 10 views", "normalizePath", 6.0},
+        [&] {
+            size_t size = 0;
+            for (const std::string& path : paths) {
+                size += ten(path, tags);
+            }
+            return size;
+        },
+        [&] {
+            size_t size = 0;
+            for (const std::string& path : paths) {
+                size += normalizePath(path).size();
+            }
+            return size;
+        });
 }
 
 }  // namespace

@@ -3,17 +3,17 @@
 #include "clearcase/configuration.h"
 #include "util/pathfun.h"
 
-std::optional<ElementType> configuredStatus(const std::map<std::string, ElementRecord>& elements,
-                                            const char* path, std::string* version,
-                                            std::string* target) {
+std::optional<ElementType> configuredStatus(const ElementIndex& elements, const char* path,
+                                            std::string* version, std::string* target) {
     if (version != nullptr) {
         version->clear();
     }
-    const auto found = elements.find(elementKey(path));
-    if (found == elements.end()) {
+    PathBuffer key;
+    const ElementRecord* const found = elements.find(elementKeyIn(key, path));
+    if (found == nullptr) {
         return std::nullopt;
     }
-    const ElementRecord& element = found->second;
+    const ElementRecord& element = *found;
     if (target != nullptr && element.type == elementSymbolicLink) {
         if (isAbsolutePath(element.value, windowsPaths)) {
             *target = element.value;

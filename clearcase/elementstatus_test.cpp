@@ -6,6 +6,16 @@
 
 namespace {
 
+std::optional<ElementType> statusIn(const ElementTable& elements, const char* path,
+                                    std::string* version, std::string* target) {
+    ElementIndex index;
+    for (const auto& element : elements) {
+        index.add(element);
+    }
+    index.finish();
+    return configuredStatus(index, path, version, target);
+}
+
 struct Answer {
     std::optional<ElementType> status;
     std::string version = "old version";
@@ -14,8 +24,7 @@ struct Answer {
 
 Answer ask(const char* path, const ElementRecord& element) {
     Answer answer;
-    answer.status =
-        configuredStatus({{"C:\\d\\l", element}}, path, &answer.version, &answer.target);
+    answer.status = statusIn({{"C:\\d\\l", element}}, path, &answer.version, &answer.target);
     return answer;
 }
 
@@ -61,24 +70,22 @@ TEST(ConfiguredStatusTest, ALinkIsResolvedAgainstTheParentAsTheCallerSpelledIt) 
 
 TEST(ConfiguredStatusTest, ALinkWithoutATargetToWriteIsALinkWithAnEmptyVersion) {
     std::string version = "old";
-    EXPECT_EQ(
-        configuredStatus({{"C:\\d\\l", {elementSymbolicLink, "x"}}}, "C:\\d\\l", &version, nullptr),
-        elementSymbolicLink);
+    EXPECT_EQ(statusIn({{"C:\\d\\l", {elementSymbolicLink, "x"}}}, "C:\\d\\l", &version, nullptr),
+              elementSymbolicLink);
     EXPECT_EQ(version, "");
 }
 
 TEST(ConfiguredStatusTest, APathWithoutASeparatorHasARelativeParent) {
     for (const auto& [value, expected] : {std::pair("x\\y", "./x\\y"), std::pair("\\e", "\\e")}) {
         std::string target;
-        EXPECT_EQ(
-            configuredStatus({{"C:\\l", {elementSymbolicLink, value}}}, "C:l", nullptr, &target),
-            elementSymbolicLink);
+        EXPECT_EQ(statusIn({{"C:\\l", {elementSymbolicLink, value}}}, "C:l", nullptr, &target),
+                  elementSymbolicLink);
         EXPECT_EQ(target, expected);
     }
 }
 
 TEST(ConfiguredStatusTest, BothResultsMayBeNull) {
-    EXPECT_EQ(configuredStatus({{"C:\\d\\l", {elementVersion, ""}}}, "C:/d/l", nullptr, nullptr),
+    EXPECT_EQ(statusIn({{"C:\\d\\l", {elementVersion, ""}}}, "C:/d/l", nullptr, nullptr),
               elementVersion);
 }
 

@@ -12,6 +12,9 @@ struct ElementRecord {
     std::string value;
 };
 
+/// By element key (see `elementKey`).
+using ElementTable = std::map<std::string, ElementRecord>;
+
 struct ElementTypeName {
     const char* name;
     ElementType type;

@@ -2,6 +2,7 @@
 #include <iostream>
 #include <istream>
 #include <stdexcept>
+#include <utility>
 #include <vector>
 
 #include "clearcase/configuration.h"
@@ -41,6 +42,7 @@ FakeClearCase::FakeClearCase(const void* /*unused*/) {
     readConfiguration(input, viewRootPrefix, configuration, mError);
     mVobs.swap(configuration.vobs);
     mElements.swap(configuration.elements);
+    mElementIndex = std::move(configuration.index);
 }
 
 std::string FakeClearCase::getOutput() { return mOutput.str(); }
@@ -53,7 +55,7 @@ void FakeClearCase::clearMessages() {
 }
 
 int FakeClearCase::getElementStatus(const char* path, std::string* version, std::string* target) {
-    if (const auto status = configuredStatus(mElements, path, version, target)) {
+    if (const auto status = configuredStatus(mElementIndex, path, version, target)) {
         return *status;
     }
     FileStat stat;
@@ -68,8 +70,8 @@ std::string FakeClearCase::canonicalizeViewPath(const std::string& cwd, const st
     // Made by the first call, and there to the end of the process.
     static auto& viewRootCache = *new std::map<std::string, std::string>;
     static auto& viewRootCacheLock = *new Mutex;
-    return ::canonicalizeViewPath(mvfsRoot, viewDrives, viewRootCache, viewRootCacheLock, cwd, path,
-                                  vobTags, std::cerr);
+    return ::canonicalizeViewPath({mvfsRoot, viewDrives, viewDriveLetters}, viewRootCache,
+                                  viewRootCacheLock, cwd, path, vobTags, std::cerr);
 }
 
 std::string FakeClearCase::getViewTag() {

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "clearcase/clearcaseconnection.h"
-#include "clearcase/elementtypes.h"
+#include "clearcase/elementindex.h"
 
 /// A connection that answers from a text file and from the file system.
 ///
@@ -42,7 +42,8 @@ public:
 
 private:
     std::vector<VobRecord> mVobs;
-    std::map<std::string, ElementRecord> mElements;
+    ElementTable mElements;
     std::ostringstream mOutput;  ///< nothing writes to it: it stands for the contract's sake
     std::ostringstream mError;
+    ElementIndex mElementIndex;  ///< of mElements
 };

@@ -108,6 +108,11 @@ Content read(const std::string& file, const std::string& prefix) {
     std::ostringstream errors;
     readConfiguration(input, prefix, content.configuration, errors);
     content.errors = errors.str();
+    for (const auto& [key, record] : content.configuration.elements) {
+        NB_ASSERT(content.configuration.index.find(key) == &record);
+        NB_ASSERT(content.configuration.index.find(key + ' ') == nullptr ||
+                  content.configuration.elements.count(key + ' ') != 0);
+    }
     return content;
 }
 

@@ -1,0 +1,54 @@
+#include "clearcase/elementindex.h"
+
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <utility>
+
+namespace {
+
+size_t hashOf(std::string_view key) { return std::hash<std::string_view>()(key); }
+
+}  // namespace
+
+bool ElementIndex::Slot::holds(size_t otherHash, std::string_view otherKey) const {
+    // By the slot's own pointer: the processor then reads key and element side by side.
+    return hash == otherHash && element->first.size() == otherKey.size() &&
+           std::memcmp(key, otherKey.data(), otherKey.size()) == 0;
+}
+
+size_t ElementIndex::firstSlotOf(size_t hash) const {
+    // Fibonacci hashing: the upper bits of the product depend on all bits of the hash.
+    const uint64_t mixed = uint64_t{hash} * 0x9E3779B97F4A7C15;
+    return static_cast<size_t>((mixed >> 32) * mSlots.size() >> 32);
+}
+
+void ElementIndex::add(const Element& element) {
+    // While the key's text is in the caches.
+    mSlots.push_back({hashOf(element.first), element.first.data(), &element});
+}
+
+void ElementIndex::finish() {
+    const std::vector<Slot> elements = std::move(mSlots);
+    mSlots = std::vector<Slot>(elements.size() + elements.size() / 2 + 1);
+    for (const Slot& element : elements) {
+        size_t slot = firstSlotOf(element.hash);
+        while (mSlots[slot].element != nullptr) {
+            slot = slotAfter(slot);
+        }
+        mSlots[slot] = element;
+    }
+}
+
+const ElementRecord* ElementIndex::find(std::string_view key) const {
+    if (mSlots.empty()) {
+        return nullptr;
+    }
+    const size_t hash = hashOf(key);
+    for (size_t slot = firstSlotOf(hash); mSlots[slot].element != nullptr; slot = slotAfter(slot)) {
+        if (mSlots[slot].holds(hash, key)) {
+            return &mSlots[slot].element->second;
+        }
+    }
+    return nullptr;
+}
