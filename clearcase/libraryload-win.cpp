@@ -28,6 +28,7 @@ bool attachLibrary() {
     } catch (const std::exception& e) {
         complain(std::string("initialization error looking up MVFS drives:  ") + e.what());
     }
+    viewDriveLetters = DriveLetters(viewDrives);
     return true;
 }
 

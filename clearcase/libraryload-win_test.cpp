@@ -58,6 +58,7 @@ protected:
     static void forget() {
         mvfsRoot.clear();
         viewDrives.clear();
+        viewDriveLetters = DriveLetters();
     }
 
     ReplacedCall<decltype(WNetOpenEnumA)> mOpen{"WNetOpenEnumA", openEnum};

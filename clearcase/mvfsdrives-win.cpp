@@ -10,6 +10,7 @@
 
 std::string mvfsRoot;
 std::map<std::string, std::string> viewDrives;
+DriveLetters viewDriveLetters;
 
 namespace {
 

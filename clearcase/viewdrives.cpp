@@ -12,7 +12,23 @@ constexpr size_t VIEW_TAG_OFFSET = MVFS_SERVER.size() + 1;
 
 std::string textOf(const char* text) { return text == nullptr ? "" : text; }
 
+uint32_t bitOf(std::string_view drive) { return uint32_t{1} << (drive[0] - 'A'); }
+
 }  // namespace
+
+DriveLetters::DriveLetters(const std::map<std::string, std::string>& viewDrives) : mIsOfMap(true) {
+    for (const auto& [drive, tag] : viewDrives) {
+        mLetters |= isUpperDrive(drive) ? bitOf(drive) : 0;
+    }
+}
+
+bool DriveLetters::isKey(std::string_view drive,
+                         const std::map<std::string, std::string>& viewDrives) const {
+    if (mIsOfMap && isUpperDrive(drive)) {
+        return (mLetters & bitOf(drive)) != 0;
+    }
+    return viewDrives.count(std::string(drive)) != 0;
+}
 
 void takeConnection(const char* localName, const char* remoteName, const char* provider,
                     std::string& mvfsRoot, std::map<std::string, std::string>& viewDrives) {

@@ -57,4 +57,16 @@ TEST(TakeConnectionTest, LaterConnectionsReplaceEarlierOnes) {
     EXPECT_EQ(drives, (Drives{{"X:", "two"}, {"Y:", "kept"}}));
 }
 
+TEST(DriveLettersTest, ADriveIsAKeyExactlyIfTheMapHasIt) {
+    const Drives drives = {{"A:", "a"}, {"M:", "m"}, {"Z:", "z"}, {"", "e"},
+                           {"q:", "q"}, {"//", "s"}, {"N", "n"},  {"OO:", "o"}};
+    const DriveLetters known(drives);
+    const DriveLetters unknown;
+    for (const std::string drive : {"A:", "B:", "M:", "N:", "Y:", "Z:", "", "q:", "Q:", "//", "N",
+                                    "O:", "OO:", "@:", "[:", "a:", "A/", "::"}) {
+        EXPECT_EQ(known.isKey(drive, drives), drives.count(drive) != 0) << drive;
+        EXPECT_EQ(unknown.isKey(drive, drives), drives.count(drive) != 0) << drive;
+    }
+}
+
 }  // namespace

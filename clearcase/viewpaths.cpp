@@ -1,135 +1,204 @@
 #include "clearcase/viewpaths.h"
 
 #include <cctype>
+#include <forward_list>
+#include <iterator>
 #include <optional>
 #include <ostream>
+#include <string_view>
 #include <utility>
 
 #include <boost/container/small_vector.hpp>
 
+#include "util/normalform.h"
 #include "util/pathfun.h"
+#include "util/pathrelation.h"
 #include "util/stringutilities.h"
 
 namespace {
 
-using Drives = std::map<std::string, std::string>;
-using Roots = boost::container::small_vector<std::string, 16>;
+using RouteMap = std::map<std::string, std::string>;
 
-std::string driveOf(const std::string& path) { return path.substr(0, 2); }
+/// What begins each path on a drive.
+constexpr size_t DRIVE = 2;
+
+std::string_view driveOf(std::string_view path) { return path.substr(0, DRIVE); }
 
 /// Saves a call of the C runtime for an upper-case letter.
-bool isUpperCase(char c) { return c >= 'A' && c <= 'Z'; }
-
-void capitalize(std::string& text) {
-    if (!text.empty() && !isUpperCase(text[0])) {
-        text[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(text[0])));
-    }
+char upperCase(char c) {
+    return c >= 'A' && c <= 'Z' ? c
+                                : static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
 }
 
-/// The first two characters in upper case.
-std::string upperDriveOf(const std::string& path) {
-    std::string drive = driveOf(path);
-    if (drive.size() < 2 || !isUpperCase(drive[0]) || drive[1] != ':') {
-        toUpper(drive);
-    }
-    return drive;
-}
-
-/// `path` in normal form, taken against `cwd` where it isn't absolute.
-std::string absoluteNormalForm(const std::string& cwd, const std::string& path) {
-    std::string absolute;
-    if (!path.empty() && isPathSeparator(path[0])) {
-        // Meant for drive-relative paths; that a UNC path loses its server's meaning is accepted.
-        absolute = driveOf(cwd) + path;
-    } else if (isAbsolutePath(path, windowsPaths)) {
+/// The normal form of `path`, taken against `cwd` where it isn't absolute, with its first character
+/// in upper case. In `buffer`.
+std::string_view absoluteNormalForm(const std::string& cwd, const std::string& path,
+                                    PathBuffer& buffer) {
+    std::string_view form;
+    const bool leadingSeparator = !path.empty() && isPathSeparator(path[0]);
+    if (!leadingSeparator && isAbsolutePath(path, windowsPaths)) {
         // It begins with a drive, so that backslashes would not change its normal form.
-        return normalizePath(path);
+        form = normalFormIn(buffer, path, '/');
     } else {
-        absolute = joinPath(cwd, path, '/');
+        // Meant for drive-relative paths; that a UNC path loses its server's meaning is accepted.
+        std::string absolute =
+            leadingSeparator ? cwd.substr(0, DRIVE) + path : joinPath(cwd, path, '/');
+        toBackslashes(absolute);
+        form = normalFormIn(buffer, absolute, '/');
     }
-    toBackslashes(absolute);
-    return normalizePath(absolute);
+    buffer[0] = upperCase(buffer[0]);
+    return form;
 }
 
-/// The root of one tag: the folder of a view on the MVFS drive, or a view drive. A tag on neither
-/// has none. The root can be the empty text: it is the drive of a connection without a local name.
-std::optional<std::string> rootOf(const std::string& tag, const std::string& mvfsRoot,
-                                  const Drives& viewDrives) {
-    std::string root = upperDriveOf(tag);
-    if (root == mvfsRoot) {
-        const PathRange view = pathComponent(tag, 1);
-        if (view.length() == 0) {
-            return std::nullopt;
-        }
-        root.assign(tag, 0, view.end);
-        capitalize(root);
-        toBackslashes(root);
-    } else if (viewDrives.count(root) == 0) {
-        return std::nullopt;
-    }
-    return root;
-}
-
-/// Whether `tag` begins with the first `length` characters of `other`, as a whole name.
-bool beginsAlike(const std::string& tag, const std::string& other, size_t length) {
-    return tag.size() >= length && tag.compare(0, length, other, 0, length) == 0 &&
-           (tag.size() == length || isPathSeparator(tag[length]));
-}
+/// The root of a VOB tag: the folder of a view on the MVFS drive, or a view drive. Both texts are
+/// the tag's or kept by `Roots`.
+struct Root {
+    std::string_view text;
+    /// The text with backslashes and its first character in upper case.
+    std::string_view key;
+};
 
 /// The roots of the tags' VOBs, as far as they are on a view.
-Roots rootsOf(const std::vector<std::string>& vobTags, const std::string& mvfsRoot,
-              const Drives& viewDrives) {
-    Roots roots;
-    const std::string* last = nullptr;
-    for (const std::string& tag : vobTags) {
-        // The same root once more would change nothing.
-        if (last != nullptr && beginsAlike(tag, *last, roots.back().size())) {
-            continue;
-        }
-        std::optional<std::string> root = rootOf(tag, mvfsRoot, viewDrives);
-        // A root of one character says nothing about a tag that goes on with a separator.
-        last = root && root->size() >= 2 ? &tag : nullptr;
-        if (root) {
-            roots.push_back(std::move(*root));
+class Roots {
+public:
+    Roots(const std::vector<std::string>& vobTags, const ViewDrives& drives) {
+        const std::string* last = nullptr;
+        for (const std::string& tag : vobTags) {
+            // The same root once more would change nothing.
+            if (last != nullptr && beginsAlike(tag, *last, mRoots.back().text.size())) {
+                continue;
+            }
+            const size_t before = mRoots.size();
+            addRootOf(tag, drives);
+            // A root of one character says nothing about a tag that goes on with a separator.
+            const bool decides = mRoots.size() != before && mRoots.back().text.size() >= DRIVE;
+            last = decides ? &tag : nullptr;
         }
     }
-    return roots;
-}
 
-const std::string& cachedRoute(Drives& viewRootCache, const std::string& key,
-                               const std::string& root, const std::string& mvfsRoot,
-                               const Drives& viewDrives, const MutexLock& /*held*/) {
-    const auto found = viewRootCache.find(key);
-    if (found != viewRootCache.end()) {
+    auto begin() const { return mRoots.begin(); }
+    auto end() const { return mRoots.end(); }
+
+private:
+    /// Whether `tag` begins with the first `length` characters of `other`, as a whole name.
+    static bool beginsAlike(std::string_view tag, std::string_view other, size_t length) {
+        if (tag.size() < length) {
+            return false;
+        }
+        for (size_t i = 0; i < length; ++i) {  // too few for a call
+            if (tag[i] != other[i]) {
+                return false;
+            }
+        }
+        return tag.size() == length || isPathSeparator(tag[length]);
+    }
+
+    /// A tag on neither kind of drive has no root. The root can be the empty text: it is the drive
+    /// of a connection without a local name.
+    void addRootOf(std::string_view tag, const ViewDrives& drives) {
+        std::string_view drive = driveOf(tag);
+        const bool isSpelled = isUpperDrive(drive);
+        if (!isSpelled) {
+            std::string upper(drive);
+            toUpper(upper);
+            drive = keep(std::move(upper));
+        }
+        if (drive == drives.mvfsRoot) {
+            const PathRange view = pathComponent(tag, 1);
+            if (view.length() != 0) {
+                const std::string_view folder = tag.substr(0, view.end);
+                const bool isKey = isSpelled && folder.find('/') == std::string_view::npos;
+                const std::string_view text = isKey ? folder : keyOf(folder);
+                mRoots.push_back({text, text});
+            }
+        } else if (drives.letters.isKey(drive, drives.tags)) {
+            mRoots.push_back({drive, isSpelled ? drive : keyOf(drive)});
+        }
+    }
+
+    std::string_view keyOf(std::string_view text) {
+        std::string key(text);
+        toBackslashes(key);
+        if (!key.empty()) {
+            key[0] = upperCase(key[0]);
+        }
+        return keep(std::move(key));
+    }
+
+    std::string_view keep(std::string text) {
+        mKept.push_front(std::move(text));
+        return mKept.front();
+    }
+
+    boost::container::small_vector<Root, 16> mRoots;
+    std::forward_list<std::string> mKept;
+};
+
+/// The other routes of the roots of one call, by the cache, whose lock is held.
+class OtherRoutes {
+public:
+    OtherRoutes(const ViewDrives& drives, RouteMap& viewRootCache, const MutexLock& /*held*/)
+        : mDrives(drives), mCache(viewRootCache), mNext(viewRootCache.begin()) {}
+
+    const std::string& of(const Root& root) {
+        // Tags often come in the order of their roots.
+        auto found = mNext;
+        if (!isAt(found, root.key)) {
+            const std::string key(root.key);
+            found = mCache.lower_bound(key);
+            if (!isAt(found, key)) {
+                // A root without another route is kept as well: the drives don't change.
+                found =
+                    mCache.emplace_hint(found, key, otherRoute(std::string(root.text), mDrives));
+            }
+        }
+        mNext = std::next(found);
         return found->second;
     }
-    // A root without another route is kept as well: the drives don't change.
-    return viewRootCache.emplace(key, otherRoute(root, mvfsRoot, viewDrives)).first->second;
+
+private:
+    bool isAt(RouteMap::iterator place, std::string_view key) const {
+        return place != mCache.end() && place->first == key;
+    }
+
+    const ViewDrives& mDrives;
+    RouteMap& mCache;
+    RouteMap::iterator mNext;  ///< where the next root may be
+};
+
+/// The normal form of `rest` below `root`, with backslashes.
+std::string normalFormBelow(std::string_view root, std::string_view rest) {
+    std::string joined = joinPath(root, rest, '/');
+    if (isTidyOnDrive(joined)) {
+        toBackslashes(joined);
+        return joined;
+    }
+    PathBuffer buffer;
+    return std::string(normalFormIn(buffer, joined, '\\'));
 }
 
-/// The normal form of `rest` below `root`.
-std::string normalFormBelow(const std::string& root, const std::string& rest) {
-    if (root.empty() || isPathSeparator(root.back()) || rest.empty() ||
-        isAbsolutePath(rest, windowsPaths)) {
-        return normalizePath(joinPath(root, rest, '/'));
+/// `s`, a path in normal form that lies in the other route of `root`, on the root's own route.
+std::string movedPath(std::string_view s, const Root& root, const std::string& other,
+                      std::ostream& errors) {
+    if (const std::optional<size_t> rest = restBelow(other, s)) {
+        return normalFormBelow(root.key, s.substr(*rest));
     }
-    // The joined text is of use for a moment only: it stays off the heap.
-    boost::container::small_vector<char, 512> joined(root.begin(), root.end());
-    joined.push_back('/');
-    joined.insert(joined.end(), rest.begin(), rest.end());
-    return normalForm(StringSpan(joined.data(), joined.size()));
+    std::string complaint = "Couldn't make ";
+    complaint.append(s).append(" relative to ").append(other).append("!\n");
+    errors << complaint;
+    PathBuffer buffer;
+    return std::string(normalFormIn(buffer, s, '\\'));
 }
 
 }  // namespace
 
-std::string otherRoute(const std::string& root, const std::string& mvfsRoot,
-                       const Drives& viewDrives) {
+std::string otherRoute(const std::string& root, const ViewDrives& drives) {
     std::string other;
-    const std::string drive = driveOf(root);
-    if (drive != mvfsRoot) {
-        const auto found = viewDrives.find(drive);
-        if (found != viewDrives.end()) {
-            other = joinPath(mvfsRoot, found->second, '/');
+    const std::string drive = root.substr(0, DRIVE);
+    if (drive != drives.mvfsRoot) {
+        const auto found = drives.tags.find(drive);
+        if (found != drives.tags.end()) {
+            other = joinPath(drives.mvfsRoot, found->second, '/');
             if (root.size() > 3) {
                 other = joinPath(other, root.substr(3), '/');
             }
@@ -141,7 +210,7 @@ std::string otherRoute(const std::string& root, const std::string& mvfsRoot,
         return other;
     }
     const PathRange below = pathComponent(root, 2);
-    for (const auto& [viewDrive, tag] : viewDrives) {
+    for (const auto& [viewDrive, tag] : drives.tags) {
         if (root.compare(view.begin, view.length(), tag) == 0) {
             other = viewDrive;
             if (below.length() != 0) {
@@ -153,44 +222,31 @@ std::string otherRoute(const std::string& root, const std::string& mvfsRoot,
     return other;
 }
 
-std::string canonicalizeViewPath(const std::string& mvfsRoot, const Drives& viewDrives,
-                                 Drives& viewRootCache, Mutex& viewRootCacheLock,
-                                 const std::string& cwd, const std::string& path,
-                                 const std::vector<std::string>& vobTags, std::ostream& errors) {
-    std::string s = absoluteNormalForm(cwd, path);
-    capitalize(s);
-    const std::string drive = driveOf(s);
-    if (drive != mvfsRoot && viewDrives.count(drive) == 0) {
-        return s;
+std::string canonicalizeViewPath(const ViewDrives& drives, RouteMap& viewRootCache,
+                                 Mutex& viewRootCacheLock, const std::string& cwd,
+                                 const std::string& path, const std::vector<std::string>& vobTags,
+                                 std::ostream& errors) {
+    PathBuffer buffer;
+    const std::string_view s = absoluteNormalForm(cwd, path, buffer);
+    const std::string_view drive = driveOf(s);
+    if (drive != drives.mvfsRoot && !drives.letters.isKey(drive, drives.tags)) {
+        return std::string(s);
     }
-    const Roots roots = rootsOf(vobTags, mvfsRoot, viewDrives);
-    for (const std::string& root : roots) {
-        if (isInPath(root, s)) {
-            return s;
+    const Roots roots(vobTags, drives);
+    for (const Root& root : roots) {
+        if (liesInOnDrive(root.text, s)) {
+            return std::string(s);
         }
     }
 
     const MutexLock lock(viewRootCacheLock);
-    for (const std::string& root : roots) {
-        std::string key = root;
-        toBackslashes(key);
-        capitalize(key);
-        const std::string& other =
-            cachedRoute(viewRootCache, key, root, mvfsRoot, viewDrives, lock);
-        if (other.empty() || !isInPath(other, s)) {
-            continue;
+    OtherRoutes otherRoutes(drives, viewRootCache, lock);
+    for (const Root& root : roots) {
+        const std::string& other = otherRoutes.of(root);
+        if (!other.empty() && liesInOnDrive(other, s)) {
+            // Meant: backslashes here, though every path that is returned elsewhere has slashes.
+            return movedPath(s, root, other, errors);
         }
-        if (makeRelativeTo(other, s)) {
-            s = normalFormBelow(key, s);
-        } else {
-            std::string complaint = "Couldn't make ";
-            complaint.append(s).append(" relative to ").append(other).append("!\n");
-            errors << complaint;
-            s = normalizePath(s);
-        }
-        // Meant: backslashes here, though every path that is returned elsewhere has slashes.
-        toBackslashes(s);
-        return s;
     }
-    return s;
+    return std::string(s);
 }

@@ -11,13 +11,20 @@
 #include <string>
 #include <vector>
 
+#include "clearcase/viewdrives.h"
 #include "util/mutex-pthreads.h"
+
+/// The drives that lead to views, which others own.
+struct ViewDrives {
+    const std::string& mvfsRoot;  ///< the MVFS drive in upper case ("M:"), empty if there is none
+    const std::map<std::string, std::string>& tags;  ///< each other drive ("X:") with its view tag
+    DriveLetters letters = DriveLetters();           ///< those of `tags`, for speed
+};
 
 /// The other route to the place that `root` names, empty if there is none: of a view drive the
 /// folder of its view on the MVFS drive, of such a folder the first drive that is mapped to the
 /// view.
-std::string otherRoute(const std::string& root, const std::string& mvfsRoot,
-                       const std::map<std::string, std::string>& viewDrives);
+std::string otherRoute(const std::string& root, const ViewDrives& drives);
 
 /// The one spelling of `path` on the route by which a tag of `vobTags` reaches it.
 ///
@@ -34,8 +41,7 @@ std::string otherRoute(const std::string& root, const std::string& mvfsRoot,
 /// change: a root (with backslashes, its drive in upper case) to its other route, the empty text if
 /// there is none. Entries are added and never changed or removed. `viewRootCacheLock` guards it, so
 /// that any thread may call with the same cache; it is held while the path is moved.
-std::string canonicalizeViewPath(const std::string& mvfsRoot,
-                                 const std::map<std::string, std::string>& viewDrives,
+std::string canonicalizeViewPath(const ViewDrives& drives,
                                  std::map<std::string, std::string>& viewRootCache,
                                  Mutex& viewRootCacheLock, const std::string& cwd,
                                  const std::string& path, const std::vector<std::string>& vobTags,

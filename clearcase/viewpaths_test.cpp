@@ -18,8 +18,16 @@ class CanonicalizeViewPathTest : public testing::Test {
 protected:
     std::string canonical(const std::string& path, const Tags& tags,
                           const std::string& cwd = "D:\\w") {
-        return canonicalizeViewPath(mMvfsRoot, mViewDrives, mCache, mLock, cwd, path, tags,
-                                    mErrors);
+        const DriveLetters letters(mViewDrives);
+        Drives cache = mCache;
+        std::ostringstream errors;
+        const std::string byLetters = canonicalizeViewPath({mMvfsRoot, mViewDrives, letters}, cache,
+                                                           mLock, cwd, path, tags, errors);
+        const std::string result =
+            canonicalizeViewPath({mMvfsRoot, mViewDrives}, mCache, mLock, cwd, path, tags, mErrors);
+        EXPECT_EQ(byLetters, result);
+        EXPECT_EQ(cache, mCache);
+        return result;
     }
 
     void TearDown() override { EXPECT_EQ(mErrors.str(), mExpectedErrors); }
@@ -229,7 +237,7 @@ TEST_F(DisagreementTest, TheLockIsHeldToTheEndAndAnExceptionLeavesItFree) {
     Refusal refusal(mLock);
     std::ostream errors(&refusal);
     errors.exceptions(std::ios::badbit);
-    EXPECT_THROW(canonicalizeViewPath(mMvfsRoot, mViewDrives, mCache, mLock, "//srv/sh", "x",
+    EXPECT_THROW(canonicalizeViewPath({mMvfsRoot, mViewDrives}, mCache, mLock, "//srv/sh", "x",
                                       {"X:\\v"}, errors),
                  std::runtime_error);
     EXPECT_TRUE(refusal.lockWasHeld());
@@ -250,7 +258,7 @@ TEST_F(CanonicalizeViewPathTest, ThreadsShareOneCache) {
             for (char drive = 'N'; drive <= 'W'; ++drive) {
                 const std::string folder = std::string("M:\\view") + drive;
                 const std::string moved = canonicalizeViewPath(
-                    mMvfsRoot, mViewDrives, mCache, mLock, "C:\\",
+                    {mMvfsRoot, mViewDrives}, mCache, mLock, "C:\\",
                     std::string(1, drive) + ":\\vob\\a.c", {folder + "\\vob"}, errors);
                 wrong += moved == folder + "\\vob\\a.c" ? 0 : 1;
             }
@@ -315,27 +323,32 @@ TEST_F(CanonicalizeViewPathDeathTest, APathThatMovesToAConnectionWithoutALocalNa
     EXPECT_DEATH(canonical("M:\\t\\srv\\x", {"\\"}), absolute);
 }
 
+const std::string MVFS_ROOT = "M:";
+
 TEST(OtherRouteTest, AViewDriveLeadsToTheFolderOfItsViewAndWhatIsBehindItGoesAlong) {
-    const Drives drives = {{"X:", "tag1"}};
-    EXPECT_EQ(otherRoute("X:", "M:", drives), "M:/tag1");
-    EXPECT_EQ(otherRoute("X:\\", "M:", drives), "M:/tag1");
-    EXPECT_EQ(otherRoute("X:\\vob\\a", "M:", drives), "M:/tag1/vob\\a");
+    const Drives tags = {{"X:", "tag1"}};
+    const ViewDrives drives = {MVFS_ROOT, tags};
+    EXPECT_EQ(otherRoute("X:", drives), "M:/tag1");
+    EXPECT_EQ(otherRoute("X:\\", drives), "M:/tag1");
+    EXPECT_EQ(otherRoute("X:\\vob\\a", drives), "M:/tag1/vob\\a");
 }
 
 TEST(OtherRouteTest, AFolderOfTheMvfsDriveLeadsToTheFirstDriveOfItsView) {
-    const Drives drives = {{"U:", "tag"}, {"X:", "tag1"}, {"Y:", "tag1"}};
-    EXPECT_EQ(otherRoute("M:\\tag1", "M:", drives), "X:");
-    EXPECT_EQ(otherRoute("M:\\tag1\\vob\\a", "M:", drives), "X:/vob\\a");
+    const Drives tags = {{"U:", "tag"}, {"X:", "tag1"}, {"Y:", "tag1"}};
+    const ViewDrives drives = {MVFS_ROOT, tags};
+    EXPECT_EQ(otherRoute("M:\\tag1", drives), "X:");
+    EXPECT_EQ(otherRoute("M:\\tag1\\vob\\a", drives), "X:/vob\\a");
 }
 
 TEST(OtherRouteTest, WhatHasNoOtherRouteGivesNothing) {
-    const Drives drives = {{"X:", "tag1"}};
-    EXPECT_EQ(otherRoute("Z:", "M:", drives), "");
-    EXPECT_EQ(otherRoute("M:\\tag2", "M:", drives), "");
-    EXPECT_EQ(otherRoute("M:\\TAG1", "M:", drives), "");
-    EXPECT_EQ(otherRoute("M:", "M:", drives), "");
-    EXPECT_EQ(otherRoute("M:\\", "M:", drives), "");
-    EXPECT_EQ(otherRoute("", "M:", drives), "");
+    const Drives tags = {{"X:", "tag1"}};
+    const ViewDrives drives = {MVFS_ROOT, tags};
+    EXPECT_EQ(otherRoute("Z:", drives), "");
+    EXPECT_EQ(otherRoute("M:\\tag2", drives), "");
+    EXPECT_EQ(otherRoute("M:\\TAG1", drives), "");
+    EXPECT_EQ(otherRoute("M:", drives), "");
+    EXPECT_EQ(otherRoute("M:\\", drives), "");
+    EXPECT_EQ(otherRoute("", drives), "");
 }
 
 }  // namespace

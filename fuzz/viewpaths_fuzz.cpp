@@ -36,18 +36,20 @@ struct Drives {
 /// A process: its drives, and what it has found out about them.
 class Process {
 public:
-    explicit Process(const Drives& drives) : mDrives(drives) {}
+    Process(const Drives& drives, const DriveLetters& letters)
+        : mDrives(drives), mLetters(letters) {}
 
     std::string canonical(const std::string& cwd, const std::string& path, const Tags& tags) {
         std::ostringstream errors;
-        std::string result = canonicalizeViewPath(mDrives.mvfsRoot, mDrives.views, mCache, mLock,
-                                                  cwd, path, tags, errors);
+        std::string result = canonicalizeViewPath({mDrives.mvfsRoot, mDrives.views, mLetters},
+                                                  mCache, mLock, cwd, path, tags, errors);
         NB_ASSERT(errors.str().empty());
         return result;
     }
 
 private:
     const Drives& mDrives;
+    DriveLetters mLetters;
     std::map<std::string, std::string> mCache;
     Mutex mLock;
 };
@@ -182,7 +184,7 @@ void checkPath(const Drives& drives, const std::string& cwd, const std::string& 
     std::string tidied = normalizePath(absolute);
     tidied[0] = upper(tidied)[0];
 
-    Process process(drives);
+    Process process(drives, DriveLetters(drives.views));
     const std::string result = process.canonical(cwd, path, tags);
     NB_ASSERT(result == expectedPath(tidied, tags, drives));
     const bool moved = result.find('\\') != std::string::npos;
@@ -194,7 +196,7 @@ void checkPath(const Drives& drives, const std::string& cwd, const std::string& 
     }
     // What is known from before changes nothing.
     NB_ASSERT(process.canonical(cwd, path, tags) == result);
-    Process other(drives);
+    Process other(drives, DriveLetters());
     for (const std::string& tag : tags) {
         NB_ASSERT(other.canonical(cwd, path, {tag}) == expectedPath(tidied, {tag}, drives));
     }
