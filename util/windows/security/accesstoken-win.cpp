@@ -67,12 +67,13 @@ AccessToken::AccessToken(HANDLE thread, DWORD access, bool openAsSelf) {
     check(OpenThreadToken(thread, access, openAsSelf, &mToken), "OpenThreadToken");
 }
 
-AccessToken::AccessToken(const AccessToken& token, SECURITY_IMPERSONATION_LEVEL level) {
+AccessToken::AccessToken(const AccessToken& token, SpelledOut<SECURITY_IMPERSONATION_LEVEL> level) {
     check(DuplicateToken(token.mToken, level, &mToken), "DuplicateToken");
 }
 
 AccessToken::AccessToken(const AccessToken& token, DWORD access, SECURITY_ATTRIBUTES* attributes,
-                         SECURITY_IMPERSONATION_LEVEL level, TOKEN_TYPE type) {
+                         SpelledOut<SECURITY_IMPERSONATION_LEVEL> level,
+                         SpelledOut<TOKEN_TYPE> type) {
     check(DuplicateTokenEx(token.mToken, access, attributes, level, type, &mToken),
           "DuplicateTokenEx");
 }

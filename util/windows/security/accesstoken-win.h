@@ -20,6 +20,7 @@
 #include <userenv.h>
 
 #include "util/windows/security/accesscontrol-win.h"
+#include "util/windows/security/argumentguards.h"
 #include "util/windows/security/securitydescriptor-win.h"
 #include "util/windows/security/securityidentifier-win.h"
 
@@ -42,11 +43,17 @@ public:
     AccessToken(HANDLE process, DWORD access);
     /// The token that a thread impersonates with. Throws "OpenThreadToken".
     AccessToken(HANDLE thread, DWORD access, bool openAsSelf);
+    /// A duplicate is made of an AccessToken, not of a handle or an address.
+    AccessToken(HANDLE token, SECURITY_IMPERSONATION_LEVEL level) = delete;
+    template <NoHandleTarget T>
+    AccessToken(T* noHandle, DWORD access) = delete;
+    template <NoHandleTarget T>
+    AccessToken(T* noHandle, DWORD access, bool openAsSelf) = delete;
     /// A duplicate to impersonate with. Throws "DuplicateToken".
-    AccessToken(const AccessToken& token, SECURITY_IMPERSONATION_LEVEL level);
+    AccessToken(const AccessToken& token, SpelledOut<SECURITY_IMPERSONATION_LEVEL> level);
     /// Throws "DuplicateTokenEx".
     AccessToken(const AccessToken& token, DWORD access, SECURITY_ATTRIBUTES* attributes,
-                SECURITY_IMPERSONATION_LEVEL level, TOKEN_TYPE type);
+                SpelledOut<SECURITY_IMPERSONATION_LEVEL> level, SpelledOut<TOKEN_TYPE> type);
     /// Logs a user on; texts are UTF-8. Without a domain Windows looks for the user by itself, and
     /// "." is the own machine. Throws "LogonUserW".
     AccessToken(const std::string& user, const std::string& domain, const std::string& password,
@@ -59,6 +66,10 @@ public:
     /// A token with fewer rights. Throws "CreateRestrictedToken".
     AccessToken(const AccessToken& token, DWORD flags, const SidList& sidsToDisable,
                 const PrivilegeList& privilegesToDelete, const SidList& sidsToRestrict);
+    /// With `{}` three times nothing but the number would tell that from a duplicate: where all
+    /// lists are empty, one of them at least is written SidList() or PrivilegeList().
+    AccessToken(const AccessToken& token, DWORD flags, EmptyBraces, EmptyBraces,
+                EmptyBraces) = delete;
     AccessToken(const AccessToken&) = delete;
     AccessToken& operator=(const AccessToken&) = delete;
     /// Closes the token. A failure goes to the debugger.
@@ -96,7 +107,10 @@ public:
     void setInformation(TOKEN_INFORMATION_CLASS information, void* data, DWORD size);
     void setOwner(const SecurityIdentifier& owner);
     void setPrimaryGroup(const SecurityIdentifier& group);
+    /// A null list leaves the token without a default DACL, which isn't one that allows nothing.
     void setDefaultDacl(const AccessControlList& dacl);
+    /// Null or empty: `AccessControlList()` is the null list.
+    void setDefaultDacl(EmptyBraces) = delete;
     void setSessionId(DWORD id);
     void setGroups(const SidList& groups);
 
@@ -115,10 +129,13 @@ public:
     /// the call fails with ERROR_NOT_ALL_ASSIGNED; one that succeeds and leaves that number counts
     /// as success. Throws "AdjustTokenPrivileges".
     bool adjustPrivileges(const PrivilegeList* privileges, PrivilegeList* previous = nullptr);
+    /// `{}` would be null, which is all privileges, where it looks like none.
+    bool adjustPrivileges(EmptyBraces, PrivilegeList* previous = nullptr) = delete;
     /// The same with groups; for null they become what they are by default. Every failure of the
     /// first call throws "AdjustTokenGroups": so does asking for a former state that Windows can't
     /// tell in four bytes. False comes of the second call alone.
     bool adjustGroups(const SidList* groups, SidList* previous = nullptr);
+    bool adjustGroups(EmptyBraces, SidList* previous = nullptr) = delete;
 
 private:
     HANDLE mToken = nullptr;
