@@ -8,6 +8,7 @@
 //
 // A failed Windows call throws a Win32Exception whose text is the name of the function.
 
+#include <concepts>
 #include <cstdint>
 #include <vector>
 
@@ -68,8 +69,12 @@ public:
     /// A view, of nothing by default.
     // NOLINTNEXTLINE(google-explicit-constructor): a raw ACL is one.
     AccessControlList(PACL acl = nullptr) noexcept : mAcl(acl) {}
-    /// An empty ACL with room for as many ACEs of any kind without conditions; with
-    /// `limitSize` it has 2,000 bytes at most. Throws "InitializeAcl".
+    /// 0 would be the null list, and looks like an empty one.
+    template <std::same_as<int> Number>
+    AccessControlList(Number zero) = delete;
+    /// An empty ACL with room for as many ACEs of any kind without conditions, which is 112 bytes
+    /// for each; with `limitSize` it has 2,000 bytes at most. Throws "InitializeAcl", for more than
+    /// 585 ACEs without that limit too: no ACL has more than 65,535 bytes.
     AccessControlList(DWORD aceCount, DWORD revision, bool limitSize);
     /// Throws "SetEntriesInAclW".
     explicit AccessControlList(const ExplicitAccessList& entries);

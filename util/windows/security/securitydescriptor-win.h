@@ -7,6 +7,7 @@
 //
 // A failed Windows call throws a Win32Exception whose text is the name of the function.
 
+#include <concepts>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -17,6 +18,7 @@
 
 #include "util/windows/localmemory-win.h"
 #include "util/windows/security/accesscontrol-win.h"
+#include "util/windows/security/argumentguards.h"
 #include "util/windows/security/securityidentifier-win.h"
 #include "util/windows/security/trustee-win.h"
 
@@ -37,6 +39,9 @@ public:
     SecurityDescriptor(const std::string& path, SE_OBJECT_TYPE type, bool withSacl);
     /// The same of an open object. Throws "GetSecurityInfo".
     SecurityDescriptor(HANDLE object, SE_OBJECT_TYPE type, bool withSacl);
+    /// Text that can be written is an address before it is a path: std::string(buffer) is the path.
+    template <NoHandleTarget T>
+    SecurityDescriptor(T* noHandle, SE_OBJECT_TYPE type, bool withSacl) = delete;
     /// Self-relative, with the entries put before those of `base`, which is self-relative too.
     /// Throws "BuildSecurityDescriptorW".
     SecurityDescriptor(const Trustee& owner, const Trustee& group,
@@ -46,9 +51,17 @@ public:
     /// From the UTF-8 text of the language for descriptors. Throws
     /// "ConvertStringSecurityDescriptorToSecurityDescriptorW".
     SecurityDescriptor(const char* sddl, DWORD revision);
+    /// A path and its type lack `withSacl`, and are no SDDL with a revision.
+    SecurityDescriptor(const char* path, SE_OBJECT_TYPE type) = delete;
     /// A self-relative copy of a descriptor of either form, or of null. Throws
     /// "GetSecurityDescriptorControl", "MakeSelfRelativeSD".
     explicit SecurityDescriptor(PSECURITY_DESCRIPTOR descriptor);
+    /// Bytes of a descriptor stand in arrays of BYTE or std::byte. A writable `char` array could
+    /// hold SDDL: the call says which by `PSECURITY_DESCRIPTOR{buffer}` or a revision.
+    template <TextOrObject T>
+    explicit SecurityDescriptor(T* noDescriptor) = delete;
+    /// It would be the null descriptor: the empty one is `SecurityDescriptor()`.
+    explicit SecurityDescriptor(EmptyBraces) = delete;
     /// Self-relative as well, whatever the form of `other`. Parts that were set in `other` but are
     /// not in its descriptor aren't copied.
     SecurityDescriptor(const SecurityDescriptor& other);
@@ -90,6 +103,11 @@ public:
     void setGroup(PSID group);
     void setDacl(PACL dacl);
     void setSacl(PACL sacl);
+    /// As with SecurityIdentifier.
+    template <TextOrObject T>
+    void setOwner(T* noSid) = delete;
+    template <TextOrObject T>
+    void setGroup(T* noSid) = delete;
 
     /// Replaces the descriptor by one of the other form, or throws "MakeAbsoluteSD" with nothing
     /// changed. Parts that were set but aren't in the descriptor are given up, and lead to that
@@ -112,6 +130,14 @@ public:
     /// Throws "SetNamedSecurityInfo".
     void write(const std::string& path, SE_OBJECT_TYPE type, bool withSacl,
                SECURITY_INFORMATION furtherBits) const;
+    /// As with the constructors.
+    template <NoHandleTarget T>
+    void write(T* noHandle, SE_OBJECT_TYPE type, bool withSacl,
+               SECURITY_INFORMATION furtherBits) const = delete;
+    /// The last two in the other order.
+    template <class Object, std::same_as<bool> Bool>
+    void write(Object object, SE_OBJECT_TYPE type, SECURITY_INFORMATION furtherBits,
+               Bool withSacl) const = delete;
 
     /// What a new file, or with `isContainer` a new directory, gets in a directory of this
     /// security. A null descriptor if no account has the owner's SID. Throws "LookupAccountSidW",
@@ -140,6 +166,9 @@ private:
 /// call this.
 bool copySecurity(const std::string& source, const std::string& target, bool protect,
                   std::string* errorText = nullptr);
+/// The address of the text isn't taken for `protect` where that is left out.
+template <class T>
+bool copySecurity(const std::string& source, const std::string& target, T* errorText) = delete;
 /// Gives `child` the owner and group of `parent` and, of its DACL, what children of that kind (a
 /// directory, or a file) inherit. Failures as with `copySecurity`, but for a child that isn't
 /// there, which has the number 2 and no words.

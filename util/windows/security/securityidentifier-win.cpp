@@ -59,7 +59,7 @@ SecurityIdentifier::SecurityIdentifier(WELL_KNOWN_SID_TYPE type, PSID domain) {
 }
 
 SecurityIdentifier::SecurityIdentifier(const SID_IDENTIFIER_AUTHORITY& authority,
-                                       BYTE subAuthorityCount) {
+                                       SubAuthorityCount subAuthorityCount) {
     SidBytes bytes = makeSidBytes(GetSidLengthRequired(subAuthorityCount));
     SID_IDENTIFIER_AUTHORITY copy = authority;
     if (!InitializeSid(bytes.get(), &copy, subAuthorityCount)) {

@@ -13,21 +13,46 @@
 
 #include <windows.h>
 
+#include "util/windows/security/argumentguards.h"
+
+/// How many sub-authorities a SID has.
+class SubAuthorityCount {
+public:
+    // NOLINTNEXTLINE(google-explicit-constructor): a number is one.
+    constexpr SubAuthorityCount(BYTE count) noexcept : mCount(count) {}
+    // NOLINTNEXTLINE(google-explicit-constructor): it is a number.
+    constexpr operator BYTE() const noexcept { return mCount; }
+
+private:
+    BYTE mCount;
+};
+
 /// A SID: a view of one that something else holds, or the owner of its own bytes. A view is good as
 /// long as what gave it out: a security descriptor, an ACE, a token's buffer.
 ///
 /// Copies follow the source: that of a view is a view of the same bytes, that of an owner has bytes
 /// of its own. One thread at a time uses an object.
+///
+/// Bytes of a SID stand in arrays of BYTE (which is unsigned char) or std::byte, and go in as the
+/// `PSID` that their address is. A `const char*` is text. A writable `char` array could be either
+/// and compiles for neither, nor does the address of an object: the call says which by
+/// `PSID{buffer}` or `std::as_const(buffer)`.
 class SecurityIdentifier {
 public:
     /// A view, of nothing by default.
     // NOLINTNEXTLINE(google-explicit-constructor): a raw SID is one.
     SecurityIdentifier(PSID sid = nullptr) noexcept : mSid(sid) {}
+    template <TextOrObject T>
+    SecurityIdentifier(T* noSid) = delete;
     /// A well-known SID; `domain` may be null where the type needs none. Throws
     /// "CreateWellKnownSid".
     SecurityIdentifier(WELL_KNOWN_SID_TYPE type, PSID domain);
-    /// With all sub-authorities 0, to be set through `subAuthority`. Throws "InitializeSid".
-    SecurityIdentifier(const SID_IDENTIFIER_AUTHORITY& authority, BYTE subAuthorityCount);
+    template <TextOrObject T>
+    SecurityIdentifier(WELL_KNOWN_SID_TYPE type, T* noDomain) = delete;
+    /// With all sub-authorities 0, to be set through `subAuthority`. Throws "InitializeSid". One
+    /// number in braces could be the list below as well, and doesn't compile.
+    SecurityIdentifier(const SID_IDENTIFIER_AUTHORITY& authority,
+                       SubAuthorityCount subAuthorityCount);
     /// At most 8 sub-authorities, which are taken over: the vector is empty and without memory
     /// afterwards, and as it was if this fails. Throws "AllocateAndInitializeSid", "CopySid".
     SecurityIdentifier(const SID_IDENTIFIER_AUTHORITY& authority,
@@ -43,6 +68,8 @@ public:
     static SecurityIdentifier currentUser();
     /// An owner, whatever holds `sid`. Throws "CopySid" for a null or an invalid SID.
     static SecurityIdentifier deepCopy(PSID sid);
+    template <TextOrObject T>
+    static SecurityIdentifier deepCopy(T* noSid) = delete;
 
     /// Throws "CopySid" for an owner whose SID has become invalid, as the assignment.
     SecurityIdentifier(const SecurityIdentifier& other);

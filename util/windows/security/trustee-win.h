@@ -8,6 +8,7 @@
 // Behind windows.h.
 #include <accctrl.h>
 
+#include "util/windows/security/argumentguards.h"
 #include "util/windows/security/securityidentifier-win.h"
 
 /// A TRUSTEE_W whose name or SID is its own, or stands elsewhere and must outlive it. A name is
@@ -22,6 +23,12 @@ public:
     /// Nobody: of bad form, the type invalid.
     Trustee() noexcept;
     explicit Trustee(const char* name);
+    /// What lies in a writable `char` array could be a name or the bytes of a SID: the call says
+    /// which by `std::as_const(buffer)` or `SecurityIdentifier(PSID{buffer})`.
+    template <TextOrObject T>
+    explicit Trustee(T* nameOrSid) = delete;
+    /// It would be one with an empty name: nobody is `Trustee()`.
+    explicit Trustee(EmptyBraces) = delete;
     /// Holds a copy of the object, so that of a view is no owner.
     explicit Trustee(const SecurityIdentifier& sid);
     /// Shares the pointer, whatever the form, or makes a local copy of what it points at.
