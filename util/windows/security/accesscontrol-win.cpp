@@ -237,8 +237,15 @@ void AccessControlList::addAce(DWORD revision, DWORD index, const AccessControlE
 
 void AccessControlList::addAces(DWORD revision, DWORD startIndex,
                                 const std::vector<AccessControlEntry>& aces) {
-    DWORD index = startIndex;
+    // Each insertion moves what follows it, and what views show that aren't added yet.
+    std::vector<AccessControlEntry> added;
+    added.reserve(aces.size());
     for (const AccessControlEntry& ace : aces) {
+        added.push_back(isWithin(ace.ace(), mAcl) ? AccessControlEntry(ace, /*forceCopy=*/true)
+                                                  : AccessControlEntry(ace.ace()));
+    }
+    DWORD index = startIndex;
+    for (const AccessControlEntry& ace : added) {
         addAce(revision, index++, ace);
     }
 }

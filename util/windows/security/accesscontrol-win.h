@@ -34,6 +34,7 @@ public:
     /// `forceCopy` is set. Of a null it is always a view.
     AccessControlEntry(const AccessControlEntry& other, bool forceCopy = false);
     AccessControlEntry(AccessControlEntry&& other) noexcept;
+    /// `other` is no view of the bytes that this object owns.
     AccessControlEntry& operator=(AccessControlEntry other) noexcept;
     ~AccessControlEntry();
 
@@ -79,13 +80,14 @@ public:
     /// Throws "SetEntriesInAclW".
     explicit AccessControlList(const ExplicitAccessList& entries);
     AccessControlList(AccessControlList&& other) noexcept;
+    /// `other` is no view of the ACL that this object owns.
     AccessControlList& operator=(AccessControlList&& other) noexcept;
     ~AccessControlList() { drop(); }
 
     PACL acl() const { return mAcl; }
     bool isOwner() const { return mOwned; }
-    /// Takes over an ACL of LocalAlloc's, and frees what was owned. The counts that were kept stay
-    /// and aren't those of the new one.
+    /// Takes over an ACL of LocalAlloc's, and frees what was owned, which is another one. The
+    /// counts that were kept stay and aren't those of the new one.
     void adopt(PACL acl) noexcept;
 
     bool isValid() const;
@@ -99,7 +101,8 @@ public:
     AccessControlEntry ace(DWORD index) const;
     /// `index` may be `atEnd`. Throws "AddAce", as the next, which leaves what it has added.
     void addAce(DWORD revision, DWORD index, const AccessControlEntry& ace);
-    /// The ACE number i goes to `startIndex + i`: `atEnd` is for one alone.
+    /// The ACE number i goes to `startIndex + i`: `atEnd` is for one alone. Views into this list
+    /// are added as they were when this was called.
     void addAces(DWORD revision, DWORD startIndex, const std::vector<AccessControlEntry>& aces);
     /// Throws "DeleteAce".
     void deleteAce(DWORD index);
