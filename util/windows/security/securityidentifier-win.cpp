@@ -93,10 +93,15 @@ SecurityIdentifier::SecurityIdentifier(const char* text) {
     if (!ConvertStringSidToSidW(toWide(text).c_str(), &sid)) {
         throw Win32Exception("ConvertStringSidToSidW");
     }
-    // Meant: where the copy fails, this one isn't given back.
-    mSid = copyBytes(sid).release();
+    LocalMemory<void> owner(sid);
+    try {
+        mSid = copyBytes(sid).release();
+    } catch (const Win32Exception&) {
+        // Meant: where CopySid fails, this one isn't given back.
+        static_cast<void>(owner.release());
+        throw;
+    }
     mOwned = true;
-    LocalFree(sid);
 }
 
 SecurityIdentifier::SecurityIdentifier(const char* account, const char* system,
