@@ -90,9 +90,12 @@ TEST_F(AccessControlListTest, AFailedInitialisationLeavesItsMemory) {
     EXPECT_EQ(mOwnership.freeLocalMemory(), 1U);
 }
 
-TEST_F(AccessControlListTest, WhatIsTooBigForOneIsRefusedByWindows) {
-    EXPECT_THROW(AccessControlList(1000, ACL_REVISION, false), Win32Exception);
+TEST_F(AccessControlListTest, RoomForMoreThan585AcesIsMoreThanAnAclCanHave) {
+    EXPECT_EQ(AccessControlList(585, ACL_REVISION, false).bytesFree(), 585U * 112);
+    expectFailedCall("InitializeAcl", ERROR_INVALID_PARAMETER,
+                     [] { AccessControlList(586, ACL_REVISION, false); });
     EXPECT_EQ(mOwnership.freeLocalMemory(), 1U);
+    EXPECT_EQ(AccessControlList(586, ACL_REVISION, /*limitSize=*/true).acl()->AclSize, 2000U);
 }
 
 TEST_F(AccessControlListTest, AViewTakesNothingAndLeavesTheBytes) {

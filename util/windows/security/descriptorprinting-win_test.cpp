@@ -1,5 +1,6 @@
 #include <cctype>
 #include <cstdint>
+#include <iomanip>
 #include <random>
 #include <sstream>
 #include <string>
@@ -70,6 +71,16 @@ class DescriptorPrintingTest : public testing::Test {
 protected:
     AccountLookup mLookup{L"DOMAIN", L"name", SidTypeUser};
 };
+
+TEST_F(DescriptorPrintingTest, AWidthGoesToTheBeginningOfADescriptorOrToTheWordsForNone) {
+    std::ostringstream out;
+    out << std::setfill('.') << std::setw(14) << SecurityDescriptor("O:SY", SDDL_REVISION_1);
+    EXPECT_EQ(out.str(), "...SD [Flags:  SE_SELF_RELATIVE]\n\tOwner = " + sidWords("S-1-5-18") +
+                             "\n\tGroup = Invalid SID!");
+    out.str({});
+    out << std::setw(25) << SecurityDescriptor(PSECURITY_DESCRIPTOR{nullptr});
+    EXPECT_EQ(out.str(), "..Null SecurityDescriptor");
+}
 
 TEST_F(DescriptorPrintingTest, ADescriptorShowsFlagsOwnerGroupAndLists) {
     const SecurityDescriptor security(

@@ -172,5 +172,9 @@ bool copySecurity(const std::string& source, const std::string& target, T* error
 /// Gives `child` the owner and group of `parent` and, of its DACL, what children of that kind (a
 /// directory, or a file) inherit. Failures as with `copySecurity`, but for a child that isn't
 /// there, which has the number 2 and no words.
+///
+/// A parent whose DACL has more than 585 entries fails with "InitializeAcl", whatever of them is
+/// inherited: the child's list gets the room for all, 112 bytes for each, before the first is
+/// added, and no list has more than 65,535 bytes.
 bool inheritSecurity(const std::string& parent, const std::string& child,
                      std::string* errorText = nullptr);

@@ -293,6 +293,19 @@ TEST_F(InheritSecurityTest, EachCallThatFailsIsToldByItsWordsAndItsNumber) {
     expectFailed(inherit(), "SetNamedSecurityInfo", ERROR_INVALID_OWNER);
 }
 
+TEST_F(InheritSecurityTest, AParentOfMoreThan585EntriesFailsWhateverOfThemIsInherited) {
+    sTaken->given = L"O:BAG:SYD:(A;OI;FR;;;WD)";
+    for (int i = 1; i < 585; ++i) {
+        sTaken->given += L"(A;;FR;;;WD)";
+    }
+    EXPECT_TRUE(inheritSecurity("c:/parent", mFile));
+    EXPECT_EQ(sTaken->written.entries.size(), 1U);
+    sTaken->given += L"(A;;FR;;;WD)";
+    expectFailed(inheritSecurity("c:/parent", mFile, &sTaken->error), "InitializeAcl",
+                 ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(mOwnership.freeLocalMemory(), 1U);
+}
+
 TEST_F(InheritSecurityTest, AFailureOfAnotherKindHasTheNumberZero) {
     // An ACE of this size is copied where there is no memory for it.
     constexpr size_t aceSize = 8 + 8 + 15 * 4;

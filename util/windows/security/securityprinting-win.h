@@ -15,6 +15,11 @@
 // up shows the failure in its place: "*** WORDS ***". Text is UTF-8; on a wide
 // stream these words go through its codecvt facet, as far as that can convert them. Two threads may
 // print to two streams.
+//
+// A width of the stream goes to what is written first. That is the whole of the words for a null or
+// an invalid object. Of any other object it is the beginning alone: "SID ", the type of an ACE,
+// "ACL [" with its line feed, "Trustee [", "ExplicitAccess [for ", "SD [Flags: ". To align a whole
+// object, print it to a string first.
 
 #include <iosfwd>
 

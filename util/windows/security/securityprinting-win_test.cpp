@@ -3,6 +3,7 @@
 #include <array>
 #include <cstring>
 #include <cwchar>
+#include <iomanip>
 #include <locale>
 #include <sstream>
 #include <string>
@@ -194,6 +195,41 @@ TEST_F(SecurityPrintingTest, ATrusteeOfATypeWithoutANameIsShownWithoutIt) {
     raw.TrusteeForm = TRUSTEE_BAD_FORM;
     raw.TrusteeType = static_cast<TRUSTEE_TYPE>(9);
     EXPECT_EQ(printed(Trustee(raw, /*localCopy=*/false)), "Trustee [: of bad form]");
+}
+
+/// What follows a width of 25.
+template <class Value>
+std::string printedWide(const Value& value) {
+    std::ostringstream out;
+    out << std::setfill('.') << std::setw(25) << value;
+    EXPECT_EQ(out.width(), 0);
+    return out.str();
+}
+
+TEST_F(SecurityPrintingTest, AWidthGoesToTheBeginningOfAnObjectAlone) {
+    const AccessControlEntry ace = AccessControlEntry::allowed(1, mEveryone, 0);
+    const std::string rest =
+        "SID S-1-1-0 [User DOMAIN\\name]: 0x1 [FILE_READ_DATA] (NO_INHERITANCE)";
+    EXPECT_EQ(printedWide(mEveryone), std::string(21, '.') + "SID S-1-1-0 [User DOMAIN\\name]");
+    EXPECT_EQ(printedWide(ace), std::string(11, '.') + "Access Allowed " + rest);
+    AccessControlList acl(1, ACL_REVISION, /*limitSize=*/false);
+    acl.addAce(ACL_REVISION, AccessControlList::atEnd, ace);
+    EXPECT_EQ(printedWide(acl), std::string(19, '.') + "ACL [\n\tAccess Allowed " + rest + "\n]");
+    EXPECT_EQ(printedWide(Trustee("x")), std::string(16, '.') + "Trustee [Unknown: \"x\"]");
+    EXPECT_EQ(printedWide(ExplicitAccess("x", 0, GRANT_ACCESS, NO_INHERITANCE)),
+              ".....ExplicitAccess [for Trustee [Unknown: \"x\"]:  GRANT_ACCESS 0x0 [] "
+              "(NO_INHERITANCE)]");
+    std::wostringstream out;
+    out << std::setfill(L'.') << std::setw(5) << mEveryone;
+    EXPECT_EQ(out.str(), L".SID S-1-1-0 [User DOMAIN\\name]");
+}
+
+TEST_F(SecurityPrintingTest, AWidthGoesToTheWholeOfTheWordsForWhatIsNullOrInvalid) {
+    ACL invalid = {};
+    EXPECT_EQ(printedWide(SecurityIdentifier()), std::string(13, '.') + "Invalid SID!");
+    EXPECT_EQ(printedWide(AccessControlEntry()), std::string(13, '.') + "Invalid ACE!");
+    EXPECT_EQ(printedWide(AccessControlList()), std::string(17, '.') + "Null ACL");
+    EXPECT_EQ(printedWide(AccessControlList(&invalid)), std::string(13, '.') + "Invalid ACL!");
 }
 
 TEST_F(SecurityPrintingTest, ExplicitAccessShowsTrusteeModeRightsAndInheritance) {
