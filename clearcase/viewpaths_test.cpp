@@ -125,6 +125,20 @@ TEST_F(CanonicalizeViewPathTest, TheCacheHasOneEntryForEachRootAndKeepsIt) {
     EXPECT_EQ(mCache, (Drives{{"M:\\tag1", "X:"}, {"M:\\tag2", "Y:"}}));
 }
 
+TEST_F(CanonicalizeViewPathTest, SeveralTagsOfOneViewDoNotHideThoseOfTheNext) {
+    mViewDrives["Y:"] = "tag2";
+    const Tags onMvfs = {"M:\\tag1\\a", "M:\\tag1\\b", "M:\\tag1", "M:\\tag2\\c", "M:\\tag2\\d"};
+    EXPECT_EQ(canonical("X:\\b\\x", onMvfs), "M:\\tag1\\b\\x");
+    EXPECT_EQ(canonical("Y:\\d\\x", onMvfs), "M:\\tag2\\d\\x");
+    EXPECT_EQ(canonical("M:\\tag2\\d\\x", onMvfs), "M:/tag2/d/x");
+    EXPECT_EQ(mCache, (Drives{{"M:\\tag1", "X:"}, {"M:\\tag2", "Y:"}}));
+    mCache.clear();
+    const Tags onDrives = {"X:\\a", "X:\\b", "X:\\c", "Y:\\a", "Y:\\b"};
+    EXPECT_EQ(canonical("M:\\tag2\\b\\x", onDrives), "Y:\\b\\x");
+    EXPECT_EQ(canonical("Y:\\b\\x", onDrives), "Y:/b/x");
+    EXPECT_EQ(mCache, (Drives{{"X:", "M:/tag1"}, {"Y:", "M:/tag2"}}));
+}
+
 TEST_F(CanonicalizeViewPathTest, ATagOnNoViewDriveAddsNoRoot) {
     EXPECT_EQ(canonical("X:\\vob\\a.c", {"Z:\\vob", "", "x", "vob\\x"}), "X:/vob/a.c");
     EXPECT_TRUE(mCache.empty());
@@ -174,6 +188,9 @@ TEST_F(CanonicalizeViewPathTest, ARestThatIsAbsoluteByItselfStandsAlone) {
 TEST_F(CanonicalizeViewPathTest, ADriveOfTwoLettersIsARootInUpperCase) {
     mViewDrives = {{"AB", "tag2"}, {"X:", "tag1"}};
     EXPECT_EQ(canonical("X:\\a", {"ab\\vob"}), "X:/a");
+    EXPECT_EQ(mCache, (Drives{{"AB", "M:/tag2"}}));
+    mCache.clear();
+    EXPECT_EQ(canonical("X:\\a", {"Ab\\vob"}), "X:/a");
     EXPECT_EQ(mCache, (Drives{{"AB", "M:/tag2"}}));
 }
 
@@ -294,6 +311,16 @@ TEST_F(CanonicalizeViewPathTest, TagsThatOnlyBeginAlikeHaveTheirOwnRoots) {
     EXPECT_EQ(canonical("Y:\\b\\a.c", tags), "M:\\tag10\\b\\a.c");
     EXPECT_EQ(canonical("Z:\\d\\a.c", tags), "M:\\tag2\\d\\a.c");
     EXPECT_EQ(mCache.size(), 3U);
+}
+
+TEST_F(CanonicalizeViewPathTest, ATagThatBeginsLikeTheOneBeforeItIsOnAViewOfItsOwn) {
+    mViewDrives = {{"X:", "view1"}, {"Y:", "view12"}};
+    const Tags longerNext = {"M:\\view1\\vob", "M:\\view12\\vob"};
+    EXPECT_EQ(canonical("Y:\\vob\\a.c", longerNext), "M:\\view12\\vob\\a.c");
+    EXPECT_EQ(canonical("M:\\view12\\vob\\a.c", longerNext), "M:/view12/vob/a.c");
+    EXPECT_EQ(mCache, (Drives{{"M:\\view1", "X:"}, {"M:\\view12", "Y:"}}));
+    const Tags shorterNext = {"M:\\view12\\vob", "M:\\view1"};
+    EXPECT_EQ(canonical("X:\\vob\\a.c", shorterNext), "M:\\view1\\vob\\a.c");
 }
 
 TEST_F(CanonicalizeViewPathTest, ARootOfOneCharacterIsNotTheRootOfALongerTag) {
