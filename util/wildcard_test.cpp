@@ -50,6 +50,9 @@ TEST(WildcardMatchTest, AStarStandsForAnyText) {
                    {"*ab*ba", "abba", true},
                    {"*ab*ba", "aba", false},
                    {"*?", "a", true},
+                   {"*?b", "aab", true},
+                   {"*?b", "aac", false},
+                   {"a*?c", "abbc", true},
                    {"*a*b*c", "xaybzc", true},
                    {"**a", "a", true},
                    {"a**b", "ab", true}});
