@@ -87,6 +87,22 @@ TEST(ParsePathRootTest, InPosixModeALeadingSlashIsAllThatCountsAndTheRootStaysEm
     EXPECT_FALSE(parsePathRoot("", root, &text, 0));
 }
 
+TEST(IsAbsolutePathTest, InAnyOtherModeThanThatOfWindowsALeadingSlashIsAllThatCounts) {
+    const struct {
+        const char* path;
+        bool absolute;
+    } rows[] = {
+        {"/", true},     {"/a/b", true}, {"//srv/share", true},     {"/:x", true},
+        {"C:/a", false}, {"C:", false},  {"\\\\srv\\share", false}, {"\\a", false},
+        {"a/b", false},  {"", false},
+    };
+    for (const int mode : {0, 2, -1}) {
+        for (const auto& row : rows) {
+            EXPECT_EQ(isAbsolutePath(row.path, mode), row.absolute) << row.path << " in " << mode;
+        }
+    }
+}
+
 TEST(ParsePathRootTest, TheRootTextMayBeNull) {
     PathRange root;
     EXPECT_TRUE(parsePathRoot("//srv/share/x", root, nullptr, windowsPaths));
