@@ -139,6 +139,22 @@ TEST(EscapingTest, AnEscapeIsFoundAtEachPlaceOfALongText) {
     }
 }
 
+TEST(EscapingTest, AnEscapeIsFoundAtEachPlaceOfALongTextThatIsReturned) {
+    checkAtEachPlace(u'\u4e2d', [](const std::u16string& text, const std::string& before,
+                                   const std::string& behind) {
+        const std::string escaped = before + "\\u4e2d" + behind;
+        ASSERT_EQ(escapeUnits(text), escaped);
+        const std::wstring wide(text.begin(), text.end());
+        ASSERT_EQ(escapeUnits(wide), escaped);
+        ASSERT_EQ(printed(EscapedWide{wide}), escaped);
+    });
+    checkAtEachPlace(
+        '\x80', [](const std::string& text, const std::string& before, const std::string& behind) {
+            ASSERT_EQ(escapeBytes(text), before + "\\x80" + behind);
+            ASSERT_EQ(escapeUtf8(text), before + "\\udc80" + behind);
+        });
+}
+
 TEST(EscapingTest, AStreamThatTakesNoMoreIsToldAtTheEndOfALongText) {
     for (const size_t room : {size_t{0}, size_t{1}, size_t{4095}, size_t{4096}, size_t{4097}}) {
         const std::string text(5000, 'a');

@@ -328,6 +328,33 @@ TEST(WrappedOutputTest, NothingIsWrittenBehindACharacterThatIsNotTaken) {
     }
 }
 
+TEST(QuotedTest, ABreakEndsWithItsFirstCharacterThatIsNotTaken) {
+    const struct {
+        Layout layout;
+        std::string text;
+        std::string lines[2];
+    } rows[] = {
+        {Layout(40, 2), "a\nb", {"  \"a\\n\"", "  \"b\""}},
+        {Layout(6, 2), "abc", {"  \"ab\"", "  \"c\""}},
+        {Layout(4), "abc", {"\"ab\"", "\"c\""}},
+    };
+    for (const auto& row : rows) {
+        const std::string whole = row.lines[0] + "\n" + row.lines[1];
+        const size_t lineFeed = row.lines[0].size();
+        for (size_t refused = 0; refused < whole.size(); ++refused) {
+            SCOPED_TRACE(whole.substr(0, refused));
+            RefusingBuffer buffer(refused);
+            std::ostream out(&buffer);
+            Layout layout = row.layout;
+            out << Quoted{bytes(row.text), row.text.size(), &layout};
+            EXPECT_EQ(buffer.text, whole.substr(0, refused));
+            EXPECT_EQ(out.rdstate(), FAILED);
+            const size_t column = refused > lineFeed ? refused - lineFeed - 1 : refused;
+            expectLayout(layout, static_cast<int>(column), false);
+        }
+    }
+}
+
 TEST(WrappedOutputTest, WhatAStreamBufferThrowsPassesThroughAndTheLayoutGoesBack) {
     const std::string text = "ab";
     // Thrown at the start of the second item and of the second character.
