@@ -1,6 +1,8 @@
 #include "util/stringsplit.h"
 
 #include <algorithm>
+#include <random>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -246,6 +248,7 @@ TEST(SortUniqueTest, TheVectorShrinksToTheSurvivors) {
 
 Words sortedUniqueRanges(const std::string& text, bool caseSensitive) {
     Ranges ranges = rangesOf(text, true);
+    ranges.shrink_to_fit();  // no room after the last one, so that a look there is seen
     sortUniqueRanges(text, ranges, caseSensitive);
     Words words;
     for (const TextRange& range : ranges) {
@@ -279,6 +282,31 @@ TEST(SortUniqueRangesTest, OfRangesThatFormARingEachTextSurvives) {
     const Words words = sortedUniqueRanges(text, false);
     for (const char* word : {"a", "aa", "Ab"}) {
         EXPECT_NE(std::find(words.begin(), words.end(), word), words.end()) << word;
+    }
+}
+
+TEST(SortUniqueRangesTest, OfManyRangesThatFormRingsNoneIsLost) {
+    // Rings of a letter, the letter twice, and its capital with the next one; many more than the 16
+    // that std::sort takes one by one.
+    Words words;
+    for (char letter = 'a'; letter < 'z'; ++letter) {
+        words.emplace_back(1, letter);
+        words.emplace_back(2, letter);
+        words.push_back({static_cast<char>(letter - 'a' + 'A'), static_cast<char>(letter + 1)});
+    }
+    const Words sorted = sortedUnique(words, /*caseSensitive=*/true);
+    std::mt19937 random(1);  // NOLINT(cert-msc32-c,cert-msc51-cpp): the same arrangements each time
+    for (int round = 0; round < 200; ++round) {
+        for (size_t i = words.size(); i > 1; --i) {
+            std::swap(words[i - 1], words[random() % i]);
+        }
+        std::string text;
+        for (const std::string& word : words) {
+            text += word + ",";
+        }
+        const Words survivors = sortedUniqueRanges(text, /*caseSensitive=*/false);
+        ASSERT_EQ(survivors.size(), words.size()) << text;
+        ASSERT_EQ(sortedUnique(survivors, /*caseSensitive=*/true), sorted) << text;
     }
 }
 
