@@ -34,6 +34,10 @@ namespace testing_support {
 
 size_t allocationCount() { return gAllocations.load(std::memory_order_relaxed); }
 
+ptrdiff_t liveAllocationCount() {
+    return gObjects.load(std::memory_order_relaxed) + gArrays.load(std::memory_order_relaxed);
+}
+
 LiveAllocations liveAllocations() {
     return {gObjects.load(std::memory_order_relaxed), gArrays.load(std::memory_order_relaxed)};
 }

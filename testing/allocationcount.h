@@ -11,4 +11,8 @@ namespace testing_support {
 /// in replaces the plain and the array operator, on which the nothrow forms stand.
 size_t allocationCount();
 
+/// How many of those have not been freed so far, less what was allocated before the program could
+/// count. A test takes the difference as well.
+ptrdiff_t liveAllocationCount();
+
 }  // namespace testing_support

@@ -9,6 +9,7 @@
 namespace {
 
 using testing_support::allocationCount;
+using testing_support::liveAllocationCount;
 
 // Kept where the compiler can't see that nobody reads it, so that no allocation is optimised away.
 void* volatile gKept = nullptr;
@@ -49,6 +50,19 @@ TEST(AllocationCountTest, DeletingDoesNotCount) {
     const size_t before = allocationCount();
     keepAndDelete(memory);
     EXPECT_EQ(allocationCount() - before, 0U);
+}
+
+TEST(LiveAllocationCountTest, WhatIsAllocatedCountsUntilItIsFreed) {
+    const ptrdiff_t before = liveAllocationCount();
+    auto* const memory = new int(1);
+    auto* const array = new int[100];
+    gKept = memory;
+    gKept = array;
+    EXPECT_EQ(liveAllocationCount() - before, 2);
+    delete memory;
+    EXPECT_EQ(liveAllocationCount() - before, 1);
+    delete[] array;
+    EXPECT_EQ(liveAllocationCount(), before);
 }
 
 TEST(AllocationCountTest, OtherThreadsCountAsWell) {
