@@ -10,6 +10,17 @@ testing_support::ThreadCalls testing_support::gThreadCalls;
 
 namespace {
 
+/// The replaced result of the making of something that is counted in `made`, or else what the call
+/// gives.
+template <class Call>
+int makeCounted(int result, std::atomic<int>& made, Call call) {
+    if (result == 0) {
+        result = call();
+        made += result == 0 ? 1 : 0;
+    }
+    return result;
+}
+
 /// Settings of the stack size by the code under test: the sanitizers set one inside of a creation.
 std::atomic<int> gStackSizeCalls{0};
 
@@ -79,5 +90,50 @@ int __wrap_pthread_attr_setstacksize(pthread_attr_t* attributes, size_t size) {
     ++gStackSizeCalls;
     const int result = gThreadCalls.stackSizeResult;
     return result != 0 ? result : __real_pthread_attr_setstacksize(attributes, size);
+}
+
+int __real_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* attributes);
+int __real_pthread_mutex_destroy(pthread_mutex_t* mutex);
+int __real_pthread_rwlock_init(pthread_rwlock_t* lock, const pthread_rwlockattr_t* attributes);
+int __real_pthread_rwlock_destroy(pthread_rwlock_t* lock);
+int __real_pthread_cond_init(pthread_cond_t* condition, const pthread_condattr_t* attributes);
+int __real_pthread_cond_destroy(pthread_cond_t* condition);
+int __real_pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex,
+                                  const timespec* deadline);
+
+int __wrap_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* attributes) {
+    return makeCounted(gThreadCalls.mutexResult, gThreadCalls.mutexes,
+                       [&] { return __real_pthread_mutex_init(mutex, attributes); });
+}
+
+int __wrap_pthread_mutex_destroy(pthread_mutex_t* mutex) {
+    --gThreadCalls.mutexes;
+    return __real_pthread_mutex_destroy(mutex);
+}
+
+int __wrap_pthread_rwlock_init(pthread_rwlock_t* lock, const pthread_rwlockattr_t* attributes) {
+    return makeCounted(gThreadCalls.rwLockResult, gThreadCalls.rwLocks,
+                       [&] { return __real_pthread_rwlock_init(lock, attributes); });
+}
+
+int __wrap_pthread_rwlock_destroy(pthread_rwlock_t* lock) {
+    --gThreadCalls.rwLocks;
+    return __real_pthread_rwlock_destroy(lock);
+}
+
+int __wrap_pthread_cond_init(pthread_cond_t* condition, const pthread_condattr_t* attributes) {
+    return makeCounted(gThreadCalls.conditionResult, gThreadCalls.conditions,
+                       [&] { return __real_pthread_cond_init(condition, attributes); });
+}
+
+int __wrap_pthread_cond_destroy(pthread_cond_t* condition) {
+    --gThreadCalls.conditions;
+    return __real_pthread_cond_destroy(condition);
+}
+
+int __wrap_pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex,
+                                  const timespec* deadline) {
+    const int result = gThreadCalls.waitResult;
+    return result != 0 ? result : __real_pthread_cond_timedwait(condition, mutex, deadline);
 }
 }

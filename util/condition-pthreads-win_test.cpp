@@ -1,29 +1,14 @@
-#include <cerrno>
-#include <cstring>
 #include <ctime>
-#include <string>
 
 #include <gtest/gtest.h>
 
+#include "testing/aborted.h"
 #include "testing/memoryshortage-win.h"
 #include "util/condition-pthreads.h"
 
 namespace {
 
 using testing_support::MemoryShortage;
-
-/// What the C runtime makes of abort().
-const testing::ExitedWithCode ABORTED(3);
-
-TEST(ConditionDeathTest, AConditionWithoutMemoryForItsHandleEndsTheProcess) {
-    EXPECT_EXIT(
-        {
-            const MemoryShortage shortage(0);
-            const Condition condition;
-        },
-        ABORTED,
-        std::string("Unable to initialize a new condition variable: ") + std::strerror(ENOMEM));
-}
 
 TEST(ConditionDeathTest, AConditionThatCannotBeMadeEndsTheProcess) {
     EXPECT_EXIT(
@@ -32,7 +17,7 @@ TEST(ConditionDeathTest, AConditionThatCannotBeMadeEndsTheProcess) {
             const MemoryShortage shortage(1);
             const Condition condition;
         },
-        ABORTED, "Unable to initialize a new condition variable: ");
+        testing_support::hasAborted, "Unable to initialize a new condition variable: ");
 }
 
 TEST(ConditionTest, AWaitThatFailsForAnotherReasonThanTimeCountsAsWoken) {

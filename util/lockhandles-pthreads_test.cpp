@@ -1,0 +1,134 @@
+// Locks and conditions that can't be made, and that nothing is left of those that have gone.
+
+#include <atomic>
+#include <cerrno>
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "testing/aborted.h"
+#include "testing/allocationcount.h"
+#include "testing/refusedmemory.h"
+#include "testing/threadcalls-pthreads.h"
+#include "util/condition-pthreads.h"
+#include "util/mutex-pthreads.h"
+
+namespace {
+
+using testing_support::gThreadCalls;
+using testing_support::hasAborted;
+using testing_support::liveAllocationCount;
+using testing_support::RefusedMemory;
+using testing_support::ThreadCallResult;
+
+const std::string NO_MUTEX = "Unable to initialize a new mutex: ";
+const std::string NO_RWLOCK = "Unable to initialize a new rwlock: ";
+const std::string NO_CONDITION = "Unable to initialize a new condition variable: ";
+
+NestedTimer* noTimer() { return nullptr; }
+
+/// Makes something without memory for the cell of its handle.
+template <class Make>
+void makeWithoutACell(Make make) {
+    const RefusedMemory refusal;
+    make();
+}
+
+/// Makes something whose handle the thread library refuses to make.
+template <class Make>
+void makeRefused(std::atomic<int>& target, Make make) {
+    const ThreadCallResult refusal(target, EAGAIN);
+    make();
+}
+
+std::string noMemory() { return std::strerror(ENOMEM); }
+std::string tryAgain() { return std::strerror(EAGAIN); }
+
+void makeMutex() { const Mutex mutex; }
+void makeMutexWithGetter() { const Mutex mutex(&noTimer); }
+void makeBareMutex() { Mutex::makeHandle(mutexRecursive); }
+void makeRWLock() { const RWLock lock; }
+void makeRWLockWithGetter() { const RWLock lock(&noTimer); }
+void makeBareRWLock() { RWLock::makeHandle(); }
+void makeCondition() { const Condition condition; }
+
+TEST(LockHandleDeathTest, AMutexWithoutMemoryForItsHandleEndsTheProcess) {
+    EXPECT_EXIT(makeWithoutACell(makeMutex), hasAborted, NO_MUTEX + noMemory());
+    EXPECT_EXIT(makeWithoutACell(makeMutexWithGetter), hasAborted, NO_MUTEX + noMemory());
+    EXPECT_EXIT(makeWithoutACell(makeBareMutex), hasAborted, NO_MUTEX + noMemory());
+}
+
+TEST(LockHandleDeathTest, AnRWLockWithoutMemoryForItsHandleEndsTheProcess) {
+    EXPECT_EXIT(makeWithoutACell(makeRWLock), hasAborted, NO_RWLOCK + noMemory());
+    EXPECT_EXIT(makeWithoutACell(makeRWLockWithGetter), hasAborted, NO_RWLOCK + noMemory());
+    EXPECT_EXIT(makeWithoutACell(makeBareRWLock), hasAborted, NO_RWLOCK + noMemory());
+}
+
+TEST(LockHandleDeathTest, AConditionWithoutMemoryForItsHandleEndsTheProcess) {
+    EXPECT_EXIT(makeWithoutACell(makeCondition), hasAborted, NO_CONDITION + noMemory());
+}
+
+TEST(LockHandleDeathTest, AMutexThatCannotBeMadeEndsTheProcess) {
+    std::atomic<int>& result = gThreadCalls.mutexResult;
+    EXPECT_EXIT(makeRefused(result, makeMutex), hasAborted, NO_MUTEX + tryAgain());
+    EXPECT_EXIT(makeRefused(result, makeMutexWithGetter), hasAborted, NO_MUTEX + tryAgain());
+    EXPECT_EXIT(makeRefused(result, makeBareMutex), hasAborted, NO_MUTEX + tryAgain());
+}
+
+TEST(LockHandleDeathTest, AnRWLockThatCannotBeMadeEndsTheProcess) {
+    std::atomic<int>& result = gThreadCalls.rwLockResult;
+    EXPECT_EXIT(makeRefused(result, makeRWLock), hasAborted, NO_RWLOCK + tryAgain());
+    EXPECT_EXIT(makeRefused(result, makeRWLockWithGetter), hasAborted, NO_RWLOCK + tryAgain());
+    EXPECT_EXIT(makeRefused(result, makeBareRWLock), hasAborted, NO_RWLOCK + tryAgain());
+}
+
+TEST(LockHandleDeathTest, AConditionThatCannotBeMadeEndsTheProcess) {
+    EXPECT_EXIT(makeRefused(gThreadCalls.conditionResult, makeCondition), hasAborted,
+                NO_CONDITION + tryAgain());
+}
+
+/// Makes and ends objects that have a handle each, of the kind that is counted in `handles`.
+template <class Object>
+void expectNothingIsLeft(const std::atomic<int>& handles) {
+    constexpr ptrdiff_t count = 100;
+    const int handlesBefore = handles;
+    const ptrdiff_t memoryBefore = liveAllocationCount();
+    for (ptrdiff_t i = 0; i < count; ++i) {
+        const Object object;
+        EXPECT_EQ(handles, handlesBefore + 1);
+    }
+    EXPECT_EQ(handles, handlesBefore) << "the handles are destroyed";
+    // A detached thread of an earlier test may allocate or free something meanwhile.
+    EXPECT_LT(std::abs(liveAllocationCount() - memoryBefore), count / 2) << "the cells are freed";
+}
+
+TEST(LockHandleTest, AMutexThatGoesDestroysItsHandleAndFreesItsCell) {
+    expectNothingIsLeft<Mutex>(gThreadCalls.mutexes);
+}
+
+TEST(LockHandleTest, AnRWLockThatGoesDestroysItsHandleAndFreesItsCell) {
+    expectNothingIsLeft<RWLock>(gThreadCalls.rwLocks);
+}
+
+TEST(LockHandleTest, AConditionThatGoesDestroysItsHandleAndFreesItsCell) {
+    expectNothingIsLeft<Condition>(gThreadCalls.conditions);
+}
+
+TEST(LockHandleTest, AWaitThatFailsForAnotherReasonThanTimeCountsAsWoken) {
+    Condition condition;
+    Mutex mutex;
+    const MutexLock lock(mutex);
+    const timespec deadline{std::time(nullptr) + 3600, 0};
+    for (const int result : {EINVAL, EPERM, ENOMEM}) {
+        const ThreadCallResult failure(gThreadCalls.waitResult, result);
+        EXPECT_TRUE(condition.wait(mutex, &deadline)) << result;
+    }
+    const ThreadCallResult timeout(gThreadCalls.waitResult, ETIMEDOUT);
+    EXPECT_FALSE(condition.wait(mutex, &deadline));
+}
+
+}  // namespace
