@@ -14,7 +14,9 @@
 #include "testing/environmentscope.h"
 #include "testing/posixworld-win.h"
 #include "testing/recordedstarts-win.h"
+#include "testing/refusedcall-win.h"
 #include "testing/replacedcall-win.h"
+#include "util/numberedmessage.h"
 #include "util/windows/exec-win.h"
 #include "util/windows/unicodetext-win.h"
 
@@ -25,6 +27,7 @@ using testing_support::CurrentDirectory;
 using testing_support::EnvironmentScope;
 using testing_support::PosixWorld;
 using testing_support::RecordedStarts;
+using testing_support::RefusedCall;
 using testing_support::ReplacedCall;
 
 class TranslateCachedTest : public CommandTest {
@@ -74,6 +77,20 @@ TEST_F(TranslateCachedTest, AnEmptyNameMeansNoFileAndIsKept) {
     EXPECT_EQ(mExec->translateCached(""), "");
     EXPECT_EQ(mExec->translateCached(""), "");
     expectCounters(1, 1);
+}
+
+TEST_F(TranslateCachedTest, OfANameThatCouldNotBeAskedForNothingIsKept) {
+    const std::string file = mWorld.write("/tools/bin/ls.exe");
+    {
+        const RefusedCall<decltype(SetCurrentDirectoryW)> refused("SetCurrentDirectoryW",
+                                                                  ERROR_PATH_NOT_FOUND);
+        EXPECT_THROW(mExec->translateCached("/tools/bin/ls"), NumberedRuntimeError);
+        EXPECT_GT(refused.count(), 0);
+    }
+    EXPECT_EQ(mExec->mPathCache.count("/tools/bin/ls"), 0U);
+    expectCounters(0, 0);
+    EXPECT_EQ(mExec->translateCached("/tools/bin/ls"), file);
+    expectCounters(0, 1);
 }
 
 class ScriptCommandLineTest : public CommandTest {
