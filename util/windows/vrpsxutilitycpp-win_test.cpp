@@ -4,6 +4,8 @@
 
 #include <new>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -321,6 +323,32 @@ TEST(VrpsxSystemTest, WhatAHolderHeldIsDisposedOfWhenItIsFilled) {
     vrpsx::mount_option option = mount.options();
     EXPECT_EQ(mount.options(option, std::nothrow), 0);
     EXPECT_EQ(provider.count(POSIXPROVIDER_COUNT_MOUNT_OPTIONS), 2);
+}
+
+using UnameResults = std::vector<vrpsx::raw::uname_result*>;
+UnameResults gDisposed;
+
+int noteDisposal(vrpsx::raw::uname_result* self, vrpsx::raw::uname_result**) {
+    gDisposed.push_back(self);
+    return 0;
+}
+
+TEST(UnameResultTest, AnAssignedOneDisposesOfItsOwnAtOnceAndHoldsTheOther) {
+    vrpsx::raw::uname_result_table table = {};
+    table.dispose = &noteDisposal;
+    vrpsx::raw::uname_result first = {&table};
+    vrpsx::raw::uname_result second = {&table};
+    gDisposed.clear();
+    {
+        vrpsx::uname_result target(&first);
+        vrpsx::uname_result source(&second);
+        target = std::move(source);
+        EXPECT_EQ(gDisposed, UnameResults{&first});
+        vrpsx::uname_result& same = target;
+        target = std::move(same);
+        EXPECT_EQ(gDisposed, UnameResults{&first}) << "assigned to itself, it stays";
+    }
+    EXPECT_EQ(gDisposed, (UnameResults{&first, &second})) << "each once";
 }
 
 }  // namespace
