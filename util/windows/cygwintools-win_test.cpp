@@ -16,9 +16,11 @@
 #include "testing/boundedthread.h"
 #include "testing/commandtest-win.h"
 #include "testing/currentdirectory-win.h"
+#include "testing/debugoutput-win.h"
 #include "testing/environmentscope.h"
 #include "testing/posixworld-win.h"
 #include "testing/recordedstarts-win.h"
+#include "testing/refusedcall-win.h"
 #include "util/windows/system-paths-win.h"
 #include "util/windows/unicodetext-win.h"
 
@@ -27,9 +29,11 @@ namespace {
 using testing_support::BoundedThread;
 using testing_support::CommandTest;
 using testing_support::CurrentDirectory;
+using testing_support::DebugOutput;
 using testing_support::EnvironmentScope;
 using testing_support::PosixWorld;
 using testing_support::RecordedStarts;
+using testing_support::RefusedCall;
 using testing_support::TempFolder;
 
 class CygwinToolsTest : public CommandTest {
@@ -109,6 +113,26 @@ TEST_F(CygwinToolsTest, TheyRunInTheCurrentDirectoryWithTheEnvironmentOfTheProce
     EXPECT_EQ(starts.last().environment, std::nullopt);
     EXPECT_EQ(toUtf8(*starts.last().program),
               testing_support::utf8((PosixWorld::tools() / "cygpath.exe").make_preferred()));
+}
+
+TEST_F(CygwinToolsTest, FailuresAreNotReported) {
+    // Told by any other command: the desktop, and a program that can't be started.
+    const RefusedCall<decltype(GetProcessWindowStation)> noDesktop("GetProcessWindowStation",
+                                                                   ERROR_ACCESS_DENIED);
+    const RecordedStarts starts(
+        {ERROR_ACCESS_DENIED, ERROR_ACCESS_DENIED, ERROR_ACCESS_DENIED, ERROR_ACCESS_DENIED});
+    const DebugOutput debugger;
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(runCygpath("/tools", "-m"), "");
+    EXPECT_EQ(runReadlink("/tools/link", ""), "");
+    EXPECT_FALSE(makeCygwinSymlink("target", "/tools/link"));
+    EXPECT_EQ(resolveCygwinPath("/tools/bin/ls"), "");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(debugger.texts(), std::vector<std::string>());
+    EXPECT_EQ(starts.calls().size(), 4U);
+    EXPECT_EQ(noDesktop.count(), 4);
 }
 
 /// Threads leave handles behind, so this is no CommandTest.
