@@ -1,6 +1,8 @@
 // Aborts, without and with a POSIX side.
 
+#include <ios>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -9,6 +11,7 @@
 #include <windows.h>
 
 #include "testing/badaddress.h"
+#include "testing/debugoutput-win.h"
 #include "testing/execwait-win.h"
 #include "testing/posixembedding-win.h"
 #include "testing/posixprovider-win.h"
@@ -19,6 +22,7 @@ namespace {
 
 using testing_support::CommandResult;
 using testing_support::ConsoleBreaks;
+using testing_support::DebugOutput;
 using testing_support::diedOfABadAddress;
 using testing_support::embeddingOf;
 using testing_support::PosixProvider;
@@ -28,6 +32,18 @@ using testing_support::TestedExec;
 using testing_support::waitedChild;
 
 const std::string ABORTED = "aborted by call to Exec::abort\n";
+
+/// The words of a stream that goes bad.
+std::string streamFailure() {
+    std::ostringstream stream;
+    stream.exceptions(std::ios::failbit);
+    try {
+        stream.setstate(std::ios::failbit);
+    } catch (const std::ios::failure& e) {
+        return e.what();
+    }
+    return "no failure";
+}
 
 std::string waitingFor(const std::string& pid) { return "\twaiting for child pid " + pid + "\n"; }
 std::string breakSent(const std::string& pid) {
@@ -179,6 +195,19 @@ TEST_F(AbortTest, AnEndOfTheObjectBreaksTheChildThatItStillKnows) {
     }
     const TestedExec without;
     EXPECT_EQ(breaks.calls(), (std::vector<ConsoleBreaks::Call>{{CTRL_BREAK_EVENT, 4711}}));
+}
+
+TEST_F(AbortTest, WhatFailsAtTheEndOfTheObjectIsToldToTheDebugger) {
+    const DebugOutput debugger;
+    {
+        TestedExec other;
+        other.mPid = 4711;
+        // A log that can't be written, and that says so by an exception.
+        other.mLog.setstate(std::ios::badbit);
+        other.mLog.exceptions(std::ios::failbit);
+    }
+    EXPECT_EQ(debugger.texts(), std::vector<std::string>{streamFailure() + "\n"});
+    EXPECT_TRUE(breaks.calls().empty());
 }
 
 /// Notes the signals.
