@@ -96,6 +96,15 @@ TEST_F(ExecCaptureLimitsTest, NothingNeedBeKept) {
     EXPECT_EQ(result.error, "");
 }
 
+TEST_F(ExecCaptureLimitsTest, WithANegativeLimitTheReportAloneComesBackOfEveryStream) {
+    mExec->setOutputLimits(-1, 0);
+    const std::string line = execChild("say x exit 9");
+    const CommandResult result = mExec->run(line);
+    EXPECT_EQ(result.code, 9);
+    EXPECT_EQ(result.output, report(line, "1", "output text", "0") + "\n");
+    EXPECT_EQ(result.error, report(line, "0", "error text", "0") + "\n");
+}
+
 /// An open file with a text.
 class FileOf {
 public:

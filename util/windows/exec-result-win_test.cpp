@@ -1,5 +1,8 @@
 // What comes back of a command that has ended: its exit code, and the text of its streams.
 
+#include <atomic>
+#include <filesystem>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -7,23 +10,32 @@
 
 #include <windows.h>
 
+#include "testing/beforeresume-win.h"
+#include "testing/boundedthread.h"
 #include "testing/commandtest-win.h"
+#include "testing/eventually.h"
 #include "testing/recordedstarts-win.h"
 #include "testing/replacedcall-win.h"
 #include "testing/systemmessage-win.h"
 #include "util/windows/errortext-win.h"
 #include "util/windows/exec-win.h"
+#include "util/windows/system-host-win.h"
 
 namespace {
 
+using testing_support::BeforeResume;
+using testing_support::BoundedThread;
 using testing_support::childInfo;
 using testing_support::CommandResult;
 using testing_support::CommandTest;
+using testing_support::eventually;
 using testing_support::execChild;
 using testing_support::RecordedStarts;
 using testing_support::ReplacedCall;
 using testing_support::StandardFiles;
 using testing_support::SystemMessage;
+using testing_support::TempFolder;
+using testing_support::TestedExec;
 
 using Texts = std::vector<std::string>;
 
@@ -197,6 +209,77 @@ TEST_F(ExecResultTest, CapturedStreamsAreNotFlushed) {
     gFlushed.clear();
     EXPECT_EQ(mExec->run(execChild("say x")).output, "x");
     EXPECT_TRUE(gFlushed.empty());
+}
+
+TEST_F(ExecResultTest, ACaptureThatSomebodyElseKeepsOpenStaysInItsFolder) {
+    HANDLE kept = nullptr;
+    {
+        const RecordedStarts starts;
+        // In place of a process that got the command's standard output and outlives it.
+        const BeforeResume resumed([&](HANDLE) {
+            const RecordedStarts::Call& call = starts.last();
+            DuplicateHandle(call.process.hProcess, call.startup.hStdOutput, GetCurrentProcess(),
+                            &kept, 0, FALSE, DUPLICATE_SAME_ACCESS);
+        });
+        EXPECT_EQ(mExec->run(execChild("say x complain y")).output, "x");
+    }
+    EXPECT_EQ(mExec->errors(), Texts());
+    EXPECT_TRUE(CloseHandle(kept));
+    EXPECT_EQ(captures(), std::multiset<std::string>{"out"}) << "nobody removes it later";
+    for (const auto& file : std::filesystem::directory_iterator(System::tempDirectory())) {
+        EXPECT_TRUE(std::filesystem::remove(file)) << file;
+    }
+}
+
+HANDLE gPipe = nullptr;
+std::atomic<bool> gIsFlushing = false;
+decltype(&FlushFileBuffers) gFlushFileBuffers = nullptr;
+
+BOOL WINAPI flushReally(HANDLE file) {
+    if (file == gPipe) {
+        gIsFlushing = true;
+    }
+    return gFlushFileBuffers(file);
+}
+
+/// Threads leave handles behind, so this is no CommandTest.
+TEST(ExecPipeTest, TheRunWaitsUntilAPipeOfTheCallerHasBeenRead) {
+    HANDLE readEnd = nullptr;
+    HANDLE writeEnd = nullptr;
+    SECURITY_ATTRIBUTES inheritable = {sizeof inheritable, nullptr, TRUE};
+    ASSERT_TRUE(CreatePipe(&readEnd, &writeEnd, &inheritable, 0));
+    HANDLE outputBefore = GetStdHandle(STD_OUTPUT_HANDLE);
+    SetStdHandle(STD_OUTPUT_HANDLE, writeEnd);
+    gPipe = writeEnd;
+    gIsFlushing = false;
+    const ReplacedCall<decltype(FlushFileBuffers)> flushing("FlushFileBuffers", &flushReally);
+    gFlushFileBuffers = flushing.original();
+    std::atomic<bool> isRead = false;
+    std::atomic<bool> isOver = false;
+    char text = '\0';
+    BoundedThread reader([&] {
+        EXPECT_TRUE(eventually([&] { return gIsFlushing || isOver; }));
+        // A run that doesn't wait would have to take longer than this to go unseen; one that waits
+        // is never seen to end before.
+        Sleep(50);
+        isRead = true;
+        DWORD count = 0;
+        EXPECT_TRUE(ReadFile(readEnd, &text, 1, &count, nullptr));
+    });
+    const TempFolder folder;
+    TestedExec exec;
+    Exec::RunInfo info = childInfo("say x");
+    info.mCaptureOutput = false;
+    info.mStderrMode = streamFile;
+    info.mStderrFile = folder.utf8("error");
+    EXPECT_EQ(exec.run(info).code, 0);
+    isOver = true;
+    EXPECT_TRUE(isRead);
+    reader.join();
+    EXPECT_EQ(text, 'x');
+    SetStdHandle(STD_OUTPUT_HANDLE, outputBefore);
+    CloseHandle(readEnd);
+    CloseHandle(writeEnd);
 }
 
 TEST_F(ExecResultTest, TextInUtf16ComesBackInUtf8) {

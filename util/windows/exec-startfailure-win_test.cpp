@@ -216,6 +216,14 @@ TEST_F(ExecStartFailureTest, AMissingProgramIsToldInOnePlaceOnly) {
     }
 }
 
+TEST_F(ExecStartFailureTest, AnAbortOfAMissingProgramIsNotTold) {
+    mExec->mAborted = true;
+    const CommandResult result = mExec->run("missing-program");
+    EXPECT_EQ(result.code, 255);
+    EXPECT_EQ(result.error, "'missing-program': Command not found\n");
+    EXPECT_FALSE(result.aborted);
+}
+
 TEST_F(ExecStartFailureTest, AProgramThatIsNamedAndMissingIsNotFoundEither) {
     Exec::RunInfo info;
     info.mDirectArgv = {execChild()};

@@ -10,7 +10,8 @@
 //     const int32_t code = exec.runCommand(info, "c:/work", /*environment=*/nullptr,
 //                                          /*passThrough=*/nullptr, &output, &error, &aborted);
 //
-// All text is UTF-8, save what a command writes, which comes back byte for byte.
+// All text is UTF-8, save a line of the log (see there), and what a command writes, which comes
+// back byte for byte.
 
 #include <atomic>
 #include <cstdint>
@@ -99,7 +100,8 @@ public:
     /// are watched, unless it has a timeout of 0 or neither watchTime nor watchIo.
     struct StallRule {
         std::string mPattern;  ///< POSIX extended; matches the whole line, in any case of letters
-        int32_t mTimeout = 0;  ///< milliseconds without progress, in effect a multiple of 500
+        /// Milliseconds without progress; in effect a multiple of 500, and 500 if it is negative.
+        int32_t mTimeout = 0;
         uint32_t mFlags = 0;
     };
 
@@ -119,6 +121,10 @@ public:
     /// or a stall, and then a text behind the captured errors tells; without capture a stalled
     /// command's exit code comes back. A command may return these numbers itself.
     ///
+    /// In three cases an abort leaves `*aborted` false, and the result is what it is without one:
+    /// after a stall was noticed, where no program is started (a missing one, for instance), and
+    /// where the wait for it fails.
+    ///
     /// `environment` is a block of NAME=VALUE strings, each with its NUL, and one NUL more; null or
     /// empty stands for the caller's. Its first PATH in any case of letters is where programs are
     /// searched for. `workingDirectory` is absolute, or empty for the current one; relative files
@@ -128,11 +134,16 @@ public:
     /// event.
     ///
     /// The last three are never null and are written at once. What is captured over the limit is
-    /// cut, with a report in front. Failures are given to `reportError` and, with capture, put into
-    /// `errorText`, or `outputText` where the streams are merged, in the order of events: those of
-    /// the wait stand before what was captured. The missing program goes to one of the two. The
-    /// desktop, the assignment to the job and a stall are told to `reportError` alone, and of an
-    /// alternate that can't be started nothing is said.
+    /// cut, with a report in front. A process that the command leaves behind with its streams keeps
+    /// the files of a capture open: they can't be removed then, and stay in the folder for
+    /// temporary files. Without capture the run waits until all that was written into a pipe of the
+    /// caller has been read.
+    ///
+    /// Failures are given to `reportError` and, with capture, put into `errorText`, or `outputText`
+    /// where the streams are merged, in the order of events: those of the wait stand before what
+    /// was captured. The missing program goes to one of the two. The desktop, the assignment to the
+    /// job and a stall are told to `reportError` alone, and of an alternate that can't be started
+    /// nothing is said.
     ///
     /// Until the command runs, the process's current directory and `Path` are the command's, and
     /// other commands wait for their start. `Path` goes through the ANSI code page, both ways:
@@ -159,11 +170,14 @@ public:
     virtual void setStallRules(const std::list<StallRule>& rules);
     virtual void reserved2();
     /// A captured stream of over `maxBytes` bytes (5,000,000 at first) is cut to `keepBytes` bytes
-    /// (5,000). A stream that is cut and has fewer is a failure: `keepBytes` is at most `maxBytes`.
+    /// (5,000). A stream that is cut and has fewer is a failure: `keepBytes` is at most `maxBytes`,
+    /// or 0. With a negative `maxBytes` every stream is cut, an empty one included: -1 and 0 give
+    /// the report alone, of each captured stream.
     virtual void setOutputLimits(int maxBytes, unsigned keepBytes);
     virtual void getOutputLimits(int* maxBytes, unsigned* keepBytes);
     /// What happened in the present or last run. While a command runs, every other thread holds
-    /// `mHandleLock` here.
+    /// `mHandleLock` here. The line that a script was started by has the narrow characters of the
+    /// process-wide locale (see narrowText), and is not always UTF-8.
     virtual std::string log();
     /// Writes the text and a line end to standard error.
     virtual void reportError(const char* text);
