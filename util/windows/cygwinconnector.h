@@ -41,7 +41,7 @@ using mount_map = std::map<std::string, mount_info, longer_first>;
 /// Holds an embedding, passes the signals that the POSIX side gets to handlers, and offers what is
 /// needed to signal processes and to translate paths over there.
 ///
-/// One thread owns it. The calls from `internalize_pid` on may be made by any thread; each thread
+/// One thread owns it. The calls from `describe` on may be made by any thread; each thread
 /// has a last error of its own. What throws, throws vrpsx::system_exception_t unless told
 /// otherwise.
 class connector {
@@ -83,13 +83,13 @@ public:
     [[noreturn]] void exit_with_signal(int exitCode, uint32_t signal);
     static constexpr uint32_t no_signal = 0x80000000;
 
-    /// "version 1.7.35." and a line end; for a process that Cygwin started, "Invoked from a cygwin
-    /// process" follows, with the record's magic unless it is known, and a full stop.
-    std::string describe() const;
-
     // Of these only those that return text throw, std::bad_alloc. Each that fails leaves the
     // runtime's error code for `last_error`.
 
+    /// "version 1.7.35." and a line end; for a process that Cygwin started, "Invoked from a cygwin
+    /// process" follows, with the record's magic unless it is known, and a full stop. Doesn't fail,
+    /// and leaves the last error alone.
+    std::string describe() const;
     /// The POSIX pid of a process of Windows, or -1.
     int64_t internalize_pid(uint32_t windowsPid) const;
     /// Sets the last error in any case. What a failure returns is the runtime's: -1.

@@ -1,5 +1,6 @@
 #include "util/windows/cygwinconnector.h"
 
+#include <array>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -225,6 +226,24 @@ TEST(ConnectorTest, WithoutARecordTheDescriptionIsTheVersion) {
     const connector c(embeddingOf(provider));
     EXPECT_EQ(c.describe(), "version 3.4.6.\n");
     EXPECT_FALSE(cygwin::invoked_from_cygwin());
+}
+
+TEST(ConnectorTest, AnyThreadMayAskForTheDescriptionAndKeepsItsLastError) {
+    PosixProvider provider("3.4.6");
+    const connector c(embeddingOf(provider));
+    std::array<std::thread, 4> threads;
+    for (std::thread& thread : threads) {
+        thread = std::thread([&c] {
+            EXPECT_EQ(c.getpgid(99), -1);
+            for (int round = 0; round < 100; ++round) {
+                EXPECT_EQ(c.describe(), "version 3.4.6.\n");
+            }
+            EXPECT_EQ(c.last_error(), POSIXPROVIDER_MISSING_PROCESS);
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
 }
 
 }  // namespace

@@ -65,7 +65,8 @@ public:
     owner(const owner&) = delete;
     owner& operator=(const owner&) = delete;
 
-    /// Nothing happens if it holds that already.
+    /// Nothing happens if it holds that already. If the end of the old handle throws, the new one
+    /// is disposed of as well, and this one is empty.
     void assign(Raw* raw) {
         if (raw != _raw) {
             owner fresh(raw);
@@ -130,7 +131,8 @@ public:
     using owner::owner;
     /// Steps to the next one; null behind the last.
     void next();
-    /// `errors`, if not null, gets a reference to the system on failure.
+    /// `errors`, if not null, gets a reference to the system on failure, and none on success. What
+    /// it held is released.
     int next(system* errors, std::nothrow_t);
     std::string text() const;
     int text(std::string& result, std::nothrow_t) const;
@@ -140,6 +142,7 @@ public:
 class mount : public owner<raw::mount> {
 public:
     using owner::owner;
+    /// These two are as those of an option.
     void next();
     int next(system* errors, std::nothrow_t);
     std::string device() const;

@@ -7,10 +7,11 @@
 // such as "vrpsx::system::kill". With std::nothrow as the last argument it returns the runtime's
 // error code instead, 0 for success, and gives its result through the parameter before; what that
 // held is disposed of, which may throw (see there). Some have that form alone. The result that
-// comes with a failure is taken and disposed of like any other. An empty handle may be assigned,
-// swapped and destroyed; any other use stops the process by an assertion. Raw pointers that are
-// handed over aren't null unless told otherwise. Nothing is locked here: a system may be used by
-// any thread, each handle by one at a time.
+// comes with a failure is taken and disposed of like any other. An empty handle may be asked
+// whether it is one, assigned, swapped, taken from and destroyed; any other use stops the process
+// by an assertion. Raw pointers and texts that are handed over aren't null unless told otherwise;
+// nothing checks that. Nothing is locked here: a system may be used by any thread, each handle by
+// one at a time.
 
 #include <cstddef>
 #include <cstdint>
