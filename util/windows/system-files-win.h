@@ -72,7 +72,7 @@ int64_t freeDiskSpace(const std::string& path);
 
 /// Makes `buffer` `size` bytes long and reads the start of a file into it, by one call. A shorter
 /// file leaves the rest as it is and isn't told of. False if the file can't be opened or read,
-/// also while another has it open for writing.
+/// also while another has it open for writing; the buffer has the new length then as well.
 bool readBytes(const std::string& path, std::string& buffer, size_t size);
 
 /// Makes an empty file of a new name in `directory`, or in the folder for temporary files if that

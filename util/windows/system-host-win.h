@@ -29,8 +29,8 @@ std::string dateTimeText();
 /// had. The reference is good to the end of the process.
 const std::string& programDirectory();
 
-/// `relative` below the folder of the program, with a `/` between them unless there is one; what
-/// `fallback`, never null, returns if that folder can't be had.
+/// `relative` below the folder of the program, with a `/` between them unless there is one: a `\`
+/// on either side doesn't count. What `fallback`, never null, returns if that folder can't be had.
 std::string pathBelowProgram(const std::string& relative, std::string (*fallback)());
 
 /// The folder two levels above the program, the one for configuration beside it, and the one three

@@ -7,6 +7,7 @@
 
 #include "testing/replacedcall-win.h"
 #include "testing/tempfolder.h"
+#include "util/windows/system-files-win.h"
 #include "util/windows/system-paths-win.h"
 #include "util/windows/system-trees-win.h"
 #include "util/windows/unicodetext-win.h"
@@ -95,6 +96,20 @@ TEST(LongPathTest, ANameThatIsMissingFailsAndLeavesTheAbsoluteForm) {
     EXPECT_EQ(result, System::getcwd() + "/missing");
     EXPECT_FALSE(System::longPath("c:/missing/x", result));
     EXPECT_EQ(result, "c:/missing/x");
+}
+
+TEST(LongPathTest, WhetherTheNameIsThereIsNotAsked) {
+    // As some systems answer.
+    const ReplacedCall<decltype(GetLongPathNameW)> call(
+        "GetLongPathNameW", [](LPCWSTR name, LPWSTR buffer, DWORD) -> DWORD {
+            const std::wstring_view text = name;
+            text.copy(buffer, text.size());
+            return static_cast<DWORD>(text.size());
+        });
+    std::string result;
+    EXPECT_TRUE(System::longPath("c:/missing/x", result));
+    EXPECT_EQ(result, "c:/missing/x");
+    EXPECT_FALSE(System::exists(result));
 }
 
 TEST(LongPathTest, ANameOfOver260CharactersIsFetchedByASecondCall) {

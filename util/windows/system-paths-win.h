@@ -37,7 +37,8 @@ std::string getcwd();
 /// Gets the long form of a name into `result`, absolute as `isAbsolutePath` has it and with forward
 /// slashes. False, with the failure in GetLastError, if Windows has none; `result` is then the
 /// absolute form of `path`. A name that grows while it is asked for is the one failure that
-/// GetLastError doesn't tell of.
+/// GetLastError doesn't tell of. No test for a file: whether a name that isn't there has a long
+/// form is up to the system.
 bool longPath(const std::string& path, std::string& result);
 
 /// The same for the short form. A text of over 260 characters isn't fetched: the answer is true,

@@ -166,6 +166,10 @@ TEST(SystemPathBelowProgramTest, ASlashStandsBetweenUnlessTheRelativePathBringsO
     EXPECT_EQ(System::pathBelowProgram("", fallback), program);
 }
 
+TEST(SystemPathBelowProgramTest, ABackslashIsNoSlashBetween) {
+    EXPECT_EQ(System::pathBelowProgram("\\a", fallback), programFolder() + "/\\a");
+}
+
 void tellPathsBelow(const std::wstring& program) {
     const ReplacedCall<decltype(GetModuleFileNameW)> call("GetModuleFileNameW", programName);
     gProgram = program;
@@ -178,6 +182,11 @@ void tellPathsBelow(const std::wstring& program) {
 TEST(SystemPathBelowProgramDeathTest, NoSlashIsAddedToAFolderThatEndsInOne) {
     EXPECT_EXIT(tellPathsBelow(L"C:/p/\\x.exe"), testing::ExitedWithCode(0),
                 "^260;\\[C:/p/a\\]\\[C:/p//a\\]\\[C:/p/\\]$");
+}
+
+TEST(SystemPathBelowProgramDeathTest, ASlashIsAddedToAFolderThatEndsInABackslash) {
+    EXPECT_EXIT(tellPathsBelow(L"C:\\p\\\\x.exe"), testing::ExitedWithCode(0),
+                R"(^260;\[C:\\p\\/a\]\[C:\\p\\/a\]\[C:\\p\\\]$)");
 }
 
 TEST(SystemPathBelowProgramDeathTest, WithoutAFolderItIsWhatTheFallbackReturns) {

@@ -35,7 +35,9 @@ void makePath(const char* path, std::string* created);
 ///
 /// False on failure; the rest is removed all the same, as far as it is no further subdirectory and
 /// doesn't follow a link that can't be removed. What can't be deleted is no longer read-only then.
-/// `message`, if it is empty, gets the first failure. True if there is nothing at `path`; a file
+/// `message`, if it is empty, gets the first failure. It names what is in the directory, and the
+/// pattern of a listing, in the form of System::unicodePath (`\\?\C:\tree\file`), and the
+/// directory itself as `path` does. True if there is nothing at `path`; a file
 /// there fails, and stays. An empty path stands for what is in the current directory, which itself
 /// stays: without `keepRoot` that is a failure.
 ///
