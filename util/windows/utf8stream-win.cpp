@@ -73,7 +73,8 @@ utf8streambuf::int_type utf8streambuf::underflow() {
         return traits_type::eof();
     }
 
-    // Room for a unit per byte: a surrogate pair can end behind the block's 4096th unit.
+    // Room for a unit per byte: the surrogate pair of a character that is read whole can end after
+    // the 4,096th unit.
     std::array<wchar_t, mostBytes> units;
     size_t numConverted = 0;
     // A conversion can give nothing and no error either, as of a lone "+" in UTF-7.
