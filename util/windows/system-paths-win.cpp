@@ -2,17 +2,19 @@
 
 #include <algorithm>
 #include <cctype>
+#include <climits>
+#include <cstdint>
 #include <exception>
 #include <locale>
 #include <stdexcept>
 #include <string_view>
 
 #include <boost/algorithm/string/predicate.hpp>
-#include <boost/regex.hpp>
 
 #include <windows.h>
 
 #include "util/pathfun.h"
+#include "util/trailingblanks.h"
 #include "util/windows/debugstream-win.h"
 #include "util/windows/unicodetext-win.h"
 
@@ -22,6 +24,7 @@ constexpr std::wstring_view LOCAL_PREFIX = L"\\\\?\\";
 constexpr std::wstring_view UNC_PREFIX = L"\\\\?\\UNC\\";
 constexpr std::wstring_view NULL_DEVICE = L"\\NUL";
 constexpr size_t MAX_NAME = 260;
+constexpr size_t LONGEST_TEXT = INT_MAX;  ///< that Windows converts
 
 bool isSlash(char c) { return isPathSeparator(c, windowsPaths); }
 
@@ -46,37 +49,31 @@ std::string folded(const std::string& path) {
     return normalizePath(path);
 }
 
-/// Whether the expression below may match: a blank or dot, and behind it the end of a name, or
-/// something that it may take for the end of a line.
-bool mayHaveTrailing(std::wstring_view path) {
-    for (size_t i = 0; i < path.size(); ++i) {
-        if (path[i] != L'.' && path[i] != L' ') {
-            continue;
-        }
-        if (i + 1 == path.size()) {
-            return true;
-        }
-        const wchar_t next = path[i + 1];
-        if (next == L'\\' || next < 0x20 || next >= 0x80) {
-            return true;
-        }
-    }
-    return false;
-}
-
-/// Removes the blanks and dots at the end of each name. The expression decides, which is meant: its
-/// `$` also matches before a line end.
-void removeTrailing(std::wstring& path) {
-    // The expression takes microseconds even where it finds nothing.
-    if (!mayHaveTrailing(path)) {
-        return;
-    }
-    static const boost::wregex trailing(L"([^\\\\.])[ \\.]+(\\\\|$)");
-    static const std::wstring replacement = L"\\1\\2";
-    path = boost::regex_replace(path, trailing, replacement);
-}
-
 enum class PathKind { other, local, network };
+
+/// Whether a local path is ASCII and its own normal form but for slashes, as nearly every path is:
+/// its names follow each other by one separator, none begins with a dot, and there is no colon at
+/// the end. The loop is one that compilers turn into vector code.
+bool isPlain(std::string_view path) {
+    const char last = path.back();
+    if (path.size() > LONGEST_TEXT || last == ':' || isSlash(last)) {
+        return false;
+    }
+    uint8_t bad = static_cast<uint8_t>(path.front() & 0x80);
+    for (size_t i = 0; i + 1 < path.size(); ++i) {
+        const char next = path[i + 1];
+        const uint8_t here = uint8_t{path[i] == '/'} | uint8_t{path[i] == '\\'};
+        const uint8_t after = uint8_t{next == '/'} | uint8_t{next == '\\'} | uint8_t{next == '.'};
+        bad = static_cast<uint8_t>(bad | (here & after) | (next & 0x80));
+    }
+    return bad == 0;
+}
+
+void setPlain(std::string_view path, std::wstring& result) {
+    result = LOCAL_PREFIX;
+    result.resize(LOCAL_PREFIX.size() + path.size());
+    std::copy(path.begin(), path.end(), result.begin() + LOCAL_PREFIX.size());
+}
 
 void setPrefixed(std::wstring_view prefix, StringSpan path, std::wstring& result) {
     result.reserve(prefix.size() + path.length);
@@ -87,7 +84,11 @@ void setPrefixed(std::wstring_view prefix, StringSpan path, std::wstring& result
 /// Builds `result` and finds out what kind of path it is, as far as it gets.
 void buildUnicodePath(const std::string& path, std::wstring& result, PathKind& kind) {
     if (isLocal(path)) {
-        setPrefixed(LOCAL_PREFIX, folded(path), result);
+        if (isPlain(path)) {
+            setPlain(path, result);
+        } else {
+            setPrefixed(LOCAL_PREFIX, folded(path), result);
+        }
         kind = PathKind::local;
     } else if (isNetwork(path) && isPrefixed(path)) {
         appendWide(path, result);
@@ -104,7 +105,7 @@ void buildUnicodePath(const std::string& path, std::wstring& result, PathKind& k
     for (wchar_t& c : result) {
         c = c == L'/' ? L'\\' : c;
     }
-    removeTrailing(result);
+    removeTrailingBlanks(result);
 }
 
 /// One line to the debugger; lack of memory loses it.
@@ -117,11 +118,20 @@ void tellDebugger(const std::string& path, const std::exception& failure) noexce
     }
 }
 
-/// Whether the last component is "nul", in any case.
+/// Whether the last component is "nul", in any case as the global locale has it.
 bool namesNullDevice(const std::wstring& path) {
     const size_t size = NULL_DEVICE.size();
-    return path.size() >= size && path[path.size() - size] == NULL_DEVICE.front() &&
-           boost::algorithm::iends_with(path, NULL_DEVICE, std::locale());
+    if (path.size() < size || path[path.size() - size] != NULL_DEVICE.front()) {
+        return false;
+    }
+    const std::locale locale;
+    if (locale != std::locale::classic()) {
+        return boost::algorithm::iends_with(path, NULL_DEVICE, locale);
+    }
+    // The same without a call for each letter.
+    return std::equal(
+        NULL_DEVICE.begin() + 1, NULL_DEVICE.end(), path.end() - 3,
+        [](wchar_t wanted, wchar_t c) { return c == wanted || c == wanted + (L'a' - L'A'); });
 }
 
 /// A path as Windows gave it, as the rest of the code base has it.

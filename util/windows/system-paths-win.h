@@ -23,12 +23,12 @@ namespace System {
 /// "Only widened" means UTF-16 with backslashes. In every form, a run of blanks and dots at the
 /// end of a name is removed as far as it follows a character of that name which is no dot: "a. "
 /// becomes "a", "..." stays, and of a name of blanks the first stays. A line end inside a name
-/// counts as its end here.
+/// counts as its end here. `removeTrailingBlanks` (util/trailingblanks.h) has the rule. The time is
+/// linear in the length of the path.
 ///
-/// Never throws: a path that can't be converted (`//server` alone, one that the expression for
-/// names gives up on, lack of memory) is told to the debugger as
-/// "System::unicodePath("PATH"):  REASON", a line that lack of memory loses, and the result is
-/// empty or partly built, so that the file function that gets it fails.
+/// Never throws: a path that can't be converted (`//server` alone, lack of memory) is told to the
+/// debugger as "System::unicodePath("PATH"):  REASON", a line that lack of memory loses, and the
+/// result is empty or partly built, so that the file function that gets it fails.
 std::wstring unicodePath(const std::string& path);
 
 /// The current directory with forward slashes; empty if Windows gives no answer.

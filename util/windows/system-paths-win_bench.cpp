@@ -22,8 +22,18 @@ size_t convertAndFold(const std::string& path) {
 TEST_CASE("System::unicodePath") {
     const std::string path = "C:\\work tree\\src\\util\\windows\\system-paths-win.cpp";
     benchmark::compare(
-        {"System::unicodePath", "MultiByteToWideChar, GetFullPathNameW", 2.0},
+        {"System::unicodePath", "MultiByteToWideChar, GetFullPathNameW", 0.7},
         [&] { return System::unicodePath(path).size(); }, [&] { return convertAndFold(path); });
+}
+
+TEST_CASE("System::unicodePath with a run of blanks") {
+    // Which ends nowhere, so that it could be tried from each of its places.
+    const std::string blanks = "C:/x" + std::string(32'000, ' ') + "x./y";
+    const std::string letters = "C:/x" + std::string(32'000, 'b') + "xb/y";
+    benchmark::compare(
+        {"System::unicodePath, 32,000 blanks", "the same without a blank", 4.0},
+        [&] { return System::unicodePath(blanks).size(); },
+        [&] { return System::unicodePath(letters).size(); });
 }
 
 }  // namespace

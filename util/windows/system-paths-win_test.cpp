@@ -2,27 +2,32 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <locale>
 #include <random>
-#include <string_view>
 #include <vector>
 
-#include <boost/regex.hpp>
 #include <gtest/gtest.h>
 
 #include <windows.h>
 
+#include "testing/allocationcount.h"
+#include "testing/alltexts.h"
 #include "testing/cygwinscope.h"
 #include "testing/debugoutput-win.h"
+#include "testing/eightbitlocale.h"
 #include "testing/replacedcall-win.h"
+#include "testing/trailingexpression.h"
 #include "util/pathfun.h"
 #include "util/windows/debugstream-win.h"
 #include "util/windows/unicodetext-win.h"
 
 namespace {
 
+using testing_support::allocationCount;
+using testing_support::byTrailingExpression;
 using testing_support::CygwinScope;
-
 using testing_support::DebugOutput;
+using testing_support::forAllTexts;
 using testing_support::ReplacedCall;
 
 struct Row {
@@ -96,7 +101,7 @@ TEST(UnicodePathTest, NamesOfDotsAloneSurvive) {
                  {"./a", L".\\a"}});
 }
 
-TEST(UnicodePathTest, OfANameOfBlanksTheExpressionLeavesTheFirst) {
+TEST(UnicodePathTest, OfANameOfBlanksTheFirstStays) {
     expectPaths({{"a/ /b", L"a\\ \\b"}, {"a/  /b", L"a\\ \\b"}, {"a/. /b", L"a\\. \\b"}});
 }
 
@@ -107,12 +112,36 @@ TEST(UnicodePathTest, TheNullDeviceLosesThePrefixOfALocalPath) {
                  {"\\\\?\\c:\\x\\nul", L"c:\\x\\nul"},
                  {"\\\\?\\UNC\\srv\\sh\\nul", L"UNC\\srv\\sh\\nul"},
                  {"\\\\?\\nul", L"nul"},
+                 {"c:/nuk", L"\\\\?\\c:\\nuk"},
                  {"c:/anul", L"\\\\?\\c:\\anul"},
                  {"c:/nul/x", L"\\\\?\\c:\\nul\\x"}});
 }
 
 TEST(UnicodePathTest, ANetworkPathToTheNullDeviceKeepsItsPrefix) {
     expectPaths({{"//srv/sh/nul", L"\\\\?\\UNC\\srv\\sh\\nul"}, {"x/nul", L"x\\nul"}});
+}
+
+/// Takes `x` for a small `L`.
+class OddCase : public std::ctype<wchar_t> {
+protected:
+    wchar_t do_toupper(wchar_t c) const override {
+        return c == L'x' ? L'L' : std::ctype<wchar_t>::do_toupper(c);
+    }
+};
+
+TEST(UnicodePathTest, TheCaseOfTheNullDeviceIsAnAffairOfTheGlobalLocale) {
+    expectPaths({{"c:/nux", L"\\\\?\\c:\\nux"}});
+    const std::locale before = std::locale::global(std::locale(std::locale(), new OddCase));
+    expectPaths({{"c:/nux", L"c:\\nux"}, {"c:/Nul", L"c:\\Nul"}, {"c:/nuy", L"\\\\?\\c:\\nuy"}});
+    std::locale::global(before);
+}
+
+using UnicodePathLocaleTest = testing_support::EightBitLocaleTest;
+
+TEST_F(UnicodePathLocaleTest, ADriveOfALetterBeyondAsciiIsLocalAndWidenedAsUtf8) {
+    const std::string drive(1, static_cast<char>(testing_support::smallEAcute));
+    EXPECT_EQ(System::unicodePath(drive + ":/a/../x"), L"\\\\?\\\xFFFD:\\x");
+    EXPECT_EQ(System::unicodePath(drive + ":/x"), L"\\\\?\\\xFFFD:\\x");
 }
 
 TEST(UnicodePathTest, NamesOfAllPlanesAreWidened) {
@@ -142,15 +171,20 @@ TEST(UnicodePathTest, SlashesAloneAreToldToTheDebuggerWithCygwinPathsToo) {
     }
 }
 
-TEST(UnicodePathTest, ANameThatTheExpressionGivesUpOnIsToldToTheDebuggerAndStaysAsFarAsItIs) {
-    // A run of blanks that ends nowhere is tried from each of its places: the library's own limit.
-    const std::string path = "c:/" + std::string(30000, ' ') + "x/a.";
+TEST(UnicodePathTest, ALongRunOfBlanksIsNoHindranceForTheDotAfterIt) {
     const DebugOutput output;
-    EXPECT_EQ(System::unicodePath(path), L"\\\\?\\c:\\" + std::wstring(30000, L' ') + L"x\\a.");
-    ASSERT_EQ(output.texts().size(), 1U);
-    const std::string text = output.texts()[0];
-    EXPECT_EQ(text.rfind("System::unicodePath(\"" + path + "\"):  ", 0), 0U);
-    EXPECT_EQ(text.back(), '\n');
+    EXPECT_EQ(System::unicodePath("c:/" + std::string(30000, ' ') + "x/a."),
+              L"\\\\?\\c:\\" + std::wstring(30000, L' ') + L"x\\a");
+    EXPECT_EQ(System::unicodePath("c:/x" + std::string(30000, ' ') + "/a"), L"\\\\?\\c:\\x\\a");
+    EXPECT_TRUE(output.texts().empty());
+}
+
+TEST(UnicodePathTest, APathThatNothingIsToBeDoneToTakesOneAllocation) {
+    for (const std::string path : {"c:/work tree/src/a file of some length.cpp", "c:\\a", "c:/"}) {
+        const size_t before = allocationCount();
+        const std::wstring wide = System::unicodePath(path);
+        EXPECT_LE(allocationCount() - before, 1U) << path;
+    }
 }
 
 using Malloc = void*(size_t);
@@ -188,48 +222,40 @@ TEST(UnicodePathTest, LackOfMemoryForTheLineLosesItAndIsNotThrown) {
     EXPECT_TRUE(output.texts().empty());
 }
 
-/// What the expression alone makes of a relative path.
-std::wstring byExpression(const std::string& path) {
-    std::wstring wide = toWide(path);
-    std::replace(wide.begin(), wide.end(), L'/', L'\\');
-    static const boost::wregex trailing(L"([^\\\\.])[ \\.]+(\\\\|$)");
-    return boost::regex_replace(wide, trailing, std::wstring(L"\\1\\2"));
+std::wstring withBackslashes(std::wstring path) {
+    std::replace(path.begin(), path.end(), L'/', L'\\');
+    return path;
 }
 
-// Line ends too, as far as the expression knows any.
+/// Checks what `unicodePath` makes of `path` against its steps, one by one.
+void expectByItsSteps(const std::string& path) {
+    const bool isLocal = path.substr(0, 3) == "c:/";
+    const std::wstring wide = isLocal ? L"\\\\?\\" + toWide(normalizePath(path)) : toWide(path);
+    ASSERT_EQ(System::unicodePath(path), byTrailingExpression(withBackslashes(wide)))
+        << testing::PrintToString(path);
+}
+
+TEST(UnicodePathTest, ShortLocalPathsAreFoldedWidenedAndCleared) {
+    for (size_t length = 0; length <= 5; ++length) {
+        // The byte alone is no UTF-8.
+        forAllTexts(std::string("a ./\\:\n\xE4"), length,
+                    [](const std::string& names) { expectByItsSteps("c:/" + names); });
+    }
+}
+
+// Line ends too, as far as names know any.
 const std::vector<std::string> LETTERS = {" ",  ".",  "/",        "a",           "\n",
                                           "\r", "\f", "\xC2\x85", "\xE2\x80\xA8"};
 
-TEST(UnicodePathTest, TheScanNeverKeepsTheExpressionFromAMatch) {
-    const auto expectSame = [](const std::string& path) {
-        if (path.substr(0, 2) != "//") {
-            ASSERT_EQ(System::unicodePath(path), byExpression(path))
-                << testing::PrintToString(path);
-        }
-    };
-    // All short texts of the letters that matter...
-    std::vector<std::string> texts = {""};
-    for (size_t length = 0; length < 5; ++length) {
-        std::vector<std::string> longer;
-        for (const std::string& text : texts) {
-            for (const std::string& letter : LETTERS) {
-                longer.push_back(text + letter);
-            }
-        }
-        for (const std::string& text : longer) {
-            expectSame(text);
-        }
-        texts.swap(longer);
-    }
-    // ... and long ones at random.
+TEST(UnicodePathTest, LongPathsAreWidenedAndClearedAsByTheExpression) {
     // NOLINTNEXTLINE(cert-msc32-c,cert-msc51-cpp): a failure must come again in the next run
     std::mt19937 random(1);
     for (int i = 0; i < 2000; ++i) {
-        std::string text;
-        for (size_t size = random() % 60; text.size() < size;) {
-            text += LETTERS[random() % LETTERS.size()];
+        std::string path = i % 2 == 0 ? "c:/" : "b";
+        for (size_t size = random() % 100; path.size() < size;) {
+            path += LETTERS[random() % LETTERS.size()];
         }
-        expectSame(text);
+        ASSERT_NO_FATAL_FAILURE(expectByItsSteps(path));
     }
 }
 
