@@ -86,8 +86,8 @@ size_t unescapePlain(std::string& text, const std::string& set, size_t pos) {
     return none;
 }
 
-/// The same by the rules for a set with a backslash, step by step.
-size_t unescapeRuns(std::string& text, const std::string& set, size_t pos) {
+/// The same for any set, by the rules step by step: each hit is erased from the text at once.
+size_t unescapeSteps(std::string& text, const std::string& set, size_t pos) {
     size_t start = pos;
     for (;;) {
         size_t hit = text.find_first_of(set, start);
@@ -110,20 +110,38 @@ size_t unescapeRuns(std::string& text, const std::string& set, size_t pos) {
     }
 }
 
+void checkUnescapingFrom(const Input& input, size_t pos) {
+    std::string expected = input.text;
+    const size_t place = unescapeSteps(expected, input.set, pos);
+    if (!contains(input.set, '\\')) {
+        std::string plain = input.text;
+        NB_ASSERT(unescapePlain(plain, input.set, pos) == place);
+        NB_ASSERT(plain == expected);
+    }
+    std::string whole = input.whole();
+    Substring view = input.view(whole);
+    const size_t found = view.findAndUnescape(input.set, pos);
+    NB_ASSERT(found == place);
+    NB_ASSERT(whole == input.head + expected + input.tail);
+    NB_ASSERT(textOf(view) == expected);
+    NB_ASSERT(found == none || (found >= pos && found < view.length()));
+    // Without runs that are wanted themselves a hit is one of the set.
+    NB_ASSERT(found == none || contains(input.set, '\\') || contains(input.set, view[found]));
+}
+
 void checkUnescaping(const Input& input) {
     for (size_t pos = 0; pos <= input.text.size(); ++pos) {
-        std::string expected = input.text;
-        const size_t place = contains(input.set, '\\') ? unescapeRuns(expected, input.set, pos)
-                                                       : unescapePlain(expected, input.set, pos);
-        std::string whole = input.whole();
-        Substring view = input.view(whole);
-        const size_t found = view.findAndUnescape(input.set, pos);
-        NB_ASSERT(found == place);
-        NB_ASSERT(whole == input.head + expected + input.tail);
-        NB_ASSERT(textOf(view) == expected);
-        NB_ASSERT(found == none || (found >= pos && found < view.length()));
-        // Without runs that are wanted themselves a hit is one of the set.
-        NB_ASSERT(found == none || contains(input.set, '\\') || contains(input.set, view[found]));
+        checkUnescapingFrom(input, pos);
+    }
+    // The text over and over, which may be one escape.
+    Input repeated = input;
+    for (int i = 0; i < 20; ++i) {
+        repeated.text += input.text;
+    }
+    for (const size_t pos : {size_t{0}, size_t{1}, input.text.size()}) {
+        if (pos < repeated.text.size()) {
+            checkUnescapingFrom(repeated, pos);
+        }
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstring>
 
 #include "util/assertion.h"
 #include "util/characterset.h"
@@ -23,6 +24,47 @@ size_t runBefore(std::string_view text, size_t start, size_t place, char c) {
     }
     return place - first;
 }
+
+/// Where the repeats end, as far as they come in eight characters, of the two before `at`.
+size_t endOfRepeats(std::string_view text, size_t at) {
+    constexpr size_t step = 8;
+    while (text.size() - at >= step &&
+           std::memcmp(text.data() + at, text.data() + at - 2, step) == 0) {
+        at += step;
+    }
+    return at;
+}
+
+/// Takes characters out of a text from front to back, and moves each of the others at most once.
+/// What isn't kept or skipped yet stays where it is.
+class Removal {
+public:
+    Removal(char* text, size_t start) : mText(text), mKept(start), mNext(start) {}
+
+    void keepUpTo(size_t place) {
+        if (mKept != mNext) {
+            std::memmove(mText + mKept, mText + mNext, place - mNext);
+        }
+        mKept += place - mNext;
+        mNext = place;
+    }
+    void skip(size_t count) { mNext += count; }
+    /// Keeps `count` times `c`, which is no more, in place of what is before `place`.
+    void fillUpTo(size_t place, size_t count, char c) {
+        std::memset(mText + mKept, c, count);
+        mKept += count;
+        mNext = place;
+    }
+
+    /// The gap after what is kept.
+    size_t begin() const { return mKept; }
+    size_t size() const { return mNext - mKept; }
+
+private:
+    char* mText;
+    size_t mKept;  ///< the end of what is kept
+    size_t mNext;  ///< where the rest begins
+};
 
 }  // namespace
 
@@ -86,25 +128,36 @@ size_t Substring::findAndUnescape(const std::string& set, size_t pos) {
         return std::string::npos;
     }
     const CharacterSet wanted(set);
-    for (size_t start = mStart + pos;;) {
-        size_t place = wanted.findIn(text(), start);
-        if (place >= text().size()) {
-            return std::string::npos;
-        }
-        if (place == start && text()[place] == '\\' && text().substr(place + 1, 1) == "\\") {
+    size_t start = mStart + pos;
+    const std::string_view whole = text();  // as it was, from `start` on
+    Removal removal(mString->data(), start);
+    size_t found = std::string::npos;
+    for (size_t place = wanted.findIn(whole, start); place < whole.size();
+         place = wanted.findIn(whole, start)) {
+        if (place == start && whole[place] == '\\' && whole.substr(place + 1, 1) == "\\") {
             // Backslashes that are wanted themselves: what ends their run is what they escape.
-            place = std::min(text().find_first_not_of('\\', place), text().size());
+            place = std::min(whole.find_first_not_of('\\', place), whole.size());
         }
-        const size_t run = runBefore(text(), start, place, '\\');
-        const size_t surplus = (run + 1) / 2;
-        mString->erase(place - run, surplus);
-        mEnd -= surplus;
-        place -= run / 2;
+        const size_t run = runBefore(whole, start, place, '\\');
+        removal.keepUpTo(place - run);
+        removal.skip((run + 1) / 2);
         if (run % 2 == 0) {
-            return hit(place);
+            found = place - removal.size();
+            break;
         }
-        start = place;  // behind the character, which was escaped
+        start = place + 1;  // after the character, which was escaped
+        // A text of one escape over and over is the worst; it goes faster than pair by pair.
+        const size_t end = run == 1 ? endOfRepeats(whole, start) : start;
+        if (end != start) {
+            removal.fillUpTo(end, 1 + (end - start) / 2, whole[place]);
+            start = end;
+        }
     }
+    if (removal.size() != 0) {
+        mString->erase(removal.begin(), removal.size());
+        mEnd -= removal.size();
+    }
+    return hit(found);
 }
 
 bool Substring::erase(size_t pos, size_t count) {

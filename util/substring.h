@@ -60,7 +60,8 @@ public:
     /// Searches likewise, by backslashes, and takes the escapes out of the string on the way: of a
     /// run before a character of `set` half is left, and the one that escapes goes, also where
     /// nothing is found in the end. With a backslash in `set`, a run of two or more at the place
-    /// where the search starts is an escape of what stands behind it.
+    /// where the search starts is an escape of what stands behind it. The time is linear in the
+    /// length of the string, however many there are.
     size_t findAndUnescape(const std::string& set, size_t pos);
 
     /// Erases from the string. False, with nothing changed, if that isn't wholly in the view or
