@@ -62,8 +62,8 @@ TEST(RemoveTrailingBlanksTest, OfAllUnitsTheEndsOfNamesAreThoseOfTheExpression) 
     for (unsigned value = 0; value <= 0xFFFF; ++value) {
         const std::wstring unit(1, static_cast<wchar_t>(value));
         const std::wstring line = L"a.\r" + unit;
-        for (const std::wstring& path :
-             {L"a. " + unit + L"b", unit + L". \\b", L"\\.  " + unit, line + L".\\" + line}) {
+        for (const std::wstring& path : {L"a. " + unit + L"b", unit + L". \\b", L"\\.  " + unit,
+                                         std::wstring(line).append(L".\\").append(line)}) {
             ASSERT_EQ(without(path), byTrailingExpression(path)) << "unit " << value;
         }
     }
