@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cctype>
 #include <climits>
-#include <cstdint>
 #include <exception>
 #include <locale>
 #include <stdexcept>
@@ -13,6 +12,7 @@
 
 #include <windows.h>
 
+#include "util/normalform.h"
 #include "util/pathfun.h"
 #include "util/trailingblanks.h"
 #include "util/windows/debugstream-win.h"
@@ -51,22 +51,17 @@ std::string folded(const std::string& path) {
 
 enum class PathKind { other, local, network };
 
-/// Whether a local path is ASCII and its own normal form but for slashes, as nearly every path is:
-/// its names follow each other by one separator, none begins with a dot, and there is no colon at
-/// the end. The loop is one that compilers turn into vector code.
-bool isPlain(std::string_view path) {
-    const char last = path.back();
-    if (path.size() > LONGEST_TEXT || last == ':' || isSlash(last)) {
-        return false;
+bool isAscii(std::string_view text) {
+    unsigned char bits = 0;
+    for (const char c : text) {
+        bits = static_cast<unsigned char>(bits | c);
     }
-    uint8_t bad = static_cast<uint8_t>(path.front() & 0x80);
-    for (size_t i = 0; i + 1 < path.size(); ++i) {
-        const char next = path[i + 1];
-        const uint8_t here = uint8_t{path[i] == '/'} | uint8_t{path[i] == '\\'};
-        const uint8_t after = uint8_t{next == '/'} | uint8_t{next == '\\'} | uint8_t{next == '.'};
-        bad = static_cast<uint8_t>(bad | (here & after) | (next & 0x80));
-    }
-    return bad == 0;
+    return bits < 0x80;
+}
+
+/// Whether a local path is ASCII and its own normal form but for slashes, as nearly every path is.
+bool isPlain(const std::string& path) {
+    return path.size() <= LONGEST_TEXT && isTidyOnDrive(path) && isAscii(path);
 }
 
 void setPlain(std::string_view path, std::wstring& result) {
