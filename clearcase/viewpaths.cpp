@@ -1,6 +1,9 @@
 #include "clearcase/viewpaths.h"
 
+#include <algorithm>
 #include <cctype>
+#include <cstdint>
+#include <cstring>
 #include <forward_list>
 #include <iterator>
 #include <optional>
@@ -11,8 +14,10 @@
 #include <boost/container/small_vector.hpp>
 
 #include "util/normalform.h"
+#include "util/pathbytes.h"
 #include "util/pathfun.h"
 #include "util/pathrelation.h"
+#include "util/pathroot.h"
 #include "util/stringutilities.h"
 
 namespace {
@@ -23,6 +28,42 @@ using RouteMap = std::map<std::string, std::string>;
 constexpr size_t DRIVE = 2;
 
 std::string_view driveOf(std::string_view path) { return path.substr(0, DRIVE); }
+
+/// The same as `==`, without a call for two drives.
+bool isSameDrive(std::string_view a, std::string_view b) {
+    if (a.size() == DRIVE && b.size() == DRIVE) {
+        return a[0] == b[0] && a[1] == b[1];
+    }
+    return a == b;
+}
+
+template <class Word>
+bool isSameWord(const char* a, const char* b) {
+    Word left;
+    Word right;
+    std::memcpy(&left, a, sizeof left);
+    std::memcpy(&right, b, sizeof right);
+    return left == right;
+}
+
+/// Compares so many characters, which are few, without a call.
+bool isSameText(const char* a, const char* b, size_t length) {
+    constexpr size_t word = sizeof(uint64_t);
+    constexpr size_t half = sizeof(uint32_t);
+    if (length < half) {
+        return std::string_view(a, length) == std::string_view(b, length);
+    }
+    if (length < word) {
+        return isSameWord<uint32_t>(a, b) &&
+               isSameWord<uint32_t>(a + length - half, b + length - half);
+    }
+    for (size_t at = 0; at + word < length; at += word) {
+        if (!isSameWord<uint64_t>(a + at, b + at)) {
+            return false;
+        }
+    }
+    return isSameWord<uint64_t>(a + length - word, b + length - word);
+}
 
 /// Saves a call of the C runtime for an upper-case letter.
 char upperCase(char c) {
@@ -82,13 +123,8 @@ public:
 private:
     /// Whether `tag` begins with the first `length` characters of `other`, as a whole name.
     static bool beginsAlike(std::string_view tag, std::string_view other, size_t length) {
-        if (tag.size() < length) {
+        if (tag.size() < length || !isSameText(tag.data(), other.data(), length)) {
             return false;
-        }
-        for (size_t i = 0; i < length; ++i) {  // too few for a call
-            if (tag[i] != other[i]) {
-                return false;
-            }
         }
         return tag.size() == length || isPathSeparator(tag[length]);
     }
@@ -103,11 +139,12 @@ private:
             toUpper(upper);
             drive = keep(std::move(upper));
         }
-        if (drive == drives.mvfsRoot) {
-            const PathRange view = pathComponent(tag, 1);
+        if (isSameDrive(drive, drives.mvfsRoot)) {
+            const PathRange view = isSpelled ? nextName(tag, DRIVE) : pathComponent(tag, 1);
             if (view.length() != 0) {
                 const std::string_view folder = tag.substr(0, view.end);
-                const bool isKey = isSpelled && folder.find('/') == std::string_view::npos;
+                const bool isKey =
+                    isSpelled && std::find(folder.begin(), folder.end(), '/') == folder.end();
                 const std::string_view text = isKey ? folder : keyOf(folder);
                 mRoots.push_back({text, text});
             }
@@ -166,15 +203,29 @@ private:
     RouteMap::iterator mNext;  ///< where the next root may be
 };
 
-/// The normal form of `rest` below `root`, with backslashes.
+/// Whether a key is in normal form but for a slash after a drive alone.
+bool isTidyKey(std::string_view key) {
+    const std::string_view folder = key.substr(std::min(key.size(), DRIVE));
+    return isUpperDrive(driveOf(key)) &&
+           (folder.empty() || (folder.size() > 1 && isPathSeparator(folder[0]) &&
+                               !isPathSeparator(folder[1]) && !isDotName(folder.substr(1))));
+}
+
+/// The normal form of `rest` below a key, with backslashes. `rest` begins with a name, and is of a
+/// path in normal form.
 std::string normalFormBelow(std::string_view root, std::string_view rest) {
-    std::string joined = joinPath(root, rest, '/');
-    if (isTidyOnDrive(joined)) {
-        toBackslashes(joined);
-        return joined;
+    const bool joinsTidy =
+        isTidyKey(root) && !rest.empty() && rest.back() != ':' && !beginsWithDrive(rest);
+    if (!joinsTidy) {
+        PathBuffer buffer;
+        return std::string(normalFormIn(buffer, joinPath(root, rest, '/'), '\\'));
     }
-    PathBuffer buffer;
-    return std::string(normalFormIn(buffer, joined, '\\'));
+    std::string joined;
+    joined.reserve(root.size() + 1 + rest.size());
+    joined.append(root).append(1, '\\').append(rest);
+    char* const joinedRest = joined.data() + root.size() + 1;
+    pathbytes::copySeparatedBy('\\', rest.data(), rest.size(), joinedRest);
+    return joined;
 }
 
 /// `s`, a path in normal form that lies in the other route of `root`, on the root's own route.
@@ -229,7 +280,7 @@ std::string canonicalizeViewPath(const ViewDrives& drives, RouteMap& viewRootCac
     PathBuffer buffer;
     const std::string_view s = absoluteNormalForm(cwd, path, buffer);
     const std::string_view drive = driveOf(s);
-    if (drive != drives.mvfsRoot && !drives.letters.isKey(drive, drives.tags)) {
+    if (!isSameDrive(drive, drives.mvfsRoot) && !drives.letters.isKey(drive, drives.tags)) {
         return std::string(s);
     }
     const Roots roots(vobTags, drives);

@@ -112,8 +112,21 @@ int compareRests(PathUnitCursor a, PathUnitCursor b) {
     }
 }
 
+bool isAsciiNameCharacter(char c) {
+    return static_cast<signed char>(c) >= 0 && !isPathSeparator(c);
+}
+
 /// Compares what is after two equal roots, of which `passed` bytes are alike.
 int compareAfterRoots(StringSpan a, StringSpan b, size_t passed) {
+    // Nearly always two characters differ there.
+    if (passed != 0 && passed < a.length && passed < b.length &&
+        isAsciiNameCharacter(a.data[passed]) && isAsciiNameCharacter(b.data[passed])) {
+        const auto unitOf = [](char c) { return static_cast<uint16_t>(c); };
+        if (const int difference =
+                compareCollation(unitOf(a.data[passed]), unitOf(b.data[passed]))) {
+            return difference;
+        }
+    }
     PathUnitCursor left(after(a, passed));
     PathUnitCursor right(after(b, passed));
     if (passed == 0) {

@@ -25,9 +25,9 @@ size_t runBefore(std::string_view text, size_t start, size_t place, char c) {
     return place - first;
 }
 
-/// Where the repeats end, as far as they come in eight characters, of the two before `at`.
+/// Where the repeats end, as far as they come in sixteen characters, of the two before `at`.
 size_t endOfRepeats(std::string_view text, size_t at) {
-    constexpr size_t step = 8;
+    constexpr size_t step = 16;
     while (text.size() - at >= step &&
            std::memcmp(text.data() + at, text.data() + at - 2, step) == 0) {
         at += step;
