@@ -85,8 +85,8 @@ TEST_CASE("a configuration of 200,000 lines and a reader of such files") {
                                 folder.write("large.ini", configurationText(sortedPaths(LINES))));
     const std::string name = folder.utf8("large.ini");
     benchmark::compareBuilding(
-        {"configuration of 200,000 sorted lines", "property_tree::read_ini", 7.0 / 30, ROUNDS}, connect,
-        [&] {
+        {"configuration of 200,000 sorted lines", "property_tree::read_ini", 7.0 / 30, ROUNDS},
+        connect, [&] {
             auto tree = std::make_unique<boost::property_tree::ptree>();
             boost::property_tree::read_ini(name, *tree);
             return tree;

@@ -17,7 +17,7 @@ std::string moved(const std::string& path, const std::string& tag, const Drives&
     Drives cache;
     Mutex lock;
     std::ostringstream errors;
-    const std::string result =
+    std::string result =
         canonicalizeViewPath({mvfsRoot, tags}, cache, lock, "C:\\", path, {tag}, errors);
     EXPECT_EQ(errors.str(), "");
     return result;

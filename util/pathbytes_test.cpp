@@ -2,6 +2,7 @@
 
 #include <random>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -10,10 +11,10 @@
 
 namespace {
 
+using namespace std::string_view_literals;
+
 /// Characters that matter, their neighbours in ASCII, and bytes that differ from them in one bit.
-const std::string LETTERS =
-    "/\\..-0[]^@AZ`az{|nN"
-    "\0\x7F\x80\xAF\xAE\xDC\xC1\xE1\xFF";
+constexpr std::string_view LETTERS = "/\\..-0[]^@AZ`az{|nN\0\x7F\x80\xAF\xAE\xDC\xC1\xE1\xFF"sv;
 
 /// Texts of each length up to `longest`, each in a block of its own, so that a step beyond its ends
 /// is seen under ASan.

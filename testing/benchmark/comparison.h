@@ -71,6 +71,7 @@ template <class T>
 void keepAlive(const T& value) {
     gKeptAlive = &value;
     std::atomic_signal_fence(std::memory_order_seq_cst);
+    gKeptAlive = nullptr;
 }
 
 template <class Function>

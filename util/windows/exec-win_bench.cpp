@@ -105,8 +105,8 @@ std::string readThroughPipe(const std::string& line) {
 TEST_CASE("Exec::runCommand") {
     const std::string line = program("sampleprogram.exe exit 0");
     comparePrepared(
-        {"runCommand, nothing", "CreateProcessW, two files, wait", 1.10, /*rounds=*/100}, prepareNothing,
-        [&] { runCaptured(line); },
+        {"runCommand, nothing", "CreateProcessW, two files, wait", 1.10, /*rounds=*/100},
+        prepareNothing, [&] { runCaptured(line); },
         [&] {
             const TemporaryFile output("out");
             const TemporaryFile error("err");
