@@ -61,6 +61,12 @@ protected:
         viewDriveLetters = DriveLetters();
     }
 
+    /// Asks by a map that doesn't say the same, so that the letters alone can answer.
+    static void expectLettersOfViewDrives() {
+        EXPECT_TRUE(viewDriveLetters.isKey("X:", {}));
+        EXPECT_FALSE(viewDriveLetters.isKey("Y:", {{"Y:", "other"}}));
+    }
+
     ReplacedCall<decltype(WNetOpenEnumA)> mOpen{"WNetOpenEnumA", openEnum};
     ReplacedCall<decltype(WNetCloseEnum)> mClose{"WNetCloseEnum",
                                                  [](HANDLE) -> DWORD { return NO_ERROR; }};
@@ -79,6 +85,7 @@ TEST_F(LibraryLoadTest, SocketsOfVersion22AreStartedAndTheDrivesAreRead) {
     EXPECT_EQ(gVersion, 514);
     EXPECT_EQ(mvfsRoot, "M:");
     EXPECT_EQ(viewDrives, (std::map<std::string, std::string>{{"X:", "tag"}}));
+    expectLettersOfViewDrives();
 }
 
 TEST_F(LibraryLoadTest, SocketsThatDoNotStartFailTheLoadWithTheirWords) {
@@ -101,6 +108,7 @@ TEST_F(LibraryLoadTest, DrivesThatCannotBeReadAreComplainedOfAndTheLoadGoesOn) {
               "WNetEnumResource: The network is ill. (1208)\n");
     EXPECT_EQ(mvfsRoot, "") << "though the MVFS drive was seen";
     EXPECT_EQ(viewDrives, (std::map<std::string, std::string>{{"X:", "tag"}}));
+    expectLettersOfViewDrives();
     detachLibrary();
 }
 
