@@ -13,7 +13,8 @@
 /// the key beside the element. A library's hash tables need three or four, and up to twice the
 /// room.
 ///
-/// Any number of threads may call `find`, none while an element is added.
+/// Elements are added, then comes `finish`, and only then `find`; without elements it may come at
+/// once. Any number of threads may call `find`.
 class ElementIndex {
 public:
     using Element = ElementTable::value_type;
@@ -21,7 +22,7 @@ public:
     /// Takes in an element whose key isn't there yet. It must stay where it is, as elements of a
     /// table do whatever else is added, and if the table is moved or swapped.
     void add(const Element& element);
-    /// Makes what was added known to `find`. Nothing is added after that.
+    /// Puts what was added into its slots. Nothing is added after that.
     void finish();
 
     /// Null if there is none.

@@ -49,7 +49,7 @@ void ElementTableBuilder::put(ElementTable::iterator before, std::string_view ke
 
 void ElementTableBuilder::collect(std::string_view key, ElementType type, std::string_view value) {
     mLines.push_back({0, mText.size(), key.size(), value.size(), type});
-    mText.append(key).append(value);
+    mText.append(key).append(value).push_back('\0');  // so that no two are at one place
     const std::string_view first = keyOf(mLines.front());
     const size_t shared = mLines.size() == 1 ? key.size() : std::min(mCommonLength, key.size());
     const auto end = first.begin() + static_cast<std::ptrdiff_t>(shared);

@@ -78,6 +78,15 @@ TEST_F(ElementTableTest, OfElementsWithOneKeyTheLastStays) {
     expectAll();
 }
 
+TEST_F(ElementTableTest, OfManyElementsWithoutAKeyTheLastStays) {
+    store("b", "");
+    for (int i = 0; i < 100; ++i) {
+        store("", "");
+    }
+    store("", "last");
+    expectAll();
+}
+
 TEST_F(ElementTableTest, KeysThatDifferInTheirLengthOrInNulsAloneAreTold) {
     using namespace std::string_literals;
     store("b", "");
