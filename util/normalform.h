@@ -15,10 +15,10 @@ using PathBuffer = boost::container::small_vector<char, 512>;
 /// The normal form of `path`, which must be absolute: an assertion stops the process otherwise.
 std::string normalForm(StringSpan path);
 
-/// The same with `separator`, `/` or `\`, for each separator, as text in `buffer`, which it
-/// replaces. `path` isn't in `buffer`.
+/// The same as text in `buffer`, which it replaces, and with each `/` turned into a `\` if that is
+/// the `separator`, which is `/` otherwise. `path` isn't in `buffer`.
 std::string_view normalFormIn(PathBuffer& buffer, StringSpan path, char separator);
 
-/// Whether `path` is on a drive and differs from its normal form in the kind of separators alone.
-/// False for a path that ends in a colon as well.
+/// Whether `path` is on a drive, differs from its normal form in the kind of separators alone, if
+/// in anything, and doesn't end in one. So `C:\` is none such, nor is `C:/a:/`.
 bool isTidyOnDrive(StringSpan path);

@@ -45,6 +45,11 @@ void expectForms(const std::string& path, const std::string& normal) {
     std::string turned = normal;
     toBackslashes(turned);
     ASSERT_EQ(normalFormIn(buffer, path, '\\'), turned) << path;
+
+    std::string turnedPath = path;
+    toBackslashes(turnedPath);
+    const bool endsInName = !isPathSeparator(path.back());
+    ASSERT_EQ(isTidyOnDrive(path), path[1] == ':' && endsInName && turnedPath == turned) << path;
 }
 
 const std::vector<std::string> ROOTS = {"C:", "//srv/sh"};
@@ -95,6 +100,16 @@ TEST(NormalFormTest, TheFolderOfCygwinDrivesStaysWithTheSeparatorsOfItsPrefix) {
     const CygwinScope cygwin("/odd\\");
     expectForms("/odd\\c/a", "/odd\\c/a");
     expectForms("/odd\\c/a/../b", "/odd\\c/b");
+}
+
+TEST(NormalFormTest, ATidyPathOnADriveIsToldFromRootsAndPathsElsewhere) {
+    for (const char* path : {"C:\\a", "c:/a\\b", "1:/.a", "C:/a:b", "C:/..."}) {
+        EXPECT_TRUE(isTidyOnDrive(path)) << path;
+    }
+    for (const char* path : {"", "C", "C:", "C:/", "C:a", "C:/a/", "C:/a:", "C:/a:/", "C:/.",
+                             "C:/a/..", "/a", "a/b", "//srv/sh/a", "/:/a"}) {
+        EXPECT_FALSE(isTidyOnDrive(path)) << path;
+    }
 }
 
 TEST(NormalFormTest, NoTextOfUsualLengthIsAllocatedInABuffer) {
