@@ -2,7 +2,7 @@
 
 // The configuration of a fake connection: text in, records and complaints out.
 //
-//     ; A comment, as with #. There is none behind text.
+//     ; A comment, as with #. There is none after text.
 //     [vobs]
 //     ; A tag and its flags, of which "ro" (read-only) alone has a meaning. `,`, `;` and the space
 //     ; separate flags.
@@ -15,7 +15,7 @@
 //
 // Lines end at a line feed, and a last line without one doesn't count. White space goes from both
 // ends of a line; tag, path and text are taken as they stand. The first `=` of a line and the first
-// `*` behind it count. Sections may come in any order and any number of times; lines outside the
+// `*` after it count. Sections may come in any order and any number of times; lines outside the
 // two are ignored. Headers are case-insensitive, and nothing else is. White space and case are
 // those of the global locale. A byte order mark belongs to the first line. Of two lines for one
 // element the later wins. An element of an unknown type is complained of and becomes a link.
@@ -45,8 +45,7 @@ struct Configuration {
 };
 
 /// Reads `input` into `configuration`, a block at a time, to its end or a read that fails: what
-/// stands in lines before that counts. A bad line is complained of in
-/// `errors`, one line each, and reading goes on. A path in "[attrs]" that isn't absolute stops the
-/// process.
+/// is in lines before that counts. A bad line is complained of in `errors`, one line each, and
+/// reading goes on. A path in "[attrs]" that isn't absolute stops the process.
 void readConfiguration(std::istream& input, const std::string& viewRootPrefix,
                        Configuration& configuration, std::ostream& errors);

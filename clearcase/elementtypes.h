@@ -6,7 +6,7 @@
 #include "clearcase/clearcaseconnection.h"
 
 /// What the connection knows of one element: its type and, for a symbolic link, the text of the
-/// link. For other types `value` is whatever stood in the configuration, and nothing reads it.
+/// link. For other types `value` is whatever the configuration has there, and nothing reads it.
 struct ElementRecord {
     ElementType type = elementSymbolicLink;
     std::string value;

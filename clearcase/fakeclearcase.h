@@ -16,8 +16,8 @@
 /// empty. CLEARCASE_ROOT, if it is set, is the view root prefix; `getViewTag` reads it anew.
 ///
 /// All connections share one lock, around the view roots that `canonicalizeViewPath` remembers.
-/// Any thread may call any operation, save that `clearMessages` must run
-/// beside neither itself nor the two operations that read the messages.
+/// Any thread may call any operation, save that `clearMessages` must run beside neither itself nor
+/// the two operations that read the messages.
 class FakeClearCase : public ClearCaseConnection {
 public:
     /// Complaints about the file go to `getError`. The argument is not read.
@@ -43,7 +43,7 @@ public:
 private:
     std::vector<VobRecord> mVobs;
     ElementTable mElements;
-    std::ostringstream mOutput;  ///< nothing writes to it: it stands for the contract's sake
+    std::ostringstream mOutput;  ///< nothing writes to it: it is here for the contract's sake
     std::ostringstream mError;
     ElementIndex mElementIndex;  ///< of mElements
 };

@@ -2,8 +2,8 @@
 
 // What path functions ask of many bytes at once: where separators and dots are, a copy with
 // separators of one kind, and how far two texts are alike. Each has a plain form, which says what
-// it does, and one for processors with SSE2 (every 64-bit x86), sixteen bytes at a time. Paths are
-// bytes here: nothing is decoded, and bytes from 0x80 up are no letters.
+// it does, and one for 64-bit x86 (all of which has SSE2), sixteen bytes at a time. Paths are bytes
+// here: nothing is decoded, and bytes from 0x80 up are no letters.
 //
 // Nothing outside of the given bytes is read or written. For texts of paths, of a few dozen bytes.
 
@@ -14,7 +14,7 @@
 #include <cstring>
 #include <initializer_list>
 
-#if defined(__SSE2__) || defined(_M_X64)
+#if defined(__x86_64__) || defined(_M_X64)
 #define NB_PATHBYTES_SSE2 1
 #include <emmintrin.h>
 #endif

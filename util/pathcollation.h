@@ -35,9 +35,9 @@ inline int compareCollation(uint16_t a, uint16_t b) {
 
 constexpr bool isPathSeparatorUnit(uint16_t unit) { return unit == '\\' || unit == '/'; }
 
-/// Below, at or above 0 as `a` sorts before, with or behind `b`; of two weights their difference.
-/// A rooted path (absolute in `windowsPaths`, or with a separator in front) sorts behind one that
-/// isn't. Roots are compared first, unit by unit; behind them any run of separators is one, those
+/// Below, at or above 0 as `a` sorts before, with or after `b`; of two weights their difference.
+/// A rooted path (absolute in `windowsPaths`, or with a separator in front) sorts after one that
+/// isn't. Roots are compared first, unit by unit; after them any run of separators is one, those
 /// at the end count as none, and a separator sorts before every other character. Text is UTF-8; a
 /// byte that isn't valid counts as a unit of its own (see PathUnitCursor).
 int comparePaths(StringSpan a, StringSpan b);

@@ -3,11 +3,11 @@
 // Paths as text: nothing here touches the file system.
 //
 // A path is UTF-8 (or any bytes) and may use both `/` and `\`. Three forms of it are absolute: a
-// drive (`C:\a`, and also `C:a` and `1:x`: any first character but a separator, and a colon behind
+// drive (`C:\a`, and also `C:a` and `1:x`: any first character but a separator, and a colon after
 // it), a share (`\\server\share`, with any number and kind of separators), and, in Cygwin mode
 // alone, a path with a single leading `/` or of separators alone that begin with one. `\a` is not
 // absolute. The normal form of an absolute path has forward slashes, no `.` or `..`, no doubled or
-// trailing separator, and a `/` behind a bare drive:
+// trailing separator, and a `/` after a bare drive:
 //
 //     normalizePath("C:\\a\\.\\b\\")         == "C:/a/b"
 //     normalizePath("\\\\srv\\sh\\a\\..")    == "//srv/sh"
@@ -65,40 +65,40 @@ PathRange pathComponent(StringSpan path, size_t index);
 
 /// The normal form of `path`, which must be absolute: an assertion stops the process otherwise. A
 /// `..` that climbs above the root is dropped without complaint. Any result that ends in `:`, and
-/// not only a bare drive, gets a `/` behind it.
+/// not only a bare drive, gets a `/` after it.
 std::string normalizePath(const std::string& path);
 /// For text that isn't a std::string yet, or need not become one: util/normalform.h.
 
 // Building and taking apart
 
-/// `second` as seen from `first`, with nothing normalised. An absolute `second` stands alone; one
-/// with a leading separator follows the root of an absolute `first`; any other is put behind
-/// `first`, with `separator` between them unless `first` ends in a separator of either kind. An
-/// empty one leaves the other as it is. A `second` with a leading separator stands alone behind a
-/// relative `first`, and behind an absolute one whose root is empty (Cygwin).
+/// `second` as seen from `first`, with nothing normalised. An absolute `second` is the result; one
+/// with a leading separator follows the root of an absolute `first`; any other follows `first`,
+/// with `separator` between them unless `first` ends in a separator of either kind. An empty one
+/// leaves the other as it is. A `second` with a leading separator is the result, too, where `first`
+/// is relative, or absolute with an empty root (Cygwin).
 std::string joinPath(StringSpan first, StringSpan second, char separator);
 
-/// What stands before the last separator, and `.` if there is none.
+/// What is before the last separator, and `.` if there is none.
 std::string parentPath(const std::string& path);
-/// What stands behind the last separator. Empty, and not the whole path, if there is none.
+/// What is after the last separator. Empty, and not the whole path, if there is none.
 std::string leafName(const std::string& path);
-/// What stands behind the last `.` of the last component, without the `.`. Empty if there is none,
-/// or nothing behind it.
+/// What is after the last `.` of the last component, without the `.`. Empty if there is none,
+/// or nothing after it.
 std::string fileExtension(const std::string& path);
 
 /// What `splitFileName` finds: five ranges, by these indices.
 enum PathPart {
-    drivePart,      ///< what stands before a colon in second place, a separator as well
+    drivePart,      ///< what is before a colon in second place, a separator as well
     directoryPart,  ///< up to and with the last separator
-    leafPart,  ///< behind it; its start alone can be relied on, the end may lie past the path's
-    stemPart,  ///< from the start of the path to the extension's dot, or all of it
+    leafPart,       ///< after it; its start alone can be relied on, the end may lie past the path's
+    stemPart,       ///< from the start of the path to the extension's dot, or all of it
     extensionPart,  ///< from that dot, dot included
     pathPartCount,
 };
 using PathParts = std::vector<PathRange>;
 /// Makes `parts` the parts of `path`; drive, directory and extension are empty where there is none.
 void splitFileName(const std::string& path, PathParts& parts, int mode);
-/// Cuts `path` behind its last separator, which `dir` keeps. `dir` may be `path` itself.
+/// Cuts `path` after its last separator, which `dir` keeps. `dir` may be `path` itself.
 void splitDirLeaf(const std::string& path, std::string& dir, std::string& leaf);
 /// The same if the leaf holds a `*` or `%`. Otherwise `dir` is the whole path and `pattern` empty.
 void splitWildcardLeaf(const std::string& path, std::string& dir, std::string& pattern);
@@ -115,7 +115,7 @@ void joinPathList(const std::vector<std::string>& paths, std::string& out);
 /// separator.
 bool isInPath(const std::string& prefix, const std::string& path);
 
-/// Cuts `base` off the front of `path` and leaves the rest as it stands, empty if nothing is left.
+/// Cuts `base` off the front of `path` and leaves the rest as it is, empty if nothing is left.
 /// Components are compared without regard to case; a NUL in both ends the comparison of a name.
 /// False, and `path` unchanged, if `path` isn't absolute or doesn't lie in `base`. `base` must be
 /// absolute: an assertion stops the process.
@@ -128,7 +128,7 @@ bool isDotName(const char* name);
 bool isDotName(const std::string& name);
 bool isDotName(StringSpan name);
 
-/// Moves the start of `path` behind a leading `./` and all separators and further `./` that follow
+/// Moves the start of `path` after a leading `./` and all separators and further `./` that follow
 /// it, a backslash being as good. False, and `path` unchanged, if it has fewer than three
 /// characters or begins otherwise.
 bool stripDotSlash(StringSpan& path);
@@ -139,6 +139,6 @@ char isDriveRoot(const char* path);
 
 /// Whether the `:` at offset `loc` of a line of text is the colon of a drive letter. True needs a
 /// letter, digit or `@` before it, and before that a space, tab, `(` or the line's start. Then a
-/// separator behind it is true, `(` or `:` false, all else `fallback`. `loc` is at most the line's
+/// separator after it is true, `(` or `:` false, all else `fallback`. `loc` is at most the line's
 /// length; an assertion stops the process if there is no `:`.
 bool isDriveColon(const std::string& line, size_t loc, bool fallback);

@@ -25,7 +25,7 @@ public:
     size_t nextUntidy(size_t from) { return next(from, mUntidy); }
 
 private:
-    /// What stands at most so far ahead of a separator makes it untidy.
+    /// What makes a separator untidy is at most so far after it.
     static constexpr size_t AHEAD = 3;
     static constexpr size_t WINDOW = pathbytes::markedBytes - AHEAD;
 
