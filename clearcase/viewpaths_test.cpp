@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include "testing/cygwinscope.h"
+
 namespace {
 
 using Tags = std::vector<std::string>;
@@ -294,6 +296,13 @@ TEST_F(CanonicalizeViewPathDeathTest, ARelativePathWithARelativeDirectoryStopsTh
     EXPECT_DEATH(canonical("a", {}, ""), absolute);
     EXPECT_DEATH(canonical("", {}, ""), absolute);
     EXPECT_DEATH(canonical("\\a", {}, "w"), absolute);
+}
+
+TEST_F(CanonicalizeViewPathDeathTest, APathOfCygwinStopsTheProcess) {
+    // It is turned to backslashes before it is asked to be absolute.
+    const testing_support::CygwinScope cygwin;
+    EXPECT_DEATH(canonical("a", {}, "/cygdrive/c"),
+                 "assertion failed at util/pathfun\\.cpp.*: absolute");
 }
 
 TEST_F(CanonicalizeViewPathTest, AnEmptyTagIsTheRootOfAConnectionWithoutALocalName) {

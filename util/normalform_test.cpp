@@ -130,6 +130,13 @@ TEST(NormalFormTest, ABufferServesForPathAfterPathOfAnyLength) {
     }
 }
 
+TEST(NormalFormTest, APathThatGrowsAtBothItsEndsHasRoomAtAnyLength) {
+    for (size_t length = 500; length < 530; ++length) {
+        const std::string name(length, 'n');
+        expectForms("C:" + name + ":", "C:/" + name + ":/");
+    }
+}
+
 TEST(NormalFormDeathTest, ARelativePathStopsTheProcess) {
     PathBuffer buffer;
     for (const char* path : {"", "a", "\\x\\y", "//srv"}) {

@@ -86,6 +86,10 @@ TEST(ComparePathsTest, TwoCharactersDifferByTheirWeights) {
         {"\xF0\x90\x80\x80", "\xF0\x90\x80\x81", 0xDC00, 0xDC01},
         {"\xF0\x90\x80\x80", "\xF0\x90\x90\x80", 0xD800, 0xD801},
         {"\xF0\x90\x80\x80", "\xEE\x80\x80", 0xD800, 0xE000},
+        // What is the same counts as part of its sequence, whole in one and cut short in the other.
+        {"a\xF0\x90\x80\x80", "a\xF0\x90\x80!", 0xD800, 0xDCF0},
+        {"a\xE2\x82\xAC", "a\xE2\x82!", 0x20AC, 0xDCE2},
+        {"a\xC3\xA9", "a\xC3!", 0xE9, 0xDCC3},
     };
     for (const auto& row : rows) {
         const int difference = int{collationWeight(row.unitA)} - int{collationWeight(row.unitB)};

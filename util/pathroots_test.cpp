@@ -159,6 +159,11 @@ TEST(CygwinPathsTest, ADriveFolderIsARootAndOtherPathsAreAbsoluteByTheirSlash) {
                  {"C:/x", true, {0, 2}, "C:"}});
 }
 
+TEST(CygwinPathsTest, APrefixThatBeginsWithABackslashLeadsToNoDrive) {
+    const CygwinScope cygwin("\\odd/");
+    expectRoots({{"\\odd/c", false, {0, 0}, ""}, {"/odd/c", true, {0, 0}, ""}});
+}
+
 TEST(CygwinPathsTest, ThePartsOfAPathBeginWithItsRootThoughThatBeEmpty) {
     const CygwinScope cygwin("/cygdrive/");
     const struct {
