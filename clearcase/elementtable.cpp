@@ -74,6 +74,7 @@ void ElementTableBuilder::finish() {
     sortLines();
     constexpr std::ptrdiff_t ahead = 8;  // so many elements take longer to make than a fetch does
     auto next = mTable.begin();
+    std::string wanted;  // allocated once
     for (auto line = mLines.begin(); line != mLines.end(); ++line) {
         if (mLines.end() - line > ahead) {
             prefetch(&mText[line[ahead].at]);
@@ -85,7 +86,8 @@ void ElementTableBuilder::finish() {
             continue;
         }
         if (next != mTable.end() && next->first < key) {
-            next = mTable.lower_bound(std::string(key));
+            wanted = key;
+            next = mTable.lower_bound(wanted);
         }
         const std::string_view value(&mText[line->at + line->keyLength], line->valueLength);
         if (next != mTable.end() && next->first == key) {

@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include "testing/allocationcount.h"
+
 namespace {
 
 using Values = std::map<std::string, std::string>;
@@ -118,6 +120,28 @@ TEST_F(ElementTableTest, ElementsOfManyFoldersAreAllThereInWhateverOrder) {
         store(key, std::to_string(i));
     }
     expectAll();
+}
+
+TEST_F(ElementTableTest, AnElementTakesTwoAllocationsInWhateverOrderItComes) {
+    constexpr size_t COUNT = 2000;
+    constexpr size_t STRIDES[] = {1, 7};  // in order, and not
+    for (const size_t stride : STRIDES) {
+        std::vector<std::string> keys;
+        for (size_t i = 0; i < COUNT; ++i) {
+            keys.push_back("M:\\view\\a folder\\file" + std::to_string(10000 + i * stride % COUNT));
+        }
+        ElementTable table;
+        ElementIndex index;
+        const size_t before = testing_support::allocationCount();
+        ElementTableBuilder builder(table, index);
+        for (const std::string& key : keys) {
+            builder.store(key, elementVersion, "/main/3");
+        }
+        builder.finish();
+        const size_t after = testing_support::allocationCount();
+        EXPECT_EQ(table.size(), COUNT);
+        EXPECT_LT(after - before, 2 * COUNT + 60) << "the rest is of a few vectors that grow";
+    }
 }
 
 TEST_F(ElementTableTest, TheIndexHoldsOfATableThatIsSwapped) {
