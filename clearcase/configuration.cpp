@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "clearcase/elementtable.h"
 #include "util/normalform.h"
 #include "util/pathfun.h"
 
@@ -21,7 +22,7 @@ public:
                         std::ostream& errors)
         : mViewRootPrefix(viewRootPrefix),
           mConfiguration(configuration),
-          mElements(configuration.elements, configuration.index),
+          mElements(configuration.elements),
           mErrors(errors) {}
 
     void readLine(std::string_view untrimmed) {
@@ -39,7 +40,10 @@ public:
     }
 
     /// After the last line.
-    void finish() { mElements.finish(); }
+    void finish() {
+        mElements.finish();
+        mConfiguration.index = ElementIndex(mConfiguration.elements);
+    }
 
 private:
     std::string_view trimmed(std::string_view line) const {

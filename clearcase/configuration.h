@@ -25,7 +25,8 @@
 #include <vector>
 
 #include "clearcase/clearcaseconnection.h"
-#include "clearcase/elementtable.h"
+#include "clearcase/elementindex.h"
+#include "clearcase/elementtypes.h"
 #include "util/normalform.h"
 #include "util/textspan.h"
 

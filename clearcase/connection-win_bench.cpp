@@ -57,10 +57,7 @@ struct SampleElements {
             text.append(elementPath(i)).append("=/main/3*version\n");
             table[elementKey(elementPath(i))] = {elementVersion, "/main/3"};
         }
-        for (const auto& element : table) {
-            index.add(element);
-        }
-        index.finish();
+        index = ElementIndex(table);
     }
 
     std::string text;

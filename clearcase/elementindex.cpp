@@ -1,9 +1,11 @@
 #include "clearcase/elementindex.h"
 
+#include <array>
 #include <cstdint>
 #include <cstring>
 #include <functional>
-#include <utility>
+
+#include "util/prefetch.h"
 
 namespace {
 
@@ -23,21 +25,34 @@ size_t ElementIndex::firstSlotOf(size_t hash) const {
     return static_cast<size_t>((mixed >> 32) * mSlots.size() >> 32);
 }
 
-void ElementIndex::add(const Element& element) {
-    // While the key's text is in the caches.
-    mSlots.push_back({hashOf(element.first), element.first.data(), &element});
+ElementIndex::ElementIndex(const ElementTable& table)
+    : mSlots(table.size() + table.size() / 2 + 1) {
+    // Some at a time, so that their slots are fetched while the hashes of the others are made.
+    std::array<Slot, 16> elements;
+    size_t count = 0;
+    const auto insertAll = [&] {
+        for (size_t i = 0; i < count; ++i) {
+            insert(elements[i]);
+        }
+        count = 0;
+    };
+    for (const Element& element : table) {
+        const Slot& slot =
+            elements[count++] = {hashOf(element.first), element.first.data(), &element};
+        prefetch(&mSlots[firstSlotOf(slot.hash)]);
+        if (count == elements.size()) {
+            insertAll();
+        }
+    }
+    insertAll();
 }
 
-void ElementIndex::finish() {
-    const std::vector<Slot> elements = std::move(mSlots);
-    mSlots = std::vector<Slot>(elements.size() + elements.size() / 2 + 1);
-    for (const Slot& element : elements) {
-        size_t slot = firstSlotOf(element.hash);
-        while (mSlots[slot].element != nullptr) {
-            slot = slotAfter(slot);
-        }
-        mSlots[slot] = element;
+void ElementIndex::insert(const Slot& element) {
+    size_t slot = firstSlotOf(element.hash);
+    while (mSlots[slot].element != nullptr) {
+        slot = slotAfter(slot);
     }
+    mSlots[slot] = element;
 }
 
 const ElementRecord* ElementIndex::find(std::string_view key) const {

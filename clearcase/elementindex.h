@@ -13,22 +13,21 @@
 /// the key beside the element. A library's hash tables need three or four, and up to twice the
 /// room.
 ///
-/// Elements are added, then comes `finish`, and only then `find`; without elements it may come at
-/// once. Any number of threads may call `find`.
+/// Any number of threads may call `find`.
 class ElementIndex {
 public:
-    using Element = ElementTable::value_type;
-
-    /// Takes in an element whose key isn't there yet. It must stay where it is, as elements of a
-    /// table do whatever else is added, and if the table is moved or swapped.
-    void add(const Element& element);
-    /// Puts what was added into its slots. Nothing is added after that.
-    void finish();
+    /// Of no element.
+    ElementIndex() = default;
+    /// Of all elements of `table`, which must stay where they are, as they do if the table is moved
+    /// or swapped.
+    explicit ElementIndex(const ElementTable& table);
 
     /// Null if there is none.
     const ElementRecord* find(std::string_view key) const;
 
 private:
+    using Element = ElementTable::value_type;
+
     /// Empty without an element.
     struct Slot {
         size_t hash = 0;
@@ -41,7 +40,9 @@ private:
     size_t firstSlotOf(size_t hash) const;
     size_t slotAfter(size_t slot) const { return slot + 1 == mSlots.size() ? 0 : slot + 1; }
 
-    /// Until `finish` the elements, and then, a third of them empty, the slots: an element is in
-    /// the first that was free from the one that its hash names on.
+    void insert(const Slot& element);
+
+    /// A third of them empty. An element is in the first that was free from the one that its hash
+    /// names on.
     std::vector<Slot> mSlots;
 };

@@ -8,12 +8,7 @@ namespace {
 
 std::optional<ElementType> statusIn(const ElementTable& elements, const char* path,
                                     std::string* version, std::string* target) {
-    ElementIndex index;
-    for (const auto& element : elements) {
-        index.add(element);
-    }
-    index.finish();
-    return configuredStatus(index, path, version, target);
+    return configuredStatus(ElementIndex(elements), path, version, target);
 }
 
 struct Answer {

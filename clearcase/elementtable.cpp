@@ -44,7 +44,6 @@ void ElementTableBuilder::put(ElementTable::iterator before, std::string_view ke
     const auto element = mTable.emplace_hint(before, std::piecewise_construct,
                                              std::forward_as_tuple(key), std::forward_as_tuple());
     assign(element->second, type, value);
-    mIndex.add(*element);
 }
 
 void ElementTableBuilder::collect(std::string_view key, ElementType type, std::string_view value) {
@@ -96,5 +95,4 @@ void ElementTableBuilder::finish() {
             put(next, key, line->type, value);
         }
     }
-    mIndex.finish();
 }

@@ -6,17 +6,16 @@
 #include <string_view>
 #include <vector>
 
-#include "clearcase/elementindex.h"
 #include "clearcase/elementtypes.h"
 
-/// Fills a table with elements that come in any order, and its index. Elements that come in the
+/// Fills a table with elements that come in any order. Elements that come in the
 /// order of the table go into it at once. From the first that doesn't on they are collected as
 /// text, and made when all are sorted: the elements of a large table are far apart in memory, and
 /// the way down to one's place costs more than its share of a sort.
 class ElementTableBuilder {
 public:
-    /// Both outlive the builder, and nobody else changes them meanwhile. They are empty.
-    ElementTableBuilder(ElementTable& table, ElementIndex& index) : mTable(table), mIndex(index) {}
+    /// The table outlives the builder, and nobody else changes it meanwhile. It is empty.
+    explicit ElementTableBuilder(ElementTable& table) : mTable(table) {}
 
     /// Adds an element. Of two with one key the later stays.
     void store(std::string_view key, ElementType type, std::string_view value);
@@ -40,7 +39,6 @@ private:
     std::string_view keyOf(const Line& line) const { return {&mText[line.at], line.keyLength}; }
 
     ElementTable& mTable;
-    ElementIndex& mIndex;
     std::string mText;
     std::vector<Line> mLines;
     size_t mCommonLength = 0;  ///< how long a beginning all collected keys share

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "clearcase/elementindex.h"
 #include "testing/allocationcount.h"
 
 namespace {
@@ -25,6 +26,7 @@ protected:
     /// Ends the filling and looks at everything.
     void expectAll() {
         mBuilder.finish();
+        mIndex = ElementIndex(mTable);
         Values values;
         for (const auto& [key, record] : mTable) {
             values[key] = record.value;
@@ -41,7 +43,7 @@ protected:
 
     ElementTable mTable;
     ElementIndex mIndex;
-    ElementTableBuilder mBuilder{mTable, mIndex};
+    ElementTableBuilder mBuilder{mTable};
     Values mExpected;
 };
 
@@ -131,13 +133,13 @@ TEST_F(ElementTableTest, AnElementTakesTwoAllocationsInWhateverOrderItComes) {
             keys.push_back("M:\\view\\a folder\\file" + std::to_string(10000 + i * stride % COUNT));
         }
         ElementTable table;
-        ElementIndex index;
         const size_t before = testing_support::allocationCount();
-        ElementTableBuilder builder(table, index);
+        ElementTableBuilder builder(table);
         for (const std::string& key : keys) {
             builder.store(key, elementVersion, "/main/3");
         }
         builder.finish();
+        const ElementIndex index(table);
         const size_t after = testing_support::allocationCount();
         EXPECT_EQ(table.size(), COUNT);
         EXPECT_LT(after - before, 2 * COUNT + 60) << "the rest is of a few vectors that grow";
@@ -148,6 +150,7 @@ TEST_F(ElementTableTest, TheIndexHoldsOfATableThatIsSwapped) {
     store("C:\\b", "x");
     store("C:\\a", "y");
     mBuilder.finish();
+    mIndex = ElementIndex(mTable);
     ElementTable other;
     other.swap(mTable);
     const ElementIndex moved = std::move(mIndex);

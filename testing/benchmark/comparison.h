@@ -16,7 +16,6 @@
 #include <chrono>
 #include <string>
 #include <type_traits>
-#include <vector>
 
 #include <catch2/catch.hpp>
 
