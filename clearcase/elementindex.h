@@ -10,8 +10,8 @@
 ///
 /// In a large table nearly all the time goes into reading memory that no cache holds. Of that a
 /// look-up reads two places, one after the other: a slot, and then what it leads to, the text of
-/// the key beside the element. A library's hash tables need three or four, and up to twice the
-/// room.
+/// the key beside the element. Boost's flat tables read the marks of a group first, and have room
+/// that doubles: with one of them the look-ups of `make bench` took a third longer.
 ///
 /// Any number of threads may call `find`.
 class ElementIndex {

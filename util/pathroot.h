@@ -80,7 +80,8 @@ inline PathRoot findShare(PathMarks& marks, size_t serverBegin) {
     return root;
 }
 
-/// The root of a path that doesn't begin with a drive. Inline, so that the marks stay in registers.
+/// The root of a path that doesn't begin with a drive. Inline for normalForm, where shares are
+/// measured; all others take the form below.
 inline PathRoot findOtherRoot(PathMarks& marks) {
     const StringSpan path = marks.path();
     PathRoot root;
