@@ -52,7 +52,6 @@ std::string elementPath(size_t i) {
 /// A configuration file of so many elements, and the same elements in a table.
 struct SampleElements {
     explicit SampleElements(size_t count) {
-        text = "[attrs]\n";
         for (size_t i = 0; i < count; ++i) {
             text.append(elementPath(i)).append("=/main/3*version\n");
             table[elementKey(elementPath(i))] = {elementVersion, "/main/3"};
@@ -60,7 +59,7 @@ struct SampleElements {
         index = ElementIndex(table);
     }
 
-    std::string text;
+    std::string text = "[attrs]\n";
     ElementTable table;
     ElementIndex index;
 };
