@@ -18,12 +18,12 @@ struct CommandResult {
     bool aborted = false;
 };
 
-/// How the report of a start ends that fails with ERROR_INTERNAL_ERROR. Asked for before a test may
-/// give other words to errors.
-inline const std::string internalErrorEnd = [] {
+/// How the report of a start ends that fails with ERROR_INTERNAL_ERROR, by the words that errors
+/// have now.
+inline std::string internalErrorEnd() {
     constexpr uint32_t error = ERROR_INTERNAL_ERROR;
     return ": " + errorText(/*withCode=*/false, &error, /*which=*/1) + ".\n";
-}();
+}
 
 /// An Exec that keeps what it is told to report, and whose parts can be looked at.
 class TestedExec : public Exec {
@@ -95,7 +95,7 @@ private:
     /// Whether the last report, behind the first `count`, is of such a start. Drops it then.
     bool dropInternalError(size_t count) {
         const std::lock_guard lock(mErrorsMutex);
-        if (mErrors.size() <= count || !mErrors.back().ends_with(internalErrorEnd)) {
+        if (mErrors.size() <= count || !mErrors.back().ends_with(internalErrorEnd())) {
             return false;
         }
         mErrors.pop_back();
