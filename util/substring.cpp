@@ -96,8 +96,17 @@ size_t Substring::findFirstOf(const std::string& set, size_t pos) const {
 }
 
 size_t Substring::findFirstNotOf(const std::string& set, size_t pos) const {
-    // The next character mostly ends the search, so that it doesn't pay to make a CharacterSet.
-    return pos >= length() ? std::string::npos : hit(text().find_first_not_of(set, mStart + pos));
+    if (pos >= length()) {
+        return std::string::npos;
+    }
+    // The next character mostly ends the search, so that it pays neither to make a CharacterSet nor
+    // to call what looks at many characters at once.
+    const std::string_view whole = text();
+    const auto isInSet = [&set](char c) {
+        return std::find(set.begin(), set.end(), c) != set.end();
+    };
+    const auto place = std::find_if_not(whole.begin() + mStart + pos, whole.end(), isInSet);
+    return hit(static_cast<size_t>(place - whole.begin()));
 }
 
 size_t Substring::find(char c, size_t pos) const {
