@@ -9,8 +9,8 @@
 #include "clearcase/configuration.h"
 #include "clearcase/fakeclearcase.h"
 #include "testing/benchmark/comparison.h"
-#include "testing/environmentscope.h"
-#include "testing/tempfolder.h"
+#include "testing/scopes/environmentscope.h"
+#include "testing/scopes/tempfolder.h"
 
 namespace {
 

@@ -9,8 +9,8 @@
 #include "clearcase/elementstatus.h"
 #include "clearcase/viewpaths.h"
 #include "testing/benchmark/comparison.h"
-#include "testing/environmentscope.h"
-#include "testing/tempfolder.h"
+#include "testing/scopes/environmentscope.h"
+#include "testing/scopes/tempfolder.h"
 #include "util/pathfun.h"
 
 namespace {

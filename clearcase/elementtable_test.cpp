@@ -8,7 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "clearcase/elementindex.h"
-#include "testing/allocationcount.h"
+#include "testing/counts/allocationcount.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 
 #include "clearcase/fakeclearcase.h"
 #include "clearcase/mvfsdrives-win.h"
-#include "testing/environmentscope.h"
-#include "testing/tempfolder.h"
+#include "testing/scopes/environmentscope.h"
+#include "testing/scopes/tempfolder.h"
 
 namespace {
 

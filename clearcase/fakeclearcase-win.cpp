@@ -13,7 +13,7 @@
 #include "clearcase/vobprobe-win.h"
 #include "util/pathfun.h"
 #include "util/windows/environment-win.h"
-#include "util/windows/filestat-win.h"
+#include "util/windows/system/filestat-win.h"
 #include "util/windows/unicodetext-win.h"
 
 namespace {

@@ -7,9 +7,9 @@
 #include <windows.h>
 
 #include "clearcase/fakeclearcase.h"
-#include "testing/environmentscope.h"
-#include "testing/replacedcall-win.h"
-#include "testing/tempfolder.h"
+#include "testing/calls/replacedcall-win.h"
+#include "testing/scopes/environmentscope.h"
+#include "testing/scopes/tempfolder.h"
 #include "util/windows/system-paths-win.h"
 #include "util/windows/unicodetext-win.h"
 

@@ -9,8 +9,8 @@
 #include <winnetwk.h>
 
 #include "clearcase/mvfsdrives-win.h"
-#include "testing/replacedcall-win.h"
-#include "testing/systemmessage-win.h"
+#include "testing/calls/replacedcall-win.h"
+#include "testing/calls/systemmessage-win.h"
 
 namespace {
 

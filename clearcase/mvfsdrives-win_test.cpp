@@ -8,7 +8,7 @@
 #include <windows.h>
 #include <winnetwk.h>
 
-#include "testing/replacedcall-win.h"
+#include "testing/calls/replacedcall-win.h"
 #include "util/windows/errortext-win.h"
 
 namespace {

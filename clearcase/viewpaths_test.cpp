@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include "testing/cygwinscope.h"
+#include "testing/scopes/cygwinscope.h"
 
 namespace {
 

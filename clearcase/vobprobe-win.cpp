@@ -5,7 +5,7 @@
 #include <windows.h>
 
 #include "clearcase/probedfolder.h"
-#include "util/windows/system-files-win.h"
+#include "util/windows/system/files-win.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 
 #include <windows.h>
 
-#include "testing/replacedcall-win.h"
-#include "testing/tempfolder.h"
+#include "testing/calls/replacedcall-win.h"
+#include "testing/scopes/tempfolder.h"
 
 namespace {
 

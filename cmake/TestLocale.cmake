@@ -1,5 +1,5 @@
 # A locale of one byte a letter, from the sources of the host's packages: the host itself may have none.
-# The tests find it by testing/eightbitlocale.h.
+# The tests find it by testing/scopes/eightbitlocale.h.
 find_program(LOCALEDEF localedef REQUIRED)
 foreach(source locales/en_US charmaps/ISO-8859-1.gz)
     if(NOT EXISTS /usr/share/i18n/${source})
@@ -13,5 +13,5 @@ add_custom_command(OUTPUT ${TEST_LOCALES}/en_US.ISO-8859-1/LC_CTYPE
     VERBATIM)
 add_custom_target(test_locale DEPENDS ${TEST_LOCALES}/en_US.ISO-8859-1/LC_CTYPE)
 add_dependencies(testing test_locale)
-set_source_files_properties(eightbitlocale-linux.cpp PROPERTIES
+set_source_files_properties(scopes/eightbitlocale-linux.cpp PROPERTIES
     COMPILE_DEFINITIONS NBCC_LOCALES="${TEST_LOCALES}")

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "util/windows/system-trees-win.h"
+#include "util/windows/system/trees-win.h"
 
 namespace testing_support {
 

@@ -7,8 +7,8 @@
 
 #include <gtest/gtest.h>
 
-#include "testing/eightbitlocale.h"
-#include "testing/environmentscope.h"
+#include "testing/scopes/eightbitlocale.h"
+#include "testing/scopes/environmentscope.h"
 #include "util/pathcollation.h"
 #include "util/processlocale.h"
 #include "util/stringedit.h"

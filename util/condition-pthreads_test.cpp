@@ -6,8 +6,8 @@
 
 #include <gtest/gtest.h>
 
-#include "testing/boundedthread.h"
 #include "testing/eventually.h"
+#include "testing/threads/boundedthread.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 
 #include <gtest/gtest.h>
 
-#include "testing/environmentscope.h"
+#include "testing/scopes/environmentscope.h"
 
 namespace {
 

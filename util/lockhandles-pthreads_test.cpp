@@ -11,9 +11,9 @@
 #include <gtest/gtest.h>
 
 #include "testing/aborted.h"
-#include "testing/allocationcount.h"
-#include "testing/refusedmemory.h"
-#include "testing/threadcalls-pthreads.h"
+#include "testing/calls/refusedmemory.h"
+#include "testing/calls/threadcalls-pthreads.h"
+#include "testing/counts/allocationcount.h"
 #include "util/condition-pthreads.h"
 #include "util/mutex-pthreads.h"
 

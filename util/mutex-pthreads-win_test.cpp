@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "testing/aborted.h"
-#include "testing/memoryshortage-win.h"
+#include "testing/calls/memoryshortage-win.h"
 #include "util/mutex-pthreads.h"
 
 namespace {

@@ -11,7 +11,7 @@
 
 #include <gtest/gtest.h>
 
-#include "testing/contention.h"
+#include "testing/threads/contention.h"
 
 namespace {
 

@@ -5,8 +5,8 @@
 
 #include <gtest/gtest.h>
 
-#include "testing/eightbitlocale.h"
 #include "testing/printed.h"
+#include "testing/scopes/eightbitlocale.h"
 #include "util/escapedoutput.h"
 
 namespace {

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "testing/allocationcount.h"
+#include "testing/counts/allocationcount.h"
 
 namespace {
 

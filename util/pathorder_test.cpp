@@ -7,8 +7,8 @@
 
 #include <gtest/gtest.h>
 
-#include "testing/allocationcount.h"
-#include "testing/cygwinscope.h"
+#include "testing/counts/allocationcount.h"
+#include "testing/scopes/cygwinscope.h"
 #include "util/pathcollation.h"
 #include "util/pathfun.h"
 

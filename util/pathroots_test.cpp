@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "testing/cygwinscope.h"
+#include "testing/scopes/cygwinscope.h"
 #include "util/pathfun.h"
 
 // Roots, and what the Cygwin mode makes of them and of the rest.

@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include "testing/environmentscope.h"
+#include "testing/scopes/environmentscope.h"
 
 namespace {
 

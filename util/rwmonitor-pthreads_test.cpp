@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "testing/contention.h"
+#include "testing/threads/contention.h"
 
 /// A look at the monitor's books, taken under its mutex.
 struct RWMonitorTestPeer {

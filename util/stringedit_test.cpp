@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "testing/allocationcount.h"
+#include "testing/counts/allocationcount.h"
 #include "util/processlocale.h"
 
 namespace {

@@ -9,8 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include "testing/calls/threadcalls-pthreads.h"
 #include "testing/eventually.h"
-#include "testing/threadcalls-pthreads.h"
 
 namespace {
 

@@ -8,8 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include "testing/calls/threadcalls-pthreads.h"
 #include "testing/eventually.h"
-#include "testing/threadcalls-pthreads.h"
 #include "util/errortext.h"
 #include "util/thread-pthreads.h"
 

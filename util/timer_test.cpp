@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "testing/fakeclock.h"
+#include "testing/calls/fakeclock.h"
 
 struct TimerTestPeer {
     static Ticks start(const Timer& timer) { return timer.mStart; }

@@ -7,8 +7,8 @@
 
 #include <gtest/gtest.h>
 
-#include "testing/allocationcount.h"
 #include "testing/alltexts.h"
+#include "testing/counts/allocationcount.h"
 #include "testing/trailingexpression.h"
 
 namespace {

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "testing/allocationcount.h"
+#include "testing/counts/allocationcount.h"
 
 namespace {
 

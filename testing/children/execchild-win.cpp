@@ -44,7 +44,7 @@
 
 #include "testing/children/childobjects.h"
 #include "testing/children/childruntime-win.h"
-#include "testing/quotedargument.h"
+#include "testing/processes/quotedargument.h"
 
 namespace {
 

@@ -6,9 +6,9 @@
 
 #include <windows.h>
 
-#include "testing/childprocess-win.h"
-#include "testing/registeredprovider-win.h"
-#include "testing/tempfolder.h"
+#include "testing/processes/childprocess-win.h"
+#include "testing/providers/registeredprovider-win.h"
+#include "testing/scopes/tempfolder.h"
 
 namespace {
 

@@ -8,10 +8,10 @@
 
 #include <winsock2.h>
 
-#include "testing/environmentscope.h"
+#include "testing/calls/replacedcall-win.h"
 #include "testing/host/shippedlibrary-win.h"
-#include "testing/replacedcall-win.h"
-#include "testing/tempfolder.h"
+#include "testing/scopes/environmentscope.h"
+#include "testing/scopes/tempfolder.h"
 
 /// The table of a connection by number, with the signatures of the operations that have to stand
 /// there, and no word of the contract's header. Not in the unnamed namespace: the compiler would

@@ -6,7 +6,7 @@
 #include <windows.h>
 
 #include "clearcase/clearcaseconnection.h"
-#include "testing/childprocess-win.h"
+#include "testing/processes/childprocess-win.h"
 
 namespace testing_support {
 

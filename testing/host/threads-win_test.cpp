@@ -5,11 +5,11 @@
 
 #include <gtest/gtest.h>
 
-#include "testing/environmentscope.h"
+#include "testing/counts/processresources-win.h"
 #include "testing/host/shippedlibrary-win.h"
-#include "testing/processresources-win.h"
-#include "testing/registeredprovider-win.h"
-#include "testing/tempfolder.h"
+#include "testing/providers/registeredprovider-win.h"
+#include "testing/scopes/environmentscope.h"
+#include "testing/scopes/tempfolder.h"
 
 namespace {
 

@@ -4,8 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include "testing/childprocess-win.h"
-#include "testing/tempfolder.h"
+#include "testing/processes/childprocess-win.h"
+#include "testing/scopes/tempfolder.h"
 #include "testing/utf8path.h"
 
 namespace {

@@ -11,8 +11,8 @@
 #include <boost/function.hpp>
 
 #include "util/threadkey-pthreads.h"
-#include "util/windows/cygwinversion.h"
-#include "util/windows/vrpsxobjects-win.h"
+#include "util/windows/posix/cygwinversion.h"
+#include "util/windows/posix/vrpsxobjects-win.h"
 #include "util/windows/vrpsxutilitycpp-win.h"
 
 namespace cygwin {

@@ -5,7 +5,7 @@
 #include <windows.h>
 
 #include "testing/benchmark/comparison.h"
-#include "testing/posixprovider/posixprovider.h"
+#include "testing/providers/posixprovider/posixprovider.h"
 #include "util/windows/cygwinconnector.h"
 
 namespace {

@@ -8,8 +8,8 @@
 
 #include <gtest/gtest.h>
 
-#include "testing/posixembedding-win.h"
-#include "testing/posixprovider-win.h"
+#include "testing/providers/posixembedding-win.h"
+#include "testing/providers/posixprovider-win.h"
 
 namespace {
 

@@ -13,9 +13,9 @@
 
 #include <windows.h>
 
-#include "testing/debugoutput-win.h"
-#include "testing/memoryshortage-win.h"
-#include "testing/systemmessage-win.h"
+#include "testing/calls/debugoutput-win.h"
+#include "testing/calls/memoryshortage-win.h"
+#include "testing/calls/systemmessage-win.h"
 
 namespace {
 

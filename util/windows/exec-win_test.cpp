@@ -16,15 +16,15 @@
 
 #include <windows.h>
 
-#include "testing/boundedthread.h"
-#include "testing/consolebreak-win.h"
+#include "testing/calls/consolebreak-win.h"
+#include "testing/calls/systemmessage-win.h"
 #include "testing/eventually.h"
-#include "testing/posixembedding-win.h"
-#include "testing/posixprovider-win.h"
-#include "testing/startedchild-win.h"
-#include "testing/systemmessage-win.h"
-#include "testing/tempfolder.h"
-#include "testing/testedexec-win.h"
+#include "testing/processes/startedchild-win.h"
+#include "testing/processes/testedexec-win.h"
+#include "testing/providers/posixembedding-win.h"
+#include "testing/providers/posixprovider-win.h"
+#include "testing/scopes/tempfolder.h"
+#include "testing/threads/boundedthread.h"
 #include "util/windows/cygwinconnector.h"
 
 namespace {

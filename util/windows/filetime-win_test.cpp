@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "testing/replacedcall-win.h"
+#include "testing/calls/replacedcall-win.h"
 
 namespace {
 

@@ -7,9 +7,9 @@
 #include <winsock2.h>
 #include <windows.h>
 
-#include "testing/replacedcall-win.h"
-#include "testing/socketerror-win.h"
-#include "testing/systemmessage-win.h"
+#include "testing/calls/replacedcall-win.h"
+#include "testing/calls/socketerror-win.h"
+#include "testing/calls/systemmessage-win.h"
 #include "util/windows/errortext-win.h"
 
 namespace {

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "testing/replacedcall-win.h"
+#include "testing/calls/replacedcall-win.h"
 
 namespace {
 

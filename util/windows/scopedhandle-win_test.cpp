@@ -7,10 +7,10 @@
 
 #include <gtest/gtest.h>
 
-#include "testing/debugoutput-win.h"
-#include "testing/memoryshortage-win.h"
-#include "testing/replacedcall-win.h"
-#include "testing/systemmessage-win.h"
+#include "testing/calls/debugoutput-win.h"
+#include "testing/calls/memoryshortage-win.h"
+#include "testing/calls/replacedcall-win.h"
+#include "testing/calls/systemmessage-win.h"
 
 namespace {
 

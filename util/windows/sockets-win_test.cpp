@@ -10,8 +10,8 @@
 #include <winsock2.h>
 #include <windows.h>
 
-#include "testing/replacedcall-win.h"
-#include "testing/systemmessage-win.h"
+#include "testing/calls/replacedcall-win.h"
+#include "testing/calls/systemmessage-win.h"
 
 namespace {
 

@@ -10,12 +10,12 @@
 
 #include <windows.h>
 
-#include "testing/allocationcount.h"
 #include "testing/alltexts.h"
-#include "testing/cygwinscope.h"
-#include "testing/debugoutput-win.h"
-#include "testing/eightbitlocale.h"
-#include "testing/replacedcall-win.h"
+#include "testing/calls/debugoutput-win.h"
+#include "testing/calls/replacedcall-win.h"
+#include "testing/counts/allocationcount.h"
+#include "testing/scopes/cygwinscope.h"
+#include "testing/scopes/eightbitlocale.h"
 #include "testing/trailingexpression.h"
 #include "util/pathfun.h"
 #include "util/windows/debugstream-win.h"

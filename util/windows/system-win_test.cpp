@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "testing/tempfolder.h"
+#include "testing/scopes/tempfolder.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 
 #include <windows.h>
 
-#include "testing/replacedcall-win.h"
+#include "testing/calls/replacedcall-win.h"
 
 namespace {
 

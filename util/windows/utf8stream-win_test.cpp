@@ -13,9 +13,9 @@
 
 #include <windows.h>
 
-#include "testing/allocationcount.h"
-#include "testing/replacedcall-win.h"
-#include "testing/tempfolder.h"
+#include "testing/calls/replacedcall-win.h"
+#include "testing/counts/allocationcount.h"
+#include "testing/scopes/tempfolder.h"
 #include "util/windows/errortext-win.h"
 #include "util/windows/unicodetext-win.h"
 

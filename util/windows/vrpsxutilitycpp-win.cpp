@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "util/assertion.h"
-#include "util/windows/vrpsxobjects-win.h"
+#include "util/windows/posix/vrpsxobjects-win.h"
 
 namespace vrpsx {
 

@@ -9,10 +9,10 @@
 
 #include <gtest/gtest.h>
 
-#include "testing/allocationcount.h"
-#include "testing/posixembedding-win.h"
-#include "testing/posixprovider-win.h"
-#include "util/windows/vrpsxobjects-win.h"
+#include "testing/counts/allocationcount.h"
+#include "testing/providers/posixembedding-win.h"
+#include "testing/providers/posixprovider-win.h"
+#include "util/windows/posix/vrpsxobjects-win.h"
 
 namespace {
 

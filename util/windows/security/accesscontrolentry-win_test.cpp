@@ -10,7 +10,7 @@
 
 #include <windows.h>
 
-#include "testing/ownershipcount-win.h"
+#include "testing/counts/ownershipcount-win.h"
 #include "util/windows/security/accesscontrol-win.h"
 
 namespace {

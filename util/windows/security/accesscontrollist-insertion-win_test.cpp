@@ -7,8 +7,8 @@
 
 #include <windows.h>
 
-#include "testing/ownershipcount-win.h"
-#include "testing/replacedcall-win.h"
+#include "testing/calls/replacedcall-win.h"
+#include "testing/counts/ownershipcount-win.h"
 #include "util/windows/security/accesscontrol-win.h"
 
 namespace {

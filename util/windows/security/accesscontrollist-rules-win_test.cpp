@@ -6,8 +6,8 @@
 
 #include <windows.h>
 
-#include "testing/ownershipcount-win.h"
-#include "testing/refusedcall-win.h"
+#include "testing/calls/refusedcall-win.h"
+#include "testing/counts/ownershipcount-win.h"
 #include "util/windows/security/accesscontrol-win.h"
 
 namespace {

@@ -10,10 +10,10 @@
 
 #include <windows.h>
 
-#include "testing/debugoutput-win.h"
-#include "testing/refusedcall-win.h"
-#include "testing/replacedcall-win.h"
-#include "testing/securitytest-win.h"
+#include "testing/calls/debugoutput-win.h"
+#include "testing/calls/refusedcall-win.h"
+#include "testing/calls/replacedcall-win.h"
+#include "testing/counts/securitytest-win.h"
 
 namespace {
 

@@ -14,10 +14,10 @@
 #include <aclapi.h>
 #include <sddl.h>
 
-#include "testing/accountlookup-win.h"
+#include "testing/calls/accountlookup-win.h"
+#include "testing/calls/refusedcall-win.h"
+#include "testing/calls/replacedcall-win.h"
 #include "testing/printed.h"
-#include "testing/refusedcall-win.h"
-#include "testing/replacedcall-win.h"
 #include "util/windows/errortext-win.h"
 #include "util/windows/security/securityprinting-win.h"
 #include "util/windows/unicodetext-win.h"

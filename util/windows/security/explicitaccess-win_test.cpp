@@ -8,8 +8,8 @@
 // Behind windows.h.
 #include <aclapi.h>
 
-#include "testing/ownershipcount-win.h"
-#include "testing/refusedcall-win.h"
+#include "testing/calls/refusedcall-win.h"
+#include "testing/counts/ownershipcount-win.h"
 #include "util/windows/security/accesscontrol-win.h"
 #include "util/windows/security/trustee-win.h"
 

@@ -11,8 +11,8 @@
 // Behind windows.h.
 #include <sddl.h>
 
-#include "testing/littlememory-win.h"
-#include "testing/tempfolder.h"
+#include "testing/counts/littlememory-win.h"
+#include "testing/scopes/tempfolder.h"
 #include "util/windows/security/accesscontrol-win.h"
 #include "util/windows/security/accesstoken-win.h"
 #include "util/windows/security/securitydescriptor-win.h"

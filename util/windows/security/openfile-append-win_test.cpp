@@ -7,8 +7,8 @@
 
 #include <windows.h>
 
-#include "testing/largefile-win.h"
-#include "testing/tempfolder.h"
+#include "testing/calls/largefile-win.h"
+#include "testing/scopes/tempfolder.h"
 #include "util/windows/scopedhandle-win.h"
 #include "util/windows/security/openfile-win.h"
 

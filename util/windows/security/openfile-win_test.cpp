@@ -13,9 +13,9 @@
 // Behind windows.h.
 #include <sddl.h>
 
-#include "testing/allocationcount.h"
-#include "testing/replacedcall-win.h"
-#include "testing/tempfolder.h"
+#include "testing/calls/replacedcall-win.h"
+#include "testing/counts/allocationcount.h"
+#include "testing/scopes/tempfolder.h"
 #include "util/stringpool.h"
 #include "util/windows/scopedhandle-win.h"
 #include "util/windows/security/securityattributes-win.h"

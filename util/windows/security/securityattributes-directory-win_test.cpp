@@ -20,9 +20,9 @@
 #include <aclapi.h>
 #include <sddl.h>
 
-#include "testing/processresources-win.h"
-#include "testing/replacedcall-win.h"
-#include "testing/tempfolder.h"
+#include "testing/calls/replacedcall-win.h"
+#include "testing/counts/processresources-win.h"
+#include "testing/scopes/tempfolder.h"
 #include "util/stringpool.h"
 #include "util/windows/scopedhandle-win.h"
 #include "util/windows/security/openfile-win.h"

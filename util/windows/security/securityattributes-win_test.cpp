@@ -14,8 +14,8 @@
 // Behind windows.h.
 #include <sddl.h>
 
-#include "testing/allocationcount.h"
-#include "testing/replacedcall-win.h"
+#include "testing/calls/replacedcall-win.h"
+#include "testing/counts/allocationcount.h"
 #include "util/stringpool.h"
 #include "util/windows/security/securitydescriptor-win.h"
 

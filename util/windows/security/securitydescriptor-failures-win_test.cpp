@@ -11,8 +11,8 @@
 #include <aclapi.h>
 #include <sddl.h>
 
-#include "testing/refusedcall-win.h"
-#include "testing/securitytest-win.h"
+#include "testing/calls/refusedcall-win.h"
+#include "testing/counts/securitytest-win.h"
 #include "util/windows/localmemory-win.h"
 #include "util/windows/security/securitydescriptor-win.h"
 

@@ -10,9 +10,9 @@
 // Behind windows.h.
 #include <sddl.h>
 
-#include "testing/refusedcall-win.h"
-#include "testing/replacedcall-win.h"
-#include "testing/securitytest-win.h"
+#include "testing/calls/refusedcall-win.h"
+#include "testing/calls/replacedcall-win.h"
+#include "testing/counts/securitytest-win.h"
 #include "util/windows/security/securitydescriptor-win.h"
 
 namespace {

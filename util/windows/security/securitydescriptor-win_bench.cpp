@@ -10,7 +10,7 @@
 #include <aclapi.h>
 
 #include "testing/benchmark/comparison.h"
-#include "testing/tempfolder.h"
+#include "testing/scopes/tempfolder.h"
 #include "util/windows/security/securitydescriptor-win.h"
 #include "util/windows/system-paths-win.h"
 

@@ -12,9 +12,9 @@
 #include <aclapi.h>
 #include <sddl.h>
 
-#include "testing/refusedcall-win.h"
-#include "testing/replacedcall-win.h"
-#include "testing/securitytest-win.h"
+#include "testing/calls/refusedcall-win.h"
+#include "testing/calls/replacedcall-win.h"
+#include "testing/counts/securitytest-win.h"
 #include "util/windows/localmemory-win.h"
 #include "util/windows/security/accessrights.h"
 

@@ -9,8 +9,8 @@
 #define SECURITY_WIN32
 #include <security.h>
 
-#include "testing/ownershipcount-win.h"
-#include "testing/refusedcall-win.h"
+#include "testing/calls/refusedcall-win.h"
+#include "testing/counts/ownershipcount-win.h"
 #include "util/windows/security/securityidentifier-win.h"
 
 namespace {

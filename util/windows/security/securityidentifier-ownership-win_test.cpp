@@ -6,7 +6,7 @@
 
 #include <windows.h>
 
-#include "testing/ownershipcount-win.h"
+#include "testing/counts/ownershipcount-win.h"
 #include "util/windows/security/securityidentifier-win.h"
 
 namespace {

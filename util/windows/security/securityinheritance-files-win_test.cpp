@@ -12,10 +12,10 @@
 #include <aclapi.h>
 #include <sddl.h>
 
-#include "testing/refusedcall-win.h"
-#include "testing/replacedcall-win.h"
-#include "testing/securitytest-win.h"
-#include "testing/tempfolder.h"
+#include "testing/calls/refusedcall-win.h"
+#include "testing/calls/replacedcall-win.h"
+#include "testing/counts/securitytest-win.h"
+#include "testing/scopes/tempfolder.h"
 #include "util/windows/security/securitydescriptor-win.h"
 #include "util/windows/system-paths-win.h"
 

@@ -10,9 +10,9 @@
 
 #include "util/windows/debugstream-win.h"
 #include "util/windows/errortext-win.h"
-#include "util/windows/filestat-win.h"
 #include "util/windows/security/caughtfailure-win.h"
 #include "util/windows/security/securitydescriptor-win.h"
+#include "util/windows/system/filestat-win.h"
 
 namespace {
 

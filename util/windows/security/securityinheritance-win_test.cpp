@@ -10,11 +10,11 @@
 #include <aclapi.h>
 #include <sddl.h>
 
-#include "testing/debugoutput-win.h"
-#include "testing/refusedcall-win.h"
-#include "testing/replacedcall-win.h"
-#include "testing/securitytest-win.h"
-#include "testing/tempfolder.h"
+#include "testing/calls/debugoutput-win.h"
+#include "testing/calls/refusedcall-win.h"
+#include "testing/calls/replacedcall-win.h"
+#include "testing/counts/securitytest-win.h"
+#include "testing/scopes/tempfolder.h"
 #include "util/windows/security/accessrights.h"
 #include "util/windows/security/securitydescriptor-win.h"
 

@@ -10,9 +10,9 @@
 
 #include <windows.h>
 
-#include "testing/refusedcall-win.h"
-#include "testing/replacedcall-win.h"
-#include "testing/securitytest-win.h"
+#include "testing/calls/refusedcall-win.h"
+#include "testing/calls/replacedcall-win.h"
+#include "testing/counts/securitytest-win.h"
 #include "util/windows/security/accesstoken-win.h"
 
 namespace {

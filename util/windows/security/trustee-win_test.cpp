@@ -13,8 +13,8 @@
 
 #include <aclapi.h>
 
-#include "testing/ownershipcount-win.h"
-#include "testing/refusedcall-win.h"
+#include "testing/calls/refusedcall-win.h"
+#include "testing/counts/ownershipcount-win.h"
 
 namespace {
 

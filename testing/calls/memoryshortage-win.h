@@ -1,0 +1,67 @@
+#pragma once
+
+#include <cstddef>
+#include <limits>
+#include <new>
+#include <utility>
+
+#include "testing/calls/replacedcall-win.h"
+
+namespace testing_support {
+
+/// Lets this program's malloc and calloc together serve `blocks` more calls, and then none until
+/// the scope ends. The C++ allocator and the thread library go through them; std::bad_alloc can be
+/// thrown all the same. For a child process of one thread, one at a time.
+class MemoryShortage {
+public:
+    explicit MemoryShortage(int blocks)
+        : mMalloc("malloc", [](size_t size) { return take() ? sMalloc(size) : nullptr; }),
+          mCalloc("calloc", [](size_t count, size_t size) {
+              return take() ? sCalloc(count, size) : nullptr;
+          }) {
+        throwOnce();
+        sFailNext = true;
+        throwOnce();
+        sBlocks = blocks;
+    }
+    ~MemoryShortage() { sBlocks = PLENTY; }
+    MemoryShortage(const MemoryShortage&) = delete;
+    MemoryShortage& operator=(const MemoryShortage&) = delete;
+
+private:
+    using Malloc = void*(size_t);
+    using Calloc = void*(size_t, size_t);
+
+    static constexpr int PLENTY = std::numeric_limits<int>::max();
+
+    /// The C++ runtime allocates something at a thread's first exception, and the lock of its
+    /// reserve at the first exception that there is no memory for, and can't do without. After
+    /// both, exceptions can be thrown without memory.
+    static void throwOnce() {
+        try {
+            throw std::bad_alloc();
+        } catch (const std::bad_alloc&) {
+            return;
+        }
+    }
+
+    static bool take() { return !std::exchange(sFailNext, false) && sBlocks-- > 0; }
+
+    /// The C runtime's own function: the replacing of calls allocates as well, on its way.
+    template <class Signature>
+    static Signature* runtimeCall(const char* function) {
+        const HMODULE runtime = GetModuleHandleW(L"msvcrt.dll");
+        return reinterpret_cast<Signature*>(
+            reinterpret_cast<void*>(GetProcAddress(runtime, function)));
+    }
+
+    static inline Malloc* const sMalloc = runtimeCall<Malloc>("malloc");
+    static inline Calloc* const sCalloc = runtimeCall<Calloc>("calloc");
+    static inline int sBlocks = PLENTY;
+    static inline bool sFailNext = false;
+
+    ReplacedCall<Malloc> mMalloc;
+    ReplacedCall<Calloc> mCalloc;
+};
+
+}  // namespace testing_support

@@ -1,0 +1,49 @@
+// A child for tests. Says whether Cygwin started it: the answer that eight threads get that ask at
+// once, then the one of a second question, then the description of a connector.
+
+#include <atomic>
+#include <cstdio>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "testing/providers/posixembedding-win.h"
+#include "testing/providers/posixprovider-win.h"
+#include "util/windows/cygwinconnector.h"
+
+namespace {
+
+const char* word(bool answer) { return answer ? "yes" : "no"; }
+
+/// "mixed" if they differ.
+std::string answerOfThreads() {
+    constexpr int COUNT = 8;
+    std::atomic<int> ready{0};
+    std::atomic<int> yes{0};
+    std::vector<std::thread> threads;
+    threads.reserve(COUNT);
+    for (int i = 0; i < COUNT; ++i) {
+        threads.emplace_back([&] {
+            ++ready;
+            while (ready < COUNT) {
+                std::this_thread::yield();
+            }
+            yes += cygwin::invoked_from_cygwin() ? 1 : 0;
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    return yes == 0 || yes == COUNT ? word(yes == COUNT) : "mixed";
+}
+
+}  // namespace
+
+int main() {
+    const std::string first = answerOfThreads();
+    testing_support::PosixProvider provider("1.7.35");
+    const cygwin::connector connector(testing_support::embeddingOf(provider));
+    std::printf("%s %s %s", first.c_str(), word(cygwin::invoked_from_cygwin()),
+                connector.describe().c_str());
+    return 0;
+}

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <string>
+
+#include "testing/eventually.h"
+#include "util/windows/system/files-win.h"
+#include "util/windows/system/trees-win.h"
+
+namespace testing_support {
+
+/// Makes the directories N/a/b/c in `directory` for each N below `count`, each at the same moment
+/// as another process that calls this with the two names exchanged. Throws what System::makePath
+/// throws; false if `directory` can't be written to, or the other process isn't there in half a
+/// minute.
+inline bool makeChains(const std::string& directory, const std::string& self,
+                       const std::string& other, unsigned long count) {
+    for (unsigned long round = 0; round < count; ++round) {
+        const std::string start = directory + '/' + std::to_string(round) + '-';
+        const auto isThere = [&] { return System::exists(start + other); };
+        if (!System::makeDirectory(start + self, /*mode=*/0) || !eventually(isThere)) {
+            return false;
+        }
+        System::makePath((directory + '/' + std::to_string(round) + "/a/b/c").c_str(),
+                         /*created=*/nullptr);
+    }
+    return true;
+}
+
+}  // namespace testing_support

@@ -1,0 +1,154 @@
+#pragma once
+
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <list>
+#include <optional>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include "testing/calls/consolebreak-win.h"
+#include "testing/calls/jobaccounting-win.h"
+#include "testing/calls/quickwakes-win.h"
+#include "testing/eventually.h"
+#include "testing/processes/childprocess-win.h"
+#include "testing/processes/processend-win.h"
+#include "testing/processes/testedexec-win.h"
+#include "testing/scopes/environmentscope.h"
+#include "testing/scopes/tempfolder.h"
+#include "testing/utf8path.h"
+
+namespace testing_support {
+
+/// The line that lets execchild do these actions.
+inline std::string waitedChild(const std::string& actions) {
+    std::string line = "\"";
+    return line.append(utf8(testProgramFolder() / "execchild.exe")).append("\" ").append(actions);
+}
+
+/// One rule, for every command.
+inline std::list<Exec::StallRule> everyCommand(int32_t timeout, uint32_t flags) {
+    return {{".*", timeout, flags}};
+}
+
+/// What the caller gets to read of a command that stalled.
+inline std::string stallText(const std::string& command) {
+    std::string text = "\nCommand \"";
+    return text.append(command).append(
+        "\" was not making progress so it was automatically aborted.\n");
+}
+
+/// A test of how real commands are waited for, woken up quickly. Breaks reach them, and their
+/// captures are gone when it ends.
+class ExecWaitTest : public testing::Test {
+protected:
+    void TearDown() override {
+        for (const auto& entry : std::filesystem::directory_iterator(captures.path())) {
+            // The process of a death test leaves its folders.
+            EXPECT_TRUE(entry.is_directory()) << entry.path();
+        }
+    }
+
+    /// A file in the test's folder, in quotes.
+    std::string file(const std::string& name) const { return '"' + folder.utf8(name) + '"'; }
+    bool isThere(const std::string& name) const {
+        return std::filesystem::exists(folder.path() / name);
+    }
+    void make(const std::string& name) const { folder.write(name, ""); }
+    void remove(const std::string& name) const { std::filesystem::remove(folder.path() / name); }
+    void await(const std::string& name) const {
+        EXPECT_TRUE(eventually([&] { return isThere(name); })) << name;
+    }
+    /// What lets a process tell its id and then wait for `letGo`.
+    std::string awaitingGo() const { return "pid " + file("awaiting") + " await " + file("go"); }
+    /// Lets such a process go on, and waits for its end, after which no file is in use by it.
+    void letGo() const {
+        // The file is there before its content is.
+        DWORD pid = 0;
+        EXPECT_TRUE(eventually([&] {
+            std::ifstream(folder.path() / "awaiting") >> pid;
+            return pid != 0;
+        }));
+        make("go");
+        EXPECT_TRUE(ends(pid));
+        remove("go");
+        remove("awaiting");
+    }
+
+    /// At the first wake the command has come to make the file, and then the action is done.
+    void atFirstWake(const std::string& name, const std::function<void()>& action = {}) {
+        wakes.onTimeout([this, name, action](size_t wake) -> DWORD {
+            if (wake == 1) {
+                await(name);
+                if (action) {
+                    action();
+                }
+            }
+            return WAIT_TIMEOUT;
+        });
+    }
+    /// Whether no process is left in the job. Those that are over may count for a moment yet.
+    bool jobEmpties() const {
+        return eventually([this] {
+            JOBOBJECT_BASIC_PROCESS_ID_LIST list{};
+            return QueryInformationJobObject(exec.mJob.get(), JobObjectBasicProcessIdList, &list,
+                                             sizeof list, /*lpReturnLength=*/nullptr) &&
+                   list.NumberOfAssignedProcesses == 0;
+        });
+    }
+    void abort() {
+        MutexLock lock(exec.mHandleLock);
+        exec.abort(lock, /*signal=*/15);
+    }
+
+    const TempFolder folder;
+    const TempFolder captures;
+    const EnvironmentScope tmp{"TMP", captures.path().string()};
+    const EnvironmentScope noStallCommand{"NBBRK", std::nullopt};
+    QuickWakes wakes;
+    const ConsoleBreaks breaks;
+    JobAccounting accounting;
+    TestedExec exec;
+};
+
+/// An Exec that waits for a process that never ends, without any time going by. Its job is empty.
+class SimulatedWait : public TestedExec {
+public:
+    explicit SimulatedWait(const StallRule& rule) {
+        *mJob.receive() = CreateJobObjectA(/*lpJobAttributes=*/nullptr, /*lpName=*/nullptr);
+        setStallRules({rule});
+        selectStallRule("command");
+    }
+
+    /// Waits until the command has stalled, or so many rounds are over. Before each of them
+    /// `beforeRound` is called with its number, from 1 on.
+    void run(size_t count, const std::function<void(size_t)>& beforeRound = {}) {
+        const QuickWakes wakes(
+            [&](size_t wake) -> DWORD {
+                if (stalled || wake > count) {
+                    return WAIT_OBJECT_0;
+                }
+                rounds = wake;
+                if (beforeRound) {
+                    beforeRound(wake);
+                }
+                return WAIT_TIMEOUT;
+            },
+            /*milliseconds=*/0);
+        EXPECT_TRUE(waitProcessExit(GetCurrentProcess(), GetCurrentProcessId(), "command",
+                                    failureText, &stalled, directory,
+                                    /*environment=*/nullptr, /*passThrough=*/nullptr));
+    }
+
+    std::string failure;
+    std::string* failureText = &failure;
+    std::string directory;
+    bool stalled = true;
+    size_t rounds = 0;  ///< of the last wait
+};
+
+}  // namespace testing_support

@@ -1,0 +1,50 @@
+#include "testing/processes/filechild-win.h"
+
+#include <chrono>
+#include <stdexcept>
+#include <system_error>
+
+namespace testing_support {
+
+FileChild::FileChild(const std::string& what, std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), {what, mFolder.utf8("signal")});
+    ChildRun run = {.program = testProgramFolder() / "filechild.exe",
+                    .arguments = std::move(arguments)};
+    mRunner = std::thread([this, run = std::move(run)] { this->run(run); });
+    while (!std::filesystem::exists(mSignal)) {
+        if (mHasEnded) {
+            wait();
+            if (mFailure != nullptr) {
+                std::rethrow_exception(mFailure);
+            }
+            throw std::runtime_error("filechild can't do that");
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+}
+
+FileChild::~FileChild() { end(); }
+
+void FileChild::run(const ChildRun& run) {
+    try {
+        mResult = runChild(run);
+    } catch (const std::exception&) {
+        mFailure = std::current_exception();
+    }
+    mHasEnded = true;
+}
+
+bool FileChild::end() {
+    std::error_code ignored;
+    std::filesystem::remove(mSignal, ignored);
+    return wait();
+}
+
+bool FileChild::wait() {
+    if (mRunner.joinable()) {
+        mRunner.join();
+    }
+    return mResult.exitCode == 0;
+}
+
+}  // namespace testing_support

@@ -1,0 +1,80 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+#include <windows.h>
+
+#include "testing/calls/replacedcall-win.h"
+#include "testing/processes/childprocess-win.h"
+#include "testing/scopes/environmentscope.h"
+#include "testing/scopes/tempfolder.h"
+
+namespace testing_support {
+
+/// A small POSIX world until the scope ends: a folder that is its "/", and the programs cygpath,
+/// readlink and ln, over links in that folder, which the search path holds alone. See
+/// testing/children/posixnames-win.h. It has the folders /bin and /tools/bin; Wine starts programs
+/// of its host by POSIX names, so commands by such are of the latter. One at a time.
+class PosixWorld {
+public:
+    /// The folder lies in the given one, which outlives the world.
+    explicit PosixWorld(const TempFolder& folder) : mFolder(folder) {
+        for (const char* name : {"bin", "tools/bin"}) {
+            create_directories(mRoot / name);
+        }
+    }
+
+    /// The folder that holds those programs.
+    static std::filesystem::path tools() { return testProgramFolder() / "posixtools"; }
+
+    const std::filesystem::path& root() const { return mRoot; }
+    /// The Windows name, with slashes, of a POSIX name (UTF-8) that begins with one.
+    std::string native(const std::string& name) const { return mFolder.utf8(ROOT) + name; }
+    /// Writes a file, and returns its Windows name. Its folder must be there.
+    std::string write(const std::string& name, const std::string& content = {}) const {
+        return mFolder.write(ROOT + name, content);
+    }
+    /// Makes it a link, and returns its Windows name (the file has ".lnk" behind it).
+    std::string link(const std::string& name, const std::string& target) const {
+        write(name + ".lnk", "!<symlink>" + target);
+        return native(name);
+    }
+    /// Makes it a copy of a program of the tools, and returns its Windows name.
+    std::string program(const std::string& name, const char* tool = "interpreter.exe") const {
+        std::string file = native(name);
+        copy_file(tools() / tool, std::u8string(file.begin(), file.end()));
+        return file;
+    }
+
+private:
+    /// Wine can't start one process in some thousands: that is tried again.
+    static BOOL WINAPI startSurely(LPCWSTR program, LPWSTR line, LPSECURITY_ATTRIBUTES ofProcess,
+                                   LPSECURITY_ATTRIBUTES ofThread, BOOL inherits, DWORD flags,
+                                   LPVOID environment, LPCWSTR directory, LPSTARTUPINFOW startup,
+                                   LPPROCESS_INFORMATION process) {
+        for (;;) {
+            if (gStart(program, line, ofProcess, ofThread, inherits, flags, environment, directory,
+                       startup, process)) {
+                return TRUE;
+            }
+            if (GetLastError() != ERROR_INTERNAL_ERROR) {
+                return FALSE;
+            }
+        }
+    }
+    static inline decltype(&CreateProcessW) gStart = nullptr;
+
+    static inline const std::string ROOT = "posixroot";
+
+    const TempFolder& mFolder;
+    std::filesystem::path mRoot = mFolder.path() / ROOT;
+    EnvironmentScope mRootVariable{"NBCC_POSIX_ROOT", mRoot.string()};
+    EnvironmentScope mPath{"PATH", tools().string()};
+    struct Starts {
+        Starts() { gStart = call.original(); }
+        ReplacedCall<decltype(CreateProcessW)> call{"CreateProcessW", &startSurely};
+    } mStarts;
+};
+
+}  // namespace testing_support

@@ -1,0 +1,101 @@
+#include "testing/providers/mvfsprovider/drivelist.h"
+
+#include <charconv>
+#include <stdexcept>
+
+#include <boost/algorithm/string/classification.hpp>
+#include <boost/algorithm/string/split.hpp>
+#include <boost/algorithm/string/trim.hpp>
+
+namespace {
+
+using Fields = std::vector<std::string>;
+
+Fields splitLine(const std::string& line, const char* separators) {
+    Fields fields;
+    boost::algorithm::split(fields, line, boost::algorithm::is_any_of(separators));
+    for (std::string& field : fields) {
+        boost::algorithm::trim(field);
+    }
+    return fields;
+}
+
+std::optional<std::string> nameOrNull(const std::string& field) {
+    return field == "-" ? std::nullopt : std::optional(field);
+}
+
+/// The number of "WORD NUMBER", if the line is that.
+std::optional<uint32_t> numberBehind(const std::string& word, const std::string& line) {
+    const Fields fields = splitLine(line, " ");
+    if (fields.size() != 2 || fields[0] != word) {
+        return std::nullopt;
+    }
+    uint32_t number = 0;
+    const char* end = fields[1].data() + fields[1].size();
+    const auto [stop, failure] = std::from_chars(fields[1].data(), end, number);
+    return failure == std::errc() && stop == end ? std::optional(number) : std::nullopt;
+}
+
+/// Builds a list from the lines, in their order.
+class DriveListBuilder {
+public:
+    /// Takes a line that isn't empty and no comment; false if it is none of the forms.
+    bool take(const std::string& line) {
+        if (line == "batch") {
+            endBatch();
+        } else if (const auto openError = numberBehind("open", line)) {
+            mList.openError = *openError;
+        } else if (const auto error = numberBehind("fail", line)) {
+            endBatch();
+            mList.batches.push_back({.connections = {}, .error = *error});
+        } else {
+            return takeConnection(splitLine(line, "|"));
+        }
+        return true;
+    }
+
+    DriveList finish() {
+        endBatch();
+        return std::move(mList);
+    }
+
+private:
+    bool takeConnection(const Fields& fields) {
+        if (fields.size() != 2 && fields.size() != 3) {
+            return false;
+        }
+        mBatch.connections.push_back(
+            {.localName = nameOrNull(fields[0]),
+             .remoteName = nameOrNull(fields[1]),
+             .provider = fields.size() == 3 ? nameOrNull(fields[2]) : "ClearCase Dynamic Views"});
+        return true;
+    }
+
+    void endBatch() {
+        if (!mBatch.connections.empty()) {
+            mList.batches.push_back(std::move(mBatch));
+            mBatch = DriveBatch();
+        }
+    }
+
+    DriveList mList;
+    DriveBatch mBatch;
+};
+
+}  // namespace
+
+DriveList parseDriveList(std::string_view text) {
+    DriveListBuilder builder;
+    size_t number = 0;
+    while (!text.empty()) {
+        const size_t end = text.find('\n');
+        std::string line(text.substr(0, end));
+        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+        ++number;
+        boost::algorithm::trim(line);
+        if (!line.empty() && line.front() != '#' && !builder.take(line)) {
+            throw std::invalid_argument("line " + std::to_string(number) + ": " + line);
+        }
+    }
+    return builder.finish();
+}

@@ -1,0 +1,91 @@
+#include "testing/providers/mvfsprovider/drivelist.h"
+
+#include <stdexcept>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+void expectConnection(const DriveConnection& connection,
+                      const std::optional<std::string>& localName,
+                      const std::optional<std::string>& remoteName,
+                      const std::optional<std::string>& provider) {
+    EXPECT_EQ(connection.localName, localName);
+    EXPECT_EQ(connection.remoteName, remoteName);
+    EXPECT_EQ(connection.provider, provider);
+}
+
+TEST(DriveListTest, AnEmptyTextHasNoBatchAndOpens) {
+    const DriveList list = parseDriveList("");
+    EXPECT_EQ(list.openError, 0U);
+    EXPECT_TRUE(list.batches.empty());
+}
+
+TEST(DriveListTest, CommentsAndEmptyLinesAreIgnored) {
+    EXPECT_TRUE(parseDriveList("# M: | \\\\view\n\n  \t\r\n  # x\n").batches.empty());
+}
+
+TEST(DriveListTest, AConnectionHasThreeFieldsWithoutTheBlanksAroundThem) {
+    const DriveList list = parseDriveList("  M: |\\\\view\\a b|  Some Provider \r\n");
+    ASSERT_EQ(list.batches.size(), 1U);
+    ASSERT_EQ(list.batches[0].connections.size(), 1U);
+    EXPECT_EQ(list.batches[0].error, 0U);
+    expectConnection(list.batches[0].connections[0], "M:", "\\\\view\\a b", "Some Provider");
+}
+
+TEST(DriveListTest, WithoutAThirdFieldTheProviderIsTheOneOfTheViews) {
+    const DriveList list = parseDriveList("x: | \\\\view\\tag1");
+    ASSERT_EQ(list.batches.size(), 1U);
+    expectConnection(list.batches[0].connections.at(0), "x:", "\\\\view\\tag1",
+                     "ClearCase Dynamic Views");
+}
+
+TEST(DriveListTest, ADashIsANullPointerAndNothingIsAnEmptyText) {
+    const DriveList list = parseDriveList("- | - | -\n||\n");
+    ASSERT_EQ(list.batches.size(), 1U);
+    ASSERT_EQ(list.batches[0].connections.size(), 2U);
+    expectConnection(list.batches[0].connections[0], std::nullopt, std::nullopt, std::nullopt);
+    expectConnection(list.batches[0].connections[1], "", "", "");
+}
+
+TEST(DriveListTest, ABatchLineEndsABatch) {
+    const DriveList list = parseDriveList("a|b\nc|d\nbatch\ne|f\n");
+    ASSERT_EQ(list.batches.size(), 2U);
+    EXPECT_EQ(list.batches[0].connections.size(), 2U);
+    EXPECT_EQ(list.batches[1].connections.size(), 1U);
+}
+
+TEST(DriveListTest, ABatchOfNothingIsNone) {
+    EXPECT_EQ(parseDriveList("batch\na|b\nbatch\nbatch\n").batches.size(), 1U);
+}
+
+TEST(DriveListTest, AFailLineIsAnAnswerOfItsOwnBehindWhatStandsAboveIt) {
+    const DriveList list = parseDriveList("a|b\nfail 1222\nc|d\n");
+    ASSERT_EQ(list.batches.size(), 3U);
+    EXPECT_EQ(list.batches[0].connections.size(), 1U);
+    EXPECT_EQ(list.batches[0].error, 0U);
+    EXPECT_TRUE(list.batches[1].connections.empty());
+    EXPECT_EQ(list.batches[1].error, 1222U);
+    EXPECT_EQ(list.batches[2].connections.size(), 1U);
+    EXPECT_EQ(list.batches[2].error, 0U);
+}
+
+TEST(DriveListTest, AnOpenLineGivesTheErrorOfOpening) {
+    const DriveList list = parseDriveList("a|b\nopen 1200\n");
+    EXPECT_EQ(list.openError, 1200U);
+    EXPECT_EQ(list.batches.size(), 1U);
+}
+
+TEST(DriveListTest, ALineOfNoKnownFormIsAnErrorThatNamesIt) {
+    for (const char* line : {"M:", "a|b|c|d", "open", "open x", "open 1x", "open -1", "fail 1 2",
+                             "fail 4294967296", "batch 0", "close 1"}) {
+        try {
+            parseDriveList("# x\n" + std::string(line) + "\n");
+            ADD_FAILURE() << line;
+        } catch (const std::invalid_argument& error) {
+            EXPECT_EQ(error.what(), "line 2: " + std::string(line));
+        }
+    }
+}
+
+}  // namespace

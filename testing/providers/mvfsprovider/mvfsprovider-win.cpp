@@ -1,0 +1,174 @@
+// A network provider, as Windows loads it for the WNet functions: the connections of the text file
+// (see drivelist.h) that the environment variable MVFSPROVIDER_DRIVES of the asking process names.
+// Without the variable or the file there are no connections. It does nothing but enumerate.
+
+#include <cstring>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <memory>
+#include <wnnc.h>
+
+#include <windows.h>
+#include <winnetwk.h>
+
+#include "testing/providers/mvfsprovider/drivelist.h"
+
+extern "C" {
+#include <npapi.h>
+}
+
+namespace {
+
+std::filesystem::path drivesFile() {
+    std::wstring name(32768, L'\0');
+    name.resize(GetEnvironmentVariableW(L"MVFSPROVIDER_DRIVES", name.data(),
+                                        static_cast<DWORD>(name.size())));
+    return name;
+}
+
+DriveList readDrives() {
+    std::ifstream file(drivesFile(), std::ios::binary);
+    return parseDriveList(
+        std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()));
+}
+
+std::optional<std::wstring> wide(const std::optional<std::string>& text) {
+    if (!text) {
+        return std::nullopt;
+    }
+    return std::filesystem::path(std::u8string(text->begin(), text->end())).wstring();
+}
+
+/// A caller's buffer: entries from its front, their texts from its end.
+class ResourceBuffer {
+public:
+    ResourceBuffer(void* data, size_t size)
+        : mData(static_cast<char*>(data)), mEnd(size - size % sizeof(wchar_t)) {}
+
+    size_t count() const { return mCount; }
+
+    static size_t neededFor(const DriveConnection& connection) {
+        return sizeof(NETRESOURCEW) + textSize(wide(connection.localName)) +
+               textSize(wide(connection.remoteName)) + textSize(wide(connection.provider));
+    }
+
+    /// False, and nothing is added, where there is no room for it.
+    bool add(const DriveConnection& connection) {
+        if (mCount * sizeof(NETRESOURCEW) + neededFor(connection) > mEnd) {
+            return false;
+        }
+        NETRESOURCEW& entry = reinterpret_cast<NETRESOURCEW*>(mData)[mCount++];
+        entry = NETRESOURCEW{};
+        entry.dwScope = RESOURCE_CONNECTED;
+        entry.dwType = RESOURCETYPE_DISK;
+        entry.dwDisplayType = RESOURCEDISPLAYTYPE_SHARE;
+        entry.dwUsage = RESOURCEUSAGE_CONNECTABLE;
+        entry.lpLocalName = addText(wide(connection.localName));
+        entry.lpRemoteName = addText(wide(connection.remoteName));
+        entry.lpProvider = addText(wide(connection.provider));
+        return true;
+    }
+
+private:
+    static size_t textSize(const std::optional<std::wstring>& text) {
+        return text ? (text->size() + 1) * sizeof(wchar_t) : 0;
+    }
+
+    wchar_t* addText(const std::optional<std::wstring>& text) {
+        if (!text) {
+            return nullptr;
+        }
+        mEnd -= textSize(text);
+        return static_cast<wchar_t*>(std::memcpy(mData + mEnd, text->c_str(), textSize(text)));
+    }
+
+    char* mData;
+    size_t mEnd;
+    size_t mCount = 0;
+};
+
+/// What an enumeration handle points at.
+struct Enumeration {
+    DriveList list;
+    size_t batch = 0;
+    size_t connection = 0;
+};
+
+/// Hands over what fits of the batch that comes next.
+DWORD answerNext(Enumeration& enumeration, size_t limit, ResourceBuffer& buffer, DWORD& size) {
+    if (enumeration.batch == enumeration.list.batches.size()) {
+        return WN_NO_MORE_ENTRIES;
+    }
+    const DriveBatch& batch = enumeration.list.batches[enumeration.batch];
+    for (; enumeration.connection < batch.connections.size(); ++enumeration.connection) {
+        const DriveConnection& next = batch.connections[enumeration.connection];
+        if (buffer.count() == limit) {
+            return WN_SUCCESS;
+        }
+        if (!buffer.add(next)) {
+            if (buffer.count() > 0) {
+                return WN_SUCCESS;
+            }
+            size = static_cast<DWORD>(ResourceBuffer::neededFor(next));
+            return WN_MORE_DATA;
+        }
+    }
+    ++enumeration.batch;
+    enumeration.connection = 0;
+    return batch.error;
+}
+
+}  // namespace
+
+extern "C" {
+
+DWORD WINAPI NPGetCaps(DWORD index) {
+    switch (index) {
+        case WNNC_SPEC_VERSION:
+            return WNNC_SPEC_VERSION51;
+        case WNNC_NET_TYPE:
+            return WNNC_NET_CLEARCASE;
+        case WNNC_START:
+            return WNNC_WAIT_FOR_START;
+        case WNNC_ENUMERATION:
+            return WNNC_ENUM_LOCAL;
+        default:
+            return 0;
+    }
+}
+
+DWORD WINAPI NPOpenEnum(DWORD scope, DWORD, DWORD, LPNETRESOURCEW, LPHANDLE handle) try {
+    if (scope != RESOURCE_CONNECTED) {
+        return WN_NOT_SUPPORTED;
+    }
+    auto enumeration = std::make_unique<Enumeration>();
+    enumeration->list = readDrives();
+    if (enumeration->list.openError == WN_SUCCESS) {
+        *handle = enumeration.release();
+        return WN_SUCCESS;
+    }
+    return enumeration->list.openError;
+} catch (const std::exception& error) {
+    // A mistake in the file would otherwise look like a system without drives.
+    std::cerr << "mvfsprovider: " << error.what() << '\n';
+    return ERROR_INVALID_DATA;
+}
+
+DWORD WINAPI NPEnumResource(HANDLE handle, LPDWORD count, LPVOID data, LPDWORD size) {
+    ResourceBuffer buffer(data, *size);
+    // A count of -1 asks for as many as fit.
+    const DWORD answer =
+        answerNext(*static_cast<Enumeration*>(handle), /*limit=*/*count, buffer, *size);
+    *count = static_cast<DWORD>(buffer.count());
+    return answer;
+}
+
+DWORD WINAPI NPCloseEnum(HANDLE handle) {
+    delete static_cast<Enumeration*>(handle);
+    return WN_SUCCESS;
+}
+
+}  // extern "C"

@@ -1,0 +1,117 @@
+#include "testing/providers/registeredprovider-win.h"
+
+#include <optional>
+
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+namespace {
+
+using testing_support::RegisteredProvider;
+using testing_support::withoutService;
+using testing_support::withService;
+
+TEST(ProviderOrderTest, AServiceIsAppendedUnlessItIsInTheList) {
+    EXPECT_EQ(withService(L"", L"Ours"), L"Ours");
+    EXPECT_EQ(withService(L"RDPNP,LanmanWorkstation", L"Ours"), L"RDPNP,LanmanWorkstation,Ours");
+    EXPECT_EQ(withService(L"RDPNP,ours,LanmanWorkstation", L"Ours"),
+              L"RDPNP,ours,LanmanWorkstation");
+    EXPECT_EQ(withService(L"OursToo", L"Ours"), L"OursToo,Ours");
+}
+
+TEST(ProviderOrderTest, AServiceIsTakenOutAndTheOthersStay) {
+    EXPECT_EQ(withoutService(L"", L"Ours"), L"");
+    EXPECT_EQ(withoutService(L"Ours", L"Ours"), L"");
+    EXPECT_EQ(withoutService(L"RDPNP,ours,LanmanWorkstation", L"Ours"), L"RDPNP,LanmanWorkstation");
+    EXPECT_EQ(withoutService(L"RDPNP,OursToo", L"Ours"), L"RDPNP,OursToo");
+}
+
+/// A text of the registry; nothing if the key or the value isn't there.
+std::optional<std::wstring> registryText(const wchar_t* key, const wchar_t* value) {
+    std::wstring text(1024, L'\0');
+    auto size = static_cast<DWORD>(text.size() * sizeof(wchar_t));
+    if (RegGetValueW(HKEY_LOCAL_MACHINE, key, value, RRF_RT_ANY | RRF_NOEXPAND,
+                     /*pdwType=*/nullptr, text.data(), &size) != ERROR_SUCCESS) {
+        return std::nullopt;
+    }
+    return text.substr(0, text.find(L'\0'));
+}
+
+std::optional<std::wstring> order() {
+    return registryText(L"SYSTEM\\CurrentControlSet\\Control\\NetworkProvider\\Order",
+                        L"ProviderOrder");
+}
+
+constexpr const wchar_t* PROVIDER_KEY =
+    L"SYSTEM\\CurrentControlSet\\Services\\MvfsProvider\\NetworkProvider";
+
+std::optional<std::wstring> libraryPath() { return registryText(PROVIDER_KEY, L"ProviderPath"); }
+
+bool keyExists(const wchar_t* path) {
+    HKEY key = nullptr;
+    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, path, /*ulOptions=*/0, KEY_READ, &key) != ERROR_SUCCESS) {
+        return false;
+    }
+    RegCloseKey(key);
+    return true;
+}
+
+TEST(RegisteredProviderTest, TheRegistryNamesTheProviderUntilTheScopeEnds) {
+    const auto orderBefore = order();
+    const auto pathBefore = libraryPath();
+    {
+        const RegisteredProvider provider(L"C:\\some\\provider.dll");
+        if (!provider.problem().empty()) {
+            GTEST_SKIP() << provider.problem();
+        }
+        EXPECT_EQ(order(), withService(orderBefore.value_or(L""), L"MvfsProvider"));
+        EXPECT_EQ(registryText(PROVIDER_KEY, L"Name"), L"ClearCase Dynamic Views");
+        EXPECT_EQ(libraryPath(), L"C:\\some\\provider.dll");
+    }
+    EXPECT_EQ(order(), orderBefore);
+    EXPECT_EQ(libraryPath(), pathBefore);
+}
+
+TEST(RegisteredProviderTest, WhatWasEnteredBeforeComesBack) {
+    const RegisteredProvider outer(L"C:\\outer.dll");
+    if (!outer.problem().empty()) {
+        GTEST_SKIP() << outer.problem();
+    }
+    const auto orderBefore = order();
+    {
+        const RegisteredProvider inner(L"C:\\inner.dll");
+        EXPECT_EQ(libraryPath(), L"C:\\inner.dll");
+        EXPECT_EQ(order(), orderBefore);
+    }
+    EXPECT_EQ(order(), orderBefore);
+    EXPECT_EQ(libraryPath(), L"C:\\outer.dll");
+}
+
+TEST(RegisteredProviderTest, KeysThatWereNotThereAreGoneAfterwards) {
+    const RegisteredProvider outer;
+    if (!outer.problem().empty()) {
+        GTEST_SKIP() << outer.problem();
+    }
+    testing_support::removeProvider();
+    {
+        const RegisteredProvider inner;
+        ASSERT_EQ(inner.problem(), "");
+        EXPECT_TRUE(keyExists(L"SYSTEM\\CurrentControlSet\\Services\\MvfsProvider"));
+    }
+    EXPECT_FALSE(keyExists(L"SYSTEM\\CurrentControlSet\\Services\\MvfsProvider"));
+    EXPECT_TRUE(keyExists(L"SYSTEM\\CurrentControlSet\\Services"));
+}
+
+TEST(RegisteredProviderTest, TakingOutWhatIsNotThereChangesNothing) {
+    const RegisteredProvider outer;
+    if (!outer.problem().empty()) {
+        GTEST_SKIP() << outer.problem();
+    }
+    testing_support::removeProvider();
+    const auto orderBefore = order();
+    testing_support::removeProvider();
+    EXPECT_EQ(order(), orderBefore);
+}
+
+}  // namespace

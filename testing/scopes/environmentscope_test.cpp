@@ -1,0 +1,47 @@
+#include "testing/scopes/environmentscope.h"
+
+#include <cstdlib>
+#include <optional>
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using testing_support::EnvironmentScope;
+
+constexpr const char* NAME = "NBCC_ENVIRONMENTSCOPE_TEST";
+
+std::optional<std::string> value() {
+    const char* const found = std::getenv(NAME);
+    return found != nullptr ? std::optional<std::string>(found) : std::nullopt;
+}
+
+TEST(EnvironmentScopeTest, AVariableIsSetUntilTheScopeEndsAndGoneThen) {
+    ASSERT_EQ(value(), std::nullopt);
+    {
+        const EnvironmentScope scope(NAME, "inner text");
+        EXPECT_EQ(value(), "inner text");
+    }
+    EXPECT_EQ(value(), std::nullopt);
+}
+
+TEST(EnvironmentScopeTest, TheValueBeforeComesBack) {
+    const EnvironmentScope before(NAME, "before");
+    {
+        const EnvironmentScope scope(NAME, "x=1;y");
+        EXPECT_EQ(value(), "x=1;y");
+    }
+    EXPECT_EQ(value(), "before");
+}
+
+TEST(EnvironmentScopeTest, NoValueRemovesTheVariableUntilTheScopeEnds) {
+    const EnvironmentScope before(NAME, "before");
+    {
+        const EnvironmentScope scope(NAME, std::nullopt);
+        EXPECT_EQ(value(), std::nullopt);
+    }
+    EXPECT_EQ(value(), "before");
+}
+
+}  // namespace

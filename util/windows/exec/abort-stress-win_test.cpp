@@ -1,0 +1,198 @@
+// Aborts from many threads at any moment of a run.
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <iterator>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include "testing/calls/consolebreak-win.h"
+#include "testing/calls/replacedcall-win.h"
+#include "testing/eventually.h"
+#include "testing/processes/execwait-win.h"
+#include "testing/processes/testedexec-win.h"
+#include "testing/scopes/environmentscope.h"
+#include "testing/scopes/tempfolder.h"
+#include "testing/threads/boundedthread.h"
+#include "util/windows/scopedhandle-win.h"
+
+namespace {
+
+using testing_support::BoundedThread;
+using testing_support::CommandResult;
+using testing_support::ConsoleBreaks;
+using testing_support::EnvironmentScope;
+using testing_support::eventually;
+using testing_support::everyCommand;
+using testing_support::ReplacedCall;
+using testing_support::TempFolder;
+using testing_support::TestedExec;
+using testing_support::waitedChild;
+using Clock = std::chrono::steady_clock;
+
+/// Keeps the processes that are started, by one thread at a time.
+class StartedProcesses {
+public:
+    StartedProcesses() { gOriginal = mReplaced.original(); }
+    ~StartedProcesses() { forget(); }
+    StartedProcesses(const StartedProcesses&) = delete;
+    StartedProcesses& operator=(const StartedProcesses&) = delete;
+
+    bool haveEnded() const {
+        return std::all_of(gHandles.begin(), gHandles.end(), [](HANDLE handle) {
+            return WaitForSingleObject(handle, /*dwMilliseconds=*/0) == WAIT_OBJECT_0;
+        });
+    }
+    void forget() {
+        std::for_each(gHandles.begin(), gHandles.end(), &CloseHandle);
+        gHandles.clear();
+    }
+
+private:
+    static BOOL WINAPI start(LPCWSTR program, LPWSTR line, LPSECURITY_ATTRIBUTES processAttributes,
+                             LPSECURITY_ATTRIBUTES threadAttributes, BOOL inherits, DWORD flags,
+                             LPVOID environment, LPCWSTR directory, LPSTARTUPINFOW startup,
+                             LPPROCESS_INFORMATION process) {
+        if (!gOriginal(program, line, processAttributes, threadAttributes, inherits, flags,
+                       environment, directory, startup, process)) {
+            return FALSE;
+        }
+        HANDLE copy = nullptr;
+        EXPECT_TRUE(DuplicateHandle(GetCurrentProcess(), process->hProcess, GetCurrentProcess(),
+                                    &copy, SYNCHRONIZE, FALSE, 0));
+        gHandles.push_back(copy);
+        return TRUE;
+    }
+
+    static inline std::vector<HANDLE> gHandles;
+    static inline decltype(&CreateProcessW) gOriginal = nullptr;
+    ReplacedCall<decltype(CreateProcessW)> mReplaced{"CreateProcessW", &StartedProcesses::start};
+};
+
+/// When an abort came.
+enum class Moment {
+    BEFORE_END,  ///< so that it must count
+    NEAR_END,    ///< when the process was over, and the run perhaps not
+    AFTER_RUN,   ///< so that it must not count
+};
+
+struct Kind {
+    const char* actions;
+    bool usesJob;
+};
+constexpr Kind KINDS[] = {
+    {"say x exit 7", false},          {"sleep 60000", false},
+    {"say x exit 7", true},           {"say x spawn-and 2 sleep 20 exit 7", true},
+    {"sleep 10 say x exit 7", false}, {"spawn-and 2 sleep 60000 sleep 60000", true},
+};
+constexpr int LONGEST_DELAYS[] = {5000, 40000, 200000};  // microseconds
+constexpr Kind STUBBORN = {"ignore-break sleep 60000", false};
+
+/// One run, and the threads that abort it.
+class AbortedRun {
+public:
+    AbortedRun(const Kind& kind, std::mt19937& random) {
+        if (kind.usesJob) {
+            mExec.setStallRules(everyCommand(/*timeout=*/0, /*flags=*/0));
+        }
+        const int threads = std::uniform_int_distribution(1, 4)(random);
+        // Some end before the child begins, some when it has long ended.
+        const int longest = LONGEST_DELAYS[std::uniform_int_distribution<size_t>(
+            0, std::size(LONGEST_DELAYS) - 1)(random)];
+        for (int thread = 0; thread < threads; ++thread) {
+            const std::chrono::microseconds delay(
+                std::uniform_int_distribution(0, longest)(random));
+            mAborters.emplace_back([this, delay] {
+                std::this_thread::sleep_for(delay);
+                abort();
+            });
+        }
+        mResult = mExec.run(waitedChild(kind.actions));
+        mEnd = Clock::now();
+        mHasEnded = true;
+        mAborters.clear();
+    }
+
+    void check(Clock::duration longest) {
+        if (mCounts[static_cast<size_t>(Moment::BEFORE_END)] > 0) {
+            EXPECT_TRUE(mResult.aborted);
+        } else if (mCounts[static_cast<size_t>(Moment::NEAR_END)] == 0) {
+            EXPECT_FALSE(mResult.aborted);
+        }
+        EXPECT_EQ(mResult.code, mResult.aborted ? 1 : 7);
+        EXPECT_EQ(mResult.output, mResult.aborted ? "" : "x");
+        EXPECT_EQ(mResult.error, "");
+        EXPECT_TRUE(mExec.errors().empty());
+        EXPECT_TRUE(mExec.mAborted);
+        EXPECT_EQ(mExec.mPid, Exec::noPid);
+        EXPECT_LT(mEnd - mFirstAbort, longest) << "hangs";
+        EXPECT_TRUE(!mExec.mJob.isOpen() || eventually([this] { return isJobEmpty(); }));
+    }
+
+private:
+    void abort() {
+        MutexLock lock(mExec.mHandleLock);
+        mFirstAbort = std::min(mFirstAbort, Clock::now());
+        // The id goes before the run takes this lock for its look at the abort.
+        const bool isOver = mExec.mPid == Exec::noPid &&
+                            mExec.log().find("\twaiting for child pid ") != std::string::npos;
+        const Moment moment = mHasEnded ? Moment::AFTER_RUN
+                              : isOver  ? Moment::NEAR_END
+                                        : Moment::BEFORE_END;
+        ++mCounts[static_cast<size_t>(moment)];
+        mExec.abort(lock, /*signal=*/9);
+    }
+    bool isJobEmpty() const {
+        JOBOBJECT_BASIC_PROCESS_ID_LIST list{};
+        return QueryInformationJobObject(mExec.mJob.get(), JobObjectBasicProcessIdList, &list,
+                                         sizeof list, /*lpReturnLength=*/nullptr) &&
+               list.NumberOfAssignedProcesses == 0;
+    }
+
+    TestedExec mExec;
+    std::atomic<bool> mHasEnded = false;
+    int mCounts[3] = {};  ///< by the moment
+    Clock::time_point mFirstAbort = Clock::time_point::max();
+    Clock::time_point mEnd;
+    CommandResult mResult;
+    std::vector<BoundedThread> mAborters;
+};
+
+/// `longest` is from the first abort to the end of a run.
+void expectEachRunToEndAsItShould(int runs, Clock::duration longest) {
+    const TempFolder captures;
+    const EnvironmentScope tmp("TMP", captures.path().string());
+    const ConsoleBreaks breaks;
+    StartedProcesses processes;
+    const unsigned seed = std::random_device()();
+    std::mt19937 random(seed);
+    for (int number = 0; number < runs && !testing::Test::HasFailure(); ++number) {
+        // One that is ended by force takes a second and a half.
+        const bool isStubborn = number % 25 == 24;
+        const Kind& kind = isStubborn ? STUBBORN : KINDS[number % std::size(KINDS)];
+        SCOPED_TRACE(std::to_string(seed) + ", " + std::to_string(number) + ": " + kind.actions);
+        AbortedRun run(kind, random);
+        run.check(longest);
+        EXPECT_TRUE(processes.haveEnded());
+        EXPECT_TRUE(std::filesystem::is_empty(captures.path()));
+        processes.forget();
+    }
+}
+
+TEST(ExecAbortsOfManyThreads, EachOf50RunsEndsAtOnceAndKnowsWhetherItWasAborted) {
+    expectEachRunToEndAsItShould(50, std::chrono::seconds(30));
+}
+
+TEST(ExecAbortsOfManyThreads, EachOf1000RunsEndsAtOnceAndKnowsWhetherItWasAbortedSoak) {
+    expectEachRunToEndAsItShould(1000, std::chrono::seconds(3));
+}
+
+}  // namespace

@@ -1,0 +1,77 @@
+// What runCommand brings back of a child that has ended.
+
+#include "util/stringformat.h"
+#include "util/windows/errortext-win.h"
+#include "util/windows/exec/run-win.h"
+#include "util/windows/unicodetext-win.h"
+
+Exec::Run::Result Exec::Run::fetchExitCode() {
+    DWORD code = 0;
+    if (!GetExitCodeProcess(mStreams.mProcess.hProcess, &code)) {
+        mExec.reportWithLastError("Exec::runCommand couldn't get process's exit code",
+                                  mFailureText);
+        return failureCode;
+    }
+    mExitCode = code;
+    if (static_cast<int32_t>(code) < 0) {
+        const NtException meaning("NTSTATUS", mExitCode);
+        mExec.addToLog(format(/*capacity=*/32, "\texit code 0x%x [", mExitCode)
+                           .append(meaning.what())
+                           .append("]\n"));
+    } else if (code != 0) {
+        mExec.addToLog("\texit code " + std::to_string(code) + "\n");
+    }
+    return {};
+}
+
+Exec::Run::Result Exec::Run::collectOutput(std::string* outputText, std::string* errorText) {
+    if (mRunInfo.mCaptureOutput) {
+        if (const Result result =
+                readCapture(mStreams.mOutputTempHandle, "output text", outputText,
+                            "Exec::runCommand couldn't read standard output file")) {
+            return result;
+        }
+        return readCapture(mStreams.mErrorTempHandle, "error text", errorText,
+                           "Exec::runCommand couldn't read standard error file");
+    }
+    FlushFileBuffers(mStreams.mStartup.hStdOutput);
+    if (!mRunInfo.mMergeOutput) {
+        FlushFileBuffers(mStreams.mStartup.hStdError);
+    }
+    return {};
+}
+
+/// Reads a captured stream, if it was captured.
+Exec::Run::Result Exec::Run::readCapture(HANDLE file, const char* streamName, std::string* text,
+                                         const char* failure) {
+    if (file != INVALID_HANDLE_VALUE &&
+        !readCapturedOutput(file, mExec.mMaxOutputBytes, mExec.mKeepOutputBytes, mCommand.c_str(),
+                            streamName, *text)) {
+        mExec.reportWithLastError(failure, mFailureText);
+        return failureCode;
+    }
+    return {};
+}
+
+/// Takes the signal or the exit code out of what the runtime's version makes of them.
+void Exec::Run::adjustForCygwin() {
+    constexpr uint16_t release15 = 1005;
+    const MutexLock lock(mExec.mHandleLock);
+    const uint16_t release = mExec.mCygwinMajor;
+    const uint16_t patch = mExec.mCygwinMinor;
+    if (release == release15 && patch == 13) {
+        if ((mExitCode & ~0xff80U) == 0) {
+            mExitCode = (mExitCode >> 8) & 0xff;
+        }
+    } else if (release == 0 || release > release15 || (release == release15 && patch >= 20)) {
+        const uint32_t signal = (mExitCode >> 8) & 0x7f;
+        mExec.mChildSignal = signal != 0 ? signal : noSignal;
+    }
+}
+
+/// An odd last byte is dropped.
+void Exec::Run::convertFromUtf16(std::string& text) {
+    std::wstring units(text.size() / sizeof(wchar_t), L'\0');
+    text.copy(reinterpret_cast<char*>(units.data()), units.size() * sizeof(wchar_t));
+    text = toUtf8(units);
+}

@@ -1,0 +1,73 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <windows.h>
+
+#include "util/windows/exec-win.h"
+#include "util/windows/exec/environment-win.h"
+#include "util/windows/exec/programsearch-win.h"
+#include "util/windows/exec/streams-win.h"
+
+/// One call of runCommand. What it holds is given back when it ends, on every path.
+class Exec::Run {
+public:
+    Run(Exec& exec, RunInfo& runInfo, const std::string& workingDirectory, const char* environment,
+        void* passThrough)
+        : mExec(exec),
+          mRunInfo(runInfo),
+          mWorkingDirectory(workingDirectory),
+          mEnvironment(environment),
+          mPassThrough(passThrough) {}
+    ~Run();
+    Run(const Run&) = delete;
+    Run& operator=(const Run&) = delete;
+
+    int32_t execute(std::string* outputText, std::string* errorText, bool* aborted);
+
+private:
+    static constexpr int32_t notFoundCode = 255;
+    static constexpr int32_t failureCode = 1;
+    using Result = std::optional<int32_t>;  ///< of a step: a value ends the run with it
+
+    void begin(std::string* outputText, std::string* errorText, bool* aborted);
+    Result prepareJob();
+    void chooseFlags();
+    Result start();
+    Result startCommand();
+    Result startAlternate();
+    void followCygwinLink(ProgramAndLine& command);
+    DWORD createProcess(const std::wstring& program, const std::wstring& line);
+    Result commandNotFound();
+    int32_t startFailed(const ProgramAndLine& command, uint32_t error);
+    Result superviseChild(bool* aborted);
+    Result fetchExitCode();
+    Result collectOutput(std::string* outputText, std::string* errorText);
+    Result readCapture(HANDLE file, const char* streamName, std::string* text, const char* failure);
+    void adjustForCygwin();
+    static void convertFromUtf16(std::string& text);
+
+    Exec& mExec;
+    RunInfo& mRunInfo;
+    const std::string& mWorkingDirectory;
+    const char* mEnvironment;
+    void* mPassThrough;
+
+    std::string* mFailureText = nullptr;
+    std::string mCommand;
+    DWORD mFlags = 0;
+    std::wstring mWideDirectory;
+    std::vector<wchar_t> mBlock;
+    boost::shared_ptr<AccessToken> mRunAsToken;  ///< null: the command has this process's rights
+    /// Outlives the streams where no child is started, so that none of another thread gets them.
+    std::unique_ptr<ChildEnvironmentScope> mScope;
+    ChildStreams mStreams;
+    bool mIsSuspended = false;
+    bool mHasPid = false;  ///< the object names this run's child
+    bool mIsStalled = false;
+    uint32_t mExitCode = 0;
+};

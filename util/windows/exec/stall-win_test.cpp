@@ -1,0 +1,272 @@
+// Commands that stall, or don't: real ones, by their real work.
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include "testing/processes/execwait-win.h"
+
+namespace {
+
+using testing_support::CommandResult;
+using testing_support::ConsoleBreaks;
+using testing_support::everyCommand;
+using testing_support::JobAccounting;
+using testing_support::QuickWakes;
+using testing_support::stallText;
+using testing_support::waitedChild;
+
+constexpr uint32_t TIME = Exec::watchTime;
+constexpr uint32_t IO = Exec::watchIo;
+constexpr uint32_t REPORT = Exec::reportOnly;
+constexpr auto BREAK_CODE = static_cast<int32_t>(0xC000013A);
+
+class StallTest : public testing_support::ExecWaitTest {
+protected:
+    /// Does the work four times, and lets a round go by after each.
+    CommandResult runWorkInFourRounds(const std::string& work) {
+        std::string actions;
+        for (const char* stop : {"s1", "s2", "s3", "s4"}) {
+            actions.append(work).append(" make ").append(file(stop)).append(" await-gone ");
+            actions.append(file(stop)).append(1, ' ');
+        }
+        wakes.onTimeout([this](size_t wake) -> DWORD {
+            if (wake > 1) {
+                remove("s" + std::to_string(wake - 1));
+            }
+            if (wake > 4) {
+                return QuickWakes::AWAIT_END;
+            }
+            await("s" + std::to_string(wake));
+            return WAIT_TIMEOUT;
+        });
+        return exec.run(waitedChild(actions + "exit 9"));
+    }
+
+    std::vector<std::string> report(const std::string& command, const char* end) const {
+        std::string text = "Command stalled: \"";
+        text.append(command).append("\" (pid(s) ").append(pid).append("): ").append(end);
+        return {text};
+    }
+    /// Notes the id of the command as soon as it has made the file.
+    void notePidAt(const std::string& name) {
+        atFirstWake(name, [this] { pid = std::to_string(exec.mPid.load()); });
+    }
+
+    std::string pid;
+};
+
+TEST_F(StallTest, ACommandThatComputesGoesOnWhereProcessorTimeIsWatched) {
+    exec.setStallRules(everyCommand(500, TIME));
+    EXPECT_EQ(runWorkInFourRounds("burn 20").code, 9);
+    EXPECT_TRUE(exec.errors().empty());
+}
+
+TEST_F(StallTest, ACommandThatReadsAndWritesGoesOnWhereThatIsWatched) {
+    exec.setStallRules(everyCommand(500, IO));
+    EXPECT_EQ(runWorkInFourRounds("io 100 " + file("data")).code, 9);
+    EXPECT_TRUE(exec.errors().empty());
+}
+
+TEST_F(StallTest, TheWorkOfWhatACommandStartsIsItsProgress) {
+    exec.setStallRules(everyCommand(500, IO));
+    wakes.onTimeout([this](size_t wake) -> DWORD {
+        if (wake > 1) {
+            make("go");
+            return QuickWakes::AWAIT_END;
+        }
+        await("worked");
+        return WAIT_TIMEOUT;
+    });
+    const std::string grandchild =
+        "io 100 " + file("data") + " make " + file("worked") + " await " + file("go");
+    EXPECT_EQ(
+        exec.run(waitedChild("spawn-and 7 " + grandchild + " await " + file("go") + " exit 9"))
+            .code,
+        9);
+    EXPECT_TRUE(exec.errors().empty());
+}
+
+TEST_F(StallTest, ACommandThatDoesNothingIsBroken) {
+    const std::string command = waitedChild("make " + file("ready") + " sleep 60000");
+    exec.setStallRules(everyCommand(1000, TIME | IO));
+    notePidAt("ready");
+    const CommandResult result = exec.run(command);
+    EXPECT_EQ(result.code, 1);
+    EXPECT_EQ(result.error, stallText(command));
+    EXPECT_FALSE(result.aborted);
+    EXPECT_EQ(exec.errors(), report(command, "aborting job"));
+    EXPECT_EQ(breaks.calls(), (std::vector<ConsoleBreaks::Call>{
+                                  {CTRL_BREAK_EVENT, static_cast<DWORD>(std::stoul(pid))}}));
+    EXPECT_FALSE(exec.mAborted);
+}
+
+TEST_F(StallTest, ACommandThatIgnoresTheBreakIsEndedAtTheThirdWakeAfterTheStall) {
+    const std::string command = waitedChild("ignore-break make " + file("ready") + " sleep 60000");
+    exec.setStallRules(everyCommand(500, TIME));
+    accounting.setFixed({});
+    notePidAt("ready");
+    const CommandResult result = exec.run(command);
+    EXPECT_EQ(wakes.timeouts(), 4U);
+    EXPECT_EQ(result.code, 1);
+    EXPECT_EQ(result.error, stallText(command));
+    EXPECT_EQ(breaks.calls().size(), 1U);
+}
+
+TEST_F(StallTest, TheLogOfAStall) {
+    const std::string command = waitedChild("ignore-break make " + file("ready") + " sleep 60000");
+    const std::string directory = folder.utf8();
+    exec.setStallRules(everyCommand(2000, TIME));
+    JobAccounting::Figures figures{};
+    figures.BasicInfo.TotalUserTime.QuadPart = 75;
+    figures.IoInfo.WriteOperationCount = 6;
+    accounting.setFixed(figures);
+    notePidAt("ready");
+    exec.run(command, directory);
+    const std::string figuresText =
+        "\tchecking for stalled job: pids " + pid +
+        "\n\t  user time: 7 microsec\n\t  system time: 0 microsec\n\t  reads: 0\n"
+        "\t  writes: 6\n\t  other ops: 0\n";
+    EXPECT_EQ(exec.log(), "\twd: " + directory + "\twaiting for child pid " + pid + "\n" +
+                              figuresText + "\ttimed out waiting for pid " + pid +
+                              "\n\tExec::waitProcessExit: child " + pid + " didn't exit (" +
+                              command + ")\n\texit code 1\n");
+}
+
+TEST_F(StallTest, ARuleThatOnlyReportsLetsTheCommandGoOn) {
+    const std::string command =
+        waitedChild("make " + file("ready") + " await " + file("go") + " say x exit 9");
+    exec.setStallRules(everyCommand(500, TIME | REPORT));
+    wakes.onTimeout([this](size_t wake) -> DWORD {
+        if (wake == 1) {
+            await("ready");
+            pid = std::to_string(exec.mPid.load());
+        }
+        if (wake < 6) {
+            return WAIT_TIMEOUT;
+        }
+        make("go");
+        return QuickWakes::AWAIT_END;
+    });
+    const CommandResult result = exec.run(command);
+    EXPECT_EQ(result.code, 9);
+    EXPECT_EQ(result.output, "x");
+    EXPECT_EQ(result.error, "");
+    EXPECT_EQ(exec.errors(), report(command, "job will continue running"));
+    EXPECT_TRUE(breaks.calls().empty());
+}
+
+TEST_F(StallTest, WhatWasWrittenBeforeAStallComesBackInFrontOfTheText) {
+    Exec::RunInfo info;
+    info.mDirectArgv = {waitedChild("say x complain y make " + file("ready") + " sleep 60000")};
+    exec.setStallRules(everyCommand(500, TIME | IO));
+    atFirstWake("ready");
+    const CommandResult separate = exec.run(info);
+    EXPECT_EQ(separate.output, "x");
+    EXPECT_EQ(separate.error, "y" + stallText(info.mDirectArgv[0]));
+    EXPECT_EQ(separate.code, 1);
+    remove("ready");
+    info.mMergeOutput = true;
+    atFirstWake("ready");
+    const CommandResult merged = exec.run(info);
+    EXPECT_EQ(merged.output, "xy" + stallText(info.mDirectArgv[0]));
+    EXPECT_EQ(merged.error, "");
+}
+
+TEST_F(StallTest, TheSignalOfAStalledCygwinCommandIsKnown) {
+    Exec::RunInfo info;
+    info.mDirectArgv = {waitedChild("make " + file("ready") + " sleep 60000")};
+    info.mCygwinCommand = true;
+    exec.setStallRules(everyCommand(500, TIME | IO));
+    exec.mChildSignal = 77;
+    atFirstWake("ready");
+    EXPECT_EQ(exec.run(info).code, 1);
+    EXPECT_EQ(exec.childSignal(), 1U) << "bits 8 to 14 of what a break makes of a process";
+}
+
+TEST_F(StallTest, TheTextsOfAStalledCommandAreNotConverted) {
+    Exec::RunInfo info;
+    info.mDirectArgv = {waitedChild("say16 x make " + file("ready") + " sleep 60000")};
+    info.mUtf16Output = true;
+    exec.setStallRules(everyCommand(500, TIME | IO));
+    atFirstWake("ready");
+    const CommandResult result = exec.run(info);
+    EXPECT_EQ(result.code, 1);
+    EXPECT_EQ(result.output, std::string("x\0", 2));
+    EXPECT_EQ(result.error, stallText(info.mDirectArgv[0]));
+}
+
+TEST_F(StallTest, WithoutATextForFailuresTheExitCodeComesBack) {
+    Exec::RunInfo info;
+    info.mDirectArgv = {waitedChild("make " + file("ready") + " sleep 60000")};
+    info.mCaptureOutput = false;
+    exec.setStallRules(everyCommand(500, TIME));
+    accounting.setFixed({});
+    wakes.onTimeout([this](size_t wake) -> DWORD {
+        if (wake > 1) {
+            return QuickWakes::AWAIT_END;
+        }
+        await("ready");
+        pid = std::to_string(exec.mPid.load());
+        return WAIT_TIMEOUT;
+    });
+    const CommandResult result = exec.run(info);
+    EXPECT_EQ(result.code, BREAK_CODE);
+    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(result.error, "");
+    EXPECT_FALSE(result.aborted);
+    EXPECT_EQ(exec.errors(), report(info.mDirectArgv[0], "aborting job"));
+}
+
+TEST_F(StallTest, AnAbortBehindAStallLeavesItAStall) {
+    const std::string command = waitedChild("ignore-break make " + file("ready") + " sleep 60000");
+    exec.setStallRules(everyCommand(500, TIME));
+    accounting.setFixed({});
+    wakes.onTimeout([this](size_t wake) -> DWORD {
+        if (wake == 1) {
+            await("ready");
+        } else if (wake == 2) {
+            abort();
+        }
+        return WAIT_TIMEOUT;
+    });
+    const CommandResult result = exec.run(command);
+    EXPECT_EQ(result.code, 1);
+    EXPECT_FALSE(result.aborted);
+    EXPECT_EQ(result.error, stallText(command));
+    // Its grace isn't given anew.
+    EXPECT_EQ(wakes.timeouts(), 4U);
+}
+
+TEST_F(StallTest, AnAbortedCommandIsNotWatchedAnyMore) {
+    exec.setStallRules(everyCommand(500, TIME));
+    accounting.setFixed({});
+    atFirstWake("ready", [this] { abort(); });
+    const CommandResult result =
+        exec.run(waitedChild("ignore-break make " + file("ready") + " sleep 60000"));
+    EXPECT_TRUE(result.aborted);
+    EXPECT_TRUE(exec.errors().empty());
+    EXPECT_EQ(accounting.queryCount(JobObjectBasicAndIoAccountingInformation), 0U);
+}
+
+TEST_F(StallTest, AStalledCommandLeavesTheNextOneAlone) {
+    exec.setStallRules({{".*sleep.*", 500, TIME}});
+    exec.run(waitedChild("sleep 60000"));
+    const CommandResult next = exec.run(waitedChild("say x exit 9"));
+    EXPECT_EQ(next.code, 9);
+    EXPECT_EQ(next.output, "x");
+    EXPECT_EQ(next.error, "");
+    EXPECT_FALSE(next.aborted);
+}
+
+TEST_F(StallTest, ACommandThatEndsBeforeTheFirstWakeIsNotAskedAbout) {
+    wakes.onTimeout([](size_t) { return QuickWakes::AWAIT_END; });
+    exec.setStallRules(everyCommand(1, TIME | IO));
+    EXPECT_EQ(exec.run(waitedChild("exit 9")).code, 9);
+    EXPECT_EQ(accounting.queryCount(JobObjectBasicAndIoAccountingInformation), 0U);
+}
+
+}  // namespace

@@ -1,0 +1,233 @@
+// Which rule a command is watched by, and rules that are replaced.
+
+#include <functional>
+#include <iterator>
+#include <string>
+
+#include <boost/regex.hpp>
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include "testing/processes/execwait-win.h"
+
+namespace {
+
+using testing_support::CommandResult;
+using testing_support::QuickWakes;
+using testing_support::TestedExec;
+using testing_support::waitedChild;
+
+constexpr uint32_t TIME = Exec::watchTime;
+constexpr JOBOBJECTINFOCLASS LIST = JobObjectBasicProcessIdList;
+constexpr JOBOBJECTINFOCLASS ACCOUNTING = JobObjectBasicAndIoAccountingInformation;
+
+/// The pattern of the rule that is in force, or "none".
+std::string currentPattern(const TestedExec& exec) {
+    return exec.mCurrentRule != nullptr ? exec.mCurrentRule->mPattern : "none";
+}
+
+TEST(StallRuleSelection, APatternIsExtendedIgnoresCaseAndMatchesTheWholeCommand) {
+    struct Row {
+        const char* pattern;
+        const char* command;
+        bool isMatch;
+    };
+    for (const Row& row :
+         {Row{"cl", "cl", true}, Row{"cl", "cl /c a.c", false}, Row{"cl", "xcl", false},
+          Row{"cl.*", "cl /c a.c", true}, Row{"cl|link", "link", true},
+          Row{"cl|link", "clink", false}, Row{"CL.*C", "cl /c A.c", true},
+          Row{"[A-C]+", "abc", true}, Row{"a+b", "aab", true}, Row{"a+b", "a+b", false},
+          Row{"(a|b){3}", "aba", true}, Row{"(a|b){3}", "ab", false},
+          Row{"[[:digit:]]+ x?", "42 ", true}, Row{"a\\.c", "a.c", true},
+          Row{"a\\.c", "abc", false}, Row{"a*", "", true}, Row{".*", "", true},
+          Row{"x", "", false}}) {
+        TestedExec exec;
+        exec.setStallRules({{row.pattern, 700, TIME}});
+        exec.selectStallRule(row.command);
+        EXPECT_EQ(exec.mCurrentRule != nullptr, row.isMatch) << row.pattern << ' ' << row.command;
+        EXPECT_EQ(exec.mJobPattern, row.isMatch ? row.pattern : "");
+        EXPECT_EQ(exec.mStallCountdown, row.isMatch ? 700 : 0);
+    }
+}
+
+TEST(StallRuleSelection, TheFirstRuleThatMatchesWins) {
+    TestedExec exec;
+    exec.setStallRules({{"link", 1, TIME}, {"c.*", 2, TIME}, {"cl", 3, TIME}});
+    exec.selectStallRule("cl");
+    EXPECT_EQ(currentPattern(exec), "c.*");
+    EXPECT_EQ(exec.mCurrentRule, &*std::next(exec.mStallRules.begin()));
+    EXPECT_EQ(exec.mJobPattern, "c.*");
+    EXPECT_EQ(exec.mStallCountdown, 2);
+}
+
+TEST(StallRuleSelection, WithoutAMatchTheLastPatternStaysAndNoRuleIsInForce) {
+    TestedExec exec;
+    exec.setStallRules({{"cl", 700, TIME}});
+    exec.selectStallRule("cl");
+    exec.selectStallRule("link");
+    EXPECT_EQ(currentPattern(exec), "none");
+    EXPECT_EQ(exec.mJobPattern, "cl");
+    EXPECT_EQ(exec.mStallCountdown, 0);
+}
+
+TEST(StallRuleSelection, WithoutRulesTheLastPatternStaysAndNoRuleIsInForce) {
+    TestedExec exec;
+    exec.setStallRules({{"cl", 700, TIME}});
+    exec.selectStallRule("cl");
+    exec.mStallRules.clear();
+    exec.selectStallRule("cl");
+    EXPECT_EQ(currentPattern(exec), "none");
+    EXPECT_EQ(exec.mJobPattern, "cl");
+    EXPECT_EQ(exec.mStallCountdown, 0);
+}
+
+TEST(StallRuleSelection, ARuleThatWatchesNothingMatchesAllTheSame) {
+    TestedExec exec;
+    exec.setStallRules({{"cl", 0, 0}, {"cl", 700, TIME}});
+    exec.selectStallRule("cl");
+    EXPECT_EQ(exec.mCurrentRule, &exec.mStallRules.front());
+    EXPECT_EQ(exec.mJobPattern, "cl");
+}
+
+TEST(StallRuleSelection, ABadPatternIsThrownOutOfTheRun) {
+    TestedExec exec;
+    exec.setStallRules({{"(a", 700, TIME}});
+    EXPECT_THROW(exec.run(waitedChild("exit 0")), boost::regex_error);
+    // Nothing is left locked.
+    exec.setStallRules({});
+    EXPECT_EQ(exec.run(waitedChild("exit 9")).code, 9);
+}
+
+TEST(StallRuleSelection, ABadPatternBehindAMatchIsNotLookedAt) {
+    TestedExec exec;
+    exec.setStallRules({{"cl", 700, TIME}, {"(a", 700, TIME}});
+    exec.selectStallRule("cl");
+    EXPECT_EQ(currentPattern(exec), "cl");
+    EXPECT_THROW(exec.selectStallRule("link"), boost::regex_error);
+}
+
+TEST(StallRuleReplacement, TheRuleOfTheSamePatternIsInForceFromNowOn) {
+    TestedExec exec;
+    exec.setStallRules({{"cl", 700, TIME}});
+    exec.selectStallRule("cl");
+    exec.mStallCountdown = 200;
+    exec.setStallRules({{".*", 1, TIME}, {"cl", 1500, Exec::watchIo}, {"cl", 3, TIME}});
+    EXPECT_EQ(exec.mCurrentRule, &*std::next(exec.mStallRules.begin()));
+    EXPECT_EQ(exec.mStallCountdown, 1500);
+}
+
+TEST(StallRuleReplacement, WithoutThatPatternNoRuleIsInForceAndTheTimeIsThatOfTheOldOne) {
+    TestedExec exec;
+    exec.setStallRules({{"cl", 700, TIME}});
+    exec.selectStallRule("cl");
+    exec.mStallCountdown = 200;
+    // It is the texts of the patterns that count.
+    exec.setStallRules({{"CL", 1500, TIME}, {".*", 1500, TIME}});
+    EXPECT_EQ(currentPattern(exec), "none");
+    EXPECT_EQ(exec.mStallCountdown, 700);
+    EXPECT_EQ(exec.mJobPattern, "cl");
+    EXPECT_EQ(exec.mStallRules.size(), 2U);
+    exec.setStallRules({});
+    EXPECT_EQ(exec.mStallCountdown, 0);
+}
+
+TEST(StallRuleReplacement, ThePatternOfAnEarlierCommandBringsItsRuleBack) {
+    TestedExec exec;
+    exec.setStallRules({{"cl", 700, TIME}});
+    exec.selectStallRule("cl");
+    exec.selectStallRule("link");
+    exec.setStallRules({{"cl", 900, TIME}});
+    EXPECT_EQ(currentPattern(exec), "cl");
+    EXPECT_EQ(exec.mStallCountdown, 900);
+}
+
+TEST(StallRuleReplacement, OutsideJobModeNoRuleIsInForce) {
+    TestedExec exec;
+    exec.setStallRules({{"", 700, TIME}, {"cl", 700, TIME}});
+    EXPECT_EQ(currentPattern(exec), "none");
+    EXPECT_EQ(exec.mStallCountdown, 0);
+}
+
+class StallRulesInARun : public testing_support::ExecWaitTest {
+protected:
+    /// A silent command, of which the action happens in its first round; ended after ten.
+    CommandResult runSilently(const std::function<void()>& inFirstRound) {
+        accounting.setFixed({});
+        wakes.onTimeout([this, inFirstRound](size_t wake) -> DWORD {
+            if (wake == 1) {
+                inFirstRound();
+            }
+            if (wake < 10) {
+                return WAIT_TIMEOUT;
+            }
+            make("go");
+            return QuickWakes::AWAIT_END;
+        });
+        return exec.run(waitedChild("await " + file("go") + " exit 9"));
+    }
+};
+
+TEST_F(StallRulesInARun, ALongerTimeSavesTheCommand) {
+    exec.setStallRules({{".*", 500, TIME}});
+    EXPECT_EQ(runSilently([this] { exec.setStallRules({{".*", 60000, TIME}}); }).code, 9);
+    EXPECT_TRUE(exec.errors().empty());
+}
+
+TEST_F(StallRulesInARun, AShorterTimeStallsIt) {
+    exec.setStallRules({{".*", 60000, TIME}});
+    EXPECT_EQ(runSilently([this] { exec.setStallRules({{".*", 500, TIME}}); }).code, 1);
+    EXPECT_EQ(exec.errors().size(), 1U);
+}
+
+TEST_F(StallRulesInARun, WithoutItsRuleTheCommandIsNotWatched) {
+    exec.setStallRules({{".*", 500, TIME}});
+    EXPECT_EQ(runSilently([this] { exec.setStallRules({}); }).code, 9);
+    EXPECT_TRUE(exec.errors().empty());
+    EXPECT_EQ(accounting.queryCount(ACCOUNTING), 0U);
+}
+
+TEST_F(StallRulesInARun, ACommandThatMatchesNoRuleRunsInTheJobAndIsNotWatched) {
+    exec.setStallRules({{".*exit 7", 60000, TIME}});
+    EXPECT_EQ(exec.run(waitedChild("exit 7")).code, 7);
+    const size_t lists = accounting.queryCount(LIST);
+    const size_t figures = accounting.queryCount(ACCOUNTING);
+    EXPECT_EQ(runSilently([] {}).code, 9);
+    EXPECT_EQ(accounting.queryCount(ACCOUNTING), figures);
+    // Those that it might have left were looked for.
+    EXPECT_GT(accounting.queryCount(LIST), lists);
+}
+
+TEST_F(StallRulesInARun, ACommandBeforeAnyMatchRunsWithoutAJob) {
+    exec.setStallRules({{".*exit 7", 60000, TIME}});
+    EXPECT_EQ(runSilently([] {}).code, 9);
+    EXPECT_FALSE(exec.mJob.isOpen());
+    EXPECT_EQ(accounting.queryCount(LIST), 0U);
+}
+
+TEST_F(StallRulesInARun, TheTimeBeginsWithTheCommand) {
+    exec.setStallRules({{".*", 1500, TIME}});
+    int32_t countdown = 0;
+    runSilently([&] { countdown = exec.mStallCountdown; });
+    EXPECT_EQ(countdown, 1500);
+}
+
+TEST_F(StallRulesInARun, AResetEndsJobModeAndKeepsTheJobAndTheLog) {
+    exec.setStallRules({{".*", 60000, TIME}});
+    EXPECT_EQ(runSilently([] {}).code, 9);
+    exec.mLastReads = 5;
+    const std::string log = exec.log();
+    exec.reset();
+    EXPECT_EQ(currentPattern(exec), "none");
+    EXPECT_EQ(exec.mJobPattern, "");
+    EXPECT_TRUE(exec.mStallRules.empty());
+    EXPECT_EQ(exec.mPid, Exec::noPid);
+    EXPECT_TRUE(exec.mJob.isOpen());
+    EXPECT_EQ(exec.mLastReads, 5U);
+    EXPECT_EQ(exec.log(), log);
+    const size_t lists = accounting.queryCount(LIST);
+    EXPECT_EQ(exec.run(waitedChild("exit 7")).code, 7);
+    EXPECT_EQ(accounting.queryCount(LIST), lists);
+}
+
+}  // namespace

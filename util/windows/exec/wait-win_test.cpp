@@ -1,0 +1,343 @@
+// Waiting for a command, its end by force, and the host of 16-bit programs.
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include "testing/calls/replacedcall-win.h"
+#include "testing/calls/systemmessage-win.h"
+#include "testing/counts/processresources-win.h"
+#include "testing/processes/execwait-win.h"
+#include "util/windows/errortext-win.h"
+
+namespace {
+
+using testing_support::CommandResult;
+using testing_support::everyCommand;
+using testing_support::QuickWakes;
+using testing_support::ReplacedCall;
+using testing_support::SystemMessage;
+using testing_support::waitedChild;
+
+constexpr JOBOBJECTINFOCLASS LIST = JobObjectBasicProcessIdList;
+
+/// Lets the calls of TerminateProcess be told. They take place, and may wait for the end, so that
+/// no file is in use any more.
+class Terminations {
+public:
+    struct Call {
+        DWORD pid;
+        UINT code;
+        bool operator==(const Call&) const = default;
+    };
+
+    explicit Terminations(bool awaitsEnd = false)
+        : mReplaced("TerminateProcess", [](HANDLE process, UINT code) -> BOOL {
+              gCalls.push_back({GetProcessId(process), code});
+              const BOOL isEnding = gOriginal(process, code);
+              if (gAwaitsEnd) {
+                  EXPECT_EQ(WaitForSingleObject(process, 30000), DWORD{WAIT_OBJECT_0});
+              }
+              return isEnding;
+          }) {
+        gOriginal = mReplaced.original();
+        gCalls.clear();
+        gAwaitsEnd = awaitsEnd;
+    }
+    static const std::vector<Call>& calls() { return gCalls; }
+
+private:
+    static inline std::vector<Call> gCalls;
+    static inline bool gAwaitsEnd = false;
+    static inline decltype(&TerminateProcess) gOriginal = nullptr;
+    ReplacedCall<decltype(TerminateProcess)> mReplaced;
+};
+
+class WaitTest : public testing_support::ExecWaitTest {
+protected:
+    /// The command awaits the file "go", which is there from the first wake on.
+    CommandResult runToItsEnd(const std::string& line, const std::string& directory = {}) {
+        remove("go");
+        wakes.onTimeout([this](size_t) {
+            pid = exec.mPid;
+            make("go");
+            return QuickWakes::AWAIT_END;
+        });
+        return exec.run(line, directory);
+    }
+    std::string awaitGo(const std::string& end) const { return "await " + file("go") + ' ' + end; }
+    /// Lets a command get ready that ignores breaks, and be aborted at the first wake.
+    CommandResult runAborted(const std::string& line, const std::string& directory = {}) {
+        atFirstWake("ready", [this] {
+            pid = exec.mPid;
+            abort();
+        });
+        return exec.run(line, directory);
+    }
+    std::string stubborn() const { return "ignore-break make " + file("ready") + " sleep 60000"; }
+
+    DWORD pid = 0;
+};
+
+TEST_F(WaitTest, ThePidIsThatOfTheCommandUntilItIsOver) {
+    const CommandResult result =
+        runToItsEnd(waitedChild("pid " + file("pid") + ' ' + awaitGo("exit 9")));
+    EXPECT_EQ(result.code, 9);
+    DWORD told = 0;
+    std::ifstream(folder.path() / "pid") >> told;
+    EXPECT_EQ(pid, told);
+    EXPECT_EQ(exec.mPid, Exec::noPid);
+}
+
+TEST_F(WaitTest, TheLogOfAPlainRun) {
+    struct Row {
+        const char* actions;
+        const char* end;
+    };
+    const std::string directory = folder.utf8();
+    for (const Row& row : {Row{"", ""}, Row{"exit 9", "\texit code 9\n"}}) {
+        runToItsEnd(waitedChild(awaitGo(row.actions)), directory);
+        EXPECT_EQ(exec.log(), "\twd: " + directory + "\twaiting for child pid " +
+                                  std::to_string(pid) + "\n" + row.end);
+    }
+}
+
+TEST_F(WaitTest, WithoutJobModeNoJobIsAskedFor) {
+    wakes.onTimeout([this](size_t wake) -> DWORD {
+        make("go");
+        return wake < 5 ? DWORD{WAIT_TIMEOUT} : QuickWakes::AWAIT_END;
+    });
+    EXPECT_EQ(exec.run(waitedChild("await " + file("go") + " exit 9")).code, 9);
+    EXPECT_EQ(accounting.queryCount(LIST), 0U);
+}
+
+TEST_F(WaitTest, AnyOtherResultOfTheWaitIsATimeOut) {
+    wakes.onTimeout([this](size_t wake) -> DWORD {
+        if (wake == 1) {
+            return WAIT_ABANDONED;
+        }
+        make("go");
+        return QuickWakes::AWAIT_END;
+    });
+    EXPECT_EQ(exec.run(waitedChild("await " + file("go") + " exit 9")).code, 9);
+    EXPECT_EQ(wakes.timeouts(), 2U);
+}
+
+TEST_F(WaitTest, AWaitThatFailsIsReportedAndEndsTheRun) {
+    const SystemMessage noWords(L"");
+    exec.setStallRules(everyCommand(/*timeout=*/0, /*flags=*/0));
+    wakes.onTimeout([](size_t) {
+        SetLastError(ERROR_NOT_READY);
+        return WAIT_FAILED;
+    });
+    // A capture that the child still has open couldn't be removed.
+    Exec::RunInfo info;
+    info.mDirectArgv = {waitedChild(awaitingGo() + " make " + file("end"))};
+    info.mStdoutMode = info.mStderrMode = streamFile;
+    info.mStdoutFile = info.mStderrFile = folder.utf8("out");
+    const CommandResult result = exec.run(info);
+    const std::string text =
+        "Exec::waitProcessExit got error waiting for process to exit: Error 21\n";
+    EXPECT_EQ(result.code, 1);
+    EXPECT_FALSE(result.aborted);
+    EXPECT_EQ(result.error, text);
+    EXPECT_EQ(exec.errors(), std::vector<std::string>{text});
+    EXPECT_EQ(exec.log().find("exit code"), std::string::npos);
+    EXPECT_EQ(accounting.queryCount(LIST), 0U) << "what is left is not waited for";
+    letGo();
+    EXPECT_TRUE(isThere("end"));
+}
+
+TEST_F(WaitTest, AnAbortedCommandThatIgnoresTheBreakIsEndedAtTheThirdWake) {
+    const Terminations terminations;
+    const CommandResult result = runAborted(waitedChild(stubborn()));
+    EXPECT_EQ(wakes.timeouts(), 3U);
+    EXPECT_EQ(terminations.calls(), (std::vector<Terminations::Call>{{pid, 1}}));
+    EXPECT_EQ(result.code, 1);
+    EXPECT_TRUE(result.aborted);
+    EXPECT_TRUE(exec.errors().empty());
+}
+
+TEST_F(WaitTest, ACommandThatGoesWithinTheGraceIsNotEndedByForce) {
+    const Terminations terminations;
+    wakes.onTimeout([this](size_t wake) -> DWORD {
+        if (wake == 1) {
+            await("ready");
+            abort();
+        }
+        if (wake < 2) {
+            return WAIT_TIMEOUT;
+        }
+        make("go");
+        return QuickWakes::AWAIT_END;
+    });
+    const CommandResult result = exec.run(
+        waitedChild("ignore-break make " + file("ready") + " await " + file("go") + " exit 9"));
+    EXPECT_TRUE(result.aborted);
+    EXPECT_TRUE(terminations.calls().empty());
+    EXPECT_EQ(exec.log().find("didn't exit"), std::string::npos);
+}
+
+/// Lets the wait without a limit fail.
+class FailingEndWait {
+public:
+    FailingEndWait()
+        : mReplaced("WaitForSingleObject", [](HANDLE object, DWORD milliseconds) -> DWORD {
+              const DWORD result = gOriginal(object, milliseconds);
+              if (milliseconds != INFINITE || GetProcessId(object) == 0) {
+                  return result;
+              }
+              SetLastError(ERROR_NOT_READY);
+              return WAIT_FAILED;
+          }) {
+        gOriginal = mReplaced.original();
+    }
+
+private:
+    static inline decltype(&WaitForSingleObject) gOriginal = nullptr;
+    ReplacedCall<decltype(WaitForSingleObject)> mReplaced;
+};
+
+TEST_F(WaitTest, AFailedWaitForTheEndByForceIsReportedAndEndsTheRun) {
+    const SystemMessage noWords(L"");
+    const FailingEndWait failing;
+    const CommandResult result = runAborted(waitedChild(stubborn()));
+    const std::string text =
+        "Exec::waitProcessExit got error waiting for aborted process to exit: Error 21\n";
+    EXPECT_EQ(result.code, 1);
+    EXPECT_FALSE(result.aborted) << "a failed wait ends the run before the abort is looked at";
+    EXPECT_EQ(result.error, text);
+    EXPECT_EQ(exec.errors(), std::vector<std::string>{text});
+}
+
+TEST_F(WaitTest, AProcessThatCannotBeAskedForItsNameIsWaitedForAllTheSame) {
+    constexpr uint32_t missing = 0x7ffffff0;
+    bool stalled = true;
+    wakes.onTimeout([](size_t) -> DWORD { return WAIT_OBJECT_0; });
+    EXPECT_TRUE(exec.waitProcessExit(GetCurrentProcess(), missing, "command",
+                                     /*failureText=*/nullptr, &stalled, /*workingDirectory=*/"",
+                                     /*environment=*/nullptr, /*passThrough=*/nullptr));
+    EXPECT_FALSE(stalled);
+    EXPECT_EQ(exec.log(), "\tCouldn't get handle of process 2147483632: " +
+                              win32ErrorText("OpenProcess", ERROR_INVALID_PARAMETER) + "\n");
+    EXPECT_TRUE(exec.errors().empty());
+}
+
+/// What the wait does with the dialog of a 16-bit program.
+class Dialog {
+public:
+    /// The window of this title is there.
+    explicit Dialog(std::string_view title) {
+        gTitle = title;
+        gSearches.clear();
+        gClicks.clear();
+    }
+    static std::vector<std::string> searches() { return gSearches; }
+    /// For each time that the button was pressed, how many processes had been ended by then.
+    static std::vector<size_t> clicks() { return gClicks; }
+
+private:
+    static HWND window() { return reinterpret_cast<HWND>(&gTitle); }
+    static HWND WINAPI find(LPCSTR windowClass, LPCSTR title) {
+        EXPECT_EQ(windowClass, nullptr);
+        gSearches.emplace_back(title);
+        return gTitle == title ? window() : nullptr;
+    }
+    static LRESULT WINAPI send(HWND dialog, int item, UINT message, WPARAM wParam, LPARAM lParam) {
+        EXPECT_EQ(dialog, window());
+        EXPECT_EQ(item, 1);
+        EXPECT_EQ(message, 245U);
+        EXPECT_EQ(wParam, 0U);
+        EXPECT_EQ(lParam, 0);
+        gClicks.push_back(Terminations::calls().size());
+        return 0;
+    }
+
+    static inline std::string gTitle;
+    static inline std::vector<std::string> gSearches;
+    static inline std::vector<size_t> gClicks;
+    ReplacedCall<decltype(FindWindowA)> mFind{"FindWindowA", &find};
+    ReplacedCall<decltype(SendDlgItemMessageA)> mSend{"SendDlgItemMessageA", &send};
+};
+
+class NtvdmTest : public WaitTest {
+protected:
+    /// A line of a program of this name that does what execchild does.
+    std::string copiedChild(const std::string& name, const std::string& actions) const {
+        std::filesystem::copy_file(testing_support::testProgramFolder() / "execchild.exe",
+                                   folder.path() / name,
+                                   std::filesystem::copy_options::overwrite_existing);
+        return file(name) + ' ' + actions;
+    }
+
+    const Terminations terminations{/*awaitsEnd=*/true};
+};
+
+TEST_F(NtvdmTest, TheHostOf16BitProgramsIsEndedWithItsProgram) {
+    EXPECT_EQ(runToItsEnd(copiedChild("ntvdm.exe", awaitGo("exit 9"))).code, 9);
+    EXPECT_EQ(terminations.calls().size(), 1U);
+    EXPECT_EQ(terminations.calls().front().code, 0U);
+}
+
+TEST_F(NtvdmTest, ItIsKnownByItsNameAnywhereInThePathInThisCaseOfLetters) {
+    struct Row {
+        const char* name;
+        size_t terminations;
+    };
+    size_t expected = 0;
+    for (const Row& row : {Row{"xntvdm.exe", 1}, Row{"ntvdm.exe.com", 1}, Row{"NTVDM2.exe", 0},
+                           Row{"ntvdm.com", 0}, Row{"nTvdm.exe", 0}}) {
+        expected += row.terminations;
+        EXPECT_EQ(runToItsEnd(copiedChild(row.name, awaitGo("exit 9"))).code, 9) << row.name;
+        EXPECT_EQ(terminations.calls().size(), expected) << row.name;
+    }
+}
+
+TEST_F(NtvdmTest, ItsDialogIsClosedBeforeItIsEndedByForce) {
+    struct Row {
+        const char* title;
+        std::vector<std::string> searches;
+        size_t clicks;
+    };
+    const std::string first = "16 bit MS-DOS Subsystem";
+    const std::string second = "ntvdm.exe - System Error";
+    const std::string line = copiedChild("ntvdm.exe", stubborn());
+    for (const Row& row :
+         {Row{"16 bit MS-DOS Subsystem", {first}, 1},
+          Row{"ntvdm.exe - System Error", {first, second}, 1}, Row{"Other", {first, second}, 0}}) {
+        exec.reset();
+        const size_t before = terminations.calls().size();
+        const Dialog dialog(row.title);
+        const CommandResult result = runAborted(line);
+        EXPECT_TRUE(result.aborted);
+        EXPECT_EQ(result.code, 1);
+        EXPECT_EQ(wakes.timeouts(), 3U);
+        EXPECT_EQ(Dialog::searches(), row.searches);
+        EXPECT_EQ(Dialog::clicks(), std::vector<size_t>(row.clicks, before));
+        ASSERT_EQ(terminations.calls().size(), before + 1);
+        EXPECT_EQ(terminations.calls().back(), (Terminations::Call{pid, 1}));
+        remove("ready");
+    }
+}
+
+TEST_F(NtvdmTest, AnotherProgramGetsNoDialogClosed) {
+    const Dialog dialog("16 bit MS-DOS Subsystem");
+    runAborted(waitedChild(stubborn()));
+    EXPECT_TRUE(Dialog::searches().empty());
+}
+
+TEST_F(NtvdmTest, ItsHandleIsClosed) {
+    const std::string line = copiedChild("ntvdm.exe", awaitGo("exit 9"));
+    runToItsEnd(line);
+    const size_t before = testing_support::handleCount();
+    runToItsEnd(line);
+    EXPECT_EQ(testing_support::handleCount(), before);
+}
+
+}  // namespace

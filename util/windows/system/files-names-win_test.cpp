@@ -1,0 +1,216 @@
+// Names of files: listings, missing parents, new names and removed directories.
+
+#include <algorithm>
+
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include "testing/calls/replacedcall-win.h"
+#include "testing/scopes/tempfolder.h"
+#include "util/windows/system-paths-win.h"
+#include "util/windows/system/files-win.h"
+
+namespace {
+
+using testing_support::ReplacedCall;
+using testing_support::TempFolder;
+using Names = std::vector<std::string>;
+
+constexpr const char* CYRILLIC = "\xD0\x9F\xD1\x83\xD1\x82\xD1\x8C";
+constexpr const char* CHINESE = "\xE4\xB8\xAD\xE6\x96\x87";
+constexpr const char* ASTRAL = "\xF0\x9D\x84\x9E";
+
+std::string makeDirectory(const std::string& path) {
+    EXPECT_TRUE(System::makeDirectory(path, 0755));
+    return path;
+}
+
+TEST(SystemListDirectoryTest, EveryNameIsListedWithItsFacts) {
+    const TempFolder folder;
+    for (const char* name : {CYRILLIC, CHINESE, ASTRAL}) {
+        folder.write(name, "1234");
+    }
+    makeDirectory(folder.utf8("d"));
+    Names names = {"before"};
+    std::vector<FileStat> stats;
+    ASSERT_TRUE(System::listDirectory(folder.utf8(), names, &stats));
+    ASSERT_EQ(names.size(), 7U);
+    ASSERT_EQ(stats.size(), 6U);
+    EXPECT_EQ(names.front(), "before");
+    for (size_t i = 0; i < stats.size(); ++i) {
+        const std::string& name = names[i + 1];
+        const bool isDirectory = name == "d" || name == "." || name == "..";
+        EXPECT_EQ(stats[i].isDirectory(), isDirectory) << name;
+        EXPECT_EQ(stats[i].size, isDirectory ? 0U : 4U) << name;
+    }
+    std::sort(names.begin(), names.end());
+    EXPECT_EQ(names, (Names{".", "..", "before", "d", CYRILLIC, CHINESE, ASTRAL}));
+}
+
+TEST(SystemListDirectoryTest, FactsAreOptional) {
+    const TempFolder folder;
+    Names names;
+    EXPECT_TRUE(System::listDirectory(folder.utf8(), names, nullptr));
+    EXPECT_EQ(names.size(), 2U);
+}
+
+TEST(SystemListDirectoryTest, WhatIsNoDirectoryFails) {
+    const TempFolder folder;
+    Names names;
+    EXPECT_FALSE(System::listDirectory(folder.utf8("missing"), names, nullptr));
+    EXPECT_FALSE(System::listDirectory(folder.write("a", "x"), names, nullptr));
+    EXPECT_TRUE(names.empty());
+}
+
+TEST(SystemListDirectoryTest, AListingThatBreaksOffCountsAsComplete) {
+    const TempFolder folder;
+    const ReplacedCall<decltype(FindNextFileW)> call("FindNextFileW",
+                                                     [](HANDLE, LPWIN32_FIND_DATAW) -> BOOL {
+                                                         SetLastError(ERROR_NETNAME_DELETED);
+                                                         return FALSE;
+                                                     });
+    Names names;
+    EXPECT_TRUE(System::listDirectory(folder.utf8(), names, nullptr));
+    EXPECT_EQ(names.size(), 1U);
+}
+
+TEST(SystemMissingParentsTest, APathThatExistsMissesNothing) {
+    const TempFolder folder;
+    Names names = {"old"};
+    System::missingParents(folder.utf8(), names);
+    EXPECT_EQ(names, Names());
+}
+
+TEST(SystemMissingParentsTest, MissingParentsStandInFrontOfThePathOutermostFirst) {
+    const TempFolder folder;
+    const std::string base = folder.utf8();
+    Names names;
+    System::missingParents(base + "/a//b\\c/", names);
+    EXPECT_EQ(names, (Names{base + "/a", base + "/a//b", base + "/a//b\\c/"}));
+}
+
+TEST(SystemMissingParentsTest, TheRootOfADriveKeepsItsSlash) {
+    Names names;
+    System::missingParents("q:\\\\a\\b", names);
+    EXPECT_EQ(names, (Names{"q:\\", "q:\\\\a", "q:\\\\a\\b"}));
+    System::missingParents("c:/missing", names);
+    EXPECT_EQ(names, Names{"c:/missing"});
+}
+
+TEST(SystemMissingParentsTest, AParentOfOneCharacterIsNotLookedAt) {
+    Names names;
+    System::missingParents("z/missing", names);
+    EXPECT_EQ(names, Names{"z/missing"});
+    System::missingParents("zz/missing", names);
+    EXPECT_EQ(names, (Names{"zz", "zz/missing"}));
+    System::missingParents("missing", names);
+    EXPECT_EQ(names, Names{"missing"});
+    System::missingParents("", names);
+    EXPECT_EQ(names, Names{""});
+}
+
+TEST(SystemMakeDirectoryTest, ADirectoryIsMadeOnce) {
+    const TempFolder folder;
+    const std::string path = makeDirectory(folder.utf8(CHINESE));
+    EXPECT_FALSE(System::makeDirectory(path, 0));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_ALREADY_EXISTS});
+    EXPECT_FALSE(System::makeDirectory(folder.utf8("a/b"), 0));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_PATH_NOT_FOUND});
+}
+
+TEST(SystemMakeDirectoryTest, ANameReachesWindowsWithoutTheDotsAndBlanksBehindIt) {
+    const TempFolder folder;
+    makeDirectory(folder.utf8("d. ."));
+    EXPECT_TRUE(System::exists(folder.utf8("d")));
+}
+
+TEST(SystemRemoveDirectoryTest, EachOutcomeHasItsNumber) {
+    const TempFolder folder;
+    makeDirectory(folder.utf8("d"));
+    const std::string file = folder.write("d/a", "x");
+    EXPECT_EQ(System::removeDirectory(folder.utf8("d"), false), 2);
+    EXPECT_EQ(System::removeDirectory(file, false), 3);
+    EXPECT_EQ(System::removeDirectory(folder.utf8("missing"), true), 1);
+    EXPECT_EQ(System::removeDirectory(folder.utf8("missing/x"), true), 1);
+    EXPECT_EQ(System::removeDirectory(makeDirectory(folder.utf8("e")), false), 0);
+    EXPECT_FALSE(System::exists(folder.utf8("e")));
+}
+
+int gRemovals = 0;
+DWORD gSecondError = ERROR_SUCCESS;
+
+BOOL WINAPI refuseOnce(LPCWSTR) {
+    SetLastError(++gRemovals == 1 ? ERROR_SHARING_VIOLATION : gSecondError);
+    return gRemovals > 1 && gSecondError == ERROR_SUCCESS;
+}
+
+TEST(SystemRemoveDirectoryTest, OnlyForceTriesASecondTimeAfterAnyOtherFailure) {
+    const ReplacedCall<decltype(RemoveDirectoryW)> call("RemoveDirectoryW", refuseOnce);
+    static DWORD attributes;
+    const ReplacedCall<decltype(SetFileAttributesW)> normal("SetFileAttributesW",
+                                                            [](LPCWSTR, DWORD bits) -> BOOL {
+                                                                attributes = bits;
+                                                                return TRUE;
+                                                            });
+    gRemovals = 0;
+    gSecondError = ERROR_SUCCESS;
+    EXPECT_EQ(System::removeDirectory("c:/x", false), 4);
+    EXPECT_EQ(gRemovals, 1);
+    const struct {
+        DWORD secondError;
+        int result;
+    } rows[] = {{ERROR_SUCCESS, 0},
+                {ERROR_SHARING_VIOLATION, 4},
+                {ERROR_FILE_NOT_FOUND, 1},
+                {ERROR_DIR_NOT_EMPTY, 2},
+                {ERROR_DIRECTORY, 3}};
+    for (const auto& row : rows) {
+        gRemovals = 0;
+        gSecondError = row.secondError;
+        attributes = 0;
+        EXPECT_EQ(System::removeDirectory("c:/x", true), row.result);
+        EXPECT_EQ(gRemovals, 2);
+        EXPECT_EQ(attributes, DWORD{FILE_ATTRIBUTE_NORMAL});
+    }
+}
+
+TEST(SystemRenameTest, AFileTakesThePlaceOfAnother) {
+    const TempFolder folder;
+    const std::string from = folder.write("a", "new");
+    const std::string to = folder.write("b", "old");
+    EXPECT_TRUE(System::rename(from, to, false));
+    EXPECT_FALSE(System::exists(from));
+    std::string content;
+    EXPECT_TRUE(System::readBytes(to, content, 3));
+    EXPECT_EQ(content, "new");
+    EXPECT_FALSE(System::rename(from, to, true));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_FILE_NOT_FOUND});
+}
+
+TEST(SystemRenameTest, OnlyTheFlagLetsAFileLeaveItsVolume) {
+    static DWORD flags;
+    const ReplacedCall<decltype(MoveFileExW)> call("MoveFileExW",
+                                                   [](LPCWSTR, LPCWSTR, DWORD bits) -> BOOL {
+                                                       flags = bits;
+                                                       return TRUE;
+                                                   });
+    EXPECT_TRUE(System::rename("c:/a", "d:/a", false));
+    EXPECT_EQ(flags, DWORD{MOVEFILE_REPLACE_EXISTING});
+    EXPECT_TRUE(System::rename("c:/a", "d:/a", true));
+    EXPECT_EQ(flags, DWORD{MOVEFILE_REPLACE_EXISTING | MOVEFILE_COPY_ALLOWED});
+}
+
+TEST(SystemHardLinkTest, AFileGetsASecondName) {
+    const TempFolder folder;
+    const std::string existing = folder.write("a", "x");
+    EXPECT_EQ(System::hardLink(existing, folder.utf8("b")), 0);
+    FileStat stat;
+    ASSERT_TRUE(stat.read(folder.utf8("b"), 0));
+    EXPECT_EQ(stat.links, 2U);
+    EXPECT_EQ(System::hardLink(folder.utf8("missing"), folder.utf8("c")), -1);
+    EXPECT_EQ(System::hardLink(existing, folder.utf8("b")), -1);
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_ALREADY_EXISTS});
+}
+
+}  // namespace

@@ -1,0 +1,202 @@
+// The closing of files that the System process holds open.
+
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include "testing/calls/fakesystem-win.h"
+#include "testing/counts/processresources-win.h"
+#include "util/windows/scopedhandle-win.h"
+#include "util/windows/system/handles-win.h"
+
+namespace {
+
+using testing_support::FakeSystem;
+using testing_support::handleCount;
+using testing_support::HeldFile;
+using testing_support::Inspected;
+using testing_support::TableEntry;
+
+constexpr NTSTATUS LENGTH_MISMATCH = static_cast<NTSTATUS>(0xC0000004);
+constexpr NTSTATUS ACCESS_DENIED = static_cast<NTSTATUS>(0xC0000022);
+
+TEST(CloseSystemFileHandleTest, AFileOfTheSystemProcessIsClosedAndNothingElseIsLeftOpen) {
+    const HeldFile file;
+    Inspected system({{4, file.handle()}});
+    const size_t handles = handleCount();
+    EXPECT_TRUE(system.inspector.closeSystemFileHandle(file.path()));
+    EXPECT_EQ(handleCount(), handles - 1);
+    EXPECT_TRUE(file.isFree());
+}
+
+TEST(CloseSystemFileHandleTest, ASecondCallFindsNothing) {
+    const HeldFile file;
+    Inspected system({{4, file.handle()}});
+    ASSERT_TRUE(system.inspector.closeSystemFileHandle(file.path()));
+    const size_t handles = handleCount();
+    EXPECT_FALSE(system.inspector.closeSystemFileHandle(file.path()));
+    EXPECT_EQ(handleCount(), handles);
+}
+
+TEST(CloseSystemFileHandleTest, TheProcessIsOpenedToCopyAndTheSecondCopyClosesItsSource) {
+    const HeldFile file;
+    Inspected system({{4, file.handle()}});
+    ASSERT_TRUE(system.inspector.closeSystemFileHandle(file.path()));
+    ASSERT_EQ(system.opened.size(), 1U);
+    EXPECT_EQ(system.opened[0].access, 0x450U);
+    EXPECT_EQ(system.opened[0].processId, 4U);
+    EXPECT_FALSE(system.opened[0].inherits);
+    ASSERT_EQ(system.copied.size(), 2U);
+    EXPECT_EQ(system.copied[0].options, 2U);
+    EXPECT_EQ(system.copied[1].options, 3U);
+    EXPECT_FALSE(system.copied[1].hasEarlierCopy);
+    for (const FakeSystem::Copied& copy : system.copied) {
+        EXPECT_TRUE(copy.fromSystem);
+        EXPECT_FALSE(copy.inherits);
+    }
+}
+
+TEST(CloseSystemFileHandleTest, EntriesOfOtherProcessesAreNotTouched) {
+    const HeldFile file;
+    Inspected system({{0, file.handle()},
+                      {5, file.handle()},
+                      {GetCurrentProcessId(), file.handle()},
+                      {0x10004, file.handle()}});
+    EXPECT_FALSE(system.inspector.closeSystemFileHandle(file.path()));
+    EXPECT_TRUE(system.opened.empty());
+    EXPECT_TRUE(system.copied.empty());
+    EXPECT_FALSE(file.isFree());
+}
+
+TEST(CloseSystemFileHandleTest, OnlyTheFirstHandleOfAFileIsClosed) {
+    const HeldFile file;
+    // Not an owner: the test is that it gets closed.
+    const HANDLE second = CreateFileW(file.path().c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
+                                      OPEN_EXISTING, 0, nullptr);
+    Inspected system({{4, second}, {4, file.handle()}});
+    EXPECT_TRUE(system.inspector.closeSystemFileHandle(file.path()));
+    DWORD flags = 0;
+    EXPECT_FALSE(GetHandleInformation(second, &flags));
+    EXPECT_TRUE(GetHandleInformation(file.handle(), &flags));
+}
+
+TEST(CloseSystemFileHandleTest, WhatIsNoFileAndOtherFilesArePassedOver) {
+    const HeldFile other;
+    const HeldFile file;
+    const ScopedHandle event(CreateEventW(nullptr, FALSE, FALSE, nullptr));
+    const auto none = reinterpret_cast<HANDLE>(0xfff0);
+    Inspected system(
+        {{4, event.get()}, {4, none}, {4, other.handle()}, {8, file.handle()}, {4, file.handle()}});
+    const size_t handles = handleCount();
+    EXPECT_TRUE(system.inspector.closeSystemFileHandle(file.path()));
+    EXPECT_EQ(handleCount(), handles - 1);
+    EXPECT_EQ(system.opened.size(), 4U);
+    EXPECT_TRUE(file.isFree());
+    EXPECT_FALSE(other.isFree());
+    DWORD flags = 0;
+    EXPECT_TRUE(GetHandleInformation(event.get(), &flags));
+}
+
+TEST(CloseSystemFileHandleTest, WithoutTheSystemProcessNothingIsFound) {
+    const HeldFile file;
+    Inspected system({{4, file.handle()}, {4, file.handle()}});
+    system.refusesProcess = true;
+    const size_t handles = handleCount();
+    EXPECT_FALSE(system.inspector.closeSystemFileHandle(file.path()));
+    EXPECT_EQ(handleCount(), handles);
+    EXPECT_FALSE(file.isFree());
+}
+
+TEST(CloseSystemFileHandleTest, ATableOfOneEntryIsHadAtOnceAndALargerOneAtTheSecondTry) {
+    const HeldFile file;
+    {
+        Inspected system({{5, file.handle()}});
+        EXPECT_FALSE(system.inspector.closeSystemFileHandle(file.path()));
+        EXPECT_EQ(system.rooms, std::vector<ULONG>{32});
+    }
+    Inspected system({{5, file.handle()}, {5, file.handle()}, {4, file.handle()}});
+    EXPECT_TRUE(system.inspector.closeSystemFileHandle(file.path()));
+    EXPECT_EQ(system.rooms, (std::vector<ULONG>{32, 80}));
+}
+
+TEST(CloseSystemFileHandleTest, ATableThatGrowsBetweenTheTriesIsAFailure) {
+    const HeldFile file;
+    Inspected system({{4, file.handle()}});
+    system.statuses = {LENGTH_MISMATCH, LENGTH_MISMATCH};
+    EXPECT_FALSE(system.inspector.closeSystemFileHandle(file.path()));
+    EXPECT_EQ(system.rooms.size(), 2U);
+    EXPECT_FALSE(file.isFree());
+}
+
+TEST(CloseSystemFileHandleTest, AnyOtherStatusIsAFailureAtOnce) {
+    const HeldFile file;
+    for (const NTSTATUS status : {ACCESS_DENIED, NTSTATUS{0x103}, NTSTATUS{1}}) {
+        Inspected system({{4, file.handle()}});
+        system.statuses = {status};
+        EXPECT_FALSE(system.inspector.closeSystemFileHandle(file.path()));
+        EXPECT_EQ(system.rooms.size(), 1U);
+    }
+    EXPECT_FALSE(file.isFree());
+}
+
+TEST(CloseSystemFileHandleTest, AnyOtherStatusIsAFailureAtTheSecondTryToo) {
+    const HeldFile file;
+    Inspected system({{4, file.handle()}});
+    system.statuses = {LENGTH_MISMATCH, ACCESS_DENIED};
+    EXPECT_FALSE(system.inspector.closeSystemFileHandle(file.path()));
+    EXPECT_EQ(system.rooms.size(), 2U);
+}
+
+TEST(CloseSystemFileHandleTest, AnEmptyTableHoldsNothing) {
+    Inspected system({});
+    EXPECT_FALSE(system.inspector.closeSystemFileHandle(L"c:/x"));
+}
+
+TEST(CloseSystemFileHandleTest, ATableThatClaimsMoreEntriesThanItHasEndsWithItsBytes) {
+    const HeldFile other;
+    const HeldFile file;
+    for (const std::vector<TableEntry>& entries :
+         {std::vector<TableEntry>{{4, other.handle()}},
+          std::vector<TableEntry>{{4, other.handle()}, {4, other.handle()}}}) {
+        Inspected system(entries);
+        system.claimCount(0xffffffff);
+        EXPECT_FALSE(system.inspector.closeSystemFileHandle(file.path()));
+        EXPECT_EQ(system.opened.size(), entries.size());
+    }
+}
+
+TEST(CloseSystemFileHandleTest, WithoutANativeFunctionNothingIsFound) {
+    const HeldFile file;
+    Inspected noTable({{4, file.handle()}});
+    noTable.inspector.mNtQuerySystemInformation = nullptr;
+    EXPECT_FALSE(noTable.inspector.closeSystemFileHandle(file.path()));
+}
+
+TEST(CloseSystemFileHandleTest, WithoutTheFunctionForTypesOrNamesNothingIsFoundAndNothingLeaks) {
+    const HeldFile file;
+    Inspected system({{4, file.handle()}});
+    const size_t handles = handleCount();
+    const auto queryObject = system.inspector.mNtQueryObject;
+    system.inspector.mNtQueryObject = nullptr;
+    EXPECT_FALSE(system.inspector.closeSystemFileHandle(file.path()));
+    system.inspector.mNtQueryObject = queryObject;
+    system.inspector.mNtQueryInformationFile = nullptr;
+    EXPECT_FALSE(system.inspector.closeSystemFileHandle(file.path()));
+    EXPECT_EQ(handleCount(), handles);
+    EXPECT_FALSE(file.isFree());
+}
+
+TEST(CloseSystemFileHandleTest, TheRealTableHoldsNoFileOfASystemProcessThatCannotBeOpened) {
+    const HeldFile file;
+    HandleInspector inspector;
+    if (ScopedHandle(OpenProcess(0x450, FALSE, 4)).isOpen()) {
+        GTEST_SKIP() << "the System process can be opened, and some of its files, pipes that are "
+                        "waited on, never tell their names";
+    }
+    EXPECT_FALSE(inspector.closeSystemFileHandle(file.path()));
+    EXPECT_FALSE(file.isFree());
+}
+
+}  // namespace

@@ -1,0 +1,96 @@
+#include "util/windows/system/posixlayer-win.h"
+
+#include <process.h>
+#include <stdexcept>
+
+#include "util/assertion.h"
+#include "util/stringformat.h"
+#include "util/windows/system/files-win.h"
+
+int posixlayer::getpid() { return _getpid(); }
+
+int posixlayer::fileSize(HANDLE file, uint64_t* size) {
+    DWORD high = 0;
+    const DWORD low = GetFileSize(file, &high);
+    if (low == INVALID_FILE_SIZE && GetLastError() != NO_ERROR) {
+        return -1;
+    }
+    *size = uint64_t{high} << 32 | low;
+    return 0;
+}
+
+int64_t posixlayer::readFile(HANDLE file, void* buffer, uint32_t count) {
+    DWORD read = 0;
+    return ReadFile(file, buffer, count, &read, /*lpOverlapped=*/nullptr) ? int64_t{read} : -1;
+}
+
+int64_t posixlayer::writeFile(HANDLE file, const void* buffer, uint32_t count) {
+    return writeWithRetry(file, buffer, count);
+}
+
+int64_t posixlayer::seekFile(HANDLE file, int64_t offset, int whence) {
+    const DWORD method = whence == 1 ? FILE_CURRENT : whence == 2 ? FILE_END : FILE_BEGIN;
+    LARGE_INTEGER distance;
+    distance.QuadPart = offset;
+    LARGE_INTEGER position;
+    return SetFilePointerEx(file, distance, &position, method) ? position.QuadPart : -1;
+}
+
+int posixlayer::truncateFile(HANDLE file, int64_t size) {
+    const int64_t position = seekFile(file, 0, /*whence=*/1);
+    if (position < 0 || seekFile(file, size, /*whence=*/0) < 0) {
+        return -1;
+    }
+    const bool cut = SetEndOfFile(file);
+    const DWORD error = GetLastError();
+    if (seekFile(file, position, /*whence=*/0) < 0) {
+        return -1;
+    }
+    if (!cut) {
+        SetLastError(error);
+        return -1;
+    }
+    return 0;
+}
+
+int posixlayer::fcntl(HANDLE handle, int command, int argument) {
+    if (command != 2 || argument != 1) {
+        // Meant: the words are of the command even if the argument is what isn't known.
+        throw std::invalid_argument(format(64, "fcntl received unknown command %d", command));
+    }
+    return SetHandleInformation(handle, HANDLE_FLAG_INHERIT, 0) ? 0 : -1;
+}
+
+int posixlayer::setNonBlocking(uintptr_t socket, bool nonBlocking) {
+    u_long value = nonBlocking ? 1 : 0;
+    return ioctlsocket(socket, static_cast<long>(FIONBIO), &value) == 0 ? 0 : -1;
+}
+
+bool posixlayer::wouldBlock() {
+    const int error = WSAGetLastError();
+    return error == WSAEWOULDBLOCK || error == WSAEINPROGRESS;
+}
+
+void posixlayer::sleepMilliseconds(uint32_t milliseconds) {
+    SleepEx(milliseconds, /*bAlertable=*/FALSE);
+}
+
+intptr_t posixlayer::spawnWords(const char* const* words, bool wait) {
+    return _spawnvp(wait ? _P_WAIT : _P_NOWAIT, words[0], words);
+}
+
+void posixlayer::meaninglessCall() {
+    NB_ASSERT(0);
+    __builtin_unreachable();
+}
+
+void posixlayer::clearLastError() {
+    SetLastError(0);
+    WSASetLastError(0);
+}
+
+uint32_t posixlayer::lastError(int kind) { return ErrorState::current().select(kind); }
+
+void posixlayer::saveLastError(ErrorState& state) { state.save(); }
+
+void posixlayer::restoreLastError(const ErrorState& state) { state.restore(); }

@@ -1,0 +1,290 @@
+// Where the running program is, what lies around it, and the process's environment and current
+// directory.
+
+#include <algorithm>
+#include <cstdlib>
+#include <cwchar>
+#include <iostream>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include "testing/calls/replacedcall-win.h"
+#include "testing/counts/processresources-win.h"
+#include "testing/processes/childprocess-win.h"
+#include "testing/scopes/tempfolder.h"
+#include "util/windows/system-paths-win.h"
+#include "util/windows/system/host-win.h"
+#include "util/windows/unicodetext-win.h"
+
+namespace {
+
+using testing_support::heapBytes;
+using testing_support::ReplacedCall;
+using testing_support::TempFolder;
+
+// The program's folder is found once in a process. So a test of how it is found is a death test:
+// its statement runs in a process of its own, and tells on standard error what it saw.
+
+std::wstring gProgram;
+
+/// Answers with `gProgram`, and fills a buffer that is too small for it.
+DWORD WINAPI programName(HMODULE module, LPWSTR name, DWORD room) {
+    std::cerr << (module == nullptr ? "" : "another module ") << room << ";";
+    const size_t length = std::min<size_t>(gProgram.size(), room);
+    gProgram.copy(name, length);
+    if (length < room) {
+        name[length] = L'\0';
+    }
+    return static_cast<DWORD>(length);
+}
+
+void tell(const std::string& path) { std::cerr << "[" << path << "]"; }
+void tellDirectory() { tell(System::programDirectory()); }
+
+[[noreturn]] void tellDirectoryOf(const std::wstring& program) {
+    const ReplacedCall<decltype(GetModuleFileNameW)> call("GetModuleFileNameW", programName);
+    gProgram = program;
+    tellDirectory();
+    std::exit(0);
+}
+
+std::wstring programOfLength(size_t length) { return L"C:\\p\\" + std::wstring(length - 5, L'x'); }
+
+TEST(SystemProgramDirectoryDeathTest, ANameThatFillsTheBufferIsAskedForAgainWithTwiceTheRoom) {
+    EXPECT_EXIT(tellDirectoryOf(programOfLength(259)), testing::ExitedWithCode(0),
+                "^260;\\[C:\\\\p\\]$");
+    EXPECT_EXIT(tellDirectoryOf(programOfLength(260)), testing::ExitedWithCode(0),
+                "^260;520;\\[C:\\\\p\\]$");
+    EXPECT_EXIT(tellDirectoryOf(programOfLength(1040)), testing::ExitedWithCode(0),
+                "^260;520;1040;2080;\\[C:\\\\p\\]$");
+}
+
+TEST(SystemProgramDirectoryDeathTest, TheNameIsCutAtTheLastBackslashAndIsUtf8) {
+    EXPECT_EXIT(tellDirectoryOf(L"C:\\\u03A9/a\\b c\\x.exe"), testing::ExitedWithCode(0),
+                "^260;\\[C:\\\\\xCE\xA9/a\\\\b c\\]$");
+}
+
+TEST(SystemProgramDirectoryDeathTest, ANameWithoutABackslashIsNotCut) {
+    EXPECT_EXIT(tellDirectoryOf(L"C:/p/x.exe"), testing::ExitedWithCode(0),
+                "^260;\\[C:/p/x.exe\\]$");
+}
+
+void tellWhatIsKept() {
+    const ReplacedCall<decltype(GetModuleFileNameW)> call("GetModuleFileNameW", programName);
+    const std::string* none = &System::programDirectory();
+    std::cerr << (none == &System::programDirectory() ? "same" : "another");
+    for (const wchar_t* program : {L"", L"C:\\one\\x.exe", L"C:\\two\\x.exe"}) {
+        gProgram = program;
+        tellDirectory();
+    }
+    std::exit(0);
+}
+
+TEST(SystemProgramDirectoryDeathTest, TheFirstFolderIsKeptAndWithoutOneItIsEmpty) {
+    EXPECT_EXIT(tellWhatIsKept(), testing::ExitedWithCode(0),
+                "^260;260;same260;\\[\\]260;\\[C:\\\\one\\]\\[C:\\\\one\\]$");
+}
+
+void failToConvert() {
+    gProgram = L"C:\\p\\x.exe";
+    const ReplacedCall<decltype(GetModuleFileNameW)> call("GetModuleFileNameW", programName);
+    const ReplacedCall<decltype(WideCharToMultiByte)> conversion(
+        "WideCharToMultiByte",
+        [](UINT, DWORD, LPCWCH, int, LPSTR, int, LPCCH, LPBOOL) -> int { return 0; });
+    tellDirectory();
+    std::exit(0);
+}
+
+TEST(SystemProgramDirectoryDeathTest, AFolderThatCannotBeConvertedIsEmpty) {
+    EXPECT_EXIT(failToConvert(), testing::ExitedWithCode(0), "^260;\\[\\]$");
+}
+
+void loseTheRace() {
+    static const std::string* winner = nullptr;
+    const ReplacedCall<decltype(GetModuleFileNameW)> call(
+        "GetModuleFileNameW", [](HMODULE, LPWSTR name, DWORD) -> DWORD {
+            static int calls = 0;
+            if (++calls == 1) {
+                winner = &System::programDirectory();  // another thread is faster
+                return static_cast<DWORD>(std::wcslen(lstrcpyW(name, L"C:\\late\\x.exe")));
+            }
+            return static_cast<DWORD>(std::wcslen(lstrcpyW(name, L"C:\\first\\x.exe")));
+        });
+    tellDirectory();
+    std::cerr << (winner == &System::programDirectory() ? " of the first" : " of its own");
+    std::exit(0);
+}
+
+TEST(SystemProgramDirectoryDeathTest, OfTwoThatFindItTheFirstOnesTextIsGivenToBoth) {
+    EXPECT_EXIT(loseTheRace(), testing::ExitedWithCode(0), "^\\[C:\\\\first\\] of the first$");
+}
+
+/// Loses the race with a folder of many characters, and tells whether its copy was freed.
+void loseTheRaceWithALongFolder() {
+    static bool nested = false;
+    static const std::wstring late = L"C:\\" + std::wstring(20'000, L'x') + L"\\x.exe";
+    const ReplacedCall<decltype(GetModuleFileNameW)> call(
+        "GetModuleFileNameW", [](HMODULE, LPWSTR name, DWORD room) -> DWORD {
+            if (nested) {
+                return static_cast<DWORD>(std::wcslen(lstrcpyW(name, L"C:\\first\\x.exe")));
+            }
+            if (room <= late.size()) {
+                return room;
+            }
+            nested = true;
+            System::programDirectory();  // another thread is faster
+            lstrcpyW(name, late.c_str());
+            return static_cast<DWORD>(late.size());
+        });
+    const size_t before = heapBytes();
+    tellDirectory();
+    std::cerr << (heapBytes() < before + late.size() / 2 ? " freed" : " kept");
+    std::exit(0);
+}
+
+TEST(SystemProgramDirectoryDeathTest, TheTextOfTheOneThatIsLateIsFreed) {
+    EXPECT_EXIT(loseTheRaceWithALongFolder(), testing::ExitedWithCode(0),
+                "^\\[C:\\\\first\\] freed$");
+}
+
+std::string programFolder() { return toUtf8(testing_support::testProgramFolder().wstring()); }
+
+TEST(SystemProgramDirectoryTest, ItIsTheFolderOfTheRunningProgram) {
+    EXPECT_EQ(System::programDirectory(), programFolder());
+    EXPECT_EQ(&System::programDirectory(), &System::programDirectory());
+}
+
+std::string fallback() { return "the fallback"; }
+
+TEST(SystemPathBelowProgramTest, ASlashStandsBetweenUnlessTheRelativePathBringsOne) {
+    const std::string program = programFolder();
+    EXPECT_EQ(System::pathBelowProgram("a/b", fallback), program + "/a/b");
+    EXPECT_EQ(System::pathBelowProgram("/a/b", fallback), program + "/a/b");
+    EXPECT_EQ(System::pathBelowProgram("", fallback), program);
+}
+
+TEST(SystemPathBelowProgramTest, ABackslashIsNoSlashBetween) {
+    EXPECT_EQ(System::pathBelowProgram("\\a", fallback), programFolder() + "/\\a");
+}
+
+void tellPathsBelow(const std::wstring& program) {
+    const ReplacedCall<decltype(GetModuleFileNameW)> call("GetModuleFileNameW", programName);
+    gProgram = program;
+    for (const char* relative : {"a", "/a", ""}) {
+        tell(System::pathBelowProgram(relative, fallback));
+    }
+    std::exit(0);
+}
+
+TEST(SystemPathBelowProgramDeathTest, NoSlashIsAddedToAFolderThatEndsInOne) {
+    EXPECT_EXIT(tellPathsBelow(L"C:/p/\\x.exe"), testing::ExitedWithCode(0),
+                "^260;\\[C:/p/a\\]\\[C:/p//a\\]\\[C:/p/\\]$");
+}
+
+TEST(SystemPathBelowProgramDeathTest, ASlashIsAddedToAFolderThatEndsInABackslash) {
+    EXPECT_EXIT(tellPathsBelow(L"C:\\p\\\\x.exe"), testing::ExitedWithCode(0),
+                R"(^260;\[C:\\p\\/a\]\[C:\\p\\/a\]\[C:\\p\\\]$)");
+}
+
+TEST(SystemPathBelowProgramDeathTest, WithoutAFolderItIsWhatTheFallbackReturns) {
+    EXPECT_EXIT(tellPathsBelow(L""), testing::ExitedWithCode(0),
+                "^260;\\[the fallback\\]260;\\[the fallback\\]260;\\[the fallback\\]$");
+}
+
+TEST(SystemPathBelowProgramTest, BaseConfigurationAndInstallationLieAroundTheProgram) {
+    const std::string program = programFolder();
+    EXPECT_EQ(System::baseDirectory(), program + "/../..");
+    EXPECT_EQ(System::configurationDirectory(), program + "/../../conf");
+    EXPECT_EQ(System::installationFallback(), program + "/../../..");
+}
+
+void tellWithoutProgram() {
+    const ReplacedCall<decltype(GetModuleFileNameW)> call("GetModuleFileNameW", programName);
+    for (const std::string& path : {System::baseDirectory(), System::configurationDirectory(),
+                                    System::installationFallback()}) {
+        std::cerr << (path == System::getcwd() ? "current;" : path + ";");
+    }
+    std::exit(0);
+}
+
+TEST(SystemPathBelowProgramDeathTest, WithoutAProgramsFolderTheyAreTheCurrentDirectory) {
+    EXPECT_EXIT(tellWithoutProgram(), testing::ExitedWithCode(0),
+                "^260;260;260;current;current;current;$");
+}
+
+/// The variable as the C runtime and as Windows has it, or "(none)" where it isn't there.
+std::wstring variable(const wchar_t* name) {
+    const wchar_t* known = _wgetenv(name);
+    std::wstring value(100, L'\0');
+    value.resize(GetEnvironmentVariableW(name, value.data(), 100));
+    return std::wstring(known != nullptr ? known : L"(none)")
+        .append(L" ")
+        .append(value.empty() ? L"(none)" : value);
+}
+
+TEST(SystemSetEnvironmentTest, AVariableIsSetChangedAndRemovedForTheRuntimeAndTheSystem) {
+    const wchar_t* name = L"NB_TEST_\u00C4\u03A9";
+    ASSERT_EQ(variable(name), L"(none) (none)");
+    EXPECT_EQ(System::setEnvironment("NB_TEST_\xC3\x84\xCE\xA9=\xD1\x8F=1"), 0);
+    EXPECT_EQ(variable(name), L"\u044F=1 \u044F=1");
+    EXPECT_EQ(System::setEnvironment("NB_TEST_\xC3\x84\xCE\xA9=b"), 0);
+    EXPECT_EQ(variable(name), L"b b");
+    EXPECT_EQ(System::unsetEnvironment("NB_TEST_\xC3\x84\xCE\xA9"), 0);
+    EXPECT_EQ(variable(name), L"(none) (none)");
+}
+
+TEST(SystemSetEnvironmentTest, AnEntryWithAnEmptyValueRemovesTheVariable) {
+    EXPECT_EQ(System::setEnvironment("NB_TEST_EMPTY=x"), 0);
+    EXPECT_EQ(System::setEnvironment("NB_TEST_EMPTY="), 0);
+    EXPECT_EQ(variable(L"NB_TEST_EMPTY"), L"(none) (none)");
+}
+
+TEST(SystemSetEnvironmentTest, AnEntryWithoutASignFails) {
+    EXPECT_EQ(System::setEnvironment("NB_TEST_NO_SIGN"), -1);
+    EXPECT_EQ(variable(L"NB_TEST_NO_SIGN"), L"(none) (none)");
+}
+
+/// Puts the current directory back.
+class DirectoryScope {
+public:
+    DirectoryScope() = default;
+    ~DirectoryScope() { SetCurrentDirectoryW(toWide(mBefore).c_str()); }
+    DirectoryScope(const DirectoryScope&) = delete;
+    DirectoryScope& operator=(const DirectoryScope&) = delete;
+
+private:
+    std::string mBefore = System::getcwd();
+};
+
+TEST(SystemChangeDirectoryTest, APathOfAnyLettersBecomesTheCurrentDirectory) {
+    const TempFolder folder;
+    const std::string path = folder.utf8("\xE4\xB8\xAD \xC3\xA4");
+    ASSERT_TRUE(CreateDirectoryW(System::unicodePath(path).c_str(), nullptr));
+    const DirectoryScope scope;
+    EXPECT_TRUE(System::changeDirectory(path));
+    EXPECT_EQ(System::getcwd(), path);
+}
+
+TEST(SystemChangeDirectoryTest, AMissingFolderIsAFailureAndNothingChanges) {
+    const std::string before = System::getcwd();
+    const DirectoryScope scope;
+    EXPECT_FALSE(System::changeDirectory("c:/missing/x"));
+    EXPECT_NE(GetLastError(), DWORD{ERROR_SUCCESS});
+    EXPECT_EQ(System::getcwd(), before);
+}
+
+TEST(SystemChangeDirectoryTest, ThePathGoesToWindowsAsItIs) {
+    static std::wstring asked;
+    const ReplacedCall<decltype(SetCurrentDirectoryW)> call("SetCurrentDirectoryW",
+                                                            [](LPCWSTR path) -> BOOL {
+                                                                asked = path;
+                                                                return TRUE;
+                                                            });
+    EXPECT_TRUE(System::changeDirectory("c:/a/./b /..\\c. "));
+    EXPECT_EQ(asked, L"c:/a/./b /..\\c. ");
+}
+
+}  // namespace

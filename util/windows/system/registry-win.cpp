@@ -1,0 +1,116 @@
+// What System keeps in the registry, and the removal of keys.
+
+#include <algorithm>
+#include <array>
+#include <iterator>
+
+#include "util/windows/errortext-win.h"
+#include "util/windows/system/host-win.h"
+#include "util/windows/unicodetext-win.h"
+
+namespace {
+
+/// Owns an open key; those that Windows predefines are nobody's to close.
+class RegistryKey {
+public:
+    RegistryKey() = default;
+    ~RegistryKey() { close(); }
+    RegistryKey(const RegistryKey&) = delete;
+    RegistryKey& operator=(const RegistryKey&) = delete;
+
+    HKEY get() const { return mKey; }
+    HKEY* receive() { return &mKey; }
+    void close() {
+        if (mKey != nullptr && !isPredefined(mKey)) {
+            RegCloseKey(mKey);
+        }
+        mKey = nullptr;
+    }
+
+private:
+    static bool isPredefined(HKEY key) {
+        const HKEY predefined[] = {HKEY_CLASSES_ROOT,
+                                   HKEY_CURRENT_USER,
+                                   HKEY_LOCAL_MACHINE,
+                                   HKEY_USERS,
+                                   HKEY_PERFORMANCE_DATA,
+                                   HKEY_PERFORMANCE_TEXT,
+                                   HKEY_PERFORMANCE_NLSTEXT,
+                                   HKEY_CURRENT_CONFIG,
+                                   HKEY_DYN_DATA,
+                                   HKEY_CURRENT_USER_LOCAL_SETTINGS};
+        return std::find(std::begin(predefined), std::end(predefined), key) != std::end(predefined);
+    }
+
+    HKEY mKey = nullptr;
+};
+
+bool firstSubKey(HKEY key, std::wstring& name) {
+    std::array<wchar_t, 260> buffer;
+    DWORD length = buffer.size();
+    if (RegEnumKeyExW(key, /*dwIndex=*/0, buffer.data(), &length, /*lpReserved=*/nullptr,
+                      /*lpClass=*/nullptr, /*lpcchClass=*/nullptr,
+                      /*lpftLastWriteTime=*/nullptr) != ERROR_SUCCESS) {
+        return false;
+    }
+    name.assign(buffer.data(), length);
+    return true;
+}
+
+/// The text "installDir" of the agent's service; empty if there is none.
+std::string installedDirectory() {
+    RegistryKey key;
+    if (RegOpenKeyW(HKEY_LOCAL_MACHINE,
+                    L"SYSTEM\\CurrentControlSet\\Services\\NimbrelAgent\\Parameters",
+                    key.receive()) != ERROR_SUCCESS) {
+        return {};
+    }
+    std::array<wchar_t, 261> text = {};
+    DWORD type = REG_NONE;
+    DWORD size = sizeof text;
+    if (RegQueryValueExW(key.get(), L"installDir", /*lpReserved=*/nullptr, &type,
+                         reinterpret_cast<BYTE*>(text.data()), &size) != ERROR_SUCCESS ||
+        type != REG_SZ) {
+        return {};
+    }
+    std::wstring directory(text.data(), size / sizeof(wchar_t));
+    trimNulls(directory);
+    return toUtf8(directory);
+}
+
+}  // namespace
+
+std::string System::installationDirectory() {
+    const std::string directory = installedDirectory();
+    return directory.empty() ? installationFallback() : directory;
+}
+
+bool System::deleteKey(HKEY parent, const wchar_t* subKey, std::string* message) {
+    if (RegDeleteKeyW(parent, subKey) == ERROR_SUCCESS) {
+        return true;
+    }
+    RegistryKey key;
+    const LSTATUS error = RegOpenKeyExW(parent, subKey, /*ulOptions=*/0, KEY_READ, key.receive());
+    if (error == ERROR_FILE_NOT_FOUND) {
+        return true;
+    }
+    if (error != ERROR_SUCCESS) {
+        if (message != nullptr && message->empty()) {
+            const auto number = static_cast<uint32_t>(error);
+            *message = "System::deleteKey couldn't delete registry key: ";
+            message->append(lastErrorText(/*withCode=*/false, &number, /*which=*/1));
+        }
+        return false;
+    }
+    // Each key that goes makes room for the next at the same place. A name that comes again is one
+    // that can't be deleted and isn't found either, such as a link to nowhere: it would come for
+    // ever.
+    for (std::wstring last, name; firstSubKey(key.get(), name) && name != last; last = name) {
+        if (!deleteKey(key.get(), name.c_str(), message)) {
+            return false;
+        }
+    }
+    key.close();
+    // Meant: a failure here has no words.
+    return RegDeleteKeyW(parent, subKey) == ERROR_SUCCESS;
+}

@@ -1,0 +1,181 @@
+#include "util/windows/system/volumes-win.h"
+
+#include <array>
+#include <cwchar>
+#include <cwctype>
+#include <ostream>
+#include <utility>
+
+#include <windows.h>
+
+#include "util/pathfun.h"
+#include "util/processlocale.h"
+#include "util/stringformat.h"
+#include "util/valueconversion.h"
+#include "util/windows/errortext-win.h"
+#include "util/windows/system-paths-win.h"
+#include "util/windows/unicodetext-win.h"
+
+namespace {
+
+using Name = std::array<wchar_t, 261>;
+
+constexpr std::pair<DWORD, const char*> fileSystemFlags[] = {
+    {0x1, "case-sensitive"},
+    {0x2, "case preserved"},
+    {0x4, "Unicode"},
+    {0x8, "ACLs"},
+    {0x10, "compression"},
+    {0x20, "quotas"},
+    {0x40, "sparse files"},
+    {0x80, "reparse points"},
+    {0x8000, "compressed volume"},
+    {0x10000, "object IDs"},
+    {0x20000, "encryption"},
+    {0x40000, "streams"},
+    {0x80000, "read-only"},
+    {0x100000, "single sequential write"},
+    {0x200000, "transactions"},
+    {0x400000, "hard links"},
+    {0x800000, "extended attributes"},
+    {0x1000000, "open by file ID"},
+    {0x2000000, "USN journal"},
+};
+
+std::string flagWords(DWORD flags) {
+    std::string words;
+    for (const auto& [bit, word] : fileSystemFlags) {
+        if ((flags & bit) != 0) {
+            words.append(words.empty() ? "" : ", ").append(word);
+        }
+    }
+    return words;
+}
+
+std::pair<VolumeType, std::string> typeOfDrive(UINT drive) {
+    switch (drive) {
+        case DRIVE_UNKNOWN:
+            return {VolumeType::other, "unknown"};
+        case DRIVE_NO_ROOT_DIR:
+            return {VolumeType::other, "invalid root path"};
+        case DRIVE_REMOVABLE:
+            return {VolumeType::removable, "removable media"};
+        case DRIVE_FIXED:
+            return {VolumeType::fixed, "fixed media"};
+        case DRIVE_REMOTE:
+            return {VolumeType::remote, "remote drive"};
+        case DRIVE_CDROM:
+            return {VolumeType::cdrom, "CD-ROM"};
+        case DRIVE_RAMDISK:
+            return {VolumeType::other, "RAM disk"};
+        default:
+            return {VolumeType::other, format(64, "unexpected drive type 0x%x!", drive)};
+    }
+}
+
+/// Writes lines to a stream, or nowhere.
+class Account {
+public:
+    explicit Account(std::ostream* out) : mOut(out) {}
+
+    bool isWanted() const { return mOut != nullptr; }
+
+    template <class... Texts>
+    void line(const Texts&... texts) const {
+        if (mOut != nullptr) {
+            std::string text;
+            (text.append(texts), ...);
+            *mOut << text.append(1, '\n');
+        }
+    }
+
+private:
+    std::ostream* mOut;
+};
+
+/// The root that Windows is asked about, without a backslash behind it.
+std::wstring rootOf(const std::string& path, const Account& account) {
+    std::string real;
+    if (!System::longPath(path, real)) {
+        // Now the absolute form.
+        account.line("Couldn't convert '", real, "' to a real path.");
+        real = path;  // meant: the caller's, and not the joined one
+    }
+    PathRange range;
+    std::string root;
+    if (parsePathRoot(real, range, &root, windowsPaths)) {
+        toBackslashes(root);
+    } else {
+        account.line("getRoot(", real, ") failed.");
+        root = real;
+    }
+    return toWide(root);
+}
+
+void tellDevice(const std::wstring& root, const Account& account) {
+    if (!account.isWanted() || root.size() < 2 || std::iswalpha(root[0]) == 0 || root[1] != L':') {
+        return;
+    }
+    const std::string name = toUtf8(root);
+    Name device = {};
+    if (QueryDosDeviceW(root.c_str(), device.data(), device.size()) != 0) {
+        account.line(name, " is ", toUtf8(device.data()));
+    } else {
+        const DWORD error = GetLastError();
+        const std::string context = std::string("QueryDosDevice(\"").append(name).append("\")");
+        account.line(win32ErrorText(context.c_str(), static_cast<int>(error)));
+    }
+}
+
+VolumeType tellDrive(const std::wstring& root, const Account& account) {
+    const auto [type, word] = typeOfDrive(GetDriveTypeW(root.c_str()));
+    if (account.isWanted()) {
+        // Meant: this line alone is in the locale's letters.
+        account.line("Drive type of ", narrowText(root, '?', processLocale()), " is ", word);
+    }
+    return type;
+}
+
+/// Whether the file system is the MVFS.
+bool tellVolume(const std::wstring& root, const Account& account) {
+    Name volume = {};
+    Name fileSystem = {};
+    DWORD serialNumber = 0;
+    DWORD longestName = 0;
+    DWORD flags = 0;
+    if (!GetVolumeInformationW(root.c_str(), volume.data(), volume.size(), &serialNumber,
+                               &longestName, &flags, fileSystem.data(), fileSystem.size())) {
+        const DWORD error = GetLastError();
+        if (account.isWanted()) {
+            const std::string context =
+                std::string("GetVolumeInformation(\"").append(toUtf8(root)).append("\")");
+            account.line(win32ErrorText(context.c_str(), static_cast<int>(error)));
+        }
+        return false;
+    }
+    const bool isMvfs = std::wcscmp(fileSystem.data(), L"MVFS") == 0;
+    if (account.isWanted()) {
+        const std::string name = toUtf8(root);
+        account.line(name, " \"", toUtf8(volume.data()), "\" is ", toUtf8(fileSystem.data()),
+                     ", serial #", std::to_string(serialNumber), ", maximum file name length ",
+                     std::to_string(longestName), ",");
+        account.line("flags 0x", format(16, "%lx", flags), ":  ", flagWords(flags));
+        if (isMvfs) {
+            account.line(name, " is MVFS.");
+        }
+    }
+    return isMvfs;
+}
+
+}  // namespace
+
+VolumeType System::volumeType(const std::string& path, std::ostream* out) {
+    const Account account(out);
+    std::wstring root = rootOf(path, account);
+    tellDevice(root, account);
+    if (root.empty() || root.back() != L'\\') {
+        root += L'\\';
+    }
+    const VolumeType type = tellDrive(root, account);
+    return tellVolume(root, account) ? VolumeType::mvfs : type;
+}
