@@ -215,21 +215,4 @@ TEST(CallConfusionTest, ADescriptorIsWrittenToAHandleOrAPathWithThePartsOfSids) 
     expectThatWrongPartsAndTargetsAreRefused<SecurityDescriptor>();
 }
 
-template <class Path>
-void expectThatATextIsNoProtection() {
-    EXPECT_FALSE((requires(Path path, std::string & text) { copySecurity(path, path, &text); }));
-    EXPECT_FALSE((requires(Path path) { copySecurity(path, path, nullptr); }));
-    EXPECT_TRUE((requires(Path path, std::string & text) {
-        copySecurity(path, path, true);
-        copySecurity(path, path, FALSE);
-        copySecurity(path, path, false, &text);
-        copySecurity(path, path, 0, nullptr);
-    }));
-}
-
-TEST(CallConfusionTest, TheTextForAnErrorIsNotTakenForProtection) {
-    expectThatATextIsNoProtection<std::string>();
-    expectThatATextIsNoProtection<const char*>();
-}
-
 }  // namespace

@@ -1,4 +1,4 @@
-// The descriptors that are derived for children, and security copied between real files.
+// The descriptors that are derived for children.
 
 #include <string>
 #include <vector>
@@ -235,36 +235,6 @@ TEST_F(DerivedDescriptorTest, BehindAnotherFailureThatOneGoesToTheDebugger) {
         output.texts(),
         std::vector<std::string>{
             win32ErrorText("DestroyPrivateObjectSecurity", ERROR_INVALID_SECURITY_DESCR) + "\n"});
-}
-
-TEST(RealCopySecurityTest, TheTargetIsAsOpenAsTheSource) {
-    const TempFolder folder;
-    const SecurityIdentifier everyone("S-1-1-0");
-    const std::string source = folder.write("source", "x");
-    const std::string target = folder.write("target", "x");
-    for (const char* text : {"D:(A;;FR;;;WD)", "D:(A;;FRFW;;;WD)"}) {
-        const SecurityDescriptor given(text, SDDL_REVISION_1);
-        given.write(source, SE_FILE_OBJECT, false, PROTECTED_DACL_SECURITY_INFORMATION);
-        ASSERT_TRUE(copySecurity(source, target, /*protect=*/true));
-        const SecurityDescriptor read(target, SE_FILE_OBJECT, /*withSacl=*/false);
-        EXPECT_TRUE(read.dacl().allows(everyone, FILE_READ_DATA, 0)) << text;
-        EXPECT_EQ(read.dacl().allows(everyone, FILE_WRITE_DATA, 0),
-                  given.dacl().allows(everyone, FILE_WRITE_DATA, 0))
-            << text;
-    }
-}
-
-TEST(RealCopySecurityTest, AFileThatIsMissingIsToldByItsNumber) {
-    const TempFolder folder;
-    const std::string file = folder.write("file", "x");
-    const std::string missing = folder.utf8("missing");
-    std::string error;
-    EXPECT_FALSE(copySecurity(missing, file, /*protect=*/false, &error));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_FILE_NOT_FOUND});
-    EXPECT_EQ(error, win32ErrorText("GetNamedSecurityInfoW", ERROR_FILE_NOT_FOUND));
-    EXPECT_FALSE(copySecurity(file, missing, /*protect=*/false, &error));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_FILE_NOT_FOUND});
-    EXPECT_EQ(error, win32ErrorText("SetNamedSecurityInfo", ERROR_FILE_NOT_FOUND));
 }
 
 }  // namespace

@@ -18,6 +18,7 @@
 #include "testing/scopes/tempfolder.h"
 #include "util/windows/security/securitydescriptor-win.h"
 #include "util/windows/system-paths-win.h"
+#include "util/windows/system/filesecurity-win.h"
 
 namespace {
 
