@@ -74,12 +74,12 @@ void compareWithMap(const char* operation, const Paths& paths, double limit) {
                                });
 }
 
-TEST_CASE("a configuration of 200,000 lines") {
+TEST(Benchmark, Configuration) {
     compareWithMap("configuration of 200,000 sorted lines", sortedPaths(LINES), 1.0);
     compareWithMap("configuration of 200,000 shuffled lines", shuffledPaths(LINES), 0.75);
 }
 
-TEST_CASE("a configuration of 200,000 lines and a reader of such files") {
+TEST(Benchmark, ConfigurationBesideAReader) {
     const TempFolder folder;
     const EnvironmentScope file("NBCLEARCASE_FAKE_INI",
                                 folder.write("large.ini", configurationText(sortedPaths(LINES))));
@@ -109,7 +109,7 @@ void compareTwice(const char* operation, const char* half, MakePaths paths) {
         [&] { return connectTo(small); });
 }
 
-TEST_CASE("a configuration of twice the lines") {
+TEST(Benchmark, ConfigurationOfTwiceTheLines) {
     compareTwice("configuration of 400,000 sorted lines", "200,000 sorted lines", sortedPaths);
     compareTwice("configuration of 400,000 shuffled lines", "200,000 shuffled lines",
                  shuffledPaths);

@@ -64,7 +64,7 @@ struct SampleElements {
     ElementIndex index;
 };
 
-TEST_CASE("getElementStatus of a configured element") {
+TEST(Benchmark, ElementStatusOfAConfiguredElement) {
     const SampleElements elements(1000);
     const TempFolder folder;
     const EnvironmentScope file("NBCLEARCASE_FAKE_INI", folder.write("c.ini", elements.text));
@@ -88,7 +88,7 @@ std::vector<size_t> randomPlaces(size_t count) {
     return places;
 }
 
-TEST_CASE("getElementStatus of random elements") {
+TEST(Benchmark, ElementStatusOfRandomElements) {
     constexpr size_t COUNT = 200'000;
     const SampleElements elements(COUNT);
     const TempFolder folder;
@@ -175,7 +175,7 @@ std::vector<std::string> sampleTags(bool ofOneView) {
     return tags;
 }
 
-TEST_CASE("canonicalizeViewPath") {
+TEST(Benchmark, CanonicalizeViewPath) {
     Canonicalizer three(3);
     const std::vector<std::string> none;
     const std::string outside = "C:\\build\\src\\main\\driver\\file.cpp";
@@ -196,7 +196,7 @@ TEST_CASE("canonicalizeViewPath") {
         [&] { return thousand(moved, tags); }, [&] { return ten(moved, tags); });
 }
 
-TEST_CASE("canonicalizeViewPath with tags of several views") {
+TEST(Benchmark, CanonicalizeViewPathOfSeveralViews) {
     Canonicalizer ten(10);
     const std::vector<std::string> tags = sampleTags(/*ofOneView=*/false);
     // A path on the drive of each view.

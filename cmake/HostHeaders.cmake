@@ -2,7 +2,7 @@
 # own /usr/include, so each library is linked alone into a folder of the build.
 set(HOST_HEADERS ${CMAKE_BINARY_DIR}/host-headers)
 file(MAKE_DIRECTORY ${HOST_HEADERS})
-foreach(library boost CLI nlohmann catch2)
+foreach(library boost CLI nlohmann)
     if(NOT EXISTS /usr/include/${library})
         message(FATAL_ERROR "/usr/include/${library} is missing: run scripts/install-dependencies")
     endif()

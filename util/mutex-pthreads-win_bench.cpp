@@ -28,12 +28,12 @@ void compareUncontended(const char* operation, Mutex& mutex) {
         });
 }
 
-TEST_CASE("Mutex::lock and unlock, uncontended, without getter") {
+TEST(Benchmark, MutexLockWithoutGetter) {
     Mutex mutex;
     compareUncontended("Mutex::lock, unlock, free, without getter", mutex);
 }
 
-TEST_CASE("Mutex::lock and unlock, uncontended, with getter") {
+TEST(Benchmark, MutexLockWithGetter) {
     Mutex mutex(&noTimer);
     compareUncontended("Mutex::lock, unlock, free, with getter", mutex);
 }

@@ -31,7 +31,7 @@ const std::array<std::string, 20> PATHS = {
     R"(C:/src//double/slashes///in/this/one.txt)",
 };
 
-TEST_CASE("normalizePath of 20 paths") {
+TEST(Benchmark, NormalizePathOfTwentyPaths) {
     const auto normalize = [] {
         size_t size = 0;
         for (const std::string& path : PATHS) {

@@ -60,7 +60,7 @@ void compareWithCopy(const char* operation, const Paths& paths, double limit) {
         });
 }
 
-TEST_CASE("normalizePath") {
+TEST(Benchmark, NormalizePath) {
     compareWithCopy("normalizePath, tidy paths", TIDY, onWindows ? 1.3 : 1.9);
     compareWithCopy("normalizePath, shares", SHARES, onWindows ? 1.6 : 2.7);
     compareWithCopy("normalizePath, untidy paths", UNTIDY, onWindows ? 2.1 : 4.2);

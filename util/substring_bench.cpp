@@ -51,7 +51,7 @@ size_t partCount(Split split) {
     return parts.size();
 }
 
-TEST_CASE("splitters") {
+TEST(Benchmark, Splitters) {
     std::string text = sampleText();
     const auto peer = [&] { return rangesByStandard(text); };
     const std::string ranges = "loop with find_first_of, ranges";
@@ -84,7 +84,7 @@ TEST_CASE("splitters") {
         peer);
 }
 
-TEST_CASE("splitters that copy") {
+TEST(Benchmark, SplittersThatCopy) {
     const std::string text = sampleText();
     const auto peer = [&] { return copiesByStandard(text); };
     const std::string copies = "loop with find_first_of, copies";
@@ -114,7 +114,7 @@ size_t hitCount(Find find) {
     return count;
 }
 
-TEST_CASE("scanners of Substring that search") {
+TEST(Benchmark, SubstringSearches) {
     std::string text = sampleText();
     const Substring view(text);
     // One set that is met often, and one that is met seldom.
@@ -155,7 +155,7 @@ size_t tokenCount(Start findStart, End findEnd) {
     return count;
 }
 
-TEST_CASE("scanners of Substring by turns") {
+TEST(Benchmark, SubstringSearchesByTurns) {
     std::string text = sampleText();
     const Substring view(text);
     benchmark::compare(
@@ -170,7 +170,7 @@ TEST_CASE("scanners of Substring by turns") {
         });
 }
 
-TEST_CASE("Substring::findAndUnescape of escapes alone") {
+TEST(Benchmark, SubstringUnescape) {
     std::string escapes;
     while (escapes.size() < size_t{1} << 20) {
         escapes += "\\;";

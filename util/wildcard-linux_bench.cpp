@@ -29,7 +29,7 @@ void compareWithFnmatch(const char* operation, const std::string& pattern) {
         });
 }
 
-TEST_CASE("wildcardMatch with one star") {
+TEST(Benchmark, WildcardMatchWithOneStar) {
     compareWithFnmatch("wildcardMatch, *.CPP, 1,000 paths", "*.CPP");
     compareWithFnmatch("wildcardMatch, m:/MAIN*.cpp, 1,000 paths", "m:/MAIN*.cpp");
     compareWithFnmatch("wildcardMatch, m:/MAIN_VIEW/*, 1,000 paths", "m:/MAIN_VIEW/*");

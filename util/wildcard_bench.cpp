@@ -15,7 +15,7 @@ bool equalButForCase(const std::string& a, const std::string& b) {
     });
 }
 
-TEST_CASE("wildcardMatch without stars") {
+TEST(Benchmark, WildcardMatchWithoutStars) {
     const std::vector<std::string> paths = benchmark::samplePaths(1000, benchmark::Letters::ascii);
     std::vector<std::string> patterns;
     for (std::string pattern : paths) {

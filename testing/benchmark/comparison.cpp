@@ -1,4 +1,3 @@
-#define CATCH_CONFIG_RUNNER
 #include "testing/benchmark/comparison.h"
 
 #include <algorithm>
@@ -63,6 +62,7 @@ Comparison::Comparison(const Row& row)
       mOurs(std::numeric_limits<double>::infinity()),
       mPeers(std::numeric_limits<double>::infinity()) {
     gRows.push_back({row});
+    std::fprintf(stderr, "measuring %s, %s\n", row.operation.c_str(), row.peer.c_str());
 }
 
 bool Comparison::goesOn() {
@@ -90,11 +90,7 @@ void Comparison::record(double& best, double nanoseconds) {
 }  // namespace benchmark
 
 int main(int argc, char* argv[]) {
-    const char* const compact[] = {argv[0], "--reporter", "compact"};
-    Catch::Session session;
-    int status = session.applyCommandLine(3, compact);
-    if (status == 0) {
-        status = session.run(argc, argv);
-    }
+    testing::InitGoogleTest(&argc, argv);
+    const int status = RUN_ALL_TESTS();
     return benchmark::printRows() || status != 0 ? status : EXIT_FAILURE;
 }

@@ -2,7 +2,7 @@
 
 // One row of the benchmark table: what we do beside what a peer does, in one run of one process.
 //
-//     TEST_CASE("normalizePath") {
+//     TEST(Benchmark, NormalizePath) {
 //         compare({"normalizePath", "copy of the path", 2.0},
 //                 [&] { return normalizePath(path); },
 //                 [&] { return std::string(path); });
@@ -17,7 +17,7 @@
 #include <string>
 #include <type_traits>
 
-#include <catch2/catch.hpp>
+#include <gtest/gtest.h>
 
 namespace benchmark {
 
@@ -41,7 +41,8 @@ struct Row {
     double allowance = 0;
 };
 
-/// The measurement of one row, which is in the table from its construction on.
+/// The measurement of one row, which is in the table from its construction on. Standard error tells
+/// when it begins.
 class Comparison {
 public:
     explicit Comparison(const Row& row);

@@ -80,7 +80,7 @@ auto thousand(Call call) {
     };
 }
 
-TEST_CASE("calls through the classes of the POSIX embedding") {
+TEST(Benchmark, PosixEmbeddingCalls) {
     const Runtime runtime;
     // Entries that do nothing, so that what the classes add stands out.
     Patch patch(runtime);
@@ -222,7 +222,7 @@ cygwin::mount_map mapOf(const std::vector<SampleMount>& mounts) {
     return map;
 }
 
-TEST_CASE("connector::get_mounts") {
+TEST(Benchmark, ConnectorMounts) {
     const Runtime runtime;
     const std::vector<SampleMount> mounts = sampleMounts(1000);
     const auto read = [](const cygwin::connector& from) {
@@ -237,7 +237,7 @@ TEST_CASE("connector::get_mounts") {
         [&] { return read(reader); }, [&] { return mapOf(mounts).size(); });
 }
 
-TEST_CASE("connector::get_mounts grows by the mounts") {
+TEST(Benchmark, ConnectorMountsGrowing) {
     const Runtime runtime;
     const std::vector<SampleMount> many = sampleMounts(10'000);
     const std::vector<SampleMount> few = sampleMounts(1000);

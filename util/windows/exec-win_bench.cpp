@@ -36,7 +36,7 @@ public:
         PROCESS_INFORMATION process{};
         constexpr DWORD FLAGS = CREATE_SUSPENDED | CREATE_NEW_PROCESS_GROUP |
                                 CREATE_UNICODE_ENVIRONMENT | DETACHED_PROCESS;
-        REQUIRE(CreateProcessW(nullptr, wideLine.data(), nullptr, nullptr, /*bInheritHandles=*/TRUE,
+        EXPECT_TRUE(CreateProcessW(nullptr, wideLine.data(), nullptr, nullptr, /*bInheritHandles=*/TRUE,
                                FLAGS, nullptr, nullptr, &startup, &process));
         *mProcess.receive() = process.hProcess;
         ResumeThread(process.hThread);
@@ -56,7 +56,7 @@ public:
         SECURITY_ATTRIBUTES attributes = inheritable();
         *mFile.receive() = CreateFileW(mName.c_str(), GENERIC_READ | GENERIC_WRITE, 0, &attributes,
                                        CREATE_ALWAYS, FILE_ATTRIBUTE_TEMPORARY, nullptr);
-        REQUIRE(mFile.isOpen());
+        EXPECT_TRUE(mFile.isOpen());
     }
     ~TemporaryFile() {
         mFile.release();
@@ -80,7 +80,7 @@ std::string runCaptured(const std::string& line) {
     std::string output;
     std::string error;
     bool aborted = false;
-    REQUIRE(exec.runCommand(info, std::string(), nullptr, nullptr, &output, &error, &aborted) == 0);
+    EXPECT_EQ(exec.runCommand(info, std::string(), nullptr, nullptr, &output, &error, &aborted), 0);
     return output;
 }
 
@@ -88,7 +88,7 @@ std::string readThroughPipe(const std::string& line) {
     SECURITY_ATTRIBUTES attributes = inheritable();
     ScopedHandle readEnd;
     ScopedHandle writeEnd;
-    REQUIRE(CreatePipe(readEnd.receive(), writeEnd.receive(), &attributes, /*nSize=*/0));
+    EXPECT_TRUE(CreatePipe(readEnd.receive(), writeEnd.receive(), &attributes, /*nSize=*/0));
     SetHandleInformation(readEnd.get(), HANDLE_FLAG_INHERIT, 0);
     const BareChild child(line, writeEnd.get(), writeEnd.get());
     writeEnd.release();
@@ -102,7 +102,7 @@ std::string readThroughPipe(const std::string& line) {
     return output;
 }
 
-TEST_CASE("Exec::runCommand") {
+TEST(Benchmark, ExecRunCommand) {
     const std::string line = program("sampleprogram.exe exit 0");
     comparePrepared(
         {"runCommand, nothing", "CreateProcessW, two files, wait", 1.10, /*rounds=*/100},
@@ -115,9 +115,9 @@ TEST_CASE("Exec::runCommand") {
         });
 }
 
-TEST_CASE("Exec::runCommand, 64 MB") {
+TEST(Benchmark, ExecRunCommandWithMuchOutput) {
     const std::string line = program("execchild.exe out 67108864 65536");
-    REQUIRE(runCaptured(line) == readThroughPipe(line));
+    EXPECT_TRUE(runCaptured(line) == readThroughPipe(line));
     comparePrepared(
         {"runCommand, 64 MB of output", "anonymous pipe", 1.0, /*rounds=*/7}, prepareNothing,
         [&] { runCaptured(line); }, [&] { readThroughPipe(line); });

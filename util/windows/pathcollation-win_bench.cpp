@@ -42,7 +42,7 @@ void compareSorted(const char* operation, Letters letters) {
         });
 }
 
-TEST_CASE("comparePaths of sorted neighbours, by the system") {
+TEST(Benchmark, ComparePathsBesideTheSystem) {
     compareSorted("comparePaths, 100,000 sorted, ASCII", Letters::ascii);
     compareSorted("comparePaths, 100,000 sorted, accents", Letters::accented);
 }

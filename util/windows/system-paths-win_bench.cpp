@@ -19,14 +19,14 @@ size_t convertAndFold(const std::string& path) {
                                                         folded.data(), /*lpFilePart=*/nullptr);
 }
 
-TEST_CASE("System::unicodePath") {
+TEST(Benchmark, SystemUnicodePath) {
     const std::string path = "C:\\work tree\\src\\util\\windows\\system-paths-win.cpp";
     benchmark::compare(
         {"System::unicodePath", "MultiByteToWideChar, GetFullPathNameW", 0.7},
         [&] { return System::unicodePath(path).size(); }, [&] { return convertAndFold(path); });
 }
 
-TEST_CASE("System::unicodePath with a run of blanks") {
+TEST(Benchmark, SystemUnicodePathWithBlanks) {
     // Which ends nowhere, so that it could be tried from each of its places.
     const std::string blanks = "C:/x" + std::string(32'000, ' ') + "x./y";
     const std::string letters = "C:/x" + std::string(32'000, 'b') + "xb/y";

@@ -19,7 +19,7 @@ std::vector<std::string> environmentStrings(size_t count) {
     return strings;
 }
 
-TEST_CASE("buildEnvironmentBlock") {
+TEST(Benchmark, BuildEnvironmentBlock) {
     const std::vector<std::string> strings = environmentStrings(500);
     const std::string environment = testing_support::environmentBlock(strings);
     std::vector<wchar_t> block;

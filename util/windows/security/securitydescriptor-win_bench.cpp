@@ -47,7 +47,7 @@ private:
     std::vector<double> mTimes;
 };
 
-TEST_CASE("SecurityDescriptor of files") {
+TEST(Benchmark, SecurityDescriptorOfFiles) {
     constexpr size_t files = 1000;
     const testing_support::TempFolder folder;
     std::vector<std::string> paths;
@@ -56,8 +56,8 @@ TEST_CASE("SecurityDescriptor of files") {
         paths.push_back(folder.write("file" + std::to_string(file), "text"));
         names.push_back(System::unicodePath(paths.back()));
     }
-    REQUIRE(readBare(names.front()));
-    REQUIRE(SecurityDescriptor(paths.front(), SE_FILE_OBJECT, /*withSacl=*/false).isValid());
+    EXPECT_TRUE(readBare(names.front()));
+    EXPECT_TRUE(SecurityDescriptor(paths.front(), SE_FILE_OBJECT, /*withSacl=*/false).isValid());
     // File by file in turns: the system answers for whole seconds several times slower.
     SmallestTimes ours(files);
     SmallestTimes bare(files);

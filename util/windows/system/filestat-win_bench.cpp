@@ -18,13 +18,13 @@ BY_HANDLE_FILE_INFORMATION openQueryClose(const wchar_t* name) {
     return information;
 }
 
-TEST_CASE("FileStat::read") {
+TEST(Benchmark, FileStatRead) {
     const testing_support::TempFolder folder;
     const std::string path = folder.write("file", "text");
     const std::wstring name = System::unicodePath(path);
     FileStat stat;
-    REQUIRE(stat.read(path, 0));
-    REQUIRE(stat.size == openQueryClose(name.c_str()).nFileSizeLow);
+    EXPECT_TRUE(stat.read(path, 0));
+    EXPECT_EQ(stat.size, openQueryClose(name.c_str()).nFileSizeLow);
     benchmark::comparePrepared(
         {"FileStat::read", "open, query, close", 1.2, /*rounds=*/2000}, [] {},
         [&] { stat.read(path, 0); }, [&] { openQueryClose(name.c_str()); });

@@ -25,7 +25,7 @@ std::string readBare(const std::wstring& name) {
     return text;
 }
 
-TEST_CASE("readFile") {
+TEST(Benchmark, ReadFile) {
     const testing_support::TempFolder folder;
     std::vector<std::string> paths;
     std::vector<std::wstring> names;
@@ -34,8 +34,8 @@ TEST_CASE("readFile") {
         names.push_back(System::unicodePath(paths.back()));
     }
     std::string text;
-    REQUIRE(readFile(paths[0], text) == 0);
-    REQUIRE(text == readBare(names[0]));
+    EXPECT_EQ(readFile(paths[0], text), 0);
+    EXPECT_EQ(text, readBare(names[0]));
     benchmark::comparePrepared(
         {"readFile, 1,000 files", "open, size, read, close", 1.10, /*rounds=*/20}, [] {},
         [&] {
