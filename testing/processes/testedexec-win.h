@@ -18,12 +18,15 @@ struct CommandResult {
     bool aborted = false;
 };
 
-/// How the report of a start ends that fails with ERROR_INTERNAL_ERROR, by the words that errors
-/// have now.
-inline std::string internalErrorEnd() {
+/// How the report of a start ends that fails with ERROR_INTERNAL_ERROR: where errors have the
+/// system's words, asked for before a test may give them others, and where they have none.
+inline const std::string internalErrorEnd = [] {
     constexpr uint32_t error = ERROR_INTERNAL_ERROR;
     return ": " + errorText(/*withCode=*/false, &error, /*which=*/1) + ".\n";
-}
+}();
+inline const std::string wordlessInternalErrorEnd = [] {
+    return ": Error " + std::to_string(ERROR_INTERNAL_ERROR) + ".\n";
+}();
 
 /// An Exec that keeps what it is told to report, and whose parts can be looked at.
 class TestedExec : public Exec {
@@ -95,7 +98,8 @@ private:
     /// Whether the last report, behind the first `count`, is of such a start. Drops it then.
     bool dropInternalError(size_t count) {
         const std::lock_guard lock(mErrorsMutex);
-        if (mErrors.size() <= count || !mErrors.back().ends_with(internalErrorEnd())) {
+        if (mErrors.size() <= count || !(mErrors.back().ends_with(internalErrorEnd) ||
+                                         mErrors.back().ends_with(wordlessInternalErrorEnd))) {
             return false;
         }
         mErrors.pop_back();
