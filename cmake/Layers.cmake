@@ -23,15 +23,52 @@ endif()
 if(NBCC_FUZZERS)
     add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
+# GoogleTest, with the same sanitizers.
+if(NOT NBCC_FUZZERS)
+    set(INSTALL_GTEST OFF)
+    set(BUILD_GMOCK OFF)
+    add_subdirectory(/usr/src/googletest googletest EXCLUDE_FROM_ALL)
+    target_compile_options(gtest PRIVATE -O0)
+endif()
+
 # What tests are compiled with, the code under test included.
 add_library(checked_options INTERFACE)
 target_compile_definitions(checked_options INTERFACE _GLIBCXX_ASSERTIONS)
 
-# layer(NAME SOURCES... [LINK LIBRARIES...]): the static library NAME, and its twin NAME_checked
-# that tests link, with the checks of the standard library. LINK names layers below (which get
-# their twin) and other libraries.
+# What many sources include is compiled once for each way of compiling: the product's, that of its
+# checked twin, and that of the tests. `make lint` compiles without, so that each source and header
+# includes what it uses.
+function(precompiled_headers name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "LINK;OPTIONS;HEADERS")
+    set(source ${CMAKE_BINARY_DIR}/precompiled/${name}.cpp)
+    file(CONFIGURE OUTPUT ${source} CONTENT "")
+    add_library(${name} OBJECT EXCLUDE_FROM_ALL ${source})
+    target_link_libraries(${name} PRIVATE project_options ${arg_LINK})
+    target_compile_options(${name} PRIVATE ${arg_OPTIONS})
+    target_precompile_headers(${name} PRIVATE ${arg_HEADERS})
+endfunction()
+set(common_headers <algorithm> <array> <atomic> <cstdint> <cstring> <exception> <functional> <map>
+    <memory> <optional> <sstream> <stdexcept> <string> <string_view> <utility> <vector>)
+if(WIN32)
+    list(APPEND common_headers <winsock2.h> <windows.h> <aclapi.h> <sddl.h>)
+    # Code under test is run little, and compiled with all of its optimisations in the product.
+    set(checked_optimisation -O1)
+endif()
+precompiled_headers(product_headers HEADERS ${common_headers})
+precompiled_headers(checked_headers LINK checked_options OPTIONS ${checked_optimisation}
+    HEADERS ${common_headers})
+if(TARGET gtest)
+    precompiled_headers(test_headers LINK checked_options gtest OPTIONS -O0
+        HEADERS ${common_headers} <chrono> <filesystem> <fstream> <iostream> <random> <set> <thread>
+            <gtest/gtest.h>)
+endif()
+
+# layer(NAME SOURCES... [PORTABLE] [LINK LIBRARIES...]): the static library NAME, and its twin
+# NAME_checked that tests link, with the checks of the standard library. LINK names layers below
+# (which get their twin) and other libraries. A PORTABLE one sees no header of Windows but by its own
+# includes.
 function(layer name)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "LINK")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "PORTABLE" "" "LINK")
     foreach(suffix "" "_checked")
         set(target ${name}${suffix})
         add_library(${target} STATIC EXCLUDE_FROM_ALL ${arg_UNPARSED_ARGUMENTS})
@@ -45,6 +82,11 @@ function(layer name)
         endforeach()
     endforeach()
     target_link_libraries(${name}_checked PUBLIC checked_options)
+    target_compile_options(${name}_checked PRIVATE ${checked_optimisation})
+    if(NOT (WIN32 AND arg_PORTABLE))
+        target_precompile_headers(${name} REUSE_FROM product_headers)
+        target_precompile_headers(${name}_checked REUSE_FROM checked_headers)
+    endif()
 endfunction()
 
 # layer_glob(OUT PATTERN): what matches in this folder and in those below without a CMakeLists.txt.
@@ -92,7 +134,7 @@ function(layer_test name)
     target_link_libraries(${name} PRIVATE testing GTest::gtest_main)
     # Tests are compiled often and run once.
     target_compile_options(${name} PRIVATE -O0)
-    target_precompile_headers(${name} PRIVATE <gtest/gtest.h>)
+    target_precompile_headers(${name} REUSE_FROM test_headers)
     foreach(library ${ARGN})
         target_link_libraries(${name} PRIVATE ${library}_checked)
     endforeach()

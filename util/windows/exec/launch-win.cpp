@@ -197,7 +197,8 @@ Exec::Run::Result Exec::Run::startCommand() {
     if (meansMissingProgram(error) && mRunInfo.mCygwinCommand) {
         std::wstring line = mExec.scriptCommandLine(mCommand.c_str(), mScope->childPath());
         if (!line.empty()) {
-            command = {L"", std::move(line)};
+            command.program.clear();
+            command.line = std::move(line);
             mExec.addToLog("\tAssuming '" + mCommand + "' is a script; invoking it with '" +
                            narrowText(command.line, '?', processLocale()) + "'.\n");
             error = createProcess(command.program, command.line);
