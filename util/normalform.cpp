@@ -22,12 +22,22 @@ char* beforeLastName(const char* begin, char* end) {
     return end;
 }
 
-/// Whether what is after the root of a path is in normal form but for the kind of separators, the
-/// path's end included. Nearly every path is such.
-bool isTidyFrom(PathMarks& path, size_t rootEnd) {
+/// Whether a path is on a drive and in normal form but for the kind of separators, the path's end
+/// included. Nearly every path is such.
+bool isTidyDrivePath(PathMarks& path) {
     const auto [text, length] = path.path();
-    return text[length - 1] != ':' && (rootEnd == length || (isPathSeparator(text[rootEnd]) &&
-                                                             path.nextUntidy(rootEnd) == length));
+    return beginsWithDrive(path.path()) && text[length - 1] != ':' &&
+           (length == driveLength ||
+            (isPathSeparator(text[driveLength]) && path.nextUntidy(driveLength) == length));
+}
+
+/// The same on a share. Never so in Cygwin mode, where other roots begin alike.
+bool isTidySharePath(PathMarks& path) {
+    constexpr size_t serverBegin = 2;
+    const auto [text, length] = path.path();
+    return !gCygwinPathMode.enabled && length > serverBegin && isPathSeparator(text[0]) &&
+           path.nextNameCharacter(0) == serverBegin && path.nextSeparator(serverBegin) != length &&
+           text[length - 1] != ':' && path.nextUntidy(serverBegin) == length;
 }
 
 /// A copy with slashes only from `from` on.
@@ -75,12 +85,11 @@ char* writeNormalForm(PathMarks& path, const PathRoot& root, char* to) {
 /// Of a path that isn't a tidy one on a drive.
 std::string otherNormalForm(PathMarks& marks) {
     const StringSpan path = marks.path();
+    if (isTidySharePath(marks)) {
+        return copySlashed(path, 0);
+    }
     const PathRoot root = findRoot(marks);
     assertAbsolute(root.absolute);
-    if (root.isTidy() && isTidyFrom(marks, root.range.end)) {
-        // The prefix of Cygwin's drives stays as it is.
-        return copySlashed(path, root.isShare() ? 0 : root.range.end);
-    }
     PathBuffer buffer(roomFor(path), boost::container::default_init);
     return {buffer.data(), writeNormalForm(marks, root, buffer.data())};
 }
@@ -89,7 +98,7 @@ std::string otherNormalForm(PathMarks& marks) {
 
 std::string normalForm(StringSpan path) {
     PathMarks marks(path);
-    if (beginsWithDrive(path) && isTidyFrom(marks, driveLength)) {
+    if (isTidyDrivePath(marks)) {
         return copySlashed(path, driveLength);
     }
     return otherNormalForm(marks);
@@ -99,7 +108,7 @@ std::string_view normalFormIn(PathBuffer& buffer, StringSpan path, char separato
     buffer.resize(roomFor(path), boost::container::default_init);
     char* const begin = buffer.data();
     PathMarks marks(path);
-    if (beginsWithDrive(path) && isTidyFrom(marks, driveLength)) {
+    if (isTidyDrivePath(marks)) {
         pathbytes::copySeparatedBy(separator, path.data, path.length, begin);
         return {begin, path.length};
     }
@@ -114,5 +123,5 @@ std::string_view normalFormIn(PathBuffer& buffer, StringSpan path, char separato
 
 bool isTidyOnDrive(StringSpan path) {
     PathMarks marks(path);
-    return beginsWithDrive(path) && isTidyFrom(marks, driveLength);
+    return isTidyDrivePath(marks);
 }

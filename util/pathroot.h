@@ -42,8 +42,6 @@ struct PathRoot {
     size_t textLength() const {
         return isShare() ? 3 + server.length() + share.length() : range.length();
     }
-    /// Whether the root is spelled normally, but for the kind of its separators.
-    bool isTidy() const { return textLength() == range.length(); }
 
     /// Writes the normal spelling, `textLength()` characters, and returns the place after it.
     char* writeText(StringSpan path, char* to) const;
