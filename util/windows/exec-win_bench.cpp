@@ -105,7 +105,7 @@ std::string readThroughPipe(const std::string& line) {
 TEST(Benchmark, ExecRunCommand) {
     const std::string line = program("sampleprogram.exe exit 0");
     comparePrepared(
-        {"runCommand, nothing", "CreateProcessW, two files, wait", 1.10, /*rounds=*/100},
+        {"runCommand, nothing", "CreateProcessW, two files, wait", 1.10, /*rounds=*/40},
         prepareNothing, [&] { runCaptured(line); },
         [&] {
             const TemporaryFile output("out");
@@ -119,7 +119,7 @@ TEST(Benchmark, ExecRunCommandWithMuchOutput) {
     const std::string line = program("execchild.exe out 67108864 65536");
     EXPECT_TRUE(runCaptured(line) == readThroughPipe(line));
     comparePrepared(
-        {"runCommand, 64 MB of output", "anonymous pipe", 1.0, /*rounds=*/7}, prepareNothing,
+        {"runCommand, 64 MB of output", "anonymous pipe", 1.0, /*rounds=*/3}, prepareNothing,
         [&] { runCaptured(line); }, [&] { readThroughPipe(line); });
 }
 

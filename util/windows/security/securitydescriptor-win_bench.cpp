@@ -1,7 +1,3 @@
-#include <algorithm>
-#include <chrono>
-#include <limits>
-#include <numeric>
 #include <string>
 #include <vector>
 
@@ -32,21 +28,6 @@ bool readBare(const std::wstring& name) {
     return error == ERROR_SUCCESS && !isDirectory;
 }
 
-/// Sums up, over the files, the smallest of the times that each has taken.
-class SmallestTimes {
-public:
-    explicit SmallestTimes(size_t files) : mTimes(files, std::numeric_limits<double>::max()) {}
-
-    template <class Function>
-    void measure(size_t file, Function function) {
-        mTimes[file] = std::min(mTimes[file], benchmark::timeOf(function));
-    }
-    double sum() const { return std::accumulate(mTimes.begin(), mTimes.end(), 0.0); }
-
-private:
-    std::vector<double> mTimes;
-};
-
 TEST(Benchmark, SecurityDescriptorOfFiles) {
     constexpr size_t files = 1000;
     const testing_support::TempFolder folder;
@@ -58,21 +39,14 @@ TEST(Benchmark, SecurityDescriptorOfFiles) {
     }
     EXPECT_TRUE(readBare(names.front()));
     EXPECT_TRUE(SecurityDescriptor(paths.front(), SE_FILE_OBJECT, /*withSacl=*/false).isValid());
-    // File by file in turns: the system answers for whole seconds several times slower.
-    SmallestTimes ours(files);
-    SmallestTimes bare(files);
-    benchmark::Comparison comparison(
-        {"descriptors of 1,000 files", "GetNamedSecurityInfoW, GetFileAttributesW", 1.1});
-    while (comparison.goesOn()) {
-        for (size_t file = 0; file < files; ++file) {
-            ours.measure(file, [&] {
-                const SecurityDescriptor security(paths[file], SE_FILE_OBJECT, /*withSacl=*/false);
-            });
-            bare.measure(file, [&] { readBare(names[file]); });
-        }
-        comparison.recordOurs(ours.sum());
-        comparison.recordPeers(bare.sum());
-    }
+    benchmark::compareEach(
+        {"descriptors of 1,000 files", "GetNamedSecurityInfoW, GetFileAttributesW", 1.1,
+         /*rounds=*/5},
+        files,
+        [&](size_t file) {
+            const SecurityDescriptor security(paths[file], SE_FILE_OBJECT, /*withSacl=*/false);
+        },
+        [&](size_t file) { readBare(names[file]); });
 }
 
 }  // namespace
