@@ -1,5 +1,5 @@
 # The commands of the project; README.md tells what each does.
-.PHONY: help dependencies windows demo test bench fuzz soak lint clean
+.PHONY: help dependencies native-dependencies lint-dependencies windows demo test bench fuzz soak lint clean
 
 help:
 	@sed -n 's/^| `make \([a-z]*\)` | \(.*\) |$$/make \1: \2/p' README.md
@@ -7,25 +7,33 @@ help:
 dependencies:
 	@scripts/install-dependencies
 
+native-dependencies:
+	@scripts/install-dependencies native
+
+lint-dependencies:
+	@scripts/install-dependencies native lint
+
 windows: dependencies
 	@scripts/build windows
 
-demo: windows
+# What the demo runs, and nothing else.
+demo: dependencies
+	@scripts/build windows nbclearcase_fake ccquery examplehost mvfsprovider registerprovider
 	@examples/demo
 
-test: dependencies
+test: native-dependencies
 	@scripts/test
 
 bench: dependencies
 	@scripts/bench
 
-fuzz: dependencies
+fuzz: native-dependencies
 	@scripts/fuzz
 
-soak: dependencies
+soak: native-dependencies
 	@scripts/test soak
 
-lint: dependencies
+lint: lint-dependencies
 	@scripts/lint
 
 clean:

@@ -36,8 +36,9 @@ public:
         PROCESS_INFORMATION process{};
         constexpr DWORD FLAGS = CREATE_SUSPENDED | CREATE_NEW_PROCESS_GROUP |
                                 CREATE_UNICODE_ENVIRONMENT | DETACHED_PROCESS;
-        EXPECT_TRUE(CreateProcessW(nullptr, wideLine.data(), nullptr, nullptr, /*bInheritHandles=*/TRUE,
-                               FLAGS, nullptr, nullptr, &startup, &process));
+        EXPECT_TRUE(CreateProcessW(nullptr, wideLine.data(), nullptr, nullptr,
+                                   /*bInheritHandles=*/TRUE, FLAGS, nullptr, nullptr, &startup,
+                                   &process));
         *mProcess.receive() = process.hProcess;
         ResumeThread(process.hThread);
         CloseHandle(process.hThread);
