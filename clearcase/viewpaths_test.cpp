@@ -25,7 +25,7 @@ protected:
         std::ostringstream errors;
         const std::string byLetters = canonicalizeViewPath({mMvfsRoot, mViewDrives, letters}, cache,
                                                            mLock, cwd, path, tags, errors);
-        const std::string result =
+        std::string result =
             canonicalizeViewPath({mMvfsRoot, mViewDrives}, mCache, mLock, cwd, path, tags, mErrors);
         EXPECT_EQ(byLetters, result);
         EXPECT_EQ(cache, mCache);

@@ -253,7 +253,8 @@ private:
                     flagNames += name;
                 }
             }
-            mSddl += "(" + type + ";" + flags + ";" + rights + ";;;" + account + ")";
+            mSddl.append("(").append(type).append(";").append(flags).append(";");
+            mSddl.append(rights).append(";;;").append(account).append(")");
             lists.append("\t").append(typeName).append(" ").append(sidWords(account));
             lists.append(": ").append(rights).append(" [").append(rightsName).append("]");
             lists.append(flagNames.empty() ? " (NO_INHERITANCE)" : flagNames).append("\n");
