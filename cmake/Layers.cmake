@@ -36,8 +36,8 @@ add_library(checked_options INTERFACE)
 target_compile_definitions(checked_options INTERFACE _GLIBCXX_ASSERTIONS)
 
 # What many sources include is compiled once for each way of compiling: the product's, that of its
-# checked twin, and that of the tests. `make lint` compiles without, so that each source and header
-# includes what it uses.
+# checked twin, and that of the tests. `make lint` compiles without, so that what a
+# source lacks is seen.
 function(precompiled_headers name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "LINK;OPTIONS;HEADERS")
     set(source ${CMAKE_BINARY_DIR}/precompiled/${name}.cpp)

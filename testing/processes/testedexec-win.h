@@ -24,9 +24,8 @@ inline const std::string internalErrorEnd = [] {
     constexpr uint32_t error = ERROR_INTERNAL_ERROR;
     return ": " + errorText(/*withCode=*/false, &error, /*which=*/1) + ".\n";
 }();
-inline const std::string wordlessInternalErrorEnd = [] {
-    return ": Error " + std::to_string(ERROR_INTERNAL_ERROR) + ".\n";
-}();
+inline const std::string wordlessInternalErrorEnd =
+    ": Error " + std::to_string(ERROR_INTERNAL_ERROR) + ".\n";
 
 /// An Exec that keeps what it is told to report, and whose parts can be looked at.
 class TestedExec : public Exec {
