@@ -15,9 +15,9 @@ size_t dotNameLength(StringSpan path, size_t at) {
     return end == path.length || isPathSeparator(path.data[end]) ? length : 0;
 }
 
-/// Where the last name before `end` and the separator before it begin; `begin` if there is none.
+/// Of names with a slash before each, where the last one's slash is; `begin` if there is none.
 char* beforeLastName(const char* begin, char* end) {
-    while (end != begin && !isPathSeparator(*--end)) {
+    while (end != begin && *--end != '/') {
     }
     return end;
 }

@@ -20,6 +20,11 @@ char* copyRange(StringSpan path, PathRange range, char* to) {
 }  // namespace
 
 char* PathRoot::writeText(StringSpan path, char* to) const {
+    if (range.end == driveLength) {
+        // No share, and what most paths have: without a call for two characters.
+        std::copy_n(path.data, driveLength, to);
+        return to + driveLength;
+    }
     if (!isShare()) {
         return copyRange(path, range, to);
     }

@@ -27,10 +27,9 @@ TEST(Benchmark, SystemCopy) {
         const char* operation;
         size_t bytes;
         int rounds;
-        double limitUnflushed;
-    } rows[] = {{"System::copy, 1 KB", 1U << 10U, 150, 4.0},
-                {"System::copy, 1 MB", 1U << 20U, 40, 2.0},
-                {"System::copy, 256 MB", 1U << 28U, 2, 1.0}};
+    } rows[] = {{"System::copy, 1 KB", 1U << 10U, 150},
+                {"System::copy, 1 MB", 1U << 20U, 40},
+                {"System::copy, 256 MB", 1U << 28U, 2}};
     for (const auto& row : rows) {
         const TempFolder folder;
         const std::string source = folder.write("source", std::string(row.bytes, 'x'));
@@ -42,15 +41,16 @@ TEST(Benchmark, SystemCopy) {
             std::string message;
             EXPECT_TRUE(System::copy(source, destination, message));
         };
-        // Ours flushes, and of a small file that takes most of the time. It also maps the file,
-        // which takes the same time whatever the size.
+        // Ours flushes, which is most of the time of a small file and hangs on the disk alone. It
+        // also maps the file, which takes the same time whatever the size.
         constexpr double MAPPING = 30'000;
         comparePrepared(
             {row.operation, "std::filesystem::copy_file, flush", 1.0, row.rounds, MAPPING},
             removeCopy, copy, [&] { copyAndFlush(from, to); });
-        comparePrepared(
-            {row.operation, "std::filesystem::copy_file", row.limitUnflushed, row.rounds},
-            removeCopy, copy, [&] { fs::copy_file(from, to); });
+        if (row.bytes > 1U << 20U) {
+            comparePrepared({row.operation, "std::filesystem::copy_file", 1.0, row.rounds},
+                            removeCopy, copy, [&] { fs::copy_file(from, to); });
+        }
     }
 }
 
@@ -80,7 +80,7 @@ TEST(Benchmark, SystemRemoveTree) {
     const std::string path = folder.utf8("tree");
     std::string message;
     comparePrepared(
-        {"System::removeTree, 5,000 files in 200 folders", "std::filesystem::remove_all", 1.0, 1},
+        {"System::removeTree, 5,000 files in 200 folders", "std::filesystem::remove_all", 1.0, 2},
         [&] { makeTree(root); },
         [&] { EXPECT_TRUE(System::removeTree(path, message, false, false, false)); },
         [&] { EXPECT_EQ(fs::remove_all(root), 5201); });
