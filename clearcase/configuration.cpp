@@ -106,7 +106,8 @@ private:
         PathBuffer key;
         mElements.store(elementKeyIn(key, path), type, value);
         if (!mViewRootPrefix.empty()) {
-            // Meant: the path as the file spells it, and no separator between the two.
+            // Compatibility: the path as the file spells it, with no separator between the two.
+            // Only what is in normal form with backslashes is found so.
             mElements.store(mViewRootPrefix + std::string(path), type, value);
         }
     }
@@ -171,5 +172,5 @@ void readConfiguration(std::istream& input, const std::string& viewRootPrefix,
         begun.append(text);
     }
     reader.finish();
-    // Meant: a last line that the end of the file cuts short doesn't count.
+    // Compatibility: a last line without a line feed doesn't count.
 }

@@ -18,7 +18,8 @@ std::optional<ElementType> configuredStatus(const ElementIndex& elements, const 
         if (isAbsolutePath(element.value, windowsPaths)) {
             *target = element.value;
         } else {
-            // Meant: against the parent as the caller spelled it, and not normalised.
+            // Compatibility: joined to the parent as the caller spelled it, not to its normal form,
+            // so that the target is spelled as the caller spells paths.
             *target = joinPath(parentPath(path), element.value, '/');
         }
         return elementSymbolicLink;

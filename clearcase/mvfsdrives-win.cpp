@@ -41,7 +41,8 @@ public:
         DWORD size = buffer.size();
         const DWORD error = WNetEnumResourceA(mEnumeration, &count, buffer.data(), &size);
         if (error != NO_ERROR && error != ERROR_NO_MORE_ITEMS) {
-            // Meant: an enumeration that has failed is not touched again, not even to close it.
+            // Compatibility: after a failure the enumeration isn't touched again, so that its
+            // handle is lost, once for each load of the library.
             mOpen = false;
             throw Win32Exception("WNetEnumResource", error);
         }
@@ -63,7 +64,7 @@ private:
 std::string lookupMvfsDrives(std::map<std::string, std::string>& drives) {
     std::string root;
     ConnectedDisks disks;
-    // Meant: the narrow calls, which give view tags in the system's code page.
+    // Compatibility: the narrow calls: view tags are in the system's code page.
     const auto take = [&](const NETRESOURCEA& entry) {
         takeConnection(entry.lpLocalName, entry.lpRemoteName, entry.lpProvider, root, drives);
     };

@@ -81,7 +81,8 @@ std::string_view absoluteNormalForm(const std::string& cwd, const std::string& p
         // It begins with a drive, so that backslashes would not change its normal form.
         form = normalFormIn(buffer, path, '/');
     } else {
-        // Meant for drive-relative paths; that a UNC path loses its server's meaning is accepted.
+        // Compatibility: every path with a separator in front is one on the current drive, so that
+        // a UNC path becomes a folder of that drive.
         std::string absolute =
             leadingSeparator ? cwd.substr(0, DRIVE) + path : joinPath(cwd, path, '/');
         toBackslashes(absolute);
@@ -295,7 +296,8 @@ std::string canonicalizeViewPath(const ViewDrives& drives, RouteMap& viewRootCac
     for (const Root& root : roots) {
         const std::string& other = otherRoutes.of(root);
         if (!other.empty() && liesInOnDrive(other, s)) {
-            // Meant: backslashes here, though every path that is returned elsewhere has slashes.
+            // Compatibility: backslashes here, though all other results have slashes, so that
+            // a host has to fold separators before it compares.
             return movedPath(s, root, other, errors);
         }
     }

@@ -277,13 +277,15 @@ bool WrappedOutput::putCharacter(std::string_view text) {
         if (!put("\"") || !lineFeed() || !putSpaces(mLayout.indent) || !put("\"")) {
             return false;
         }
-        mLayout.column = mLayout.indent + 1;  // meant: of a margin below 0 too
+        // Compatibility: counted from a margin below 0 too, so that such lines run on by as much.
+        mLayout.column = mLayout.indent + 1;
     }
     return put(text);
 }
 
 bool WrappedOutput::putQuoted(const Quoted& quoted) {
-    // Meant: a double quote in the text is written bare.
+    // Compatibility: a double quote in the text is written bare, so that the output can't be
+    // read back exactly.
     if (!beginItem((quoted.length != 0 ? 1 : 0) + 2) || !put("\"")) {
         return false;
     }

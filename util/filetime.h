@@ -45,8 +45,8 @@ public:
     /// 0 to 99.
     constexpr int32_t nanos() const { return mNanos; }
 
-    /// The seconds are cut to 32 bits and sign-extended, which is meant: from January 2038 on they
-    /// are no longer those of the point in time, and negative at first.
+    /// The seconds are cut to 32 bits and sign-extended, for callers that keep them so: from
+    /// January 2038 on they are no longer those of the point in time, and negative at first.
     UnixNanoseconds unixTime() const;
     /// The same, with the nanoseconds cut to whole microseconds.
     UnixMicroseconds unixTimeInMicroseconds() const;
@@ -72,8 +72,8 @@ std::ostream& operator<<(std::ostream& stream, const FileTime& time);
 /// The text of a time stamp from its parts. No `local` leaves the date and time out.
 ///
 /// `secondsWest` is the zone's standard offset, with a positive value west of Greenwich. It is
-/// written with its own sign, which is the reverse of ISO 8601: New York is "+0500". That is
-/// meant: what reads these stamps expects it. Less than a minute is written "Z".
+/// written with its own sign, the reverse of ISO 8601, as the readers of these stamps expect: New
+/// York is "+0500". Less than a minute is written "Z".
 std::string timeStampText(const std::optional<std::tm>& local, int32_t secondsWest);
 
 /// The date and time in the zone of this process, or nothing if the C runtime refuses them.

@@ -25,7 +25,7 @@ std::string parentPath(const std::string& path) {
 }
 
 std::string leafName(const std::string& path) {
-    // Meant: without a separator there is no leaf, though there is a parent.
+    // Compatibility: a name alone has the parent "." but no leaf. Callers test for the empty leaf.
     const size_t separator = path.find_last_of(SEPARATORS);
     return separator == std::string::npos ? std::string() : path.substr(separator + 1);
 }
@@ -65,8 +65,8 @@ void splitFileName(const std::string& path, PathParts& parts, int mode) {
     if (stem.end == 0) {
         stem = {0, size};
     }
-    // Behind a trailing separator this runs past the end of the path. Meant: only the start of the
-    // leaf is promised.
+    // Compatibility: after a trailing separator the end is past that of the path. Callers use the
+    // beginning of the leaf alone.
     leaf.end = leaf.begin + size;
 }
 

@@ -54,9 +54,9 @@ struct StringEqual {
 /// `caseSensitive` ignoring case, then by bytes; where nothing differs the shorter range is less.
 ///
 /// Without `caseSensitive` this is no order of ranges of unlike length: "Ab" is less than "a" by
-/// the byte, "a" less than "aa" by the length, "aa" less than "Ab" ignoring case. It is meant so;
-/// don't hand it to an algorithm that relies on an order (`sortUniqueRanges` uses a heap sort,
-/// which stays inside the range).
+/// the byte, "a" less than "aa" by the length, "aa" less than "Ab" ignoring case. Callers rely on
+/// the outcome, so don't hand it to an algorithm that needs an order (`sortUniqueRanges` uses a
+/// heap sort, which stays inside the range).
 struct RangeLess {
     const std::string* text;
     bool caseSensitive;

@@ -46,7 +46,8 @@ void toUpper(std::string& text) {
 }
 
 void replaceChar(std::string& text, char from, char to) {
-    // Meant: turning the backslashes of a path into slashes drops a trailing one.
+    // Compatibility: one at the end is dropped, so that a folder's path has no separator at its
+    // end.
     if (!text.empty() && text.back() == from) {
         text.pop_back();
     }

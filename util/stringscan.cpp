@@ -87,7 +87,8 @@ const char* findUnescaped(const char* first, const char* last, char c, char esc)
             }
             place += 2;
         } else if (*place == c || *place == '\0') {
-            // Meant: a NUL ends the scan as `c` does.
+            // Compatibility: a NUL ends the scan as `c` does, so that C strings are
+            // scanned to their end.
             return place;
         } else {
             ++place;
@@ -98,7 +99,8 @@ const char* findUnescaped(const char* first, const char* last, char c, char esc)
 
 const char* findAnyOf(const char* first, const char* last, const char* set) {
     CharacterSet wanted{std::string_view(set)};
-    wanted.add('\0');  // Meant: a NUL counts as found in every set.
+    // Compatibility: a NUL is in every set, so that C strings are scanned to their end.
+    wanted.add('\0');
     return std::find_if(first, last, [&](char c) { return wanted.contains(c); });
 }
 
@@ -108,7 +110,7 @@ void appendQuotedWords(const char* const* words, std::string& commandLine) {
             commandLine += *words;
             commandLine += ' ';
         } else {
-            // Nothing inside is escaped, which is meant: a word goes out as its caller wrote it.
+            // Compatibility: nothing inside is escaped. That is up to the caller.
             commandLine += '"';
             commandLine += *words;
             commandLine += "\" ";

@@ -30,7 +30,8 @@ void splitRanges(const std::string& text, std::vector<TextRange>& out,
     const CharacterSet set(delimiters);
     size_t start = 0;
     for (size_t at = set.findIn(text, 0); at < text.size(); at = set.findIn(text, start)) {
-        // Meant so: a delimiter at index 0 has no token before it, not even an empty one.
+        // Compatibility: a delimiter at index 0 has no token before it, even with `keepEmpty`:
+        // ",a" is one token.
         if (at != 0 && (keepEmpty || at != start)) {
             out.emplace_back(start, at);
         }
@@ -69,7 +70,7 @@ bool splitQuoted(const std::string& text, std::vector<std::string>& out,
     for (size_t start = set.findNotIn(text, 0); start < text.size();) {
         size_t end = 0;  // of the token with its quotes
         if (quoteSet.contains(text[start])) {
-            // Meant so: any quote closes, whichever kind has opened.
+            // Compatibility: any quote closes, whichever kind has opened: "a' is a token.
             const size_t closing = quoteSet.findIn(text, start + 1);
             if (closing == text.size()) {
                 return false;
@@ -92,7 +93,7 @@ std::string joinRanges(const std::string& text, const std::vector<TextRange>& ra
     bool first = true;
     for (const TextRange& range : ranges) {
         if (range.first != range.second) {
-            // Meant so: behind an empty first range the result begins with a separator.
+            // Compatibility: after an empty first range the result begins with a separator.
             if (!first) {
                 result += separator;
             }
@@ -105,7 +106,7 @@ std::string joinRanges(const std::string& text, const std::vector<TextRange>& ra
 
 void sortUnique(std::vector<std::string>& items, bool caseSensitive) {
     std::sort(items.begin(), items.end(), StringLess(caseSensitive));
-    // Meant so: ignoring case is for the order alone, and both spellings stay.
+    // Compatibility: case is ignored by the order alone. Both spellings of a name stay.
     dropRepeats(items, StringEqual(true));
 }
 

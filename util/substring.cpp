@@ -114,7 +114,7 @@ size_t Substring::find(char c, size_t pos) const {
 }
 
 size_t Substring::find(const std::string& wanted, size_t pos) const {
-    // Meant: an empty text is nowhere.
+    // Compatibility: an empty text is never found, unlike std::string's; loops over hits end by it.
     return pos >= length() || wanted.empty() ? std::string::npos
                                              : hit(text().find(wanted, mStart + pos));
 }
@@ -206,7 +206,9 @@ bool Substring::eatWord(const std::string& word) {
     if (!startsWithWord(word, &next)) {
         return false;
     }
-    mStart = next;  // meant: an offset taken for an index
+    // Compatibility: `next` counts from the start of this part and is taken for an index into the
+    // whole text, so that a part that doesn't start at 0 moves too little, or backwards.
+    mStart = next;
     if (mStart == mEnd) {
         collapse();
     }

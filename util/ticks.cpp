@@ -28,6 +28,7 @@ Ticks Ticks::fromSeconds(double seconds) {
 }
 
 double Ticks::seconds() const {
-    // The mask is meant: what is left converts exactly, and has no sign.
+    // Compatibility: the low 50 bits alone, which convert exactly; higher ones and the sign are
+    // lost.
     return static_cast<double>(mCount & 0x3ffffffffffff) / frequency();
 }

@@ -19,7 +19,7 @@ public:
     /// negative nor a NaN. More seconds than 63 bits of ticks hold have no defined result.
     static Ticks fromSeconds(double seconds);
 
-    /// The low 50 bits of the count as seconds. It is meant for a difference or for a counter of
+    /// The low 50 bits of the count as seconds. Use it for a difference or for a counter of
     /// moderate size (50 bits are 3 years at 10 MHz): higher bits are lost, and with them the sign,
     /// so that a negative count comes out as some large time.
     double seconds() const;

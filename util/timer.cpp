@@ -38,7 +38,7 @@ void Timer::add(Ticks duration) {
 Timer& Timer::operator+=(const Timer& t) {
     NB_ASSERT(!running() && !t.running());
     mTotal += t.mTotal;
-    // Meant to differ from add: extremes merge by their values whatever the counts, so that an
+    // Compatibility: unlike in add, extremes merge by their values whatever the counts, so that an
     // empty timer brings in its 0.
     mMin = std::min(mMin, t.mMin);
     mMax = std::max(mMax, t.mMax);

@@ -100,7 +100,8 @@ size_t SinglePattern::matchClass(size_t start, char c) const {
             }
             break;
         }
-        // Meant: of a negated class a member in front of a `-` that makes no range isn't looked at.
+        // Compatibility: in a negated class a member before a `-` that makes no range doesn't
+        // count, so that "[!a-]" matches "a".
         const bool hasDashBehind = i + 1 < size && mPattern[i + 1] == '-';
         if (member == c && !(negated && hasDashBehind)) {
             if (negated) {
@@ -111,7 +112,8 @@ size_t SinglePattern::matchClass(size_t start, char c) const {
         if (!isRange(i)) {
             ++i;
         } else if (isBelow(c, member) || isBelow(folded(i + 2), c)) {
-            // Meant: the last one of a negated class is a member of its own, too.
+            // Compatibility: the end of a range in a negated class is a member of its own as well,
+            // even of a range that runs backwards: "[!c-a]" doesn't match "a".
             i += negated ? 2 : 3;
         } else if (negated) {
             return 0;
@@ -158,11 +160,11 @@ bool wildcardMatch(StringSpan pattern, StringSpan text, bool literalBrackets, bo
                 continue;
             }
         } else if (t == text.length && (p == pattern.length ||
-                                        // Meant: one star alone is forgiven here.
+                                        // One star more matches the empty rest.
                                         (p + 1 == pattern.length && pattern.data[p] == '*'))) {
             return true;
         }
-        // Meant: a star never leaves the end of the text to the pattern behind it.
+        // Compatibility: a star never leaves an empty rest of the text to the pattern after it.
         if (behindStar == none) {
             return false;
         }

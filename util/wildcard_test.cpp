@@ -114,7 +114,7 @@ TEST(WildcardMatchTest, ANegatedClassStandsForAllButItsMembers) {
 }
 
 TEST(WildcardMatchTest, OfANegatedClassAMemberBeforeADashOfNoRangeIsNotLookedAt) {
-    expectMatches({{"[!c-a]", "c", true},  // meant
+    expectMatches({{"[!c-a]", "c", true},  // Compatibility: a range that runs backwards
                    {"[!c-a]", "-", false},
                    {"[!c-a]", "a", false},
                    {"[!a-]", "a", true},

@@ -117,7 +117,7 @@ TEST(QuotedTest, WhatIsNotPrintableIsEscaped) {
     EXPECT_EQ(quote("plain text", nullptr), "\"plain text\"");
     EXPECT_EQ(quote("tab\tback\\return\r", nullptr), "\"tab\\tback\\\\return\\r\"");
     EXPECT_EQ(quote(std::string("\0\x1f\x7f\xff", 4), nullptr), "\"\\x00\\x1f\\x7f\\xff\"");
-    EXPECT_EQ(quote("a\"b", nullptr), "\"a\"b\"") << "meant: bare";
+    EXPECT_EQ(quote("a\"b", nullptr), "\"a\"b\"") << "a quote in the text is written bare";
 }
 
 TEST(QuotedTest, BehindALineFeedTheLiteralBreaks) {

@@ -280,7 +280,7 @@ int64_t connector::internalize_pid(uint32_t windowsPid) const {
 }
 
 int64_t connector::getpgid(int64_t pid) const {
-    int64_t group;  // meant: the runtime stores -1 on failure
+    int64_t group = -1;  // where the runtime stores none
     set_error(_embedding.getpgid(pid, group, std::nothrow));
     return group;
 }

@@ -66,7 +66,8 @@ std::optional<std::string> findMessage(DWORD flags, HMODULE source, uint32_t num
 /// The sentence for `number` without its line end and full stop, or the number itself.
 std::string messageAsPhrase(uint32_t number) {
     wchar_t* allocated = nullptr;
-    // Without FORMAT_MESSAGE_IGNORE_INSERTS, and meant as in findMessage: no sentence with gaps.
+    // Compatibility: without FORMAT_MESSAGE_IGNORE_INSERTS, as in findMessage: Windows
+    // refuses a sentence with gaps, and the number is shown.
     const DWORD length = FormatMessageW(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM,
                                         /*lpSource=*/nullptr, number, gMessageLanguage,
                                         reinterpret_cast<wchar_t*>(&allocated), /*nSize=*/0,

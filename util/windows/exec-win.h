@@ -75,8 +75,8 @@ public:
         /// Streams of the modes 0 and 1 come back as text.
         bool mCaptureOutput = true;
         /// The two texts are taken for UTF-16, little-endian, and come back as UTF-8 where the exit
-        /// code does. Meant for what the command writes: failures that stand there, or the report
-        /// of a cut, are spoilt.
+        /// code does. Only what the command itself writes comes through: a failure's text, or the
+        /// report of a cut, is garbled.
         bool mUtf16Output = false;
         /// The command is a Cygwin program, whose exit code tells of signals. From version 1.7 of
         /// the connector on, a file with the system attribute is taken for a symbolic link and
@@ -194,7 +194,7 @@ public:
     void setPidBufferSize(uint32_t size);
 
     /// Lets the jobs that are made from now on run at high priority, if the version of Windows is
-    /// below 6.1; from that on it is meant to enable the privilege alone. Empty, or the failure.
+    /// below 6.1; from that on it enables the privilege alone. Empty, or the failure.
     static std::string elevateWindowsPriority();
 
     /// From now on all commands of the process, but for alternates, are started with the rights of

@@ -87,7 +87,8 @@ void buildUnicodePath(const std::string& path, std::wstring& result, PathKind& k
         kind = PathKind::local;
     } else if (isNetwork(path) && isPrefixed(path)) {
         appendWide(path, result);
-        // Meant, whatever is behind the prefix: "\\?\UNC\srv\sh\nul" loses the prefix as well.
+        // Compatibility: local, whatever follows the prefix: "\\?\UNC\srv\sh\nul" loses the prefix
+        // as well.
         kind = PathKind::local;
     } else if (isNetwork(path)) {
         const std::string share = folded(path);
@@ -208,7 +209,8 @@ bool System::shortPath(const std::string& path, std::string& result) {
     if (length == 0) {
         return false;
     }
-    // No second call, unlike for the long form: meant, the length alone is taken.
+    // Compatibility: no second call, unlike for the long form: the length alone is taken, also of
+    // a text that didn't fit.
     buffer.resize(length);
     result = fromWindows(buffer);
     return true;

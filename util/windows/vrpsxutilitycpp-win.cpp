@@ -306,7 +306,7 @@ buffer_result system::readlink(const char* path, raw::allocator* buffers) const 
 int system::readlink(const char* path, raw::allocator* buffers, buffer_result& result,
                      std::nothrow_t) const {
     char* text = nullptr;
-    int64_t more = 0;  // meant: nobody reads it
+    int64_t more = 0;  // the entry wants a place for it; the text says all
     const int code = raw()->table->readlink(raw(), path, buffers, &text, &more);
     result = buffer_result(text, owner_of(buffers, raw()));
     return code;

@@ -80,7 +80,8 @@ std::wstring Exec::scriptCommandLine(const char* commandLine, const char* path) 
         return {};
     }
     trim(interpreter->program);
-    // Meant: one that can't be found leaves the line without it, and nothing is started.
+    // Compatibility: of an interpreter that can't be found only its arguments are left, so that
+    // nothing is started.
     interpreter->program = translateCached(interpreter->program);
     return toWide(scriptLine(*interpreter, file, rest));
 }

@@ -44,7 +44,7 @@ std::optional<std::string> outputOf(const std::string& line) {
 
 /// `program` has a space behind it.
 std::string runPathTool(const char* program, std::string options, const std::string& path) {
-    // Meant: without options two spaces stand before the path.
+    // Compatibility: without options there are two spaces before the path. The tools don't mind.
     options.insert(0, program).append(1, ' ').append(path);
     std::string output = outputOf(options).value_or(std::string());
     trim(output);
@@ -70,7 +70,8 @@ Found findBySuffix(std::string native) {
     for (const char* suffix : fileSuffixes) {
         const std::string candidate = native + suffix;
         if (System::exists(candidate + linkSuffix)) {
-            // Meant: behind a link that can't be read, the suffixes follow an empty name.
+            // Compatibility: after a link that can't be read, the other suffixes are tried alone,
+            // as names in the current directory.
             native = runReadlink(candidate, "");
             if (!native.empty()) {
                 return {"", joinPath(parentPath(candidate), native, '/')};

@@ -132,7 +132,8 @@ ChildEnvironmentScope::ChildEnvironmentScope(const char* environment,
             5008, lastErrorText(/*withCode=*/false, /*error=*/nullptr, /*which=*/1));
     }
     if (mChildPath != nullptr) {
-        // Meant: the entry is UTF-8 and is taken for the ANSI code page.
+        // Compatibility: the entry is UTF-8, and the C runtime takes it for the ANSI code page, so
+        // that the search sees other letters outside ASCII.
         _putenv(mChildPath);
         mChildPath += pathSign.size();
     }

@@ -17,7 +17,7 @@ extern Mutex gProcessEnvironmentLock;
 /// CREATE_UNICODE_ENVIRONMENT, and returns its start, good as long as `block` is. They are sorted
 /// by the bytes of their names, which end at the first "=", and of equal names the first string
 /// counts; "PATH" and "Path" are two names. A string without "=" gets one. The current directories
-/// of drives ("=C:=C:\") all have the empty name, so that one of them stays: that is meant.
+/// of drives ("=C:=C:\") all have the empty name, so that one of them is left.
 /// `environment` is a block of UTF-8 strings, not null. Any thread may call.
 wchar_t* buildEnvironmentBlock(std::vector<wchar_t>& block, const char* environment);
 

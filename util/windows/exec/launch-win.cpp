@@ -115,7 +115,7 @@ void Exec::Run::begin(std::string* outputText, std::string* errorText, bool* abo
     if (!hasConsole()) {
         mFlags |= DETACHED_PROCESS;
     }
-    // Meant: no line end follows.
+    // Compatibility: no line end follows: the next entry of the log continues this line.
     mExec.addToLog("\twd: " + mWorkingDirectory);
     mWideDirectory = toWide(mWorkingDirectory);
     const RunInfo& runInfo = mRunInfo;
@@ -260,7 +260,8 @@ Exec::Run::Result Exec::Run::startAlternate() {
     if (createProcess(/*program=*/std::wstring(), toWide(alternate)) != NO_ERROR) {
         return notFoundCode;
     }
-    // Meant: a job that this rule alone asks for isn't made any more, and the assignment fails.
+    // Compatibility: it is too late for a job that this rule alone asks for: none is made, and the
+    // assignment fails.
     mExec.selectStallRule(alternate);
     return {};
 }
@@ -277,7 +278,7 @@ int32_t Exec::Run::startFailed(const ProgramAndLine& command, uint32_t error) {
          << "Command line length=" << command.line.size() << "; "
          << "Environment block length="
          << size.bytes
-         // Meant: this quote has no partner.
+         // Compatibility: this quote closes one that never opened.
          << "'; working directory '" << mWorkingDirectory << "': " << ErrorNumber{error} << ".\n";
     if (size.bytes > environmentLimit) {
         text << "Explanation: Total length of environment "

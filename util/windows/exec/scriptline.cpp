@@ -17,7 +17,8 @@ NameAndRest splitCommandLine(const std::string& line) {
     if (line.starts_with('"')) {
         const size_t closing = line.find('"', 1);
         if (closing != std::string::npos) {
-            // Meant: the rest keeps the closing quote.
+            // Compatibility: the rest keeps the closing quote, and so does the line that is
+            // started.
             return {line.substr(1, closing - 1), line.substr(closing)};
         }
     }
@@ -41,7 +42,8 @@ std::optional<Interpreter> interpreterOf(const ScriptHead& head) {
     }
     line = line.substr(0, line.find_first_of(std::string_view("\r\n\0", 3)));
     line.remove_prefix(scriptMark.size());
-    // Meant: a space directly behind the mark leaves no program.
+    // Compatibility: a space directly after the mark leaves no program, and such a script isn't
+    // started.
     const size_t end = std::min(line.find(' '), line.size());
     return Interpreter{std::string(line.substr(0, end)), std::string(line.substr(end))};
 }

@@ -58,7 +58,7 @@ void Exec::selectStallRule(const std::string& command) {
             return;
         }
     }
-    // Meant: the pattern of the last match stays, and with it the job mode.
+    // Compatibility: without a match the rule of the last one stays, and with it the job mode.
 }
 
 bool Exec::isWatched() const {

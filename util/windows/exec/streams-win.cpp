@@ -146,7 +146,7 @@ void separateError(STARTUPINFOW& startup, std::string& message) {
         return;
     }
     startup.hStdError = copy;
-    // Meant, and without effect: the handle of the own process is no real one.
+    // Without effect: GetCurrentProcess gives a pseudo handle.
     CloseHandle(self);
 }
 

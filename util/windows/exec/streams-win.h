@@ -41,7 +41,7 @@ struct ChildStreams {
 /// keeps for itself is tried for up to a minute.
 ///
 /// True, and all the same a text in `message`, where the handle that both output streams share
-/// can't be duplicated: the two then are one handle, which is meant.
+/// can't be duplicated: the command then starts with one handle for the two.
 bool setUpStreams(ChildStreams& streams, const Exec::RunInfo& runInfo, std::string& message);
 
 /// Appends to `text` what a file holds from its start. Of one with over `maxBytes` bytes only the

@@ -57,7 +57,7 @@ int mutex::lock(std::nothrow_t) const { return raw()->table->lock(raw()); }
 void mutex::unlock() const { check("vrpsx::mutex::unlock", raw(), unlock(std::nothrow)); }
 int mutex::unlock(std::nothrow_t) const { return raw()->table->unlock(raw()); }
 
-// NOLINTNEXTLINE(bugprone-exception-escape): meant
+// NOLINTNEXTLINE(bugprone-exception-escape): a lost lock must not pass in silence
 mutex::scoped_lock::~scoped_lock() noexcept(false) {
     const int code = _target.unlock(std::nothrow);
     if (std::uncaught_exceptions() == 0) {

@@ -3,8 +3,8 @@
 // The mutex, the condition and the lists of the POSIX side, as classes that own their handle.
 //
 // The end of a handle may fail: then the destructor throws system_exception_t
-// ("vrpsx::cond::disown" and the like), unless an exception is unwinding already. That is meant: a
-// lost lock or a leaked object must not pass in silence. Assigning a new handle disposes of
+// ("vrpsx::cond::disown" and the like), unless an exception is unwinding already. A lost
+// lock or a leaked object must not pass in silence. Assigning a new handle disposes of
 // the old one by the same rule, as do the operations that fill a handle, their forms with
 // std::nothrow included.
 
@@ -56,12 +56,14 @@ public:
     owner() = default;
     explicit owner(Raw* raw) : _raw(raw) {}
     owner(owner&& other) noexcept : _raw(other.take()) {}
-    // NOLINTNEXTLINE(bugprone-exception-escape,performance-noexcept-move-constructor): meant
+    // Throws where the end of the old handle fails, as the destructor does.
+    // NOLINTNEXTLINE(bugprone-exception-escape,performance-noexcept-move-constructor): see above
     owner& operator=(owner&& other) {
         assign(other.take());
         return *this;
     }
-    ~owner() noexcept(false) { dispose(); }  // NOLINT(bugprone-exception-escape): meant
+    // NOLINTNEXTLINE(bugprone-exception-escape): a leaked object must not pass in silence
+    ~owner() noexcept(false) { dispose(); }
     owner(const owner&) = delete;
     owner& operator=(const owner&) = delete;
 
@@ -108,7 +110,8 @@ public:
     class scoped_lock {
     public:
         explicit scoped_lock(const mutex& target) : _target(target) { target.lock(); }
-        ~scoped_lock() noexcept(false);  // NOLINT(bugprone-exception-escape): meant
+        // NOLINTNEXTLINE(bugprone-exception-escape): a lost lock must not pass in silence
+        ~scoped_lock() noexcept(false);
         scoped_lock(const scoped_lock&) = delete;
         scoped_lock& operator=(const scoped_lock&) = delete;
 

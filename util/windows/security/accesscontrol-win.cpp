@@ -39,7 +39,8 @@ size_t sidOffsetOf(BYTE type) {
         case ACCESS_DENIED_CALLBACK_OBJECT_ACE_TYPE:
         case SYSTEM_AUDIT_CALLBACK_OBJECT_ACE_TYPE:
         case SYSTEM_ALARM_CALLBACK_OBJECT_ACE_TYPE:
-            return objectSidOffset;  // meant: also where the GUIDs aren't there
+            // Compatibility: the place after both GUIDs, also of an entry that lacks one.
+            return objectSidOffset;
         default:
             return 0;
     }
@@ -158,7 +159,8 @@ AccessControlList::AccessControlList(DWORD aceCount, DWORD revision, bool limitS
         static_cast<DWORD>(std::min<uint64_t>(wanted, limitSize ? sizeLimit : MAXDWORD));
     mAcl = static_cast<PACL>(LocalAlloc(LMEM_FIXED, size));
     if (!InitializeAcl(mAcl, size, revision)) {
-        // Meant: the memory isn't given back.
+        // Compatibility: the memory is lost. Windows refuses no size and revision but wrong ones,
+        // which are a defect of the caller.
         throw Win32Exception("InitializeAcl");
     }
     mOwned = true;

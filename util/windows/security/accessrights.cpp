@@ -13,7 +13,8 @@ using namespace ObjectKind;
 constexpr uint32_t none = 0;
 constexpr uint32_t anyFile = plainFile | directory | pipe;
 
-// The order is meant, also where it is not that of the masks: it decides how a mask is told.
+// Compatibility: the order decides which names a mask is printed with, also where it isn't that of
+// the masks.
 constexpr auto rights = std::to_array<AccessRight>({
     {0x1f0fff, "PROCESS_ALL_ACCESS", kernelObject, process},
     {0x1f03ff, "THREAD_ALL_ACCESS", kernelObject, thread},

@@ -42,7 +42,7 @@ constexpr bool isTextOrObject() {
     return std::same_as<T, char> || std::same_as<T, char8_t>;
 }
 
-/// The targets of pointers that are never meant as the `void*` of a SID or a descriptor: writable
+/// The targets of pointers that are never the `void*` of a SID or a descriptor: writable
 /// text, which may as well be their text form, and objects like a std::string or a
 /// SecurityIdentifier, whose address isn't that of the bytes they hold. UTF-16 isn't among them: a
 /// TRUSTEE_W has its SID in an LPWSTR.

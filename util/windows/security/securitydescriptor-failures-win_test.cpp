@@ -197,7 +197,7 @@ TEST_F(SecurityDescriptorFailureTest, AnObjectThatCannotBeWrittenHasTheNumberTha
     expectFailureOf<decltype(SetSecurityInfo)>("SetSecurityInfo", [&] {
         security.write(GetCurrentProcess(), SE_KERNEL_OBJECT, /*withSacl=*/false, 0);
     });
-    // Meant: the word has no W.
+    // Compatibility: the name of the call is without its W.
     expectFailureOf<decltype(SetNamedSecurityInfoW)>(
         "SetNamedSecurityInfoW", "SetNamedSecurityInfo",
         [&] { security.write("c:/file", SE_FILE_OBJECT, /*withSacl=*/false, 0); });

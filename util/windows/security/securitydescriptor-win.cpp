@@ -322,7 +322,7 @@ std::string SecurityDescriptor::sddl(SECURITY_INFORMATION bits) const {
 
 void SecurityDescriptor::setSddl(const char* sddl, DWORD revision) {
     LocalMemory<void> descriptor = fromSddl(sddl, revision);
-    // Meant: the old one isn't freed.
+    // Compatibility: the old one isn't freed. Views of its owner, group and lists stay good.
     static_cast<void>(mDescriptor.release());
     mDescriptor = std::move(descriptor);
 }

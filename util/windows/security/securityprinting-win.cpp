@@ -156,7 +156,7 @@ std::ostream& operator<<(std::ostream& out, const Trustee& trustee) {
 }
 
 std::ostream& operator<<(std::ostream& out, const ExplicitAccess& access) {
-    // Meant: two blanks.
+    // Compatibility: two blanks after the trustee.
     out << "ExplicitAccess [for " << access.trustee() << ":  "
         << orNothing(accessModeName(access.mode())) << ' ';
     writeMask(out, access.permissions());
@@ -172,7 +172,7 @@ std::ostream& operator<<(std::ostream& out, const SecurityDescriptor& security) 
         return out << "Invalid SecurityDescriptor!";
     }
     const SECURITY_DESCRIPTOR_CONTROL control = security.control();
-    // Meant: two blanks stand before the first flag, and no bracket closes at the end.
+    // Compatibility: two blanks before the first flag, and no bracket at the end.
     out << "SD [Flags: ";
     writeDescriptorControl(out, control);
     out << "]\n\tOwner = " << security.owner() << "\n\tGroup = " << security.group();
@@ -181,7 +181,7 @@ std::ostream& operator<<(std::ostream& out, const SecurityDescriptor& security) 
     if (type == ObjectType::file && kind == 0) {
         kind = ObjectKind::plainFile;
     }
-    // Meant: what throws from here on leaves it set.
+    // Compatibility: what throws from here on leaves it set on the stream.
     ObjectContext::set(out, long{1} + static_cast<long>(type), static_cast<long>(kind));
     if ((control & SE_DACL_PRESENT) != 0) {
         out << "\n\tDACL = " << security.dacl();

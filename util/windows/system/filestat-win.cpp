@@ -85,7 +85,7 @@ FileStat::FileStat(const WIN32_FIND_DATAW& entry) : links(1) { takeCommonFacts(e
 
 FileStat::FileStat(const WIN32_FIND_DATAA& entry) : links(1) { takeCommonFacts(entry, *this); }
 
-// The second argument is meant to be left unread.
+// Compatibility: callers give a second argument, which has no effect.
 bool FileStat::read(const std::string& path, int /*unused*/) {
     const ScopedHandle file(openAnything(path, /*access=*/0));
     if (!file.isOpen()) {
@@ -129,7 +129,7 @@ bool FileStat::applyAttributes(const std::string& path) {
     if (path.size() >= suffix.size() &&
         cruntime::stricmp(path.c_str() + path.size() - suffix.size(), suffix.data()) == 0) {
         resetSecurity(name);
-        // Meant: the result tells of the attributes, and so does the error beside it.
+        // Compatibility: the result and the error are those of the attributes.
         SetLastError(error);
     }
     return applied != FALSE;

@@ -58,7 +58,7 @@ std::optional<std::vector<unsigned char>> handleTable(
     };
     NTSTATUS status = ask();
     if (status == statusInfoLengthMismatch) {
-        // Meant: once. The table may have grown again meanwhile, which is a failure.
+        // Compatibility: asked again once. If the table has grown meanwhile, that is a failure.
         table.assign(length, 0);
         status = ask();
     }
@@ -141,7 +141,7 @@ bool HandleInspector::closeIfNamed(const std::wstring& path, HANDLE process, HAN
         return false;
     }
     copy.release();
-    // Meant: the file counts as closed whatever this says.
+    // Compatibility: the file counts as closed whatever this says; the caller's next try shows it.
     DuplicateHandle(process, handle, GetCurrentProcess(), copy.receive(), /*dwDesiredAccess=*/0,
                     /*bInheritHandle=*/FALSE, DUPLICATE_CLOSE_SOURCE | DUPLICATE_SAME_ACCESS);
     return true;

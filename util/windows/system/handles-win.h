@@ -32,7 +32,7 @@ public:
     /// its third character on. Case is ignored, and a `/` of `path` stands for `\` too. True if one
     /// was closed.
     ///
-    /// The two characters are meant for a drive and its colon, which the kernel's names lack. They
+    /// The two characters are those of a drive and its colon, which the kernel's names lack. They
     /// are passed over in every path, so that one with `\\?\` finds nothing. Nor does a path of at
     /// most two characters.
     bool closeSystemFileHandle(const std::wstring& path);

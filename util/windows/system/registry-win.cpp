@@ -111,6 +111,6 @@ bool System::deleteKey(HKEY parent, const wchar_t* subKey, std::string* message)
         }
     }
     key.close();
-    // Meant: a failure here has no words.
+    // Compatibility: a failure here comes without a text.
     return RegDeleteKeyW(parent, subKey) == ERROR_SUCCESS;
 }

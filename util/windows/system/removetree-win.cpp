@@ -141,7 +141,8 @@ void TreeRemoval::removeEntry() {
         toNextEntry();
     } else {
         mPath += L'\\';
-        // Meant: after a failure further directories are left alone, and files are not.
+        // Compatibility: after a failure no further directory is entered, and files are still
+        // deleted.
         if (mFailed || !enter()) {
             toNextEntry();
         }
@@ -155,24 +156,24 @@ void TreeRemoval::removeReparsePoint() {
         return;
     }
     const DWORD error = GetLastError();
-    // Meant: such a failure is the end of the listing.
+    // Compatibility: such a failure ends the listing of this directory. Its text lacks a blank.
     mLevels.back().search.close();
     mHasEntry = false;
-    fail(error, "couldn't delete reparse point\"", toUtf8(mPath), "\": ");  // meant: no blank
+    fail(error, "couldn't delete reparse point\"", toUtf8(mPath), "\": ");
     mPath.resize(mLevels.back().length);
 }
 
 void TreeRemoval::removeFile() {
     bool deleted = deleteFile();
-    // Meant: for files of the outermost directory alone. Nothing matches a path with the `\\?\` of
-    // an absolute one; a relative one matches by accident, without its first two characters.
+    // Compatibility: for files of the outermost directory alone. Nothing matches a path with the
+    // `\\?\` of an absolute one; a relative one is matched without its first two characters.
     if (!deleted && mCloseSystemHandles && mLevels.size() == 1) {
         HandleInspector::instance().closeSystemFileHandle(mPath);
         deleted = DeleteFileW(mPath.c_str());
     }
     const DWORD error = GetLastError();
     if (!deleted) {
-        fail(error, "couldn't delete file\"", toUtf8(mPath), "\": ");  // meant: no blank
+        fail(error, "couldn't delete file\"", toUtf8(mPath), "\": ");  // Compatibility: no blank
     }
 }
 
@@ -204,7 +205,7 @@ void waitUntilGone(const std::string& path, std::string& message) {
         SleepEx(delay, /*bAlertable=*/FALSE);
         if (delay == delayOfWarning) {
             message = "System::removeTree can't immediately remove tree \"";
-            message += path;  // meant: no closing quote
+            message += path;  // Compatibility: no closing quote
         }
     }
 }

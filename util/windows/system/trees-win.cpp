@@ -73,7 +73,8 @@ bool copyContent(HANDLE source, HANDLE destination, uint64_t size, std::string& 
     if (!writeAll(destination, view.get(), size)) {
         return copyFailed(message, "exception while writing");
     }
-    FlushFileBuffers(destination);  // meant: a failure of that is none of the copy
+    // Compatibility: the copy counts as made even if it can't be flushed.
+    FlushFileBuffers(destination);
     return true;
 }
 

@@ -99,7 +99,7 @@ std::wstring rootOf(const std::string& path, const Account& account) {
     if (!System::longPath(path, real)) {
         // Now the absolute form.
         account.line("Couldn't convert '", real, "' to a real path.");
-        real = path;  // meant: the caller's, and not the joined one
+        real = path;  // Compatibility: as the caller gave it, not the absolute form
     }
     PathRange range;
     std::string root;
@@ -130,7 +130,7 @@ void tellDevice(const std::wstring& root, const Account& account) {
 VolumeType tellDrive(const std::wstring& root, const Account& account) {
     const auto [type, word] = typeOfDrive(GetDriveTypeW(root.c_str()));
     if (account.isWanted()) {
-        // Meant: this line alone is in the locale's letters.
+        // Compatibility: this line alone is in the locale's character set.
         account.line("Drive type of ", narrowText(root, '?', processLocale()), " is ", word);
     }
     return type;
