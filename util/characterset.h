@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <string_view>
 
-/// A set of single bytes, NUL not excepted, for scans that ask of every character of a text
-/// whether it belongs. A question costs one bit test, where `find_first_of` of the standard
-/// library searches the list of characters anew for each.
+/// A set of single bytes, NUL allowed, for scans that test every character of a text. A test costs
+/// one bit operation, whereas `find_first_of` of the standard library searches the list of
+/// characters again for every character of the text.
 class CharacterSet {
 public:
     constexpr CharacterSet() = default;
@@ -20,15 +20,17 @@ public:
     constexpr void add(char c) { mBits[wordOf(c)] |= bitOf(c); }
     constexpr bool contains(char c) const { return (mBits[wordOf(c)] & bitOf(c)) != 0; }
 
-    /// The index of the first character at or behind `start` that belongs, or the text's size.
-    /// A `start` behind the text is the result itself, also below.
+    /// Returns the index of the first character at or after `start` that is in the set, or the
+    /// text's size if there is none. If `start` is past the end of the text, the result is `start`.
+    /// The same holds for findNotIn.
     constexpr size_t findIn(std::string_view text, size_t start) const {
         while (start < text.size() && !contains(text[start])) {
             ++start;
         }
         return start;
     }
-    /// The index of the first character at or behind `start` that doesn't belong, or the size.
+    /// Returns the index of the first character at or after `start` that isn't in the set, or the
+    /// text's size if there is none.
     constexpr size_t findNotIn(std::string_view text, size_t start) const {
         while (start < text.size() && contains(text[start])) {
             ++start;

@@ -5,16 +5,17 @@
 
 #include "util/mutex-pthreads.h"
 
-/// Lets threads wait for something to change that a mutex guards. Threads can wake without any
-/// signal, so that a wait stands in a loop:
+/// Lets threads wait for a change of something that a mutex guards. A thread can wake up without
+/// any signal, so a wait belongs in a loop:
 ///
 ///     MutexLock lock(mMutex);
 ///     while (!mStopRequested) {
 ///         mCondition.wait(mMutex);
 ///     }
 ///
-/// Results are not examined but for the timeout. A condition that can't be made ends the process:
-/// "Unable to initialize a new condition variable" on standard error, and abort.
+/// The results of the pthread calls are ignored, except for the timeout. If the condition can't be
+/// created, "Unable to initialize a new condition variable" and the error's text go to standard
+/// error, and the process aborts.
 class Condition {
 public:
     Condition();
@@ -23,17 +24,17 @@ public:
     Condition(const Condition&) = delete;
     Condition& operator=(const Condition&) = delete;
 
-    /// Wakes one thread that waits, if there is one.
+    /// Wakes one waiting thread, if there is one.
     void signal() { pthread_cond_signal(mHandle); }
-    /// Wakes all threads that wait.
+    /// Wakes all waiting threads.
     void broadcast() { pthread_cond_broadcast(mHandle); }
 
-    /// Gives up `m`, which the caller holds once, waits, and takes `m` again before it returns.
-    /// That second taking isn't measured by the mutex's getter.
+    /// Releases `m`, which the caller must hold exactly once, waits, and locks `m` again before it
+    /// returns. The mutex's getter doesn't measure this second locking.
     void wait(Mutex& m);
-    /// The same until `timeout`, which is a point in time, counted from 1970 UTC, and not a
-    /// duration; null waits without limit. False if it is the time that ended the wait, true for
-    /// everything else. Asserts that the nanoseconds are below one second.
+    /// The same, but waits until `timeout` at the latest. `timeout` is a point in time, counted
+    /// from 1970 UTC, not a duration; null means no limit. Returns false if the wait timed out and
+    /// true in all other cases. Asserts that the nanoseconds are below one second.
     bool wait(Mutex& m, const timespec* timeout);
 
 private:

@@ -1,8 +1,9 @@
 #pragma once
 
-// The C runtime's names for the same call on the two platforms: the one place of the portable
-// layer that asks which platform it is. The comparisons fold case by the locale of the C runtime,
-// which is "C", that is ASCII letters alone, in a process that doesn't call `setlocale`.
+// C runtime calls whose names differ between the two platforms. This is the only file of the
+// portable layer that checks which platform it is compiled for. The comparisons fold case by the
+// locale of the C runtime. In a process that doesn't call `setlocale` this is "C", which folds
+// ASCII letters only.
 
 #include <cstdarg>
 #include <cstddef>
@@ -41,13 +42,15 @@ inline int wcsnicmp(const wchar_t* a, const wchar_t* b, size_t count) {
 #endif
 }
 
-/// Writes the text if it has at most `size` characters; the result is its length. Otherwise the
-/// result is negative. What then stands in the buffer, and behind the text, is unspecified.
+/// Formats into `buffer`. If the text has at most `size` characters, the result is its length; what
+/// follows the text in the buffer is unspecified. Otherwise the result is negative and the contents
+/// of the buffer are unspecified.
 inline int vsnprintf(char* buffer, size_t size, const char* pattern, va_list arguments) {
 #ifdef _WIN32
     return _vsnprintf(buffer, size, pattern, arguments);
 #else
-    // The C standard's call keeps the last place for the terminator, so the copy has one more.
+    // The standard function reserves the last character for the terminator, so the copy has one
+    // more.
     std::string text(size + 1, '\0');
     const int count = std::vsnprintf(text.data(), text.size(), pattern, arguments);
     if (count < 0 || static_cast<size_t>(count) > size) {

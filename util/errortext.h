@@ -3,15 +3,22 @@
 #include <cstdint>
 #include <string>
 
-/// The words for an error as a part of somebody's sentence: the system's sentence without its line
-/// end and full stop, or "Error NUMBER" if it has none (hexadecimal from 0x80000000 on). With
-/// `withCode` follows " (error code NUMBER)", decimal.
+/// Returns the text of an error for use within a sentence: the system's message without its line
+/// end and full stop, or "Error NUMBER" if the system has no message (hexadecimal from 0x80000000
+/// on). With `withCode`, " (error code NUMBER)" follows, in decimal.
 ///
-/// `which` says where the number comes from: 0, the value at `error`, or the socket error if that
-/// value is 0; 1, the value at `error`; 2, the socket error. A null `error` stands for the value
-/// of GetLastError, or of WSAGetLastError if that is 0. A `which` other than these counts as 0.
+/// `which` selects the number:
 ///
-/// Neither number is changed, and nothing but std::bad_alloc is thrown. The text is UTF-8; any
-/// thread may call. Natively errno stands for both numbers of the system, and the words are those
-/// of the C library.
+///     0    the value at `error`, or the socket error if that value is 0
+///     1    the value at `error`
+///     2    the socket error
+///
+/// Any other `which` counts as 0. If `error` is null, the value of GetLastError is used in its
+/// place, or the value of WSAGetLastError if GetLastError is 0.
+///
+/// Neither error number is changed, and only std::bad_alloc is thrown. The text is UTF-8. Any
+/// thread may call it.
+///
+/// Natively `which` has no effect: the number is the value at `error`, or errno if `error` is null,
+/// and the text is the C library's message.
 std::string errorText(bool withCode, const uint32_t* error, int which);

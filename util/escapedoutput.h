@@ -7,37 +7,37 @@
 
 #include "util/textspan.h"
 
-// Stream inserters that print any bytes: as escapes in ASCII, quoted for a POSIX shell, and as
-// dumps and literals that are wrapped at a width. Error messages print paths and command lines
-// by them.
+// Stream inserters that print arbitrary bytes: with ASCII escapes, quoted for a POSIX shell, or as
+// dumps and literals that are wrapped at a width. Error messages use them to print paths and
+// command lines.
 //
 //     out << "can't open " << EscapedUtf8{path};
 //     Layout layout(/*width=*/72, /*indent=*/4);
 //     out << Quoted{data, length, &layout} << HexDump{data, length, &layout};
 //
 // Hexadecimal digits are lower case. An inserter refers to its text and layout, which must outlive
-// it. On a stream that has failed already it writes nothing. Where the stream takes no more, the
-// wrapped ones and `Spaces` stop and set eofbit, failbit and badbit; the others go on to the end of
-// the text and set failbit and badbit. What a stream buffer throws passes through. One thread at a
-// time for each stream and layout.
+// it. It writes nothing to a stream that has already failed. If the stream stops accepting
+// characters, the wrapped inserters and `Spaces` stop and set eofbit, failbit and badbit; the
+// others continue to the end of the text and set failbit and badbit. Exceptions of a stream buffer
+// pass through. Use each stream and layout on one thread at a time.
 
 // Escapes
 
-/// Bytes: one with the high bit set as `\x` and two digits, all others as they are, control
-/// characters included.
+/// Bytes: a byte with the high bit set becomes `\x` and two digits. All other bytes are unchanged,
+/// including control characters.
 struct EscapedBytes {
     StringSpan text;
 };
-/// UTF-16 units: one above 126 as `\u` and four digits, all others as they are.
+/// UTF-16 units: a unit above 126 becomes `\u` and four digits. All others are unchanged.
 struct EscapedUnits {
     std::u16string_view text;
 };
-/// The same of a wide string, whose units are UTF-16.
+/// The same for a wide string, whose units are UTF-16.
 struct EscapedWide {
     WideSpan text;
 };
-/// UTF-8: a character above 0xFFFF as `\U` and eight digits, another above 126 as `\u` and four,
-/// all others as they are. A byte that isn't valid UTF-8 is `\udc80` to `\udcff`.
+/// UTF-8: a character above 0xFFFF becomes `\U` and eight digits, any other above 126 `\u` and four
+/// digits. All others are unchanged. A byte that isn't valid UTF-8 becomes `\udc80` to `\udcff`.
 struct EscapedUtf8 {
     StringSpan text;
 };
@@ -46,7 +46,7 @@ std::ostream& operator<<(std::ostream& out, const EscapedUnits& escaped);
 std::ostream& operator<<(std::ostream& out, const EscapedWide& escaped);
 std::ostream& operator<<(std::ostream& out, const EscapedUtf8& escaped);
 
-/// The same as text.
+/// Return what the inserters write.
 std::string escapeBytes(StringSpan text);
 std::string escapeUnits(std::u16string_view text);
 std::string escapeUnits(const std::wstring& text);
@@ -54,13 +54,18 @@ std::string escapeUtf8(StringSpan text);
 
 // Words for a POSIX shell
 
-/// Whether a shell takes the character as it stands: a letter or digit by the C runtime, or one of
-/// % + , - . / : = @ ^ _
+/// Returns whether a shell takes the character literally: a letter or digit by the C runtime, or
+/// one of % + , - . / : = @ ^ _
 bool isShellSafe(char c);
 bool needsShellQuoting(StringSpan text);
 
-/// Writes a text so that a shell reads it back: in single quotes, if it needs any. An empty text is
-/// nothing. `out` is an output iterator of characters; the result is the one behind them.
+/// Writes a text so that a shell reads it back: in single quotes, if it needs any. For an empty
+/// text it writes nothing. `out` is an output iterator of characters; the result is the iterator
+/// after the last character.
+///
+///     a=b,c:d      a=b,c:d
+///     two words    'two words'
+///     it's         'it'\''s'
 template <class Out>
 Out writeShellQuoted(StringSpan text, Out out) {
     const std::string_view characters = text.view();
@@ -79,7 +84,7 @@ Out writeShellQuoted(StringSpan text, Out out) {
     *out++ = '\'';
     return out;
 }
-/// The same for a word that must be there: an empty one is two single quotes.
+/// The same for a word that must not vanish: an empty text is written as two single quotes.
 template <class Out>
 Out writeShellArgument(StringSpan text, Out out) {
     if (text.length != 0) {
@@ -102,14 +107,14 @@ std::ostream& operator<<(std::ostream& out, const ShellArgument& quoted);
 
 // Wrapped output
 
-/// Where wrapped output stands. The caller keeps it from one inserter to the next, so that they
-/// fill the same lines. Columns count from 0.
+/// The position of wrapped output. The caller passes the same layout to one inserter after the
+/// other, so that they fill the same lines. Columns count from 0.
 struct Layout {
     static constexpr int noWrapping = 0x7fffffff;
 
-    int width;       ///< how many columns can be used
+    int width;       ///< the number of usable columns
     int indent;      ///< the left margin
-    int column;      ///< the present column
+    int column;      ///< the current column
     bool needSpace;  ///< a space comes before the next item
 
     explicit Layout(int lastColumn = noWrapping, int leftMargin = 0, int startColumn = 0,
@@ -117,8 +122,8 @@ struct Layout {
         : width(lastColumn), indent(leftMargin), column(startColumn), needSpace(owesSpace) {}
 };
 
-/// A copy of the caller's layout, or the default one for null, that an inserter works on. Goes back
-/// to the caller when the scope ends, however it ends.
+/// An inserter's working copy of the caller's layout, or of the default layout if the caller's is
+/// null. It is copied back to the caller when the scope ends, even by an exception.
 class LayoutGuard {
 public:
     explicit LayoutGuard(Layout* target)
@@ -137,14 +142,14 @@ private:
     Layout* mTarget;
 };
 
-/// So many spaces; none for a count below 1.
+/// Writes `count` spaces, or nothing if `count` is below 1.
 struct Spaces {
     int count;
 };
 std::ostream& operator<<(std::ostream& out, const Spaces& spaces);
 
-/// Bytes as "48:H 69:i": two digits and the character, a full stop for one that isn't printable
-/// ASCII. Without a layout (null) on one line.
+/// Bytes as "48:H 69:i": two digits and the character, or a full stop if the character isn't
+/// printable ASCII. If the layout is null, everything is on one line.
 struct HexDump {
     const unsigned char* data;
     size_t length;
@@ -153,9 +158,9 @@ struct HexDump {
 std::ostream& operator<<(std::ostream& out, const HexDump& dump);
 
 /// Bytes as a quoted literal with backslash escapes: `\t`, `\n`, `\r`, `\\`, and `\x` with two
-/// digits for what else isn't printable by the C runtime. A double quote is written bare. At the
-/// width, and behind each line feed, it breaks into another literal on the next line. Without a
-/// layout (null) the width doesn't count.
+/// digits for any other byte that isn't printable by the C runtime. A double quote is written bare.
+/// At the width, and after each line feed that isn't the last byte, the literal ends and another
+/// one begins on the next line. If the layout is null, there is no width.
 struct Quoted {
     const unsigned char* data;
     size_t length;

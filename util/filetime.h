@@ -6,8 +6,8 @@
 #include <ostream>
 #include <string>
 
-/// A point in time: ticks of 100 ns since 1 January 1601 UTC, as Windows counts file times, and
-/// the nanoseconds below one tick. A plain value; the zone comes in with the time stamp alone.
+/// A point in time: the ticks of 100 ns since 1 January 1601 UTC, as Windows counts file times, and
+/// the nanoseconds below one tick. A plain value; only the time stamp depends on the time zone.
 ///
 /// No operation checks its range: the ticks wrap around at 64 bits.
 class FileTime {
@@ -17,9 +17,9 @@ public:
     static constexpr uint64_t secondsToUnixEpoch = 11'644'473'600;
     static constexpr uint64_t ticksToUnixEpoch = secondsToUnixEpoch * ticksPerSecond;
 
-    /// The ticks' whole seconds since 1970, cut towards zero, and what is left with `nanos` added,
-    /// which may be negative in front of 1970. The two add up to the time as long as 32 bits hold
-    /// its seconds: see `unixTime`.
+    /// The whole seconds of the ticks since 1970, rounded towards zero, and the rest with `nanos`
+    /// added. The rest may be negative before 1970. The two add up to the time as long as its
+    /// seconds fit in 32 bits: see `unixTime`.
     struct UnixNanoseconds {
         int64_t seconds;
         int32_t nanoseconds;
@@ -31,26 +31,27 @@ public:
 
     /// Tick 0.
     constexpr FileTime() = default;
-    /// Any count of nanoseconds: those that make up whole ticks go over to the ticks, and a
-    /// negative rest borrows one from them.
+    /// `nanoseconds` may have any value: whole ticks in it are added to the ticks, and a negative
+    /// rest borrows one tick.
     FileTime(uint64_t ticks, int32_t nanoseconds);
     /// The same from seconds since 1970.
     static FileTime fromUnixTime(int64_t seconds, int32_t nanoseconds);
     /// From 100 ns since 1970.
     static FileTime fromUnixTicks(int64_t count);
-    /// The system's clock, to its tick.
+    /// The system's clock, in whole ticks.
     static FileTime now();
 
     constexpr uint64_t ticks() const { return mTicks; }
     /// 0 to 99.
     constexpr int32_t nanos() const { return mNanos; }
 
-    /// The seconds are cut to 32 bits and sign-extended, for callers that keep them so: from
-    /// January 2038 on they are no longer those of the point in time, and negative at first.
+    /// The seconds are truncated to 32 bits and sign-extended, for callers that store them in 32
+    /// bits. From January 2038 on they no longer match the point in time, and are negative at
+    /// first.
     UnixNanoseconds unixTime() const;
-    /// The same, with the nanoseconds cut to whole microseconds.
+    /// The same, with the nanoseconds truncated to whole microseconds.
     UnixMicroseconds unixTimeInMicroseconds() const;
-    /// 100 ns since 1970; `nanos` is left out.
+    /// 100 ns since 1970; `nanos` isn't included.
     int64_t unixTicks() const;
 
     /// `count` may be negative.
@@ -64,22 +65,23 @@ private:
     int32_t mNanos = 0;
 };
 
-/// The time stamp: local date and time to the second, and the zone, as in
-/// "2009-02-13T18:31:30+0500". See `timeStampText`. A time that the runtime has no local date for
-/// (a second or more in front of 1970, or beyond the year 3000) leaves the date and time out.
+/// Writes the time stamp: local date and time to the second, and the zone, as in
+/// "2009-02-13T18:31:30+0500". See `timeStampText`. If the runtime has no local date for the time
+/// (a second or more before 1970, or after the year 3000), the date and time are left out.
 std::ostream& operator<<(std::ostream& stream, const FileTime& time);
 
-/// The text of a time stamp from its parts. No `local` leaves the date and time out.
+/// Returns a time stamp made from its parts. If `local` has no value, the date and time are left
+/// out.
 ///
-/// `secondsWest` is the zone's standard offset, with a positive value west of Greenwich. It is
-/// written with its own sign, the reverse of ISO 8601, as the readers of these stamps expect: New
-/// York is "+0500". Less than a minute is written "Z".
+/// `secondsWest` is the standard offset of the zone, positive west of Greenwich. It is written with
+/// its own sign, the reverse of ISO 8601, because the readers of these stamps expect that: New York
+/// is "+0500". An offset of less than a minute is written as "Z".
 std::string timeStampText(const std::optional<std::tm>& local, int32_t secondsWest);
 
-/// The date and time in the zone of this process, or nothing if the C runtime refuses them.
+/// Returns the date and time in this process's zone, or no value if the C runtime rejects the time.
 std::optional<std::tm> localTime(int64_t secondsSince1970);
 
-/// The standard offset (no summer time) of the zone of this process, in seconds west of UTC. The
-/// C runtime looks the zone up once; a program that changes TZ later calls `tzset`. Not to be asked
-/// while another thread calls that.
+/// Returns the standard offset (without summer time) of this process's zone, in seconds west of
+/// UTC. The C runtime determines the zone once; a program that changes TZ later must call `tzset`.
+/// Don't call this function while another thread calls `tzset`.
 int32_t secondsWestOfUtc();

@@ -6,9 +6,9 @@
 #include <memory>
 #include <new>
 
-/// A new heap cell for an object of the thread library, set up by `initialize(cell)`, which gives
-/// a pthread result. The cell is freed with delete. Lack of memory for the cell and a result other
-/// than 0 end the process: `complaint` and the words of the error on standard error, and abort.
+/// Allocates an object of the thread library on the heap and sets it up with `initialize(cell)`,
+/// which returns a pthread result. The caller frees it with delete. If the allocation fails, or the
+/// result isn't 0, `complaint` and the error's text go to standard error, and the process aborts.
 template <class Handle, class Initialize>
 Handle* makeHandleOrAbort(Initialize initialize, const char* complaint) {
     std::unique_ptr<Handle> handle(new (std::nothrow) Handle());

@@ -10,14 +10,14 @@
 
 #include "util/textspan.h"
 
-/// A text and its hash, the key of a `HashTable`: worked out once, good for every table. Refers to
-/// the text. A null text is an empty one.
+/// A text and its hash, the key of a `HashTable`. The hash is computed once and works for every
+/// table. Refers to the text. A null text counts as an empty one.
 class HashedText {
 public:
     explicit HashedText(StringSpan text)
         : mText(text.data != nullptr ? text : StringSpan("")), mHash(hash(mText)) {}
 
-    /// The same key over a copy of the text's characters.
+    /// Returns the same key for a copy of the text's characters.
     HashedText of(const char* copy) const {
         HashedText result = *this;
         result.mText.data = copy;
@@ -27,13 +27,14 @@ public:
     StringSpan text() const { return mText; }
     size_t hash() const { return mHash; }
 
-    /// From 0 on, times 9 plus the byte, which counts as a signed value.
+    /// Returns the hash of a text: starts at 0 and, for each byte, multiplies by 9 and adds the
+    /// byte as a signed value.
     static size_t hash(StringSpan text) {
         constexpr size_t ninePower8 = 43'046'721;
         const char* at = text.data;
         const char* const end = at + text.length;
         size_t result = 0;
-        // The bytes of a block don't wait for what was before, nor for one another.
+        // Within a block no step depends on the result so far, or on another byte's step.
         for (; end - at >= 8; at += 8) {
             result = result * ninePower8 + hashOfEight(at);
         }
@@ -44,10 +45,11 @@ public:
     }
 
 private:
-    /// The hash of eight bytes: of neighbours in pairs, of those in pairs, and of those.
+    /// Returns the hash of eight bytes: combines neighbouring bytes into pairs, the pairs into
+    /// fours, and the two fours into the result.
     static size_t hashOfEight(const char* bytes) {
         static_assert(std::endian::native == std::endian::little);
-        // A signed byte is the unsigned one with the other sign bit, less 128.
+        // A signed byte is the unsigned byte with its sign bit flipped, minus 128.
         constexpr uint64_t signBits = 0x8080'8080'8080'8080;
         constexpr uint64_t surplus = uint64_t{128} * (43'046'721 - 1) / 8;
         uint64_t x = 0;
@@ -62,17 +64,18 @@ private:
     size_t mHash;
 };
 
-/// A chained hash table from texts to values, of which nothing is ever removed.
+/// A chained hash table from texts to values. Entries are never removed.
 ///
-/// An entry, and so its value, stays where it is in memory as long as the table is there: growing
-/// links the entries anew. The table doesn't own the texts of its keys: whoever adds an entry sees
-/// to it that its text outlives the table. One thread at a time; users lock.
+/// An entry, and so its value, keeps its address for the lifetime of the table: when the table
+/// grows, the entries are only linked anew. The table doesn't own the texts of its keys: whoever
+/// adds an entry must make sure that its text outlives the table. There is no locking: use a table
+/// on one thread at a time, or under a lock of your own.
 template <class Value>
 class HashTable {
 public:
     static constexpr size_t firstBuckets = 4;
     static constexpr size_t growth = 4;
-    /// The table grows so that there are always fewer entries than this for each bucket.
+    /// The table grows so that the entries per bucket are always fewer than this on average.
     static constexpr size_t load = 3;
 
     HashTable() : mBuckets(firstBuckets) {}
@@ -81,7 +84,7 @@ public:
 
     size_t size() const { return mEntries.size(); }
 
-    /// The value of the text, or null.
+    /// Returns the value of the text, or null.
     Value* find(const HashedText& key) {
         for (Entry* entry = mBuckets[bucketOf(key.hash())]; entry != nullptr; entry = entry->next) {
             if (isEqual(entry->key, key.text())) {
@@ -91,7 +94,8 @@ public:
         return nullptr;
     }
 
-    /// Adds an entry for a text that has none. Throws std::bad_alloc, and has added nothing then.
+    /// Adds an entry for a text that doesn't have one yet. Throws std::bad_alloc; nothing is added
+    /// then.
     Value& add(const HashedText& key, Value value) {
         if (size() + 1 >= load * mBuckets.size()) {
             grow();
@@ -117,10 +121,10 @@ private:
                (a.data == b.data || std::memcmp(a.data, b.data, a.length) == 0);
     }
 
-    /// The count of buckets is a power of 2.
+    /// The number of buckets is a power of 2.
     size_t bucketOf(size_t hash) const { return hash & (mBuckets.size() - 1); }
 
-    /// Puts an entry to the front of its chain.
+    /// Adds an entry at the front of its chain.
     void link(Entry& entry, size_t hash) {
         entry.bucket = bucketOf(hash);
         entry.next = std::exchange(mBuckets[entry.bucket], &entry);

@@ -5,16 +5,16 @@
 
 #include "util/timer.h"
 
-/// Yields the timer that the wait for a busy lock is measured into, or null for none. It is called
-/// only when a lock is found busy, on the thread that is about to wait for it, so that the timer
-/// can be that thread's own. It must not take the lock in question.
+/// Returns the timer that measures the wait for a busy lock, or null for none. It is called only
+/// when a lock is busy, on the thread that is about to wait for it, so that the timer can be that
+/// thread's own. It must not take that lock.
 using TimerGetter = NestedTimer* (*)();
 
-/// The kind of a `Mutex`. Any other value is the thread library's default, made by way of an
-/// attribute object without a type.
+/// The type of a `Mutex`. Any other value means the thread library's default, created with an
+/// attribute object that has no type set.
 using MutexType = int;
 enum : MutexType {
-    /// The thread library's default, made without an attribute object.
+    /// The thread library's default, created without an attribute object.
     mutexDefault = 0,
     mutexPlain = 1,
     mutexErrorChecking = 2,
@@ -24,12 +24,12 @@ enum : MutexType {
 };
 
 /// Takes a lock and measures the wait for it. `tryLock` and `lock` are the pthread calls and return
-/// their results. Without a getter this is `lock()`. With one it is `tryLock()`, and only if that
-/// finds the lock busy, the getter is called and `lock()` runs in a scope of its timer: taking a
-/// free lock reads no clock. Any other result of `tryLock` is not examined.
+/// their results. Without a getter, only `lock()` is called. With a getter, `tryLock()` is called
+/// first; only if the lock is busy, the getter is called and `lock()` runs in a scope of its timer.
+/// So taking a free lock never reads the clock. Any other result of `tryLock` is ignored.
 template <class TryLock, class Lock>
 void lockMeasured(TimerGetter getter, TryLock tryLock, Lock lock) {
-    // Hints, so that the taking of a free lock is a straight run of code.
+    // Hints, so that taking a free lock is straight-line code.
     if (getter == nullptr) [[likely]] {
         lock();
         return;
@@ -40,16 +40,17 @@ void lockMeasured(TimerGetter getter, TryLock tryLock, Lock lock) {
     }
 }
 
-/// A mutex of the process. Unless its type is mutexRecursive, a thread that holds it must not lock
-/// it again: it would wait for itself for ever. One of mutexErrorChecking refuses instead; as
-/// results are not examined, `lock` just returns.
+/// A mutex within the process. Unless its type is mutexRecursive, a thread that holds it must not
+/// lock it again: it would wait for itself for ever. With mutexErrorChecking the second locking
+/// fails instead; as results are ignored, `lock` just returns.
 ///
-/// Results of locking, unlocking and destroying are not examined. A mutex that can't be made ends
-/// the process: "Unable to initialize a new mutex" on standard error, and abort.
+/// The results of locking, unlocking and destroying are ignored. If the mutex can't be created,
+/// "Unable to initialize a new mutex" and the error's text go to standard error, and the process
+/// aborts.
 class Mutex {
 public:
     explicit Mutex(MutexType type = mutexDefault) : mHandle(makeHandle(type)) {}
-    /// Of the default type. Waits for this mutex are measured into the getter's timer.
+    /// Has the default type. Waits for this mutex are measured with the getter's timer.
     explicit Mutex(TimerGetter getter) : mHandle(makeHandle(mutexDefault)), mGetter(getter) {}
     /// The mutex must not be held.
     ~Mutex();
@@ -61,16 +62,16 @@ public:
             mGetter, [this] { return pthread_mutex_trylock(mHandle); },
             [this] { return pthread_mutex_lock(mHandle); });
     }
-    /// True if the mutex was taken. Never waits.
+    /// Returns true if the mutex was taken. Never waits.
     bool tryLock() { return pthread_mutex_trylock(mHandle) == 0; }
     void unlock() { pthread_mutex_unlock(mHandle); }
 
-    /// A new pthread mutex for code that needs it bare. The caller ends it with
-    /// pthread_mutex_destroy, and frees the cell with delete.
+    /// Creates a bare pthread mutex. The caller destroys it with pthread_mutex_destroy and frees
+    /// the memory with delete.
     static pthread_mutex_t* makeHandle(MutexType type);
 
 private:
-    // Both wait or try with the bare handle.
+    // Both need the bare handle to wait or to try.
     friend class Condition;
     friend class RWMonitor;
 
@@ -78,8 +79,8 @@ private:
     TimerGetter mGetter = nullptr;
 };
 
-/// Holds a mutex from its construction to its end. A function that must be called with a lock held
-/// takes a `MutexLock&` as the proof, and asserts `lock.check(mMutex)`.
+/// Holds a mutex from construction to destruction. A function that must be called with a lock held
+/// takes a `MutexLock&` as proof and asserts `lock.check(mMutex)`.
 class MutexLock {
 public:
     explicit MutexLock(Mutex& m) : mMutex(&m) { mMutex->lock(); }
@@ -87,23 +88,24 @@ public:
     MutexLock(const MutexLock&) = delete;
     MutexLock& operator=(const MutexLock&) = delete;
 
-    /// True if `m` is the very mutex that this one holds.
+    /// Returns true if `m` is the mutex that this object holds.
     bool check(const Mutex& m) const { return mMutex == &m; }
 
 private:
     Mutex* mMutex;
 };
 
-/// A lock that many readers or one writer may hold. Whether a waiting writer holds back new readers
-/// is up to the thread library: see `RWMonitor` for one that promises it. A thread that holds it to
-/// write must not lock it again, nor one that reads lock it to write.
+/// A lock that many readers or one writer may hold. Whether a waiting writer blocks new readers
+/// depends on the thread library; `RWMonitor` guarantees it. A thread that holds the lock for
+/// writing must not lock it again, and a thread that holds it for reading must not lock it for
+/// writing.
 ///
-/// Results are not examined, as for `Mutex`. A lock that can't be made ends the process: "Unable to
-/// initialize a new rwlock" on standard error, and abort.
+/// Results are ignored, as for `Mutex`. If the lock can't be created, "Unable to initialize a new
+/// rwlock" and the error's text go to standard error, and the process aborts.
 class RWLock {
 public:
     RWLock() : RWLock(nullptr) {}
-    /// Waits for this lock, to read or to write, are measured into the getter's timer.
+    /// Waits for this lock, for reading or writing, are measured with the getter's timer.
     explicit RWLock(TimerGetter getter) : mHandle(makeHandle()), mGetter(getter) {}
     /// The lock must not be held.
     ~RWLock();
@@ -120,14 +122,14 @@ public:
             mGetter, [this] { return pthread_rwlock_trywrlock(mHandle); },
             [this] { return pthread_rwlock_wrlock(mHandle); });
     }
-    /// True if the lock was taken. Neither ever waits.
+    /// Return true if the lock was taken. Never wait.
     bool tryReadLock() { return pthread_rwlock_tryrdlock(mHandle) == 0; }
     bool tryWriteLock() { return pthread_rwlock_trywrlock(mHandle) == 0; }
-    /// Ends one hold of the calling thread, whichever kind it is.
+    /// Ends one hold of the calling thread, for reading or writing.
     void unlock() { pthread_rwlock_unlock(mHandle); }
 
-    /// A new pthread lock for code that needs it bare. The caller ends it with
-    /// pthread_rwlock_destroy, and frees the cell with delete.
+    /// Creates a bare pthread lock. The caller destroys it with pthread_rwlock_destroy and frees
+    /// the memory with delete.
     static pthread_rwlock_t* makeHandle();
 
 private:

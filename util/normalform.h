@@ -1,6 +1,6 @@
 #pragma once
 
-// The normal form of paths (see pathfun.h), for callers that don't need a std::string of it.
+// The normal form of paths (see pathfun.h), for callers that don't need it as a std::string.
 
 #include <string>
 #include <string_view>
@@ -9,16 +9,24 @@
 
 #include "util/textspan.h"
 
-/// Room for a path of usual length off the heap.
+/// A buffer that holds a path of usual length without a heap allocation.
 using PathBuffer = boost::container::small_vector<char, 512>;
 
-/// The normal form of `path`, which must be absolute: an assertion stops the process otherwise.
+/// Returns the normal form of `path`, which must be absolute: otherwise an assertion stops the
+/// process.
 std::string normalForm(StringSpan path);
 
-/// The same as text in `buffer`, which it replaces, and with each `/` turned into a `\` if that is
-/// the `separator`, which is `/` otherwise. `path` isn't in `buffer`.
+/// The same, but replaces the contents of `buffer` and returns a view of the text there.
+/// `separator` is `/` or `\`; if it is `\`, each `/` becomes a `\`. `path` must not be in `buffer`.
 std::string_view normalFormIn(PathBuffer& buffer, StringSpan path, char separator);
 
-/// Whether `path` is on a drive, differs from its normal form in the kind of separators alone, if
-/// in anything, and doesn't end in one. So `C:\` is none such, nor is `C:/a:/`.
+/// Returns whether `path` is on a drive, equals its normal form except for the kind of separators,
+/// and doesn't end in a separator.
+///
+///     C:\a        true
+///     c:/a\b      true
+///     C:\         false, it ends in a separator
+///     C:/a:/      false, the same
+///     C:/a:       false, its normal form is C:/a:/
+///     C:/a/..     false, its normal form is C:/
 bool isTidyOnDrive(StringSpan path);

@@ -4,22 +4,22 @@
 #include <stdexcept>
 #include <string>
 
-// Failures that carry a number, so that a reader can look them up and a caller can branch on them.
-// There is no catalogue: a message is a number and a text that the failing code has composed. What
-// comes from outside goes into that text through the escapes of util/escapedoutput.h, so that it
-// stays ASCII.
+// Errors that carry a number, so that a reader can look them up and a caller can branch on them.
+// There is no catalogue: a message is a number and a text that the failing code composes. Data from
+// outside goes into the text through the escapes of util/escapedoutput.h, so that the text stays
+// ASCII.
 
-/// What precedes the text of a numbered message in output: "ERROR NB5001: " or "WARNING NB0042: ".
+/// The prefix of a numbered message in output: "ERROR NB5001: " or "WARNING NB0042: ".
 struct MessagePrefix {
-    bool mIsError;  ///< an error, or a warning
+    bool mIsError;  ///< true for an error, false for a warning
     int mCode;  ///< printed in four columns or more, filled with zeros; 0 is a fault and stops the
                 ///< process
 };
 
 std::ostream& operator<<(std::ostream& out, const MessagePrefix& mp);
 
-/// A failure with its number. `what()` is the text as given, without a prefix: whoever catches the
-/// exception prints that together with the code.
+/// An error with its number. `what()` is the text as given, without a prefix: code that catches the
+/// exception prints it together with the number.
 class NumberedRuntimeError : public std::runtime_error {
 public:
     NumberedRuntimeError(int code, const std::string& text)

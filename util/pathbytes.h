@@ -1,11 +1,11 @@
 #pragma once
 
-// What path functions ask of many bytes at once: where separators and dots are, a copy with
-// separators of one kind, and how far two texts are alike. Each has a plain form, which says what
-// it does, and one for 64-bit x86 (all of which has SSE2), sixteen bytes at a time. Paths are bytes
-// here: nothing is decoded, and bytes from 0x80 up are no letters.
+// Byte operations for the path functions: finding separators and dots, copying with separators of
+// one kind, and measuring how far two texts agree. Each has a plain form, which defines what it
+// does, and a form for 64-bit x86 (which always has SSE2) that handles sixteen bytes at a time.
+// Paths are bytes here: nothing is decoded, and bytes from 0x80 up aren't letters.
 //
-// Nothing outside of the given bytes is read or written. For texts of paths, of a few dozen bytes.
+// Only the given bytes are read or written. The functions are meant for paths of a few dozen bytes.
 
 #include <algorithm>
 #include <bit>
@@ -21,7 +21,7 @@
 
 namespace pathbytes {
 
-/// Bit i is for byte i of at most `markedBytes`.
+/// Bit i describes byte i of a text of at most `markedBytes` bytes.
 struct Marks {
     uint64_t separators = 0;  ///< `/` and `\`
     uint64_t dots = 0;
@@ -30,12 +30,12 @@ struct Marks {
 };
 inline constexpr size_t markedBytes = 64;
 
-/// What turns `/` into `\` and back.
+/// XOR with this value turns `/` into `\` and back.
 inline constexpr char separatorsDiffer = '/' ^ '\\';
 
 namespace plain {
 
-/// The marks of `count` bytes, at most `markedBytes`.
+/// Returns the marks of `count` bytes, at most `markedBytes`.
 constexpr Marks marksOf(const char* text, size_t count) {
     Marks marks;
     for (size_t i = 0; i < count; ++i) {
@@ -46,8 +46,8 @@ constexpr Marks marksOf(const char* text, size_t count) {
     return marks;
 }
 
-/// Copies `count` bytes, with `separator` (`/` or `\`) for each separator. `to` may be `from`; the
-/// two don't overlap otherwise.
+/// Copies `count` bytes and replaces each separator by `separator` (`/` or `\`). `to` may equal
+/// `from`, but the two must not overlap otherwise.
 constexpr void copySeparatedBy(char separator, const char* from, size_t count, char* to) {
     const char other = static_cast<char>(separator ^ separatorsDiffer);
     for (size_t i = 0; i < count; ++i) {
@@ -55,13 +55,14 @@ constexpr void copySeparatedBy(char separator, const char* from, size_t count, c
     }
 }
 
-/// `/` for a separator, an ASCII letter in lower case, and any other byte as it is.
+/// Returns `/` for a separator, the lower-case letter for an ASCII letter, and any other byte
+/// unchanged.
 constexpr char folded(char c) {
     return c == '\\' ? '/' : c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
 }
 
-/// How many of the first `count` bytes of two texts are alike: the same but for the case of ASCII
-/// letters and the kind of separators.
+/// Returns how many bytes at the start of two texts are alike, at most `count`: equal except for
+/// the case of ASCII letters and the kind of separators.
 constexpr size_t alikeLength(const char* a, const char* b, size_t count) {
     size_t length = 0;
     while (length < count && folded(a[length]) == folded(b[length])) {
@@ -74,7 +75,8 @@ constexpr size_t alikeLength(const char* a, const char* b, size_t count) {
 
 #ifdef NB_PATHBYTES_SSE2
 
-// Bytes that don't fill a block belong to one that begins earlier and is looked at twice.
+// If the last bytes don't fill a block, the last block begins earlier and overlaps the one before,
+// so that some bytes are processed twice.
 namespace sse2 {
 
 inline constexpr size_t block = 16;
@@ -88,7 +90,7 @@ inline __m128i loadHalf(const char* from) {
 }
 inline uint64_t bitsOf(__m128i bytes) { return static_cast<uint32_t>(_mm_movemask_epi8(bytes)); }
 
-/// The bytes of a text shorter than `halfBlock`, and zeros.
+/// Returns the bytes of a text shorter than `halfBlock`, padded with zeros.
 inline uint64_t loadShort(const char* from, size_t count) {
     const auto byteAt = [from](size_t at) {
         return uint64_t{static_cast<unsigned char>(from[at])} << (8 * at);
@@ -128,7 +130,7 @@ inline void addMarks(__m128i bytes, size_t at, Marks& marks) {
 inline Marks marksOf(const char* text, size_t count) {
     Marks marks;
     if (count >= block) {
-        // The same four steps for each length, which no branch has to guess.
+        // The same four steps for every length, so that no branch has to be predicted.
         const size_t last = count - block;
         for (size_t at = 0; at < markedBytes; at += block) {
             addMarks(load(text + std::min(at, last)), std::min(at, last), marks);
@@ -184,7 +186,7 @@ inline __m128i folded(__m128i bytes) {
     return _mm_or_si128(separatedBy('/', bytes), _mm_and_si128(upper, _mm_set1_epi8('a' - 'A')));
 }
 
-/// A bit for each byte that is alike in both.
+/// Returns a bit for each byte that is alike in both.
 inline uint64_t alike(__m128i a, __m128i b) {
     const uint64_t same = bitsOf(_mm_cmpeq_epi8(a, b));
     return same == 0xFFFF ? same : bitsOf(_mm_cmpeq_epi8(folded(a), folded(b)));

@@ -2,15 +2,15 @@
 
 #include <cstdint>
 
-// The shapes of util/pathcollationdata.h.
+// The types of the tables in util/pathcollationdata.h.
 
-/// Units that follow one another.
+/// Consecutive units.
 struct UnitRun {
     uint16_t first;
     uint16_t count = 1;
 };
 
-/// Letters of both cases, each `step` behind the one before.
+/// Pairs of letters, upper and lower case, each `step` after the pair before.
 struct PairRun {
     uint16_t upper;
     uint16_t lower;

@@ -1,6 +1,6 @@
 #pragma once
 
-// Where the separators of a path are, for functions that walk it from name to name.
+// Finds the separators of a path, for functions that walk it from name to name.
 
 #include <bit>
 #include <cstdint>
@@ -8,24 +8,26 @@
 #include "util/pathbytes.h"
 #include "util/textspan.h"
 
-/// Looks at a path a window of some 60 characters at a time, at the first question. The path
-/// outlives it.
+/// Reads a path in windows of about 60 characters, each when a query first needs it. The path must
+/// outlive this object.
 class PathMarks {
 public:
     explicit PathMarks(StringSpan path) : mPath(path) {}
 
     StringSpan path() const { return mPath; }
 
-    /// The first separator at or after `from`, or the end of the path.
+    /// Returns the first separator at or after `from`, or the end of the path.
     size_t nextSeparator(size_t from) { return next(from, mSeparators); }
-    /// The first character at or after `from` that is none, or the end of the path.
+    /// Returns the first character at or after `from` that isn't a separator, or the end of the
+    /// path.
     size_t nextNameCharacter(size_t from) { return next(from, mNameCharacters); }
-    /// The first separator at or after `from` after which a normal form is another, or the end of
-    /// the path: one before a separator, the end, or a name that is `.` or `..`.
+    /// Returns the first separator at or after `from` where the path differs from its normal form,
+    /// or the end of the path. This is a separator before another separator, before the end, or
+    /// before a name that is `.` or `..`.
     size_t nextUntidy(size_t from) { return next(from, mUntidy); }
 
 private:
-    /// What makes a separator untidy is at most so far after it.
+    /// The characters that make a separator untidy are at most this far after it.
     static constexpr size_t AHEAD = 3;
     static constexpr size_t WINDOW = pathbytes::markedBytes - AHEAD;
 
@@ -49,7 +51,7 @@ private:
     void moveTo(size_t at);
 
     StringSpan mPath;
-    // The window, and a bit for each of its characters.
+    // The window, with one bit per character.
     size_t mBegin = 0;
     size_t mSize = 0;
     uint64_t mSeparators = 0;

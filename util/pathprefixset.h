@@ -4,22 +4,22 @@
 #include <set>
 #include <string>
 
-/// An ordered set of paths, some of which stand for everything that begins with them. Paths are
-/// compared byte by byte: nothing is folded, and the prefix `C:/a` covers `C:/ab`.
+/// An ordered set of paths. An entry can be a prefix, which covers everything that begins with it.
+/// Paths are compared byte by byte: nothing is folded, and the prefix `C:/a` covers `C:/ab`.
 ///
-/// As no entry is kept that a prefix of the set covers, there is at most one that covers a key. One
-/// thread at a time, or any number that only read.
+/// The set never holds an entry that a prefix of the set covers, so at most one entry covers a key.
+/// Use a set on one thread at a time, or on any number of threads that only read.
 class PathPrefixSet {
 public:
     struct Entry {
         std::string path;
-        bool isPrefix;  ///< covers all that begins with `path`, and not only that itself
+        bool isPrefix;  ///< covers everything that begins with `path`, not only `path` itself
 
         bool covers(const std::string& key) const;
     };
 
 private:
-    /// By the bytes of the paths, also against a path alone.
+    /// Orders by the bytes of the paths; also compares an entry with a plain path.
     struct Less {
         using is_transparent = void;
         bool operator()(const Entry& a, const Entry& b) const { return a.path < b.path; }
@@ -31,10 +31,10 @@ private:
 public:
     using const_iterator = Entries::const_iterator;
 
-    /// Adds a path, unless a prefix of the set covers it; a path that is there becomes a prefix if
-    /// `isPrefix` says so. A prefix takes away the entries that it covers.
+    /// Adds a path, unless a prefix of the set covers it. If the path is already in the set and
+    /// `isPrefix` is true, its entry becomes a prefix. A prefix removes the entries that it covers.
     void insert(std::string path, bool isPrefix);
-    /// The entry that covers `key`, or `end()`.
+    /// Returns the entry that covers `key`, or `end()`.
     const_iterator find(const std::string& key) const;
 
     const_iterator begin() const { return mEntries.begin(); }

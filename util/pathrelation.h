@@ -1,15 +1,16 @@
 #pragma once
 
-// What isInPath and makeRelativeTo tell (see pathfun.h), for text that need not be a std::string.
+// The relations of isInPath and makeRelativeTo (see pathfun.h), for text that need not be a
+// std::string.
 
 #include <cstddef>
 #include <optional>
 
 #include "util/textspan.h"
 
-/// As isInPath.
+/// The same as isInPath.
 bool liesIn(StringSpan prefix, StringSpan path);
-/// The same, faster where both begin with upper-case ASCII letters that differ, as drives do.
+/// The same, but faster if both texts begin with different upper-case ASCII letters, as drives do.
 inline bool liesInOnDrive(StringSpan prefix, StringSpan path) {
     const auto isUpperCase = [](char c) { return c >= 'A' && c <= 'Z'; };
     if (prefix.length != 0 && path.length != 0 && prefix.data[0] != path.data[0] &&
@@ -19,6 +20,7 @@ inline bool liesInOnDrive(StringSpan prefix, StringSpan path) {
     return liesIn(prefix, path);
 }
 
-/// Where what makeRelativeTo leaves of `path` begins: at its end if that is nothing. No value where
-/// makeRelativeTo is false. `base` must be absolute: an assertion stops the process.
+/// Returns where the rest of `path` begins that makeRelativeTo leaves, or the end of `path` if
+/// nothing is left. Returns no value if makeRelativeTo returns false. `base` must be absolute:
+/// otherwise an assertion stops the process.
 std::optional<size_t> restBelow(StringSpan base, StringSpan path);

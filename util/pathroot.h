@@ -22,17 +22,18 @@ inline size_t skipName(StringSpan path, size_t at) {
     return at;
 }
 
-/// The name after `at` and the separators there; empty, at the end of the path, if there is none.
+/// Returns the next name after `at` and the separators there. If there is none, the result is
+/// empty, at the end of the path.
 inline PathRange nextName(StringSpan path, size_t at) {
     const size_t begin = skipSeparators(path, at);
     return {begin, skipName(path, begin)};
 }
 
-/// The outcome of looking for a root.
+/// The result of a search for a root.
 struct PathRoot {
     bool absolute = false;
-    PathRange range;  ///< from 0; empty for a path without a root
-    // Of a share alone; empty otherwise.
+    PathRange range;  ///< starts at 0; empty for a path without a root
+    // Only for a share; empty otherwise.
     PathRange server;
     PathRange share;
 
@@ -54,14 +55,14 @@ struct CygwinPathMode {
 };
 extern CygwinPathMode gCygwinPathMode;
 
-/// Whether `path` begins with a drive: any character but a separator, and a colon, whatever comes
-/// next.
+/// Returns whether `path` begins with a drive: any character except a separator, and a colon.
+/// Anything may follow.
 inline constexpr size_t driveLength = 2;
 constexpr bool beginsWithDrive(StringSpan path) {
     return path.length >= driveLength && path.data[1] == ':' && !isPathSeparator(path.data[0]);
 }
 
-/// Whether `path` begins with a folder of one character under the Cygwin drive prefix.
+/// Returns whether `path` begins with a folder of one character under the Cygwin drive prefix.
 bool beginsWithCygwinDrive(StringSpan path);
 
 inline PathRoot findShare(PathMarks& marks, size_t serverBegin) {
@@ -78,8 +79,8 @@ inline PathRoot findShare(PathMarks& marks, size_t serverBegin) {
     return root;
 }
 
-/// The root of a path that doesn't begin with a drive. Inline for normalForm, where shares are
-/// measured; all others take the form below.
+/// Returns the root of a path that doesn't begin with a drive. Inline for normalForm, where the
+/// time for shares is measured; all other callers use the function below.
 inline PathRoot findOtherRoot(PathMarks& marks) {
     const StringSpan path = marks.path();
     PathRoot root;
@@ -116,5 +117,5 @@ inline PathRoot findRoot(StringSpan path) {
     return beginsWithDrive(path) ? driveRoot() : findOtherRoot(path);
 }
 
-/// Stops the process by an assertion if a path that has to be absolute isn't.
+/// Stops the process by an assertion if a path that must be absolute isn't.
 void assertAbsolute(bool absolute);

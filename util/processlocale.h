@@ -2,12 +2,14 @@
 
 #include <locale>
 
-/// The process-wide locale: the one that the environment variable NIMBREL_LOCALE names, with all
-/// categories, or "C" if the variable isn't set or names no locale. An empty variable names the
-/// user's own locale, as LC_ALL, LANG and the like have it. Made on first use, at the latest during
-/// static construction, and never changed or freed afterwards; any thread may call.
+/// Returns the process-wide locale. The environment variable NIMBREL_LOCALE names it; it has all
+/// categories of that locale. If the variable isn't set, or doesn't name a locale, the locale is
+/// "C". An empty variable names the user's own locale, as set by LC_ALL, LANG and similar
+/// variables. The locale is created on first use, at the latest during static construction, and is
+/// never changed or freed afterwards. Any thread may call this function.
 const std::locale& processLocale();
 
-/// The choice of `processLocale`: the locale of that name, with all categories, or "C" if `name` is
-/// null or names no locale, without a word. An empty name is the user's own locale.
+/// Returns the locale with this name, with all categories, by the rules of `processLocale`: "C" if
+/// `name` is null or doesn't name a locale, without an error, and the user's own locale if it is
+/// empty.
 std::locale localeOrClassic(const char* name);

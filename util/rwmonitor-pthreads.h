@@ -3,35 +3,35 @@
 #include "util/condition-pthreads.h"
 #include "util/mutex-pthreads.h"
 
-/// A gate that many readers or one writer may hold, and at which writers go first: a writer that
-/// waits holds back all readers that come later. So a thread must not lock it for reading twice:
-/// see `addReader`.
+/// A lock that many readers or one writer may hold. Writers take precedence: a waiting writer
+/// blocks all readers that come later. So a thread must not lock it for reading twice: see
+/// `addReader`.
 ///
-/// It stands on a mutex and a condition of someone else's, which several monitors may share and
-/// which must outlive it. The mutex is taken by each operation, for its bookkeeping only, and so
-/// must not be held by the caller.
+/// The monitor uses a mutex and a condition of its owner's, which several monitors may share and
+/// which must outlive it. Each operation takes the mutex for its bookkeeping only, so the caller
+/// must not hold it.
 class RWMonitor {
 public:
     RWMonitor(Mutex& m, Condition& c) : RWMonitor(m, c, nullptr) {}
-    /// Waits are measured into the getter's timer: those for the busy mutex, and those at the gate.
-    /// For the latter the getter is called with the mutex held, and must not take it.
+    /// Waits are measured with the getter's timer, both for the busy mutex and for the monitor
+    /// itself. For the latter, the getter is called with the mutex held, and must not take it.
     RWMonitor(Mutex& m, Condition& c, TimerGetter getter)
         : mMutex(&m), mCondition(&c), mGetter(getter) {}
-    /// Asserts that nobody holds the monitor or waits for it. No operation may still be running.
+    /// Asserts that no thread holds the monitor or waits for it. No operation may still be running.
     ~RWMonitor();
     RWMonitor(const RWMonitor&) = delete;
     RWMonitor& operator=(const RWMonitor&) = delete;
 
-    /// Waits until no writer holds the monitor or waits for it.
+    /// Waits until no writer holds the monitor or waits for it, and locks it for reading.
     void lockForRead();
-    /// Waits until nobody holds the monitor.
+    /// Waits until no thread holds the monitor, and locks it for writing.
     void lockForWrite();
-    /// Enters as a reader without waiting, past writers that wait. No writer may hold the monitor:
-    /// its hold would be lost. For a thread that vouches that it may, such as one that has locked
-    /// for reading already. Ended by an `unlock` of its own.
+    /// Locks for reading without waiting, ahead of any waiting writers. No writer may hold the
+    /// monitor: its hold would be lost. For a thread that is sure of this, such as one that has
+    /// already locked for reading. Needs its own `unlock`.
     void addReader();
-    /// Ends one hold, of either kind. Asserts that there is one. A hold isn't bound to a thread:
-    /// any may end it.
+    /// Ends one hold, for reading or writing. Asserts that there is one. A hold isn't bound to a
+    /// thread: any thread may end it.
     void unlock();
 
 private:

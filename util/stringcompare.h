@@ -5,34 +5,38 @@
 
 #include "util/textspan.h"
 
-// Comparisons of text. "NoCase" is left to the C runtime: case folds by that runtime's locale (see
-// cruntime.h), where both texts have a NUL at the same place, what stands behind it isn't looked
-// at, and bytes beyond ASCII come before or behind the letters as that runtime has it. All else is
-// ordered by unsigned bytes.
+// Comparisons of text. Those that ignore case use the C runtime: case folds by its locale (see
+// cruntime.h); if both texts have a NUL at the same place, the characters after it aren't compared;
+// and the runtime decides whether bytes beyond ASCII sort before or after the letters. All others
+// order by unsigned bytes.
 
-/// Same length and, but for case, same characters. A null `data` equals another null `data` of the
-/// same length and nothing else, so a null span and an empty text differ.
+/// Returns whether both have the same length and, except for case, the same characters. A null
+/// `data` equals only another null `data` of the same length, so a null span and an empty text
+/// differ.
 bool equalsNoCase(StringSpan a, StringSpan b);
-/// Whether `a` comes before `b` but for case; a proper prefix comes first. A null `data` comes
-/// before every other text; of two, the shorter comes first.
+/// Returns whether `a` comes before `b`, ignoring case; a proper prefix comes first. A null `data`
+/// comes before every other text; of two null ones, the shorter comes first.
 bool lessNoCase(StringSpan a, StringSpan b);
 
-/// The same over UTF-16 units. A null is no value of its own here: a null span is an empty text.
+/// The same for UTF-16 units, except that a null span is an empty text.
 bool equalsNoCase(WideSpan a, WideSpan b);
 bool lessNoCase(WideSpan a, WideSpan b);
 
-/// Same length and same bytes, NUL included. A null span is an empty text.
+/// Returns whether both have the same length and the same bytes, including NULs. A null span is an
+/// empty text.
 bool equalsExact(StringSpan a, StringSpan b);
-/// Whether `a` comes before `b` byte by byte; a proper prefix comes first. A null span is an empty
-/// text.
+/// Returns whether `a` comes before `b` byte by byte; a proper prefix comes first. A null span is
+/// an empty text.
 bool lessExact(StringSpan a, StringSpan b);
 
-/// Below, at or above 0 for the first `n` characters but for case; a text that ends at its NUL
-/// before that comes first. Null equals null (0) and comes before all else (-1 and 1).
+/// Compares the first `n` characters, ignoring case, and returns a number below, at or above 0. A
+/// text that ends at its NUL before that comes first. Null equals null (0) and comes before
+/// everything else (-1 and 1).
 int compareNoCase(const char* a, const char* b, size_t n);
 
-/// A total order of strings up to their first NUL: with `caseSensitive` by bytes; without, case is
-/// ignored first and then decides between texts that differ in nothing else ("A", "a", "B").
+/// A total order of strings, which are compared up to their first NUL. With `caseSensitive` the
+/// order is by bytes. Without it case is ignored at first, and only decides between texts that
+/// don't differ otherwise ("A", "a", "B").
 struct StringLess {
     bool caseSensitive;
 
@@ -40,8 +44,8 @@ struct StringLess {
     bool operator()(const std::string& a, const std::string& b) const;
 };
 
-/// Equality of strings up to their first NUL. Without `caseSensitive` "A" equals "a", although
-/// `StringLess` tells the two apart.
+/// Equality of strings, which are compared up to their first NUL. Without `caseSensitive` "A"
+/// equals "a", although `StringLess` distinguishes them.
 struct StringEqual {
     bool caseSensitive;
 
@@ -49,14 +53,21 @@ struct StringEqual {
     bool operator()(const std::string& a, const std::string& b) const;
 };
 
-/// Compares ranges of `*text`, which must outlive the object, by what stands there; the ranges
-/// must lie inside the text. Over the shorter length, up to a NUL in both: without
-/// `caseSensitive` ignoring case, then by bytes; where nothing differs the shorter range is less.
+/// Compares ranges of `*text` by their characters. The text must outlive this object, and the
+/// ranges must be within the text. The comparison covers the shorter length and stops at a NUL in
+/// both: first ignoring case, unless `caseSensitive` is set, then by bytes. If nothing differs, the
+/// shorter range is less.
 ///
-/// Without `caseSensitive` this is no order of ranges of unlike length: "Ab" is less than "a" by
-/// the byte, "a" less than "aa" by the length, "aa" less than "Ab" ignoring case. Callers rely on
-/// the outcome, so don't hand it to an algorithm that needs an order (`sortUniqueRanges` uses a
-/// heap sort, which stays inside the range).
+///     range   caseSensitive   other
+///     "B"     true            "a"      less, by the byte
+///     "a"     false           "B"      less, ignoring case
+///     "A"     false           "a"      less, by the byte
+///     "ab"    either          "abc"    less, by the length
+///
+/// Without `caseSensitive` this isn't an order for ranges of different lengths: "Ab" is less than
+/// "a" by the byte, "a" is less than "aa" by the length, and "aa" is less than "Ab" ignoring case.
+/// Callers rely on these results, so don't pass this object to an algorithm that needs an order
+/// (`sortUniqueRanges` uses a heap sort, which stays within the range).
 struct RangeLess {
     const std::string* text;
     bool caseSensitive;
@@ -67,7 +78,8 @@ struct RangeLess {
     bool operator()(const TextRange& a, const TextRange& b) const;
 };
 
-/// Same length and same characters, up to a NUL in both. The text is as for `RangeLess`.
+/// Returns whether both ranges have the same length and the same characters, up to a NUL in both.
+/// Case is ignored unless `caseSensitive` is set. The text is as for `RangeLess`.
 struct RangeEqual {
     const std::string* text;
     bool caseSensitive;

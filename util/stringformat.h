@@ -3,6 +3,6 @@
 #include <cstddef>
 #include <string>
 
-/// printf-style text of at most `capacity` characters. The capacity is the caller's promise: a
-/// longer text is a programming fault and ends in std::length_error.
+/// Returns a printf-style text of at most `capacity` characters. The caller guarantees that the
+/// text fits: a longer one is a programming error, for which std::length_error is thrown.
 [[gnu::format(printf, 2, 3)]] std::string format(size_t capacity, const char* pattern, ...);

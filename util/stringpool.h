@@ -6,23 +6,25 @@
 #include "util/mutex-pthreads.h"
 #include "util/textspan.h"
 
-/// Texts of which each is kept once, so that equal texts have one address: a pooled text can go
-/// through interfaces as a plain `const char*`, and be told from others by its address.
+/// Stores each text once, so that equal texts have the same address. A pooled text can be passed
+/// through interfaces as a plain `const char*`, and texts can be compared by their addresses.
 ///
-/// Any thread may call. std::bad_alloc may be thrown, and has no effect otherwise.
+/// Any thread may call the functions. They may throw std::bad_alloc, which leaves the pool
+/// unchanged.
 class StringPool {
 public:
-    /// The pool of the process, made at the first call and kept to the end of the process.
+    /// Returns the pool of the process, which is created by the first call and lives until the
+    /// process ends.
     static StringPool& instance();
 
     StringPool();
     StringPool(const StringPool&) = delete;
     StringPool& operator=(const StringPool&) = delete;
 
-    /// The pooled text, with a NUL behind it; good as long as the pool is there.
+    /// Returns the pooled text, with a terminator. It is valid as long as the pool exists.
     const char* intern(const HashedText& text);
 
-    /// The pooled empty text, which is there from the start.
+    /// Returns the pooled empty text, which exists from the start.
     const char* empty() const { return mEmpty; }
 
 private:
@@ -34,6 +36,6 @@ private:
     const char* mEmpty;
 };
 
-/// The text as the pool of the process has it; good to the end of the process. Null counts as the
-/// empty text. Any thread may call. Throws std::bad_alloc.
+/// Returns the text from the pool of the process, valid until the process ends. Null counts as the
+/// empty text. Any thread may call this function. Throws std::bad_alloc.
 const char* internString(const char* text);

@@ -4,33 +4,47 @@
 
 // Scanners and small parsers: fields, command lines, escape characters.
 
-/// Takes the next field from a terminated text that it cuts up: the field is terminated in place,
-/// and `*cursor` moves behind its delimiter. Null, with the cursor where it was, once the cursor
-/// stands on the terminator. Adjacent delimiters make empty fields; a delimiter at the very end
-/// makes none.
+/// Returns the next field of a terminated text. The text is modified: the field is terminated in
+/// place, and `*cursor` moves past its delimiter. Returns null, and leaves the cursor where it is,
+/// if the cursor is at the terminator. Adjacent delimiters yield empty fields; a delimiter at the
+/// very end yields none: "one::two:" has the fields "one", "" and "two".
 char* nextField(char** cursor, char delimiter);
 
-/// Cuts "name:number" at the first colon; the number is read as by `atoi`, 0 where there is none,
-/// and beyond an int whatever `atoi` makes of it. Without a colon `name` becomes the whole text,
-/// and `*number` keeps its value. `number` is not null; `name` may be the text itself.
+/// Splits "name:number" at the first colon. The number is read by `atoi`: it is 0 if there is none,
+/// and if it doesn't fit an int, the result is that of `atoi`. Without a colon `name` becomes the
+/// whole text, and `*number` is unchanged. `number` must not be null; `name` may be the text
+/// itself.
+///
+///     port:8080        port, 8080
+///     port: -7 rest    port, -7
+///     a:1:2            a, 1
+///     port:            port, 0
+///     port             port, number unchanged
 void splitNameAndNumber(const std::string& text, std::string& name, int* number);
 
-/// The start of the second argument of a Windows command line, by the quoting rules of the Windows
-/// runtime library: quotes hold spaces together, and a quote behind an odd number of backslashes is
-/// an ordinary character. Only spaces part arguments, and spaces at the front stand for a first
-/// argument that is empty. The terminator if there is no second argument.
+/// Returns the start of the second argument of a Windows command line, or the terminator if there
+/// is no second argument. The quoting rules are those of the Windows runtime library: quotes hold
+/// spaces together, and a quote after an odd number of backslashes is an ordinary character. Only
+/// spaces separate arguments. Spaces at the front mean that the first argument is empty.
+///
+///     "a b" c        c
+///     a\"b c         c
+///     a\\"b c" d     d
 const char* nextArgument(const char* commandLine);
 
-/// The first `c` in the range that isn't escaped, that is, doesn't follow an `esc` which isn't
-/// escaped itself; `last` if there is none. A NUL that isn't escaped ends the scan, too, and is the
-/// result. `c` and `esc` must differ, and neither is NUL.
+/// Returns the first `c` in the range that isn't escaped, or `last` if there is none. A character
+/// is escaped if it follows an `esc` that isn't escaped itself. An unescaped NUL also ends the
+/// scan, and is the result. `c` and `esc` must differ, and neither may be NUL.
+///
+///     a\;b;c     the second semicolon
+///     a\\;b      the semicolon
 const char* findUnescaped(const char* first, const char* last, char c, char esc);
 
-/// The first character in the range that is in `set`, or `last`. A NUL in the range counts as
-/// found.
+/// Returns the first character in the range that is in `set`, or `last` if there is none. A NUL in
+/// the range counts as found.
 const char* findAnyOf(const char* first, const char* last, const char* set);
 
-/// Appends the words of a null-terminated vector to a command line, each in double quotes and with
-/// a space behind it, the last not excepted. The shell operators ">", ">>", "|", "<", "2>&1",
-/// "1>&2" and "2>" stay bare. Quotes and backslashes inside a word are not escaped.
+/// Appends the words of a null-terminated vector to a command line, each in double quotes and
+/// followed by a space, even the last one. The shell operators ">", ">>", "|", "<", "2>&1", "1>&2"
+/// and "2>" are not quoted. Quotes and backslashes in a word are not escaped.
 void appendQuotedWords(const char* const* words, std::string& commandLine);

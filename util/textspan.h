@@ -5,16 +5,16 @@
 #include <string_view>
 #include <utility>
 
-/// Characters that somebody else owns, the argument type of functions that compare or parse text.
-/// Neither a terminator nor UTF-8 is required. A null `data` is told apart from an empty text by
-/// the functions that say so.
+/// A reference to characters that it doesn't own, the argument type of functions that compare or
+/// parse text. It needn't be terminated or be UTF-8. Only functions whose comment says so
+/// distinguish a null `data` from an empty text.
 struct StringSpan {
     const char* data = nullptr;
     size_t length = 0;
 
     constexpr StringSpan() = default;
     constexpr StringSpan(const char* characters, size_t count) : data(characters), length(count) {}
-    /// Up to the terminator; null gives a null span.
+    /// Up to the terminator. Null makes a null span.
     constexpr StringSpan(const char* text)
         : data(text), length(text == nullptr ? 0 : std::char_traits<char>::length(text)) {}
     StringSpan(const std::string& text) : data(text.data()), length(text.size()) {}
@@ -23,7 +23,7 @@ struct StringSpan {
     constexpr std::string_view view() const { return {data, length}; }
 };
 
-/// The same over UTF-16 units; `length` counts units.
+/// The same for UTF-16 units; `length` counts units.
 struct WideSpan {
     const wchar_t* data = nullptr;
     size_t length = 0;
@@ -35,11 +35,11 @@ struct WideSpan {
     WideSpan(const std::wstring& text) : data(text.data()), length(text.size()) {}
 };
 
-/// Start and end (exclusive) of a stretch of a string that the range doesn't own. Means something
-/// only while that string is unchanged.
+/// Start and end (exclusive) of a part of a string that the range doesn't own. Only meaningful
+/// while that string is unchanged.
 using TextRange = std::pair<size_t, size_t>;
 
-/// A stretch of a path, from `begin` to one past its last character. Empty if both are equal.
+/// A part of a path, from `begin` to one past its last character. Empty if both are equal.
 struct PathRange {
     size_t begin = 0;
     size_t end = 0;

@@ -9,17 +9,17 @@
 #include "util/condition-pthreads.h"
 #include "util/mutex-pthreads.h"
 
-/// Owns the attributes that a thread is made with.
+/// Owns the attributes for a new thread.
 class ThreadAttributes {
 public:
-    /// Attributes that can't be made, detached or destroyed stop the process by an assertion.
+    /// If a call to create, detach or destroy the attributes fails, an assertion stops the process.
     ThreadAttributes();
     ~ThreadAttributes();
     ThreadAttributes(const ThreadAttributes&) = delete;
     ThreadAttributes& operator=(const ThreadAttributes&) = delete;
 
     void setDetached();
-    /// In bytes. A size that the thread library refuses leaves its default.
+    /// In bytes. If the thread library rejects the size, its default remains.
     void setStackSize(size_t bytes);
 
     pthread_attr_t raw;
@@ -37,45 +37,45 @@ public:
 ///         }
 ///     };
 ///
-/// One thread starts, joins and destroys the object; a stop can be requested by any. While it
-/// exists, the thread counts in pthread_setconcurrency, a hint that no lock guards.
+/// One thread starts, joins and destroys the object; any thread can request a stop. From its start
+/// until it is joined, the thread counts in pthread_setconcurrency, a hint that no lock guards.
 ///
 /// The order of the virtual operations and of the fields is fixed.
 class Thread {
 public:
     Thread() = default;
-    /// The thread must have been joined: an assertion stops the process otherwise.
+    /// The thread must have been joined: otherwise an assertion stops the process.
     virtual ~Thread();
     Thread(const Thread&) = delete;
     Thread& operator=(const Thread&) = delete;
 
-    /// Requests a stop: `stop(lock)` with the lock taken.
+    /// Requests a stop: locks the mutex and calls `stop(lock)`.
     virtual void stop();
     /// Does nothing; for derived classes.
     virtual void notify();
-    /// Is called by `join` when that fails. Does nothing.
+    /// Called by `join` if it fails. Does nothing.
     virtual void joinFailed();
-    /// What the thread does. The result is what `join` returns; an exception ends the process.
+    /// The work of the thread. `join` returns its result; an exception ends the process.
     virtual void* run() = 0;
-    /// Sets the stop request, which stays for later starts, and wakes a thread that waits for it.
-    /// `lock` holds the object's mutex: an assertion stops the process otherwise.
+    /// Sets the stop request, which remains set for later starts, and wakes a thread that waits for
+    /// it. `lock` must hold the object's mutex: otherwise an assertion stops the process.
     virtual void stop(MutexLock& lock);
-    /// Asserts the same and does nothing else; for derived classes.
+    /// Makes the same assertion and does nothing else; for derived classes.
     virtual void notify(MutexLock& lock);
 
-    /// Starts `run` on a thread of its own, with so many bytes of stack, or the default for 0. The
-    /// thread before must have been joined: an assertion stops the process otherwise. Throws
-    /// std::runtime_error, with nothing changed, if no thread can be had ("Unable to start new
-    /// thread: ..."); std::bad_alloc passes.
+    /// Starts `run` on a new thread, with `stackSize` bytes of stack, or the default size for 0.
+    /// The previous thread must have been joined: otherwise an assertion stops the process. If no
+    /// thread can be created, throws std::runtime_error ("Unable to start new thread: ...") and
+    /// changes nothing; std::bad_alloc passes through.
     void start(size_t stackSize = 0);
-    /// Waits for the end of the thread and returns what `run` did; null if none was started. A
-    /// failure goes to standard error and to `joinFailed`, and counts as the end; the result is
-    /// then whatever was got.
+    /// Waits until the thread ends and returns the result of `run`, or null if no thread was
+    /// started. If that fails, the error is written to standard error and `joinFailed` is called;
+    /// the thread then counts as joined, and the result is unspecified.
     void* join();
 
-    /// Runs a copy of `f` on a thread that nobody joins, with a stack as for `start`. Throws as
-    /// `start` does, and what copying `f` throws. What `f` throws ends the process; so does an
-    /// empty one, which throws boost::bad_function_call there.
+    /// Runs a copy of `f` on a thread that is never joined, with a stack as for `start`. Throws
+    /// what `start` throws, and what copying `f` throws. An exception from `f` ends the process; so
+    /// does an empty `f`, which throws boost::bad_function_call on that thread.
     static void startDetached(const boost::function<void()>& f, size_t stackSize = 0);
 
     static pthread_t self() { return pthread_self(); }

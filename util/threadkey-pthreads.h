@@ -2,14 +2,14 @@
 
 #include <pthread.h>
 
-/// One value per thread, of type `void*`, null until the thread sets it. When a thread ends with a
-/// value that isn't null, `destructor` (which may be null) gets that value on that thread.
+/// One value per thread, of type `void*`, null until the thread sets it. When a thread ends and its
+/// value isn't null, `destructor` (which may be null) is called with that value on that thread.
 ///
-/// Results of the pthread calls are not examined. `get` and `set` may be called by any thread.
+/// The results of the pthread calls are ignored. Any thread may call `get` and `set`.
 class ThreadKey {
 public:
     explicit ThreadKey(void (*destructor)(void*)) { pthread_key_create(&mKey, destructor); }
-    /// Destructors of values that are still set do not run.
+    /// The destructor is not called for values that are still set.
     ~ThreadKey() { pthread_key_delete(mKey); }
     ThreadKey(const ThreadKey&) = delete;
     ThreadKey& operator=(const ThreadKey&) = delete;

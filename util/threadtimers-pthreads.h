@@ -5,8 +5,8 @@
 
 #include "util/timer.h"
 
-/// The timers of one thread. Made when the thread first needs one and never removed, so that the
-/// timers of finished threads can still be read. Only its thread adds timers.
+/// The timers of one thread. The record is created when the thread first needs one and is never
+/// removed, so that the timers of finished threads can still be read. Only its thread adds timers.
 struct ThreadTimerRecord {
     ThreadTimerRecord* mNext = nullptr;
     /// The first word of the thread's pthread_self handle.
@@ -15,17 +15,18 @@ struct ThreadTimerRecord {
     NestedTimer* mTimers = nullptr;
 };
 
-/// The records of all threads, newest first, null as long as there is none. Any thread may walk
-/// the list at any time; what hangs on a record is safe to read once its thread has ended, or on
-/// that thread.
+/// The records of all threads, newest first; null until there is one. Any thread may walk the list
+/// at any time. The timers of a record may be read on its own thread, or after that thread has
+/// ended.
 extern std::atomic<ThreadTimerRecord*> gThreadTimerRecords;
 
-/// The calling thread's record, made and linked in on first use. Takes no `Mutex` or `RWLock`, so
-/// that it serves a thread that waits for one.
+/// Returns the calling thread's record, which is created and linked on first use. Takes no `Mutex`
+/// or `RWLock`, so that a thread that waits for one can call it.
 ThreadTimerRecord& threadTimerRecord();
 
-/// Makes a timer, puts it in front of the calling thread's timers, stores it in `slot` and returns
-/// it. It lives to the end of the process. A getter of a lock's timer keeps `slot` for each thread:
+/// Creates a timer, adds it before the calling thread's other timers, stores it in `slot` and
+/// returns it. It lives until the process ends. A function that returns a lock's timer has one
+/// `slot` per thread:
 ///
 ///     NestedTimer* cacheLockTimer() {
 ///         thread_local NestedTimer* slot = nullptr;

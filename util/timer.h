@@ -4,7 +4,7 @@
 
 #include "util/ticks.h"
 
-/// Adds up measured intervals: how many, their total, the shortest and the longest.
+/// Adds up measured intervals: their number, their total, the shortest and the longest.
 ///
 ///     Timer timer;
 ///     timer.start(ticksNow());
@@ -12,32 +12,32 @@
 ///     timer.stop(ticksNow());
 ///     report(timer.count(), timer.total().seconds());
 ///
-/// A timer has no lock: it belongs to one thread at a time.
+/// A timer has no lock: use it on one thread at a time.
 class Timer {
 public:
     /// All zero, not running.
     Timer() = default;
     virtual ~Timer() = default;
 
-    /// Begins an interval; on a running timer, begins it anew.
+    /// Begins an interval. If the timer is running, the interval begins anew.
     void start(Ticks now);
     /// Ends the interval and records it. Does nothing if the timer isn't running.
     void stop(Ticks now);
-    /// Forgets all intervals, the one that runs included.
+    /// Forgets all intervals, including a running one.
     void reset();
     bool running() const { return mRunning; }
-    /// The seconds since `start`, 0.0 if the timer isn't running.
+    /// Returns the seconds since `start`, or 0.0 if the timer isn't running.
     double elapsed(Ticks now) const;
-    /// Records an interval that was measured elsewhere, whether the timer runs or not.
+    /// Records an interval that was measured elsewhere. The timer may be running.
     void add(Ticks duration);
-    /// Adds another timer's intervals. Asserts that neither runs. Unlike `add`, a timer without
-    /// intervals takes part with its minimum and maximum of 0.
+    /// Adds the intervals of another timer. Asserts that neither timer is running. Unlike in `add`,
+    /// the minimum and maximum of 0 of a timer without intervals count.
     Timer& operator+=(const Timer& t);
 
     Ticks total() const { return mTotal; }
-    /// 0 while there is no interval.
+    /// The shortest interval; 0 if there is none.
     Ticks minimum() const { return mMin; }
-    /// The longest interval, but never below 0.
+    /// The longest interval, but at least 0.
     Ticks maximum() const { return mMax; }
     uint32_t count() const { return mCount; }
 
@@ -52,20 +52,21 @@ private:
     bool mRunning = false;
 };
 
-/// A timer of one thread, for regions of code that may nest: see `ScopedTimer`. Only the thread
-/// that owns it changes it.
+/// A timer of one thread, for regions of code that may nest: see `ScopedTimer`. Only its owner
+/// thread changes it.
 struct NestedTimer : Timer {
-    /// How many scopes are on it.
+    /// The number of scopes that are using it.
     uint64_t mDepth = 0;
-    /// What it measures; its maker's affair.
+    /// What it measures; the code that creates the timer chooses the value.
     uint64_t mLabel = 0;
     /// The next timer of the same thread, null for the last.
     NestedTimer* mNext = nullptr;
 };
 
-/// Measures the time until the end of the scope into a timer, read through `ticksNow`. Scopes of
-/// one timer within each other are one interval, that of the outermost. With a null timer nothing
-/// is measured and no clock is read. The timer must outlive the scope.
+/// Measures the time until the end of the scope, by `ticksNow`, and adds it to a timer. Nested
+/// scopes of the same timer count as one interval, from the start to the end of the outermost one.
+/// If the timer is null, nothing is measured and the clock isn't read. The timer must outlive the
+/// scope.
 class ScopedTimer {
 public:
     explicit ScopedTimer(NestedTimer* t);
@@ -73,9 +74,10 @@ public:
     ScopedTimer(const ScopedTimer&) = delete;
     ScopedTimer& operator=(const ScopedTimer&) = delete;
 
-    /// Leaves the present timer for `t` (each may be null), as if this scope ended and another
-    /// began. If one interval ends and another begins thereby, they meet in one reading of the
-    /// clock: no time is lost between them. Does nothing if `t` is the present timer.
+    /// Switches from the current timer to `t`, as if this scope ended and another one began. Each
+    /// of the two may be null. If one interval ends and another begins, both use a single reading
+    /// of the clock, so that no time is lost between them. Does nothing if `t` is the current
+    /// timer.
     void switchTo(NestedTimer* t);
 
 private:

@@ -4,20 +4,20 @@
 
 #include "util/textspan.h"
 
-/// Walks UTF-8 text as UTF-16 units, and never fails: a byte that isn't part of a valid sequence
-/// becomes the unit 0xDC00 plus that byte (0xDC80 to 0xDCFF), which in valid text stands only
-/// behind a high surrogate. So text of any kind has units, and different text has different ones.
+/// Reads UTF-8 text as UTF-16 units, and never fails: a byte that isn't part of a valid sequence
+/// becomes the unit 0xDC00 plus that byte (0xDC80 to 0xDCFF), which valid text has only after a
+/// high surrogate. So any text can be read as units, and different texts have different units.
 ///
 ///     for (PathUnitCursor cursor(text); !cursor.atEnd(); cursor.next()) { use(cursor.unit); }
 ///
-/// The text must outlive the cursor and stay as it is. One thread at a time.
+/// The text must outlive the cursor and must not change. Use a cursor on one thread at a time.
 struct PathUnitCursor {
-    const char* position;  ///< the last byte of the present sequence, or `end`
+    const char* position;  ///< the last byte of the current sequence, or `end`
     const char* end;       ///< one past the text
-    uint32_t value;  ///< the present code point, an escaped byte, a low surrogate, or the end mark
-    uint16_t unit;   ///< the present UTF-16 unit
+    uint32_t value;  ///< the current code point, an escaped byte, a low surrogate, or the end mark
+    uint16_t unit;   ///< the current UTF-16 unit
 
-    /// What `value` is at the end of the text.
+    /// The `value` at the end of the text.
     static constexpr uint32_t endMark = 0xDC00;
 
     explicit PathUnitCursor(StringSpan text)
@@ -27,7 +27,7 @@ struct PathUnitCursor {
 
     bool atEnd() const { return position == end && value == endMark; }
 
-    /// To the next unit; not to be called at the end.
+    /// Moves to the next unit. Must not be called at the end.
     void next() {
         if (value >= 0x10000) {
             value = (value & 0x3FF) + 0xDC00;
@@ -42,8 +42,8 @@ private:
     void decode();
 };
 
-/// Decodes the sequence at `cursor.position`: sets `value`, and `position` to the last byte of the
-/// sequence. An invalid byte is a sequence of its own. At the end of the text the value is
+/// Decodes the sequence at `cursor.position`: sets `value`, and moves `position` to the last byte
+/// of the sequence. An invalid byte is a sequence of its own. At the end of the text the value is
 /// PathUnitCursor::endMark. `unit` isn't set.
 void decodePathUnit(PathUnitCursor& cursor);
 

@@ -4,34 +4,61 @@
 
 #include "util/textspan.h"
 
-// Whether a text fits a pattern. Nothing is allocated, and any thread may call.
+// Matching of texts with patterns. Nothing is allocated, and any thread may call the functions.
 
-/// Whether `text` fits a pattern as shells have it; case is ignored by the process-wide locale.
+/// Returns whether `text` matches a pattern like those of shells. Case is ignored, by the
+/// process-wide locale.
 ///
-///     *        any characters, also none
+///     *        any characters, or none
 ///     ?        any one character
-///     [abc]    one of these; [a-z] one of a range, [!abc] or [^abc] none of them
+///     [abc]    one of these; [a-z] one of a range; [!abc] or [^abc] a character other than these
 ///     \c       the character c itself
 ///
-/// It is no shell's matcher to the letter. A star in front of other pattern never stands for the
-/// whole rest of the text, and of several stars at the end only the last is forgiven: "abc**"
-/// doesn't match "abc". A `]` ends a class wherever it stands, so that "[]" matches nothing and
-/// "[^]" any character; a class without one fails. Characters of a range compare signed, and a
-/// backslash in a class is a member. What is no rising range is three plain characters. A negated
-/// class leaves a member in that stands before a `-` which makes no range: "[!c-a]" matches "c".
+/// It differs from a shell's matcher:
+///
+/// - A star that is followed by more pattern never matches the whole rest of the text. At the end
+///   of the text a single star at the end of the pattern is accepted, but no second one.
+/// - A `]` always ends a class, wherever it is. A class without a `]` matches nothing.
+/// - A backslash in a class is a member.
+/// - The characters of a range are compared as signed values. If they don't rise, the range is
+///   three plain members.
+/// - In a negated class, a member before a `-` that doesn't make a range is ignored.
+///
+///     abc*      abc     true
+///     abc**     abc     false    two stars at the end of the text
+///     abc**     abcd    true
+///     []        a       false    an empty class matches nothing
+///     [^]       a       true     an empty negated class matches any character
+///     [abc      a       false    no `]`
+///     [c-a]     -       true     a member
+///     [c-a]     b       false    not a range
+///     [!c-a]    c       true     ignored, as it is before the `-`
+///     [!c-a]    a       false    a member
+///
 /// The time is at most proportional to the product of the lengths.
 bool wildcardMatch(StringSpan pattern, StringSpan text);
 
-/// The working form: from these two indices on. `literalBrackets` makes `[` a character like
-/// others. A backslash at the end of the pattern matches nothing.
+/// The general form, which starts at the two indices. With `literalBrackets`, `[` is an ordinary
+/// character. A backslash at the end of the pattern matches nothing.
 bool wildcardMatch(StringSpan pattern, StringSpan text, bool literalBrackets, bool caseSensitive,
                    size_t patternIndex, size_t textIndex);
 
-/// Whether the text in `range`, which lies in `base`, fits a pattern with one `wildcard` (later
-/// ones are plain characters), which stands for any text, also none. `*stem`, not null, becomes the
-/// range of that part; it is `range` for a pattern without a wildcard, and unchanged on failure.
-/// The rest is compared by `equalsExact` or, unless `exact`, by `equalsNoCase`. `base` may be null,
-/// with an empty range: an empty text to the former, while to the latter it fits none but a null
-/// pattern.
+/// Returns whether the text in `range` of `base` matches a pattern, in which the first `wildcard`
+/// matches any text, also an empty one; later ones are ordinary characters. On success `*stem`,
+/// which must not be null, becomes the range in `base` that the wildcard matched, or `range` if the
+/// pattern has no wildcard. On failure it is unchanged. For the wildcard '%' and with `exact`:
+///
+///     pattern   text      result   stem
+///     %.o       foo.o     true     foo
+///     %.o       .o        true     empty
+///     lib%.a    libx.a    true     x
+///     a%a       a         false
+///     %%        x%        true     x
+///     foo       foo       true     foo
+///     %.O       foo.o     false             true without `exact`
+///
+/// The rest of the text is compared by `equalsExact` or, unless `exact`, by `equalsNoCase`. `base`
+/// may be null with an empty range. With `exact` this is an empty text; otherwise it matches only a
+/// null pattern.
 bool matchStem(StringSpan pattern, StringSpan base, TextRange range, char wildcard, TextRange* stem,
                bool exact);
