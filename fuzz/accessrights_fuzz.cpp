@@ -1,6 +1,6 @@
-// Access masks in words. Input: mask, object type and kind, four bytes each with the lowest first,
-// and then the stream: a byte of flags, one of width, one with the fill character. What is missing
-// is 0.
+// The text of access masks. Input: mask, object type and kind, four bytes each with the lowest
+// first, and then the stream: a byte of flags, one of width, one with the fill character. Missing
+// bytes are 0.
 
 #include <cstddef>
 #include <cstdint>
@@ -36,7 +36,7 @@ uint32_t takeNumber(std::string& bytes, size_t count) {
 Input read(std::string bytes) {
     Input input;
     input.mask = takeNumber(bytes, 4);
-    // Mostly a type that has names.
+    // Usually a type that has names.
     input.objectType = takeNumber(bytes, 4) % 16;
     input.kind = takeNumber(bytes, 4);
     input.flags = static_cast<uint8_t>(takeNumber(bytes, 1));
@@ -58,7 +58,8 @@ std::string hexadecimal(uint32_t number) {
     return out.str();
 }
 
-/// The words: again and again the first row that fits into what is left.
+/// The expected text. Its names are found by repeatedly taking the first row that fits into the
+/// rest of the mask.
 std::string expected(const Input& input) {
     std::vector<std::string> words;
     uint32_t left = input.mask;

@@ -22,7 +22,7 @@ namespace {
 struct Content {
     Configuration configuration;
     std::string errors;
-    /// Whether an element's path isn't absolute, which the product doesn't survive.
+    /// Whether an element's path isn't absolute. The product terminates on such a path.
     bool hasRelativePath = false;
 };
 
@@ -31,7 +31,7 @@ struct Cut {
     std::string behind;
 };
 
-// Cuts at the first `c`; all is `before` if there is none.
+// Cuts at the first `c`. If there is none, `before` is the whole text.
 bool cutAt(char c, const std::string& text, Cut& result) {
     const size_t at = text.find(c);
     result.before = text.substr(0, at);
@@ -80,7 +80,7 @@ void expectElement(const std::string& line, const std::string& prefix, Content& 
     }
 }
 
-// The format in plain words.
+// A plain model of the format.
 Content expectedContent(const std::string& file, const std::string& prefix) {
     Content content;
     std::string section;
@@ -134,12 +134,12 @@ void checkEqual(const Content& a, const Content& b) {
 }
 
 void checkLines(const std::string& file, const std::string& prefix, const Content& content) {
-    // A last line without a line feed isn't even looked at.
+    // A last line without a line feed isn't read.
     const std::string lines = file.substr(0, file.rfind('\n') + 1);
     checkEqual(read(lines, prefix), content);
     checkEqual(read(lines + "[vobs]", prefix), content);
     checkEqual(read(lines + "relative=x", prefix), content);
-    // Nor does it matter how lines end, what is between them, and what is before them.
+    // It doesn't matter either how lines end, what is between them, or what is before them.
     const std::string spread = boost::replace_all_copy(lines, "\n", " \r\n\n\t# [vobs]\n;\n");
     checkEqual(read("tag=ro\n[none]\nx\n[]\n" + spread, prefix), content);
 }

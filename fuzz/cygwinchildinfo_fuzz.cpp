@@ -10,7 +10,7 @@
 
 namespace {
 
-/// Little-endian words, by the record's offsets.
+/// Returns the little-endian word at an offset of the record.
 uint64_t word(const std::vector<unsigned char>& record, size_t offset) {
     return record[offset] + 0x100U * record[offset + 1] + 0x10000U * record[offset + 2] +
            uint64_t{0x1000000} * record[offset + 3];
@@ -44,7 +44,7 @@ void putSize(std::vector<unsigned char>& record, size_t offset) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     std::vector<unsigned char> record(data, data + size);
     check(record);
-    // With the right size in either place more of them are records.
+    // With the right size in either place more inputs are records.
     putSize(record, 16);
     check(record);
     record.assign(data, data + size);

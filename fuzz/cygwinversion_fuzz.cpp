@@ -11,7 +11,7 @@
 
 namespace {
 
-/// Whether scanf is defined for it: no number has more digits than an int holds for sure.
+/// Whether the text is safe for scanf: no number has more digits than an int certainly holds.
 bool hasShortNumbers(const std::string& text) {
     size_t digits = 0;
     for (const char c : text) {
@@ -28,7 +28,7 @@ void checkAgainstScanf(const std::string& text,
     int major = 0;
     int minor = 0;
     int patch = 0;
-    // NOLINTNEXTLINE(cert-err34-c): the peer
+    // NOLINTNEXTLINE(cert-err34-c): the model to compare with
     const int count = std::sscanf(text.c_str(), "%d.%d.%d", &major, &minor, &patch);
     NB_ASSERT(version.has_value() == (count == 3));
     if (version) {

@@ -1,7 +1,7 @@
-// Escaped and wrapped output. Input: a line of numbers (the width, the indent, the column and, if
-// it isn't 0, an owed space of the layout, and the character that a stream refuses: a negative
-// number with all behind it), a line with the kind of each item (`x` for a dump, else a literal),
-// and the text, which the items share out.
+// Escaped and wrapped output. Input: a line of numbers, a line with the kind of each item (`x` for
+// a dump, otherwise a literal), and the text, which is divided among the items. The numbers are the
+// layout's width, indent, column and, if it isn't 0, an owed space, and the character that a stream
+// refuses. If this number is negative, the stream refuses everything after it, too.
 
 #include <algorithm>
 #include <cstddef>
@@ -26,7 +26,7 @@ constexpr size_t longest = 256;
 constexpr size_t mostItems = 8;
 constexpr size_t none = std::string::npos;
 
-/// The one character that a stream refuses, counted from 0, or the first of all that it refuses.
+/// The character that a stream refuses, counted from 0. If `forGood`, it refuses all after it, too.
 struct Refusal {
     size_t number = none;
     bool forGood = false;
@@ -63,7 +63,7 @@ private:
     Refusal mRefusal;
 };
 
-/// The column behind a text that was written from a column on.
+/// Returns the column after a text that was written from a column on.
 int columnBehind(int column, const std::string& written) {
     const size_t lineFeed = written.rfind('\n');
     return lineFeed == none ? column + static_cast<int>(written.size())
@@ -94,7 +94,7 @@ std::string escapeOf(char c) {
     }
 }
 
-/// What is to be written by items from a layout on. It has no column: that is told by the text.
+/// What items write from a layout on. The column isn't stored: it follows from the text.
 class Printer {
 public:
     explicit Printer(const Layout& layout) : mLayout(layout) {}
@@ -147,7 +147,7 @@ private:
     Layout mLayout;
 };
 
-// Back from what was written
+// Reads back what was written.
 
 int digitValue(char c) {
     NB_ASSERT((c >= '0' && c <= '9') || (c >= 'a' && c <= 'f'));
@@ -241,7 +241,7 @@ void checkWrapped(const std::vector<Item>& items, const Layout& start, const Ref
     for (const Item& item : items) {
         checkItem(out, taker, item, layout);
     }
-    // A stream that refuses a character gets none behind it, whether it would take them or not.
+    // A stream that refuses a character is offered none after it, even if it would accept more.
     const std::string& whole = taker.text;
     const Refusal inside = refusal.within(whole);
     const bool isRefused = inside.number < whole.size();
@@ -277,7 +277,7 @@ void checkSpaces(int count) {
     }
 }
 
-/// What an inserter writes. One that isn't wrapped offers all of it, also behind what is refused.
+/// Checks what an inserter writes. One that isn't wrapped offers all of it, even after a refusal.
 template <class Inserted>
 void checkInserter(const Inserted& inserted, const std::string& whole, const Refusal& refusal) {
     Taker taker;
@@ -333,7 +333,7 @@ bool isSafe(char c) {
            std::string("%+,-./:=@^_").find(c) != none;
 }
 
-/// The one word that a shell reads.
+/// Returns the one word that a shell reads.
 std::string shellWord(const std::string& written) {
     std::string word;
     bool isQuoted = false;
@@ -387,7 +387,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string numbers = takeLine(rest);
     const char* place = numbers.c_str();
     Layout layout;
-    // A width that no item reaches is none.
+    // The largest number means a width that no item reaches.
     const int width = takeNumber(place, -8, 100);
     layout.width = width < 100 ? width : Layout::noWrapping;
     layout.indent = takeNumber(place, 0, 30);

@@ -7,9 +7,9 @@
 
 #include "util/textspan.h"
 
-/// Takes the next line off the front of a fuzzer's input, without its line feed; all that is left
-/// if there is none. So an input is a small text that can be read and written by hand: a line for
-/// each parameter, and the text behind them.
+/// Removes the next line from the start of a fuzzer's input, and returns it without its line feed.
+/// If there is no line feed, that is the whole rest. So an input is a small text that can be read
+/// and written by hand: a line for each parameter, and the text after them.
 inline std::string takeLine(std::string_view& rest) {
     const size_t end = rest.find('\n');
     std::string line(rest.substr(0, end));
@@ -17,7 +17,8 @@ inline std::string takeLine(std::string_view& rest) {
     return line;
 }
 
-/// A copy of a text in a block of just its size, so that AddressSanitizer sees every look outside.
+/// A copy of a text in a block of exactly its size, so that AddressSanitizer detects every access
+/// outside.
 class ExactText {
 public:
     explicit ExactText(std::string_view text) : mBytes(new char[text.size()]), mSize(text.size()) {

@@ -1,5 +1,5 @@
-// The order of paths. Input: three paths, a line for each but the last, which is the rest. All is
-// checked without Cygwin paths and with them.
+// The order of paths. Input: three paths, each on a line except the last, which is the rest.
+// Everything is checked without Cygwin paths and with them.
 
 #include <algorithm>
 #include <cstddef>
@@ -29,7 +29,7 @@ bool isSeparator(char16_t unit) { return unit == u'/' || unit == u'\\'; }
 
 int signOf(int value) { return (value > 0) - (value < 0); }
 
-/// What a path is for its order: all that is left to do is to compare numbers.
+/// The parts of a path that decide its order. Only numbers are left to compare.
 struct Key {
     bool isRooted = false;
     std::vector<int> root;  ///< weights
@@ -61,7 +61,7 @@ Key keyOf(const std::string& path) {
             separated = true;
             continue;
         }
-        // Separators behind a root aren't there. A path without one doesn't begin with any.
+        // Separators after a root don't count. A path without a root doesn't begin with any.
         if (separated && !key.rest.empty()) {
             key.rest.push_back(Key::separator);
         }
@@ -105,7 +105,7 @@ int checkedOrder(const Path& a, const Path& b) {
     return order;
 }
 
-/// The same path to the order: each unit as its partner.
+/// Returns a path that is equal in the order: each unit is replaced by its partner.
 std::string swapped(const std::string& path) {
     std::u16string units = unitsOf(path);
     for (char16_t& unit : units) {
@@ -117,10 +117,10 @@ std::string swapped(const std::string& path) {
     return textOfUnits(units);
 }
 
-/// A path and others that are made of it.
+/// Checks a path against others that are made from it.
 void checkRelated(const Path& path) {
     if (cygwinPathsEnabled()) {
-        return;  // a drive's root is told by its case and slashes
+        return;  // a drive's root is recognized by its case and slashes
     }
     NB_ASSERT(checkedOrder(path, Path(swapped(path.text))) == 0);
     if (path.key.rest.empty()) {
@@ -128,7 +128,7 @@ void checkRelated(const Path& path) {
     }
     NB_ASSERT(checkedOrder(path, Path(path.text + "/\\/")) == 0);
     const Path below(path.text + "/a");
-    // A server's name becomes a root by the share behind it.
+    // A server's name becomes a root with the share after it.
     if (below.key.root == path.key.root && !isPathSeparator(path.text.back())) {
         NB_ASSERT(checkedOrder(path, below) < 0);
         NB_ASSERT(checkedOrder(below, Path(path.text + '\x01')) < 0);
@@ -159,7 +159,7 @@ int lower(char c) {
     return c >= 'A' && c <= 'Z' ? value + 'a' - 'A' : value;
 }
 
-/// The letters folded, and without what stands behind a NUL in both.
+/// Folds the letters. Cuts both texts at a NUL in both if they are equal before it.
 std::pair<std::vector<int>, std::vector<int>> folded(const std::string& a, const std::string& b) {
     std::pair<std::vector<int>, std::vector<int>> both;
     std::transform(a.begin(), a.end(), std::back_inserter(both.first), lower);
@@ -181,14 +181,14 @@ void checkStrings(const std::string& a, const std::string& b) {
     const auto [left, right] = folded(a.substr(0, a.find('\0')), b.substr(0, b.find('\0')));
     NB_ASSERT(StringNoCaseLess()(a, b) == (left < right));
     NB_ASSERT(StringNoCaseEqual()(a, b) == (left == right));
-    // Another case is no other path.
+    // Paths that differ only in case are equal.
     const bool hasNul = (a + b).find('\0') != std::string::npos;
     if (left == right && !hasNul) {
         NB_ASSERT(comparePaths(a, b) == 0);
     }
 }
 
-/// Of parts, the lengths decide where a NUL has ended the comparison.
+/// If a NUL ended the comparison of parts, their lengths decide.
 void checkParts(const std::string& a, const std::string& b) {
     std::string text = '<' + a + '|' + b + '>';
     const Substring left(text, 1, a.size());

@@ -1,5 +1,5 @@
 // Paths as text. Input: a line with the folder of Cygwin's drives, a line with a base, and the
-// path. All is checked without Cygwin paths and with them.
+// path. Everything is checked without Cygwin paths and with them.
 
 #include <algorithm>
 #include <cstddef>
@@ -24,7 +24,7 @@ struct Root {
     std::string text;
 };
 
-/// A path taken apart. The names are those behind the root.
+/// A path, split into parts. The names are those after the root.
 struct Parts {
     Root root;
     std::vector<std::string> names;
@@ -98,7 +98,8 @@ Parts partsOf(const std::string& path) {
     size_t covered = root.length;
     for (size_t i = 0; i < ranges.size(); ++i) {
         const PathRange range = ranges[i];
-        // Without a root or a name `splitPath` gives the start of the path, and this its end.
+        // Without a root or a name `splitPath` returns the start of the path, and this function its
+        // end.
         const bool nothing = !root.absolute && range.length() == 0;
         NB_ASSERT(pathComponent(path, i) ==
                   (nothing ? PathRange{path.size(), path.size()} : range));
@@ -110,7 +111,7 @@ Parts partsOf(const std::string& path) {
             NB_ASSERT(ranges.size() == 1 && range == PathRange());
             continue;
         }
-        // A whole name, with nothing but separators before it.
+        // Each range is a whole name, with nothing but separators before it.
         NB_ASSERT(path.find_first_not_of(separators, covered) == range.begin);
         NB_ASSERT(std::min(path.find_first_of(separators, range.begin), path.size()) == range.end);
         parts.names.push_back(path.substr(range.begin, range.length()));
@@ -212,14 +213,14 @@ void checkRelative(const std::string& base, const std::string& path) {
     }
     NB_ASSERT(boost::ends_with(path, rest));
     NB_ASSERT(rest.find_first_of(separators) != 0);
-    // A name like `x:y` at the rest's front makes it absolute.
+    // A name like `x:y` at the start of the rest makes it absolute.
     if (isAbsolutePath(rest, windowsPaths)) {
         return;
     }
     const std::string joined = joinPath(base, rest, '/');
     const Root root = rootOf(joined);
     if (!root.absolute || root.text != rootOf(base).text) {
-        // As of `/cygdrive` and `c`, from `/cygdrive//c`, or of `//` and `c`.
+        // As with `/cygdrive` and `c`, from `/cygdrive//c`, or with `//` and `c`.
         NB_ASSERT(cygwinPathsEnabled());
         return;
     }
@@ -332,7 +333,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     checkTakingApart(path);
     checkStripDotSlash(path);
     checkAll(base, path, "");
-    // A folder that looks like a share is none for drives: each share would have two readings.
+    // A folder that looks like a share can't be the folder of drives: each share could be read in
+    // two ways.
     if (prefix.size() >= 2 && isPathSeparator(prefix[1], windowsPaths)) {
         return 0;
     }

@@ -1,5 +1,5 @@
-// A set of paths and prefixes against a list without order. Input: a line for each call: `+path`
-// inserts a path, `*path` a prefix, and any other line is a key to find.
+// A set of paths and prefixes, compared with an unordered list. Input: a line for each call:
+// `+path` inserts a path, `*path` a prefix, and any other line is a key to find.
 
 #include <algorithm>
 #include <cstddef>
@@ -34,7 +34,7 @@ public:
         mItems.push_back({path, isPrefix});
     }
 
-    /// The only one, or null.
+    /// Returns the only item that covers `key`, or null.
     const Item* covering(const std::string& key) const {
         const Item* found = nullptr;
         for (const Item& item : mItems) {
@@ -84,8 +84,8 @@ void checkContents(const PathPrefixSet& set, const Model& model) {
     NB_ASSERT(set.size() == items.size());
 }
 
-/// Keys around a path: itself, the same less a character, and what comes directly behind it and
-/// late behind it.
+/// Checks keys around a path: the path itself, the path without its last character, a key directly
+/// after it, and one far after it.
 void checkAround(const PathPrefixSet& set, const Model& model, const std::string& path) {
     checkFind(set, model, path);
     checkFind(set, model, path.substr(0, path.size() - std::min<size_t>(path.size(), 1)));

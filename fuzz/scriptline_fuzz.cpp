@@ -14,7 +14,7 @@
 
 namespace {
 
-/// Where the name ends, byte by byte.
+/// Splits where the name ends, byte by byte.
 NameAndRest splitModel(const std::string& line) {
     const bool isPaired = std::count(line.begin(), line.end(), '"') > 1 && line[0] == '"';
     NameAndRest result;
@@ -26,7 +26,8 @@ NameAndRest splitModel(const std::string& line) {
     return result;
 }
 
-/// What the bytes name, byte by byte; the two parts with a line feed between them, or "none".
+/// Returns what the bytes name, byte by byte: the two parts with a line feed between them, or
+/// "none".
 std::string interpreterModel(const ScriptHead& head) {
     if (head[0] == 'M' && head[1] == 'Z') {
         return "none";

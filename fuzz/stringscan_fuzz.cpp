@@ -1,5 +1,5 @@
-// Scanners for quotes, escapes and fields. Input: a line of characters (the set that is looked for;
-// its first two are a delimiter and an escape), and the text.
+// Scanners for quotes, escapes and fields. Input: a line of characters (the set to search for; its
+// first two are a delimiter and an escape), and the text.
 
 #include <algorithm>
 #include <cstddef>
@@ -24,7 +24,7 @@ void checkNextArgument(const std::string& text) {
     NB_ASSERT(nextArgument(end) == end);
 }
 
-// Words without quotes and backslashes come out of the command line as they went in.
+// Words without quotes and backslashes come back from the command line unchanged.
 void checkQuotedWords(const std::string& text) {
     std::vector<std::string> words;
     split(text, words, std::string("\"\\\n\0", 4));
@@ -47,7 +47,7 @@ void checkQuotedWords(const std::string& text) {
     NB_ASSERT(*place == '\0');
 }
 
-// A `c` or a NUL is escaped if the run of escape characters that ends before it is an odd one.
+// A `c` or a NUL is escaped if the run of escape characters directly before it has odd length.
 const char* expectedUnescaped(const std::string& text, char c, char esc) {
     const std::string wanted = {c, '\0'};
     size_t at = text.find_first_of(wanted);
@@ -85,7 +85,7 @@ void checkFields(const std::string& text, char delimiter) {
         joined += delimiter;
     }
     NB_ASSERT(cursor == cut.data() + cut.size());
-    // Every delimiter is given back, one more where the text doesn't end with one.
+    // Every delimiter comes back, and one more if the text doesn't end with one.
     if (delimiter != '\0') {
         NB_ASSERT(joined == whole || joined == whole + delimiter);
     }

@@ -27,7 +27,8 @@ Words copies(const std::string& text, const Ranges& ranges) {
     return words;
 }
 
-// All pieces of the text, save an empty one at either end, and without `keepEmpty` no empty one.
+// Returns all pieces of the text except an empty one at either end. Without `keepEmpty`, leaves out
+// all empty pieces.
 Ranges expectedRanges(const std::string& text, const std::string& delimiters, bool keepEmpty) {
     Words pieces;
     boost::split(pieces, text, boost::is_any_of(delimiters));
@@ -39,7 +40,7 @@ Ranges expectedRanges(const std::string& text, const std::string& delimiters, bo
         if (begin != end || (keepEmpty && !atAnEnd)) {
             out.emplace_back(begin, end);
         }
-        begin = end + 1;  // behind the one delimiter between two pieces
+        begin = end + 1;  // after the one delimiter between two pieces
     }
     return out;
 }
@@ -81,7 +82,7 @@ void checkJoin(const std::string& text, const Ranges& tokens, const std::string&
     }
 }
 
-// Tokens stand in the text in their order, one behind the other.
+// Tokens are in the text in their order, without overlap.
 void checkOrder(const std::string& text, const Words& tokens) {
     size_t from = 0;
     for (const std::string& token : tokens) {
@@ -120,7 +121,7 @@ void checkCollapse(const std::string& text) {
     NB_ASSERT(collapsed == joinRanges(text, words, " "));
 }
 
-// What RangeEqual looks at: the length, and the characters up to a NUL.
+// Returns what RangeEqual compares: the length, and the characters up to a NUL.
 std::set<std::pair<std::string, size_t>> contents(const std::string& text, const Ranges& ranges) {
     std::set<std::pair<std::string, size_t>> out;
     for (const std::string& word : copies(text, ranges)) {
@@ -140,7 +141,7 @@ void checkSort(const std::string& text, const Ranges& ranges, bool caseSensitive
                                          return !less(a, b);
                                      }) == sorted.end());
     }
-    // The ranges that are left are some of those there were.
+    // The remaining ranges are among the original ones.
     std::sort(sorted.begin(), sorted.end());
     NB_ASSERT(std::includes(ranges.begin(), ranges.end(), sorted.begin(), sorted.end()));
 
@@ -148,7 +149,7 @@ void checkSort(const std::string& text, const Ranges& ranges, bool caseSensitive
     Words items = all;
     sortUnique(items, caseSensitive);
     const StringLess less(caseSensitive);
-    // Each is less than the next: in order, and none there twice.
+    // Each is less than the next: the items are in order, without duplicates.
     NB_ASSERT(std::adjacent_find(items.begin(), items.end(), [&](const auto& a, const auto& b) {
                   return !less(a, b);
               }) == items.end());

@@ -1,5 +1,5 @@
-// Views of a string. Input: a line of characters (the set that is looked for), a line with a word,
-// a line that stands before the view and one that stands behind it, and the text of the view.
+// Views of a string. Input: a line of characters (the set to search for), a line with a word, a
+// line that is before the view and one that is after it, and the text of the view.
 
 #include <algorithm>
 #include <cstddef>
@@ -19,7 +19,7 @@ namespace {
 constexpr size_t longest = 32;
 constexpr size_t none = std::string::npos;
 
-/// What stands in the string, and what the operations are asked for.
+/// The contents of the string, and the arguments of the operations.
 struct Input {
     std::string set, word, head, tail, text;
 
@@ -31,7 +31,7 @@ bool contains(const std::string& set, char c) { return set.find(c) != none; }
 
 std::string textOf(const Substring& part) { return std::string(part.span().view()); }
 
-/// The first character of the set with no odd run of escapes before it, from `pos` on.
+/// Returns the first character of the set, from `pos` on, with no odd run of escapes before it.
 size_t expectedUnescaped(const std::string& text, const std::string& set, size_t pos, char escape) {
     bool isEscaped = false;
     for (size_t i = pos; i < text.size(); ++i) {
@@ -62,8 +62,8 @@ void checkSearches(const Input& input) {
     NB_ASSERT(textOf(view) == text && whole == input.whole());
 }
 
-/// Escapes taken out, character by character, up to the first of the set that isn't escaped. The
-/// set has no backslash.
+/// Removes escapes, character by character, up to the first character of the set that isn't
+/// escaped. The set has no backslash.
 size_t unescapePlain(std::string& text, const std::string& set, size_t pos) {
     std::string out = text.substr(0, std::min(pos, text.size()));
     size_t run = 0;
@@ -86,7 +86,7 @@ size_t unescapePlain(std::string& text, const std::string& set, size_t pos) {
     return none;
 }
 
-/// The same for any set, by the rules step by step: each hit is erased from the text at once.
+/// The same for any set, by the rules step by step: each hit erases from the text at once.
 size_t unescapeSteps(std::string& text, const std::string& set, size_t pos) {
     size_t start = pos;
     for (;;) {
@@ -125,7 +125,7 @@ void checkUnescapingFrom(const Input& input, size_t pos) {
     NB_ASSERT(whole == input.head + expected + input.tail);
     NB_ASSERT(textOf(view) == expected);
     NB_ASSERT(found == none || (found >= pos && found < view.length()));
-    // Without runs that are wanted themselves a hit is one of the set.
+    // Unless the set has a backslash, a hit is in the set.
     NB_ASSERT(found == none || contains(input.set, '\\') || contains(input.set, view[found]));
 }
 
@@ -133,7 +133,7 @@ void checkUnescaping(const Input& input) {
     for (size_t pos = 0; pos <= input.text.size(); ++pos) {
         checkUnescapingFrom(input, pos);
     }
-    // The text over and over, which may be one escape.
+    // The text repeated many times, which may be one escape repeated.
     Input repeated = input;
     for (int i = 0; i < 20; ++i) {
         repeated.text += input.text;
@@ -182,7 +182,8 @@ std::string folded(std::string text) {
     return text;
 }
 
-/// Where a text goes on behind a word and its blanks; npos if it doesn't begin with the word.
+/// Returns where a text continues after a word and its blanks; npos if it doesn't begin with the
+/// word.
 size_t expectedBehindWord(const std::string& text, const std::string& word) {
     const size_t start = text.find_first_not_of(" \t");
     if (word.empty() || start == none) {
@@ -219,7 +220,7 @@ void checkEquality(const Input& input) {
     NB_ASSERT(view.equals(other) == (input.text == input.word));
     NB_ASSERT(view.equals(input.word) == (input.text == input.word));
     NB_ASSERT(view.equals(input.text));
-    // The comparison of the C runtime ends at a NUL in both.
+    // The comparison of the C runtime ends at a NUL that both have.
     if (!contains(input.text, '\0') || !contains(input.word, '\0')) {
         NB_ASSERT(view.equalsNoCase(other) == (folded(input.text) == folded(input.word)));
     }

@@ -1,5 +1,5 @@
-// The ends of names in wide paths, beside the expression that has the rule. Input: the path, in
-// UTF-8.
+// The ends of names in wide paths, compared with the expression that defines the rule. Input: the
+// path, in UTF-8.
 
 #include <algorithm>
 #include <cstddef>
@@ -12,7 +12,7 @@
 
 namespace {
 
-// The expression takes a time that grows with the square of it.
+// The expression takes time proportional to the square of this.
 constexpr size_t longest = 400;
 
 }  // namespace
@@ -25,7 +25,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     removeTrailingBlanks(result);
     NB_ASSERT(result == testing_support::byTrailingExpression(path));
 
-    // What is left stays.
+    // A second call changes nothing.
     std::wstring again = result;
     removeTrailingBlanks(again);
     NB_ASSERT(again == result);

@@ -12,11 +12,12 @@ namespace {
 
 bool isLowSurrogate(uint32_t value) { return value >= 0xDC00 && value <= 0xDFFF; }
 
-/// The units of a cursor's walk. Each step stays in the text and takes one unit or one sequence.
+/// Returns the units that a cursor visits. Each step stays in the text and takes one unit or one
+/// sequence.
 std::u16string walk(StringSpan text) {
     const char* const end = text.data + text.length;
     std::u16string units;
-    const char* behind = text.data;  // the last sequence
+    const char* behind = text.data;  // the end of the last sequence
     for (PathUnitCursor cursor(text); !cursor.atEnd(); cursor.next()) {
         NB_ASSERT(cursor.end == end);
         NB_ASSERT(cursor.position >= text.data && cursor.position < end);
@@ -36,7 +37,7 @@ std::u16string walk(StringSpan text) {
     return units;
 }
 
-/// Decodes at each place, those inside a sequence as well.
+/// Decodes at each place, including those inside a sequence.
 void checkEveryPlace(StringSpan text) {
     PathUnitCursor cursor(text);
     const char* const end = cursor.end;
@@ -52,8 +53,8 @@ void checkEveryPlace(StringSpan text) {
     NB_ASSERT(cursor.atEnd() && cursor.position == end && cursor.end == end);
 }
 
-/// What can be told without decoding once more: valid text comes out of its values, and any text
-/// out of its units.
+/// Checks what is known without decoding again: valid text is restored from its values, and any
+/// text from its units.
 void checkRoundTrip(std::string_view input, std::u16string_view units) {
     bool isValid = true;
     for (size_t place = 0; place < input.size() && isValid;) {

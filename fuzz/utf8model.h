@@ -1,14 +1,14 @@
 #pragma once
 
-// UTF-8 written another way than the decoder: by the Unicode Standard's table of well-formed byte
-// sequences, and by division.
+// UTF-8 in another implementation than the decoder's: by the Unicode Standard's table of
+// well-formed byte sequences, and by division.
 
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
 
-/// The lead bytes from `lead` to `lastLead` and what may stand in second place behind them.
+/// The lead bytes from `lead` to `lastLead`, and the bytes that may follow them in second place.
 struct WellFormedRow {
     unsigned lead, lastLead, second, lastSecond;
     size_t length;
@@ -23,7 +23,7 @@ inline unsigned byteAt(std::string_view text, size_t index) {
     return static_cast<unsigned char>(text[index]);
 }
 
-/// How long the valid sequence is that `text` begins with; 0 if it doesn't.
+/// Returns the length of the valid sequence that `text` begins with; 0 if there is none.
 inline size_t wellFormedLength(std::string_view text) {
     for (const WellFormedRow& row : wellFormedRows) {
         if (text.size() < row.length || byteAt(text, 0) < row.lead ||
@@ -40,7 +40,7 @@ inline size_t wellFormedLength(std::string_view text) {
     return 0;
 }
 
-/// A character, or a byte that is part of none: that has 0xDC00 added.
+/// A character, or a byte that is part of none: 0xDC00 is added to that.
 struct Utf8Piece {
     size_t length;
     uint32_t value;
@@ -107,7 +107,7 @@ inline void appendUtf8(uint32_t value, std::string& out) {
     }
 }
 
-/// The text that has these units: a low surrogate behind no high one is a byte.
+/// Returns the text that has these units: a low surrogate without a high one before it is a byte.
 inline std::string textOfUnits(std::u16string_view units) {
     std::string text;
     for (size_t i = 0; i < units.size(); ++i) {

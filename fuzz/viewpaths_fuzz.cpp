@@ -1,5 +1,6 @@
-// Paths on views. Input: a line of drives ("M: X:tag Y:tag2", the one without a tag being the MVFS
-// drive), a line with the current directory, a line of VOB tags separated by `;`, and the path.
+// Paths on views. Input: a line of drives ("M: X:tag Y:tag2", where the one without a tag is the
+// MVFS drive), a line with the current directory, a line of VOB tags separated by `;`, and the
+// path.
 
 #include <algorithm>
 #include <cstddef>
@@ -33,7 +34,7 @@ struct Drives {
     }
 };
 
-/// A process: its drives, and what it has found out about them.
+/// A process: its drives, and what it knows about them.
 class Process {
 public:
     Process(const Drives& drives, const DriveLetters& letters)
@@ -63,7 +64,7 @@ std::string turned(std::string path) {
     return path;
 }
 
-// Windows connects drives of one letter, each once, and a view's tag is one name.
+// Windows connects drives of one letter, each once, and a view's tag is a single name.
 Drives takeDrives(const std::string& line) {
     Drives drives;
     std::vector<std::string> words;
@@ -92,7 +93,7 @@ std::string madeAbsolute(const std::string& cwd, const std::string& path) {
     return isAbsolutePath(path, windowsPaths) ? path : joinPath(cwd, path, '/');
 }
 
-/// Where a tag's VOB lies, and the other route to there. Empty where there is none.
+/// Where a tag's VOB lies, and the other route to it. A route that doesn't exist is empty.
 struct Route {
     std::string root;
     std::string other;
@@ -122,7 +123,7 @@ Route routeOf(const std::string& tag, const Drives& drives) {
     return route;
 }
 
-// Of a path in normal form, what is behind `root`.
+// Returns what is after `root` in a path in normal form.
 std::string behind(const std::string& root, const std::string& path) {
     const std::string rest = path.substr(root.size());
     return boost::starts_with(rest, "/") ? rest.substr(1) : rest;
@@ -143,26 +144,27 @@ std::string expectedPath(const std::string& path, const Tags& tags, const Drives
     }
     for (const auto& [root, other] : routes) {
         if (!other.empty() && isInPath(other, path)) {
-            // A name like `x:y` at the front of the rest makes that absolute, and so the result.
+            // A name like `x:y` at the start of the rest makes the rest, and so the result,
+            // absolute.
             return turned(normalizePath(joinPath(root, behind(other, path), '/')));
         }
     }
     return path;
 }
 
-// `path`, which is in normal form, was moved to `moved`. The tag of its old route leads it back.
+// `path`, which is in normal form, was moved to `moved`. The tag of its old route brings it back.
 void checkWayBack(Process& process, const Drives& drives, const std::string& path,
                   const std::string& moved) {
     const bool fromView = path.substr(0, 2) != drives.mvfsRoot;
     std::string root = path.substr(0, fromView ? 2 : path.find('/', 3));
     const std::string rest = path.substr(root.size());
-    // A name like `x:y` at the front of the rest was moved to where nothing leads back from.
+    // A name like `x:y` at the start of the rest was moved to a place that no tag leads back from.
     if (isAbsolutePath(behind(root, path), windowsPaths)) {
         return;
     }
     if (!fromView) {
         const std::string drive = moved.substr(0, 2);
-        // The folder of a view leads to the first of its drives alone, and its case is the drive's.
+        // The folder of a view leads only to the view's first drive, and its case is the drive's.
         if (!drives.isFirstOfItsView(drive)) {
             return;
         }
@@ -176,7 +178,7 @@ void checkWayBack(Process& process, const Drives& drives, const std::string& pat
 void checkPath(const Drives& drives, const std::string& cwd, const std::string& path,
                const Tags& tags) {
     const std::string absolute = madeAbsolute(cwd, path);
-    // The first two characters of a share as `cwd` don't make every path absolute.
+    // If `cwd` is a share, its first two characters don't make every path absolute.
     if (!isAbsolutePath(absolute, windowsPaths)) {
         NB_ASSERT(!isAbsolutePath(cwd.substr(0, 2), windowsPaths));
         return;
@@ -194,7 +196,7 @@ void checkPath(const Drives& drives, const std::string& cwd, const std::string& 
     if (moved) {
         checkWayBack(process, drives, tidied, result);
     }
-    // What is known from before changes nothing.
+    // Known results change nothing.
     NB_ASSERT(process.canonical(cwd, path, tags) == result);
     Process other(drives, DriveLetters());
     for (const std::string& tag : tags) {
@@ -217,7 +219,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     }
 
     checkPath(drives, cwd, path, tags);
-    // Both routes into each view, with tags on the other one.
+    // Checks both routes into each view, with tags on the other one.
     const std::string tail = '/' + path;
     for (const auto& [drive, view] : drives.views) {
         const std::string folder = drives.mvfsRoot + '\\' + view;

@@ -17,7 +17,7 @@ constexpr size_t longest = 96;
 // The process-wide locale is "C" here.
 char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 'a' - 'A') : c; }
 
-/// The matcher as its rules are told, by trying: a star tries all that it could stand for.
+/// The documented rules of the matcher, by trial: a star tries everything that it could match.
 class Model {
 public:
     Model(std::string pattern, std::string text, bool literalBrackets, bool caseSensitive)
@@ -46,8 +46,8 @@ public:
     }
 
 private:
-    /// What is behind a star, `p`, at each character of the text. Tries no place twice, which
-    /// changes no answer.
+    /// Tries what follows a star, at `p`, at each character of the text. Tries no place twice,
+    /// which doesn't change the result.
     bool starMatches(size_t p, size_t t) {
         if (p == mPattern.size()) {
             return true;
@@ -62,7 +62,7 @@ private:
         return false;
     }
 
-    /// Moves `p` behind what stands for the character.
+    /// Moves `p` past what matches the character.
     bool takeSingle(size_t& p, char c) const {
         const char wanted = mPattern[p];
         if (wanted == '[' && !mLiteralBrackets) {
@@ -99,7 +99,7 @@ private:
                static_cast<signed char>(c) <= static_cast<signed char>(high);
     }
 
-    /// A range is over with its end.
+    /// A range is finished with its end.
     static bool isIncluded(const std::string& members, char c) {
         for (size_t i = 0; i < members.size(); ++i) {
             if (members[i] == c) {
@@ -115,7 +115,8 @@ private:
         return false;
     }
 
-    /// The end of a range is a member once more; one in front of a `-` counts by its range alone.
+    /// The end of a range is also a member of its own; a member before a `-` counts only as part of
+    /// its range.
     static bool isExcluded(const std::string& members, char c) {
         for (size_t i = 0; i < members.size(); ++i) {
             const bool isBeforeDash = i + 1 < members.size() && members[i + 1] == '-';
@@ -146,7 +147,7 @@ void checkWildcards(const std::string& pattern, const std::string& text) {
     for (const bool literalBrackets : {false, true}) {
         for (const bool caseSensitive : {false, true}) {
             Model model(pattern, text, literalBrackets, caseSensitive);
-            // From the ends, the middles and the starts on.
+            // Starts at the ends, at the middles and at the starts.
             for (const size_t part : {0U, 1U, 2U}) {
                 const size_t p = pattern.size() - pattern.size() * part / 2;
                 const size_t t = text.size() - text.size() * part / 2;
@@ -157,7 +158,7 @@ void checkWildcards(const std::string& pattern, const std::string& text) {
     }
     NB_ASSERT(wildcardMatch(exactPattern.span(), exactText.span()) ==
               Model(pattern, text, false, false).matches(0, 0));
-    // Each character escaped is the text itself, to the letter.
+    // The text with each character escaped matches only itself, case included.
     std::string escaped;
     for (const char c : text) {
         escaped += {'\\', c};
@@ -166,7 +167,7 @@ void checkWildcards(const std::string& pattern, const std::string& text) {
     NB_ASSERT(wildcardMatch(escaped, pattern, false, true, 0, 0) == (pattern == text));
 }
 
-// Ignoring case, a NUL in both ends the comparison of two texts of one length.
+// When case is ignored, a NUL in both ends the comparison of two texts of equal length.
 bool areEqual(const std::string& a, const std::string& b, bool exact) {
     if (a.size() != b.size() || exact) {
         return a == b;
@@ -191,7 +192,7 @@ void checkStem(const std::string& pattern, const std::string& base, TextRange ra
         expected = doesMatch ? range : before;
     } else {
         const std::string suffix = pattern.substr(place + 1);
-        // Every stem that leaves as many characters as the pattern has is tried: there is one.
+        // Tries every length of the stem. At most one leaves as many characters as the pattern has.
         for (size_t length = 0; length <= text.size() && place + length <= text.size(); ++length) {
             if (areEqual(pattern.substr(0, place), text.substr(0, place), exact) &&
                 areEqual(suffix, text.substr(place + length), exact)) {

@@ -11,7 +11,7 @@ void assertFailed(const char* expression, const char* file, int line) {
     // Read back through a volatile pointer: the compiler must neither see the null nor drop the
     // store.
     int* volatile nowhere = nullptr;
-    // NOLINTNEXTLINE(clang-analyzer-core.NullDereference): the fault is what this is for
+    // NOLINTNEXTLINE(clang-analyzer-core.NullDereference): the fault is intended
     *static_cast<volatile int*>(nowhere) = 0;
     std::abort();  // address zero was writable after all
 }

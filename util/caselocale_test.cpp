@@ -1,4 +1,4 @@
-// What a letter's case is in a locale other than "C", of the C runtime or of the process.
+// The case of letters in a locale other than "C", set in the C runtime or for the process.
 
 #include <cstdlib>
 #include <locale>
@@ -32,7 +32,7 @@ void matchAndExit() {
     std::exit(matches ? 1 : 0);
 }
 
-// In a child, whose table of letters isn't made before its locale is set.
+// Runs in a child process, whose table of letters isn't built before its locale is set.
 TEST_F(CaseLocaleDeathTest, WildcardsDoNotAskIt) {
     if (processLocale().name() != "C") {
         GTEST_SKIP() << "NIMBREL_LOCALE names a locale of its own";
@@ -53,11 +53,11 @@ void useProcessLocaleAndExit() {
     code |= small == capital ? 0 : 4;
     toLower(capital);
     code |= capital == std::string(1, SMALL) ? 0 : 8;
-    // Without a look for leaks: the C library leaks the value of LOCPATH for each C++ locale.
+    // Skips the check for leaks: the C library leaks the value of LOCPATH for each C++ locale.
     std::_Exit(code);
 }
 
-// In a child, which starts with the variable.
+// Runs in a child process that starts with the variable.
 TEST(ProcessLocaleDeathTest, CaseChangesWildcardsAndNarrowTextGoByIt) {
     const EnvironmentScope locales("LOCPATH", testing_support::builtLocales());
     const std::string name = testing_support::eightBitLocale();

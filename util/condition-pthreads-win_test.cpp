@@ -13,7 +13,7 @@ using testing_support::MemoryShortage;
 TEST(ConditionDeathTest, AConditionThatCannotBeMadeEndsTheProcess) {
     EXPECT_EXIT(
         {
-            // For the cell of the handle, and not for the condition.
+            // Enough for the handle's cell, but not for the condition.
             const MemoryShortage shortage(1);
             const Condition condition;
         },
@@ -24,7 +24,7 @@ TEST(ConditionTest, AWaitThatFailsForAnotherReasonThanTimeCountsAsWoken) {
     Condition condition;
     Mutex mutex(mutexErrorChecking);
     const timespec deadline{std::time(nullptr) + 3600, 0};
-    // The mutex isn't held, and says so when the wait gives it up.
+    // The mutex isn't held. It reports that when the wait releases it.
     EXPECT_TRUE(condition.wait(mutex, &deadline));
 }
 

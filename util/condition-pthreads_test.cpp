@@ -20,8 +20,8 @@ static_assert(sizeof(Condition) == sizeof(void*));
 timespec pastDeadline() { return {std::time(nullptr) - 10, 0}; }
 timespec farDeadline() { return {std::time(nullptr) + 3600, 999999999}; }
 
-/// The result of a wait that ends by itself. Runs on a thread of its own, which may not take for
-/// ever; `inspect(mutex)` runs there after the wait, with the mutex still held.
+/// Returns the result of a wait that ends by itself. The wait runs in its own thread, which must
+/// end in bounded time. `inspect(mutex)` runs there after the wait, with the mutex still held.
 template <class Inspect>
 bool waitAlone(Condition& condition, const timespec& deadline, Inspect inspect) {
     bool result = true;
@@ -37,11 +37,11 @@ bool waitAlone(Condition& condition, const timespec& deadline) {
     return waitAlone(condition, deadline, [](Mutex&) {});
 }
 
-/// Threads that wait for a condition and are counted; all state is under the mutex.
+/// Threads that wait for a condition and are counted. The mutex protects all state.
 class Waiters {
 public:
-    /// A thread whose wait is `wait(mutex)`: it counts itself as waiting before, and as woken
-    /// after.
+    /// Adds a thread whose wait is `wait(mutex)`. It counts itself as waiting before the wait and
+    /// as woken after it.
     template <class Wait>
     void add(Wait wait) {
         mThreads.emplace_back([this, wait] {
@@ -54,7 +54,7 @@ public:
             ++mWoken;
         });
     }
-    /// Since the mutex is given up by the wait alone, who counts as waiting does wait.
+    /// Only the wait releases the mutex, so a thread that counts as waiting does wait.
     bool allWait() {
         return eventually([this] {
             const MutexLock lock(mMutex);

@@ -3,7 +3,7 @@
 
 #include "util/errortext.h"
 
-// There are no socket errors of their own here, so that `which` makes no difference.
+// Sockets have no separate errors here, so `which` makes no difference.
 std::string errorText(bool withCode, const uint32_t* error, int /*which*/) {
     const int saved = errno;
     const uint32_t number = error != nullptr ? *error : static_cast<uint32_t>(saved);

@@ -8,7 +8,7 @@
 
 namespace {
 
-/// Sets errno, calls, and checks that errno is as it was.
+/// Sets errno, calls errorText, and checks that errno is unchanged.
 std::string textWithErrno(int systemError, bool withCode, const uint32_t* error, int which) {
     errno = systemError;
     std::string text = errorText(withCode, error, which);

@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::string_view digits = "0123456789abcdefghijklmnopqrstuvwxyz";
 
-/// Takes characters for a string.
+/// Appends characters to a string.
 class StringSink {
 public:
     explicit StringSink(std::string& target) : mTarget(target) {}
@@ -27,11 +27,11 @@ private:
     std::string& mTarget;
 };
 
-/// Takes characters for a stream, and remembers whether one got lost.
+/// Writes characters to a stream, and remembers whether one was lost.
 class StreamSink {
 public:
     explicit StreamSink(std::ostream& out) : mBuffer(*out.rdbuf()) {}
-    /// Goes on behind a character that isn't taken.
+    /// Continues after a character that the stream refuses.
     void put(std::string_view text) {
         for (;;) {
             const auto taken = static_cast<size_t>(
@@ -50,7 +50,7 @@ private:
     bool mHasFailed = false;
 };
 
-/// Puts a character, for an output iterator.
+/// Writes a character; the function of an output iterator.
 struct PutCharacter {
     StreamSink* sink;
     void operator()(char c) const { sink->put({&c, 1}); }
@@ -70,12 +70,13 @@ void putEscape(Sink& sink, char letter, uint32_t value, size_t digitCount) {
     sink.put({text, 2 + digitCount});
 }
 
-/// How many characters from the start of `text` are at most `highest`, which is 126 or 127.
-/// `take(index, value)` gets these, and maybe some of those behind them.
+/// Returns how many characters from the start of `text` are at most `highest`, which is 126 or 127.
+/// Passes these, and maybe some that follow them, to `take(index, value)`.
 template <class Unit, class Take>
 size_t plainRun(std::basic_string_view<Unit> text, unsigned highest, Take take) {
     using Value = std::make_unsigned_t<Unit>;
-    // A block at a time, without a branch for each character, as compilers do many at once.
+    // Works block by block without a branch for each character, so that compilers can handle many
+    // characters at once.
     constexpr size_t block = 64;
     size_t length = 0;
     for (; text.size() - length >= block; length += block) {
@@ -99,7 +100,8 @@ size_t plainRun(std::string_view text, unsigned highest) {
     return plainRun(text, highest, [](size_t, unsigned char) {});
 }
 
-/// What goes out at once: few enough to be in the processor's cache when it is written.
+/// The most that is written at once. It is small enough to be in the processor's cache when it is
+/// written.
 constexpr size_t pieceSize = 4096;
 
 template <class Sink>
@@ -170,7 +172,7 @@ std::string textOf(Put put) {
 
 constexpr CharacterSet safePunctuation("%+,-./:=@^_");
 
-/// Writes into a layout, and ends with the first character that the stream doesn't take.
+/// Writes into a layout, and stops at the first character that the stream refuses.
 class WrappedOutput {
 public:
     WrappedOutput(std::ostream& out, Layout* layout)
@@ -191,9 +193,9 @@ public:
     }
 
 private:
-    // All are false if the stream takes no more. The column counts what it took.
+    // All of these return false if the stream refuses more. The column counts what it accepted.
 
-    /// One column for each character.
+    /// Each character counts as one column.
     bool put(std::string_view text) {
         const auto size = static_cast<std::streamsize>(text.size());
         const std::streamsize taken = mBuffer.sputn(text.data(), size);
@@ -215,11 +217,11 @@ private:
     std::streambuf& mBuffer;
     LayoutGuard mGuard;
     Layout& mLayout;
-    bool mIsBehindLineFeed = false;  ///< of the text that is quoted
+    bool mIsBehindLineFeed = false;  ///< in the text that is quoted
 };
 
-/// On a new line if the item's first columns don't fit into this one; behind the margin and the
-/// space that is owed.
+/// Starts a new line if the item's first columns don't fit into this one. Then fills the line up to
+/// the margin; past the margin, writes the space that is owed, if any.
 bool WrappedOutput::beginItem(int columns) {
     if (mLayout.width - mLayout.column < (mLayout.needSpace ? 1 : 0) + columns) {
         if (!lineFeed()) {
@@ -251,7 +253,7 @@ bool WrappedOutput::putDump(const HexDump& dump) {
     return true;
 }
 
-/// The escape of a byte that doesn't stand for itself, in `room`.
+/// Returns the escape of a byte that isn't written as itself. Stores a hexadecimal one in `room`.
 std::string_view escapeOf(unsigned char byte, std::array<char, 4>& room) {
     switch (byte) {
         case '\t':
@@ -270,22 +272,23 @@ std::string_view escapeOf(unsigned char byte, std::array<char, 4>& room) {
 
 bool standsForItself(unsigned char byte) { return std::isprint(byte) != 0 && byte != '\\'; }
 
-/// A character or an escape, on a new line if the literal has to break before it.
+/// Writes a character or an escape. Starts a new line first if the literal has to break there.
 bool WrappedOutput::putCharacter(std::string_view text) {
     const int columns = static_cast<int>(text.size());
     if (mIsBehindLineFeed || mLayout.width - mLayout.column < columns + 1) {
         if (!put("\"") || !lineFeed() || !putSpaces(mLayout.indent) || !put("\"")) {
             return false;
         }
-        // Compatibility: counted from a margin below 0 too, so that such lines run on by as much.
+        // Compatibility: the column counts from a margin below 0 too, so such lines are longer by
+        // as much.
         mLayout.column = mLayout.indent + 1;
     }
     return put(text);
 }
 
 bool WrappedOutput::putQuoted(const Quoted& quoted) {
-    // Compatibility: a double quote in the text is written bare, so that the output can't be
-    // read back exactly.
+    // Compatibility: a double quote in the text isn't escaped, so the output can't be read back
+    // exactly.
     if (!beginItem((quoted.length != 0 ? 1 : 0) + 2) || !put("\"")) {
         return false;
     }

@@ -12,7 +12,7 @@ namespace {
 
 constexpr size_t SIZE = 1U << 20U;
 
-/// Takes SIZE characters, and can be rewound.
+/// Accepts SIZE characters, and can be rewound.
 class FixedBuffer : public std::streambuf {
 public:
     FixedBuffer() : mRoom(SIZE) { rewind(); }

@@ -1,4 +1,4 @@
-// Escapes and words for a shell.
+// Escapes and shell words.
 
 #include "util/escapedoutput.h"
 
@@ -77,7 +77,7 @@ TEST(EscapeUtf8Test, CharactersAbove126AreEscapedAndBadBytesAsSurrogates) {
          "a",
          "\\udc80a"},
         {"\xC3", "\\udcc3"},
-        // A surrogate, and sequences that are longer than need be.
+        // Surrogates and overlong sequences.
         {"\xED\xA0\x80", "\\udced\\udca0\\udc80"},
         {"\xED\xBF\xBF!", "\\udced\\udcbf\\udcbf!"},
         {"\xC0\x80", "\\udcc0\\udc80"},
@@ -96,8 +96,8 @@ TEST(EscapeUtf8Test, CharactersAbove126AreEscapedAndBadBytesAsSurrogates) {
     }
 }
 
-/// Texts of plain characters with one `special` in them, where runs of plain characters are taken
-/// in blocks of 64 and in pieces of 4096.
+/// Checks texts of plain characters with one `special` at each place. Runs of plain characters are
+/// processed in blocks of 64 and in pieces of 4096.
 template <class Unit, class Check>
 void checkAtEachPlace(Unit special, Check check) {
     const size_t sizes[] = {1, 63, 64, 65, 127, 128, 129, 4095, 4096, 4097, 8200};

@@ -4,7 +4,7 @@ FileTime FileTime::now() {
     timespec time{};
     clock_gettime(CLOCK_REALTIME, &time);
     const FileTime result = fromUnixTime(time.tv_sec, static_cast<int32_t>(time.tv_nsec));
-    // To the tick, as the clock of Windows.
+    // Whole ticks only, like the clock of Windows.
     return {result.mTicks, 0};
 }
 

@@ -71,7 +71,7 @@ std::string timeStampText(const std::optional<std::tm>& local, int32_t secondsWe
 }
 
 std::ostream& operator<<(std::ostream& stream, const FileTime& time) {
-    // All bits of the seconds: the 32 bits of unixTime() would end the stamps in 2038.
+    // Uses all bits of the seconds. With the 32 bits of unixTime() the stamps would end in 2038.
     const int64_t seconds = time.unixTicks() / static_cast<int64_t>(FileTime::ticksPerSecond);
     return stream << timeStampText(localTime(seconds), secondsWestOfUtc());
 }

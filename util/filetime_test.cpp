@@ -179,7 +179,8 @@ TEST(FileTimeTest, NowIsTheSystemsClockInWholeTicks) {
     const FileTime now = FileTime::now();
     EXPECT_EQ(now.nanos(), 0);
     const int64_t seconds = now.unixTicks() / 10'000'000;
-    // Which of the system's clocks is ahead of the other isn't said, so a minute is left to both.
+    // It isn't documented which of the system's clocks is ahead, so the check allows a minute
+    // either way.
     EXPECT_NEAR(static_cast<double>(seconds), static_cast<double>(std::time(nullptr)), 60.0);
 }
 
@@ -227,7 +228,7 @@ TEST(TimeStampTextTest, WithoutADateTheZoneStandsAlone) {
     EXPECT_EQ(timeStampText(std::nullopt, 18000), "+0500");
 }
 
-/// Puts this process into a zone until the scope ends.
+/// Sets this process's time zone until the scope ends.
 class ZoneScope {
 public:
     explicit ZoneScope(const char* zone) : mVariable("TZ", zone) { tzset(); }
@@ -237,7 +238,7 @@ private:
         ~LookAgain() { tzset(); }
     };
 
-    // Goes last, when the variable is what it was.
+    // Destroyed last, when the variable has its old value again.
     LookAgain mLookAgain;
     testing_support::EnvironmentScope mVariable;
 };
@@ -263,7 +264,7 @@ TEST(TimeStampTest, FiveAndAHalfHoursEastTheStampEndsInMinus0530) {
     EXPECT_EQ(stamp(FileTime::fromUnixTime(1'234'567'890, 0)), "2009-02-14T05:01:30-0530");
 }
 
-TEST(TimeStampTest, InSummerTheHourIsThatOfSummerTimeAndTheOffsetThatOfStandardTime) {
+TEST(TimeStampTest, InSummerTheStampHasSummerHoursAndTheStandardTimeOffset) {
     const ZoneScope zone("EST5EDT");
     constexpr int64_t july = 1'247'600'000;
     const std::optional<std::tm> local = localTime(july);
@@ -276,7 +277,7 @@ TEST(TimeStampTest, InSummerTheHourIsThatOfSummerTimeAndTheOffsetThatOfStandardT
 TEST(TimeStampTest, FractionsOfASecondAreLeftOut) {
     const ZoneScope zone("UTC0");
     EXPECT_EQ(stamp(FileTime::fromUnixTime(0, 999'999'999)), "1970-01-01T00:00:00Z");
-    // Less than a second in front of 1970 is cut towards it.
+    // Less than a second before 1970 is truncated to 1970.
     EXPECT_EQ(stamp(FileTime(EPOCH - 1, 0)), "1970-01-01T00:00:00Z");
     EXPECT_EQ(stamp(FileTime(EPOCH - 9'999'999, 0)), "1970-01-01T00:00:00Z");
 }

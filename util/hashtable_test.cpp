@@ -7,13 +7,13 @@
 
 #include <gtest/gtest.h>
 
-/// A look at the chains.
+/// Access to the chains.
 struct HashTableTestPeer {
     template <class Value>
     static size_t buckets(const HashTable<Value>& table) {
         return table.mBuckets.size();
     }
-    /// The keys of a chain from its front on.
+    /// The keys of a chain, from front to back.
     template <class Value>
     static std::string chain(const HashTable<Value>& table, size_t bucket) {
         std::string keys;
@@ -22,7 +22,7 @@ struct HashTableTestPeer {
         }
         return keys;
     }
-    /// Whether each entry stands in the chain whose number it has.
+    /// Whether each entry is in the chain whose number it has.
     template <class Value>
     static bool hasRightBuckets(const HashTable<Value>& table) {
         size_t count = 0;
@@ -41,7 +41,7 @@ namespace {
 
 using Peer = HashTableTestPeer;
 
-/// Its texts stay where they are.
+/// The texts don't move.
 std::vector<std::string> numberedTexts(size_t count) {
     std::vector<std::string> texts;
     for (size_t i = 0; i < count; ++i) {
@@ -118,7 +118,7 @@ TEST(HashTableTest, AnAddedTextIsFoundByAnotherCopyOfIt) {
 }
 
 TEST(HashTableTest, TextsOfOneChainAreToldApart) {
-    // All have a hash that 16 divides.
+    // All have a hash that is divisible by 16.
     const std::array<std::string, 5> texts = {std::string(1, '\0'), std::string(2, '\0'), "", "0",
                                               "p"};
     HashTable<size_t> table;
@@ -177,7 +177,7 @@ TEST(HashTableTest, ANewEntryGoesToTheFrontOfItsChain) {
 }
 
 TEST(HashTableTest, GrowthTurnsChainsRoundBeforeTheNewEntryGoesToTheFront) {
-    const std::string digits = " 0@P`p!1AQa";  // eleven, of hashes that are 0 or 1 modulo 16
+    const std::string digits = " 0@P`p!1AQa";  // eleven texts with hashes of 0 or 1 modulo 16
     HashTable<int> table;
     for (size_t i = 0; i < digits.size(); ++i) {
         table.add(HashedText(StringSpan(&digits[i], 1)), 0);

@@ -1,4 +1,4 @@
-// Locks and conditions that can't be made, and that nothing is left of those that have gone.
+// Locks and conditions that can't be made; those that are destroyed leave nothing allocated.
 
 #include <atomic>
 #include <cerrno>
@@ -91,7 +91,7 @@ TEST(LockHandleDeathTest, AConditionThatCannotBeMadeEndsTheProcess) {
                 NO_CONDITION + tryAgain());
 }
 
-/// Makes and ends objects that have a handle each, of the kind that is counted in `handles`.
+/// Makes and destroys objects, each with a handle of the kind that `handles` counts.
 template <class Object>
 void expectNothingIsLeft(const std::atomic<int>& handles) {
     constexpr ptrdiff_t count = 100;
@@ -102,7 +102,7 @@ void expectNothingIsLeft(const std::atomic<int>& handles) {
         EXPECT_EQ(handles, handlesBefore + 1);
     }
     EXPECT_EQ(handles, handlesBefore) << "the handles are destroyed";
-    // A detached thread of an earlier test may allocate or free something meanwhile.
+    // A detached thread of an earlier test may still allocate or free something.
     EXPECT_LT(std::abs(liveAllocationCount() - memoryBefore), count / 2) << "the cells are freed";
 }
 

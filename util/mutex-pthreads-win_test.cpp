@@ -16,8 +16,8 @@ const std::string NO_RWLOCK = "Unable to initialize a new rwlock: ";
 
 NestedTimer* noTimer() { return nullptr; }
 
-// There is memory for the cell of the handle, and winpthreads lacks it for what it makes of the
-// handle: a mutex, an rwlock, or the mutexes inside an rwlock.
+// There is memory for the handle's cell, but not for what winpthreads allocates for the handle: a
+// mutex, an rwlock, or the mutexes inside an rwlock.
 
 TEST(MutexDeathTest, AMutexThatCannotBeMadeEndsTheProcess) {
     EXPECT_EXIT(

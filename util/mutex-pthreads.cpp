@@ -39,8 +39,9 @@ int initialize(pthread_mutex_t* mutex, MutexType type) {
     return pthread_mutex_init(mutex, attributes.get());
 }
 
-// winpthreads allocates a lock when it is first taken, and a lock that it can't allocate counts as
-// not taken, which nobody examines. Taking it once here makes that a failure of the construction.
+// winpthreads allocates a lock when it is first taken. If it can't allocate the lock, it reports
+// that the lock wasn't taken, and no caller checks that. Taking the lock once here makes the
+// construction fail instead.
 
 int useMutexOnce(pthread_mutex_t* mutex) {
     const int result = pthread_mutex_trylock(mutex);

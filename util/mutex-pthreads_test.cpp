@@ -27,7 +27,7 @@ static_assert(sizeof(RWLock) == 2 * sizeof(void*));
 static_assert(sizeof(MutexLock) == sizeof(void*));
 static_assert(!std::is_copy_constructible_v<Mutex> && !std::is_copy_assignable_v<Mutex>);
 
-/// Ends a bare handle, which must be free.
+/// Destroys a bare handle, which must be free.
 template <auto destroy>
 struct EndHandle {
     template <class Handle>
@@ -224,7 +224,7 @@ TEST(MutexTest, WithoutAGetterABusyMutexReadsNoClock) {
     Mutex mutex(mutexErrorChecking);
     mutex.lock();
     EXPECT_FALSE(mutex.tryLock());
-    // Busy beyond doubt: this type refuses the thread that holds it, where another would wait.
+    // Certainly busy: this type refuses the thread that holds it, where another type would wait.
     mutex.lock();
     mutex.unlock();
     EXPECT_TRUE(canBeTakenByAnotherThread(mutex));
@@ -282,7 +282,8 @@ TEST(MutexLockTest, CheckIsTrueForTheVeryMutexAndFalseForAnother) {
     EXPECT_FALSE(lock.check(other));
 }
 
-/// What another thread could take right now: "" nothing, "r" to read, "rw" to write as well.
+/// Returns what another thread could take right now: "" for nothing, "r" to read, "rw" also to
+/// write.
 std::string freeFor(RWLock& lock) {
     std::string result;
     BoundedThread([&] {

@@ -7,7 +7,7 @@
 
 namespace {
 
-/// A text of bytes, NUL included.
+/// Returns the literal's bytes, including NULs inside it.
 template <size_t size>
 std::string bytes(const char (&literal)[size]) {
     return {literal, size - 1};

@@ -5,7 +5,7 @@
 
 namespace {
 
-/// The length of the name at `at` if that is `.` or `..`, and else 0.
+/// Returns the length of the name at `at` if it is `.` or `..`, and otherwise 0.
 size_t dotNameLength(StringSpan path, size_t at) {
     size_t length = 0;
     while (length < 2 && at + length < path.length && path.data[at + length] == '.') {
@@ -15,15 +15,16 @@ size_t dotNameLength(StringSpan path, size_t at) {
     return end == path.length || isPathSeparator(path.data[end]) ? length : 0;
 }
 
-/// Of names with a slash before each, where the last one's slash is; `begin` if there is none.
+/// For names with a slash before each, returns where the last one's slash is; `begin` if there is
+/// none.
 char* beforeLastName(const char* begin, char* end) {
     while (end != begin && *--end != '/') {
     }
     return end;
 }
 
-/// Whether a path is on a drive and in normal form but for the kind of separators, the path's end
-/// included. Nearly every path is such.
+/// Whether a path is on a drive and, except for the kind of its separators, in normal form. This
+/// includes the path's end. It is true for nearly every path.
 bool isTidyDrivePath(PathMarks& path) {
     const auto [text, length] = path.path();
     return beginsWithDrive(path.path()) && text[length - 1] != ':' &&
@@ -31,7 +32,7 @@ bool isTidyDrivePath(PathMarks& path) {
             (isPathSeparator(text[driveLength]) && path.nextUntidy(driveLength) == length));
 }
 
-/// The same on a share. Never so in Cygwin mode, where other roots begin alike.
+/// The same for a share. Always false in Cygwin mode, where other roots begin the same way.
 bool isTidySharePath(PathMarks& path) {
     constexpr size_t serverBegin = 2;
     const auto [text, length] = path.path();
@@ -40,7 +41,7 @@ bool isTidySharePath(PathMarks& path) {
            text[length - 1] != ':' && path.nextUntidy(serverBegin) == length;
 }
 
-/// A copy with slashes only from `from` on.
+/// Returns a copy in which all separators from `from` on are slashes.
 std::string copySlashed(StringSpan path, size_t from) {
     std::string copy(path.view());
     pathbytes::copySeparatedBy('/', path.data + from, path.length - from, copy.data() + from);
@@ -68,8 +69,8 @@ char* writeNames(PathMarks& marks, size_t rootEnd, char* const to) {
     return end;
 }
 
-/// The most characters that a normal form takes: the first name can lack a separator in front, and
-/// a colon at the end gets one.
+/// The maximum length of a normal form. A separator can be added before the first name and after a
+/// colon at the end.
 constexpr size_t roomFor(StringSpan path) { return path.length + 2; }
 
 /// Writes the normal form, and returns the place after it.
@@ -82,7 +83,7 @@ char* writeNormalForm(PathMarks& path, const PathRoot& root, char* to) {
     return end;
 }
 
-/// Of a path that isn't a tidy one on a drive.
+/// The normal form of a path that isn't a tidy one on a drive.
 std::string otherNormalForm(PathMarks& marks) {
     const StringSpan path = marks.path();
     if (isTidySharePath(marks)) {

@@ -15,7 +15,7 @@ namespace {
 
 using testing_support::CygwinScope;
 
-/// The rule, name by name, for a path whose root is spelled normally.
+/// Applies the rule name by name, for a path whose root is in its normal spelling.
 std::string foldedBelow(const std::string& root, const std::string& tail) {
     std::vector<std::string> names;
     for (size_t at = 0; at < tail.size();) {
@@ -75,7 +75,7 @@ TEST(NormalFormTest, WhatIsToBeFoldedIsSeenAtEveryPlaceOfALongPath) {
 TEST(NormalFormTest, RandomPathsOfManyNamesAreFoldedByTheRule) {
     const std::vector<std::string> pieces = {
         "/", "\\", ".", "..", "a", ":", "/.", "/..", "name", "a longer name", ".x", "\xC3\xA9"};
-    // A failure must come again in the next run.
+    // A failure must be reproducible.
     std::mt19937 random(1);  // NOLINT(cert-msc32-c,cert-msc51-cpp)
     for (int i = 0; i < 20000; ++i) {
         const std::string& root = ROOTS[random() % ROOTS.size()];
@@ -92,7 +92,7 @@ TEST(NormalFormTest, AShareIsSpelledNormallyWhateverSeparatorsItHas) {
     expectForms("\\\\srv\\sh", "//srv/sh");
     expectForms("\\\\\\srv//\\sh\\a", "//srv/sh/a");
     expectForms("/\\srv\\sh\\.\\a", "//srv/sh/a");
-    // Server and share are no names that fold.
+    // Server and share aren't names, so dots in them don't fold.
     expectForms("\\\\.\\..\\a", "//./../a");
 }
 

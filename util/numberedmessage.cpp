@@ -10,5 +10,5 @@ std::ostream& operator<<(std::ostream& out, const MessagePrefix& mp) {
     return out << format(32, "%s NB%04d: ", mp.mIsError ? "ERROR" : "WARNING", mp.mCode);
 }
 
-// Here, so that the table of virtual functions stands in one place.
+// Defined here, so that the table of virtual functions is in one place.
 NumberedRuntimeError::~NumberedRuntimeError() = default;

@@ -1,4 +1,4 @@
-// What is printable, and what a shell takes, in a locale of the C runtime other than "C".
+// Printable characters, and what a shell accepts, in a locale of the C runtime other than "C".
 
 #include <cctype>
 #include <string>

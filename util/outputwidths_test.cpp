@@ -18,7 +18,7 @@ using testing_support::quote;
 
 constexpr int MOST_WIDTH = 12;
 
-/// What stands at the widths from the one of the row before up to `lastWidth`.
+/// The output for all widths after the previous row's `lastWidth` up to this one's.
 struct WidthRow {
     int lastWidth;
     const char* text;
@@ -109,7 +109,7 @@ TEST(HexDumpWidthTest, TheMarginIsPartOfTheWidth) {
                    });
 }
 
-/// The model of a layout: the lines as they stand on the page, so that nobody has to count.
+/// The model of a layout. It holds the lines as they appear on the page, so there is no counting.
 class Page {
 public:
     explicit Page(const Layout& layout)
@@ -273,7 +273,7 @@ TEST(WrappedOutputWidthTest, InsertersThatFollowEachOtherFillTheSameLines) {
     });
 }
 
-/// With a field of each width to fill, at either side.
+/// Checks that a field width of the stream fills nothing, on either side.
 template <class Inserted>
 void expectWithoutFilling(const Inserted& inserted, const std::string& text) {
     for (int width = 1; width <= MOST_WIDTH; ++width) {

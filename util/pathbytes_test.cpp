@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-// The forms in use against the plain ones, and the plain ones against what they promise.
+// Compares the forms in use with the plain ones, and the plain ones with their contracts.
 
 namespace {
 
@@ -16,8 +16,8 @@ using namespace std::string_view_literals;
 /// Characters that matter, their neighbours in ASCII, and bytes that differ from them in one bit.
 constexpr std::string_view LETTERS = "/\\..-0[]^@AZ`az{|nN\0\x7F\x80\xAF\xAE\xDC\xC1\xE1\xFF"sv;
 
-/// Texts of each length up to `longest`, each in a block of its own, so that a step beyond its ends
-/// is seen under ASan.
+/// Texts of each length up to `longest`, each in its own block, so that ASan detects an access
+/// outside it.
 class RandomTexts {
 public:
     template <class Check>
@@ -38,7 +38,7 @@ public:
     size_t below(size_t limit) { return mRandom() % limit; }
 
 private:
-    // A failure must come again in the next run.
+    // A failure must be reproducible.
     std::mt19937 mRandom{1};  // NOLINT(cert-msc32-c,cert-msc51-cpp)
 };
 

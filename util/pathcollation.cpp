@@ -19,7 +19,7 @@ void skipSeparators(PathUnitCursor& cursor) {
     }
 }
 
-/// A path in its two parts; `root` is empty for one that isn't rooted.
+/// A path, split into root and rest; `root` is empty if the path isn't rooted.
 struct RootedPath {
     explicit RootedPath(StringSpan path) {
         PathRange range;
@@ -48,8 +48,8 @@ int compareRoots(StringSpan a, StringSpan b) {
     return left.atEnd() ? (right.atEnd() ? 0 : -1) : 1;
 }
 
-/// How many bytes can be passed over in both texts, as they are alike and no sequence or run of
-/// separators goes on after them.
+/// Returns how many bytes can be skipped in both texts: they are alike, and no sequence or run of
+/// separators continues after them.
 size_t passableLength(StringSpan a, StringSpan b) {
     constexpr size_t longestSequence = 4;
     size_t length = pathbytes::alikeLength(a.data, b.data, std::min(a.length, b.length));
@@ -73,7 +73,7 @@ StringSpan after(StringSpan text, size_t length) {
     return {text.data + length, text.length - length};
 }
 
-/// Past an ASCII character that both are at, and what is alike after it.
+/// Moves both past an ASCII character that they are at, and past what is alike after it.
 void passAlike(PathUnitCursor& a, PathUnitCursor& b) {
     const StringSpan left(a.position + 1, static_cast<size_t>(a.end - a.position) - 1);
     const StringSpan right(b.position + 1, static_cast<size_t>(b.end - b.position) - 1);
@@ -116,7 +116,7 @@ bool isAsciiNameCharacter(char c) {
     return static_cast<signed char>(c) >= 0 && !isPathSeparator(c);
 }
 
-/// Compares what is after two equal roots, of which `passed` bytes are alike.
+/// Compares what follows two equal roots. The first `passed` bytes of it are alike.
 int compareAfterRoots(StringSpan a, StringSpan b, size_t passed) {
     // Nearly always two characters differ there.
     if (passed != 0 && passed < a.length && passed < b.length &&

@@ -12,7 +12,7 @@ namespace {
 
 using benchmark::Letters;
 
-/// What takes bytes for characters, and knows neither roots nor separators.
+/// A comparison that treats bytes as characters, and knows neither roots nor separators.
 int compareBytes(const std::string& a, const std::string& b) {
     const size_t shorter = std::min(a.size(), b.size());
     for (size_t i = 0; i < shorter; ++i) {

@@ -33,12 +33,12 @@ TEST(ComparePathsTest, CaseAndTheKindAndNumberOfSeparatorsDoNotCount) {
 
 TEST(ComparePathsTest, WhereOnePathIsUsedUpOrASeparatorDecidesTheResultIsOne) {
     const char* const rows[][2] = {
-        // A rooted path sorts behind one that isn't.
+        // A rooted path sorts after one that isn't rooted.
         {"a", "C:\\a"},
         {"a", "\\a"},
         {"", "/"},
         {"z", "/a"},
-        // What is used up comes first.
+        // A path that ends comes before one that goes on.
         {"", "a"},
         {"a", "ab"},
         {"a", "a/b"},
@@ -46,7 +46,7 @@ TEST(ComparePathsTest, WhereOnePathIsUsedUpOrASeparatorDecidesTheResultIsOne) {
         {"C:", "C:\\a"},
         {"/", "/a"},
         {"\\\\s", "\\\\s\\x"},
-        // A separator comes before all else.
+        // A separator comes before everything else.
         {"a/b", "ab"},
         {"a/b", "a!"},
         {"a/b", "a\x01"},
@@ -54,7 +54,7 @@ TEST(ComparePathsTest, WhereOnePathIsUsedUpOrASeparatorDecidesTheResultIsOne) {
         {"C:\\a\\b", "C:\\ab"},
         {"/a/b", "/ab"},
         {"//s/s/a/b", "//s/s/a!"},
-        // A root that is used up, too.
+        // A root that ends comes first, too.
         {"//s/s", "//s/sh/a"},
     };
     for (const auto& row : rows) {
@@ -74,7 +74,7 @@ TEST(ComparePathsTest, TwoCharactersDifferByTheirWeights) {
         {"a/x1", "A\\x2", '1', '2'},
         {"//srv/a", "//srw/a", 'v', 'w'},
         {"\xC3\xA9", "\xCE\xB1", 0xE9, 0x3B1},
-        // Bad bytes are units, and don't stop the comparison.
+        // Invalid bytes count as units, and don't stop the comparison.
         {"a\xFF", "ab", 0xDCFF, 'b'},
         {"a\xFF"
          "b",
@@ -82,11 +82,12 @@ TEST(ComparePathsTest, TwoCharactersDifferByTheirWeights) {
          "c",
          'b', 'c'},
         {"\xC3\xA9", "\xC3", 0xE9, 0xDCC3},
-        // Above U+FFFF the surrogates count, one at a time.
+        // Above U+FFFF each surrogate counts separately.
         {"\xF0\x90\x80\x80", "\xF0\x90\x80\x81", 0xDC00, 0xDC01},
         {"\xF0\x90\x80\x80", "\xF0\x90\x90\x80", 0xD800, 0xD801},
         {"\xF0\x90\x80\x80", "\xEE\x80\x80", 0xD800, 0xE000},
-        // What is the same counts as part of its sequence, whole in one and cut short in the other.
+        // Equal bytes count as part of their sequence, which is complete in one path and truncated
+        // in the other.
         {"a\xF0\x90\x80\x80", "a\xF0\x90\x80!", 0xD800, 0xDCF0},
         {"a\xE2\x82\xAC", "a\xE2\x82!", 0x20AC, 0xDCE2},
         {"a\xC3\xA9", "a\xC3!", 0xE9, 0xDCC3},

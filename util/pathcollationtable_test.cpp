@@ -1,4 +1,4 @@
-// What holds of the tables.
+// Properties of the tables.
 
 #include <map>
 #include <string>
@@ -138,7 +138,7 @@ TEST(PathCollationTableTest, LettersOfBothCasesArePairedAsTheirBlocksHaveThem) {
                 << row.letters << std::hex << ' ' << lower;
         }
     }
-    // In the midst of these: the signs of multiplication and division, a gap and the final sigma.
+    // In the middle of these: the signs of multiplication and division, a gap and the final sigma.
     for (const int unit : {0x00D7, 0x00F7, 0x03A2, 0x03C2}) {
         EXPECT_EQ(pathCaseSwapTable[static_cast<size_t>(unit)], unit) << std::hex << unit;
     }

@@ -17,7 +17,7 @@ std::vector<std::string> texts(const std::string& path, const std::vector<PathRa
 
 using Texts = std::vector<std::string>;
 
-TEST(SeparatorTest, BothSlashesSeparateInWindowsModeAndOnlyTheForwardOneInAnyOther) {
+TEST(SeparatorTest, BackslashesSeparateOnlyInWindowsModeAndSlashesInAnyMode) {
     EXPECT_TRUE(isPathSeparator('/', 1));
     EXPECT_TRUE(isPathSeparator('\\', 1));
     EXPECT_FALSE(isPathSeparator(':', 1));
@@ -229,7 +229,7 @@ TEST(IsInPathTest, BytesBeyondAsciiAreCompared) {
     EXPECT_TRUE(isInPath("C:/\xC3\xA4", "c:\\\xC3\xA4\\x"));
     EXPECT_FALSE(isInPath("C:/\xC3\xA4", "C:/\xC3\xB6"));
     EXPECT_FALSE(isInPath("C:/\xE1", "C:/a"));
-    // The locale of this process folds ASCII alone.
+    // The locale of this process folds only ASCII.
     EXPECT_FALSE(isInPath("C:/\xC3\xA4", "C:/\xC3\x84"));
 }
 

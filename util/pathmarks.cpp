@@ -7,7 +7,7 @@ void PathMarks::moveTo(size_t at) {
     const size_t marked = std::min(left, pathbytes::markedBytes);
     auto [separators, dots] = pathbytes::marksOf(mPath.data + at, marked);
     if (marked < pathbytes::markedBytes) {
-        separators |= ~uint64_t{0} << marked;  // the end ends a name like a separator
+        separators |= ~uint64_t{0} << marked;  // the end ends a name as a separator does
     }
     const uint64_t dotNames = dots >> 1 & (separators >> 2 | (dots >> 2 & separators >> 3));
     mBegin = at;

@@ -1,4 +1,4 @@
-// The last component of a path, and the small tests.
+// The last component of a path, and small predicates.
 
 #include <cctype>
 
@@ -25,7 +25,7 @@ std::string parentPath(const std::string& path) {
 }
 
 std::string leafName(const std::string& path) {
-    // Compatibility: a name alone has the parent "." but no leaf. Callers test for the empty leaf.
+    // Compatibility: a bare name has the parent "." but no leaf. Callers test for the empty leaf.
     const size_t separator = path.find_last_of(SEPARATORS);
     return separator == std::string::npos ? std::string() : path.substr(separator + 1);
 }
@@ -65,8 +65,8 @@ void splitFileName(const std::string& path, PathParts& parts, int mode) {
     if (stem.end == 0) {
         stem = {0, size};
     }
-    // Compatibility: after a trailing separator the end is past that of the path. Callers use the
-    // beginning of the leaf alone.
+    // Compatibility: after a trailing separator the leaf's end is past the path's. Callers use only
+    // the beginning of the leaf.
     leaf.end = leaf.begin + size;
 }
 

@@ -77,7 +77,7 @@ TEST(SplitFileNameTest, ASeparatorBeforeTheColonIsTheDriveAndTheDirectory) {
     expectParts({"\\:x", {0, 1}, {0, 1}, {1, 3}, {0, 3}, {}}, windowsPaths);
 }
 
-TEST(SplitFileNameTest, BehindATrailingSeparatorTheLeafStartsAtTheEndAndIsAsLongAsThePath) {
+TEST(SplitFileNameTest, AfterATrailingSeparatorTheLeafAtTheEndIsAsLongAsThePath) {
     expectParts({"ab/", {}, {0, 3}, {3, 6}, {0, 3}, {}}, windowsPaths);
     expectParts({"/", {}, {0, 1}, {1, 2}, {0, 1}, {}}, windowsPaths);
     expectParts({"ab/", {}, {0, 3}, {3, 6}, {0, 3}, {}}, 0);
@@ -210,7 +210,7 @@ TEST(IsDriveColonTest, TheTextAroundTheColonTells) {
         bool withFallback;
         bool withoutFallback;
     } rows[] = {
-        {"all: C:/x", 3, false, false},  // a letter stands before the letter
+        {"all: C:/x", 3, false, false},  // a letter comes before the letter
         {"all: C:/x", 6, true, true},
         // The end of the line counts as a blank.
         {"(C:", 2, true, false},

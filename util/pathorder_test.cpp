@@ -1,4 +1,4 @@
-// The order of paths against a plain model of it, and what decides it at roots.
+// The order of paths compared with a plain model of it, and what decides it at roots.
 
 #include <random>
 #include <string>
@@ -42,7 +42,7 @@ TEST(PathRootOrderTest, InARootEverySeparatorCounts) {
         {"///s/x", "//s/x", weight('/') - weight('s')},
         {"//s//x/a", "//s/x/a", weight('/') - weight('x')},
         {"//s\\/x/a", "\\/S/\\X\\A", 0},
-        {"//s/x//a", "//s/x/a", 0},  // behind it runs are one
+        {"//s/x//a", "//s/x/a", 0},  // after it a run counts as one
         {"//s/x///", "//s/x", 0},
         {"//s//x", "//s//x/", 0},
     });
@@ -53,7 +53,7 @@ TEST(PathRootOrderTest, SeparatorsInFrontOfNoShareAreOneRoot) {
         {"//s", "/s", 0},
         {"\\\\\\s/", "/S", 0},
         {"//", "/", 0},
-        {"/s", "//s/x", -1},  // its root is used up
+        {"/s", "//s/x", -1},  // its root ends first
         {"/z", "//a/a", -1},
         {"C:/a", "/a", weight('c') - weight('/')},
         {"C:/a", "//a/b", weight('c') - weight('/')},
@@ -68,7 +68,7 @@ TEST(PathRootOrderTest, RootsDecideBeforeWhatStandsBehindThem) {
         {"1:z", "2:a", weight('1') - weight('2')},
         {"C:", "C:a", -1},
         {"C:a", "C:/a", 0},
-        {"\xC3\xA9:a", "\xC3\xA9:/a", 1},  // no drive: its name has two bytes
+        {"\xC3\xA9:a", "\xC3\xA9:/a", 1},  // not a drive: its name has two bytes
     });
 }
 
@@ -100,7 +100,7 @@ TEST(PathRootOrderTest, InCygwinModeADrivesFolderIsARoot) {
             {"/cygdrive/c//a", "/cygdrive/c/a/", 0},
             {"/cygdrive/c/z", "/cygdrive/d/a", weight('c') - weight('d')},
             {"/cygdrive/c", "C:", weight('/') - weight('c')},
-            {"/cygdrive/c/a", "\\cygdrive/c/a", 1},  // goes on behind the separator
+            {"/cygdrive/c/a", "\\cygdrive/c/a", 1},  // continues after the separator
             {"/cygdrive/c/a", "/CYGDRIVE/c/a", 1},   // case counts in the prefix
         });
     }
@@ -165,7 +165,7 @@ TEST(PathOrderTest, NothingIsAllocatedWhateverTheRoots) {
     EXPECT_EQ(allocationsOfAll(), 0U);
 }
 
-// The model: a path is taken apart into lists of tokens first, and those are compared.
+// The model: each path is split into lists of tokens first, and then these are compared.
 
 using Tokens = std::vector<int>;
 
@@ -176,12 +176,12 @@ bool isSeparator(char c) { return c == '/' || c == '\\'; }
 
 int unitWeight(uint32_t unit) { return collationWeight(static_cast<uint16_t>(unit)); }
 
-/// The length of the well-formed sequence that `text` begins with, by the table of the Unicode
-/// Standard; 0 if there is none.
+/// Returns the length of the well-formed sequence at the start of `text`, by the table of the
+/// Unicode Standard; 0 if there is none.
 size_t sequenceLength(std::string_view text) {
     const struct {
         unsigned first, last;              // of the lead byte
-        unsigned secondFirst, secondLast;  // of the byte behind it
+        unsigned secondFirst, secondLast;  // of the second byte
         size_t length;
     } rows[] = {
         {0x00, 0x7F, 0, 0, 1},       {0xC2, 0xDF, 0x80, 0xBF, 2}, {0xE0, 0xE0, 0xA0, 0xBF, 3},
@@ -247,7 +247,7 @@ size_t lengthOfRun(std::string_view text, size_t from, bool ofSeparators) {
     return end - from;
 }
 
-/// Where the root ends; npos for a path that isn't rooted.
+/// Returns where the root ends; npos if the path isn't rooted.
 size_t rootEnd(std::string_view path) {
     if (path.empty()) {
         return std::string_view::npos;
@@ -290,7 +290,7 @@ ModelPath modelOf(std::string_view path) {
         const size_t separators = lengthOfRun(path, 0, true);
         path.remove_prefix(separators);
         if (path.empty()) {
-            break;  // those at the end count as none
+            break;  // trailing ones don't count
         }
         if (separators != 0) {
             model.rest.push_back(SEPARATOR);
@@ -320,7 +320,7 @@ int compareModels(const ModelPath& a, const ModelPath& b) {
     return roots != 0 ? roots : compareTokens(a.rest, b.rest);
 }
 
-/// Makes paths of a few roots and pieces, and others that are alike.
+/// Makes paths from a few roots and pieces, and others that are similar.
 class PathMaker {
 public:
     std::string path() { return pick(ROOTS) + tail(4); }

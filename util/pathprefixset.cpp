@@ -13,7 +13,7 @@ void PathPrefixSet::insert(std::string path, bool isPrefix) {
         if (!isPrefix || entry->isPrefix) {
             return;
         }
-        // In the set an entry is constant.
+        // Entries in the set are constant, so this one is taken out for the change.
         auto node = mEntries.extract(entry);
         node.value().isPrefix = true;
         entry = mEntries.insert(std::move(node)).position;

@@ -16,11 +16,11 @@ TEST(Benchmark, PathPrefixSetFind) {
     for (size_t i = 0; i < paths.size(); ++i) {
         const bool isPrefix = i % 2 == 0;
         set.insert(paths[i], isPrefix);
-        // As of the set, the text lies in memory before its node.
+        // As in the set, the text is in memory before its node.
         map.emplace(std::string(paths[i]), isPrefix);
     }
-    // Half of them are there, a quarter lies below a prefix, and a quarter isn't covered. They are
-    // spread over the whole set.
+    // Half of the keys are in the set, a quarter lies below a prefix, and a quarter isn't covered.
+    // They are spread over the whole set.
     constexpr size_t COUNT = 10'000;
     std::vector<std::string> keys;
     keys.reserve(COUNT);

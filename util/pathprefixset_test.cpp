@@ -34,13 +34,13 @@ Entries entriesOf(const PathPrefixSet& set) {
 
 constexpr std::nullopt_t NOTHING = std::nullopt;
 
-/// The path of the entry that covers `key`.
+/// Returns the path of the entry that covers `key`.
 std::optional<std::string> found(const PathPrefixSet& set, const std::string& key) {
     const PathPrefixSet::const_iterator entry = set.find(key);
     return entry == set.end() ? std::nullopt : std::make_optional(entry->path);
 }
 
-// What a set hands out can't be changed: else its entries would no longer be those it looks for.
+// The entries that a set returns are constant. If they changed, the set couldn't find them.
 static_assert(!std::is_assignable_v<decltype((PathPrefixSet().begin()->isPrefix)), bool>);
 static_assert(!std::is_assignable_v<decltype((PathPrefixSet().begin()->path)), std::string>);
 

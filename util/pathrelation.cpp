@@ -9,8 +9,8 @@
 
 namespace {
 
-/// Lower case. ASCII letters fold without the locale and without a call; the other bytes are the
-/// locale's affair.
+/// Converts to lower case. ASCII letters are folded without the locale and without a call; the
+/// locale decides about the other bytes.
 int lowerCase(char c) {
     const auto byte = static_cast<unsigned char>(c);
     if (byte < 0x80) {
@@ -19,7 +19,7 @@ int lowerCase(char c) {
     return std::tolower(byte);
 }
 
-/// Equal but for case, or both separators.
+/// Whether two characters are equal except for case, or both are separators.
 bool isAlike(char a, char b) {
     return (isPathSeparator(a) && isPathSeparator(b)) || lowerCase(a) == lowerCase(b);
 }
@@ -31,7 +31,7 @@ bool liesIn(StringSpan prefix, StringSpan path) {
     if (path.length < size) {
         return false;
     }
-    // Where ASCII alone doesn't make two characters alike, the locale may.
+    // Characters that aren't alike in ASCII may still be alike in the locale.
     for (size_t at = 0;; ++at) {
         at += pathbytes::alikeLength(prefix.data + at, path.data + at, size - at);
         if (at == size) {
@@ -55,7 +55,7 @@ std::optional<size_t> restBelow(StringSpan base, StringSpan path) {
 
     PathRange ours = baseRoot.range;
     PathRange theirs = pathRoot.range;
-    // The roots first, and then the names, until the base has no more.
+    // Compares the roots first, and then the names, until the base has no more.
     do {
         const char* name = base.data + ours.begin;
         const char* other = path.data + theirs.begin;

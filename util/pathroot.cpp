@@ -21,7 +21,8 @@ char* copyRange(StringSpan path, PathRange range, char* to) {
 
 char* PathRoot::writeText(StringSpan path, char* to) const {
     if (range.end == driveLength) {
-        // No share, and what most paths have: without a call for two characters.
+        // Not a share. Most paths have a root like this: its two characters are copied without a
+        // call.
         std::copy_n(path.data, driveLength, to);
         return to + driveLength;
     }

@@ -6,7 +6,7 @@
 #include "testing/scopes/cygwinscope.h"
 #include "util/pathfun.h"
 
-// Roots, and what the Cygwin mode makes of them and of the rest.
+// Roots, and the effect of the Cygwin mode on them and on the rest.
 
 namespace {
 
@@ -37,7 +37,7 @@ TEST(ParsePathRootTest, ADriveIsAnythingWithAColonInSecondPlace) {
                  {"C:\\foo", true, {0, 2}, "C:"},
                  {"1:x", true, {0, 2}, "1:"},
                  {"::", true, {0, 2}, "::"}});
-    // A separator in first place is none.
+    // A separator before the colon isn't a drive.
     expectRoots({{"/:x", false, {0, 0}, ""}, {"\\:", false, {0, 0}, ""}});
 }
 
@@ -68,7 +68,7 @@ TEST(ParsePathRootTest, AServerWithoutAShareIsNotAbsolute) {
                  {"//srv///", false, {0, 0}, ""}});
 }
 
-TEST(ParsePathRootTest, SeparatorsAloneAndASingleLeadingOneAreNotAbsoluteWithoutCygwin) {
+TEST(ParsePathRootTest, OnlySeparatorsOrOneLeadingOneAreNotAbsoluteWithoutCygwin) {
     expectRoots({{"/", false, {0, 0}, ""},
                  {"\\", false, {0, 0}, ""},
                  {"///", false, {0, 0}, ""},

@@ -13,14 +13,14 @@ std::locale localeOrClassic(const char* name) {
     try {
         return std::locale(name != nullptr ? name : "C");
     } catch (const std::runtime_error&) {
-        // A name that no locale has is nobody's error.
+        // An unknown name isn't an error.
         return std::locale("C");
     }
 }
 
 const std::locale& processLocale() {
-    // No lock: `gTouched` makes the locale during static construction, before a second thread can
-    // ask.
+    // No lock is needed: `gTouched` creates the locale during static construction, before a second
+    // thread can call this.
     if (gProcessLocale == nullptr) {
         gProcessLocale = new std::locale(localeOrClassic(std::getenv("NIMBREL_LOCALE")));
     }

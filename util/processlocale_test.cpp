@@ -33,8 +33,8 @@ void tellLocaleUnderAnotherNameAndExit() {
     tellLocaleAndExit();
 }
 
-// The locale is made at start-up, so the words are those of a child that starts with the variable;
-// the whole of what the child writes must be the locale's name.
+// The locale is created at start-up, so a child process starts with the variable. All that the
+// child writes must be the locale's name.
 void expectLocaleOfAChild(const std::optional<std::string>& value, const std::string& name) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const testing_support::EnvironmentScope scope("NIMBREL_LOCALE", value);
@@ -69,7 +69,7 @@ TEST(ProcessLocaleDeathTest, WithAnUnknownNameAProcessHasTheClassicLocaleAndSays
     expectLocaleOfAChild(UNKNOWN, "C");
 }
 
-TEST(ProcessLocaleDeathTest, ANameThatIsSetAfterStartUpChangesNothingEvenBeforeTheFirstCall) {
+TEST(ProcessLocaleDeathTest, ANameSetAfterStartUpChangesNothingEvenBeforeTheFirstCall) {
     if (!isKnown(UTF8)) {
         GTEST_SKIP() << "this C++ library knows no locale " << UTF8;
     }

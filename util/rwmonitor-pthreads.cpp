@@ -2,8 +2,8 @@
 
 #include "util/assertion.h"
 
-/// Holds the monitor's mutex. The wait for it goes into the monitor's timer, and into the mutex's
-/// own as well if that has a getter.
+/// Holds the monitor's mutex. The monitor's timer measures the wait for it, and so does the mutex's
+/// own if the mutex has a getter.
 class RWMonitor::Bookkeeping {
 public:
     explicit Bookkeeping(RWMonitor& monitor) : mMutex(*monitor.mMutex) {
@@ -56,8 +56,8 @@ void RWMonitor::unlock() {
 }
 
 void RWMonitor::waitAtGate(int& numWaiting) {
-    // The getter runs under the mutex here: that the gate is shut holds only as long as the mutex
-    // is held, and it is the wait itself that gives it up.
+    // The getter runs under the mutex here. The gate is known to be shut only while the mutex is
+    // held, and only the wait itself releases the mutex.
     const ScopedTimer waiting(mGetter != nullptr ? mGetter() : nullptr);
     ++numWaiting;
     mCondition->wait(*mMutex);

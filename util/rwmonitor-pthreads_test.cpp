@@ -9,7 +9,7 @@
 
 #include "testing/threads/contention.h"
 
-/// A look at the monitor's books, taken under its mutex.
+/// A copy of the monitor's books, taken under its mutex.
 struct RWMonitorTestPeer {
     int readersWaiting = 0;
     int writersWaiting = 0;
@@ -182,7 +182,7 @@ TEST_F(RWMonitorTest, MonitorsThatShareAMutexAndAConditionAdmitTheirOwnWaitersOn
     BoundedThread writer([&] { second.lockForWrite(); });
     EXPECT_TRUE(eventuallyBooks(first, {1, 0, -1}));
     EXPECT_TRUE(eventuallyBooks(second, {0, 1, 1}));
-    // Wakes the writer of the other monitor as well, which finds its own gate shut.
+    // Also wakes the writer of the other monitor, which finds its own gate shut.
     first.unlock();
     reader.join();
     EXPECT_EQ(books(first), (Books{0, 0, 1}));
@@ -196,7 +196,7 @@ TEST_F(RWMonitorTest, MonitorsThatShareAMutexAndAConditionAdmitTheirOwnWaitersOn
 
 TEST_F(RWMonitorTest, AWaitingWriterAloneHoldsBackAReader) {
     RWMonitor monitor(mMutex, mCondition);
-    // As between the last unlock and the waking of a writer: free, and a writer waits.
+    // The state between the last unlock and the waking of a writer: free, and a writer waits.
     Books::falsify(monitor, {0, 1, 0});
     BoundedThread reader([&] { monitor.lockForRead(); });
     EXPECT_TRUE(eventuallyBooks(monitor, {1, 1, 0}));
@@ -220,7 +220,7 @@ TEST_F(RWMonitorTest, AnUnlockThatLeavesAReaderWakesNobody) {
     const int callsBefore = getter.calls();
     for (int left = numReaders - 1; left > 0; --left) {
         monitor.unlock();
-        // Time for a writer that was woken to find the gate shut: it asks the getter again.
+        // Gives a woken writer time to find the gate shut: it would call the getter again.
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     // A wait may end by itself now and then, but not at every other unlock.
@@ -332,7 +332,8 @@ TEST_F(RWMonitorTest, AWaitAtTheGateWithoutAGetterOrWithANullTimerReadsNoClock) 
     EXPECT_GE(getter.calls(), 1);
 }
 
-/// The operations whose entry takes the mutex, and what brings the monitor back to free.
+/// The operations that take the mutex on entry. `before` prepares the monitor, and `after` brings
+/// it back to free.
 struct Entry {
     const char* name;
     void (RWMonitor::*before)();

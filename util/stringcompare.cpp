@@ -7,7 +7,7 @@
 
 namespace {
 
-// The result over the first min(a.length, b.length) characters, made into "less": where they don't
+// Turns the result over the first min(a.length, b.length) characters into "less". If these don't
 // differ, the proper prefix comes first.
 bool isLess(int result, size_t lengthOfA, size_t lengthOfB) {
     return lengthOfA >= lengthOfB ? result < 0 : result <= 0;
@@ -16,7 +16,7 @@ bool isLess(int result, size_t lengthOfA, size_t lengthOfB) {
 size_t lengthOf(const TextRange& range) { return range.second - range.first; }
 
 int compareWideNoCase(const wchar_t* a, const wchar_t* b, size_t count) {
-    // Nulls come with a count of 0 only, and the C runtime promises nothing for them.
+    // Null pointers come only with a count of 0. The C runtime guarantees nothing for them.
     return count == 0 ? 0 : cruntime::wcsnicmp(a, b, count);
 }
 

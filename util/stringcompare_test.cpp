@@ -236,7 +236,7 @@ class RangeCompareTest : public testing::TestWithParam<RangeCase> {};
 TEST_P(RangeCompareTest, ComparesWhatStandsInTheRanges) {
     const RangeCase& row = GetParam();
     const std::string a = row.a;
-    // Something follows both, so that a look behind the end of a range would show.
+    // Text follows both ranges, so that a read past the end of a range shows.
     const std::string text = a + "|" + row.b + "~";
     const TextRange first(0, a.size());
     const TextRange second(a.size() + 1, text.size() - 1);

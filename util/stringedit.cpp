@@ -46,8 +46,8 @@ void toUpper(std::string& text) {
 }
 
 void replaceChar(std::string& text, char from, char to) {
-    // Compatibility: one at the end is dropped, so that a folder's path has no separator at its
-    // end.
+    // Compatibility: a `from` at the end is dropped, so that a folder's path has no trailing
+    // separator.
     if (!text.empty() && text.back() == from) {
         text.pop_back();
     }
@@ -66,7 +66,7 @@ void blankLineContinuations(std::string& text, int limit) {
 }
 
 void collapseWhitespace(std::string& text) {
-    size_t end = 0;  // of what is finished; never beyond the character that is read
+    size_t end = 0;  // of the finished part; never past the character that is read
     bool blanksPending = false;
     for (const char c : text) {
         if (BLANKS.contains(c)) {

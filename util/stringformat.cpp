@@ -10,7 +10,7 @@ std::string format(size_t capacity, const char* pattern, ...) {
     va_start(arguments, pattern);
     const int count = cruntime::vsnprintf(text.data(), capacity, pattern, arguments);
     va_end(arguments);
-    // A text that doesn't fit has a negative count, which no string can be resized to.
+    // If the text doesn't fit, the count is negative, and no string can be resized to it.
     text.resize(static_cast<size_t>(count));
     return text;
 }

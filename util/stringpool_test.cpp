@@ -102,7 +102,8 @@ const char* gPooled = nullptr;
 TEST(StringPoolDeathTest, PooledTextsAreThereWhenStaticObjectsAreDestroyed) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const auto endProcess = [] {
-        // Registered before the pool is made, so that it runs behind what that may have registered.
+        // Registered before the pool is made, so that it runs after anything the pool may have
+        // registered.
         std::atexit([] { std::_Exit(internString("late") == gPooled ? 7 : 8); });
         gPooled = internString("late");
         std::exit(0);

@@ -44,7 +44,7 @@ char* nextField(char** cursor, char delimiter) {
 void splitNameAndNumber(const std::string& text, std::string& name, int* number) {
     const size_t colon = text.find(':');
     if (colon != std::string::npos) {
-        // NOLINTNEXTLINE(cert-err34-c): a text that is no number counts as 0
+        // NOLINTNEXTLINE(cert-err34-c): a text that isn't a number counts as 0
         *number = std::atoi(text.c_str() + colon + 1);
     }
     name.assign(text, 0, colon);
@@ -110,7 +110,7 @@ void appendQuotedWords(const char* const* words, std::string& commandLine) {
             commandLine += *words;
             commandLine += ' ';
         } else {
-            // Compatibility: nothing inside is escaped. That is up to the caller.
+            // Compatibility: nothing inside the quotes is escaped. That is up to the caller.
             commandLine += '"';
             commandLine += *words;
             commandLine += "\" ";

@@ -10,7 +10,7 @@ namespace {
 
 using namespace std::string_literals;
 
-// All fields of the text, and whether the cursor ends on its terminator.
+// Returns all fields of the text, and whether the cursor ends on its terminator.
 std::vector<std::string> fieldsOf(std::string text, char delimiter) {
     const char* const end = text.data() + text.size();
     std::vector<std::string> fields;
@@ -108,7 +108,7 @@ TEST_P(NextArgumentTest, GivesTheRestBehindTheFirstArgument) {
 }
 
 const ArgumentCase ARGUMENT_CASES[] = {
-    // The end of the line at every step.
+    // The line ends at every step.
     {"", ""},
     {"word", ""},
     {"word  ", ""},
@@ -117,12 +117,12 @@ const ArgumentCase ARGUMENT_CASES[] = {
     {"word\\", ""},
     {"word\\\"", ""},
     {"word\\\\\"", ""},
-    // Spaces part arguments, and only they do.
+    // Only spaces separate arguments.
     {"a b c", "b c"},
     {"a   b", "b"},
     {" a b", "a b"},
     {"a\tb c", "c"},
-    // Quotes hold spaces together.
+    // Spaces inside quotes don't separate.
     {"\"a b\" c", "c"},
     {"\"a b\"", ""},
     {"a\" \"b c", "c"},
@@ -143,7 +143,7 @@ const ArgumentCase ARGUMENT_CASES[] = {
 
 INSTANTIATE_TEST_SUITE_P(Rows, NextArgumentTest, testing::ValuesIn(ARGUMENT_CASES));
 
-// The index of what is found.
+// Returns the index of what is found.
 size_t unescapedIn(std::string_view text, char c = ';', char esc = '\\') {
     const char* const last = text.data() + text.size();
     return static_cast<size_t>(findUnescaped(text.data(), last, c, esc) - text.data());

@@ -7,7 +7,7 @@
 
 namespace {
 
-// Hands the start and end of each token between delimiters to `take`.
+// Passes the start and end of each token between delimiters to `take`.
 template <class Take>
 void forEachToken(const std::string& text, const std::string& delimiters, Take take) {
     const CharacterSet set(delimiters);
@@ -68,9 +68,10 @@ bool splitQuoted(const std::string& text, std::vector<std::string>& out,
     const CharacterSet set(delimiters);
     const CharacterSet quoteSet(quotes);
     for (size_t start = set.findNotIn(text, 0); start < text.size();) {
-        size_t end = 0;  // of the token with its quotes
+        size_t end = 0;  // of the token including its quotes
         if (quoteSet.contains(text[start])) {
-            // Compatibility: any quote closes, whichever kind has opened: "a' is a token.
+            // Compatibility: any kind of quote closes a token, whichever kind opened it: "a' is a
+            // token.
             const size_t closing = quoteSet.findIn(text, start + 1);
             if (closing == text.size()) {
                 return false;
@@ -106,7 +107,7 @@ std::string joinRanges(const std::string& text, const std::vector<TextRange>& ra
 
 void sortUnique(std::vector<std::string>& items, bool caseSensitive) {
     std::sort(items.begin(), items.end(), StringLess(caseSensitive));
-    // Compatibility: case is ignored by the order alone. Both spellings of a name stay.
+    // Compatibility: only the order ignores case. Both spellings of a name stay.
     dropRepeats(items, StringEqual(true));
 }
 
@@ -115,8 +116,8 @@ void sortUniqueRanges(const std::string& text, std::vector<TextRange>& ranges, b
     if (caseSensitive) {
         std::sort(ranges.begin(), ranges.end(), less);
     } else {
-        // Ignoring case `less` is no order. A heap sort reads only inside the range whatever `less`
-        // says; std::sort may not.
+        // When case is ignored, `less` isn't an order. A heap sort reads only inside the range even
+        // then; std::sort may read outside it.
         std::make_heap(ranges.begin(), ranges.end(), less);
         std::sort_heap(ranges.begin(), ranges.end(), less);
     }

@@ -71,7 +71,7 @@ TEST(SplitRangesTest, AdjacentDelimitersGiveAnEmptyRangeOnlyIfTheseAreKept) {
     EXPECT_EQ(rangesOf("a,,b", true), (Ranges{{0, 1}, {2, 2}, {3, 4}}));
 }
 
-TEST(SplitRangesTest, OfDelimitersAloneAllButTheFirstGiveAnEmptyRangeIfTheseAreKept) {
+TEST(SplitRangesTest, InATextOfDelimitersAllButTheFirstGiveAnEmptyRangeIfKept) {
     EXPECT_EQ(rangesOf(",,", false), Ranges());
     EXPECT_EQ(rangesOf(",,", true), (Ranges{{1, 1}}));
     EXPECT_EQ(rangesOf(",,,", true), (Ranges{{1, 1}, {2, 2}}));
@@ -180,7 +180,7 @@ const QuotedCase QUOTED_CASES[] = {
     // A quote of one kind is closed by one of the other.
     {"\"a b' c", true, true, {"a b", "c"}},
     {"\"a b' c", false, true, {"\"a b'", "c"}},
-    // What sticks to a closing quote is a token of its own.
+    // Text directly after a closing quote is a token of its own.
     {"\"two words\"x", true, true, {"two words", "x"}},
     {"\"two words\"x", false, true, {"\"two words\"", "x"}},
     {"\"a\"\"b\"", true, true, {"a", "b"}},
@@ -248,7 +248,7 @@ TEST(SortUniqueTest, TheVectorShrinksToTheSurvivors) {
 
 Words sortedUniqueRanges(const std::string& text, bool caseSensitive) {
     Ranges ranges = rangesOf(text, true);
-    ranges.shrink_to_fit();  // no room after the last one, so that a look there is seen
+    ranges.shrink_to_fit();  // no capacity after the last one, so that a read there is seen
     sortUniqueRanges(text, ranges, caseSensitive);
     Words words;
     for (const TextRange& range : ranges) {
@@ -286,8 +286,8 @@ TEST(SortUniqueRangesTest, OfRangesThatFormARingEachTextSurvives) {
 }
 
 TEST(SortUniqueRangesTest, OfManyRangesThatFormRingsNoneIsLost) {
-    // Rings of a letter, the letter twice, and its capital with the next one; many more than the 16
-    // that std::sort takes one by one.
+    // Each ring is a letter, the letter twice, and its capital followed by the next letter. There
+    // are many more ranges than the 16 that std::sort takes one by one.
     Words words;
     for (char letter = 'a'; letter < 'z'; ++letter) {
         words.emplace_back(1, letter);

@@ -1,4 +1,4 @@
-// Escapes that are taken out of a string in one pass, beside what they are one by one.
+// Escapes that are removed from a string in one pass, compared with removing them one by one.
 
 #include <algorithm>
 #include <random>
@@ -90,7 +90,7 @@ TEST(FindAndUnescapeTest, PartsOfAStringComeOutAsOneByOneAndTheRestStays) {
     forAllTexts(std::string("\\;a"), 7, [](const std::string& text) {
         expectSameFromEverywhere({text, 2, 5});
     });
-    // A view may reach past its string.
+    // A view may extend past its string.
     forAllTexts(std::string("\\;a"), 5, [](const std::string& text) {
         expectSameFromEverywhere({text, 1, 8});
         expectSameFromEverywhere({text, 6, 8});
@@ -110,7 +110,7 @@ TEST(FindAndUnescapeTest, RepeatedEscapesComeOutAsOneByOneWhereverTheyBeginAndEn
                         ASSERT_NO_FATAL_FAILURE(
                             expectSame({text, 0, text.size()}, set, before.size()))
                             << set;
-                        // The repeats go on past the end of the view.
+                        // The repeats continue past the end of the view.
                         ASSERT_NO_FATAL_FAILURE(expectSame({text, 0, text.size() / 2}, set, 0))
                             << set;
                     }
@@ -121,10 +121,10 @@ TEST(FindAndUnescapeTest, RepeatedEscapesComeOutAsOneByOneWhereverTheyBeginAndEn
 }
 
 TEST(FindAndUnescapeTest, LongTextsComeOutAsOneByOne) {
-    // NOLINTNEXTLINE(cert-msc32-c,cert-msc51-cpp): a failure must come again in the next run
+    // NOLINTNEXTLINE(cert-msc32-c,cert-msc51-cpp): a failure must be reproducible
     std::mt19937 random(1);
     for (int i = 0; i < 3000; ++i) {
-        // Some are backslashes nearly all, and some have none but single ones.
+        // Some texts are nearly all backslashes, and some have only single ones.
         const std::string letters = i % 3 == 0   ? "\\\\\\\\\\;a"
                                     : i % 3 == 1 ? "\\;,a"
                                                  : "\\aaaaaaa;;";

@@ -16,7 +16,7 @@ bool isBlank(char c) { return blanks.contains(c); }
 
 int lower(char c) { return std::tolower(static_cast<unsigned char>(c)); }
 
-/// How many `c` stand directly before `place`, going back no further than `start`.
+/// Returns how many `c` are directly before `place`. Goes back no further than `start`.
 size_t runBefore(std::string_view text, size_t start, size_t place, char c) {
     size_t first = place;
     while (first > start && text[first - 1] == c) {
@@ -25,7 +25,8 @@ size_t runBefore(std::string_view text, size_t start, size_t place, char c) {
     return place - first;
 }
 
-/// Where the repeats end, as far as they come in sixteen characters, of the two before `at`.
+/// Returns where the repeats of the two characters before `at` end. Advances sixteen characters at
+/// a time, so the last repeats may be left out.
 size_t endOfRepeats(std::string_view text, size_t at) {
     constexpr size_t step = 16;
     while (text.size() - at >= step &&
@@ -35,8 +36,8 @@ size_t endOfRepeats(std::string_view text, size_t at) {
     return at;
 }
 
-/// Takes characters out of a text from front to back, and moves each of the others at most once.
-/// What isn't kept or skipped yet stays where it is.
+/// Removes characters from a text from front to back, and moves each of the others at most once.
+/// Characters that aren't kept or skipped yet stay where they are.
 class Removal {
 public:
     Removal(char* text, size_t start) : mText(text), mKept(start), mNext(start) {}
@@ -49,20 +50,20 @@ public:
         mNext = place;
     }
     void skip(size_t count) { mNext += count; }
-    /// Keeps `count` times `c`, which is no more, in place of what is before `place`.
+    /// Replaces what is before `place` with `count` times `c`, which is no longer.
     void fillUpTo(size_t place, size_t count, char c) {
         std::memset(mText + mKept, c, count);
         mKept += count;
         mNext = place;
     }
 
-    /// The gap after what is kept.
+    /// The gap after the kept characters.
     size_t begin() const { return mKept; }
     size_t size() const { return mNext - mKept; }
 
 private:
     char* mText;
-    size_t mKept;  ///< the end of what is kept
+    size_t mKept;  ///< the end of the kept characters
     size_t mNext;  ///< where the rest begins
 };
 
@@ -99,8 +100,8 @@ size_t Substring::findFirstNotOf(const std::string& set, size_t pos) const {
     if (pos >= length()) {
         return std::string::npos;
     }
-    // The next character mostly ends the search, so that it pays neither to make a CharacterSet nor
-    // to call what looks at many characters at once.
+    // The next character usually ends the search. Neither making a CharacterSet nor calling a
+    // search that checks many characters at once pays off here.
     const std::string_view whole = text();
     const auto isInSet = [&set](char c) {
         return std::find(set.begin(), set.end(), c) != set.end();
@@ -114,7 +115,8 @@ size_t Substring::find(char c, size_t pos) const {
 }
 
 size_t Substring::find(const std::string& wanted, size_t pos) const {
-    // Compatibility: an empty text is never found, unlike std::string's; loops over hits end by it.
+    // Compatibility: an empty text is never found, unlike in std::string; this ends loops over
+    // hits.
     return pos >= length() || wanted.empty() ? std::string::npos
                                              : hit(text().find(wanted, mStart + pos));
 }
@@ -144,7 +146,7 @@ size_t Substring::findAndUnescape(const std::string& set, size_t pos) {
     for (size_t place = wanted.findIn(whole, start); place < whole.size();
          place = wanted.findIn(whole, start)) {
         if (place == start && whole[place] == '\\' && whole.substr(place + 1, 1) == "\\") {
-            // Backslashes that are wanted themselves: what ends their run is what they escape.
+            // The set contains the backslash: these backslashes escape what ends their run.
             place = std::min(whole.find_first_not_of('\\', place), whole.size());
         }
         const size_t run = runBefore(whole, start, place, '\\');
@@ -155,7 +157,7 @@ size_t Substring::findAndUnescape(const std::string& set, size_t pos) {
             break;
         }
         start = place + 1;  // after the character, which was escaped
-        // A text of one escape over and over is the worst; it goes faster than pair by pair.
+        // A text that repeats one escape is the worst case; this is faster than pair by pair.
         const size_t end = run == 1 ? endOfRepeats(whole, start) : start;
         if (end != start) {
             removal.fillUpTo(end, 1 + (end - start) / 2, whole[place]);
@@ -206,8 +208,8 @@ bool Substring::eatWord(const std::string& word) {
     if (!startsWithWord(word, &next)) {
         return false;
     }
-    // Compatibility: `next` counts from the start of this part and is taken for an index into the
-    // whole text, so that a part that doesn't start at 0 moves too little, or backwards.
+    // Compatibility: `next` counts from the start of this part but is used as an index into the
+    // whole text. So a part that doesn't start at 0 moves too little, or backwards.
     mStart = next;
     if (mStart == mEnd) {
         collapse();

@@ -12,7 +12,7 @@ namespace {
 
 const std::string DELIMITERS = "/_. \n";
 
-/// Paths in lines, some with a blank.
+/// Returns paths, one per line, each with a blank after it.
 std::string sampleText() {
     std::string text;
     for (const std::string& path : benchmark::samplePaths(1000, benchmark::Letters::ascii)) {
@@ -104,7 +104,7 @@ TEST(Benchmark, SplittersThatCopy) {
         peer);
 }
 
-/// What `find` finds, asked anew behind each place.
+/// Returns the number of hits of `find`, which is called again after each hit.
 template <class Find>
 size_t hitCount(Find find) {
     size_t count = 0;
@@ -117,7 +117,7 @@ size_t hitCount(Find find) {
 TEST(Benchmark, SubstringSearches) {
     std::string text = sampleText();
     const Substring view(text);
-    // One set that is met often, and one that is met seldom.
+    // One set is found often, and one is found seldom.
     for (const std::string& set : {DELIMITERS, std::string("\n\r;#%")}) {
         const std::string kind = set == DELIMITERS ? ", often found" : ", seldom found";
         const auto peer = [&] {
@@ -135,14 +135,14 @@ TEST(Benchmark, SubstringSearches) {
         benchmark::compare(
             {"Substring::findAndUnescape" + kind, "find_first_of", 1.0},
             [&] {
-                Substring changing(text);  // there is nothing to take out
+                Substring changing(text);  // there is nothing to remove
                 return hitCount([&](size_t pos) { return changing.findAndUnescape(set, pos); });
             },
             peer);
     }
 }
 
-/// The tokens between delimiters.
+/// Returns the number of tokens between delimiters.
 template <class Start, class End>
 size_t tokenCount(Start findStart, End findEnd) {
     size_t count = 0;

@@ -165,7 +165,7 @@ TEST(SubstringTest, BackslashesThatAreSearchedForAreUnescapedAsARun) {
         size_t found;
         const char* left;
     } rows[] = {
-        {"\\\\x", 1, "\\x"},  // the run of two escapes one, and its end is the result
+        {"\\\\x", 1, "\\x"},  // a run of two becomes one, and its end is the result
         {"\\\\\\x\\", 2, "\\x\\"}, {"\\\\", NONE, "\\"},
         {"\\\\\\", NONE, "\\"},    {"\\x", 0, "\\x"},  // a single one is a hit itself
     };
@@ -189,11 +189,11 @@ TEST(SubstringTest, ARunOfBackslashesIsAnEscapeOnlyWhereTheSearchStarts) {
         {"a\\\\b", "\\", 1, 2, "a\\b"},
         {"a\\\\;b", ";\\", 0, 1, "a\\\\;b"},
         {"a\\\\;b", ";\\", 1, 2, "a\\;b"},
-        {"a\\;b", ";\\", 0, 1, "a\\;b"},  // a single one is a hit wherever it stands
+        {"a\\;b", ";\\", 0, 1, "a\\;b"},  // a single one is a hit wherever it is
         {"\\;b", ";\\", 0, 0, "\\;b"},
         {";\\\\b", ";\\", 0, 0, ";\\\\b"},
         {"\\\\\\;x;", ";\\", 0, 3, "\\;x;"},          // the first semicolon was escaped
-        {"\\\\\\;x\\\\y", ";\\", 0, 3, "\\;x\\\\y"},  // and the search starts anew behind it
+        {"\\\\\\;x\\\\y", ";\\", 0, 3, "\\;x\\\\y"},  // and the search starts again after it
         {"\\\\\\;\\\\y", ";\\", 0, 3, "\\;\\y"},
     };
     for (const auto& row : rows) {

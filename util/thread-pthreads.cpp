@@ -17,7 +17,7 @@ void changeConcurrency(int difference) {
     pthread_setconcurrency(pthread_getconcurrency() + difference);
 }
 
-/// Counts a thread for as long as it isn't sure that there will be one.
+/// Counts a thread while it isn't certain that it will exist. Removes the count unless it is kept.
 class ConcurrencyRise {
 public:
     ConcurrencyRise() { changeConcurrency(+1); }
@@ -122,7 +122,7 @@ void Thread::startDetached(const boost::function<void()>& f, size_t stackSize) {
     if (result != 0) {
         throwStartFailure(result);
     }
-    // The thread's from now on, and maybe gone already.
+    // The thread owns it from now on, and may have freed it already.
     (void)copy.release();
 }
 

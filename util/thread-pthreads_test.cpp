@@ -18,7 +18,7 @@ using testing_support::eventually;
 using testing_support::gThreadCalls;
 using ThreadDeathTest = testing::Test;
 
-/// Runs until it is asked to stop, and counts.
+/// Runs until it is asked to stop, and counts its runs.
 class Waiter : public Thread {
 public:
     void* run() override {
@@ -30,8 +30,8 @@ public:
         return this;
     }
 
-    /// Returns when `run` runs. A process that ends before is a race of the two threads for the
-    /// object, over whose report ThreadSanitizer can hang for good.
+    /// Returns when `run` is running. If the process ended earlier, the two threads would race for
+    /// the object, and ThreadSanitizer can hang for good over its report of that.
     void startAndAwait() {
         start();
         EXPECT_TRUE(eventually([this] { return runs == 1; }));
@@ -40,7 +40,7 @@ public:
     std::atomic<int> runs{0};
 };
 
-/// Gives its argument back.
+/// Returns its argument.
 class Echo : public Thread {
 public:
     explicit Echo(void* result) : mResult(result) {}
@@ -91,7 +91,7 @@ TEST(ThreadTest, AThousandDetachedFunctionsAllRun) {
     static std::atomic<int> ended;
     ended = 0;
     for (int i = 0; i < COUNT; ++i) {
-        // At most so many at a time: a system has no room for all.
+        // Limits the number at a time: a system can't hold all of them.
         EXPECT_TRUE(eventually([i] { return i - ended < 50; }));
         Thread::startDetached([] { ++ended; });
     }
@@ -189,7 +189,8 @@ TEST(ThreadTest, TheLockedOperationsTakeTheirOwnLock) {
     EXPECT_EQ(thread.mStopRequested, 1U);
 }
 
-/// The entries of the table of virtual functions as the first word of an object leads to it.
+/// Records which entry of its table of virtual functions was called. The first word of an object
+/// leads to that table.
 class Recorder : public Thread {
 public:
     ~Recorder() override { last = "destructor"; }
@@ -239,7 +240,7 @@ TEST(ThreadTest, TheFieldsStandInTheirOrder) {
     EXPECT_EQ(offsetOf(thread.mMutex), sizeof(void*)) << "behind the table's address";
     EXPECT_EQ(offsetOf(thread.mCondition), offsetOf(thread.mMutex) + sizeof(Mutex));
     EXPECT_EQ(offsetOf(thread.mStopRequested), offsetOf(thread.mCondition) + sizeof(Condition));
-    // The last one shows by what it does: it isn't null as long as there is a thread.
+    // The last one shows by its effect: it isn't null as long as there is a thread.
     const size_t cellOffset = sizeof(Thread) - sizeof(pthread_t*);
     EXPECT_EQ(cellOffset, offsetOf(thread.mStopRequested) + sizeof(pthread_t*));
     const auto cell = [&] {

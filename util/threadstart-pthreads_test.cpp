@@ -1,4 +1,4 @@
-// What a thread is started with, and starts and joins that fail.
+// The attributes that threads start with, and starts and joins that fail.
 
 #include <atomic>
 #include <cerrno>
@@ -181,7 +181,7 @@ TEST(ThreadStartTest, AFailedJoinCountsAsTheEnd) {
     EXPECT_EQ(runner.failedJoins, 1);
 }
 
-TEST(ThreadStartTest, AFailedJoinIsToldBeforeTheHookAndTheThreadCountsUntilBehindIt) {
+TEST(ThreadStartTest, TheHookOfAFailedJoinRunsAfterTheReportWhileTheThreadCounts) {
     class Watcher : public Runner {
     public:
         void joinFailed() override {
@@ -213,13 +213,13 @@ TEST(ThreadStartTest, AFailedJoinTellsTheSystemsErrorAndNotTheResult) {
     testing::internal::CaptureStderr();
     runner.join();
     std::string said = testing::internal::GetCapturedStderr();
-    std::erase(said, '\r');  // of a line end of Windows
+    std::erase(said, '\r');  // of a Windows line ending
     EXPECT_EQ(said, "Unable to join thread: " +
                         errorText(/*withCode=*/true, &ERROR_NUMBER, /*which=*/0) + "\n");
     EXPECT_TRUE(said.ends_with(" (error code 2)\n")) << said;
 }
 
-// In the death tests of the attributes the main thread runs alone.
+// In the death tests of the attributes only the main thread runs.
 
 TEST(ThreadAttributesDeathTest, AttributesThatCannotBeMadeStopTheProcess) {
     EXPECT_DEATH(

@@ -12,14 +12,14 @@ using Cell = ThreadTimerRecord*;
 
 std::atomic<ThreadKey*> gRecordKey{nullptr};
 
-/// Frees what the key holds. The record stays: it is in the list for good.
+/// Frees the key's cell. The record stays in the list for good.
 void freeCell(void* cell) { delete static_cast<Cell*>(cell); }
 
 /// The key of the cell that holds a thread's record. Never freed: threads may end at any time.
 ThreadKey& recordKey() {
     ThreadKey* key = gRecordKey.load(std::memory_order_acquire);
     if (key == nullptr) {
-        // Two threads may both make a key; the second one to finish takes the first one's.
+        // Two threads may both make a key; the second one to finish uses the first one's.
         auto made = std::make_unique<ThreadKey>(&freeCell);
         if (gRecordKey.compare_exchange_strong(key, made.get(), std::memory_order_acq_rel)) {
             key = made.release();

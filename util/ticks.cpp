@@ -28,7 +28,7 @@ Ticks Ticks::fromSeconds(double seconds) {
 }
 
 double Ticks::seconds() const {
-    // Compatibility: the low 50 bits alone, which convert exactly; higher ones and the sign are
+    // Compatibility: uses only the low 50 bits, which convert exactly; higher bits and the sign are
     // lost.
     return static_cast<double>(mCount & 0x3ffffffffffff) / frequency();
 }

@@ -38,8 +38,8 @@ void Timer::add(Ticks duration) {
 Timer& Timer::operator+=(const Timer& t) {
     NB_ASSERT(!running() && !t.running());
     mTotal += t.mTotal;
-    // Compatibility: unlike in add, extremes merge by their values whatever the counts, so that an
-    // empty timer brings in its 0.
+    // Compatibility: unlike in add, extremes merge by value regardless of the counts, so an empty
+    // timer contributes its 0.
     mMin = std::min(mMin, t.mMin);
     mMax = std::max(mMax, t.mMax);
     mCount += t.mCount;

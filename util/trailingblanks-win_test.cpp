@@ -9,7 +9,7 @@ namespace {
 using testing_support::byTrailingExpression;
 using testing_support::forAllTexts;
 
-// Ten minutes here; under a sanitizer it would be half an hour.
+// Takes ten minutes here; under a sanitizer it would take half an hour.
 TEST(RemoveTrailingBlanksTest, SoakTextsOfEightUnitsComeOutAsByTheExpression) {
     const std::wstring letters = L"a\x4E2D. \\\n\r\f\x0085\x2028\x2029";
     forAllTexts(letters, 8, [](const std::wstring& path) {

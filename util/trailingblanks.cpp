@@ -14,8 +14,8 @@ constexpr bool isNameEnd(wchar_t c) {
            c == 0x2029;
 }
 
-/// Whether one of `count` units may be the last of a run; reads one unit more. Nearly all of a path
-/// is none, so the loop is one that compilers turn into vector code.
+/// Whether one of `count` units may be the last of a run. Reads one unit more. Hardly any unit of a
+/// path is one, so the loop has a form that compilers turn into vector code.
 bool mayEndRun(const wchar_t* units, size_t count) {
     const auto bit = [](bool isSo) { return static_cast<wchar_t>(isSo ? 1 : 0); };
     wchar_t found = 0;
@@ -28,8 +28,8 @@ bool mayEndRun(const wchar_t* units, size_t count) {
     return found != 0;
 }
 
-/// The last unit of the first run that ends a name, from `at` on. Such runs are mostly near to each
-/// other, so it looks at single units first, and at whole blocks where there was nothing.
+/// Returns the last unit of the first run that ends a name, from `at` on. Runs are usually close
+/// together, so this checks single units first, and whole blocks only where it found nothing.
 size_t findRunEnd(std::wstring_view path, size_t at) {
     constexpr size_t block = 64;
     while (at < path.size()) {
@@ -45,7 +45,7 @@ size_t findRunEnd(std::wstring_view path, size_t at) {
     return NONE;
 }
 
-/// Where that begins which goes of the run that ends before `end`.
+/// Returns where the part to remove begins in the run that ends before `end`.
 size_t findSurplus(std::wstring_view path, size_t end) {
     size_t begin = end;
     while (begin != 0 && isBlankOrDot(path[begin - 1])) {
@@ -54,7 +54,7 @@ size_t findSurplus(std::wstring_view path, size_t end) {
     if (begin != 0 && path[begin - 1] != L'\\') {
         return begin;
     }
-    // The run is the whole name: its first blank is what the rest can follow.
+    // The run is the whole name: its leading dots and its first blank stay.
     while (begin != end && path[begin] == L'.') {
         ++begin;
     }
@@ -65,7 +65,7 @@ size_t findSurplus(std::wstring_view path, size_t end) {
 
 void removeTrailingBlanks(std::wstring& path) {
     wchar_t* const units = path.data();
-    size_t kept = 0;  // the length of what is finished
+    size_t kept = 0;  // the length of the finished part
     size_t next = 0;  // where the rest begins
     const auto keepUpTo = [&](size_t end) {
         if (kept != next) {

@@ -73,7 +73,7 @@ void expectAsByTheExpression(const std::wstring& path) {
     ASSERT_EQ(without(path), byTrailingExpression(path)) << testing::PrintToString(path);
 }
 
-// A letter, one beyond ASCII, what runs are made of, and all that ends a name.
+// A letter, one beyond ASCII, the characters of runs, and every character that ends a name.
 const std::wstring LETTERS = L"a\x4E2D. \\\n\r\f\x0085\x2028\x2029";
 
 TEST(RemoveTrailingBlanksTest, ShortTextsComeOutAsByTheExpression) {
@@ -92,10 +92,10 @@ TEST(RemoveTrailingBlanksTest, SoakTextsOfUpToSevenUnitsComeOutAsByTheExpression
 }
 
 TEST(RemoveTrailingBlanksTest, LongTextsComeOutAsByTheExpression) {
-    // NOLINTNEXTLINE(cert-msc32-c,cert-msc51-cpp): a failure must come again in the next run
+    // NOLINTNEXTLINE(cert-msc32-c,cert-msc51-cpp): a failure must be reproducible
     std::mt19937 random(1);
     for (int i = 0; i < 5000; ++i) {
-        // Some are letters nearly all, so that a run is far from the next.
+        // Some texts are nearly all letters, so that runs are far apart.
         const size_t rarity = i % 2 == 0 ? 1 : 30;
         std::wstring path;
         for (size_t size = random() % 500; path.size() < size;) {

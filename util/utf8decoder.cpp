@@ -11,7 +11,7 @@ constexpr int continuationsOf(unsigned char lead) {
     return lead <= 0xDF ? 1 : lead <= 0xEF ? 2 : 3;
 }
 
-/// Whether a value takes just so many bytes behind the lead byte, and is a character.
+/// Whether a value is a character and takes exactly this many bytes after the lead byte.
 constexpr bool isWellFormed(uint32_t value, int continuations) {
     switch (continuations) {
         case 1:
@@ -36,7 +36,7 @@ void decodePathUnit(PathUnitCursor& cursor) {
         return;
     }
     cursor.value = PathUnitCursor::endMark + lead;
-    // A lead from 0xF8 up is invalid whatever follows: with its bits no value would be in range.
+    // A lead byte from 0xF8 up is always invalid: with its bits no value would be in range.
     if (lead < 0xC0 || lead >= 0xF8) {
         return;
     }

@@ -53,7 +53,7 @@ TEST(PathUnitCursorTest, EachBadByteIsAUnitOfItsOwn) {
         {"\xBF"
          "a",
          {0xdcbf, 'a'}},
-        // Cut short, by the end or by another byte.
+        // Truncated by the end or by another byte.
         {"\xC3", {0xdcc3}},
         {"\xC3"
          "a",
@@ -61,12 +61,12 @@ TEST(PathUnitCursorTest, EachBadByteIsAUnitOfItsOwn) {
         {"\xE4\xB8", {0xdce4, 0xdcb8}},
         {"\xF0\x9F\x98", {0xdcf0, 0xdc9f, 0xdc98}},
         {"\xE4\xB8\xC3\xA9", {0xdce4, 0xdcb8, 0xe9}},
-        // Longer than need be.
+        // Overlong.
         {"\xC0\x80", {0xdcc0, 0xdc80}},
         {"\xC1\xBF", {0xdcc1, 0xdcbf}},
         {"\xE0\x9F\xBF", {0xdce0, 0xdc9f, 0xdcbf}},
         {"\xF0\x8F\xBF\xBF", {0xdcf0, 0xdc8f, 0xdcbf, 0xdcbf}},
-        // No characters.
+        // Not characters.
         {"\xED\xA0\x80", {0xdced, 0xdca0, 0xdc80}},
         {"\xED\xBF\xBF", {0xdced, 0xdcbf, 0xdcbf}},
         {"\xF4\x90\x80\x80", {0xdcf4, 0xdc90, 0xdc80, 0xdc80}},
@@ -182,7 +182,7 @@ TEST(DecodePathUnitTest, ASequenceIsItsCharacterAndABadByteAnEscape) {
     const struct {
         std::string text;
         uint32_t value;
-        size_t last;  // byte of the sequence
+        size_t last;  // index of the sequence's last byte
     } rows[] = {
         {"\xC3\xA9x", 0xe9, 1},
         {"\xE4\xB8\xADx", 0x4e2d, 2},

@@ -23,8 +23,8 @@ constexpr BoolWord BOOL_WORDS[] = {{"1", true},  {"t", true},    {"y", true},   
                                    {"on", true}, {"true", true}, {"0", false},   {"f", false},
                                    {"n", false}, {"no", false},  {"off", false}, {"false", false}};
 
-/// Stores the number at the start of a terminated text, and says whether it ends `length`
-/// characters behind that.
+/// Stores the number at the start of a terminated text. Returns whether the number ends `length`
+/// characters after that start.
 bool parseTerminated(const char* text, size_t length, int* value) {
     char* end = nullptr;
     const long number = std::strtol(text, &end, 10);

@@ -11,7 +11,7 @@
 
 namespace {
 
-/// True, false, or no boolean word.
+/// Returns "true", "false", or "no word" for any other text.
 std::string boolOf(StringSpan text) {
     bool value = false;
     if (!parseBool(text, &value)) {
@@ -131,7 +131,7 @@ TEST(ParseIntTest, AnOverflowSaturatesWithoutBeingNoticed) {
 
 TEST(ParseIntTest, TheNumberEndsWhereTheSpanEnds) {
     checkInts({{StringSpan("12345", 2), true, 12}});
-    // A span without a terminator behind it, which a sanitizer watches.
+    // A span without a terminator after it; a sanitizer detects a read there.
     const std::vector<char> digits = {'1', '2'};
     checkInts({{StringSpan(digits.data(), digits.size()), true, 12}});
 }
@@ -172,7 +172,7 @@ TEST(ParseIntTest, TheValueMayBeNull) {
     EXPECT_TRUE(parseInt("12x", 2, nullptr));
 }
 
-/// A decimal comma for what takes the global locale, until the scope ends.
+/// Sets a decimal comma in the global locale until the scope ends.
 class CommaScope {
 public:
     CommaScope() : mBefore(std::locale::global(std::locale(std::locale::classic(), new Comma))) {}
@@ -251,7 +251,7 @@ TEST(BuildPlatformTest, TheNameIsThatOf64BitWindows) {
     EXPECT_EQ(buildPlatform().view(), "i686_win64");
 }
 
-/// Narrows 'a' to 'z' to capitals and nothing else.
+/// Narrows only 'a' to 'z', to capitals.
 class CapitalsOnly : public std::ctype<wchar_t> {
 protected:
     char do_narrow(wchar_t unit, char replacement) const override {
@@ -272,7 +272,7 @@ TEST(NarrowTextTest, TheLocalesFacetNarrowsTheWholeText) {
     EXPECT_EQ(narrowText(std::wstring(L"a\0b", 3), '.', locale), "A.B");
 }
 
-TEST(NarrowTextTest, AsciiIsKeptAndTheReplacementStandsForEachUnitThatHasNoNarrowForm) {
+TEST(NarrowTextTest, AsciiStaysAndEachUnitWithoutANarrowFormBecomesTheReplacement) {
     const std::locale& classic = std::locale::classic();
     EXPECT_EQ(narrowText(L"M:\\view ~1", '?', classic), "M:\\view ~1");
     EXPECT_EQ(narrowText(L"a\x4E2D\x4E2D z", '?', classic), "a?? z");
@@ -283,7 +283,7 @@ TEST(NarrowTextTest, AnEmptyTextIsEmpty) {
     EXPECT_EQ(narrowText(L"", '?', std::locale::classic()), "");
 }
 
-TEST(NarrowTextTest, InsertingAWideTextNarrowsItByTheProcessLocaleWithQuestionMarks) {
+TEST(NarrowTextTest, InsertionNarrowsByTheProcessLocaleWithQuestionMarks) {
     const std::wstring text = L"view\x4E2D!";
     std::ostringstream stream;
     ::operator<<(stream, text) << "|";

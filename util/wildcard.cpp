@@ -38,8 +38,8 @@ public:
 
     char fold(char c) const { return mFold[static_cast<unsigned char>(c)]; }
 
-    /// How many characters of the pattern, from `p`, stand for the folded character `c`; 0 if they
-    /// don't.
+    /// Returns how many characters of the pattern, from `p` on, match the folded character `c`; 0
+    /// if they don't match.
     size_t match(size_t p, char c) const {
         const char wanted = folded(p);
         if (wanted == '?') {
@@ -54,8 +54,9 @@ public:
         return wanted == c ? 1 : 0;
     }
 
-    /// The next place in `text`, from `t`, where what stands at `p` can match; some place before
-    /// that if that isn't a plain character. The text's size if there is none.
+    /// Returns the next place in `text`, from `t` on, where the pattern at `p` can match. If the
+    /// pattern has no plain character there, the result may be too early. Returns the text's size
+    /// if there is no such place.
     size_t findStart(size_t p, std::string_view text, size_t t) const {
         const char wanted = folded(p);
         if (wanted == '?' || wanted == '[' || wanted == '\\') {
@@ -75,7 +76,7 @@ private:
         return mPattern.size() - p >= 3 && mPattern[p + 1] == '-' && folded(p + 2) != ']' &&
                isBelow(folded(p), folded(p + 2));
     }
-    // Characters of a range compare as signed ones, whatever a char is.
+    // Characters of a range compare as signed, even where char is unsigned.
     static bool isBelow(char a, char b) {
         return static_cast<signed char>(a) < static_cast<signed char>(b);
     }
@@ -100,8 +101,8 @@ size_t SinglePattern::matchClass(size_t start, char c) const {
             }
             break;
         }
-        // Compatibility: in a negated class a member before a `-` that makes no range doesn't
-        // count, so that "[!a-]" matches "a".
+        // Compatibility: in a negated class, a member before a `-` that makes no range doesn't
+        // count: "[!a-]" matches "a".
         const bool hasDashBehind = i + 1 < size && mPattern[i + 1] == '-';
         if (member == c && !(negated && hasDashBehind)) {
             if (negated) {
@@ -112,8 +113,8 @@ size_t SinglePattern::matchClass(size_t start, char c) const {
         if (!isRange(i)) {
             ++i;
         } else if (isBelow(c, member) || isBelow(folded(i + 2), c)) {
-            // Compatibility: the end of a range in a negated class is a member of its own as well,
-            // even of a range that runs backwards: "[!c-a]" doesn't match "a".
+            // Compatibility: in a negated class, the end of a range is also a member of its own,
+            // even if the range runs backwards: "[!c-a]" doesn't match "a".
             i += negated ? 2 : 3;
         } else if (negated) {
             return 0;
@@ -140,8 +141,8 @@ bool wildcardMatch(StringSpan pattern, StringSpan text, bool literalBrackets, bo
     constexpr size_t none = static_cast<size_t>(-1);
     size_t p = patternIndex;
     size_t t = textIndex;
-    // Only the last star has to be tried at other places: what an earlier one leaves to the pattern
-    // behind it is most where that pattern matched first.
+    // Only the last star has to be tried at other places. An earlier star leaves the most text to
+    // the pattern after it where that pattern matched first.
     size_t behindStar = none;
     size_t starsText = 0;
     for (;;) {
@@ -160,7 +161,7 @@ bool wildcardMatch(StringSpan pattern, StringSpan text, bool literalBrackets, bo
                 continue;
             }
         } else if (t == text.length && (p == pattern.length ||
-                                        // One star more matches the empty rest.
+                                        // One more star matches the empty rest.
                                         (p + 1 == pattern.length && pattern.data[p] == '*'))) {
             return true;
         }

@@ -80,7 +80,7 @@ TEST(HexDumpTest, AnItemThatDoesNotFitBeginsALine) {
         int width, indent;
         const char* text;
     } rows[] = {
-        {3, 0, "\n61:a\n62:b\n63:c"},  // too narrow for any: each has a line of its own
+        {3, 0, "\n61:a\n62:b\n63:c"},  // too narrow for any item: each has its own line
         {4, 0, "61:a\n62:b\n63:c"},     {8, 0, "61:a\n62:b\n63:c"},
         {9, 0, "61:a 62:b\n63:c"},      {13, 0, "61:a 62:b\n63:c"},
         {14, 0, "61:a 62:b 63:c"},      {9, 2, "  61:a\n  62:b\n  63:c"},
@@ -129,7 +129,7 @@ TEST(QuotedTest, BehindALineFeedTheLiteralBreaks) {
     expectLayout(layout, 5, true);
 }
 
-TEST(QuotedTest, BehindABreakTheColumnIsOneBehindTheMarginEvenIfThatIsNegative) {
+TEST(QuotedTest, AfterABreakTheColumnIsOneAfterTheMarginEvenIfNegative) {
     Layout layout(Layout::noWrapping, -3);
     EXPECT_EQ(quote("a\nb", &layout), "\"a\\n\"\n\"b\"");
     expectLayout(layout, 0, true);
