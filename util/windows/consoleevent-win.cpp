@@ -17,7 +17,7 @@ std::string consoleEventName(uint32_t event) {
         case CTRL_SHUTDOWN_EVENT:
             return "System shutdown";
         case 0x80000000:
-            // No event of Windows: it stands for none.
+            // Not a Windows event: it means that there is none.
             return "No signal";
         default:
             return format(64, "Unknown control signal %d", static_cast<int>(event));

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-/// The name, for people, of a console control event (CTRL_C_EVENT and its kin, as a handler of
-/// SetConsoleCtrlHandler gets them). 0x80000000, which is no event of Windows, is "No signal".
-/// Other numbers give "Unknown control signal NUMBER", signed.
+/// Returns a readable name for a console control event (CTRL_C_EVENT and the others that a handler
+/// of SetConsoleCtrlHandler gets). 0x80000000, which isn't a Windows event, gives "No signal". Any
+/// other number gives "Unknown control signal NUMBER", as a signed decimal.
 std::string consoleEventName(uint32_t event);

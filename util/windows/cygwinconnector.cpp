@@ -25,7 +25,7 @@ std::optional<uint32_t> parents_magic() {
 
 void delete_error(void* error) { delete static_cast<int*>(error); }
 
-/// A time of the realtime clock, so many nanoseconds on.
+/// Moves a time of the realtime clock forward by so many nanoseconds.
 void add(vrpsx::raw::time& time, int64_t nanoseconds) {
     constexpr int64_t second = 1'000'000'000;
     time.nanoseconds += nanoseconds;
@@ -42,7 +42,7 @@ bool invoked_from_cygwin() {
     int answer = known.load(std::memory_order_relaxed);
     if (answer == 0) {
         const int found = parents_magic() ? 1 : -1;
-        // Who comes first decides; `answer` becomes what is there.
+        // The first thread decides; for any other, `answer` becomes the stored value.
         if (known.compare_exchange_strong(answer, found)) {
             answer = found;
         }
@@ -63,14 +63,14 @@ connector::connector(const vrpsx::embedding& embedding)
     _cond = _embedding.cond_create();
 }
 
-// What is left to do is done by the fields, from the last to the first.
+// The destructors of the fields do the rest, from the last field to the first.
 connector::~connector() noexcept(false) {
     try {
         stop_signal_thread();
     } catch (const std::exception& e) {
         std::cerr << e.what() << '\n';
     }
-    // The key's end doesn't free values.
+    // Deleting the key doesn't free values.
     delete_error(_errno.get());
     _errno.set(nullptr);
 }
@@ -95,7 +95,7 @@ void connector::start_signal_thread(const std::map<int, handler>& handlers) {
             _handlers.insert(p);
         }
         signals.add(_embedding.sigusr2());
-        // Before the thread is there, so that it starts with this mask.
+        // Before the thread exists, so that it starts with this mask.
         _embedding.thread_sigmask(_embedding.block_signals(), signals);
         _is_running = true;
         _has_finished = false;
@@ -103,8 +103,8 @@ void connector::start_signal_thread(const std::map<int, handler>& handlers) {
     });
 }
 
-// Nothing may be thrown into the other side, which called this: a lock that fails on the way out
-// ends the process.
+// Nothing may be thrown into the other side, which called this function. If locking fails in the
+// handler below, the process ends.
 void* connector::run_signal_thread(void* self) noexcept {
     auto& that = *static_cast<connector*>(self);
     try {
@@ -155,7 +155,7 @@ void connector::tell_end() {
 void connector::handle_signals(int signal) {
     try {
         const auto found = _handlers.find(signal);
-        // A copy: the call doesn't depend on the map.
+        // A copy, so that the call doesn't depend on the map.
         const handler call = found == _handlers.end() ? handler() : found->second;
         if (call.empty()) {
             std::cerr << "No handler for signal " << signal << " (" << strsignal(signal) << ")\n";
@@ -257,14 +257,14 @@ std::string connector::describe() const {
 int* connector::error_slot() const noexcept {
     auto* error = static_cast<int*>(_errno.get());
     if (error == nullptr) {
-        error = new (std::nothrow) int(0);  // the key's
+        error = new (std::nothrow) int(0);  // owned by the key
         _errno.set(error);
     }
     return error;
 }
 
 void connector::set_error(int code) const noexcept {
-    // Without memory for it, it gets lost.
+    // Without memory for it, the code is lost.
     if (int* const error = error_slot()) {
         *error = code;
     }
@@ -280,7 +280,7 @@ int64_t connector::internalize_pid(uint32_t windowsPid) const {
 }
 
 int64_t connector::getpgid(int64_t pid) const {
-    int64_t group = -1;  // where the runtime stores none
+    int64_t group = -1;  // in case the runtime stores none
     set_error(_embedding.getpgid(pid, group, std::nothrow));
     return group;
 }

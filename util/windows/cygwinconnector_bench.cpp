@@ -10,7 +10,7 @@
 
 namespace {
 
-/// The runtime of the tests, beside this program.
+/// The runtime of the tests, from the folder of this program.
 class Runtime {
 public:
     Runtime()
@@ -40,7 +40,7 @@ public:
     vrpsx::raw::embedding* embedding;
 };
 
-/// Lets the runtime's system go by a table that starts as a copy of its own, in this scope.
+/// For its scope, gives the runtime's system another table, at first a copy of the original.
 class Patch {
 public:
     explicit Patch(const Runtime& runtime)
@@ -60,7 +60,7 @@ private:
     const vrpsx::raw::system_table* mOriginal;
 };
 
-/// For a thousand calls, each of which may cost five nanoseconds more than the entry alone.
+/// For a thousand calls, each of which may take five nanoseconds more than the entry itself.
 constexpr int CALLS = 1000;
 
 benchmark::Row wrapperRow(const char* operation) {
@@ -82,7 +82,7 @@ auto thousand(Call call) {
 
 TEST(Benchmark, PosixEmbeddingCalls) {
     const Runtime runtime;
-    // Entries that do nothing, so that what the classes add stands out.
+    // Entries that do nothing, so that the cost of the classes stands out.
     Patch patch(runtime);
     patch.table.getpid = [](vrpsx::raw::system*) -> vrpsx::raw::pid { return 1; };
     patch.table.kill = [](vrpsx::raw::system*, vrpsx::raw::pid, int) { return 0; };
@@ -127,8 +127,8 @@ std::vector<SampleMount> sampleMounts(int count) {
     return mounts;
 }
 
-/// The same mounts as objects of a runtime that has nothing to do but to tell them, in a list that
-/// can be had again and again. In place of the runtime's own ones for a scope.
+/// For its scope, replaces the runtime's mounts by the given ones. Their entries do nothing but
+/// return the texts, and the list can be read repeatedly.
 class MountList {
 public:
     MountList(const Runtime& runtime, const std::vector<SampleMount>& mounts) : mPatch(runtime) {
@@ -250,7 +250,7 @@ TEST(Benchmark, ConnectorMountsGrowing) {
         }
         return map.size();
     };
-    // What is more is the larger map's.
+    // The extra time is spent on the larger map.
     benchmark::compare(
         {"connector::get_mounts, once 10,000", "ten times 1,000", 1.6},
         [&] { return readTimes(many, 1); }, [&] { return readTimes(few, 10); });

@@ -20,12 +20,14 @@ int DebugStreambuf::sync() {
 DebugStream::DebugStream() : std::ostream(new DebugStreambuf) {}
 
 DebugStream::~DebugStream() {
-    // Not flush(): it does nothing on a stream that has gone bad, as a null text makes it.
+    // Not flush(), which does nothing on a bad stream; writing a null text, for example, makes it
+    // bad.
     if (std::streambuf* const buffer = rdbuf()) {
         try {
             buffer->pubsync();
         } catch (const std::exception&) {
-            // No memory for the text: there is nobody left to tell, and the buffer still goes.
+            // No memory for the text: the failure can't be reported, and the buffer is still
+            // deleted.
             static_cast<void>(buffer);
         }
     }
@@ -38,7 +40,7 @@ void debugFailure(const char* call, uint32_t error) noexcept {
     try {
         debugFailure(Win32Exception(call, error));
     } catch (const std::exception&) {
-        // No memory for the words: there is nobody left to tell.
+        // No memory for the message: the failure can't be reported.
         return;
     }
 }

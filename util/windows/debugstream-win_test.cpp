@@ -24,7 +24,7 @@ using testing_support::MemoryShortage;
 using testing_support::SystemMessage;
 using Texts = std::vector<std::string>;
 
-/// Tells when it is deleted.
+/// Reports when it is deleted.
 template <class Base>
 class Probe : public Base {
 public:
@@ -181,10 +181,10 @@ TEST(DebugFailureTest, ANumberThatTheCallReturnedTakesThePlaceOfTheLastError) {
     EXPECT_EQ(output.texts(), Texts{"RegCloseKey: Windows error 6 (6)\n"});
 }
 
-/// Tells of failures with memory for nothing, for one block, for two, up to more than is needed.
+/// Reports failures with no memory, with one block, with two, and so on, up to more than is needed.
 void tellWithLittleMemory() {
     const std::runtime_error failure("it broke with a text that is too long for a small place");
-    debugFailure(failure);  // what the runtime allocates once is there from here on
+    debugFailure(failure);  // first, so that the runtime's one-time allocations are done
     debugFailure("FreeLibrary");
     for (int blocks = 0; blocks < 30; ++blocks) {
         const MemoryShortage shortage(blocks);

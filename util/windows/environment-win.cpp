@@ -8,7 +8,7 @@ std::optional<std::string> environmentVariable(const char* name) {
     const std::wstring wideName = toWide(name);
     std::wstring value(MAX_PATH, L'\0');
     for (;;) {
-        SetLastError(NO_ERROR);  // an empty value has the same answer as a missing variable
+        SetLastError(NO_ERROR);  // an empty value returns the same as a missing variable
         const DWORD size = GetEnvironmentVariableW(wideName.c_str(), value.data(),
                                                    static_cast<DWORD>(value.size()));
         if (size == 0 && GetLastError() == ERROR_ENVVAR_NOT_FOUND) {

@@ -3,8 +3,10 @@
 #include <optional>
 #include <string>
 
-/// The value of an environment variable of the process in UTF-8, and nothing if it isn't set. Asks
-/// the system and not the C runtime, so that changes by any module of the process are seen. Any
-/// thread may ask. GetLastError is changed, also by a success. `name` is UTF-8 and not null. A
-/// value that can't be had for any other reason than that it isn't set is empty.
+/// Returns the value of an environment variable of the process in UTF-8, or nothing if it isn't
+/// set. If the value can't be obtained for any other reason, the result is an empty text. `name` is
+/// UTF-8 and not null.
+///
+/// Asks the system, not the C runtime, so changes by any module of the process are seen. Changes
+/// GetLastError, even on success. Any thread may call.
 std::optional<std::string> environmentVariable(const char* name);

@@ -11,7 +11,7 @@ ErrorState ErrorState::current() {
 }
 
 void ErrorState::restore() const {
-    // In this order: the two share one place in Windows, and the Windows number has to stay.
+    // In this order: Windows stores both in one place, and the Windows number must remain.
     WSASetLastError(static_cast<int>(mSocketError));
     SetLastError(mWindowsError);
 }

@@ -41,7 +41,7 @@ private:
     DisturbingStreambuf mBuffer;
 };
 
-/// Every function that makes a text, by name.
+/// Every function that creates a text, by name.
 struct TextFunction {
     const char* name;
     std::function<void()> call;
@@ -85,7 +85,7 @@ TEST(ErrorStateTest, NoTextFunctionChangesTheErrorsOfTheCaller) {
     }
 }
 
-TEST(ErrorStateTest, NoTextFunctionChangesTheErrorsWithTheRealSystemsWordsAndInANewThread) {
+TEST(ErrorStateTest, RealSystemMessagesInANewThreadDoNotChangeTheErrors) {
     std::thread([] {
         for (const TextFunction& function : gTextFunctions) {
             WSASetLastError(10054);

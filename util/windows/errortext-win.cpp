@@ -14,13 +14,13 @@
 
 namespace {
 
-// Its message table has the words for NTSTATUS values. Never released: failures can be told as
-// long as the process runs.
+// Its message table has the messages for NTSTATUS values. Never released: failures can be reported
+// as long as the process runs.
 const HMODULE NTDLL = LoadLibraryA("NTDLL.DLL");
 
 const DWORD gMessageLanguage = MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT);
 
-/// Keeps GetLastError as the caller knows it.
+/// Restores the caller's GetLastError at the end of the scope.
 class WindowsErrorScope {
 public:
     WindowsErrorScope() : mError(GetLastError()) {}
@@ -34,7 +34,7 @@ private:
     DWORD mError;
 };
 
-/// Keeps both error numbers as the caller knows them.
+/// Restores both of the caller's error numbers at the end of the scope.
 class ErrorStateScope {
 public:
     ErrorStateScope() : mState(ErrorState::current()) {}
@@ -48,11 +48,12 @@ private:
     ErrorState mState;
 };
 
-/// The sentence for `number` without line ends, or nothing if there is none.
+/// Returns the system's message for `number` without the line ends at its end, or nothing if there
+/// is none.
 std::optional<std::string> findMessage(DWORD flags, HMODULE source, uint32_t number) {
     std::array<wchar_t, 500> buffer;
-    // FORMAT_MESSAGE_IGNORE_INSERTS is left out on purpose: a sentence with gaps says less than
-    // the number, and without it the call refuses such a sentence.
+    // FORMAT_MESSAGE_IGNORE_INSERTS is left out on purpose. Without it, the call refuses a message
+    // with placeholders, which would say less than the number.
     const DWORD length = FormatMessageW(flags, source, number, gMessageLanguage, buffer.data(),
                                         static_cast<DWORD>(buffer.size()), /*Arguments=*/nullptr);
     if (length == 0) {
@@ -63,11 +64,12 @@ std::optional<std::string> findMessage(DWORD flags, HMODULE source, uint32_t num
     return toUtf8(message);
 }
 
-/// The sentence for `number` without its line end and full stop, or the number itself.
+/// Returns the system's message for `number` without its line end and full stop, or the number
+/// itself.
 std::string messageAsPhrase(uint32_t number) {
     wchar_t* allocated = nullptr;
-    // Compatibility: without FORMAT_MESSAGE_IGNORE_INSERTS, as in findMessage: Windows
-    // refuses a sentence with gaps, and the number is shown.
+    // Compatibility: without FORMAT_MESSAGE_IGNORE_INSERTS, as in findMessage: Windows refuses a
+    // message with placeholders, and the number is shown.
     const DWORD length = FormatMessageW(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM,
                                         /*lpSource=*/nullptr, number, gMessageLanguage,
                                         reinterpret_cast<wchar_t*>(&allocated), /*nSize=*/0,
@@ -86,9 +88,9 @@ std::string messageAsPhrase(uint32_t number) {
     return toUtf8(std::wstring(message));
 }
 
-/// The calling thread's own string for lastErrorText, freed when the thread ends.
+/// Returns the calling thread's own string for lastErrorText, freed when the thread ends.
 std::string& threadText() {
-    // The key is never deleted: static objects can still tell of failures while they go.
+    // The key is never deleted: static objects can still report failures while they are destroyed.
     static ThreadKey& key =
         *new ThreadKey([](void* text) { delete static_cast<std::string*>(text); });
     auto* text = static_cast<std::string*>(key.get());
@@ -146,7 +148,8 @@ std::string errorText(bool withCode, const uint32_t* error, int which) {
 const char* lastErrorText(bool withCode, const uint32_t* error, int which) {
     const WindowsErrorScope scope;
     const uint32_t number = error != nullptr ? *error : scope.error();
-    // The text comes first: making the thread's string may change the error that it is about.
+    // The text comes first: creating the thread's string may change the error number that it
+    // reports.
     const std::string text = errorText(withCode, &number, which);
     std::string& kept = threadText();
     kept.assign(text);
@@ -159,7 +162,7 @@ std::string withLastError(const char* text) {
 }
 
 std::ostream& operator<<(std::ostream& out, ErrorNumber number) {
-    // The insertion may call Windows as well.
+    // Writing to the stream may call Windows, too.
     const ErrorStateScope scope;
     return out << errorText(/*withCode=*/false, &number.mNumber, /*which=*/1);
 }

@@ -35,7 +35,7 @@ bool endsWith(const std::string& text, const std::string& tail) {
     return text.size() >= tail.size() && text.substr(text.size() - tail.size()) == tail;
 }
 
-// A number of the application's own range, which the system has no words for.
+// A number in the range for applications, for which the system has no message.
 constexpr uint32_t noSystemError = 0x20004711;
 
 TEST(Win32ExceptionTest, ItHoldsItsNumberAndItsTextEndsInTheNumberInBrackets) {
@@ -145,7 +145,7 @@ TEST(Win32ErrorTextTest, ASentenceWithGapsIsNone) {
     EXPECT_EQ(ntErrorText("C", 34), "C: NT error 0x00000022 (0x22)");
 }
 
-TEST(Win32ErrorTextTest, ANegativeNumberWithoutASentenceIsDecimalFirstAndThenHexadecimal) {
+TEST(Win32ErrorTextTest, WithoutASentenceANegativeNumberIsDecimalThenHexadecimal) {
     const SystemMessage none(L"");
     EXPECT_EQ(win32ErrorText("C", -1), "C: Windows error -1 (0xffffffff)");
     EXPECT_EQ(win32ErrorText("C", static_cast<int>(0x80000000U)),
@@ -164,7 +164,7 @@ TEST(Win32ErrorTextTest, TheRealSystemsSentenceIsTakenWithoutItsLineEnd) {
     EXPECT_GT(text.size(), std::string("C:  (5)").size());
 }
 
-TEST(Win32ErrorTextTest, TheSystemIsAskedInTheNeutralLanguageFor500CharactersAndNoInserts) {
+TEST(Win32ErrorTextTest, ItAsksInTheNeutralLanguageFor500CharactersAndNoInserts) {
     const SystemMessage message(L"Denied.");
     win32ErrorText("C", -2);
     expectOneCall(message, /*flags=*/0x1000, /*source=*/nullptr, /*number=*/0xfffffffe,
@@ -250,7 +250,7 @@ TEST(ErrorTextTest, OneLineEndAndOneFullStopAreCutFromTheSentence) {
     }
 }
 
-TEST(ErrorTextTest, WithoutASentenceTheNumberStandsInItsPlaceInHexadecimalFromTheTopBitOn) {
+TEST(ErrorTextTest, WithoutASentenceTheNumberIsHexadecimalFromTheTopBitOn) {
     const struct {
         uint32_t number;
         const char* text;

@@ -18,7 +18,7 @@ void Exec::RunInfo::clearRedirections() {
 }
 
 Exec::Exec() {
-    // Numbers in the log are plain, whatever the global locale.
+    // The format of numbers in the log doesn't depend on the global locale.
     mLog.imbue(std::locale::classic());
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-// Runs one command at a time, from its line to its exit code.
+// Runs commands one at a time, from the command line to the exit code.
 //
 //     Exec exec;
 //     Exec::RunInfo info;
@@ -10,8 +10,8 @@
 //     const int32_t code = exec.runCommand(info, "c:/work", /*environment=*/nullptr,
 //                                          /*passThrough=*/nullptr, &output, &error, &aborted);
 //
-// All text is UTF-8, save a line of the log (see there), and what a command writes, which comes
-// back byte for byte.
+// All text is UTF-8, with two exceptions: one line of the log (see `log`), and the output of a
+// command, which is returned byte for byte.
 
 #include <atomic>
 #include <cstdint>
@@ -34,73 +34,77 @@ namespace cygwin {
 class connector;
 }
 
-/// Where a command's standard output or standard error goes. A stream of any other mode can't be
-/// opened.
+/// Where a command's standard output or standard error goes. Opening a stream with any other mode
+/// fails.
 using StreamMode = int32_t;
 enum : StreamMode {
     streamOutput = 0,  ///< the caller's standard output, or the capture of it
     streamError = 1,   ///< the caller's standard error, or the capture of it
     streamFile = 2,    ///< the named file, emptied first
-    streamAppend = 3,  ///< the named file, behind what it holds
+    streamAppend = 3,  ///< appended to the named file
 };
 
-/// One thread at a time runs commands on an object. Any other thread may meanwhile abort the
-/// command, replace the stall rules and, with `mHandleLock` held, read the log; all else waits for
-/// the end of the command.
+/// Only one thread at a time may run commands on an object. While a command runs, other threads may
+/// abort it, replace the stall rules and, with `mHandleLock` held, read the log; every other call
+/// must wait until the command has ended.
 ///
-/// A derived class may replace `reportError` and the other virtual operations. `reportError` may be
-/// called with `mHandleLock` held, and while other commands of the process wait for their start: it
-/// must not wait for another thread, nor throw.
+/// A derived class may override `reportError` and the other virtual functions. `reportError` may be
+/// called with `mHandleLock` held, and while other commands of the process wait to start: it must
+/// neither wait for another thread nor throw.
 class Exec {
 public:
     /// A command and where its streams go.
     struct RunInfo {
-        /// The program file, taken as it stands but for its double quotes; nothing is searched for.
-        /// Empty: the program is the first word of the line.
+        /// The program file, used verbatim except that its double quotes are removed; it isn't
+        /// searched for. If empty, the program is the first word of the command line.
         std::string mProgram;
-        /// Exactly one text, the whole line, quoted as the program wants it. Any other count stops
-        /// the process by an assertion.
+        /// Exactly one text: the whole command line, quoted as the program expects it. With any
+        /// other count, an assertion stops the process.
         std::vector<std::string> mDirectArgv;
-        /// If not empty, its first text is the line that is started where the program can't be
-        /// found or the streams can't be set up, and `clearRedirections` is called before.
+        /// If not empty, its first text is the command line to start when the program can't be
+        /// found or the streams can't be set up. `clearRedirections` is called before that.
         std::vector<std::string> mAlternateArgv;
-        std::string mStdinFile;  ///< empty: the command reads the end of the file at once
+        std::string mStdinFile;  ///< empty: the command reads end-of-file at once
         std::string mStdoutFile;
         std::string mStderrFile;
         StreamMode mStdoutMode = streamOutput;
         StreamMode mStderrMode = streamError;
-        /// A stream of mode 1 counts as one of mode 0, so that standard error goes where standard
-        /// output does.
+        /// A stream of mode 1 is treated as one of mode 0, so that standard error goes where
+        /// standard output does.
         bool mMergeOutput = false;
-        /// Streams of the modes 0 and 1 come back as text.
+        /// Streams of modes 0 and 1 are captured and returned as text.
         bool mCaptureOutput = true;
-        /// The two texts are taken for UTF-16, little-endian, and come back as UTF-8 where the exit
-        /// code does. Only what the command itself writes comes through: a failure's text, or the
-        /// report of a cut, is garbled.
+        /// Treats the two texts as little-endian UTF-16 and converts them to UTF-8 if the run
+        /// returns the exit code of the command. Only the command's own output survives this: the
+        /// message of a failure, or the report of a cut, is garbled.
         bool mUtf16Output = false;
-        /// The command is a Cygwin program, whose exit code tells of signals. From version 1.7 of
-        /// the connector on, a file with the system attribute is taken for a symbolic link and
-        /// followed. What Windows can't find or start is tried once more, as a script or by its
-        /// POSIX name. Both run Cygwin's own programs as commands, one by one, before the start; an
-        /// abort doesn't reach these, and takes effect behind them. What they find is kept until
-        /// `reset`: that is for before a command in another directory.
+        /// The command is a Cygwin program, whose exit code reports signals.
+        ///
+        /// From version 1.7 of the connector on, a file with the system attribute is treated as a
+        /// symbolic link and followed. A program that Windows can't find or start is tried once
+        /// more, as a script or by its POSIX name. Both steps run Cygwin's own programs as
+        /// commands, one by one, before the start. An abort doesn't reach these and takes effect
+        /// after them. Their results are cached until `reset`: call that before a command in
+        /// another directory.
         bool mCygwinCommand = false;
 
-        /// Makes the five fields of redirections what they are by default.
+        /// Resets the five redirection fields to their defaults.
         void clearRedirections();
     };
 
     enum : uint32_t {
         watchTime = 1,   ///< a change of the job's processor times is progress
         watchIo = 2,     ///< a change of the job's counts of I/O operations is progress
-        reportOnly = 4,  ///< a stall is reported and the command goes on
+        reportOnly = 4,  ///< a stall is only reported, and the command goes on
     };
-    /// When a command counts as stalled. From the first command that matches a rule on, all
-    /// commands of the object run in a job, in job mode, until `reset`. Those that match a rule now
-    /// are watched, unless it has a timeout of 0 or neither watchTime nor watchIo.
+    /// Defines when a command counts as stalled. Starting with the first command that matches a
+    /// rule, all commands of the object run in a job ("job mode"), until `reset`. A command that
+    /// matches a rule of the current list is watched, unless the rule's timeout is 0 or it has
+    /// neither watchTime nor watchIo.
     struct StallRule {
-        std::string mPattern;  ///< POSIX extended; matches the whole line, in any case of letters
-        /// Milliseconds without progress; in effect a multiple of 500, and 500 if it is negative.
+        std::string mPattern;  ///< POSIX extended; matches the whole line, ignoring case
+        /// Milliseconds without progress; in effect a multiple of 500. A negative value acts as
+        /// 500.
         int32_t mTimeout = 0;
         uint32_t mFlags = 0;
     };
@@ -109,123 +113,153 @@ public:
     static constexpr uint32_t noSignal = 0x80000000;
 
     Exec();
-    /// Closes the job. A child that is still known, which no run leaves behind, is told to end and
-    /// not waited for. No thread may be inside a call.
+    /// Closes the job. If a child is still known (no run leaves one behind), it is asked to end,
+    /// and the destructor doesn't wait for it. No thread may be inside a call.
     virtual ~Exec();
     Exec(const Exec&) = delete;
     Exec& operator=(const Exec&) = delete;
 
-    /// Starts a command, waits for it and, in job mode, for all that it started, and returns its
-    /// exit code. 255: the program can't be found, the streams can't be set up at first, or the
-    /// alternate can't be started. 1: any other failure, or an abort, and then `*aborted` is true,
-    /// or a stall, and then a text behind the captured errors tells; without capture a stalled
-    /// command's exit code comes back. A command may return these numbers itself.
+    /// Starts a command, waits for it and, in job mode, for all processes that it started.
     ///
-    /// In three cases an abort leaves `*aborted` false, and the result is what it is without one:
-    /// after a stall was noticed, where no program is started (a missing one, for instance), and
-    /// where the wait for it fails.
+    ///     outcome                                          result
+    ///     the command ended                                its exit code
+    ///     the program can't be found                       255
+    ///     the streams can't be set up (first attempt)      255
+    ///     the alternate can't be started                   255
+    ///     an abort                                         1, and `*aborted` is true
+    ///     a stall, with capture                            1, and a message after the captured
+    ///     errors a stall, without capture                         the exit code any other failure
+    ///     1
     ///
-    /// `environment` is a block of NAME=VALUE strings, each with its NUL, and one NUL more; null or
-    /// empty stands for the caller's. Its first PATH in any case of letters is where programs are
-    /// searched for. `workingDirectory` is absolute, or empty for the current one; relative files
-    /// of the streams are seen from it. A stalled command is broken by the command that the
-    /// environment variable "NBBRK" held when it was first needed (in the ANSI code page, at most
-    /// 259 characters), run by another Exec with the same `passThrough`; without it by a break
-    /// event.
+    /// With an alternate, the second and third cases start the alternate instead. A command may
+    /// return 255 or 1 itself.
     ///
-    /// The last three are never null and are written at once. What is captured over the limit is
-    /// cut, with a report in front. A process that the command leaves behind with its streams keeps
-    /// the files of a capture open: they can't be removed then, and stay in the folder for
-    /// temporary files. Without capture the run waits until all that was written into a pipe of the
-    /// caller has been read.
+    /// In three cases an abort leaves `*aborted` false, and the result is the same as without the
+    /// abort:
     ///
-    /// Failures are given to `reportError` and, with capture, put into `errorText`, or `outputText`
-    /// where the streams are merged, in the order of events: those of the wait stand before what
-    /// was captured. The missing program goes to one of the two. The desktop, the assignment to the
-    /// job and a stall are told to `reportError` alone, and of an alternate that can't be started
-    /// nothing is said.
+    ///   - a stall was noticed before it,
+    ///   - no program is started, for instance because it is missing,
+    ///   - the wait for the program fails.
     ///
-    /// Until the command runs, the process's current directory and `Path` are the command's, and
-    /// other commands wait for their start. `Path` goes through the ANSI code page, both ways:
-    /// where the block has a PATH, the process's own loses characters that this lacks.
+    /// `environment` is a block of NUL-terminated NAME=VALUE strings, with one more NUL at its end.
+    /// Null or empty means the caller's environment. Programs are searched for in its first PATH,
+    /// in any letter case. `workingDirectory` is absolute, or empty for the current one; relative
+    /// files of the streams are resolved against it.
     ///
-    /// Throws NumberedRuntimeError, 5008, for a working directory that can't be entered, and what
-    /// the regular expression of a stall rule throws.
+    /// A stalled command is broken by another command: the value that the environment variable
+    /// "NBBRK" had when it was first needed (in the ANSI code page, at most 259 characters).
+    /// Another Exec runs it with the same `passThrough`. Without a value, the stalled command gets
+    /// a break event.
+    ///
+    /// The last three parameters must not be null; they are reset at once. Captured output over the
+    /// limit is cut, after a report at its start (see `setOutputLimits`). If the command leaves a
+    /// process behind that has its streams, the files of a capture stay open: they can't be
+    /// removed, and remain in the folder for temporary files. Without capture, the run waits until
+    /// everything that was written into a pipe of the caller has been read.
+    ///
+    /// Failures are reported in the order of events. The failure text is `errorText`, or
+    /// `outputText` if the streams are merged; there is none without capture. Failures of the wait
+    /// come before the captured output.
+    ///
+    ///     failure                                      `reportError`      failure text
+    ///     the program is missing                       without capture    with capture
+    ///     the desktop, the assignment to the job,
+    ///     a stall when it is noticed                   yes                no
+    ///     the alternate can't be started               no                 no
+    ///     any other                                    yes                with capture
+    ///
+    /// Until the command runs, the process has the command's current directory and `Path`, and
+    /// other commands wait to start. `Path` goes through the ANSI code page in both directions: if
+    /// the block has a PATH, the process's own `Path` loses the characters that the code page
+    /// lacks.
+    ///
+    /// Throws NumberedRuntimeError 5008 if the working directory can't be entered, and passes on
+    /// what the regular expression of a stall rule throws.
     virtual int32_t runCommand(RunInfo& runInfo, const std::string& workingDirectory,
                                const char* environment, void* passThrough, std::string* outputText,
                                std::string* errorText, bool* aborted);
-    /// Tells the running command, or the next one if none is running, to end; if it hasn't within
-    /// 1.5 seconds, it is ended by force. Every later command is aborted as well, until `reset`.
-    /// `lock` must hold `mHandleLock`: an assertion stops the process otherwise. `signal` is for a
-    /// process of the POSIX side; all others, and one that it can't be sent to, get a break event.
-    /// Never waits; but while the command of "NBBRK" runs, that lock is held.
+    /// Asks the running command, or the next one if none is running, to end; if it hasn't ended
+    /// after 1.5 seconds, it is ended by force. Every later command is aborted as well, until
+    /// `reset`.
+    ///
+    /// `lock` must hold `mHandleLock`; otherwise an assertion stops the process. `signal` is for a
+    /// process of the POSIX side. Any other process, and one that the signal can't be sent to, gets
+    /// a break event. Never waits, but `mHandleLock` is held while the command of "NBBRK" runs.
     virtual void abort(MutexLock& lock, int signal);
-    /// Makes the object as new, but for the log, the job, the output limits, the size of the buffer
-    /// for processes, the countdown and the last counters. Not while a command runs.
+    /// Restores the state of a new object, except for the log, the job, the output limits, the size
+    /// of the buffer for processes, the countdown and the last counters. Must not be called while a
+    /// command runs.
     virtual void reset();
-    /// Does nothing. This one and the other two keep the places of operations.
+    /// Does nothing. The three reserved functions keep places in the table of virtual functions.
     virtual void reserved1();
-    /// Replaces the rules. If one of the new ones has the pattern of the rule that matched last, it
-    /// applies to the running command from now on; otherwise that isn't watched any more.
+    /// Replaces the rules. If one of the new rules has the pattern of the rule that matched last,
+    /// it applies to the running command from now on. Otherwise that command isn't watched any
+    /// more.
     virtual void setStallRules(const std::list<StallRule>& rules);
     virtual void reserved2();
-    /// A captured stream of over `maxBytes` bytes (5,000,000 at first) is cut to `keepBytes` bytes
-    /// (5,000). A stream that is cut and has fewer is a failure: `keepBytes` is at most `maxBytes`,
-    /// or 0. With a negative `maxBytes` every stream is cut, an empty one included: -1 and 0 give
-    /// the report alone, of each captured stream.
+    /// Sets the limits for captured streams: one of more than `maxBytes` bytes (initially
+    /// 5,000,000) is cut to `keepBytes` bytes (initially 5,000). It is a failure if a stream that
+    /// is cut has fewer than `keepBytes` bytes, so `keepBytes` must be at most `maxBytes`, or 0. If
+    /// `maxBytes` is negative, every stream is cut, even an empty one: with a `maxBytes` of -1 and
+    /// a `keepBytes` of 0, each captured stream yields only the report.
     virtual void setOutputLimits(int maxBytes, unsigned keepBytes);
     virtual void getOutputLimits(int* maxBytes, unsigned* keepBytes);
-    /// What happened in the present or last run. While a command runs, every other thread holds
-    /// `mHandleLock` here. The line that a script was started by has the narrow characters of the
-    /// process-wide locale (see narrowText), and is not always UTF-8.
+    /// Returns what happened in the current or last run. While a command runs, every other thread
+    /// must hold `mHandleLock` here. The line that a script was started with is in the narrow
+    /// characters of the process-wide locale (see narrowText), which isn't always UTF-8.
     virtual std::string log();
     /// Writes the text and a line end to standard error.
     virtual void reportError(const char* text);
     virtual void reserved3();
 
-    /// The connector is for commands that are POSIX processes; it outlives its use here. Null for
-    /// none.
+    /// Sets the connector for commands that are POSIX processes, or null for none. It must outlive
+    /// its use here.
     void setCygwinConnector(cygwin::connector* connector);
-    /// The signal that ended the last Cygwin command, or `noSignal`. Versions before 1.5.20 don't
-    /// tell, and leave what was.
+    /// Returns the signal that ended the last Cygwin command, or `noSignal`. Runtime versions
+    /// before 1.5.20 don't report it; the value then stays as it was.
     uint32_t childSignal() const { return mChildSignal; }
-    /// The first size, in bytes, of the buffer for the processes of a job: 16 at least, which is
-    /// room for one, as the system refuses less. One of over 1,024 is ignored.
+    /// Sets the initial size, in bytes, of the buffer for the processes of a job. It must be at
+    /// least 16, which is enough for one process; the system refuses less. A size over 1,024 is
+    /// ignored.
     void setPidBufferSize(uint32_t size);
 
-    /// Lets the jobs that are made from now on run at high priority, if the version of Windows is
-    /// below 6.1; from that on it enables the privilege alone. Empty, or the failure.
+    /// Makes the jobs that are created from now on run at high priority if the version of Windows
+    /// is below 6.1. From 6.1 on, it only enables the privilege. Returns an empty text, or the
+    /// failure.
     static std::string elevateWindowsPriority();
 
-    /// From now on all commands of the process, but for alternates, are started with the rights of
-    /// this token, a primary one; with null, as at first, with those of the process. May wait for
-    /// other commands to be started. Any thread may call these two.
+    /// From now on, all commands of the process except alternates are started with the rights of
+    /// this token, a primary one. Null, the initial state, means the rights of the process. May
+    /// wait for other commands to start. Any thread may call these two functions.
     static void setRunAsToken(const boost::shared_ptr<AccessToken>& token);
     static boost::shared_ptr<AccessToken> runAsToken();
 
 protected:
-    /// Puts the text behind `failureText`, unless that is null, and calls `reportError`.
+    /// Appends the text to `failureText`, unless that is null, and calls `reportError`.
     void report(const std::string& text, std::string* failureText);
-    /// The same with ": ", the words for GetLastError and a line end behind the text.
+    /// The same with ": ", the message for GetLastError and a line end after the text.
     void reportWithLastError(const char* text, std::string* failureText);
     void selectStallRule(const std::string& command);
-    /// Waits for a process, breaks and ends it on an abort or a stall. False if the wait fails.
+    /// Waits for a process, and breaks and ends it on an abort or a stall. Returns false
+    /// if the wait fails.
     bool waitProcessExit(HANDLE process, uint32_t pid, const char* command,
                          std::string* failureText, bool* stalled,
                          const std::string& workingDirectory, const char* environment,
                          void* passThrough);
-    /// Waits for the processes that are left in the job, but for servers that are known to stay.
+    /// Waits for the processes left in the job, except for servers that are known to stay.
     void waitChildren(const char* command, std::string* failureText);
 
-    /// `resolveCygwinPath` of a name, found once and kept until `reset`; so is the empty text of a
-    /// name that means no file, and a relative answer, which holds only in the directory of the
-    /// command that asked first. As all of the cache, for the thread in `runCommand`.
+    /// Returns `resolveCygwinPath` of a name, cached until `reset`. The cache also holds the empty
+    /// text of a name that means no file, and relative results, which are valid only in the
+    /// directory of the command that asked first. Like the whole cache, only for the thread in
+    /// `runCommand`.
     std::string translateCached(const std::string& posixName);
-    /// The line that runs the script, or the program by a POSIX name, that a command line begins
-    /// with: the interpreter, by its Windows name, the file and the rest of the line. A name
-    /// without slashes is searched for in `path` (null for the process's PATH). Empty where there
-    /// is no such file, it can't be read, is a program that Windows refused, or names no
-    /// interpreter. An interpreter that can't be found is left out of the line.
+    /// Returns the command line that runs the script, or the program with a POSIX name, at the
+    /// start of a command line: the Windows name of the interpreter, the file and the rest of the
+    /// line. A name without slashes is searched for in `path` (null for the process's PATH). The
+    /// result is empty if there is no such file, or if the file can't be read, is a program that
+    /// Windows refused, or names no interpreter. An interpreter that can't be found is left out of
+    /// the line.
     std::wstring scriptCommandLine(const char* commandLine, const char* path);
 
     std::atomic<uint32_t> mPid = noPid;
@@ -245,7 +279,7 @@ protected:
     uint32_t mKeepOutputBytes = 5000;
     uint32_t mChildSignal = noSignal;
     ScopedHandle mJob;
-    int64_t mLastUserTime = 0;  ///< units of 100 ns, as the next
+    int64_t mLastUserTime = 0;  ///< units of 100 ns, like the next one
     int64_t mLastKernelTime = 0;
     uint64_t mLastReads = 0;
     uint64_t mLastWrites = 0;

@@ -18,12 +18,12 @@ constexpr int LARGE_OUTPUT = 64 << 20;
 
 void prepareNothing() {}
 
-/// A program beside this one, on a path that needs no quotes.
+/// The path of a program in the folder of this one; it needs no quotes.
 std::string program(const char* name) { return System::programDirectory() + '\\' + name; }
 
 SECURITY_ATTRIBUTES inheritable() { return {sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE}; }
 
-/// A child started the shortest way, with the flags that Exec starts one with.
+/// A child started in the most direct way, with the flags that Exec uses.
 class BareChild {
 public:
     BareChild(const std::string& line, HANDLE output, HANDLE error) {

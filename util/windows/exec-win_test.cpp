@@ -1,4 +1,4 @@
-// The class: a command, its fields, and the operations that run none.
+// The class: a command, its fields, and the functions that run no command.
 
 #include "util/windows/exec-win.h"
 
@@ -255,8 +255,8 @@ TEST(ExecTest, WhatChangesTheRulesWaitsForTheLock) {
     threads[0].emplace([&exec] { exec.setStallRules({{"b", 1, 1}}); });
     threads[1].emplace([&exec] { exec.reset(); });
     threads[2].emplace([&] { exec.setCygwinConnector(&connector); });
-    // Each of them would have to be faster than this to go unseen without a lock; with one, none
-    // ever is.
+    // Without a lock, a call would go unnoticed only if it took longer than this; with a lock, no
+    // call can get through.
     Sleep(20);
     EXPECT_TRUE(exec.mStallRules.empty());
     EXPECT_EQ(exec.mJobPattern, "b");
@@ -284,9 +284,9 @@ TEST(ExecTest, AConnectorGivesItsVersionAndNoneGivesZeros) {
     provider.expectClean();
 }
 
-/// What a pointer to a virtual operation consists of.
+/// The parts of a pointer to a virtual function.
 struct OperationPointer {
-    size_t tableOffset;  ///< plus 1, which tells it from a function's address
+    size_t tableOffset;  ///< plus 1, to distinguish it from a function's address
     ptrdiff_t adjustment;
 };
 
@@ -295,7 +295,7 @@ size_t placeOf(Operation operation) {
     return (std::bit_cast<OperationPointer>(operation).tableOffset - 1) / sizeof(void*);
 }
 
-/// Notes the calls of what has no use but its place, and of the destructor.
+/// Records the calls of the reserved functions, and of the destructor.
 class NotingExec : public Exec {
 public:
     explicit NotingExec(Texts& notes) : mNotes(notes) {}
@@ -304,7 +304,7 @@ public:
     void reserved2() override { mNotes.emplace_back("reserved2"); }
     void reserved3() override { mNotes.emplace_back("reserved3"); }
 
-    /// Calls what is at a place of the object's table and has no parameters.
+    /// Calls the function at a place of the object's table, which must have no parameters.
     void callAt(size_t place) {
         const OperationPointer pointer{place * sizeof(void*) + 1, 0};
         (this->*std::bit_cast<void (Exec::*)()>(pointer))();
@@ -314,7 +314,7 @@ private:
     Texts& mNotes;
 };
 
-// A class that is derived from it in another module knows them by their places.
+// A derived class in another module calls the functions by their places.
 TEST(ExecTest, TheOperationsKeepTheirPlaces) {
     EXPECT_EQ(placeOf(&Exec::runCommand), 2U);
     EXPECT_EQ(placeOf(&Exec::abort), 3U);
@@ -329,7 +329,8 @@ TEST(ExecTest, TheOperationsKeepTheirPlaces) {
     for (const size_t place : {5U, 7U, 12U}) {
         exec->callAt(place);
     }
-    // The destructor has the first two: as it stands, and with the release of the memory.
+    // The destructor has the first two places: one that only destroys, and one that also frees the
+    // memory.
     exec->callAt(1);
     EXPECT_EQ(notes, Texts({"reserved1", "reserved2", "reserved3", "destructor"}));
     notes.clear();

@@ -13,9 +13,9 @@ std::optional<std::tm> localTime(int64_t secondsSince1970) {
 }
 
 int32_t secondsWestOfUtc() {
-    // The runtime's function for it isn't in every import library. The variable holds the same
-    // value, and reading it can't fail.
-    // Before the first look at the zone the variable holds a zone of the runtime's own.
+    // The runtime's function for this isn't in every import library. The variable holds the same
+    // value, and reading it can't fail. Until the time zone is read for the first time, the
+    // variable holds a default of the runtime.
     [[maybe_unused]] static const bool looked = (_tzset(), true);
     return static_cast<int32_t>(_timezone);
 }

@@ -4,12 +4,12 @@
 
 #include "util/filetime.h"
 
-/// A Windows file time as a `FileTime`, of whole ticks.
+/// Returns a Windows file time as a `FileTime` of whole ticks.
 inline FileTime fromWindowsTime(const FILETIME& time) {
     return {static_cast<uint64_t>(time.dwHighDateTime) << 32 | time.dwLowDateTime, 0};
 }
 
-/// `time` as Windows has it; the nanoseconds below one tick are lost.
+/// Returns `time` as a Windows file time; the nanoseconds below one tick are lost.
 inline FILETIME toWindowsTime(const FileTime& time) {
     return {/*dwLowDateTime=*/static_cast<DWORD>(time.ticks()),
             /*dwHighDateTime=*/static_cast<DWORD>(time.ticks() >> 32)};

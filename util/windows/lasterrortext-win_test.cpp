@@ -18,7 +18,7 @@ using testing_support::ReplacedCall;
 using testing_support::SocketError;
 using testing_support::SystemMessage;
 
-// A number of the application's own range, which the system has no words for.
+// A number in the range for applications, for which the system has no message.
 constexpr uint32_t noSystemError = 0x20004711;
 
 TEST(LastErrorTextTest, ItIsTheErrorTextOfTheSameArguments) {
@@ -57,7 +57,7 @@ TEST(LastErrorTextTest, TheNextCallOfTheSameThreadTakesThePlaceOfTheText) {
     EXPECT_STREQ(first, "Error 536889105");
     const char* second = lastErrorText(false, &other, 1);
     EXPECT_STREQ(second, "Error 536889106");
-    // Both are of one length, so that the thread's string needs no other place.
+    // Both have the same length, so the thread's string doesn't move.
     EXPECT_EQ(second, first);
 }
 

@@ -2,8 +2,8 @@
 
 #include <windows.h>
 
-/// A function that a loaded library exports, by its name; null if there is none, or `library` is
-/// null. The caller vouches for the type. Any thread may call.
+/// Returns a function that a loaded library exports, by its name; null if there is none, or if
+/// `library` is null. The caller is responsible for the type. Any thread may call.
 template <class Function>
 Function* findFunction(HMODULE library, const char* name) {
     return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(library, name)));

@@ -4,12 +4,12 @@
 
 #include <windows.h>
 
-/// Releases memory that Windows allocated with LocalAlloc and left to its caller.
+/// Frees memory that Windows allocated with LocalAlloc and that its caller must free.
 struct LocalFreeDeleter {
     void operator()(void* memory) const noexcept { LocalFree(memory); }
 };
 
-/// The owner of such memory, without a count of elements:
+/// Owns such memory, without a count of elements:
 ///
 ///     wchar_t* text = nullptr;
 ///     ConvertSidToStringSidW(sid, &text);

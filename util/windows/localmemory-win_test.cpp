@@ -17,7 +17,7 @@ HLOCAL WINAPI keepFreed(HLOCAL memory) {
     return nullptr;
 }
 
-/// Frees outside of the test's own body, so that the replaced call is the one that is made.
+/// Frees outside of the test's own body, so that the replaced function is called.
 template <class T>
 __attribute__((noinline)) void ownAndDrop(T* memory) {
     const LocalMemory<T> owner(memory);

@@ -25,7 +25,7 @@ void ScopedHandle::release() noexcept {
         DebugStream() << mFunction << "@" << mFile << ":" << mLine << ":  " << failure.what()
                       << std::endl;
     } catch (const std::exception&) {
-        // No memory for the words: there is nobody left to tell.
+        // No memory for the message: the failure can't be reported.
         return;
     }
 }

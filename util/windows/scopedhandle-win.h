@@ -9,10 +9,10 @@
 ///     ScopedHandle token;
 ///     if (!OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, token.receive())) { ... }
 ///
-/// Null and -1 (INVALID_HANDLE_VALUE, also the pseudo handle of the own process) are allowed and
-/// are never closed. The defaults of the constructor name the place where the object is made, for
-/// the debugger to read should the handle not be closable; both texts must outlive the object.
-/// One thread at a time.
+/// Null and -1 (INVALID_HANDLE_VALUE, also the pseudo handle of the current process) are allowed
+/// and are never closed. The default arguments of the constructor name the place where the object
+/// is created. The debugger gets that place if the handle can't be closed; both texts must outlive
+/// the object. Only one thread at a time may use an object.
 class ScopedHandle {
 public:
     explicit ScopedHandle(HANDLE handle = nullptr, const char* file = __builtin_FILE(),
@@ -24,17 +24,18 @@ public:
     ScopedHandle& operator=(const ScopedHandle&) = delete;
 
     HANDLE get() const { return mHandle; }
-    /// Whether there is a handle to close: neither null nor -1.
+    /// Returns whether there is a handle to close: neither null nor -1.
     bool isOpen() const { return mHandle != nullptr && mHandle != INVALID_HANDLE_VALUE; }
 
-    /// Releases what is held and gives the place for a Windows call to put a new handle.
+    /// Closes the handle, if there is one, and returns the address where a Windows call can store a
+    /// new one.
     HANDLE* receive() noexcept;
 
     /// Hands the handle over to the caller, and holds -1 from then on.
     HANDLE detach() noexcept { return std::exchange(mHandle, INVALID_HANDLE_VALUE); }
 
-    /// Closes the handle, if there is one, and holds -1 from then on. A failure goes to the
-    /// debugger as "FUNCTION@FILE:LINE:  " and the words of a Win32Exception. Never throws.
+    /// If there is a handle to close, closes it and then holds -1. A failure goes to the debugger
+    /// as "FUNCTION@FILE:LINE:  " and the text of a Win32Exception. Never throws.
     void release() noexcept;
 
 private:

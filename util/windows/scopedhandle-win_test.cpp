@@ -22,7 +22,7 @@ using testing_support::SystemMessage;
 const HANDLE gSomeHandle = reinterpret_cast<HANDLE>(0x1234);
 std::vector<HANDLE> gClosed;
 
-/// Replaces CloseHandle and keeps what it is called with.
+/// Replaces CloseHandle and records its arguments.
 class ClosedHandles {
 public:
     explicit ClosedHandles(decltype(CloseHandle)* replacement) : mCall("CloseHandle", replacement) {
@@ -104,11 +104,11 @@ TEST(ScopedHandleTest, AHandleThatCannotBeClosedIsTriedOnceOnly) {
     EXPECT_EQ(output.texts().size(), 1U);
 }
 
-/// Releases handles that can't be closed, with ever more memory for telling of it.
+/// Releases handles that can't be closed, with more and more memory for the report.
 void releaseWithLittleMemory() {
     const ClosedHandles calls(closeNone);
     gClosed.reserve(100);
-    ScopedHandle(gSomeHandle).release();  // what the runtime allocates once is there from here on
+    ScopedHandle(gSomeHandle).release();  // the runtime's one-time allocations are done here
     for (int blocks = 0; blocks < 30; ++blocks) {
         ScopedHandle handle(gSomeHandle);
         const MemoryShortage shortage(blocks);

@@ -21,7 +21,7 @@ void startSockets() {
         return;
     }
     WSADATA data;
-    // The call returns its error; WSAGetLastError isn't for it.
+    // The call returns its error number; WSAGetLastError isn't valid for it.
     const auto result = static_cast<uint32_t>(WSAStartup(MAKEWORD(2, 2), &data));
     if (result != 0) {
         const std::string why = errorText(/*withCode=*/true, &result, /*which=*/1);

@@ -18,8 +18,8 @@ namespace {
 using testing_support::ReplacedCall;
 using testing_support::SystemMessage;
 
-// The sockets of a process start once. So each test is a death test: its statement runs in a
-// process of its own, and tells on standard error what it saw.
+// The sockets of a process start only once, so each test is a death test: its statement runs in its
+// own process, and reports on standard error what it saw.
 
 int gStarts = 0;
 int gResult = 0;

@@ -24,7 +24,7 @@ constexpr std::wstring_view LOCAL_PREFIX = L"\\\\?\\";
 constexpr std::wstring_view UNC_PREFIX = L"\\\\?\\UNC\\";
 constexpr std::wstring_view NULL_DEVICE = L"\\NUL";
 constexpr size_t MAX_NAME = 260;
-constexpr size_t LONGEST_TEXT = INT_MAX;  ///< that Windows converts
+constexpr size_t LONGEST_TEXT = INT_MAX;  ///< the longest that Windows converts
 
 bool isSlash(char c) { return isPathSeparator(c, windowsPaths); }
 
@@ -41,7 +41,7 @@ bool isPrefixed(const std::string& path) {
     return path.size() >= 4 && path[2] == '?' && path[3] == '\\';
 }
 
-/// `normalizePath` would stop the process where it finds a path not to be absolute.
+/// Normalizes a path. Throws if it isn't absolute, where `normalizePath` would stop the process.
 std::string folded(const std::string& path) {
     if (!isAbsolutePath(path, windowsPaths)) {
         throw std::invalid_argument("the path is not absolute");
@@ -59,7 +59,8 @@ bool isAscii(std::string_view text) {
     return bits < 0x80;
 }
 
-/// Whether a local path is ASCII and its own normal form but for slashes, as nearly every path is.
+/// Returns whether a local path is ASCII and already normalized except for its slashes, as nearly
+/// every path is.
 bool isPlain(const std::string& path) {
     return path.size() <= LONGEST_TEXT && isTidyOnDrive(path) && isAscii(path);
 }
@@ -76,7 +77,7 @@ void setPrefixed(std::wstring_view prefix, StringSpan path, std::wstring& result
     appendWide(path, result);
 }
 
-/// Builds `result` and finds out what kind of path it is, as far as it gets.
+/// Builds `result` and determines the kind of path, as far as it gets before an exception.
 void buildUnicodePath(const std::string& path, std::wstring& result, PathKind& kind) {
     if (isLocal(path)) {
         if (isPlain(path)) {
@@ -87,12 +88,13 @@ void buildUnicodePath(const std::string& path, std::wstring& result, PathKind& k
         kind = PathKind::local;
     } else if (isNetwork(path) && isPrefixed(path)) {
         appendWide(path, result);
-        // Compatibility: local, whatever follows the prefix: "\\?\UNC\srv\sh\nul" loses the prefix
-        // as well.
+        // Compatibility: counts as local no matter what follows the prefix: "\\?\UNC\srv\sh\nul"
+        // loses the prefix as well.
         kind = PathKind::local;
     } else if (isNetwork(path)) {
         const std::string share = folded(path);
-        // Throws where there are no two: with Cygwin paths "//" folds to "/".
+        // Throws if there are fewer than two characters: with Cygwin paths, "//" is normalized to
+        // "/".
         setPrefixed(UNC_PREFIX, std::string_view(share).substr(2), result);
         kind = PathKind::network;
     } else {
@@ -104,7 +106,7 @@ void buildUnicodePath(const std::string& path, std::wstring& result, PathKind& k
     removeTrailingBlanks(result);
 }
 
-/// One line to the debugger; lack of memory loses it.
+/// Writes one line to the debugger; without memory for it, the line is lost.
 void tellDebugger(const std::string& path, const std::exception& failure) noexcept {
     try {
         DebugStream() << "System::unicodePath(\"" << path << "\"):  " << failure.what()
@@ -114,7 +116,7 @@ void tellDebugger(const std::string& path, const std::exception& failure) noexce
     }
 }
 
-/// Whether the last component is "nul", in any case as the global locale has it.
+/// Returns whether the last component is "nul", ignoring case by the rules of the global locale.
 bool namesNullDevice(const std::wstring& path) {
     const size_t size = NULL_DEVICE.size();
     if (path.size() < size || path[path.size() - size] != NULL_DEVICE.front()) {
@@ -124,13 +126,13 @@ bool namesNullDevice(const std::wstring& path) {
     if (locale != std::locale::classic()) {
         return boost::algorithm::iends_with(path, NULL_DEVICE, locale);
     }
-    // The same without a call for each letter.
+    // The same for the classic locale, without a call for each letter.
     return std::equal(
         NULL_DEVICE.begin() + 1, NULL_DEVICE.end(), path.end() - 3,
         [](wchar_t wanted, wchar_t c) { return c == wanted || c == wanted + (L'a' - L'A'); });
 }
 
-/// A path as Windows gave it, as the rest of the code base has it.
+/// Converts a path from Windows to the form that the rest of the code base uses.
 std::string fromWindows(std::wstring path) {
     stripUnicodePrefix(path);
     std::replace(path.begin(), path.end(), L'\\', L'/');
@@ -176,7 +178,7 @@ std::string System::getcwd() {
     }
     std::wstring directory(room, L'\0');
     const DWORD length = GetCurrentDirectoryW(room, directory.data());
-    // Another thread may have moved to a longer one in between.
+    // Another thread may have changed to a longer directory in between.
     if (length == 0 || length > room) {
         return {};
     }
@@ -193,7 +195,7 @@ bool System::longPath(const std::string& path, std::string& result) {
         buffer.resize(length);
         length = GetLongPathNameW(name.c_str(), buffer.data(), length);
     }
-    // A name that grew in between doesn't fit even now, and the buffer holds nothing of it.
+    // A name that grew in between doesn't fit, and then the buffer has nothing of it.
     if (length == 0 || length > buffer.size()) {
         return false;
     }
@@ -209,8 +211,8 @@ bool System::shortPath(const std::string& path, std::string& result) {
     if (length == 0) {
         return false;
     }
-    // Compatibility: no second call, unlike for the long form: the length alone is taken, also of
-    // a text that didn't fit.
+    // Compatibility: unlike for the long form, there is no second call. The returned length is used
+    // even for a text that didn't fit.
     buffer.resize(length);
     result = fromWindows(buffer);
     return true;

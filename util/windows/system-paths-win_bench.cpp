@@ -27,7 +27,7 @@ TEST(Benchmark, SystemUnicodePath) {
 }
 
 TEST(Benchmark, SystemUnicodePathWithBlanks) {
-    // Which ends nowhere, so that it could be tried from each of its places.
+    // The run of blanks doesn't end the name, so it could be tried from each of its positions.
     const std::string blanks = "C:/x" + std::string(32'000, ' ') + "x./y";
     const std::string letters = "C:/x" + std::string(32'000, 'b') + "xb/y";
     benchmark::compare(

@@ -121,7 +121,7 @@ TEST(UnicodePathTest, ANetworkPathToTheNullDeviceKeepsItsPrefix) {
     expectPaths({{"//srv/sh/nul", L"\\\\?\\UNC\\srv\\sh\\nul"}, {"x/nul", L"x\\nul"}});
 }
 
-/// Takes `x` for a small `L`.
+/// Treats `x` as a lower-case `L`.
 class OddCase : public std::ctype<wchar_t> {
 protected:
     wchar_t do_toupper(wchar_t c) const override {
@@ -189,8 +189,8 @@ TEST(UnicodePathTest, APathThatNothingIsToBeDoneToTakesOneAllocation) {
 
 using Malloc = void*(size_t);
 
-// The C++ allocator goes through malloc. What is served comes from calloc, as the original is
-// replaced; what an exception needs must be served.
+// The C++ allocator uses malloc. The replacement gets its memory from calloc, because it replaces
+// the original malloc; what an exception needs must be allocated.
 
 TEST(UnicodePathTest, LackOfMemoryIsToldToTheDebuggerAndNotThrown) {
     constexpr size_t length = 200'000;
@@ -227,7 +227,7 @@ std::wstring withBackslashes(std::wstring path) {
     return path;
 }
 
-/// Checks what `unicodePath` makes of `path` against its steps, one by one.
+/// Checks the result of `unicodePath` for `path` against the single steps.
 void expectByItsSteps(const std::string& path) {
     const bool isLocal = path.substr(0, 3) == "c:/";
     const std::wstring wide = isLocal ? L"\\\\?\\" + toWide(normalizePath(path)) : toWide(path);
@@ -237,18 +237,18 @@ void expectByItsSteps(const std::string& path) {
 
 TEST(UnicodePathTest, ShortLocalPathsAreFoldedWidenedAndCleared) {
     for (size_t length = 0; length <= 5; ++length) {
-        // The byte alone is no UTF-8.
+        // The last byte by itself isn't valid UTF-8.
         forAllTexts(std::string("a ./\\:\n\xE4"), length,
                     [](const std::string& names) { expectByItsSteps("c:/" + names); });
     }
 }
 
-// Line ends too, as far as names know any.
+// Includes every line end that can be in a name.
 const std::vector<std::string> LETTERS = {" ",  ".",  "/",        "a",           "\n",
                                           "\r", "\f", "\xC2\x85", "\xE2\x80\xA8"};
 
 TEST(UnicodePathTest, LongPathsAreWidenedAndClearedAsByTheExpression) {
-    // NOLINTNEXTLINE(cert-msc32-c,cert-msc51-cpp): a failure must come again in the next run
+    // NOLINTNEXTLINE(cert-msc32-c,cert-msc51-cpp): a failure must be repeatable in the next run
     std::mt19937 random(1);
     for (int i = 0; i < 2000; ++i) {
         std::string path = i % 2 == 0 ? "c:/" : "b";

@@ -2,8 +2,8 @@
 
 #include "util/ticks.h"
 
-// The performance counter is there on every system that is supported, so that a failed query is
-// asked again for as long as it takes.
+// Every supported system has the performance counter, so a failed query is repeated until it
+// succeeds.
 
 Ticks Ticks::now() {
     LARGE_INTEGER counter;

@@ -30,7 +30,7 @@ TEST(TicksWinTest, NowAsksUntilTheCounterAnswers) {
     EXPECT_EQ(Ticks::now(), Ticks(4));
 }
 
-// The frequency is kept for the whole process, so that these run in a process of their own.
+// The frequency is stored for the whole process, so these run in their own process.
 
 double frequencyOfThirdAnswer() {
     gCalls = 0;

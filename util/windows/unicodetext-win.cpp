@@ -6,8 +6,8 @@
 
 namespace {
 
-// Windows counts in an int. A text beyond that can't be converted, and handing over what a cast
-// makes of its length would convert something else: -1, for one, means up to the terminator.
+// Windows takes lengths as int. A longer text can't be converted, and casting its length would
+// convert something else: -1, for example, means up to the terminator.
 constexpr size_t LONGEST_TEXT = INT_MAX;
 constexpr size_t BYTES_PER_UNIT = 4;
 

@@ -4,20 +4,21 @@
 
 #include "util/textspan.h"
 
-// Conversion between UTF-8 and UTF-16, NUL characters included. None of the conversions reports a
-// failure: a text that Windows can't convert at all (2 GB of it, say) gives an empty text. Invalid
-// input is no failure. The error state of Windows isn't kept. Any thread may call these.
+// Conversion between UTF-8 and UTF-16, including NUL characters. The conversions don't report
+// failures: a text that Windows can't convert at all (for example, one of 2 GB) gives an empty
+// text. Invalid input isn't a failure. The error state of Windows isn't preserved. Any thread may
+// call these.
 
-/// UTF-16 to UTF-8. An empty text gives an empty text. A surrogate that stands alone becomes
-/// U+FFFD, as WideCharToMultiByte has it.
+/// Converts UTF-16 to UTF-8. An empty text gives an empty text. A lone surrogate becomes U+FFFD, as
+/// WideCharToMultiByte does it.
 std::string toUtf8(const std::wstring& text);
 
-/// UTF-8 to UTF-16. An empty text (a null span as well) gives an empty text. Bytes that are no
-/// UTF-8 become U+FFFD, as MultiByteToWideChar has it.
+/// Converts UTF-8 to UTF-16. An empty text or a null span gives an empty text. Invalid bytes become
+/// U+FFFD, as MultiByteToWideChar does it.
 std::wstring toWide(StringSpan text);
 
-/// `toWide`, put behind what `result` holds.
+/// Appends `toWide(text)` to `result`.
 void appendWide(StringSpan text, std::wstring& result);
 
-/// Removes the NUL characters at the end, which Windows counts in where it gives a length.
+/// Removes the NUL characters at the end, which Windows includes in the lengths that it returns.
 void trimNulls(std::wstring& text);

@@ -112,7 +112,7 @@ TEST(UnicodeTextTest, Utf16IsAskedForWithRoomForOneUnitAByteAndNoFlags) {
     EXPECT_EQ(toWide("abc"), L"ok");
 }
 
-// The same limit of `toUtf8` has no test: it takes a whole string, which would be of 1 GB.
+// The same limit of `toUtf8` isn't tested: it takes a whole string, which would have to be 1 GB.
 TEST(UnicodeTextTest, ATextTooLongForWindowsGivesAnEmptyTextAndIsNotRead) {
     EXPECT_EQ(toWide(StringSpan("x", size_t{INT_MAX} + 1)), L"");
     EXPECT_EQ(toWide(StringSpan("x", static_cast<size_t>(-1))), L"");

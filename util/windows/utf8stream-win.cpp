@@ -11,12 +11,12 @@
 namespace {
 
 constexpr size_t blockSize = 4096;
-// Bytes of the longest character of any code page: a block that ends inside a character is whole
-// after so many more.
+// The length in bytes of the longest character of any code page: a block that ends inside a
+// character is complete after at most that many more bytes.
 constexpr size_t longestCharacter = 4;
 constexpr size_t mostBytes = blockSize + longestCharacter;
 
-/// The flags that MultiByteToWideChar takes for a code page; it refuses others.
+/// Returns the flags that MultiByteToWideChar accepts for a code page; it refuses others.
 uint32_t conversionFlags(uint32_t codePage, bool lenient) {
     if (codePage >= 57002 && codePage <= 57011) {
         return 0;
@@ -73,11 +73,11 @@ utf8streambuf::int_type utf8streambuf::underflow() {
         return traits_type::eof();
     }
 
-    // Room for a unit per byte: the surrogate pair of a character that is read whole can end after
-    // the 4,096th unit.
+    // One unit per byte: the surrogate pair of a character that is read whole can end after the
+    // 4,096th unit.
     std::array<wchar_t, mostBytes> units;
     size_t numConverted = 0;
-    // A conversion can give nothing and no error either, as of a lone "+" in UTF-7.
+    // A conversion can produce nothing without an error, for example from a lone "+" in UTF-7.
     SetLastError(0);
     for (;;) {
         numConverted = static_cast<size_t>(

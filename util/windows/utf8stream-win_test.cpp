@@ -28,7 +28,7 @@ constexpr size_t blockSize = 4096;
 
 class Utf8StreamTest : public testing::Test {
 protected:
-    /// A file with this content, open for reading.
+    /// Returns a file with this content, open for reading.
     FILE* file(std::string_view content) const { return open(content, L"rb"); }
 
     FILE* open(std::string_view content, const wchar_t* mode) const {
@@ -40,13 +40,13 @@ protected:
         return opened;
     }
 
-    /// All that the stream gives for a file with this content.
+    /// Returns everything that the stream yields for a file with this content.
     std::string read(std::string_view content, uint32_t codePage, bool lenient = false) const {
         utf8istream stream(file(content), codePage, lenient);
         return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
     }
 
-    /// The number of the Win32Exception that reading it ends in, 0 if it doesn't.
+    /// Returns the number of the Win32Exception thrown by reading it, 0 if there is none.
     uint32_t failure(std::string_view content, uint32_t codePage, bool lenient = false) const {
         try {
             read(content, codePage, lenient);
@@ -70,8 +70,8 @@ std::vector<ConvertCall> gConvertCalls;
 int gResult = 0;
 DWORD gError = 0;
 
-/// Keeps the call's arguments; gives `gResult` units "u" and, if those are none, the error (0:
-/// none).
+/// Records the call's arguments and returns `gResult` units "u". If that is 0, sets the error
+/// `gError`, unless it is 0.
 int WINAPI convert(UINT codePage, DWORD flags, LPCSTR, int bytes, LPWSTR units, int) {
     gConvertCalls.push_back({codePage, flags, bytes});
     if (gResult != 0) {
@@ -82,7 +82,8 @@ int WINAPI convert(UINT codePage, DWORD flags, LPCSTR, int bytes, LPWSTR units, 
     return gResult;
 }
 
-/// As long as it lives, MultiByteToWideChar gives one unit, or none and `error`.
+/// For its scope, MultiByteToWideChar returns `result`; if that is 0, it sets `error`, unless that
+/// is 0.
 class Conversion {
 public:
     explicit Conversion(int result, DWORD error = 0) : mCall("MultiByteToWideChar", convert) {
@@ -114,7 +115,7 @@ TEST_F(Utf8StreamTest, AnEmptyFileEndsAtTheFirstRead) {
 TEST_F(Utf8StreamTest, BehindAnEndThatWasReachedNothingIsReadThoughTheFileHasGrown) {
     utf8streambuf buffer(file("x"), 1252, /*lenient=*/false);
     EXPECT_EQ(buffer.sbumpc(), 'x');
-    // Of a file that has grown some C runtimes read on, and others don't.
+    // Some C runtimes continue to read a file that has grown, and others don't.
     const ReplacedCall<decltype(std::fread)> grown(
         "fread", [](void* bytes, size_t, size_t, FILE*) -> size_t {
             *static_cast<char*>(bytes) = 'y';
@@ -241,7 +242,7 @@ TEST_F(Utf8StreamTest, AfterAnExceptionReadingGoesOnBehindTheBlock) {
 }
 
 TEST_F(Utf8StreamTest, ABadByteIsReplacedWhereTheStreamIsLenient) {
-    // A lead byte of Shift-JIS, and nothing that could follow it.
+    // A lead byte of Shift-JIS, followed by nothing.
     EXPECT_EQ(failure("\x82", 932, /*lenient=*/false), 1113U);
     EXPECT_EQ(failure("\x82", 932, /*lenient=*/true), 0U);
     CPINFOEXW info;
@@ -315,7 +316,7 @@ TEST_F(Utf8StreamTest, AFailureThatMoreBytesCannotMendIsAnExceptionAtOnce) {
     EXPECT_EQ(failure(content, 77777), 87U);
 }
 
-TEST_F(Utf8StreamTest, AConversionToNothingWithoutAnErrorIsAnExceptionWithoutANumber) {
+TEST_F(Utf8StreamTest, AConversionToNothingWithoutAnErrorThrowsWithoutANumber) {
     const Conversion conversion(0);
     utf8streambuf buffer(file(std::string(2 * blockSize, 'x')), 65000, /*lenient=*/false);
     SetLastError(ERROR_NO_UNICODE_TRANSLATION);
@@ -328,7 +329,7 @@ TEST_F(Utf8StreamTest, AConversionToNothingWithoutAnErrorIsAnExceptionWithoutANu
     EXPECT_EQ(Conversion::sizes(), std::vector<int>{4096});
 }
 
-/// Reads a block of this very program, so that a process that dies over it leaves no file behind.
+/// Reads a block of this program's file, so that a process that dies doing it leaves no file.
 void readMoreUnitsThanBytes() {
     wchar_t path[MAX_PATH];
     GetModuleFileNameW(/*hModule=*/nullptr, path, MAX_PATH);

@@ -1,16 +1,16 @@
 #pragma once
 
-// The binary interface to a POSIX runtime that lives in this process, without linking against it.
+// The binary interface to a POSIX runtime in this process, without linking against it.
 //
-// A module outside of this library makes one `embedding`; everything else is reached from there. An
-// object is a pointer to a table, in which entries and values stand at fixed offsets: that is all
-// that both sides have in common, so only integers, pointers and further objects cross the
-// boundary, and nothing is thrown across it. The calling convention is that of 64-bit Windows.
+// A module outside of this library creates one `embedding`; everything else is reached from it. An
+// object holds a pointer to a table with entries and values at fixed offsets. The two sides share
+// nothing else, so only integers, pointers and further objects cross the boundary, and no exception
+// does. The calling convention is that of 64-bit Windows.
 //
-// Each entry takes the object first. Unless told otherwise it returns an error code of the runtime,
-// 0 for success, and gives its result through the parameter behind the others, named `result`. What
-// it stores there is the caller's also if it fails, null and -1 included. Constants of POSIX are
-// read from the table of `system`. vrpsxutilitycpp-win.h has classes for all this.
+// Each entry takes the object as its first argument. Unless documented otherwise, it returns an
+// error code of the runtime, 0 for success, and stores its result through the parameter named
+// `result`. The caller owns the stored value even if the entry fails, null and -1 included. POSIX
+// constants are read from the table of `system`. vrpsxutilitycpp-win.h has classes for all this.
 
 #include <cstddef>
 #include <cstdint>
@@ -33,7 +33,7 @@ struct allocator;
 using pid = int64_t;
 using thread_id = uint64_t;
 using thread_entry = void* (*)(void* argument);
-/// What a `sigaction` does with a signal.
+/// What a `sigaction` does for a signal.
 using disposition = uint64_t;
 using clock_id = int64_t;
 
@@ -42,16 +42,16 @@ struct time {
     int64_t nanoseconds;  ///< 0 to 999999999
 };
 
-/// Characters of an object, not terminated; good for as long as the object is.
+/// Characters of an object, not terminated; valid as long as the object is.
 struct text {
     const char* data;
     size_t length;  ///< in bytes
 };
 
-/// Room for entries that aren't used.
+/// A placeholder for entries that aren't used.
 using entry = void (*)();
 
-/// What frees a buffer: an allocator, or the system.
+/// The object that frees a buffer: an allocator, or the system.
 struct buffer_owner_table {
     void (*deallocate)(buffer_owner*, void* buffer);
 };
@@ -59,7 +59,8 @@ struct buffer_owner {
     const buffer_owner_table* table;
 };
 
-/// What the caller gives the other side to make buffers with. `allocate` returns null if it can't.
+/// Supplied by the caller, for the other side to allocate buffers. `allocate` returns null on
+/// failure.
 struct allocator_table {
     void (*deallocate)(allocator*, void* buffer);
     void* (*allocate)(allocator*, size_t size);
@@ -68,9 +69,9 @@ struct allocator {
     const allocator_table* table;
 };
 
-/// Counted: who gets a reference has to release it.
+/// Reference-counted: whoever gets a reference must release it.
 struct system_table {
-    /// Frees what an entry made without an allocator.
+    /// Frees a buffer that an entry allocated without an allocator.
     void (*deallocate)(system*, void* buffer);
     entry reserved_8[2];
     int (*release)(system*, system** holder);
@@ -90,7 +91,7 @@ struct system_table {
     int (*kill)(system*, pid target, int signal);  ///< a negative target is a process group
     entry reserved_232[1];
     const char* (*strsignal)(system*, int signal);  ///< returns the name
-    /// These two make an object in the caller's storage, which has the size told below.
+    /// These two create an object in the caller's storage, whose size is given below.
     int (*sigset_init)(system*, void* storage, sigset** result);
     int (*sigaction_init)(system*, void* storage, raw::sigaction** result);
     int (*sigaction)(system*, int signal, raw::sigaction* action, raw::sigaction* old);
@@ -106,7 +107,7 @@ struct system_table {
     int (*cond_create)(system*, cond** result);
     entry reserved_400[8];
     int (*symlink)(system*, const char* target, const char* path);
-    /// `more` is a further result that nobody reads.
+    /// `more` is a second result, which isn't used.
     int (*readlink)(system*, const char* path, allocator* buffers, char** result, int64_t* more);
     entry reserved_480[3];
     int (*path_call)(system*, const char* path);  ///< has no name of its own
@@ -140,7 +141,7 @@ struct system {
     const system_table* table;
 };
 
-/// Its references are those of its system. A path result of null means that the path is the same in
+/// Its references are counted by its system. A null path result means that the path is the same in
 /// both forms.
 struct embedding_table {
     entry reserved_0[6];
@@ -158,8 +159,9 @@ struct embedding {
     raw::system system;
 };
 
-/// Owned. The end of an owned object can't report through it: on failure such an entry gives a
-/// counted reference to the system through `errors`. It takes the address of the object's holder.
+/// Owned by its holder. The entry that ends an owned object takes the address of the holder. It
+/// can't report a failure through the object, so on failure it stores a counted reference to the
+/// system in `errors`.
 struct mutex_table {
     raw::system* (*system)(mutex*);  ///< returns the owning system, not counted
     entry reserved_8[1];
@@ -195,15 +197,16 @@ struct sigset {
 
 struct sigaction_table {
     entry reserved_0[5];
-    int (*set_handler)(sigaction*, disposition handler);  ///< its result means nothing
+    int (*set_handler)(sigaction*, disposition handler);  ///< the return value means nothing
 };
 struct sigaction {
     const sigaction_table* table;
 };
 
-/// An element of a list, which the caller owns with all behind it. `next` consumes it, and stores
-/// the element behind it, null at the end, in `next_holder`, which may be `holder`; with null there
-/// the whole rest ends. `errors` is as above, null if nobody asks.
+/// An element of a list. The caller owns it together with all elements after it. `next` consumes it
+/// and stores the element after it, or null at the end, in `next_holder`, which may be `holder`. If
+/// `next_holder` is null, the whole rest of the list is disposed of. `errors` is as above, or null
+/// if the caller doesn't need it.
 struct mount_table {
     raw::system* (*system)(mount*);
     entry reserved_8[1];
@@ -217,7 +220,7 @@ struct mount {
     const mount_table* table;
 };
 
-/// The same of the options of a mount.
+/// The same for the options of a mount.
 struct mount_option_table {
     raw::system* (*system)(mount_option*);
     entry reserved_8[1];

@@ -12,7 +12,7 @@ namespace vrpsx {
 
 namespace {
 
-/// The words for an error code, for as long as this lives.
+/// The message for an error code, valid as long as this object is.
 class error_words {
 public:
     error_words(const system& source, int code) {
@@ -38,7 +38,7 @@ private:
 
 constexpr std::string_view separator = ": ";
 
-/// In one allocation of the size that it has in the end.
+/// Builds the text in one allocation of its final size.
 std::string failure_text(std::string_view context, const system& source, int code) {
     const error_words words(source, code);
     const std::string_view text = words.text();
@@ -56,8 +56,8 @@ void check(const char* context, const system& source, int code) {
     }
 }
 
-/// The result, unless its call failed. What came with a failure is disposed of before the failure's
-/// words are asked for.
+/// Returns the result, unless its call failed. A result that came with a failure is disposed of
+/// before the failure's message is requested.
 template <class Result>
 Result checked(const char* context, const system& source, int code, Result& result) {
     if (code != 0) {
@@ -68,7 +68,7 @@ Result checked(const char* context, const system& source, int code, Result& resu
 }
 
 raw::buffer_owner* owner_of(raw::system* source) {
-    // A system frees by its first entry, as every owner of buffers does.
+    // The first entry of a system frees buffers, as for every owner of buffers.
     return reinterpret_cast<raw::buffer_owner*>(source);
 }
 
@@ -83,7 +83,7 @@ void* allocate(raw::allocator* allocator, size_t size) {
         text.emplace(size == 0 ? 0 : size - 1, '\0');
         return text->data();
     } catch (...) {
-        return nullptr;  // nothing may be thrown over there
+        return nullptr;  // nothing may be thrown into the other side
     }
 }
 
@@ -93,7 +93,7 @@ void deallocate(raw::allocator* allocator, void*) {
 
 constexpr raw::allocator_table string_allocator_table = {&deallocate, &allocate};
 
-/// What an entry stored goes to the caller's holder, whose old content is disposed of.
+/// Moves what an entry stored to the caller's holder, whose old content is disposed of.
 template <class Holder, class Raw>
 void take_result(Holder& result, Raw* stored) {
     Holder fresh(stored);
@@ -111,7 +111,7 @@ void report(const char* context, const system& source, int code) noexcept {
         const error_words words(source, code);
         std::cerr << context << separator << words.text() << '\n';
     } catch (...) {
-        return;  // there is nobody else to tell
+        return;  // the failure can't be reported anywhere else
     }
 }
 
@@ -306,7 +306,7 @@ buffer_result system::readlink(const char* path, raw::allocator* buffers) const 
 int system::readlink(const char* path, raw::allocator* buffers, buffer_result& result,
                      std::nothrow_t) const {
     char* text = nullptr;
-    int64_t more = 0;  // the entry wants a place for it; the text says all
+    int64_t more = 0;  // the entry requires it; the text is complete without it
     const int code = raw()->table->readlink(raw(), path, buffers, &text, &more);
     result = buffer_result(text, owner_of(buffers, raw()));
     return code;
@@ -336,7 +336,7 @@ int system::get_mounts(mount& result, std::nothrow_t) const {
 }
 
 raw::embedding* embedding::whole() const {
-    // The two stand in one object.
+    // The embedding and its system are parts of one object.
     return reinterpret_cast<raw::embedding*>(reinterpret_cast<char*>(raw()) -
                                              offsetof(raw::embedding, system));
 }

@@ -1,17 +1,20 @@
 #pragma once
 
-// Classes over the raw objects of vrpsx.h: each holds one counted or owned handle. The file
+// Classes for the raw objects of vrpsx.h. Each holds one counted or owned handle. The file
 // vrpsxobjects-win.h has the mutex, the condition and the lists, and includes this one.
 //
 // An operation that can fail throws system_exception_t, whose context is the operation's full name,
 // such as "vrpsx::system::kill". With std::nothrow as the last argument it returns the runtime's
-// error code instead, 0 for success, and gives its result through the parameter before; what that
-// held is disposed of, which may throw (see there). Some have that form alone. The result that
-// comes with a failure is taken and disposed of like any other. An empty handle may be asked
-// whether it is one, assigned, swapped, taken from and destroyed; any other use stops the process
-// by an assertion. Raw pointers and texts that are handed over aren't null unless told otherwise;
-// nothing checks that. Nothing is locked here: a system may be used by any thread, each handle by
-// one at a time.
+// error code instead, 0 for success, and stores its result through the parameter before. The
+// previous value of that parameter is disposed of, which may throw (see vrpsxobjects-win.h). Some
+// operations have only this form. A result that comes with a failure is taken and disposed of like
+// any other.
+//
+// An empty handle may be tested for being empty, assigned, swapped, taken from and destroyed; with
+// any other use, an assertion stops the process. Raw pointers and texts passed to these classes
+// must not be null unless documented otherwise; nothing checks that.
+//
+// Nothing is locked here: any thread may use a system, and only one thread at a time a handle.
 
 #include <cstddef>
 #include <cstdint>
@@ -34,12 +37,13 @@ class cond;
 class mount;
 
 namespace raw {
-// For boost::intrusive_ptr. What these two entries return has nobody to go to.
+// For boost::intrusive_ptr. The error codes of these two entries can't be passed to anyone.
 inline void intrusive_ptr_add_ref(system* object) { object->table->add_ref(object); }
 inline void intrusive_ptr_release(system* object) { object->table->release(object, &object); }
 }  // namespace raw
 
-/// "CONTEXT: " and the runtime's words for the code; these alone are missing where it has none.
+/// The message is "CONTEXT: " and the runtime's text for the code, which is missing if the runtime
+/// has none.
 class system_exception_t : public std::runtime_error {
 public:
     system_exception_t(std::string_view context, const system& source, int errorCode);
@@ -47,11 +51,11 @@ public:
     int code;
 };
 
-/// Writes what system_exception_t would say, and a line end, to standard error. What goes wrong
-/// with that is dropped.
+/// Writes the message that system_exception_t would have, and a line end, to standard error.
+/// Failures of the report itself are ignored.
 void report(const char* context, const system& source, int code) noexcept;
 
-/// A path from the other side, freed by what made it. Null is a result, too.
+/// A path from the other side, freed by the object that allocated it. Null is a valid result, too.
 class buffer_result {
 public:
     buffer_result() = default;
@@ -64,7 +68,7 @@ public:
     buffer_result& operator=(const buffer_result&) = delete;
 
     void swap(buffer_result& other) noexcept;
-    /// Hands the text over; nothing is freed then.
+    /// Hands the text over to the caller; it is no longer freed here.
     char* take();
 
 private:
@@ -72,19 +76,19 @@ private:
     raw::buffer_owner* _owner = nullptr;
 };
 
-/// Lets the other side write into a string. Made for one result; the last one stays.
+/// Lets the other side write into a string. Meant for one result; of several, the last one remains.
 class string_buffer_allocator : public raw::allocator {
 public:
     string_buffer_allocator();
     string_buffer_allocator(const string_buffer_allocator&) = delete;
     string_buffer_allocator& operator=(const string_buffer_allocator&) = delete;
 
-    /// The string, without the terminator that the buffer had room for; none if no buffer was asked
-    /// for, or there was no memory for it.
+    /// The string, without the terminator that the buffer includes. No value if no buffer was
+    /// requested, or if there was no memory for it.
     std::optional<std::string> text;
 };
 
-/// Signals, in storage that somebody else has.
+/// A set of signals, in storage that it doesn't own.
 class sigset {
 public:
     explicit sigset(raw::sigset* raw) : _raw(raw) {}
@@ -96,7 +100,7 @@ private:
     raw::sigset* _raw;
 };
 
-/// What to do with a signal, in storage that somebody else has.
+/// The action for a signal, in storage that it doesn't own.
 class sigaction {
 public:
     explicit sigaction(raw::sigaction* raw) : _raw(raw) {}
@@ -118,7 +122,7 @@ public:
     uname_result& operator=(const uname_result&) = delete;
 
     void swap(uname_result& other) noexcept { std::swap(_raw, other._raw); }
-    /// Such as "1.7.35(0.287/5/3)"; good for as long as the object is.
+    /// Returns a text such as "1.7.35(0.287/5/3)", valid as long as the object is.
     const char* release_text() const;
 
 private:
@@ -129,13 +133,13 @@ private:
 class system {
 public:
     system() = default;
-    /// Adds a reference, unless `isCounted` says that it is handed over.
+    /// Adds a reference, unless `isCounted` is set: then it takes over the caller's reference.
     explicit system(raw::system* raw, bool isCounted = false) : _raw(raw, !isCounted) {}
 
     raw::system* raw() const;
     bool is_null() const { return _raw == nullptr; }
 
-    /// The runtime's words for an error code. Empty if it gives none.
+    /// Returns the runtime's message for an error code; empty if there is none.
     std::string error_text(int code) const;
     [[noreturn]] void exit(int code) const;
     uname_result uname() const;
@@ -144,13 +148,13 @@ public:
     void nanosleep(const raw::time& requested) const;
     int nanosleep(const raw::time& requested, raw::time& remaining, std::nothrow_t) const;
     raw::pid getpid() const;
-    /// `result` isn't preset.
+    /// Doesn't initialize `result`.
     int getpgid(raw::pid process, raw::pid& result, std::nothrow_t) const;
     void kill(raw::pid target, int signal) const;
     int kill(raw::pid target, int signal, std::nothrow_t) const;
     std::string strsignal(int signal) const;
 
-    /// In `storage`, of the size that the table tells: see with_sigset.
+    /// Creates the object in `storage`, of the size given in the table: see with_sigset.
     sigset sigset_init(void* storage) const;
     vrpsx::sigaction sigaction_init(void* storage) const;
     void sigaction(int signal, const vrpsx::sigaction& action) const;
@@ -176,7 +180,7 @@ public:
                  std::nothrow_t) const;
     void chdir(const char* path) const;
     int chdir(const char* path, std::nothrow_t) const;
-    /// The call of the table that has no name.
+    /// Calls the entry of the table that has no name.
     int path_call(const char* path, std::nothrow_t) const;
     mount get_mounts() const;
     int get_mounts(mount& result, std::nothrow_t) const;
@@ -197,18 +201,19 @@ private:
     boost::intrusive_ptr<raw::system> _raw;
 };
 
-/// A counted reference to the runtime with its translations.
+/// A counted reference to the runtime, together with its translations.
 class embedding : public system {
 public:
     embedding() = default;
     /// Adds a reference.
     explicit embedding(raw::embedding* raw) : system(&raw->system) {}
 
-    /// From an id of Windows.
+    /// Translates a Windows process id.
     int internalize_pid(uint32_t external, raw::pid& result, std::nothrow_t) const;
 
-    // From a path's Windows form to its POSIX form, and back; those of `execution` for paths of
-    // programs. `buffers` may be null. A result of null means that the path stays as it is.
+    // `internalize` translates the Windows form of a path to its POSIX form, `externalize` the
+    // reverse; the `execution` functions are for paths of programs. `buffers` may be null. A null
+    // result means that the path stays unchanged.
     buffer_result internalize_path(const char* path, raw::allocator* buffers) const;
     int internalize_path(const char* path, raw::allocator* buffers, buffer_result& result,
                          std::nothrow_t) const;
@@ -232,14 +237,14 @@ private:
     raw::embedding* whole() const;
 };
 
-/// How much storage is taken for an object of this size.
+/// Returns how much storage to allocate for an object of this size.
 constexpr size_t storage_size(uint64_t size) {
     constexpr size_t alignment = 16;
     return size == 0 ? alignment
                      : (static_cast<size_t>(size) + alignment - 1) / alignment * alignment;
 }
 
-/// `use(signals)` with an empty sigset on the stack, without the heap.
+/// Calls `use(signals)` with an empty sigset on the stack, without using the heap.
 template <class Use>
 auto with_sigset(const system& source, Use use) {
     void* const storage = _alloca(storage_size(source.sigset_size()));

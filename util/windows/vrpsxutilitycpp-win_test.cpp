@@ -1,4 +1,4 @@
-// The operations of the system and the embedding: what they throw, return and take.
+// The operations of the system and the embedding: what they throw, return and accept.
 
 #include "util/windows/vrpsxutilitycpp-win.h"
 
@@ -131,7 +131,7 @@ TEST(VrpsxFailureTest, EachOperationThrowsItsNameTheRuntimesWordsAndTheCode) {
         prepare(provider);
         {
             const embedding e = embeddingOf(provider);
-            // The provider minds the end of a locked mutex.
+            // The provider objects to ending a locked mutex.
             const bool withResult = row.entry == POSIXPROVIDER_MUTEX_UNLOCK;
             provider.fail(row.entry, 1, CODE, withResult);
             EXPECT_EQ(thrownBy(row, e), row.context + std::string(": error 9999"));
@@ -147,7 +147,7 @@ TEST(VrpsxFailureTest, WhatComesWithAFailureIsDisposedOf) {
         {
             const embedding e = embeddingOf(provider);
             if (row.entry == POSIXPROVIDER_SYSTEM_THREAD_CREATE) {
-                continue;  // a thread has no end but a join
+                continue;  // a thread can only be ended by a join
             }
             if (row.entry == POSIXPROVIDER_SYSTEM_SYMLINK ||
                 row.entry == POSIXPROVIDER_MUTEX_LOCK) {
@@ -219,7 +219,7 @@ TEST(VrpsxSystemTest, AReferenceIsCounted) {
     const int before = provider.count(POSIXPROVIDER_COUNT_REFERENCES);
     {
         const embedding first = embeddingOf(provider);
-        embedding second = first;  // which counts
+        embedding second = first;  // which adds a reference
         second = embedding(second);
         vrpsx::system third = second;
         EXPECT_EQ(provider.count(POSIXPROVIDER_COUNT_REFERENCES), before + 3);

@@ -26,7 +26,7 @@ using testing_support::PosixProvider;
 
 constexpr int CODE = POSIXPROVIDER_NO_TEXT;
 
-/// In a child, maybe with a thread that handles SIGTERM.
+/// Runs in a child, with or without a thread that handles SIGTERM.
 [[noreturn]] void exitWith(int exitCode, uint32_t signal, bool hasThread) {
     const PosixProvider provider;
     connector c(embeddingOf(provider));
@@ -203,7 +203,7 @@ TEST(InvokedFromCygwinTest, TheFirstAnswerStaysAndADescriptionLooksAnew) {
     EXPECT_FALSE(cygwin::invoked_from_cygwin());
 }
 
-/// What a child says that got this record.
+/// Returns what a child prints that was started with this record.
 std::string childsAnswer(const ChildRecord& record) {
     testing_support::ChildRun run;
     run.program = testing_support::testProgramFolder() / "cygwinchild.exe";
@@ -216,7 +216,7 @@ std::string childsAnswer(const ChildRecord& record) {
     return text;
 }
 
-/// The child's C runtime takes the first word of the older layout for a count of its own.
+/// The child's C runtime treats the first word of the older layout as its own count.
 ChildRecord olderRecordOfNoFiles(size_t size, uint32_t magic) {
     ChildRecord record = testing_support::olderRecord(size, magic);
     testing_support::putWord(record, 0, 0);

@@ -25,8 +25,8 @@ using testing_support::SignalCounter;
 constexpr int SENDERS = 4;
 constexpr int FIRST_SIGNAL = 50;
 
-/// Each sender has a signal of its own, and waits for its handler after each: a wake-up that gets
-/// lost holds it for half a minute, and then fails it.
+/// Each sender has its own signal, and waits for the handler after each one. A lost wake-up blocks
+/// the sender for half a minute, and then fails the test.
 void sendUntil(std::chrono::steady_clock::time_point end, PosixProvider& provider,
                const connector& c) {
     std::array<SignalCounter, SENDERS> counters;

@@ -8,10 +8,10 @@ namespace cygwin {
 
 namespace {
 
-/// The type of the mount that isn't one, but tells where the drives are.
+/// The type of the entry that isn't a mount, but gives the folder of the drives.
 constexpr const char* cygdrive_type = "cygdrive";
 
-/// From here on devices are told with slashes.
+/// From this release on, devices are reported with slashes.
 constexpr uint16_t slashes_since = 1007;
 
 std::string text_of(vrpsx::string_buffer_allocator& buffers) {

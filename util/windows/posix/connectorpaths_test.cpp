@@ -19,7 +19,7 @@ using testing_support::PosixProvider;
 
 constexpr int CODE = POSIXPROVIDER_NO_TEXT;
 
-/// The map as lines "root device type options", in its order.
+/// Returns the map as lines "root device type options", in its order.
 std::vector<std::string> mountLines(const connector& c) {
     mount_map mounts;
     mounts["/left over"] = {"x", "y", "z"};
@@ -122,7 +122,7 @@ TEST(ConnectorPathTest, ALinkIsMadeAndRead) {
     provider.expectClean();
 }
 
-/// A runtime that reads a link without a buffer, which it must not.
+/// A runtime that reads a link without providing a text, which it must not do.
 int readNothing(vrpsx::raw::system*, const char*, vrpsx::raw::allocator*, char**, int64_t*) {
     return 0;
 }
@@ -138,7 +138,7 @@ TEST(ConnectorPathDeathTest, ALinkWithoutATextStopsTheProcess) {
         "assertion failed at .*: buffers.text.has_value");
 }
 
-/// A runtime that gives a text of its own, although it was given an allocator.
+/// A runtime that returns its own text although it was given an allocator.
 char gOwnText[] = "C:\\own";
 int giveOwnText(vrpsx::raw::embedding*, const char*, vrpsx::raw::allocator*, char** result) {
     *result = gOwnText;

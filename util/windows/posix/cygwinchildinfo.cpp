@@ -11,13 +11,13 @@ using Record = std::span<const unsigned char>;
 
 constexpr uint32_t intro = 0xaf00fa00;
 
-/// Each is that of one release.
+/// Each one belongs to one release.
 constexpr uint32_t known_magics[] = {
     0xe850717a, 0x7901d74e, 0x3ebda16a, 0x3a24db6a, 0x704d1f7e, 0x110015ea,
     0x1630848c, 0x0a189e57, 0x0482b2ea, 0x88e640f7, 0x4160e87b, 0xc87757a7,
 };
 
-/// A field of the record, little-endian.
+/// Reads a field of the record, which is little-endian.
 uint32_t field(Record record, size_t offset) {
     uint32_t value = 0;
     for (size_t i = 0; i < sizeof value; ++i) {
@@ -26,7 +26,7 @@ uint32_t field(Record record, size_t offset) {
     return value;
 }
 
-/// The record's size, the intro and the magic stand in a row.
+/// The record's size, the intro and the magic are adjacent.
 std::optional<uint32_t> magic_behind(Record record, size_t sizeOffset) {
     if (field(record, sizeOffset) != record.size() || field(record, sizeOffset + 4) != intro) {
         return std::nullopt;
@@ -36,7 +36,7 @@ std::optional<uint32_t> magic_behind(Record record, size_t sizeOffset) {
 
 std::optional<uint32_t> newer_magic(Record record) {
     constexpr size_t zeroes = 16;
-    // One byte more than the fields take.
+    // One byte more than the fields occupy.
     if (record.size() < 29 || std::any_of(record.begin(), record.begin() + zeroes,
                                           [](unsigned char byte) { return byte != 0; })) {
         return std::nullopt;

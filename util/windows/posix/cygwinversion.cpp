@@ -7,7 +7,8 @@ namespace cygwin {
 
 namespace {
 
-/// Moves `text` behind a number. scanf would leave open what one beyond its type becomes.
+/// Reads a number and moves `text` past it. With scanf, the value of a number beyond the range of
+/// its type would be undefined.
 bool read_number(const char*& text, uint64_t& number) {
     char* end = nullptr;
     number = static_cast<uint64_t>(std::strtoll(text, &end, /*base=*/10));

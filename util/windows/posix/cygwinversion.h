@@ -12,12 +12,13 @@ struct runtime_version {
     uint16_t patch = 0;
 };
 
-/// Reads a release text such as "1.7.35(0.287/5/3)"; blanks and a sign before a number and all that
-/// follows the third are taken as scanf takes them. Nothing if there are fewer than three. A
-/// number ends at 64 bits, and then loses all but its field's lower bits. Any thread may call.
+/// Reads a release text such as "1.7.35(0.287/5/3)". As with scanf, white space and a sign may
+/// precede a number, and everything after the third number is ignored. Returns nothing if there are
+/// fewer than three numbers. A number is limited to the range of 64 bits, and then only the lower
+/// bits that fit its field remain. Any thread may call.
 std::optional<runtime_version> parse_release(const char* text);
 
-/// "1.7.35".
+/// Returns a text such as "1.7.35".
 std::string version_text(const runtime_version& version);
 
 }  // namespace cygwin

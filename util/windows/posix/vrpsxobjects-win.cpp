@@ -4,7 +4,7 @@ namespace vrpsx {
 
 namespace {
 
-/// Throws what a call of the object returned, unless that is 0.
+/// Throws if a call of the object returned a code other than 0.
 template <class Raw>
 void check(const char* context, Raw* object, int code) {
     if (code != 0) {
@@ -12,7 +12,8 @@ void check(const char* context, Raw* object, int code) {
     }
 }
 
-/// Calls an entry that tells a text. The text is the object's, and is copied before anything else.
+/// Calls an entry that returns a text. The object owns the text, so it is copied before anything
+/// else.
 template <class Raw>
 int copy_text(int (*entry)(Raw*, raw::text*), Raw* object, std::string& result) {
     raw::text text = {nullptr, 0};
@@ -21,7 +22,7 @@ int copy_text(int (*entry)(Raw*, raw::text*), Raw* object, std::string& result) 
     return code;
 }
 
-/// Steps a list. The holder may be filled again while that goes on.
+/// Steps a list. The holder may be filled again during the step.
 template <class Holder, class Raw>
 int step(Holder& holder, Raw* current, system* errors) {
     raw::system* reference = nullptr;
@@ -57,7 +58,7 @@ int mutex::lock(std::nothrow_t) const { return raw()->table->lock(raw()); }
 void mutex::unlock() const { check("vrpsx::mutex::unlock", raw(), unlock(std::nothrow)); }
 int mutex::unlock(std::nothrow_t) const { return raw()->table->unlock(raw()); }
 
-// NOLINTNEXTLINE(bugprone-exception-escape): a lost lock must not pass in silence
+// NOLINTNEXTLINE(bugprone-exception-escape): a lost lock must not go unnoticed
 mutex::scoped_lock::~scoped_lock() noexcept(false) {
     const int code = _target.unlock(std::nothrow);
     if (std::uncaught_exceptions() == 0) {
@@ -121,7 +122,7 @@ mount_option mount::options() const {
     mount_option result;
     const int code = options(result, std::nothrow);
     if (code != 0) {
-        // Before the words for the failure are asked for.
+        // Before the message for the failure is requested.
         mount_option().swap(result);
     }
     check("vrpsx::mount::options", raw(), code);

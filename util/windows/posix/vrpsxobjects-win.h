@@ -2,11 +2,10 @@
 
 // The mutex, the condition and the lists of the POSIX side, as classes that own their handle.
 //
-// The end of a handle may fail: then the destructor throws system_exception_t
-// ("vrpsx::cond::disown" and the like), unless an exception is unwinding already. A lost
-// lock or a leaked object must not pass in silence. Assigning a new handle disposes of
-// the old one by the same rule, as do the operations that fill a handle, their forms with
-// std::nothrow included.
+// Ending a handle may fail. The destructor then throws system_exception_t with a context such as
+// "vrpsx::cond::disown", unless an exception is already unwinding: a lost lock or a leaked object
+// must not go unnoticed. Assigning a new handle disposes of the old one by the same rule, as do the
+// operations that fill a handle, including their std::nothrow forms.
 
 #include <cstddef>
 #include <exception>
@@ -22,7 +21,7 @@ namespace vrpsx {
 
 namespace detail {
 
-// The end of a handle; null where the holder's next element would go disposes of the whole list.
+// These functions end a handle. For lists, a null `next_holder` disposes of the whole list.
 inline int end(raw::mutex** holder, raw::system** errors) {
     return (*holder)->table->disown(*holder, holder, errors);
 }
@@ -43,8 +42,8 @@ inline constexpr const char* end_context(const raw::mount_option*) {
     return "vrpsx::mount_option::next";
 }
 
-/// Throws for a failed end, unless an exception is unwinding. `errors` is the counted reference
-/// that came with it.
+/// Throws if ending a handle failed, unless an exception is unwinding. `errors` is the counted
+/// reference that came with the failure.
 void check_end(const char* context, const system& errors, int code);
 
 }  // namespace detail
@@ -56,19 +55,19 @@ public:
     owner() = default;
     explicit owner(Raw* raw) : _raw(raw) {}
     owner(owner&& other) noexcept : _raw(other.take()) {}
-    // Throws where the end of the old handle fails, as the destructor does.
+    // Throws if ending the old handle fails, as the destructor does.
     // NOLINTNEXTLINE(bugprone-exception-escape,performance-noexcept-move-constructor): see above
     owner& operator=(owner&& other) {
         assign(other.take());
         return *this;
     }
-    // NOLINTNEXTLINE(bugprone-exception-escape): a leaked object must not pass in silence
+    // NOLINTNEXTLINE(bugprone-exception-escape): a leaked object must not go unnoticed
     ~owner() noexcept(false) { dispose(); }
     owner(const owner&) = delete;
     owner& operator=(const owner&) = delete;
 
-    /// Nothing happens if it holds that already. If the end of the old handle throws, the new one
-    /// is disposed of as well, and this one is empty.
+    /// Does nothing if it already holds that handle. If ending the old handle throws, the new one
+    /// is disposed of as well, and this object is empty.
     void assign(Raw* raw) {
         if (raw != _raw) {
             owner fresh(raw);
@@ -97,7 +96,7 @@ private:
     Raw* _raw = nullptr;
 };
 
-/// Locks of threads of the POSIX side. Not recursive as far as anybody knows.
+/// A lock for threads of the POSIX side. Not known to be recursive.
 class mutex : public owner<raw::mutex> {
 public:
     using owner::owner;
@@ -106,11 +105,11 @@ public:
     void unlock() const;
     int unlock(std::nothrow_t) const;
 
-    /// Holds the lock for a scope. A failed unlock throws as the end of a handle does.
+    /// Holds the lock for a scope. A failed unlock throws by the same rule as ending a handle.
     class scoped_lock {
     public:
         explicit scoped_lock(const mutex& target) : _target(target) { target.lock(); }
-        // NOLINTNEXTLINE(bugprone-exception-escape): a lost lock must not pass in silence
+        // NOLINTNEXTLINE(bugprone-exception-escape): a lost lock must not go unnoticed
         ~scoped_lock() noexcept(false);
         scoped_lock(const scoped_lock&) = delete;
         scoped_lock& operator=(const scoped_lock&) = delete;
@@ -124,28 +123,28 @@ class cond : public owner<raw::cond> {
 public:
     using owner::owner;
     int broadcast(std::nothrow_t) const;
-    /// Up to a time of the realtime clock.
+    /// Waits no longer than until `deadline`, a time of the realtime clock.
     int timedwait(const mutex& locked, const raw::time& deadline, std::nothrow_t) const;
 };
 
-/// One option of a mount, and those behind it.
+/// An option of a mount, and the options after it.
 class mount_option : public owner<raw::mount_option> {
 public:
     using owner::owner;
-    /// Steps to the next one; null behind the last.
+    /// Steps to the next option; null after the last one.
     void next();
-    /// `errors`, if not null, gets a reference to the system on failure, and none on success. What
-    /// it held is released.
+    /// On failure, `errors`, if not null, receives a reference to the system; on success it becomes
+    /// empty. The reference that it held is released.
     int next(system* errors, std::nothrow_t);
     std::string text() const;
     int text(std::string& result, std::nothrow_t) const;
 };
 
-/// A mount, and those behind it.
+/// A mount, and the mounts after it.
 class mount : public owner<raw::mount> {
 public:
     using owner::owner;
-    /// These two are as those of an option.
+    /// These two work like those of an option.
     void next();
     int next(system* errors, std::nothrow_t);
     std::string device() const;

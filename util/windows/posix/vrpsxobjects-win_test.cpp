@@ -1,4 +1,4 @@
-// The ends of handles, the steps of lists, and buffers.
+// Ending handles, stepping lists, and buffers.
 
 #include "util/windows/posix/vrpsxobjects-win.h"
 
@@ -33,10 +33,10 @@ static_assert(!std::is_nothrow_destructible_v<vrpsx::mount>);
 static_assert(!std::is_nothrow_destructible_v<vrpsx::mount_option>);
 static_assert(!std::is_nothrow_destructible_v<vrpsx::mutex::scoped_lock>);
 
-/// A provider with mounts; `make(embedding)` gives a handle, whose end is `entry`.
+/// A way to create and end a handle; `entry` is the entry that ends it.
 struct EndRow {
     posixprovider_entry entry;
-    /// Makes a handle and lets it go, by the end of a scope or by an exception in it.
+    /// Creates a handle and ends it, by leaving a scope or by an exception in it.
     void (*letGo)(const embedding&, bool unwinding);
 };
 
@@ -125,7 +125,7 @@ const PosixProvider* gProvider = nullptr;
 posixprovider_counter gCounter = POSIXPROVIDER_COUNTERS;
 int gCountWhenAsked = -1;
 
-/// The words, and how many of the objects that are counted were alive when they were asked for.
+/// Returns the message, and records how many of the counted objects were alive at that time.
 int countAndTell(vrpsx::raw::system* self, int code, vrpsx::raw::error_string** result) {
     gCountWhenAsked = gProvider->count(gCounter);
     return gOriginal.error_text(self, code, result);
@@ -172,7 +172,7 @@ TEST(VrpsxFailureTest, WhatComesWithAFailureIsGoneBeforeTheWordsAreAskedFor) {
 
 constexpr size_t LARGE = 20'000;
 
-/// A runtime that uses all of the storage.
+/// A runtime that writes to all of the storage.
 int fillStorage(vrpsx::raw::system* self, void* storage, vrpsx::raw::sigset** result) {
     std::fill_n(static_cast<unsigned char*>(storage), LARGE, 0xCC);
     return gOriginal.sigset_init(self, storage, result);
@@ -184,7 +184,7 @@ TEST(VrpsxStorageTest, AllOfTheStorageCanBeUsed) {
     testing_support::PatchedSystem patched(provider);
     gOriginal = *patched.original;
     patched.table.sigset_init = &fillStorage;
-    // Were it less, the stack would be overwritten.
+    // If there were less, the stack would be overwritten.
     vrpsx::with_sigset(embeddingOf(provider), [](const vrpsx::sigset& signals) {
         EXPECT_EQ(signals.add(1, std::nothrow), 0);
     });
@@ -284,7 +284,7 @@ TEST(VrpsxListTest, AFailedStepGivesTheSystemToWhoAsks) {
     provider.expectClean();
 }
 
-/// A list of the test's own, whose step fills the holder that is being stepped.
+/// A list whose step fills the holder that is being stepped.
 vrpsx::mount* gStepped = nullptr;
 vrpsx::raw::mount* gRefill = nullptr;
 std::vector<vrpsx::raw::mount*> gEnded;
@@ -359,7 +359,7 @@ TEST(StringBufferAllocatorTest, MoreThanThereIsGivesNull) {
     EXPECT_EQ(allocate(buffers, std::numeric_limits<size_t>::max()), nullptr) << "no length";
     EXPECT_FALSE(buffers.text.has_value());
     *allocate(buffers, 3) = 'a';
-    // No system has so much memory.
+    // No system has that much memory.
     EXPECT_EQ(allocate(buffers, std::numeric_limits<size_t>::max() / 4), nullptr);
     EXPECT_FALSE(buffers.text.has_value()) << "the one before is gone";
 }
