@@ -27,7 +27,7 @@ std::string absolutePath(const std::string& path) {
         return path;
     }
     std::wstring wide = toWide(path);
-    // Wine takes a path that begins with a slash for one of its host's.
+    // Wine treats a path with a leading slash as one of its host's.
     std::replace(wide.begin(), wide.end(), L'/', L'\\');
     const DWORD size =
         GetFullPathNameW(wide.c_str(), /*nBufferLength=*/0, /*lpBuffer=*/nullptr, nullptr);

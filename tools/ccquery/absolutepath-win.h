@@ -5,17 +5,19 @@
 
 namespace ccquery {
 
-/// Whether a connection takes `path` for absolute: it begins with a character and a colon, whatever
-/// follows ("C:foo" as well), or with two or more separators, a server and a share. "\foo" isn't
-/// absolute. A connection stops the process at a path that isn't.
+/// Returns whether a connection treats `path` as absolute: it begins with a character and a colon,
+/// with anything after them, or with two or more separators, a server and a share. A connection
+/// stops the process if a path isn't absolute.
+///     C:\x  C:foo  \\server\share  ->  true
+///     \foo  foo  \\server           ->  false
 bool isAbsolutePath(std::string_view path);
 
-/// `path` itself if it is absolute, else `path` as Windows completes it from the current directory
-/// and the current drive, which is absolute. Throws std::runtime_error, with one line, for a path
-/// that can't be completed, as "\\server" or an empty one.
+/// Returns `path` if it is absolute, otherwise the absolute path that Windows makes from it, the
+/// current directory and the current drive. Throws std::runtime_error, with a message of one line,
+/// if the path can't be completed, as "\\server" or an empty one.
 std::string absolutePath(const std::string& path);
 
-/// The current directory.
+/// Returns the current directory, completed by `absolutePath`.
 std::string currentDirectory();
 
 }  // namespace ccquery

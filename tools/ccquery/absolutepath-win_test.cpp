@@ -14,7 +14,7 @@ using ccquery::absolutePath;
 using ccquery::isAbsolutePath;
 using testing_support::utf8;
 
-/// The current directory of the process, for as long as it lives.
+/// Changes the current directory of the process for its lifetime.
 class CurrentFolder {
 public:
     explicit CurrentFolder(const std::filesystem::path& folder)

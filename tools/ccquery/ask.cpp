@@ -9,13 +9,13 @@ namespace {
 
 Json orNull(const std::optional<std::string>& text) { return text ? Json(*text) : Json(nullptr); }
 
-/// "name (number)", or the number alone.
+/// Returns "name (number)", or only the number.
 std::string nameAndNumber(const std::optional<std::string>& name, int number) {
     return name ? *name + " (" + std::to_string(number) + ")" : std::to_string(number);
 }
 
 void askStatus(ClearCaseConnection& connection, const Query& query, Report& report) {
-    // A target that isn't written keeps what it held, and no link holds a null character.
+    // A target that isn't written keeps its old text, and no link contains a null character.
     const std::string notWritten(1, '\0');
     report.headings = {"PATH", "TYPE", "VERSION", "TARGET"};
     for (const std::string& path : query.paths) {

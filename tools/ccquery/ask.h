@@ -9,16 +9,16 @@
 
 namespace ccquery {
 
-/// Puts the question to the connection and appends its answers to `report`, which keeps those that
-/// were given if the connection throws. The paths of `status` and the `cwd` are absolute, or the
-/// connection stops the process. The result is the program's exit code: 1 for `errors` if there
-/// are any, else 0.
+/// Puts the query to the connection and appends its answers to `report`. If the connection throws,
+/// `report` has the answers up to then. Returns the program's exit code: 1 for `errors` if there
+/// are any, otherwise 0. The paths of `status` and the `cwd` must be absolute, or the connection
+/// stops the process.
 int ask(ClearCaseConnection& connection, const Query& query, Report& report);
 
-/// The name of an element type; nothing for a number that is none.
+/// Returns the name of an element type; nothing if the number isn't one.
 std::optional<std::string> elementTypeName(int type);
 
-/// "writable", "read_only" or "not_determined"; nothing for a number that is no state.
+/// Returns "writable", "read_only" or "not_determined"; nothing if the number isn't a state.
 std::optional<std::string> vobStateName(int state);
 
 }  // namespace ccquery

@@ -14,7 +14,7 @@ using ccquery::Query;
 using ccquery::Report;
 using ccquery::tableText;
 
-/// Answers what a test sets.
+/// Returns the answers that a test sets.
 class Stub : public ClearCaseConnection {
 public:
     std::string getOutput() override { return {}; }
@@ -60,7 +60,7 @@ public:
 
 class AskTest : public testing::Test {
 protected:
-    /// Asks, and keeps both forms of the answer.
+    /// Asks, and stores both forms of the answer.
     int put(const Query& query) {
         Report report;
         const int exitCode = ask(stub, query, report);

@@ -1,4 +1,4 @@
-// ccquery as a person runs it: a process of its own, over the sample connection.
+// ccquery as a user runs it: a process of its own, with the sample connection.
 
 #include <algorithm>
 
@@ -38,8 +38,8 @@ void expectAnswer(const ChildRun& run, const std::string& output) {
     EXPECT_EQ(result.error, "");
 }
 
-/// Exit code 2, nothing on standard output, and one line on standard error that begins with the
-/// program's name and `beginning` and ends with `end`.
+/// Expects exit code 2, nothing on standard output, and one line on standard error that begins with
+/// the program's name and `beginning` and ends with `end`.
 void expectNoAnswer(const ChildRun& run, const std::string& beginning, const std::string& end) {
     const ChildResult result = runChild(run);
     EXPECT_EQ(result.exitCode, 2U);

@@ -7,8 +7,8 @@
 namespace ccquery {
 namespace {
 
-// CLI11 takes "[a,b]" for a list and "++" for the end of a command; both are names of files. A
-// character that no name holds keeps them whole until the arguments are sorted.
+// CLI11 treats "[a,b]" as a list and "++" as the end of a command, but both are valid file names. A
+// leading character that no name contains protects them while the arguments are parsed.
 constexpr char SHIELD = '\x1f';
 
 void shield(std::string& argument) {
@@ -27,7 +27,7 @@ void unshield(std::string& argument) {
 const char* const EVERY_COMMAND =
     "\n--library, --config and --json go with every command: see ccquery --help.";
 
-/// The parser, its commands and what they fill.
+/// The parser, its commands and the query that they fill.
 class Parser {
 public:
     Parser() {
@@ -70,7 +70,7 @@ public:
     }
 
 private:
-    /// `answer` is what a line of JSON holds.
+    /// `answer` describes a line of JSON.
     CLI::App* addCommand(Command command, const char* name, const char* description,
                          const std::string& answer) {
         CLI::App* added = mApp.add_subcommand(name, description);

@@ -1,6 +1,6 @@
 #pragma once
 
-// What a person asks of ccquery, read from the arguments. Text in, values out; UTF-8.
+// Reads the query of a ccquery command line. Text in, values out; UTF-8.
 
 #include <stdexcept>
 #include <string>
@@ -12,31 +12,31 @@ enum class Command { status, canonicalize, vobs, drives, view, info, errors };
 
 struct Query {
     Command command = Command::info;
-    /// The options that go with every command; empty where they aren't given.
+    /// The options of every command; empty if they aren't given.
     std::string library = {};
     std::string config = {};
     bool json = false;
-    /// Of `status` and `canonicalize`.
+    /// For `status` and `canonicalize`.
     std::vector<std::string> paths = {};
-    /// Of `canonicalize`; `cwd` is empty if it isn't given.
+    /// For `canonicalize`; `cwd` is empty if it isn't given.
     std::string cwd = {};
     std::vector<std::string> tags = {};
-    /// Of `vobs`.
+    /// For `vobs`.
     std::string root = {};
 };
 
 struct CommandLine {
     Query query;
-    /// Not empty if help was asked for: the text to print in place of an answer.
+    /// Not empty if help was asked for: the text to print instead of an answer.
     std::string help;
 };
 
-/// A command line that can't be understood, in one line that says what to do.
+/// A command line that can't be understood. The message is one line that says what to do.
 class UsageError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// Reads the arguments behind the program's name. Throws UsageError.
+/// Reads the arguments after the program's name. Throws UsageError.
 CommandLine parseCommandLine(std::vector<std::string> arguments);
 
 }  // namespace ccquery

@@ -13,7 +13,7 @@ using Texts = std::vector<std::string>;
 
 Query parse(const Texts& arguments) { return parseCommandLine(arguments).query; }
 
-/// The complaint of a command line that can't be understood.
+/// The error message for a command line that can't be understood.
 std::string problem(const Texts& arguments) {
     try {
         parseCommandLine(arguments);

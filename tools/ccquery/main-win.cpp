@@ -1,5 +1,5 @@
-// ccquery: a host on the command line. It reads the arguments, loads a connection library, asks it
-// and prints; each step has a file of its own.
+// ccquery: a host on the command line. It reads the arguments, loads a connection library, queries
+// it and prints the answers; each step has its own file.
 
 #include <cstdio>
 #include <cstdlib>
@@ -27,7 +27,7 @@ using namespace ccquery;
 
 constexpr int NO_ANSWER = 2;
 
-/// Lets a console show the UTF-8 that goes to it, until the program ends.
+/// Sets the console's output to UTF-8 until the program ends.
 class Utf8Console {
 public:
     Utf8Console() : mBefore(GetConsoleOutputCP()) { SetConsoleOutputCP(CP_UTF8); }
@@ -39,7 +39,7 @@ private:
     UINT mBefore;
 };
 
-/// The arguments behind the program's name.
+/// Returns the arguments after the program's name.
 std::vector<std::string> arguments() {
     struct Freer {
         void operator()(wchar_t** list) const { LocalFree(list); }
@@ -75,7 +75,7 @@ void complain(const std::string& problem) { std::cerr << "ccquery: " + oneLine(p
 int run(Query query) {
     completePaths(query);
     if (!query.config.empty()) {
-        // The C runtime's call, so that the library's runtime sees the variable as well.
+        // Uses the C runtime's call, so that the library's runtime sees the variable as well.
         _wputenv_s(L"NBCLEARCASE_FAKE_INI", toWide(query.config).c_str());
     }
     const auto connection = connect(query.library.empty() ? defaultLibrary() : query.library);
@@ -87,7 +87,7 @@ int run(Query query) {
     try {
         exitCode = ask(*connection, query, report);
     } catch (...) {
-        // The answers before the failure hold.
+        // The answers before the failure are valid.
         if (!report.records.empty()) {
             printReport();
         }
@@ -111,7 +111,7 @@ int runCommandLine() {
 int main() {
     _setmode(_fileno(stdout), _O_BINARY);
     _setmode(_fileno(stderr), _O_BINARY);
-    // A library that lacks another is told in our line, not in a window.
+    // If a library needs another one that is missing, our error line reports it, not a window.
     SetErrorMode(SEM_FAILCRITICALERRORS);
     const Utf8Console console;
     try {

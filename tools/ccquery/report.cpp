@@ -29,7 +29,7 @@ std::string escapedControl(unsigned char character) {
     }
 }
 
-/// How many characters a terminal shows: continuation bytes show none.
+/// Returns the number of characters that a terminal shows; continuation bytes don't count.
 size_t widthOf(const std::string& text) {
     return static_cast<size_t>(std::count_if(text.begin(), text.end(), [](char byte) {
         return (static_cast<unsigned char>(byte) & 0xc0U) != 0x80U;

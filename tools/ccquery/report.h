@@ -1,7 +1,7 @@
 #pragma once
 
-// The answers of a connection as text for a person or for a program. Pure functions; the texts of a
-// connection may hold anything, and what isn't UTF-8 comes out as U+FFFD.
+// Formats the answers of a connection as text for a person or for a program. Pure functions. A
+// connection's texts may contain anything; what isn't UTF-8 is written as U+FFFD.
 
 #include <string>
 #include <vector>
@@ -19,18 +19,19 @@ struct Report {
     /// The same as a table; without headings it is a list of names and values.
     Row headings;
     std::vector<Row> rows;
-    /// What stands in the place of a table without rows.
+    /// The text instead of a table without rows.
     std::string nothing;
 };
 
-/// One object a line, each with its line feed.
+/// Returns one object per line, each followed by a line feed.
 std::string jsonText(const Report& report);
 
-/// Columns two blanks apart; an empty cell is "-". Control characters come out as "\n", "\t" or
-/// "\x1b", so that a table keeps its form; backslashes stay as they are.
+/// Returns a table whose columns are two spaces apart; an empty cell is "-". Control characters are
+/// written as "\n", "\t" or "\x1b", so that a table keeps its form; backslashes stay unchanged.
 std::string tableText(const Report& report);
 
-/// `text` on one line, with the same care, for a message.
+/// Returns `text` on one line, for a message, with control characters and invalid bytes written as
+/// in a table.
 std::string oneLine(const std::string& text);
 
 }  // namespace ccquery

@@ -4,11 +4,11 @@
 
 namespace ccquery {
 
-/// Between Windows' text and ours. What isn't valid in one form becomes U+FFFD in the other.
+/// Converts between UTF-16, the text of Windows, and UTF-8. What isn't valid becomes U+FFFD.
 std::string toUtf8(const std::wstring& text);
 std::wstring toWide(const std::string& text);
 
-/// Windows' words for an error and its number: "Access denied (error 5)".
+/// Returns Windows' message for an error and the error's number: "Access denied (error 5)".
 std::string systemErrorText(unsigned long error);
 
 }  // namespace ccquery

@@ -38,7 +38,7 @@ using testing_support::TestedExec;
 using testing_support::waitedChild;
 using Clock = std::chrono::steady_clock;
 
-/// Keeps the processes that are started, by one thread at a time.
+/// Records the processes that are started; for one thread at a time.
 class StartedProcesses {
 public:
     StartedProcesses() { gOriginal = mReplaced.original(); }
@@ -79,9 +79,9 @@ private:
 
 /// When an abort came.
 enum class Moment {
-    BEFORE_END,  ///< so that it must count
-    NEAR_END,    ///< when the process was over, and the run perhaps not
-    AFTER_RUN,   ///< so that it must not count
+    BEFORE_END,  ///< it must count
+    NEAR_END,    ///< the process was over, the run perhaps not
+    AFTER_RUN,   ///< it must not count
 };
 
 struct Kind {
@@ -104,7 +104,7 @@ public:
             mExec.setStallRules(everyCommand(/*timeout=*/0, /*flags=*/0));
         }
         const int threads = std::uniform_int_distribution(1, 4)(random);
-        // Some end before the child begins, some when it has long ended.
+        // Some aborts come before the child begins, some long after it has ended.
         const int longest = LONGEST_DELAYS[std::uniform_int_distribution<size_t>(
             0, std::size(LONGEST_DELAYS) - 1)(random)];
         for (int thread = 0; thread < threads; ++thread) {
@@ -141,7 +141,7 @@ private:
     void abort() {
         MutexLock lock(mExec.mHandleLock);
         mFirstAbort = std::min(mFirstAbort, Clock::now());
-        // The id goes before the run takes this lock for its look at the abort.
+        // The run clears the id before it takes this lock to check for an abort.
         const bool isOver = mExec.mPid == Exec::noPid &&
                             mExec.log().find("\twaiting for child pid ") != std::string::npos;
         const Moment moment = mHasEnded ? Moment::AFTER_RUN
@@ -166,7 +166,7 @@ private:
     std::vector<BoundedThread> mAborters;
 };
 
-/// `longest` is from the first abort to the end of a run.
+/// `longest` is the most time from the first abort to the end of a run.
 void expectEachRunToEndAsItShould(int runs, Clock::duration longest) {
     const TempFolder captures;
     const EnvironmentScope tmp("TMP", captures.path().string());
@@ -175,7 +175,7 @@ void expectEachRunToEndAsItShould(int runs, Clock::duration longest) {
     const unsigned seed = std::random_device()();
     std::mt19937 random(seed);
     for (int number = 0; number < runs && !testing::Test::HasFailure(); ++number) {
-        // One that is ended by force takes a second and a half.
+        // A run that is ended by force takes a second and a half.
         const bool isStubborn = number % 25 == 24;
         const Kind& kind = isStubborn ? STUBBORN : KINDS[number % std::size(KINDS)];
         SCOPED_TRACE(std::to_string(seed) + ", " + std::to_string(number) + ": " + kind.actions);

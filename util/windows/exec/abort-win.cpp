@@ -12,13 +12,13 @@ void Exec::abort(MutexLock& lock, int signal) {
     if (pid == noPid || signalCygwinProcess(pid, signal)) {
         return;
     }
-    // Every child is a process group of its own. One that can't be reached so, or that has gone, is
-    // not a failure: whoever waits for it ends it by force.
+    // Every child is a process group of its own. If the event can't be sent, or the child is gone,
+    // that isn't a failure: the thread that waits for the child ends it by force.
     mLog << "\tsending break event to Windows pid " << pid << '\n';
     GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, pid);
 }
 
-/// True if the process is one of the POSIX side and got the signal.
+/// Returns true if the process is known to the POSIX side and got the signal.
 bool Exec::signalCygwinProcess(uint32_t pid, int signal) {
     if (mConnector == nullptr) {
         return false;

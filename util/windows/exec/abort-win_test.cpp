@@ -33,7 +33,7 @@ using testing_support::waitedChild;
 
 const std::string ABORTED = "aborted by call to Exec::abort\n";
 
-/// The words of a stream that goes bad.
+/// The message of a stream that goes bad.
 std::string streamFailure() {
     std::ostringstream stream;
     stream.exceptions(std::ios::failbit);
@@ -52,7 +52,7 @@ std::string breakSent(const std::string& pid) {
 
 class AbortTest : public testing_support::ExecWaitTest {
 protected:
-    /// Runs a command that is aborted at the first wake, when it has made the file "ready".
+    /// Runs a command that is aborted at the first wake, after it has made the file "ready".
     CommandResult runAborted(const std::string& line, const std::string& directory = {}) {
         remove("ready");
         atFirstWake("ready", [this] {
@@ -65,9 +65,9 @@ protected:
         number = exec.mPid;
         pid = std::to_string(number);
     }
-    /// What the log of a run in the test's folder begins with.
+    /// The start of the log of a run in the test's folder.
     std::string logHead() const { return "\twd: " + folder.utf8(); }
-    /// What the log has to say of a command that was ended by force.
+    /// The log line for a command that was ended by force.
     std::string forced(const std::string& line) const {
         return "\tExec::waitProcessExit: child " + pid + " didn't exit (" + line + ")\n";
     }
@@ -202,7 +202,7 @@ TEST_F(AbortTest, WhatFailsAtTheEndOfTheObjectIsToldToTheDebugger) {
     {
         TestedExec other;
         other.mPid = 4711;
-        // A log that can't be written, and that says so by an exception.
+        // A log that can't be written, and throws an exception.
         other.mLog.setstate(std::ios::badbit);
         other.mLog.exceptions(std::ios::failbit);
     }
@@ -210,7 +210,7 @@ TEST_F(AbortTest, WhatFailsAtTheEndOfTheObjectIsToldToTheDebugger) {
     EXPECT_TRUE(breaks.calls().empty());
 }
 
-/// Notes the signals.
+/// Records the signals.
 class SignalledExec : public TestedExec {
 public:
     void abort(MutexLock& lock, int signal) override {
@@ -245,8 +245,8 @@ protected:
     CygwinAbortTest() { exec.setCygwinConnector(connector.get()); }
     ~CygwinAbortTest() override { exec.reset(); }
 
-    /// Runs a command that ignores breaks and is aborted with SIGTERM at the first wake, as the
-    /// process `cygwinPid` of that group if it isn't -1.
+    /// Runs a command that ignores breaks and is aborted with SIGTERM at the first wake. If
+    /// `cygwinPid` isn't -1, the POSIX side knows it as that process of that group.
     CommandResult runKnownAs(int64_t cygwinPid, int64_t group) {
         atFirstWake("ready", [this, cygwinPid, group] {
             notePid();
@@ -258,7 +258,7 @@ protected:
         });
         return exec.run(stubborn(), folder.utf8());
     }
-    /// The log of a command that doesn't go, with what the abort has to say.
+    /// The log of a command that doesn't exit, with the lines of the abort.
     std::string log(const std::string& abortLines) const {
         return logHead() + waitingFor(pid) + ABORTED + abortLines + forced(stubborn());
     }

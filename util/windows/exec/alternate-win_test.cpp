@@ -1,4 +1,4 @@
-// The alternate command, which takes the place of one that can't be had.
+// The alternate command, which replaces one that can't be started.
 
 #include <set>
 #include <string>
@@ -29,7 +29,7 @@ using Texts = std::vector<std::string>;
 
 class ExecAlternateTest : public CommandTest {
 protected:
-    /// A missing program, and execchild with these actions for it.
+    /// A missing program, with execchild and these actions as its alternate.
     static Exec::RunInfo alternateInfo(const std::string& actions) {
         Exec::RunInfo info;
         info.mDirectArgv = {"missing-program"};
@@ -77,7 +77,7 @@ TEST_F(ExecAlternateTest, ItDoesNotRunWhereTheCommandDoesOrFailsForAnotherReason
     const RecordedStarts starts({ERROR_ACCESS_DENIED});
     EXPECT_EQ(mExec->run(info).code, 1);
     EXPECT_EQ(starts.calls().size(), 1U);
-    // And the redirections stay.
+    // The redirections stay.
     EXPECT_EQ(info.mStdoutMode, streamFile);
     EXPECT_EQ(info.mStdoutFile, mFolder.utf8("out"));
 }
@@ -121,7 +121,7 @@ TEST_F(ExecAlternateTest, ItGetsNewStreamsWithoutRedirections) {
     EXPECT_EQ(info.mStderrFile, "");
     EXPECT_EQ(info.mStdoutMode, 0);
     EXPECT_EQ(info.mStderrMode, 1);
-    // Those of the command are gone by then.
+    // The command's own captures are gone by then.
     EXPECT_EQ(captured, (std::vector<std::multiset<std::string>>{{"out"}, {"err", "out"}}));
 }
 

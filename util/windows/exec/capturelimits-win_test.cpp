@@ -1,4 +1,4 @@
-// Captures that are too large to be taken whole.
+// Captures that are too large to be read whole.
 
 #include <string>
 
@@ -105,7 +105,7 @@ TEST_F(ExecCaptureLimitsTest, WithANegativeLimitTheReportAloneComesBackOfEverySt
     EXPECT_EQ(result.error, report(line, "0", "error text", "0") + "\n");
 }
 
-/// An open file with a text.
+/// An open file with this text.
 class FileOf {
 public:
     explicit FileOf(const std::string& text) {
@@ -180,7 +180,7 @@ TEST(ReadCapturedOutputTest, AFileThatCannotBeReadFails) {
     EXPECT_EQ(text, "before");
 }
 
-/// Files have this size until the scope ends, and those reads of them are counted.
+/// Gives all files this size until the scope ends, and counts the reads.
 class FileSize {
 public:
     FileSize(DWORD low, DWORD high, DWORD error = NO_ERROR) {
@@ -223,7 +223,7 @@ TEST(ReadCapturedOutputTest, AFileOf2GigabytesFailsAndIsNotRead) {
     const FileOf file("content");
     const FileSize size(/*low=*/0x80000000, /*high=*/0);
     std::string text = "before";
-    SetLastError(ERROR_ACCESS_DENIED);  // of an earlier call
+    SetLastError(ERROR_ACCESS_DENIED);  // from an earlier call
     EXPECT_FALSE(file.read(100, 1, text));
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_FILE_TOO_LARGE));
     EXPECT_EQ(text, "before");

@@ -35,7 +35,8 @@ using testing_support::TempFolder;
 
 using Path = std::optional<std::wstring>;
 
-/// What the system has for a search path; the C runtime's copy must be there just when this is.
+/// The system's search path. The C runtime must have its copy exactly when the system has the
+/// variable.
 Path processPath() {
     std::wstring value(32'767, L'\0');
     SetLastError(NO_ERROR);
@@ -47,7 +48,7 @@ Path processPath() {
 
 std::string directoryNow() { return System::getcwd(); }
 
-/// Whether a thread that doesn't hold the lock can take it.
+/// Returns whether a thread that doesn't hold the lock can take it.
 bool isLockFree() {
     bool taken = false;
     std::thread([&taken] {
@@ -155,7 +156,7 @@ TEST(ChildEnvironmentScopeTest, APathComesBackLetterForLetter) {
     }
 }
 
-/// What the ANSI code page makes of text; empty if it can't hold it.
+/// The text in the ANSI code page; empty if that can't represent it.
 std::string inAnsi(const std::wstring& text) {
     std::string narrow(100, '\0');
     BOOL lossy = FALSE;
@@ -173,7 +174,7 @@ TEST(ChildEnvironmentScopeTest, APathWithLettersOfTheAnsiCodePageComesBackToo) {
     const EnvironmentScope path("Path", inAnsi(L"C:\\\u00E4\u00DF"));
     ASSERT_EQ(processPath(), L"C:\\\u00E4\u00DF");
     {
-        // The child's is taken for that code page as well, as it stands.
+        // The child's value is treated as text in that code page too, unchanged.
         const std::string environment = environmentBlock({"PATH=C:\\" + inAnsi(L"\u00E4")});
         const ChildEnvironmentScope scope(environment.c_str(), "");
         EXPECT_EQ(processPath(), L"C:\\\u00E4");
@@ -181,7 +182,7 @@ TEST(ChildEnvironmentScopeTest, APathWithLettersOfTheAnsiCodePageComesBackToo) {
     EXPECT_EQ(processPath(), L"C:\\\u00E4\u00DF");
 }
 
-// What the ANSI code pages of most places lack.
+// Most ANSI code pages lack this letter.
 const std::wstring FOREIGN_PATH = L"C:\\\u4E2D";
 
 bool ansiHasForeignPath() { return GetACP() == CP_UTF8 || !inAnsi(FOREIGN_PATH).empty(); }
@@ -216,7 +217,7 @@ TEST(ChildEnvironmentScopeTest, APathThatIsPutBackIsWhatTheAnsiCodePageMakesOfIt
     EXPECT_NE(processPath(), FOREIGN_PATH);
 }
 
-/// The failure of a scope; its code and text are empty if it has none.
+/// The failure of a scope; code and text are empty if there is none.
 struct Failure {
     int code = 0;
     std::string text;

@@ -27,7 +27,7 @@ constexpr JOBOBJECTINFOCLASS LIST = JobObjectBasicProcessIdList;
 
 class ChildrenTest : public testing_support::ExecWaitTest {
 protected:
-    /// Commands run in a job from now on, and aren't watched.
+    /// From now on commands run in a job, unwatched.
     void useJob() { exec.setStallRules(everyCommand(/*timeout=*/0, /*flags=*/0)); }
 
     /// A leftover that waits for `letGo`, and then makes the file "end".
@@ -38,7 +38,7 @@ protected:
         remove("end");
     }
 
-    /// Does this at the first wake in a wait for a leftover, and then awaits its end.
+    /// Does this at the first wake in a wait for a leftover, and then waits for its end.
     void atFirstLeftover(const std::function<void()>& action) {
         wakes.onTimeout([this, action](size_t) -> DWORD {
             if (exec.mPid == Exec::noPid) {
@@ -52,14 +52,14 @@ protected:
         return exec.run(line);
     }
 
-    /// A line of a program of this name, with folders if need be, that does what execchild does.
+    /// A command line for a copy of execchild under this name, which may include folders.
     std::string copiedChild(const std::string& name, const std::string& actions) const {
         const std::filesystem::path copy = folder.path() / name;
         std::filesystem::create_directories(copy.parent_path());
         std::filesystem::copy_file(testing_support::testProgramFolder() / "execchild.exe", copy);
         return file(name) + ' ' + actions;
     }
-    /// What the system calls the program execchild.
+    /// The system's name for the program execchild.
     static std::string nativeName() {
         const testing_support::SuspendedProgram program(testing_support::testProgramFolder() /
                                                         "execchild.exe");
@@ -97,7 +97,7 @@ TEST_F(ChildrenTest, InJobModeWhatOutlivesTheCommandIsWaitedFor) {
     const std::string directory = folder.utf8();
     EXPECT_EQ(exec.run(command, directory).code, 0);
     EXPECT_TRUE(isThere("end"));
-    // A process whose end was seen may be in the list for a moment yet, and is waited for again.
+    // A process whose end was seen may stay in the list for a moment. It is then waited for again.
     const std::string line = "\tExec::waitChildren: waiting for process " + nativeName() +
                              " for command " + command + "\n";
     std::string expected =
@@ -173,7 +173,7 @@ TEST_F(ChildrenTest, AServerBesideALeftoverEndsTheWaitWithTheNextPass) {
     exec.run(waitedChild("spawn await " + file("other") + " make " + file("other end")));
     EXPECT_TRUE(isThere("other end"));
     EXPECT_FALSE(isThere("end"));
-    // A process whose end was seen may be in the list for a moment yet, which makes a pass more.
+    // A process whose end was seen may stay in the list for a moment, which makes one more pass.
     EXPECT_GE(accounting.queryCount(LIST), 3U);
     endLeftover();
 }
@@ -198,7 +198,7 @@ TEST_F(ChildrenTest, AnAbortDuringTheWaitForALeftoverEndsIt) {
 TEST_F(ChildrenTest, ALeftoverThatStallsIsEnded) {
     exec.setStallRules(everyCommand(500, Exec::watchTime));
     accounting.setFixed({});
-    // The command itself has all the time.
+    // The command itself may take all the time it needs.
     wakes.onTimeout([this](size_t) -> DWORD {
         return exec.mPid == Exec::noPid ? DWORD{WAIT_TIMEOUT} : QuickWakes::AWAIT_END;
     });
@@ -238,7 +238,7 @@ TEST_F(ChildrenTest, AFailedWaitForALeftoverIsReportedAndTheRunGoesOn) {
         info.mMergeOutput = isMerged;
         const CommandResult result = exec.run(info);
         EXPECT_EQ(result.code, 0);
-        // What was captured stands behind it.
+        // The captured text follows.
         EXPECT_EQ(isMerged ? result.output : result.error, words + "y");
         EXPECT_EQ(isMerged ? result.error : result.output, "");
         EXPECT_EQ(exec.errors(), std::vector<std::string>(errorsBefore + 1, words));

@@ -1,5 +1,5 @@
-// What a command line has the search look for, what CreateProcess is told then, and which files
-// pass for programs. Which names a search tries: exec/programsearch-win_test.cpp.
+// What a command line makes the search look for, what CreateProcess then gets, and which files pass
+// for programs. Which names a search tries: programsearch-win_test.cpp.
 
 #include <filesystem>
 #include <optional>
@@ -27,7 +27,7 @@ using testing_support::TempFolder;
 
 std::vector<std::wstring> gAsked;
 
-/// Keeps the names of the files that are asked for; none of them is there.
+/// Records the names of the files that are asked for; none of them exists.
 class AskedFiles {
 public:
     AskedFiles()
@@ -180,13 +180,13 @@ TEST(ChooseProgramTest, AProgramThatIsFoundLeavesTheLineAsItIs) {
 }
 
 TEST(ChooseProgramTest, AProgramThatIsFoundLosesTheQuotesInItsName) {
-    // No file of Windows has such a name.
+    // No file on Windows has such a name.
     const ReplacedCall<decltype(GetFileAttributesW)> call(
         "GetFileAttributesW", [](LPCWSTR) -> DWORD { return FILE_ATTRIBUTE_NORMAL; });
     expectChoices({{"", L"to\"ol x\"", L"C:\\w\\tool.com", L"to\"ol x\""}});
 }
 
-/// What the test of a file says, and whether it saw one.
+/// The result of the test of a file, and whether the file exists.
 struct Answer {
     bool isProgram;
     bool exists;
@@ -197,7 +197,7 @@ Answer answerFor(const std::string& path) {
     const System::IsFileExecutableByMe test;
     bool exists = false;
     const bool isProgram = test(path, &exists);
-    bool untouched = true;  // a wrong answer that was there before must not stay
+    bool untouched = true;  // an old wrong value must not stay
     EXPECT_EQ(test(path, &untouched), isProgram);
     EXPECT_EQ(untouched, exists);
     EXPECT_EQ(test(path, nullptr), isProgram);

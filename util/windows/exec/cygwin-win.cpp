@@ -1,4 +1,4 @@
-// What Windows alone can't start: Cygwin's symbolic links, its scripts and its names of files.
+// Starts what Windows by itself can't: Cygwin's symbolic links, its scripts and its file names.
 
 #include <algorithm>
 #include <exception>
@@ -17,7 +17,7 @@
 
 namespace {
 
-/// The file that a name without slashes means in the search path, or empty.
+/// Returns the file that a name without slashes means in the search path; empty if there is none.
 std::string searchScript(const std::string& name, const char* path) {
     if (name.find_first_of("\\/") != std::string::npos) {
         return {};
@@ -32,7 +32,7 @@ std::string searchScript(const std::string& name, const char* path) {
 
 std::optional<ScriptHead> readHead(const std::string& file) {
     constexpr int readersMode = 0444;
-    // NOLINTNEXTLINE(clang-analyzer-unix.API): it takes the C runtime's function for this one
+    // NOLINTNEXTLINE(clang-analyzer-unix.API): the check mistakes this for the C runtime's open
     const ScopedHandle handle(open(file, /*flags=*/0, readersMode, /*name=*/nullptr));
     ScriptHead head{};
     DWORD count = 0;
@@ -49,7 +49,7 @@ std::string Exec::translateCached(const std::string& posixName) {
         try {
             entry->second = resolveCygwinPath(posixName);
         } catch (...) {
-            // Nothing has been found out about the name.
+            // The search failed, so nothing is known about the name.
             mPathCache.erase(entry);
             throw;
         }
@@ -80,13 +80,13 @@ std::wstring Exec::scriptCommandLine(const char* commandLine, const char* path) 
         return {};
     }
     trim(interpreter->program);
-    // Compatibility: of an interpreter that can't be found only its arguments are left, so that
-    // nothing is started.
+    // Compatibility: if the interpreter can't be found, only its arguments stay in the line, so
+    // that nothing is started.
     interpreter->program = translateCached(interpreter->program);
     return toWide(scriptLine(*interpreter, file, rest));
 }
 
-/// Puts the file that a symbolic link names in the place of the link.
+/// Replaces a symbolic link with the file that it names.
 void Exec::Run::followCygwinLink(ProgramAndLine& command) {
     constexpr uint16_t attributeVersion = 1007;
     if (!mRunInfo.mCygwinCommand || mExec.mCygwinMajor < attributeVersion) {

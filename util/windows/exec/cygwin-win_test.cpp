@@ -1,5 +1,5 @@
-// The cache of translated names, and the line that runs a script. Whole runs:
-// exec-script-win_test.cpp; what the line is made of: scriptline_test.cpp.
+// The cache of translated names, and the line that runs a script. Whole runs: script-win_test.cpp;
+// the parts of the line: scriptline_test.cpp.
 
 #include <filesystem>
 #include <optional>
@@ -120,10 +120,10 @@ TEST_F(ScriptCommandLineTest, ANameWithoutSlashesIsSearchedInThePathAlone) {
     const CurrentDirectory directory(mWorld.root() / "tools");
     EXPECT_EQ(lineOf("script.sh a", mWorld.native("/tools/bin").c_str()),
               mShell + " " + script + " a");
-    // A relative directory of the path is seen from the current one.
+    // A relative directory of the path is relative to the current directory.
     EXPECT_EQ(lineOf("script.sh a", "none;bin"), mShell + " " + script + " a");
     EXPECT_EQ(mExec->mPathCache.count("script.sh"), 0U);
-    // What isn't there is asked for as a POSIX name, which the current directory has.
+    // What isn't found is treated as a POSIX name, which exists in the current directory.
     EXPECT_EQ(lineOf("script.sh a", "c:/none"), mShell + " script.sh a");
     EXPECT_EQ(mExec->mPathCache.at("script.sh"), "script.sh");
 }
@@ -147,7 +147,7 @@ TEST_F(ScriptCommandLineTest, ANameWithASlashIsNotSearched) {
         EXPECT_EQ(lineOf(name, path.c_str()), "") << name;
         EXPECT_EQ(mExec->mPathCache.at(name), "") << name;
     }
-    // Where it is there, it is found as a POSIX name, and so stays relative.
+    // If it exists, it is found as a POSIX name, and so stays relative.
     mExec->reset();
     const CurrentDirectory directory(mWorld.root() / "tools");
     for (const char* name : {"bin/script.sh", R"(bin\script.sh)"}) {
@@ -165,7 +165,7 @@ TEST_F(ScriptCommandLineTest, ANameMayStandInTheCache) {
     mExec->mPathCache["backslashes"] = R"(C:\none\x.exe)";
     mExec->mPathCache["C:/none/x.exe"] = "D:/y.exe";
     EXPECT_EQ(lineOf("backslashes z"), "D:/y.exe  z");
-    // Of the four names the interpreter was in the cache as well, but for the first time.
+    // For the four names, the interpreter was in the cache as well, except the first time.
     EXPECT_EQ(mExec->mPathCacheHits, 3U + 2U + 2U);
     EXPECT_EQ(mExec->mPathCacheMisses, 1U);
 }
@@ -173,7 +173,7 @@ TEST_F(ScriptCommandLineTest, ANameMayStandInTheCache) {
 TEST_F(ScriptCommandLineTest, AProgramByAPosixNameIsItsOwnInterpreter) {
     for (const char* name : {"a.exe", "b.EXE", "c.com", "d.Bat", "e.cmd"}) {
         const std::string posix = std::string("/tools/bin/") + name;
-        // Nobody looks into it.
+        // The content isn't read.
         const std::string file = mWorld.write(posix, "MZ");
         EXPECT_EQ(lineOf(posix + " x"), file + "  x") << name;
         EXPECT_EQ(lineOf("\"" + posix + "\" x"), file + " \" x") << name;
@@ -181,7 +181,7 @@ TEST_F(ScriptCommandLineTest, AProgramByAPosixNameIsItsOwnInterpreter) {
     }
     const std::string file = mWorld.write("/tools/bin/suffix.cmd");
     EXPECT_EQ(lineOf("/tools/bin/suffix x"), file + "  x");
-    // So is one that the search finds.
+    // The same for one that the search finds.
     EXPECT_EQ(lineOf("suffix x", mWorld.native("/tools/bin").c_str()), file + "  x");
 }
 
@@ -252,7 +252,7 @@ TEST_F(ScriptCommandLineTest, AnInterpreterThatIsNotFoundIsLeftOutOfTheLine) {
     const std::string script = mWorld.write("/tools/bin/script", "#!/tools/bin/none -x\n");
     EXPECT_EQ(lineOf("/tools/bin/script a"), " -x " + script + " a");
     EXPECT_EQ(mExec->mPathCache.at("/tools/bin/none"), "");
-    // One that isn't named gives no line at all.
+    // An interpreter that isn't named gives no line at all.
     mWorld.write("/tools/bin/script", "#! /bin/sh\n");
     EXPECT_EQ(lineOf("/tools/bin/script a"), "");
 }

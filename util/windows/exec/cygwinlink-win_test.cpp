@@ -1,4 +1,4 @@
-// Cygwin commands whose file is a symbolic link, by the system attribute.
+// Cygwin commands whose program file is a symbolic link, by its system attribute.
 
 #include <algorithm>
 #include <deque>
@@ -30,8 +30,8 @@ protected:
         CommandTest::SetUp();
         mExec->mCygwinMajor = VERSION_1_7;
     }
-    /// Makes a file with the attribute that leads to `target`, and returns the name that the
-    /// search finds.
+    /// Makes a file with the attribute that leads to `target`, and returns the name that the search
+    /// finds.
     std::string systemFile(const std::string& name, const std::string& target) const {
         const std::wstring file = toWide(mWorld.link(name, target));
         mWorld.write(name, "!<symlink>");
@@ -53,12 +53,12 @@ protected:
 
     PosixWorld mWorld{mFolder};
     std::string mReal = mWorld.program("/bin/real.exe");
-    /// What the links lead to, as it is seen from /tools/bin.
+    /// The target of the links, relative to /tools/bin.
     std::string mTarget = mWorld.native("/tools/bin/../../bin/real.exe");
 };
 
 TEST_F(ExecCygwinLinkTest, TheTargetRunsInThePlaceOfTheLink) {
-    // From another directory, so that the name stays whole.
+    // Run from another directory, so that the name stays whole.
     const std::string link = systemFile("/tools/bin/tool.exe", "../../bin/real");
     const RecordedStarts starts;
     Exec::RunInfo info = cygwinInfo("\"" + link + "\" \"a b\"  c");
@@ -116,7 +116,7 @@ TEST_F(ExecCygwinLinkTest, WhatIsNoLinkOfACygwinCommandStaysAsItIs) {
         SetFileAttributesW(toWide(link).c_str(), row.attributes);
         mExec->reset();
         mExec->mCygwinMajor = row.version;
-        // So that nothing follows the first start of the command.
+        // Error 5 for the command's first start ends the run.
         const RecordedStarts starts(row.isFollowed ? std::deque<DWORD>{0, 0, 0, 5}
                                                    : std::deque<DWORD>{5});
         Exec::RunInfo info = cygwinInfo("tool a");
@@ -157,7 +157,7 @@ TEST_F(ExecCygwinLinkTest, ALinkThatLeadsNowhereLeavesNoNameAndTheCommandIsNotFo
     const CommandResult result = run("tool \"a b\"");
     EXPECT_EQ(result.code, 255);
     EXPECT_EQ(result.error, "'tool \"a b\"': Command not found\n");
-    // Behind cygpath, readlink and cygpath. Of the empty name the quotes are gone.
+    // After cygpath, readlink and cygpath. The quotes of the empty name are gone.
     ASSERT_GT(starts.calls().size(), 3U);
     EXPECT_EQ(starts.calls()[3].program, std::nullopt);
     EXPECT_EQ(starts.calls()[3].line, L" \"a b\"");
@@ -179,7 +179,7 @@ TEST_F(ExecCygwinLinkTest, ALinkToAScriptRunsByItsInterpreter) {
     const std::string script = mWorld.write("/bin/script.x");
     systemFile("/tools/bin/tool.x", "../../bin/script.x");
     mExec->mPathCache["tool.x"] = script;
-    // The attempt begins with the line as it was given.
+    // The attempt begins with the original line.
     EXPECT_EQ(run("tool.x a").output, shell + " " + script + " a\n");
 }
 

@@ -75,7 +75,7 @@ TEST_F(ResolveCygwinPathTest, ALinkHidesTheFileOfItsName) {
     mWorld.link("/tools/bin/ls.exe", "../../bin/real.exe");
     mWorld.write("/bin/real.exe");
     EXPECT_EQ(resolveCygwinPath("/tools/bin/ls"), mWorld.native("/tools/bin/../../bin/real.exe"));
-    // A file that an earlier suffix gives comes before the link of a later one.
+    // A file found with an earlier suffix comes before the link of a later suffix.
     mWorld.write("/tools/bin/more.exe");
     mWorld.link("/tools/bin/more", "real.exe");
     EXPECT_EQ(resolveCygwinPath("/tools/bin/more"), mWorld.native("/tools/bin/more.exe"));
@@ -91,7 +91,7 @@ TEST_F(ResolveCygwinPathTest, TheFileOfALinkMayHaveAnySuffix) {
     }
 }
 
-/// Links from /tools/1 on, each to the next, and a file behind `count` of them.
+/// Makes a chain of `count` links from /tools/1 on, and the file at its end.
 void makeChain(const PosixWorld& world, int count) {
     for (int number = 1; number <= count; ++number) {
         world.link("/tools/" + std::to_string(number), std::to_string(number + 1));
@@ -142,7 +142,7 @@ TEST_F(ResolveCygwinPathTest, BehindALinkThatCannotBeReadTheSuffixesFollowAnEmpt
     mFolder.write("target.exe", "");
     mFolder.write(".com.lnk", "!<symlink>target");
     EXPECT_EQ(resolveCygwinPath("/tools/bin/ls"), mFolder.utf8("./target.exe"));
-    // That the name begins with a slash keeps it whole.
+    // The name stays whole because it begins with a slash.
 }
 
 TEST_F(ResolveCygwinPathTest, ARelativeNameStaysRelative) {
@@ -150,7 +150,7 @@ TEST_F(ResolveCygwinPathTest, ARelativeNameStaysRelative) {
     const CurrentDirectory directory(mWorld.root() / "tools");
     EXPECT_EQ(resolveCygwinPath("bin/ls"), "bin/ls.exe");
     EXPECT_EQ(resolveCygwinPath("bin\\ls"), "bin/ls.exe");
-    // So does any that doesn't begin with a slash, in any case of letters.
+    // The same for any name that doesn't begin with a slash, in any case of letters.
     EXPECT_EQ(resolveCygwinPath(file), "bin/ls.exe");
     std::string upper = mWorld.native("/tools");
     std::transform(upper.begin(), upper.end(), upper.begin(),

@@ -18,7 +18,8 @@ constexpr std::array<const char*, 5> fileSuffixes = {".exe", "", ".com", ".cmd",
 constexpr const char* linkSuffix = ".lnk";
 constexpr int passLimit = 10;
 
-/// The process's own: while another thread starts a command, it has that one's.
+/// Returns the process's own directory. While another thread starts a command, the process is in
+/// that command's directory, and the lock is held.
 std::string currentDirectory() {
     const MutexLock lock(gProcessEnvironmentLock);
     return System::getcwd();
@@ -42,9 +43,9 @@ std::optional<std::string> outputOf(const std::string& line) {
     return code == 0 ? std::optional(std::move(output)) : std::nullopt;
 }
 
-/// `program` has a space behind it.
+/// `program` ends with a space.
 std::string runPathTool(const char* program, std::string options, const std::string& path) {
-    // Compatibility: without options there are two spaces before the path. The tools don't mind.
+    // Compatibility: without options there are two spaces before the path. The tools accept them.
     options.insert(0, program).append(1, ' ').append(path);
     std::string output = outputOf(options).value_or(std::string());
     trim(output);

@@ -1,4 +1,4 @@
-// What is asked of cygpath, readlink and ln. Names that lead to files:
+// The calls of cygpath, readlink and ln. Names that lead to files:
 // cygwintools-resolve-win_test.cpp.
 
 #include "util/windows/exec/cygwintools-win.h"
@@ -85,7 +85,7 @@ TEST_F(CygwinToolsTest, NamesMayBeOfAnyAlphabet) {
 }
 
 TEST_F(CygwinToolsTest, AProgramThatEndsWithAFailureHasNoAnswer) {
-    // It writes a line all the same.
+    // It still writes a line.
     EXPECT_EQ(runCygpath("/none/x", "-m"), "");
     EXPECT_EQ(runReadlink("/tools/no-link", ""), "");
     mWorld.link("/tools/there", "x");
@@ -116,7 +116,7 @@ TEST_F(CygwinToolsTest, TheyRunInTheCurrentDirectoryWithTheEnvironmentOfTheProce
 }
 
 TEST_F(CygwinToolsTest, FailuresAreNotReported) {
-    // Told by any other command: the desktop, and a program that can't be started.
+    // Every other command reports these failures: no desktop, and a program that can't be started.
     const RefusedCall<decltype(GetProcessWindowStation)> noDesktop("GetProcessWindowStation",
                                                                    ERROR_ACCESS_DENIED);
     const RecordedStarts starts(
@@ -135,7 +135,7 @@ TEST_F(CygwinToolsTest, FailuresAreNotReported) {
     EXPECT_EQ(noDesktop.count(), 4);
 }
 
-/// Threads leave handles behind, so this is no CommandTest.
+/// Threads leave handles open, so this isn't a CommandTest.
 TEST(CygwinToolsThreadsTest, SeveralThreadsMayAskAtOnce) {
     const TempFolder folder;
     const PosixWorld world(folder);

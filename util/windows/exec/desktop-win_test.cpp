@@ -25,7 +25,7 @@ using testing_support::SystemMessage;
 
 using Texts = std::vector<std::string>;
 
-/// The calls that find the desktop, in their order.
+/// The calls that find the desktop, in order.
 enum Step { STATION, DESKTOP, STATION_NAME, DESKTOP_NAME, NONE };
 
 Step gFailing = NONE;

@@ -20,8 +20,8 @@ namespace {
 
 constexpr std::string_view pathSign = "PATH=";
 
-/// Calls `visit(text)` for each string of the block until one says true, whose text is the result;
-/// null if none does. `environment` may be null.
+/// Calls `visit(text)` for each string of the block until one call returns true, and returns that
+/// string; null if none does. `environment` may be null.
 template <class Visitor>
 const char* findString(const char* environment, Visitor visit) {
     while (environment != nullptr && *environment != '\0') {
@@ -36,12 +36,12 @@ const char* findString(const char* environment, Visitor visit) {
 
 struct Variable {
     std::string_view name;
-    std::string_view text;  ///< all of the string
+    std::string_view text;  ///< the whole string
 };
 
 Variable variableOf(std::string_view text) { return {text.substr(0, text.find('=')), text}; }
 
-/// The variables of the block, sorted, and of those with one name the first.
+/// The variables of the block, sorted; if several have the same name, only the first.
 std::vector<Variable> sortedVariables(const char* environment) {
     std::vector<Variable> variables;
     variables.reserve(environmentSize(environment).strings);
@@ -58,7 +58,7 @@ std::vector<Variable> sortedVariables(const char* environment) {
     return variables;
 }
 
-/// Appends the text in UTF-16 and a NUL; nothing for a text that can't be converted.
+/// Appends the text in UTF-16 and a NUL; appends nothing if the text can't be converted.
 void appendString(std::vector<wchar_t>& block, std::string_view text) {
     const size_t before = block.size();
     block.resize(before + text.size() + 1);
@@ -71,8 +71,8 @@ void appendString(std::vector<wchar_t>& block, std::string_view text) {
     }
 }
 
-/// "Path=" and the value that the process has, which is what puts it back; without a value what
-/// removes it. In the ANSI code page, as `_putenv` takes it.
+/// Returns "Path=" and the value that the process has, which restores it; without a value the entry
+/// removes the variable. In the ANSI code page, as `_putenv` expects it.
 std::string savedPath() {
     std::string entry = "Path=";
     std::string value(MAX_PATH, '\0');
@@ -132,18 +132,18 @@ ChildEnvironmentScope::ChildEnvironmentScope(const char* environment,
             5008, lastErrorText(/*withCode=*/false, /*error=*/nullptr, /*which=*/1));
     }
     if (mChildPath != nullptr) {
-        // Compatibility: the entry is UTF-8, and the C runtime takes it for the ANSI code page, so
-        // that the search sees other letters outside ASCII.
+        // Compatibility: the entry is UTF-8, but the C runtime treats it as text in the ANSI code
+        // page, so that the search sees other letters outside ASCII.
         _putenv(mChildPath);
         mChildPath += pathSign.size();
     }
 }
 
 ChildEnvironmentScope::~ChildEnvironmentScope() {
-    // Failures are not looked at: there is nothing else to go back to.
+    // Failures are ignored: there is nothing else to go back to.
     System::changeDirectory(mSavedDirectory);
     if (mChildPath != nullptr) {
-        // What wasn't touched stays, as the code page may lack some of its characters.
+        // Restored only if it was changed: the code page may lack some of its characters.
         _putenv(mSavedPath.c_str());
     }
 }

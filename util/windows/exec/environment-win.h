@@ -1,6 +1,6 @@
 #pragma once
 
-// What a child process gets from its parent beside its command line: the environment and the
+// What a child process gets from its parent besides its command line: the environment and the
 // current directory.
 
 #include <cstddef>
@@ -9,45 +9,51 @@
 
 #include "util/mutex-pthreads.h"
 
-/// Held while the process's current directory and `Path` are a child's. Recursive, as a command may
-/// need another one to be started at all. No other code may rely on the two meanwhile.
+/// Held while the process's current directory and `Path` are a child's. Recursive, because starting
+/// a command may first require running another one. No other code may rely on the directory or on
+/// `Path` during this time.
 extern Mutex gProcessEnvironmentLock;
 
-/// Fills `block` with the strings of `environment` in UTF-16, as CreateProcess wants them with
-/// CREATE_UNICODE_ENVIRONMENT, and returns its start, good as long as `block` is. They are sorted
-/// by the bytes of their names, which end at the first "=", and of equal names the first string
-/// counts; "PATH" and "Path" are two names. A string without "=" gets one. The current directories
-/// of drives ("=C:=C:\") all have the empty name, so that one of them is left.
-/// `environment` is a block of UTF-8 strings, not null. Any thread may call.
+/// Fills `block` with the strings of `environment` in UTF-16, as CreateProcess expects them with
+/// CREATE_UNICODE_ENVIRONMENT. Returns the start of the block, valid as long as `block` is.
+/// `environment` is a block of UTF-8 strings, not null.
+///
+/// The strings are sorted by the bytes of their names, which end at the first "=". If names are
+/// equal, the first string counts; "PATH" and "Path" are different names. A string without "=" gets
+/// one at its end. The current directories of drives ("=C:=C:\") all have the empty name, so that
+/// only one of them is left.
+///
+/// Any thread may call.
 wchar_t* buildEnvironmentBlock(std::vector<wchar_t>& block, const char* environment);
 
-/// How large a block of narrow strings is.
+/// The size of a block of narrow strings.
 struct EnvironmentSize {
     size_t strings = 0;
     size_t bytes = 0;  ///< with all NULs
 };
-/// All 0 for null.
+/// Returns the size of a block; all 0 for null.
 EnvironmentSize environmentSize(const char* environment);
 
-/// Makes the process's current directory and `Path` those of a child until it ends, with
-/// `gProcessEnvironmentLock` held.
+/// Makes the process's current directory and `Path` those of a child for the lifetime of the scope,
+/// and holds `gProcessEnvironmentLock` for that time.
 class ChildEnvironmentScope {
 public:
-    /// `environment`, null or a block that outlives the scope, gives `Path` unless it has none; an
-    /// empty `workingDirectory` leaves the directory. Both values of `Path` go through the ANSI
-    /// code page, so that the process's own, too, loses characters that this lacks. Throws
-    /// NumberedRuntimeError, 5008, with the system's words if that can't be entered.
+    /// `environment` is null or a block that outlives the scope. Its first PATH becomes `Path`; if
+    /// it has none, `Path` stays. An empty `workingDirectory` leaves the directory unchanged. If
+    /// there is a PATH, both it and the process's own value pass through the ANSI code page, so
+    /// that the latter also loses characters that the code page lacks. Throws NumberedRuntimeError,
+    /// 5008, with the system's error text, if the directory can't be entered.
     ChildEnvironmentScope(const char* environment, const std::string& workingDirectory);
     ~ChildEnvironmentScope();
     ChildEnvironmentScope(const ChildEnvironmentScope&) = delete;
     ChildEnvironmentScope& operator=(const ChildEnvironmentScope&) = delete;
 
-    /// The value of the first PATH, in any case of letters, a pointer into the caller's block; null
-    /// if it has none.
+    /// The value of the first PATH, in any case of letters, as a pointer into the caller's block;
+    /// null if the block has none.
     const char* childPath() const { return mChildPath; }
 
 private:
-    MutexLock mLock;  ///< the first, so that it is given back last
+    MutexLock mLock;  ///< the first member, so that it is released last
     const char* mChildPath;
     std::string mSavedDirectory;
     std::string mSavedPath;

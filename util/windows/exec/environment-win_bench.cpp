@@ -8,7 +8,7 @@
 
 namespace {
 
-/// Strings as an environment has them, in no order.
+/// Strings like those of an environment, unsorted.
 std::vector<std::string> environmentStrings(size_t count) {
     std::vector<std::string> strings;
     for (size_t i = 0; i < count; ++i) {

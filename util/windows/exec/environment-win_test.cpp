@@ -1,5 +1,5 @@
-// The environment block of a child. What it gets from the process beside that:
-// exec-childenvironment-win_test.cpp.
+// The environment block of a child. What else it gets from the process:
+// childenvironment-win_test.cpp.
 
 #include "util/windows/exec/environment-win.h"
 
@@ -23,7 +23,7 @@ namespace {
 using testing_support::environmentBlock;
 using testing_support::ReplacedCall;
 
-/// All of a block of these strings.
+/// A whole block of these strings.
 std::wstring wideBlock(const std::vector<std::wstring>& strings) {
     std::wstring block;
     for (const std::wstring& text : strings) {
@@ -33,7 +33,7 @@ std::wstring wideBlock(const std::vector<std::wstring>& strings) {
     return block;
 }
 
-/// All that is built, in a vector that held something else before.
+/// The whole block, built in a vector that held something else before.
 std::wstring built(const std::vector<std::string>& strings) {
     std::vector<wchar_t> block(1000, L'?');
     const wchar_t* start = buildEnvironmentBlock(block, environmentBlock(strings).c_str());
@@ -166,7 +166,8 @@ TEST(EnvironmentBlockTest, AVectorCanBeUsedAgain) {
     }
 }
 
-/// Strings of few names, some of them twice, some without a sign, of all lengths of characters.
+/// Strings with few names, some of them repeated, some without a sign, with characters of all
+/// lengths.
 std::vector<std::string> manyStrings(size_t count) {
     constexpr std::string_view PIECES[] = {"A", "a", "B", "_", "\xC3\x84", "\xE4\xB8\xAD", "!"};
     std::mt19937 random(1);  // NOLINT(cert-msc32-c,cert-msc51-cpp)

@@ -28,7 +28,7 @@ using testing_support::waitedChild;
 
 constexpr JOBOBJECTINFOCLASS LIST = JobObjectBasicProcessIdList;
 
-/// Notes with what sizes the list was asked for.
+/// Records the sizes of the buffers that the list was requested with.
 class ListSizes {
 public:
     ListSizes()
@@ -43,7 +43,7 @@ public:
         gOriginal = mReplaced.original();
         gSizes.clear();
     }
-    /// Since the last call.
+    /// The sizes since the last call.
     std::vector<DWORD> take() { return std::exchange(gSizes, {}); }
 
 private:
@@ -52,7 +52,8 @@ private:
     ReplacedCall<decltype(QueryInformationJobObject)> mReplaced;
 };
 
-/// A process whose end was seen may be in the list for a moment yet, which is asked for again then.
+/// A process whose end was seen may stay in the list for a moment; the list is then requested
+/// again.
 void expectAll(const std::vector<DWORD>& sizes, DWORD size) {
     EXPECT_FALSE(sizes.empty());
     EXPECT_EQ(sizes, std::vector<DWORD>(sizes.size(), size));
@@ -144,8 +145,8 @@ TEST_F(JobListDeathTest, WithoutMemoryForTheBufferTheProcessIsStopped) {
     EXPECT_EXIT(grow(), diedOfABadAddress, "assertion failed at .*: pids != 0");
 }
 
-/// Fails calls in a wait for leftovers, and lets the leftover go after some of them, so that who
-/// goes by such a call comes to an end.
+/// Makes calls in a wait for leftovers fail. After ten failures it lets the leftover go, so that a
+/// wait that depends on these calls ends.
 class Failures {
 public:
     explicit Failures(std::filesystem::path letGo) {

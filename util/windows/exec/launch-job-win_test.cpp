@@ -1,4 +1,4 @@
-// The job of a command: when it is made, its limits, and the way of the child into it.
+// The job of a command: when it is made, its limits, and how the child gets into it.
 
 #include <cstdlib>
 #include <string>
@@ -46,7 +46,7 @@ struct Assignment {
     std::string path;
 };
 
-/// What jobs were asked for, and what is to be refused.
+/// Which jobs were requested, and what to refuse.
 struct Jobs {
     int created = 0;
     bool named = false;
@@ -169,7 +169,7 @@ TEST_F(ExecLaunchJobTest, LaterCommandsUseTheSameJobAsItIs) {
     HANDLE job = mExec->mJob.get();
     gRaisePriority = 1;
     EXPECT_EQ(mExec->run(execChild()).code, 0);
-    // A command that matches no rule as well.
+    // The same for a command that matches no rule.
     mExec->setStallRules({});
     EXPECT_EQ(mExec->run(execChild()).code, 0);
     EXPECT_EQ(gJobs.created, 1);
@@ -200,7 +200,7 @@ TEST_F(ExecLaunchJobTest, AJobThatCannotBeMadeEndsTheRun) {
         EXPECT_EQ(mExec->errors(), Texts({row.words}));
         EXPECT_EQ(message.calls().back().number, static_cast<DWORD>(ERROR_ACCESS_DENIED));
         EXPECT_TRUE(starts.calls().empty());
-        // And no run after it.
+        // The next run succeeds.
         gJobs.*row.error = NO_ERROR;
         EXPECT_EQ(mExec->run(execChild("say x")).output, "x");
     }
@@ -217,7 +217,7 @@ TEST_F(ExecLaunchJobTest, AChildOutsideTheJobIsReportedAndGoesOn) {
     EXPECT_EQ(mExec->errors(), Texts({"Exec::runCommand couldn't assign process to job"}));
 }
 
-TEST_F(ExecLaunchJobTest, TheChildIsInTheJobBeforeItRunsAndWhenDirectoryAndPathAreTheCallers) {
+TEST_F(ExecLaunchJobTest, TheChildIsInTheJobBeforeItRunsButAfterThePathIsRestored) {
     const EnvironmentScope path("PATH", "c:\\callers path");
     const std::string directory = System::getcwd();
     useJob();
@@ -253,7 +253,7 @@ TEST_F(ExecLaunchJobTest, ARuleThatOnlyTheAlternateMatchesComesTooLateForAJob) {
     EXPECT_EQ(result.error, noList);
     EXPECT_EQ(mExec->errors(), Texts({"Exec::runCommand couldn't assign process to job", noList}));
     EXPECT_EQ(mExec->mStallCountdown, 1000);
-    // The system isn't asked: for no job it answers about the one that holds this process.
+    // The system isn't asked: without a job it answers about the one that holds this process.
     EXPECT_EQ(accounting.queryCount(JobObjectBasicProcessIdList), 0U);
     EXPECT_EQ(message.calls().back().number, static_cast<DWORD>(ERROR_INVALID_HANDLE));
 }

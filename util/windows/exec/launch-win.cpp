@@ -17,7 +17,7 @@
 
 namespace {
 
-/// `gProcessEnvironmentLock` is held where it is used.
+/// Guarded by `gProcessEnvironmentLock`.
 boost::shared_ptr<AccessToken> gRunAsToken;
 
 bool hasConsole() {
@@ -91,7 +91,7 @@ int32_t Exec::Run::execute(std::string* outputText, std::string* errorText, bool
 Exec::Run::~Run() {
     const HANDLE process = mStreams.mProcess.hProcess;
     if (mIsSuspended) {
-        // An exception is on its way: nobody else would ever resume or end the child.
+        // An exception is being thrown: nothing else would ever resume or end the child.
         TerminateProcess(process, failureCode);
         WaitForSingleObject(process, INFINITE);
     }
@@ -123,7 +123,7 @@ void Exec::Run::begin(std::string* outputText, std::string* errorText, bool* abo
     mCommand = runInfo.mDirectArgv.front();
 }
 
-/// Makes the job where there is none yet. One whose limits can't be set isn't kept.
+/// Makes the job if there is none yet. If its limits can't be set, the job is closed.
 Exec::Run::Result Exec::Run::prepareJob() {
     ScopedHandle& job = mExec.mJob;
     if (mExec.mJobPattern.empty() || job.isOpen()) {
@@ -153,12 +153,13 @@ void Exec::Run::chooseFlags() {
     // Suspended, so that the child can't start others before it is in the job.
     mFlags |= CREATE_SUSPENDED | CREATE_NEW_PROCESS_GROUP | CREATE_UNICODE_ENVIRONMENT;
     if (!mExec.mJobPattern.empty()) {
-        // Out of a job that holds this process, so that the child can be put into its own.
+        // The child leaves a job that holds this process, so that it can be put into its own.
         mFlags |= CREATE_BREAKAWAY_FROM_JOB;
     }
 }
 
-/// Starts the child and lets it run. Until then the directory and `Path` of the process are its.
+/// Starts the child and lets it run. During the start, the directory and `Path` of the process are
+/// the child's.
 Exec::Run::Result Exec::Run::start() {
     mScope = std::make_unique<ChildEnvironmentScope>(mEnvironment, mWorkingDirectory);
     mRunAsToken = runAsToken();
@@ -169,7 +170,7 @@ Exec::Run::Result Exec::Run::start() {
         return result;
     }
     mRunAsToken.reset();
-    // Before another thread may start a child, which would hold the files open.
+    // This must happen before another thread can start a child, which would hold the files open.
     mStreams.endInheritance();
     mScope.reset();
     if (!mExec.mJobPattern.empty() &&
@@ -213,7 +214,7 @@ Exec::Run::Result Exec::Run::startCommand() {
     return startFailed(command, error);
 }
 
-/// The failure, or NO_ERROR.
+/// Returns the error, or NO_ERROR.
 DWORD Exec::Run::createProcess(const std::wstring& program, const std::wstring& line) {
     std::wstring writableLine = line;
     const auto withArguments = [&](auto create) {
@@ -244,8 +245,8 @@ Exec::Run::Result Exec::Run::commandNotFound() {
     return notFoundCode;
 }
 
-/// The alternate is started as it stands, with this process's rights, and without a word where it
-/// can't be.
+/// Starts the alternate unchanged, with this process's rights. If it can't be started, nothing is
+/// reported.
 Exec::Run::Result Exec::Run::startAlternate() {
     mRunInfo.clearRedirections();
     mStreams.close();
@@ -260,7 +261,7 @@ Exec::Run::Result Exec::Run::startAlternate() {
     if (createProcess(/*program=*/std::wstring(), toWide(alternate)) != NO_ERROR) {
         return notFoundCode;
     }
-    // Compatibility: it is too late for a job that this rule alone asks for: none is made, and the
+    // Compatibility: if only this rule asks for a job, it comes too late: no job is made, and the
     // assignment fails.
     mExec.selectStallRule(alternate);
     return {};

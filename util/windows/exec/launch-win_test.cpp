@@ -1,4 +1,4 @@
-// How a command is started: what CreateProcessW is told, and what happens around it.
+// How a command is started: what CreateProcessW gets, and what happens around the call.
 
 #include <optional>
 #include <stdexcept>
@@ -200,7 +200,7 @@ TEST_F(ExecLaunchTest, TheCountdownBeginsWhenTheChildRuns) {
     EXPECT_EQ(mExec->mStallCountdown, 7000);
 }
 
-/// Keeps what `abort` is called with, and lets the child go on.
+/// Records the calls of `abort`, and lets the child go on.
 class PatientExec : public TestedExec {
 public:
     void abort(MutexLock& lock, int signal) override {

@@ -42,7 +42,7 @@ size_t fileCount(const fs::path& folder) {
         std::distance(fs::directory_iterator(folder), fs::directory_iterator()));
 }
 
-/// What one thread has to itself: a directory to work in, and a program that only its own `Path`
+/// What each thread has of its own: a directory to work in, and a program that only its own `Path`
 /// leads to.
 class Worker {
 public:
@@ -56,7 +56,7 @@ public:
         mEnvironment.append("Path=").append(mPath).append(1, '\0').append(1, '\0');
     }
 
-    /// Whether the command saw what this thread gave it.
+    /// Returns whether the command got what this thread gave it.
     bool run() {
         const CommandResult result = mExec.run(mProgram + " folder say | variable PATH",
                                                utf8(mDirectory), mEnvironment.c_str());
@@ -73,11 +73,11 @@ private:
     TestedExec mExec;
 };
 
-/// Runs commands in so many threads at once, and says how many saw something else than they were
-/// to see.
+/// Runs commands in this many threads at once, and returns how many commands got something else
+/// than expected.
 int failuresUnderLoad(int threads, int commands) {
-    // All are there before the first command: a program that is still being copied could be held
-    // open by another one's child.
+    // Make all before the first command: another worker's child could hold open a program that is
+    // still being copied.
     std::deque<Worker> workers;
     for (int number = 0; number < threads; ++number) {
         workers.emplace_back(number);
@@ -106,8 +106,8 @@ void expectEachCommandSeesItsOwn(int threads, int commands) {
     EXPECT_EQ(environmentVariable("Path"), path);
     EXPECT_EQ(fileCount(captures.path()), 0U);
 
-    // What a process opens once, say where threads first meet at a lock, stays open. A command that
-    // left a handle open would do so each time.
+    // What a process opens once, for example where threads first meet at a lock, stays open. A
+    // command that leaks a handle would do so each time.
     const auto grows = [threads] {
         const size_t handles = handleCount();
         EXPECT_EQ(failuresUnderLoad(threads, /*commands=*/2), 0);
@@ -120,7 +120,7 @@ TEST(ExecUnderLoad, EachOf200CommandsInEightThreadsSeesItsOwnDirectoryAndPath) {
     expectEachCommandSeesItsOwn(/*threads=*/8, /*commands=*/25);
 }
 
-TEST(ExecUnderLoad, EachOf2000CommandsInEightThreadsSeesItsOwnDirectoryAndPathSoak) {
+TEST(ExecUnderLoad, EachOf2000CommandsInEightThreadsSeesItsDirectoryAndPathSoak) {
     expectEachCommandSeesItsOwn(/*threads=*/8, /*commands=*/250);
 }
 
@@ -164,7 +164,7 @@ TEST(ExecUnderLoad, AProcessThatIsEndedInTheMiddleOfARunLeavesNoLockedFile) {
     Host host(utf8(childProgram()) + " out 1000 100 pid " + utf8(pidFile) + " await-gone " +
               utf8(go));
     ASSERT_TRUE(host.isStarted());
-    // Who moves the file into its place still holds it open for a moment.
+    // The process that moves the file into place still holds it open for a moment.
     std::optional<DWORD> pid;
     ASSERT_TRUE(eventually([&] { return (pid = numberIn(pidFile)).has_value(); }));
     const ScopedHandle child(OpenProcess(SYNCHRONIZE, /*bInheritHandle=*/FALSE, *pid));

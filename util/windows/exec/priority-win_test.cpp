@@ -17,7 +17,7 @@ namespace {
 using testing_support::ReplacedCall;
 using testing_support::SystemMessage;
 
-/// Starts with a clear flag, and puts back what it was.
+/// Sets the flag, by default to 0, and restores it.
 class RaisedPriority {
 public:
     explicit RaisedPriority(int32_t value = 0) : mBefore(gRaisePriority.exchange(value)) {}
@@ -29,9 +29,9 @@ private:
     int32_t mBefore;
 };
 
-/// What the calls answer and what they were asked.
+/// What the calls return and what they get.
 struct Answers {
-    // 0 for success; of the adjustment, what it leaves behind.
+    // 0 means success; `adjustError` is the error that the call leaves.
     DWORD openError = 0;
     DWORD lookupError = 0;
     BOOL isAdjusted = TRUE;
@@ -41,7 +41,7 @@ struct Answers {
     DWORD minor = 1;
 
     std::vector<std::string> calls = {};
-    HANDLE token = nullptr;  ///< given by the first call; an event in truth
+    HANDLE token = nullptr;  ///< returned by the first call; really an event
     HANDLE process = nullptr;
     DWORD access = 0;
     std::string privilege = {};
@@ -215,7 +215,7 @@ TEST(ElevateWindowsPriorityTest, AFailureIsToldInTheSystemsWordsAndRaisesNothing
     }
 }
 
-/// Whether this process has a privilege, and whether it is on.
+/// Whether this process holds a privilege, and whether it is enabled.
 struct Privilege {
     bool isHeld = false;
     bool isEnabled = false;

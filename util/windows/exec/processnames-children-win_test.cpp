@@ -1,4 +1,4 @@
-// Processes behind processes.
+// The children of processes.
 
 #include <algorithm>
 #include <cstdint>
@@ -28,11 +28,11 @@ struct Process {
     uint32_t parent;
 };
 
-/// The processes of the system, and how it was asked for them.
+/// The processes of the system, and how they were requested.
 struct System {
     std::vector<Process> processes = {};
     bool hasSnapshot = true;
-    HANDLE snapshot = nullptr;  ///< an event in truth
+    HANDLE snapshot = nullptr;  ///< really an event
     DWORD flags = 0;
     size_t next = 0;
     int walks = 0;
@@ -52,7 +52,7 @@ BOOL give(HANDLE snapshot, LPPROCESSENTRY32 entry) {
     return TRUE;
 }
 
-/// Makes these all the processes that there are.
+/// Makes these the only processes of the system.
 class InventedProcesses {
 public:
     explicit InventedProcesses(std::vector<Process> processes, bool hasSnapshot = true) {

@@ -48,7 +48,7 @@ bool isHandle(HANDLE handle) {
     return GetHandleInformation(handle, &flags) != FALSE;
 }
 
-/// A process whose program has this path in a folder of its own.
+/// A process whose program has this path, in its own folder.
 class Copy {
 public:
     explicit Copy(const std::filesystem::path& path) : mProgram(place(path)) {}
@@ -100,7 +100,7 @@ std::vector<OpenCall> gOpenCalls;
 HANDLE gOpened;
 decltype(OpenProcess)* gOpenProcess;
 
-/// Opens processes as the system does, and keeps what it was asked and what it gave.
+/// Opens processes as the system does, and records the requests and the last handle.
 class SeenOpening {
 public:
     SeenOpening()
@@ -161,7 +161,7 @@ TEST(GetNtvdmTest, AProcessThatIsNotThereIsALineInTheLog) {
 TEST(GetNtvdmTest, AProcessWithoutANameIsALineInTheLogAndItsHandleIsClosed) {
     const SystemMessage none(L"");
     const ReplacedCall<decltype(OpenProcess)> call("OpenProcess", [](DWORD, BOOL, DWORD) -> HANDLE {
-        gOpened = CreateEventW(nullptr, TRUE, FALSE, nullptr);  // no process at all
+        gOpened = CreateEventW(nullptr, TRUE, FALSE, nullptr);  // not a process at all
         return gOpened;
     });
     const Found found = find(1234);
@@ -173,10 +173,10 @@ TEST(GetNtvdmTest, AProcessWithoutANameIsALineInTheLogAndItsHandleIsClosed) {
     EXPECT_FALSE(isHandle(gOpened));
 }
 
-// The function for names is looked up once in a process. So a test of that runs in a process of its
-// own, and ends with 0 if all is as it must be.
+// The function for names is looked up once in a process. So each test of that uses a process of its
+// own, which exits with 0 if everything is as expected.
 
-/// Ends the process and tells what isn't as it must be.
+/// Ends the process and writes what differs.
 [[noreturn]] void endWith(const std::string& seen, const std::string& expected) {
     if (seen != expected) {
         std::cerr << "[" << seen << "] and not [" << expected << "]";
@@ -184,7 +184,7 @@ TEST(GetNtvdmTest, AProcessWithoutANameIsALineInTheLogAndItsHandleIsClosed) {
     std::exit(seen == expected ? 0 : 1);
 }
 
-/// What two searches leave, the second one with everything as the system has it again.
+/// The result of two searches, the second with the system's own function again.
 template <class Signature>
 std::string searchTwice(const char* replaced, Signature* replacement) {
     const SeenOpening opening;
@@ -230,7 +230,7 @@ TEST(GetNtvdmDeathTest, WithoutTheFunctionTheSearchIsGivenUpWithOneLine) {
     EXPECT_EXIT(searchWithoutFunction(), testing::ExitedWithCode(0), "");
 }
 
-// A library and a function that stand in for the system's.
+// A library and a function that replace the system's.
 
 std::string gLoaded;
 std::string gLookedUp;
@@ -242,7 +242,8 @@ HMODULE WINAPI load(LPCSTR name) {
     return GetModuleHandleW(nullptr);
 }
 
-/// Gives a name without an end that would be the host's with one character more, or none.
+/// Returns a name without a terminating NUL, which would be the host's with one character more; or
+/// fails.
 DWORD WINAPI nameWithoutEnd(HANDLE, LPSTR name, DWORD room) {
     gRoom = room;
     SetLastError(gNameError);

@@ -19,7 +19,7 @@ namespace {
 using GetNameFunction = DWORD WINAPI(HANDLE, char*, DWORD);
 using QueryFunction = NTSTATUS NTAPI(HANDLE, PROCESSINFOCLASS, void*, ULONG, ULONG*);
 
-/// The library stays to the end of the process. Throws Win32Exception.
+/// The library stays loaded until the process ends. Throws Win32Exception.
 GetNameFunction* loadGetName() {
     const HMODULE library = LoadLibraryA("psapi.dll");
     if (library == nullptr) {
@@ -38,8 +38,8 @@ struct NameSearch {
 };
 NameSearch gNameSearch;
 
-/// Looked up by the first call; two at once find the same. Null if there is none, which is put into
-/// `log` once.
+/// Looks the function up on the first call; concurrent first calls find the same one. Returns null
+/// if there is none, which is logged once.
 GetNameFunction* getNameFunction(std::ostream& log) {
     if (gNameSearch.isGivenUp) {
         return nullptr;
@@ -67,7 +67,7 @@ bool readValue(HANDLE process, const void* address, T& value) {
                              /*lpNumberOfBytesRead=*/nullptr) != FALSE;
 }
 
-/// The name that a process was started by, from its own records.
+/// Reads the name that a process was started with, from its own records.
 bool nameFromMemory(HANDLE process, wchar_t* name) {
     static auto* const query =
         findFunction<QueryFunction>(GetModuleHandleA("ntdll.dll"), "NtQueryInformationProcess");

@@ -1,4 +1,4 @@
-// Names of programs. The host of 16-bit programs: processnames-ntvdm-win_test.cpp. Processes behind
+// Names of programs. The host of 16-bit programs: processnames-ntvdm-win_test.cpp. The children of
 // processes: processnames-children-win_test.cpp.
 
 #include "util/windows/exec/processnames-win.h"
@@ -34,7 +34,8 @@ using testing_support::TempFolder;
 
 const std::filesystem::path PROGRAM = testing_support::testProgramFolder() / "execchild.exe";
 
-/// What becomes of a place for a name that held something else, and ends where it must.
+/// Returns the name, written into a buffer that held something else. Checks that it ends within the
+/// buffer.
 std::wstring nameOf(HANDLE process) {
     std::array<wchar_t, processNameRoom + 10> room;
     room.fill(L'#');
@@ -68,7 +69,7 @@ TEST(ProcessImageNameTest, TheKernelIsAskedFor260CharactersOfWhichTheLastIsCut) 
     EXPECT_EQ(asked, 260U);
 }
 
-/// As long as it lives, the kernel has no names, but leaves something in their place.
+/// For its lifetime, the kernel has no names, but leaves something in their place.
 class NoKernelNames {
     ReplacedCall<decltype(K32GetProcessImageFileNameW)> mCall{
         "K32GetProcessImageFileNameW", [](HANDLE, LPWSTR name, DWORD room) -> DWORD {
@@ -104,7 +105,7 @@ struct Reading {
     decltype(ReadProcessMemory)* original = nullptr;
     std::vector<Read> reads = {};
     size_t failing = 0;        ///< which read fails; 0 for none
-    bool hasLength = false;    ///< that the name has the length below
+    bool hasLength = false;    ///< whether to give the name the length below
     USHORT length = 0;         ///< in bytes
     PEB peb = {};              ///< what was read first
     UNICODE_STRING name = {};  ///< what was read second
@@ -136,7 +137,7 @@ BOOL WINAPI readMemory(HANDLE process, LPCVOID address, LPVOID buffer, SIZE_T si
     return isRead;
 }
 
-/// Replaces both calls that names come by.
+/// Replaces both sources of names.
 class ReplacedReading {
 public:
     explicit ReplacedReading(const Reading& reading = {}) {
@@ -214,7 +215,7 @@ TEST(ProcessImageNameTest, AProgramWithALongPathHasTheFirst259CharactersOfIt) {
     }
     ASSERT_TRUE(CopyFileW(PROGRAM.c_str(), (deep / "program.exe").c_str(), TRUE));
     const std::optional<std::wstring> name = nameWhenStarted(deep / "program.exe");
-    // Nothing but these calls takes such a path.
+    // Only these calls accept such a path.
     DeleteFileW((deep / "program.exe").c_str());
     for (int level = 0; level < LEVELS; ++level) {
         RemoveDirectoryW(deep.c_str());
@@ -248,7 +249,8 @@ TEST(ProcessImageNameTest, AHandleThatMayNotReadMemoryDoesNot) {
     EXPECT_EQ(nameOf(restricted.get()), L"");
 }
 
-// How the system's function is found is seen once in a process, and so by a process of its own.
+// The system's function is looked up once in a process, so each test of that uses a process of its
+// own.
 
 int gLookups;
 PROCESSINFOCLASS gClass;
@@ -274,8 +276,8 @@ FARPROC WINAPI findNothing(HMODULE, LPCSTR) {
     return nullptr;
 }
 
-/// Asks twice, for a process that could be named. Ends with 0 if it wasn't and there was one
-/// lookup.
+/// Asks twice for the name of a process that could be named. Exits with 0 if both names are empty;
+/// the parent checks the number of lookups.
 void nameTwice(Lookup* lookup) {
     const NoKernelNames none;
     const ReplacedCall<Lookup> call("GetProcAddress", lookup);
@@ -284,7 +286,7 @@ void nameTwice(Lookup* lookup) {
     std::exit(names.empty() ? 0 : 1);
 }
 
-TEST(ProcessImageNameDeathTest, TheBasicFactsOfAProcessAreAskedForByAFunctionThatIsLookedUpOnce) {
+TEST(ProcessImageNameDeathTest, TheFunctionForTheBasicFactsOfAProcessIsLookedUpOnce) {
     EXPECT_EXIT(nameTwice(findRefusal), testing::ExitedWithCode(0),
                 "^1 lookups, class 0, 48 bytes$");
 }

@@ -37,14 +37,14 @@ fs::path fromUtf8(const std::string& text) { return {std::u8string(text.begin(),
 
 class ExecProgramTest : public CommandTest {
 protected:
-    /// Makes execchild a program of that name (UTF-8, seen from the folder), and its folder.
+    /// Copies execchild to that name (UTF-8, relative to the folder), and makes its folder.
     std::string copyTo(const std::string& name) const {
         const fs::path copy = (mFolder.path() / fromUtf8(name)).make_preferred();
         create_directories(copy.parent_path());
         copy_file(testing_support::testProgramFolder() / "execchild.exe", copy);
         return utf8(copy);
     }
-    /// A block with that PATH alone.
+    /// A block with only that PATH.
     std::string blockOf(const std::string& path) const {
         return "PATH=" + path + std::string(2, '\0');
     }
@@ -57,7 +57,7 @@ protected:
         return environmentBlock({"PATH=" + path, "SystemRoot=" + variable("SystemRoot"),
                                  "ComSpec=" + variable("ComSpec")});
     }
-    /// The program that the last start was of.
+    /// The program of the last start.
     static std::string startedBy(const RecordedStarts& starts) {
         return toUtf8(starts.last().program.value_or(L"(none)"));
     }
@@ -76,7 +76,7 @@ TEST_F(ExecProgramTest, ThePathOfTheBlockDecidesWhichOfTwoRuns) {
                   .output,
               "x");
     EXPECT_EQ(startedBy(starts), first);
-    // Without one, that of the process.
+    // Without a block, the process's PATH is used.
     EXPECT_EQ(mExec->run("tool say x").output, "x");
     EXPECT_EQ(startedBy(starts), first);
     EXPECT_EQ(mExec->run("tool say x", "", "").output, "x");
@@ -170,8 +170,8 @@ TEST_F(ExecProgramTest, ANamedProgramIsTakenAsItStandsWithoutItsQuotes) {
     }
 }
 
-TEST_F(ExecProgramTest, WhatCannotBeFoundIsLeftToWindowsWithoutTheQuotesOfTheFirstWord) {
-    // It is searched for beside this program, which findProgram knows nothing of.
+TEST_F(ExecProgramTest, WhatCannotBeFoundIsLeftToWindowsWithAnUnquotedFirstWord) {
+    // Windows searches beside this program, which findProgram doesn't.
     const RecordedStarts starts;
     const EnvironmentScope path("PATH", "c:\\none");
     const CommandResult result =
@@ -210,7 +210,7 @@ TEST_F(ExecProgramTest, TheProgramRunsInItsDirectory) {
     EXPECT_EQ(result.output, utf8(mFolder.path()));
 }
 
-/// The lines of a text, without those for the directories of drives.
+/// The lines of a text, except those for the directories of drives.
 std::multiset<std::string> linesOf(const std::string& text) {
     std::multiset<std::string> lines;
     std::istringstream stream(text);
@@ -237,7 +237,7 @@ TEST_F(ExecProgramTest, TheEnvironmentOfTheBlockIsAllThatTheProgramHas) {
     block.push_back('\0');
     std::multiset<std::string> found =
         linesOf(mExec->run(execChild("environment"), "", block.c_str()).output);
-    // What Windows itself puts in, and a name without a value, which it may leave out.
+    // Removes what Windows itself adds, and a name without a value, which Windows may leave out.
     std::erase_if(found, [](const std::string& line) {
         return !line.starts_with("NBCC_") || line == "NBCC_BARE=";
     });

@@ -45,8 +45,8 @@ std::string processPath() {
 
 bool isBlank(wchar_t c) { return std::iswspace(c) != 0; }
 
-/// The first word of a line, which isn't blank; quotes around it are left out, a quote without its
-/// partner is not.
+/// Returns the first word of a line that isn't blank, without quotes around it. A quote without a
+/// partner stays.
 std::wstring programName(const std::wstring& line, std::wstring::const_iterator start) {
     if (*start == L'"') {
         const auto closing = std::find(start + 1, line.end(), L'"');
@@ -134,7 +134,7 @@ std::wstring locateProgram(const std::wstring& commandLine, const char* path,
                                   toUtf8(programName(commandLine, start)), path, workingDirectory,
                                   /*searchWorkingDirectoryFirst=*/true));
     } catch (const std::exception&) {
-        // Not found: Windows is left to search by its own rules.
+        // Not found: Windows searches by its own rules.
         return {};
     }
 }

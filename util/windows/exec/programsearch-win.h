@@ -1,22 +1,23 @@
 #pragma once
 
-// Which file a command line means. Text in, text out: only the test of a file asks the system, and
-// the search where it is told neither a path nor a directory. Any thread may call these.
+// Finds the file that a command line means. Text in, text out: the system is queried only by the
+// test of a file, and by the search if it gets no path or no directory. Any thread may call these
+// functions.
 
 #include <functional>
 #include <string>
 
 namespace System {
 
-/// Tells whether a file is a program.
+/// Tests whether a file is a program.
 class IsFileExecutable {
 public:
-    /// `*exists`, unless null, tells whether there is such a file at all.
+    /// Sets `*exists`, unless `exists` is null, to whether there is such a file at all.
     virtual bool operator()(const std::string& path, bool* exists) const = 0;
     virtual ~IsFileExecutable();
 };
 
-/// True for every file, whatever its kind and its rights, and for links to directories, but not for
+/// True for every file, of any kind and with any rights, and for links to directories, but not for
 /// directories.
 class IsFileExecutableByMe : public IsFileExecutable {
 public:
@@ -25,40 +26,47 @@ public:
 
 }  // namespace System
 
-/// The first file, with backslashes, that passes `test`: in the directories of `path` (parted by
-/// `;`), with the working directory in front of them if `searchWorkingDirectoryFirst` is set.
-/// Relative directories are seen from the working directory, which is absolute; null or empty, it
-/// is the process's; one with a `;` in it is split like the path. A null `path` is the process's
-/// PATH. A name with a slash of either kind, or an absolute one, is seen from the working directory
-/// alone.
+/// Returns the first file, with backslashes, that passes `test`. Searches the directories of `path`
+/// (separated by `;`), and before them the working directory if `searchWorkingDirectoryFirst` is
+/// set. Relative directories are relative to the working directory. A null `path` means the
+/// process's PATH.
 ///
-/// A name without a dot in its last component is looked for with .com, .exe, .bat and .cmd behind
-/// it, and not as it is; any other as it is alone.
+/// `workingDirectory` is absolute; null or empty means the process's current directory. If it is
+/// searched first and contains `;`, it is split like the path.
+///
+/// A name that is absolute or contains a slash of either kind isn't searched in the path: it is
+/// relative to the working directory.
+///
+/// A name without a dot in its last component is tried only with suffixes, any other name only
+/// unchanged:
+///     tool    ->  tool.com, tool.exe, tool.bat, tool.cmd
+///     tool.x  ->  tool.x
 ///
 /// Throws std::runtime_error: "PATH variable not set!", "FILE: Permission denied" for the first
-/// file that is there and fails the test, or "NAME: Command not found".
+/// file that exists and fails the test, or "NAME: Command not found".
 std::string findProgram(const System::IsFileExecutable& test, const std::string& name,
                         const char* path, const char* workingDirectory,
                         bool searchWorkingDirectoryFirst);
 
-/// The file of the program that a command line begins with, by `findProgram`, the working directory
-/// being searched first. Empty if it can't be found. A line of blanks comes back as it is.
+/// Returns the file of the program that a command line begins with, found by `findProgram` with the
+/// working directory searched first. Empty if it can't be found. A line of only blanks is returned
+/// unchanged.
 std::wstring locateProgram(const std::wstring& commandLine, const char* path,
                            const char* workingDirectory);
 
-/// What stands behind the first word of a line, which ends at the first white space outside double
-/// quotes: one that a line begins with makes it empty.
+/// Returns what follows the first word of a line. The word ends at the first white space outside
+/// double quotes, so it is empty if the line begins with white space.
 std::wstring behindFirstWord(const std::wstring& line);
 
-/// What CreateProcess is told to start.
+/// The program and the line for CreateProcess.
 struct ProgramAndLine {
     std::wstring program;  ///< the application name; empty for none
     std::wstring line;
 };
-/// `program`, or else what `locateProgram` finds, without double quotes, and the line as it is.
-/// Where `locateProgram` finds something, `onLocated` may change both before the quotes go. Without
-/// a program then, the line loses the double quotes of its first word, for Windows to search for
-/// the program by its own rules.
+/// Returns `program`, or else what `locateProgram` finds, without double quotes, and the line
+/// unchanged. If `locateProgram` finds something, `onLocated` may change both before the quotes are
+/// removed. If there is no program then, the first word of the line loses its double quotes, and
+/// Windows searches for the program by its own rules.
 ProgramAndLine chooseProgram(const std::string& program, const std::wstring& commandLine,
                              const char* path, const char* workingDirectory,
                              const std::function<void(ProgramAndLine&)>& onLocated = {});

@@ -1,5 +1,5 @@
-// Which names a search tries, and what it says where it finds nothing. What a command line has the
-// search look for: exec-commandline-win_test.cpp.
+// Which names a search tries, and its errors if it finds nothing. What a command line makes the
+// search look for: commandline-win_test.cpp.
 
 #include "util/windows/exec/programsearch-win.h"
 
@@ -33,7 +33,7 @@ using testing_support::TempFolder;
 
 using Names = std::vector<std::string>;
 
-/// Knows some programs and some files that are none, and keeps the names it is asked for.
+/// Knows some programs and some other files, and records the names that it is asked for.
 class KnownFiles : public System::IsFileExecutable {
 public:
     explicit KnownFiles(std::set<std::string> programs = {}, std::set<std::string> others = {})
@@ -55,7 +55,7 @@ private:
     mutable Names mAsked;
 };
 
-/// A test that notes its end.
+/// Records its own destruction.
 class EndingFiles : public KnownFiles {
 public:
     explicit EndingFiles(bool& hasEnded) : mHasEnded(hasEnded) {}
@@ -67,11 +67,11 @@ private:
 
 /// What a pointer to a virtual operation consists of.
 struct OperationPointer {
-    size_t tableOffset;  ///< plus 1, which tells it from a function's address
+    size_t tableOffset;  ///< plus 1, which distinguishes it from a function's address
     ptrdiff_t adjustment;
 };
 
-// A test that is made in another module is known by the places of its operations.
+// A test made in another module is called by the positions of its virtual operations.
 TEST(IsFileExecutableTest, TheTestStandsInFrontOfTheDestructor) {
     EXPECT_EQ(std::bit_cast<OperationPointer>(&System::IsFileExecutable::operator()).tableOffset,
               1U);
@@ -83,7 +83,7 @@ TEST(IsFileExecutableTest, TheTestStandsInFrontOfTheDestructor) {
     EXPECT_TRUE(hasEnded);
 }
 
-/// What a search throws; empty if it finds something.
+/// The message that a search throws; empty if it finds something.
 std::string failureOf(const KnownFiles& files, const std::string& name, const char* path,
                       const char* directory, bool directoryFirst) {
     try {
@@ -94,7 +94,7 @@ std::string failureOf(const KnownFiles& files, const std::string& name, const ch
     return {};
 }
 
-/// The names that a search tries that finds nothing.
+/// The names tried by a search that finds nothing.
 Names namesTried(const std::string& name, const char* path, const char* directory,
                  bool directoryFirst) {
     const KnownFiles none;
@@ -154,7 +154,7 @@ TEST(FindProgramTest, ADotInAnotherComponentDoesNotCount) {
     }
 }
 
-TEST(FindProgramTest, ANameThatIsAbsoluteOrHoldsASlashIsSeenFromTheWorkingDirectoryAlone) {
+TEST(FindProgramTest, AnAbsoluteNameOrOneWithASlashIsNotSearchedInThePath) {
     struct Row {
         const char* name;
         const char* stem;

@@ -1,4 +1,4 @@
-// What runCommand brings back of a child that has ended.
+// What runCommand returns about a child that has ended: its exit code and its output.
 
 #include "util/stringformat.h"
 #include "util/windows/errortext-win.h"
@@ -41,7 +41,7 @@ Exec::Run::Result Exec::Run::collectOutput(std::string* outputText, std::string*
     return {};
 }
 
-/// Reads a captured stream, if it was captured.
+/// Reads a stream, if it was captured.
 Exec::Run::Result Exec::Run::readCapture(HANDLE file, const char* streamName, std::string* text,
                                          const char* failure) {
     if (file != INVALID_HANDLE_VALUE &&
@@ -53,7 +53,7 @@ Exec::Run::Result Exec::Run::readCapture(HANDLE file, const char* streamName, st
     return {};
 }
 
-/// Takes the signal or the exit code out of what the runtime's version makes of them.
+/// Extracts the signal or the exit code, which each version of the runtime encodes in its own way.
 void Exec::Run::adjustForCygwin() {
     constexpr uint16_t release15 = 1005;
     const MutexLock lock(mExec.mHandleLock);

@@ -1,4 +1,4 @@
-// What comes back of a command that has ended: its exit code, and the text of its streams.
+// What a command that has ended returns: its exit code, and the text of its streams.
 
 #include <atomic>
 #include <filesystem>
@@ -41,7 +41,7 @@ using Texts = std::vector<std::string>;
 
 class ExecResultTest : public CommandTest {
 protected:
-    /// What the log has behind the line of the wait.
+    /// The log after the line of the wait.
     std::string logOfTheEnd() {
         const std::string log = mExec->log();
         return log.substr(log.find('\n') + 1);
@@ -105,7 +105,7 @@ TEST_F(ExecResultTest, AnExitCodeThatCannotBeHadIsAFailure) {
 
 int gReads = 0;
 int gFailingRead = 0;
-DWORD gMissing = 0;  ///< bytes that the failing one lacks, if it isn't to fail outright
+DWORD gMissing = 0;  ///< bytes missing from that read; 0: it fails outright
 decltype(&ReadFile) gReadFile = nullptr;
 
 BOOL WINAPI readFile(HANDLE file, LPVOID buffer, DWORD size, LPDWORD count, LPOVERLAPPED overlap) {
@@ -129,7 +129,7 @@ TEST_F(ExecResultTest, ACaptureThatCannotBeReadIsAFailure) {
         int failing;
         DWORD missing;
         DWORD number;
-        const char* output;  ///< what was read is kept
+        const char* output;  ///< with what was read
         const char* error;
     };
     for (const Row& row :
@@ -215,7 +215,7 @@ TEST_F(ExecResultTest, ACaptureThatSomebodyElseKeepsOpenStaysInItsFolder) {
     HANDLE kept = nullptr;
     {
         const RecordedStarts starts;
-        // In place of a process that got the command's standard output and outlives it.
+        // Acts as a process that inherited the command's standard output and outlives it.
         const BeforeResume resumed([&](HANDLE) {
             const RecordedStarts::Call& call = starts.last();
             DuplicateHandle(call.process.hProcess, call.startup.hStdOutput, GetCurrentProcess(),
@@ -242,7 +242,7 @@ BOOL WINAPI flushReally(HANDLE file) {
     return gFlushFileBuffers(file);
 }
 
-/// Threads leave handles behind, so this is no CommandTest.
+/// Threads leave handles open, so this isn't a CommandTest.
 TEST(ExecPipeTest, TheRunWaitsUntilAPipeOfTheCallerHasBeenRead) {
     HANDLE readEnd = nullptr;
     HANDLE writeEnd = nullptr;
@@ -259,8 +259,8 @@ TEST(ExecPipeTest, TheRunWaitsUntilAPipeOfTheCallerHasBeenRead) {
     char text = '\0';
     BoundedThread reader([&] {
         EXPECT_TRUE(eventually([&] { return gIsFlushing || isOver; }));
-        // A run that doesn't wait would have to take longer than this to go unseen; one that waits
-        // is never seen to end before.
+        // A run that doesn't wait would go unnoticed only if it took longer than this. A run that
+        // waits never ends before.
         Sleep(50);
         isRead = true;
         DWORD count = 0;
@@ -347,7 +347,7 @@ const CygwinRow CYGWIN_ROWS[] = {
     {1006, 0, 0x0900, 0x0900, 9},
     {1007, 13, 0x0900, 0x0900, 9},
     {2011, 1, 0x0900, 0x0900, 9},
-    // The others, nothing.
+    // For the other versions, nothing is extracted.
     {1005, 0, 0x0900, 0x0900, KEPT},
     {1005, 12, 0x0900, 0x0900, KEPT},
     {1005, 14, 0x0900, 0x0900, KEPT},

@@ -13,7 +13,7 @@
 #include "util/windows/exec/programsearch-win.h"
 #include "util/windows/exec/streams-win.h"
 
-/// One call of runCommand. What it holds is given back when it ends, on every path.
+/// One call of runCommand. The destructor releases what it holds, on every path.
 class Exec::Run {
 public:
     Run(Exec& exec, RunInfo& runInfo, const std::string& workingDirectory, const char* environment,
@@ -32,7 +32,7 @@ public:
 private:
     static constexpr int32_t notFoundCode = 255;
     static constexpr int32_t failureCode = 1;
-    using Result = std::optional<int32_t>;  ///< of a step: a value ends the run with it
+    using Result = std::optional<int32_t>;  ///< of a step: a value ends the run and is its result
 
     void begin(std::string* outputText, std::string* errorText, bool* aborted);
     Result prepareJob();
@@ -63,11 +63,12 @@ private:
     std::wstring mWideDirectory;
     std::vector<wchar_t> mBlock;
     boost::shared_ptr<AccessToken> mRunAsToken;  ///< null: the command has this process's rights
-    /// Outlives the streams where no child is started, so that none of another thread gets them.
+    /// If no child is started, it outlives the streams, so that no child of another thread inherits
+    /// them.
     std::unique_ptr<ChildEnvironmentScope> mScope;
     ChildStreams mStreams;
     bool mIsSuspended = false;
-    bool mHasPid = false;  ///< the object names this run's child
+    bool mHasPid = false;  ///< the object's `mPid` is this run's child
     bool mIsStalled = false;
     uint32_t mExitCode = 0;
 };

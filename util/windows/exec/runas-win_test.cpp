@@ -92,12 +92,12 @@ TEST_F(ExecRunAsTest, AnAlternateIsStartedWithTheRightsOfTheProcess) {
     ASSERT_EQ(starts.calls().size(), 2U);
     EXPECT_EQ(starts.calls()[0].token, token());
     EXPECT_EQ(starts.calls()[1].token, nullptr);
-    // And the next command has the token again.
+    // The next command has the token again.
     EXPECT_EQ(mExec->run(execChild()).code, 0);
     EXPECT_EQ(starts.last().token, token());
 }
 
-TEST_F(ExecRunAsTest, AnAlternateForStreamsThatCannotBeSetUpHasTheRightsOfTheProcessToo) {
+TEST_F(ExecRunAsTest, AnAlternateForFailedStreamsHasTheRightsOfTheProcessToo) {
     Exec::RunInfo info;
     info.mDirectArgv = {execChild("say wrong")};
     info.mAlternateArgv = {execChild("say x")};

@@ -1,4 +1,4 @@
-// Runs of Cygwin commands that Windows can't start. Links: exec/cygwinlink-win_test.cpp.
+// Runs of Cygwin commands that Windows can't start. Links: cygwinlink-win_test.cpp.
 
 #include <optional>
 #include <string>
@@ -60,7 +60,7 @@ protected:
     }
 
     PosixWorld mWorld{mFolder};
-    /// Where the commands run: names below it would become relative.
+    /// The directory of the commands: names below it would become relative.
     std::string mDirectory = mFolder.utf8("work");
     std::string mShell = mWorld.program("/bin/sh.exe");
 };
@@ -165,7 +165,7 @@ TEST_F(ExecScriptTest, ACommandThatIsNoScriptEitherIsNotFound) {
     EXPECT_EQ(result.error, "'/tools/bin/none a': Command not found\n");
     EXPECT_EQ(mExec->errors(), Texts());
     EXPECT_EQ(mExec->log(), "\twd: " + mDirectory);
-    // The other is of cygpath.
+    // The other start is of cygpath.
     EXPECT_EQ(starts.calls().size(), 2U);
     EXPECT_EQ(run("/tools/bin/none a").code, 255);
     EXPECT_EQ(starts.calls().size(), 3U);

@@ -5,21 +5,21 @@
 #include <optional>
 #include <string>
 
-// How a command that Windows can't start becomes the line of an interpreter. Text in, text out; any
-// thread may call these.
+// Turns a command that Windows can't start into the line of an interpreter. Text in, text out; any
+// thread may call these functions.
 
-/// The name that a command line begins with, and what stands behind it.
+/// The name that a command line begins with, and what follows it.
 struct NameAndRest {
     std::string name;
     std::string rest;
 };
-/// A name in double quotes comes without them, but its closing quote is the first character of the
-/// rest. Any other ends before the first space, and the rest begins with that. A quote without a
-/// partner is part of the name.
+/// Splits a command line. A name in double quotes is returned without them, but its closing quote
+/// is the first character of the rest. Any other name ends before the first space, and the rest
+/// begins with that space. A quote without a partner is part of the name.
 NameAndRest splitCommandLine(const std::string& line);
 
-/// Whether a file (with slashes) is a program for Windows: its extension, in any case of letters,
-/// is "exe", "com", "bat" or "cmd".
+/// Returns whether a file (with slashes) is a program for Windows: its extension, in any case of
+/// letters, is "exe", "com", "bat" or "cmd".
 bool hasProgramExtension(const std::string& path);
 
 /// The program that runs a script, and its arguments with the space before them.
@@ -28,15 +28,16 @@ struct Interpreter {
     std::string arguments;
 };
 
-/// The first bytes of a file, with NUL behind the end of a shorter one.
+/// The first bytes of a file; after the end of a shorter file, NULs.
 using ScriptHead = std::array<char, 256>;
 
-/// What the first line of a script names behind "#!", up to the first space and from there on: the
-/// program is empty where a space or nothing stands there. "/bin/sh" for a file that begins
-/// otherwise, and nothing for a program of Windows. A line ends at its first carriage return, line
-/// feed or NUL, and with the last byte but one.
+/// Returns the interpreter that the first line of a script names after "#!". The program ends
+/// before the first space, and the arguments begin with that space; the program is empty if a space
+/// or nothing follows "#!". A file without "#!" has "/bin/sh", and a program for Windows
+/// has no interpreter. The line ends at the first carriage return, line feed or NUL, or at the
+/// latest after the last byte but one.
 std::optional<Interpreter> interpreterOf(const ScriptHead& head);
 
-/// The line that runs a script: the rest follows its name at once.
+/// Returns the line that runs a script. `rest` follows the name of the script without a space.
 std::string scriptLine(const Interpreter& interpreter, const std::string& script,
                        const std::string& rest);

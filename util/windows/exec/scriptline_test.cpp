@@ -63,7 +63,7 @@ TEST(ProgramExtensionTest, FourExtensionsInAnyCaseAreProgramsOfWindows) {
     }
 }
 
-/// The head of a file that holds `content`.
+/// The head of a file that contains `content`.
 ScriptHead headOf(std::string_view content) {
     ScriptHead head{};
     std::copy_n(content.begin(), std::min(content.size(), head.size()), head.begin());

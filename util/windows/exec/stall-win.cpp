@@ -11,13 +11,13 @@
 
 namespace {
 
-// The environment variable "NBBRK", read once for the life of the process.
+// The environment variable "NBBRK", read once per process.
 char gStallCommand[260];
 int32_t gStallCommandLength = -1;
 std::once_flag gStallCommandRead;
 
-/// The command that breaks a stalled one; empty for none. A value that doesn't fit isn't provided
-/// for.
+/// Returns the command that breaks a stalled one; null for none. A value that doesn't fit isn't
+/// supported.
 const char* stallCommand() {
     std::call_once(gStallCommandRead, [] {
         gStallCommandLength = static_cast<int32_t>(
@@ -29,13 +29,13 @@ const char* stallCommand() {
 
 }  // namespace
 
-/// What the system tells of a job's processes, as far as there is room.
+/// What the system reports about a job's processes, up to the capacity of `ids`.
 struct Exec::JobProcesses {
     DWORD assigned;
     DWORD listed;
     std::array<ULONG_PTR, 49> ids;
 
-    /// A blank and the id, for each that is listed.
+    /// A space and the id, for each listed process.
     std::string text() const {
         std::string result;
         std::for_each(
@@ -58,7 +58,8 @@ void Exec::selectStallRule(const std::string& command) {
             return;
         }
     }
-    // Compatibility: without a match the rule of the last one stays, and with it the job mode.
+    // Compatibility: without a match the pattern of the last rule that matched stays, and with it
+    // the job mode.
 }
 
 bool Exec::isWatched() const {
@@ -66,10 +67,10 @@ bool Exec::isWatched() const {
            (mCurrentRule->mFlags & (watchTime | watchIo)) != 0;
 }
 
-/// The log tells of a command in the second half of its time only.
+/// The log covers only the second half of a command's time.
 bool Exec::isPastHalfTime() const { return mStallCountdown < mCurrentRule->mTimeout / 2; }
 
-/// One look at the job. It holds the lock, also while it runs a command to break this one.
+/// One check of the job. Holds the lock, even while it runs a command to break this one.
 void Exec::superviseJob(Wait& wait) {
     const MutexLock lock(mHandleLock);
     if (!isWatched()) {
@@ -94,8 +95,8 @@ void Exec::superviseJob(Wait& wait) {
     if (sawProgress(now)) {
         return;
     }
-    // After a stall that is only reported it falls on, for weeks maybe: it stops at the least
-    // value.
+    // After a stall that is only reported, the countdown goes on, maybe for weeks: it stops at the
+    // smallest value.
     mStallCountdown =
         std::max(mStallCountdown, std::numeric_limits<int32_t>::min() + wakeInterval) -
         wakeInterval;
@@ -130,8 +131,8 @@ Exec::JobProcesses Exec::listJob(std::string* failureText) {
     return processes;
 }
 
-/// Whether a number that the rule watches has changed; then all numbers are the ones to compare
-/// with, and the time begins anew.
+/// Returns whether a number that the rule watches has changed. If so, stores all numbers for the
+/// next comparison and restarts the time.
 bool Exec::sawProgress(const JOBOBJECT_BASIC_AND_IO_ACCOUNTING_INFORMATION& now) {
     const int64_t userTime = now.BasicInfo.TotalUserTime.QuadPart;
     const int64_t kernelTime = now.BasicInfo.TotalKernelTime.QuadPart;
@@ -152,7 +153,7 @@ bool Exec::sawProgress(const JOBOBJECT_BASIC_AND_IO_ACCOUNTING_INFORMATION& now)
     return true;
 }
 
-/// Once in each wait.
+/// Reports a stall, once in each wait.
 void Exec::reportStall(Wait& wait, const JobProcesses& processes) {
     if (wait.reported) {
         return;
@@ -185,6 +186,6 @@ void Exec::breakCommand(const Wait& wait) {
         nested.runCommand(runInfo, wait.workingDirectory, wait.environment, wait.passThrough,
                           &outputText, &errorText, &aborted);
     } catch (const std::exception&) {
-        // Dropped like a failure code of it: what it was to break is ended by force.
+        // Ignored, like its failure code: the command that it was to break is ended by force.
     }
 }

@@ -1,4 +1,4 @@
-// Commands that stall, or don't: real ones, by their real work.
+// Real commands that stall, or don't, because of the work that they do.
 
 #include <string>
 #include <vector>
@@ -26,7 +26,7 @@ constexpr auto BREAK_CODE = static_cast<int32_t>(0xC000013A);
 
 class StallTest : public testing_support::ExecWaitTest {
 protected:
-    /// Does the work four times, and lets a round go by after each.
+    /// Does the work four times, with a round after each.
     CommandResult runWorkInFourRounds(const std::string& work) {
         std::string actions;
         for (const char* stop : {"s1", "s2", "s3", "s4"}) {
@@ -104,7 +104,7 @@ TEST_F(StallTest, ACommandThatDoesNothingIsBroken) {
     EXPECT_FALSE(exec.mAborted);
 }
 
-TEST_F(StallTest, ACommandThatIgnoresTheBreakIsEndedAtTheThirdWakeAfterTheStall) {
+TEST_F(StallTest, ACommandThatIgnoresTheBreakIsEndedThreeWakesAfterTheStall) {
     const std::string command = waitedChild("ignore-break make " + file("ready") + " sleep 60000");
     exec.setStallRules(everyCommand(500, TIME));
     accounting.setFixed({});
@@ -237,7 +237,7 @@ TEST_F(StallTest, AnAbortBehindAStallLeavesItAStall) {
     EXPECT_EQ(result.code, 1);
     EXPECT_FALSE(result.aborted);
     EXPECT_EQ(result.error, stallText(command));
-    // Its grace isn't given anew.
+    // The grace period doesn't start again.
     EXPECT_EQ(wakes.timeouts(), 4U);
 }
 

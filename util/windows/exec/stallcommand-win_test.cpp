@@ -26,8 +26,8 @@ using testing_support::QuickWakes;
 using testing_support::stallText;
 using testing_support::waitedChild;
 
-/// Ends the process as the checks came out. Their words go to standard error, where the parent
-/// reads them.
+/// Ends the process with the result of the checks. Writes their messages to standard error, where
+/// the parent reads them.
 [[noreturn]] void end(const std::function<void()>& checks) {
     checks();
     const testing::TestResult& result =
@@ -43,13 +43,13 @@ protected:
     void inAFreshProcess(const std::function<void()>& checks) {
         accounting.setFixed({});
         exec.setStallRules(everyCommand(500, Exec::watchTime));
-        // A command that is to end by itself has all the time for it.
+        // A command that should end by itself gets all the time for it.
         wakes.onTimeout([this](size_t) -> DWORD {
             return exec.mStallCountdown > 0 ? DWORD{WAIT_TIMEOUT} : QuickWakes::AWAIT_END;
         });
         EXPECT_EXIT(end(checks), testing::ExitedWithCode(0), "");
     }
-    /// A command that stalls, and ends by itself once the file "broken" is there.
+    /// A command that stalls, and ends by itself once the file "broken" exists.
     std::string stalling() const { return waitedChild("await " + file("broken") + " exit 9"); }
     std::string breaking() const { return waitedChild("make " + file("broken")); }
     bool hasEndedByItself() const { return exec.mLog.str().ends_with("\n\texit code 9\n"); }
@@ -155,7 +155,7 @@ TEST_F(StallCommandDeathTest, ADirectoryThatHasGoneIsDropped) {
 
 TEST_F(StallCommandDeathTest, TheLockIsHeldWhileItRuns) {
     inAFreshProcess([this] {
-        // With whole paths the value could be too long.
+        // With full paths the value could be too long.
         const EnvironmentScope variable("NBBRK",
                                         waitedChild("make running await looked make broken"));
         bool wasFree = true;

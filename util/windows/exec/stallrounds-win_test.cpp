@@ -1,4 +1,4 @@
-// What a round of the wait makes of a job's figures, without a process.
+// How a round of the wait evaluates the figures of a job, without a process.
 
 #include <algorithm>
 #include <initializer_list>
@@ -45,7 +45,7 @@ Figures figures(LONGLONG user, LONGLONG kernel, ULONGLONG reads, ULONGLONG write
     return result;
 }
 
-/// The list of a job with so many processes, of the ids 1, 2, 3 and so on.
+/// The list of a job with this many processes, with the ids 1, 2, 3 and so on.
 class LongList {
 public:
     explicit LongList(DWORD assigned)
@@ -200,7 +200,7 @@ TEST_F(StallRounds, ARuleThatOnlyReportsDoesSoOnceInAWait) {
     accounting.setFixed({});
     exec.run(/*count=*/8, [&](size_t round) {
         if (round == 5) {
-            accounting.setFixed(figures(1, 0, 0, 0, 0));  // progress, and a stall again
+            accounting.setFixed(figures(1, 0, 0, 0, 0));  // progress, then another stall
         }
     });
     EXPECT_EQ(exec.rounds, 8U);
@@ -299,7 +299,7 @@ TEST_F(StallRounds, AListThatCannotBeHadIsReportedEachRoundAndTheRoundGoesOn) {
     EXPECT_EQ(exec.errors(),
               (std::vector<std::string>{words + "Error 5\n", words + "Error 21\n",
                                         "Command stalled: \"command\" (pid(s)): aborting job"}));
-    // The second round is one of the second half, and has no list to tell.
+    // The second round is in the second half, and has no list to log.
     EXPECT_TRUE(exec.log().starts_with("\t  user time: 0 microsec\n")) << exec.log();
 }
 
@@ -362,7 +362,7 @@ TEST_F(StallRounds, WhatIsNotWatchedIsNotAskedFor) {
     EXPECT_EQ(accounting.queryCount(ACCOUNTING), 0U);
 }
 
-/// Notes whether the lock was free when a stall was reported.
+/// Records whether the lock was free when a stall was reported.
 class LockWatcher : public SimulatedWait {
 public:
     using SimulatedWait::SimulatedWait;

@@ -1,4 +1,4 @@
-// Which rule a command is watched by, and rules that are replaced.
+// Which rule watches a command, and the replacement of rules.
 
 #include <functional>
 #include <iterator>
@@ -22,7 +22,7 @@ constexpr uint32_t TIME = Exec::watchTime;
 constexpr JOBOBJECTINFOCLASS LIST = JobObjectBasicProcessIdList;
 constexpr JOBOBJECTINFOCLASS ACCOUNTING = JobObjectBasicAndIoAccountingInformation;
 
-/// The pattern of the rule that is in force, or "none".
+/// The pattern of the current rule, or "none".
 std::string currentPattern(const TestedExec& exec) {
     return exec.mCurrentRule != nullptr ? exec.mCurrentRule->mPattern : "none";
 }
@@ -122,7 +122,7 @@ TEST(StallRuleReplacement, WithoutThatPatternNoRuleIsInForceAndTheTimeIsThatOfTh
     exec.setStallRules({{"cl", 700, TIME}});
     exec.selectStallRule("cl");
     exec.mStallCountdown = 200;
-    // It is the texts of the patterns that count.
+    // The texts of the patterns are compared.
     exec.setStallRules({{"CL", 1500, TIME}, {".*", 1500, TIME}});
     EXPECT_EQ(currentPattern(exec), "none");
     EXPECT_EQ(exec.mStallCountdown, 700);
@@ -151,7 +151,7 @@ TEST(StallRuleReplacement, OutsideJobModeNoRuleIsInForce) {
 
 class StallRulesInARun : public testing_support::ExecWaitTest {
 protected:
-    /// A silent command, of which the action happens in its first round; ended after ten.
+    /// Runs a silent command. The action happens in its first round; the command ends after ten.
     CommandResult runSilently(const std::function<void()>& inFirstRound) {
         accounting.setFixed({});
         wakes.onTimeout([this, inFirstRound](size_t wake) -> DWORD {
@@ -194,7 +194,7 @@ TEST_F(StallRulesInARun, ACommandThatMatchesNoRuleRunsInTheJobAndIsNotWatched) {
     const size_t figures = accounting.queryCount(ACCOUNTING);
     EXPECT_EQ(runSilently([] {}).code, 9);
     EXPECT_EQ(accounting.queryCount(ACCOUNTING), figures);
-    // Those that it might have left were looked for.
+    // Leftovers of the command were looked for.
     EXPECT_GT(accounting.queryCount(LIST), lists);
 }
 

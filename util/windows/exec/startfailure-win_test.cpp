@@ -31,7 +31,8 @@ constexpr DWORD DENIED = ERROR_ACCESS_DENIED;
 
 class ExecStartFailureTest : public CommandTest {
 protected:
-    /// A command by that line whose start fails with an error that doesn't mean a missing program.
+    /// Runs a command with that line; the start fails with an error that doesn't mean a missing
+    /// program.
     CommandResult refuse(Exec::RunInfo& info, const std::string& directory = {},
                          const char* environment = nullptr, DWORD error = DENIED) {
         const RecordedStarts starts({error});
@@ -57,7 +58,7 @@ private:
     ReplacedCall<decltype(CreateFileA)> mConsole{"CreateFileA", &noConsole};
 };
 
-/// What is said of a start that failed.
+/// The report of a start that failed.
 struct Told {
     std::string command;
     std::string flags = "60c";
@@ -94,7 +95,7 @@ TEST_F(ExecStartFailureTest, TheStartIsToldOfWithAllThatMayHaveMadeItFail) {
     EXPECT_EQ(mExec->mPid, Exec::noPid);
 }
 
-TEST_F(ExecStartFailureTest, AnEnvironmentThatIsNotThereHasNoLengthAndAnEmptyOneThatOfItsEnd) {
+TEST_F(ExecStartFailureTest, ANullEnvironmentHasLength0AndAnEmptyOneHasLength1) {
     const std::string line = execChild();
     Told told{.command = line, .lineLength = line.size()};
     EXPECT_EQ(refuse(line).error, told.words());
@@ -240,7 +241,7 @@ TEST_F(ExecStartFailureTest, AFileThatIsNoProgramIsNotFound) {
     const CommandResult result = mExec->run("x a", mFolder.utf8());
     EXPECT_EQ(result.code, 255);
     EXPECT_EQ(result.error, "'x a': Command not found\n");
-    // It was found, and Windows wouldn't have it.
+    // It was found, but Windows refused it.
     EXPECT_EQ(starts.last().program, (mFolder.path() / "x.exe").wstring());
     EXPECT_EQ(starts.calls().size(), 1U);
 }

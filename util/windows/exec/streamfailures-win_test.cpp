@@ -1,4 +1,4 @@
-// Streams of a command that can't be set up: what is said, where, and what is left.
+// Streams of a command that can't be set up: what is reported, where, and what is left.
 
 #include <string>
 #include <vector>
@@ -32,8 +32,8 @@ using Texts = std::vector<std::string>;
 
 class ExecStreamFailuresTest : public CommandTest {
 protected:
-    /// Runs a command whose streams can't be set up, for this reason. What comes before its text
-    /// is the same for all.
+    /// Runs a command whose streams can't be set up for this reason. The text before the reason is
+    /// always the same.
     void expectFailure(Exec::RunInfo& info, const std::string& words, DWORD error) {
         const RecordedStarts starts;
         mExec.emplace();
@@ -130,7 +130,7 @@ TEST_F(ExecStreamFailuresTest, ANamedFileThatIsAFolder) {
     expectFailure(info, "open file for standard output", ERROR_ACCESS_DENIED);
     info.mStdoutFile = mFolder.utf8("out");
     expectFailure(info, "open file for standard error", ERROR_ACCESS_DENIED);
-    // It was made before.
+    // It was made earlier.
     EXPECT_TRUE(exists(mFolder.path() / "out"));
 }
 
@@ -231,7 +231,7 @@ TEST_F(ExecStreamFailuresTest, NewStreamsAreNoneAndClosedOnesAgain) {
     streams.close();
     expectNone();
     EXPECT_EQ(captures().size(), 0U);
-    // A second time.
+    // The object can be set up again.
     EXPECT_TRUE(setUpStreams(streams, Exec::RunInfo(), message));
 }
 

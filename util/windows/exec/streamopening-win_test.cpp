@@ -48,7 +48,7 @@ struct Opening {
 };
 
 std::vector<Opening> gOpenings;
-/// The error of the opening by this number, counted from 1; 0 lets it be.
+/// The error of the opening with this number, counted from 1; 0 lets it succeed.
 std::function<DWORD(size_t)> gErrorOf;
 decltype(&CreateFileW) gCreateFile = nullptr;
 
@@ -86,7 +86,7 @@ protected:
         gOnSleep = nullptr;
     }
 
-    /// A command with all three streams named.
+    /// A command whose three streams are all named files.
     Exec::RunInfo namedInfo(const std::string& actions = {}) const {
         Exec::RunInfo info = childInfo(actions);
         info.mStdinFile = mFolder.write("in", "input");
@@ -171,8 +171,8 @@ TEST_F(ExecStreamOpeningTest, AFileThatIsHeldIsOpenedOnceItIsLetGo) {
 struct Wait {
     const char* stream;
     bool isNamed;
-    size_t opening;   ///< the first one of that stream's file
-    size_t openings;  ///< those that come before it, and it 600 times
+    size_t opening;   ///< the first opening of that stream's file
+    size_t openings;  ///< the earlier ones, and this one 600 times
 };
 const Wait WAITS[] = {
     {"input", true, 1, 600},   {"output", true, 2, 601}, {"error", true, 3, 602},
@@ -273,8 +273,8 @@ protected:
     static auto closings(HANDLE handle) {
         return std::count(gClosed.begin(), gClosed.end(), handle);
     }
-    /// The process's own handle, which is no real one, is closed with each copy, without effect.
-    /// Handles get the numbers of closed ones: what counts are the closings once the child is made.
+    /// Each copy closes the process's pseudo handle, without effect. Handle numbers are reused, so
+    /// only the closings after the child is made count.
     static void forgetClosings(HANDLE /*thread*/) {
         EXPECT_EQ(closings(GetCurrentProcess()),
                   gDuplications.empty() || gRefusesDuplicate ? 0 : 1);

@@ -13,7 +13,7 @@ const HANDLE noHandle = INVALID_HANDLE_VALUE;
 constexpr DWORD readWrite = GENERIC_READ | GENERIC_WRITE;
 constexpr DWORD shareReadWrite = FILE_SHARE_READ | FILE_SHARE_WRITE;
 
-/// The name of a window station or desktop. False on failure.
+/// Appends the name of a window station or desktop to `name`. Returns false on failure.
 bool objectName(HANDLE object, std::wstring& name) {
     std::array<wchar_t, 1024> buffer{};
     if (!GetUserObjectInformationW(object, UOI_NAME, buffer.data(), sizeof buffer,
@@ -38,7 +38,7 @@ bool isOwnInput(HANDLE handle) {
 bool isOwnOutput(HANDLE handle) { return handle != noHandle && !isCallersOutput(handle); }
 
 void closeProcessHandle(HANDLE handle) noexcept {
-    // A start that failed may have left null.
+    // A failed start may have left null.
     if (handle != noHandle && handle != nullptr) {
         CloseHandle(handle);
     }
@@ -51,8 +51,8 @@ struct FileOpening {
     DWORD flags;
 };
 
-/// Opens a file for the child. One that another process holds, such as the step of a build before
-/// this one, is waited for.
+/// Opens a file for the child. Waits for a file that another process holds, such as the previous
+/// step of a build.
 HANDLE openInheritable(ChildStreams& streams, const std::string& path, const FileOpening& how) {
     constexpr int attempts = 600;
     constexpr DWORD pause = 100;
@@ -132,8 +132,8 @@ HANDLE openByMode(ChildStreams& streams, StreamMode mode, bool capture, const st
     }
 }
 
-/// Gives standard error a handle of its own where both streams have one, so that each can be closed
-/// alone.
+/// If both streams have the same handle, gives standard error its own, so that each can be closed
+/// separately.
 void separateError(STARTUPINFOW& startup, std::string& message) {
     if (startup.hStdOutput != startup.hStdError) {
         return;
@@ -146,7 +146,7 @@ void separateError(STARTUPINFOW& startup, std::string& message) {
         return;
     }
     startup.hStdError = copy;
-    // Without effect: GetCurrentProcess gives a pseudo handle.
+    // No effect: GetCurrentProcess returns a pseudo handle.
     CloseHandle(self);
 }
 

@@ -8,22 +8,23 @@
 
 #include "util/windows/exec-win.h"
 
-/// The records that start a child, with its standard handles and the files that capture what it
-/// writes. Closes all of them and removes those files when it ends; the child is not touched.
+/// The records that start a child, with its standard handles and the files that capture its output.
+/// The destructor closes the handles, except the caller's own streams, and removes the files; it
+/// doesn't touch the child.
 struct ChildStreams {
     ChildStreams();
     ~ChildStreams();
     ChildStreams(const ChildStreams&) = delete;
     ChildStreams& operator=(const ChildStreams&) = delete;
 
-    /// Names the window station and the desktop of the calling thread for the child. Empty, or the
-    /// failure, and then the child gets the default desktop.
+    /// Sets the child's desktop to the process's window station and the desktop of the calling
+    /// thread. Returns an empty text, or the failure; the child then gets the default desktop.
     std::string findDesktop();
-    /// Closes the streams, save those that are the caller's own, and removes the files. The object
-    /// can be set up again.
+    /// Closes the streams, except those that are the caller's own, and removes the files. The
+    /// object can be set up again.
     void close() noexcept;
-    /// Keeps what other children are started from now on from getting the streams as well, which
-    /// would hold the files open. Those that are the caller's own stay as they are.
+    /// Keeps children that are started from now on from inheriting the streams as well, which would
+    /// hold the files open. The caller's own streams stay unchanged.
     void endInheritance() noexcept;
 
     STARTUPINFOW mStartup;
@@ -36,19 +37,21 @@ struct ChildStreams {
     SECURITY_ATTRIBUTES mInherit;
 };
 
-/// Opens the three streams that `runInfo` asks for. False, with the failure in `message`, if one
-/// can't be opened; those opened by then are closed with `streams`. A file that another process
-/// keeps for itself is tried for up to a minute.
+/// Opens the three streams that `runInfo` asks for. Returns false, with the failure in `message`,
+/// if one can't be opened; those already open are closed with `streams`. If another process holds a
+/// file exclusively, the open is retried for up to a minute.
 ///
-/// True, and all the same a text in `message`, where the handle that both output streams share
-/// can't be duplicated: the command then starts with one handle for the two.
+/// If both output streams share a handle that can't be duplicated, the function returns true, but
+/// with the failure in `message`; the command then starts with one handle for both.
 bool setUpStreams(ChildStreams& streams, const Exec::RunInfo& runInfo, std::string& message);
 
-/// Appends to `text` what a file holds from its start. Of one with over `maxBytes` bytes only the
-/// first `keepBytes`, with a report in front that names `command` and `streamName`, and a line end
-/// behind. False, with the failure in GetLastError (ERROR_HANDLE_EOF for a short read), if not
-/// exactly so many bytes can be read: `text` then has what was read, and no line end. Files of 2 GB
-/// and more are not handled: their size counts as what its lower 32 bits are as a signed number,
-/// and a negative one fails (ERROR_FILE_TOO_LARGE).
+/// Appends the content of a file, from its start, to `text`. If the file has more than `maxBytes`
+/// bytes, appends only the first `keepBytes`, with a report before them that names `command` and
+/// `streamName`, and a line end after them.
+///
+/// Returns false, with the failure in GetLastError (ERROR_HANDLE_EOF for a short read), if exactly
+/// this many bytes can't be read: `text` then has what was read, and no line end. Files of 2 GB and
+/// more aren't supported: the size is taken from its lower 32 bits as a signed number, and a
+/// negative size fails (ERROR_FILE_TOO_LARGE).
 bool readCapturedOutput(HANDLE file, int maxBytes, unsigned keepBytes, const char* command,
                         const char* streamName, std::string& text);

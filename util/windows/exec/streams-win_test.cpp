@@ -34,7 +34,7 @@ protected:
     std::string content(const char* name) const { return fileContent(mFolder.path() / name); }
 };
 
-/// Where text of a command can end up.
+/// The places where text of a command can end up.
 struct Places {
     std::string output;  ///< captured
     std::string error;
@@ -52,7 +52,8 @@ void PrintTo(const Places& places, std::ostream* out) {
          << "'}";
 }
 
-/// What has to become of a stream in this mode; `file` is the one that it names.
+/// Puts the text where a stream in this mode has to write it; `file` is the file that the stream
+/// names.
 void put(Places& places, StreamMode mode, bool capture, std::string& file, const char* text) {
     switch (mode) {
         case 0:
@@ -76,7 +77,7 @@ TEST_F(ExecStreamsTest, EachModeOfEachStreamHasItsPlace) {
         const bool capture = (row & 16) != 0;
         const bool merge = (row & 32) != 0;
         if (merge && outputMode != streamError && errorMode != streamError) {
-            continue;  // where merging makes no difference
+            continue;  // merging makes no difference
         }
         Places expected;
         put(expected, merge && outputMode == 1 ? 0 : outputMode, capture, expected.outputFile, "x");

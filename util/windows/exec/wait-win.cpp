@@ -44,7 +44,7 @@ public:
     ProcessList(const ProcessList&) = delete;
     ProcessList& operator=(const ProcessList&) = delete;
 
-    /// False on failure, which is in GetLastError, and then the list is empty.
+    /// Returns false on failure, with the error in GetLastError; the list is then empty.
     bool query(const ScopedHandle& job);
     std::span<const ULONG_PTR> ids() const { return mIds; }
 
@@ -68,7 +68,7 @@ bool ProcessList::query(const ScopedHandle& job) {
         }
         mSize *= 2;
         pids = std::malloc(mSize);
-        NB_ASSERT(pids != 0);  // NOLINT(modernize-use-nullptr): these are the words
+        NB_ASSERT(pids != 0);  // NOLINT(modernize-use-nullptr): the message quotes this text
         mHeap.reset(pids);
     }
     const auto* list = static_cast<const JOBOBJECT_BASIC_PROCESS_ID_LIST*>(pids);
@@ -123,7 +123,7 @@ bool Exec::waitProcessExit(HANDLE process, uint32_t pid, const char* command,
     }
 }
 
-/// Ends a process that didn't go by itself. False if the wait for its end fails.
+/// Ends a process that didn't exit by itself. Returns false if the wait for its end fails.
 bool Exec::endByForce(const Wait& wait, HANDLE ntvdm) {
     std::string line = "\tExec::waitProcessExit: child ";
     addToLog(line.append(std::to_string(wait.pid))
@@ -145,7 +145,7 @@ bool Exec::endByForce(const Wait& wait, HANDLE ntvdm) {
 }
 
 void Exec::waitChildren(const char* command, std::string* failureText) {
-    // A process that can't be opened or named and isn't gone yet makes the passes spin.
+    // A process that can't be opened or named makes the passes spin until it is gone.
     ProcessList list(mPidBufferSize);
     for (;;) {
         if (!list.query(mJob)) {
@@ -165,12 +165,12 @@ void Exec::waitChildren(const char* command, std::string* failureText) {
     }
 }
 
-/// Waits for a process that the command left behind. False if it is one that stays.
+/// Waits for a process that the command left behind. Returns false if it is a server that stays.
 bool Exec::waitLeftover(uint32_t id, const char* command, std::string* failureText) {
     constexpr DWORD allAccess = 0x1f0fff;
     const ScopedHandle process(OpenProcess(allAccess, /*bInheritHandle=*/FALSE, id));
     if (!process.isOpen()) {
-        return true;  // It is over.
+        return true;  // It has ended.
     }
     ProcessName name{};
     processImageName(process.get(), name.data());
@@ -186,7 +186,7 @@ bool Exec::waitLeftover(uint32_t id, const char* command, std::string* failureTe
         addToLog(line.append(text).append(" for command ").append(command).append(1, '\n'));
     }
     bool stalled = false;
-    // What becomes of a leftover, and a stall of it, is its own affair.
+    // The result of this wait, and a stall of the leftover, are ignored.
     waitProcessExit(process.get(), id, command, failureText, &stalled, /*workingDirectory=*/".",
                     /*environment=*/nullptr, /*passThrough=*/nullptr);
     return true;

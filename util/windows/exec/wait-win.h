@@ -7,7 +7,7 @@
 
 #include "util/windows/exec-win.h"
 
-/// One wait for a process: what it is for, and how far it has come.
+/// One wait for a process: its parameters and its progress.
 struct Exec::Wait {
     HANDLE process;
     uint32_t pid;
@@ -17,12 +17,12 @@ struct Exec::Wait {
     const std::string& workingDirectory;
     const char* environment;
     void* passThrough;
-    bool reported;  ///< the stall has been told of
+    bool reported;  ///< the stall has been reported
 };
 
-/// QueryInformationJobObject, which for no job would answer about the one that holds this process:
-/// that fails with ERROR_INVALID_HANDLE here.
+/// Calls QueryInformationJobObject. If `job` isn't open, fails with ERROR_INVALID_HANDLE: the
+/// system would answer about the job that holds this process.
 bool queryJob(const ScopedHandle& job, JOBOBJECTINFOCLASS what, void* answer, DWORD size);
 
-/// Milliseconds between two looks at a process.
+/// Milliseconds between two checks of a process.
 inline constexpr int32_t wakeInterval = 500;

@@ -1,4 +1,4 @@
-// Waiting for a command, its end by force, and the host of 16-bit programs.
+// Waiting for a command, ending it by force, and the host of 16-bit programs.
 
 #include <filesystem>
 #include <fstream>
@@ -27,8 +27,8 @@ using testing_support::waitedChild;
 
 constexpr JOBOBJECTINFOCLASS LIST = JobObjectBasicProcessIdList;
 
-/// Lets the calls of TerminateProcess be told. They take place, and may wait for the end, so that
-/// no file is in use any more.
+/// Records the calls of TerminateProcess. They still happen, and can wait for the end, so that no
+/// file is in use afterwards.
 class Terminations {
 public:
     struct Call {
@@ -61,7 +61,7 @@ private:
 
 class WaitTest : public testing_support::ExecWaitTest {
 protected:
-    /// The command awaits the file "go", which is there from the first wake on.
+    /// The command waits for the file "go", which exists from the first wake on.
     CommandResult runToItsEnd(const std::string& line, const std::string& directory = {}) {
         remove("go");
         wakes.onTimeout([this](size_t) {
@@ -72,7 +72,7 @@ protected:
         return exec.run(line, directory);
     }
     std::string awaitGo(const std::string& end) const { return "await " + file("go") + ' ' + end; }
-    /// Lets a command get ready that ignores breaks, and be aborted at the first wake.
+    /// Runs a command that ignores breaks, and aborts it at the first wake, when it is ready.
     CommandResult runAborted(const std::string& line, const std::string& directory = {}) {
         atFirstWake("ready", [this] {
             pid = exec.mPid;
@@ -184,7 +184,7 @@ TEST_F(WaitTest, ACommandThatGoesWithinTheGraceIsNotEndedByForce) {
     EXPECT_EQ(exec.log().find("didn't exit"), std::string::npos);
 }
 
-/// Lets the wait without a limit fail.
+/// Makes the wait without a limit fail.
 class FailingEndWait {
 public:
     FailingEndWait()
@@ -229,17 +229,17 @@ TEST_F(WaitTest, AProcessThatCannotBeAskedForItsNameIsWaitedForAllTheSame) {
     EXPECT_TRUE(exec.errors().empty());
 }
 
-/// What the wait does with the dialog of a 16-bit program.
+/// Records what the wait does with the dialog of a 16-bit program.
 class Dialog {
 public:
-    /// The window of this title is there.
+    /// Makes a window with this title exist.
     explicit Dialog(std::string_view title) {
         gTitle = title;
         gSearches.clear();
         gClicks.clear();
     }
     static std::vector<std::string> searches() { return gSearches; }
-    /// For each time that the button was pressed, how many processes had been ended by then.
+    /// For each click of the button, the number of processes ended by then.
     static std::vector<size_t> clicks() { return gClicks; }
 
 private:
@@ -268,7 +268,7 @@ private:
 
 class NtvdmTest : public WaitTest {
 protected:
-    /// A line of a program of this name that does what execchild does.
+    /// A command line for a copy of execchild under this name.
     std::string copiedChild(const std::string& name, const std::string& actions) const {
         std::filesystem::copy_file(testing_support::testProgramFolder() / "execchild.exe",
                                    folder.path() / name,
