@@ -6,7 +6,7 @@
 #include <utility>
 
 #include <windows.h>
-// Behind windows.h.
+// After windows.h.
 #include <aclapi.h>
 
 #include "util/windows/errortext-win.h"
@@ -19,7 +19,7 @@ constexpr size_t sidOffset = maskOffset + sizeof(ACCESS_MASK);
 constexpr size_t objectSidOffset = sidOffset + sizeof(DWORD) + 2 * sizeof(GUID);
 static_assert(sidOffset == 8 && objectSidOffset == 44);
 
-/// Where the SID of an ACE of this type stands; 0 for none.
+/// The offset of the SID in an ACE of this type; 0 if there is none.
 size_t sidOffsetOf(BYTE type) {
     switch (type) {
         case ACCESS_ALLOWED_ACE_TYPE:
@@ -39,7 +39,7 @@ size_t sidOffsetOf(BYTE type) {
         case ACCESS_DENIED_CALLBACK_OBJECT_ACE_TYPE:
         case SYSTEM_AUDIT_CALLBACK_OBJECT_ACE_TYPE:
         case SYSTEM_ALARM_CALLBACK_OBJECT_ACE_TYPE:
-            // Compatibility: the place after both GUIDs, also of an entry that lacks one.
+            // Compatibility: the offset after both GUIDs, even if an entry lacks one.
             return objectSidOffset;
         default:
             return 0;
@@ -159,8 +159,8 @@ AccessControlList::AccessControlList(DWORD aceCount, DWORD revision, bool limitS
         static_cast<DWORD>(std::min<uint64_t>(wanted, limitSize ? sizeLimit : MAXDWORD));
     mAcl = static_cast<PACL>(LocalAlloc(LMEM_FIXED, size));
     if (!InitializeAcl(mAcl, size, revision)) {
-        // Compatibility: the memory is lost. Windows refuses no size and revision but wrong ones,
-        // which are a defect of the caller.
+        // Compatibility: the memory leaks. Windows refuses only a wrong size or revision, which is
+        // a bug in the caller.
         throw Win32Exception("InitializeAcl");
     }
     mOwned = true;
@@ -227,7 +227,7 @@ AccessControlEntry AccessControlList::ace(DWORD index) const {
 
 void AccessControlList::addAce(DWORD revision, DWORD index, const AccessControlEntry& ace) {
     if (isWithin(ace.ace(), mAcl)) {
-        // The view would show other bytes once Windows has made room.
+        // Windows first moves ACEs to make space; the view would then show other bytes.
         addAce(revision, index, AccessControlEntry(ace, /*forceCopy=*/true));
         return;
     }
@@ -239,7 +239,7 @@ void AccessControlList::addAce(DWORD revision, DWORD index, const AccessControlE
 
 void AccessControlList::addAces(DWORD revision, DWORD startIndex,
                                 const std::vector<AccessControlEntry>& aces) {
-    // Each insertion moves what follows it, and what views show that aren't added yet.
+    // Each insertion moves the ACEs after it, and views not added yet would show other bytes.
     std::vector<AccessControlEntry> added;
     added.reserve(aces.size());
     for (const AccessControlEntry& ace : aces) {
@@ -261,7 +261,7 @@ void AccessControlList::deleteAce(DWORD index) {
 
 void AccessControlList::removeAces(const SecurityIdentifier& sid) {
     DWORD count = aceCount();
-    // The given SID may be a view into this list, whose bytes each deletion moves.
+    // The given SID may be a view into this list, and each deletion moves bytes.
     const SecurityIdentifier wanted =
         sid.isValid() ? SecurityIdentifier::deepCopy(sid.sid()) : SecurityIdentifier(sid.sid());
     for (DWORD index = 0; index < count;) {

@@ -26,7 +26,7 @@ protected:
 
 AccessControlEntry copyOf(const AccessControlEntry& ace) { return ace; }
 
-/// An ACE of any type, as bytes; behind its header all bytes tell their offset.
+/// An ACE of any type, as bytes. After the header, each byte holds its offset.
 struct RawAce {
     explicit RawAce(BYTE type) {
         for (size_t offset = 0; offset < mBytes.size(); ++offset) {
@@ -87,7 +87,7 @@ TEST_F(AccessControlEntryTest, TheTypeTellsWhereTheSidIsAndWhetherThereIsAMask) 
 
 TEST_F(AccessControlEntryTest, AnObjectAceWithoutItsGuidsIsReadAsIfItHadThem) {
     RawAce raw(ACCESS_ALLOWED_OBJECT_ACE_TYPE);
-    std::memset(&raw.mBytes[8], 0, 4);  // says that neither is there
+    std::memset(&raw.mBytes[8], 0, 4);  // flags: neither GUID is present
     EXPECT_EQ(AccessControlEntry(raw.header()).sid().sid(), &raw.mBytes[44]);
 }
 
@@ -204,7 +204,7 @@ TEST_F(AccessControlEntryTest, AMoveTakesTheBytesAndLeavesAViewOfNothing) {
         const AccessControlEntry target(std::move(source));
         EXPECT_EQ(target.ace(), ace);
         EXPECT_EQ(target.isOwner(), isOwner);
-        // NOLINTNEXTLINE(*-use-after-move,*.Move): what is left of it is told.
+        // NOLINTNEXTLINE(*-use-after-move,*.Move): tests the moved-from state.
         EXPECT_EQ(source.ace(), nullptr);
         EXPECT_FALSE(source.isOwner());
         expectArrays(isOwner ? 1 : 0);

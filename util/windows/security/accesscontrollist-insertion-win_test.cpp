@@ -1,4 +1,4 @@
-// ACEs that are added in the middle of a list, which moves those that follow.
+// Adding ACEs in the middle of a list, which moves the ACEs after them.
 
 #include <cstring>
 #include <vector>
@@ -15,8 +15,8 @@ namespace {
 
 using testing_support::ReplacedCall;
 
-/// Inserts the ACE at the index and moves what follows, as Windows does. Some systems add it at the
-/// end whatever the index.
+/// Inserts the ACE at the index and moves what follows, as Windows does. Some systems ignore the
+/// index and add the ACE at the end.
 WINBOOL WINAPI insertAce(PACL acl, DWORD /*revision*/, DWORD index, LPVOID ace, DWORD size) {
     BYTE* const start = reinterpret_cast<BYTE*>(acl + 1);
     const auto sizeAt = [start](size_t offset) {
@@ -78,7 +78,7 @@ TEST_F(AceInsertionTest, AViewIntoTheListItselfIsAddedAsItWas) {
     EXPECT_EQ(masksOf(acl), (Masks{2, 1, 2, 3}));
 }
 
-TEST_F(AceInsertionTest, SeveralViewsIntoTheListItselfAreAddedAsTheyWereBeforeTheFirst) {
+TEST_F(AceInsertionTest, ViewsIntoTheListAreAddedAsTheyWereBeforeTheFirstInsertion) {
     AccessControlList acl = aclOf({1, 2, 3});
     const AccessControlEntry other = ace(4);
     const std::vector<AccessControlEntry> aces = {acl.ace(2), other, acl.ace(0), acl.ace(1)};

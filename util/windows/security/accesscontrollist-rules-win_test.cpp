@@ -15,7 +15,7 @@ namespace {
 using testing_support::RefusedCall;
 using testing_support::ReplacedCall;
 
-/// ACEs by the letter that tells their SID: "e" Everyone, "s" the system, "-" none.
+/// Writes ACEs as the letter of their SID: "e" Everyone, "s" the system, "-" none.
 class AccessControlRulesTest : public testing_support::OwnershipTest {
 protected:
     AccessControlList aclOf(const std::string& letters) const {
@@ -31,7 +31,7 @@ protected:
         std::array<DWORD, 16> bytes = {};
         auto* const header = reinterpret_cast<ACE_HEADER*>(bytes.data());
         const bool hasObjects = type >= 5 && type != 9 && type != 10 && type != 13 && type != 14;
-        // A compound ACE says that there is no SID.
+        // A compound ACE has no SID.
         *header = {letter == '-' ? BYTE{ACCESS_ALLOWED_COMPOUND_ACE_TYPE} : type, flags,
                    sizeof bytes};
         bytes[1] = mask;
@@ -43,7 +43,7 @@ protected:
     static std::vector<ACCESS_MASK> masksOf(const AccessControlList& acl) {
         std::vector<ACCESS_MASK> masks;
         for (DWORD index = 0; index < acl.aceCount(); ++index) {
-            // As bytes, since that of a compound ACE isn't read.
+            // From the bytes, because `mask` doesn't read the mask of a compound ACE.
             masks.push_back(reinterpret_cast<ACCESS_ALLOWED_ACE*>(acl.ace(index).ace())->Mask);
         }
         return masks;
@@ -135,7 +135,7 @@ TEST_F(AccessControlRulesTest, TheTypeTellsWhetherADecisiveAceAllowsOrDenies) {
         }
         const bool allows = type == 0 || type == 5 || type == 9 || type == 11;
         const bool denies = type == 1 || type == 6 || type == 10 || type == 12;
-        // What stands behind decides where the ACE itself doesn't.
+        // The second ACE decides if the first doesn't.
         for (const bool fallback : {false, true}) {
             AccessControlList acl = aclOf("");
             add(acl, 'e', type, 1, 0);

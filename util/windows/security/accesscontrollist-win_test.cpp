@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// Behind windows.h.
+// After windows.h.
 #include <aclapi.h>
 
 #include "testing/calls/refusedcall-win.h"
@@ -27,7 +27,7 @@ AccessControlList emptyAcl() { return {/*aceCount=*/10, ACL_REVISION_DS, /*limit
 
 class AccessControlListTest : public testing_support::OwnershipTest {
 protected:
-    /// Adds one that allows.
+    /// Adds an allowing ACE.
     void add(AccessControlList& acl, DWORD index, ACCESS_MASK mask) const {
         acl.addAce(ACL_REVISION_DS, index, AccessControlEntry::allowed(mask, mEveryone, 0));
     }
@@ -181,7 +181,7 @@ TEST_F(AccessControlListTest, AcesStandInTheOrderOfTheirIndexes) {
 
 TEST_F(AccessControlListTest, AListOfAcesThatHasNoRoomLeavesWhatItHasAdded) {
     AccessControlList acl(/*aceCount=*/1, ACL_REVISION,
-                          /*limitSize=*/false);  // room for 5 of 20 bytes
+                          /*limitSize=*/false);  // space for 5 ACEs of 20 bytes
     const std::vector<AccessControlEntry> aces(6, AccessControlEntry::allowed(1, mEveryone, 0));
     EXPECT_EQ(acl.aceCount(), 0U);
     EXPECT_THROW(acl.addAces(ACL_REVISION, 0, aces), Win32Exception);
@@ -229,7 +229,7 @@ TEST_F(AccessControlListTest, AnIndexBeyondTheAcesFails) {
     expectFailedCall("GetAce", ERROR_INVALID_PARAMETER, [&] { acl.ace(0); });
 }
 
-/// Asks Windows and counts.
+/// Calls Windows and counts the calls.
 int gAsked = 0;
 decltype(GetAclInformation)* gGetAclInformation = nullptr;
 WINBOOL countedInformation(PACL acl, LPVOID result, DWORD size, ACL_INFORMATION_CLASS kind) {
@@ -260,7 +260,7 @@ TEST_F(AccessControlListTest, TheCountsAreKeptUntilAChange) {
     expectAsked(4, 3);
     acl.removeAces(mEveryone);
     expectAsked(5, 0);
-    // Behind its back.
+    // Changes the ACL without the object.
     ASSERT_TRUE(AddAccessAllowedAce(acl.acl(), ACL_REVISION_DS, 1, mEveryone.sid()));
     expectAsked(5, 0);
     acl.refresh();
@@ -288,11 +288,11 @@ TEST_F(AccessControlListTest, AnAceOfTheListItselfIsCopiedBeforeTheListChanges) 
 }
 
 TEST_F(AccessControlListTest, ACountOfAcesBeyondThirtyTwoBitsOfBytesIsNoSmallOne) {
-    constexpr DWORD count = 38'347'923;  // times 112, plus 8, is 88 more than 32 bits hold
+    constexpr DWORD count = 38'347'923;  // times 112, plus 8, is 88 more than 2^32
     const AccessControlList limited(count, ACL_REVISION, /*limitSize=*/true);
     EXPECT_EQ(limited.bytesInUse() + limited.bytesFree(), 2000U);
     static DWORD asked;
-    // Nothing is allocated in earnest.
+    // No memory is really allocated.
     const ReplacedCall<decltype(LocalAlloc)> none("LocalAlloc", [](UINT, SIZE_T size) -> HLOCAL {
         asked = static_cast<DWORD>(size);
         return nullptr;

@@ -1,4 +1,4 @@
-// The names against the headers of Windows.
+// Compares the names with the Windows headers.
 
 #include <algorithm>
 #include <array>
@@ -9,7 +9,7 @@
 #include <windows.h>
 
 #include "util/windows/security/accessrights.h"
-// Behind windows.h.
+// After windows.h.
 #include <accctrl.h>
 
 namespace {
@@ -21,9 +21,9 @@ struct Constant {
 
 #define RIGHT(name) \
     { #name, static_cast < DWORD>(name) }
-/// In the order of the table; bits without a name in the headers as numbers.
+/// In the order of the table. Bits without a name in the headers are given as numbers.
 constexpr auto CONSTANTS = std::to_array<Constant>({
-    // As it was before Windows Vista.
+    // The value before Windows Vista.
     {"PROCESS_ALL_ACCESS", STANDARD_RIGHTS_REQUIRED | SYNCHRONIZE | 0xFFF},
     {"THREAD_ALL_ACCESS", STANDARD_RIGHTS_REQUIRED | SYNCHRONIZE | 0x3FF},
     RIGHT(JOB_OBJECT_ALL_ACCESS),
@@ -171,7 +171,7 @@ struct Kind {
     SE_OBJECT_TYPE type;
     uint32_t kinds;
 };
-/// By the start of their names; the first that fits.
+/// Selected by the start of a name; the first match counts.
 constexpr auto KINDS = std::to_array<Kind>({
     {"PROCESS_", SE_KERNEL_OBJECT, 1},
     {"THREAD_", SE_KERNEL_OBJECT, 2},

@@ -13,8 +13,8 @@ using namespace ObjectKind;
 constexpr uint32_t none = 0;
 constexpr uint32_t anyFile = plainFile | directory | pipe;
 
-// Compatibility: the order decides which names a mask is printed with, also where it isn't that of
-// the masks.
+// Compatibility: the order decides which names are printed for a mask, even where the masks
+// themselves are out of order.
 constexpr auto rights = std::to_array<AccessRight>({
     {0x1f0fff, "PROCESS_ALL_ACCESS", kernelObject, process},
     {0x1f03ff, "THREAD_ALL_ACCESS", kernelObject, thread},
@@ -233,7 +233,7 @@ const char* nameAt(const std::array<const char*, N>& names, uint32_t value) {
     return value < N ? names[value] : nullptr;
 }
 
-/// By hand, so that neither flags nor locale of a stream come in.
+/// Independent of a stream's flags and locale.
 void appendHexadecimal(std::string& text, uint32_t number) {
     std::array<char, 8> digits;
     const auto end =

@@ -4,10 +4,10 @@
 #include <iosfwd>
 #include <span>
 
-// The names of what stands in security descriptors, and access masks in words. Numbers are those of
-// Windows, whose headers this doesn't need. Any thread may call.
+// Names for the contents of security descriptors, and access masks as text. The numbers are those
+// of Windows, but this header doesn't need the Windows headers. Any thread may call.
 
-/// SE_OBJECT_TYPE, as far as access rights have names.
+/// The values of SE_OBJECT_TYPE whose access rights have names.
 namespace ObjectType {
 inline constexpr uint32_t any = 0;
 inline constexpr uint32_t file = 1;
@@ -16,7 +16,7 @@ inline constexpr uint32_t kernelObject = 6;
 inline constexpr uint32_t windowObject = 7;
 }  // namespace ObjectType
 
-/// Kinds of object within a type, as bits; 0 is a kind that isn't known.
+/// Kinds of object within a type, as bits; 0 is an unknown kind.
 namespace ObjectKind {
 // of file
 inline constexpr uint32_t plainFile = 1;
@@ -41,21 +41,23 @@ inline constexpr uint32_t desktop = 2;
 struct AccessRight {
     uint32_t mask;  ///< one bit or many
     const char* name;
-    uint32_t objectType;  ///< `any`: of every type
-    uint32_t kinds;       ///< of which kinds of that type
+    uint32_t objectType;  ///< `any`: a right of every type
+    uint32_t kinds;       ///< the kinds of that type that have it
 };
 
-/// All of them, in the order in which a mask is searched for them. Names of many bits stand before
-/// those of their bits, but for KEY_WOW64_RES, which is never reached.
+/// Returns all access rights, in the order in which a mask is searched for them. A name for several
+/// bits comes before the names of its bits, with two exceptions: TOKEN_EXECUTE, a single bit, comes
+/// before wider names that contain it, and KEY_WOW64_RES comes after one of its bits and is never
+/// reached.
 std::span<const AccessRight> accessRights();
 
-/// Writes a mask as "0x130089 [FILE_GENERIC_READ DELETE]": the names that an object of
-/// the type and kind has for it, in the order of the table, each bit under one name, and bits
-/// without a name as one number behind them. For kind 0 every name of the type counts. A right of
-/// every type counts for any other type; for the type `any` itself only with kind 0.
+/// Writes a mask as "0x130089 [FILE_GENERIC_READ DELETE]": the names for an object of the type and
+/// kind, in the order of the table. Each bit appears under one name; the bits without a name follow
+/// as one number. For kind 0 every name of the type counts. A right of every type counts for any
+/// other type; for the type `any` itself it counts only with kind 0.
 ///
-/// Takes the stream's width for the whole. Its flags, save the adjustment, and its locale have no
-/// effect; it is left with decimal numbers.
+/// The stream's width applies to the whole text. Its flags, except the adjustment, and its locale
+/// have no effect. Afterwards the stream writes numbers in decimal.
 std::ostream& writeAccessMask(std::ostream& out, uint32_t mask, uint32_t objectType, uint32_t kind);
 
 struct NamedValue {
@@ -63,19 +65,21 @@ struct NamedValue {
     const char* name;
 };
 
-/// Bits with their names, in the order in which they are written.
+/// Return bits with their names, in the order in which they are written.
 std::span<const NamedValue> aceFlagNames();
 std::span<const NamedValue> descriptorControlNames();
 
-/// Writes ACE flags as " (OI) (CI)". No flag at all is " (NO_INHERITANCE)"; a bit without a name is
-/// left out.
+/// Writes ACE flags as " (OI) (CI)", or " (NO_INHERITANCE)" for 0. A bit without a name is left
+/// out.
 std::ostream& writeAceFlags(std::ostream& out, uint32_t flags);
 
-/// Writes the control bits of a descriptor that have names, each with a blank before it.
+/// Writes the names of a descriptor's control bits, each after a space. A bit without a name is
+/// left out.
 std::ostream& writeDescriptorControl(std::ostream& out, uint32_t control);
 
-/// The name of an ACE type ("Access Allowed"), an ACCESS_MODE ("GRANT_ACCESS"), a SID_NAME_USE
-/// ("WellKnownGroup") or a TRUSTEE_TYPE ("Well-Known Group"). Null for a value that has none.
+/// Return the name of an ACE type ("Access Allowed"), an ACCESS_MODE ("GRANT_ACCESS"), a
+/// SID_NAME_USE ("WellKnownGroup") or a TRUSTEE_TYPE ("Well-Known Group"). Null for a value without
+/// a name.
 const char* aceTypeName(uint32_t type);
 const char* accessModeName(uint32_t mode);
 const char* sidUseName(uint32_t use);

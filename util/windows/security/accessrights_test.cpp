@@ -66,7 +66,7 @@ TEST(AccessMaskTest, OfAnUnknownKindTheFirstNameOfTheTypeIsTaken) {
         {0x1, 1, 0, "0x1 [FILE_LIST_DIRECTORY]"},
         {0x4, 1, 0, "0x4 [FILE_CREATE_PIPE_INSTANCE]"},
         {0x1, 6, 0, "0x1 [PROCESS_TERMINATE]"},
-        // A wider name stands behind that of the token.
+        // The wider names come after the token's.
         {0x1f0003, 6, 0,
          "0x1f0003 [TOKEN_EXECUTE DELETE WRITE_DAC WRITE_OWNER SYNCHRONIZE PROCESS_TERMINATE "
          "PROCESS_CREATE_THREAD]"},
@@ -120,7 +120,7 @@ TEST(AccessMaskTest, RegistryKeysHaveNamesForAnUnknownKindAlone) {
         {0x20019, 4, 0, "0x20019 [KEY_READ]"},
         {0x2001f, 4, 0, "0x2001f [KEY_WRITE KEY_QUERY_VALUE KEY_ENUMERATE_SUB_KEYS KEY_NOTIFY]"},
         {0x20024, 4, 0, "0x20024 [READ_CONTROL KEY_CREATE_SUB_KEY KEY_CREATE_LINK]"},
-        // The two bits come before the name of both, which is never reached.
+        // KEY_WOW64_RES, the name of both bits, comes after the first one and is never reached.
         {0x300, 4, 0, "0x300 [KEY_WOW64_64KEY KEY_WOW64_32KEY]"},
         {0x10001, 4, 1, "0x10001 [DELETE 0x1]"},
     }});
@@ -160,12 +160,12 @@ TEST(AccessMaskTest, WindowObjectsHaveTheNamesOfTheirKind) {
         {0x1ff, 7, 2, "0x1ff [DESKTOP_ALL_ACCESS]"},
         {0x81, 7, 1, "0x81 [WINSTA_ENUMDESKTOPS !!WINSTA_UNDOCUMENTED!!]"},
         {0x81, 7, 2, "0x81 [DESKTOP_READOBJECTS DESKTOP_WRITEOBJECTS]"},
-        // That name has no kind.
+        // WINSTA_READSCREEN has no kind.
         {0x200, 7, 1, "0x200 [0x200]"},
     }});
 }
 
-TEST(AccessMaskTest, NamesOfEveryTypeCountForTypesWithoutNamesButForTypeZeroWithoutAKindAlone) {
+TEST(AccessMaskTest, NamesOfEveryTypeCountForOtherTypesAndForTypeZeroWithoutKind) {
     expectTexts(std::array<Row, 5>{{
         {0x10001, 5, 0, "0x10001 [DELETE 0x1]"},
         {0x10001, 12, 3, "0x10001 [DELETE 0x1]"},
@@ -227,7 +227,7 @@ TEST(AccessRightsTest, TheTableHasItsRowsAndNoNameTwice) {
 
 using NameOf = const char* (*)(uint32_t);
 
-/// Each value has the name at its place in the list, null included, and what lies beyond has none.
+/// Expects the names for the values 0, 1, ..., which may be null, and none for greater values.
 void expectNames(NameOf nameOf, const std::vector<const char*>& names) {
     for (uint32_t value = 0; value < names.size(); ++value) {
         EXPECT_STREQ(nameOf(value), names[value]) << value;

@@ -1,4 +1,4 @@
-// Which calls of AccessToken compile: those that can't be taken for another one.
+// Which calls of AccessToken compile: only those that can't be mistaken for another call.
 
 #include <string>
 
@@ -15,7 +15,7 @@ using SidList = AccessToken::SidList;
 using PrivilegeList = AccessToken::PrivilegeList;
 using Level = SECURITY_IMPERSONATION_LEVEL;
 
-// Each is a template, so that a call that doesn't compile is an answer and no error.
+// Each function is a template, so that a call that doesn't compile is a result, not an error.
 
 template <class Token>
 void expectThatEmptyBracesAloneMakeNoToken() {
@@ -101,7 +101,7 @@ void expectThatDuplicatesKeepTheirShape() {
         Token{token, SecurityImpersonation};
         Token(token, MAXIMUM_ALLOWED, nullptr, level, type);
         Token(token, MAXIMUM_ALLOWED, {}, SecurityImpersonation, TokenPrimary);
-        // NOLINTNEXTLINE(modernize-use-nullptr): it may be written so.
+        // NOLINTNEXTLINE(modernize-use-nullptr): callers may write NULL.
         Token(token, MAXIMUM_ALLOWED, NULL, SecurityImpersonation, TokenPrimary);
     }));
     EXPECT_TRUE((requires(const Token& token, SECURITY_ATTRIBUTES attributes) {

@@ -1,4 +1,4 @@
-// What a token is granted on an object.
+// The access that a token is granted on an object.
 
 #include <cstring>
 #include <utility>
@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// Behind windows.h.
+// After windows.h.
 #include <sddl.h>
 
 #include "testing/calls/refusedcall-win.h"
@@ -40,7 +40,7 @@ TEST_F(AccessCheckTest, WhatTheDescriptorAllowsIsGranted) {
     EXPECT_EQ(granted, 0U);
 }
 
-/// What AccessCheck got, and the status that it gives.
+/// The arguments of AccessCheck, and the status that it returns.
 struct Check {
     PSECURITY_DESCRIPTOR security;
     HANDLE token;
@@ -50,12 +50,12 @@ struct Check {
 };
 Check gCheck;
 
-// NOLINTBEGIN(readability-non-const-parameter): as Windows has it.
+// NOLINTBEGIN(readability-non-const-parameter): Windows's signature.
 WINBOOL WINAPI noteCheck(PSECURITY_DESCRIPTOR security, HANDLE token, DWORD desired,
                          PGENERIC_MAPPING mapping, PPRIVILEGE_SET privileges, LPDWORD length,
                          LPDWORD granted, LPBOOL status) {
     gCheck = {security, token, desired, *length, *mapping, gCheck.status};
-    // All of the buffer can be written.
+    // The whole buffer is writable.
     std::memset(privileges, 0xFF, *length);
     const LUID_AND_ATTRIBUTES two[] = {{{1, 2}, 3}, {{4, 5}, 6}};
     privileges->PrivilegeCount = 2;

@@ -1,4 +1,4 @@
-// Tokens of users that are logged on, and their profiles.
+// Tokens of logged-on users, and their profiles.
 
 #include <memory>
 #include <string>
@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// Behind windows.h.
+// After windows.h.
 #include <userenv.h>
 
 #include "testing/calls/debugoutput-win.h"
@@ -28,8 +28,8 @@ using Profile = boost::shared_ptr<AccessToken::Profile>;
 
 const HANDLE SOME_TOKEN = reinterpret_cast<HANDLE>(0x5678);
 
-/// Takes part in place of the calls that log users on, and load and unload their profiles. Each
-/// log-on gives an event for a token, each profile a number of its own.
+/// Replaces the calls that log users on, and that load and unload their profiles. Each log-on
+/// returns an event as the token, and each profile has a key of its own.
 class LogonTest : public SecurityTest {
 protected:
     struct Logon {
@@ -63,7 +63,7 @@ protected:
         SecurityTest::TearDown();
     }
 
-    /// The key of the profile that was loaded as the first, the second and so on.
+    /// The key of the profile that was loaded first, second and so on.
     static HANDLE key(size_t number) { return sKeys + number; }
 
     static inline std::unique_ptr<Taken> sTaken;
@@ -197,7 +197,7 @@ TEST_F(LogonTest, ANewProfileTakesThePlaceOfTheOldOneWhichIsUnloaded) {
     EXPECT_EQ(sTaken->events, "logon load1 logon load2 unload1 unload2 ");
 }
 
-TEST_F(LogonTest, AProfileThatCannotBeLoadedClosesTheTokenAndLeavesTheOldProfile) {
+TEST_F(LogonTest, AFailedProfileLoadClosesTheTokenAndLeavesTheOldProfile) {
     Profile profile;
     const AccessToken first("user", "", "", 2, 0, 0, profile);
     const AccessToken::Profile* const before = profile.get();

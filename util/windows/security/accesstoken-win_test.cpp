@@ -29,7 +29,7 @@ using PrivilegeList = AccessToken::PrivilegeList;
 constexpr const char* EVERYONE = "S-1-1-0";
 const HANDLE SOME_HANDLE = reinterpret_cast<HANDLE>(0x5678);
 
-/// A handle that can be closed, in the place of a token.
+/// Returns a handle that can be closed as the token.
 BOOL give(PHANDLE token) {
     *token = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     return TRUE;
@@ -110,7 +110,7 @@ TEST_F(AccessTokenTest, ADuplicateHasTheTypeGiven) {
     EXPECT_EQ(primary.type(), TokenPrimary);
 }
 
-/// What DuplicateToken or DuplicateTokenEx got.
+/// The arguments of DuplicateToken or DuplicateTokenEx.
 struct Duplicated {
     HANDLE token;
     DWORD access;
@@ -182,7 +182,7 @@ TEST_F(AccessTokenTest, AHandleThatIsNoProcessHasNoToken) {
                      [] { AccessToken(reinterpret_cast<HANDLE>(0xABC0), TOKEN_QUERY); });
 }
 
-/// What CreateRestrictedToken got; of each array the first two elements.
+/// The arguments of CreateRestrictedToken, with the first two elements of each array.
 struct Restricted {
     HANDLE token;
     DWORD flags, disableCount, deleteCount, restrictCount;

@@ -4,27 +4,27 @@
 #include <initializer_list>
 #include <type_traits>
 
-// Parameter types that keep a call from being taken for another one. To the compiler `{}` is a null
-// pointer or a zero sooner than an empty list, and every writable address is a `void*`, which is
-// Windows's type for SIDs, security descriptors and handles alike.
+// Parameter types that keep the compiler from choosing another overload than the caller meant. It
+// takes `{}` as a null pointer or a zero rather than as an empty list. It also converts every
+// writable address to `void*`, which is Windows's type for SIDs, security descriptors and handles.
 
-/// Nothing is one.
+/// Can't be constructed.
 class NoArgument {
     NoArgument(const NoArgument&) = delete;
 };
 
-/// `{}` and nothing else. It takes that before pointers, numbers and lists do: a deleted overload
-/// with it refuses the call.
+/// Accepts `{}` and nothing else. For `{}` it is preferred to pointers, numbers and lists, so a
+/// deleted overload with this parameter rejects the call.
 using EmptyBraces = std::initializer_list<NoArgument>;
 
-/// A T that the call spells out. `{}` is none.
+/// A T that the caller must write out. `{}` isn't accepted.
 template <class T>
 class SpelledOut {
 public:
     template <std::same_as<T> Value>
-    // NOLINTNEXTLINE(google-explicit-constructor): a T is one.
+    // NOLINTNEXTLINE(google-explicit-constructor): callers pass a T.
     constexpr SpelledOut(Value value) noexcept : mValue(value) {}
-    // NOLINTNEXTLINE(google-explicit-constructor): it is a T.
+    // NOLINTNEXTLINE(google-explicit-constructor): it is used as a T.
     constexpr operator T() const noexcept { return mValue; }
 
 private:
@@ -33,7 +33,7 @@ private:
 
 template <class T>
 constexpr bool isTextOrObject() {
-    // A class that is declared alone may be bytes: nothing is known of it.
+    // Nothing is known about a class that is only declared: it may be plain bytes.
     if constexpr (std::is_class_v<T>) {
         if constexpr (requires { sizeof(T); }) {
             return !std::is_trivially_copyable_v<T>;
@@ -42,13 +42,14 @@ constexpr bool isTextOrObject() {
     return std::same_as<T, char> || std::same_as<T, char8_t>;
 }
 
-/// The targets of pointers that are never the `void*` of a SID or a descriptor: writable
-/// text, which may as well be their text form, and objects like a std::string or a
-/// SecurityIdentifier, whose address isn't that of the bytes they hold. UTF-16 isn't among them: a
-/// TRUSTEE_W has its SID in an LPWSTR.
+/// Types whose address is never accepted as the `void*` of a SID or a descriptor:
+/// - writable text, which could be their text form instead;
+/// - objects such as a std::string or a SecurityIdentifier, whose address isn't that of the bytes
+///   they hold.
+/// UTF-16 text isn't included: a TRUSTEE_W has its SID in an LPWSTR.
 template <class T>
 concept TextOrObject = isTextOrObject<T>();
 
-/// The same for a handle: it isn't a path either.
+/// The same for a handle. UTF-16 text is included: it would be a path.
 template <class T>
 concept NoHandleTarget = TextOrObject<T> || std::same_as<T, wchar_t>;

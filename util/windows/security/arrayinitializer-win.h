@@ -10,7 +10,7 @@
 
 #include "util/windows/security/securityidentifier-win.h"
 
-/// How an element of a list becomes one of the array that a Windows call takes.
+/// Converts an element of a list to an element of the array that a Windows call takes.
 template <class Source, class Target>
 struct array_element;
 
@@ -19,7 +19,7 @@ struct array_element<std::pair<SecurityIdentifier, unsigned long>, SID_AND_ATTRI
     static constexpr const char* name =
         "array_initializer<struct std::pair<class SecurityIdentifier,unsigned long>,"
         "struct _SID_AND_ATTRIBUTES>::operator ()";
-    /// The SID stays where it is.
+    /// Doesn't copy the SID.
     static void write(const std::pair<SecurityIdentifier, unsigned long>& source,
                       SID_AND_ATTRIBUTES& target) {
         target.Sid = source.first.sid();
@@ -38,9 +38,9 @@ struct array_element<std::pair<LUID, unsigned long>, LUID_AND_ATTRIBUTES> {
     }
 };
 
-/// Writes the elements of a list into an array, one by one, and no further than its capacity: an
-/// element for which there is no room throws std::out_of_range with the name of the call. SIDs
-/// aren't copied: the list outlives the array.
+/// Writes the elements of a list into an array, one per call, up to the array's capacity. An
+/// element beyond it throws std::out_of_range with the name of this call operator. SIDs aren't
+/// copied, so the list must outlive the array.
 template <class Source, class Target>
 class array_initializer {
 public:
@@ -61,7 +61,7 @@ private:
     size_t mCapacity;
 };
 
-/// Makes the whole list an array, which has room for as many elements.
+/// Writes the whole list into an array, which has at least as many elements.
 template <class Source, class Target>
 void initializeArray(const std::vector<Source>& list, Target* array) {
     std::for_each(list.begin(), list.end(), array_initializer<Source, Target>(array, list.size()));

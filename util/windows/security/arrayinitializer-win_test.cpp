@@ -36,7 +36,8 @@ TEST(ArrayInitializerTest, AnElementForAPrivilegeHoldsItsIdentifierAndAttributes
     EXPECT_EQ(array[0].Attributes, 3U);
 }
 
-/// What an initializer throws for an element beyond `capacity`, whose place stays as it is.
+/// Returns what an initializer throws for an element beyond `capacity`. Expects that nothing is
+/// written there.
 template <class Source, class Target>
 std::string overflow(const Source& element, size_t capacity) {
     Target array[3] = {};
@@ -55,7 +56,7 @@ std::string overflow(const Source& element, size_t capacity) {
     return text;
 }
 
-TEST(ArrayInitializerTest, AnElementBeyondTheCapacityThrowsTheNameOfTheCallAndWritesNothing) {
+TEST(ArrayInitializerTest, AnElementTooManyThrowsTheNameOfTheCallAndWritesNothing) {
     const Sid sid(SecurityIdentifier("S-1-1-0"), 1);
     for (size_t capacity = 0; capacity < 3; ++capacity) {
         EXPECT_EQ((overflow<Sid, SID_AND_ATTRIBUTES>(sid, capacity)),

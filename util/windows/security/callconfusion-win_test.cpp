@@ -1,4 +1,5 @@
-// Which calls of the wrappers but AccessToken compile: those that can't be taken for another one.
+// Which calls of the wrappers except AccessToken compile: only those that can't be mistaken for
+// another call.
 
 #include <cstddef>
 #include <string>
@@ -8,7 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// Behind windows.h.
+// After windows.h.
 #include <accctrl.h>
 
 #include "util/windows/security/accesscontrol-win.h"
@@ -20,7 +21,7 @@ namespace {
 
 class DeclaredAlone;
 
-// Each is a template, so that a call that doesn't compile is an answer and no error.
+// Each function is a template, so that a call that doesn't compile is a result, not an error.
 
 template <class Sid>
 void expectThatASidIsBytesOrText() {
@@ -101,7 +102,7 @@ void expectThatBracesAreNoCount() {
     }));
 }
 
-TEST(CallConfusionTest, OneNumberInBracesIsNeitherACountOfSubAuthoritiesNorAListOfThem) {
+TEST(CallConfusionTest, OneNumberInBracesIsNeitherASubAuthorityCountNorAList) {
     expectThatBracesAreNoCount<SecurityIdentifier>();
 }
 

@@ -8,9 +8,9 @@
 
 #include "util/windows/errortext-win.h"
 
-/// Runs `steps`, for functions that report by their result. False if an exception left them: then
-/// `*errorText`, unless null, is `prefix` and its `what()`, and GetLastError the number of a
-/// Win32Exception, or 0 for any other.
+/// Runs `steps`, for functions that report failures by their result. Returns false if `steps` threw
+/// a std::exception. Then `*errorText`, unless null, is `prefix` followed by its `what()`, and
+/// GetLastError returns the number of a Win32Exception, or 0 for any other exception.
 template <class Steps>
 bool runCatching(Steps&& steps, const std::string& prefix, std::string* errorText) {
     const auto report = [&](const std::exception& failure, DWORD error) {

@@ -10,7 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// Behind windows.h.
+// After windows.h.
 #include <aclapi.h>
 #include <sddl.h>
 
@@ -30,10 +30,10 @@ using testing_support::printed;
 using testing_support::RefusedCall;
 using testing_support::ReplacedCall;
 
-/// The words for a SID as AccountLookup has them here.
+/// The text for a SID with the account that AccountLookup returns here.
 std::string sidWords(const std::string& sid) { return "SID " + sid + " [User DOMAIN\\name]"; }
 
-/// Every object, and every file, has the security of a text, until the scope ends.
+/// Gives every object and every file the security of an SDDL text, until the scope ends.
 class SecurityOfObjects {
 public:
     SecurityOfObjects(const char* sddl, DWORD attributes = FILE_ATTRIBUTE_NORMAL) {
@@ -128,7 +128,7 @@ TEST_F(DescriptorPrintingTest, AFailureToReadTheControlIsThrown) {
                      [&] { printed(security); });
 }
 
-/// The rights that the only entry of a descriptor is shown with.
+/// Returns the rights that are printed for a descriptor's only entry.
 std::string shownRights(const SecurityDescriptor& security) {
     const std::string text = printed(security);
     const size_t begin = text.find(": 0x") + 2;
@@ -197,7 +197,7 @@ TEST_F(PrintingContextTest, TheKindOfObjectStaysOnTheStreamAfterAFailure) {
     EXPECT_EQ(other.str(), FILE_WORDS);
 }
 
-/// Texts of descriptors, put together at random, and what they must be shown as.
+/// Random texts of descriptors, and how they must be printed.
 class RandomDescriptor {
 public:
     explicit RandomDescriptor(uint32_t seed) : mRandom(seed) {
@@ -285,7 +285,7 @@ TEST_F(DescriptorPrintingTest, GarbledTextsAreRefusedOrShown) {
         for (uint32_t count = 1 + random.pick(3); count > 0; --count) {
             const char garbage = "SDOGA:;()-19xXI\x80"[random.pick(16)];
             char& place = text[random.pick(static_cast<uint32_t>(text.size()))];
-            // Wine reads on and on where a list doesn't begin with a bracket.
+            // Wine reads on endlessly if a list doesn't begin with a bracket.
             if (place != ':' && place != '(' && garbage != ':') {
                 place = garbage;
             }

@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// Behind windows.h.
+// After windows.h.
 #include <aclapi.h>
 
 #include "testing/calls/refusedcall-win.h"
@@ -20,7 +20,7 @@ using testing_support::RefusedCall;
 
 class ExplicitAccessTest : public testing_support::OwnershipTest {
 protected:
-    /// Grants this to the SID.
+    /// Grants the permissions to the SID.
     static EXPLICIT_ACCESS_W grantTo(const SecurityIdentifier& sid, DWORD permissions) {
         EXPLICIT_ACCESS_W access = {permissions, GRANT_ACCESS, NO_INHERITANCE, {}};
         BuildTrusteeWithSidW(&access.Trustee, sid.sid());
@@ -40,7 +40,7 @@ TEST_F(ExplicitAccessTest, OneByNameHoldsAStructAndTheName) {
                                     SUB_CONTAINERS_AND_OBJECTS_INHERIT);
         name.clear();
         EXPECT_TRUE(access.isOwner());
-        // The struct, its name, and the text above.
+        // The struct, its name, and the string above.
         EXPECT_EQ(mOwnership.held(), OwnedResources{.mObjects = 3});
         EXPECT_EQ(access.permissions(), 0x1234U);
         EXPECT_EQ(access.mode(), DENY_ACCESS);
@@ -145,11 +145,11 @@ TEST_F(ExplicitAccessTest, AFailedMergeChangesNothing) {
         EXPECT_EQ(acl->acl(), before);
         EXPECT_EQ(acl->isOwner(), isOwner);
     }
-    EXPECT_EQ(view.aceCount(), 1U);  // kept from before
+    EXPECT_EQ(view.aceCount(), 1U);  // still cached
     EXPECT_EQ(mOwnership.held(), OwnedResources{.mLocalBlocks = 1});
 }
 
-/// A list or its view, for the moves below.
+/// Moves lists and views that `make` creates.
 template <class List>
 void expectMoves(List (*make)(bool isOwner), const testing_support::OwnershipCount& ownership) {
     for (const bool sourceOwns : {false, true}) {
@@ -158,7 +158,7 @@ void expectMoves(List (*make)(bool isOwner), const testing_support::OwnershipCou
             List source = make(sourceOwns);
             const List target(std::move(source));
             EXPECT_EQ(target.isOwner(), sourceOwns);
-            // NOLINTNEXTLINE(*-use-after-move,*.Move): what is left of it is told.
+            // NOLINTNEXTLINE(*-use-after-move,*.Move): tests the moved-from state.
             EXPECT_FALSE(source.isOwner());
             EXPECT_EQ(ownership.held(), OwnedResources{.mLocalBlocks = blocks});
         }
@@ -167,7 +167,7 @@ void expectMoves(List (*make)(bool isOwner), const testing_support::OwnershipCou
             target = make(sourceOwns);
             EXPECT_EQ(target.isOwner(), sourceOwns);
             EXPECT_EQ(ownership.held(), OwnedResources{.mLocalBlocks = blocks});
-            List& same = target;  // the compiler warns of a plain move to itself
+            List& same = target;  // the compiler warns about a plain self-move
             target = std::move(same);
             EXPECT_EQ(target.isOwner(), sourceOwns);
             EXPECT_EQ(ownership.held(), OwnedResources{.mLocalBlocks = blocks});

@@ -1,4 +1,4 @@
-// What the wrappers hold after std::bad_alloc: nothing of Windows's, and no memory of their own.
+// After std::bad_alloc the wrappers hold no resources of Windows and no memory of their own.
 
 #include <cstdio>
 #include <cstdlib>
@@ -8,7 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// Behind windows.h.
+// After windows.h.
 #include <sddl.h>
 
 #include "testing/counts/littlememory-win.h"

@@ -1,4 +1,4 @@
-// Appending to files that are larger than 32 bits can tell.
+// Appending to files whose size doesn't fit into 32 bits.
 
 #include <fcntl.h>
 #include <string>
@@ -28,7 +28,7 @@ TEST(OpenFileAppendTest, AFileAbove4GigabytesIsAppendedToAtItsEnd) {
     }
     {
         const NarrowFilePointer pointer;
-        // NOLINTNEXTLINE(clang-analyzer-unix.API): it isn't the C runtime's
+        // NOLINTNEXTLINE(clang-analyzer-unix.API): not the C runtime's
         const ScopedHandle file(::open(path, _O_WRONLY | _O_APPEND, 0666, nullptr));
         DWORD count = 0;
         ASSERT_TRUE(WriteFile(file.get(), "more", 4, &count, nullptr));

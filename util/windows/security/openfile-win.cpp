@@ -61,7 +61,7 @@ HANDLE open(const std::string& path, int flags, int /*mode*/, const char* name) 
                     attributesOf(name), creationDisposition(flags),
                     FILE_FLAG_SEQUENTIAL_SCAN | FILE_ATTRIBUTE_NORMAL, /*hTemplateFile=*/nullptr);
     if (file != INVALID_HANDLE_VALUE && (flags & _O_APPEND) != 0) {
-        // With a high word: without it the end of a file above 4 GB is refused.
+        // Without a high word, Windows refuses to move to the end of a file above 4 GB.
         LONG high = 0;
         SetFilePointer(file, 0, &high, FILE_END);
     }

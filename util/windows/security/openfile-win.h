@@ -4,22 +4,25 @@
 
 #include <windows.h>
 
-// The C runtime has an `open` of its own, which stays: a call with a literal as the path must say
-// std::string.
+// The C runtime's own `open` stays available. If the path is a literal, write std::string("path")
+// to call the function below.
 
-/// Opens a file, in the manner of POSIX, for reading and writing from its start to its end. Others
-/// may read, write, rename and delete it meanwhile. The caller closes the handle, which children
-/// don't inherit.
+/// Opens a file in the manner of POSIX, for sequential reading and writing. While it is open,
+/// others may read, write, rename and delete it. The caller closes the handle, which child
+/// processes don't inherit.
 ///
-/// `flags` are those of the C runtime's `open`. _O_RDONLY, _O_WRONLY or _O_RDWR; both bits (3) open
-/// with no access at all. _O_CREAT makes a missing file, with _O_EXCL nothing but a new one;
-/// without _O_CREAT, _O_EXCL has no effect. _O_TRUNC empties the file (without _O_CREAT that takes
-/// access to write). _O_APPEND goes to its end once; _O_BINARY has no effect. Any other bit throws
-/// std::invalid_argument. `mode` isn't read.
+/// `flags` are those of the C runtime's `open`:
+///   _O_RDONLY, _O_WRONLY, _O_RDWR  the access; both bits (3) open with no access at all
+///   _O_CREAT     creates the file if it is missing
+///   _O_EXCL      with _O_CREAT, fails if the file exists; otherwise has no effect
+///   _O_TRUNC     empties the file; without _O_CREAT that needs write access
+///   _O_APPEND    moves to the end of the file, once
+///   _O_BINARY    has no effect
+/// Any other bit throws std::invalid_argument. `mode` is ignored.
 ///
-/// A file that is made gets the security that has the `name` (see securityattributes-win.h), or the
-/// default one for null and for a name that nothing has.
+/// A new file gets the security with this `name` (see securityattributes-win.h). It gets the
+/// default security if `name` is null or unknown.
 ///
-/// INVALID_HANDLE_VALUE if the file can't be opened, with the failure in GetLastError. Throws
+/// Returns INVALID_HANDLE_VALUE if the file can't be opened, with the error in GetLastError. Throws
 /// nothing else but std::bad_alloc. Any thread may call.
 HANDLE open(const std::string& path, int flags, int mode, const char* name);

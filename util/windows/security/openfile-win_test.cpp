@@ -10,7 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// Behind windows.h.
+// After windows.h.
 #include <sddl.h>
 
 #include "testing/calls/replacedcall-win.h"
@@ -46,7 +46,7 @@ struct OpeningArguments {
     HANDLE model = nullptr;
 };
 
-/// What CreateFileW is asked for, until the scope ends. It opens nothing and fails with 5.
+/// Records the arguments of CreateFileW until the scope ends. It opens nothing and fails with 5.
 class RecordedOpening {
 public:
     RecordedOpening() { sLast = {}; }
@@ -71,7 +71,7 @@ constexpr std::array<DWORD, 4> ACCESS = {GENERIC_READ, GENERIC_WRITE, GENERIC_RE
 struct Creation {
     int flags;
     DWORD disposition;
-    bool opensOld;  ///< a file that is there
+    bool opensOld;  ///< opens an existing file
     bool keepsOld;
     bool makesNew;
 };
@@ -165,7 +165,7 @@ TEST(OpenFileTest, AFileThatIsThereIsOpenedEmptiedOrRefusedAsTheFlagsSay) {
         for (const int access : {_O_RDONLY, _O_WRONLY, _O_RDWR, 3}) {
             const bool writes = access == _O_WRONLY || access == _O_RDWR;
             if (creation.disposition == TRUNCATE_EXISTING && !writes) {
-                continue;  // see below
+                continue;  // tested below
             }
             SCOPED_TRACE(creation.flags | access);
             const std::string path = folder.write("file", "old");
@@ -326,7 +326,7 @@ TEST(OpenFileTest, ANameIsLookedUpWithoutBeingPooled) {
     EXPECT_GT(allocationCount(), before);
 }
 
-/// Gives a name to what the text says.
+/// Registers the security of an SDDL text under a name.
 void addSecurity(const char* name, const char* sddl) {
     SecurityAttributesRegistry::instance().add(
         HashedText(internString(name)),

@@ -1,4 +1,4 @@
-// Names for the security of directories. The registry: securityattributes-win_test.cpp.
+// Names for the security of directories. For the registry see securityattributes-win_test.cpp.
 
 #include <array>
 #include <atomic>
@@ -16,7 +16,7 @@
 #include <windows.h>
 
 #include "util/windows/security/securityattributes-win.h"
-// Behind windows.h.
+// After windows.h.
 #include <aclapi.h>
 #include <sddl.h>
 
@@ -36,8 +36,8 @@ using testing_support::TempFolder;
 
 constexpr SECURITY_INFORMATION OWNER_GROUP_DACL = 7;
 
-/// A stand-in for the inheritance of Windows, which the test bed lacks: a child gets the security
-/// of its parent. Until the scope ends.
+/// Replaces the inheritance of Windows, which the test bed lacks, until the scope ends: a child
+/// gets the security of its parent.
 class InheritingAll {
 public:
     explicit InheritingAll(const wchar_t* sddl = nullptr) {
@@ -78,14 +78,14 @@ private:
                                                                   destroy};
 };
 
-/// A folder in `parent`.
+/// Creates a folder in `parent`.
 std::string makeFolder(const TempFolder& parent, std::string_view name) {
     std::string path = parent.utf8(name);
     EXPECT_TRUE(CreateDirectoryW(System::unicodePath(path).c_str(), nullptr));
     return path;
 }
 
-/// A folder that everyone may do anything with.
+/// Creates a folder to which everyone has full access.
 std::string makeOpenFolder(const TempFolder& parent, std::string_view name) {
     std::string path = makeFolder(parent, name);
     SecurityDescriptor("D:P(A;OICI;FA;;;WD)", SDDL_REVISION_1)
@@ -208,7 +208,7 @@ TEST(SecurityAttributesForDirectoryTest, OnSuccessTheTextForWordsIsLeftAlone) {
     EXPECT_EQ(error, "as before");
 }
 
-/// The words and the number of a failure for the folder.
+/// Returns the message and the error number of a failure for the folder.
 std::pair<std::string, DWORD> failureOf(const std::string& directory) {
     const char* name = nullptr;
     std::string error;
@@ -267,7 +267,7 @@ TEST(SecurityAttributesForDirectoryTest, AnOwnerWithoutAnAccountGivesAttributesW
             SetLastError(ERROR_NONE_MAPPED);
             return FALSE;
         });
-    // Windows makes no text of a null descriptor.
+    // Windows makes no text from a null descriptor.
     static PSECURITY_DESCRIPTOR printed;
     printed = &printed;
     const ReplacedCall<ToSddl> text(TO_SDDL,

@@ -8,7 +8,7 @@
 
 namespace {
 
-/// By the pooled text a table knows its entry without a look at the bytes.
+/// With the pooled text a table recognizes its entry without comparing bytes.
 HashedText pooled(const HashedText& name) { return name.of(StringPool::instance().intern(name)); }
 
 }  // namespace
@@ -18,7 +18,7 @@ SecurityAttributesRegistry::SecurityAttributesRegistry() = default;
 SecurityAttributesRegistry::~SecurityAttributesRegistry() = default;
 
 SecurityAttributesRegistry& SecurityAttributesRegistry::instance() {
-    // Never destroyed: files may be made while the process ends.
+    // Never destroyed: files may be created while the process ends.
     static SecurityAttributesRegistry& registry = *new SecurityAttributesRegistry;
     return registry;
 }

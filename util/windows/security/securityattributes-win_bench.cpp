@@ -14,7 +14,7 @@ namespace {
 
 constexpr size_t NAMES = 10000;
 
-/// Texts such as name the security of directories.
+/// Texts like those that name the security of directories.
 std::vector<const char*> makeNames() {
     std::vector<const char*> names;
     for (size_t i = 0; i < NAMES; ++i) {
@@ -38,7 +38,7 @@ TEST(Benchmark, FindSecurityAttributes) {
         EXPECT_NE(findSecurityAttributes(name), nullptr);
     }
     const std::vector<std::string> keys(names.begin(), names.end());
-    // By a prime, so that every name has its turn, and no two neighbours one after the other.
+    // Steps by a prime, so that every name is used, and never two neighbours in a row.
     const auto next = [](size_t& number) { return number = (number + 7919) % NAMES; };
     size_t ours = 0;
     size_t peers = 0;

@@ -1,4 +1,4 @@
-// Names for the security of directories: securityattributes-directory-win_test.cpp.
+// The registry. For directories see securityattributes-directory-win_test.cpp.
 
 #include "util/windows/security/securityattributes-win.h"
 
@@ -11,7 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// Behind windows.h.
+// After windows.h.
 #include <sddl.h>
 
 #include "testing/calls/replacedcall-win.h"

@@ -1,9 +1,9 @@
-// The control bits of security descriptors, their revision and the bits of resource managers.
+// The control bits of security descriptors, their revision and the resource manager bits.
 
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// Behind windows.h.
+// After windows.h.
 #include <sddl.h>
 
 #include "testing/calls/replacedcall-win.h"
@@ -53,7 +53,7 @@ TEST_F(DescriptorControlTest, ResourceManagerBitsAreReadAndWritten) {
         });
     const ReplacedCall<decltype(SetSecurityDescriptorRMControl)> set(
         "SetSecurityDescriptorRMControl",
-        // NOLINTNEXTLINE(readability-non-const-parameter): as Windows has it.
+        // NOLINTNEXTLINE(readability-non-const-parameter): Windows's signature.
         [](PSECURITY_DESCRIPTOR descriptor, PUCHAR wanted) -> DWORD {
             told = descriptor;
             bits = *wanted;

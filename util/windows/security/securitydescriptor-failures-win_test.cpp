@@ -1,5 +1,5 @@
-// What each operation of a security descriptor throws when the call that it makes fails, and that
-// nothing is left in memory then.
+// What each operation of a security descriptor throws when its Windows call fails, and that it then
+// leaves nothing in memory.
 
 #include <functional>
 #include <string>
@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// Behind windows.h.
+// After windows.h.
 #include <aclapi.h>
 #include <sddl.h>
 
@@ -27,7 +27,7 @@ constexpr const char* LIST_ONLY = "D:(A;;FR;;;WD)";
 
 using SecurityDescriptorFailureTest = SecurityTest;
 
-/// Lets `function` fail and expects a failure of `word` from `action`.
+/// Makes `function` fail and expects that `action` reports a failure of `word`.
 template <class Signature, class Action>
 void expectFailureOf(const char* function, const char* word, Action action, int before = 0) {
     static DWORD error = 1400;
@@ -83,10 +83,10 @@ TEST_F(SecurityDescriptorFailureTest, ATextThatIsRefusedChangesNothing) {
     EXPECT_EQ(security.owner().text(), "S-1-5-32-544");
 }
 
-/// Reads parts, each of which can't be read in its turn.
+/// Makes the reading of each part fail in turn.
 void expectFailuresOfParts(const std::function<void()>& read) {
     expectFailureOf<decltype(GetSecurityDescriptorOwner)>("GetSecurityDescriptorOwner", read);
-    // The same signature as the owner's.
+    // Has the signature of GetSecurityDescriptorOwner.
     expectFailureOf<decltype(GetSecurityDescriptorGroup)>("GetSecurityDescriptorGroup", read);
     expectFailureOf<decltype(GetSecurityDescriptorDacl)>("GetSecurityDescriptorDacl", read);
     expectFailureOf<decltype(GetSecurityDescriptorSacl)>("GetSecurityDescriptorSacl", read);
@@ -110,7 +110,7 @@ TEST_F(SecurityDescriptorFailureTest, ANewOneWhosePartsCannotBeReadIsFreed) {
 }
 
 TEST_F(SecurityDescriptorFailureTest, PartsAreReadInTheirOrder) {
-    // The first to fail is the one that is told.
+    // The first failure is reported.
     SecurityDescriptor security(FULL, SDDL_REVISION_1);
     const RefusedCall<decltype(GetSecurityDescriptorSacl)> lists("GetSecurityDescriptorSacl", 5);
     expectFailedCall("GetSecurityDescriptorSacl", 5, [&] { security.readParts(); });
@@ -170,12 +170,12 @@ TEST_F(SecurityDescriptorFailureTest, APartThatAnAbsoluteOneDoesNotTakeNamesItsC
     expectFailureOf<decltype(SetSecurityDescriptorGroup)>("SetSecurityDescriptorGroup", setGroup);
     expectFailureOf<decltype(SetSecurityDescriptorDacl)>("SetSecurityDescriptorDacl", setDacl);
     expectFailureOf<decltype(SetSecurityDescriptorSacl)>("SetSecurityDescriptorSacl", setSacl);
-    // The field took it all the same.
+    // The fields are set nevertheless.
     EXPECT_EQ(security.owner().sid(), source.owner().sid());
     EXPECT_EQ(security.group().sid(), source.group().sid());
     EXPECT_EQ(security.dacl().acl(), source.dacl().acl());
     EXPECT_EQ(security.sacl().acl(), source.sacl().acl());
-    // The control is read twice before.
+    // The control is read twice before the part is set.
     using Get = decltype(GetSecurityDescriptorControl);
     for (int before = 0; before < 2; ++before) {
         expectFailureOf<Get>("GetSecurityDescriptorControl", setOwner, before);
@@ -197,7 +197,7 @@ TEST_F(SecurityDescriptorFailureTest, AnObjectThatCannotBeWrittenHasTheNumberTha
     expectFailureOf<decltype(SetSecurityInfo)>("SetSecurityInfo", [&] {
         security.write(GetCurrentProcess(), SE_KERNEL_OBJECT, /*withSacl=*/false, 0);
     });
-    // Compatibility: the name of the call is without its W.
+    // Compatibility: the name of the call lacks its W.
     expectFailureOf<decltype(SetNamedSecurityInfoW)>(
         "SetNamedSecurityInfoW", "SetNamedSecurityInfo",
         [&] { security.write("c:/file", SE_FILE_OBJECT, /*withSacl=*/false, 0); });

@@ -1,11 +1,11 @@
-// The security of files and other objects, read and written.
+// Reading and writing the security of files and other objects.
 
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// Behind windows.h.
+// After windows.h.
 #include <aclapi.h>
 #include <sddl.h>
 
@@ -33,7 +33,7 @@ constexpr uint32_t PIPE = ObjectKind::pipe;
 class DescriptorFileTest : public SecurityTest {
 protected:
     DescriptorFileTest() {
-        // The first reading of a descriptor lets the system open things of its own.
+        // When the first descriptor is read, the system opens resources of its own.
         const SecurityDescriptor file(mFile, SE_FILE_OBJECT, /*withSacl=*/false);
         const SecurityDescriptor key("CURRENT_USER\\Software", SE_REGISTRY_KEY, /*withSacl=*/false);
     }
@@ -94,7 +94,7 @@ TEST_F(DescriptorFileTest, AnObjectThatIsNoFileHasNoKindAndItsNameIsTakenAsItIs)
     EXPECT_TRUE(key.owner().isValid());
 }
 
-/// Answers for the calls that read descriptors, with a full one, and notes what they got.
+/// Records the arguments of the calls that read descriptors; they return a full descriptor.
 struct Read {
     std::wstring name;
     HANDLE handle;
@@ -139,9 +139,9 @@ void expectFullParts(const SecurityDescriptor& security, bool withSacl) {
     EXPECT_EQ(security.sacl().acl() != nullptr, withSacl);
 }
 
-// Their fixture doesn't count: the last name stays in memory.
+// Without the fixture that counts memory: the last name stays in memory.
 
-TEST(DescriptorCallTest, ANamedObjectIsAskedForOwnerGroupAndDaclAndWhereWantedForTheSacl) {
+TEST(DescriptorCallTest, ANamedObjectIsAskedForOwnerGroupDaclAndIfWantedTheSacl) {
     const ReplacedCall<decltype(GetNamedSecurityInfoW)> call("GetNamedSecurityInfoW", readNamed);
     for (const bool withSacl : {false, true}) {
         expectFullParts(SecurityDescriptor("c:/a", SE_FILE_OBJECT, withSacl), withSacl);
@@ -156,7 +156,7 @@ TEST(DescriptorCallTest, ANamedObjectIsAskedForOwnerGroupAndDaclAndWhereWantedFo
     }
 }
 
-TEST(DescriptorCallTest, AnOpenObjectIsAskedForOwnerGroupAndDaclAndWhereWantedForTheSacl) {
+TEST(DescriptorCallTest, AnOpenObjectIsAskedForOwnerGroupDaclAndIfWantedTheSacl) {
     const ReplacedCall<decltype(GetSecurityInfo)> call("GetSecurityInfo", readOpen);
     for (const bool withSacl : {false, true}) {
         const SecurityDescriptor security(GetCurrentThread(), SE_KERNEL_OBJECT, withSacl);
@@ -203,7 +203,7 @@ TEST_F(DescriptorFileTest, TheDescriptorOfAnOpenFileIsThatOfItsPath) {
     EXPECT_EQ(byHandle.objectKind(), PLAIN);
 }
 
-/// What the calls that write descriptors got.
+/// The arguments of the calls that write descriptors.
 struct Written {
     std::wstring name;
     HANDLE handle;
@@ -214,7 +214,7 @@ struct Written {
 };
 Written gWritten;
 
-// NOLINTNEXTLINE(readability-non-const-parameter): as Windows has it.
+// NOLINTNEXTLINE(readability-non-const-parameter): Windows's signature.
 DWORD WINAPI writeNamed(LPWSTR name, SE_OBJECT_TYPE type, SECURITY_INFORMATION bits, PSID owner,
                         PSID group, PACL dacl, PACL sacl) {
     gWritten = {name, nullptr, type, bits, owner, group, dacl, sacl};

@@ -1,5 +1,4 @@
-// The absolute and the self-relative form of security descriptors, and the setting of parts in
-// either.
+// The absolute and the self-relative form of security descriptors, and setting parts in both.
 
 #include <array>
 #include <functional>
@@ -7,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// Behind windows.h.
+// After windows.h.
 #include <sddl.h>
 
 #include "testing/calls/refusedcall-win.h"
@@ -27,7 +26,7 @@ constexpr SECURITY_INFORMATION ALL_PARTS = OWNER_SECURITY_INFORMATION | GROUP_SE
 constexpr const char* FULL = "O:BAG:SYD:(A;;FA;;;WD)(A;;FR;;;SY)S:(AU;SA;FA;;;WD)";
 constexpr const char* OTHER = "O:WDG:WDD:(A;;FW;;;BA)S:(AU;FA;FA;;;BA)";
 
-/// The pointers of the parts and of the descriptor.
+/// The addresses of the descriptor and its parts.
 using Pointers = std::array<const void*, 5>;
 
 Pointers pointersOf(const SecurityDescriptor& security) {
@@ -84,7 +83,7 @@ TEST_F(DescriptorPartTest, ThoseOfAnAbsoluteOneCanBeTakenAway) {
     EXPECT_EQ(pointersOf(security), Pointers{security.descriptor()});
 }
 
-/// What one of the setters of Windows got last.
+/// The arguments of the last call of one of Windows's setters.
 struct SetPart {
     PSECURITY_DESCRIPTOR descriptor;
     void* part;
@@ -185,7 +184,7 @@ TEST_F(DescriptorFormTest, ThePartsAreReadAnewAndNoneThatWasSetRemains) {
     EXPECT_EQ(security.sacl().acl(), nullptr);
 }
 
-/// What MakeAbsoluteSD got, in the order of its arguments.
+/// The arguments of MakeAbsoluteSD, in their order.
 struct Absolute {
     PSECURITY_DESCRIPTOR source;
     std::array<BYTE*, 5> places;
@@ -219,7 +218,7 @@ TEST_F(DescriptorFormTest, OneBlockHoldsDescriptorDaclSaclOwnerAndGroupInThisOrd
         const char* text;
         std::array<DWORD, 5> sizes;
     };
-    // An ACL has 8 bytes, an ACE 8 and its SID; a SID has 8 and 4 for each sub-authority.
+    // Sizes in bytes: an ACL has 8, an ACE 8 plus its SID, a SID 8 plus 4 per sub-authority.
     const Row rows[] = {
         {FULL, {40, 8 + 2 * 20, 8 + 20, 16, 12}},
         {"O:SYG:BA", {40, 0, 0, 12, 16}},
@@ -276,7 +275,7 @@ TEST_F(DescriptorFormTest, APartThatWasSetAndIsTooSmallForTheOldOneIsRefused) {
     EXPECT_EQ(pointersOf(security), before);
 }
 
-/// Whether Windows's calls refuse a descriptor that has the form already, as documented.
+/// Whether Windows's calls refuse a descriptor that already has the form, as documented.
 bool formsAreChecked() {
     SECURITY_DESCRIPTOR absolute = {};
     InitializeSecurityDescriptor(&absolute, SECURITY_DESCRIPTOR_REVISION);

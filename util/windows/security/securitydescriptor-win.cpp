@@ -3,7 +3,7 @@
 #include <utility>
 
 #include <windows.h>
-// Behind windows.h.
+// After windows.h.
 #include <aclapi.h>
 #include <sddl.h>
 
@@ -21,7 +21,7 @@ SECURITY_INFORMATION bitsToRead(bool withSacl) {
     return withSacl ? ownerGroupDacl | SACL_SECURITY_INFORMATION : ownerGroupDacl;
 }
 
-/// Only files have paths that go beyond MAX_PATH, and slashes to be turned.
+/// Only paths of files can exceed MAX_PATH, and only theirs need their slashes converted.
 std::wstring objectName(const std::string& path, SE_OBJECT_TYPE type) {
     return type == SE_FILE_OBJECT ? System::unicodePath(path) : toWide(path);
 }
@@ -99,7 +99,7 @@ bool isSelfRelative(PSECURITY_DESCRIPTOR descriptor) {
     return (controlOf(descriptor) & SE_SELF_RELATIVE) != 0;
 }
 
-/// BuildSecurityDescriptorW has its input without const and doesn't write it.
+/// BuildSecurityDescriptorW takes its input without const, but doesn't change it.
 PTRUSTEE_W withoutConst(const Trustee& trustee) {
     return const_cast<PTRUSTEE_W>(&trustee.trustee());
 }
@@ -218,7 +218,7 @@ void SecurityDescriptor::setRmControl(BYTE bits) {
 }
 
 void SecurityDescriptor::readParts() {
-    // Of a list that isn't there, Windows leaves the pointer alone.
+    // If a list is missing, Windows doesn't set the pointer.
     mOwner = nullptr;
     mGroup = nullptr;
     mDacl = nullptr;
@@ -239,7 +239,7 @@ void SecurityDescriptor::readParts() {
     }
 }
 
-/// Hands the part to an absolute descriptor by `set`, which takes the present "defaulted" bit.
+/// Sets the part in an absolute descriptor with `set`, which takes the current "defaulted" bit.
 template <class SetPart>
 void SecurityDescriptor::setPart(SECURITY_DESCRIPTOR_CONTROL defaultedBit, const char* failure,
                                  SetPart set) {
@@ -291,7 +291,7 @@ void SecurityDescriptor::makeAbsolute() {
     DWORD saclSize = mSacl != nullptr ? mSacl->AclSize : 0;
     DWORD ownerSize = mOwner != nullptr ? GetLengthSid(mOwner) : 0;
     DWORD groupSize = mGroup != nullptr ? GetLengthSid(mGroup) : 0;
-    // One block, so that what frees the descriptor frees its parts.
+    // One block, so that freeing the descriptor frees its parts.
     LocalMemory<void> block =
         allocate(descriptorSize + daclSize + saclSize + ownerSize + groupSize);
     BYTE* const dacl = static_cast<BYTE*>(block.get()) + descriptorSize;
@@ -322,7 +322,7 @@ std::string SecurityDescriptor::sddl(SECURITY_INFORMATION bits) const {
 
 void SecurityDescriptor::setSddl(const char* sddl, DWORD revision) {
     LocalMemory<void> descriptor = fromSddl(sddl, revision);
-    // Compatibility: the old one isn't freed. Views of its owner, group and lists stay good.
+    // Compatibility: the old one isn't freed. Views of its owner, group and lists stay valid.
     static_cast<void>(mDescriptor.release());
     mDescriptor = std::move(descriptor);
 }
@@ -345,7 +345,7 @@ void SecurityDescriptor::write(HANDLE object, SE_OBJECT_TYPE type, bool withSacl
 
 void SecurityDescriptor::write(const std::string& path, SE_OBJECT_TYPE type, bool withSacl,
                                SECURITY_INFORMATION furtherBits) const {
-    // Windows has the name without const and doesn't write it.
+    // Windows takes the name without const, but doesn't change it.
     std::wstring name = objectName(path, type);
     throwIfFailed("SetNamedSecurityInfo",
                   SetNamedSecurityInfoW(name.data(), type, presentBits(withSacl) | furtherBits,

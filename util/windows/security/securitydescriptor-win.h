@@ -5,7 +5,8 @@
 //     SecurityDescriptor security("c:/notes.txt", SE_FILE_OBJECT, /*withSacl=*/false);
 //     std::cerr << security.sddl(DACL_SECURITY_INFORMATION);
 //
-// A failed Windows call throws a Win32Exception whose text is the name of the function.
+// A failed Windows call throws a Win32Exception whose text begins with the name of the function:
+// `Throws "GetSecurityInfo"` gives that name.
 
 #include <concepts>
 #include <cstdint>
@@ -13,7 +14,7 @@
 #include <string>
 
 #include <windows.h>
-// Behind windows.h.
+// After windows.h.
 #include <accctrl.h>
 
 #include "util/windows/localmemory-win.h"
@@ -23,57 +24,61 @@
 #include "util/windows/security/trustee-win.h"
 
 /// Owns a security descriptor, of the absolute or the self-relative form, and knows what kind of
-/// object it came from. The owner, group, DACL and SACL lie within the descriptor, or where the
-/// caller holds those that he has set.
+/// object it came from. The owner, group, DACL and SACL are stored in the descriptor; those that
+/// the caller has set stay in the caller's memory.
 ///
-/// A null descriptor (from a null source) has no parts. Of its operations the views, the lengths,
-/// `isValid`, `isAbsolute`, the setters of parts, `setSddl`, writing, copying and printing may be
-/// called, and `sddl`, which throws what Windows says.
-/// One thread at a time uses an object.
+/// A null descriptor (from a null source) has no parts. It allows only these operations: the views
+/// of parts, `length`, `isValid`, `isAbsolute`, the setters of parts, `setSddl`, `write`, copying,
+/// printing, and `sddl`, which throws the error of Windows.
+///
+/// Only one thread at a time may use an object.
 class SecurityDescriptor {
 public:
-    /// Empty, of the absolute form. Throws "InitializeSecurityDescriptor".
+    /// Makes an empty descriptor of the absolute form. Throws "InitializeSecurityDescriptor".
     SecurityDescriptor();
-    /// Owner, group and DACL of a named object, with `withSacl` the SACL too. `path` is UTF-8; that
-    /// of a file may have any length. Throws "GetNamedSecurityInfoW".
+    /// Reads the owner, group and DACL of a named object, with `withSacl` also the SACL. `path` is
+    /// UTF-8; the path of a file may have any length. Throws "GetNamedSecurityInfoW".
     SecurityDescriptor(const std::string& path, SE_OBJECT_TYPE type, bool withSacl);
-    /// The same of an open object. Throws "GetSecurityInfo".
+    /// The same for an open object. Throws "GetSecurityInfo".
     SecurityDescriptor(HANDLE object, SE_OBJECT_TYPE type, bool withSacl);
-    /// Text that can be written is an address before it is a path: std::string(buffer) is the path.
+    /// A pointer to writable text would be a handle, not a path. For a path, pass
+    /// std::string(buffer).
     template <NoHandleTarget T>
     SecurityDescriptor(T* noHandle, SE_OBJECT_TYPE type, bool withSacl) = delete;
-    /// Self-relative, with the entries put before those of `base`, which is self-relative too.
-    /// Throws "BuildSecurityDescriptorW".
+    /// Makes a self-relative descriptor, with the entries before those of `base`, which must be
+    /// self-relative too. Throws "BuildSecurityDescriptorW".
     SecurityDescriptor(const Trustee& owner, const Trustee& group,
                        const ExplicitAccessList& accessEntries,
                        const ExplicitAccessList& auditEntries,
                        const SecurityDescriptor* base = nullptr);
-    /// From the UTF-8 text of the language for descriptors. Throws
+    /// Makes a descriptor from SDDL text in UTF-8. Throws
     /// "ConvertStringSecurityDescriptorToSecurityDescriptorW".
     SecurityDescriptor(const char* sddl, DWORD revision);
-    /// A path and its type lack `withSacl`, and are no SDDL with a revision.
+    /// This is a path and a type without `withSacl`, not SDDL with a revision.
     SecurityDescriptor(const char* path, SE_OBJECT_TYPE type) = delete;
-    /// A self-relative copy of a descriptor of either form, or of null. Throws
-    /// "GetSecurityDescriptorControl", "MakeSelfRelativeSD".
+    /// Makes a self-relative copy of a descriptor of either form. A null `descriptor` makes a null
+    /// descriptor. Throws "GetSecurityDescriptorControl", "MakeSelfRelativeSD".
     explicit SecurityDescriptor(PSECURITY_DESCRIPTOR descriptor);
-    /// Bytes of a descriptor stand in arrays of BYTE or std::byte. A writable `char` array could
-    /// hold SDDL: the call says which by `PSECURITY_DESCRIPTOR{buffer}` or a revision.
+    /// The bytes of a descriptor belong in an array of BYTE or std::byte. A writable `char` array
+    /// could hold SDDL as well: pass `PSECURITY_DESCRIPTOR{buffer}` for bytes, or add a revision
+    /// for SDDL.
     template <TextOrObject T>
     explicit SecurityDescriptor(T* noDescriptor) = delete;
-    /// It would be the null descriptor: the empty one is `SecurityDescriptor()`.
+    /// `{}` would be the null descriptor. The empty one is `SecurityDescriptor()`.
     explicit SecurityDescriptor(EmptyBraces) = delete;
-    /// Self-relative as well, whatever the form of `other`. Parts that were set in `other` but are
-    /// not in its descriptor aren't copied.
+    /// Makes a self-relative copy of a descriptor of either form. Parts that were set in `other`
+    /// but aren't in its descriptor aren't copied.
     SecurityDescriptor(const SecurityDescriptor& other);
     SecurityDescriptor& operator=(const SecurityDescriptor&) = delete;
     ~SecurityDescriptor() = default;
 
     PSECURITY_DESCRIPTOR descriptor() const { return mDescriptor.get(); }
     SE_OBJECT_TYPE objectType() const { return mObjectType; }
-    /// Of a file object one of its `ObjectKind`s (accessrights.h); 0 for others.
+    /// For a file object, one of the `ObjectKind`s of files (accessrights.h); 0 for others.
     uint32_t objectKind() const { return mObjectKind; }
 
-    /// Views, null where there is no such part; good until the descriptor goes or changes its form.
+    /// Return views, null if the part is missing. A view is valid until the descriptor is destroyed
+    /// or changes its form.
     SecurityIdentifier owner() const { return {mOwner}; }
     SecurityIdentifier group() const { return {mGroup}; }
     AccessControlList dacl() const { return {mDacl}; }
@@ -92,56 +97,60 @@ public:
     /// Throws "SetSecurityDescriptorRMControl".
     void setRmControl(BYTE bits);
 
-    /// The parts become those of the descriptor. Throws "GetSecurityDescriptorOwner",
+    /// Replaces the parts by those in the descriptor. Throws "GetSecurityDescriptorOwner",
     /// "...Group", "...Dacl" or "...Sacl".
     void readParts();
 
-    /// The object gives out the new part, which the caller holds. A descriptor of the absolute form
-    /// gets it too, "defaulted" as it was; one of the self-relative form can't be changed, and
-    /// keeps the old. Throw "GetSecurityDescriptorControl", "SetSecurityDescriptorOwner" and so on.
+    /// Set the part that this object returns; it stays in the caller's memory. A descriptor of the
+    /// absolute form gets the part too and keeps its "defaulted" bit. A self-relative descriptor
+    /// can't be changed and keeps the old part. Throw "GetSecurityDescriptorControl",
+    /// "SetSecurityDescriptorOwner" and so on.
     void setOwner(PSID owner);
     void setGroup(PSID group);
     void setDacl(PACL dacl);
     void setSacl(PACL sacl);
-    /// As with SecurityIdentifier.
+    /// See SecurityIdentifier.
     template <TextOrObject T>
     void setOwner(T* noSid) = delete;
     template <TextOrObject T>
     void setGroup(T* noSid) = delete;
 
-    /// Replaces the descriptor by one of the other form, or throws "MakeAbsoluteSD" with nothing
-    /// changed. Parts that were set but aren't in the descriptor are given up, and lead to that
-    /// failure if they are smaller than those that are.
+    /// Converts the descriptor to the absolute form. Throws "MakeAbsoluteSD", with nothing changed.
+    /// Parts that were set but aren't in the descriptor are dropped. If they are smaller than the
+    /// parts in the descriptor, the conversion fails.
     void makeAbsolute();
-    /// The same; throws "MakeSelfRelativeSD".
+    /// Converts the descriptor to the self-relative form. Throws "MakeSelfRelativeSD", with nothing
+    /// changed. Parts that were set but aren't in the descriptor are dropped.
     void makeSelfRelative();
 
-    /// The text for the parts that `bits` name, in UTF-8. Throws
+    /// Returns the SDDL text, in UTF-8, for the parts that `bits` select. Throws
     /// "ConvertSecurityDescriptorToStringSecurityDescriptorW".
     std::string sddl(SECURITY_INFORMATION bits) const;
-    /// Takes the descriptor from a text, as the constructor does; not its parts, which `readParts`
-    /// takes. The old descriptor is left in memory.
+    /// Replaces the descriptor by one from SDDL text, with the same failure as the constructor. The
+    /// parts stay: call `readParts` for the new ones. The old descriptor isn't freed.
     void setSddl(const char* sddl, DWORD revision);
 
-    /// Gives an object the parts that are there, the SACL only `withSacl`. `furtherBits` may hold
-    /// PROTECTED_DACL_SECURITY_INFORMATION and its like. Throws "SetSecurityInfo".
+    /// Sets the security of an object to the parts that aren't null, the SACL only with `withSacl`.
+    /// `furtherBits` may contain PROTECTED_DACL_SECURITY_INFORMATION and similar bits. Throws
+    /// "SetSecurityInfo".
     void write(HANDLE object, SE_OBJECT_TYPE type, bool withSacl,
                SECURITY_INFORMATION furtherBits) const;
     /// Throws "SetNamedSecurityInfo".
     void write(const std::string& path, SE_OBJECT_TYPE type, bool withSacl,
                SECURITY_INFORMATION furtherBits) const;
-    /// As with the constructors.
+    /// See the constructors.
     template <NoHandleTarget T>
     void write(T* noHandle, SE_OBJECT_TYPE type, bool withSacl,
                SECURITY_INFORMATION furtherBits) const = delete;
-    /// The last two in the other order.
+    /// Rejects the last two arguments in the wrong order.
     template <class Object, std::same_as<bool> Bool>
     void write(Object object, SE_OBJECT_TYPE type, SECURITY_INFORMATION furtherBits,
                Bool withSacl) const = delete;
 
-    /// What a new file, or with `isContainer` a new directory, gets in a directory of this
-    /// security. A null descriptor if no account has the owner's SID. Throws "LookupAccountSidW",
-    /// "CreatePrivateObjectSecurityEx", "DestroyPrivateObjectSecurity".
+    /// Returns the security of a new file, or with `isContainer` a new directory, in a directory
+    /// with this security. Returns a null descriptor if the owner's SID has no account, or a
+    /// deleted or invalid one. Throws "LookupAccountSidW", "CreatePrivateObjectSecurityEx",
+    /// "DestroyPrivateObjectSecurity".
     std::unique_ptr<SecurityDescriptor> deriveForChild(bool isContainer) const;
 
 private:

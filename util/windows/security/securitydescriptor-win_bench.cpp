@@ -2,7 +2,7 @@
 #include <vector>
 
 #include <windows.h>
-// Behind windows.h.
+// After windows.h.
 #include <aclapi.h>
 
 #include "testing/benchmark/comparison.h"
@@ -12,8 +12,8 @@
 
 namespace {
 
-/// What there is no way around, with the path in the form for Windows already: the descriptor is
-/// read and freed, and the file told from a directory.
+/// The unavoidable work, for a path that is already in Windows's form: reads and frees the
+/// descriptor, and checks whether the file is a directory.
 bool readBare(const std::wstring& name) {
     PSID owner = nullptr;
     PSID group = nullptr;

@@ -1,4 +1,4 @@
-// How security descriptors are made, what they tell, and which call a failure names.
+// Making security descriptors, reading their properties, and which call a failure names.
 
 #include "util/windows/security/securitydescriptor-win.h"
 
@@ -8,7 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// Behind windows.h.
+// After windows.h.
 #include <aclapi.h>
 #include <sddl.h>
 

@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// Behind windows.h.
+// After windows.h.
 #include <lmcons.h>
 #define SECURITY_WIN32
 #include <security.h>
@@ -23,7 +23,7 @@ using testing_support::ReplacedCall;
 
 constexpr char UNMAPPED[] = "S-1-5-21-1-2-3-1001";
 
-/// What a lookup was asked for. Not a string: nothing may be left in hand.
+/// The arguments of a lookup. Not strings: they would leave memory allocated.
 struct Asked {
     bool mHasSystem = false;
     wchar_t mSystem[64] = {};
@@ -43,9 +43,8 @@ void noteSystem(const wchar_t* system) {
     }
 }
 
-// NOLINTBEGIN(readability-non-const-parameter): the system's own types
-/// Fills the 68 bytes of the longest SID and 142 characters of a domain, the most there is room
-/// for.
+// NOLINTBEGIN(readability-non-const-parameter): Windows's signature
+/// Fills the 68 bytes of the longest SID and the 142 characters of a domain that fit at most.
 WINBOOL longestAccount(LPCWSTR system, LPCWSTR account, PSID sid, LPDWORD size, LPWSTR domain,
                        LPDWORD domainLength, PSID_NAME_USE use) {
     noteSystem(system);
@@ -69,7 +68,7 @@ class SecurityAccountTest : public testing_support::OwnershipTest {
 protected:
     SecurityAccountTest() {
         gAsked = {};
-        // The first lookup of a process opens what the system's own library keeps.
+        // A process's first lookup opens resources that the system library keeps.
         static_cast<void>(SecurityIdentifier(WinWorldSid, nullptr).accountName());
         SecurityIdentifier::currentUser();
     }
@@ -159,7 +158,7 @@ TEST_F(SecurityAccountTest, AnEmptyDomainStillHasItsSeparator) {
     EXPECT_EQ(everyone.accountName(), everyone.accountName(&found));
 }
 
-/// Names of the greatest length, and a bit behind them that doesn't belong to them.
+/// Returns names of the greatest length, followed by text that isn't part of them.
 WINBOOL longestNames(LPCWSTR system, PSID sid, LPWSTR name, LPDWORD nameLength, LPWSTR domain,
                      LPDWORD domainLength, PSID_NAME_USE use) {
     noteSystem(system);

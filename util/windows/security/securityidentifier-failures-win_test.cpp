@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// Behind windows.h.
+// After windows.h.
 #include <sddl.h>
 #define SECURITY_WIN32
 #include <security.h>
@@ -26,7 +26,7 @@ constexpr DWORD ERROR_CODE = ERROR_NOT_ENOUGH_MEMORY;
 
 SecurityIdentifier copyOf(const SecurityIdentifier& sid) { return sid; }
 
-/// Expects that where this call is refused `steps` fail with its name and leave nothing in hand.
+/// Expects that, if this call is refused, `steps` fail with its name and leave nothing allocated.
 template <class Signature, class Steps>
 void expectRefusal(const char* function, Steps steps) {
     const RefusedCall<Signature> refused(function, ERROR_CODE);
@@ -99,7 +99,7 @@ TEST_F(SecurityIdentifierFailureTest, AFailedAssignmentLeavesAViewOfNothing) {
 
 TEST_F(SecurityIdentifierFailureTest, WhatHasNoBytesToCopyFailsWithoutALeak) {
     expectFailedCall("CopySid", ERROR_INVALID_SID, [] { SecurityIdentifier::deepCopy(nullptr); });
-    // An owner's bytes can be made an invalid SID by whoever has their address.
+    // Anyone with the address of an owner's bytes can make them an invalid SID.
     const SecurityIdentifier broken("S-1-1-0");
     static_cast<SID*>(broken.sid())->Revision = SID_REVISION + 1;
     EXPECT_THROW(copyOf(broken), Win32Exception);

@@ -26,7 +26,7 @@ constexpr char OTHER_TEXT[] = "S-1-1-0";
 
 SecurityIdentifier copyOf(const SecurityIdentifier& sid) { return sid; }
 
-/// Bytes that belong to nobody here.
+/// Bytes that no SecurityIdentifier owns.
 struct SystemSid {
     SID mSid = {SID_REVISION, 1, NT_AUTHORITY, {SECURITY_LOCAL_SYSTEM_RID}};
 };
@@ -134,7 +134,7 @@ TEST_F(SecurityIdentifierOwnershipTest, AssignmentToItselfKeepsTheBytes) {
         *sid = itself;
         EXPECT_EQ(sid->sid(), before);
         EXPECT_EQ(sid->isOwner(), isOwner);
-        SecurityIdentifier& same = *sid;  // the compiler warns of a plain move to itself
+        SecurityIdentifier& same = *sid;  // the compiler warns about a plain self-move
         *sid = std::move(same);
         EXPECT_EQ(sid->sid(), before);
         EXPECT_EQ(sid->isOwner(), isOwner);
@@ -161,7 +161,7 @@ TEST_F(SecurityIdentifierOwnershipTest, AMoveTakesTheBytesAndLeavesAViewOfNothin
         const SecurityIdentifier target(std::move(source));
         EXPECT_EQ(target.sid(), sid);
         EXPECT_EQ(target.isOwner(), isOwner);
-        // NOLINTNEXTLINE(*-use-after-move,*.Move): what is left of it is told.
+        // NOLINTNEXTLINE(*-use-after-move,*.Move): tests the moved-from state.
         EXPECT_EQ(source.sid(), nullptr);
         EXPECT_FALSE(source.isOwner());
         expectArrays(isOwner ? 1 : 0);
@@ -180,7 +180,7 @@ TEST_F(SecurityIdentifierOwnershipTest, AMovedAssignmentGivesTheOldBytesBack) {
             target = std::move(source);
             EXPECT_EQ(target.sid(), sid);
             EXPECT_EQ(target.isOwner(), sourceOwns);
-            // NOLINTNEXTLINE(*-use-after-move,*.Move): what is left of it is told.
+            // NOLINTNEXTLINE(*-use-after-move,*.Move): tests the moved-from state.
             EXPECT_EQ(source.sid(), nullptr);
             EXPECT_FALSE(source.isOwner());
             expectArrays(sourceOwns ? 1 : 0);

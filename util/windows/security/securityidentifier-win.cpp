@@ -6,7 +6,7 @@
 #include <utility>
 
 #include <windows.h>
-// Behind windows.h.
+// After windows.h.
 #include <sddl.h>
 #define SECURITY_WIN32
 #include <security.h>
@@ -23,7 +23,7 @@ SidBytes makeSidBytes(DWORD size) { return std::make_unique<BYTE[]>(size); }
 
 SidBytes copyBytes(PSID sid) {
     if (sid == nullptr) {
-        // CopySid would read it.
+        // CopySid would dereference it.
         throw Win32Exception("CopySid", ERROR_INVALID_SID);
     }
     const DWORD size = SecurityIdentifier(sid).length();
@@ -75,7 +75,7 @@ SecurityIdentifier::SecurityIdentifier(const SID_IDENTIFIER_AUTHORITY& authority
         return index < subAuthorities.size() ? subAuthorities[index] : DWORD{0};
     };
     SID_IDENTIFIER_AUTHORITY copy = authority;
-    // Windows refuses a count of over 8; one that a byte doesn't hold must not come out smaller.
+    // Windows refuses a count above 8. A count too large for a byte must not wrap to a smaller one.
     const size_t count = std::min<size_t>(subAuthorities.size(), 0xff);
     PSID sid = nullptr;
     if (!AllocateAndInitializeSid(&copy, static_cast<BYTE>(count), at(0), at(1), at(2), at(3),
@@ -97,7 +97,7 @@ SecurityIdentifier::SecurityIdentifier(const char* text) {
     try {
         mSid = copyBytes(sid).release();
     } catch (const Win32Exception&) {
-        // Compatibility: where CopySid fails the block is lost. It fails for an invalid SID alone,
+        // Compatibility: if CopySid fails, the block leaks. CopySid fails only for an invalid SID,
         // and Windows has just made this one.
         static_cast<void>(owner.release());
         throw;
@@ -190,8 +190,8 @@ DWORD* SecurityIdentifier::subAuthority(DWORD index) const {
         return nullptr;
     }
     DWORD* place = GetSidSubAuthority(mSid, index);
-    // Compatibility: the last error isn't cleared before the call, so that an older
-    // failure is reported as this call's.
+    // Compatibility: the last error isn't cleared before the call, so an older failure is reported
+    // as a failure of this call.
     if (place == nullptr || GetLastError() != NO_ERROR) {
         throw Win32Exception("GetSidSubAuthority");
     }

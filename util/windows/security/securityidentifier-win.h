@@ -1,11 +1,12 @@
 #pragma once
 
-// SIDs, and the accounts that they stand for.
+// SIDs, and the accounts that they belong to.
 //
 //     const SecurityIdentifier everyone("S-1-1-0");
 //     std::cerr << everyone.accountName();  // "\Everyone"
 //
-// A failed Windows call throws a Win32Exception whose text is the name of the function.
+// A failed Windows call throws a Win32Exception whose text begins with the name of the function:
+// `Throws "CopySid"` gives that name.
 
 #include <cstdint>
 #include <string>
@@ -18,103 +19,111 @@
 /// How many sub-authorities a SID has.
 class SubAuthorityCount {
 public:
-    // NOLINTNEXTLINE(google-explicit-constructor): a number is one.
+    // NOLINTNEXTLINE(google-explicit-constructor): callers pass a number.
     constexpr SubAuthorityCount(BYTE count) noexcept : mCount(count) {}
-    // NOLINTNEXTLINE(google-explicit-constructor): it is a number.
+    // NOLINTNEXTLINE(google-explicit-constructor): it is used as a number.
     constexpr operator BYTE() const noexcept { return mCount; }
 
 private:
     BYTE mCount;
 };
 
-/// A SID: a view of one that something else holds, or the owner of its own bytes. A view is good as
-/// long as what gave it out: a security descriptor, an ACE, a token's buffer.
+/// A SID: either a view of a SID stored elsewhere, or the owner of its own bytes. A view is valid
+/// as long as its source: a security descriptor, an ACE, a token's buffer.
 ///
-/// Copies follow the source: that of a view is a view of the same bytes, that of an owner has bytes
-/// of its own. One thread at a time uses an object.
+/// The copy of a view is a view of the same bytes; the copy of an owner owns a copy of the bytes.
+/// Only one thread at a time may use an object.
 ///
-/// Bytes of a SID stand in arrays of BYTE (which is unsigned char) or std::byte, and go in as the
-/// `PSID` that their address is. A `const char*` is text. A writable `char` array could be either
-/// and compiles for neither, nor does the address of an object: the call says which by
-/// `PSID{buffer}` or `std::as_const(buffer)`.
+/// The bytes of a SID belong in an array of BYTE (which is unsigned char) or std::byte; their
+/// address is passed as a `PSID`. A `const char*` is text. A writable `char` array could be either
+/// and doesn't compile; the address of an object doesn't either. Write which one is meant:
+///     PSID{buffer}           // the bytes of a SID
+///     std::as_const(buffer)  // text
 class SecurityIdentifier {
 public:
-    /// A view, of nothing by default.
-    // NOLINTNEXTLINE(google-explicit-constructor): a raw SID is one.
+    /// Makes a view, of nothing by default.
+    // NOLINTNEXTLINE(google-explicit-constructor): a raw SID converts implicitly.
     SecurityIdentifier(PSID sid = nullptr) noexcept : mSid(sid) {}
     template <TextOrObject T>
     SecurityIdentifier(T* noSid) = delete;
-    /// A well-known SID; `domain` may be null where the type needs none. Throws
+    /// Makes a well-known SID. `domain` may be null if the type needs none. Throws
     /// "CreateWellKnownSid".
     SecurityIdentifier(WELL_KNOWN_SID_TYPE type, PSID domain);
     template <TextOrObject T>
     SecurityIdentifier(WELL_KNOWN_SID_TYPE type, T* noDomain) = delete;
-    /// With all sub-authorities 0, to be set through `subAuthority`. Throws "InitializeSid". One
-    /// number in braces could be the list below as well, and doesn't compile.
+    /// Makes a SID whose sub-authorities are all 0; set them through `subAuthority`. Throws
+    /// "InitializeSid". One number in braces doesn't compile, because it could be the list below as
+    /// well.
     SecurityIdentifier(const SID_IDENTIFIER_AUTHORITY& authority,
                        SubAuthorityCount subAuthorityCount);
-    /// At most 8 sub-authorities, which are taken over: the vector is empty and without memory
-    /// afterwards, and as it was if this fails. Throws "AllocateAndInitializeSid", "CopySid".
+    /// Makes a SID with at most 8 sub-authorities. Afterwards the vector is empty and has no
+    /// memory; on failure it is unchanged. Throws "AllocateAndInitializeSid", "CopySid".
     SecurityIdentifier(const SID_IDENTIFIER_AUTHORITY& authority,
                        std::vector<DWORD>&& subAuthorities);
-    /// From a text like "S-1-5-32-544" or "BA", in UTF-8. Throws "ConvertStringSidToSidW",
+    /// Makes a SID from UTF-8 text like "S-1-5-32-544" or "BA". Throws "ConvertStringSidToSidW",
     /// "CopySid".
     explicit SecurityIdentifier(const char* text);
-    /// The SID of an account ("DOMAIN\name" or "name", UTF-8) as `system` knows it, which is the
-    /// own one if null. `*domain`, unless null, becomes the domain in which the account was found.
+    /// Looks up the SID of an account ("DOMAIN\name" or "name", UTF-8) on `system`; null is the
+    /// local system. `*domain`, unless null, becomes the domain in which the account was found.
     /// Throws "LookupAccountNameW".
     SecurityIdentifier(const char* account, const char* system, std::string* domain);
-    /// The SID of the user of the calling thread. Throws "GetUserNameExW", "LookupAccountNameW".
+    /// Returns the SID of the calling thread's user. Throws "GetUserNameExW", "LookupAccountNameW".
     static SecurityIdentifier currentUser();
-    /// An owner, whatever holds `sid`. Throws "CopySid" for a null or an invalid SID.
+    /// Returns an owner with a copy of `sid`. Throws "CopySid" for a null or an invalid SID.
     static SecurityIdentifier deepCopy(PSID sid);
     template <TextOrObject T>
     static SecurityIdentifier deepCopy(T* noSid) = delete;
 
-    /// Throws "CopySid" for an owner whose SID has become invalid, as the assignment.
+    /// Throws "CopySid" if `other` is an owner whose SID has become invalid. So does the
+    /// assignment.
     SecurityIdentifier(const SecurityIdentifier& other);
     SecurityIdentifier(SecurityIdentifier&& other) noexcept;
-    /// A failure leaves a view of nothing. `other` is no view of the bytes that this object owns.
+    /// After a failure this object is a view of nothing. `other` must not be a view of the bytes
+    /// that this object owns.
     SecurityIdentifier& operator=(const SecurityIdentifier& other);
     SecurityIdentifier& operator=(SecurityIdentifier&& other) noexcept;
     ~SecurityIdentifier() { drop(); }
 
-    /// Belongs to the object or to what it is a view of.
+    /// The bytes belong to this object, or to the source of the view.
     PSID sid() const { return mSid; }
     bool isOwner() const { return mOwned; }
 
     bool isValid() const;
-    /// Bytes; 0 for a null or an invalid SID, as with the next three.
+    /// Returns the length in bytes. This and the next three return 0 or null for a null or an
+    /// invalid SID.
     DWORD length() const;
-    /// A place within the SID, or null.
+    /// Returns a pointer into the SID.
     const SID_IDENTIFIER_AUTHORITY* identifierAuthority() const;
     BYTE subAuthorityCount() const;
-    /// The place of one below the count, which Windows doesn't check; null for a null or an invalid
-    /// SID. Throws "GetSidSubAuthority" also where GetLastError tells of a failure from before the
-    /// call; callers clear it.
+    /// Returns a pointer into the SID. `index` must be below the count; Windows doesn't check that.
+    /// Throws "GetSidSubAuthority", also if GetLastError still reports an error from before the
+    /// call: clear it first.
     DWORD* subAuthority(DWORD index) const;
 
-    /// Whether all but the last sub-authority are the same. Not for null.
+    /// Returns whether all sub-authorities but the last are the same. Neither SID may be null.
     bool equalPrefix(const SecurityIdentifier& other) const;
     bool isWellKnown(WELL_KNOWN_SID_TYPE type) const;
-    /// The domain of an account's SID. Throws "GetWindowsAccountDomainSid".
+    /// Returns the domain of an account's SID. Throws "GetWindowsAccountDomainSid".
     SecurityIdentifier domainSid() const;
     /// Throws "EqualDomainSid".
     bool equalDomain(const SecurityIdentifier& other) const;
 
-    /// "S-1-5-32-544". Throws "ConvertSidToStringSidW".
+    /// Returns text like "S-1-5-32-544". Throws "ConvertSidToStringSidW".
     std::string text() const;
-    /// "DOMAIN\name" as `system`, or the own one, knows the SID; the separator stands there for an
-    /// empty domain as well. "(not found)" if no account has it. `*use`, unless null, becomes the
-    /// kind of account, SidTypeUnknown for none. Throws "LookupAccountSidW", `*use` unchanged.
+    /// Returns the account of the SID on `system`; null is the local system.
+    ///     "DOMAIN\name"
+    ///     "\name"        the domain is empty
+    ///     "(not found)"  the SID has no account
+    /// `*use`, unless null, becomes the kind of account, SidTypeUnknown if there is none. Throws
+    /// "LookupAccountSidW", with `*use` unchanged.
     std::string accountName(SID_NAME_USE* use = nullptr, const char* system = nullptr) const;
 
-    /// Two nulls are equal.
+    /// Two null SIDs are equal.
     bool operator==(const SecurityIdentifier& other) const;
 
 private:
     void drop() noexcept;
 
     PSID mSid = nullptr;
-    bool mOwned = false;  ///< the bytes are an array of new[]
+    bool mOwned = false;  ///< the bytes were allocated with new[]
 };

@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// Behind windows.h.
+// After windows.h.
 #include <sddl.h>
 #define SECURITY_WIN32
 #include <security.h>
@@ -27,7 +27,7 @@ constexpr SID_IDENTIFIER_AUTHORITY NT_AUTHORITY = SECURITY_NT_AUTHORITY;
 constexpr char ADMINISTRATORS[] = "S-1-5-32-544";
 constexpr char ACCOUNT[] = "S-1-5-21-1-2-3-1001";
 
-/// A SID of a revision that isn't known.
+/// A SID with an unknown revision.
 struct InvalidSid {
     SID mSid = {SID_REVISION + 1, 1, NT_AUTHORITY, {0}};
 
@@ -85,12 +85,12 @@ TEST_F(SecurityIdentifierTest, AListGivesItsSubAuthoritiesInOrderAndIsEmptiedFor
         EXPECT_TRUE(sid.isOwner());
         EXPECT_EQ(sid.text(), text);
         EXPECT_EQ(sid.subAuthorityCount(), count);
-        // NOLINTNEXTLINE(bugprone-use-after-move): what is left of it is told.
+        // NOLINTNEXTLINE(bugprone-use-after-move): tests the moved-from state.
         EXPECT_EQ(given.capacity(), 0U);
     }
 }
 
-/// What AllocateAndInitializeSid was asked for.
+/// The arguments of AllocateAndInitializeSid.
 std::vector<DWORD> gAsked;
 
 TEST_F(SecurityIdentifierTest, MissingSubAuthoritiesArePassedAsZeros) {
@@ -112,7 +112,7 @@ TEST_F(SecurityIdentifierTest, WindowsRefusesAListOfMoreThanEightAndItStaysAsItW
         std::vector<DWORD> values(size, 7);
         expectFailedCall("AllocateAndInitializeSid", ERROR_INVALID_SID,
                          [&] { SecurityIdentifier(NT_AUTHORITY, std::move(values)); });
-        // NOLINTNEXTLINE(bugprone-use-after-move): a failure leaves it.
+        // NOLINTNEXTLINE(bugprone-use-after-move): a failure leaves it unchanged.
         EXPECT_EQ(values, std::vector<DWORD>(size, 7));
     }
 }
@@ -146,7 +146,7 @@ TEST_F(SecurityIdentifierTest, ANullOrInvalidSidHasNoParts) {
 
 TEST_F(SecurityIdentifierTest, AnErrorFromBeforeMakesASubAuthorityFail) {
     const SecurityIdentifier sid(ADMINISTRATORS);
-    // Some systems clear the last error here.
+    // On some systems the real call clears the last error.
     const ReplacedCall<decltype(GetSidSubAuthority)> call(
         "GetSidSubAuthority", [](PSID bytes, DWORD index) -> PDWORD {
             return &static_cast<SID*>(bytes)->SubAuthority[index];
@@ -216,7 +216,7 @@ TEST_F(SecurityIdentifierTest, AnInvalidSidHasNoText) {
 
 BOOL fillSid(PSID sid, DWORD* size) {
     EXPECT_EQ(*size, 68U);
-    // The longest there is, to its last byte.
+    // The longest possible SID, up to its last byte.
     std::memset(sid, 0xff, 68);
     static_cast<SID*>(sid)->Revision = SID_REVISION;
     static_cast<SID*>(sid)->SubAuthorityCount = SID_MAX_SUB_AUTHORITIES;

@@ -1,10 +1,10 @@
-// What children take over from their parent: SecurityDescriptor::deriveForChild.
+// The security that children inherit from their parent: SecurityDescriptor::deriveForChild.
 
 #include <memory>
 #include <utility>
 
 #include <windows.h>
-// Behind windows.h.
+// After windows.h.
 #include <accctrl.h>
 
 #include "util/windows/debugstream-win.h"
@@ -13,10 +13,11 @@
 
 namespace {
 
-/// Made while the module starts, and never changed. Before that, all zeros, it means the same.
+/// Constructed when the module starts, and never changed. Before that it is all zeros, which means
+/// the same.
 const SecurityDescriptor gEmptyDescriptor(PSECURITY_DESCRIPTOR{nullptr});
 
-/// Owns a descriptor of CreatePrivateObjectSecurityEx.
+/// Owns a descriptor that CreatePrivateObjectSecurityEx made.
 class PrivateSecurity {
 public:
     explicit PrivateSecurity(PSECURITY_DESCRIPTOR descriptor) : mDescriptor(descriptor) {}
@@ -58,7 +59,7 @@ PSECURITY_DESCRIPTOR createPrivateSecurity(PSECURITY_DESCRIPTOR parent, bool isC
 }  // namespace
 
 std::unique_ptr<SecurityDescriptor> SecurityDescriptor::deriveForChild(bool isContainer) const {
-    // The look-up is for the kind of account alone.
+    // Only the kind of account is needed.
     SID_NAME_USE use{};
     owner().accountName(&use);
     if (use == SidTypeDeletedAccount || use == SidTypeInvalid || use == SidTypeUnknown) {

@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// Behind windows.h.
+// After windows.h.
 #include <aclapi.h>
 #include <sddl.h>
 
@@ -27,7 +27,8 @@ using testing_support::ReplacedCall;
 using testing_support::SecurityTest;
 using testing_support::TempFolder;
 
-/// The first look-up of an account and creation of a descriptor lets the system open things.
+/// When the first account is looked up and the first descriptor is created, the system opens
+/// resources.
 class DerivedDescriptorTest : public SecurityTest {
 protected:
     DerivedDescriptorTest() { SecurityDescriptor("O:BAG:BA", 1).deriveForChild(false); }
@@ -36,7 +37,7 @@ protected:
 constexpr const char* INHERITABLE =
     "O:BAG:SYD:(A;OICI;FA;;;WD)(A;OI;FR;;;SY)(A;CI;FW;;;SY)(A;;FA;;;BA)";
 
-/// Whether Windows's call makes a descriptor from that of the parent.
+/// Whether Windows's call derives a descriptor from the parent's.
 bool inheritsFromParents() {
     const SecurityDescriptor parent(INHERITABLE, SDDL_REVISION_1);
     GENERIC_MAPPING mapping = {};
@@ -79,7 +80,7 @@ TEST_F(DerivedDescriptorTest, AChildIsOfTheKindOfObjectOfTheParent) {
     EXPECT_EQ(child->objectKind(), ObjectKind::directory);
 }
 
-/// What CreatePrivateObjectSecurityEx got.
+/// The arguments of CreatePrivateObjectSecurityEx.
 struct Creation {
     PSECURITY_DESCRIPTOR parent, creator;
     GUID* type;
@@ -196,7 +197,7 @@ TEST_F(DerivedDescriptorTest, EachCallThatFailsIsNamedAndNothingIsLeft) {
     }
 }
 
-/// Destroys a descriptor and says that this failed.
+/// Destroys a descriptor but reports a failure.
 class FailingDestruction {
 public:
     FailingDestruction() { sOriginal = mCall.original(); }

@@ -12,8 +12,8 @@
 
 namespace {
 
-/// What the rights on a stream are those of: slots of the stream, the type of object plus 1, so
-/// that 0 is none, and its kind.
+/// The object for which a stream names rights, in two slots of the stream: the object's type plus 1
+/// (0 means none), and its kind.
 struct ObjectContext {
     static int typeSlot() {
         static const int slot = std::ios_base::xalloc();
@@ -39,7 +39,7 @@ void writeMask(std::ostream& out, ACCESS_MASK mask) {
     }
 }
 
-/// Nothing for a value without a name.
+/// The empty text for a value without a name.
 const char* orNothing(const char* name) { return name != nullptr ? name : ""; }
 
 std::wstring widened(const std::string& text, const std::locale& locale) {
@@ -55,7 +55,7 @@ std::wstring widened(const std::string& text, const std::locale& locale) {
     return wide;
 }
 
-/// The words for a SID's account, and whether they are those of a failure.
+/// The text for a SID's account, and whether it is an error message.
 struct Account {
     explicit Account(const SecurityIdentifier& sid) {
         try {
@@ -156,7 +156,7 @@ std::ostream& operator<<(std::ostream& out, const Trustee& trustee) {
 }
 
 std::ostream& operator<<(std::ostream& out, const ExplicitAccess& access) {
-    // Compatibility: two blanks after the trustee.
+    // Compatibility: two spaces after the trustee.
     out << "ExplicitAccess [for " << access.trustee() << ":  "
         << orNothing(accessModeName(access.mode())) << ' ';
     writeMask(out, access.permissions());
@@ -172,7 +172,7 @@ std::ostream& operator<<(std::ostream& out, const SecurityDescriptor& security) 
         return out << "Invalid SecurityDescriptor!";
     }
     const SECURITY_DESCRIPTOR_CONTROL control = security.control();
-    // Compatibility: two blanks before the first flag, and no bracket at the end.
+    // Compatibility: two spaces before the first flag, and no bracket at the end.
     out << "SD [Flags: ";
     writeDescriptorControl(out, control);
     out << "]\n\tOwner = " << security.owner() << "\n\tGroup = " << security.group();
@@ -181,7 +181,7 @@ std::ostream& operator<<(std::ostream& out, const SecurityDescriptor& security) 
     if (type == ObjectType::file && kind == 0) {
         kind = ObjectKind::plainFile;
     }
-    // Compatibility: what throws from here on leaves it set on the stream.
+    // Compatibility: an exception from here on leaves it set on the stream.
     ObjectContext::set(out, long{1} + static_cast<long>(type), static_cast<long>(kind));
     if ((control & SE_DACL_PRESENT) != 0) {
         out << "\n\tDACL = " << security.dacl();

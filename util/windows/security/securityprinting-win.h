@@ -1,6 +1,6 @@
 #pragma once
 
-// Security objects in plain words, for diagnostics:
+// Prints security objects as text, for diagnostics:
 //
 //     SD [Flags:  SE_DACL_PRESENT SE_SELF_RELATIVE]
 //         Owner = SID S-1-5-32-544 [Alias BUILTIN\Administrators]
@@ -9,17 +9,16 @@
 //         Access Allowed SID S-1-1-0 [WellKnownGroup \Everyone]: 0x1f01ff [FILE_ALL_ACCESS] (CI)
 //     ]
 //
-// Null and invalid SIDs, ACEs, lists and descriptors have words of their own and throw nothing; a
-// null ExplicitAccess can't be printed. What the text of a SID, an
-// ACL's size, its ACEs or a descriptor's control throw passes on. An account that can't be looked
-// up shows the failure in its place: "*** WORDS ***". Text is UTF-8; on a wide
-// stream these words go through its codecvt facet, as far as that can convert them. Two threads may
-// print to two streams.
+// Null and invalid SIDs, ACEs, lists and descriptors have fixed texts and throw nothing. A null
+// ExplicitAccess can't be printed. Exceptions from reading a SID's text, an ACL's size, its ACEs or
+// a descriptor's control bits are passed on. If an account can't be looked up, the error message
+// takes its place: "*** MESSAGE ***". Text is UTF-8. On a wide stream that message goes through the
+// stream's codecvt facet, as far as the facet can convert it. Two threads may print to two streams.
 //
-// A width of the stream goes to what is written first. That is the whole of the words for a null or
-// an invalid object. Of any other object it is the beginning alone: "SID ", the type of an ACE,
-// "ACL [" with its line feed, "Trustee [", "ExplicitAccess [for ", "SD [Flags: ". To align a whole
-// object, print it to a string first.
+// The stream's width applies to the first text that is written. For a null or an invalid object
+// that is the whole text. For any other object it is only the beginning: "SID ", the type of an
+// ACE, "ACL [" with its line feed, "Trustee [", "ExplicitAccess [for ", "SD [Flags: ". To align a
+// whole object, print it to a string first.
 
 #include <iosfwd>
 
@@ -30,12 +29,12 @@
 
 std::ostream& operator<<(std::ostream& out, const SecurityIdentifier& sid);
 std::wostream& operator<<(std::wostream& out, const SecurityIdentifier& sid);
-/// The rights are named for the kind of object whose descriptor is being printed to the stream, and
-/// for a plain file otherwise. So it is with lists and with ExplicitAccess.
+/// Names the rights for the kind of object whose descriptor is being printed to the stream, or for
+/// a plain file if there is none. The same with lists and with ExplicitAccess.
 std::ostream& operator<<(std::ostream& out, const AccessControlEntry& entry);
 std::ostream& operator<<(std::ostream& out, const AccessControlList& list);
 std::ostream& operator<<(std::ostream& out, const Trustee& trustee);
 std::ostream& operator<<(std::ostream& out, const ExplicitAccess& access);
-/// Prints its lists with the rights named for its kind of object. A failure leaves the stream with
-/// that kind.
+/// Prints the descriptor's lists with the rights named for its kind of object. After an exception
+/// the stream keeps that kind.
 std::ostream& operator<<(std::ostream& out, const SecurityDescriptor& security);

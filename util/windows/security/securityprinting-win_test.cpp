@@ -13,7 +13,7 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// Behind windows.h.
+// After windows.h.
 #include <aclapi.h>
 
 #include "testing/calls/accountlookup-win.h"
@@ -119,7 +119,7 @@ TEST_F(SecurityPrintingTest, ANullAceHasFixedWords) {
 }
 
 TEST_F(SecurityPrintingTest, EachTypeOfAceIsNamedAndHasItsSid) {
-    // Room for an object ACE, with a SID in both places.
+    // Large enough for an object ACE, with a SID at both offsets.
     std::array<BYTE, 44 + 12> bytes = {};
     for (const size_t offset : {8, 44}) {
         std::memcpy(bytes.data() + offset, mEveryone.sid(), mEveryone.length());
@@ -197,7 +197,7 @@ TEST_F(SecurityPrintingTest, ATrusteeOfATypeWithoutANameIsShownWithoutIt) {
     EXPECT_EQ(printed(Trustee(raw, /*localCopy=*/false)), "Trustee [: of bad form]");
 }
 
-/// What follows a width of 25.
+/// Prints the value with a width of 25.
 template <class Value>
 std::string printedWide(const Value& value) {
     std::ostringstream out;

@@ -1,4 +1,4 @@
-// The privileges and groups of a token, as they are adjusted.
+// Adjusting a token's privileges and groups.
 
 #include <algorithm>
 #include <cstring>
@@ -28,20 +28,20 @@ using PrivilegeList = AccessToken::PrivilegeList;
 constexpr const char* PRIVILEGES_CALL = "AdjustTokenPrivileges";
 constexpr const char* GROUPS_CALL = "AdjustTokenGroups";
 
-/// Answers the calls that adjust, in their order, and notes what they got.
+/// Answers the adjusting calls one after the other, and records their arguments.
 class AdjustmentTest : public SecurityTest {
 protected:
     struct Answer {
         BOOL result = TRUE;
         DWORD error = NO_ERROR;
-        DWORD needed = 0;              ///< handed over where there is a place for it
-        std::vector<BYTE> state = {};  ///< written where there is room
+        DWORD needed = 0;              ///< returned if the caller passes a variable for it
+        std::vector<BYTE> state = {};  ///< written if the buffer is large enough
     };
     struct Call {
         HANDLE token;
         BOOL all;
         bool hasBlock;
-        std::vector<BYTE> block;  ///< as many bytes as the count stands for
+        std::vector<BYTE> block;  ///< as many bytes as the count implies
         DWORD size;
         bool hasState, hasNeeded;
     };
@@ -99,7 +99,7 @@ private:
     ReplacedCall<decltype(AdjustTokenGroups)> mGroups{GROUPS_CALL, adjust<8, 16, TOKEN_GROUPS>};
 };
 
-/// Values one behind the other, as bytes.
+/// Consecutive values, as bytes.
 class Bytes {
 public:
     template <class Value>
@@ -108,14 +108,14 @@ public:
         mBytes.insert(mBytes.end(), bytes, bytes + sizeof value);
         return *this;
     }
-    // NOLINTNEXTLINE(google-explicit-constructor): they are no more than that.
+    // NOLINTNEXTLINE(google-explicit-constructor): it is used as bytes.
     operator std::vector<BYTE>() const { return mBytes; }
 
 private:
     std::vector<BYTE> mBytes;
 };
 
-/// A TOKEN_PRIVILEGES: a count, and without a gap 12 bytes each.
+/// A TOKEN_PRIVILEGES: a count and, without a gap, 12 bytes per privilege.
 std::vector<BYTE> privilegeBytes(const PrivilegeList& list) {
     Bytes bytes;
     bytes.add(static_cast<DWORD>(list.size()));
@@ -125,7 +125,7 @@ std::vector<BYTE> privilegeBytes(const PrivilegeList& list) {
     return bytes;
 }
 
-/// A TOKEN_GROUPS: a count, and from byte 8 on 16 bytes each.
+/// A TOKEN_GROUPS: a count and, from byte 8, 16 bytes per group.
 std::vector<BYTE> groupBytes(const SidList& list) {
     Bytes bytes;
     bytes.add(static_cast<DWORD>(list.size())).add(DWORD{0});
@@ -171,7 +171,7 @@ TEST_F(AdjustmentTest, AnEmptyListDisablesNoPrivilege) {
     EXPECT_EQ(calls()[0].block, privilegeBytes(none));
 }
 
-TEST_F(AdjustmentTest, TheFormerPrivilegesAreAskedForWithFourBytesAndThenWithTheSizeTold) {
+TEST_F(AdjustmentTest, FormerPrivilegesAreAskedForWithFourBytesThenTheReportedSize) {
     const std::vector<BYTE> state = privilegeBytes(FORMER_PRIVILEGES);
     for (const BOOL first : {FALSE, TRUE}) {
         answer({{first, ERROR_INSUFFICIENT_BUFFER, 28}, {TRUE, NO_ERROR, 28, state}});
@@ -207,14 +207,14 @@ TEST_F(AdjustmentTest, AFormerStateOfNoPrivilegesLeavesNone) {
     EXPECT_TRUE(previous.empty());
 }
 
-TEST_F(AdjustmentTest, AFailureForMissingPrivilegesGivesFalseAndASuccessWithThatNumberTrue) {
+TEST_F(AdjustmentTest, MissingPrivilegesGiveFalseAfterAFailureAndTrueAfterASuccess) {
     for (const BOOL result : {FALSE, TRUE}) {
         answer({{result, ERROR_NOT_ALL_ASSIGNED}});
         EXPECT_EQ(mToken.adjustPrivileges(&SOME_PRIVILEGES), result == TRUE);
     }
 }
 
-TEST_F(AdjustmentTest, AFailureForMissingPrivilegesOfEitherCallGivesFalseAndTheFormerState) {
+TEST_F(AdjustmentTest, MissingPrivilegesFailingEitherCallGiveFalseAndFormerState) {
     const std::vector<BYTE> state = privilegeBytes(FORMER_PRIVILEGES);
     const Answer tooSmall = {FALSE, ERROR_INSUFFICIENT_BUFFER, 28};
     const Answer missingAtFirst = {FALSE, ERROR_NOT_ALL_ASSIGNED, 28};

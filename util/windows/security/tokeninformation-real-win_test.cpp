@@ -1,4 +1,4 @@
-// What the tokens of this process tell of themselves, and what is thrown where they don't.
+// Reading the real tokens of this process, and what is thrown if that fails.
 
 #include <algorithm>
 #include <functional>
@@ -25,10 +25,10 @@ using PrivilegeList = AccessToken::PrivilegeList;
 
 class RealTokenTest : public SecurityTest {
 protected:
-    // Where names are looked up, the system opens things at the first time.
+    // When the first name is looked up, the system opens resources.
     RealTokenTest() { SecurityIdentifier::currentUser(); }
 
-    /// Whether Windows answers for this class at all.
+    /// Whether Windows supports this class.
     bool isKnown(TOKEN_INFORMATION_CLASS information) const {
         BYTE buffer[8192];
         DWORD size = 0;
@@ -122,7 +122,7 @@ TEST_F(RealTokenTest, APrimaryTokenHasNoLevel) {
 }
 
 TEST_F(RealTokenTest, TheUserWordIsSomeOfAnAddress) {
-    // An address of a SID in a buffer, whose low half isn't 0.
+    // The address of a SID in a buffer; its low half isn't 0.
     EXPECT_TRUE(mToken.hasUserWord());
     EXPECT_NE(mToken.userWord(), 0);
 }
@@ -160,7 +160,7 @@ TEST_F(RealTokenTest, GroupsAndPrivilegesAreTheSameTogetherAsOneByOne) {
     mToken.groupsAndPrivileges(groups, restricted, privileges, authentication);
     SidList groupsAlone;
     mToken.groups(groupsAlone);
-    // The user stands before the groups.
+    // The user comes before the groups.
     EXPECT_EQ(groups.size(), groupsAlone.size() + 1);
     EXPECT_TRUE(restricted.empty());
     PrivilegeList privilegesAlone;
@@ -186,7 +186,7 @@ TEST_F(RealTokenTest, ATokenThatMayNotBeQueriedTellsNothing) {
 
 class TokenReadingTest : public RealTokenTest {
 protected:
-    /// Each of the members that read.
+    /// All members that read.
     std::vector<std::function<void()>> readers() {
         return {[this] { mToken.user(); },
                 [this] { mToken.groups(mSids); },

@@ -16,7 +16,7 @@ namespace {
 
 using Bytes = boost::scoped_array<BYTE>;
 
-/// What Windows tells of a token.
+/// The information that Windows returns about a token.
 template <class Information>
 class TokenBuffer {
 public:
@@ -59,7 +59,7 @@ void copyPrivileges(const LUID_AND_ATTRIBUTES* privileges, DWORD count,
     }
 }
 
-/// A TOKEN_PRIVILEGES or TOKEN_GROUPS: a count, and at `entriesOffset` the entries. None for a null
+/// A TOKEN_PRIVILEGES or TOKEN_GROUPS: a count, and the entries at `entriesOffset`. Null for a null
 /// list.
 template <class Block, class Entry, size_t entriesOffset>
 class InputBlock {
@@ -78,7 +78,7 @@ public:
     }
     Block* get() const { return reinterpret_cast<Block*>(mBytes.get()); }
     // Compatibility: the size of the count and the entries, without the gap that groups have
-    // between them: Windows is told 4 bytes less than there are, and takes all entries.
+    // between them. For groups Windows gets a size 4 bytes too small, and takes all entries.
     DWORD size() const { return mSize; }
 
 private:
@@ -91,10 +91,11 @@ using PrivilegesBlock =
 using GroupsBlock = InputBlock<TOKEN_GROUPS, SID_AND_ATTRIBUTES, offsetof(TOKEN_GROUPS, Groups)>;
 static_assert(offsetof(TOKEN_PRIVILEGES, Privileges) == 4 && offsetof(TOKEN_GROUPS, Groups) == 8);
 
-/// Whether an adjustment that wasn't refused was made in full.
+/// Returns whether the adjustment succeeded: false for ERROR_NOT_ALL_ASSIGNED. Throws for other
+/// errors.
 bool isAllAssigned(BOOL succeeded, const char* call) {
-    // Compatibility: ERROR_NOT_ALL_ASSIGNED after a success doesn't count: true
-    // doesn't say that every privilege is as it was asked for.
+    // Compatibility: ERROR_NOT_ALL_ASSIGNED after a success doesn't count, so true doesn't mean
+    // that every privilege is as requested.
     if (succeeded) {
         return true;
     }
@@ -231,7 +232,7 @@ bool AccessToken::adjustGroups(const SidList* groups, SidList* previous) {
     DWORD countAlone = 0;
     DWORD needed = 0;
     const bool wantsState = previous != nullptr;
-    // Compatibility: unlike with privileges, a buffer that is too small is a failure here.
+    // Compatibility: unlike with privileges, a buffer that is too small is an error here.
     if (!adjust(wantsState ? sizeof countAlone : 0, wantsState ? &countAlone : nullptr,
                 wantsState ? &needed : nullptr)) {
         throw Win32Exception(name);

@@ -1,4 +1,4 @@
-// What tokens tell of themselves.
+// Reading the information of tokens.
 
 #include <cstring>
 #include <string>
@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// Behind windows.h.
+// After windows.h.
 #include <sddl.h>
 
 #include "testing/calls/faketokeninformation-win.h"
@@ -27,7 +27,7 @@ using PrivilegeList = AccessToken::PrivilegeList;
 
 class TokenInformationTest : public SecurityTest {
 protected:
-    /// Whether Windows was asked for the size of `information`, and then for itself.
+    /// Expects that Windows was asked for the size of `information`, and then for the data.
     void expectAskedTwice(const FakeTokenInformation& fake, TOKEN_INFORMATION_CLASS information,
                           DWORD size) const {
         ASSERT_EQ(fake.calls(), 2);
@@ -40,7 +40,7 @@ protected:
     AccessToken mToken{GetCurrentProcess(), TOKEN_QUERY | TOKEN_DUPLICATE | TOKEN_ADJUST_DEFAULT};
 };
 
-/// Puts the SID S-1-5-`last` at an offset of the buffer and gives its place.
+/// Writes the SID S-1-5-`last` at an offset in the buffer and returns its address.
 PSID putSid(BYTE* buffer, size_t offset, DWORD last) {
     const SID sid = {SID_REVISION, 1, SECURITY_NT_AUTHORITY, {last}};
     std::memcpy(buffer + offset, &sid, sizeof sid);
@@ -62,7 +62,8 @@ void expectPrivilege(const PrivilegeList& list, size_t index, DWORD low, LONG hi
     EXPECT_EQ(list[index].second, attributes);
 }
 
-/// Whether these are copies of S-1-5-first, S-1-5-(first + 1) and so on with attributes alike.
+/// Expects copies of S-1-5-first, S-1-5-(first + 1) and so on, each with 0x100 times its last
+/// number as attributes.
 void expectSids(const SidList& list, size_t count, DWORD first) {
     ASSERT_EQ(list.size(), count);
     for (DWORD i = 0; i < count; ++i) {

@@ -1,4 +1,4 @@
-// What is written to a token, and real adjustments of its privileges and groups.
+// Writing the information of a token, and real adjustments of its privileges and groups.
 
 #include <algorithm>
 #include <array>
@@ -8,7 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// Behind windows.h.
+// After windows.h.
 #include <sddl.h>
 
 #include "testing/calls/refusedcall-win.h"
@@ -26,14 +26,14 @@ using testing_support::SecurityTest;
 using SidList = AccessToken::SidList;
 using PrivilegeList = AccessToken::PrivilegeList;
 
-/// Takes what SetTokenInformation gets.
+/// Records the arguments of SetTokenInformation.
 class TokenSettingTest : public SecurityTest {
 protected:
     struct Setting {
         HANDLE token;
         TOKEN_INFORMATION_CLASS information;
         DWORD size;
-        alignas(PSID) std::array<BYTE, 128> data;  ///< `size` bytes, and of groups 4 more
+        alignas(PSID) std::array<BYTE, 128> data;  ///< `size` bytes, for groups 4 more
     };
 
     template <class Value>
@@ -92,7 +92,7 @@ TEST_F(TokenSettingTest, TheSessionIsFourBytes) {
     EXPECT_EQ(valueAt<DWORD>(0), 0x12345678U);
 }
 
-TEST_F(TokenSettingTest, GroupsAreTakenForFourBytesAnd16EachThoughTheyBeginAtByteEight) {
+TEST_F(TokenSettingTest, GroupSizeIsFourBytesAnd16EachThoughGroupsBeginAtByteEight) {
     SidList groups;
     for (DWORD count = 0; count < 4; ++count) {
         mToken.setGroups(groups);
@@ -121,7 +121,7 @@ TEST_F(TokenSettingTest, EachThatIsRefusedNamesTheCall) {
     expectRefused([&] { mToken.setGroups({{everyone, 1}}); });
 }
 
-/// Changes a duplicate, so that the process stays as it is.
+/// Changes a duplicate, so that the process stays unchanged.
 class RealAdjustmentTest : public SecurityTest {
 protected:
     RealAdjustmentTest() {
@@ -145,7 +145,7 @@ protected:
         });
     }
 
-    /// Whether Windows adjusts nothing if the former state doesn't fit, as documented.
+    /// Whether Windows changes nothing if the former state doesn't fit, as documented.
     bool isLeftWhereTheStateHasNoRoom() const {
         TOKEN_PRIVILEGES disable = {1, {{mLuid, 0}}};
         TOKEN_PRIVILEGES state = {};
@@ -195,7 +195,7 @@ TEST_F(RealAdjustmentTest, WithoutAListAllPrivilegesAreDisabled) {
 }
 
 TEST_F(RealAdjustmentTest, APrivilegeThatTheTokenHasNotCountsAsSuccess) {
-    // Windows reports this by GetLastError behind a success alone.
+    // Windows reports this only through GetLastError after a success.
     const PrivilegeList unknown = {{{0x7FFF, 0x7FFF}, SE_PRIVILEGE_ENABLED}};
     EXPECT_TRUE(mToken.adjustPrivileges(&unknown));
 }

@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// Behind windows.h.
+// After windows.h.
 #include <accctrl.h>
 
 #include "testing/calls/refusedcall-win.h"
@@ -26,14 +26,14 @@ protected:
 constexpr char NAME[] = "A name that isn't a short one";
 constexpr char OTHER_NAME[] = "Another name that isn't a short one";
 
-/// One that points elsewhere.
+/// A trustee that points to memory outside it.
 Trustee sharing(TRUSTEE_FORM form, void* place) {
     const TRUSTEE_W raw = {nullptr, NO_MULTIPLE_TRUSTEE, form, TRUSTEE_IS_USER,
                            static_cast<wchar_t*>(place)};
     return {raw, /*localCopy=*/false};
 }
 
-/// One of each kind to be assigned to.
+/// One assignment target of each kind.
 std::vector<Trustee> targets() {
     std::vector<Trustee> made;
     made.reserve(4);
@@ -63,7 +63,7 @@ TEST_F(TrusteeAssignmentTest, FromOneThatPointsAtItsOwnStoreAStoreIsMade) {
     }
 }
 
-TEST_F(TrusteeAssignmentTest, FromOneThatPointsElsewhereThePointerIsSharedUnlessACopyIsAskedFor) {
+TEST_F(TrusteeAssignmentTest, APointerElsewhereIsSharedUnlessALocalCopyIsAskedFor) {
     for (const bool localCopy : {false, true}) {
         for (Trustee& target : targets()) {
             target.assign(sharing(TRUSTEE_IS_NAME, mName), localCopy);

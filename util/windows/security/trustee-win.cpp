@@ -5,7 +5,7 @@
 #include <utility>
 
 #include <windows.h>
-// Behind windows.h.
+// After windows.h.
 #include <aclapi.h>
 
 #include "util/windows/unicodetext-win.h"
@@ -51,7 +51,7 @@ Trustee::Trustee(const TRUSTEE_W& trustee, bool localCopy) : mTrustee(trustee) {
 
 Trustee::Trustee(const Trustee& other) : Trustee(other.mTrustee, other.pointsAtOwnStore()) {}
 
-// Assigned to itself, an object keeps what it holds.
+// Self-assignment keeps the name or SID.
 // NOLINTNEXTLINE(cert-oop54-cpp,bugprone-unhandled-self-assignment)
 Trustee& Trustee::operator=(const Trustee& other) { return assign(other, /*localCopy=*/false); }
 
@@ -59,7 +59,7 @@ Trustee& Trustee::assign(const Trustee& other, bool localCopy) {
     const bool wasOwn = other.pointsAtOwnStore();
     mTrustee = other.mTrustee;
     if (hasObjects(form())) {
-        // Compatibility: without a local copy as well, unlike in the constructor.
+        // Compatibility: even without a local copy, unlike the constructor.
         refuseObjects();
     }
     if (localCopy || (canBeCopied(form()) && wasOwn)) {
@@ -72,7 +72,7 @@ void Trustee::copyLocally() {
     if (hasObjects(form())) {
         refuseObjects();
     }
-    // What the pointer names may lie in the store that is about to change.
+    // The pointer may point into the member that is about to change.
     if (form() == TRUSTEE_IS_SID) {
         mSid = SecurityIdentifier::deepCopy(mTrustee.ptstrName);
         mTrustee.ptstrName = static_cast<wchar_t*>(mSid.sid());

@@ -1,54 +1,56 @@
 #pragma once
 
-// Whom access is given to and which, in the forms of Windows's functions for access lists.
+// Who gets access, and which, as the types of Windows's functions for access lists.
 
 #include <string>
 
 #include <windows.h>
-// Behind windows.h.
+// After windows.h.
 #include <accctrl.h>
 
 #include "util/windows/security/argumentguards.h"
 #include "util/windows/security/securityidentifier-win.h"
 
-/// A TRUSTEE_W whose name or SID is its own, or stands elsewhere and must outlive it. A name is
-/// UTF-8. One thread at a time uses an object.
+/// A TRUSTEE_W. Its name or SID is stored in this object, or elsewhere, where it must outlive the
+/// object. A name is UTF-8. Only one thread at a time may use an object.
 ///
-/// Local copies can be made of trustees by name and by SID. Of the other forms, those with objects
-/// throw std::runtime_error "Copying trustees with objects not yet implemented", and all others
-/// "Cannot make local copy of this type of TRUSTEE"; a null or invalid SID throws a Win32Exception,
-/// "CopySid".
+/// Only trustees by name and by SID can be copied locally. Forms with objects throw
+/// std::runtime_error "Copying trustees with objects not yet implemented", all other forms
+/// std::runtime_error "Cannot make local copy of this type of TRUSTEE". A null or an invalid SID
+/// throws a Win32Exception, "CopySid".
 class Trustee {
 public:
-    /// Nobody: of bad form, the type invalid.
+    /// Makes a trustee for no account: form TRUSTEE_BAD_FORM, type TRUSTEE_IS_INVALID.
     Trustee() noexcept;
     explicit Trustee(const char* name);
-    /// What lies in a writable `char` array could be a name or the bytes of a SID: the call says
-    /// which by `std::as_const(buffer)` or `SecurityIdentifier(PSID{buffer})`.
+    /// A writable `char` array could hold a name or the bytes of a SID. Write which one is meant:
+    ///     std::as_const(buffer)             // a name
+    ///     SecurityIdentifier(PSID{buffer})  // the bytes of a SID
     template <TextOrObject T>
     explicit Trustee(T* nameOrSid) = delete;
-    /// It would be one with an empty name: nobody is `Trustee()`.
+    /// `{}` would be a trustee with an empty name. The one for no account is `Trustee()`.
     explicit Trustee(EmptyBraces) = delete;
-    /// Holds a copy of the object, so that of a view is no owner.
+    /// Stores a copy of the object. The copy of a view is a view, not an owner.
     explicit Trustee(const SecurityIdentifier& sid);
-    /// Shares the pointer, whatever the form, or makes a local copy of what it points at.
+    /// Shares the pointer, for any form, or makes a local copy of its target.
     Trustee(const TRUSTEE_W& trustee, bool localCopy);
-    /// A local copy if `other` points at what it holds itself; else the pointer is shared.
+    /// Makes a local copy if `other` points at its own name or SID; otherwise shares the pointer.
     Trustee(const Trustee& other);
-    /// As `assign` without a local copy asked for.
+    /// Calls `assign` without `localCopy`.
     Trustee& operator=(const Trustee& other);
     ~Trustee() = default;
 
-    /// As the copy constructor, with a local copy also if `localCopy` is set. But forms with
-    /// objects always throw here. Where it throws, the fields are those of `other`.
+    /// Works like the copy constructor, but also makes a local copy if `localCopy` is set, and
+    /// always throws for forms with objects. After an exception the fields are those of `other`.
     Trustee& assign(const Trustee& other, bool localCopy);
 
     const TRUSTEE_W& trustee() const { return mTrustee; }
     TRUSTEE_FORM form() const { return mTrustee.TrusteeForm; }
     TRUSTEE_TYPE type() const { return mTrustee.TrusteeType; }
-    /// The name, of an object's trustee as well; empty for the other forms.
+    /// Returns the name, for the form with objects and a name as well; empty for the other forms.
     std::string name() const;
-    /// A view of the SID, of an object's trustee as well; null for the other forms.
+    /// Returns a view of the SID, for the form with objects and a SID as well; null for the other
+    /// forms.
     SecurityIdentifier sid() const;
 
 private:
@@ -60,13 +62,13 @@ private:
     SecurityIdentifier mSid;  ///< for a trustee by SID
 };
 
-/// An EXPLICIT_ACCESS_W: a view or the owner. One thread at a time uses an object.
+/// An EXPLICIT_ACCESS_W: either a view or the owner. Only one thread at a time may use an object.
 class ExplicitAccess {
 public:
-    /// An owner, for the account `name` (UTF-8).
+    /// Makes an owner, for the account `name` (UTF-8).
     ExplicitAccess(const char* name, DWORD permissions, ACCESS_MODE mode, DWORD inheritance);
-    /// A view.
-    // NOLINTNEXTLINE(google-explicit-constructor): a raw one is one.
+    /// Makes a view.
+    // NOLINTNEXTLINE(google-explicit-constructor): a raw EXPLICIT_ACCESS_W converts implicitly.
     ExplicitAccess(PEXPLICIT_ACCESS_W access) noexcept : mAccess(access) {}
     ExplicitAccess(const ExplicitAccess&) = delete;
     ExplicitAccess& operator=(const ExplicitAccess&) = delete;
@@ -75,7 +77,7 @@ public:
     PEXPLICIT_ACCESS_W access() const { return mAccess; }
     bool isOwner() const { return mOwned; }
 
-    /// Shares the name or SID.
+    /// Returns a trustee that shares the name or SID.
     Trustee trustee() const { return {mAccess->Trustee, /*localCopy=*/false}; }
     ACCESS_MODE mode() const { return mAccess->grfAccessMode; }
     DWORD permissions() const { return mAccess->grfAccessPermissions; }
@@ -87,13 +89,14 @@ private:
     bool mOwned = false;
 };
 
-/// An array of EXPLICIT_ACCESS_W: a view or the owner. One thread at a time uses an object.
+/// An array of EXPLICIT_ACCESS_W: either a view or the owner. Only one thread at a time may use an
+/// object.
 class ExplicitAccessList {
 public:
-    /// A view.
+    /// Makes a view.
     ExplicitAccessList(PEXPLICIT_ACCESS_W entries, ULONG count) noexcept
         : mEntries(entries), mCount(count) {}
-    /// The owner of an array that LocalFree gives back.
+    /// Returns the owner of an array, which it frees with LocalFree.
     static ExplicitAccessList adopt(PEXPLICIT_ACCESS_W entries, ULONG count) noexcept;
     ExplicitAccessList(ExplicitAccessList&& other) noexcept;
     ExplicitAccessList& operator=(ExplicitAccessList&& other) noexcept;

@@ -8,7 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// Behind windows.h.
+// After windows.h.
 #include <accctrl.h>
 
 #include <aclapi.h>
@@ -27,7 +27,8 @@ constexpr char OBJECTS_TEXT[] = "Copying trustees with objects not yet implement
 constexpr char FORM_TEXT[] = "Cannot make local copy of this type of TRUSTEE";
 constexpr auto UNKNOWN_FORM = static_cast<TRUSTEE_FORM>(7);
 
-/// What `steps` throw as a plain runtime error; empty if nothing.
+/// Returns the text of the runtime error that `steps` throw, marked if it is a Win32Exception;
+/// empty if they throw nothing.
 template <class Steps>
 std::string thrownBy(Steps steps) {
     try {
@@ -42,7 +43,7 @@ std::string thrownBy(Steps steps) {
 
 Trustee copyOf(const Trustee& trustee) { return trustee; }
 
-/// Trustees of every form, and what they point at.
+/// Trustees of every form, and what they point to.
 struct Forms {
     SID mSid = {SID_REVISION, 1, SECURITY_NT_AUTHORITY, {SECURITY_LOCAL_SYSTEM_RID}};
     wchar_t mName[40] = L"A name that isn't a short one: J\u00f6rg";
@@ -137,7 +138,7 @@ TEST_F(TrusteeTest, AMissingNameIsEmpty) {
     EXPECT_EQ(Trustee(nameless, false).name(), "");
 }
 
-TEST_F(TrusteeTest, WithoutALocalCopyTheConstructorSharesThePointerWhateverTheForm) {
+TEST_F(TrusteeTest, WithoutALocalCopyTheConstructorSharesThePointerOfAnyForm) {
     Forms forms;
     TRUSTEE_W multiple = {};
     for (const TRUSTEE_FORM form : ALL_FORMS) {
@@ -189,10 +190,9 @@ TEST_F(TrusteeTest, ACopyOfOneThatPointsAtItsOwnStoreHasAStoreOfItsOwn) {
     Forms forms;
     Trustee copies[4];
     {
-        const Trustee originals[] = {
-            Trustee(NAME), Trustee(SecurityIdentifier("SY")),
-            Trustee(SecurityIdentifier(&forms.mSid)),  // its store is a view
-            Trustee("x")};                             // a text that the string itself holds
+        const Trustee originals[] = {Trustee(NAME), Trustee(SecurityIdentifier("SY")),
+                                     Trustee(SecurityIdentifier(&forms.mSid)),  // stores a view
+                                     Trustee("x")};  // short enough for the string object itself
         for (size_t i = 0; i < std::size(originals); ++i) {
             copies[i] = copyOf(originals[i]);
             EXPECT_NE(copies[i].trustee().ptstrName, originals[i].trustee().ptstrName) << i;
