@@ -15,7 +15,7 @@ namespace {
 
 enum class Section { none, vobs, attrs };
 
-/// Reads one file; keeps the section that it is in.
+/// Reads one file, and remembers the current section.
 class ConfigurationReader {
 public:
     ConfigurationReader(const std::string& viewRootPrefix, Configuration& configuration,
@@ -39,7 +39,7 @@ public:
         }
     }
 
-    /// After the last line.
+    /// To be called after the last line.
     void finish() {
         mElements.finish();
         mConfiguration.index = ElementIndex(mConfiguration.elements);
@@ -107,14 +107,14 @@ private:
         mElements.store(elementKeyIn(key, path), type, value);
         if (!mViewRootPrefix.empty()) {
             // Compatibility: the path as the file spells it, with no separator between the two.
-            // Only what is in normal form with backslashes is found so.
+            // Only a key that is in normal form with backslashes can be found.
             mElements.store(mViewRootPrefix + std::string(path), type, value);
         }
     }
 
-    /// A name that no type has is complained of, and makes a link.
+    /// An unknown name causes a complaint, and makes the element a link.
     ElementType typeNamed(std::string_view name, std::string_view path) {
-        // Saves the search where the type is that of the line before.
+        // Saves the search if the type is the same as in the previous line.
         if (mLastType == elementTypeMap.end() || mLastType->first != name) {
             mLastType = elementTypeMap.find(std::string(name));
         }
@@ -150,12 +150,12 @@ void readConfiguration(std::istream& input, const std::string& viewRootPrefix,
                        Configuration& configuration, std::ostream& errors) {
     ConfigurationReader reader(viewRootPrefix, configuration, errors);
     std::vector<char> block(65536);
-    std::string begun;  // what the block before left of its last line
-    // By what the stream has at hand, so that lines in front of a read that fails count.
+    std::string begun;  // the unfinished last line of the previous block
+    // Takes what the stream has buffered, so that the lines before a read that fails count.
     while (input.peek() != std::istream::traits_type::eof()) {
         auto size = input.readsome(block.data(), static_cast<std::streamsize>(block.size()));
         if (size <= 0) {
-            // A stream without a buffer has nothing at hand.
+            // A stream without a buffer never has anything buffered.
             input.read(block.data(), 1);
             size = input.gcount();
         }

@@ -1,10 +1,10 @@
 #pragma once
 
-// The configuration of a fake connection: text in, records and complaints out.
+// Reads the configuration of a fake connection, a text, into records and complaints. The format:
 //
-//     ; A comment, as with #. There is none after text.
+//     ; A comment; it may also begin with #. A comment has a line of its own.
 //     [vobs]
-//     ; A tag and its flags, of which "ro" (read-only) alone has a meaning. `,`, `;` and the space
+//     ; A tag and its flags. Only the flag "ro" (read-only) has a meaning. `,`, `;` and the space
 //     ; separate flags.
 //     \vobs\tools=ro
 //     [attrs]
@@ -13,12 +13,13 @@
 //     ; An element of a named type.
 //     C:\src\a.c=/main/3*version
 //
-// Lines end at a line feed, and a last line without one doesn't count. White space goes from both
-// ends of a line; tag, path and text are taken as they stand. The first `=` of a line and the first
-// `*` after it count. Sections may come in any order and any number of times; lines outside the
-// two are ignored. Headers are case-insensitive, and nothing else is. White space and case are
-// those of the global locale. A byte order mark belongs to the first line. Of two lines for one
-// element the later wins. An element of an unknown type is complained of and becomes a link.
+// Lines end at a line feed; a last line without one doesn't count. White space is removed from both
+// ends of a line; tag, path and text are otherwise taken verbatim. The first `=` of a line and the
+// first `*` after it are the separators. Sections may come in any order and any number of times.
+// Lines outside the two sections are ignored. Headers are case-insensitive; everything else is
+// case-sensitive. The global locale decides what is white space and what is lower case. A byte
+// order mark belongs to the first line. If two lines name the same element, the later one wins. An
+// element of an unknown type causes a complaint and becomes a link.
 
 #include <iosfwd>
 #include <string>
@@ -30,23 +31,23 @@
 #include "util/normalform.h"
 #include "util/textspan.h"
 
-/// The key of the element at `path`, which must be absolute (an assertion stops the process
-/// otherwise): its normal form with backslashes. Case is kept.
+/// Returns the key of the element at `path`: the normal form with backslashes. Case is preserved.
+/// `path` must be absolute; otherwise an assertion stops the process.
 std::string elementKey(StringSpan path);
-/// The same as text in `buffer` (see `normalFormIn`).
+/// The same, with the text in `buffer` (see `normalFormIn`).
 std::string_view elementKeyIn(PathBuffer& buffer, StringSpan path);
 
 struct Configuration {
     /// In the order of the file, duplicates included.
     std::vector<VobRecord> vobs;
-    /// By element key. With a view root prefix each element is there a second time, under the
-    /// prefix followed directly by the path as the file spells it.
+    /// The elements by their keys. With a view root prefix each element has a second key: the
+    /// prefix, followed directly by the path as the file spells it.
     ElementTable elements;
-    ElementIndex index;  ///< of the elements
+    ElementIndex index;  ///< of `elements`
 };
 
-/// Reads `input` into `configuration`, a block at a time, to its end or a read that fails: what
-/// is in lines before that counts. A bad line is complained of in `errors`, one line each, and
-/// reading goes on. A path in "[attrs]" that isn't absolute stops the process.
+/// Reads `input` into `configuration`, block by block, up to its end or up to a read that fails;
+/// the lines before that count. A bad line causes a complaint of one line in `errors`, and reading
+/// goes on. A path in "[attrs]" that isn't absolute stops the process.
 void readConfiguration(std::istream& input, const std::string& viewRootPrefix,
                        Configuration& configuration, std::ostream& errors);

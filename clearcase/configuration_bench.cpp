@@ -41,7 +41,7 @@ Paths shuffledPaths(size_t count) {
     return paths;
 }
 
-/// A line of an "[attrs]" section for each.
+/// Returns an "[attrs]" section with a line for each path.
 std::string configurationText(const Paths& paths) {
     std::string text = "[attrs]\n";
     for (const std::string& path : paths) {
@@ -50,7 +50,7 @@ std::string configurationText(const Paths& paths) {
     return text;
 }
 
-/// The constructor as a host runs it: from the file to the connection.
+/// Runs the constructor as a host does: from the file to the connection.
 std::unique_ptr<FakeClearCase> connect() { return std::make_unique<FakeClearCase>(nullptr); }
 
 using Elements = std::vector<std::pair<std::string, ElementRecord>>;
@@ -93,7 +93,7 @@ TEST(Benchmark, ConfigurationBesideAReader) {
         });
 }
 
-/// `paths` makes so many paths.
+/// `paths(n)` makes n paths.
 template <class MakePaths>
 void compareTwice(const char* operation, const char* half, MakePaths paths) {
     const TempFolder folder;
@@ -103,7 +103,7 @@ void compareTwice(const char* operation, const char* half, MakePaths paths) {
         const EnvironmentScope file("NBCLEARCASE_FAKE_INI", name);
         return connect();
     };
-    // A little over twice: the table is a tree, and less of it stays in the caches.
+    // A little more than twice as long: the table is a tree, and less of it stays in the caches.
     benchmark::compareBuilding(
         {operation, half, 2.3, ROUNDS}, [&] { return connectTo(large); },
         [&] { return connectTo(small); });

@@ -216,7 +216,7 @@ TEST(ConfigurationDeathTest, APathThatIsNotAbsoluteStopsTheProcess) {
         const std::string text = std::string("[attrs]\n") + line + "\n";
         EXPECT_DEATH(read(text), "assertion failed at util/pathfun\\.cpp.*: absolute") << line;
     }
-    // A prefix doesn't help: the path itself is looked at.
+    // A prefix doesn't help: the path itself is checked.
     EXPECT_DEATH(read("[attrs]\n\\x\\y=z\n", "Q:"), "absolute");
 }
 
@@ -250,7 +250,7 @@ TEST(ConfigurationTest, LinesMayLieAnyhowAcrossTheBlocksThatAreRead) {
     }
 }
 
-/// Gives its text a few characters at a time, and then fails.
+/// Returns its text a few characters at a time, and then fails.
 class FailingStreambuf : public std::streambuf {
 public:
     explicit FailingStreambuf(std::string text) : mText(std::move(text)) {}
@@ -278,7 +278,7 @@ TEST(ConfigurationTest, LinesInFrontOfAReadThatFailsCount) {
     EXPECT_EQ(result.errors, "");
 }
 
-/// Holds no characters: each is asked for when it is read.
+/// Buffers no characters: each is fetched when it is read.
 class UnbufferedStreambuf : public std::streambuf {
 public:
     explicit UnbufferedStreambuf(std::string text) : mText(std::move(text)) {}
@@ -330,7 +330,7 @@ TEST(ConfigurationTest, ALineOfAMegabyteIsALineLikeAnyOther) {
     EXPECT_EQ(result.errors, "Invalid line in [attrs]:  " + name + "\n");
 }
 
-/// Takes `x` for a blank and turns `Q` to `v`.
+/// Treats `x` as white space, and turns `Q` into `v`.
 class OddCharacters : public std::ctype<char> {
 public:
     OddCharacters() : ctype(table(), /*del=*/false) {}

@@ -19,7 +19,7 @@ using benchmark::compare;
 using testing_support::EnvironmentScope;
 using testing_support::TempFolder;
 
-/// A connection of the DLL as it ships.
+/// A connection from the DLL that is shipped.
 class ShippedConnection {
 public:
     ShippedConnection() : mLibrary(LoadLibraryW(L"nbclearcase_fake.dll")) {
@@ -49,7 +49,7 @@ std::string elementPath(size_t i) {
     return path.append(std::to_string(1000000 + i)).append("\\src\\file.c");
 }
 
-/// A configuration file of so many elements, and the same elements in a table.
+/// A configuration file with a number of elements, and the same elements in a table.
 struct SampleElements {
     explicit SampleElements(size_t count) {
         for (size_t i = 0; i < count; ++i) {
@@ -78,7 +78,7 @@ TEST(Benchmark, ElementStatusOfAConfiguredElement) {
         [&] { return normalizePath(path).size() + elements.table.count(key); });
 }
 
-/// The same 10,000 places of a large table each time, in no order.
+/// Picks the same 10,000 places of a large table each time, in random order.
 std::vector<size_t> randomPlaces(size_t count) {
     std::mt19937 random(1);  // NOLINT(cert-msc32-c,cert-msc51-cpp)
     std::vector<size_t> places(10'000);
@@ -118,7 +118,7 @@ TEST(Benchmark, ElementStatusOfRandomElements) {
             return sum;
         },
         [&] { return lookUp(paths); });
-    // Of these the connection goes on to ask the disk.
+    // The connection would go on to query the disk for these.
     compare(
         {"configuredStatus, 10,000 not in 200,000", "normalizePath and one lookup", 0.5},
         [&] {
@@ -133,8 +133,8 @@ TEST(Benchmark, ElementStatusOfRandomElements) {
         [&] { return lookUp(absent); });
 }
 
-/// Drives from `N:` on, as many as asked for, each for a view of its own; numbers serve as
-/// drives that no path is on.
+/// Makes `count` drives from `N:` on, each for another view. Beyond `Z:` numbers serve as drives
+/// that no path is on.
 std::map<std::string, std::string> someDrives(int count) {
     std::map<std::string, std::string> drives;
     for (int i = 0; i < count; ++i) {
@@ -144,7 +144,7 @@ std::map<std::string, std::string> someDrives(int count) {
     return drives;
 }
 
-/// One call against drives of its own, with a cache that is warm after the first round.
+/// Calls canonicalizeViewPath with its own drives, and a cache that is warm after the first round.
 class Canonicalizer {
 public:
     explicit Canonicalizer(int driveCount) : mDrives(someDrives(driveCount)) {}
@@ -165,7 +165,7 @@ private:
     std::ostringstream mErrors;
 };
 
-/// The first tag of each of some views, or tags of one.
+/// Returns one tag of each of ten views, or ten tags of one view.
 std::vector<std::string> sampleTags(bool ofOneView) {
     std::vector<std::string> tags;
     for (char number = '0'; number <= '9'; ++number) {

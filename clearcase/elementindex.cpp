@@ -14,7 +14,7 @@ size_t hashOf(std::string_view key) { return std::hash<std::string_view>()(key);
 }  // namespace
 
 bool ElementIndex::Slot::holds(size_t otherHash, std::string_view otherKey) const {
-    // By the slot's own pointer: the processor then reads key and element side by side.
+    // Uses the slot's own pointer, so that the processor reads key and element in parallel.
     return hash == otherHash && element->first.size() == otherKey.size() &&
            std::memcmp(key, otherKey.data(), otherKey.size()) == 0;
 }
@@ -27,7 +27,7 @@ size_t ElementIndex::firstSlotOf(size_t hash) const {
 
 ElementIndex::ElementIndex(const ElementTable& table)
     : mSlots(table.size() + table.size() / 2 + 1) {
-    // Some at a time, so that their slots are fetched while the hashes of the others are made.
+    // In groups, so that the slots of some elements are fetched while others are hashed.
     std::array<Slot, 16> elements;
     size_t count = 0;
     const auto insertAll = [&] {

@@ -6,29 +6,30 @@
 
 #include "clearcase/elementtypes.h"
 
-/// Finds elements of a table in fewer steps than the table itself does: a hash table beside it.
+/// A hash table beside an element table. It finds elements in fewer steps than the table itself.
 ///
-/// In a large table nearly all the time goes into reading memory that no cache holds. Of that a
-/// look-up reads two places, one after the other: a slot, and then what it leads to, the text of
-/// the key beside the element. Boost's flat tables read the marks of a group first, and have room
-/// that doubles: with one of them the look-ups of `make bench` took a third longer.
+/// In a large table nearly all the time goes into reading memory that no cache holds. A look-up
+/// here reads only two such places, one after the other: first a slot, and then what the slot leads
+/// to, the text of the key beside the element. Boost's flat tables read the marks of a group first,
+/// and double their capacity when they grow: with one of them the look-ups of `make bench` took a
+/// third longer.
 ///
 /// Any number of threads may call `find`.
 class ElementIndex {
 public:
-    /// Of no element.
+    /// An index without elements.
     ElementIndex() = default;
-    /// Of all elements of `table`, which must stay where they are, as they do if the table is moved
-    /// or swapped.
+    /// An index of all elements of `table`. The elements must stay where they are; moving or
+    /// swapping the table leaves them there.
     explicit ElementIndex(const ElementTable& table);
 
-    /// Null if there is none.
+    /// Returns the element with this key, or null if there is none.
     const ElementRecord* find(std::string_view key) const;
 
 private:
     using Element = ElementTable::value_type;
 
-    /// Empty without an element.
+    /// A slot without an element is empty.
     struct Slot {
         size_t hash = 0;
         const char* key = nullptr;  ///< the characters of the element's key
@@ -42,7 +43,7 @@ private:
 
     void insert(const Slot& element);
 
-    /// A third of them empty. An element is in the first that was free from the one that its hash
-    /// names on.
+    /// A third of the slots are empty. An element is in the first slot that was free, counted from
+    /// the slot that its hash names.
     std::vector<Slot> mSlots;
 };

@@ -19,7 +19,7 @@ std::optional<ElementType> configuredStatus(const ElementIndex& elements, const 
             *target = element.value;
         } else {
             // Compatibility: joined to the parent as the caller spelled it, not to its normal form,
-            // so that the target is spelled as the caller spells paths.
+            // so that the target is spelled the way the caller spells paths.
             *target = joinPath(parentPath(path), element.value, '/');
         }
         return elementSymbolicLink;
@@ -33,7 +33,7 @@ std::optional<ElementType> configuredStatus(const ElementIndex& elements, const 
 }
 
 ElementType statusOfFile(bool isDirectory, bool isReadOnly) {
-    // Directories first: a read-only one is a directory all the same.
+    // Directories first: a read-only directory is still a directory.
     if (isDirectory) {
         return elementDirectoryVersion;
     }

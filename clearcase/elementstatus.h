@@ -5,16 +5,18 @@
 
 #include "clearcase/elementindex.h"
 
-/// The status of the element that `elements` has for `path`, and nothing if it has none. Keys are
-/// element keys (`elementKey`); `path` is absolute, and an assertion stops the process otherwise.
+/// Returns the type of the element that `elements` has for `path`, or nothing if it has none. Keys
+/// are element keys (`elementKey`). `path` must be absolute; otherwise an assertion stops the
+/// process.
 ///
-/// `version` and `target` may be null. `version` is always written: "/main/0" for a version or
-/// directory version, else the empty text. `target` is written for a link alone: the link's text
-/// if that is absolute, else joined to the parent of `path` as the caller spelled it. It isn't
-/// normalised, and relative where such a parent is: `C:l` has the parent `.`.
+/// `version` and `target` may be null. `version` is always written: "/main/0" for a version or a
+/// directory version, otherwise the empty text. `target` is written only for a link. It is the
+/// link's text if that is absolute, and otherwise that text joined to the parent of `path` as the
+/// caller spelled it. It isn't normalised, and is relative if the parent is: the parent of `C:l` is
+/// `.`.
 std::optional<ElementType> configuredStatus(const ElementIndex& elements, const char* path,
                                             std::string* version, std::string* target);
 
-/// What a file's attributes make of an element that no configuration names: a directory is a
-/// directory version, a read-only file a version, and anything else view private.
+/// Returns the type of an element that isn't in the configuration, by its file's attributes: a
+/// directory is a directory version, a read-only file a version, and anything else view private.
 ElementType statusOfFile(bool isDirectory, bool isReadOnly);

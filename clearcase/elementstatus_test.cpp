@@ -52,7 +52,7 @@ TEST(ConfiguredStatusTest, ALinkIsResolvedAgainstTheParentAsTheCallerSpelledIt) 
         {"C:\\d\\l", "D:\\e", "D:\\e"},
         {"C:\\d\\l", "\\e", "C:\\e"},
         {"C:\\d\\l", "..\\e", "C:\\d/..\\e"},
-        {"C:\\d\\l\\", "x", "C:\\d\\l/x"},  // the parent of the text, trailing separator and all
+        {"C:\\d\\l\\", "x", "C:\\d\\l/x"},  // the parent of the text, with its trailing separator
         {"C:\\d\\l", "", "C:\\d"},
     };
     for (const auto& row : rows) {

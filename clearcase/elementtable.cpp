@@ -8,7 +8,8 @@
 
 namespace {
 
-/// The eight bytes from `at` on as a number that sorts like them, with zeros after the end.
+/// Returns the eight bytes from `at` on, with zeros after the end, as a number that sorts like
+/// them.
 uint64_t sortable(std::string_view key, size_t at) {
     uint64_t number = 0;
     for (size_t i = at; i < at + sizeof number; ++i) {
@@ -48,7 +49,7 @@ void ElementTableBuilder::put(ElementTable::iterator before, std::string_view ke
 
 void ElementTableBuilder::collect(std::string_view key, ElementType type, std::string_view value) {
     mLines.push_back({0, mText.size(), key.size(), value.size(), type});
-    mText.append(key).append(value).push_back('\0');  // so that no two are at one place
+    mText.append(key).append(value).push_back('\0');  // so that no two have the same place
     const std::string_view first = keyOf(mLines.front());
     const size_t shared = mLines.size() == 1 ? key.size() : std::min(mCommonLength, key.size());
     const auto end = first.begin() + static_cast<std::ptrdiff_t>(shared);
@@ -71,7 +72,7 @@ void ElementTableBuilder::sortLines() {
 
 void ElementTableBuilder::finish() {
     sortLines();
-    constexpr std::ptrdiff_t ahead = 8;  // so many elements take longer to make than a fetch does
+    constexpr std::ptrdiff_t ahead = 8;  // making this many elements takes longer than a fetch
     auto next = mTable.begin();
     std::string wanted;  // allocated once
     for (auto line = mLines.begin(); line != mLines.end(); ++line) {
@@ -79,7 +80,7 @@ void ElementTableBuilder::finish() {
             prefetch(&mText[line[ahead].at]);
         }
         const std::string_view key = keyOf(*line);
-        // Those of one key come one after the other, in the order in which they were stored.
+        // Elements with the same key are adjacent, in the order in which they were stored.
         const auto later = line + 1;
         if (later != mLines.end() && later->keyPart == line->keyPart && keyOf(*later) == key) {
             continue;

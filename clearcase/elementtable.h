@@ -8,24 +8,27 @@
 
 #include "clearcase/elementtypes.h"
 
-/// Fills a table with elements that come in any order. Elements that come in the
-/// order of the table go into it at once. From the first that doesn't on they are collected as
-/// text, and made when all are sorted: the elements of a large table are far apart in memory, and
-/// the way down to one's place costs more than its share of a sort.
+/// Fills a table with elements that come in any order.
+///
+/// As long as elements come in the order of the table, they go into it at once. From the first
+/// element on that is out of order, all are collected as text; the table gets them after they have
+/// been sorted. The reason: the elements of a large table are far apart in memory, and the search
+/// for an element's place costs more than its share of a sort.
 class ElementTableBuilder {
 public:
-    /// The table outlives the builder, and nobody else changes it meanwhile. It is empty.
+    /// The table must be empty and outlive the builder, and nothing else may change it before
+    /// `finish`.
     explicit ElementTableBuilder(ElementTable& table) : mTable(table) {}
 
-    /// Adds an element. Of two with one key the later stays.
+    /// Adds an element. If two have the same key, the later one stays.
     void store(std::string_view key, ElementType type, std::string_view value);
-    /// Puts in what was collected. Nothing is stored after that.
+    /// Puts the collected elements into the table. `store` must not be called after that.
     void finish();
 
 private:
     /// A collected element.
     struct Line {
-        uint64_t keyPart;  ///< decides nearly every comparison; known when all are collected
+        uint64_t keyPart;  ///< decides nearly every comparison; set when all are collected
         size_t at;         ///< where the key is in the collected text, and the value after it
         size_t keyLength;
         size_t valueLength;
@@ -41,5 +44,5 @@ private:
     ElementTable& mTable;
     std::string mText;
     std::vector<Line> mLines;
-    size_t mCommonLength = 0;  ///< how long a beginning all collected keys share
+    size_t mCommonLength = 0;  ///< the length of the prefix that all collected keys share
 };

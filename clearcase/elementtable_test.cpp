@@ -14,7 +14,7 @@ namespace {
 
 using Values = std::map<std::string, std::string>;
 
-/// A table and its index, and what is to be in them.
+/// A table and its index, and their expected content.
 class ElementTableTest : public testing::Test {
 protected:
     void store(const std::string& key, const std::string& value) {
@@ -23,7 +23,7 @@ protected:
         mExpected[key] = value;
     }
 
-    /// Ends the filling and looks at everything.
+    /// Finishes the table and checks all of it.
     void expectAll() {
         mBuilder.finish();
         mIndex = ElementIndex(mTable);
@@ -112,7 +112,7 @@ TEST_F(ElementTableTest, AHalfThatComesLaterIsMergedIntoOneThatIsThere) {
 }
 
 TEST_F(ElementTableTest, ElementsOfManyFoldersAreAllThereInWhateverOrder) {
-    // A failure must come again in the next run.
+    // Always the same seed, so that a failure is repeatable.
     std::mt19937 random(1);  // NOLINT(cert-msc32-c,cert-msc51-cpp)
     for (int i = 0; i < 5000; ++i) {
         std::string key = "M:\\view";
@@ -126,7 +126,7 @@ TEST_F(ElementTableTest, ElementsOfManyFoldersAreAllThereInWhateverOrder) {
 
 TEST_F(ElementTableTest, AnElementTakesTwoAllocationsInWhateverOrderItComes) {
     constexpr size_t COUNT = 2000;
-    constexpr size_t STRIDES[] = {1, 7};  // in order, and not
+    constexpr size_t STRIDES[] = {1, 7};  // in order, and out of order
     for (const size_t stride : STRIDES) {
         std::vector<std::string> keys;
         for (size_t i = 0; i < COUNT; ++i) {

@@ -5,14 +5,14 @@
 
 #include "clearcase/clearcaseconnection.h"
 
-/// What the connection knows of one element: its type and, for a symbolic link, the text of the
-/// link. For other types `value` is whatever the configuration has there, and nothing reads it.
+/// What the connection knows about one element: its type and, for a symbolic link, the text of the
+/// link. For other types `value` is the text that the configuration has there; nothing reads it.
 struct ElementRecord {
     ElementType type = elementSymbolicLink;
     std::string value;
 };
 
-/// By element key (see `elementKey`).
+/// Maps element keys (see `elementKey`) to elements.
 using ElementTable = std::map<std::string, ElementRecord>;
 
 struct ElementTypeName {
@@ -23,5 +23,6 @@ struct ElementTypeName {
 /// The names of the element types, ended by a pair of a null name and -1.
 extern const ElementTypeName elementTypeNames[];
 
-/// Name to type, filled from the table before any connection exists, and read only from then on.
+/// Maps names to types. Filled from the table before any connection exists, and only read after
+/// that.
 extern std::map<std::string, ElementType> elementTypeMap;

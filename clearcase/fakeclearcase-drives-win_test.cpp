@@ -1,4 +1,4 @@
-// The drives of the library, and paths that are moved by them.
+// The drives of the library, and the paths that they move.
 
 #include <map>
 #include <string>
@@ -45,7 +45,7 @@ TEST(FakeClearCaseDrivesTest, TheDriveMapItselfIsLeftAlone) {
     EXPECT_EQ(viewDrives, (std::map<std::string, std::string>{{"X:", "tag1"}}));
 }
 
-TEST(FakeClearCaseDrivesTest, ViewPathsAreMovedByTheDrivesOfTheLibraryWhateverTheConfiguredVobs) {
+TEST(FakeClearCaseDrivesTest, TheDrivesOfTheLibraryAndNotTheConfiguredVobsMoveViewPaths) {
     const DrivesScope drives("M:", {{"X:", "tag1"}});
     const TempFolder folder;
     const EnvironmentScope named("NBCLEARCASE_FAKE_INI",
@@ -64,7 +64,7 @@ TEST(FakeClearCaseDrivesTest, ARootThatOneConnectionFoundOutIsKnownToTheNext) {
         const DrivesScope drives("M:", {{"U:", "shared"}});
         EXPECT_EQ(canonical(), "M:\\shared\\v\\a");
     }
-    // Of these drives alone none leads to the root.
+    // None of these drives leads to the root.
     const DrivesScope drives("M:", {{"U:", "other"}});
     EXPECT_EQ(canonical(), "M:\\shared\\v\\a");
 }

@@ -33,7 +33,7 @@ FakeClearCase::FakeClearCase(const void* /*unused*/) {
     std::vector<char> buffer(65536);
     std::filebuf file;
     file.pubsetbuf(buffer.data(), static_cast<std::streamsize>(buffer.size()));
-    // As text, which Ctrl+Z ends. Others may read and write the file meanwhile.
+    // Opened as text, which Ctrl+Z ends. Others may read and write the file at the same time.
     if (file.open(toWide(name).c_str(), std::ios::in) == nullptr) {
         return;
     }
@@ -67,7 +67,7 @@ int FakeClearCase::getElementStatus(const char* path, std::string* version, std:
 
 std::string FakeClearCase::canonicalizeViewPath(const std::string& cwd, const std::string& path,
                                                 const std::vector<std::string>& vobTags) {
-    // Made by the first call, and there to the end of the process.
+    // Made by the first call, and never freed.
     static auto& viewRootCache = *new std::map<std::string, std::string>;
     static auto& viewRootCacheLock = *new Mutex;
     return ::canonicalizeViewPath({mvfsRoot, viewDrives, viewDriveLetters}, viewRootCache,

@@ -19,7 +19,7 @@ using testing_support::EnvironmentScope;
 using testing_support::ReplacedCall;
 using testing_support::TempFolder;
 
-/// A folder that is the current one, and a process that is set to no view and no file.
+/// Makes a folder the current directory, and sets the process to no view and no file.
 class FakeClearCaseTest : public testing::Test {
 protected:
     FakeClearCaseTest() : mBefore(System::getcwd()) {
@@ -27,7 +27,7 @@ protected:
     }
     ~FakeClearCaseTest() override { SetCurrentDirectoryW(toWide(mBefore).c_str()); }
 
-    /// A connection over a configuration of this text, in a file of its own.
+    /// Makes a connection with this text as its configuration, in a new file.
     std::unique_ptr<FakeClearCase> connect(const std::string& text) {
         const EnvironmentScope named("NBCLEARCASE_FAKE_INI", mFolder.write("own.ini", text));
         return std::make_unique<FakeClearCase>(nullptr);
@@ -174,7 +174,7 @@ int gQueries = 0;
 decltype(CreateFileW)* gOpen = nullptr;
 decltype(GetFileInformationByHandle)* gQuery = nullptr;
 
-TEST_F(FakeClearCaseTest, AConfiguredElementTouchesNoFileAndAnyOtherCostsOneOpenAndOneQuery) {
+TEST_F(FakeClearCaseTest, OnlyAnElementThatIsNotConfiguredIsOpenedAndQueriedOnce) {
     const std::string path = write("element.txt", FILE_ATTRIBUTE_READONLY);
     const auto connection = connect("[attrs]\n" + path + "=v*checked_out_file\n");
     const ReplacedCall<decltype(CreateFileW)> open(
@@ -263,7 +263,7 @@ TEST_F(FakeClearCaseTest, ProductInfoReplacesItsThreeKeysAndKeepsTheOthers) {
     EXPECT_EQ(info, expected);
 }
 
-/// The message of the std::runtime_error that `call` throws.
+/// Returns the message of the std::runtime_error that `call` throws.
 template <class Call>
 std::string refusalOf(Call call) {
     try {

@@ -10,14 +10,15 @@
 
 /// A connection that answers from a text file and from the file system.
 ///
-/// The file (its format: clearcase/configuration.h) is read once, by the constructor: the one that
-/// the environment variable NBCLEARCASE_FAKE_INI names, else "nbclearcase_fake.ini" in the current
-/// directory. It is text, which Ctrl+Z ends. A file that is missing or can't be opened counts as
-/// empty. CLEARCASE_ROOT, if it is set, is the view root prefix; `getViewTag` reads it anew.
+/// The constructor reads the file once (format: clearcase/configuration.h). Its name is the value
+/// of the environment variable NBCLEARCASE_FAKE_INI, or "nbclearcase_fake.ini" in the current
+/// directory if that isn't set. The file is read as text, which Ctrl+Z ends. A file that is missing
+/// or can't be opened counts as empty. CLEARCASE_ROOT, if it is set, is the view root prefix;
+/// `getViewTag` reads it again at each call. An empty variable counts as not set.
 ///
-/// All connections share one lock, around the view roots that `canonicalizeViewPath` remembers.
-/// Any thread may call any operation, save that `clearMessages` must run beside neither itself nor
-/// the two operations that read the messages.
+/// All connections share one lock, which guards the view roots that `canonicalizeViewPath`
+/// remembers. Any thread may call any operation at any time, with one exception: while
+/// `clearMessages` runs, no other thread may call it, `getOutput` or `getError`.
 class FakeClearCase : public ClearCaseConnection {
 public:
     /// Complaints about the file go to `getError`. The argument is not read.
@@ -43,7 +44,7 @@ public:
 private:
     std::vector<VobRecord> mVobs;
     ElementTable mElements;
-    std::ostringstream mOutput;  ///< nothing writes to it: it is here for the contract's sake
+    std::ostringstream mOutput;  ///< required by the contract; nothing writes to it
     std::ostringstream mError;
-    ElementIndex mElementIndex;  ///< of mElements
+    ElementIndex mElementIndex;  ///< of `mElements`
 };

@@ -6,7 +6,7 @@
 #include "clearcase/fakeclearcase.h"
 #include "clearcase/libraryload-win.h"
 
-/// The one exported function; clearcase/clearcaseconnection.h tells what it does.
+/// The only exported function; documented in clearcase/clearcaseconnection.h.
 extern "C" ClearCaseConnection* ClearCaseImplCtor(void* unused) {
     return new (std::nothrow) FakeClearCase(unused);
 }

@@ -11,7 +11,7 @@
 
 namespace {
 
-/// In one piece, since other modules of the process write there as well.
+/// Writes the line in one piece, since other modules of the process write there as well.
 void complain(const std::string& text) { std::cerr << "nbclearcase:  " + text + '\n'; }
 
 }  // namespace

@@ -27,7 +27,7 @@ DWORD WINAPI openEnum(DWORD, DWORD, DWORD, LPNETRESOURCEA, LPHANDLE enumeration)
     return NO_ERROR;
 }
 
-/// An MVFS drive and a view drive, and a failure where the end should be.
+/// Reports an MVFS drive and a view drive, and then a failure instead of the end.
 DWORD WINAPI enumThatFails(HANDLE, LPDWORD count, LPVOID buffer, LPDWORD) {
     static char names[][32] = {"m:", "\\\\view", "x:", "\\\\view\\tag", "ClearCase Dynamic Views"};
     if (gStep++ != 0) {
@@ -61,7 +61,7 @@ protected:
         viewDriveLetters = DriveLetters();
     }
 
-    /// Asks by a map that doesn't say the same, so that the letters alone can answer.
+    /// Passes maps that contradict the letters, so that only the letters can answer.
     static void expectLettersOfViewDrives() {
         EXPECT_TRUE(viewDriveLetters.isKey("X:", {}));
         EXPECT_FALSE(viewDriveLetters.isKey("Y:", {{"Y:", "other"}}));

@@ -32,7 +32,7 @@ public:
     ConnectedDisks(const ConnectedDisks&) = delete;
     ConnectedDisks& operator=(const ConnectedDisks&) = delete;
 
-    /// Calls `take` with each entry of the next batch. False if it was the last one.
+    /// Calls `take` with each entry of the next batch. Returns false if it was the last batch.
     template <class Take>
     bool nextBatch(Take take) {
         constexpr DWORD all = static_cast<DWORD>(-1);
@@ -41,13 +41,13 @@ public:
         DWORD size = buffer.size();
         const DWORD error = WNetEnumResourceA(mEnumeration, &count, buffer.data(), &size);
         if (error != NO_ERROR && error != ERROR_NO_MORE_ITEMS) {
-            // Compatibility: after a failure the enumeration isn't touched again, so that its
-            // handle is lost, once for each load of the library.
+            // Compatibility: after a failure the enumeration isn't touched again, so its handle
+            // is leaked, once per load of the library.
             mOpen = false;
             throw Win32Exception("WNetEnumResource", error);
         }
         const auto* entries = reinterpret_cast<const NETRESOURCEA*>(buffer.data());
-        // A count that is left as it was means no entries.
+        // A count that wasn't changed means no entries.
         for (DWORD i = 0; count != all && i < count; ++i) {
             take(entries[i]);
         }
@@ -64,7 +64,7 @@ private:
 std::string lookupMvfsDrives(std::map<std::string, std::string>& drives) {
     std::string root;
     ConnectedDisks disks;
-    // Compatibility: the narrow calls: view tags are in the system's code page.
+    // Compatibility: uses the narrow calls, since view tags are in the system's code page.
     const auto take = [&](const NETRESOURCEA& entry) {
         takeConnection(entry.lpLocalName, entry.lpRemoteName, entry.lpProvider, root, drives);
     };

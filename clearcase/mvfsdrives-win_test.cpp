@@ -33,7 +33,7 @@ struct OpenCall {
     const void* start;
 };
 
-/// An enumeration in place of the system's, with all that it was asked.
+/// Replaces the system's enumeration, and records the calls.
 struct Enumeration {
     DWORD openResult = NO_ERROR;
     std::vector<Batch> batches;
@@ -93,7 +93,7 @@ protected:
 
 using Drives = std::map<std::string, std::string>;
 
-TEST_F(LookupMvfsDrivesTest, ConnectedDisksAreAskedForInBatchesOf1024BytesAndTheEndIsClosed) {
+TEST_F(LookupMvfsDrivesTest, DisksAreReadInBatchesOf1024BytesAndTheHandleIsClosed) {
     EXPECT_EQ(lookup({{{}, NO_ERROR}, {{}, ERROR_NO_MORE_ITEMS}}), "");
     ASSERT_EQ(gEnumeration.opened.size(), 1U);
     EXPECT_EQ(gEnumeration.opened[0].scope, 1U);  // RESOURCE_CONNECTED

@@ -11,7 +11,7 @@ using Drives = std::map<std::string, std::string>;
 
 const std::string MVFS_ROOT = "M:";
 
-TEST(OtherRouteTest, AViewDriveLeadsToTheFolderOfItsViewAndWhatIsBehindItGoesAlong) {
+TEST(OtherRouteTest, AViewDriveLeadsToTheFolderOfItsViewWithTheRestOfThePath) {
     const Drives tags = {{"X:", "tag1"}};
     const ViewDrives drives = {MVFS_ROOT, tags};
     EXPECT_EQ(otherRoute("X:", drives), "M:/tag1");

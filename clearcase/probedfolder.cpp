@@ -6,8 +6,8 @@
 std::string probedFolder(const std::string& root, const std::string& tag) {
     std::string folder = root + tag;
     std::replace(folder.begin(), folder.end(), '\\', '/');
-    // Compatibility: the first pair alone is folded, so that a later one stays and a UNC path loses
-    // one of its slashes.
+    // Compatibility: only the first pair is folded, so a later pair stays, and a UNC path loses one
+    // of its slashes.
     const size_t doubled = folder.find("//");
     if (doubled != std::string::npos) {
         folder.erase(doubled, 1);

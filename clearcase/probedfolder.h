@@ -2,6 +2,10 @@
 
 #include <string>
 
-/// The folder to probe for a VOB: its tag directly behind `root`, with forward slashes, the first
-/// of the doubled ones halved, and the first character in upper case.
+/// Returns the folder to probe for a VOB: `root`, directly followed by the VOB's tag. All
+/// backslashes become forward slashes, the first doubled slash becomes a single one, and the first
+/// character becomes upper case.
+///
+///     probedFolder("c:\\vobs", "\\a")        ->  "C:/vobs/a"
+///     probedFolder("\\\\srv\\sh", "\\a")    ->  "/srv/sh/a"
 std::string probedFolder(const std::string& root, const std::string& tag);

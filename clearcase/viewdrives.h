@@ -10,15 +10,15 @@ constexpr bool isUpperDrive(std::string_view text) {
     return text.size() == 2 && text[0] >= 'A' && text[0] <= 'Z' && text[1] == ':';
 }
 
-/// Which upper-case letters are drives of views: spares the search in a map of them.
+/// Which upper-case letters are drives of views. Saves searching a map of these drives.
 class DriveLetters {
 public:
-    /// Of no map.
+    /// Belongs to no map.
     DriveLetters() = default;
     explicit DriveLetters(const std::map<std::string, std::string>& viewDrives);
 
-    /// Whether `drive` is a key of `viewDrives`, the map that the letters are of, which has not
-    /// changed since. Without one the map is searched.
+    /// Returns whether `drive` is a key of `viewDrives`. That must be the map from which this
+    /// object was made, unchanged since. An object that belongs to no map searches `viewDrives`.
     bool isKey(std::string_view drive, const std::map<std::string, std::string>& viewDrives) const;
 
 private:
@@ -26,10 +26,15 @@ private:
     bool mIsOfMap = false;
 };
 
-/// Takes one network connection into account. One of another provider than "ClearCase Dynamic
-/// Views" counts for nothing. One to `\\view` makes its local name, in upper case, the MVFS drive.
-/// Of any other the local name, in upper case, leads to the view tag, which is what follows
-/// `\\view\`: seven characters that are cut off unread, so that a remote name of fewer leaves an
-/// empty tag. Later connections replace earlier ones. Null counts as an empty text.
+/// Takes one network connection into account. Connections of providers other than "ClearCase
+/// Dynamic Views" are ignored.
+///
+///     remote name     effect
+///     \\view          the local name, in upper case, becomes `mvfsRoot`
+///     \\view\tag1     `viewDrives` maps the local name, in upper case, to "tag1"
+///
+/// Every remote name other than `\\view` is treated as in the second line. The first seven
+/// characters are cut off without being checked, so a shorter name gives an empty tag. Later
+/// connections replace earlier ones. Null counts as an empty text.
 void takeConnection(const char* localName, const char* remoteName, const char* provider,
                     std::string& mvfsRoot, std::map<std::string, std::string>& viewDrives);

@@ -6,7 +6,7 @@ namespace {
 
 using Drives = std::map<std::string, std::string>;
 
-/// The outcome of one connection on empty drives, as "root|drive>tag".
+/// Returns what one connection adds to empty drives, as "root|drive>tag".
 std::string outcome(const char* localName, const char* remoteName,
                     const char* provider = "ClearCase Dynamic Views") {
     std::string root;

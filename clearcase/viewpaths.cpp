@@ -24,12 +24,12 @@ namespace {
 
 using RouteMap = std::map<std::string, std::string>;
 
-/// What begins each path on a drive.
+/// The length of a drive at the beginning of a path.
 constexpr size_t DRIVE = 2;
 
 std::string_view driveOf(std::string_view path) { return path.substr(0, DRIVE); }
 
-/// The same as `==`, without a call for two drives.
+/// Like `==`, but without a function call for two drives.
 bool isSameDrive(std::string_view a, std::string_view b) {
     if (a.size() == DRIVE && b.size() == DRIVE) {
         return a[0] == b[0] && a[1] == b[1];
@@ -46,7 +46,7 @@ bool isSameWord(const char* a, const char* b) {
     return left == right;
 }
 
-/// Compares so many characters, which are few, without a call.
+/// Compares `length` characters, which are few, without a function call.
 bool isSameText(const char* a, const char* b, size_t length) {
     constexpr size_t word = sizeof(uint64_t);
     constexpr size_t half = sizeof(uint32_t);
@@ -65,14 +65,14 @@ bool isSameText(const char* a, const char* b, size_t length) {
     return isSameWord<uint64_t>(a + length - word, b + length - word);
 }
 
-/// Saves a call of the C runtime for an upper-case letter.
+/// Avoids calling the C runtime for an upper-case letter.
 char upperCase(char c) {
     return c >= 'A' && c <= 'Z' ? c
                                 : static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
 }
 
-/// The normal form of `path`, taken against `cwd` where it isn't absolute, with its first character
-/// in upper case. In `buffer`.
+/// Returns the normal form of `path`, relative to `cwd` if it isn't absolute, with its first
+/// character in upper case. The text is in `buffer`.
 std::string_view absoluteNormalForm(const std::string& cwd, const std::string& path,
                                     PathBuffer& buffer) {
     std::string_view form;
@@ -81,8 +81,8 @@ std::string_view absoluteNormalForm(const std::string& cwd, const std::string& p
         // It begins with a drive, so that backslashes would not change its normal form.
         form = normalFormIn(buffer, path, '/');
     } else {
-        // Compatibility: every path with a separator in front is one on the current drive, so that
-        // a UNC path becomes a folder of that drive.
+        // Compatibility: every path with a leading separator is on the current drive, so a UNC path
+        // becomes a folder of that drive.
         std::string absolute =
             leadingSeparator ? cwd.substr(0, DRIVE) + path : joinPath(cwd, path, '/');
         toBackslashes(absolute);
@@ -93,26 +93,26 @@ std::string_view absoluteNormalForm(const std::string& cwd, const std::string& p
 }
 
 /// The root of a VOB tag: the folder of a view on the MVFS drive, or a view drive. Both texts are
-/// the tag's or kept by `Roots`.
+/// part of the tag, or stored in `Roots`.
 struct Root {
     std::string_view text;
     /// The text with backslashes and its first character in upper case.
     std::string_view key;
 };
 
-/// The roots of the tags' VOBs, as far as they are on a view.
+/// The roots of the tags' VOBs that are in a view.
 class Roots {
 public:
     Roots(const std::vector<std::string>& vobTags, const ViewDrives& drives) {
         const std::string* last = nullptr;
         for (const std::string& tag : vobTags) {
-            // The same root once more would change nothing.
+            // Adding the same root again would change nothing.
             if (last != nullptr && beginsAlike(tag, *last, mRoots.back().text.size())) {
                 continue;
             }
             const size_t before = mRoots.size();
             addRootOf(tag, drives);
-            // A root of one character says nothing about a tag that goes on with a separator.
+            // A root of one character doesn't decide for a tag that continues with a separator.
             const bool decides = mRoots.size() != before && mRoots.back().text.size() >= DRIVE;
             last = decides ? &tag : nullptr;
         }
@@ -122,7 +122,7 @@ public:
     auto end() const { return mRoots.end(); }
 
 private:
-    /// Whether `tag` begins with the first `length` characters of `other`, as a whole name.
+    /// Whether `tag` begins with the first `length` characters of `other`, and a name ends there.
     static bool beginsAlike(std::string_view tag, std::string_view other, size_t length) {
         if (tag.size() < length || !isSameText(tag.data(), other.data(), length)) {
             return false;
@@ -130,8 +130,8 @@ private:
         return tag.size() == length || isPathSeparator(tag[length]);
     }
 
-    /// A tag on neither kind of drive has no root. The root can be the empty text: it is the drive
-    /// of a connection without a local name.
+    /// A tag on neither kind of drive has no root. The root can be the empty text, which is the
+    /// drive of a connection without a local name.
     void addRootOf(std::string_view tag, const ViewDrives& drives) {
         std::string_view drive = driveOf(tag);
         const bool isSpelled = isUpperDrive(drive);
@@ -172,7 +172,7 @@ private:
     std::forward_list<std::string> mKept;
 };
 
-/// The other routes of the roots of one call, by the cache, whose lock is held.
+/// The other routes of the roots of one call, from the cache. The caller holds its lock.
 class OtherRoutes {
 public:
     OtherRoutes(const ViewDrives& drives, RouteMap& viewRootCache, const MutexLock& /*held*/)
@@ -185,7 +185,7 @@ public:
             const std::string key(root.key);
             found = mCache.lower_bound(key);
             if (!isAt(found, key)) {
-                // A root without another route is kept as well: the drives don't change.
+                // A root without another route is stored as well: the drives don't change.
                 found =
                     mCache.emplace_hint(found, key, otherRoute(std::string(root.text), mDrives));
             }
@@ -204,7 +204,7 @@ private:
     RouteMap::iterator mNext;  ///< where the next root may be
 };
 
-/// Whether a key is in normal form but for a slash after a drive alone.
+/// Whether a key is in normal form, except that a bare drive lacks its slash.
 bool isTidyKey(std::string_view key) {
     const std::string_view folder = key.substr(std::min(key.size(), DRIVE));
     return isUpperDrive(driveOf(key)) &&
@@ -212,8 +212,8 @@ bool isTidyKey(std::string_view key) {
                                !isPathSeparator(folder[1]) && !isDotName(folder.substr(1))));
 }
 
-/// The normal form of `rest` below a key, with backslashes. `rest` begins with a name, and is of a
-/// path in normal form.
+/// Returns the normal form of `rest` below a key, with backslashes. `rest` is the end of a path in
+/// normal form, and begins with a name.
 std::string normalFormBelow(std::string_view root, std::string_view rest) {
     const bool joinsTidy =
         isTidyKey(root) && !rest.empty() && rest.back() != ':' && !beginsWithDrive(rest);
@@ -229,7 +229,8 @@ std::string normalFormBelow(std::string_view root, std::string_view rest) {
     return joined;
 }
 
-/// `s`, a path in normal form that lies in the other route of `root`, on the root's own route.
+/// Moves `s`, a path in normal form that lies on the other route of `root`, to the root's own
+/// route.
 std::string movedPath(std::string_view s, const Root& root, const std::string& other,
                       std::ostream& errors) {
     if (const std::optional<size_t> rest = restBelow(other, s)) {
@@ -296,8 +297,8 @@ std::string canonicalizeViewPath(const ViewDrives& drives, RouteMap& viewRootCac
     for (const Root& root : roots) {
         const std::string& other = otherRoutes.of(root);
         if (!other.empty() && liesInOnDrive(other, s)) {
-            // Compatibility: backslashes here, though all other results have slashes, so that
-            // a host has to fold separators before it compares.
+            // Compatibility: this result has backslashes, and all others have slashes, so a host
+            // must unify separators before it compares.
             return movedPath(s, root, other, errors);
         }
     }

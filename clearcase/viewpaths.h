@@ -1,10 +1,10 @@
 #pragma once
 
-// One file in a dynamic view has two routes: `M:\viewtag\vob\file` through the MVFS drive, and
-// `X:\vob\file` through a drive that is mapped to the view. A host must see the one by which it
-// knows the VOB. Here a path is moved to that route, as text. The drives come in as values:
-// `mvfsRoot`, the MVFS drive in upper case ("M:"), empty if there is none, and `viewDrives`, each
-// other drive in upper case ("X:") with its view tag.
+// A file in a dynamic view can be reached by two routes: `M:\viewtag\vob\file` through the MVFS
+// drive, and `X:\vob\file` through a drive that is mapped to the view. A host must see the route by
+// which it knows the VOB. The functions here move a path to that route, as text. The drives are
+// passed in as values: `mvfsRoot`, the MVFS drive in upper case ("M:"), empty if there is none, and
+// `viewDrives`, each other drive in upper case ("X:") with its view tag.
 
 #include <iosfwd>
 #include <map>
@@ -14,33 +14,38 @@
 #include "clearcase/viewdrives.h"
 #include "util/mutex-pthreads.h"
 
-/// The drives that lead to views, which others own.
+/// The drives that lead to views. The caller owns the texts and the map.
 struct ViewDrives {
     const std::string& mvfsRoot;  ///< the MVFS drive in upper case ("M:"), empty if there is none
     const std::map<std::string, std::string>& tags;  ///< each other drive ("X:") with its view tag
-    DriveLetters letters = DriveLetters();           ///< those of `tags`, for speed
+    DriveLetters letters = DriveLetters();           ///< of `tags`; makes look-ups faster
 };
 
-/// The other route to the place that `root` names, empty if there is none: of a view drive the
-/// folder of its view on the MVFS drive, of such a folder the first drive that is mapped to the
-/// view.
+/// Returns the other route to the place that `root` names, or an empty text if there is none. For a
+/// view drive that is the folder of its view on the MVFS drive. For such a folder it is the first
+/// drive that is mapped to the view. The rest of `root` is appended to either.
 std::string otherRoute(const std::string& root, const ViewDrives& drives);
 
-/// The one spelling of `path` on the route by which a tag of `vobTags` reaches it.
+/// Returns `path` on the route by which one of `vobTags` reaches it. The declaration of the same
+/// name in clearcase/clearcaseconnection.h has examples.
 ///
-/// A relative `path` is taken against `cwd`; one with a leading separator, a UNC path included,
-/// against the first two characters of `cwd`. What is not absolute then stops the process by an
-/// assertion. A tag counts if it lies on a view drive, or in the folder of a view on the MVFS
-/// drive; an empty one if a view is connected without a drive, which stops the process when a path
-/// would have to move there. A path that was moved comes back with backslashes, as does one that
-/// lies on the other route of a root and can't be moved; every other, in its normal form with an
-/// upper-case drive, with forward slashes. The one complaint, about a path that can't be moved,
-/// goes to `errors` in one piece.
+/// A relative `path` is taken relative to `cwd`. A path with a leading separator, a UNC path
+/// included, is appended to the first two characters of `cwd`. If the result isn't absolute, an
+/// assertion stops the process.
 ///
-/// `viewRootCache` keeps what was found out about the roots of tags, against drives that don't
-/// change: a root (with backslashes, its drive in upper case) to its other route, the empty text if
-/// there is none. Entries are added and never changed or removed. `viewRootCacheLock` guards it, so
-/// that any thread may call with the same cache; it is held while the path is moved.
+/// A tag counts if it lies on a view drive, or in the folder of a view on the MVFS drive. An empty
+/// tag counts if a view is connected without a drive; the process stops when a path would have to
+/// move there.
+///
+/// A path that was moved has backslashes. So has a path that lies on the other route of a root and
+/// can't be moved. Every other path is in its normal form, with forward slashes and an upper-case
+/// drive. The only complaint, about a path that can't be moved, is written to `errors` in one
+/// piece.
+///
+/// `viewRootCache` stores what was found out about the roots of tags, for drives that don't change.
+/// It maps a root (with backslashes, its drive in upper case) to its other route, or to an empty
+/// text if it has none. Entries are added and never changed or removed. `viewRootCacheLock` guards
+/// the cache, so that any thread may call with the same cache; it is held while the path is moved.
 std::string canonicalizeViewPath(const ViewDrives& drives,
                                  std::map<std::string, std::string>& viewRootCache,
                                  Mutex& viewRootCacheLock, const std::string& cwd,

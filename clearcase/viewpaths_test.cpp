@@ -15,7 +15,7 @@ namespace {
 using Tags = std::vector<std::string>;
 using Drives = std::map<std::string, std::string>;
 
-/// The drives of most tests, and what a call leaves behind.
+/// The drives that most tests use, and what a call changes.
 class CanonicalizeViewPathTest : public testing::Test {
 protected:
     std::string canonical(const std::string& path, const Tags& tags,
@@ -153,7 +153,7 @@ TEST_F(CanonicalizeViewPathTest, ATagOfTheBareMvfsDriveAddsNoRoot) {
 
 TEST_F(CanonicalizeViewPathTest, TheFirstRootThatAppliesEndsTheWalk) {
     mViewDrives["Y:"] = "tag1";
-    // Of two drives of one view the other route of the view's folder is the first.
+    // If two drives are mapped to one view, the first is the other route of the view's folder.
     EXPECT_EQ(canonical("X:\\vob\\a.c", {"M:\\tag1\\vob", "Z:\\vob"}), "M:\\tag1\\vob\\a.c");
     EXPECT_EQ(canonical("Y:\\vob\\a.c", {"M:\\tag1\\vob"}), "Y:/vob/a.c");
     EXPECT_EQ(canonical("M:\\tag1\\vob\\a.c", {"Y:\\vob", "X:\\vob"}), "Y:\\vob\\a.c");
@@ -210,13 +210,13 @@ TEST_F(CanonicalizeViewPathTest, APathOf32000CharactersIsMoved) {
 }
 
 TEST_F(CanonicalizeViewPathTest, PathsThatEndOutsideTheViewsOrInsideARootTakeNoLock) {
-    // The lock isn't recursive: a call that took it would never come back.
+    // The lock isn't recursive: a call that took it would never return.
     const MutexLock lock(mLock);
     EXPECT_EQ(canonical("C:\\a", {"X:\\vob"}), "C:/a");
     EXPECT_EQ(canonical("X:\\a", {"X:\\vob"}), "X:/a");
 }
 
-/// A root whose spelling only one of the two comparisons sees through: a share.
+/// A root on a share, whose spelling only one of the two comparisons recognises.
 class DisagreementTest : public CanonicalizeViewPathTest {
 protected:
     DisagreementTest() {
@@ -230,7 +230,7 @@ TEST_F(DisagreementTest, ARootThatThePathIsInAndNotRelativeToIsComplainedOf) {
     EXPECT_EQ(canonical("x", {"X:\\vob"}, "//srv/sh"), "\\\\srv\\sh\\x");
 }
 
-/// Refuses to take a character, and looks at a lock meanwhile.
+/// Refuses to take a character, and records whether a lock is held then.
 class Refusal : public std::streambuf {
 public:
     explicit Refusal(Mutex& lock) : mLock(lock) {}
@@ -299,7 +299,7 @@ TEST_F(CanonicalizeViewPathDeathTest, ARelativePathWithARelativeDirectoryStopsTh
 }
 
 TEST_F(CanonicalizeViewPathDeathTest, APathOfCygwinStopsTheProcess) {
-    // It is turned to backslashes before it is asked to be absolute.
+    // Its slashes become backslashes before it is checked to be absolute.
     const testing_support::CygwinScope cygwin;
     EXPECT_DEATH(canonical("a", {}, "/cygdrive/c"),
                  "assertion failed at util/pathfun\\.cpp.*: absolute");

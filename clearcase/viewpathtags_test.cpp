@@ -1,4 +1,4 @@
-// Tags in unusual spellings, and what they move paths to.
+// Tags in unusual spellings, and where they move paths to.
 
 #include <sstream>
 #include <string>
@@ -49,7 +49,7 @@ TEST(ViewPathTagsTest, AViewOfAnOddNameIsFoldedWithThePath) {
     EXPECT_EQ(moved("X:\\vob\\a.c", "M:\\a:\\vob", {{"X:", "a:"}}), "M:\\a:\\vob\\a.c");
 }
 
-TEST(ViewPathTagsTest, ALastNameThatEndsInAColonGetsASeparatorAndADriveAsANameStandsAlone) {
+TEST(ViewPathTagsTest, ATrailingColonGetsASeparatorAndANameLikeADriveIsADrive) {
     const Drives tags = {{"X:", "tag1"}};
     EXPECT_EQ(moved("X:\\vob\\a:", "M:\\tag1", tags), "M:\\tag1\\vob\\a:\\");
     EXPECT_EQ(moved("X:\\n:\\a.c", "M:\\tag1", tags), "n:\\a.c");

@@ -11,11 +11,11 @@ namespace {
 
 VobState probe(const std::string& folder) {
     std::string name(MAX_PATH + 1, '\0');
-    // Compatibility: the narrow call: the folder is in the system's code page.
+    // Compatibility: uses the narrow call, since the folder is in the system's code page.
     if (GetTempFileNameA(folder.c_str(), "rofscheck", /*uUnique=*/0, name.data()) == 0) {
         return GetLastError() == ERROR_WRITE_PROTECT ? vobReadOnly : vobNotDetermined;
     }
-    // The null characters after the name don't matter: the first ends it for Windows.
+    // The null characters after the name don't matter: Windows stops at the first.
     System::remove(name, /*force=*/false);
     return vobWritable;
 }

@@ -21,7 +21,7 @@ TEST(ProbeVobsTest, NoVobsGiveNoResults) {
     EXPECT_EQ(results.size(), 2U);
 }
 
-TEST(ProbeVobsTest, ResultsFollowWhatIsThereInTheOrderOfTheVobsDuplicatesIncluded) {
+TEST(ProbeVobsTest, ResultsAreAppendedInTheOrderOfTheVobsWithDuplicates) {
     std::vector<VobRecord> results = {{"a", vobWritable}, {"b", vobReadOnly}};
     probeVobs({{"\\x", vobWritable}, {"\\y", vobWritable}, {"\\x", vobWritable}},
               "q:\\no such folder", results);
@@ -39,7 +39,7 @@ VobState stateOf(const std::string& folder, VobState configured = vobWritable) {
     return results.at(0).state;
 }
 
-TEST(ProbeVobsTest, AFolderThatTakesAFileIsWritableWhateverIsConfiguredAndNothingIsLeftThere) {
+TEST(ProbeVobsTest, TheConfiguredStateIsIgnoredAndTheProbeLeavesNoFile) {
     const TempFolder folder;
     EXPECT_EQ(stateOf(folder.utf8(), vobReadOnly), vobWritable);
     EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
@@ -107,7 +107,7 @@ TEST(ProbeVobsTest, TheCallMakesAFileOfItsOwnAndItIsRemovedOnceAndWithoutForce) 
     EXPECT_EQ(gAttributeCalls, 0);
 }
 
-/// Writes to the last place that the call may write to.
+/// Fills the buffer up to the last place that the call may write to.
 UINT WINAPI longestName(LPCSTR, LPCSTR, UINT, LPSTR name) {
     std::fill(name, name + 260, 'x');
     return name[260] == '\0' ? 1 : 0;

@@ -1,4 +1,4 @@
-// A host in one file: loads a connection library and asks it everything.
+// A host in one file: loads a connection library and calls all its operations.
 //
 //     examplehost LIBRARY PATH
 
@@ -40,7 +40,7 @@ void askAboutVobs(ClearCaseConnection& connection) {
     }
 }
 
-/// What a connection that can't do it says to `operation`.
+/// Runs `operation` and prints its refusal, for connections that can't do it.
 template <class Operation>
 void expectRefusal(const char* name, Operation operation) {
     try {

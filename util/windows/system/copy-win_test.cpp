@@ -44,7 +44,7 @@ std::string patternOf(size_t size) {
 
 class SystemCopyTest : public testing::Test {
 protected:
-    /// The message of a copy that must fail, and by this error.
+    /// Returns the message of a copy that must fail with this error.
     std::string failureOf(const std::string& source, const std::string& destination,
                           DWORD error) const {
         std::string message = "old";
@@ -222,7 +222,7 @@ BOOL WINAPI writeInParts(HANDLE, LPCVOID data, DWORD count, LPDWORD written, LPO
     return TRUE;
 }
 
-/// Copies the source while at most so many bytes go out by one call.
+/// Copies the source while one call writes at most `mostAtOnce` bytes. Returns the sizes asked for.
 std::vector<DWORD> piecesOf(const std::string& source, const std::string& destination,
                             DWORD mostAtOnce) {
     gWrites = {};
@@ -265,7 +265,7 @@ TEST_F(SystemCopyTest, AWriteOfNothingIsAFailure) {
     EXPECT_EQ(GetLastError(), DWORD{ERROR_WRITE_FAULT});
 }
 
-/// Whether what another process has locked in a file can't be written: under Wine it can.
+/// Whether a part of a file that another process has locked can't be written. Under Wine it can.
 bool locksHold(const std::string& path) {
     std::FILE* const file = System::openFile(path, "r+b");
     const bool isWritten = file != nullptr && std::fputs("x", file) == 0 && std::fflush(file) == 0;

@@ -5,7 +5,7 @@
 
 #include <windows.h>
 
-/// Whether a listing's entry is the folder itself or the one above.
+/// Whether an entry of a listing is "." or "..".
 bool isDotEntry(const WIN32_FIND_DATAW& entry);
 
 /// Owns the search handle of a directory listing.
@@ -14,7 +14,7 @@ bool isDotEntry(const WIN32_FIND_DATAW& entry);
 ///     DirectorySearch search;
 ///     for (bool found = search.first(L"C:\\*", entry); found; found = search.next(entry)) { ... }
 ///
-/// One thread at a time.
+/// Only one thread at a time may use an object.
 class DirectorySearch {
 public:
     DirectorySearch() = default;
@@ -26,12 +26,12 @@ public:
         return *this;
     }
 
-    /// Begins a listing, once for each object. False, with the failure in GetLastError, if it can't
-    /// or if nothing matches. A null character in the pattern is a failure: what stands in front of
-    /// it would be another directory.
+    /// Begins a listing; may be called once per object. Returns false, with the error in
+    /// GetLastError, if that fails or if nothing matches. A pattern with a null character fails,
+    /// since the part before that character would be another directory.
     bool first(const std::wstring& pattern, WIN32_FIND_DATAW& entry);
-    /// False, with ERROR_NO_MORE_FILES in GetLastError, at the end; with another error there, if
-    /// the listing broke off.
+    /// Moves on to the next entry. Returns false at the end, with ERROR_NO_MORE_FILES in
+    /// GetLastError, or with another error there if the listing broke off.
     bool next(WIN32_FIND_DATAW& entry);
     /// Ends the listing, if there is one.
     void close();

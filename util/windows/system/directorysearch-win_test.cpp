@@ -47,7 +47,7 @@ TEST(IsDotEntryTest, NamesThatBeginWithDotsAreNot) {
     }
 }
 
-/// Keeps the handles that searches begin with and those that are closed, until the scope ends.
+/// Records the handles of searches that begin and of those that are closed, until the scope ends.
 class SearchHandles {
 public:
     SearchHandles() {
@@ -89,7 +89,7 @@ protected:
     bool begin(DirectorySearch& search, const wchar_t* name = L"*") {
         return search.first(pattern(name), mEntry);
     }
-    /// The entry that a search has begun with, and the rest of its listing.
+    /// Returns the first entry of a search and the rest of its listing.
     Names rest(DirectorySearch& search) {
         Names names;
         do {

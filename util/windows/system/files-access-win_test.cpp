@@ -1,4 +1,4 @@
-// Whether files and directories are there, can be read and can be written.
+// Whether files and directories exist, can be read and can be written.
 
 #include <string>
 #include <vector>
@@ -18,7 +18,7 @@ namespace {
 using testing_support::ReplacedCall;
 using testing_support::TempFolder;
 
-/// Whether read-only files can be opened for writing all the same: Wine lets a superuser do so.
+/// Whether read-only files can be opened for writing nevertheless. Wine lets a superuser do so.
 bool opensReadOnlyFiles() {
     const TempFolder folder;
     const std::wstring name = System::unicodePath(folder.write("a", "x"));

@@ -1,4 +1,4 @@
-// What is in files: streams, bytes, temporary files, room on the volume, writing with patience.
+// The content of files: streams, bytes, temporary files, space on the volume, repeated writing.
 
 #include <algorithm>
 #include <cerrno>
@@ -208,7 +208,7 @@ TEST(SystemTemporaryFileNameTest, AFolderWithoutAWideFormIsNotTheRootOfTheDrive)
     EXPECT_EQ(GetLastError(), DWORD{ERROR_PATH_NOT_FOUND});
 }
 
-// The file and the clock of a patient writer.
+// A file that refuses some writes, and a clock that records the pauses.
 
 int gWrites;
 int gFailures;

@@ -22,7 +22,7 @@ bool removeOnce(const std::wstring& name) {
         return true;
     }
     if (GetLastError() == ERROR_DIRECTORY) {
-        SetLastError(error);  // a file: why it can't be deleted is what counts
+        SetLastError(error);  // a file: report why it can't be deleted
     }
     return false;
 }
@@ -54,7 +54,7 @@ bool canListWide(const std::wstring& name) {
     return search.first(name + L"\\*", entry);
 }
 
-/// Whether a file can be made in a directory.
+/// Whether a file can be created in a directory.
 bool takesFiles(const std::string& directory) {
     const std::string name = System::temporaryFileName(directory, "wd");
     if (name.empty()) {
@@ -64,13 +64,13 @@ bool takesFiles(const std::string& directory) {
     return true;
 }
 
-/// What `missingParents` looks at next; empty at the top.
+/// Returns the parent that `missingParents` checks next, or an empty text at the top.
 std::string parentToLookAt(const std::string& path) {
     size_t length = parentLength(path);
     if (length == 2 && isDriveRoot(path.substr(0, 3).c_str()) != 0) {
         length = 3;
     }
-    // Compatibility: a parent of one character, as of "/a", counts as none.
+    // Compatibility: a parent of one character, such as that of "a/b", counts as none.
     return length >= 2 ? path.substr(0, length) : std::string();
 }
 
@@ -113,12 +113,12 @@ bool System::listDirectory(const std::string& path, std::vector<std::string>& na
             stats->emplace_back(entry);
         }
     } while (search.next(entry));
-    // Compatibility: a listing that breaks off counts as complete. Callers have what was read.
+    // Compatibility: a listing that breaks off counts as complete. Callers get what was read.
     return true;
 }
 
 void System::missingParents(const std::string& path, std::vector<std::string>& names) {
-    std::string missing = path;  // may be one of the names
+    std::string missing = path;  // a copy, since `path` may be one of the names
     names.clear();
     while (!exists(missing)) {
         names.push_back(missing);
@@ -225,7 +225,7 @@ std::string System::temporaryFileName(const std::string& directory, const std::s
         SetLastError(ERROR_PATH_NOT_FOUND);
         return {};
     }
-    // Room for the folder, 14 characters of a name, and the terminator.
+    // Enough for the folder, a name of 14 characters, and the terminator.
     std::wstring name(std::max<size_t>(folder.size() + 16, MAX_PATH), L'\0');
     if (GetTempFileNameW(folder.c_str(), toWide(prefix).c_str(), /*uUnique=*/0, name.data()) == 0) {
         return {};

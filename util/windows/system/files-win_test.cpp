@@ -77,7 +77,7 @@ DWORD gAttributes = 0;
 int gAttributeCalls = 0;
 std::wstring gName;
 
-/// Refuses files and directories with the given errors, and keeps what else is asked for.
+/// Refuses files and directories with the given errors, and records the other calls.
 class RefusedRemoval {
 public:
     RefusedRemoval(DWORD fileError, DWORD directoryError) {
@@ -118,7 +118,7 @@ TEST(SystemRemoveTest, WithoutForceTheAttributesAreLeftAlone) {
     EXPECT_EQ(gAttributeCalls, 0);
 }
 
-TEST(SystemRemoveTest, ForceSetsNormalAttributesOnceAndASecondFailureOfTheDeleteIsReported) {
+TEST(SystemRemoveTest, ForceSetsNormalAttributesOnceAndTheSecondFailureIsReported) {
     const RefusedRemoval refused(ERROR_SHARING_VIOLATION, ERROR_DIRECTORY);
     EXPECT_EQ(System::remove("c:/x", true), -1);
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_SHARING_VIOLATION));

@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// Behind windows.h.
+// Must follow windows.h.
 #include <sddl.h>
 
 #include "testing/scopes/tempfolder.h"

@@ -1,7 +1,7 @@
 #include "util/windows/system/filesecurity-win.h"
 
 #include <windows.h>
-// Behind windows.h.
+// Must follow windows.h.
 #include <accctrl.h>
 
 #include "util/windows/security/accesscontrol-win.h"
@@ -11,7 +11,7 @@
 
 namespace {
 
-/// The flags of the ACE that a child gets from one with these flags.
+/// Returns the flags of the ACE that a child inherits from an ACE with these flags.
 BYTE inheritedFlags(BYTE flags) {
     flags |= INHERITED_ACE;
     flags &= static_cast<BYTE>(~INHERIT_ONLY_ACE);

@@ -1,4 +1,4 @@
-// What files and directories get of the security of others.
+// The security that files and directories get from others.
 
 #include <memory>
 #include <new>
@@ -8,7 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// Behind windows.h.
+// Must follow windows.h.
 #include <aclapi.h>
 #include <sddl.h>
 
@@ -27,7 +27,7 @@ using testing_support::ReplacedCall;
 using testing_support::SecurityTest;
 using testing_support::TempFolder;
 
-/// Gives sources and parents a descriptor of the test's own, and takes what is written.
+/// Gives sources and parents a descriptor of the test, and records what is written.
 class TakenSecurityTest : public SecurityTest {
 protected:
     struct Entry {
@@ -66,7 +66,7 @@ protected:
         SecurityTest::TearDown();
     }
 
-    /// Whether it failed with this number and the words for this call.
+    /// Expects a failure with this number and the message for this call.
     void expectFailed(bool succeeded, const char* word, DWORD error) {
         EXPECT_EQ(GetLastError(), error) << word;
         EXPECT_FALSE(succeeded) << word;
@@ -90,7 +90,7 @@ private:
         GetSecurityDescriptorDacl(*given, &ignored, dacl, &ignored);
         return ERROR_SUCCESS;
     }
-    // NOLINTNEXTLINE(readability-non-const-parameter): as Windows has it.
+    // NOLINTNEXTLINE(readability-non-const-parameter): the signature of Windows
     static DWORD WINAPI write(LPWSTR name, SE_OBJECT_TYPE type, SECURITY_INFORMATION bits,
                               PSID owner, PSID group, PACL dacl, PACL sacl) {
         const auto text = [](PSID sid) {
@@ -308,7 +308,7 @@ TEST_F(InheritSecurityTest, AParentOfMoreThan585EntriesFailsWhateverOfThemIsInhe
 }
 
 TEST_F(InheritSecurityTest, AFailureOfAnotherKindHasTheNumberZero) {
-    // An ACE of this size is copied where there is no memory for it.
+    // The copy of an ACE of this size gets no memory.
     constexpr size_t aceSize = 8 + 8 + 15 * 4;
     sTaken->given = L"O:BAG:SYD:(A;OI;FR;;;S-1-5-1-2-3-4-5-6-7-8-9-10-11-12-13-14-15)";
     static void* (*original)(size_t);

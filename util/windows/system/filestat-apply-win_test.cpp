@@ -18,7 +18,7 @@ using testing_support::FakeFile;
 using testing_support::ReplacedCall;
 using testing_support::TempFolder;
 
-/// Whether the system keeps the time of creation that a file is given; Wine needn't.
+/// Whether the system stores the creation time that is set for a file. Wine may not.
 bool storesCreation(const TempFolder& folder) {
     const std::wstring name = System::unicodePath(folder.write("creation", ""));
     HANDLE file = CreateFileW(name.c_str(), GENERIC_READ | FILE_WRITE_ATTRIBUTES,
@@ -94,7 +94,8 @@ BOOL WINAPI volumeInformation(LPCSTR root, LPSTR, DWORD volumeRoom, LPDWORD, LPD
     return TRUE;
 }
 
-/// A refusal of the times on a volume of the given file system (null: one that can't be asked).
+/// Applies times, which are refused, on a volume with this file system. Null means a volume that
+/// can't be queried.
 bool applyRefusedTimes(const std::string& path, const char* fileSystem) {
     gFileSystem = fileSystem;
     const ReplacedCall<decltype(SetFileTime)> times("SetFileTime", refuseTimes);

@@ -100,7 +100,7 @@ TEST(FileStatReadTest, AReadOnlyDirectoryIsADirectoryAndWritable) {
     EXPECT_TRUE(stat.isWritable());
 }
 
-/// A value with something of its own in each field.
+/// A value with different content in each field.
 FileStat filledStat() {
     FileStat stat;
     stat.device = 1;
@@ -173,7 +173,7 @@ TEST(FileStatReadTest, OfADeviceTheSizeIsWhatGetFileSizeSays) {
     EXPECT_EQ(stat.size, 0x300000004U);
 }
 
-TEST(FileStatReadTest, ADeviceWhoseSizeCannotBeHadHasTheAnswerOfThatFailureAsItsSize) {
+TEST(FileStatReadTest, IfTheSizeOfADeviceIsUnknownItIsTheResultOfTheFailedCall) {
     const ReplacedCall<decltype(GetFileInformationByHandle)> information(
         "GetFileInformationByHandle", refuseInformation);
     const ReplacedCall<decltype(GetFileSize)> size("GetFileSize", [](HANDLE, LPDWORD) -> DWORD {

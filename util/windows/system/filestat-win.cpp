@@ -18,7 +18,7 @@ HANDLE openAnything(const std::string& path, DWORD access) {
     return openExisting(System::unicodePath(path), access, FILE_FLAG_BACKUP_SEMANTICS);
 }
 
-/// What a listing entry and a file's information name alike.
+/// Takes the facts that have the same names in a listing entry and in a file's information.
 template <class Record>
 void takeCommonFacts(const Record& record, FileStat& stat) {
     stat.size = joined(record.nFileSizeHigh, record.nFileSizeLow);
@@ -42,7 +42,7 @@ void takeDevice(HANDLE device, FileStat& stat) {
     stat.size = joined(high, low);
 }
 
-/// Whether the volume of `path` is of the file system "MVFS". If it isn't, the last error is a
+/// Whether the file system of the volume of `path` is "MVFS". If it isn't, the last error becomes a
 /// denial of access, unless the path has no long form.
 bool liesOnMvfs(const std::string& path) {
     std::string name;
@@ -62,7 +62,7 @@ bool liesOnMvfs(const std::string& path) {
     return false;
 }
 
-/// Applies an empty security descriptor whose discretionary list is not present and defaulted.
+/// Applies an empty security descriptor, whose discretionary list is absent and marked as default.
 void resetSecurity(const std::wstring& name) {
     SECURITY_DESCRIPTOR empty;
     InitializeSecurityDescriptor(&empty, SECURITY_DESCRIPTOR_REVISION);
@@ -71,7 +71,7 @@ void resetSecurity(const std::wstring& name) {
     SetFileSecurityW(name.c_str(), DACL_SECURITY_INFORMATION, &empty);
 }
 
-/// The attribute word is never zero, and 128 stands alone.
+/// Keeps the rule of `attributes`: never zero, and 128 without any other bit.
 uint32_t wellFormed(uint32_t bits) {
     const uint32_t others = bits & ~static_cast<uint32_t>(FILE_ATTRIBUTE_NORMAL);
     return others == 0 ? FILE_ATTRIBUTE_NORMAL : others;
@@ -85,7 +85,7 @@ FileStat::FileStat(const WIN32_FIND_DATAW& entry) : links(1) { takeCommonFacts(e
 
 FileStat::FileStat(const WIN32_FIND_DATAA& entry) : links(1) { takeCommonFacts(entry, *this); }
 
-// Compatibility: callers give a second argument, which has no effect.
+// Compatibility: callers pass a second argument, which has no effect.
 bool FileStat::read(const std::string& path, int /*unused*/) {
     const ScopedHandle file(openAnything(path, /*access=*/0));
     if (!file.isOpen()) {
@@ -129,7 +129,7 @@ bool FileStat::applyAttributes(const std::string& path) {
     if (path.size() >= suffix.size() &&
         cruntime::stricmp(path.c_str() + path.size() - suffix.size(), suffix.data()) == 0) {
         resetSecurity(name);
-        // Compatibility: the result and the error are those of the attributes.
+        // Compatibility: result and error report only on the attributes.
         SetLastError(error);
     }
     return applied != FALSE;

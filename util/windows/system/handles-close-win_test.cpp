@@ -1,4 +1,4 @@
-// The closing of files that the System process holds open.
+// Closing files that the System process holds open.
 
 #include <vector>
 
@@ -72,7 +72,7 @@ TEST(CloseSystemFileHandleTest, EntriesOfOtherProcessesAreNotTouched) {
 
 TEST(CloseSystemFileHandleTest, OnlyTheFirstHandleOfAFileIsClosed) {
     const HeldFile file;
-    // Not an owner: the test is that it gets closed.
+    // Not in a ScopedHandle: the call under test closes it.
     const HANDLE second = CreateFileW(file.path().c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
                                       OPEN_EXISTING, 0, nullptr);
     Inspected system({{4, second}, {4, file.handle()}});
@@ -174,7 +174,7 @@ TEST(CloseSystemFileHandleTest, WithoutANativeFunctionNothingIsFound) {
     EXPECT_FALSE(noTable.inspector.closeSystemFileHandle(file.path()));
 }
 
-TEST(CloseSystemFileHandleTest, WithoutTheFunctionForTypesOrNamesNothingIsFoundAndNothingLeaks) {
+TEST(CloseSystemFileHandleTest, WithoutTheFunctionForTypesOrNamesNothingIsFoundOrLeaked) {
     const HeldFile file;
     Inspected system({{4, file.handle()}});
     const size_t handles = handleCount();

@@ -1,4 +1,4 @@
-// Which of the System process's handles are taken for a file of a path.
+// Which handles of the System process are treated as the file of a path.
 
 #include <algorithm>
 #include <cstring>
@@ -19,7 +19,7 @@ using testing_support::Inspected;
 const wchar_t* gType = nullptr;
 NTSTATUS gTypeStatus = 0;
 
-/// Expects a zeroed buffer of 1000 bytes, and puts the name and its text there.
+/// Expects a zeroed buffer of 1000 bytes, and stores the name and its text there.
 NTSTATUS NTAPI answerType(HANDLE, ULONG kind, void* answer, ULONG room, ULONG*) {
     EXPECT_EQ(kind, 2U);
     EXPECT_EQ(room, 1000U);

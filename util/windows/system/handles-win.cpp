@@ -24,7 +24,7 @@ constexpr DWORD systemProcess = 4;
 
 constexpr size_t nameRoom = 1000;  // bytes
 
-// The answer about a file's name.
+// The answer to a query for a file's name.
 struct FileName {
     uint32_t length;  // bytes
     std::array<wchar_t, (nameRoom - sizeof(uint32_t)) / sizeof(wchar_t)> text;
@@ -47,7 +47,7 @@ struct HandleEntry {
 static_assert(sizeof(HandleEntry) == 24 && offsetof(HandleEntry, handle) == 6);
 constexpr size_t entriesOffset = 8;
 
-/// The system's table of handles; nothing if it can't be had.
+/// Returns the system's table of handles, or nothing if it isn't available.
 std::optional<std::vector<unsigned char>> handleTable(
     HandleInspector::NtQuerySystemInformationFunction* query) {
     std::vector<unsigned char> table(32);
@@ -58,14 +58,14 @@ std::optional<std::vector<unsigned char>> handleTable(
     };
     NTSTATUS status = ask();
     if (status == statusInfoLengthMismatch) {
-        // Compatibility: asked again once. If the table has grown meanwhile, that is a failure.
+        // Compatibility: only one more query. If the table has grown in between, that is a failure.
         table.assign(length, 0);
         status = ask();
     }
     return status == 0 ? std::optional(std::move(table)) : std::nullopt;
 }
 
-/// Calls `visit(handle)` for each handle of the System process until it says true.
+/// Calls `visit(handle)` for each handle of the System process until it returns true.
 template <class Visitor>
 bool anySystemHandle(const std::vector<unsigned char>& table, Visitor visit) {
     uint32_t count = 0;
@@ -87,7 +87,7 @@ bool anySystemHandle(const std::vector<unsigned char>& table, Visitor visit) {
     return false;
 }
 
-/// Whether `name` begins with `path` behind its drive and colon.
+/// Whether `name` begins with the part of `path` that follows its drive and colon.
 bool beginsWithPath(const wchar_t* name, const std::wstring& path) {
     for (size_t i = 2; i < path.size(); ++i, ++name) {
         const bool alike =
@@ -141,7 +141,8 @@ bool HandleInspector::closeIfNamed(const std::wstring& path, HANDLE process, HAN
         return false;
     }
     copy.release();
-    // Compatibility: the file counts as closed whatever this says; the caller's next try shows it.
+    // Compatibility: the file counts as closed whether or not this succeeds. The caller finds out
+    // by its next try.
     DuplicateHandle(process, handle, GetCurrentProcess(), copy.receive(), /*dwDesiredAccess=*/0,
                     /*bInheritHandle=*/FALSE, DUPLICATE_CLOSE_SOURCE | DUPLICATE_SAME_ACCESS);
     return true;
@@ -187,7 +188,7 @@ DWORD enableDebugPrivilege() {
                                &privileges.Privileges[0].Luid)) {
         return 0;
     }
-    // Succeeds without the privilege too: the error tells.
+    // Succeeds without the privilege too; only the error shows the difference.
     AdjustTokenPrivileges(token.get(), /*DisableAllPrivileges=*/FALSE, &privileges,
                           sizeof privileges, /*PreviousState=*/nullptr, /*ReturnLength=*/nullptr);
     return GetLastError();

@@ -6,18 +6,18 @@
 #include <windows.h>
 #include <winternl.h>
 
-/// Finds and closes a file that the System process, the kernel's own, holds open: the last resort
-/// of System::removeTree. Reaches functions of ntdll.dll, which it looks up by name, and the
+/// Finds and closes a file that the System process, the process of the kernel, holds open: the last
+/// resort of System::removeTree. Uses functions of ntdll.dll, which it looks up by name, and the
 /// system's table of handles.
 ///
-/// One thread at a time: all calls share two buffers. Nothing throws but for lack of memory, and a
-/// function that ntdll.dll lacks makes the calls that need it fail.
+/// Only one thread at a time may call it, since all calls share two buffers. Nothing throws, except
+/// for lack of memory. If ntdll.dll lacks a function, the calls that need it fail.
 class HandleInspector {
 public:
-    /// The one inspector of the process, made by the first call and never freed. The first call
-    /// must not meet another.
+    /// Returns the only inspector of the process, which the first call makes and nothing frees. No
+    /// other call may run at the same time as the first.
     static HandleInspector& instance();
-    /// Makes the inspector and gives back its argument, for use in an initialiser.
+    /// Makes the inspector and returns `value`, for use in an initialiser.
     template <class T>
     static T instance(T value) {
         instance();
@@ -25,21 +25,21 @@ public:
     }
 
     /// Finds the functions, and enables the debug privilege, without which the System process can't
-    /// be opened. That this fails isn't told: later calls find less.
+    /// be opened. A failure isn't reported: later calls find less.
     HandleInspector();
 
-    /// Closes, inside the System process, the first file there whose name begins with `path` from
-    /// its third character on. Case is ignored, and a `/` of `path` stands for `\` too. True if one
-    /// was closed.
+    /// Closes, inside the System process, the first file there whose name begins with `path`, from
+    /// the third character of `path` on. Case is ignored, and a `/` in `path` also matches `\`.
+    /// Returns true if a file was closed.
     ///
-    /// The two characters are those of a drive and its colon, which the kernel's names lack. They
-    /// are passed over in every path, so that one with `\\?\` finds nothing. Nor does a path of at
-    /// most two characters.
+    /// The first two characters are a drive letter and a colon, which the kernel's names lack. They
+    /// are skipped in every path, so a path with `\\?\` finds nothing. Neither does a path of two
+    /// characters or fewer.
     bool closeSystemFileHandle(const std::wstring& path);
 
-    /// Gets the name of a file, without its drive, into `name`, which has room for 500 characters.
-    /// True if the system answered; an empty name leaves `name` alone. One of over 498 characters
-    /// isn't answered.
+    /// Copies the name of a file, without its drive, to `name`, a buffer of 500 characters. Returns
+    /// true if the system answered. An empty name leaves `name` unchanged. The system doesn't
+    /// answer for names of more than 498 characters.
     bool fileNameOfHandle(HANDLE handle, wchar_t* name);
 
     using NtQueryInformationFileFunction = NTSTATUS NTAPI(HANDLE, IO_STATUS_BLOCK*, void*, ULONG,
@@ -56,23 +56,23 @@ private:
     bool closeIfNamed(const std::wstring& path, HANDLE process, HANDLE handle);
 };
 
-/// A question for the name of a file. `name` has room for 500 characters.
+/// A query for the name of a file. `name` is a buffer of 500 characters.
 struct HandleQuery {
     HANDLE handle;
     wchar_t* name;
-    bool status;  ///< the answer's: whether the system gave one
+    bool status;  ///< set by the answer: whether the system answered
     HandleInspector* inspector;
 };
-/// Answers `query` by HandleInspector::fileNameOfHandle. Fit for a thread of its own, as the system
-/// may never answer; `query` outlives that thread, and until it ends the inspector's buffers are
-/// its alone.
+/// Answers `query` with HandleInspector::fileNameOfHandle. It may run in a thread of its own, since
+/// the system may never answer. `query` must outlive that thread, and until the thread ends nothing
+/// else may use the inspector's buffers.
 void queryHandleName(HandleQuery& query);
 
-/// Enables the privilege to open every process. The error of the attempt, ERROR_SUCCESS included,
-/// and 0 as well if the process's token or the privilege can't be had.
+/// Enables the privilege to open every process. Returns the error of the attempt, which is
+/// ERROR_SUCCESS if it succeeded, or 0 if the process's token or the privilege isn't available.
 DWORD enableDebugPrivilege();
 
-/// The text in the ANSI code page.
+/// Returns the text in the ANSI code page.
 std::string toAnsi(const wchar_t* text, size_t length);
-/// Copies `length` characters and closes them with a NUL, for which `target` has room.
+/// Copies `length` characters and appends a NUL. `target` must have space for both.
 void copyText(wchar_t* target, const wchar_t* text, size_t length);

@@ -100,7 +100,8 @@ NTSTATUS NTAPI answerName(HANDLE handle, IO_STATUS_BLOCK* status, void* answer, 
     return gStatus;
 }
 
-/// The name of a file for which the system answers with that length; `name` began as "kk...".
+/// Gets the name of a file for which the system answers with this length. Before the call `name` is
+/// "kk...".
 bool nameOfLength(uint32_t length, NTSTATUS status, Name& name) {
     gLength = length;
     gStatus = status;

@@ -47,7 +47,7 @@ std::string System::userName() {
 }
 
 std::string System::fullHostName(bool refresh) {
-    // Never freed: a thread may still ask while the process ends.
+    // Never freed, since a thread may still call this while the process ends.
     static auto& lock = *new Mutex;
     static auto& name = *new std::string;
     const MutexLock held(lock);
@@ -76,7 +76,7 @@ std::string System::dateTimeText() {
 }
 
 const std::string& System::programDirectory() {
-    static const auto& none = *new std::string;  // never freed, as the text it stands for
+    static const auto& none = *new std::string;  // never freed, like the text that it replaces
     static std::atomic<const std::string*> cached{nullptr};
     if (const std::string* known = cached.load()) {
         return *known;
@@ -85,7 +85,7 @@ const std::string& System::programDirectory() {
     if (directory->empty()) {
         return none;
     }
-    // Of several threads the first one's text is everybody's.
+    // If several threads get here, all of them return the text of the first.
     const std::string* winner = nullptr;
     if (cached.compare_exchange_strong(winner, directory.get())) {
         winner = directory.release();

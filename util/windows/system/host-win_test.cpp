@@ -58,8 +58,9 @@ TEST(SystemUserNameTest, WithoutAnAnswerItIsTallymake) {
     EXPECT_EQ(System::userName(), "tallymake");
 }
 
-/// Until the scope ends, the machine has the name of the fields, with `nulls` NUL characters behind
-/// it, or none. Then its real name is the known one again. One at a time.
+/// Until the scope ends, the machine has the name `name`, followed by `nulls` NUL characters, or
+/// answers with an error. After that, its real name is the known one again. There may be only one
+/// object at a time.
 class FakeHost {
 public:
     explicit FakeHost(std::wstring hostName) : name(std::move(hostName)) { sCurrent = this; }
@@ -148,7 +149,7 @@ TEST(SystemFullHostNameTest, AnEmptyNameIsAskedForAgain) {
     EXPECT_EQ(System::fullHostName(false), "known");
 }
 
-/// The exception that a request for the name ends with.
+/// Returns the text of the exception that a request for the name throws.
 std::string hostNameFailure(uint32_t* error) {
     try {
         return "no failure: " + System::fullHostName(true);
@@ -269,7 +270,7 @@ TEST(SystemDateTimeTextTest, ItIsTheLocalTimeFromTheYearToTheSecond) {
     EXPECT_LE(text, after);
 }
 
-/// What one of the two functions was given.
+/// The arguments of a call of one of the two functions.
 struct Format {
     LCID locale;
     DWORD flags;

@@ -20,7 +20,7 @@ namespace {
 using testing_support::handleCount;
 using testing_support::TempFolder;
 
-/// Some operations on files, each of which must succeed or fail as told.
+/// Runs some operations on files. Returns whether each succeeded or failed as expected.
 bool mix(const std::string& base) {
     std::string message;
     std::string created;
@@ -60,8 +60,8 @@ TEST(SystemLoadTest, AThousandMixedOperationsInEightThreadsLeaveNoHandleOpen) {
             });
         }
     };
-    // A lock that is found busy for the first time may keep a handle for good, and a thread that
-    // was joined may be about to close its own: but what leaks does so in every run.
+    // A lock that is busy for the first time may keep a handle for good, and a joined thread may
+    // not have closed its own yet. A real leak, however, shows in every run.
     const auto leavesNone = [&] {
         const size_t before = handleCount();
         run();

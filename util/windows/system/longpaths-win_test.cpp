@@ -1,4 +1,4 @@
-// Paths beyond 260 characters, and near the end of what Windows takes.
+// Paths of more than 260 characters, and paths near the limit of Windows.
 
 #include <algorithm>
 #include <stdexcept>
@@ -23,8 +23,8 @@ using testing_support::TempFolder;
 
 constexpr size_t MOST = 32766;  // characters of a wide path
 
-/// A path in the folder whose wide form has `length` characters, of components of 200 and one
-/// outside the basic plane.
+/// Returns a path in the folder whose wide form has `length` characters. Its first component is one
+/// character outside the basic plane; the others take 200 characters each, slash included.
 std::string pathOf(const TempFolder& folder, size_t length) {
     std::string path = folder.utf8("\xF0\x9D\x84\x9E");
     size_t units = System::unicodePath(path).size();
@@ -39,8 +39,8 @@ std::string pathOf(const TempFolder& folder, size_t length) {
 
 class SystemLongPathTest : public testing::TestWithParam<size_t> {
 protected:
-    /// Makes the directory; false if this system has no paths of that length: those of Linux have
-    /// at most 4,095 bytes.
+    /// Makes the directory. Returns false if this system has no paths of that length: on Linux they
+    /// have at most 4,095 bytes.
     bool makeDirectory() {
         try {
             System::makePath(mPath.c_str(), nullptr);

@@ -15,7 +15,7 @@ namespace {
     throw std::runtime_error(text.append(path).append("\": ").append(why));
 }
 
-/// Whether a directory is there. Fails, with `fileInTheWay`, if anything else is.
+/// Whether there is a directory at `path`. Fails with `fileInTheWay` if anything else is there.
 bool isThere(const std::string& path, const char* fileInTheWay) {
     FileStat stat;
     if (!stat.read(path, /*unused=*/0)) {
@@ -31,11 +31,11 @@ bool isThere(const std::string& path, const char* fileInTheWay) {
     fail(path, lastErrorText(/*withCode=*/false, &error, /*which=*/1));
 }
 
-/// Makes the chain of directories that ends with a path, which was missing. No recursion: a path
-/// can be thousands of levels deep.
+/// Creates the chain of directories that ends with a path that was missing. It doesn't use
+/// recursion, since a path can be thousands of levels deep.
 class Chain {
 public:
-    /// `created` gets the outermost directory that is made.
+    /// `created` receives the outermost directory that is created.
     Chain(const std::string& path, std::string& created)
         : mPath(path), mCurrent(path), mCreated(created) {}
 
@@ -54,7 +54,7 @@ public:
     }
 
 private:
-    /// False if the parent is missing.
+    /// Returns false if the parent is missing.
     bool makeCurrent() {
         if (System::makeDirectory(mCurrent, /*mode=*/0)) {
             noteCreation();
@@ -64,7 +64,7 @@ private:
         if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) {
             return false;
         }
-        // Another process may have been faster.
+        // Another process may have created it first.
         if (error == ERROR_ALREADY_EXISTS &&
             isThere(mCurrent, "already exists as simple file during create")) {
             return true;
@@ -104,7 +104,7 @@ private:
 
     const std::string& mPath;
     std::string mCurrent;          ///< a beginning of the path
-    std::vector<size_t> mWaiting;  ///< the lengths of those that wait for their parents
+    std::vector<size_t> mWaiting;  ///< the lengths of the paths that wait for their parents
     std::string& mCreated;
     bool mHasCreated = false;
 };

@@ -22,7 +22,7 @@ using testing_support::ReplacedCall;
 using testing_support::SystemMessage;
 using testing_support::TempFolder;
 
-/// What the call leaves in `created`, which holds "old" before it.
+/// Returns the content of `created` after the call; before it, it is "old".
 std::string makePath(const std::string& path) {
     std::string created = "old";
     System::makePath(path.c_str(), &created);
@@ -108,7 +108,7 @@ TEST(SystemMakePathTest, AFileAmongTheParentsIsAFailure) {
                   : "couldn't create directory \"" + file + "/d\": The file stands in the way");
 }
 
-// From here on Windows answers as the test says: what is found at a path, and what making it gives.
+// From here on the test decides what Windows finds at a path, and what creating the path returns.
 
 struct Step {
     const char* path;
@@ -118,7 +118,7 @@ std::vector<Step> gFinds, gMakes;
 
 std::wstring wide(const char* path) { return System::unicodePath(path); }
 
-/// ERROR_DIRECTORY stands for a directory and ERROR_FILE_EXISTS for a file there.
+/// As an error ERROR_DIRECTORY means that a directory is there, and ERROR_FILE_EXISTS a file.
 HANDLE WINAPI find(LPCWSTR name, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD, DWORD, HANDLE) {
     if (gFinds.empty()) {
         ADD_FAILURE() << "one look too many";
@@ -152,14 +152,14 @@ BOOL WINAPI make(LPCWSTR name, LPSECURITY_ATTRIBUTES security) {
     return step.error == ERROR_SUCCESS;
 }
 
-/// The looks and attempts that are expected, each with its answer, in their order.
+/// Expects look-ups and attempts in order, each with its answer.
 class SystemMakePathRaceTest : public testing::Test {
 protected:
     static void expect(std::vector<Step> finds, std::vector<Step> makes) {
         gFinds = std::move(finds);
         gMakes = std::move(makes);
     }
-    /// The number of the error whose words the failure has.
+    /// The number of the error whose message the failure has.
     DWORD toldError() const { return mMessage.calls().back().number; }
     ~SystemMakePathRaceTest() override {
         EXPECT_TRUE(gFinds.empty());

@@ -5,8 +5,8 @@
 
 #include "util/pathfun.h"
 
-/// The length of the path without its last component and the slashes around that; 0 for a path of
-/// one component. Only separators count: no root is known.
+/// Returns the length of the path without its last component and the slashes around that, or 0 for
+/// a path of one component. Only separators count; roots aren't recognised.
 inline size_t parentLength(std::string_view path) {
     const auto cutEnd = [&path](bool slashes) {
         while (!path.empty() && isPathSeparator(path.back()) == slashes) {

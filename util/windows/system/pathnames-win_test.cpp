@@ -84,7 +84,7 @@ TEST(LongPathTest, ARelativeNameBecomesAbsolute) {
 TEST(LongPathTest, ANameThatIsMissingFailsAndLeavesTheAbsoluteForm) {
     const TempFolder folder;
     const CurrentDirectory current(folder.utf8());
-    // Wine takes any prefixed name for a long one, so the answer is made.
+    // Wine treats any prefixed name as a long one, so the test makes the answer.
     const ReplacedCall<decltype(GetLongPathNameW)> call("GetLongPathNameW",
                                                         [](LPCWSTR, LPWSTR, DWORD) -> DWORD {
                                                             SetLastError(ERROR_FILE_NOT_FOUND);
@@ -99,7 +99,7 @@ TEST(LongPathTest, ANameThatIsMissingFailsAndLeavesTheAbsoluteForm) {
 }
 
 TEST(LongPathTest, WhetherTheNameIsThereIsNotAsked) {
-    // As some systems answer.
+    // Some systems answer like this.
     const ReplacedCall<decltype(GetLongPathNameW)> call(
         "GetLongPathNameW", [](LPCWSTR name, LPWSTR buffer, DWORD) -> DWORD {
             const std::wstring_view text = name;
@@ -122,7 +122,7 @@ TEST(LongPathTest, ANameOfOver260CharactersIsFetchedByASecondCall) {
     std::string result;
     EXPECT_TRUE(System::longPath(deep, result));
     EXPECT_EQ(result, deep);
-    // The folder's own end is at a loss for names of such a length.
+    // The destructor of the folder can't remove names of that length.
     std::string message;
     EXPECT_TRUE(System::removeTree(folder.utf8(), message, /*keepRoot=*/true,
                                    /*closeSystemHandles=*/false, /*waitUntilGone=*/false))

@@ -1,4 +1,4 @@
-// Size, content and position of files, with a Windows handle for a file descriptor.
+// Size, content and position of files, with a Windows handle as the file descriptor.
 
 #include <cstdint>
 #include <string>
@@ -47,7 +47,7 @@ public:
         EXPECT_TRUE(GetFileSizeEx(get(), &size));
         return size.QuadPart;
     }
-    /// All that is in the file. The position moves.
+    /// Returns the content of the file. Moves the position.
     std::string content() const {
         moveTo(0);
         std::string text(100, '\0');

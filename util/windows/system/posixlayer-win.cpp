@@ -55,7 +55,7 @@ int posixlayer::truncateFile(HANDLE file, int64_t size) {
 
 int posixlayer::fcntl(HANDLE handle, int command, int argument) {
     if (command != 2 || argument != 1) {
-        // Compatibility: the text names the command even if it is the argument that isn't known.
+        // Compatibility: the text names the command even if the argument is the unknown one.
         throw std::invalid_argument(format(64, "fcntl received unknown command %d", command));
     }
     return SetHandleInformation(handle, HANDLE_FLAG_INHERIT, 0) ? 0 : -1;

@@ -7,50 +7,54 @@
 
 #include "util/windows/errorstate-win.h"
 
-// What portable code expects of POSIX, on Windows handles in place of file descriptors. Unless told
-// otherwise a result of -1 is a failure, which is in GetLastError. Any thread may call these; a
-// position belongs to its handle.
+// What portable code expects of POSIX, with Windows handles instead of file descriptors. Unless
+// noted otherwise, a result of -1 is a failure, with the error in GetLastError. Any thread may call
+// these; a position belongs to its handle.
 
 namespace posixlayer {
 
 int getpid();
 
-/// Gets the size of a file in bytes. 0, or -1.
+/// Stores the size of a file, in bytes, in `*size`. Returns 0, or -1.
 int fileSize(HANDLE file, uint64_t* size);
-/// The number of bytes read, 0 at the end of the file; the end of a pipe is a failure
-/// (ERROR_BROKEN_PIPE).
+/// Reads from a file. Returns the number of bytes read, or 0 at the end of the file. The end of a
+/// pipe is a failure (ERROR_BROKEN_PIPE).
 int64_t readFile(HANDLE file, void* buffer, uint32_t count);
-/// The number of bytes written; a part of the file that is locked is waited for (writeWithRetry).
+/// Writes to a file. Returns the number of bytes written. Waits for a locked part of the file as
+/// writeWithRetry does.
 int64_t writeFile(HANDLE file, const void* buffer, uint32_t count);
-/// Moves by `offset` from the present position (a `whence` of 1), from the end (2), or from the
-/// start (any other). The new position.
+/// Moves the position by `offset`, from the current position (`whence` is 1), from the end (2), or
+/// from the start (any other value). Returns the new position.
 int64_t seekFile(HANDLE file, int64_t offset, int whence);
-/// Cuts or extends a file; the position stays. 0, or -1.
+/// Cuts or extends a file to `size` bytes. The position stays. Returns 0, or -1.
 int truncateFile(HANDLE file, int64_t size);
 
-/// Only setting close-on-exec is there (command 2 with argument 1): child processes don't inherit
-/// `handle`. 0, or -1. Throws std::invalid_argument for anything else.
+/// Supports only setting close-on-exec (command 2 with argument 1): child processes don't inherit
+/// `handle`. Returns 0, or -1. Throws std::invalid_argument for anything else.
 int fcntl(HANDLE handle, int command, int argument);
 
-/// 0, or -1 with the failure in WSAGetLastError. `socket` is a SOCKET.
+/// Makes a SOCKET blocking or non-blocking. Returns 0, or -1 with the error in WSAGetLastError.
 int setNonBlocking(uintptr_t socket, bool nonBlocking);
-/// Whether the last socket call failed because it would have blocked, or one is in progress.
+/// Whether the last socket call failed because it would have blocked, or because a call is in
+/// progress.
 bool wouldBlock();
 
 void sleepMilliseconds(uint32_t milliseconds);
 
-/// Runs the program `words[0]`, searched for in `PATH`, with all of `words`, at least one, which a
-/// null ends. They are joined by blanks and not quoted: a word with a blank arrives as two. With
-/// `wait` the program's exit code, else its process handle, which the caller closes. -1 with errno
-/// set on failure.
+/// Runs the program `words[0]`, which is searched for in `PATH`. `words` has at least one word, and
+/// ends with a null. The words are the command line, joined by spaces and not quoted: a word that
+/// contains a space arrives as two.
+///
+/// With `wait` the result is the program's exit code, otherwise its process handle, which the
+/// caller closes. Returns -1 on failure, with errno set.
 intptr_t spawnWords(const char* const* words, bool wait);
 
-/// Stands for a call that has no meaning on Windows: an assertion stops the process.
+/// Takes the place of a call that has no meaning on Windows: an assertion stops the process.
 [[noreturn]] void meaninglessCall();
 
-/// Clears the two error numbers of the thread.
+/// Clears the two error numbers of the thread, those of GetLastError and of WSAGetLastError.
 void clearLastError();
-/// One of the two, as ErrorState::select has it.
+/// Returns one of the two, chosen by `kind` as in ErrorState::select.
 uint32_t lastError(int kind);
 void saveLastError(ErrorState& state);
 void restoreLastError(const ErrorState& state);

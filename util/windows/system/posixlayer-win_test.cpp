@@ -74,7 +74,7 @@ TEST(PosixFcntlTest, AnythingElseIsAnExceptionThatNamesTheCommand) {
     EXPECT_TRUE(isInherited(event.get()));
 }
 
-/// A datagram socket with an address of its own that nobody sends to.
+/// A datagram socket with its own address, to which nothing is sent.
 class IdleSocket {
 public:
     IdleSocket() {
@@ -84,7 +84,7 @@ public:
         address.sin_family = AF_INET;
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
         EXPECT_EQ(bind(mSocket, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-        const DWORD patience = 10;  // ms, where it waits
+        const DWORD patience = 10;  // ms, if it waits
         EXPECT_EQ(setsockopt(mSocket, SOL_SOCKET, SO_RCVTIMEO,
                              reinterpret_cast<const char*>(&patience), sizeof patience),
                   0);
@@ -94,7 +94,7 @@ public:
     IdleSocket& operator=(const IdleSocket&) = delete;
 
     SOCKET get() const { return mSocket; }
-    /// The failure of an attempt to receive something.
+    /// Returns the error of an attempt to receive something.
     int receive() const {
         char byte = 0;
         EXPECT_EQ(recv(mSocket, &byte, 1, 0), SOCKET_ERROR);
@@ -158,7 +158,7 @@ TEST(PosixSleepTest, TheThreadSleepsOnceThatManyMillisecondsAndCannotBeAlerted) 
     }
 }
 
-/// Runs the sample program, found in PATH: its own path may hold blanks.
+/// Runs the sample program, which is found by PATH, since its own path may contain spaces.
 intptr_t spawnSample(const char* what, const char* argument, bool wait) {
     const EnvironmentScope path("PATH", testProgramFolder().string());
     const char* const words[] = {"sampleprogram.exe", what, argument, nullptr};

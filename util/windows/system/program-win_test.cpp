@@ -1,4 +1,4 @@
-// Where the running program is, what lies around it, and the process's environment and current
+// The folder of the running program and those around it, and the process's environment and current
 // directory.
 
 #include <algorithm>
@@ -25,12 +25,12 @@ using testing_support::heapBytes;
 using testing_support::ReplacedCall;
 using testing_support::TempFolder;
 
-// The program's folder is found once in a process. So a test of how it is found is a death test:
-// its statement runs in a process of its own, and tells on standard error what it saw.
+// A process determines the program's folder only once. Therefore tests of how it is found are death
+// tests: the statement runs in its own process, and reports on standard error.
 
 std::wstring gProgram;
 
-/// Answers with `gProgram`, and fills a buffer that is too small for it.
+/// Answers with `gProgram`, cut to the size of the buffer.
 DWORD WINAPI programName(HMODULE module, LPWSTR name, DWORD room) {
     std::cerr << (module == nullptr ? "" : "another module ") << room << ";";
     const size_t length = std::min<size_t>(gProgram.size(), room);
@@ -122,7 +122,7 @@ TEST(SystemProgramDirectoryDeathTest, OfTwoThatFindItTheFirstOnesTextIsGivenToBo
     EXPECT_EXIT(loseTheRace(), testing::ExitedWithCode(0), "^\\[C:\\\\first\\] of the first$");
 }
 
-/// Loses the race with a folder of many characters, and tells whether its copy was freed.
+/// Loses the race with a folder of many characters, and reports whether its copy was freed.
 void loseTheRaceWithALongFolder() {
     static bool nested = false;
     static const std::wstring late = L"C:\\" + std::wstring(20'000, L'x') + L"\\x.exe";
@@ -215,7 +215,7 @@ TEST(SystemPathBelowProgramDeathTest, WithoutAProgramsFolderTheyAreTheCurrentDir
                 "^260;260;260;current;current;current;$");
 }
 
-/// The variable as the C runtime and as Windows has it, or "(none)" where it isn't there.
+/// Returns the variable as the C runtime and as Windows report it, or "(none)" if it is missing.
 std::wstring variable(const wchar_t* name) {
     const wchar_t* known = _wgetenv(name);
     std::wstring value(100, L'\0');

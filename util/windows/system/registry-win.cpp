@@ -1,4 +1,4 @@
-// What System keeps in the registry, and the removal of keys.
+// The installation folder in the registry, and the removal of keys.
 
 #include <algorithm>
 #include <array>
@@ -10,7 +10,7 @@
 
 namespace {
 
-/// Owns an open key; those that Windows predefines are nobody's to close.
+/// Owns an open key. Doesn't close the keys that Windows predefines.
 class RegistryKey {
 public:
     RegistryKey() = default;
@@ -57,7 +57,7 @@ bool firstSubKey(HKEY key, std::wstring& name) {
     return true;
 }
 
-/// The text "installDir" of the agent's service; empty if there is none.
+/// Returns the value "installDir" of the agent's service, or an empty text if there is none.
 std::string installedDirectory() {
     RegistryKey key;
     if (RegOpenKeyW(HKEY_LOCAL_MACHINE,
@@ -102,15 +102,15 @@ bool System::deleteKey(HKEY parent, const wchar_t* subKey, std::string* message)
         }
         return false;
     }
-    // Each key that goes makes room for the next at the same place. A name that comes again is one
-    // that can't be deleted and isn't found either, such as a link to nowhere: it would come for
-    // ever.
+    // After a key has been deleted, the next one is the first. A name that comes twice in a row is
+    // a key that can't be deleted and isn't found either, such as a link to nowhere: it would come
+    // up for ever.
     for (std::wstring last, name; firstSubKey(key.get(), name) && name != last; last = name) {
         if (!deleteKey(key.get(), name.c_str(), message)) {
             return false;
         }
     }
     key.close();
-    // Compatibility: a failure here comes without a text.
+    // Compatibility: a failure here has no message.
     return RegDeleteKeyW(parent, subKey) == ERROR_SUCCESS;
 }

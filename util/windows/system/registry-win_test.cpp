@@ -1,4 +1,4 @@
-// What System finds in the registry, and how it deletes keys.
+// The installation folder in the registry, and the removal of keys.
 
 #include <array>
 #include <string>
@@ -24,8 +24,7 @@ using testing_support::handleCount;
 using testing_support::ReplacedCall;
 using testing_support::SystemMessage;
 
-/// A key of the test's own below HKEY_CURRENT_USER, gone with all that is in it when the object
-/// goes.
+/// A key for the test below HKEY_CURRENT_USER. The destructor removes it with its content.
 class RegistryFolder {
 public:
     RegistryFolder()
@@ -40,7 +39,7 @@ public:
 
     HKEY get() const { return mKey; }
 
-    /// Makes a key in this one, with all that are missing above it.
+    /// Makes a key in this one, with its missing parents.
     void add(const std::wstring& name) const { RegCloseKey(make(L"\\" + name)); }
     bool has(const wchar_t* name) const {
         HKEY key = nullptr;
@@ -64,8 +63,8 @@ private:
 
 constexpr wchar_t PARAMETERS[] = L"SYSTEM\\CurrentControlSet\\Services\\NimbrelAgent\\Parameters";
 
-/// Until the scope ends, HKEY_LOCAL_MACHINE of this process is a folder of the test's own, so that
-/// the machine's settings are neither seen nor changed.
+/// Until the scope ends, HKEY_LOCAL_MACHINE of this process is a key of the test, so that the
+/// machine's settings are neither seen nor changed.
 class LocalMachine {
 public:
     LocalMachine() {
@@ -111,7 +110,7 @@ TEST(SystemInstallationDirectoryTest, ItIsTheTextOfTheRegistryInUtf8) {
 }
 
 TEST(SystemInstallationDirectoryTest, NullCharactersBehindTheTextAreCut) {
-    // Windows adds the one that it finds behind a text without it.
+    // For a text without a null character Windows adds the one that follows the text.
     EXPECT_EQ(installed(REG_SZ, L"C:\\agent~"sv.substr(0, 8)), "C:\\agent");
     EXPECT_EQ(installed(REG_SZ, L"C:\\agent\0\0\0\0"sv), "C:\\agent");
 }
@@ -219,12 +218,12 @@ TEST(SystemDeleteKeyTest, AMissingKeyIsASuccess) {
 std::wstring gClosedName;
 decltype(RegOpenKeyExW)* gOpenKey = nullptr;
 
-/// Opens all keys but the one of the name `gClosedName`.
+/// Opens all keys except those with the name `gClosedName`.
 LSTATUS WINAPI openKey(HKEY parent, LPCWSTR name, DWORD options, REGSAM access, PHKEY key) {
     EXPECT_EQ(options, 0U);
     EXPECT_EQ(access, 131097U);
     if (name == gClosedName) {
-        SetLastError(ERROR_NOT_SUPPORTED);  // the result counts, and not this
+        SetLastError(ERROR_NOT_SUPPORTED);  // the result counts, not this
         return ERROR_ACCESS_DENIED;
     }
     return gOpenKey(parent, name, options, access, key);
@@ -241,15 +240,15 @@ public:
         gOpenKey = mCall.original();
     }
 
-    /// Deletes the key; false, and no handle stays open.
+    /// Tries to delete the key, and expects false and no open handle.
     void fail(std::string* message) const {
         const size_t handles = handleCount();
         EXPECT_FALSE(System::deleteKey(mFolder.get(), L"a", message));
         EXPECT_EQ(handleCount(), handles);
     }
-    /// The error whose words were asked for last.
+    /// The error whose message was asked for last.
     DWORD toldError() const { return mMessage.calls().back().number; }
-    /// Without a look at the call.
+    /// Doesn't use the replaced call.
     bool has(const wchar_t* name) const {
         gClosedName.clear();
         HKEY key = nullptr;
@@ -297,10 +296,10 @@ TEST(SystemDeleteKeyTest, WithoutAMessageAFailureIsAFailure) {
     EXPECT_TRUE(key.has(L"a\\b\\c\\d"));
 }
 
-/// Until the scope ends, no call on the registry is real: opening gives `key`, which has no keys in
-/// it, and what happens is noted. Of the deletions those up to `failures` fail. With `ghost` the
-/// key's first key has that name for ever (that is, the first 10 times), and can't be opened, as
-/// there is none. One at a time.
+/// Until the scope ends, no call on the registry is real. Opening a key gives `key`, which is
+/// empty, and the calls are recorded. The first `failures` deletions fail. With `ghost` the first
+/// key in `key` always has that name (in fact the first 10 times); it can't be opened, since it
+/// doesn't exist. There may be only one object at a time.
 class FakeRegistry {
 public:
     FakeRegistry(HKEY key, size_t failures, std::wstring ghost = {}) {
@@ -337,7 +336,7 @@ private:
         *key = sKey;
         return ERROR_SUCCESS;
     }
-    // NOLINTNEXTLINE(readability-non-const-parameter): the shape is that of Windows
+    // NOLINTNEXTLINE(readability-non-const-parameter): the signature of Windows
     static LSTATUS WINAPI enumerate(HKEY key, DWORD index, LPWSTR name, LPDWORD room, LPDWORD,
                                     LPWSTR, LPDWORD, PFILETIME) {
         EXPECT_EQ(key, sKey);
@@ -377,7 +376,7 @@ TEST(SystemDeleteKeyTest, ASecondFailureOfTheDeletionIsAFailureWithoutAMessage) 
     EXPECT_EQ(registry.events(), (Events{"delete", "open", "key 0 of 260", "close", "delete"}));
 }
 
-TEST(SystemDeleteKeyTest, AKeyThatIsListedAgainThoughItIsNotThereIsTriedOnceAndIsAFailure) {
+TEST(SystemDeleteKeyTest, AMissingKeyThatIsListedAgainIsTriedOnceAndIsAFailure) {
     const FakeRegistry registry(reinterpret_cast<HKEY>(0x1234), 3, L"ghost");
     std::string message;
     EXPECT_FALSE(System::deleteKey(HKEY_CURRENT_USER, L"a", &message));

@@ -1,5 +1,5 @@
-// System::removeTree on a directory of the test's own making: what the listing holds, and what may
-// be deleted.
+// System::removeTree on a simulated directory: the test decides what the listing holds, and what
+// can be deleted.
 
 #include <string>
 #include <utility>
@@ -31,7 +31,7 @@ std::vector<Listed> gListing;
 size_t gNext;
 DWORD gFirstError, gNextError;
 DWORD gInnerError;              // of the listing of any other directory
-DWORD gRefusal, gLaterRefusal;  // the errors of the first refusal and of all others
+DWORD gRefusal, gLaterRefusal;  // the errors of the first refusal and of all later ones
 std::vector<std::wstring> gCalls;
 std::vector<std::wstring> gRefused;
 

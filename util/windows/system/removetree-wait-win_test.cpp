@@ -1,5 +1,5 @@
-// System::removeTree against others: its waits, its last resort, and processes that work on the
-// same tree.
+// System::removeTree on directories and files in use: its waits, its last resort, and processes
+// that work on the same tree.
 
 #include <algorithm>
 #include <string>
@@ -30,7 +30,7 @@ using testing_support::ReplacedCall;
 using testing_support::SystemMessage;
 using testing_support::TempFolder;
 
-// What each attempt to open the removed directory gives; the last one goes on for ever.
+// The error of each attempt to open the removed directory. All further attempts get the last one.
 std::vector<DWORD> gErrors;
 size_t gAttempts;
 std::vector<DWORD> gSleeps;
@@ -56,7 +56,8 @@ DWORD WINAPI sleep(DWORD milliseconds, BOOL alertable) {
 
 class SystemRemoveTreeWaitTest : public testing::Test {
 protected:
-    /// Removes an empty directory while attempts to open it give these errors. Returns the sleeps.
+    /// Removes an empty directory while attempts to open it fail with these errors. Returns the
+    /// sleeps.
     std::vector<DWORD> waitsFor(const std::vector<DWORD>& errors, bool keepRoot = false,
                                 bool waitUntilGone = true) {
         const std::string root = rootPath();
@@ -139,7 +140,7 @@ TEST_F(SystemRemoveTreeWaitTest, OnlyTheOutermostDirectoryIsWaitedFor) {
 
 FileChild* gChild;
 
-/// Whether a directory that another process holds, and that is removed, can't be opened.
+/// Whether a directory that has been removed can't be opened while another process holds it.
 bool staysPendingWhileHeld(const std::string& path) {
     const FileChild child("hold", {path, "7"});
     const std::wstring name = System::unicodePath(path);
@@ -188,7 +189,7 @@ NTSTATUS NTAPI emptyTable(ULONG, void* table, ULONG size, ULONG* length) {
     return 0;
 }
 
-/// The inspector of the process sees no handle, and counts the looks.
+/// Until the scope ends, the inspector of the process finds no handle. Its queries are counted.
 class NoSystemHandles {
 public:
     NoSystemHandles() { mQuery = &emptyTable; }
@@ -267,14 +268,14 @@ TEST(SystemRemoveTreeLoadTest, TheRemovalOfATreeThatKeepsGrowingEndsAndSaysWhyIt
     static std::wstring rootName;
     rootName = System::unicodePath(root);
     const SystemMessage words(L"There is more.");
-    // As if the removal were slow: the other process is always faster than the last step.
+    // Simulates a slow removal: the other process always adds files before the last step.
     const ReplacedCall<decltype(RemoveDirectoryW)> call(
         "RemoveDirectoryW", [](LPCWSTR path) -> BOOL {
             if (path == rootName) {
                 EXPECT_TRUE(eventually([path] {
                     std::vector<std::string> names;
                     System::listDirectory(toUtf8(path), names, nullptr);
-                    // Of three one may be a file that is deleted once the other process closes it.
+                    // One of three files may be deleted only when the other process closes it.
                     return names.size() >= 2 + 3;
                 }));
             }
@@ -292,7 +293,7 @@ TEST(SystemRemoveTreeLoadTest, TheRemovalOfATreeThatKeepsGrowingEndsAndSaysWhyIt
         EXPECT_FALSE(System::removeTree(root, message, false, false, true));
         EXPECT_NE(message, "");
     }
-    // The thread that runs the child may have been about to close what it needn't.
+    // The thread that runs the child may not have closed its unneeded handles yet.
     EXPECT_TRUE(eventually([before] { return handleCount() <= before; })) << "searches stay open";
     EXPECT_TRUE(child.end());
 }

@@ -17,21 +17,21 @@
 
 namespace {
 
-/// Goes through a tree with one path that grows and shrinks, and a search handle for each level. No
-/// recursion: a path can be thousands of levels deep. Names are taken as the listing has them, so
-/// that those go, too, that `unicodePath` would change.
+/// Goes through a tree with one path that grows and shrinks, and a search handle for each level. It
+/// doesn't use recursion, since a path can be thousands of levels deep. Names are taken verbatim
+/// from the listing, so that names which `unicodePath` would change are removed as well.
 class TreeRemoval {
 public:
     TreeRemoval(std::string& message, bool closeSystemHandles)
         : mMessage(message), mCloseSystemHandles(closeSystemHandles) {}
 
-    /// Removes all that is in a directory, of which `pattern`, ending in `*`, matches everything.
-    /// False if there is no such directory.
+    /// Removes everything in a directory. `pattern`, which ends in `*`, matches all its entries.
+    /// Returns false if there is no such directory.
     bool empty(const std::wstring& pattern);
 
     /// Removes a directory that is empty now; `name` is for the message.
     void removeDirectory(const std::wstring& directory, std::string_view name) {
-        // Up to a null character it would be another directory's name.
+        // The part before a null character would be another directory's name.
         const bool isName = directory.find(L'\0') == std::wstring::npos;
         if (!isName || !RemoveDirectoryW(directory.c_str())) {
             fail(isName ? GetLastError() : ERROR_INVALID_NAME, "couldn't delete directory \"", name,
@@ -70,12 +70,12 @@ private:
     std::wstring mPath;  ///< of the innermost directory, backslash included, or of its entry
     std::vector<Level> mLevels;
     bool mHasEntry = false;
-    WIN32_FIND_DATAW mEntry;  ///< the present one of the innermost directory, if it has one
+    WIN32_FIND_DATAW mEntry;  ///< the current one of the innermost directory, if it has one
 };
 
 bool TreeRemoval::empty(const std::wstring& pattern) {
     if (pattern.empty()) {
-        return false;  // a path that has no wide form
+        return false;  // the path has no wide form
     }
     mPath.assign(pattern, 0, pattern.size() - 1);
     if (!enter()) {
@@ -91,7 +91,7 @@ bool TreeRemoval::empty(const std::wstring& pattern) {
     return true;
 }
 
-/// Begins with the directory `mPath`. False if it isn't there.
+/// Enters the directory `mPath`. Returns false if it isn't there.
 bool TreeRemoval::enter() {
     Level level;
     level.length = mPath.size();
@@ -108,7 +108,7 @@ bool TreeRemoval::enter() {
     return true;
 }
 
-/// Ends with the innermost directory and goes on with the one around it.
+/// Leaves the innermost directory, removes it and goes on with its parent.
 void TreeRemoval::leave() {
     mLevels.pop_back();
     if (!mLevels.empty()) {
@@ -141,7 +141,7 @@ void TreeRemoval::removeEntry() {
         toNextEntry();
     } else {
         mPath += L'\\';
-        // Compatibility: after a failure no further directory is entered, and files are still
+        // Compatibility: after a failure no further directory is entered, but files are still
         // deleted.
         if (mFailed || !enter()) {
             toNextEntry();
@@ -149,14 +149,14 @@ void TreeRemoval::removeEntry() {
     }
 }
 
-/// Removes a link to a directory, and leaves alone what it leads to.
+/// Removes a link to a directory, but not its target.
 void TreeRemoval::removeReparsePoint() {
     if (RemoveDirectoryW(mPath.c_str())) {
         toNextEntry();
         return;
     }
     const DWORD error = GetLastError();
-    // Compatibility: such a failure ends the listing of this directory. Its text lacks a blank.
+    // Compatibility: this failure ends the listing of the directory. Its message lacks a space.
     mLevels.back().search.close();
     mHasEntry = false;
     fail(error, "couldn't delete reparse point\"", toUtf8(mPath), "\": ");
@@ -165,15 +165,15 @@ void TreeRemoval::removeReparsePoint() {
 
 void TreeRemoval::removeFile() {
     bool deleted = deleteFile();
-    // Compatibility: for files of the outermost directory alone. Nothing matches a path with the
-    // `\\?\` of an absolute one; a relative one is matched without its first two characters.
+    // Compatibility: only for files of the outermost directory. An absolute path, which begins with
+    // `\\?\`, matches nothing; a relative path is matched without its first two characters.
     if (!deleted && mCloseSystemHandles && mLevels.size() == 1) {
         HandleInspector::instance().closeSystemFileHandle(mPath);
         deleted = DeleteFileW(mPath.c_str());
     }
     const DWORD error = GetLastError();
     if (!deleted) {
-        fail(error, "couldn't delete file\"", toUtf8(mPath), "\": ");  // Compatibility: no blank
+        fail(error, "couldn't delete file\"", toUtf8(mPath), "\": ");  // Compatibility: no space
     }
 }
 
@@ -189,8 +189,8 @@ bool TreeRemoval::deleteFile() const {
     return DeleteFileW(mPath.c_str());
 }
 
-/// Waits until a deleted directory is gone. As long as others hold it open it stays visible, and
-/// opening it is denied.
+/// Waits until a deleted directory is gone. While others hold it open, it stays visible and can't
+/// be opened.
 void waitUntilGone(const std::string& path, std::string& message) {
     constexpr DWORD firstDelay = 10;
     constexpr DWORD delayOfWarning = 320;
@@ -198,7 +198,7 @@ void waitUntilGone(const std::string& path, std::string& message) {
     const std::wstring name = System::unicodePath(path);
     for (DWORD delay = firstDelay; delay <= lastDelay; delay *= 2) {
         const ScopedHandle directory(openExisting(name, /*access=*/0, FILE_FLAG_BACKUP_SEMANTICS));
-        // What opens was made anew by somebody else.
+        // A directory that can be opened is a new one, made by somebody else.
         if (directory.isOpen() || GetLastError() != ERROR_ACCESS_DENIED) {
             return;
         }

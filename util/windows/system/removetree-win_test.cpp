@@ -1,4 +1,4 @@
-// System::removeTree: what it removes, and what it says where it can't.
+// System::removeTree: what it removes, and what it reports if it can't.
 
 #include <string>
 #include <vector>
@@ -30,12 +30,12 @@ using testing_support::ReplacedCall;
 using testing_support::SystemMessage;
 using testing_support::TempFolder;
 
-/// A path as the removal has it below the outermost directory.
+/// Returns a path in the form that the removal uses below the outermost directory.
 std::string wideForm(const std::string& path) { return toUtf8(System::unicodePath(path)); }
 
 class SystemRemoveTreeTest : public testing::Test {
 protected:
-    /// A directory of the tree.
+    /// Makes a directory in the tree.
     std::string makeDirectory(const std::string& name) const {
         std::string path = at(name);
         EXPECT_TRUE(System::makeDirectory(path, 0));
@@ -43,7 +43,7 @@ protected:
     }
     std::string write(const std::string& name) const { return mFolder.write("tree/" + name, "x"); }
     std::string at(const std::string& name) const { return mRoot + '/' + name; }
-    /// The number of the error whose words a message has.
+    /// The number of the error whose text a message has.
     DWORD toldError() const { return mMessage.calls().back().number; }
 
     TempFolder mFolder;

@@ -1,4 +1,4 @@
-// New names, and renaming and removing with patience.
+// New names, and renaming and removing with further tries.
 
 #include <array>
 #include <chrono>
@@ -28,7 +28,7 @@ using testing_support::TempFolder;
 uint64_t gTicks = 0;
 DWORD gProcess = 0;
 
-/// The clock stands at `ticks`, and the process has the id, until the scope ends.
+/// Until the scope ends, the clock shows `ticks`, and the process has the id `process`.
 class SameStart {
 public:
     SameStart(uint64_t ticks, DWORD process) {
@@ -57,13 +57,13 @@ TEST(UniqueSuffixTest, TheFirstNumberComesFromTheClockAndTheProcess) {
     const std::array<Row, 13> rows = {{
         {100, 7, 107, 7},
         {0, 7, 7, 7},
-        {0x100000005, 7, 12, 7},  // 32 bits of the clock count
+        {0x100000005, 7, 12, 7},  // only 32 bits of the clock count
         {0xFFFFFFFF, 7, 8, 7},
         {0x7FFFFFFE, 7, 6, 7},
         {0x7FFFFFFF, 7, 7, 7},
         {100, 0x80000000, 101, 0x80000000},
         {100, 0xFFFFFFFF, 101, 0xFFFFFFFF},
-        // Multiples of the modulus are no steps.
+        // Multiples of the modulus are not used as steps.
         {100, 0, 200, 100},
         {100, 0x7FFFFFFF, 200, 100},
         {100, 0xFFFFFFFE, 200, 100},
@@ -201,7 +201,7 @@ TEST(MakeUniqueDirectoryTest, TwoProcessesAtOnceNeverGetTheSameName) {
     for (size_t i = 0; i < COUNT; ++i) {
         const std::string path = makeUniqueDirectory(folder.utf8("d"));
         ASSERT_NE(path, "");
-        // The child marks its own.
+        // The child marks its own directories.
         EXPECT_FALSE(System::exists(path + "/child"));
         EXPECT_TRUE(System::makeDirectory(path + "/parent", 0));
     }
@@ -219,7 +219,7 @@ TEST(MakeUniqueDirectoryTest, TwoProcessesAtOnceNeverGetTheSameName) {
     EXPECT_EQ(childs, COUNT);
 }
 
-// Patience. The first try fails with 1001, the second with 1002 and so on; then one succeeds.
+// Further tries. The first one fails with 1001, the second with 1002 and so on; then one succeeds.
 
 constexpr DWORD FIRST_FAILURE = 1001;
 
@@ -326,7 +326,7 @@ TEST(RenameRetryingTest, AFileGetsItsNewName) {
     EXPECT_TRUE(System::exists(folder.utf8("b")));
 }
 
-/// Lets go of what the child holds after about a second.
+/// Ends the child after about a second, which releases what it holds.
 std::jthread endSoon(FileChild& child) {
     return std::jthread([&child] {
         std::this_thread::sleep_for(std::chrono::seconds(1));

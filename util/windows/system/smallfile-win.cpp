@@ -24,7 +24,7 @@ constexpr size_t suffixLength = 6;
 constexpr int furtherTries = 599;
 constexpr DWORD pause = 100;  // milliseconds
 
-/// Puts the message in place of the text, or nothing if there is no memory for it.
+/// Replaces the text with the message, or clears it if there is no memory for the message.
 template <class Compose>
 int fail(ReadFileResult result, std::string& text, Compose compose) {
     try {
@@ -45,7 +45,7 @@ int failLength(ReadFileResult result, std::string& text, const std::string& path
     });
 }
 
-/// Makes `text` longer. False if there is no memory for that, or a string can't be that long.
+/// Makes `text` longer. Returns false if there is no memory, or if a string can't be that long.
 bool grow(std::string& text, size_t size) {
     try {
         text.resize(size);
@@ -57,7 +57,7 @@ bool grow(std::string& text, size_t size) {
     }
 }
 
-/// Reads by one call, as long as Windows can be told the size. `size` becomes what was read.
+/// Reads by one call if the size fits into a DWORD. `size` becomes the number of bytes read.
 bool readBytes(HANDLE file, char* place, size_t& size) {
     constexpr size_t most = std::numeric_limits<DWORD>::max();
     size_t done = 0;
@@ -93,7 +93,7 @@ int readOpenFile(HANDLE file, const std::string& path, std::string& text) {
     return fileIsRead;
 }
 
-/// Whether an attempt succeeds in the end.
+/// Repeats an attempt. Returns whether it succeeds in the end.
 template <class Attempt>
 bool retry(Attempt attempt) {
     if (attempt()) {
@@ -112,7 +112,7 @@ bool retry(Attempt attempt) {
 }  // namespace
 
 int readFile(const std::string& path, std::string& text) noexcept {
-    // NOLINTNEXTLINE(clang-analyzer-unix.API): not the C runtime's
+    // NOLINTNEXTLINE(clang-analyzer-unix.API): not the function of the C runtime
     ScopedHandle file(open(path, _O_RDONLY, allMayReadAndWrite, /*name=*/nullptr));
     if (!file.isOpen()) {
         return failCall(fileNotOpened, text, path, "failed to open file");
@@ -137,7 +137,7 @@ void UniqueSuffix::advance() {
     if (mStep == 0) {
         const FileTime now = FileTime::now();
         mValue = static_cast<uint32_t>(now.ticks() + static_cast<uint64_t>(now.nanos())) % modulus;
-        // No multiple of the modulus, by which the value would never change.
+        // The step must not be a multiple of the modulus: the value would never change.
         mStep = GetCurrentProcessId();
         if (mStep % modulus == 0) {
             mStep = mValue % modulus != 0 ? mValue : 1;

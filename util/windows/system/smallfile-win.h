@@ -5,10 +5,10 @@
 
 #include "util/textspan.h"
 
-// Whole small files, new directories, and files that somebody else holds for a moment. Paths are
-// UTF-8, of any length. Any thread may call.
+// Reading whole small files, making new directories, and repeated tries on files that another
+// process holds for a moment. Paths are UTF-8, of any length. Any thread may call these.
 
-/// What `readFile` returns: 0, or the number of a message (util/numberedmessage.h).
+/// The results of `readFile`: 0, or the number of a message (util/numberedmessage.h).
 enum ReadFileResult : int {
     fileIsRead = 0,
     fileNotOpened = 5001,
@@ -19,38 +19,39 @@ enum ReadFileResult : int {
     fileBeyondMemory = 5006,
 };
 
-/// Appends the bytes of a file to `text` and returns 0. On failure the result is a
-/// `ReadFileResult`, and `text` holds the message for it in place of what it held; GetLastError is
-/// then that of the failed call. Never throws.
+/// Appends the bytes of a file to `text` and returns 0. Never throws.
 ///
-/// As many bytes are read as the file has when it is opened; fewer if it has become shorter. Others
-/// may use the file meanwhile.
+/// On failure the result is another `ReadFileResult`, and the message for it replaces the content
+/// of `text`. GetLastError then has the error of the failed call.
+///
+/// Reads as many bytes as the file has when it is opened, or fewer if it becomes shorter. Others
+/// may use the file at the same time.
 int readFile(const std::string& path, std::string& text) noexcept;
 
-/// "PATH: WHAT: SENTENCE", with the words for GetLastError, which is kept, and escapes in the path
-/// where it isn't ASCII.
+/// Returns "PATH: WHAT: SENTENCE". The sentence is the message for GetLastError, which stays as it
+/// is. Characters of the path that aren't ASCII are escaped.
 std::string fileErrorText(StringSpan path, StringSpan what);
 
-/// The numbers behind names that are new: any start, from which each is the one before and a step,
-/// modulo 0x7fffffff.
+/// The numbers from which new names are made. The sequence may start anywhere; each number is the
+/// previous one plus a step, modulo 0x7fffffff.
 struct UniqueSuffix {
     static constexpr uint32_t modulus = 0x7fffffff;
 
-    /// Goes on to the next number; if `mStep` is 0, to the first, which comes from the clock and,
-    /// like the step, from the process.
+    /// Advances to the next number. If `mStep` is 0, that is the first number, which is made from
+    /// the clock and the process; the step is then made from the process.
     void advance();
 
     uint32_t mValue = 0;
     uint32_t mStep = 0;
 };
 
-/// Names that begin with `prefix` and go on with six digits and capital letters (up to V). Nothing
-/// is made.
+/// A sequence of names, each of which is `prefix` followed by six digits or capital letters (up to
+/// V). No file is created.
 class UniqueName {
 public:
     explicit UniqueName(const std::string& prefix, const UniqueSuffix& suffix = {});
 
-    /// The next name, good until the next call.
+    /// Returns the next name, which is valid until the next call.
     const std::string& next();
 
 private:
@@ -58,13 +59,13 @@ private:
     UniqueSuffix mSuffix;
 };
 
-/// Makes a directory whose name is `prefix`, which may be a path, and six more characters, and
-/// returns that. Empty on failure, which is in GetLastError.
+/// Creates a directory whose name is `prefix`, which may be a path, followed by six characters.
+/// Returns its path, or an empty text on failure, with the error in GetLastError.
 std::string makeUniqueDirectory(const std::string& prefix);
 
-/// System::rename (on one volume) and System::remove (`force` is handed on) for what a scanner or
-/// another process may hold open for a moment: after a failure up to 599 more tries follow, each a
-/// tenth of a second after the one before. True if one succeeds. After any failure, GetLastError is
-/// that of the first, also on success.
+/// Call System::rename (on one volume) and System::remove (with `force`), for files that a scanner
+/// or another process may hold open for a moment. After a failure up to 599 more tries follow, each
+/// a tenth of a second after the previous one. Return true if a try succeeds. If the first try
+/// failed, GetLastError has its error, even after a success.
 bool renameRetrying(const std::string& from, const std::string& to);
 bool removeRetrying(const std::string& path, bool force);

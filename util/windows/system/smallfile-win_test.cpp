@@ -11,7 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// Behind windows.h.
+// Must follow windows.h.
 #include <winioctl.h>
 
 #include "testing/calls/memoryshortage-win.h"
@@ -111,7 +111,7 @@ TEST(ReadFileTest, AFileIsReadByOneCall) {
     EXPECT_TRUE(text == "before" + content);
 }
 
-/// A file of zeros that take no room on the disk.
+/// Makes a file of zeros that take no space on the disk.
 std::string writeZeros(const TempFolder& folder, const char* name, LONGLONG size) {
     std::string path = folder.write(name, "");
     const ScopedHandle file(CreateFileW(System::unicodePath(path).c_str(), GENERIC_WRITE, 0,
@@ -156,12 +156,12 @@ TEST(ReadFileTest, SoakAFileOfMoreThanOneCallReadsIsReadWhole) {
     EXPECT_TRUE(text.back() == '\0');
 }
 
-// Files whose size isn't what it was.
+// Files whose size has changed.
 
 uint64_t gSize = 0;
 bool gHasSize = true;
 
-/// Tells another size for every file, or fails with 50, until the scope ends.
+/// Until the scope ends, reports another size for every file, or fails with 50.
 class ToldSize {
 public:
     explicit ToldSize(uint64_t size) {

@@ -21,7 +21,7 @@ struct ViewCloser {
 };
 using FileView = std::unique_ptr<const char, ViewCloser>;
 
-/// Opens a new file that everybody may use.
+/// Creates a file that everybody may use, or empties an existing one.
 HANDLE createOpenToAll(const std::wstring& name) {
     SECURITY_DESCRIPTOR descriptor;
     InitializeSecurityDescriptor(&descriptor, SECURITY_DESCRIPTOR_REVISION);
@@ -38,7 +38,7 @@ bool writeAll(HANDLE file, const char* data, uint64_t size) {
         const auto piece = static_cast<uint32_t>(std::min(pieceSize, size - done));
         const int64_t written = writeWithRetry(file, data + done, piece);
         if (written == 0) {
-            SetLastError(ERROR_WRITE_FAULT);  // a file that takes nothing without saying why
+            SetLastError(ERROR_WRITE_FAULT);  // nothing was written, and no error was reported
         }
         if (written <= 0) {
             return false;
@@ -48,7 +48,7 @@ bool writeAll(HANDLE file, const char* data, uint64_t size) {
     return true;
 }
 
-/// Takes what failed, and the words for GetLastError, into `message`.
+/// Sets `message` to what failed and the text for GetLastError. Returns false.
 bool copyFailed(std::string& message, const char* what) {
     const char* const why = lastErrorText(/*withCode=*/false, /*error=*/nullptr, /*which=*/1);
     message = "System::copy ";
@@ -56,7 +56,7 @@ bool copyFailed(std::string& message, const char* what) {
     return false;
 }
 
-/// Writes `size` bytes, at least one, of the start of `source`.
+/// Copies the first `size` bytes, at least one, of `source`.
 bool copyContent(HANDLE source, HANDLE destination, uint64_t size, std::string& message) {
     const ScopedHandle mapping(CreateFileMappingA(source, /*lpFileMappingAttributes=*/nullptr,
                                                   PAGE_READONLY, /*dwMaximumSizeHigh=*/0,
@@ -73,7 +73,7 @@ bool copyContent(HANDLE source, HANDLE destination, uint64_t size, std::string& 
     if (!writeAll(destination, view.get(), size)) {
         return copyFailed(message, "exception while writing");
     }
-    // Compatibility: the copy counts as made even if it can't be flushed.
+    // Compatibility: the copy counts as successful even if it can't be flushed.
     FlushFileBuffers(destination);
     return true;
 }

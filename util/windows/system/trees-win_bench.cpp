@@ -41,8 +41,8 @@ TEST(Benchmark, SystemCopy) {
             std::string message;
             EXPECT_TRUE(System::copy(source, destination, message));
         };
-        // Ours flushes, which is most of the time of a small file and hangs on the disk alone. It
-        // also maps the file, which takes the same time whatever the size.
+        // Ours flushes, which takes most of the time for a small file and depends only on the disk.
+        // It also maps the file, which takes the same time for any size.
         constexpr double MAPPING = 30'000;
         comparePrepared(
             {row.operation, "std::filesystem::copy_file, flush", 1.0, row.rounds, MAPPING},
@@ -54,7 +54,7 @@ TEST(Benchmark, SystemCopy) {
     }
 }
 
-/// 25 files in each of 200 folders, which lie in 20.
+/// Makes 200 folders with 25 files each: 20 folders, with nine further ones in each.
 void makeTree(const fs::path& root) {
     constexpr int OUTER = 20;
     constexpr int INNER = 9;

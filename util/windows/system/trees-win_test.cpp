@@ -36,14 +36,14 @@ public:
     Names paths;
 };
 
-/// The files that are shown, level by level, in the order of their names within one level.
+/// Returns the files in the order in which they are visited, level by level.
 Names walk(const std::string& path, bool recurse) {
     Visits visits;
     EXPECT_TRUE(System::walkTree(path, visits, recurse));
     return visits.paths;
 }
 
-/// Files f1 (1 byte) in the folder, f2 in d, f3 in d/e and f4 in g, each a byte longer.
+/// Makes the files f1 (1 byte), d/f2, d/e/f3 and g/f4, each one byte longer than the one before.
 void makeTree(const TempFolder& folder) {
     for (const char* directory : {"d", "d/e", "g"}) {
         ASSERT_TRUE(System::makeDirectory(folder.utf8(directory), 0));
@@ -68,7 +68,7 @@ TEST(SystemWalkTreeTest, DirectoriesBelowFollowLevelByLevel) {
     ASSERT_EQ(shown.size(), 4U);
     EXPECT_EQ(shown[0], base + "|f1|1");
     EXPECT_EQ(shown[3], base + "/d/e|f3|3");
-    std::sort(shown.begin() + 1, shown.end() - 1);  // of one level
+    std::sort(shown.begin() + 1, shown.end() - 1);  // the two of the same level
     EXPECT_EQ(shown[1], base + "/d|f2|2");
     EXPECT_EQ(shown[2], base + "/g|f4|4");
 }

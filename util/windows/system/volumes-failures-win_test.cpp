@@ -1,5 +1,4 @@
-// Volumes of paths that Windows can't make anything of, and the function without an account and on
-// real drives.
+// volumeType for paths that Windows can't resolve, without an account, and on real drives.
 
 #include <sstream>
 #include <string>
@@ -105,7 +104,7 @@ TEST(SystemVolumeRealTest, TheDriveOfWindowsIsFixedAndItsAccountIsWhatWindowsSay
     VolumeType type = VolumeType::other;
     const std::string account = accountOf("c:/windows", &type);
     EXPECT_EQ(type, VolumeType::fixed);
-    // The letter is in the case that Windows keeps for the drive.
+    // The letter has the case that Windows stores for the drive.
     const std::string root = account.starts_with("C") ? "C:" : "c:";
     std::ostringstream expected;
     expected << root << " is " << toUtf8(device) << "\nDrive type of " << root

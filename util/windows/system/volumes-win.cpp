@@ -93,13 +93,13 @@ private:
     std::ostream* mOut;
 };
 
-/// The root that Windows is asked about, without a backslash behind it.
+/// Returns the root about which Windows is asked. Adds no trailing backslash.
 std::wstring rootOf(const std::string& path, const Account& account) {
     std::string real;
     if (!System::longPath(path, real)) {
-        // Now the absolute form.
+        // `real` is now the absolute form.
         account.line("Couldn't convert '", real, "' to a real path.");
-        real = path;  // Compatibility: as the caller gave it, not the absolute form
+        real = path;  // Compatibility: as passed by the caller, not the absolute form
     }
     PathRange range;
     std::string root;
@@ -130,7 +130,7 @@ void tellDevice(const std::wstring& root, const Account& account) {
 VolumeType tellDrive(const std::wstring& root, const Account& account) {
     const auto [type, word] = typeOfDrive(GetDriveTypeW(root.c_str()));
     if (account.isWanted()) {
-        // Compatibility: this line alone is in the locale's character set.
+        // Compatibility: only this line is in the locale's character set.
         account.line("Drive type of ", narrowText(root, '?', processLocale()), " is ", word);
     }
     return type;

@@ -3,24 +3,28 @@
 #include <iosfwd>
 #include <string>
 
-/// The kind of storage that a path lies on. There is no 3.
+/// The kind of storage that a path is on. No type has the value 3.
 enum class VolumeType {
     fixed = 0,
     removable = 1,
     remote = 2,
-    mvfs = 4,  ///< the file system is named "MVFS", whatever the drive is
+    mvfs = 4,  ///< the file system is named "MVFS", on any kind of drive
     cdrom = 5,
-    other = 6,  ///< a RAM disk, what Windows doesn't know, and what can't be found out
+    other = 6,  ///< a RAM disk, a type that Windows doesn't know, or a failure
 };
 
 namespace System {
 
-/// What `path` lies on; a relative one is taken against the current directory, which an empty one
-/// stands for. Writes an account of what was found on the way to `account`, unless that is null:
-/// the device behind the drive letter, the type of the drive, the volume's name, serial number,
-/// limits and flags, and the words for what failed. It is UTF-8, but for the line about the drive's
-/// type, in which `?` stands for what the process's locale lacks. Never throws for a failure of
-/// Windows: the result is then `other`, or what the drive alone says. Any thread may call it.
+/// Returns the type of the volume that `path` is on. A relative path is taken relative to the
+/// current directory, and an empty path means the current directory.
+///
+/// Unless `account` is null, it receives a report of what was found: the device of the drive
+/// letter, the type of the drive, the volume's name, serial number, limits and flags, and the
+/// messages of failures. The report is UTF-8, except for the line about the drive's type: there `?`
+/// replaces characters that the process's locale lacks.
+///
+/// A failure of Windows never throws: the result is then `other`, or what the drive alone shows.
+/// Any thread may call this.
 VolumeType volumeType(const std::string& path, std::ostream* account);
 
 }  // namespace System

@@ -70,7 +70,7 @@ TEST(SystemVolumeTypeTest, TheAccountTellsDeviceDriveVolumeAndFlagsInThisOrder) 
     EXPECT_EQ(type, VolumeType::fixed);
 }
 
-TEST(SystemVolumeTypeTest, WindowsIsAskedAboutTheRootOfTheLongFormWithABackslashOrTheBareDrive) {
+TEST(SystemVolumeTypeTest, WindowsIsAskedAboutTheBareDriveAndTheRootWithABackslash) {
     FakeVolume fake;
     accountOf("c:/x/y");
     EXPECT_EQ(fake.longPaths, std::vector<std::wstring>{L"\\\\?\\c:\\x\\y"});
@@ -121,7 +121,7 @@ TEST(SystemVolumeTypeTest, ARootWithoutALetterBeforeItsColonHasNoDevice) {
     }
 }
 
-TEST(SystemVolumeTypeTest, WhatTheLocaleCannotShowIsAQuestionMarkInTheLineOfTheDriveTypeAlone) {
+TEST(SystemVolumeTypeTest, OnlyTheDriveTypeLineHasQuestionMarksForTheLocale) {
     FakeVolume fake;
     fake.volume->name = L"\u043D";
     fake.volume->fileSystem = L"\u0444";
