@@ -2,7 +2,7 @@
 
 namespace testing_support {
 
-// What the C runtime makes of abort().
+// The exit code that the C runtime's abort() ends the process with.
 bool hasAborted(int status) { return status == 3; }
 
 }  // namespace testing_support

@@ -2,8 +2,8 @@
 
 namespace testing_support {
 
-/// Whether a child process with this exit status, as EXPECT_EXIT hands it over, has ended by
-/// abort().
+/// Returns whether a child process has ended by abort(). `status` is its exit status, as
+/// EXPECT_EXIT passes it.
 bool hasAborted(int status);
 
 }  // namespace testing_support

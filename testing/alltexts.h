@@ -8,8 +8,8 @@
 
 namespace testing_support {
 
-/// Calls `use` with each text of `length` characters out of `letters`, which aren't none, until it
-/// fails an assertion.
+/// Calls `use` with each text of `length` characters from `letters`, until an assertion fails
+/// fatally. `letters` must not be empty.
 template <class Character, class Use>
 void forAllTexts(const std::basic_string<Character>& letters, size_t length, Use use) {
     std::vector<size_t> indices(length);
@@ -19,7 +19,7 @@ void forAllTexts(const std::basic_string<Character>& letters, size_t length, Use
         if (testing::Test::HasFatalFailure()) {
             return;
         }
-        // Counts up, the first character fastest.
+        // Counts up; the first character changes fastest.
         for (at = 0; at < length; ++at) {
             indices[at] = (indices[at] + 1) % letters.size();
             text[at] = letters[indices[at]];

@@ -6,7 +6,7 @@
 namespace testing_support {
 namespace {
 
-// What a sanitizer ends a process with after a report: the defaults of `exitcode`.
+// The exit codes of a process after a sanitizer's report: the defaults of `exitcode`.
 constexpr int ADDRESS_SANITIZER_EXIT = 1;
 constexpr int THREAD_SANITIZER_EXIT = 66;
 

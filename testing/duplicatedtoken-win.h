@@ -8,7 +8,7 @@
 
 namespace testing_support {
 
-/// A token with this process's rights, for a process, that is no other's.
+/// Returns a new primary token with this process's rights, which nothing else uses.
 inline boost::shared_ptr<AccessToken> duplicatedToken() {
     return boost::shared_ptr<AccessToken>(
         new AccessToken(AccessToken(GetCurrentProcess(), TOKEN_DUPLICATE), MAXIMUM_ALLOWED,

@@ -5,7 +5,8 @@
 
 namespace testing_support {
 
-/// An environment block of these strings, but for its last NUL, which is the result's own.
+/// Returns an environment block of these strings. The result's own terminator is the block's last
+/// NUL.
 inline std::string environmentBlock(const std::vector<std::string>& strings) {
     std::string block;
     for (const std::string& text : strings) {

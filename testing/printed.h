@@ -7,7 +7,7 @@
 
 namespace testing_support {
 
-/// What an inserter writes.
+/// Returns what an inserter writes.
 template <class Inserted>
 std::string printed(const Inserted& inserted) {
     std::ostringstream out;

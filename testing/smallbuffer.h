@@ -8,7 +8,7 @@
 
 namespace testing_support {
 
-/// A stream's buffer that takes so many characters and no more.
+/// A stream buffer that accepts a given number of characters and no more.
 class SmallBuffer : public std::streambuf {
 public:
     explicit SmallBuffer(size_t room) : mRoom(room) {}
@@ -27,7 +27,7 @@ private:
     size_t mRoom;
 };
 
-/// A stream's buffer that refuses one character, the one at this index, and takes all others.
+/// A stream buffer that refuses one character, the one at this index, and accepts all others.
 class RefusingBuffer : public std::streambuf {
 public:
     explicit RefusingBuffer(size_t refused) : mRefused(refused) {}
@@ -47,7 +47,7 @@ private:
     size_t mCount = 0;
 };
 
-/// A stream's buffer that counts how often it is flushed.
+/// A stream buffer that counts how often it is flushed.
 class FlushCounter : public std::streambuf {
 public:
     int flushes = 0;
@@ -59,8 +59,8 @@ protected:
     }
 };
 
-/// Whether writing to a stream flushes the one that it is tied to, as everything does that is
-/// written under a stream's sentry.
+/// Returns whether writing to a stream flushes the one that it is tied to. Everything that is
+/// written under a stream's sentry does that.
 template <class Inserted>
 bool flushesTied(const Inserted& inserted) {
     FlushCounter counter;
@@ -71,7 +71,7 @@ bool flushesTied(const Inserted& inserted) {
     return counter.flushes != 0;
 }
 
-/// A stream's buffer that takes so many characters and throws at the next.
+/// A stream buffer that accepts a given number of characters and throws at the next one.
 class ThrowingBuffer : public std::streambuf {
 public:
     struct Full {};

@@ -6,13 +6,13 @@
 
 namespace testing_support {
 
-/// What a removal came to.
+/// The result of a removal.
 struct Removal {
     bool result;
     std::string message;
 };
 
-/// Removes a tree with no text before it, neither closing handles nor waiting.
+/// Removes a tree with no text before it, without closing handles or waiting.
 inline Removal removeTree(const std::string& path, bool keepRoot = false) {
     Removal removal;
     removal.result = System::removeTree(path, removal.message, keepRoot,

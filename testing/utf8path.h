@@ -5,7 +5,7 @@
 
 namespace testing_support {
 
-/// The path as UTF-8, with the separators that it has.
+/// Returns the path as UTF-8, with its separators unchanged.
 inline std::string utf8(const std::filesystem::path& path) {
     const std::u8string text = path.u8string();
     return std::string(text.begin(), text.end());

@@ -15,7 +15,7 @@ struct Measured {
     double peers = std::numeric_limits<double>::infinity();
 
     double ratio() const { return ours / (peers + row.allowance / row.limit); }
-    /// 1 at the limit. A row without times is over it.
+    /// 1 at the limit. A row without times counts as over the limit.
     double nearness() const { return ratio() / row.limit; }
     bool isOver() const { return !(nearness() <= 1); }
 };
@@ -36,8 +36,8 @@ std::string timeText(double nanoseconds) {
     return text;
 }
 
-/// Prints the one table, with the row that is nearest to its limit, or farthest over it, last.
-/// Tells whether all are within their limits.
+/// Prints the table. The last row is the one that is nearest to its limit, or farthest over it.
+/// Returns whether all rows are within their limits.
 bool printRows() {
     std::stable_sort(gRows.begin(), gRows.end(), [](const Measured& a, const Measured& b) {
         return a.isOver() != b.isOver() ? b.isOver() : a.nearness() < b.nearness();
@@ -54,7 +54,7 @@ bool printRows() {
     return isGood;
 }
 
-/// The place of the row in the table, where it is entered if it isn't there.
+/// Returns the row's index in the table. Adds the row if it isn't there.
 size_t placeOf(const Row& row) {
     const auto place = std::find_if(gRows.begin(), gRows.end(), [&](const Measured& m) {
         return m.row.operation == row.operation && m.row.peer == row.peer;
@@ -77,7 +77,7 @@ Comparison::Comparison(const Row& row)
 }
 
 bool Comparison::goesOn() {
-    // What never settles is measured for so long.
+    // The longest time that a pass spends on a row that doesn't settle.
     constexpr std::chrono::seconds longest(3);
     const bool isSettled = mTaken - mLastGain >= mRounds;
     const bool isTooLong = mTaken >= mRounds && std::chrono::steady_clock::now() - mStart > longest;
@@ -92,7 +92,7 @@ bool Comparison::goesOn() {
 }
 
 void Comparison::record(double& best, double nanoseconds) {
-    // Less than half a percent is no gain.
+    // An improvement of less than half a percent doesn't count.
     if (nanoseconds < best * 0.995) {
         mLastGain = mTaken;
     }

@@ -1,6 +1,6 @@
 #pragma once
 
-// One row of the benchmark table: what we do beside what a peer does, in one run of one process.
+// One row of the benchmark table compares our operation with a peer's, in one run of one process.
 //
 //     TEST(Benchmark, NormalizePath) {
 //         compare({"normalizePath", "copy of the path", 2.0},
@@ -8,10 +8,10 @@
 //                 [&] { return std::string(path); });
 //     }
 //
-// Both sides take turns, so that a change of the machine's pace meets both, and each side's time is
-// the best of its turns: other work on the machine can only add to it. Turns go on until the best
-// of both have settled. All rows are measured in each of several passes, minutes apart, as a
-// machine can be slow for longer than a row takes.
+// Both sides take turns, so that a change in the machine's speed affects both. The time of each
+// side is the best of its turns: other work on the machine can only add to it. Turns go on until
+// the best times of both sides have settled. Every row is measured in each of several passes,
+// minutes apart, because a machine can be slow for longer than a row takes.
 
 #include <algorithm>
 #include <atomic>
@@ -26,7 +26,7 @@
 
 namespace benchmark {
 
-/// Peers differ from platform to platform, and limits with them.
+/// Peers differ between platforms, and so do the limits.
 #ifdef _WIN32
 inline constexpr bool onWindows = true;
 #else
@@ -36,23 +36,24 @@ inline constexpr bool onWindows = false;
 struct Row {
     std::string operation;
     std::string peer;
-    /// The largest good ratio of our time to the peer's: 2 allows us twice its time, 0.2 asks us
-    /// to be five times as fast.
+    /// The largest acceptable ratio of our time to the peer's. 2 allows us twice the peer's time;
+    /// 0.2 requires us to be five times as fast.
     double limit;
-    /// The least number of turns in a pass; also how many in a row must bring nothing new.
+    /// The minimum number of turns in a pass. The times have settled when as many turns in a row
+    /// have brought no improvement.
     int rounds = 10;
-    /// So many nanoseconds beyond that are good as well: for what costs the same whatever it adds
-    /// to.
+    /// The nanoseconds by which our time may exceed that limit: for a cost that is the same
+    /// regardless of the work that it is added to.
     double allowance = 0;
 };
 
-/// The measurement of one row in one pass. The row is in the table from the first on, with the best
-/// times of all. Standard error tells when it begins.
+/// Measures one row in one pass. The row is in the table from its first measurement on, with the
+/// best times of all passes. Each measurement is announced on standard error when it begins.
 class Comparison {
 public:
     explicit Comparison(const Row& row);
 
-    /// Whether another turn of both sides is wanted.
+    /// Returns whether both sides are to take another turn.
     bool goesOn();
     void recordOurs(double nanoseconds) { record(mOurs, nanoseconds); }
     void recordPeers(double nanoseconds) { record(mPeers, nanoseconds); }
@@ -63,7 +64,7 @@ private:
     int mRounds;
     size_t mRow;
     int mTaken = 0;
-    int mLastGain = 0;  ///< the turn that last brought a better time
+    int mLastGain = 0;  ///< the last turn that improved a time
     double mOurs;
     double mPeers;
     std::chrono::steady_clock::time_point mStart = std::chrono::steady_clock::now();
@@ -71,7 +72,7 @@ private:
 
 inline const volatile void* volatile gKeptAlive = nullptr;
 
-/// Keeps the compiler from leaving out what makes `value`.
+/// Keeps the compiler from optimising away the computation of `value`.
 template <class T>
 void keepAlive(const T& value) {
     gKeptAlive = &value;
@@ -88,7 +89,7 @@ void callOnce(Function& function) {
     }
 }
 
-/// The nanoseconds that `function` takes.
+/// Returns the nanoseconds that `function` takes.
 template <class Function>
 double timeOf(Function function) {
     const auto start = std::chrono::steady_clock::now();
@@ -97,7 +98,7 @@ double timeOf(Function function) {
     return time.count();
 }
 
-/// The nanoseconds of one of `calls` calls.
+/// Returns the average nanoseconds of one of `calls` calls.
 template <class Function>
 double timeOfCalls(Function& function, int calls) {
     return timeOf([&] {
@@ -108,7 +109,7 @@ double timeOfCalls(Function& function, int calls) {
            calls;
 }
 
-/// How many calls make up a turn that a clock can measure.
+/// Returns how many calls make a turn long enough for a clock to measure.
 template <class Function>
 int callsOfTurn(Function& function) {
     constexpr double turn = 2e6;
@@ -119,7 +120,7 @@ int callsOfTurn(Function& function) {
     return calls;
 }
 
-/// Compares two functions by as many calls as make up some milliseconds.
+/// Compares two functions. Each turn makes enough calls to last some milliseconds.
 template <class Ours, class Peer>
 void compare(const Row& row, Ours ours, Peer peer) {
     const int ourCalls = callsOfTurn(ours);
@@ -130,9 +131,9 @@ void compare(const Row& row, Ours ours, Peer peer) {
     }
 }
 
-/// Compares two functions of an index below `count`, call by call: the time of a side is the sum of
-/// the smallest that each index took. For calls that the system answers several times slower for
-/// whole seconds.
+/// Compares, call by call, two functions that take an index below `count`. The time of a side is
+/// the sum of the smallest times that each index took. For calls that the system may answer several
+/// times slower for whole seconds.
 template <class Ours, class Peer>
 void compareEach(const Row& row, size_t count, Ours ours, Peer peer) {
     constexpr double unmeasured = std::numeric_limits<double>::max();
@@ -151,7 +152,7 @@ void compareEach(const Row& row, size_t count, Ours ours, Peer peer) {
     }
 }
 
-/// Compares call by call functions that build something: taking it down again isn't measured.
+/// Compares, call by call, functions that build something. Destroying the result isn't measured.
 template <class Ours, class Peer>
 void compareBuilding(const Row& row, Ours ours, Peer peer) {
     const auto time = [](auto& function) {
@@ -164,8 +165,8 @@ void compareBuilding(const Row& row, Ours ours, Peer peer) {
     }
 }
 
-/// The same call by call; `prepare()` comes before each and isn't measured. For what uses up what
-/// it is given, and for what the system answers now fast, now slowly.
+/// Compares two functions call by call. `prepare()` runs before each call and isn't measured. For
+/// functions that use up their input, and for calls that the system answers at varying speed.
 template <class Prepare, class Ours, class Peer>
 void comparePrepared(const Row& row, Prepare prepare, Ours ours, Peer peer) {
     const auto time = [&prepare](auto& function) {

@@ -45,7 +45,7 @@ private:
     std::string_view word() { return pick(mWords); }
 
     const Words& mWords;
-    // The same paths each time.
+    // A fixed seed, so that the paths are the same each time.
     std::mt19937 mRandom{1};  // NOLINT(cert-msc32-c,cert-msc51-cpp)
 };
 

@@ -5,11 +5,11 @@
 
 namespace benchmark {
 
-/// The letters of sample paths: ASCII alone, or many with accents (two bytes each in UTF-8).
+/// The letters of sample paths: ASCII only, or many with accents (two bytes each in UTF-8).
 enum class Letters { ascii, accented };
 
-/// So many different paths as of a tree of sources, sorted by `comparePaths`, about 50 characters
-/// long. The same ones at each call.
+/// Returns `count` different paths, like those of a source tree, sorted by `comparePaths`. They are
+/// about 50 characters long. Every call returns the same paths.
 std::vector<std::string> samplePaths(size_t count, Letters letters);
 
 }  // namespace benchmark

@@ -9,7 +9,8 @@
 
 namespace testing_support {
 
-/// Answers LookupAccountSidW for every SID, until the scope ends. One at a time.
+/// Replaces LookupAccountSidW until the scope ends: every SID belongs to the given account. At most
+/// one object at a time.
 class AccountLookup {
 public:
     AccountLookup(const wchar_t* domain, const wchar_t* name, SID_NAME_USE use) {
@@ -25,7 +26,7 @@ public:
         gName = name;
         gUse = use;
     }
-    /// From now on look-ups fail, and leave the kind of account alone.
+    /// Makes look-ups fail from now on. A failed look-up leaves the kind of account unchanged.
     void fail(DWORD error) { gError = error; }
     void onCall(void (*function)()) { gOnCall = function; }
 

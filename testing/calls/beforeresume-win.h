@@ -9,8 +9,8 @@
 
 namespace testing_support {
 
-/// Does something each time the test program is about to let a child run that it has started
-/// suspended, until the scope ends. One at a time.
+/// Runs an action each time the test program is about to resume a child that it has started
+/// suspended, until the scope ends. At most one object at a time.
 class BeforeResume {
 public:
     explicit BeforeResume(std::function<void(HANDLE thread)> action)
@@ -24,7 +24,7 @@ public:
 
 private:
     static DWORD WINAPI resume(HANDLE thread) {
-        // Threads of this process are resumed as well, by the thread library.
+        // The thread library also resumes threads of this process.
         if (GetProcessIdOfThread(thread) != GetCurrentProcessId()) {
             sAction(thread);
         }

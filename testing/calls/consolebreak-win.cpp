@@ -43,7 +43,7 @@ bool ConsoleBreaks::deliver(DWORD event, DWORD group) {
     if (process == nullptr || hasEnded(process.get())) {
         return false;
     }
-    // A process that hasn't come to make its event finds this one.
+    // If the process hasn't created its event yet, it will open this one.
     Handle signal(CreateEventW(/*lpEventAttributes=*/nullptr, /*bManualReset=*/FALSE,
                                /*bInitialState=*/FALSE, childBreakName(group).c_str()));
     if (signal == nullptr || !SetEvent(signal.get())) {

@@ -10,13 +10,14 @@
 
 namespace testing_support {
 
-/// Stands in for the console, which the test bed hasn't got: until the scope ends,
-/// GenerateConsoleCtrlEvent of the test program is recorded, and is a break to the process whose id
-/// is the group's, if that is the program execchild. (A console would reach that process's own
-/// children, too.) A process that has just been made gets its break as soon as it can; one that is
-/// another program ignores it. An id that no process has fails with ERROR_INVALID_PARAMETER.
+/// Replaces the console, which the test bed doesn't have. Until the scope ends, the test program's
+/// calls of GenerateConsoleCtrlEvent are recorded. Each call sends a break to the process whose id
+/// is the group's, if that process is the program execchild. (A console would also reach that
+/// process's own children.) A process that has just been created gets its break as soon as it can.
+/// Other programs ignore it. If no process has the id, the call fails with ERROR_INVALID_PARAMETER.
 ///
-/// One at a time; made and ended while no other thread calls the function.
+/// At most one object at a time. No other thread may call the function while the object is created
+/// or destroyed.
 class ConsoleBreaks {
 public:
     struct Call {
@@ -25,7 +26,7 @@ public:
         bool operator==(const Call&) const = default;
     };
 
-    /// Throws std::logic_error if there is one already.
+    /// Throws std::logic_error if there already is another object.
     ConsoleBreaks();
     ~ConsoleBreaks();
     ConsoleBreaks(const ConsoleBreaks&) = delete;
@@ -39,7 +40,8 @@ private:
     };
     using Handle = std::unique_ptr<void, HandleCloser>;
 
-    /// Kept until the process is gone: it may yet have to find its event, and its id stays its own.
+    /// Held until the process has ended: the process may still have to open its event, and its id
+    /// can't be reused before then.
     struct Target {
         Handle process;
         Handle event;

@@ -19,7 +19,7 @@ DebugOutput::DebugOutput(HMODULE module) : mCall("OutputDebugStringA", keepText,
 
 DebugOutput::~DebugOutput() {
     const std::lock_guard<std::mutex> lock(gTextsLock);
-    // With its memory, for tests that count what is left.
+    // Frees the memory as well, for tests that count what is left.
     std::vector<std::string>().swap(gTexts);
 }
 

@@ -9,8 +9,8 @@
 
 namespace testing_support {
 
-/// Takes what one module (null: the test program) hands to the debugger, in place of the debugger,
-/// until the scope ends. At most one at a time.
+/// Captures what one module (null: the test program) sends to the debugger, in place of the
+/// debugger, until the scope ends. At most one object at a time.
 class DebugOutput {
 public:
     explicit DebugOutput(HMODULE module = nullptr);
@@ -18,7 +18,7 @@ public:
     DebugOutput(const DebugOutput&) = delete;
     DebugOutput& operator=(const DebugOutput&) = delete;
 
-    /// The texts so far, one for each call of OutputDebugStringA, in their order.
+    /// Returns the texts so far in their order, one for each call of OutputDebugStringA.
     std::vector<std::string> texts() const;
 
 private:

@@ -7,8 +7,9 @@
 
 namespace testing_support {
 
-/// Stands in for the clock of all measuring until it goes: time passes when the test says so, and
-/// each reading is counted. One at a time, made and ended while no other thread measures.
+/// Replaces the clock of all measurements while the object exists. Time passes only when the test
+/// says so, and each reading is counted. At most one object at a time. No other thread may measure
+/// while the object is created or destroyed.
 class FakeClock {
 public:
     explicit FakeClock(int64_t ticks = 0) : mBefore(ticksNow) {

@@ -4,9 +4,9 @@
 
 namespace testing_support {
 
-/// Until the scope ends, CreateFileW of this program opens nothing and gives one and the same
-/// handle; closing that one counts and does nothing else, other handles are closed as ever. One at
-/// a time, in one thread.
+/// Until the scope ends, this program's CreateFileW opens nothing and always returns the same
+/// handle. Closing that handle is counted and has no other effect. Other handles are closed as
+/// usual. At most one object at a time, in one thread.
 class FakeFile {
 public:
     FakeFile() {
@@ -14,7 +14,7 @@ public:
         sClose = mClose.original();
     }
 
-    /// How often the handle was closed.
+    /// Returns how often the handle was closed.
     int closes() const { return sCloses; }
 
 private:

@@ -17,7 +17,7 @@
 
 namespace testing_support {
 
-/// A file that is held open until somebody closes its one handle, at the latest the object's end.
+/// A file that is held open until its only handle is closed, by the destructor at the latest.
 class HeldFile {
 public:
     HeldFile()
@@ -35,9 +35,9 @@ public:
     HeldFile& operator=(const HeldFile&) = delete;
 
     HANDLE handle() const { return mHandle; }
-    /// Its path with a drive, which isn't looked at.
+    /// Returns the file's path with a drive, which isn't compared.
     const std::wstring& path() const { return mName; }
-    /// Whether nobody holds it open: then it can be opened by one who shares it with nobody.
+    /// Returns whether the file is no longer held open: whether it can be opened without sharing.
     bool isFree() const {
         const HANDLE file = CreateFileW(mName.c_str(), GENERIC_READ, /*dwShareMode=*/0, nullptr,
                                         OPEN_EXISTING, 0, nullptr);
@@ -64,9 +64,9 @@ struct TableEntry {
     HANDLE handle;
 };
 
-/// Until the scope ends, this process stands in for the System process, of the id 4: opening that
-/// one opens this one. What is done to its handles is real. `answerTable` tells of the handles that
-/// the constructor gets. One at a time, in one thread.
+/// Until the scope ends, this process replaces the System process, which has the id 4: opening that
+/// process opens this one. Operations on its handles are real. `answerTable` reports the handles
+/// that are passed to the constructor. At most one object at a time, in one thread.
 class FakeSystem {
 public:
     explicit FakeSystem(const std::vector<TableEntry>& entries) {
@@ -82,10 +82,10 @@ public:
         }
     }
 
-    /// Lets the table say that it has `count` entries, however many it has.
+    /// Makes the table claim to have `count` entries, regardless of how many it has.
     void claimCount(uint32_t count) { std::memcpy(mTable.data(), &count, sizeof count); }
 
-    /// The table as NtQuerySystemInformation gives it.
+    /// Returns the table as NtQuerySystemInformation does.
     static NTSTATUS NTAPI answerTable(ULONG kind, void* answer, ULONG room, ULONG* length) {
         FakeSystem& system = *sCurrent;
         EXPECT_EQ(kind, 16U);
@@ -101,11 +101,11 @@ public:
         return 0;
     }
 
-    /// The statuses of the first answers, if they aren't the true ones.
+    /// The statuses of the first answers, in place of the real ones.
     std::vector<NTSTATUS> statuses;
     bool refusesProcess = false;
 
-    // What was asked.
+    // The recorded calls.
     struct Opened {
         DWORD access, processId;
         BOOL inherits;
@@ -113,8 +113,8 @@ public:
     struct Copied {
         DWORD options;
         BOOL inherits;
-        bool fromSystem;      ///< out of the process that was opened, into this one
-        bool hasEarlierCopy;  ///< whether the copy that was made last is still open
+        bool fromSystem;      ///< from the opened process into this one
+        bool hasEarlierCopy;  ///< whether the previous copy is still open
     };
     std::vector<ULONG> rooms;
     std::vector<Opened> opened;

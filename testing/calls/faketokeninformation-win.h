@@ -10,9 +10,13 @@
 
 namespace testing_support {
 
-/// Answers this program's GetTokenInformation until the scope ends: a call without a buffer fails
-/// for that and tells the size, one with a buffer gets what `fill` writes to it, one with a buffer
-/// of no bytes fails with ERROR_BAD_LENGTH. Notes the calls. One at a time.
+/// Replaces this program's GetTokenInformation until the scope ends:
+///
+///     without a buffer            reports the size and fails with ERROR_INSUFFICIENT_BUFFER
+///     with a buffer               gets what `fill` writes to it
+///     with a buffer of 0 bytes    fails with ERROR_BAD_LENGTH
+///
+/// The calls are recorded. At most one object at a time.
 class FakeTokenInformation {
 public:
     struct Call {
@@ -31,11 +35,11 @@ public:
     FakeTokenInformation(const FakeTokenInformation&) = delete;
     FakeTokenInformation& operator=(const FakeTokenInformation&) = delete;
 
-    /// Lets the first call succeed, though it has no buffer.
+    /// Makes calls without a buffer succeed.
     void succeedAtOnce() { mSucceedsAtOnce = true; }
 
     int calls() const { return mCalls; }
-    /// The first and the second call.
+    /// Returns the first call (index 0) or the second (1).
     const Call& call(int index) const { return mNoted[index]; }
 
 private:
@@ -53,7 +57,7 @@ private:
             SetLastError(ERROR_BAD_LENGTH);
             return FALSE;
         }
-        // What isn't written is seen as such.
+        // Makes the bytes recognisable that `fill` doesn't write.
         std::memset(buffer, 0xDD, call.size);
         mFill(static_cast<BYTE*>(buffer));
         return TRUE;

@@ -14,7 +14,7 @@
 
 namespace testing_support {
 
-/// What GetVolumeInformationW says.
+/// What GetVolumeInformationW reports.
 struct Volume {
     std::wstring name = L"Data";
     std::wstring fileSystem = L"NTFS";
@@ -23,8 +23,9 @@ struct Volume {
     DWORD flags = 0;
 };
 
-/// Until the scope ends, Windows's answers about volumes are those of the fields; an answer that
-/// isn't there is the failure 2. Every path is its own long form. One at a time, in one thread.
+/// Until the scope ends, the fields determine Windows's answers about volumes. If a field has no
+/// value, the call fails with error 2. Every path is its own long form. At most one object at a
+/// time, in one thread.
 class FakeVolume {
 public:
     FakeVolume() { sCurrent = this; }
@@ -33,7 +34,7 @@ public:
     std::optional<std::wstring> device = L"\\Device\\HarddiskVolume7";
     std::optional<Volume> volume = Volume();
 
-    // What was asked.
+    // The recorded arguments.
     std::vector<std::wstring> longPaths;
     std::vector<std::wstring> devices;
     std::vector<std::wstring> drives;
@@ -43,7 +44,7 @@ public:
 private:
     static inline FakeVolume* sCurrent = nullptr;
 
-    /// Puts the text, its NUL and something behind it into a buffer.
+    /// Fills a buffer with the text, its NUL and other characters after it.
     static void fill(wchar_t* buffer, DWORD room, const std::wstring& text) {
         std::fill_n(buffer, room, L'~');
         text.copy(buffer, room);
@@ -92,7 +93,7 @@ private:
                                                                information};
 };
 
-/// The account of a path, and in `type`, unless that is null, the result.
+/// Returns the account of a path, and stores the result in `type` unless that is null.
 inline std::string accountOf(const std::string& path, VolumeType* type = nullptr) {
     std::ostringstream account;
     const VolumeType result = System::volumeType(path, &account);
@@ -102,7 +103,7 @@ inline std::string accountOf(const std::string& path, VolumeType* type = nullptr
     return account.str();
 }
 
-/// The first line that has `word` in it; empty if there is none.
+/// Returns the first line that contains `word`, or an empty text if there is none.
 inline std::string lineWith(const std::string& text, std::string_view word) {
     std::istringstream lines(text);
     for (std::string line; std::getline(lines, line);) {

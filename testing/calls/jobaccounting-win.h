@@ -11,29 +11,32 @@
 
 namespace testing_support {
 
-/// Answers a job's accounting where the system doesn't, as Wine: until the scope ends,
-/// QueryInformationJobObject of the test program is asked for
-/// JobObjectBasicAndIoAccountingInformation in vain no more. The figures are the system's if it has
-/// any, and otherwise the sum of what the processes of the job tell of themselves: those that are
-/// execchild (see ChildCounters), each with what was last seen of it even after its end. So a job
-/// of which nothing works shows no change at all. Jobs are told apart by their handles.
+/// Provides a job's accounting where the system doesn't, as under Wine. Until the scope ends,
+/// QueryInformationJobObject answers the test program's queries for
+/// JobObjectBasicAndIoAccountingInformation. If the system has figures, they are the result.
+/// Otherwise the result is the sum of what the job's processes report about themselves: those that
+/// are execchild (see ChildCounters). A process counts with its last known figures even after it
+/// has ended. So a job in which no process works shows no change at all. Jobs are distinguished by
+/// their handles.
 ///
-/// One at a time; made and ended while no other thread calls the function.
+/// At most one object at a time. No other thread may call the function while the object is created
+/// or destroyed.
 class JobAccounting {
 public:
     using Figures = JOBOBJECT_BASIC_AND_IO_ACCOUNTING_INFORMATION;
 
-    /// Throws std::logic_error if there is one already.
+    /// Throws std::logic_error if there already is another object.
     JobAccounting();
     ~JobAccounting();
     JobAccounting(const JobAccounting&) = delete;
     JobAccounting& operator=(const JobAccounting&) = delete;
 
-    /// The next query of that class fails with that error; several calls add up, in their order.
+    /// Makes the next query of that class fail with that error. Several calls apply to successive
+    /// queries, in their order.
     void failNext(JOBOBJECTINFOCLASS what, DWORD error);
-    /// From now on the accounting is this, for each job.
+    /// Makes `figures` the accounting of every job from now on.
     void setFixed(const Figures& figures);
-    /// How many queries of that class there were, failed ones included.
+    /// Returns how many queries of that class there were, including failed ones.
     size_t queryCount(JOBOBJECTINFOCLASS what) const;
 
 private:
@@ -48,7 +51,7 @@ private:
 
     static BOOL WINAPI query(HANDLE job, JOBOBJECTINFOCLASS what, LPVOID buffer, DWORD size,
                              LPDWORD returned);
-    /// Counts the query. The error that it is to fail with, if any.
+    /// Counts the query. Returns the error that it is to fail with, if any.
     std::optional<DWORD> note(JOBOBJECTINFOCLASS what);
     bool account(HANDLE job, Figures& figures);
     bool lookAtProcesses(HANDLE job);

@@ -65,7 +65,7 @@ Totals totals(const Job& job) {
             figures.IoInfo.ReadOperationCount, figures.IoInfo.WriteOperationCount};
 }
 
-/// Points that a child comes to, and waits at until it is let go.
+/// Points at which a child waits until it is released.
 class Stops {
 public:
     std::vector<std::string> stop(const std::string& name) const {
@@ -91,7 +91,7 @@ std::vector<std::string> joined(std::initializer_list<std::vector<std::string>> 
 
 class JobAccountingTest : public testing::Test {
 protected:
-    /// What the job's totals are before and after the child has done that.
+    /// Returns the job's totals before and after the child has done the work.
     std::pair<Totals, Totals> aroundWork(const std::vector<std::string>& work) {
         const StartedChild child(
             {.actions = joined({stops.stop("before"), work, stops.stop("after")}),
@@ -121,7 +121,7 @@ TEST_F(JobAccountingTest, InputAndOutputIsCounted) {
     EXPECT_GT(after.writes, before.writes);
 }
 
-TEST_F(JobAccountingTest, InputAndOutputIsNoProcessorTimeWhereTheChildrenTellTheFigures) {
+TEST_F(JobAccountingTest, InputAndOutputIsNoProcessorTimeWhereChildrenReportFigures) {
     if (GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") == nullptr) {
         GTEST_SKIP() << "the system has figures, and input and output take some processor time";
     }

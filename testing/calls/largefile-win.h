@@ -4,7 +4,7 @@
 #include <string>
 
 #include <windows.h>
-// Behind windows.h.
+// Must follow windows.h.
 #include <winioctl.h>
 
 #include "testing/calls/replacedcall-win.h"
@@ -13,22 +13,24 @@
 
 namespace testing_support {
 
-/// A little more than 32 bits can tell.
+/// A little more than 32 bits can hold.
 inline constexpr int64_t LARGE_SIZE = 0x1'0000'0003;
 
-/// Makes a file of that size, all NULs, which takes no room. False if the system has no such files.
+/// Makes a file of that size, all NULs, which takes no disk space. Returns false if the system has
+/// no such files.
 inline bool makeLargeFile(const std::string& path) {
     const ScopedHandle file(CreateFileW(System::unicodePath(path).c_str(), GENERIC_WRITE, 0,
                                         nullptr, CREATE_ALWAYS, 0, nullptr));
     DWORD ignored = 0;
-    // Some systems have no other files than sparse ones, and know no such call.
+    // Some systems have only sparse files and don't know this call.
     DeviceIoControl(file.get(), FSCTL_SET_SPARSE, nullptr, 0, nullptr, 0, &ignored, nullptr);
     LARGE_INTEGER end;
     end.QuadPart = LARGE_SIZE;
     return SetFilePointerEx(file.get(), end, nullptr, FILE_BEGIN) && SetEndOfFile(file.get());
 }
 
-/// The size of a file, and in `head` and `tail` its first and last bytes, as many as they have.
+/// Returns the size of a file, and fills `head` and `tail` with its first and last bytes, up to the
+/// lengths that they have.
 inline int64_t inspectLargeFile(const std::string& path, std::string& head, std::string& tail) {
     const ScopedHandle file(CreateFileW(System::unicodePath(path).c_str(), GENERIC_READ, 0, nullptr,
                                         OPEN_EXISTING, 0, nullptr));
@@ -47,8 +49,9 @@ inline int64_t inspectLargeFile(const std::string& path, std::string& head, std:
     return size.QuadPart;
 }
 
-/// Until the scope ends, SetFilePointer without a high word goes no further than 32 bits, as on
-/// Windows, whatever the system at hand does. One at a time.
+/// Until the scope ends, a SetFilePointer call from a file's end without a high word can't move
+/// beyond 32 bits, as on Windows, regardless of what the system at hand does. At most one object at
+/// a time.
 class NarrowFilePointer {
 public:
     NarrowFilePointer() { sOriginal = mCall.original(); }

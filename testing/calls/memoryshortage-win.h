@@ -9,9 +9,10 @@
 
 namespace testing_support {
 
-/// Lets this program's malloc and calloc together serve `blocks` more calls, and then none until
-/// the scope ends. The C++ allocator and the thread library go through them; std::bad_alloc can be
-/// thrown all the same. For a child process of one thread, one at a time.
+/// Lets this program's malloc and calloc together serve `blocks` more calls; after these, all calls
+/// fail until the scope ends. The C++ allocator and the thread library use these functions.
+/// std::bad_alloc can be thrown nevertheless. For a child process of one thread; at most one object
+/// at a time.
 class MemoryShortage {
 public:
     explicit MemoryShortage(int blocks)
@@ -34,9 +35,9 @@ private:
 
     static constexpr int PLENTY = std::numeric_limits<int>::max();
 
-    /// The C++ runtime allocates something at a thread's first exception, and the lock of its
-    /// reserve at the first exception that there is no memory for, and can't do without. After
-    /// both, exceptions can be thrown without memory.
+    /// The C++ runtime allocates something at a thread's first exception. At the first exception
+    /// for which there is no memory, it allocates the lock of its reserve. It can't do without
+    /// either. After both, exceptions can be thrown without memory.
     static void throwOnce() {
         try {
             throw std::bad_alloc();
@@ -47,7 +48,7 @@ private:
 
     static bool take() { return !std::exchange(sFailNext, false) && sBlocks-- > 0; }
 
-    /// The C runtime's own function: the replacing of calls allocates as well, on its way.
+    /// Returns the C runtime's own function, because replacing the calls allocates as well.
     template <class Signature>
     static Signature* runtimeCall(const char* function) {
         const HMODULE runtime = GetModuleHandleW(L"msvcrt.dll");

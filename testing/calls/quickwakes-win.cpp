@@ -8,7 +8,7 @@ namespace {
 
 QuickWakes* gQuickWakes = nullptr;
 
-/// Leaves the last error alone.
+/// Preserves the last error.
 bool isProcess(HANDLE object) {
     const DWORD error = GetLastError();
     const bool result = GetProcessId(object) != 0;

@@ -10,32 +10,34 @@
 
 namespace testing_support {
 
-/// Makes the half seconds of waiting for a process short, and tells of them, until the scope ends:
-/// WaitForSingleObject of the test program that has 500 ms for a process returns after a few
-/// milliseconds with what it would return. Other waits, and those with a handle that must not be
-/// queried, are as ever.
+/// Shortens the half-second waits for a process, and reports them, until the scope ends. If
+/// WaitForSingleObject of the test program is called for a process with 500 ms, it returns after a
+/// few milliseconds with the result that it would have. Other waits are unchanged, including those
+/// with a handle that must not be queried.
 ///
-/// One at a time; made and ended while no other thread waits for anything.
+/// At most one object at a time. No other thread may wait for anything while the object is created
+/// or destroyed.
 class QuickWakes {
 public:
-    /// Called by the waiting thread for each wait in vain, with its number from 1 on. What the wait
-    /// returns: WAIT_TIMEOUT, or any other result as if it were so (of WAIT_FAILED, the last error
-    /// is the action's), or AWAIT_END to wait on until the process ends.
+    /// Called by the waiting thread for each wait that times out, with the wait's number, from 1
+    /// on. Returns the result of the wait: WAIT_TIMEOUT, any other result as if it had happened
+    /// (for WAIT_FAILED, the action sets the last error), or AWAIT_END to go on waiting until the
+    /// process ends.
     using Action = std::function<DWORD(size_t)>;
     static constexpr DWORD AWAIT_END = 0x10000;
 
-    /// Throws std::logic_error if there is one already.
+    /// Throws std::logic_error if there already is another object.
     explicit QuickWakes(Action onTimeout = {}, DWORD milliseconds = 10);
     ~QuickWakes();
     QuickWakes(const QuickWakes&) = delete;
     QuickWakes& operator=(const QuickWakes&) = delete;
 
-    /// The numbers begin anew.
+    /// Sets the action. The numbers begin at 1 again.
     void onTimeout(Action action) {
         mOnTimeout = std::move(action);
         mTimeouts = 0;
     }
-    /// The number of the last wait in vain.
+    /// Returns the number of the last wait that timed out.
     size_t timeouts() const { return mTimeouts; }
 
 private:

@@ -12,8 +12,8 @@
 
 namespace testing_support {
 
-/// Keeps what CreateProcessW and CreateProcessAsUserW of the test program are called with, until
-/// the scope ends. The starts are real, but for those that are to fail. One at a time.
+/// Records what the test program calls CreateProcessW and CreateProcessAsUserW with, until the
+/// scope ends. The starts are real, except those that are to fail. At most one object at a time.
 class RecordedStarts {
 public:
     struct Call {
@@ -28,15 +28,15 @@ public:
         std::optional<std::wstring> directory;
         STARTUPINFOW startup;
         std::wstring desktop;
-        /// What this process had at the time.
+        /// This process's own at the time of the call.
         std::wstring currentDirectory;
         std::wstring path;
-        /// What the system put there; all 0 after a failure.
+        /// What the system returned; all 0 after a failure.
         PROCESS_INFORMATION process;
     };
 
-    /// The first starts fail with these errors, save those that are 0. `onCall` runs before each
-    /// start.
+    /// The first starts fail with these errors; a start whose error is 0 is made. `onCall` runs
+    /// before each start.
     explicit RecordedStarts(std::deque<DWORD> errors = {}, std::function<void()> onCall = {});
     ~RecordedStarts();
     RecordedStarts(const RecordedStarts&) = delete;

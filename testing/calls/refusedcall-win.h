@@ -15,13 +15,14 @@ namespace testing_support {
 template <class Signature>
 class RefusedCall;
 
-/// Makes the calls of a Windows function by the test program fail until the scope ends: they do
-/// nothing, and return `error` if it is of those that return a number, else false with `error` as
-/// the last one. One at a time of functions of the same type. See ReplacedCall.
+/// Makes the test program's calls of a Windows function fail until the scope ends. The calls do
+/// nothing. If the function returns a number (DWORD), they return `error`; otherwise they return
+/// false and set `error` as the last error. At most one object at a time for functions of the same
+/// type. See ReplacedCall.
 template <class Result, class... Arguments>
 class RefusedCall<Result(Arguments...)> {
 public:
-    /// The first `before` calls are made as ever.
+    /// The first `before` calls are made as usual.
     RefusedCall(const char* function, DWORD error, int before = 0) : mCall(function, refuse) {
         sOriginal = mCall.original();
         sError = error;
@@ -29,7 +30,7 @@ public:
         sCount = 0;
     }
 
-    /// How often the function has been called.
+    /// Returns how often the function has been called.
     int count() const { return sCount; }
 
 private:
@@ -52,7 +53,7 @@ private:
     ReplacedCall<Result(Arguments...)> mCall;
 };
 
-/// Expects `steps` to end in the exception for this failed Windows call, with its number.
+/// Expects `steps` to throw the exception for this failed Windows call, with its error number.
 template <class Steps>
 void expectFailedCall(const char* function, DWORD error, Steps steps) {
     try {

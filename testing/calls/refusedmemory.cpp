@@ -8,7 +8,7 @@ namespace {
 
 std::atomic<bool> gIsRefused{false};
 
-/// What the operator does, by the one that throws.
+/// Implements the operator by means of the one that throws.
 void* newOrNull(size_t size) noexcept {
     if (gIsRefused) {
         return nullptr;

@@ -2,9 +2,9 @@
 
 namespace testing_support {
 
-/// Until the scope ends, every `new (std::nothrow)` of the program gives null, but for those of the
-/// libraries that it loads; the forms that throw go on. One at a time. For programs whose linker
-/// leads the calls here: see util/CMakeLists.txt.
+/// Until the scope ends, every `new (std::nothrow)` of the program returns null, except in the
+/// libraries that it loads. The throwing forms still work. At most one object at a time. For
+/// programs whose linker redirects the calls here: see util/CMakeLists.txt.
 class RefusedMemory {
 public:
     RefusedMemory();

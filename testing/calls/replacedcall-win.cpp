@@ -9,7 +9,7 @@
 namespace testing_support {
 namespace {
 
-/// Makes the page of one import entry writable for as long as it lives.
+/// Makes the page of one import entry writable while the object exists.
 class WritableEntry {
 public:
     explicit WritableEntry(ULONGLONG* entry) : mEntry(entry) {

@@ -7,13 +7,13 @@
 
 namespace testing_support {
 
-/// As long as it lives, the socket error of the test program is a value of its own, as it isn't in
-/// Windows, where WSAGetLastError and GetLastError read the same place. At most one at a time.
+/// While the object exists, the socket error of the test program is a separate value. In Windows it
+/// isn't: WSAGetLastError and GetLastError read the same place. At most one object at a time.
 class SocketError {
 public:
     explicit SocketError(int error);
 
-    /// What WSAGetLastError gives now.
+    /// Returns what WSAGetLastError returns now.
     int value() const;
 
 private:

@@ -4,7 +4,7 @@
 
 namespace testing_support {
 
-/// Sets this thread's error: that of GetLastError on Windows, natively errno.
+/// Sets this thread's error: the last error on Windows (see GetLastError), errno natively.
 void setSystemError(uint32_t error);
 
 }  // namespace testing_support

@@ -7,12 +7,12 @@ namespace {
 
 SystemMessage* gCurrent = nullptr;
 
-/// Whether the message has a gap ("%1") for which the caller gives nothing.
+/// Returns whether the message has a gap ("%1") for which the caller passes nothing.
 bool lacksArguments(const std::wstring& message, DWORD flags, const va_list* arguments) {
     if ((flags & FORMAT_MESSAGE_IGNORE_INSERTS) != 0 || arguments != nullptr) {
         return false;
     }
-    // The character behind a percent sign belongs to it: "%%1" is a percent sign and a digit.
+    // The character after a percent sign belongs to it: "%%1" is a percent sign and a digit.
     for (size_t sign = message.find(L'%'); sign != std::wstring::npos && sign + 1 < message.size();
          sign = message.find(L'%', sign + 2)) {
         if (message[sign + 1] >= L'1' && message[sign + 1] <= L'9') {

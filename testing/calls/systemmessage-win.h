@@ -10,18 +10,18 @@
 
 namespace testing_support {
 
-/// As long as it lives, `message` is what the system has to say of every error number to one
-/// module (null: the test program); empty, it has no words for any. So a test can tell to the
-/// letter what a text with an error in it is.
+/// While the object exists, `message` is the system's message for every error number, in calls by
+/// one module (null: the test program). If it is empty, the system has no message for any number.
+/// So a test can expect the exact text of a message that contains an error.
 ///
-/// Replaces FormatMessageW. As the system's, it gives nothing for a buffer without room for the
-/// message and its terminator (last error 122), or for a message with a gap ("%1") where inserts
-/// are neither given nor ignored (87). Otherwise it leaves the last error 317 behind, found or not,
-/// so that a caller that doesn't keep the last error is seen. Gaps are never filled. At most one at
-/// a time, and not for several threads.
+/// Replaces FormatMessageW. Like the system's function, it fails if the buffer is too small for the
+/// message and its terminator (last error 122), and for a message with a gap ("%1") if inserts are
+/// neither passed nor ignored (87). In all other cases it sets the last error to 317, with or
+/// without a message, so that a caller that doesn't preserve the last error is noticed. It never
+/// fills gaps. At most one object at a time, and not for several threads.
 class SystemMessage {
 public:
-    /// What the function was called with; `allocated` is the buffer that it made.
+    /// The arguments of a call; `allocated` is the buffer that the function allocated.
     struct Call {
         DWORD flags;
         const void* source;

@@ -10,8 +10,8 @@ testing_support::ThreadCalls testing_support::gThreadCalls;
 
 namespace {
 
-/// The replaced result of the making of something that is counted in `made`, or else what the call
-/// gives.
+/// Creates something that is counted in `made`. If `result` isn't 0, returns it without making the
+/// call; otherwise returns the call's result.
 template <class Call>
 int makeCounted(int result, std::atomic<int>& made, Call call) {
     if (result == 0) {
@@ -21,7 +21,8 @@ int makeCounted(int result, std::atomic<int>& made, Call call) {
     return result;
 }
 
-/// Settings of the stack size by the code under test: the sanitizers set one inside of a creation.
+/// How often the code under test has set a stack size. The sanitizers set one during a thread's
+/// creation.
 std::atomic<int> gStackSizeCalls{0};
 
 }  // namespace

@@ -6,12 +6,12 @@
 
 namespace testing_support {
 
-/// What execchild has done so far, in a file mapping that it makes at the first thing that counts:
-/// for systems that know no such figures of another process.
+/// What execchild has done so far, in a file mapping that it creates at the first action that
+/// counts. For systems that don't report such figures of another process.
 struct ChildCounters {
-    /// Tells a process from a later one of the same id; 0 as long as it isn't set.
+    /// Distinguishes a process from a later one with the same id; 0 until it is set.
     std::atomic<uint64_t> stamp;
-    /// In 100 ns. Told by `burn` alone, so that nothing else shows as processor time.
+    /// In units of 100 ns. Only `burn` reports it, so that nothing else shows as processor time.
     std::atomic<uint64_t> userTime;
     std::atomic<uint64_t> kernelTime;
     std::atomic<uint64_t> reads;
@@ -22,7 +22,7 @@ inline std::wstring childCountersName(unsigned long pid) {
     return L"nbcc-counters-" + std::to_wstring(pid);
 }
 
-/// The event that is a break to execchild. Resets itself.
+/// Returns the name of the event that acts as a break for execchild. The event resets itself.
 inline std::wstring childBreakName(unsigned long pid) {
     return L"nbcc-break-" + std::to_wstring(pid);
 }

@@ -6,7 +6,7 @@
 namespace child {
 namespace {
 
-constexpr UINT BREAK_CODE = 0xC000013A;  // what Windows ends a process with at a break
+constexpr UINT BREAK_CODE = 0xC000013A;  // the exit code of a process that Windows ends at a break
 
 bool gIgnoresBreaks = false;
 

@@ -8,7 +8,7 @@
 
 #include "testing/children/childobjects.h"
 
-/// What the actions of execchild stand on.
+/// The functions that the actions of execchild are built on.
 namespace child {
 
 /// Exit codes.
@@ -16,25 +16,25 @@ constexpr UINT NOT_UNDERSTOOD = 120;
 constexpr UINT NOT_DONE = 121;
 
 [[noreturn]] void end(UINT code);
-/// Ends after a line on standard error.
+/// Prints a line to standard error and ends the process.
 [[noreturn]] void fail(UINT code, const std::wstring& words);
-/// Ends with NOT_DONE and the last error unless `isDone`.
+/// Unless `isDone`, ends the process with NOT_DONE and prints `what` and the last error.
 void require(bool isDone, const wchar_t* what);
 
-/// Sleeps, and ends at a break, one that came before included.
+/// Sleeps. A break ends the process, even one that came before the call.
 void pause(DWORD milliseconds);
-/// From here on a break has no effect.
+/// From now on, a break has no effect.
 void ignoreBreaks();
 
 testing_support::ChildCounters& counters();
 
-/// These count each read and write. A stream is an id as for GetStdHandle.
+/// These count each read and write. `stream` is an id as for GetStdHandle.
 size_t read(HANDLE file, char* buffer, size_t size);
 void write(HANDLE file, const char* bytes, size_t size);
 void print(std::wstring_view text, DWORD stream = STD_OUTPUT_HANDLE);
 void printUtf16(std::wstring_view text, DWORD stream);
 
-/// A new file or an empty one, which others may open as they like.
+/// Creates a file, or empties an existing one. Others may open it in any way.
 HANDLE createFile(const std::wstring& path);
 
 }  // namespace child

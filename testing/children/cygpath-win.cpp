@@ -1,7 +1,8 @@
-// cygpath -m|-w NAME...: the Windows name of each, on a line of its own, with forward or backward
-// slashes; without an option the name as it is. See posixnames-win.h. If the variable
-// NBCC_CYGPATH_ANSWER is set, that text is the answer to everything. Ends with 1 at a name that
-// can't be told, behind a line that is no answer. Speaks on standard error as well, always.
+// cygpath -m|-w NAME...: prints the Windows name of each NAME on a line of its own, with forward
+// (-m) or backward (-w) slashes. Without an option, it prints the name unchanged. See
+// posixnames-win.h. If the environment variable NBCC_CYGPATH_ANSWER is set, its text is the answer
+// to everything. At a name that it can't convert, it ends with 1, after a line that is no answer.
+// It always writes to standard error as well.
 
 #include <algorithm>
 #include <optional>

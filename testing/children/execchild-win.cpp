@@ -1,5 +1,5 @@
-// A child that does what its arguments say, from left to right. Text goes out as UTF-8,
-// untranslated, and with no line end of its own but where lines are spoken of.
+// A child that performs the actions of its arguments, from left to right. Text is written as UTF-8,
+// untranslated, and without a line end unless lines are mentioned.
 //
 //     out COUNT PIECE         COUNT bytes "abc...zabc..." to standard output, PIECE bytes a write
 //     err COUNT PIECE         the same to standard error
@@ -7,32 +7,32 @@
 //     complain TEXT           the text to standard error (complain16: as UTF-16LE)
 //     copy                    standard input to standard output, to its end
 //     sleep MS                sleeps
-//     burn MS                 computes until its processor time has grown by that
-//     io MS FILE              writes and reads the file for that time, and sleeps after each round
+//     burn MS                 computes until its processor time has grown by MS
+//     io MS FILE              writes and reads the file for MS, and sleeps after each round
 //     make FILE               makes an empty file
-//     await FILE              waits until the file is there
-//     await-gone FILE         waits until the file isn't there
+//     await FILE              waits until the file exists
+//     await-gone FILE         waits until the file doesn't exist
 //     pid FILE                writes its process id to the file, which is never seen half written
 //     variable NAME           the environment variable, or "(not set)"
 //     environment             each entry of the environment block on a line
 //     folder                  the current directory
-//     handles                 a line for standard input, output and error each: "disk" and the
+//     handles                 a line each for standard input, output and error: "disk" and the
 //                             position, "pipe", "char" or "unknown"; then "same file", "different
-//                             files" or "no files", of standard output and error
-//     ignore-break            from here on a break has no effect
-//     spawn ACTIONS...        starts itself with these, without standard handles and without a
-//                             console, and ends
-//     spawn-and N ACTIONS...  the same with the next N arguments, and goes on behind them
-//     arguments               the whole command line as it came, and ends
+//                             files" or "no files", for standard output and error
+//     ignore-break            from now on, a break has no effect
+//     spawn ACTIONS...        starts itself with these actions, without standard handles and
+//                             without a console, and ends
+//     spawn-and N ACTIONS...  the same with the next N arguments, and goes on after them
+//     arguments               the whole command line as received, and ends
 //     exit CODE               ends with this exit code, decimal (also negative) or hexadecimal
-//                             behind 0x
+//                             after 0x
 //
-// Otherwise it ends with 0; with 120 and a line on standard error if it can't understand an action,
-// with 121 and a line if it can't do one.
+// Otherwise it ends with 0. It ends with 120 and a line on standard error if it can't understand an
+// action, and with 121 and a line if it can't perform one.
 //
-// A break comes from the console, or as an event (see childBreakName) that is looked for at each
-// action and all the time while it waits, computes or writes. What counts as work it tells: see
-// ChildCounters.
+// A break comes from the console, or as an event (see childBreakName). The event is checked at each
+// action and all the time while the child waits, computes or writes. The child reports what counts
+// as work: see ChildCounters.
 
 #include <algorithm>
 #include <cwchar>
@@ -88,7 +88,7 @@ ULONGLONG joined(FILETIME time) {
     return ULONGLONG{time.dwHighDateTime} << 32 | time.dwLowDateTime;
 }
 
-/// Returns the processor time so far, in 100 ns, and tells it.
+/// Returns the processor time so far, in units of 100 ns, and reports it in the counters.
 ULONGLONG countTimes() {
     FILETIME ignored;
     FILETIME kernel;
@@ -212,8 +212,9 @@ void spawn(const wchar_t* const* first, const wchar_t* const* last) {
         line += L' ';
         testing_support::appendQuoted(line, *first);
     }
-    // With no handles named, console programs would be given their parent's. Without a console of
-    // their parent's they would be given a new one, and its server with it.
+    // STARTF_USESTDHANDLES: otherwise console programs would get their parent's handles.
+    // DETACHED_PROCESS: otherwise, if their parent has no console, they would get a new one, and
+    // its server with it.
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     startup.dwFlags = STARTF_USESTDHANDLES;
@@ -261,7 +262,7 @@ constexpr Action ACTIONS[] = {
     {L"exit", 1, [](Arguments a) { end(static_cast<UINT>(number(a[0]))); }},
 };
 
-/// Does the first action and returns where the next one stands.
+/// Performs the first action and returns the position of the next one.
 Arguments perform(Arguments first, Arguments last) {
     pause(0);
     const std::wstring name = *first++;

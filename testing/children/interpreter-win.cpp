@@ -1,5 +1,5 @@
-// interpreter WORDS...: the whole command line as it came, a line end, and what the last word's
-// file holds, if there is one.
+// interpreter WORDS...: prints the whole command line as received, a line end, and the content of
+// the file that the last word names, if there is one.
 
 #include <array>
 

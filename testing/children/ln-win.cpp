@@ -1,5 +1,5 @@
-// ln -s TARGET NAME: makes a link. Ends with 1 if there is one of that name, or no folder for it.
-// See posixnames-win.h.
+// ln -s TARGET NAME: makes a link. Ends with 1 if a link of that name exists, or its folder
+// doesn't. See posixnames-win.h.
 
 #include <optional>
 #include <string>

@@ -1,5 +1,5 @@
-// readlink NAME: what the link names, on a line. Ends with 1 and no word if it is none. With -n no
-// line end follows. See posixnames-win.h.
+// readlink NAME: prints the target of the link, on a line; with -n, without a line end. If NAME is
+// no link, prints nothing and ends with 1. See posixnames-win.h.
 
 #include <array>
 #include <optional>

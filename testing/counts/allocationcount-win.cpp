@@ -8,7 +8,7 @@
 namespace {
 
 std::atomic<size_t> gAllocations{0};
-// Made and not deleted.
+// Created and not yet deleted.
 std::atomic<ptrdiff_t> gObjects{0};
 std::atomic<ptrdiff_t> gArrays{0};
 
@@ -44,7 +44,7 @@ LiveAllocations liveAllocations() {
 
 }  // namespace testing_support
 
-// The nothrow forms stand on these.
+// The nothrow forms call these.
 void* operator new(size_t size) { return make(size, gObjects); }
 void* operator new[](size_t size) { return make(size, gArrays); }
 

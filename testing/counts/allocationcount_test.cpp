@@ -11,7 +11,8 @@ namespace {
 using testing_support::allocationCount;
 using testing_support::liveAllocationCount;
 
-// Kept where the compiler can't see that nobody reads it, so that no allocation is optimised away.
+// Stored where the compiler can't see that it is never read, so that no allocation is optimised
+// away.
 void* volatile gKept = nullptr;
 
 template <class T>

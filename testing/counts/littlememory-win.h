@@ -9,12 +9,12 @@
 
 namespace testing_support {
 
-/// Does the step with memory for nothing, for one block, for two and so on, until that is enough.
-/// Ends the process with 1 where anything is left in hand after a try, and where none failed. For
+/// Runs the step with memory for no block, for one block, for two and so on, until that is enough.
+/// Ends the process with 1 if a try leaves anything allocated or open, or if no try has failed. For
 /// a child process of one thread: see MemoryShortage.
 template <class Step>
 void expectNothingHeldOfLittleMemory(const char* name, Step step) {
-    step();  // what the runtime and the system allocate once is there from here on
+    step();  // allocates what the runtime and the system allocate only once
     OwnershipCount ownership;
     bool isDone = false;
     for (int blocks = 0; !isDone; ++blocks) {

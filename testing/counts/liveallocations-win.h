@@ -4,9 +4,9 @@
 
 namespace testing_support {
 
-/// What was made with `new` less what was deleted in the same form, by form: an array that goes
-/// back through the plain `delete` shows as one array too many and one object too few. Counted is
-/// as in allocationCount.
+/// The number of `new` calls minus the number of `delete` calls of the same form. An array that is
+/// freed with the plain `delete` shows as one array too many and one object too few. Counts the
+/// same calls as allocationCount.
 struct LiveAllocations {
     ptrdiff_t mObjects = 0;
     ptrdiff_t mArrays = 0;

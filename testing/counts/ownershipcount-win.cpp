@@ -11,7 +11,7 @@
 #include <type_traits>
 
 #include <windows.h>
-// Behind windows.h.
+// Must follow windows.h.
 #include <aclapi.h>
 #include <sddl.h>
 
@@ -29,7 +29,7 @@ struct Block {
     Kind kind;
 };
 
-/// The blocks that are out. Needs no memory, so that it doesn't count itself.
+/// The blocks that haven't been freed. Allocates no memory, so that it doesn't count itself.
 class BlockTable {
 public:
     void clear() {
@@ -61,7 +61,7 @@ public:
             *found = mBlocks[--mCount];
         }
     }
-    /// Null if there is none.
+    /// Returns a block of this kind, or null if there is none.
     void* any(Kind kind) const {
         const std::lock_guard lock(mMutex);
         const auto end = mBlocks.begin() + mCount;
@@ -99,8 +99,8 @@ struct Name {
     char mText[size];
 };
 
-/// Replaces a function that, where it succeeds, leaves memory at the address that its argument of
-/// this index holds, unless that is null.
+/// Replaces a function that stores the address of memory where its argument of this index points.
+/// If the function succeeds and the argument isn't null, that memory is counted.
 template <Name name, size_t index, Kind kind, class Signature>
 class GivingCall;
 
@@ -109,8 +109,8 @@ class GivingCall<name, index, kind, Result(Arguments...)> {
 public:
     using Signature = Result(Arguments...);
 
-    /// The program imports what is named. But the name may stand for a jump through the import
-    /// table, to the replacement, and so isn't what is called.
+    /// Naming the function makes the program import it. But the name may refer to a jump through
+    /// the import table, which leads to the replacement. So `function` isn't the one to call.
     explicit GivingCall(Signature* function) : mCall(name.mText, replacement) {
         sImported = function;
         sOriginal = mCall.original();
@@ -211,7 +211,7 @@ OwnedResources heldNow() {
             .mHandles = static_cast<ptrdiff_t>(handleCount())};
 }
 
-/// The runtime opens handles at a thread's first exception, and keeps them.
+/// The runtime opens handles at a thread's first exception, and keeps them open.
 void throwOnce() {
     try {
         throw std::runtime_error("once");

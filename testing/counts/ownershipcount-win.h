@@ -8,14 +8,14 @@
 
 namespace testing_support {
 
-/// What this program holds, by the way in which it must go back.
+/// What this program holds, grouped by how it must be released.
 struct OwnedResources {
-    ptrdiff_t mLocalBlocks = 0;         ///< for LocalFree, whichever function handed them out
+    ptrdiff_t mLocalBlocks = 0;         ///< for LocalFree, whichever function allocated them
     ptrdiff_t mSids = 0;                ///< of AllocateAndInitializeSid, for FreeSid
     ptrdiff_t mPrivateDescriptors = 0;  ///< for DestroyPrivateObjectSecurity
-    ptrdiff_t mStrayReleases = 0;       ///< calls of these three for what none of those gave
-    ptrdiff_t mArrays = 0;              ///< of new[]
-    ptrdiff_t mObjects = 0;             ///< of new
+    ptrdiff_t mStrayReleases = 0;  ///< releases by these three of what wasn't allocated for them
+    ptrdiff_t mArrays = 0;         ///< of new[]
+    ptrdiff_t mObjects = 0;        ///< of new
     ptrdiff_t mHandles = 0;
 
     bool operator==(const OwnedResources& other) const = default;
@@ -23,13 +23,13 @@ struct OwnedResources {
 
 std::ostream& operator<<(std::ostream& out, const OwnedResources& owned);
 
-/// Counts what this program acquires and doesn't give back, from the object's making or its last
-/// `restart`. One at a time.
+/// Counts what this program acquires and doesn't release, since the object's creation or the last
+/// `restart`. At most one object at a time.
 ///
-/// Of Windows's memory it counts what is handed out and given back through the program's import
-/// table: by LocalAlloc and by the functions for SIDs, access lists and security descriptors whose
-/// results LocalFree, FreeSid or DestroyPrivateObjectSecurity takes. Those calls are replaced (see
-/// ReplacedCall) while the object lives. Other threads count as well.
+/// Windows's memory counts if it is allocated and freed through the program's import table: by
+/// LocalAlloc, and by the functions for SIDs, access lists and security descriptors whose results
+/// are for LocalFree, FreeSid or DestroyPrivateObjectSecurity. These calls are replaced (see
+/// ReplacedCall) while the object exists. Other threads count as well.
 class OwnershipCount {
 public:
     OwnershipCount();
@@ -37,12 +37,12 @@ public:
     OwnershipCount(const OwnershipCount&) = delete;
     OwnershipCount& operator=(const OwnershipCount&) = delete;
 
-    /// From here on, what is held now counts as nothing.
+    /// Starts the count again: what is held now no longer counts.
     void restart();
-    /// What is held more than at the start, or less.
+    /// Returns what is held now minus what was held at the start; the figures may be negative.
     OwnedResources held() const;
-    /// Gives back the local memory that was handed out since the object's making, for a test whose
-    /// subject is to leave some. Returns how many blocks it was.
+    /// Frees the local memory that was allocated since the object's creation, for tests that leave
+    /// some on purpose. Returns the number of blocks.
     size_t freeLocalMemory();
 
 private:
@@ -51,9 +51,9 @@ private:
     OwnedResources mStart;
 };
 
-/// Its tests fail if they end with more or less in hand than they began with, unless they have
-/// failed already or are skipped, of which a note is kept. What a fixture's own members acquire in
-/// the constructor isn't counted.
+/// A test of this fixture fails if it ends holding more or less than at its beginning. Tests that
+/// have failed already or are skipped aren't checked, because a note of that stays in memory. What
+/// a fixture's own members acquire in the constructor doesn't count.
 class OwnershipTest : public testing::Test {
 protected:
     void SetUp() override { mOwnership.restart(); }

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// Behind windows.h.
+// Must follow windows.h.
 #include <aclapi.h>
 #include <sddl.h>
 
@@ -14,9 +14,9 @@ using testing_support::OwnedResources;
 using testing_support::OwnershipCount;
 using testing_support::OwnershipTest;
 
-// The calls stand outside of the tests' bodies, so that the replaced ones are made.
+// The calls are outside the tests' bodies, so that they reach the replacements.
 
-/// Something to acquire and how it goes back.
+/// Something to acquire, and how to release it.
 struct Row {
     const char* mName;
     void* (*mAcquire)();
@@ -121,7 +121,7 @@ void* privateDescriptor() {
 
 void* event() { return CreateEventW(nullptr, FALSE, FALSE, nullptr); }
 
-// Kept where the compiler can't see that nobody reads it.
+// Stored where the compiler can't see that it is never read.
 void* volatile gKept = nullptr;
 
 void* keep(void* memory) {
@@ -187,7 +187,7 @@ TEST(OwnershipCountTest, AnArrayThatIsDeletedAsAnObjectStaysOnTheCount) {
     // NOLINTNEXTLINE(clang-analyzer-unix.MismatchedDeallocator): the mistake under test
     ::operator delete(keep(::operator new[](10)));
     EXPECT_EQ(count.held(), (OwnedResources{.mArrays = 1, .mObjects = -1}));
-    // The two forms take the same memory here; what was counted is put right.
+    // Both forms use the same memory here. This balances the count.
     ::operator delete[](keep(::operator new(10)));
     EXPECT_EQ(count.held(), OwnedResources());
 }
@@ -231,7 +231,7 @@ TEST(OwnershipCountTest, TheCountCanBeReadInAFailure) {
               "objects 0, handles 0");
 }
 
-/// The fixture as a test has it, run by hand.
+/// The fixture as a test uses it, run by hand.
 class RunFixture : public OwnershipTest {
 public:
     void TestBody() override {}

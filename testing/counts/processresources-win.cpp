@@ -52,7 +52,7 @@ size_t rowsOfThisProcess() {
 
 size_t handleCount() {
     DWORD count = 0;
-    // Wine answers 0.
+    // Wine reports 0.
     if (GetProcessHandleCount(GetCurrentProcess(), &count) && count != 0) {
         return count;
     }

@@ -7,16 +7,18 @@
 
 namespace testing_support {
 
-/// Tests of what owns SIDs, access lists, descriptors and tokens: they leave nothing in memory.
+/// For tests of classes that own SIDs, access lists, descriptors and tokens: checks that they leave
+/// nothing in memory.
 class SecurityTest : public OwnershipTest {
 protected:
-    /// What the system and the runtime keep from the first failure on isn't counted.
+    /// Fails once, so that what the system and the runtime retain from the first failure on doesn't
+    /// count.
     SecurityTest() {
         expectFailedCall("", ERROR_ACCESS_DENIED,
                          [] { throw Win32Exception("", ERROR_ACCESS_DENIED); });
     }
 
-    /// The reason of a test that is skipped is kept.
+    /// Doesn't check a skipped test, because the reason for skipping stays in memory.
     void TearDown() override {
         if (!IsSkipped()) {
             OwnershipTest::TearDown();

@@ -1,4 +1,5 @@
-// The library in fresh processes, on a network provider that is there, isn't there, or fails.
+// Tests the library in fresh processes, with a network provider that is there, isn't there, or
+// fails.
 
 #include <filesystem>
 
@@ -21,7 +22,7 @@ using testing_support::testProgramFolder;
 
 using Arguments = std::vector<std::string>;
 
-/// A process of its own that asks the library, with `drives` connected.
+/// Queries the library in a separate process, with `drives` connected.
 class DrivesTest : public testing::Test {
 protected:
     void SetUp() override {
@@ -37,7 +38,7 @@ protected:
         return runChild(run);
     }
 
-    /// The answer of an asked process that has no complaint.
+    /// Returns the output of a process that succeeds without an error message.
     std::string answer(const std::string& drives, const Arguments& arguments) {
         const ChildResult result = ask(drives, arguments);
         EXPECT_EQ(result.exitCode, 0U);
@@ -75,7 +76,7 @@ TEST_F(DrivesTest, MoreDrivesThanOneBufferHoldsAreAllThere) {
 }
 
 TEST_F(DrivesTest, ConnectionsOfOtherProvidersCountForNothing) {
-    // An empty text is as near to none as the provider gets through Wine.
+    // Under Wine, an empty text is the closest that the provider gets to a missing one.
     EXPECT_EQ(answer("n: | \\\\view | Other Network\n | \\\\view\\tag | \nz: | \\\\view\\t | \n"
                      "m: | \\\\view\n",
                      {"drives"}),
@@ -117,7 +118,7 @@ TEST_F(DrivesTest, AProviderThatDoesNotOpenLeavesNoDrives) {
     EXPECT_EQ(result.output, "{\"mvfsRoot\":\"\",\"drives\":{}}\n");
 }
 
-/// A host in `folder`, where a library of the system may be another than the system's.
+/// Runs a host in `folder`, where another library may replace one of the system.
 ChildResult loadIn(const std::string& folder,
                    const std::map<std::string, std::optional<std::string>>& environment = {}) {
     const std::filesystem::path programs = testProgramFolder();
@@ -125,13 +126,13 @@ ChildResult loadIn(const std::string& folder,
                        {(programs / "nbclearcase_fake.dll").string()},
                        environment};
     ChildResult result = runChild(run);
-    // Both wrote as text, with line ends of two characters.
+    // Both were written in text mode, with line ends of two characters.
     std::erase(result.output, '\r');
     std::erase(result.error, '\r');
     return result;
 }
 
-/// The words of a failed call: `before`, the system's own sentence, and the number.
+/// Expects the message of a failed call: `before`, the system's own sentence, and the number.
 void expectWords(const std::string& text, const std::string& before, const std::string& number) {
     const std::string end = " (" + number + ")\n";
     EXPECT_EQ(text.rfind(before, 0), 0U) << text;
@@ -143,7 +144,7 @@ void expectWords(const std::string& text, const std::string& before, const std::
 constexpr const char* LOOKUP = "nbclearcase:  initialization error looking up MVFS drives:  ";
 
 TEST(NoProviderTest, WithoutAnyProviderTheLibraryLoadsWithAComplaintAndNoDrives) {
-    const RegisteredProvider outer;  // puts back what was there
+    const RegisteredProvider outer;  // restores the registry
     if (!outer.problem().empty()) {
         GTEST_SKIP() << outer.problem();
     }

@@ -1,6 +1,6 @@
-// The enumeration of network drives, failing as a test wants it: an MVFS drive and a view drive,
-// and then the error that the environment variable FAILING_MPR names, or at once, when the
-// enumeration is opened, the one that FAILING_MPR_OPEN names.
+// An enumeration of network drives that fails as a test requests. It returns an MVFS drive and a
+// view drive, and then the error that the environment variable FAILING_MPR names. With
+// FAILING_MPR_OPEN, opening the enumeration fails at once with the error that this variable names.
 
 #include <cstdlib>
 

@@ -1,5 +1,5 @@
-// Windows Sockets that don't start. The system's header isn't included: it declares these functions
-// as another library's.
+// Windows Sockets that don't start. The system's header isn't included because it declares these
+// functions as functions of another library.
 
 #include <windows.h>
 

@@ -1,4 +1,4 @@
-// The DLL as it ships, seen from a host that is linked apart from it.
+// The DLL as it ships, tested from a host that is linked separately.
 
 #include <set>
 #include <string_view>
@@ -13,9 +13,9 @@
 #include "testing/scopes/environmentscope.h"
 #include "testing/scopes/tempfolder.h"
 
-/// The table of a connection by number, with the signatures of the operations that have to stand
-/// there, and no word of the contract's header. Not in the unnamed namespace: the compiler would
-/// see that nothing derives from it, and take every call for one that can't happen.
+/// The table of a connection, by number: the operations that must be there, with their signatures,
+/// but without the class of the contract's header. Not in the unnamed namespace: the compiler would
+/// see that no class derives from this one, and treat every call as one that can't happen.
 class TableByNumber {
 public:
     virtual ~TableByNumber() = default;
@@ -41,7 +41,7 @@ using testing_support::ReplacedCall;
 using testing_support::ShippedLibrary;
 using testing_support::TempFolder;
 
-/// A library, and a configuration with one complaint and one element.
+/// The library, with a configuration that causes one complaint and has one element.
 class LibraryTest : public testing::Test {
 protected:
     TempFolder mFolder;
@@ -107,7 +107,7 @@ TEST_F(LibraryTest, AnyArgumentMakesTheSameConnection) {
     }
 }
 
-/// The error of making a socket, 0 if one can be made.
+/// Returns the error of creating a socket, or 0 if one can be created.
 int socketError() {
     const SOCKET made = socket(AF_INET, SOCK_STREAM, 0);
     if (made == INVALID_SOCKET) {
@@ -133,7 +133,7 @@ TEST(LibraryLoadTest, SocketsAreStartedAsLongAsItIsLoadedWhateverThreadsEnd) {
 bool gRefused = false;
 
 TEST_F(LibraryTest, WithoutMemoryForItThereIsNoConnection) {
-    // Only the object's own allocation fails: the runtime can't refuse without any memory.
+    // Only the object's own allocation fails: the runtime can't report that without any memory.
     gRefused = false;
     static void* (*allocate)(size_t) = nullptr;
     const ReplacedCall<void*(size_t)> call(
@@ -149,7 +149,7 @@ TEST_F(LibraryTest, WithoutMemoryForItThereIsNoConnection) {
     EXPECT_TRUE(gRefused);
 }
 
-/// Where a table of the loaded module lies.
+/// Returns the address of a table of the loaded module.
 template <class Table>
 const Table* tableOf(HMODULE module, int directory, const unsigned char*& base) {
     base = reinterpret_cast<const unsigned char*>(module);

@@ -1,5 +1,5 @@
-// loadhost DLL: loads the library in a fresh process and prints "loaded", or the error and goes
-// with exit code 1. Then asks it for its drives.
+// loadhost DLL: loads the library in a fresh process and prints "loaded", then asks it for its
+// drives. If the library doesn't load, prints the error and ends with exit code 1.
 
 #include <iostream>
 #include <memory>

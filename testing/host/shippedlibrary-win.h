@@ -10,7 +10,7 @@
 
 namespace testing_support {
 
-/// The DLL as it ships, loaded beside the test program until the scope ends.
+/// The DLL as it ships, loaded from the test program's folder until the scope ends.
 class ShippedLibrary {
 public:
     ShippedLibrary()
@@ -31,7 +31,7 @@ public:
     ShippedLibrary& operator=(const ShippedLibrary&) = delete;
 
     HMODULE module() const { return mLibrary; }
-    /// Must be gone before the library is.
+    /// Creates a connection, which must be destroyed before the library is unloaded.
     std::unique_ptr<ClearCaseConnection> connect(void* argument = nullptr) const {
         return std::unique_ptr<ClearCaseConnection>(mMake(argument));
     }

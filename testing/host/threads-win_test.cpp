@@ -27,7 +27,7 @@ struct Answer {
     bool operator==(const Answer&) const = default;
 };
 
-/// The answers on one path, configured or not, on a view drive or not.
+/// Returns the answers for one path, configured or not, on a view drive or not.
 Answer ask(ClearCaseConnection& connection, const std::string& path,
            const std::vector<std::string>& tags) {
     Answer answer;
@@ -36,7 +36,8 @@ Answer ask(ClearCaseConnection& connection, const std::string& path,
     return answer;
 }
 
-/// All paths in turn, `rounds` times; the number of answers that differ from the expected ones.
+/// Asks for all paths in turn, `rounds` times. Returns how many answers differ from the expected
+/// ones.
 int wrongAnswers(ClearCaseConnection& connection, const std::vector<std::string>& paths,
                  const std::vector<std::string>& tags, const std::vector<Answer>& expected,
                  int rounds) {
@@ -49,7 +50,7 @@ int wrongAnswers(ClearCaseConnection& connection, const std::vector<std::string>
     return wrong;
 }
 
-TEST(ThreadsTest, EightThreadsGetTheAnswersOfOneAndLeaveNeitherMemoryNorHandles) {
+TEST(ThreadsTest, EightThreadsGetTheSameAnswersAndLeakNoMemoryOrHandles) {
     const RegisteredProvider provider;
     if (!provider.problem().empty()) {
         GTEST_SKIP() << provider.problem();
@@ -87,13 +88,13 @@ TEST(ThreadsTest, EightThreadsGetTheAnswersOfOneAndLeaveNeitherMemoryNorHandles)
             thread.join();
         }
     };
-    runThreads(20);  // what is made once is made
+    runThreads(20);  // creates what is created only once
     const size_t handles = handleCount();
     const size_t bytes = heapBytes();
     runThreads(500);
     EXPECT_EQ(wrong, 0);
-    // 24,000 answers: a handle or three bytes lost in each would show. A lock keeps one handle from
-    // the first time that two threads meet at it, whenever that is.
+    // These are 24,000 answers: a leak of a handle or of three bytes in each would show. A lock
+    // keeps one handle from the first time that two threads contend for it, whenever that is.
     constexpr size_t locks = 8;
     EXPECT_LE(handleCount(), handles + locks);
     EXPECT_LT(heapBytes(), bytes + 50000);

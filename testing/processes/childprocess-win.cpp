@@ -35,7 +35,7 @@ std::wstring commandLine(const ChildRun& run) {
     return line;
 }
 
-/// Names of variables differ in more than case.
+/// Orders names of variables, ignoring case.
 struct NameLess {
     bool operator()(const std::wstring& a, const std::wstring& b) const {
         return CompareStringOrdinal(a.c_str(), -1, b.c_str(), -1, /*bIgnoreCase=*/TRUE) ==
@@ -55,7 +55,7 @@ Environment ownEnvironment() {
     Environment environment;
     for (const wchar_t* entry = block.get(); *entry != L'\0';) {
         const std::wstring_view text(entry);
-        // The current directories of drives are variables whose names begin with the sign.
+        // The current directories of drives are variables whose names begin with '='.
         const size_t sign = text.find(L'=', 1);
         environment.emplace(text.substr(0, sign), text.substr(sign + 1));
         entry += text.size() + 1;
@@ -84,8 +84,8 @@ SECURITY_ATTRIBUTES inheritable() {
             /*bInheritHandle=*/TRUE};
 }
 
-/// One of the child's output streams, read by a thread of its own, so that a child that fills one
-/// pipe isn't stopped by the other.
+/// One of the child's output streams. A thread of its own reads it, so that a child that fills one
+/// pipe isn't blocked by the other.
 class CapturedStream {
 public:
     CapturedStream() {
@@ -104,7 +104,7 @@ public:
 
     HANDLE writeEnd() const { return mWriteEnd.get(); }
 
-    /// Called once the child has its own handle of the pipe.
+    /// Must be called once the child has its own handle of the pipe.
     void startReading() {
         mWriteEnd.reset();
         mReader = std::jthread([this] {
@@ -158,7 +158,7 @@ Handle startProcess(const ChildRun& run, HANDLE input, HANDLE output, HANDLE err
                            /*lpThreadAttributes=*/nullptr, /*bInheritHandles=*/TRUE,
                            CREATE_UNICODE_ENVIRONMENT, environment.data(),
                            run.folder.empty() ? nullptr : run.folder.c_str(), &startup, &process)) {
-        // Wine can't start one process in some thousands.
+        // Under Wine, one start in several thousand fails.
         if (GetLastError() != ERROR_INTERNAL_ERROR) {
             throwLastError("CreateProcessW");
         }

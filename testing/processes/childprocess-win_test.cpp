@@ -85,7 +85,7 @@ TEST(ChildProcessTest, StandardInputIsEmpty) {
 }
 
 TEST(ChildProcessTest, BothOutputsAreReadWhileTheChildRunsAndKeptApart) {
-    // Far more than a pipe holds, so that a child whose one stream isn't read never ends.
+    // Far more than a pipe holds, so that a child never ends if one of its streams isn't read.
     const std::string expected(1000000, 'x');
     const ChildResult result = runChild(sampleProgram({"flood", "1000000"}));
     EXPECT_EQ(result.output.size(), expected.size());

@@ -10,19 +10,19 @@ namespace testing_support {
 using ChildRecord = std::vector<unsigned char>;
 
 inline constexpr uint32_t INTRO = 0xaf00fa00;
-/// CHILD_INFO_MAGIC of the releases that are known.
+/// CHILD_INFO_MAGIC of the known releases.
 inline constexpr uint32_t KNOWN_MAGICS[] = {0xe850717a, 0x7901d74e, 0x3ebda16a, 0x3a24db6a,
                                             0x704d1f7e, 0x110015ea, 0x1630848c, 0x0a189e57,
                                             0x0482b2ea, 0x88e640f7, 0x4160e87b, 0xc87757a7};
 
-/// Little-endian; what lies behind the record's end is dropped.
+/// Stores `word` in little-endian order. Bytes after the record's end are dropped.
 inline void putWord(ChildRecord& record, size_t offset, uint32_t word) {
     for (size_t i = 0; i < sizeof word && offset + i < record.size(); ++i) {
         record[offset + i] = static_cast<unsigned char>(word >> (8 * i));
     }
 }
 
-/// A record of so many bytes; what is behind the fields is filled with 0xCC.
+/// Returns a record of `size` bytes. The bytes after the fields are 0xCC.
 inline ChildRecord newerRecord(size_t size, uint32_t magic) {
     ChildRecord record(size, 0xCC);
     for (size_t offset = 0; offset < 16; offset += 4) {
@@ -34,7 +34,7 @@ inline ChildRecord newerRecord(size_t size, uint32_t magic) {
     return record;
 }
 
-/// The same of the older layout, with a first word that isn't zero.
+/// The same in the older layout, with a first word that isn't zero.
 inline ChildRecord olderRecord(size_t size, uint32_t magic) {
     ChildRecord record(size, 0xCC);
     putWord(record, 4, static_cast<uint32_t>(size));

@@ -23,13 +23,14 @@
 
 namespace testing_support {
 
-/// The line that lets execchild do these actions: its path in quotes, and they as they stand.
+/// Returns the command line that makes execchild perform these actions: its path in quotes,
+/// followed by `actions`, unchanged.
 inline std::string execChild(const std::string& actions = {}) {
     std::string line = "\"";
     return line.append(utf8(testProgramFolder() / "execchild.exe")).append("\" ").append(actions);
 }
 
-/// A command of that line, with all else as by default.
+/// Returns a command with that line and the defaults for all else.
 inline Exec::RunInfo childInfo(const std::string& actions = {}) {
     Exec::RunInfo info;
     info.mDirectArgv = {execChild(actions)};
@@ -41,7 +42,7 @@ inline std::string fileContent(const std::filesystem::path& file) {
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 
-/// How a command's streams are taken, which decides where the words for a failure go.
+/// How a command's streams are handled. This decides where the message of a failure goes.
 struct StreamChoice {
     bool isMerged;
     bool isCaptured;
@@ -59,8 +60,8 @@ struct StreamChoice {
 inline constexpr StreamChoice STREAM_CHOICES[] = {
     {false, true}, {true, true}, {false, false}, {true, false}};
 
-/// Until the scope ends, the standard output and error of this process are two empty files, as a
-/// caller of commands may have them. What the C and C++ runtimes write goes where it went.
+/// Until the scope ends, the standard output and error of this process are two empty files, as they
+/// may be for a caller of commands. The output of the C and C++ runtimes goes where it went before.
 class StandardFiles {
 public:
     explicit StandardFiles(const TempFolder& folder)
@@ -101,7 +102,7 @@ private:
     HANDLE mErrorBefore = GetStdHandle(STD_ERROR_HANDLE);
 };
 
-/// Whether another thread can have the lock of starts now. Leaves no handle open.
+/// Returns whether another thread can acquire the lock of starts now. Leaves no handle open.
 inline bool isStartLockFree() {
     bool isFree = false;
     HANDLE thread = CreateThread(
@@ -119,20 +120,21 @@ inline bool isStartLockFree() {
     return isFree;
 }
 
-/// What the system has as this process's search path.
+/// Returns this process's search path as the system has it.
 inline std::wstring systemPath() {
     std::wstring value(32'767, L'\0');
     value.resize(GetEnvironmentVariableW(L"Path", value.data(), 32'767));
     return value;
 }
 
-/// A test of commands. When it ends, its commands have left no handle open and no file of a
-/// capture, the lock of starts is free, and directory and search path are what they were, however
-/// they ended. It uses no threads of the C++ library, which keeps handles.
+/// A test of commands. Expects at its end that its commands have left no handle open and no capture
+/// file, that the lock of starts is free, and that the current directory and the search path are
+/// what they were, however the commands have ended. It uses no threads of the C++ library, which
+/// keeps handles.
 class CommandTest : public testing::Test {
 protected:
     static void SetUpTestSuite() {
-        // What the process opens once for all its commands, exceptions and named objects.
+        // Opens what the process opens once for all its commands, exceptions and named objects.
         TestedExec().run(execChild());
         CloseHandle(CreateEventW(nullptr, TRUE, FALSE, L"nbcc-command-test"));
         EXPECT_ANY_THROW(TestedExec().run(execChild(), "c:/no such folder"));
@@ -152,7 +154,7 @@ protected:
         EXPECT_EQ(systemPath(), mPathBefore);
     }
 
-    /// The files of captures that there are now, by the first letters of their names.
+    /// Returns the current capture files, as the first three letters of their names.
     std::multiset<std::string> captures() const {
         std::multiset<std::string> names;
         for (const auto& entry : std::filesystem::directory_iterator(mCaptures.path())) {

@@ -32,7 +32,7 @@ std::string contentOf(const std::filesystem::path& file) {
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 
-/// An inheritable handle of a file, which is made if it isn't there.
+/// An inheritable handle of a file, which is created if it doesn't exist.
 class OpenFile {
 public:
     explicit OpenFile(const std::filesystem::path& path) {
@@ -196,7 +196,7 @@ TEST(ExecChildTest, ItWaitsForFilesAndMakesThem) {
 
 TEST(ExecChildTest, AGrandchildOutlivesItsParentAndHoldsNoHandleOfIt) {
     const TempFolder folder;
-    // Returns once nobody has the pipes open any more.
+    // Returns once no process has the pipes open any more.
     EXPECT_EQ(
         run({"say", "x", "spawn", "await", folder.utf8("go"), "make", folder.utf8("made")}).output,
         "x");

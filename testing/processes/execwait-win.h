@@ -24,36 +24,36 @@
 
 namespace testing_support {
 
-/// The line that lets execchild do these actions.
+/// Returns the command line that makes execchild perform these actions.
 inline std::string waitedChild(const std::string& actions) {
     std::string line = "\"";
     return line.append(utf8(testProgramFolder() / "execchild.exe")).append("\" ").append(actions);
 }
 
-/// One rule, for every command.
+/// Returns one rule, which applies to every command.
 inline std::list<Exec::StallRule> everyCommand(int32_t timeout, uint32_t flags) {
     return {{".*", timeout, flags}};
 }
 
-/// What the caller gets to read of a command that stalled.
+/// Returns the message that the caller gets for a command that stalled.
 inline std::string stallText(const std::string& command) {
     std::string text = "\nCommand \"";
     return text.append(command).append(
         "\" was not making progress so it was automatically aborted.\n");
 }
 
-/// A test of how real commands are waited for, woken up quickly. Breaks reach them, and their
-/// captures are gone when it ends.
+/// A test of waiting for real commands, with quick wake-ups. Breaks reach the commands. Expects at
+/// its end that their capture files are gone.
 class ExecWaitTest : public testing::Test {
 protected:
     void TearDown() override {
         for (const auto& entry : std::filesystem::directory_iterator(captures.path())) {
-            // The process of a death test leaves its folders.
+            // The process of a death test leaves its folders behind.
             EXPECT_TRUE(entry.is_directory()) << entry.path();
         }
     }
 
-    /// A file in the test's folder, in quotes.
+    /// Returns the path of a file in the test's folder, in quotes.
     std::string file(const std::string& name) const { return '"' + folder.utf8(name) + '"'; }
     bool isThere(const std::string& name) const {
         return std::filesystem::exists(folder.path() / name);
@@ -63,11 +63,11 @@ protected:
     void await(const std::string& name) const {
         EXPECT_TRUE(eventually([&] { return isThere(name); })) << name;
     }
-    /// What lets a process tell its id and then wait for `letGo`.
+    /// Returns the actions that make a process write its id to a file and then wait for `letGo`.
     std::string awaitingGo() const { return "pid " + file("awaiting") + " await " + file("go"); }
-    /// Lets such a process go on, and waits for its end, after which no file is in use by it.
+    /// Lets that process go on, and waits until it ends. After that it doesn't use any file.
     void letGo() const {
-        // The file is there before its content is.
+        // Waits until the file exists and the id can be read.
         DWORD pid = 0;
         EXPECT_TRUE(eventually([&] {
             std::ifstream(folder.path() / "awaiting") >> pid;
@@ -79,7 +79,7 @@ protected:
         remove("awaiting");
     }
 
-    /// At the first wake the command has come to make the file, and then the action is done.
+    /// At the first wake, waits until the command has made the file, and then runs the action.
     void atFirstWake(const std::string& name, const std::function<void()>& action = {}) {
         wakes.onTimeout([this, name, action](size_t wake) -> DWORD {
             if (wake == 1) {
@@ -91,7 +91,8 @@ protected:
             return WAIT_TIMEOUT;
         });
     }
-    /// Whether no process is left in the job. Those that are over may count for a moment yet.
+    /// Returns whether the job becomes empty. Processes that have ended may count for another
+    /// moment.
     bool jobEmpties() const {
         return eventually([this] {
             JOBOBJECT_BASIC_PROCESS_ID_LIST list{};
@@ -115,7 +116,7 @@ protected:
     TestedExec exec;
 };
 
-/// An Exec that waits for a process that never ends, without any time going by. Its job is empty.
+/// An Exec that waits for a process that never ends, without any time passing. Its job is empty.
 class SimulatedWait : public TestedExec {
 public:
     explicit SimulatedWait(const StallRule& rule) {
@@ -124,8 +125,8 @@ public:
         selectStallRule("command");
     }
 
-    /// Waits until the command has stalled, or so many rounds are over. Before each of them
-    /// `beforeRound` is called with its number, from 1 on.
+    /// Waits until the command has stalled, or `count` rounds are over. Before each round,
+    /// `beforeRound` is called with the round's number, from 1 on.
     void run(size_t count, const std::function<void(size_t)>& beforeRound = {}) {
         const QuickWakes wakes(
             [&](size_t wake) -> DWORD {

@@ -11,20 +11,21 @@
 
 namespace testing_support {
 
-/// A second process that does something to files until it is told to end (or is done): the program
-/// filechild, whose source tells its words. One at a time.
+/// A second process that works on files until `end` is called or it is done: the program filechild,
+/// whose source documents its actions. At most one object at a time.
 class FileChild {
 public:
-    /// Returns when it is ready. Throws what runChild throws, and std::runtime_error if it ends
-    /// before that.
+    /// Returns when the process is ready. Throws what runChild throws, and std::runtime_error if
+    /// the process ends before it is ready.
     FileChild(const std::string& what, std::vector<std::string> arguments);
     ~FileChild();
     FileChild(const FileChild&) = delete;
     FileChild& operator=(const FileChild&) = delete;
 
-    /// Tells it to end and waits for that. True if it could do all that it was to.
+    /// Requests the process to end and waits until it does. Returns true if it did all that it was
+    /// to do.
     bool end();
-    /// Waits until it has done all. True if it could.
+    /// Waits until the process has done all. Returns true if it could.
     bool wait();
 
 private:

@@ -13,34 +13,35 @@
 namespace testing_support {
 
 /// A small POSIX world until the scope ends: a folder that is its "/", and the programs cygpath,
-/// readlink and ln, over links in that folder, which the search path holds alone. See
-/// testing/children/posixnames-win.h. It has the folders /bin and /tools/bin; Wine starts programs
-/// of its host by POSIX names, so commands by such are of the latter. One at a time.
+/// readlink and ln, which work on links in that folder. The search path contains only these
+/// programs. See testing/children/posixnames-win.h. The world has the folders /bin and /tools/bin.
+/// Wine starts programs of its host if they are called by POSIX names, so commands with POSIX names
+/// are in /tools/bin. At most one object at a time.
 class PosixWorld {
 public:
-    /// The folder lies in the given one, which outlives the world.
+    /// The world's folder is in `folder`, which must outlive the world.
     explicit PosixWorld(const TempFolder& folder) : mFolder(folder) {
         for (const char* name : {"bin", "tools/bin"}) {
             create_directories(mRoot / name);
         }
     }
 
-    /// The folder that holds those programs.
+    /// Returns the folder of those programs.
     static std::filesystem::path tools() { return testProgramFolder() / "posixtools"; }
 
     const std::filesystem::path& root() const { return mRoot; }
-    /// The Windows name, with slashes, of a POSIX name (UTF-8) that begins with one.
+    /// Returns the Windows name, with slashes, of a POSIX name (UTF-8) that begins with a slash.
     std::string native(const std::string& name) const { return mFolder.utf8(ROOT) + name; }
-    /// Writes a file, and returns its Windows name. Its folder must be there.
+    /// Writes a file and returns its Windows name. Its folder must exist.
     std::string write(const std::string& name, const std::string& content = {}) const {
         return mFolder.write(ROOT + name, content);
     }
-    /// Makes it a link, and returns its Windows name (the file has ".lnk" behind it).
+    /// Creates a link and returns its Windows name (".lnk" is appended to the name of its file).
     std::string link(const std::string& name, const std::string& target) const {
         write(name + ".lnk", "!<symlink>" + target);
         return native(name);
     }
-    /// Makes it a copy of a program of the tools, and returns its Windows name.
+    /// Creates a copy of one of the tools and returns its Windows name.
     std::string program(const std::string& name, const char* tool = "interpreter.exe") const {
         std::string file = native(name);
         copy_file(tools() / tool, std::u8string(file.begin(), file.end()));
@@ -48,7 +49,7 @@ public:
     }
 
 private:
-    /// Wine can't start one process in some thousands: that is tried again.
+    /// Under Wine, one start in several thousand fails; this tries it again.
     static BOOL WINAPI startSurely(LPCWSTR program, LPWSTR line, LPSECURITY_ATTRIBUTES ofProcess,
                                    LPSECURITY_ATTRIBUTES ofThread, BOOL inherits, DWORD flags,
                                    LPVOID environment, LPCWSTR directory, LPSTARTUPINFOW startup,

@@ -4,7 +4,7 @@
 
 namespace testing_support {
 
-/// Waits for a process's end. True also if it has long been gone.
+/// Waits for up to half a minute until a process ends. Returns true also if it ended long ago.
 inline bool ends(DWORD pid) {
     HANDLE process = OpenProcess(SYNCHRONIZE, FALSE, pid);
     if (process == nullptr) {

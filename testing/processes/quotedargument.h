@@ -5,8 +5,8 @@
 
 namespace testing_support {
 
-/// Appends `argument` in quotes as the C runtime's reader of command lines takes it: backslashes
-/// are doubled where a quote follows, and nowhere else.
+/// Appends `argument` in quotes, in the form that the C runtime's command-line parser expects:
+/// backslashes are doubled before a quote, and nowhere else.
 inline void appendQuoted(std::wstring& line, const std::wstring& argument) {
     line += L'"';
     size_t backslashes = 0;

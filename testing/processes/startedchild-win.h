@@ -8,15 +8,15 @@
 
 namespace testing_support {
 
-/// A running execchild, whose source tells its words. Ended by force when the scope ends.
+/// A running execchild, whose source documents its actions. It is terminated when the scope ends.
 class StartedChild {
 public:
     struct Start {
         /// UTF-8.
         std::vector<std::string> actions;
-        /// Joined before the child runs.
+        /// The child joins it before it runs.
         HANDLE job = nullptr;
-        /// Inheritable; "NUL" where there is none.
+        /// Inheritable; null means "NUL".
         HANDLE input = nullptr;
         HANDLE output = nullptr;
         HANDLE error = nullptr;

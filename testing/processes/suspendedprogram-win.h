@@ -9,7 +9,7 @@
 
 namespace testing_support {
 
-/// A process that is there and never does anything. Gone when the object goes.
+/// A process that exists and never does anything, until the object is destroyed.
 class SuspendedProgram {
 public:
     /// Throws std::system_error if it can't be started.
@@ -35,7 +35,7 @@ public:
 
     HANDLE handle() const { return mProcess.get(); }
     DWORD pid() const { return mPid; }
-    /// Ends it by force. The handle and the id stay.
+    /// Terminates the process. The handle and the id stay.
     void end() const {
         TerminateProcess(mProcess.get(), 1);
         WaitForSingleObject(mProcess.get(), INFINITE);

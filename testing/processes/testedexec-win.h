@@ -10,7 +10,7 @@
 
 namespace testing_support {
 
-/// What a command left.
+/// The results of a command.
 struct CommandResult {
     int32_t code = 0;
     std::string output;
@@ -18,8 +18,9 @@ struct CommandResult {
     bool aborted = false;
 };
 
-/// How the report of a start ends that fails with ERROR_INTERNAL_ERROR: where errors have the
-/// system's words, asked for before a test may give them others, and where they have none.
+/// How an error report ends if the start fails with ERROR_INTERNAL_ERROR: with the system's message
+/// for the error, and if errors have no messages. The former is determined here, before a test may
+/// replace the messages.
 inline const std::string internalErrorEnd = [] {
     constexpr uint32_t error = ERROR_INTERNAL_ERROR;
     return ": " + errorText(/*withCode=*/false, &error, /*which=*/1) + ".\n";
@@ -27,7 +28,7 @@ inline const std::string internalErrorEnd = [] {
 inline const std::string wordlessInternalErrorEnd =
     ": Error " + std::to_string(ERROR_INTERNAL_ERROR) + ".\n";
 
-/// An Exec that keeps what it is told to report, and whose parts can be looked at.
+/// An Exec that stores its reports, and whose parts can be inspected.
 class TestedExec : public Exec {
 public:
     using Exec::mAborted;
@@ -65,19 +66,19 @@ public:
         const std::lock_guard lock(mErrorsMutex);
         mErrors.emplace_back(text);
     }
-    /// What was reported so far, one entry for each call.
+    /// Returns the reports so far, one entry for each call.
     std::vector<std::string> errors() const {
         const std::lock_guard lock(mErrorsMutex);
         return mErrors;
     }
 
-    /// Runs a command in a directory. A null `environment` is this process's. Wine can't start one
-    /// process in some thousands, with ERROR_INTERNAL_ERROR: that is tried again.
+    /// Runs a command in a directory. A null `environment` means this process's. Under Wine, one
+    /// start in several thousand fails with ERROR_INTERNAL_ERROR; this tries it again.
     CommandResult run(RunInfo& info, const std::string& directory = {},
                       const char* environment = nullptr) {
         for (;;) {
             const size_t errorCount = errors().size();
-            // What the call must overwrite.
+            // The call must overwrite these values.
             CommandResult result{-1, "output before", "error before", true};
             result.code = runCommand(info, directory, environment, /*passThrough=*/nullptr,
                                      &result.output, &result.error, &result.aborted);
@@ -94,7 +95,8 @@ public:
     }
 
 private:
-    /// Whether the last report, behind the first `count`, is of such a start. Drops it then.
+    /// Drops the last report if it comes after the first `count` and reports such a start. Returns
+    /// whether it did.
     bool dropInternalError(size_t count) {
         const std::lock_guard lock(mErrorsMutex);
         if (mErrors.size() <= count || !(mErrors.back().ends_with(internalErrorEnd) ||

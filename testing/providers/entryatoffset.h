@@ -5,7 +5,7 @@
 
 namespace testing_support {
 
-/// Calls the entry at that offset of an object's table.
+/// Calls the entry at `offset` in an object's table.
 template <class Result = int, class... Arguments>
 Result callAt(void* object, size_t offset, Arguments... arguments) {
     const std::byte* table = nullptr;
@@ -15,7 +15,7 @@ Result callAt(void* object, size_t offset, Arguments... arguments) {
     return entry(object, arguments...);
 }
 
-/// The value at that offset.
+/// Returns the value at `offset` in an object's table.
 template <class Value>
 Value valueAt(void* object, size_t offset) {
     const std::byte* table = nullptr;

@@ -9,12 +9,12 @@ inline vrpsx::raw::embedding* rawEmbedding(const PosixProvider& provider) {
     return static_cast<vrpsx::raw::embedding*>(provider.embedding());
 }
 
-/// A reference of its own.
+/// Returns an embedding with its own reference.
 inline vrpsx::embedding embeddingOf(const PosixProvider& provider) {
     return vrpsx::embedding(rawEmbedding(provider));
 }
 
-/// Lets the provider's system go by a table of the test's, which starts as a copy of its own, until
+/// Makes the provider's system use a table of the test's, which starts as a copy of its own, until
 /// the scope ends.
 class PatchedSystem {
 public:

@@ -24,7 +24,8 @@ protected:
     void* embedding() const { return mProvider.embedding(); }
     void* system() const { return static_cast<void**>(embedding()) + 1; }
 
-    /// The path in its other form, from the provider's own buffer; "(null)" if there is none.
+    /// Returns the path in its other form, from the provider's own buffer; "(null)" if there is
+    /// none.
     std::string convert(size_t offset, const char* path) const {
         char* buffer = nullptr;
         EXPECT_EQ(callAt(embedding(), offset, path, static_cast<void*>(nullptr), &buffer), 0);
@@ -141,7 +142,7 @@ TEST_F(PosixPathsTest, PathsAreConvertedByTheLongestMountThatCoversThem) {
     }
 }
 
-/// An allocator of the test's: what it was asked for, and a buffer.
+/// A test allocator: the size that it was asked for, and its buffer.
 struct Allocator {
     const void* const* table;
     size_t size;

@@ -11,7 +11,7 @@
 namespace testing_support {
 namespace {
 
-/// Loaded at the first use, for good: threads of the DLL may outlive a test.
+/// Loads the DLL at the first use and never unloads it: its threads may outlive a test.
 HMODULE library() {
     static const HMODULE module = LoadLibraryW((testProgramFolder() / "posixprovider.dll").c_str());
     if (module == nullptr) {
@@ -30,7 +30,7 @@ Function* find(const char* name) {
     return found;
 }
 
-/// A function of the DLL.
+/// Returns a function of the DLL.
 #define PROVIDER(name) find<decltype(posixprovider_##name)>("posixprovider_" #name)
 
 std::string textOrEmpty(const char* text) { return text != nullptr ? text : ""; }

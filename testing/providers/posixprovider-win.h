@@ -9,9 +9,10 @@
 
 namespace testing_support {
 
-/// The POSIX runtime of testing/providers/posixprovider, loaded from beside the test program, with
-/// an embedding of its own. Everything in it starts afresh with the object: one at a time. What
-/// uses the embedding has to end before this does. posixprovider.h tells more of each function.
+/// The POSIX runtime of testing/providers/posixprovider, loaded from the test program's folder,
+/// with its own embedding. Everything in it is reset when the object is created, so there may be at
+/// most one object at a time. Whatever uses the embedding must end before the object does.
+/// posixprovider.h documents each function.
 class PosixProvider {
 public:
     using Entry = posixprovider_entry;
@@ -27,33 +28,33 @@ public:
         bool operator==(const Kill&) const = default;
     };
 
-    /// `release` is what uname says. Throws std::runtime_error if the DLL can't be loaded.
+    /// `release` is the result of uname. Throws std::runtime_error if the DLL can't be loaded.
     explicit PosixProvider(const std::string& release = "1.7.35");
-    /// Expects that all is clean, unless that was done, or `disregard` was called.
+    /// Calls expectClean, unless that or `disregard` has been called before.
     ~PosixProvider();
     PosixProvider(const PosixProvider&) = delete;
     PosixProvider& operator=(const PosixProvider&) = delete;
 
-    /// The object of the binary interface; this class holds a reference to it until it ends, or
-    /// until expectClean.
+    /// Returns the object of the binary interface. This class holds a reference to it until it is
+    /// destroyed, or until expectClean.
     void* embedding() const { return mEmbedding; }
-    /// Drops the own reference, and then expects with EXPECT that nothing is alive and that no
-    /// fault was counted.
+    /// Drops its own reference, and then expects with EXPECT that nothing is alive and no fault was
+    /// counted.
     void expectClean();
-    /// Forgets all that there is, for tests that leave something behind on purpose.
+    /// Resets everything, for tests that leave something behind on purpose.
     void disregard();
 
     int count(Counter counter) const;
-    /// All that counts something, as "mutexes: 1" for instance, without the references.
+    /// Returns all counters that aren't 0, except the references, for instance as "mutexes: 1".
     std::vector<std::string> leftovers() const;
     std::vector<std::string> faults() const;
-    /// These are expected, and forgotten.
+    /// Returns the faults, which were expected, and forgets them.
     std::vector<std::string> takeFaults();
     int calls(Entry entry) const;
 
-    /// The next call of the entry fails, without any result.
+    /// Makes the next call of the entry fail, without any result.
     void failNext(Entry entry, int code) { fail(entry, 1, code, false); }
-    /// The next call does what it does, and fails nonetheless.
+    /// Makes the next call of the entry fail although it does its work.
     void failNextWithResult(Entry entry, int code) { fail(entry, 1, code, true); }
     void failAlways(Entry entry, int code) { fail(entry, 0, code, false); }
     void fail(Entry entry, int nth, int code, bool withResult);
@@ -71,18 +72,18 @@ public:
     void setTime(Time time);
     void advanceTime(Time time);
     Time time() const;
-    /// The deadlines that timedwait was given.
+    /// Returns the deadlines that timedwait was given.
     std::vector<Time> deadlines() const { return times(POSIXPROVIDER_COND_TIMEDWAIT); }
-    /// The requests that nanosleep was given.
+    /// Returns the requests that nanosleep was given.
     std::vector<Time> sleeps() const { return times(POSIXPROVIDER_SYSTEM_NANOSLEEP); }
-    /// False if it took longer than ten seconds.
+    /// Returns false if that took longer than ten seconds.
     bool awaitBlocked(Entry entry, int count = 1) const;
 
     void setStorageSizes(uint64_t sigset, uint64_t sigaction);
     const void* storage(Entry entry) const;
 
     void setMounts(const std::string& text);
-    /// Empty if there is no such link.
+    /// Returns an empty text if there is no such link.
     std::string link(const std::string& path) const;
     std::string directory() const;
     std::string pathCall() const;

@@ -23,14 +23,14 @@ class PosixProviderTest : public testing::Test {
 protected:
     void* system() const { return static_cast<void**>(mProvider.embedding()) + 1; }
 
-    /// An object that an entry of the system makes; null if it fails.
+    /// Returns an object that an entry of the system creates, or null if it fails.
     void* make(size_t offset) const {
         void* made = nullptr;
         EXPECT_EQ(callAt(system(), offset, &made), 0);
         return made;
     }
 
-    /// A set in `mStorage` with the signal SIGNAL.
+    /// Returns a set in `mStorage` with the signal SIGNAL.
     void* makeSet() {
         void* set = nullptr;
         EXPECT_EQ(callAt(system(), 248, static_cast<void*>(mStorage), &set), 0);
@@ -169,7 +169,7 @@ TEST_F(PosixProviderTest, ProcessesAreKnownByWindowsIdAndTheirSignalsAreKept) {
     EXPECT_EQ(mProvider.kills(), expected);
 }
 
-/// Waits with the deadline, locked.
+/// Waits until the deadline, with the mutex locked.
 int waitUntil(void* cond, void* mutex, Time deadline) {
     EXPECT_EQ(callAt(mutex, 32), 0);
     const int code = callAt(cond, 48, mutex, static_cast<const Time*>(&deadline));

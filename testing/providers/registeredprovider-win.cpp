@@ -34,7 +34,7 @@ struct KeyCloser {
 };
 using Key = std::unique_ptr<std::remove_pointer_t<HKEY>, KeyCloser>;
 
-/// Null if there is no such key.
+/// Returns null if there is no such key.
 Key openKey(const std::wstring& path) {
     HKEY key = nullptr;
     const LSTATUS status =
@@ -70,7 +70,7 @@ std::optional<Value> readValue(const std::wstring& path, const wchar_t* name) {
     return value;
 }
 
-/// Makes the keys that are missing on the way.
+/// Creates the missing keys on the way.
 void writeValue(const std::wstring& path, const wchar_t* name, const Value& value) {
     HKEY key = nullptr;
     check(RegCreateKeyExW(HKEY_LOCAL_MACHINE, path.c_str(), /*Reserved=*/0, /*lpClass=*/nullptr,
@@ -108,7 +108,7 @@ Services servicesOf(const std::wstring& order) {
     return services;
 }
 
-/// One value as it is now, to be put back when the object goes.
+/// Remembers one value, and restores it when the object is destroyed.
 class ValueBefore {
 public:
     ValueBefore(std::wstring path, const wchar_t* name)
@@ -125,7 +125,7 @@ public:
         try {
             restore();
         } catch (const std::system_error&) {
-            // What could be written before can be written now, unless the system is going down.
+            // What could be written before can be written now, unless the system is shutting down.
         }
     }
     ValueBefore(const ValueBefore&) = delete;

@@ -7,28 +7,28 @@
 namespace testing_support {
 
 /// Enters a network provider in the registry, where the system looks for providers: under the
-/// service name "MvfsProvider" and the provider name "ClearCase Dynamic Views", behind the
-/// providers that are there. The DLL is testing/providers/mvfsprovider unless another is named.
-/// Entering it again replaces what was entered. Throws std::system_error if the registry can't be
-/// written, which takes an administrator.
+/// service name "MvfsProvider" and the provider name "ClearCase Dynamic Views", after the existing
+/// providers. The DLL is testing/providers/mvfsprovider unless another is named. Entering it again
+/// replaces the entry. Throws std::system_error if the registry can't be written; this requires an
+/// administrator.
 ///
 /// A process reads the registry when its mpr.dll is loaded or first asked, so only processes that
 /// are started afterwards see the provider.
 void installProvider(std::filesystem::path library = {});
 
-/// Takes that entry out again; the other providers stay. Nothing happens if it isn't there. Throws
+/// Removes that entry; the other providers stay. Does nothing if there is no entry. Throws
 /// std::system_error as above.
 void removeProvider();
 
-/// The list of provider services `order` (the form of the registry: names with commas between them)
-/// with `service` behind it, unless it is in there already, in whatever case.
+/// Returns the list of provider services `order` (in the registry's form: names separated by
+/// commas) with `service` appended, unless the list contains it already, in any case.
 std::wstring withService(const std::wstring& order, const std::wstring& service);
-/// The list without `service`, in whatever case.
+/// Returns the list without `service`, in any case.
 std::wstring withoutService(const std::wstring& order, const std::wstring& service);
 
-/// The same for the time of a scope, for child processes of a test. Afterwards the registry holds
-/// what it held before, missing keys and values included. One such object at a time, the ones
-/// nested within it excepted. Usage:
+/// Enters a provider until the scope ends, for child processes of a test. Afterwards the registry
+/// holds what it held before; keys and values that were missing are missing again. At most one
+/// object at a time, except for nested ones. Usage:
 ///
 ///     const RegisteredProvider provider;
 ///     if (!provider.problem().empty()) {
@@ -41,7 +41,7 @@ public:
     RegisteredProvider(const RegisteredProvider&) = delete;
     RegisteredProvider& operator=(const RegisteredProvider&) = delete;
 
-    /// Why the provider isn't registered; empty if it is.
+    /// Returns why the provider isn't registered; empty if it is.
     const std::string& problem() const { return mProblem; }
 
 private:

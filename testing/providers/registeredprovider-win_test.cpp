@@ -27,7 +27,7 @@ TEST(ProviderOrderTest, AServiceIsTakenOutAndTheOthersStay) {
     EXPECT_EQ(withoutService(L"RDPNP,OursToo", L"Ours"), L"RDPNP,OursToo");
 }
 
-/// A text of the registry; nothing if the key or the value isn't there.
+/// Returns a text of the registry, or nothing if the key or the value doesn't exist.
 std::optional<std::wstring> registryText(const wchar_t* key, const wchar_t* value) {
     std::wstring text(1024, L'\0');
     auto size = static_cast<DWORD>(text.size() * sizeof(wchar_t));

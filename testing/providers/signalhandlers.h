@@ -14,7 +14,7 @@ namespace testing_support {
 
 using SignalHandler = boost::function<void(int)>;
 
-/// Counts the signals that its handler is called for. Must outlive the handler.
+/// Counts the calls of its handler. Must outlive the handler.
 class SignalCounter {
 public:
     SignalHandler handler() {
@@ -23,7 +23,7 @@ public:
             ++mCount;
         };
     }
-    /// False if that takes half a minute.
+    /// Returns false if that takes longer than half a minute.
     bool becomes(int count) const {
         return eventually([&] { return mCount == count; });
     }
@@ -35,7 +35,7 @@ private:
     std::atomic<int> mLast{0};
 };
 
-/// A handler that stays in its call until it is let go, at the latest by the end of this.
+/// A handler whose call doesn't return until the gate is opened, by the destructor at the latest.
 class SignalGate {
 public:
     SignalGate() = default;
@@ -66,7 +66,7 @@ inline void awaitReceiver(const PosixProvider& provider) {
     ASSERT_TRUE(provider.awaitBlocked(POSIXPROVIDER_SYSTEM_SIGWAIT));
 }
 
-/// What `call` writes to standard error.
+/// Returns what `call` writes to standard error.
 template <class Call>
 std::string printedBy(Call call) {
     testing::internal::CaptureStderr();

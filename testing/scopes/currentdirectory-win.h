@@ -4,8 +4,8 @@
 
 namespace testing_support {
 
-/// Puts the process's current directory back where it was, and leads it elsewhere before that if it
-/// is told so. The directory is in use by the process meanwhile.
+/// Restores the process's current directory when the scope ends. Before that, changes it to
+/// `directory` if one is given. The process uses that directory until the scope ends.
 class CurrentDirectory {
 public:
     CurrentDirectory() : mBefore(std::filesystem::current_path()) {}

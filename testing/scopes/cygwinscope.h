@@ -6,7 +6,7 @@
 
 namespace testing_support {
 
-/// Paths are Cygwin's in this scope, with drives below the prefix.
+/// Makes paths Cygwin's until the scope ends, with drives below the prefix.
 class CygwinScope {
 public:
     explicit CygwinScope(const std::string& prefix = "/cygdrive/") { setCygwinPaths(true, prefix); }

@@ -23,7 +23,7 @@ bool isLink(const fs::path& path) {
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & bits) == bits;
 }
 
-/// The head of REPARSE_DATA_BUFFER for a mount point; the two names follow, each with its NUL.
+/// The beginning of REPARSE_DATA_BUFFER for a mount point. The two names follow, each with its NUL.
 struct MountPoint {
     ULONG tag;
     USHORT dataLength;
@@ -69,7 +69,7 @@ bool isUnderWine() {
     return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
 }
 
-/// Starts a program of the system below Wine, which gives no handles of such a process.
+/// Starts a program of Wine's host system. Wine returns no handles of such a process.
 void startBelowWine(const std::wstring& program, const std::wstring& arguments,
                     const fs::path& folder) {
     const std::wstring path = L"\\\\?\\unix\\bin\\" + program;

@@ -7,20 +7,20 @@
 
 namespace testing_support {
 
-/// A link to a directory that shows as a reparse point: a junction, or under Wine, which makes none
-/// but shows the symbolic links of the system below as such, one of those. Gone when the object
-/// goes, which must be before its folder does.
+/// A link to a directory that shows as a reparse point. It is a junction. Wine can't create these,
+/// but shows symbolic links of its host system as reparse points, so under Wine it is one of those.
+/// The link is removed when the object is destroyed, which must be before its folder is.
 class DirectoryLink {
 public:
     /// Makes `link` in the folder lead to `target` in it; both names are ASCII. Throws
-    /// std::runtime_error if it doesn't show in half a minute.
+    /// std::runtime_error if the link doesn't show within half a minute.
     DirectoryLink(const TempFolder& folder, const std::string& link, const std::string& target);
     ~DirectoryLink() { remove(); }
     DirectoryLink(const DirectoryLink&) = delete;
     DirectoryLink& operator=(const DirectoryLink&) = delete;
 
-    /// Removes the link and nothing else, if it is there. Wine's own functions would remove what it
-    /// leads to. False if it stays.
+    /// Removes only the link, if it exists. Wine's own functions would remove what it leads to.
+    /// Returns false if the link stays.
     bool remove() const;
 
 private:

@@ -4,12 +4,12 @@
 
 namespace {
 
-// The C library's functions while they are used, else null.
+// The C library's functions while they are in use, otherwise null.
 int (*gCompare)(const char*, const char*) = nullptr;
 int (*gCompareCount)(const char*, const char*, size_t) = nullptr;
 
-/// Points `function` at the C library's function, which is the next one of a name that the
-/// sanitizers have too.
+/// Points `function` to the C library's function. It is the next one of that name, because the
+/// sanitizers define the name too.
 template <class Function>
 void find(const char* name, Function& function) {
     function = reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
@@ -34,7 +34,7 @@ void RuntimeComparisons::use(bool runtimes) noexcept {
 
 }  // namespace testing_support
 
-// The linker leads the comparisons of the test program here: see util/CMakeLists.txt.
+// The linker redirects the comparisons of the test program here: see util/CMakeLists.txt.
 extern "C" {
 int __real_strcasecmp(const char* a, const char* b);
 int __real_strncasecmp(const char* a, const char* b, size_t count);

@@ -23,7 +23,7 @@ std::string eightBitLocale() {
 }
 
 void RuntimeComparisons::use(bool /*runtimes*/) noexcept {
-    // They are the runtime's.
+    // They are always the runtime's.
 }
 
 }  // namespace testing_support

@@ -15,17 +15,17 @@ namespace testing_support {
 constexpr unsigned char smallEAcute = 0xE9;
 constexpr unsigned char capitalEAcute = 0xC9;
 
-/// Where the locale lies that native builds compile for the tests, for the variable LOCPATH, which
-/// the C library asks whenever it looks for a locale; no value on Windows.
+/// Returns the folder of the locale that native builds compile for the tests. It is for the
+/// variable LOCPATH, which the C library reads whenever it looks for a locale. No value on Windows.
 std::optional<std::string> builtLocales();
 
-/// The name of a locale of the C++ library in which these are letters, while LOCPATH is as above;
-/// empty if there is none, as on Windows so far.
+/// Returns the name of a locale of the C++ library in which these are letters if LOCPATH is set as
+/// above. Empty if there is none, as on Windows so far.
 std::string eightBitLocale();
 
-/// Until the scope ends, comparisons of narrow texts without case are those of the C runtime, and
-/// go by its locale. A sanitizer's own, which native builds have otherwise, fold ASCII alone. One
-/// at a time, and while no other thread compares.
+/// Until the scope ends, comparisons of narrow texts that ignore case are those of the C runtime
+/// and use its locale. Native builds otherwise have the sanitizer's comparisons, which fold only
+/// ASCII. At most one object at a time, and only while no other thread compares.
 class RuntimeComparisons {
 public:
     RuntimeComparisons() { use(true); }
@@ -37,8 +37,8 @@ private:
     static void use(bool runtimes) noexcept;
 };
 
-/// Sets, for the test, a locale of the C runtime in which these are letters; where there is none
-/// the test is skipped.
+/// Sets a locale of the C runtime in which these are letters, for the duration of the test. If
+/// there is none, the test is skipped.
 class EightBitLocaleTest : public testing::Test {
 protected:
     EightBitLocaleTest() : mBefore(std::setlocale(LC_CTYPE, nullptr)) {}

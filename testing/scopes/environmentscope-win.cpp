@@ -6,7 +6,7 @@ namespace testing_support {
 
 void EnvironmentScope::setVariable(const std::string& name,
                                    const std::optional<std::string>& value) {
-    // Changes the runtime's copy and the system's alike.
+    // Changes both the runtime's copy and the system's.
     _putenv((name + "=" + value.value_or("")).c_str());
 }
 

@@ -13,7 +13,7 @@ using testing_support::EnvironmentScope;
 
 constexpr const char* NAME = "NBCC_ENVIRONMENTSCOPE_TEST";
 
-/// The system's own copy of the variable, "(none)" if there is none.
+/// Returns the system's own copy of the variable, or "(none)" if there is none.
 std::string systemValue() {
     char buffer[64] = "";
     const DWORD length = GetEnvironmentVariableA(NAME, buffer, sizeof buffer);

@@ -7,10 +7,10 @@
 
 namespace testing_support {
 
-/// Sets an environment variable of this process, or removes it (no value), for the C runtime and
-/// the system alike, and puts back what was there when the scope ends. On Windows, name and values
-/// are in the ANSI code page, not UTF-8, and an empty value removes the variable, as the C runtime
-/// has it. Made and ended while no other thread looks at the environment.
+/// Sets an environment variable of this process, or removes it (no value), for both the C runtime
+/// and the system, and restores it when the scope ends. On Windows, the name and the values are in
+/// the ANSI code page, not UTF-8, and an empty value removes the variable, as in the C runtime. No
+/// other thread may read the environment while the object is created or destroyed.
 class EnvironmentScope {
 public:
     EnvironmentScope(std::string name, const std::optional<std::string>& value)

@@ -6,8 +6,8 @@
 
 namespace testing_support {
 
-/// A new folder of the test's own below the system's temporary folder, gone with all that is in
-/// it, read-only files included, when the object goes. A process that is stopped leaves its folder.
+/// A new folder of the test's own in the system's temporary folder. The destructor removes it with
+/// its content, including read-only files. A process that is stopped leaves its folder behind.
 class TempFolder {
 public:
     TempFolder();
@@ -16,9 +16,10 @@ public:
     TempFolder& operator=(const TempFolder&) = delete;
 
     const std::filesystem::path& path() const { return mPath; }
-    /// The folder, or `name` (UTF-8) in it, as UTF-8 with forward slashes.
+    /// Returns the folder's path, or the path of `name` (UTF-8) in it, as UTF-8 with forward
+    /// slashes.
     std::string utf8(std::string_view name = {}) const;
-    /// Writes a file byte for byte (no line end is translated), and returns `utf8(name)`.
+    /// Writes a file byte for byte (no line end is translated) and returns `utf8(name)`.
     std::string write(std::string_view name, std::string_view content) const;
 
 private:

@@ -11,9 +11,9 @@
 
 namespace testing_support {
 
-/// A thread that a test joins, but never waits for without end: a thread that `eventually` doesn't
-/// see end is told on standard error, and the test program aborts. It is joined at the latest when
-/// the object goes.
+/// A thread that a test joins, with a limit on the wait. If `eventually` doesn't see the thread
+/// end, this is reported on standard error and the test program aborts. The destructor joins the
+/// thread at the latest.
 class BoundedThread {
 public:
     template <class Body>

@@ -10,7 +10,7 @@
 
 namespace testing_support {
 
-/// A getter for locks that counts its calls and yields one timer, or null.
+/// A getter for locks that counts its calls and returns one timer, or null.
 class CountedGetter {
 public:
     explicit CountedGetter(NestedTimer* timer) {
@@ -26,7 +26,7 @@ public:
         return sTimer;
     }
     int calls() const { return sCalls; }
-    /// Where the last call ran.
+    /// Returns the thread of the last call.
     std::thread::id thread() const { return sThread; }
 
 private:
@@ -35,9 +35,9 @@ private:
     static inline std::atomic<std::thread::id> sThread{};
 };
 
-/// Lets a second thread run `take` on a lock that this thread holds, waits until `clock` was read
-/// at 100 for the second thread's wait (once for each of `numTimers`), sets it to 170 and runs
-/// `release`. False if the second thread never came to wait.
+/// Lets a second thread run `take` on a lock that this thread holds. Waits until `clock`, which is
+/// set to 100, has been read for the second thread's wait (once for each of `numTimers`). Then sets
+/// the clock to 170 and runs `release`. Returns false if the second thread never started to wait.
 template <class Take, class Release>
 bool contend(FakeClock& clock, Take take, Release release, int numTimers = 1) {
     clock.set(100);

@@ -1,5 +1,6 @@
-// A child for tests. Says whether Cygwin started it: the answer that eight threads get that ask at
-// once, then the one of a second question, then the description of a connector.
+// A child for tests. It prints whether Cygwin started it: first the answer that eight threads get
+// when they ask at the same time, then the answer to a second question. After that it prints the
+// description of a connector.
 
 #include <atomic>
 #include <cstdio>
@@ -15,7 +16,7 @@ namespace {
 
 const char* word(bool answer) { return answer ? "yes" : "no"; }
 
-/// "mixed" if they differ.
+/// Returns the threads' answer, or "mixed" if they get different ones.
 std::string answerOfThreads() {
     constexpr int COUNT = 8;
     std::atomic<int> ready{0};

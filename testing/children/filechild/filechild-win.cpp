@@ -1,16 +1,15 @@
-// A second process that does something to files, told by its arguments:
+// A second process that works on files, as its arguments say:
 //
-//     hold SIGNAL PATH SHARE             has a file or directory open, shared as SHARE's bits say
-//     lock SIGNAL PATH                   has the first 1,000 bytes of a file locked
+//     hold SIGNAL PATH SHARE             keeps a file or directory open, shared as SHARE's bits say
+//     lock SIGNAL PATH                   keeps the first 1,000 bytes of a file locked
 //     add SIGNAL DIRECTORY               makes one file after the other, and the directory as well
 //     chains SIGNAL DIRECTORY COUNT      makes 0/a/b/c, 1/a/b/c and so on, each as soon as the
 //                                        other process is there, too (see chains.h)
-//     unique SIGNAL PREFIX COUNT         makes directories whose names begin with PREFIX and are
-//     new,
-//                                        and the file "child" in each
+//     unique SIGNAL PREFIX COUNT         makes new directories whose names begin with PREFIX, and
+//                                        the file "child" in each
 //
-// It makes the file SIGNAL when it is ready. The last two end when they have done all, the others
-// when that file is gone. Fails if it can't do what it is told.
+// It makes the file SIGNAL when it is ready. The last two actions end when they are complete, the
+// others when that file is gone. It fails if it can't perform its action.
 
 #include <cstdlib>
 #include <exception>

@@ -1,4 +1,4 @@
-// A child for tests. Its first argument says what it does; text goes out as UTF-8, untranslated:
+// A child for tests. Its first argument says what it does. Text is written as UTF-8, untranslated:
 //
 //     arguments ARG...    each argument on a line of its own
 //     variable NAME       the environment variable, or "(not set)"

@@ -24,7 +24,7 @@ std::optional<std::string> nameOrNull(const std::string& field) {
     return field == "-" ? std::nullopt : std::optional(field);
 }
 
-/// The number of "WORD NUMBER", if the line is that.
+/// Returns the number in a line of the form "WORD NUMBER", or nothing for any other line.
 std::optional<uint32_t> numberBehind(const std::string& word, const std::string& line) {
     const Fields fields = splitLine(line, " ");
     if (fields.size() != 2 || fields[0] != word) {
@@ -39,7 +39,7 @@ std::optional<uint32_t> numberBehind(const std::string& word, const std::string&
 /// Builds a list from the lines, in their order.
 class DriveListBuilder {
 public:
-    /// Takes a line that isn't empty and no comment; false if it is none of the forms.
+    /// Adds a line that is neither empty nor a comment. Returns false if it has no known form.
     bool take(const std::string& line) {
         if (line == "batch") {
             endBatch();

@@ -1,6 +1,6 @@
 #pragma once
 
-// The text from which the provider of the test bed takes its connections, one thing a line:
+// The format of the text that lists the connections of the test bed's provider, one item a line:
 //
 //     # A comment. Empty lines are ignored as well.
 //     M: | \\view | ClearCase Dynamic Views
@@ -9,22 +9,22 @@
 //     -  | \\server\share | -
 //     fail 1222
 //
-// A line with bars is a connection: local name, remote name, provider, with the blanks around them
-// taken off. "-" stands for a null pointer, nothing at all for an empty text. Without a third field
-// the provider is "ClearCase Dynamic Views". Wine's mpr.dll stops the process at a null pointer
-// that a provider hands it: there an empty text is as near as one gets.
+// A line with bars is a connection: local name, remote name, provider. The blanks around them are
+// removed. "-" means a null pointer; an empty field means an empty text. Without a third field, the
+// provider is "ClearCase Dynamic Views". Wine's mpr.dll stops the process at a null pointer from a
+// provider, so an empty text is the closest substitute there.
 //
-// "batch" ends a batch: NPEnumResource hands over what stands above it, as far as that fits, and
-// the next lines go with another answer.
+// "batch" ends a batch: NPEnumResource returns the lines above it, as far as they fit, and the
+// lines after it belong to another answer.
 //
-// "fail NUMBER" ends a batch as well, and the answer behind it is the error NUMBER, without any
-// connection. The enumeration may be continued. At the end of the text every answer is
+// "fail NUMBER" also ends a batch. The answer after that is the error NUMBER, without any
+// connection. The enumeration may be continued. At the end of the text, every answer is
 // WN_NO_MORE_ENTRIES (259).
 //
 // "open NUMBER", anywhere, makes NPOpenEnum fail with NUMBER.
 //
-// What of this reaches a caller of the WNet functions is the system's affair. Wine's mpr.dll keeps
-// both failures to itself: the enumeration opens, and a step that fails is its end.
+// The system decides which of these results reach a caller of the WNet functions. Wine's mpr.dll
+// reports neither failure: the enumeration opens, and ends at a step that fails.
 
 #include <cstdint>
 #include <optional>
@@ -49,6 +49,7 @@ struct DriveList {
     std::vector<DriveBatch> batches;
 };
 
-/// Reads the text above; lines end with a line feed or with both characters. Throws
-/// std::invalid_argument with the number and the text of a line that is none of these.
+/// Parses a text of this format. Lines end with a line feed, or with a carriage return and a line
+/// feed. Throws std::invalid_argument with the number and the text of a line that has no known
+/// form.
 DriveList parseDriveList(std::string_view text);

@@ -1,6 +1,7 @@
-// listconnections [BUFFERSIZE [COUNT]]: what the WNet functions say of the connected network disks,
-// step by step, one line for each result and each entry: for tests of the provider, and for a look
-// at what a system says. BUFFERSIZE is 1024 bytes, COUNT "as many as fit" unless told.
+// listconnections [BUFFERSIZE [COUNT]]: prints what the WNet functions report about the connected
+// network disks, step by step, with one line for each result and each entry. For tests of the
+// provider, and to inspect what a system reports. BUFFERSIZE is 1024 bytes by default, COUNT "as
+// many as fit".
 //
 //     open 0
 //     enum 0 2
@@ -21,7 +22,7 @@ namespace {
 
 const char* textOrNull(const char* text) { return text != nullptr ? text : "(null)"; }
 
-/// One step; true if another may follow.
+/// Performs one step. Returns true if another may follow.
 bool enumerate(HANDLE enumeration, size_t size, DWORD count) {
     std::vector<NETRESOURCEA> buffer(size / sizeof(NETRESOURCEA) + 1);
     auto bytes = static_cast<DWORD>(size);
@@ -31,7 +32,7 @@ bool enumerate(HANDLE enumeration, size_t size, DWORD count) {
         return false;
     }
     std::printf("enum %lu %ld\n", result, static_cast<long>(count));
-    // A system may leave the count as it was where there is no entry.
+    // A system may leave the count unchanged if there is no entry.
     for (DWORD i = 0; i < count && count <= buffer.size(); ++i) {
         std::printf("entry\t%s\t%s\t%s\n", textOrNull(buffer[i].lpLocalName),
                     textOrNull(buffer[i].lpRemoteName), textOrNull(buffer[i].lpProvider));

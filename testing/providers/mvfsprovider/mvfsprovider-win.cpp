@@ -1,6 +1,6 @@
-// A network provider, as Windows loads it for the WNet functions: the connections of the text file
-// (see drivelist.h) that the environment variable MVFSPROVIDER_DRIVES of the asking process names.
-// Without the variable or the file there are no connections. It does nothing but enumerate.
+// A network provider, as Windows loads it for the WNet functions. Its connections are in the text
+// file (see drivelist.h) that the environment variable MVFSPROVIDER_DRIVES of the calling process
+// names. Without the variable or the file, there are no connections. It only enumerates.
 
 #include <cstring>
 #include <exception>
@@ -42,7 +42,7 @@ std::optional<std::wstring> wide(const std::optional<std::string>& text) {
     return std::filesystem::path(std::u8string(text->begin(), text->end())).wstring();
 }
 
-/// A caller's buffer: entries from its front, their texts from its end.
+/// A caller's buffer: entries at its beginning, their texts at its end.
 class ResourceBuffer {
 public:
     ResourceBuffer(void* data, size_t size)
@@ -55,7 +55,7 @@ public:
                textSize(wide(connection.remoteName)) + textSize(wide(connection.provider));
     }
 
-    /// False, and nothing is added, where there is no room for it.
+    /// Returns false and adds nothing if the connection doesn't fit.
     bool add(const DriveConnection& connection) {
         if (mCount * sizeof(NETRESOURCEW) + neededFor(connection) > mEnd) {
             return false;
@@ -90,14 +90,14 @@ private:
     size_t mCount = 0;
 };
 
-/// What an enumeration handle points at.
+/// What an enumeration handle points to.
 struct Enumeration {
     DriveList list;
     size_t batch = 0;
     size_t connection = 0;
 };
 
-/// Hands over what fits of the batch that comes next.
+/// Returns as much of the next batch as fits.
 DWORD answerNext(Enumeration& enumeration, size_t limit, ResourceBuffer& buffer, DWORD& size) {
     if (enumeration.batch == enumeration.list.batches.size()) {
         return WN_NO_MORE_ENTRIES;
@@ -152,7 +152,7 @@ DWORD WINAPI NPOpenEnum(DWORD scope, DWORD, DWORD, LPNETRESOURCEW, LPHANDLE hand
     }
     return enumeration->list.openError;
 } catch (const std::exception& error) {
-    // A mistake in the file would otherwise look like a system without drives.
+    // Without this, a mistake in the file would look like a system without drives.
     std::cerr << "mvfsprovider: " << error.what() << '\n';
     return ERROR_INVALID_DATA;
 }

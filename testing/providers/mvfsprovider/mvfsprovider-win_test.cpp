@@ -25,7 +25,7 @@ using testing_support::runChild;
 using testing_support::TempFolder;
 using testing_support::testProgramFolder;
 
-/// The drives file of a test, named to this process and its children.
+/// The drives file of a test, made known to this process and its children.
 class DrivesFile {
 public:
     explicit DrivesFile(std::string_view text)
@@ -63,7 +63,7 @@ protected:
                         /*lpNetResource=*/nullptr, &mHandle);
     }
 
-    /// One answer into a buffer of `size` bytes; afterwards `mCount` and `mSize` are its.
+    /// Gets one answer into a buffer of `size` bytes, and its figures into `mCount` and `mSize`.
     DWORD next(DWORD size = 1024, DWORD count = 0xFFFFFFFF) {
         mCount = count;
         mSize = size;
@@ -219,7 +219,7 @@ TEST_F(ProviderTest, AMistakeInTheFileIsToldAndMakesOpeningFail) {
     EXPECT_EQ(opened, static_cast<DWORD>(ERROR_INVALID_DATA));
 }
 
-/// What a process that asks the system finds.
+/// Tests what a process finds when it asks the system.
 class ConnectionsTest : public testing::Test {
 protected:
     void SetUp() override {
@@ -228,7 +228,8 @@ protected:
         }
     }
 
-    /// The lines of listconnections that begin with `word`; of entries, those of the file alone.
+    /// Returns the lines of listconnections that begin with `word`; for "entry", only those of the
+    /// file.
     static std::vector<std::string> lines(std::string_view word,
                                           const std::vector<std::string>& arguments = {}) {
         const ChildResult result = runChild(

@@ -1,6 +1,6 @@
-// registerprovider install [DLL] | remove: enters the provider of the test bed in the registry (the
-// one beside this program unless another is named), or takes it out. Exit code 0, or 2 with a line
-// on standard error.
+// registerprovider install [DLL] | remove: enters the test bed's provider in the registry, or
+// removes it. The DLL is the one in this program's folder unless another is named. The exit code is
+// 0, or 2 with a line on standard error.
 
 #include <exception>
 #include <iostream>

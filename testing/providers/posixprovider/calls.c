@@ -8,7 +8,7 @@ enum { PLANS = 64, FAULTS = 32 };
 struct Plan {
     int isSet;
     enum posixprovider_entry entry;
-    int calls;  // until it is due; 0: it always is
+    int calls;  // until it is due; 0: always due
     int code;
     int withResult;
 };

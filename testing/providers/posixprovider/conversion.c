@@ -19,7 +19,7 @@ static struct Text withoutLastSeparators(struct Text text) {
     return text;
 }
 
-/// What stands in the path behind the prefix; null if it doesn't begin with that.
+/// Returns the part of the path after the prefix, or null if the path doesn't begin with it.
 static const char* restBehind(const char* path, struct Text prefix, int isDevice) {
     if (prefix.length == 0) {
         return NULL;
@@ -38,7 +38,7 @@ static const char* restBehind(const char* path, struct Text prefix, int isDevice
     return isEnd ? rest : NULL;
 }
 
-/// The rest behind the end of a mount, with as many characters as `room` says behind it.
+/// Returns the end of a mount with the rest after it, and capacity for `room` more characters.
 static char* join(struct Text mount, const char* rest, char separator, size_t room) {
     const size_t restLength = strlen(rest);
     if (restLength > 1) {
@@ -57,7 +57,7 @@ static char* join(struct Text mount, const char* rest, char separator, size_t ro
     return joined;
 }
 
-/// The path below the mount whose end on that side is the longest that it begins with.
+/// Converts the path by the mount with the longest end on that side that the path begins with.
 static char* convert(const char* path, int isDevice) {
     const size_t room = strlen(".exe");
     char* result = NULL;

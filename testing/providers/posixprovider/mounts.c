@@ -10,7 +10,7 @@ struct Element {
     struct Text root;
     struct Text type;
     struct Text options;
-    struct Text text;  // of an option
+    struct Text text;  // only of an option
 };
 
 static unsigned char gMountTable[OBJECT_TABLE_SIZE];
@@ -46,7 +46,7 @@ const char* readMount(const char* from, struct MountLine* line) {
     return from;
 }
 
-/// A copy with something behind it, so that nobody gets along without the length.
+/// Returns a copy with a character after it, so that nobody can do without the length.
 static struct Text keepUnterminated(struct Text text) {
     char* copy = keep(text.length + 2);
     memcpy(copy, text.data, text.length);

@@ -2,7 +2,7 @@
 
 struct Mutex {
     struct Object object;
-    DWORD owner;  // Windows' id of the thread; 0 if it is free
+    DWORD owner;  // the thread's Windows id; 0 if the mutex is free
     int waiters;
 };
 
@@ -57,7 +57,7 @@ static int condDisown(void* self, void** holder, void** errors) {
     return leaveEnded(call, cond->object.owner, errors);
 }
 
-/// Waits until the mutex is free, and takes it. Returns 0 if a reset came before that.
+/// Waits until the mutex is free, and acquires it. Returns 0 if a reset came first.
 static int acquire(struct Mutex* mutex, enum posixprovider_entry entry) {
     const unsigned epoch = gEpoch;
     ++mutex->waiters;
@@ -114,7 +114,8 @@ static int condBroadcast(void* self) {
     return leave(call, 0);
 }
 
-/// Waits for a broadcast, with the mutex given back. Returns 0, or why there was none.
+/// Waits for a broadcast, while the mutex is released. Returns 0, or the error code if there was
+/// none.
 static int awaitBroadcast(struct Cond* cond, const struct Mutex* mutex,
                           const struct Time* deadline) {
     const unsigned epoch = gEpoch;

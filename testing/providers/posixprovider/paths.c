@@ -52,7 +52,7 @@ static void deallocate(void* self, void* text) {
     leave(call, 0);
 }
 
-/// Calls the allocator's entry at offset 8. The lock is given back meanwhile.
+/// Calls the allocator's entry at offset 8. The lock is released during the call.
 static char* allocateWith(void* allocator, size_t size) {
     const unsigned char* table = NULL;
     void* (*allocate)(void*, size_t) = NULL;

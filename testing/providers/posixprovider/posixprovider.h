@@ -1,8 +1,9 @@
 #pragma once
 
-// posixprovider.dll: a POSIX runtime for tests, reached through nothing but the byte offsets of the
-// binary interface. These are its controls: what a test sets, and what it asks afterwards. All may
-// be called from any thread. Texts that they return are good until the next reset.
+// posixprovider.dll: a POSIX runtime for tests, which is accessed only through the byte offsets of
+// the binary interface. These functions control it: they set what a test needs and return what it
+// checks afterwards. All may be called from any thread. Texts that they return are valid until the
+// next reset.
 
 #include <stddef.h>
 #include <stdint.h>
@@ -17,16 +18,16 @@
 extern "C" {
 #endif
 
-// The constants have values that no runtime has, so that compiled-in ones are noticed. Those that
-// have 64 bits need more than 32.
+// The constants have values that no runtime has, so that compiled-in ones are noticed. The 64-bit
+// constants don't fit in 32 bits.
 enum {
-    POSIXPROVIDER_NOT_PERMITTED = 9001,     // unlock by another than the owner
+    POSIXPROVIDER_NOT_PERMITTED = 9001,     // unlock by a thread that isn't the owner
     POSIXPROVIDER_MISSING_ENTRY = 9102,     // error code at offset 780
-    POSIXPROVIDER_MISSING_PROCESS = 9103,   // a pid that is in no table
-    POSIXPROVIDER_INTERRUPTED = 9104,       // a wait that a reset has ended
+    POSIXPROVIDER_MISSING_PROCESS = 9103,   // an unknown pid
+    POSIXPROVIDER_INTERRUPTED = 9104,       // a wait that a reset ended
     POSIXPROVIDER_OUT_OF_MEMORY = 9112,     // an allocator that returned null
     POSIXPROVIDER_BUSY = 9116,              // the end of a mutex or cond that is in use
-    POSIXPROVIDER_EXISTS = 9117,            // symlink where there is one
+    POSIXPROVIDER_EXISTS = 9117,            // symlink where a link exists
     POSIXPROVIDER_INVALID_ARGUMENT = 9122,  // error code at offset 716
     POSIXPROVIDER_DEADLOCK = 9145,          // lock by the owner
     POSIXPROVIDER_TIMED_OUT = 9216,         // error code at offset 908
@@ -35,14 +36,14 @@ enum {
     POSIXPROVIDER_BLOCK = 71,    // `how` at offset 1140
     POSIXPROVIDER_UNBLOCK = 73,  // `how` at offset 1148
 
-    POSIXPROVIDER_SIGNALS = 64,  // signals are 1 to this
-    POSIXPROVIDER_SIGCHLD = 27,  // the one that is ignored by default
+    POSIXPROVIDER_SIGNALS = 64,  // the highest signal; the lowest is 1
+    POSIXPROVIDER_SIGCHLD = 27,  // the only one that is ignored by default
     POSIXPROVIDER_SIGINT = 33,
     POSIXPROVIDER_SIGTERM = 37,
     POSIXPROVIDER_SIGUSR2 = 43,  // at offset 1032
 
-    POSIXPROVIDER_SIGSET_SIZE = 40,     // at offset 1080 unless set
-    POSIXPROVIDER_SIGACTION_SIZE = 56,  // at offset 1096 unless set
+    POSIXPROVIDER_SIGSET_SIZE = 40,     // at offset 1080, by default
+    POSIXPROVIDER_SIGACTION_SIZE = 56,  // at offset 1096, by default
 
     POSIXPROVIDER_OWN_PID = 7042,
     POSIXPROVIDER_OWN_GROUP = 7001
@@ -50,7 +51,7 @@ enum {
 #define POSIXPROVIDER_REALTIME_CLOCK INT64_C(0x5c10c00000001)           // at offset 1400
 #define POSIXPROVIDER_DEFAULT_DISPOSITION UINT64_C(0xdefa000000000017)  // at offset 1056
 #define POSIXPROVIDER_IGNORE_DISPOSITION UINT64_C(0xdefa000000000018)
-#define POSIXPROVIDER_FIRST_THREAD UINT64_C(0x7e000000001)  // id of the first thread made
+#define POSIXPROVIDER_FIRST_THREAD UINT64_C(0x7e000000001)  // id of the first thread created
 
 // Every entry of every object, in the order of the offsets.
 enum posixprovider_entry {
@@ -112,7 +113,7 @@ enum posixprovider_entry {
     POSIXPROVIDER_ENTRIES
 };
 
-// What is alive now, and at the end what went wrong.
+// What is alive now, and what has gone wrong.
 enum posixprovider_counter {
     POSIXPROVIDER_COUNT_REFERENCES,  // of all embeddings together
     POSIXPROVIDER_COUNT_MUTEXES,
@@ -122,103 +123,114 @@ enum posixprovider_counter {
     POSIXPROVIDER_COUNT_ERROR_STRINGS,
     POSIXPROVIDER_COUNT_UNAME_RESULTS,
     POSIXPROVIDER_COUNT_BUFFERS,    // made without an allocator
-    POSIXPROVIDER_COUNT_THREADS,    // made and not joined
+    POSIXPROVIDER_COUNT_THREADS,    // created and not joined
     POSIXPROVIDER_COUNT_LEFTOVERS,  // objects of an embedding that were alive at its last release
     POSIXPROVIDER_COUNT_FAULTS,  // misuse: a second end, a wrong holder, an unlock by another, ...
     POSIXPROVIDER_COUNTERS
 };
 
 enum posixprovider_clock {
-    POSIXPROVIDER_REAL_CLOCK,    // the system's; what there is after a reset
-    POSIXPROVIDER_MANUAL_CLOCK,  // stands, until it is set or advanced
-    // Stands as well, but leaps to the deadline of each nanosleep, and of each timedwait as soon as
-    // nobody holds its mutex or waits for it: whoever was waiting comes before the time-out.
+    POSIXPROVIDER_REAL_CLOCK,    // the system's; the default after a reset
+    POSIXPROVIDER_MANUAL_CLOCK,  // stands still until it is set or advanced
+    // Also stands still, but leaps to the deadline of each nanosleep. It leaps to the deadline of
+    // each timedwait as soon as no thread holds its mutex or waits for it: threads that were
+    // waiting come before the time-out.
     POSIXPROVIDER_LEAPING_CLOCK
 };
 
-/// Forgets everything: back to the state of a fresh load. Waits that are under way end with
-/// POSIXPROVIDER_INTERRUPTED, and embeddings must not be used any more.
+/// Resets everything to the state after a fresh load. Waits in progress end with
+/// POSIXPROVIDER_INTERRUPTED. Existing embeddings must not be used any more.
 POSIXPROVIDER_API void posixprovider_reset(void);
-/// Makes an embedding with one reference, which belongs to the caller. `release` is what uname
-/// says.
+/// Creates an embedding with one reference, which belongs to the caller. `release` is the result of
+/// uname.
 POSIXPROVIDER_API void* posixprovider_make_embedding(const char* release);
-/// Drops that reference, without counting a call.
+/// Drops that reference. This doesn't count as a call.
 POSIXPROVIDER_API void posixprovider_drop_embedding(void* embedding);
 
 POSIXPROVIDER_API int posixprovider_count(enum posixprovider_counter counter);
-/// What is counted there, as words.
+/// Returns the counter's name.
 POSIXPROVIDER_API const char* posixprovider_counter_name(enum posixprovider_counter counter);
-/// The description of a fault, from 0; null behind the last one that was kept (there is room for
-/// 32).
+/// Returns the description of a fault, from index 0 on, or null after the last one that was stored
+/// (at most 32 are).
 POSIXPROVIDER_API const char* posixprovider_fault(int index);
-/// The faults were expected: none is counted or kept any more.
+/// Forgets all faults, which were expected: the counter is 0 and no description is stored.
 POSIXPROVIDER_API void posixprovider_forget_faults(void);
-/// The calls of an entry since the reset.
+/// Returns the number of calls of an entry since the reset.
 POSIXPROVIDER_API int posixprovider_calls(enum posixprovider_entry entry);
 
-/// Lets the `nth` call from now (1 is the next, 0 all of them) of an entry that returns an error
-/// code fail with `code`. With `with_result` it does what it does, and hands its result over,
-/// nonetheless; without that nothing happens and the result is null (of a pid -1, of a number 0).
-/// Entries that end an object end it in either case: of a list the rest too, without `with_result`.
-/// Their out parameter for a reference to the system is left alone if they don't fail.
-/// Each call of this function stands for itself. Returns 0 if there are too many (64).
+/// Makes the `nth` call from now (1 is the next, 0 all of them) of an entry that returns an error
+/// code fail with `code`. With `with_result`, the call does its work and returns its result
+/// nevertheless. Without it, nothing happens and the result is null (-1 for a pid, 0 for a number).
+///
+/// Entries that end an object end it in either case; for a list they also end the rest if
+/// `with_result` is 0. If they don't fail, they leave their out parameter for a reference to the
+/// system unchanged.
+///
+/// Each call of this function adds a failure of its own. Returns 0 if there are too many (64).
 POSIXPROVIDER_API int posixprovider_fail(enum posixprovider_entry entry, int nth, int code,
                                          int with_result);
 
-/// Sends a signal to this process, as kill with its own pid does, without counting a call.
+/// Sends a signal to this process, as kill with its own pid does, but doesn't count a call.
 POSIXPROVIDER_API void posixprovider_raise(int signal);
-/// Is the signal waiting for somebody to unblock it or to wait for it?
+/// Returns whether the signal is pending, until a thread unblocks it or waits for it.
 POSIXPROVIDER_API int posixprovider_is_pending(int signal);
-/// Does the calling thread block the signal?
+/// Returns whether the calling thread blocks the signal.
 POSIXPROVIDER_API int posixprovider_is_blocked(int signal);
-/// What sigaction has stored for the signal; the default disposition if nothing.
+/// Returns what sigaction has stored for the signal, by default the default disposition.
 POSIXPROVIDER_API uint64_t posixprovider_disposition(int signal);
-/// How often the signal was delivered to a thread that didn't block it, and the process survived:
-/// it is ignored by default, or has another disposition, which is never called.
+/// Returns how often the signal was delivered to a thread that didn't block it and the process
+/// survived: because the signal is ignored by default, or has another disposition, which is never
+/// called.
 POSIXPROVIDER_API int posixprovider_delivered(int signal);
 
-/// Adds a process to those that internalize_pid, getpgid and kill know besides this one.
+/// Adds a process to those that internalize_pid, getpgid and kill know, in addition to this one.
 POSIXPROVIDER_API void posixprovider_add_process(uint32_t windows_pid, int64_t pid, int64_t group);
-/// How often kill was called for such a process, or for a group that has one.
+/// Returns how often kill was called for one of these processes, or for a group that contains one.
 POSIXPROVIDER_API int posixprovider_kill_count(void);
-/// The target (negative: a group) and the signal of such a call, from 0.
+/// The target (negative: a group) and the signal of one of these calls, from index 0 on.
 POSIXPROVIDER_API int64_t posixprovider_kill_target(int index);
 POSIXPROVIDER_API int posixprovider_kill_signal(int index);
 
 POSIXPROVIDER_API void posixprovider_set_clock(enum posixprovider_clock clock);
-/// The time of the manual and the leaping clock, 0 after a reset.
+/// Set and advance the time of the manual and the leaping clock, which is 0 after a reset.
 POSIXPROVIDER_API void posixprovider_set_time(int64_t seconds, int64_t nanoseconds);
 POSIXPROVIDER_API void posixprovider_advance_time(int64_t seconds, int64_t nanoseconds);
-/// The time of the clock that is set.
+/// Gets the time of the current clock.
 POSIXPROVIDER_API void posixprovider_time(int64_t* seconds, int64_t* nanoseconds);
-/// How many times were given to an entry, cond timedwait (deadlines) or nanosleep (requests).
+/// Returns how many times were passed to an entry: cond timedwait (deadlines) or nanosleep
+/// (requests).
 POSIXPROVIDER_API int posixprovider_time_count(enum posixprovider_entry entry);
-/// Such a time, from 0. Returns 0 if there is none (256 are kept).
+/// Gets one of these times, from index 0 on. Returns 0 if there is none (256 are stored).
 POSIXPROVIDER_API int posixprovider_time_given(enum posixprovider_entry entry, int index,
                                                int64_t* seconds, int64_t* nanoseconds);
 /// Waits until `count` threads are blocked at once in sigwait, mutex lock, cond timedwait,
-/// nanosleep or thread_join: those that something has woken meanwhile don't count before they wait
-/// again. Returns 0 if that isn't so after ten seconds.
+/// nanosleep or thread_join. A thread that was woken doesn't count until it waits again. Returns 0
+/// if that isn't so after ten seconds.
 POSIXPROVIDER_API int posixprovider_await_blocked(enum posixprovider_entry entry, int count);
 
-/// What sizes the table tells for the storage of a sigset and of a sigaction. An object that
-/// doesn't fit in keeps its data in the provider's own memory; then 0 is fine.
+/// Sets the sizes that the table reports for the storage of a sigset and of a sigaction. If an
+/// object doesn't fit, its data is in the provider's own memory; so a size of 0 is valid.
 POSIXPROVIDER_API void posixprovider_set_storage_sizes(uint64_t sigset, uint64_t sigaction);
-/// The storage that was given last, to sigset_init or sigaction_init. Null, or an address that is
-/// not a multiple of 16, is a fault.
+/// Returns the storage that was last passed to sigset_init or sigaction_init. It is a fault to pass
+/// null, or an address that isn't a multiple of 16.
 POSIXPROVIDER_API const void* posixprovider_storage(enum posixprovider_entry entry);
 
-/// The mount table, one mount a line: "device<TAB>root<TAB>type<TAB>option<TAB>option...", any
-/// number of options. Path conversions go by it: externalize turns the longest root that the path
-/// begins with into its device, and slashes into backslashes; internalize does the reverse, with
-/// either slash and any case of letters in devices. A root or device counts only up to the end of a
-/// name. Mounts of the type "cygdrive" don't convert. A path that no mount covers gives null. The
-/// pair for execution also adds ".exe" to a name without a dot when it externalizes, and takes
-/// ".exe" off when it internalizes.
+/// Sets the mount table, one mount a line, with any number of options:
+///
+///     device<TAB>root<TAB>type<TAB>option<TAB>option...
+///
+/// Path conversions use it. Externalize replaces the longest root that the path begins with by its
+/// device, and slashes by backslashes. Internalize does the reverse; it accepts either slash, and
+/// any case of letters in devices. A root or device matches only up to the end of a name. Mounts of
+/// the type "cygdrive" don't convert. A path that no mount covers gives null.
+///
+/// The pair for execution also adds ".exe" to a name without a dot when it externalizes, and
+/// removes ".exe" when it internalizes.
 POSIXPROVIDER_API void posixprovider_set_mounts(const char* text);
-/// The target of a link that symlink has made or readlink would find; null if there is none.
+/// Returns the target of a link that symlink has created or readlink would find, or null if there
+/// is none.
 POSIXPROVIDER_API const char* posixprovider_link(const char* path);
-/// The path that chdir was given last, and the one given to the entry at offset 504; empty at
+/// The path that was last passed to chdir, and the one passed to the entry at offset 504; empty at
 /// first.
 POSIXPROVIDER_API const char* posixprovider_directory(void);
 POSIXPROVIDER_API const char* posixprovider_path_call(void);

@@ -15,7 +15,7 @@ struct Kill {
     int signal;
 };
 
-/// The others; this one isn't among them.
+/// The other processes; this one isn't included.
 static struct Process gProcesses[PROCESSES];
 static int gProcessCount;
 static struct Kill gKills[KILLS];
@@ -94,7 +94,7 @@ static int killOf(void* self, int64_t target, int signal) {
     if (!isOwn && !isOther(target)) {
         return leave(call, POSIXPROVIDER_MISSING_PROCESS);
     }
-    // Signal 0 only asks whether there is somebody.
+    // Signal 0 only checks that the process exists.
     if (signal != 0 && !isSignal(signal)) {
         return leave(call, POSIXPROVIDER_INVALID_ARGUMENT);
     }

@@ -1,8 +1,8 @@
 #pragma once
 
-// What the sources of the provider share. Everything is guarded by one lock: functions are called
-// with it held unless told otherwise. All memory is kept until the next reset, so that the use of
-// an object that has ended is counted as a fault and does no harm.
+// What the sources of the provider share. One lock guards everything: functions are called with it
+// held unless documented otherwise. All memory stays allocated until the next reset, so that the
+// use of an object that has ended is counted as a fault and does no harm.
 
 #include <stdio.h>
 
@@ -26,25 +26,25 @@ void lockState(void);
 void unlockState(void);
 
 struct Call {
-    int code;  // what the test told it to fail with, or 0
-    int acts;  // does it do anything, and hand over its result?
+    int code;  // the code that a test makes it fail with, or 0
+    int acts;  // whether it does its work and returns its result
 };
-/// The begin of an entry: takes the lock and counts the call.
+/// The beginning of an entry: acquires the lock and counts the call.
 struct Call enter(enum posixprovider_entry entry);
-/// The end of an entry: gives the lock back. Returns the code that the entry is to return.
+/// The end of an entry: releases the lock. Returns the code that the entry is to return.
 int leave(struct Call call, int code);
 /// Counts a fault.
 void fault(const char* format, ...) __attribute__((format(__MINGW_PRINTF_FORMAT, 1, 2)));
 void resetCalls(void);
 
-// waits.c: one condition for all that anybody waits for.
+// waits.c: one condition for everything that threads wait for.
 
-/// Which reset was the last. A wait in which it changes ends with POSIXPROVIDER_INTERRUPTED, and
-/// must not touch any object any more.
+/// The number of the last reset. If it changes during a wait, the wait ends with
+/// POSIXPROVIDER_INTERRUPTED and must not touch any object any more.
 extern unsigned gEpoch;
-/// Something happened that somebody may wait for.
+/// Reports that something happened that a thread may wait for.
 void changed(void);
-/// Waits for that, with the lock given back meanwhile; the thread counts as blocked in the entry.
+/// Waits for that; the lock is released during the wait. The thread counts as blocked in the entry.
 void awaitChange(enum posixprovider_entry entry, DWORD milliseconds);
 
 // objects.c
@@ -55,7 +55,7 @@ struct Embedding {
     const unsigned char* table;
     const unsigned char* systemTable;
     int references;
-    int objects;  // that it has made and that are alive
+    int objects;  // that it has created and that are alive
     const char* release;
     struct Embedding* next;
 };
@@ -67,7 +67,7 @@ struct Object {
 };
 
 extern int gCounters[POSIXPROVIDER_COUNTERS];
-/// The table of whatever has ended.
+/// The table of every object that has ended.
 extern unsigned char gEndedTable[SYSTEM_TABLE_SIZE];
 
 typedef void (*AnyEntry)(void);
@@ -75,27 +75,28 @@ void putEntry(unsigned char* table, size_t offset, AnyEntry entry);
 #define PUT_ENTRY(table, offset, function) putEntry((table), (offset), (AnyEntry)(function))
 void put32(unsigned char* table, size_t offset, int32_t value);
 void put64(unsigned char* table, size_t offset, uint64_t value);
-/// A call of any other entry of the table is a fault.
+/// Clears a table: a call of any entry that isn't put into it afterwards is a fault.
 void clearTable(unsigned char* table, size_t size);
 
-/// Zeroed memory that is kept until the next reset.
+/// Returns zeroed memory that stays allocated until the next reset.
 void* keep(size_t size);
 char* keepText(const char* data, size_t length);
-/// The memory stays for good if threads may still use it.
+/// The memory is never freed if threads may still use it.
 void resetObjects(int isInUse);
 
 void* makeObject(size_t size, const unsigned char* table, enum posixprovider_counter counter,
                  struct Embedding* owner);
 /// `object` may be any struct that begins with a struct Object.
 void endObject(void* object);
-/// Takes the object out of its holder; another object there, or no holder, is a fault.
+/// Clears the holder of the object. It is a fault if the holder contains another object, or is
+/// null.
 void emptyHolder(void* object, void** holder);
-/// As leave, for entries that end an object: a failure comes with a counted reference.
+/// Like leave, for entries that end an object: a failure comes with a counted reference.
 int leaveEnded(struct Call call, struct Embedding* owner, void** errors);
-/// The entry `system` of most objects: this counts it.
+/// The entry `system` of most objects; this counts the call.
 void* systemOf(void* object, enum posixprovider_entry entry);
 
-/// The embedding that this is the system of.
+/// Returns the embedding that `system` belongs to.
 static inline struct Embedding* embeddingOf(void* system) {
     return (struct Embedding*)(void*)((unsigned char*)system - sizeof(void*));
 }
@@ -117,7 +118,8 @@ extern unsigned char gSigsetTable[OBJECT_TABLE_SIZE];
 static inline uint64_t signalBit(int signal) { return UINT64_C(1) << (signal - 1); }
 int isSignal(int signal);
 void raiseSignal(int signal);
-/// Acts on the pending signals that nobody blocks or waits for. That may end the process.
+/// Acts on the pending signals that some thread doesn't block and no thread waits for. That may end
+/// the process.
 void deliverSignals(void);
 void putSignalEntries(unsigned char* table);
 void resetSignals(void);
@@ -127,7 +129,7 @@ void resetSignals(void);
 struct Thread {
     uint64_t id;
     DWORD windowsId;
-    HANDLE handle;    // null: not made by thread_create
+    HANDLE handle;    // null: not created by thread_create
     uint64_t mask;    // the signals that it blocks
     uint64_t awaits;  // the signals that it is waiting for
     void* (*start)(void*);
@@ -137,9 +139,9 @@ struct Thread {
     int hasEnded;
     struct Thread* next;
 };
-/// The record of the calling thread; made, with an empty mask, if there is none.
+/// Returns the record of the calling thread. Creates one, with an empty mask, if there is none.
 struct Thread* currentThread(void);
-/// Null if there is none.
+/// Returns null if there is no record.
 struct Thread* findCurrentThread(void);
 struct Thread* firstThread(void);
 /// The calling thread is about to end.
@@ -156,9 +158,9 @@ void putMutexEntries(unsigned char* table);
 
 struct Time now(void);
 int isPast(const struct Time* deadline);
-/// Until then, as the clock runs by itself.
+/// Returns the milliseconds until the deadline; INFINITE if the clock doesn't run by itself.
 DWORD millisecondsUntil(const struct Time* deadline);
-/// Lets the clock leap, if it does; returns whether.
+/// Makes the leaping clock leap to the deadline. Returns whether it did: other clocks don't.
 int leapTo(const struct Time* deadline);
 void noteTime(enum posixprovider_entry entry, const struct Time* time);
 void putClockEntries(unsigned char* table);
@@ -177,15 +179,15 @@ struct MountLine {
     struct Text type;
     struct Text options;  // with tabs between them
 };
-/// Reads a line of the mount table, and returns where the next one begins; null at the end. `from`
-/// is null for the first.
+/// Reads a line of the mount table and returns where the next one begins, or null at the end.
+/// `from` is null for the first.
 const char* readMount(const char* from, struct MountLine* line);
-/// Takes the next field off the front of the text.
+/// Removes the next field from the beginning of the text and returns it.
 struct Text takeField(struct Text* rest);
 void putMountEntries(unsigned char* table);
 void resetMounts(void);
 
-// conversion.c: the path in its other form; null if no mount covers it.
+// conversion.c: return the path in its other form, or null if no mount covers it.
 
 char* externalize(const char* path);
 char* internalize(const char* path);

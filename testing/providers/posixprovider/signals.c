@@ -22,8 +22,8 @@ static uint64_t dispositionOf(int signal) {
     return gDispositions[signal] != 0 ? gDispositions[signal] : POSIXPROVIDER_DEFAULT_DISPOSITION;
 }
 
-/// Does some thread take the signal by its disposition? A process of which no thread is known has
-/// one that blocks nothing.
+/// Returns whether some thread takes the signal by its disposition. If no thread of the process is
+/// known, the process has one that blocks nothing.
 static int isDeliverable(int signal) {
     const struct Thread* thread = firstThread();
     int isTaken = thread == NULL;
@@ -62,7 +62,7 @@ void raiseSignal(int signal) {
     changed();
 }
 
-/// Makes an object in the storage, or elsewhere if it doesn't fit in.
+/// Creates an object in the storage, or elsewhere if it doesn't fit.
 static struct Object* makeIn(void* storage, uint64_t storageSize, size_t size,
                              const unsigned char* table, struct Embedding* owner) {
     if ((uintptr_t)storage % 16 != 0) {
@@ -110,7 +110,7 @@ static int sigactionInit(void* self, void* storage, void** result) {
     if (call.acts) {
         struct SigAction* made = (struct SigAction*)(void*)makeIn(
             storage, sizeAt(1096), sizeof *made, gSigactionTable, embeddingOf(self));
-        made->disposition = 0;  // none at all: it is set by whoever asks for one
+        made->disposition = 0;  // none at all: the caller sets it
         *result = made;
     }
     return leave(call, 0);
@@ -139,7 +139,7 @@ static int sigactionSetHandler(void* self, uint64_t disposition) {
     return leave(call, 0);
 }
 
-/// Is it null, or an object of that table? Anything else is a fault.
+/// Returns whether it is null, or an object with that table. Anything else is a fault.
 static int isObject(const struct Object* object, const unsigned char* table) {
     const int isRight = object == NULL || object->table == table;
     if (!isRight) {

@@ -149,7 +149,7 @@ int resetThreads(void) {
     while (thread != NULL) {
         struct Thread* next = thread->next;
         if (thread->handle != NULL && !thread->hasEnded) {
-            // Its record stays for good: the thread writes its end there.
+            // Its record is never freed: the thread notes its end there.
             CloseHandle(thread->handle);
             areRunning = 1;
         } else {

@@ -6,7 +6,7 @@ static SRWLOCK gLock = SRWLOCK_INIT;
 static CONDITION_VARIABLE gChange = CONDITION_VARIABLE_INIT;
 static CONDITION_VARIABLE gBlocking = CONDITION_VARIABLE_INIT;
 static unsigned gChanges;
-/// The threads that wait in spite of all changes up to now.
+/// For each entry, the number of waiting threads that no change so far has woken.
 static int gBlocked[POSIXPROVIDER_ENTRIES];
 
 unsigned gEpoch;

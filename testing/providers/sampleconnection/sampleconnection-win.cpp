@@ -1,5 +1,5 @@
-// A connection library for tests of a host: every answer is canned, and some are awkward on
-// purpose. What it was told, and when, comes back in its answers.
+// A connection library for tests of a host. Every answer is canned, and some are awkward on
+// purpose. Its answers report what it was passed, and when.
 
 #include <cstdlib>
 #include <stdexcept>
@@ -19,14 +19,14 @@ class SampleConnection : public ClearCaseConnection {
 public:
     std::string getOutput() override { return {}; }
 
-    /// The text of SAMPLECONNECTION_ERROR.
+    /// Returns the text of SAMPLECONNECTION_ERROR.
     std::string getError() override { return variable("SAMPLECONNECTION_ERROR"); }
 
     void clearMessages() override {}
 
-    /// By the last name of the path: "version", "link" and "broken" (texts that are no UTF-8, with
-    /// control characters); "throw" throws, and so does "throwint", which throws no std::exception.
-    /// Every other name is view private.
+    /// The last name of the path decides: "version", "link" and "broken" (texts that are invalid
+    /// UTF-8, with control characters); "throw" throws a std::exception, "throwint" throws
+    /// something else. Every other name is view private.
     int getElementStatus(const char* path, std::string* version, std::string* target) override {
         const std::string text = path;
         const std::string name = text.substr(text.find_last_of("/\\") + 1);
@@ -55,7 +55,7 @@ public:
         return elementViewPrivate;
     }
 
-    /// The arguments, with bars between them.
+    /// Returns the arguments, separated by bars.
     std::string canonicalizeViewPath(const std::string& cwd, const std::string& path,
                                      const std::vector<std::string>& vobTags) override {
         std::string text = cwd + "|" + path;
@@ -76,7 +76,7 @@ public:
         results.push_back({root + "\\c", vobNotDetermined});
     }
 
-    /// NBCLEARCASE_FAKE_INI as it was when the library was loaded.
+    /// Includes NBCLEARCASE_FAKE_INI as it was when the library was loaded.
     void getProductInfo(const void*, std::map<std::string, std::string>& info) override {
         info["product"] = "Sample connection";
         info["configAtLoad"] = gConfigAtLoad;
@@ -94,7 +94,7 @@ public:
 
 }  // namespace
 
-/// Null if SAMPLECONNECTION_NULL is set.
+/// Returns null if SAMPLECONNECTION_NULL is set.
 extern "C" ClearCaseConnection* ClearCaseImplCtor(void*) {
     return variable("SAMPLECONNECTION_NULL").empty() ? new SampleConnection : nullptr;
 }
