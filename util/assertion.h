@@ -9,5 +9,9 @@
 
 /// Checks an invariant, in release builds as well. It is a macro because only a macro has the
 /// condition's source text and position.
-#define NB_ASSERT(condition) \
-    (static_cast<bool>(condition) ? void() : assertFailed(#condition, __FILE__, __LINE__))
+#define NB_ASSERT(condition) NB_ASSERT_AS(condition, #condition)
+
+/// The same, but reports `text` as the expression. For conditions that are known to readers of logs
+/// in another spelling than the code's.
+#define NB_ASSERT_AS(condition, text) \
+    (static_cast<bool>(condition) ? void() : assertFailed(text, __FILE__, __LINE__))

@@ -5,9 +5,9 @@
 #include "util/assertion.h"
 #include "util/stringformat.h"
 
-std::ostream& operator<<(std::ostream& out, const MessagePrefix& mp) {
-    NB_ASSERT(mp.mCode);
-    return out << format(32, "%s NB%04d: ", mp.mIsError ? "ERROR" : "WARNING", mp.mCode);
+std::ostream& operator<<(std::ostream& out, const MessagePrefix& prefix) {
+    NB_ASSERT_AS(prefix.mCode != 0, "mp.mCode");
+    return out << format(32, "%s NB%04d: ", prefix.mIsError ? "ERROR" : "WARNING", prefix.mCode);
 }
 
 // Defined here, so that the table of virtual functions is in one place.

@@ -16,7 +16,7 @@ struct MessagePrefix {
                 ///< process
 };
 
-std::ostream& operator<<(std::ostream& out, const MessagePrefix& mp);
+std::ostream& operator<<(std::ostream& out, const MessagePrefix& prefix);
 
 /// An error with its number. `what()` is the text as given, without a prefix: code that catches the
 /// exception prints it together with the number.

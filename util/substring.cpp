@@ -70,9 +70,7 @@ private:
 }  // namespace
 
 char Substring::operator[](size_t index) const {
-    // clang-format off
-    NB_ASSERT(index < ( mEnd - mStart ));
-    // clang-format on
+    NB_ASSERT_AS(index < length(), "index < ( mEnd - mStart )");
     return (*mString)[mStart + index];
 }
 

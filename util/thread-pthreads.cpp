@@ -69,20 +69,16 @@ ThreadAttributes::ThreadAttributes() {
 ThreadAttributes::~ThreadAttributes() { NB_ASSERT(pthread_attr_destroy(&raw) == 0); }
 
 void ThreadAttributes::setDetached() {
-    // clang-format off
-    NB_ASSERT(pthread_attr_setdetachstate( &raw, PTHREAD_CREATE_DETACHED) == 0);
-    // clang-format on
+    NB_ASSERT_AS(pthread_attr_setdetachstate(&raw, PTHREAD_CREATE_DETACHED) == 0,
+                 "pthread_attr_setdetachstate( &raw, PTHREAD_CREATE_DETACHED) == 0");
 }
 
 void ThreadAttributes::setStackSize(size_t bytes) { pthread_attr_setstacksize(&raw, bytes); }
 
-// The texts of the assertions on mThread are fixed.
-// NOLINTBEGIN(modernize-use-nullptr)
-Thread::~Thread() { NB_ASSERT(mThread == 0); }
+Thread::~Thread() { NB_ASSERT_AS(mThread == nullptr, "mThread == 0"); }
 
 void Thread::start(size_t stackSize) {
-    NB_ASSERT(mThread == 0);
-    // NOLINTEND(modernize-use-nullptr)
+    NB_ASSERT_AS(mThread == nullptr, "mThread == 0");
     ConcurrencyRise rise;
     ThreadAttributes attributes;
     takeStackSize(attributes, stackSize);

@@ -83,16 +83,14 @@ const vrpsx::embedding* connector::embedding() const {
 void connector::start_signal_thread(const std::map<int, handler>& handlers) {
     vrpsx::with_sigset(_embedding, [&](const vrpsx::sigset& signals) {
         const vrpsx::mutex::scoped_lock lock(_mutex);
-        // clang-format off
-        NB_ASSERT(! _signal_thread);
-        // clang-format on
-        for (const auto& p : handlers) {
-            if (p.second.empty()) {
+        NB_ASSERT_AS(!_signal_thread, "! _signal_thread");
+        for (const auto& [signal, handle] : handlers) {
+            if (handle.empty()) {
                 continue;
             }
-            NB_ASSERT(p.first != embedding()->sigusr2());
-            signals.add(p.first);
-            _handlers.insert(p);
+            NB_ASSERT_AS(signal != embedding()->sigusr2(), "p.first != embedding()->sigusr2()");
+            signals.add(signal);
+            _handlers.emplace(signal, handle);
         }
         signals.add(_embedding.sigusr2());
         // Before the thread exists, so that it starts with this mask.
@@ -119,9 +117,9 @@ void* connector::run_signal_thread(void* self) noexcept {
 
 void connector::receive_signals() {
     vrpsx::with_sigset(_embedding, [this](const vrpsx::sigset& signals) {
-        for (const auto& p : _handlers) {
-            NB_ASSERT(p.second);
-            signals.add(p.first);
+        for (const auto& [signal, handle] : _handlers) {
+            NB_ASSERT_AS(handle, "p.second");
+            signals.add(signal);
         }
         signals.add(_embedding.sigusr2());
         while (!end_if_stopped()) {

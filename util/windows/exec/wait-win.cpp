@@ -68,7 +68,7 @@ bool ProcessList::query(const ScopedHandle& job) {
         }
         mSize *= 2;
         pids = std::malloc(mSize);
-        NB_ASSERT(pids != 0);  // NOLINT(modernize-use-nullptr): the message quotes this text
+        NB_ASSERT_AS(pids != nullptr, "pids != 0");
         mHeap.reset(pids);
     }
     const auto* list = static_cast<const JOBOBJECT_BASIC_PROCESS_ID_LIST*>(pids);
