@@ -51,7 +51,7 @@ bool invoked_from_cygwin() {
 }
 
 connector::connector(const vrpsx::embedding& embedding)
-    : _embedding(embedding), _errno(&delete_error) {
+    : _embedding(embedding), _last_error(&delete_error) {
     const vrpsx::uname_result uname = _embedding.uname();
     const std::optional<runtime_version> version = parse_release(uname.release_text());
     if (!version) {
@@ -71,8 +71,8 @@ connector::~connector() noexcept(false) {
         std::cerr << e.what() << '\n';
     }
     // Deleting the key doesn't free values.
-    delete_error(_errno.get());
-    _errno.set(nullptr);
+    delete_error(_last_error.get());
+    _last_error.set(nullptr);
 }
 
 const vrpsx::embedding* connector::embedding() const {
@@ -253,10 +253,10 @@ std::string connector::describe() const {
 }
 
 int* connector::error_slot() const noexcept {
-    auto* error = static_cast<int*>(_errno.get());
+    auto* error = static_cast<int*>(_last_error.get());
     if (error == nullptr) {
         error = new (std::nothrow) int(0);  // owned by the key
-        _errno.set(error);
+        _last_error.set(error);
     }
     return error;
 }

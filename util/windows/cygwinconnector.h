@@ -141,7 +141,7 @@ private:
     std::string convert(convert_path conversion, const std::string& path) const;
 
     vrpsx::embedding _embedding;
-    mutable ThreadKey _errno;
+    mutable ThreadKey _last_error;
     vrpsx::mutex _mutex;  ///< guards the three members below
     vrpsx::cond _cond;    ///< signals that the signal thread has ended
     std::optional<vrpsx::raw::thread_id> _signal_thread;
