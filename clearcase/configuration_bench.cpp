@@ -14,8 +14,7 @@
 
 namespace {
 
-using testing_support::EnvironmentScope;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 constexpr size_t LINES = 200'000;
 constexpr int ROUNDS = 7;  // each takes tenths of a second

@@ -16,8 +16,7 @@
 namespace {
 
 using benchmark::compare;
-using testing_support::EnvironmentScope;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 /// A connection from the DLL that is shipped.
 class ShippedConnection {

@@ -12,8 +12,7 @@
 
 namespace {
 
-using testing_support::EnvironmentScope;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 /// Gives the library drives for a scope.
 class DrivesScope {

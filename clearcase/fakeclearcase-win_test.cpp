@@ -15,9 +15,7 @@
 
 namespace {
 
-using testing_support::EnvironmentScope;
-using testing_support::ReplacedCall;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 /// Makes a folder the current directory, and sets the process to no view and no file.
 class FakeClearCaseTest : public testing::Test {

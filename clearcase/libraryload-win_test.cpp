@@ -14,8 +14,7 @@
 
 namespace {
 
-using testing_support::ReplacedCall;
-using testing_support::SystemMessage;
+using namespace testing_support;
 
 WORD gVersion = 0;
 int gCleanups = 0;

@@ -13,7 +13,7 @@
 
 namespace {
 
-using testing_support::ReplacedCall;
+using namespace testing_support;
 
 struct Connection {
     const char* localName;

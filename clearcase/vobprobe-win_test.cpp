@@ -12,8 +12,7 @@
 
 namespace {
 
-using testing_support::ReplacedCall;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 TEST(ProbeVobsTest, NoVobsGiveNoResults) {
     std::vector<VobRecord> results = {{"a", vobWritable}, {"b", vobReadOnly}};

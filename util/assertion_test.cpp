@@ -6,7 +6,7 @@
 
 namespace {
 
-using testing_support::diedOfABadAddress;
+using namespace testing_support;
 
 TEST(AssertionDeathTest, AFailureNamesFileLineAndExpressionAndDiesAtAddressZero) {
     // The line end ends the text; the C runtime of Windows may write it as two characters.

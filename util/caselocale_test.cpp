@@ -17,7 +17,7 @@
 
 namespace {
 
-using testing_support::EnvironmentScope;
+using namespace testing_support;
 using CaseLocaleTest = testing_support::EightBitLocaleTest;
 using CaseLocaleDeathTest = testing_support::EightBitLocaleTest;
 

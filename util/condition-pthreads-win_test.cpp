@@ -8,7 +8,7 @@
 
 namespace {
 
-using testing_support::MemoryShortage;
+using namespace testing_support;
 
 TEST(ConditionDeathTest, AConditionThatCannotBeMadeEndsTheProcess) {
     EXPECT_EXIT(

@@ -11,8 +11,7 @@
 
 namespace {
 
-using testing_support::BoundedThread;
-using testing_support::eventually;
+using namespace testing_support;
 
 static_assert(sizeof(Condition) == sizeof(void*));
 

@@ -13,11 +13,7 @@
 
 namespace {
 
-using testing_support::flushesTied;
-using testing_support::printed;
-using testing_support::RefusingBuffer;
-using testing_support::SmallBuffer;
-using testing_support::ThrowingBuffer;
+using namespace testing_support;
 
 TEST(EscapeBytesTest, OnlyBytesWithTheHighBitAreEscaped) {
     const struct {

@@ -19,11 +19,7 @@
 
 namespace {
 
-using testing_support::gThreadCalls;
-using testing_support::hasAborted;
-using testing_support::liveAllocationCount;
-using testing_support::RefusedMemory;
-using testing_support::ThreadCallResult;
+using namespace testing_support;
 
 const std::string NO_MUTEX = "Unable to initialize a new mutex: ";
 const std::string NO_RWLOCK = "Unable to initialize a new rwlock: ";

@@ -8,8 +8,7 @@
 
 namespace {
 
-using testing_support::hasAborted;
-using testing_support::MemoryShortage;
+using namespace testing_support;
 
 const std::string NO_MUTEX = "Unable to initialize a new mutex: ";
 const std::string NO_RWLOCK = "Unable to initialize a new rwlock: ";

@@ -15,11 +15,7 @@
 
 namespace {
 
-using testing_support::BoundedThread;
-using testing_support::contend;
-using testing_support::CountedGetter;
-using testing_support::eventually;
-using testing_support::FakeClock;
+using namespace testing_support;
 
 // Handles are heap cells, so that the layout is the same on every thread library.
 static_assert(sizeof(Mutex) == 2 * sizeof(void*));

@@ -13,7 +13,7 @@
 
 namespace {
 
-using testing_support::CygwinScope;
+using namespace testing_support;
 
 /// Applies the rule name by name, for a path whose root is in its normal spelling.
 std::string foldedBelow(const std::string& root, const std::string& tail) {

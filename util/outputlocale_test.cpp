@@ -11,7 +11,7 @@
 
 namespace {
 
-using testing_support::printed;
+using namespace testing_support;
 
 using OutputLocaleTest = testing_support::EightBitLocaleTest;
 

@@ -12,9 +12,7 @@
 
 namespace {
 
-using testing_support::bytes;
-using testing_support::dump;
-using testing_support::quote;
+using namespace testing_support;
 
 constexpr int MOST_WIDTH = 12;
 

@@ -14,7 +14,7 @@
 
 namespace {
 
-using testing_support::CygwinScope;
+using namespace testing_support;
 
 using namespace std::string_view_literals;
 

@@ -10,7 +10,7 @@
 
 namespace {
 
-using testing_support::CygwinScope;
+using namespace testing_support;
 
 struct RootRow {
     const char* path;

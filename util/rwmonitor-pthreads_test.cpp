@@ -32,11 +32,7 @@ struct RWMonitorTestPeer {
 
 namespace {
 
-using testing_support::BoundedThread;
-using testing_support::contend;
-using testing_support::CountedGetter;
-using testing_support::eventually;
-using testing_support::FakeClock;
+using namespace testing_support;
 
 using Books = RWMonitorTestPeer;
 

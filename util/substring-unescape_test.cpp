@@ -12,7 +12,7 @@
 
 namespace {
 
-using testing_support::forAllTexts;
+using namespace testing_support;
 
 constexpr size_t NONE = std::string::npos;
 

@@ -14,8 +14,7 @@
 
 namespace {
 
-using testing_support::eventually;
-using testing_support::gThreadCalls;
+using namespace testing_support;
 using ThreadDeathTest = testing::Test;
 
 /// Runs until it is asked to stop, and counts its runs.

@@ -15,9 +15,7 @@
 
 namespace {
 
-using testing_support::eventually;
-using testing_support::gThreadCalls;
-using testing_support::ThreadCallResult;
+using namespace testing_support;
 using ThreadAttributesDeathTest = testing::Test;
 
 constexpr size_t STACK_SIZE = 4U << 20U;

@@ -13,7 +13,7 @@ struct TimerTestPeer {
 
 namespace {
 
-using testing_support::FakeClock;
+using namespace testing_support;
 
 static_assert(std::has_virtual_destructor_v<Timer>);
 

@@ -6,8 +6,7 @@
 
 namespace {
 
-using testing_support::byTrailingExpression;
-using testing_support::forAllTexts;
+using namespace testing_support;
 
 // Takes ten minutes here; under a sanitizer it would take half an hour.
 TEST(RemoveTrailingBlanksTest, SoakTextsOfEightUnitsComeOutAsByTheExpression) {

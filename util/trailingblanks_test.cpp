@@ -13,8 +13,7 @@
 
 namespace {
 
-using testing_support::byTrailingExpression;
-using testing_support::forAllTexts;
+using namespace testing_support;
 
 std::wstring without(std::wstring path) {
     removeTrailingBlanks(path);

@@ -13,13 +13,7 @@
 
 namespace {
 
-using testing_support::bytes;
-using testing_support::dump;
-using testing_support::flushesTied;
-using testing_support::quote;
-using testing_support::RefusingBuffer;
-using testing_support::SmallBuffer;
-using testing_support::ThrowingBuffer;
+using namespace testing_support;
 
 void expectLayout(const Layout& layout, int column, bool needSpace) {
     EXPECT_EQ(layout.column, column);

@@ -10,10 +10,7 @@
 
 namespace {
 
-using testing_support::ConsoleBreaks;
-using testing_support::eventually;
-using testing_support::StartedChild;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 constexpr DWORD BREAK_CODE = 0xC000013A;
 

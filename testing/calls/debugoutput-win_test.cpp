@@ -4,7 +4,7 @@
 
 namespace {
 
-using testing_support::DebugOutput;
+using namespace testing_support;
 
 __attribute__((noinline)) void tell(const char* text) { OutputDebugStringA(text); }
 

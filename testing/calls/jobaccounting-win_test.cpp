@@ -16,10 +16,7 @@
 
 namespace {
 
-using testing_support::eventually;
-using testing_support::JobAccounting;
-using testing_support::StartedChild;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 constexpr JOBOBJECTINFOCLASS ACCOUNTING = JobObjectBasicAndIoAccountingInformation;
 

@@ -10,9 +10,7 @@
 
 namespace {
 
-using testing_support::QuickWakes;
-using testing_support::StartedChild;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 [[gnu::noinline]] DWORD waitFor(HANDLE object, DWORD milliseconds) {
     return WaitForSingleObject(object, milliseconds);

@@ -6,7 +6,7 @@
 
 namespace {
 
-using testing_support::ReplacedCall;
+using namespace testing_support;
 
 __attribute__((noinline)) DWORD processId() { return GetCurrentProcessId(); }
 

@@ -6,7 +6,7 @@
 
 namespace {
 
-using testing_support::SystemMessage;
+using namespace testing_support;
 
 __attribute__((noinline)) DWORD ask(DWORD flags, wchar_t* buffer, DWORD size) {
     return FormatMessageW(flags, /*lpSource=*/nullptr, /*dwMessageId=*/5, /*dwLanguageId=*/1024,

@@ -4,7 +4,7 @@
 
 #include "testing/calls/systemerror.h"
 
-using testing_support::gThreadCalls;
+using namespace testing_support;
 
 testing_support::ThreadCalls testing_support::gThreadCalls;
 

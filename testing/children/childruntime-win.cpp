@@ -70,7 +70,7 @@ void pause(DWORD milliseconds) {
 }
 
 testing_support::ChildCounters& counters() {
-    using testing_support::ChildCounters;
+    using namespace testing_support;
     static ChildCounters* const shared = [] {
         HANDLE mapping = CreateFileMappingW(
             INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, sizeof(ChildCounters),

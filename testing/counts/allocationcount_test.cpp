@@ -8,8 +8,7 @@
 
 namespace {
 
-using testing_support::allocationCount;
-using testing_support::liveAllocationCount;
+using namespace testing_support;
 
 // Stored where the compiler can't see that it is never read, so that no allocation is optimised
 // away.

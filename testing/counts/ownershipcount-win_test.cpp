@@ -10,9 +10,7 @@
 
 namespace {
 
-using testing_support::OwnedResources;
-using testing_support::OwnershipCount;
-using testing_support::OwnershipTest;
+using namespace testing_support;
 
 // The calls are outside the tests' bodies, so that they reach the replacements.
 

@@ -9,8 +9,7 @@
 
 namespace {
 
-using testing_support::handleCount;
-using testing_support::heapBytes;
+using namespace testing_support;
 
 TEST(ProcessResourcesTest, AHandleCountsUntilItIsClosed) {
     const size_t before = handleCount();

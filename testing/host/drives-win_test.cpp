@@ -13,12 +13,7 @@
 
 namespace {
 
-using testing_support::ChildResult;
-using testing_support::ChildRun;
-using testing_support::RegisteredProvider;
-using testing_support::runChild;
-using testing_support::TempFolder;
-using testing_support::testProgramFolder;
+using namespace testing_support;
 
 using Arguments = std::vector<std::string>;
 

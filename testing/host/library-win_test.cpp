@@ -36,10 +36,7 @@ public:
 
 namespace {
 
-using testing_support::EnvironmentScope;
-using testing_support::ReplacedCall;
-using testing_support::ShippedLibrary;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 /// The library, with a configuration that causes one complaint and has one element.
 class LibraryTest : public testing::Test {

@@ -13,12 +13,7 @@
 
 namespace {
 
-using testing_support::EnvironmentScope;
-using testing_support::handleCount;
-using testing_support::heapBytes;
-using testing_support::RegisteredProvider;
-using testing_support::ShippedLibrary;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 struct Answer {
     int status;

@@ -9,11 +9,7 @@
 
 namespace {
 
-using testing_support::ChildResult;
-using testing_support::ChildRun;
-using testing_support::EnvironmentScope;
-using testing_support::runChild;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 ChildRun sampleProgram(std::vector<std::string> arguments) {
     return {.program = testing_support::testProgramFolder() / "sampleprogram.exe",

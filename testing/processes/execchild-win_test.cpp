@@ -15,11 +15,7 @@
 
 namespace {
 
-using testing_support::ChildResult;
-using testing_support::ChildRun;
-using testing_support::eventually;
-using testing_support::StartedChild;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 const std::filesystem::path PROGRAM = testing_support::testProgramFolder() / "execchild.exe";
 

@@ -8,11 +8,7 @@
 
 namespace {
 
-using testing_support::CommandResult;
-using testing_support::execChild;
-using testing_support::RecordedStarts;
-using testing_support::SystemMessage;
-using testing_support::TestedExec;
+using namespace testing_support;
 
 TEST(TestedExecTest, AStartThatFailsInternallyIsTriedAgainAndNotReported) {
     TestedExec exec;

@@ -8,9 +8,7 @@
 
 namespace {
 
-using testing_support::callAt;
-using testing_support::PosixProvider;
-using testing_support::valueAt;
+using namespace testing_support;
 
 constexpr int FAILURE = 4711;
 

@@ -11,9 +11,7 @@
 
 namespace {
 
-using testing_support::callAt;
-using testing_support::PosixProvider;
-using testing_support::valueAt;
+using namespace testing_support;
 using Time = PosixProvider::Time;
 
 constexpr int SIGNAL = 50;

@@ -8,9 +8,7 @@
 
 namespace {
 
-using testing_support::RegisteredProvider;
-using testing_support::withoutService;
-using testing_support::withService;
+using namespace testing_support;
 
 TEST(ProviderOrderTest, AServiceIsAppendedUnlessItIsInTheList) {
     EXPECT_EQ(withService(L"", L"Ours"), L"Ours");

@@ -6,8 +6,7 @@
 
 namespace {
 
-using testing_support::DirectoryLink;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 TEST(DirectoryLinkTest, ItShowsAsAReparsePointAndLeadsToItsTargetUntilItIsGone) {
     const TempFolder folder;

@@ -8,7 +8,7 @@
 
 namespace {
 
-using testing_support::EnvironmentScope;
+using namespace testing_support;
 
 constexpr const char* NAME = "NBCC_ENVIRONMENTSCOPE_TEST";
 

@@ -12,7 +12,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-using testing_support::TempFolder;
+using namespace testing_support;
 
 std::string contentOf(const fs::path& path) {
     std::ifstream file(path, std::ios::binary);

@@ -12,7 +12,7 @@ namespace {
 
 using ccquery::absolutePath;
 using ccquery::isAbsolutePath;
-using testing_support::utf8;
+using namespace testing_support;
 
 /// Changes the current directory of the process for its lifetime.
 class CurrentFolder {

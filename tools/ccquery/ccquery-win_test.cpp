@@ -10,12 +10,7 @@
 
 namespace {
 
-using testing_support::ChildResult;
-using testing_support::ChildRun;
-using testing_support::runChild;
-using testing_support::TempFolder;
-using testing_support::testProgramFolder;
-using testing_support::utf8;
+using namespace testing_support;
 
 using Texts = std::vector<std::string>;
 

@@ -19,9 +19,7 @@
 
 namespace {
 
-using testing_support::DebugOutput;
-using testing_support::MemoryShortage;
-using testing_support::SystemMessage;
+using namespace testing_support;
 using Texts = std::vector<std::string>;
 
 /// Reports when it is deleted.

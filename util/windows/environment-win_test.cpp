@@ -10,7 +10,7 @@
 
 namespace {
 
-using testing_support::ReplacedCall;
+using namespace testing_support;
 
 constexpr const wchar_t* NAME = L"NBCC_ENVIRONMENT_TEST";
 

@@ -20,9 +20,7 @@
 
 namespace {
 
-using testing_support::ReplacedCall;
-using testing_support::SocketError;
-using testing_support::SystemMessage;
+using namespace testing_support;
 
 /// Changes both error numbers at each write, as a stream to a file might.
 class DisturbingStreambuf : public std::streambuf {

@@ -15,9 +15,7 @@
 
 namespace {
 
-using testing_support::ReplacedCall;
-using testing_support::SocketError;
-using testing_support::SystemMessage;
+using namespace testing_support;
 
 void expectOneCall(const SystemMessage& message, DWORD flags, const void* source, DWORD number,
                    DWORD size) {

@@ -29,14 +29,7 @@
 
 namespace {
 
-using testing_support::BoundedThread;
-using testing_support::ConsoleBreaks;
-using testing_support::eventually;
-using testing_support::PosixProvider;
-using testing_support::StartedChild;
-using testing_support::SystemMessage;
-using testing_support::TempFolder;
-using testing_support::TestedExec;
+using namespace testing_support;
 
 using Rules = std::list<Exec::StallRule>;
 using Texts = std::vector<std::string>;

@@ -6,7 +6,7 @@
 
 namespace {
 
-using testing_support::ReplacedCall;
+using namespace testing_support;
 
 TEST(WindowsTimeTest, BothHalvesOfAWindowsTimeBecomeTheTicks) {
     const FILETIME time{/*dwLowDateTime=*/0xd53e8001, /*dwHighDateTime=*/0x019db1de};

@@ -14,9 +14,7 @@
 
 namespace {
 
-using testing_support::ReplacedCall;
-using testing_support::SocketError;
-using testing_support::SystemMessage;
+using namespace testing_support;
 
 // A number in the range for applications, for which the system has no message.
 constexpr uint32_t noSystemError = 0x20004711;

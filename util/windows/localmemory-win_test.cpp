@@ -8,7 +8,7 @@
 
 namespace {
 
-using testing_support::ReplacedCall;
+using namespace testing_support;
 
 std::vector<void*> gFreed;
 

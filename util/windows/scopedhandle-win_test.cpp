@@ -14,10 +14,7 @@
 
 namespace {
 
-using testing_support::DebugOutput;
-using testing_support::MemoryShortage;
-using testing_support::ReplacedCall;
-using testing_support::SystemMessage;
+using namespace testing_support;
 
 const HANDLE gSomeHandle = reinterpret_cast<HANDLE>(0x1234);
 std::vector<HANDLE> gClosed;

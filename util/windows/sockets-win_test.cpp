@@ -15,8 +15,7 @@
 
 namespace {
 
-using testing_support::ReplacedCall;
-using testing_support::SystemMessage;
+using namespace testing_support;
 
 // The sockets of a process start only once, so each test is a death test: its statement runs in its
 // own process, and reports on standard error what it saw.

@@ -23,12 +23,7 @@
 
 namespace {
 
-using testing_support::allocationCount;
-using testing_support::byTrailingExpression;
-using testing_support::CygwinScope;
-using testing_support::DebugOutput;
-using testing_support::forAllTexts;
-using testing_support::ReplacedCall;
+using namespace testing_support;
 
 struct Row {
     const char* path;

@@ -9,7 +9,7 @@
 
 namespace {
 
-using testing_support::TempFolder;
+using namespace testing_support;
 
 TEST(SystemHeaderTest, EveryPartIsThere) {
     const TempFolder folder;

@@ -7,7 +7,7 @@
 
 namespace {
 
-using testing_support::ReplacedCall;
+using namespace testing_support;
 
 int gCalls = 0;
 

@@ -11,7 +11,7 @@
 
 namespace {
 
-using testing_support::ReplacedCall;
+using namespace testing_support;
 
 struct TextRow {
     std::string utf8;

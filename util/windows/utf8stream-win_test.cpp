@@ -21,8 +21,7 @@
 
 namespace {
 
-using testing_support::ReplacedCall;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 constexpr size_t blockSize = 4096;
 

@@ -16,8 +16,7 @@
 
 namespace {
 
-using testing_support::embeddingOf;
-using testing_support::PosixProvider;
+using namespace testing_support;
 using vrpsx::embedding;
 
 constexpr int CODE = POSIXPROVIDER_NO_TEXT;

@@ -18,12 +18,7 @@ extern "C" {
 
 namespace {
 
-using testing_support::ChildResult;
-using testing_support::EnvironmentScope;
-using testing_support::RegisteredProvider;
-using testing_support::runChild;
-using testing_support::TempFolder;
-using testing_support::testProgramFolder;
+using namespace testing_support;
 
 /// The drives file of a test, made known to this process and its children.
 class DrivesFile {

@@ -26,16 +26,7 @@
 
 namespace {
 
-using testing_support::BoundedThread;
-using testing_support::CommandResult;
-using testing_support::ConsoleBreaks;
-using testing_support::EnvironmentScope;
-using testing_support::eventually;
-using testing_support::everyCommand;
-using testing_support::ReplacedCall;
-using testing_support::TempFolder;
-using testing_support::TestedExec;
-using testing_support::waitedChild;
+using namespace testing_support;
 using Clock = std::chrono::steady_clock;
 
 /// Records the processes that are started; for one thread at a time.

@@ -20,16 +20,7 @@
 
 namespace {
 
-using testing_support::CommandResult;
-using testing_support::ConsoleBreaks;
-using testing_support::DebugOutput;
-using testing_support::diedOfABadAddress;
-using testing_support::embeddingOf;
-using testing_support::PosixProvider;
-using testing_support::QuickWakes;
-using testing_support::ReplacedCall;
-using testing_support::TestedExec;
-using testing_support::waitedChild;
+using namespace testing_support;
 
 const std::string ABORTED = "aborted by call to Exec::abort\n";
 

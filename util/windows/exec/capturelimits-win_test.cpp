@@ -14,13 +14,7 @@
 
 namespace {
 
-using testing_support::childInfo;
-using testing_support::CommandResult;
-using testing_support::CommandTest;
-using testing_support::execChild;
-using testing_support::QuickWakes;
-using testing_support::ReplacedCall;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 std::string pattern(size_t length) {
     std::string text;

@@ -17,11 +17,7 @@
 
 namespace {
 
-using testing_support::CommandResult;
-using testing_support::everyCommand;
-using testing_support::QuickWakes;
-using testing_support::SystemMessage;
-using testing_support::waitedChild;
+using namespace testing_support;
 
 constexpr JOBOBJECTINFOCLASS LIST = JobObjectBasicProcessIdList;
 

@@ -20,10 +20,7 @@
 
 namespace {
 
-using testing_support::DirectoryLink;
-using testing_support::EnvironmentScope;
-using testing_support::ReplacedCall;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 std::vector<std::wstring> gAsked;
 

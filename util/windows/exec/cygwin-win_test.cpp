@@ -22,13 +22,7 @@
 
 namespace {
 
-using testing_support::CommandTest;
-using testing_support::CurrentDirectory;
-using testing_support::EnvironmentScope;
-using testing_support::PosixWorld;
-using testing_support::RecordedStarts;
-using testing_support::RefusedCall;
-using testing_support::ReplacedCall;
+using namespace testing_support;
 
 class TranslateCachedTest : public CommandTest {
 protected:

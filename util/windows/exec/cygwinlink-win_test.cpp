@@ -17,10 +17,7 @@
 
 namespace {
 
-using testing_support::CommandResult;
-using testing_support::CommandTest;
-using testing_support::PosixWorld;
-using testing_support::RecordedStarts;
+using namespace testing_support;
 
 class ExecCygwinLinkTest : public CommandTest {
 protected:

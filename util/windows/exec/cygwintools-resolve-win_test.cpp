@@ -19,12 +19,7 @@
 
 namespace {
 
-using testing_support::CommandTest;
-using testing_support::CurrentDirectory;
-using testing_support::CygwinScope;
-using testing_support::EnvironmentScope;
-using testing_support::PosixWorld;
-using testing_support::RecordedStarts;
+using namespace testing_support;
 
 using Texts = std::vector<std::string>;
 

@@ -26,15 +26,7 @@
 
 namespace {
 
-using testing_support::BoundedThread;
-using testing_support::CommandTest;
-using testing_support::CurrentDirectory;
-using testing_support::DebugOutput;
-using testing_support::EnvironmentScope;
-using testing_support::PosixWorld;
-using testing_support::RecordedStarts;
-using testing_support::RefusedCall;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 class CygwinToolsTest : public CommandTest {
 protected:

@@ -20,8 +20,7 @@
 
 namespace {
 
-using testing_support::environmentBlock;
-using testing_support::ReplacedCall;
+using namespace testing_support;
 
 /// A whole block of these strings.
 std::wstring wideBlock(const std::vector<std::wstring>& strings) {

@@ -19,12 +19,7 @@
 
 namespace {
 
-using testing_support::diedOfABadAddress;
-using testing_support::everyCommand;
-using testing_support::QuickWakes;
-using testing_support::ReplacedCall;
-using testing_support::SimulatedWait;
-using testing_support::waitedChild;
+using namespace testing_support;
 
 constexpr JOBOBJECTINFOCLASS LIST = JobObjectBasicProcessIdList;
 

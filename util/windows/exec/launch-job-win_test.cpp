@@ -21,15 +21,7 @@
 
 namespace {
 
-using testing_support::BeforeResume;
-using testing_support::CommandResult;
-using testing_support::CommandTest;
-using testing_support::EnvironmentScope;
-using testing_support::execChild;
-using testing_support::JobAccounting;
-using testing_support::RecordedStarts;
-using testing_support::ReplacedCall;
-using testing_support::SystemMessage;
+using namespace testing_support;
 
 using Texts = std::vector<std::string>;
 

@@ -22,17 +22,7 @@
 
 namespace {
 
-using testing_support::BeforeResume;
-using testing_support::childInfo;
-using testing_support::CommandResult;
-using testing_support::CommandTest;
-using testing_support::ConsoleBreaks;
-using testing_support::execChild;
-using testing_support::isStartLockFree;
-using testing_support::RecordedStarts;
-using testing_support::ReplacedCall;
-using testing_support::SystemMessage;
-using testing_support::TestedExec;
+using namespace testing_support;
 
 using Texts = std::vector<std::string>;
 

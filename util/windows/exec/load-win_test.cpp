@@ -27,13 +27,7 @@
 namespace {
 
 namespace fs = std::filesystem;
-using testing_support::CommandResult;
-using testing_support::EnvironmentScope;
-using testing_support::eventually;
-using testing_support::handleCount;
-using testing_support::TempFolder;
-using testing_support::TestedExec;
-using testing_support::utf8;
+using namespace testing_support;
 
 fs::path childProgram() { return testing_support::testProgramFolder() / "execchild.exe"; }
 

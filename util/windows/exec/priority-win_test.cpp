@@ -14,8 +14,7 @@
 
 namespace {
 
-using testing_support::ReplacedCall;
-using testing_support::SystemMessage;
+using namespace testing_support;
 
 /// Sets the flag, by default to 0, and restores it.
 class RaisedPriority {

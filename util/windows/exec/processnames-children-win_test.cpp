@@ -16,8 +16,7 @@
 
 namespace {
 
-using testing_support::ReplacedCall;
-using testing_support::SuspendedProgram;
+using namespace testing_support;
 
 using Pids = std::vector<uint32_t>;
 

@@ -28,9 +28,7 @@
 
 namespace {
 
-using testing_support::ReplacedCall;
-using testing_support::SuspendedProgram;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 const std::filesystem::path PROGRAM = testing_support::testProgramFolder() / "execchild.exe";
 

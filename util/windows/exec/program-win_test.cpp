@@ -22,13 +22,7 @@
 
 namespace {
 
-using testing_support::CommandResult;
-using testing_support::CommandTest;
-using testing_support::environmentBlock;
-using testing_support::EnvironmentScope;
-using testing_support::execChild;
-using testing_support::RecordedStarts;
-using testing_support::utf8;
+using namespace testing_support;
 
 namespace fs = std::filesystem;
 using Texts = std::vector<std::string>;

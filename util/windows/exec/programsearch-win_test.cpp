@@ -26,10 +26,7 @@
 
 namespace {
 
-using testing_support::CurrentDirectory;
-using testing_support::EnvironmentScope;
-using testing_support::ReplacedCall;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 using Names = std::vector<std::string>;
 

@@ -23,19 +23,7 @@
 
 namespace {
 
-using testing_support::BeforeResume;
-using testing_support::BoundedThread;
-using testing_support::childInfo;
-using testing_support::CommandResult;
-using testing_support::CommandTest;
-using testing_support::eventually;
-using testing_support::execChild;
-using testing_support::RecordedStarts;
-using testing_support::ReplacedCall;
-using testing_support::StandardFiles;
-using testing_support::SystemMessage;
-using testing_support::TempFolder;
-using testing_support::TestedExec;
+using namespace testing_support;
 
 using Texts = std::vector<std::string>;
 

@@ -17,12 +17,7 @@
 
 namespace {
 
-using testing_support::CommandResult;
-using testing_support::CommandTest;
-using testing_support::duplicatedToken;
-using testing_support::execChild;
-using testing_support::PosixWorld;
-using testing_support::RecordedStarts;
+using namespace testing_support;
 
 class ExecRunAsTest : public CommandTest {
 protected:

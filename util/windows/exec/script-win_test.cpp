@@ -20,14 +20,7 @@
 
 namespace {
 
-using testing_support::CommandResult;
-using testing_support::CommandTest;
-using testing_support::environmentBlock;
-using testing_support::EnvironmentScope;
-using testing_support::execChild;
-using testing_support::PosixWorld;
-using testing_support::RecordedStarts;
-using testing_support::utf8;
+using namespace testing_support;
 
 using Texts = std::vector<std::string>;
 

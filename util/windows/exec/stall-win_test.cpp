@@ -11,13 +11,7 @@
 
 namespace {
 
-using testing_support::CommandResult;
-using testing_support::ConsoleBreaks;
-using testing_support::everyCommand;
-using testing_support::JobAccounting;
-using testing_support::QuickWakes;
-using testing_support::stallText;
-using testing_support::waitedChild;
+using namespace testing_support;
 
 constexpr uint32_t TIME = Exec::watchTime;
 constexpr uint32_t IO = Exec::watchIo;

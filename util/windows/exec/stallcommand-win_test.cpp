@@ -18,13 +18,7 @@
 namespace {
 
 namespace fs = std::filesystem;
-using testing_support::BoundedThread;
-using testing_support::CommandResult;
-using testing_support::EnvironmentScope;
-using testing_support::everyCommand;
-using testing_support::QuickWakes;
-using testing_support::stallText;
-using testing_support::waitedChild;
+using namespace testing_support;
 
 /// Ends the process with the result of the checks. Writes their messages to standard error, where
 /// the parent reads them.

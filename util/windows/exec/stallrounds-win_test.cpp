@@ -20,12 +20,7 @@
 
 namespace {
 
-using testing_support::ConsoleBreaks;
-using testing_support::EnvironmentScope;
-using testing_support::JobAccounting;
-using testing_support::ReplacedCall;
-using testing_support::SimulatedWait;
-using testing_support::SystemMessage;
+using namespace testing_support;
 using Figures = JobAccounting::Figures;
 
 constexpr JOBOBJECTINFOCLASS LIST = JobObjectBasicProcessIdList;

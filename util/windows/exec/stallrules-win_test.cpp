@@ -13,10 +13,7 @@
 
 namespace {
 
-using testing_support::CommandResult;
-using testing_support::QuickWakes;
-using testing_support::TestedExec;
-using testing_support::waitedChild;
+using namespace testing_support;
 
 constexpr uint32_t TIME = Exec::watchTime;
 constexpr JOBOBJECTINFOCLASS LIST = JobObjectBasicProcessIdList;

@@ -15,15 +15,7 @@
 
 namespace {
 
-using testing_support::CommandResult;
-using testing_support::CommandTest;
-using testing_support::execChild;
-using testing_support::RecordedStarts;
-using testing_support::ReplacedCall;
-using testing_support::StandardFiles;
-using testing_support::STREAM_CHOICES;
-using testing_support::StreamChoice;
-using testing_support::SystemMessage;
+using namespace testing_support;
 
 using Texts = std::vector<std::string>;
 

@@ -21,20 +21,7 @@
 
 namespace {
 
-using testing_support::BeforeResume;
-using testing_support::childInfo;
-using testing_support::CommandResult;
-using testing_support::CommandTest;
-using testing_support::execChild;
-using testing_support::fileContent;
-using testing_support::inspectLargeFile;
-using testing_support::LARGE_SIZE;
-using testing_support::makeLargeFile;
-using testing_support::NarrowFilePointer;
-using testing_support::RecordedStarts;
-using testing_support::ReplacedCall;
-using testing_support::StandardFiles;
-using testing_support::SystemMessage;
+using namespace testing_support;
 
 using Texts = std::vector<std::string>;
 

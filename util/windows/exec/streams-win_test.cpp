@@ -17,14 +17,7 @@
 
 namespace {
 
-using testing_support::BeforeResume;
-using testing_support::childInfo;
-using testing_support::CommandResult;
-using testing_support::CommandTest;
-using testing_support::execChild;
-using testing_support::fileContent;
-using testing_support::RecordedStarts;
-using testing_support::StandardFiles;
+using namespace testing_support;
 
 using Texts = std::vector<std::string>;
 using Captures = std::multiset<std::string>;

@@ -19,10 +19,7 @@ namespace {
 
 using cygwin::connector;
 using testing::ExitedWithCode;
-using testing_support::ChildRecord;
-using testing_support::embeddingOf;
-using testing_support::newerRecord;
-using testing_support::PosixProvider;
+using namespace testing_support;
 
 constexpr int CODE = POSIXPROVIDER_NO_TEXT;
 

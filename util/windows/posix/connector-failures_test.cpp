@@ -15,13 +15,7 @@
 namespace {
 
 using cygwin::connector;
-using testing_support::awaitReceiver;
-using testing_support::embeddingOf;
-using testing_support::eventually;
-using testing_support::PosixProvider;
-using testing_support::printedBy;
-using testing_support::SignalCounter;
-using testing_support::SignalGate;
+using namespace testing_support;
 using Time = PosixProvider::Time;
 
 constexpr int CODE = POSIXPROVIDER_NO_TEXT;

@@ -18,9 +18,7 @@
 namespace {
 
 using cygwin::connector;
-using testing_support::embeddingOf;
-using testing_support::PosixProvider;
-using testing_support::SignalCounter;
+using namespace testing_support;
 
 constexpr int SENDERS = 4;
 constexpr int FIRST_SIGNAL = 50;

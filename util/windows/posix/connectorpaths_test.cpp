@@ -14,8 +14,7 @@ namespace {
 
 using cygwin::connector;
 using cygwin::mount_map;
-using testing_support::embeddingOf;
-using testing_support::PosixProvider;
+using namespace testing_support;
 
 constexpr int CODE = POSIXPROVIDER_NO_TEXT;
 

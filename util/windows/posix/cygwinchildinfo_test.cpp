@@ -10,11 +10,7 @@
 namespace {
 
 using cygwin::child_info_magic;
-using testing_support::ChildRecord;
-using testing_support::INTRO;
-using testing_support::newerRecord;
-using testing_support::olderRecord;
-using testing_support::putWord;
+using namespace testing_support;
 
 constexpr uint32_t MAGIC = 0x12345678;
 constexpr std::optional<uint32_t> NONE;

@@ -15,7 +15,7 @@
 
 namespace {
 
-using testing_support::OwnedResources;
+using namespace testing_support;
 
 class AccessControlEntryTest : public testing_support::OwnershipTest {
 protected:

@@ -13,7 +13,7 @@
 
 namespace {
 
-using testing_support::ReplacedCall;
+using namespace testing_support;
 
 /// Inserts the ACE at the index and moves what follows, as Windows does. Some systems ignore the
 /// index and add the ACE at the end.

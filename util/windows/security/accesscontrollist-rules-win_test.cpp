@@ -12,8 +12,7 @@
 
 namespace {
 
-using testing_support::RefusedCall;
-using testing_support::ReplacedCall;
+using namespace testing_support;
 
 /// Writes ACEs as the letter of their SID: "e" Everyone, "s" the system, "-" none.
 class AccessControlRulesTest : public testing_support::OwnershipTest {

@@ -16,10 +16,7 @@
 
 namespace {
 
-using testing_support::expectFailedCall;
-using testing_support::OwnedResources;
-using testing_support::RefusedCall;
-using testing_support::ReplacedCall;
+using namespace testing_support;
 
 constexpr DWORD ERROR_CODE = ERROR_NOT_ENOUGH_MEMORY;
 

@@ -16,10 +16,7 @@
 
 namespace {
 
-using testing_support::expectFailedCall;
-using testing_support::RefusedCall;
-using testing_support::ReplacedCall;
-using testing_support::SecurityTest;
+using namespace testing_support;
 
 constexpr GENERIC_MAPPING FILES = {FILE_GENERIC_READ, FILE_GENERIC_WRITE, FILE_GENERIC_EXECUTE,
                                    FILE_ALL_ACCESS};

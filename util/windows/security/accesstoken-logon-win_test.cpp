@@ -18,11 +18,7 @@
 
 namespace {
 
-using testing_support::DebugOutput;
-using testing_support::expectFailedCall;
-using testing_support::RefusedCall;
-using testing_support::ReplacedCall;
-using testing_support::SecurityTest;
+using namespace testing_support;
 
 using Profile = boost::shared_ptr<AccessToken::Profile>;
 

@@ -24,11 +24,7 @@
 
 namespace {
 
-using testing_support::AccountLookup;
-using testing_support::expectFailedCall;
-using testing_support::printed;
-using testing_support::RefusedCall;
-using testing_support::ReplacedCall;
+using namespace testing_support;
 
 /// The text for a SID with the account that AccountLookup returns here.
 std::string sidWords(const std::string& sid) { return "SID " + sid + " [User DOMAIN\\name]"; }

@@ -15,8 +15,7 @@
 
 namespace {
 
-using testing_support::OwnedResources;
-using testing_support::RefusedCall;
+using namespace testing_support;
 
 class ExplicitAccessTest : public testing_support::OwnershipTest {
 protected:

@@ -21,7 +21,7 @@
 
 namespace {
 
-using testing_support::expectNothingHeldOfLittleMemory;
+using namespace testing_support;
 
 constexpr SID_IDENTIFIER_AUTHORITY NT_AUTHORITY = SECURITY_NT_AUTHORITY;
 

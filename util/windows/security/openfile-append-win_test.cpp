@@ -14,11 +14,7 @@
 
 namespace {
 
-using testing_support::inspectLargeFile;
-using testing_support::LARGE_SIZE;
-using testing_support::makeLargeFile;
-using testing_support::NarrowFilePointer;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 TEST(OpenFileAppendTest, AFileAbove4GigabytesIsAppendedToAtItsEnd) {
     const TempFolder folder;

@@ -24,9 +24,7 @@
 
 namespace {
 
-using testing_support::allocationCount;
-using testing_support::ReplacedCall;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 constexpr int MODE = 0666;
 

@@ -31,8 +31,7 @@
 
 namespace {
 
-using testing_support::ReplacedCall;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 constexpr SECURITY_INFORMATION OWNER_GROUP_DACL = 7;
 

@@ -21,7 +21,7 @@
 
 namespace {
 
-using testing_support::ReplacedCall;
+using namespace testing_support;
 
 std::unique_ptr<SecurityDescriptor> descriptor(const char* sddl) {
     return std::make_unique<SecurityDescriptor>(sddl, SDDL_REVISION_1);

@@ -12,7 +12,7 @@
 
 namespace {
 
-using testing_support::ReplacedCall;
+using namespace testing_support;
 using DescriptorControlTest = testing_support::SecurityTest;
 
 TEST_F(DescriptorControlTest, ControlBitsChangeUnderTheirMask) {

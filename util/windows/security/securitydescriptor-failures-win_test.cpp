@@ -18,9 +18,7 @@
 
 namespace {
 
-using testing_support::expectFailedCall;
-using testing_support::RefusedCall;
-using testing_support::SecurityTest;
+using namespace testing_support;
 
 constexpr const char* FULL = "O:BAG:SYD:(A;;FA;;;WD)S:(AU;SA;FA;;;WD)";
 constexpr const char* LIST_ONLY = "D:(A;;FR;;;WD)";

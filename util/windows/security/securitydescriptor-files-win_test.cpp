@@ -20,10 +20,7 @@
 
 namespace {
 
-using testing_support::RefusedCall;
-using testing_support::ReplacedCall;
-using testing_support::SecurityTest;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 constexpr uint32_t UNKNOWN = 0;
 constexpr uint32_t PLAIN = ObjectKind::plainFile;

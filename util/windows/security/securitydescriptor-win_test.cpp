@@ -20,9 +20,7 @@
 
 namespace {
 
-using testing_support::expectFailedCall;
-using testing_support::ReplacedCall;
-using testing_support::SecurityTest;
+using namespace testing_support;
 
 constexpr SECURITY_INFORMATION ALL_PARTS = OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION |
                                            DACL_SECURITY_INFORMATION | SACL_SECURITY_INFORMATION;

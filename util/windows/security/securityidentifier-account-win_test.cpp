@@ -17,9 +17,7 @@
 
 namespace {
 
-using testing_support::expectFailedCall;
-using testing_support::RefusedCall;
-using testing_support::ReplacedCall;
+using namespace testing_support;
 
 constexpr char UNMAPPED[] = "S-1-5-21-1-2-3-1001";
 

@@ -15,9 +15,7 @@
 
 namespace {
 
-using testing_support::expectFailedCall;
-using testing_support::OwnedResources;
-using testing_support::RefusedCall;
+using namespace testing_support;
 
 class SecurityIdentifierFailureTest : public testing_support::OwnershipTest {};
 

@@ -11,7 +11,7 @@
 
 namespace {
 
-using testing_support::OwnedResources;
+using namespace testing_support;
 
 class SecurityIdentifierOwnershipTest : public testing_support::OwnershipTest {
 protected:

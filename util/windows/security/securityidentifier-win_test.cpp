@@ -17,9 +17,7 @@
 
 namespace {
 
-using testing_support::expectFailedCall;
-using testing_support::RefusedCall;
-using testing_support::ReplacedCall;
+using namespace testing_support;
 
 class SecurityIdentifierTest : public testing_support::OwnershipTest {};
 

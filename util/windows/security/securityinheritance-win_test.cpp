@@ -20,12 +20,7 @@
 
 namespace {
 
-using testing_support::DebugOutput;
-using testing_support::expectFailedCall;
-using testing_support::RefusedCall;
-using testing_support::ReplacedCall;
-using testing_support::SecurityTest;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 /// When the first account is looked up and the first descriptor is created, the system opens
 /// resources.

@@ -25,11 +25,7 @@
 
 namespace {
 
-using testing_support::AccountLookup;
-using testing_support::expectFailedCall;
-using testing_support::printed;
-using testing_support::RefusedCall;
-using testing_support::ReplacedCall;
+using namespace testing_support;
 
 template <class Value>
 std::wstring widePrinted(const Value& value) {

@@ -15,10 +15,7 @@
 
 namespace {
 
-using testing_support::expectFailedCall;
-using testing_support::RefusedCall;
-using testing_support::ReplacedCall;
-using testing_support::SecurityTest;
+using namespace testing_support;
 
 using SidList = AccessToken::SidList;
 using PrivilegeList = AccessToken::PrivilegeList;

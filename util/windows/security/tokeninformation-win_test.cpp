@@ -17,10 +17,7 @@
 
 namespace {
 
-using testing_support::expectFailedCall;
-using testing_support::FakeTokenInformation;
-using testing_support::ReplacedCall;
-using testing_support::SecurityTest;
+using namespace testing_support;
 
 using SidList = AccessToken::SidList;
 using PrivilegeList = AccessToken::PrivilegeList;

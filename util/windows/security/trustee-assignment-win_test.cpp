@@ -14,8 +14,7 @@
 
 namespace {
 
-using testing_support::expectFailedCall;
-using testing_support::OwnedResources;
+using namespace testing_support;
 
 class TrusteeAssignmentTest : public testing_support::OwnershipTest {
 protected:

@@ -18,8 +18,7 @@
 
 namespace {
 
-using testing_support::expectFailedCall;
-using testing_support::OwnedResources;
+using namespace testing_support;
 
 class TrusteeTest : public testing_support::OwnershipTest {};
 

@@ -19,12 +19,7 @@
 
 namespace {
 
-using testing_support::FileChild;
-using testing_support::handleCount;
-using testing_support::heapBytes;
-using testing_support::ReplacedCall;
-using testing_support::SystemMessage;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 std::string contentOf(const std::string& path) {
     FileStat stat;

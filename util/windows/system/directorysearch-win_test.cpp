@@ -20,10 +20,7 @@
 
 namespace {
 
-using testing_support::handleCount;
-using testing_support::RefusedCall;
-using testing_support::ReplacedCall;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 using Names = std::multiset<std::wstring>;
 

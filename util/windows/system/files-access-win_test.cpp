@@ -15,8 +15,7 @@
 
 namespace {
 
-using testing_support::ReplacedCall;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 /// Whether read-only files can be opened for writing nevertheless. Wine lets a superuser do so.
 bool opensReadOnlyFiles() {

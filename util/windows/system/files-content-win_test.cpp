@@ -19,8 +19,7 @@
 
 namespace {
 
-using testing_support::ReplacedCall;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 HANDLE open(const std::string& path, DWORD access, DWORD share) {
     return CreateFileW(System::unicodePath(path).c_str(), access, share, nullptr, OPEN_EXISTING,

@@ -13,8 +13,7 @@
 
 namespace {
 
-using testing_support::ReplacedCall;
-using testing_support::TempFolder;
+using namespace testing_support;
 using Names = std::vector<std::string>;
 
 constexpr const char* CYRILLIC = "\xD0\x9F\xD1\x83\xD1\x82\xD1\x8C";

@@ -10,8 +10,7 @@
 
 namespace {
 
-using testing_support::ReplacedCall;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 bool exists(const std::string& path) {
     return GetFileAttributesW(System::unicodePath(path).c_str()) != INVALID_FILE_ATTRIBUTES;

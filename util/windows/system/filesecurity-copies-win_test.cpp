@@ -15,7 +15,7 @@
 
 namespace {
 
-using testing_support::TempFolder;
+using namespace testing_support;
 
 template <class Path>
 void expectThatATextIsNoProtection() {

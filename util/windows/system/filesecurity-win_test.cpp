@@ -22,10 +22,7 @@
 
 namespace {
 
-using testing_support::RefusedCall;
-using testing_support::ReplacedCall;
-using testing_support::SecurityTest;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 /// Gives sources and parents a descriptor of the test, and records what is written.
 class TakenSecurityTest : public SecurityTest {

@@ -13,10 +13,7 @@
 
 namespace {
 
-using testing_support::DebugOutput;
-using testing_support::FakeFile;
-using testing_support::ReplacedCall;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 /// Whether the system stores the creation time that is set for a file. Wine may not.
 bool storesCreation(const TempFolder& folder) {

@@ -11,9 +11,7 @@
 
 namespace {
 
-using testing_support::FakeFile;
-using testing_support::ReplacedCall;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 void setFileAttributes(const std::string& path, DWORD attributes) {
     ASSERT_TRUE(SetFileAttributesW(System::unicodePath(path).c_str(), attributes));

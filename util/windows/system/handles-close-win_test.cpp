@@ -13,11 +13,7 @@
 
 namespace {
 
-using testing_support::FakeSystem;
-using testing_support::handleCount;
-using testing_support::HeldFile;
-using testing_support::Inspected;
-using testing_support::TableEntry;
+using namespace testing_support;
 
 constexpr NTSTATUS LENGTH_MISMATCH = static_cast<NTSTATUS>(0xC0000004);
 constexpr NTSTATUS ACCESS_DENIED = static_cast<NTSTATUS>(0xC0000022);

@@ -13,8 +13,7 @@
 
 namespace {
 
-using testing_support::HeldFile;
-using testing_support::Inspected;
+using namespace testing_support;
 
 const wchar_t* gType = nullptr;
 NTSTATUS gTypeStatus = 0;

@@ -20,9 +20,7 @@
 
 namespace {
 
-using testing_support::handleCount;
-using testing_support::ReplacedCall;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 void* nativeFunction(const char* name) {
     return reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), name));

@@ -24,10 +24,7 @@
 
 namespace {
 
-using testing_support::EnvironmentScope;
-using testing_support::ReplacedCall;
-using testing_support::SystemMessage;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 TEST(SystemUserNameTest, TheUserIsTheOneThatWindowsNames) {
     std::array<wchar_t, 1024> name = {};

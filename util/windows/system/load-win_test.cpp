@@ -17,8 +17,7 @@
 
 namespace {
 
-using testing_support::handleCount;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 /// Runs some operations on files. Returns whether each succeeded or failed as expected.
 bool mix(const std::string& base) {

@@ -18,8 +18,7 @@
 
 namespace {
 
-using testing_support::ReplacedCall;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 constexpr size_t MOST = 32766;  // characters of a wide path
 

@@ -17,10 +17,7 @@
 
 namespace {
 
-using testing_support::FileChild;
-using testing_support::ReplacedCall;
-using testing_support::SystemMessage;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 /// Returns the content of `created` after the call; before it, it is "old".
 std::string makePath(const std::string& path) {

@@ -14,8 +14,7 @@
 
 namespace {
 
-using testing_support::ReplacedCall;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 /// Moves the process to a directory for a scope.
 class CurrentDirectory {

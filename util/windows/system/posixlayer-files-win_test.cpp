@@ -15,8 +15,7 @@
 
 namespace {
 
-using testing_support::ReplacedCall;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 constexpr DWORD READ_WRITE = GENERIC_READ | GENERIC_WRITE;
 

@@ -19,10 +19,7 @@
 
 namespace {
 
-using testing_support::EnvironmentScope;
-using testing_support::ReplacedCall;
-using testing_support::SocketError;
-using testing_support::testProgramFolder;
+using namespace testing_support;
 
 TEST(PosixProcessTest, TheProcessIdIsTheOneOfWindows) {
     EXPECT_EQ(posixlayer::getpid(), static_cast<int>(GetCurrentProcessId()));

@@ -21,9 +21,7 @@
 
 namespace {
 
-using testing_support::heapBytes;
-using testing_support::ReplacedCall;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 // A process determines the program's folder only once. Therefore tests of how it is found are death
 // tests: the statement runs in its own process, and reports on standard error.

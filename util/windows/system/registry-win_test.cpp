@@ -20,9 +20,7 @@
 
 namespace {
 
-using testing_support::handleCount;
-using testing_support::ReplacedCall;
-using testing_support::SystemMessage;
+using namespace testing_support;
 
 /// A key for the test below HKEY_CURRENT_USER. The destructor removes it with its content.
 class RegistryFolder {

@@ -16,10 +16,7 @@
 
 namespace {
 
-using testing_support::Removal;
-using testing_support::removeTree;
-using testing_support::ReplacedCall;
-using testing_support::SystemMessage;
+using namespace testing_support;
 
 constexpr wchar_t PATTERN[] = L"\\\\?\\c:\\t\\*";
 

@@ -23,12 +23,7 @@
 
 namespace {
 
-using testing_support::eventually;
-using testing_support::FileChild;
-using testing_support::handleCount;
-using testing_support::ReplacedCall;
-using testing_support::SystemMessage;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 // The error of each attempt to open the removed directory. All further attempts get the last one.
 std::vector<DWORD> gErrors;

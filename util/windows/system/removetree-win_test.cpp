@@ -21,14 +21,7 @@
 
 namespace {
 
-using testing_support::DirectoryLink;
-using testing_support::FileChild;
-using testing_support::handleCount;
-using testing_support::Removal;
-using testing_support::removeTree;
-using testing_support::ReplacedCall;
-using testing_support::SystemMessage;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 /// Returns a path in the form that the removal uses below the outermost directory.
 std::string wideForm(const std::string& path) { return toUtf8(System::unicodePath(path)); }

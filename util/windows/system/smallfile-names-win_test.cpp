@@ -21,9 +21,7 @@
 
 namespace {
 
-using testing_support::FileChild;
-using testing_support::ReplacedCall;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 uint64_t gTicks = 0;
 DWORD gProcess = 0;

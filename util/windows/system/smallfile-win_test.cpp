@@ -26,12 +26,7 @@
 
 namespace {
 
-using testing_support::allocationCount;
-using testing_support::FileChild;
-using testing_support::handleCount;
-using testing_support::MemoryShortage;
-using testing_support::ReplacedCall;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 std::string words(uint32_t error) { return errorText(/*withCode=*/false, &error, /*which=*/1); }
 

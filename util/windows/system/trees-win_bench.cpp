@@ -12,7 +12,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using benchmark::comparePrepared;
-using testing_support::TempFolder;
+using namespace testing_support;
 
 void copyAndFlush(const fs::path& from, const fs::path& to) {
     fs::copy_file(from, to);

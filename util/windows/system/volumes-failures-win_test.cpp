@@ -17,11 +17,7 @@
 
 namespace {
 
-using testing_support::accountOf;
-using testing_support::FakeVolume;
-using testing_support::lineWith;
-using testing_support::ReplacedCall;
-using testing_support::SystemMessage;
+using namespace testing_support;
 
 DWORD WINAPI refuseLongPath(LPCWSTR, LPWSTR, DWORD) {
     SetLastError(ERROR_NOT_SUPPORTED);

@@ -15,11 +15,7 @@
 
 namespace {
 
-using testing_support::accountOf;
-using testing_support::FakeVolume;
-using testing_support::lineWith;
-using testing_support::ReplacedCall;
-using testing_support::SystemMessage;
+using namespace testing_support;
 
 constexpr struct {
     UINT drive;
