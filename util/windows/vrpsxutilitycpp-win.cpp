@@ -79,7 +79,6 @@ raw::buffer_owner* owner_of(raw::allocator* buffers, raw::system* source) {
 void* allocate(raw::allocator* allocator, size_t size) {
     std::optional<std::string>& text = static_cast<string_buffer_allocator*>(allocator)->text;
     try {
-        text.reset();
         text.emplace(size == 0 ? 0 : size - 1, '\0');
         return text->data();
     } catch (...) {
