@@ -1,8 +1,9 @@
 # The commands of the project; README.md tells what each does.
-.PHONY: help dependencies native-dependencies lint-dependencies windows demo test bench fuzz soak lint clean
+.PHONY: help dependencies native-dependencies lint-dependencies coverage-dependencies windows demo \
+    test bench fuzz soak coverage lint clean
 
 help:
-	@sed -n 's/^| `make \([a-z]*\)` | \(.*\) |$$/make \1: \2/p' README.md
+	@sed -n 's/^| `make \([a-z]*\)` | \(.*\) | [^|]*|$$/make \1: \2/p' README.md
 
 dependencies:
 	@scripts/install-dependencies
@@ -12,6 +13,9 @@ native-dependencies:
 
 lint-dependencies:
 	@scripts/install-dependencies native lint
+
+coverage-dependencies:
+	@scripts/install-dependencies native coverage
 
 windows: dependencies
 	@scripts/build windows
@@ -32,6 +36,9 @@ fuzz: native-dependencies
 
 soak: native-dependencies
 	@scripts/test soak
+
+coverage: coverage-dependencies
+	@scripts/coverage
 
 lint: lint-dependencies
 	@scripts/lint

@@ -1,7 +1,12 @@
 #include <atomic>
-#include <sanitizer/allocator_interface.h>
+#include <cstddef>
 
 #include "testing/counts/allocationcount.h"
+
+// Of the sanitizers' <sanitizer/allocator_interface.h>, which GCC comes without.
+extern "C" int __sanitizer_install_malloc_and_free_hooks(
+    void (*allocated)(const volatile void* memory, size_t size),
+    void (*released)(const volatile void* memory));
 
 namespace {
 
