@@ -30,6 +30,8 @@ if(NBCC_COVERAGE)
     if(NBCC_SANITIZE)
         # As clang links it: tests take the C library's functions in place of the sanitizer's.
         add_link_options(-static-libasan)
+        # It adds branches at the end of temporaries.
+        add_compile_options(-fno-sanitize-address-use-after-scope)
     endif()
     add_library(keepcounters OBJECT testing/coverage/keepcounters.cpp)
     set_target_properties(keepcounters PROPERTIES CXX_STANDARD 20)

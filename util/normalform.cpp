@@ -27,9 +27,9 @@ char* beforeLastName(const char* begin, char* end) {
 /// includes the path's end. It is true for nearly every path.
 bool isTidyDrivePath(PathMarks& path) {
     const auto [text, length] = path.path();
+    // Because the last character isn't the drive's colon, there is one after the drive.
     return beginsWithDrive(path.path()) && text[length - 1] != ':' &&
-           (length == driveLength ||
-            (isPathSeparator(text[driveLength]) && path.nextUntidy(driveLength) == length));
+           isPathSeparator(text[driveLength]) && path.nextUntidy(driveLength) == length;
 }
 
 /// The same for a share. Always false in Cygwin mode, where other roots begin the same way.

@@ -45,6 +45,8 @@ private:
 TEST(PathBytesTest, MarksAreABitForEachSeparatorAndDot) {
     using pathbytes::Marks;
     EXPECT_EQ(pathbytes::plain::marksOf("", 0), Marks());
+    EXPECT_NE(pathbytes::plain::marksOf("/", 1), Marks());
+    EXPECT_NE(pathbytes::plain::marksOf(".", 1), Marks());
     EXPECT_EQ(pathbytes::plain::marksOf("a/b\\.c..", 8), (Marks{0b00001010, 0b11010000}));
     const std::string dots(64, '.');
     EXPECT_EQ(pathbytes::plain::marksOf(dots.data(), 64), (Marks{0, ~uint64_t{0}}));

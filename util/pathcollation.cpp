@@ -103,7 +103,8 @@ int compareRests(PathUnitCursor a, PathUnitCursor b) {
         if (const int difference = compareCollation(a.unit, b.unit)) {
             return difference;
         }
-        if (a.value < 0x80 && b.value < 0x80) {
+        // Units with the same weight are both ASCII, or neither is.
+        if (a.value < 0x80) {
             passAlike(a, b);
         } else {
             a.next();

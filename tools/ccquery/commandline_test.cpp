@@ -71,9 +71,25 @@ TEST(CommandLineTest, EachTagTakesOneTextSoThatPathsMayFollow) {
 }
 
 TEST(CommandLineTest, APathIsTakenAsItIsWhateverItLooksLike) {
-    const Texts paths = {
-        "/x",  "/json", "//server/share",      "[a,b]", "[a]", "++",  "status", "view",  "a b",
-        "a,b", "C:\\",  "gr\303\266\303\237e", "",      "{a}", "a=b", "'a'",    "\"a\"", "%%"};
+    const Texts paths = {"/x",
+                         "/json",
+                         "//server/share",
+                         "[a,b]",
+                         "[a]",
+                         "[a",
+                         "++",
+                         "status",
+                         "view",
+                         "a b",
+                         "a,b",
+                         "C:\\",
+                         "gr\303\266\303\237e",
+                         "",
+                         "{a}",
+                         "a=b",
+                         "'a'",
+                         "\"a\"",
+                         "%%"};
     Texts arguments = paths;
     arguments.insert(arguments.begin(), "status");
     EXPECT_EQ(parse(arguments).paths, paths);
