@@ -83,7 +83,8 @@ TEST(ThreadsTest, EightThreadsGetTheSameAnswersAndLeakNoMemoryOrHandles) {
             thread.join();
         }
     };
-    runThreads(20);  // creates what is created only once
+    // Creates what is created only once, and lets the heap set up its caches for these sizes.
+    runThreads(500);
     const size_t handles = handleCount();
     const size_t bytes = heapBytes();
     runThreads(500);

@@ -225,10 +225,8 @@ TEST(PosixProviderEndTest, AMutexThatIsLeftIsToldAtTheEnd) {
         provider.expectClean();
     }
     ASSERT_EQ(failures.size(), 2);
-    EXPECT_STREQ(std::strstr(failures.GetTestPartResult(0).message(), "POSIX mutexes"),
-                 "POSIX mutexes");
-    EXPECT_STREQ(std::strstr(failures.GetTestPartResult(1).message(), "POSIX leftovers"),
-                 "POSIX leftovers");
+    EXPECT_NE(std::strstr(failures.GetTestPartResult(0).message(), "POSIX mutexes"), nullptr);
+    EXPECT_NE(std::strstr(failures.GetTestPartResult(1).message(), "POSIX leftovers"), nullptr);
 }
 
 TEST(PosixProviderEndTest, TheReleaseTextIsWhatTheTestGave) {
