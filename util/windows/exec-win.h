@@ -121,15 +121,15 @@ public:
 
     /// Starts a command, waits for it and, in job mode, for all processes that it started.
     ///
-    ///     outcome                                          result
-    ///     the command ended                                its exit code
-    ///     the program can't be found                       255
-    ///     the streams can't be set up (first attempt)      255
-    ///     the alternate can't be started                   255
-    ///     an abort                                         1, and `*aborted` is true
-    ///     a stall, with capture                            1, and a message after the captured
-    ///     errors a stall, without capture                         the exit code any other failure
-    ///     1
+    ///     outcome                                  result
+    ///     the command ended                        its exit code
+    ///     the program can't be found               255
+    ///     the streams can't be set up at first     255
+    ///     the alternate can't be started           255
+    ///     an abort                                 1, and `*aborted` is true
+    ///     a stall, with capture                    1, with a message after the captured errors
+    ///     a stall, without capture                 the exit code
+    ///     any other failure                        1
     ///
     /// With an alternate, the second and third cases start the alternate instead. A command may
     /// return 255 or 1 itself.
