@@ -9,14 +9,6 @@
 #include "util/windows/debugstream-win.h"
 #include "util/windows/errortext-win.h"
 
-void Exec::RunInfo::clearRedirections() {
-    mStdinFile.clear();
-    mStdoutFile.clear();
-    mStderrFile.clear();
-    mStdoutMode = streamOutput;
-    mStderrMode = streamError;
-}
-
 Exec::Exec() {
     // The format of numbers in the log doesn't depend on the global locale.
     mLog.imbue(std::locale::classic());
