@@ -32,7 +32,7 @@ std::string_view driveOf(std::string_view path) { return path.substr(0, DRIVE); 
 /// Like `==`, but without a function call for two drives.
 bool isSameDrive(std::string_view a, std::string_view b) {
     if (a.size() == DRIVE && b.size() == DRIVE) {
-        return a[0] == b[0] && a[1] == b[1];
+        return std::memcmp(a.data(), b.data(), DRIVE) == 0;
     }
     return a == b;
 }
@@ -88,7 +88,8 @@ std::string_view absoluteNormalForm(const std::string& cwd, const std::string& p
         toBackslashes(absolute);
         form = normalFormIn(buffer, absolute, '/');
     }
-    buffer[0] = upperCase(buffer[0]);
+    char& first = *buffer.data();
+    first = upperCase(first);
     return form;
 }
 

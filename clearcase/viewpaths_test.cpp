@@ -74,6 +74,14 @@ TEST_F(CanonicalizeViewPathTest, APathOnTheMvfsDriveMovesToTheViewDriveOfItsTag)
     EXPECT_EQ(canonical("M:\\tag1\\vob\\a.c", {"X:\\vob"}), "X:\\vob\\a.c");
 }
 
+TEST_F(CanonicalizeViewPathTest, AMovedPathIsTidyWhereTheTagIsNot) {
+    EXPECT_EQ(canonical("X:\\vob\\a.c", {"M:tag1\\vob"}), "M:\\tag1\\vob\\a.c");
+}
+
+TEST_F(CanonicalizeViewPathTest, AMovedPathThatEndsInAColonGetsABackslash) {
+    EXPECT_EQ(canonical("X:\\vob\\b:\\..\\c:", {"M:\\tag1\\vob"}), "M:\\tag1\\vob\\c:\\");
+}
+
 TEST_F(CanonicalizeViewPathTest, APathOnAViewDriveMovesToTheMvfsDriveOfItsTag) {
     EXPECT_EQ(canonical("X:\\vob\\a.c", {"M:\\tag1\\vob"}), "M:\\tag1\\vob\\a.c");
     EXPECT_EQ(canonical("x:/vob/./b/../a.c", {"m:/tag1/vob"}), "M:\\tag1\\vob\\a.c");

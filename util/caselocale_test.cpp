@@ -10,6 +10,7 @@
 #include "testing/scopes/eightbitlocale.h"
 #include "testing/scopes/environmentscope.h"
 #include "util/pathcollation.h"
+#include "util/pathfun.h"
 #include "util/processlocale.h"
 #include "util/stringedit.h"
 #include "util/valueconversion.h"
@@ -72,6 +73,14 @@ TEST(ProcessLocaleDeathTest, CaseChangesWildcardsAndNarrowTextGoByIt) {
 TEST_F(CaseLocaleTest, CharactersOfPathsAreEqualByIt) {
     EXPECT_TRUE(pathCharsEqual(SMALL, CAPITAL));
     EXPECT_FALSE(pathCharsEqual(SMALL, 'e'));
+}
+
+TEST_F(CaseLocaleTest, PathsLieInFoldersThatItFoldsAlike) {
+    const std::string small = std::string("C:/") + SMALL;
+    const std::string capital = std::string("c:\\") + CAPITAL;
+    EXPECT_TRUE(isInPath(small, capital + "/x"));
+    EXPECT_TRUE(isInPath(capital, small));
+    EXPECT_FALSE(isInPath(small, "C:/e"));
 }
 
 TEST_F(CaseLocaleTest, ComparatorsOfContainersFoldByIt) {

@@ -53,7 +53,8 @@ inline int vsnprintf(char* buffer, size_t size, const char* pattern, va_list arg
     // more.
     std::string text(size + 1, '\0');
     const int count = std::vsnprintf(text.data(), text.size(), pattern, arguments);
-    if (count < 0 || static_cast<size_t>(count) > size) {
+    // A failure is negative, and so more than any size.
+    if (static_cast<size_t>(count) > size) {
         return -1;
     }
     text.copy(buffer, static_cast<size_t>(count));

@@ -119,14 +119,11 @@ bool isAsciiNameCharacter(char c) {
 
 /// Compares what follows two equal roots. The first `passed` bytes of it are alike.
 int compareAfterRoots(StringSpan a, StringSpan b, size_t passed) {
-    // Nearly always two characters differ there.
+    // Nearly always two ASCII characters differ there, and so do their weights.
     if (passed != 0 && passed < a.length && passed < b.length &&
         isAsciiNameCharacter(a.data[passed]) && isAsciiNameCharacter(b.data[passed])) {
         const auto unitOf = [](char c) { return static_cast<uint16_t>(c); };
-        if (const int difference =
-                compareCollation(unitOf(a.data[passed]), unitOf(b.data[passed]))) {
-            return difference;
-        }
+        return compareCollation(unitOf(a.data[passed]), unitOf(b.data[passed]));
     }
     PathUnitCursor left(after(a, passed));
     PathUnitCursor right(after(b, passed));

@@ -19,11 +19,6 @@ int lowerCase(char c) {
     return std::tolower(byte);
 }
 
-/// Whether two characters are equal except for case, or both are separators.
-bool isAlike(char a, char b) {
-    return (isPathSeparator(a) && isPathSeparator(b)) || lowerCase(a) == lowerCase(b);
-}
-
 }  // namespace
 
 bool liesIn(StringSpan prefix, StringSpan path) {
@@ -37,7 +32,7 @@ bool liesIn(StringSpan prefix, StringSpan path) {
         if (at == size) {
             break;
         }
-        if (!isAlike(prefix.data[at], path.data[at])) {
+        if (lowerCase(prefix.data[at]) != lowerCase(path.data[at])) {
             return false;
         }
     }

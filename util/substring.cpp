@@ -178,7 +178,12 @@ bool Substring::erase(size_t pos, size_t count) {
     return true;
 }
 
-bool Substring::eraseFrom(size_t pos) { return pos < length() && erase(pos, length() - pos); }
+bool Substring::eraseFrom(size_t pos) {
+    if (pos >= length()) {
+        return false;
+    }
+    return erase(pos, length() - pos);
+}
 
 bool Substring::equals(const Substring& other) const { return equalsExact(span(), other.span()); }
 

@@ -56,7 +56,7 @@ public:
         std::reverse(arguments.begin(), arguments.end());
         try {
             mApp.parse(arguments);
-        } catch (const CLI::CallForHelp&) {
+        } catch (const CLI::CallForHelp&) {  // GCOVR_EXCL_BR_LINE: memory may be lacking
             return {.query = {}, .help = mApp.help()};
         } catch (const CLI::ParseError& error) {
             throw UsageError(complaint(error));
