@@ -65,10 +65,10 @@ public:
     virtual ~ClearCaseConnection() = default;
 
     /// Returns the text that the connection has written so far. Reading doesn't consume it.
-    virtual std::string getOutput() = 0;
+    [[nodiscard]] virtual std::string getOutput() = 0;
     /// Returns the complaints about the configuration file, each with its line end. Reading doesn't
     /// consume them.
-    virtual std::string getError() = 0;
+    [[nodiscard]] virtual std::string getError() = 0;
     /// Clears what `getOutput` and `getError` return.
     virtual void clearMessages() = 0;
 
@@ -89,7 +89,8 @@ public:
     /// read-only file an `elementVersion`, and anything else an `elementViewPrivate`, including a
     /// file that is missing or can't be opened. The version of a configured version or directory
     /// version is always "/main/0"; everything else has none.
-    virtual int getElementStatus(const char* path, std::string* version, std::string* target) = 0;
+    [[nodiscard]] virtual int getElementStatus(const char* path, std::string* version,
+                                               std::string* target) = 0;
 
     /// Returns `path` on the route that the host's VOBs use, through the MVFS drive or through a
     /// view drive. `vobTags` are the tags of these VOBs. It works as follows:
@@ -126,13 +127,14 @@ public:
     /// Two odd cases: a path that lies on the other route and still can't be moved is reported on
     /// standard error, and comes back with backslashes too. An empty tag counts if a view is
     /// connected without a drive; a path that would have to move there stops the process.
-    virtual std::string canonicalizeViewPath(const std::string& cwd, const std::string& path,
-                                             const std::vector<std::string>& vobTags) = 0;
+    [[nodiscard]] virtual std::string canonicalizeViewPath(
+        const std::string& cwd, const std::string& path,
+        const std::vector<std::string>& vobTags) = 0;
 
     /// Returns the tag of the view that the process is set to, or an empty text if there is none.
     /// `FakeClearCase` takes the last component of the environment variable CLEARCASE_ROOT, which
     /// it reads at each call.
-    virtual std::string getViewTag() = 0;
+    [[nodiscard]] virtual std::string getViewTag() = 0;
 
     /// Tries to create a file in each VOB below `root`, and appends one record for each to
     /// `results`. `FakeClearCase` probes the VOBs of its configuration, in their order, and ignores
@@ -161,13 +163,13 @@ public:
     /// Returns the MVFS drive ("M:"), or an empty text if none is connected, and replaces `drives`
     /// with a map from each view drive ("X:") to its view tag. Both are as they were when the
     /// library was loaded, and are in the system's code page.
-    virtual std::string getMvfsDrives(std::map<std::string, std::string>& drives) = 0;
+    [[nodiscard]] virtual std::string getMvfsDrives(std::map<std::string, std::string>& drives) = 0;
 
     /// Starts a session. May throw std::runtime_error; `FakeClearCase` has no sessions and always
     /// does.
     virtual void startSession() = 0;
     /// Returns whether the connection can answer. `FakeClearCase` always can.
-    virtual bool isReady() = 0;
+    [[nodiscard]] virtual bool isReady() = 0;
     /// Kills the connection. May throw std::runtime_error; `FakeClearCase` always does.
     virtual void killConnection() = 0;
 };

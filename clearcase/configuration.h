@@ -33,9 +33,9 @@
 
 /// Returns the key of the element at `path`: the normal form with backslashes. Case is preserved.
 /// `path` must be absolute; otherwise an assertion stops the process.
-std::string elementKey(StringSpan path);
+[[nodiscard]] std::string elementKey(StringSpan path);
 /// The same, with the text in `buffer` (see `normalFormIn`).
-std::string_view elementKeyIn(PathBuffer& buffer, StringSpan path);
+[[nodiscard]] std::string_view elementKeyIn(PathBuffer& buffer, StringSpan path);
 
 struct Configuration {
     /// In the order of the file, duplicates included.

@@ -24,7 +24,7 @@ public:
     explicit ElementIndex(const ElementTable& table);
 
     /// Returns the element with this key, or null if there is none.
-    const ElementRecord* find(std::string_view key) const;
+    [[nodiscard]] const ElementRecord* find(std::string_view key) const;
 
 private:
     using Element = ElementTable::value_type;
@@ -35,7 +35,7 @@ private:
         const char* key = nullptr;  ///< the characters of the element's key
         const Element* element = nullptr;
 
-        bool holds(size_t otherHash, std::string_view otherKey) const;
+        [[nodiscard]] bool holds(size_t otherHash, std::string_view otherKey) const;
     };
 
     size_t firstSlotOf(size_t hash) const;

@@ -14,9 +14,10 @@
 /// link's text if that is absolute, and otherwise that text joined to the parent of `path` as the
 /// caller spelled it. It isn't normalised, and is relative if the parent is: the parent of `C:l` is
 /// `.`.
-std::optional<ElementType> configuredStatus(const ElementIndex& elements, const char* path,
-                                            std::string* version, std::string* target);
+[[nodiscard]] std::optional<ElementType> configuredStatus(const ElementIndex& elements,
+                                                          const char* path, std::string* version,
+                                                          std::string* target);
 
 /// Returns the type of an element that isn't in the configuration, by its file's attributes: a
 /// directory is a directory version, a read-only file a version, and anything else view private.
-ElementType statusOfFile(bool isDirectory, bool isReadOnly);
+[[nodiscard]] ElementType statusOfFile(bool isDirectory, bool isReadOnly);

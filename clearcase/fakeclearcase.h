@@ -27,18 +27,20 @@ public:
     FakeClearCase(const FakeClearCase&) = delete;
     FakeClearCase& operator=(const FakeClearCase&) = delete;
 
-    std::string getOutput() override;
-    std::string getError() override;
+    [[nodiscard]] std::string getOutput() override;
+    [[nodiscard]] std::string getError() override;
     void clearMessages() override;
-    int getElementStatus(const char* path, std::string* version, std::string* target) override;
-    std::string canonicalizeViewPath(const std::string& cwd, const std::string& path,
-                                     const std::vector<std::string>& vobTags) override;
-    std::string getViewTag() override;
+    [[nodiscard]] int getElementStatus(const char* path, std::string* version,
+                                       std::string* target) override;
+    [[nodiscard]] std::string canonicalizeViewPath(
+        const std::string& cwd, const std::string& path,
+        const std::vector<std::string>& vobTags) override;
+    [[nodiscard]] std::string getViewTag() override;
     void probeVobs(const std::string& root, std::vector<VobRecord>& results) override;
     void getProductInfo(const void* unused, std::map<std::string, std::string>& info) override;
-    std::string getMvfsDrives(std::map<std::string, std::string>& drives) override;
+    [[nodiscard]] std::string getMvfsDrives(std::map<std::string, std::string>& drives) override;
     [[noreturn]] void startSession() override;
-    bool isReady() override;
+    [[nodiscard]] bool isReady() override;
     [[noreturn]] void killConnection() override;
 
 private:

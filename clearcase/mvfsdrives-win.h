@@ -19,4 +19,4 @@ extern DriveLetters viewDriveLetters;
 /// Throws Win32Exception ("WNetOpenEnum", "WNetEnumResource"). What was stored in `drives` before
 /// that stays, and an enumeration that has failed isn't closed. A connection, of any provider,
 /// whose entry takes more than 1024 bytes causes such a failure.
-std::string lookupMvfsDrives(std::map<std::string, std::string>& drives);
+[[nodiscard]] std::string lookupMvfsDrives(std::map<std::string, std::string>& drives);

@@ -8,4 +8,4 @@
 ///
 ///     probedFolder("c:\\vobs", "\\a")        ->  "C:/vobs/a"
 ///     probedFolder("\\\\srv\\sh", "\\a")    ->  "/srv/sh/a"
-std::string probedFolder(const std::string& root, const std::string& tag);
+[[nodiscard]] std::string probedFolder(const std::string& root, const std::string& tag);

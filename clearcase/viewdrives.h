@@ -6,7 +6,7 @@
 #include <string_view>
 
 /// Whether `text` is an upper-case ASCII letter and a colon.
-constexpr bool isUpperDrive(std::string_view text) {
+[[nodiscard]] constexpr bool isUpperDrive(std::string_view text) {
     return text.size() == 2 && text[0] >= 'A' && text[0] <= 'Z' && text[1] == ':';
 }
 
@@ -19,7 +19,8 @@ public:
 
     /// Returns whether `drive` is a key of `viewDrives`. That must be the map from which this
     /// object was made, unchanged since. An object that belongs to no map searches `viewDrives`.
-    bool isKey(std::string_view drive, const std::map<std::string, std::string>& viewDrives) const;
+    [[nodiscard]] bool isKey(std::string_view drive,
+                             const std::map<std::string, std::string>& viewDrives) const;
 
 private:
     uint32_t mLetters = 0;  ///< bit 0 is for `A:`

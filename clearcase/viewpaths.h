@@ -24,7 +24,7 @@ struct ViewDrives {
 /// Returns the other route to the place that `root` names, or an empty text if there is none. For a
 /// view drive that is the folder of its view on the MVFS drive. For such a folder it is the first
 /// drive that is mapped to the view. The rest of `root` is appended to either.
-std::string otherRoute(const std::string& root, const ViewDrives& drives);
+[[nodiscard]] std::string otherRoute(const std::string& root, const ViewDrives& drives);
 
 /// Returns `path` on the route by which one of `vobTags` reaches it. The declaration of the same
 /// name in clearcase/clearcaseconnection.h has examples.
@@ -46,8 +46,9 @@ std::string otherRoute(const std::string& root, const ViewDrives& drives);
 /// It maps a root (with backslashes, its drive in upper case) to its other route, or to an empty
 /// text if it has none. Entries are added and never changed or removed. `viewRootCacheLock` guards
 /// the cache, so that any thread may call with the same cache; it is held while the path is moved.
-std::string canonicalizeViewPath(const ViewDrives& drives,
-                                 std::map<std::string, std::string>& viewRootCache,
-                                 Mutex& viewRootCacheLock, const std::string& cwd,
-                                 const std::string& path, const std::vector<std::string>& vobTags,
-                                 std::ostream& errors);
+[[nodiscard]] std::string canonicalizeViewPath(const ViewDrives& drives,
+                                               std::map<std::string, std::string>& viewRootCache,
+                                               Mutex& viewRootCacheLock, const std::string& cwd,
+                                               const std::string& path,
+                                               const std::vector<std::string>& vobTags,
+                                               std::ostream& errors);

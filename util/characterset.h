@@ -18,12 +18,14 @@ public:
     }
 
     constexpr void add(char c) { mBits[wordOf(c)] |= bitOf(c); }
-    constexpr bool contains(char c) const { return (mBits[wordOf(c)] & bitOf(c)) != 0; }
+    [[nodiscard]] constexpr bool contains(char c) const {
+        return (mBits[wordOf(c)] & bitOf(c)) != 0;
+    }
 
     /// Returns the index of the first character at or after `start` that is in the set, or the
     /// text's size if there is none. If `start` is past the end of the text, the result is `start`.
     /// The same holds for findNotIn.
-    constexpr size_t findIn(std::string_view text, size_t start) const {
+    [[nodiscard]] constexpr size_t findIn(std::string_view text, size_t start) const {
         while (start < text.size() && !contains(text[start])) {
             ++start;
         }
@@ -31,7 +33,7 @@ public:
     }
     /// Returns the index of the first character at or after `start` that isn't in the set, or the
     /// text's size if there is none.
-    constexpr size_t findNotIn(std::string_view text, size_t start) const {
+    [[nodiscard]] constexpr size_t findNotIn(std::string_view text, size_t start) const {
         while (start < text.size() && contains(text[start])) {
             ++start;
         }

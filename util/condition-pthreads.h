@@ -35,7 +35,7 @@ public:
     /// The same, but waits until `timeout` at the latest. `timeout` is a point in time, counted
     /// from 1970 UTC, not a duration; null means no limit. Returns false if the wait timed out and
     /// true in all other cases. Asserts that the nanoseconds are below one second.
-    bool wait(Mutex& m, const timespec* timeout);
+    [[nodiscard]] bool wait(Mutex& m, const timespec* timeout);
 
 private:
     pthread_cond_t* mHandle;

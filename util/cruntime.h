@@ -18,7 +18,7 @@
 
 namespace cruntime {
 
-inline int stricmp(const char* a, const char* b) {
+[[nodiscard]] inline int stricmp(const char* a, const char* b) {
 #ifdef _WIN32
     return _stricmp(a, b);
 #else
@@ -26,7 +26,7 @@ inline int stricmp(const char* a, const char* b) {
 #endif
 }
 
-inline int strnicmp(const char* a, const char* b, size_t count) {
+[[nodiscard]] inline int strnicmp(const char* a, const char* b, size_t count) {
 #ifdef _WIN32
     return _strnicmp(a, b, count);
 #else
@@ -34,7 +34,7 @@ inline int strnicmp(const char* a, const char* b, size_t count) {
 #endif
 }
 
-inline int wcsnicmp(const wchar_t* a, const wchar_t* b, size_t count) {
+[[nodiscard]] inline int wcsnicmp(const wchar_t* a, const wchar_t* b, size_t count) {
 #ifdef _WIN32
     return _wcsnicmp(a, b, count);
 #else
@@ -45,7 +45,8 @@ inline int wcsnicmp(const wchar_t* a, const wchar_t* b, size_t count) {
 /// Formats into `buffer`. If the text has at most `size` characters, the result is its length; what
 /// follows the text in the buffer is unspecified. Otherwise the result is negative and the contents
 /// of the buffer are unspecified.
-inline int vsnprintf(char* buffer, size_t size, const char* pattern, va_list arguments) {
+[[nodiscard]] inline int vsnprintf(char* buffer, size_t size, const char* pattern,
+                                   va_list arguments) {
 #ifdef _WIN32
     return _vsnprintf(buffer, size, pattern, arguments);
 #else

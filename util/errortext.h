@@ -21,4 +21,4 @@
 ///
 /// Natively `which` has no effect: the number is the value at `error`, or errno if `error` is null,
 /// and the text is the C library's message.
-std::string errorText(bool withCode, const uint32_t* error, int which);
+[[nodiscard]] std::string errorText(bool withCode, const uint32_t* error, int which);

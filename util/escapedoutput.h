@@ -47,17 +47,17 @@ std::ostream& operator<<(std::ostream& out, const EscapedWide& escaped);
 std::ostream& operator<<(std::ostream& out, const EscapedUtf8& escaped);
 
 /// Return what the inserters write.
-std::string escapeBytes(StringSpan text);
-std::string escapeUnits(std::u16string_view text);
-std::string escapeUnits(const std::wstring& text);
-std::string escapeUtf8(StringSpan text);
+[[nodiscard]] std::string escapeBytes(StringSpan text);
+[[nodiscard]] std::string escapeUnits(std::u16string_view text);
+[[nodiscard]] std::string escapeUnits(const std::wstring& text);
+[[nodiscard]] std::string escapeUtf8(StringSpan text);
 
 // Words for a POSIX shell
 
 /// Returns whether a shell takes the character literally: a letter or digit by the C runtime, or
 /// one of % + , - . / : = @ ^ _
-bool isShellSafe(char c);
-bool needsShellQuoting(StringSpan text);
+[[nodiscard]] bool isShellSafe(char c);
+[[nodiscard]] bool needsShellQuoting(StringSpan text);
 
 /// Writes a text so that a shell reads it back: in single quotes, if it needs any. For an empty
 /// text it writes nothing. `out` is an output iterator of characters; the result is the iterator
@@ -124,7 +124,7 @@ struct Layout {
 
 /// An inserter's working copy of the caller's layout, or of the default layout if the caller's is
 /// null. It is copied back to the caller when the scope ends, even by an exception.
-class LayoutGuard {
+class [[nodiscard]] LayoutGuard {
 public:
     explicit LayoutGuard(Layout* target)
         : layout(target != nullptr ? *target : Layout()), mTarget(target) {}

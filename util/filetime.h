@@ -35,24 +35,24 @@ public:
     /// rest borrows one tick.
     FileTime(uint64_t ticks, int32_t nanoseconds);
     /// The same from seconds since 1970.
-    static FileTime fromUnixTime(int64_t seconds, int32_t nanoseconds);
+    [[nodiscard]] static FileTime fromUnixTime(int64_t seconds, int32_t nanoseconds);
     /// From 100 ns since 1970.
-    static FileTime fromUnixTicks(int64_t count);
+    [[nodiscard]] static FileTime fromUnixTicks(int64_t count);
     /// The system's clock, in whole ticks.
-    static FileTime now();
+    [[nodiscard]] static FileTime now();
 
-    constexpr uint64_t ticks() const { return mTicks; }
+    [[nodiscard]] constexpr uint64_t ticks() const { return mTicks; }
     /// 0 to 99.
-    constexpr int32_t nanos() const { return mNanos; }
+    [[nodiscard]] constexpr int32_t nanos() const { return mNanos; }
 
     /// The seconds are truncated to 32 bits and sign-extended, for callers that store them in 32
     /// bits. From January 2038 on they no longer match the point in time, and are negative at
     /// first.
-    UnixNanoseconds unixTime() const;
+    [[nodiscard]] UnixNanoseconds unixTime() const;
     /// The same, with the nanoseconds truncated to whole microseconds.
-    UnixMicroseconds unixTimeInMicroseconds() const;
+    [[nodiscard]] UnixMicroseconds unixTimeInMicroseconds() const;
     /// 100 ns since 1970; `nanos` isn't included.
-    int64_t unixTicks() const;
+    [[nodiscard]] int64_t unixTicks() const;
 
     /// `count` may be negative.
     void addNanoseconds(int64_t count);
@@ -76,12 +76,12 @@ std::ostream& operator<<(std::ostream& stream, const FileTime& time);
 /// `secondsWest` is the standard offset of the zone, positive west of Greenwich. It is written with
 /// its own sign, the reverse of ISO 8601, because the readers of these stamps expect that: New York
 /// is "+0500". An offset of less than a minute is written as "Z".
-std::string timeStampText(const std::optional<std::tm>& local, int32_t secondsWest);
+[[nodiscard]] std::string timeStampText(const std::optional<std::tm>& local, int32_t secondsWest);
 
 /// Returns the date and time in this process's zone, or no value if the C runtime rejects the time.
-std::optional<std::tm> localTime(int64_t secondsSince1970);
+[[nodiscard]] std::optional<std::tm> localTime(int64_t secondsSince1970);
 
 /// Returns the standard offset (without summer time) of this process's zone, in seconds west of
 /// UTC. The C runtime determines the zone once; a program that changes TZ later must call `tzset`.
 /// Don't call this function while another thread calls `tzset`.
-int32_t secondsWestOfUtc();
+[[nodiscard]] int32_t secondsWestOfUtc();

@@ -10,7 +10,7 @@
 /// which returns a pthread result. The caller frees it with delete. If the allocation fails, or the
 /// result isn't 0, `complaint` and the error's text go to standard error, and the process aborts.
 template <class Handle, class Initialize>
-Handle* makeHandleOrAbort(Initialize initialize, const char* complaint) {
+[[nodiscard]] Handle* makeHandleOrAbort(Initialize initialize, const char* complaint) {
     std::unique_ptr<Handle> handle(new (std::nothrow) Handle());
     const int result = handle != nullptr ? initialize(handle.get()) : ENOMEM;
     if (result != 0) {

@@ -18,18 +18,18 @@ public:
         : mText(text.data != nullptr ? text : StringSpan("")), mHash(hash(mText)) {}
 
     /// Returns the same key for a copy of the text's characters.
-    HashedText of(const char* copy) const {
+    [[nodiscard]] HashedText of(const char* copy) const {
         HashedText result = *this;
         result.mText.data = copy;
         return result;
     }
 
-    StringSpan text() const { return mText; }
-    size_t hash() const { return mHash; }
+    [[nodiscard]] StringSpan text() const { return mText; }
+    [[nodiscard]] size_t hash() const { return mHash; }
 
     /// Returns the hash of a text: starts at 0 and, for each byte, multiplies by 9 and adds the
     /// byte as a signed value.
-    static size_t hash(StringSpan text) {
+    [[nodiscard]] static size_t hash(StringSpan text) {
         constexpr size_t ninePower8 = 43'046'721;
         const char* at = text.data;
         const char* const end = at + text.length;
@@ -82,10 +82,10 @@ public:
     HashTable(const HashTable&) = delete;
     HashTable& operator=(const HashTable&) = delete;
 
-    size_t size() const { return mEntries.size(); }
+    [[nodiscard]] size_t size() const { return mEntries.size(); }
 
     /// Returns the value of the text, or null.
-    Value* find(const HashedText& key) {
+    [[nodiscard]] Value* find(const HashedText& key) {
         for (Entry* entry = mBuckets[bucketOf(key.hash())]; entry != nullptr; entry = entry->next) {
             if (isEqual(entry->key, key.text())) {
                 return &entry->value;

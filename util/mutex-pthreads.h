@@ -63,12 +63,12 @@ public:
             [this] { return pthread_mutex_lock(mHandle); });
     }
     /// Returns true if the mutex was taken. Never waits.
-    bool tryLock() { return pthread_mutex_trylock(mHandle) == 0; }
+    [[nodiscard]] bool tryLock() { return pthread_mutex_trylock(mHandle) == 0; }
     void unlock() { pthread_mutex_unlock(mHandle); }
 
     /// Creates a bare pthread mutex. The caller destroys it with pthread_mutex_destroy and frees
     /// the memory with delete.
-    static pthread_mutex_t* makeHandle(MutexType type);
+    [[nodiscard]] static pthread_mutex_t* makeHandle(MutexType type);
 
 private:
     // Both need the bare handle to wait or to try.
@@ -81,7 +81,7 @@ private:
 
 /// Holds a mutex from construction to destruction. A function that must be called with a lock held
 /// takes a `MutexLock&` as proof and asserts `lock.check(mMutex)`.
-class MutexLock {
+class [[nodiscard]] MutexLock {
 public:
     explicit MutexLock(Mutex& m) : mMutex(&m) { mMutex->lock(); }
     ~MutexLock() { mMutex->unlock(); }
@@ -89,7 +89,7 @@ public:
     MutexLock& operator=(const MutexLock&) = delete;
 
     /// Returns true if `m` is the mutex that this object holds.
-    bool check(const Mutex& m) const { return mMutex == &m; }
+    [[nodiscard]] bool check(const Mutex& m) const { return mMutex == &m; }
 
 private:
     Mutex* mMutex;
@@ -123,14 +123,14 @@ public:
             [this] { return pthread_rwlock_wrlock(mHandle); });
     }
     /// Return true if the lock was taken. Never wait.
-    bool tryReadLock() { return pthread_rwlock_tryrdlock(mHandle) == 0; }
-    bool tryWriteLock() { return pthread_rwlock_trywrlock(mHandle) == 0; }
+    [[nodiscard]] bool tryReadLock() { return pthread_rwlock_tryrdlock(mHandle) == 0; }
+    [[nodiscard]] bool tryWriteLock() { return pthread_rwlock_trywrlock(mHandle) == 0; }
     /// Ends one hold of the calling thread, for reading or writing.
     void unlock() { pthread_rwlock_unlock(mHandle); }
 
     /// Creates a bare pthread lock. The caller destroys it with pthread_rwlock_destroy and frees
     /// the memory with delete.
-    static pthread_rwlock_t* makeHandle();
+    [[nodiscard]] static pthread_rwlock_t* makeHandle();
 
 private:
     pthread_rwlock_t* mHandle;

@@ -11,9 +11,9 @@
 // eofbit and failbit; the number or text that it returned must not be used then.
 
 /// Reads 4 bytes.
-uint32_t readNet32(std::istream& stream);
+[[nodiscard]] uint32_t readNet32(std::istream& stream);
 /// Reads 8 bytes, the high word first.
-uint64_t readNet64(std::istream& stream);
+[[nodiscard]] uint64_t readNet64(std::istream& stream);
 void writeNet32(std::ostream& stream, uint32_t value);
 void writeNet64(std::ostream& stream, uint64_t value);
 

@@ -14,11 +14,11 @@ using PathBuffer = boost::container::small_vector<char, 512>;
 
 /// Returns the normal form of `path`, which must be absolute: otherwise an assertion stops the
 /// process.
-std::string normalForm(StringSpan path);
+[[nodiscard]] std::string normalForm(StringSpan path);
 
 /// The same, but replaces the contents of `buffer` and returns a view of the text there.
 /// `separator` is `/` or `\`; if it is `\`, each `/` becomes a `\`. `path` must not be in `buffer`.
-std::string_view normalFormIn(PathBuffer& buffer, StringSpan path, char separator);
+[[nodiscard]] std::string_view normalFormIn(PathBuffer& buffer, StringSpan path, char separator);
 
 /// Returns whether `path` is on a drive, equals its normal form except for the kind of separators,
 /// and doesn't end in a separator.
@@ -29,4 +29,4 @@ std::string_view normalFormIn(PathBuffer& buffer, StringSpan path, char separato
 ///     C:/a:/      false, the same
 ///     C:/a:       false, its normal form is C:/a:/
 ///     C:/a/..     false, its normal form is C:/
-bool isTidyOnDrive(StringSpan path);
+[[nodiscard]] bool isTidyOnDrive(StringSpan path);

@@ -28,7 +28,7 @@ public:
     NumberedRuntimeError& operator=(const NumberedRuntimeError&) = default;
     ~NumberedRuntimeError() override;
 
-    int code() const { return mCode; }
+    [[nodiscard]] int code() const { return mCode; }
 
 private:
     int mCode;

@@ -36,7 +36,7 @@ inline constexpr char separatorsDiffer = '/' ^ '\\';
 namespace plain {
 
 /// Returns the marks of `count` bytes, at most `markedBytes`.
-constexpr Marks marksOf(const char* text, size_t count) {
+[[nodiscard]] constexpr Marks marksOf(const char* text, size_t count) {
     Marks marks;
     for (size_t i = 0; i < count; ++i) {
         const bool isSeparator = text[i] == '/' || text[i] == '\\';
@@ -57,13 +57,13 @@ constexpr void copySeparatedBy(char separator, const char* from, size_t count, c
 
 /// Returns `/` for a separator, the lower-case letter for an ASCII letter, and any other byte
 /// unchanged.
-constexpr char folded(char c) {
+[[nodiscard]] constexpr char folded(char c) {
     return c == '\\' ? '/' : c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
 }
 
 /// Returns how many bytes at the start of two texts are alike, at most `count`: equal except for
 /// the case of ASCII letters and the kind of separators.
-constexpr size_t alikeLength(const char* a, const char* b, size_t count) {
+[[nodiscard]] constexpr size_t alikeLength(const char* a, const char* b, size_t count) {
     size_t length = 0;
     while (length < count && folded(a[length]) == folded(b[length])) {
         ++length;
@@ -82,16 +82,18 @@ namespace sse2 {
 inline constexpr size_t block = 16;
 inline constexpr size_t halfBlock = 8;
 
-inline __m128i load(const char* from) {
+[[nodiscard]] inline __m128i load(const char* from) {
     return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
 }
-inline __m128i loadHalf(const char* from) {
+[[nodiscard]] inline __m128i loadHalf(const char* from) {
     return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(from));
 }
-inline uint64_t bitsOf(__m128i bytes) { return static_cast<uint32_t>(_mm_movemask_epi8(bytes)); }
+[[nodiscard]] inline uint64_t bitsOf(__m128i bytes) {
+    return static_cast<uint32_t>(_mm_movemask_epi8(bytes));
+}
 
 /// Returns the bytes of a text shorter than `halfBlock`, padded with zeros.
-inline uint64_t loadShort(const char* from, size_t count) {
+[[nodiscard]] inline uint64_t loadShort(const char* from, size_t count) {
     const auto byteAt = [from](size_t at) {
         return uint64_t{static_cast<unsigned char>(from[at])} << (8 * at);
     };
@@ -127,7 +129,7 @@ inline void addMarks(__m128i bytes, size_t at, Marks& marks) {
     marks.dots |= bitsOf(_mm_cmpeq_epi8(bytes, _mm_set1_epi8('.'))) << at;
 }
 
-inline Marks marksOf(const char* text, size_t count) {
+[[nodiscard]] inline Marks marksOf(const char* text, size_t count) {
     Marks marks;
     if (count >= block) {
         // The same four steps for every length, so that no branch has to be predicted.
@@ -144,7 +146,7 @@ inline Marks marksOf(const char* text, size_t count) {
     return marks;
 }
 
-inline __m128i separatedBy(char separator, __m128i bytes) {
+[[nodiscard]] inline __m128i separatedBy(char separator, __m128i bytes) {
     const char other = static_cast<char>(separator ^ separatorsDiffer);
     const __m128i others = _mm_cmpeq_epi8(bytes, _mm_set1_epi8(other));
     return _mm_xor_si128(bytes, _mm_and_si128(others, _mm_set1_epi8(separatorsDiffer)));
@@ -179,7 +181,7 @@ inline void copySeparatedBy(char separator, const char* from, size_t count, char
     }
 }
 
-inline __m128i folded(__m128i bytes) {
+[[nodiscard]] inline __m128i folded(__m128i bytes) {
     // As signed numbers, bytes from 0x80 up are below all letters.
     const __m128i upper = _mm_and_si128(_mm_cmpgt_epi8(bytes, _mm_set1_epi8('A' - 1)),
                                         _mm_cmplt_epi8(bytes, _mm_set1_epi8('Z' + 1)));
@@ -187,12 +189,12 @@ inline __m128i folded(__m128i bytes) {
 }
 
 /// Returns a bit for each byte that is alike in both.
-inline uint64_t alike(__m128i a, __m128i b) {
+[[nodiscard]] inline uint64_t alike(__m128i a, __m128i b) {
     const uint64_t same = bitsOf(_mm_cmpeq_epi8(a, b));
     return same == 0xFFFF ? same : bitsOf(_mm_cmpeq_epi8(folded(a), folded(b)));
 }
 
-inline size_t alikeLength(const char* a, const char* b, size_t count) {
+[[nodiscard]] inline size_t alikeLength(const char* a, const char* b, size_t count) {
     if (count < halfBlock) {
         return plain::alikeLength(a, b, count);
     }

@@ -30,13 +30,15 @@ extern const PathUnitTable pathCollationTable;
 /// pairs.
 extern const PathUnitTable pathCaseSwapTable;
 
-inline uint16_t collationWeight(uint16_t unit) { return pathCollationTable[unit]; }
+[[nodiscard]] inline uint16_t collationWeight(uint16_t unit) { return pathCollationTable[unit]; }
 /// Returns the difference of the weights: below, at or above 0.
-inline int compareCollation(uint16_t a, uint16_t b) {
+[[nodiscard]] inline int compareCollation(uint16_t a, uint16_t b) {
     return int{collationWeight(a)} - int{collationWeight(b)};
 }
 
-constexpr bool isPathSeparatorUnit(uint16_t unit) { return unit == '\\' || unit == '/'; }
+[[nodiscard]] constexpr bool isPathSeparatorUnit(uint16_t unit) {
+    return unit == '\\' || unit == '/';
+}
 
 /// Returns a number below, at or above 0 if `a` sorts before, with or after `b`. If two weights
 /// decide, it is their difference.
@@ -53,11 +55,11 @@ constexpr bool isPathSeparatorUnit(uint16_t unit) { return unit == '\\' || unit 
 ///     //srv/sh/x     //srv//sh/x    not 0, the roots differ
 ///     a/b            ab             below 0
 ///     C:\a           a              above 0, only C:\a is rooted
-int comparePaths(StringSpan a, StringSpan b);
+[[nodiscard]] int comparePaths(StringSpan a, StringSpan b);
 
 /// Returns whether two characters are equal in a path: the same except for case, by the C runtime,
 /// or both separators.
-bool pathCharsEqual(char a, char b);
+[[nodiscard]] bool pathCharsEqual(char a, char b);
 
 // For containers. Case folds by the C runtime (see cruntime.h), and separators are ordinary
 // characters. Strings are compared up to their first NUL. Of two Substrings that are alike over the

@@ -37,11 +37,11 @@ inline constexpr int windowsPaths = 1;
 /// is absolute, and a folder of one character under `prefix` ("/cygdrive/") is the root of a drive.
 /// If `prefix` doesn't end in a separator, or is empty, a `/` is appended.
 void setCygwinPaths(bool enabled, const std::string& prefix);
-bool cygwinPathsEnabled();
+[[nodiscard]] bool cygwinPathsEnabled();
 
 // Separators
 
-constexpr bool isPathSeparator(char c, int mode = windowsPaths) {
+[[nodiscard]] constexpr bool isPathSeparator(char c, int mode = windowsPaths) {
     return c == '/' || (mode == windowsPaths && c == '\\');
 }
 /// Turns each `/` into `\`.
@@ -61,9 +61,9 @@ void toBackslashes(std::string& path);
 ///     \foo              false    empty      empty
 ///     /foo              false    empty      empty          true in Cygwin mode
 ///     /cygdrive/c/x     true     0 to 11    /cygdrive/c    in Cygwin mode
-bool parsePathRoot(StringSpan path, PathRange& root, std::string* rootText, int mode);
+[[nodiscard]] bool parsePathRoot(StringSpan path, PathRange& root, std::string* rootText, int mode);
 /// Returns whether `path` is absolute, as `parsePathRoot` does.
-bool isAbsolutePath(StringSpan path, int mode);
+[[nodiscard]] bool isAbsolutePath(StringSpan path, int mode);
 
 // Components
 
@@ -73,12 +73,13 @@ bool isAbsolutePath(StringSpan path, int mode);
 ///
 ///     \\srv\share\\a/.//b\    \\srv\share, a, ., b
 ///     \a/b                    a, b
-bool splitPath(const std::string& path, std::vector<PathRange>& components, std::string* rootText);
+[[nodiscard]] bool splitPath(const std::string& path, std::vector<PathRange>& components,
+                             std::string* rootText);
 
 /// Returns the component of `path` that `splitPath` puts at `index`. If the path has fewer
 /// components, the result is empty, at the end of the path. This is also so for a path without any
 /// component, where `splitPath` appends 0 to 0. Reads no further than that component.
-PathRange pathComponent(StringSpan path, size_t index);
+[[nodiscard]] PathRange pathComponent(StringSpan path, size_t index);
 
 /// Returns the normal form of `path`, which must be absolute: otherwise an assertion stops the
 /// process. A `..` that climbs above the root is dropped. Any result that ends in `:`, not only a
@@ -88,7 +89,7 @@ PathRange pathComponent(StringSpan path, size_t index);
 ///     C:foo              C:/foo
 ///     C:/a:              C:/a:/
 ///     \\srv\sh\a\..      //srv/sh
-std::string normalizePath(const std::string& path);
+[[nodiscard]] std::string normalizePath(const std::string& path);
 /// For text that isn't a std::string, or a result that needn't be one, see util/normalform.h.
 
 // Building and taking apart
@@ -111,13 +112,13 @@ std::string normalizePath(const std::string& path);
 ///     C:\a             \b       C:\b
 ///     \\srv\\sh\a      \b       //srv/sh\b
 ///     rel              \b       \b
-std::string joinPath(StringSpan first, StringSpan second, char separator);
+[[nodiscard]] std::string joinPath(StringSpan first, StringSpan second, char separator);
 
 /// Returns the part before the last separator, or `.` if there is no separator.
-std::string parentPath(const std::string& path);
+[[nodiscard]] std::string parentPath(const std::string& path);
 /// Returns the part after the last separator. If there is no separator, the result is empty, not
 /// the whole path.
-std::string leafName(const std::string& path);
+[[nodiscard]] std::string leafName(const std::string& path);
 /// Returns the part after the last `.` of the last component. It is empty if there is no `.`, or
 /// nothing after it.
 ///
@@ -125,7 +126,7 @@ std::string leafName(const std::string& path);
 ///     .x         x
 ///     a.b/c      empty
 ///     a.         empty
-std::string fileExtension(const std::string& path);
+[[nodiscard]] std::string fileExtension(const std::string& path);
 
 /// The indices of the five ranges that `splitFileName` finds.
 enum PathPart {
@@ -172,7 +173,7 @@ void joinPathList(const std::vector<std::string>& paths, std::string& out);
 ///     C:\a      c:/a/b    true
 ///     C:\a      C:\ab     false
 ///     C:\a\     C:\a      false
-bool isInPath(const std::string& prefix, const std::string& path);
+[[nodiscard]] bool isInPath(const std::string& prefix, const std::string& path);
 
 /// Removes the leading `base` from `path` and leaves the rest verbatim, or empty if nothing is
 /// left. Components are compared without regard to case; a NUL in both ends the comparison of a
@@ -186,14 +187,14 @@ bool isInPath(const std::string& prefix, const std::string& path);
 ///     M:/v        m:/v//         true     empty
 ///     M:/v        M:/vw/x        false    M:/vw/x
 ///     //srv/sh    \\srv\sh\a     false    \\srv\sh\a
-bool makeRelativeTo(const std::string& base, std::string& path);
+[[nodiscard]] bool makeRelativeTo(const std::string& base, std::string& path);
 
 // Small tests
 
 /// Return true for exactly `.` and `..`.
-bool isDotName(const char* name);
-bool isDotName(const std::string& name);
-bool isDotName(StringSpan name);
+[[nodiscard]] bool isDotName(const char* name);
+[[nodiscard]] bool isDotName(const std::string& name);
+[[nodiscard]] bool isDotName(StringSpan name);
 
 /// Moves the start of `path` past a leading `./` and all separators and further `./` after it;
 /// backslashes count as well. Returns false, and leaves `path` unchanged, if it has fewer than
@@ -203,11 +204,11 @@ bool isDotName(StringSpan name);
 ///     .\/.\\./a/./b    a/./b
 ///     .//              empty
 ///     ./               false
-bool stripDotSlash(StringSpan& path);
+[[nodiscard]] bool stripDotSlash(StringSpan& path);
 
 /// Returns the upper-case drive letter if `path`, which must not be null, is exactly a letter, `:`
 /// and a separator. Otherwise returns 0.
-char isDriveRoot(const char* path);
+[[nodiscard]] char isDriveRoot(const char* path);
 
 /// Returns whether the `:` at offset `loc` of a line of text is the colon of a drive letter. The
 /// character before it must be a letter, a digit or `@`, and before that must be a space, a tab,
@@ -223,4 +224,4 @@ char isDriveRoot(const char* path);
 ///     C:x          1     fallback
 ///
 /// `loc` is at most the line's length. An assertion stops the process if there is no `:` at `loc`.
-bool isDriveColon(const std::string& line, size_t loc, bool fallback);
+[[nodiscard]] bool isDriveColon(const std::string& line, size_t loc, bool fallback);

@@ -14,17 +14,17 @@ class PathMarks {
 public:
     explicit PathMarks(StringSpan path) : mPath(path) {}
 
-    StringSpan path() const { return mPath; }
+    [[nodiscard]] StringSpan path() const { return mPath; }
 
     /// Returns the first separator at or after `from`, or the end of the path.
-    size_t nextSeparator(size_t from) { return next(from, mSeparators); }
+    [[nodiscard]] size_t nextSeparator(size_t from) { return next(from, mSeparators); }
     /// Returns the first character at or after `from` that isn't a separator, or the end of the
     /// path.
-    size_t nextNameCharacter(size_t from) { return next(from, mNameCharacters); }
+    [[nodiscard]] size_t nextNameCharacter(size_t from) { return next(from, mNameCharacters); }
     /// Returns the first separator at or after `from` where the path differs from its normal form,
     /// or the end of the path. This is a separator before another separator, before the end, or
     /// before a name that is `.` or `..`.
-    size_t nextUntidy(size_t from) { return next(from, mUntidy); }
+    [[nodiscard]] size_t nextUntidy(size_t from) { return next(from, mUntidy); }
 
 private:
     /// The characters that make a separator untidy are at most this far after it.

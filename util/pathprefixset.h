@@ -15,7 +15,7 @@ public:
         std::string path;
         bool isPrefix;  ///< covers everything that begins with `path`, not only `path` itself
 
-        bool covers(const std::string& key) const;
+        [[nodiscard]] bool covers(const std::string& key) const;
     };
 
 private:
@@ -35,11 +35,11 @@ public:
     /// `isPrefix` is true, its entry becomes a prefix. A prefix removes the entries that it covers.
     void insert(std::string path, bool isPrefix);
     /// Returns the entry that covers `key`, or `end()`.
-    const_iterator find(const std::string& key) const;
+    [[nodiscard]] const_iterator find(const std::string& key) const;
 
-    const_iterator begin() const { return mEntries.begin(); }
-    const_iterator end() const { return mEntries.end(); }
-    size_t size() const { return mEntries.size(); }
+    [[nodiscard]] const_iterator begin() const { return mEntries.begin(); }
+    [[nodiscard]] const_iterator end() const { return mEntries.end(); }
+    [[nodiscard]] size_t size() const { return mEntries.size(); }
 
 private:
     Entries mEntries;

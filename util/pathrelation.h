@@ -9,9 +9,9 @@
 #include "util/textspan.h"
 
 /// The same as isInPath.
-bool liesIn(StringSpan prefix, StringSpan path);
+[[nodiscard]] bool liesIn(StringSpan prefix, StringSpan path);
 /// The same, but faster if both texts begin with different upper-case ASCII letters, as drives do.
-inline bool liesInOnDrive(StringSpan prefix, StringSpan path) {
+[[nodiscard]] inline bool liesInOnDrive(StringSpan prefix, StringSpan path) {
     const auto isUpperCase = [](char c) { return c >= 'A' && c <= 'Z'; };
     if (prefix.length != 0 && path.length != 0 && prefix.data[0] != path.data[0] &&
         isUpperCase(prefix.data[0]) && isUpperCase(path.data[0])) {
@@ -23,4 +23,4 @@ inline bool liesInOnDrive(StringSpan prefix, StringSpan path) {
 /// Returns where the rest of `path` begins that makeRelativeTo leaves, or the end of `path` if
 /// nothing is left. Returns no value if makeRelativeTo returns false. `base` must be absolute:
 /// otherwise an assertion stops the process.
-std::optional<size_t> restBelow(StringSpan base, StringSpan path);
+[[nodiscard]] std::optional<size_t> restBelow(StringSpan base, StringSpan path);

@@ -8,14 +8,14 @@
 #include "util/pathmarks.h"
 #include "util/textspan.h"
 
-inline size_t skipSeparators(StringSpan path, size_t at) {
+[[nodiscard]] inline size_t skipSeparators(StringSpan path, size_t at) {
     while (at < path.length && isPathSeparator(path.data[at])) {
         ++at;
     }
     return at;
 }
 
-inline size_t skipName(StringSpan path, size_t at) {
+[[nodiscard]] inline size_t skipName(StringSpan path, size_t at) {
     while (at < path.length && !isPathSeparator(path.data[at])) {
         ++at;
     }
@@ -24,7 +24,7 @@ inline size_t skipName(StringSpan path, size_t at) {
 
 /// Returns the next name after `at` and the separators there. If there is none, the result is
 /// empty, at the end of the path.
-inline PathRange nextName(StringSpan path, size_t at) {
+[[nodiscard]] inline PathRange nextName(StringSpan path, size_t at) {
     const size_t begin = skipSeparators(path, at);
     return {begin, skipName(path, begin)};
 }
@@ -37,10 +37,10 @@ struct PathRoot {
     PathRange server;
     PathRange share;
 
-    bool isShare() const { return share.end != 0; }
+    [[nodiscard]] bool isShare() const { return share.end != 0; }
 
     /// The length of the normal spelling.
-    size_t textLength() const {
+    [[nodiscard]] size_t textLength() const {
         return isShare() ? 3 + server.length() + share.length() : range.length();
     }
 
@@ -58,14 +58,14 @@ extern CygwinPathMode gCygwinPathMode;
 /// Returns whether `path` begins with a drive: any character except a separator, and a colon.
 /// Anything may follow.
 inline constexpr size_t driveLength = 2;
-constexpr bool beginsWithDrive(StringSpan path) {
+[[nodiscard]] constexpr bool beginsWithDrive(StringSpan path) {
     return path.length >= driveLength && path.data[1] == ':' && !isPathSeparator(path.data[0]);
 }
 
 /// Returns whether `path` begins with a folder of one character under the Cygwin drive prefix.
-bool beginsWithCygwinDrive(StringSpan path);
+[[nodiscard]] bool beginsWithCygwinDrive(StringSpan path);
 
-inline PathRoot findShare(PathMarks& marks, size_t serverBegin) {
+[[nodiscard]] inline PathRoot findShare(PathMarks& marks, size_t serverBegin) {
     PathRoot root;
     const size_t serverEnd = marks.nextSeparator(serverBegin);
     const size_t shareBegin = marks.nextNameCharacter(serverEnd);
@@ -81,7 +81,7 @@ inline PathRoot findShare(PathMarks& marks, size_t serverBegin) {
 
 /// Returns the root of a path that doesn't begin with a drive. Inline for normalForm, where the
 /// time for shares is measured; all other callers use the function below.
-inline PathRoot findOtherRoot(PathMarks& marks) {
+[[nodiscard]] inline PathRoot findOtherRoot(PathMarks& marks) {
     const StringSpan path = marks.path();
     PathRoot root;
     if (path.length == 0 || !isPathSeparator(path.data[0])) {
@@ -100,20 +100,20 @@ inline PathRoot findOtherRoot(PathMarks& marks) {
     }
     return findShare(marks, name);
 }
-PathRoot findOtherRoot(StringSpan path);
+[[nodiscard]] PathRoot findOtherRoot(StringSpan path);
 
-inline PathRoot driveRoot() {
+[[nodiscard]] inline PathRoot driveRoot() {
     PathRoot root;
     root.absolute = true;
     root.range = {0, driveLength};
     return root;
 }
 
-inline PathRoot findRoot(PathMarks& marks) {
+[[nodiscard]] inline PathRoot findRoot(PathMarks& marks) {
     return beginsWithDrive(marks.path()) ? driveRoot() : findOtherRoot(marks);
 }
 
-inline PathRoot findRoot(StringSpan path) {
+[[nodiscard]] inline PathRoot findRoot(StringSpan path) {
     return beginsWithDrive(path) ? driveRoot() : findOtherRoot(path);
 }
 

@@ -7,9 +7,9 @@
 /// "C". An empty variable names the user's own locale, as set by LC_ALL, LANG and similar
 /// variables. The locale is created on first use, at the latest during static construction, and is
 /// never changed or freed afterwards. Any thread may call this function.
-const std::locale& processLocale();
+[[nodiscard]] const std::locale& processLocale();
 
 /// Returns the locale with this name, with all categories, by the rules of `processLocale`: "C" if
 /// `name` is null or doesn't name a locale, without an error, and the user's own locale if it is
 /// empty.
-std::locale localeOrClassic(const char* name);
+[[nodiscard]] std::locale localeOrClassic(const char* name);

@@ -13,26 +13,26 @@
 /// Returns whether both have the same length and, except for case, the same characters. A null
 /// `data` equals only another null `data` of the same length, so a null span and an empty text
 /// differ.
-bool equalsNoCase(StringSpan a, StringSpan b);
+[[nodiscard]] bool equalsNoCase(StringSpan a, StringSpan b);
 /// Returns whether `a` comes before `b`, ignoring case; a proper prefix comes first. A null `data`
 /// comes before every other text; of two null ones, the shorter comes first.
-bool lessNoCase(StringSpan a, StringSpan b);
+[[nodiscard]] bool lessNoCase(StringSpan a, StringSpan b);
 
 /// The same for UTF-16 units, except that a null span is an empty text.
-bool equalsNoCase(WideSpan a, WideSpan b);
-bool lessNoCase(WideSpan a, WideSpan b);
+[[nodiscard]] bool equalsNoCase(WideSpan a, WideSpan b);
+[[nodiscard]] bool lessNoCase(WideSpan a, WideSpan b);
 
 /// Returns whether both have the same length and the same bytes, including NULs. A null span is an
 /// empty text.
-bool equalsExact(StringSpan a, StringSpan b);
+[[nodiscard]] bool equalsExact(StringSpan a, StringSpan b);
 /// Returns whether `a` comes before `b` byte by byte; a proper prefix comes first. A null span is
 /// an empty text.
-bool lessExact(StringSpan a, StringSpan b);
+[[nodiscard]] bool lessExact(StringSpan a, StringSpan b);
 
 /// Compares the first `n` characters, ignoring case, and returns a number below, at or above 0. A
 /// text that ends at its NUL before that comes first. Null equals null (0) and comes before
 /// everything else (-1 and 1).
-int compareNoCase(const char* a, const char* b, size_t n);
+[[nodiscard]] int compareNoCase(const char* a, const char* b, size_t n);
 
 /// A total order of strings, which are compared up to their first NUL. With `caseSensitive` the
 /// order is by bytes. Without it case is ignored at first, and only decides between texts that

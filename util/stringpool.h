@@ -15,17 +15,17 @@ class StringPool {
 public:
     /// Returns the pool of the process, which is created by the first call and lives until the
     /// process ends.
-    static StringPool& instance();
+    [[nodiscard]] static StringPool& instance();
 
     StringPool();
     StringPool(const StringPool&) = delete;
     StringPool& operator=(const StringPool&) = delete;
 
     /// Returns the pooled text, with a terminator. It is valid as long as the pool exists.
-    const char* intern(const HashedText& text);
+    [[nodiscard]] const char* intern(const HashedText& text);
 
     /// Returns the pooled empty text, which exists from the start.
-    const char* empty() const { return mEmpty; }
+    [[nodiscard]] const char* empty() const { return mEmpty; }
 
 private:
     /// The same under the lock.
@@ -38,4 +38,4 @@ private:
 
 /// Returns the text from the pool of the process, valid until the process ends. Null counts as the
 /// empty text. Any thread may call this function. Throws std::bad_alloc.
-const char* internString(const char* text);
+[[nodiscard]] const char* internString(const char* text);

@@ -8,7 +8,7 @@
 /// place, and `*cursor` moves past its delimiter. Returns null, and leaves the cursor where it is,
 /// if the cursor is at the terminator. Adjacent delimiters yield empty fields; a delimiter at the
 /// very end yields none: "one::two:" has the fields "one", "" and "two".
-char* nextField(char** cursor, char delimiter);
+[[nodiscard]] char* nextField(char** cursor, char delimiter);
 
 /// Splits "name:number" at the first colon. The number is read by `atoi`: it is 0 if there is none,
 /// and if it doesn't fit an int, the result is that of `atoi`. Without a colon `name` becomes the
@@ -30,7 +30,7 @@ void splitNameAndNumber(const std::string& text, std::string& name, int* number)
 ///     "a b" c        c
 ///     a\"b c         c
 ///     a\\"b c" d     d
-const char* nextArgument(const char* commandLine);
+[[nodiscard]] const char* nextArgument(const char* commandLine);
 
 /// Returns the first `c` in the range that isn't escaped, or `last` if there is none. A character
 /// is escaped if it follows an `esc` that isn't escaped itself. An unescaped NUL also ends the
@@ -38,11 +38,11 @@ const char* nextArgument(const char* commandLine);
 ///
 ///     a\;b;c     the second semicolon
 ///     a\\;b      the semicolon
-const char* findUnescaped(const char* first, const char* last, char c, char esc);
+[[nodiscard]] const char* findUnescaped(const char* first, const char* last, char c, char esc);
 
 /// Returns the first character in the range that is in `set`, or `last` if there is none. A NUL in
 /// the range counts as found.
-const char* findAnyOf(const char* first, const char* last, const char* set);
+[[nodiscard]] const char* findAnyOf(const char* first, const char* last, const char* set);
 
 /// Appends the words of a null-terminated vector to a command line, each in double quotes and
 /// followed by a space, even the last one. The shell operators ">", ">>", "|", "<", "2>&1", "1>&2"

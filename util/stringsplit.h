@@ -46,8 +46,9 @@ void split(const std::string& text, std::set<std::string>& out, const std::strin
 ///     "a b' c           a b | c
 ///     "two words"x      two words | x
 ///     one "two three    one, and returns false
-bool splitQuoted(const std::string& text, std::vector<std::string>& out,
-                 const std::string& delimiters, const std::string& quotes, bool stripQuotes);
+[[nodiscard]] bool splitQuoted(const std::string& text, std::vector<std::string>& out,
+                               const std::string& delimiters, const std::string& quotes,
+                               bool stripQuotes);
 
 /// Returns the parts of `text` in the order of `ranges`, with `separator` between them. The ranges
 /// must be within the text. An empty range adds nothing. Exception: if the first range is empty,
@@ -57,8 +58,8 @@ bool splitQuoted(const std::string& text, std::vector<std::string>& out,
 ///
 ///     {0, 1}, {1, 1}, {2, 3}    a;c
 ///     {0, 0}, {0, 1}            ;a
-std::string joinRanges(const std::string& text, const std::vector<TextRange>& ranges,
-                       const std::string& separator);
+[[nodiscard]] std::string joinRanges(const std::string& text, const std::vector<TextRange>& ranges,
+                                     const std::string& separator);
 
 /// Sorts by `StringLess(caseSensitive)` and removes duplicates. Strings are compared up to their
 /// first NUL. Strings that differ only in case are never duplicates, even without `caseSensitive`:

@@ -36,28 +36,30 @@ public:
     ~Substring() = default;
 
     /// Returns the part at a position of this view.
-    Substring part(size_t pos, size_t length) const { return {*this, mStart + pos, length}; }
+    [[nodiscard]] Substring part(size_t pos, size_t length) const {
+        return {*this, mStart + pos, length};
+    }
 
-    size_t length() const { return mEnd - mStart; }
+    [[nodiscard]] size_t length() const { return mEnd - mStart; }
     /// Returns a character. An index out of range stops the process by an assertion.
     char operator[](size_t index) const;
     /// Returns the characters, valid until the string changes.
-    StringSpan span() const { return {mString->data() + mStart, length()}; }
+    [[nodiscard]] StringSpan span() const { return {mString->data() + mStart, length()}; }
 
     /// Remove blanks at both ends, or at the front. A view that consists of blanks becomes empty,
     /// with both indices 0.
     void trim();
     void trimLeft();
 
-    size_t findFirstOf(const std::string& set, size_t pos) const;
-    size_t findFirstNotOf(const std::string& set, size_t pos) const;
-    size_t find(char c, size_t pos) const;
+    [[nodiscard]] size_t findFirstOf(const std::string& set, size_t pos) const;
+    [[nodiscard]] size_t findFirstNotOf(const std::string& set, size_t pos) const;
+    [[nodiscard]] size_t find(char c, size_t pos) const;
     /// An empty `text` isn't found anywhere.
-    size_t find(const std::string& text, size_t pos) const;
+    [[nodiscard]] size_t find(const std::string& text, size_t pos) const;
 
     /// Returns the first character of `set`, from `pos` on, with an even number of `escape`
     /// directly before it; those before `pos` don't count.
-    size_t findUnescaped(const std::string& set, size_t pos, char escape) const;
+    [[nodiscard]] size_t findUnescaped(const std::string& set, size_t pos, char escape) const;
     /// Searches in the same way, with the backslash as the escape, and removes the escapes from the
     /// string on the way: of a run before a character of `set`, half remains, and the backslash
     /// that escapes the character is removed. This happens even if nothing is found in the end. For
@@ -73,16 +75,16 @@ public:
     /// is an escape of the character after it: for "\" and `\\x` the result is 1, and the text
     /// becomes `\x`. The time is linear in the length of the string, however many escapes there
     /// are.
-    size_t findAndUnescape(const std::string& set, size_t pos);
+    [[nodiscard]] size_t findAndUnescape(const std::string& set, size_t pos);
 
     /// Erase from the string. Return false, and change nothing, if the part isn't entirely in the
     /// view or begins at its end.
-    bool erase(size_t pos, size_t count);
-    bool eraseFrom(size_t pos);
+    [[nodiscard]] bool erase(size_t pos, size_t count);
+    [[nodiscard]] bool eraseFrom(size_t pos);
 
-    bool equals(const Substring& other) const;
-    bool equals(const std::string& text) const;
-    bool equalsNoCase(const Substring& other) const;
+    [[nodiscard]] bool equals(const Substring& other) const;
+    [[nodiscard]] bool equals(const std::string& text) const;
+    [[nodiscard]] bool equalsNoCase(const Substring& other) const;
 
     /// Returns whether the view begins with `word`, after optional blanks, and the word ends at a
     /// blank or the end of the view. Case is ignored. If so, `*next` becomes the position of the
@@ -93,11 +95,11 @@ public:
     ///     "  YES  x"   yes    true     7
     ///     "yes"        yes    true     3
     ///     "yesx"       yes    false    unchanged
-    bool startsWithWord(const std::string& word, size_t* next) const;
+    [[nodiscard]] bool startsWithWord(const std::string& word, size_t* next) const;
     /// Moves the start past such a word and the blanks after it. Only for a view that starts at
     /// index 0 of its string: the new start is the position in the view, used as an index into the
     /// string.
-    bool eatWord(const std::string& word);
+    [[nodiscard]] bool eatWord(const std::string& word);
 
 private:
     /// The string up to the end of the view, but not past the end of the string.

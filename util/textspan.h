@@ -20,7 +20,7 @@ struct StringSpan {
     StringSpan(const std::string& text) : data(text.data()), length(text.size()) {}
     constexpr StringSpan(std::string_view text) : data(text.data()), length(text.size()) {}
 
-    constexpr std::string_view view() const { return {data, length}; }
+    [[nodiscard]] constexpr std::string_view view() const { return {data, length}; }
 };
 
 /// The same for UTF-16 units; `length` counts units.
@@ -44,6 +44,6 @@ struct PathRange {
     size_t begin = 0;
     size_t end = 0;
 
-    constexpr size_t length() const { return end - begin; }
+    [[nodiscard]] constexpr size_t length() const { return end - begin; }
     friend constexpr bool operator==(const PathRange&, const PathRange&) = default;
 };

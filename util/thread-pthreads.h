@@ -78,7 +78,7 @@ public:
     /// does an empty `f`, which throws boost::bad_function_call on that thread.
     static void startDetached(const boost::function<void()>& f, size_t stackSize = 0);
 
-    static pthread_t self() { return pthread_self(); }
+    [[nodiscard]] static pthread_t self() { return pthread_self(); }
     /// Lets other threads run.
     static void yield();
 

@@ -14,7 +14,7 @@ public:
     ThreadKey(const ThreadKey&) = delete;
     ThreadKey& operator=(const ThreadKey&) = delete;
 
-    void* get() const { return pthread_getspecific(mKey); }
+    [[nodiscard]] void* get() const { return pthread_getspecific(mKey); }
     void set(void* value) { pthread_setspecific(mKey, value); }
 
 private:

@@ -22,7 +22,7 @@ extern std::atomic<ThreadTimerRecord*> gThreadTimerRecords;
 
 /// Returns the calling thread's record, which is created and linked on first use. Takes no `Mutex`
 /// or `RWLock`, so that a thread that waits for one can call it.
-ThreadTimerRecord& threadTimerRecord();
+[[nodiscard]] ThreadTimerRecord& threadTimerRecord();
 
 /// Creates a timer, adds it before the calling thread's other timers, stores it in `slot` and
 /// returns it. It lives until the process ends. A function that returns a lock's timer has one

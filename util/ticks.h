@@ -13,19 +13,19 @@ public:
 
     /// Returns the current value of the counter. Never fails: if the counter can't be read, it is
     /// read again. Measurements read the clock by `ticksNow` instead, so that it can be replaced.
-    static Ticks now();
+    [[nodiscard]] static Ticks now();
     /// Returns the ticks per second. The system is asked once; the value never changes afterwards.
-    static double frequency();
+    [[nodiscard]] static double frequency();
     /// Returns the ticks in `seconds`, without the fraction of a tick. Asserts that `seconds` is
     /// neither negative nor a NaN. The result is undefined for more seconds than 63 bits of ticks
     /// hold.
-    static Ticks fromSeconds(double seconds);
+    [[nodiscard]] static Ticks fromSeconds(double seconds);
 
     /// Returns the low 50 bits of the count as seconds. Use it for a difference, or for a counter
     /// of moderate size (50 bits are 3 years at 10 MHz). Higher bits are lost, including the sign,
     /// so a negative count becomes some large time.
-    double seconds() const;
-    constexpr int64_t count() const { return mCount; }
+    [[nodiscard]] double seconds() const;
+    [[nodiscard]] constexpr int64_t count() const { return mCount; }
 
     constexpr Ticks& operator+=(Ticks duration) {
         mCount += duration.mCount;

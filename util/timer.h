@@ -25,21 +25,21 @@ public:
     void stop(Ticks now);
     /// Forgets all intervals, including a running one.
     void reset();
-    bool running() const { return mRunning; }
+    [[nodiscard]] bool running() const { return mRunning; }
     /// Returns the seconds since `start`, or 0.0 if the timer isn't running.
-    double elapsed(Ticks now) const;
+    [[nodiscard]] double elapsed(Ticks now) const;
     /// Records an interval that was measured elsewhere. The timer may be running.
     void add(Ticks duration);
     /// Adds the intervals of another timer. Asserts that neither timer is running. Unlike in `add`,
     /// the minimum and maximum of 0 of a timer without intervals count.
     Timer& operator+=(const Timer& t);
 
-    Ticks total() const { return mTotal; }
+    [[nodiscard]] Ticks total() const { return mTotal; }
     /// The shortest interval; 0 if there is none.
-    Ticks minimum() const { return mMin; }
+    [[nodiscard]] Ticks minimum() const { return mMin; }
     /// The longest interval, but at least 0.
-    Ticks maximum() const { return mMax; }
-    uint32_t count() const { return mCount; }
+    [[nodiscard]] Ticks maximum() const { return mMax; }
+    [[nodiscard]] uint32_t count() const { return mCount; }
 
 private:
     friend struct TimerTestPeer;
@@ -67,7 +67,7 @@ struct NestedTimer : Timer {
 /// scopes of the same timer count as one interval, from the start to the end of the outermost one.
 /// If the timer is null, nothing is measured and the clock isn't read. The timer must outlive the
 /// scope.
-class ScopedTimer {
+class [[nodiscard]] ScopedTimer {
 public:
     explicit ScopedTimer(NestedTimer* t);
     ~ScopedTimer();

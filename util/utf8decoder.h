@@ -25,7 +25,7 @@ struct PathUnitCursor {
         decode();
     }
 
-    bool atEnd() const { return position == end; }
+    [[nodiscard]] bool atEnd() const { return position == end; }
 
     /// Moves to the next unit. Must not be called at the end.
     void next() {

@@ -36,12 +36,12 @@
 ///     [!c-a]    a       false    a member
 ///
 /// The time is at most proportional to the product of the lengths.
-bool wildcardMatch(StringSpan pattern, StringSpan text);
+[[nodiscard]] bool wildcardMatch(StringSpan pattern, StringSpan text);
 
 /// The general form, which starts at the two indices. With `literalBrackets`, `[` is an ordinary
 /// character. A backslash at the end of the pattern matches nothing.
-bool wildcardMatch(StringSpan pattern, StringSpan text, bool literalBrackets, bool caseSensitive,
-                   size_t patternIndex, size_t textIndex);
+[[nodiscard]] bool wildcardMatch(StringSpan pattern, StringSpan text, bool literalBrackets,
+                                 bool caseSensitive, size_t patternIndex, size_t textIndex);
 
 /// Returns whether the text in `range` of `base` matches a pattern, in which the first `wildcard`
 /// matches any text, also an empty one; later ones are ordinary characters. On success `*stem`,
@@ -60,5 +60,5 @@ bool wildcardMatch(StringSpan pattern, StringSpan text, bool literalBrackets, bo
 /// The rest of the text is compared by `equalsExact` or, unless `exact`, by `equalsNoCase`. `base`
 /// may be null with an empty range. With `exact` this is an empty text; otherwise it matches only a
 /// null pattern.
-bool matchStem(StringSpan pattern, StringSpan base, TextRange range, char wildcard, TextRange* stem,
-               bool exact);
+[[nodiscard]] bool matchStem(StringSpan pattern, StringSpan base, TextRange range, char wildcard,
+                             TextRange* stem, bool exact);

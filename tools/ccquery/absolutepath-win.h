@@ -10,14 +10,14 @@ namespace ccquery {
 /// stops the process if a path isn't absolute.
 ///     C:\x  C:foo  \\server\share  ->  true
 ///     \foo  foo  \\server           ->  false
-bool isAbsolutePath(std::string_view path);
+[[nodiscard]] bool isAbsolutePath(std::string_view path);
 
 /// Returns `path` if it is absolute, otherwise the absolute path that Windows makes from it, the
 /// current directory and the current drive. Throws std::runtime_error, with a message of one line,
 /// if the path can't be completed, as "\\server" or an empty one.
-std::string absolutePath(const std::string& path);
+[[nodiscard]] std::string absolutePath(const std::string& path);
 
 /// Returns the current directory, completed by `absolutePath`.
-std::string currentDirectory();
+[[nodiscard]] std::string currentDirectory();
 
 }  // namespace ccquery

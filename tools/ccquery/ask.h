@@ -13,12 +13,12 @@ namespace ccquery {
 /// `report` has the answers up to then. Returns the program's exit code: 1 for `errors` if there
 /// are any, otherwise 0. The paths of `status` and the `cwd` must be absolute, or the connection
 /// stops the process.
-int ask(ClearCaseConnection& connection, const Query& query, Report& report);
+[[nodiscard]] int ask(ClearCaseConnection& connection, const Query& query, Report& report);
 
 /// Returns the name of an element type; nothing if the number isn't one.
-std::optional<std::string> elementTypeName(int type);
+[[nodiscard]] std::optional<std::string> elementTypeName(int type);
 
 /// Returns "writable", "read_only" or "not_determined"; nothing if the number isn't a state.
-std::optional<std::string> vobStateName(int state);
+[[nodiscard]] std::optional<std::string> vobStateName(int state);
 
 }  // namespace ccquery

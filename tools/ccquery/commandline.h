@@ -37,6 +37,6 @@ class UsageError : public std::runtime_error {
 };
 
 /// Reads the arguments after the program's name. Throws UsageError.
-CommandLine parseCommandLine(std::vector<std::string> arguments);
+[[nodiscard]] CommandLine parseCommandLine(std::vector<std::string> arguments);
 
 }  // namespace ccquery

@@ -14,9 +14,9 @@ namespace ccquery {
 ///
 /// The library stays loaded: the connection and exceptions from the library may outlive everything
 /// else here.
-std::unique_ptr<ClearCaseConnection> connect(const std::string& file);
+[[nodiscard]] std::unique_ptr<ClearCaseConnection> connect(const std::string& file);
 
 /// Returns the path of nbclearcase_fake.dll in the folder of this program.
-std::string defaultLibrary();
+[[nodiscard]] std::string defaultLibrary();
 
 }  // namespace ccquery

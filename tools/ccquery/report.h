@@ -24,14 +24,14 @@ struct Report {
 };
 
 /// Returns one object per line, each followed by a line feed.
-std::string jsonText(const Report& report);
+[[nodiscard]] std::string jsonText(const Report& report);
 
 /// Returns a table whose columns are two spaces apart; an empty cell is "-". Control characters are
 /// written as "\n", "\t" or "\x1b", so that a table keeps its form; backslashes stay unchanged.
-std::string tableText(const Report& report);
+[[nodiscard]] std::string tableText(const Report& report);
 
 /// Returns `text` on one line, for a message, with control characters and invalid bytes written as
 /// in a table.
-std::string oneLine(const std::string& text);
+[[nodiscard]] std::string oneLine(const std::string& text);
 
 }  // namespace ccquery

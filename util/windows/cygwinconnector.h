@@ -19,7 +19,7 @@ namespace cygwin {
 
 /// Returns whether a Cygwin process started this one. The system is asked only once per process;
 /// any thread may call.
-bool invoked_from_cygwin();
+[[nodiscard]] bool invoked_from_cygwin();
 
 /// A mount of the POSIX side.
 struct mount_info {
@@ -59,7 +59,7 @@ public:
     connector& operator=(const connector&) = delete;
 
     /// Never null: without an embedding, an assertion stops the process.
-    const vrpsx::embedding* embedding() const;
+    [[nodiscard]] const vrpsx::embedding* embedding() const;
 
     /// Starts a thread of the POSIX side that calls the handlers, one at a time and without a lock.
     /// Blocks the signals of these handlers and SIGUSR2 permanently on the calling thread. Other
@@ -90,29 +90,29 @@ public:
     /// Returns "version 1.7.35." and a line end. If Cygwin started this process, "Invoked from a
     /// cygwin process" follows, then the record's magic unless it is known, and a full stop.
     /// Doesn't fail, and leaves the last error unchanged.
-    std::string describe() const;
+    [[nodiscard]] std::string describe() const;
     /// Returns the POSIX pid of a Windows process, or -1.
-    int64_t internalize_pid(uint32_t windowsPid) const;
+    [[nodiscard]] int64_t internalize_pid(uint32_t windowsPid) const;
     /// Always sets the last error. On failure it returns what the runtime stores: -1.
-    int64_t getpgid(int64_t pid) const;
+    [[nodiscard]] int64_t getpgid(int64_t pid) const;
     /// Returns 0 or -1, and always sets the last error. A negative `pid` is a process group.
-    int kill(int64_t pid, int signal) const;
+    [[nodiscard]] int kill(int64_t pid, int signal) const;
     /// Returns the last error of this thread; 0 if there was none.
-    int last_error() const;
-    std::string error_text(int code) const;
-    std::string strsignal(int signal) const;
+    [[nodiscard]] int last_error() const;
+    [[nodiscard]] std::string error_text(int code) const;
+    [[nodiscard]] std::string strsignal(int signal) const;
     /// Calls the function of the runtime that has no name. Returns 0 or -1.
-    int path_call(const std::string& path) const;
+    [[nodiscard]] int path_call(const std::string& path) const;
 
     // Paths end at the first NUL. "Internal" is the form of the POSIX side, "external" the form of
     // Windows; the `execution` pair is for paths of programs. A path that the other side leaves
     // alone is returned unchanged.
-    std::string internalize_path(const std::string& path) const;
-    std::string externalize_path(const std::string& path) const;
-    std::string internalize_execution_path(const std::string& path) const;
-    std::string externalize_execution_path(const std::string& path) const;
+    [[nodiscard]] std::string internalize_path(const std::string& path) const;
+    [[nodiscard]] std::string externalize_path(const std::string& path) const;
+    [[nodiscard]] std::string internalize_execution_path(const std::string& path) const;
+    [[nodiscard]] std::string externalize_execution_path(const std::string& path) const;
     /// Returns the target as stored in the link; nothing is resolved.
-    std::string readlink(const std::string& path) const;
+    [[nodiscard]] std::string readlink(const std::string& path) const;
     void symlink(const std::string& target, const std::string& path) const;
     void chdir(const std::string& path) const;
     /// Replaces the content of `mounts` by the current mounts, without the prefix of drives. After
@@ -123,7 +123,7 @@ public:
     /// for a missing entry, if there is none.
     void cygdrive(std::string& prefix) const;
 
-    const runtime_version& version() const { return _version; }
+    [[nodiscard]] const runtime_version& version() const { return _version; }
 
 private:
     using convert_path = vrpsx::buffer_result (vrpsx::embedding::*)(const char*,

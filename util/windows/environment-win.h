@@ -9,4 +9,4 @@
 ///
 /// Asks the system, not the C runtime, so changes by any module of the process are seen. Changes
 /// GetLastError, even on success. Any thread may call.
-std::optional<std::string> environmentVariable(const char* name);
+[[nodiscard]] std::optional<std::string> environmentVariable(const char* name);

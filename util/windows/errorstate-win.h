@@ -9,7 +9,7 @@
 ///     text << "can't read: " << failure;          // errortext-win.h
 struct ErrorState {
     /// Returns the current numbers of the calling thread.
-    static ErrorState current();
+    [[nodiscard]] static ErrorState current();
 
     void save() { *this = current(); }
     /// Sets the numbers of the calling thread. Windows stores both in one place: if they differ,
@@ -23,7 +23,7 @@ struct ErrorState {
     ///     1        the Windows number
     ///     2        the socket number
     ///     other    as for 0
-    uint32_t select(int which) const;
+    [[nodiscard]] uint32_t select(int which) const;
 
     uint32_t mWindowsError = 0;
     uint32_t mSocketError = 0;

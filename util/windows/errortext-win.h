@@ -45,20 +45,20 @@ public:
 /// is "Windows error NUMBER" if the system has no message, one of over 499 characters, or one with
 /// placeholders. The number in brackets is decimal, or hexadecimal ("0x80070005") if it is
 /// negative.
-std::string win32ErrorText(const char* context, int error);
+[[nodiscard]] std::string win32ErrorText(const char* context, int error);
 
 /// The same for an NTSTATUS, with the message from NTDLL, or "NT error 0xNNNNNNNN" if that has
 /// none. The number in brackets is always hexadecimal.
-std::string ntErrorText(const char* context, uint32_t status);
+[[nodiscard]] std::string ntErrorText(const char* context, uint32_t status);
 
 /// Returns the text of `errorText`, stored for the calling thread: the pointer is valid until this
 /// thread calls again or ends. A null `error` is the same as one that points at the value of
 /// GetLastError.
-const char* lastErrorText(bool withCode, const uint32_t* error, int which);
+[[nodiscard]] const char* lastErrorText(bool withCode, const uint32_t* error, int which);
 
 /// Returns `text` followed by the message for GetLastError, in the form of errorText without the
 /// code.
-std::string withLastError(const char* text);
+[[nodiscard]] std::string withLastError(const char* text);
 
 /// An error number to be written as text.
 struct ErrorNumber {

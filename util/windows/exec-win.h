@@ -128,9 +128,10 @@ public:
     ///
     /// Throws NumberedRuntimeError 5008 if the working directory can't be entered, and passes on
     /// what the regular expression of a stall rule throws.
-    virtual int32_t runCommand(RunInfo& runInfo, const std::string& workingDirectory,
-                               const char* environment, void* passThrough, std::string* outputText,
-                               std::string* errorText, bool* aborted);
+    [[nodiscard]] virtual int32_t runCommand(RunInfo& runInfo, const std::string& workingDirectory,
+                                             const char* environment, void* passThrough,
+                                             std::string* outputText, std::string* errorText,
+                                             bool* aborted);
     /// Asks the running command, or the next one if none is running, to end; if it hasn't ended
     /// after 1.5 seconds, it is ended by force. Every later command is aborted as well, until
     /// `reset`.
@@ -160,7 +161,7 @@ public:
     /// Returns what happened in the current or last run. While a command runs, every other thread
     /// must hold `mHandleLock` here. The line that a script was started with is in the narrow
     /// characters of the process-wide locale (see narrowText), which isn't always UTF-8.
-    virtual std::string log();
+    [[nodiscard]] virtual std::string log();
     /// Writes the text and a line end to standard error.
     virtual void reportError(const char* text);
     virtual void reserved3();
@@ -170,7 +171,7 @@ public:
     void setCygwinConnector(cygwin::connector* connector);
     /// Returns the signal that ended the last Cygwin command, or `noSignal`. Runtime versions
     /// before 1.5.20 don't report it; the value then stays as it was.
-    uint32_t childSignal() const { return mChildSignal; }
+    [[nodiscard]] uint32_t childSignal() const { return mChildSignal; }
     /// Sets the initial size, in bytes, of the buffer for the processes of a job. It must be at
     /// least 16, which is enough for one process; the system refuses less. A size over 1,024 is
     /// ignored.
@@ -179,13 +180,13 @@ public:
     /// Makes the jobs that are created from now on run at high priority if the version of Windows
     /// is below 6.1. From 6.1 on, it only enables the privilege. Returns an empty text, or the
     /// failure.
-    static std::string elevateWindowsPriority();
+    [[nodiscard]] static std::string elevateWindowsPriority();
 
     /// From now on, all commands of the process except alternates are started with the rights of
     /// this token, a primary one. Null, the initial state, means the rights of the process. May
     /// wait for other commands to start. Any thread may call these two functions.
     static void setRunAsToken(const boost::shared_ptr<AccessToken>& token);
-    static boost::shared_ptr<AccessToken> runAsToken();
+    [[nodiscard]] static boost::shared_ptr<AccessToken> runAsToken();
 
 protected:
     /// Appends the text to `failureText`, unless that is null, and calls `reportError`.
@@ -195,10 +196,10 @@ protected:
     void selectStallRule(const std::string& command);
     /// Waits for a process, and breaks and ends it on an abort or a stall. Returns false
     /// if the wait fails.
-    bool waitProcessExit(HANDLE process, uint32_t pid, const char* command,
-                         std::string* failureText, bool* stalled,
-                         const std::string& workingDirectory, const char* environment,
-                         void* passThrough);
+    [[nodiscard]] bool waitProcessExit(HANDLE process, uint32_t pid, const char* command,
+                                       std::string* failureText, bool* stalled,
+                                       const std::string& workingDirectory, const char* environment,
+                                       void* passThrough);
     /// Waits for the processes left in the job, except for servers that are known to stay.
     void waitChildren(const char* command, std::string* failureText);
 
@@ -206,14 +207,14 @@ protected:
     /// text of a name that means no file, and relative results, which are valid only in the
     /// directory of the command that asked first. Like the whole cache, only for the thread in
     /// `runCommand`.
-    std::string translateCached(const std::string& posixName);
+    [[nodiscard]] std::string translateCached(const std::string& posixName);
     /// Returns the command line that runs the script, or the program with a POSIX name, at the
     /// start of a command line: the Windows name of the interpreter, the file and the rest of the
     /// line. A name without slashes is searched for in `path` (null for the process's PATH). The
     /// result is empty if there is no such file, or if the file can't be read, is a program that
     /// Windows refused, or names no interpreter. An interpreter that can't be found is left out of
     /// the line.
-    std::wstring scriptCommandLine(const char* commandLine, const char* path);
+    [[nodiscard]] std::wstring scriptCommandLine(const char* commandLine, const char* path);
 
     std::atomic<uint32_t> mPid = noPid;
     std::atomic<bool> mAborted = false;

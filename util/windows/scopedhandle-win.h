@@ -13,7 +13,7 @@
 /// and are never closed. The default arguments of the constructor name the place where the object
 /// is created. The debugger gets that place if the handle can't be closed; both texts must outlive
 /// the object. Only one thread at a time may use an object.
-class ScopedHandle {
+class [[nodiscard]] ScopedHandle {
 public:
     explicit ScopedHandle(HANDLE handle = nullptr, const char* file = __builtin_FILE(),
                           int line = __builtin_LINE(),
@@ -23,16 +23,18 @@ public:
     ScopedHandle(const ScopedHandle&) = delete;
     ScopedHandle& operator=(const ScopedHandle&) = delete;
 
-    HANDLE get() const { return mHandle; }
+    [[nodiscard]] HANDLE get() const { return mHandle; }
     /// Returns whether there is a handle to close: neither null nor -1.
-    bool isOpen() const { return mHandle != nullptr && mHandle != INVALID_HANDLE_VALUE; }
+    [[nodiscard]] bool isOpen() const {
+        return mHandle != nullptr && mHandle != INVALID_HANDLE_VALUE;
+    }
 
     /// Closes the handle, if there is one, and returns the address where a Windows call can store a
     /// new one.
-    HANDLE* receive() noexcept;
+    [[nodiscard]] HANDLE* receive() noexcept;
 
     /// Hands the handle over to the caller, and holds -1 from then on.
-    HANDLE detach() noexcept { return std::exchange(mHandle, INVALID_HANDLE_VALUE); }
+    [[nodiscard]] HANDLE detach() noexcept { return std::exchange(mHandle, INVALID_HANDLE_VALUE); }
 
     /// If there is a handle to close, closes it and then holds -1. A failure goes to the debugger
     /// as "FUNCTION@FILE:LINE:  " and the text of a Win32Exception. Never throws.

@@ -33,21 +33,21 @@ namespace System {
 /// debugger gets the line "System::unicodePath("PATH"):  REASON", and the result is empty or
 /// incomplete, so that the file function that gets it fails. Without memory for the line, it is
 /// lost.
-std::wstring unicodePath(const std::string& path);
+[[nodiscard]] std::wstring unicodePath(const std::string& path);
 
 /// Returns the current directory with forward slashes; empty if Windows can't report it.
-std::string getcwd();
+[[nodiscard]] std::string getcwd();
 
 /// Stores the long form of a name in `result`, with forward slashes and absolute in the sense of
 /// `isAbsolutePath`. If Windows has none, returns false, with the failure in GetLastError, and
 /// `result` is the absolute form of `path`. Only one failure isn't in GetLastError: the name grows
 /// during the call. Doesn't check for a file: whether a missing one has a long form depends on the
 /// system.
-bool longPath(const std::string& path, std::string& result);
+[[nodiscard]] bool longPath(const std::string& path, std::string& result);
 
 /// The same for the short form. A text of over 260 characters isn't fetched: the function then
 /// returns true, and the result is that many null characters.
-bool shortPath(const std::string& path, std::string& result);
+[[nodiscard]] bool shortPath(const std::string& path, std::string& result);
 
 }  // namespace System
 

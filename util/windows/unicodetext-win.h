@@ -11,11 +11,11 @@
 
 /// Converts UTF-16 to UTF-8. An empty text gives an empty text. A lone surrogate becomes U+FFFD, as
 /// WideCharToMultiByte does it.
-std::string toUtf8(const std::wstring& text);
+[[nodiscard]] std::string toUtf8(const std::wstring& text);
 
 /// Converts UTF-8 to UTF-16. An empty text or a null span gives an empty text. Invalid bytes become
 /// U+FFFD, as MultiByteToWideChar does it.
-std::wstring toWide(StringSpan text);
+[[nodiscard]] std::wstring toWide(StringSpan text);
 
 /// Appends `toWide(text)` to `result`.
 void appendWide(StringSpan text, std::wstring& result);

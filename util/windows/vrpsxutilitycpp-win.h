@@ -69,7 +69,7 @@ public:
 
     void swap(buffer_result& other) noexcept;
     /// Hands the text over to the caller; it is no longer freed here.
-    char* take();
+    [[nodiscard]] char* take();
 
 private:
     char* _text = nullptr;
@@ -93,8 +93,8 @@ class sigset {
 public:
     explicit sigset(raw::sigset* raw) : _raw(raw) {}
     void add(int signal) const;
-    int add(int signal, std::nothrow_t) const;
-    raw::sigset* raw() const { return _raw; }
+    [[nodiscard]] int add(int signal, std::nothrow_t) const;
+    [[nodiscard]] raw::sigset* raw() const { return _raw; }
 
 private:
     raw::sigset* _raw;
@@ -105,7 +105,7 @@ class sigaction {
 public:
     explicit sigaction(raw::sigaction* raw) : _raw(raw) {}
     void set_handler(raw::disposition handler) const;
-    raw::sigaction* raw() const { return _raw; }
+    [[nodiscard]] raw::sigaction* raw() const { return _raw; }
 
 private:
     raw::sigaction* _raw;
@@ -123,7 +123,7 @@ public:
 
     void swap(uname_result& other) noexcept { std::swap(_raw, other._raw); }
     /// Returns a text such as "1.7.35(0.287/5/3)", valid as long as the object is.
-    const char* release_text() const;
+    [[nodiscard]] const char* release_text() const;
 
 private:
     raw::uname_result* _raw = nullptr;
@@ -136,66 +136,69 @@ public:
     /// Adds a reference, unless `isCounted` is set: then it takes over the caller's reference.
     explicit system(raw::system* raw, bool isCounted = false) : _raw(raw, !isCounted) {}
 
-    raw::system* raw() const;
-    bool is_null() const { return _raw == nullptr; }
+    [[nodiscard]] raw::system* raw() const;
+    [[nodiscard]] bool is_null() const { return _raw == nullptr; }
 
     /// Returns the runtime's message for an error code; empty if there is none.
-    std::string error_text(int code) const;
+    [[nodiscard]] std::string error_text(int code) const;
     [[noreturn]] void exit(int code) const;
-    uname_result uname() const;
-    int uname(uname_result& result, std::nothrow_t) const;
-    int clock_gettime(raw::clock_id clock, raw::time& result, std::nothrow_t) const;
+    [[nodiscard]] uname_result uname() const;
+    [[nodiscard]] int uname(uname_result& result, std::nothrow_t) const;
+    [[nodiscard]] int clock_gettime(raw::clock_id clock, raw::time& result, std::nothrow_t) const;
     void nanosleep(const raw::time& requested) const;
-    int nanosleep(const raw::time& requested, raw::time& remaining, std::nothrow_t) const;
-    raw::pid getpid() const;
+    [[nodiscard]] int nanosleep(const raw::time& requested, raw::time& remaining,
+                                std::nothrow_t) const;
+    [[nodiscard]] raw::pid getpid() const;
     /// Doesn't initialize `result`.
-    int getpgid(raw::pid process, raw::pid& result, std::nothrow_t) const;
+    [[nodiscard]] int getpgid(raw::pid process, raw::pid& result, std::nothrow_t) const;
     void kill(raw::pid target, int signal) const;
-    int kill(raw::pid target, int signal, std::nothrow_t) const;
-    std::string strsignal(int signal) const;
+    [[nodiscard]] int kill(raw::pid target, int signal, std::nothrow_t) const;
+    [[nodiscard]] std::string strsignal(int signal) const;
 
     /// Creates the object in `storage`, of the size given in the table: see with_sigset.
-    sigset sigset_init(void* storage) const;
-    vrpsx::sigaction sigaction_init(void* storage) const;
+    [[nodiscard]] sigset sigset_init(void* storage) const;
+    [[nodiscard]] vrpsx::sigaction sigaction_init(void* storage) const;
     void sigaction(int signal, const vrpsx::sigaction& action) const;
-    int sigaction(int signal, const vrpsx::sigaction& action, std::nothrow_t) const;
-    int sigwait(const sigset& signals, int& signal, std::nothrow_t) const;
+    [[nodiscard]] int sigaction(int signal, const vrpsx::sigaction& action, std::nothrow_t) const;
+    [[nodiscard]] int sigwait(const sigset& signals, int& signal, std::nothrow_t) const;
     void thread_sigmask(int how, const sigset& signals) const;
-    int thread_sigmask(int how, const sigset& signals, std::nothrow_t) const;
+    [[nodiscard]] int thread_sigmask(int how, const sigset& signals, std::nothrow_t) const;
 
-    raw::thread_id thread_create(raw::thread_entry entry, void* argument) const;
-    int thread_create(raw::thread_entry entry, void* argument, raw::thread_id& result,
-                      std::nothrow_t) const;
-    int thread_join(raw::thread_id thread, std::nothrow_t) const;
-    mutex mutex_create() const;
-    int mutex_create(mutex& result, std::nothrow_t) const;
-    cond cond_create() const;
-    int cond_create(cond& result, std::nothrow_t) const;
+    [[nodiscard]] raw::thread_id thread_create(raw::thread_entry entry, void* argument) const;
+    [[nodiscard]] int thread_create(raw::thread_entry entry, void* argument, raw::thread_id& result,
+                                    std::nothrow_t) const;
+    [[nodiscard]] int thread_join(raw::thread_id thread, std::nothrow_t) const;
+    [[nodiscard]] mutex mutex_create() const;
+    [[nodiscard]] int mutex_create(mutex& result, std::nothrow_t) const;
+    [[nodiscard]] cond cond_create() const;
+    [[nodiscard]] int cond_create(cond& result, std::nothrow_t) const;
 
     void symlink(const char* target, const char* path) const;
-    int symlink(const char* target, const char* path, std::nothrow_t) const;
+    [[nodiscard]] int symlink(const char* target, const char* path, std::nothrow_t) const;
     /// `buffers` may be null.
-    buffer_result readlink(const char* path, raw::allocator* buffers) const;
-    int readlink(const char* path, raw::allocator* buffers, buffer_result& result,
-                 std::nothrow_t) const;
+    [[nodiscard]] buffer_result readlink(const char* path, raw::allocator* buffers) const;
+    [[nodiscard]] int readlink(const char* path, raw::allocator* buffers, buffer_result& result,
+                               std::nothrow_t) const;
     void chdir(const char* path) const;
-    int chdir(const char* path, std::nothrow_t) const;
+    [[nodiscard]] int chdir(const char* path, std::nothrow_t) const;
     /// Calls the entry of the table that has no name.
-    int path_call(const char* path, std::nothrow_t) const;
-    mount get_mounts() const;
-    int get_mounts(mount& result, std::nothrow_t) const;
+    [[nodiscard]] int path_call(const char* path, std::nothrow_t) const;
+    [[nodiscard]] mount get_mounts() const;
+    [[nodiscard]] int get_mounts(mount& result, std::nothrow_t) const;
 
     // Constants of the runtime.
-    int invalid_argument() const { return raw()->table->invalid_argument; }
-    int missing_entry() const { return raw()->table->missing_entry; }
-    int timed_out() const { return raw()->table->timed_out; }
-    int sigusr2() const { return raw()->table->sigusr2; }
-    raw::disposition default_disposition() const { return raw()->table->default_disposition; }
-    uint64_t sigset_size() const { return raw()->table->sigset_size; }
-    uint64_t sigaction_size() const { return raw()->table->sigaction_size; }
-    int block_signals() const { return raw()->table->block_signals; }
-    int unblock_signals() const { return raw()->table->unblock_signals; }
-    raw::clock_id realtime_clock() const { return raw()->table->realtime_clock; }
+    [[nodiscard]] int invalid_argument() const { return raw()->table->invalid_argument; }
+    [[nodiscard]] int missing_entry() const { return raw()->table->missing_entry; }
+    [[nodiscard]] int timed_out() const { return raw()->table->timed_out; }
+    [[nodiscard]] int sigusr2() const { return raw()->table->sigusr2; }
+    [[nodiscard]] raw::disposition default_disposition() const {
+        return raw()->table->default_disposition;
+    }
+    [[nodiscard]] uint64_t sigset_size() const { return raw()->table->sigset_size; }
+    [[nodiscard]] uint64_t sigaction_size() const { return raw()->table->sigaction_size; }
+    [[nodiscard]] int block_signals() const { return raw()->table->block_signals; }
+    [[nodiscard]] int unblock_signals() const { return raw()->table->unblock_signals; }
+    [[nodiscard]] raw::clock_id realtime_clock() const { return raw()->table->realtime_clock; }
 
 private:
     boost::intrusive_ptr<raw::system> _raw;
@@ -209,23 +212,25 @@ public:
     explicit embedding(raw::embedding* raw) : system(&raw->system) {}
 
     /// Translates a Windows process id.
-    int internalize_pid(uint32_t external, raw::pid& result, std::nothrow_t) const;
+    [[nodiscard]] int internalize_pid(uint32_t external, raw::pid& result, std::nothrow_t) const;
 
     // `internalize` translates the Windows form of a path to its POSIX form, `externalize` the
     // reverse; the `execution` functions are for paths of programs. `buffers` may be null. A null
     // result means that the path stays unchanged.
-    buffer_result internalize_path(const char* path, raw::allocator* buffers) const;
-    int internalize_path(const char* path, raw::allocator* buffers, buffer_result& result,
-                         std::nothrow_t) const;
-    buffer_result externalize_path(const char* path, raw::allocator* buffers) const;
-    int externalize_path(const char* path, raw::allocator* buffers, buffer_result& result,
-                         std::nothrow_t) const;
-    buffer_result internalize_execution_path(const char* path, raw::allocator* buffers) const;
-    int internalize_execution_path(const char* path, raw::allocator* buffers, buffer_result& result,
-                                   std::nothrow_t) const;
-    buffer_result externalize_execution_path(const char* path, raw::allocator* buffers) const;
-    int externalize_execution_path(const char* path, raw::allocator* buffers, buffer_result& result,
-                                   std::nothrow_t) const;
+    [[nodiscard]] buffer_result internalize_path(const char* path, raw::allocator* buffers) const;
+    [[nodiscard]] int internalize_path(const char* path, raw::allocator* buffers,
+                                       buffer_result& result, std::nothrow_t) const;
+    [[nodiscard]] buffer_result externalize_path(const char* path, raw::allocator* buffers) const;
+    [[nodiscard]] int externalize_path(const char* path, raw::allocator* buffers,
+                                       buffer_result& result, std::nothrow_t) const;
+    [[nodiscard]] buffer_result internalize_execution_path(const char* path,
+                                                           raw::allocator* buffers) const;
+    [[nodiscard]] int internalize_execution_path(const char* path, raw::allocator* buffers,
+                                                 buffer_result& result, std::nothrow_t) const;
+    [[nodiscard]] buffer_result externalize_execution_path(const char* path,
+                                                           raw::allocator* buffers) const;
+    [[nodiscard]] int externalize_execution_path(const char* path, raw::allocator* buffers,
+                                                 buffer_result& result, std::nothrow_t) const;
 
 private:
     using path_entry = int (*raw::embedding_table::*)(raw::embedding*, const char*, raw::allocator*,
@@ -238,7 +243,7 @@ private:
 };
 
 /// Returns how much storage to allocate for an object of this size.
-constexpr size_t storage_size(uint64_t size) {
+[[nodiscard]] constexpr size_t storage_size(uint64_t size) {
     constexpr size_t alignment = 16;
     return size == 0 ? alignment
                      : (static_cast<size_t>(size) + alignment - 1) / alignment * alignment;
@@ -246,13 +251,13 @@ constexpr size_t storage_size(uint64_t size) {
 
 /// Calls `use(signals)` with an empty sigset on the stack, without using the heap.
 template <class Use>
-auto with_sigset(const system& source, Use use) {
+[[nodiscard]] auto with_sigset(const system& source, Use use) {
     void* const storage = _alloca(storage_size(source.sigset_size()));
     return use(source.sigset_init(storage));
 }
 /// The same with a sigaction.
 template <class Use>
-auto with_sigaction(const system& source, Use use) {
+[[nodiscard]] auto with_sigaction(const system& source, Use use) {
     void* const storage = _alloca(storage_size(source.sigaction_size()));
     return use(source.sigaction_init(storage));
 }

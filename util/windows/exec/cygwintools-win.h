@@ -16,12 +16,12 @@
 /// Returns what `cygpath` or `readlink` writes for `options` and `path`, without leading and
 /// trailing blanks and line ends; empty on failure. Both arguments go into the command line
 /// verbatim: the caller quotes.
-std::string runCygpath(const std::string& path, std::string options);
-std::string runReadlink(const std::string& path, std::string options);
+[[nodiscard]] std::string runCygpath(const std::string& path, std::string options);
+[[nodiscard]] std::string runReadlink(const std::string& path, std::string options);
 
 /// Makes `link` a Cygwin symbolic link to `target`, with `ln -s`. Both names are put in double
 /// quotes and must not contain any. Returns whether `ln` succeeded.
-bool makeCygwinSymlink(const std::string& target, const std::string& link);
+[[nodiscard]] bool makeCygwinSymlink(const std::string& target, const std::string& link);
 
 /// Returns the Windows file that a POSIX or Windows name means, with links followed and with its
 /// suffix: ".exe", none, ".com", ".cmd" or ".bat", tried in this order. A link is a file with
@@ -34,4 +34,4 @@ bool makeCygwinSymlink(const std::string& target, const std::string& link);
 /// The result is empty if there is no such file, if `cygpath` has no answer, or if the tenth file
 /// in a chain is still a link, as in a loop. If a link's target begins at the root, that is the
 /// root of the link's drive, unless Cygwin mode is on (see pathfun.h).
-std::string resolveCygwinPath(const std::string& name);
+[[nodiscard]] std::string resolveCygwinPath(const std::string& name);

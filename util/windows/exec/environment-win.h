@@ -24,7 +24,7 @@ extern Mutex gProcessEnvironmentLock;
 /// only one of them is left.
 ///
 /// Any thread may call.
-wchar_t* buildEnvironmentBlock(std::vector<wchar_t>& block, const char* environment);
+[[nodiscard]] wchar_t* buildEnvironmentBlock(std::vector<wchar_t>& block, const char* environment);
 
 /// The size of a block of narrow strings.
 struct EnvironmentSize {
@@ -32,11 +32,11 @@ struct EnvironmentSize {
     size_t bytes = 0;  ///< with all NULs
 };
 /// Returns the size of a block; all 0 for null.
-EnvironmentSize environmentSize(const char* environment);
+[[nodiscard]] EnvironmentSize environmentSize(const char* environment);
 
 /// Makes the process's current directory and `Path` those of a child for the lifetime of the scope,
 /// and holds `gProcessEnvironmentLock` for that time.
-class ChildEnvironmentScope {
+class [[nodiscard]] ChildEnvironmentScope {
 public:
     /// `environment` is null or a block that outlives the scope. Its first PATH becomes `Path`; if
     /// it has none, `Path` stays. An empty `workingDirectory` leaves the directory unchanged. If
@@ -50,7 +50,7 @@ public:
 
     /// The value of the first PATH, in any case of letters, as a pointer into the caller's block;
     /// null if the block has none.
-    const char* childPath() const { return mChildPath; }
+    [[nodiscard]] const char* childPath() const { return mChildPath; }
 
 private:
     MutexLock mLock;  ///< the first member, so that it is released last

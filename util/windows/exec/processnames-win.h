@@ -24,7 +24,7 @@ void processImageName(HANDLE process, wchar_t* name);
 /// Returns a handle of the process, which the caller closes, if the process is the host of 16-bit
 /// programs, which can hang in a dialog; otherwise INVALID_HANDLE_VALUE. A failure is a line in
 /// `log`. Once the system's function for names wasn't found, every later call fails silently.
-HANDLE getNtvdm(uint32_t pid, std::ostream& log);
+[[nodiscard]] HANDLE getNtvdm(uint32_t pid, std::ostream& log);
 
 /// Appends the children of the listed processes, in one pass over the processes of the system. A
 /// child that is found brings in its own children as well, if it comes before them. The id

@@ -44,19 +44,19 @@ public:
 ///
 /// Throws std::runtime_error: "PATH variable not set!", "FILE: Permission denied" for the first
 /// file that exists and fails the test, or "NAME: Command not found".
-std::string findProgram(const System::IsFileExecutable& test, const std::string& name,
-                        const char* path, const char* workingDirectory,
-                        bool searchWorkingDirectoryFirst);
+[[nodiscard]] std::string findProgram(const System::IsFileExecutable& test, const std::string& name,
+                                      const char* path, const char* workingDirectory,
+                                      bool searchWorkingDirectoryFirst);
 
 /// Returns the file of the program that a command line begins with, found by `findProgram` with the
 /// working directory searched first. Empty if it can't be found. A line of only blanks is returned
 /// unchanged.
-std::wstring locateProgram(const std::wstring& commandLine, const char* path,
-                           const char* workingDirectory);
+[[nodiscard]] std::wstring locateProgram(const std::wstring& commandLine, const char* path,
+                                         const char* workingDirectory);
 
 /// Returns what follows the first word of a line. The word ends at the first white space outside
 /// double quotes, so it is empty if the line begins with white space.
-std::wstring behindFirstWord(const std::wstring& line);
+[[nodiscard]] std::wstring behindFirstWord(const std::wstring& line);
 
 /// The program and the line for CreateProcess.
 struct ProgramAndLine {
@@ -67,6 +67,6 @@ struct ProgramAndLine {
 /// unchanged. If `locateProgram` finds something, `onLocated` may change both before the quotes are
 /// removed. If there is no program then, the first word of the line loses its double quotes, and
 /// Windows searches for the program by its own rules.
-ProgramAndLine chooseProgram(const std::string& program, const std::wstring& commandLine,
-                             const char* path, const char* workingDirectory,
-                             const std::function<void(ProgramAndLine&)>& onLocated = {});
+[[nodiscard]] ProgramAndLine chooseProgram(
+    const std::string& program, const std::wstring& commandLine, const char* path,
+    const char* workingDirectory, const std::function<void(ProgramAndLine&)>& onLocated = {});

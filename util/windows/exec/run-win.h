@@ -27,7 +27,7 @@ public:
     Run(const Run&) = delete;
     Run& operator=(const Run&) = delete;
 
-    int32_t execute(std::string* outputText, std::string* errorText, bool* aborted);
+    [[nodiscard]] int32_t execute(std::string* outputText, std::string* errorText, bool* aborted);
 
 private:
     static constexpr int32_t notFoundCode = 255;

@@ -16,11 +16,11 @@ struct NameAndRest {
 /// Splits a command line. A name in double quotes is returned without them, but its closing quote
 /// is the first character of the rest. Any other name ends before the first space, and the rest
 /// begins with that space. A quote without a partner is part of the name.
-NameAndRest splitCommandLine(const std::string& line);
+[[nodiscard]] NameAndRest splitCommandLine(const std::string& line);
 
 /// Returns whether a file (with slashes) is a program for Windows: its extension, in any case of
 /// letters, is "exe", "com", "bat" or "cmd".
-bool hasProgramExtension(const std::string& path);
+[[nodiscard]] bool hasProgramExtension(const std::string& path);
 
 /// The program that runs a script, and its arguments with the space before them.
 struct Interpreter {
@@ -36,8 +36,8 @@ using ScriptHead = std::array<char, 256>;
 /// or nothing follows "#!". A file without "#!" has "/bin/sh", and a program for Windows
 /// has no interpreter. The line ends at the first carriage return, line feed or NUL, or at the
 /// latest after the last byte but one.
-std::optional<Interpreter> interpreterOf(const ScriptHead& head);
+[[nodiscard]] std::optional<Interpreter> interpreterOf(const ScriptHead& head);
 
 /// Returns the line that runs a script. `rest` follows the name of the script without a space.
-std::string scriptLine(const Interpreter& interpreter, const std::string& script,
-                       const std::string& rest);
+[[nodiscard]] std::string scriptLine(const Interpreter& interpreter, const std::string& script,
+                                     const std::string& rest);

@@ -19,7 +19,7 @@ struct ChildStreams {
 
     /// Sets the child's desktop to the process's window station and the desktop of the calling
     /// thread. Returns an empty text, or the failure; the child then gets the default desktop.
-    std::string findDesktop();
+    [[nodiscard]] std::string findDesktop();
     /// Closes the streams, except those that are the caller's own, and removes the files. The
     /// object can be set up again.
     void close() noexcept;
@@ -43,7 +43,8 @@ struct ChildStreams {
 ///
 /// If both output streams share a handle that can't be duplicated, the function returns true, but
 /// with the failure in `message`; the command then starts with one handle for both.
-bool setUpStreams(ChildStreams& streams, const Exec::RunInfo& runInfo, std::string& message);
+[[nodiscard]] bool setUpStreams(ChildStreams& streams, const Exec::RunInfo& runInfo,
+                                std::string& message);
 
 /// Appends the content of a file, from its start, to `text`. If the file has more than `maxBytes`
 /// bytes, appends only the first `keepBytes`, with a report before them that names `command` and
@@ -53,5 +54,6 @@ bool setUpStreams(ChildStreams& streams, const Exec::RunInfo& runInfo, std::stri
 /// this many bytes can't be read: `text` then has what was read, and no line end. Files of 2 GB and
 /// more aren't supported: the size is taken from its lower 32 bits as a signed number, and a
 /// negative size fails (ERROR_FILE_TOO_LARGE).
-bool readCapturedOutput(HANDLE file, int maxBytes, unsigned keepBytes, const char* command,
-                        const char* streamName, std::string& text);
+[[nodiscard]] bool readCapturedOutput(HANDLE file, int maxBytes, unsigned keepBytes,
+                                      const char* command, const char* streamName,
+                                      std::string& text);

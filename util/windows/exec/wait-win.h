@@ -22,7 +22,8 @@ struct Exec::Wait {
 
 /// Calls QueryInformationJobObject. If `job` isn't open, fails with ERROR_INVALID_HANDLE: the
 /// system would answer about the job that holds this process.
-bool queryJob(const ScopedHandle& job, JOBOBJECTINFOCLASS what, void* answer, DWORD size);
+[[nodiscard]] bool queryJob(const ScopedHandle& job, JOBOBJECTINFOCLASS what, void* answer,
+                            DWORD size);
 
 /// Milliseconds between two checks of a process.
 inline constexpr int32_t wakeInterval = 500;

@@ -16,9 +16,9 @@ struct runtime_version {
 /// precede a number, and everything after the third number is ignored. Returns nothing if there are
 /// fewer than three numbers. A number is limited to the range of 64 bits, and then only the lower
 /// bits that fit its field remain. Any thread may call.
-std::optional<runtime_version> parse_release(const char* text);
+[[nodiscard]] std::optional<runtime_version> parse_release(const char* text);
 
 /// Returns a text such as "1.7.35".
-std::string version_text(const runtime_version& version);
+[[nodiscard]] std::string version_text(const runtime_version& version);
 
 }  // namespace cygwin

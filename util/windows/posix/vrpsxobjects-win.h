@@ -22,23 +22,29 @@ namespace vrpsx {
 namespace detail {
 
 // These functions end a handle. For lists, a null `next_holder` disposes of the whole list.
-inline int end(raw::mutex** holder, raw::system** errors) {
+[[nodiscard]] inline int end(raw::mutex** holder, raw::system** errors) {
     return (*holder)->table->disown(*holder, holder, errors);
 }
-inline int end(raw::cond** holder, raw::system** errors) {
+[[nodiscard]] inline int end(raw::cond** holder, raw::system** errors) {
     return (*holder)->table->disown(*holder, holder, errors);
 }
-inline int end(raw::mount** holder, raw::system** errors) {
+[[nodiscard]] inline int end(raw::mount** holder, raw::system** errors) {
     return (*holder)->table->next(*holder, holder, /*next_holder=*/nullptr, errors);
 }
-inline int end(raw::mount_option** holder, raw::system** errors) {
+[[nodiscard]] inline int end(raw::mount_option** holder, raw::system** errors) {
     return (*holder)->table->next(*holder, holder, /*next_holder=*/nullptr, errors);
 }
 
-inline constexpr const char* end_context(const raw::mutex*) { return "vrpsx::mutex::disown"; }
-inline constexpr const char* end_context(const raw::cond*) { return "vrpsx::cond::disown"; }
-inline constexpr const char* end_context(const raw::mount*) { return "vrpsx::mount::next"; }
-inline constexpr const char* end_context(const raw::mount_option*) {
+[[nodiscard]] inline constexpr const char* end_context(const raw::mutex*) {
+    return "vrpsx::mutex::disown";
+}
+[[nodiscard]] inline constexpr const char* end_context(const raw::cond*) {
+    return "vrpsx::cond::disown";
+}
+[[nodiscard]] inline constexpr const char* end_context(const raw::mount*) {
+    return "vrpsx::mount::next";
+}
+[[nodiscard]] inline constexpr const char* end_context(const raw::mount_option*) {
     return "vrpsx::mount_option::next";
 }
 
@@ -50,7 +56,7 @@ void check_end(const char* context, const system& errors, int code);
 
 /// An owned handle.
 template <class Raw>
-class owner {
+class [[nodiscard]] owner {
 public:
     owner() = default;
     explicit owner(Raw* raw) : _raw(raw) {}
@@ -76,9 +82,9 @@ public:
         }
     }
     void swap(owner& other) noexcept { std::swap(_raw, other._raw); }
-    Raw* take() { return std::exchange(_raw, nullptr); }
-    bool is_null() const { return _raw == nullptr; }
-    Raw* raw() const {
+    [[nodiscard]] Raw* take() { return std::exchange(_raw, nullptr); }
+    [[nodiscard]] bool is_null() const { return _raw == nullptr; }
+    [[nodiscard]] Raw* raw() const {
         NB_ASSERT(_raw != nullptr);
         return _raw;
     }
@@ -101,12 +107,12 @@ class mutex : public owner<raw::mutex> {
 public:
     using owner::owner;
     void lock() const;
-    int lock(std::nothrow_t) const;
+    [[nodiscard]] int lock(std::nothrow_t) const;
     void unlock() const;
-    int unlock(std::nothrow_t) const;
+    [[nodiscard]] int unlock(std::nothrow_t) const;
 
     /// Holds the lock for a scope. A failed unlock throws by the same rule as ending a handle.
-    class scoped_lock {
+    class [[nodiscard]] scoped_lock {
     public:
         explicit scoped_lock(const mutex& target) : _target(target) { target.lock(); }
         // NOLINTNEXTLINE(bugprone-exception-escape): a lost lock must not go unnoticed
@@ -122,9 +128,10 @@ public:
 class cond : public owner<raw::cond> {
 public:
     using owner::owner;
-    int broadcast(std::nothrow_t) const;
+    [[nodiscard]] int broadcast(std::nothrow_t) const;
     /// Waits no longer than until `deadline`, a time of the realtime clock.
-    int timedwait(const mutex& locked, const raw::time& deadline, std::nothrow_t) const;
+    [[nodiscard]] int timedwait(const mutex& locked, const raw::time& deadline,
+                                std::nothrow_t) const;
 };
 
 /// An option of a mount, and the options after it.
@@ -135,9 +142,9 @@ public:
     void next();
     /// On failure, `errors`, if not null, receives a reference to the system; on success it becomes
     /// empty. The reference that it held is released.
-    int next(system* errors, std::nothrow_t);
-    std::string text() const;
-    int text(std::string& result, std::nothrow_t) const;
+    [[nodiscard]] int next(system* errors, std::nothrow_t);
+    [[nodiscard]] std::string text() const;
+    [[nodiscard]] int text(std::string& result, std::nothrow_t) const;
 };
 
 /// A mount, and the mounts after it.
@@ -146,15 +153,15 @@ public:
     using owner::owner;
     /// These two work like those of an option.
     void next();
-    int next(system* errors, std::nothrow_t);
-    std::string device() const;
-    int device(std::string& result, std::nothrow_t) const;
-    std::string root() const;
-    int root(std::string& result, std::nothrow_t) const;
-    std::string type() const;
-    int type(std::string& result, std::nothrow_t) const;
-    mount_option options() const;
-    int options(mount_option& result, std::nothrow_t) const;
+    [[nodiscard]] int next(system* errors, std::nothrow_t);
+    [[nodiscard]] std::string device() const;
+    [[nodiscard]] int device(std::string& result, std::nothrow_t) const;
+    [[nodiscard]] std::string root() const;
+    [[nodiscard]] int root(std::string& result, std::nothrow_t) const;
+    [[nodiscard]] std::string type() const;
+    [[nodiscard]] int type(std::string& result, std::nothrow_t) const;
+    [[nodiscard]] mount_option options() const;
+    [[nodiscard]] int options(mount_option& result, std::nothrow_t) const;
 };
 
 }  // namespace vrpsx

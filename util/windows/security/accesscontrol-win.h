@@ -28,8 +28,10 @@ public:
     AccessControlEntry(ACE_HEADER* ace = nullptr) noexcept : mAce(ace) {}
     /// Makes an owner. An invalid SID contributes no bytes.
     AccessControlEntry(ACCESS_MASK mask, const SecurityIdentifier& sid, BYTE flags, bool isDenied);
-    static AccessControlEntry allowed(ACCESS_MASK mask, const SecurityIdentifier& sid, BYTE flags);
-    static AccessControlEntry denied(ACCESS_MASK mask, const SecurityIdentifier& sid, BYTE flags);
+    [[nodiscard]] static AccessControlEntry allowed(ACCESS_MASK mask, const SecurityIdentifier& sid,
+                                                    BYTE flags);
+    [[nodiscard]] static AccessControlEntry denied(ACCESS_MASK mask, const SecurityIdentifier& sid,
+                                                   BYTE flags);
 
     /// Makes a view of the same ACE. If `other` is an owner or `forceCopy` is set, makes an owner
     /// of a copy instead. The copy of a null ACE is always a view.
@@ -39,20 +41,20 @@ public:
     AccessControlEntry& operator=(AccessControlEntry other) noexcept;
     ~AccessControlEntry();
 
-    ACE_HEADER* ace() const { return mAce; }
-    bool isOwner() const { return mOwned; }
+    [[nodiscard]] ACE_HEADER* ace() const { return mAce; }
+    [[nodiscard]] bool isOwner() const { return mOwned; }
 
-    BYTE type() const { return mAce->AceType; }
+    [[nodiscard]] BYTE type() const { return mAce->AceType; }
     void setType(BYTE type) { mAce->AceType = type; }
-    BYTE flags() const { return mAce->AceFlags; }
+    [[nodiscard]] BYTE flags() const { return mAce->AceFlags; }
     void setFlags(BYTE flags) { mAce->AceFlags = flags; }
     /// In bytes, including the header.
-    WORD size() const { return mAce->AceSize; }
+    [[nodiscard]] WORD size() const { return mAce->AceSize; }
     /// Returns the access mask; 0 for compound ACEs and unknown types.
-    ACCESS_MASK mask() const;
+    [[nodiscard]] ACCESS_MASK mask() const;
     /// Returns a view into the ACE; null for the types for which `mask` always returns 0. Object
     /// ACEs are read as if they held both GUIDs, whether their flags say so or not.
-    SecurityIdentifier sid() const;
+    [[nodiscard]] SecurityIdentifier sid() const;
 
 private:
     ACE_HEADER* mAce = nullptr;
@@ -85,21 +87,21 @@ public:
     AccessControlList& operator=(AccessControlList&& other) noexcept;
     ~AccessControlList() { drop(); }
 
-    PACL acl() const { return mAcl; }
-    bool isOwner() const { return mOwned; }
+    [[nodiscard]] PACL acl() const { return mAcl; }
+    [[nodiscard]] bool isOwner() const { return mOwned; }
     /// Takes ownership of an ACL that LocalAlloc allocated, and frees the ACL owned before, which
     /// must be a different one. The cached counts stay: they aren't those of the new ACL.
     void adopt(PACL acl) noexcept;
 
-    bool isValid() const;
+    [[nodiscard]] bool isValid() const;
     /// Reads the counts again. Throws "GetAclInformation", as the next three may.
     void refresh() const;
-    DWORD aceCount() const;
-    DWORD bytesInUse() const;
-    DWORD bytesFree() const;
+    [[nodiscard]] DWORD aceCount() const;
+    [[nodiscard]] DWORD bytesInUse() const;
+    [[nodiscard]] DWORD bytesFree() const;
 
     /// Returns a view. Throws "GetAce".
-    AccessControlEntry ace(DWORD index) const;
+    [[nodiscard]] AccessControlEntry ace(DWORD index) const;
     /// Inserts a copy of the ACE; `index` may be `atEnd`. Throws "AddAce".
     void addAce(DWORD revision, DWORD index, const AccessControlEntry& ace);
     /// Inserts ACE number i at `startIndex + i`, so `atEnd` works for a single ACE only. Views into
@@ -118,10 +120,10 @@ public:
     /// Returns whether the first allowing or denying ACE of this SID that has all bits of `mask`
     /// and of `aceFlags` allows. False if there is none: the masks of several ACEs don't add up.
     /// Throws "GetAclInformation", "GetAce".
-    bool allows(const SecurityIdentifier& sid, ACCESS_MASK mask, BYTE aceFlags) const;
+    [[nodiscard]] bool allows(const SecurityIdentifier& sid, ACCESS_MASK mask, BYTE aceFlags) const;
 
     /// Throws "GetExplicitEntriesFromAclW".
-    ExplicitAccessList explicitEntries() const;
+    [[nodiscard]] ExplicitAccessList explicitEntries() const;
 
 private:
     static constexpr ACL_SIZE_INFORMATION unknownSize = {MAXDWORD, 0, 0};

@@ -49,7 +49,7 @@ struct AccessRight {
 /// bits comes before the names of its bits, with two exceptions: TOKEN_EXECUTE, a single bit, comes
 /// before wider names that contain it, and KEY_WOW64_RES comes after one of its bits and is never
 /// reached.
-std::span<const AccessRight> accessRights();
+[[nodiscard]] std::span<const AccessRight> accessRights();
 
 /// Writes a mask as "0x130089 [FILE_GENERIC_READ DELETE]": the names for an object of the type and
 /// kind, in the order of the table. Each bit appears under one name; the bits without a name follow
@@ -66,8 +66,8 @@ struct NamedValue {
 };
 
 /// Return bits with their names, in the order in which they are written.
-std::span<const NamedValue> aceFlagNames();
-std::span<const NamedValue> descriptorControlNames();
+[[nodiscard]] std::span<const NamedValue> aceFlagNames();
+[[nodiscard]] std::span<const NamedValue> descriptorControlNames();
 
 /// Writes ACE flags as " (OI) (CI)", or " (NO_INHERITANCE)" for 0. A bit without a name is left
 /// out.
@@ -80,7 +80,7 @@ std::ostream& writeDescriptorControl(std::ostream& out, uint32_t control);
 /// Return the name of an ACE type ("Access Allowed"), an ACCESS_MODE ("GRANT_ACCESS"), a
 /// SID_NAME_USE ("WellKnownGroup") or a TRUSTEE_TYPE ("Well-Known Group"). Null for a value without
 /// a name.
-const char* aceTypeName(uint32_t type);
-const char* accessModeName(uint32_t mode);
-const char* sidUseName(uint32_t use);
-const char* trusteeTypeName(uint32_t type);
+[[nodiscard]] const char* aceTypeName(uint32_t type);
+[[nodiscard]] const char* accessModeName(uint32_t mode);
+[[nodiscard]] const char* sidUseName(uint32_t use);
+[[nodiscard]] const char* trusteeTypeName(uint32_t type);

@@ -77,32 +77,32 @@ public:
     /// Closes the token. A failure is reported to the debugger.
     ~AccessToken();
 
-    HANDLE token() const { return mToken; }
+    [[nodiscard]] HANDLE token() const { return mToken; }
 
     // The following throw "GetTokenInformation(size query)", "GetTokenInformation" and, where SIDs
     // are copied, "CopySid". Lists lose their old contents.
 
-    std::pair<SecurityIdentifier, unsigned long> user() const;
+    [[nodiscard]] std::pair<SecurityIdentifier, unsigned long> user() const;
     /// Reads the groups, or with `restricted` the SIDs that restrict the token.
     void groups(SidList& groups, bool restricted = false) const;
     void privileges(PrivilegeList& privileges) const;
-    SecurityIdentifier owner() const;
-    SecurityIdentifier primaryGroup() const;
+    [[nodiscard]] SecurityIdentifier owner() const;
+    [[nodiscard]] SecurityIdentifier primaryGroup() const;
     /// Makes `dacl` the owner of a copy. If the token has no default DACL, the copy is a block of 0
     /// bytes: nothing may be called on it, not even `isValid`. Counts that `dacl` cached for an ACL
     /// before stay, so pass a new object or call `refresh`.
     void defaultDacl(AccessControlList& dacl) const;
     /// Returns all eight bytes of the name, and the identifier.
-    std::pair<std::string, LUID> source() const;
-    TOKEN_TYPE type() const;
-    SECURITY_IMPERSONATION_LEVEL impersonationLevel() const;
+    [[nodiscard]] std::pair<std::string, LUID> source() const;
+    [[nodiscard]] TOKEN_TYPE type() const;
+    [[nodiscard]] SECURITY_IMPERSONATION_LEVEL impersonationLevel() const;
     void statistics(TOKEN_STATISTICS& statistics) const;
     void groupsAndPrivileges(SidList& groups, SidList& restricted, PrivilegeList& privileges,
                              LUID& authenticationId) const;
     /// Returns the first 32 bits of the data that Windows returns for the user: half an address.
-    int userWord() const;
+    [[nodiscard]] int userWord() const;
     /// Returns whether `userWord` isn't 0.
-    bool hasUserWord() const;
+    [[nodiscard]] bool hasUserWord() const;
 
     // The following throw "SetTokenInformation".
 
@@ -117,27 +117,29 @@ public:
     void setGroups(const SidList& groups);
 
     /// Needs a token to impersonate with. Throws "CheckTokenMembership".
-    bool isMember(const SecurityIdentifier& sid) const;
+    [[nodiscard]] bool isMember(const SecurityIdentifier& sid) const;
     /// Makes the calling thread act as this user; ending that is up to the caller. Throws
     /// "ImpersonateLoggedOnUser".
     void impersonate() const;
     /// Returns whether this token, one to impersonate with, is granted `desired` on an object with
     /// this security. `desired` must not contain generic rights. Throws "AccessCheck".
-    bool accessCheck(const SecurityDescriptor& security, DWORD desired,
-                     const GENERIC_MAPPING& mapping, PrivilegeSet& used, DWORD& granted) const;
+    [[nodiscard]] bool accessCheck(const SecurityDescriptor& security, DWORD desired,
+                                   const GENERIC_MAPPING& mapping, PrivilegeSet& used,
+                                   DWORD& granted) const;
 
     /// Gives the privileges these attributes; null disables all privileges. `*previous`, unless
     /// null, becomes the list of the changed privileges; it stays unchanged if Windows reports no
     /// size for that list. Returns false if the call fails with ERROR_NOT_ALL_ASSIGNED. A call that
     /// succeeds and sets that error counts as success. Throws "AdjustTokenPrivileges".
-    bool adjustPrivileges(const PrivilegeList* privileges, PrivilegeList* previous = nullptr);
+    [[nodiscard]] bool adjustPrivileges(const PrivilegeList* privileges,
+                                        PrivilegeList* previous = nullptr);
     /// `{}` looks like no privileges, but would be null, which means all.
-    bool adjustPrivileges(EmptyBraces, PrivilegeList* previous = nullptr) = delete;
+    [[nodiscard]] bool adjustPrivileges(EmptyBraces, PrivilegeList* previous = nullptr) = delete;
     /// The same with groups; null resets them to their defaults. Every failure of the first Windows
     /// call throws "AdjustTokenGroups". That includes a request for a former state that Windows
     /// can't report in four bytes. Only the second call can lead to false.
-    bool adjustGroups(const SidList* groups, SidList* previous = nullptr);
-    bool adjustGroups(EmptyBraces, SidList* previous = nullptr) = delete;
+    [[nodiscard]] bool adjustGroups(const SidList* groups, SidList* previous = nullptr);
+    [[nodiscard]] bool adjustGroups(EmptyBraces, SidList* previous = nullptr) = delete;
 
 private:
     HANDLE mToken = nullptr;
@@ -155,7 +157,7 @@ public:
     ~Profile();
 
     /// Holds the user's registry key. The user name and the server name in it are null.
-    const PROFILEINFOW& information() const { return mInformation; }
+    [[nodiscard]] const PROFILEINFOW& information() const { return mInformation; }
 
 private:
     HANDLE mToken;

@@ -32,7 +32,7 @@ private:
 };
 
 template <class T>
-constexpr bool isTextOrObject() {
+[[nodiscard]] constexpr bool isTextOrObject() {
     // Nothing is known about a class that is only declared: it may be plain bytes.
     if constexpr (std::is_class_v<T>) {
         if constexpr (requires { sizeof(T); }) {

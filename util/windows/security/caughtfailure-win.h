@@ -12,7 +12,7 @@
 /// a std::exception. Then `*errorText`, unless null, is `prefix` followed by its `what()`, and
 /// GetLastError returns the number of a Win32Exception, or 0 for any other exception.
 template <class Steps>
-bool runCatching(Steps&& steps, const std::string& prefix, std::string* errorText) {
+[[nodiscard]] bool runCatching(Steps&& steps, const std::string& prefix, std::string* errorText) {
     const auto report = [&](const std::exception& failure, DWORD error) {
         if (errorText != nullptr) {
             *errorText = prefix + failure.what();

@@ -25,4 +25,4 @@
 ///
 /// Returns INVALID_HANDLE_VALUE if the file can't be opened, with the error in GetLastError. Throws
 /// nothing else but std::bad_alloc. Any thread may call.
-HANDLE open(const std::string& path, int flags, int mode, const char* name);
+[[nodiscard]] HANDLE open(const std::string& path, int flags, int mode, const char* name);

@@ -25,7 +25,7 @@ class SecurityDescriptor;
 class SecurityAttributesRegistry {
 public:
     /// Created by the first call and never destroyed.
-    static SecurityAttributesRegistry& instance();
+    [[nodiscard]] static SecurityAttributesRegistry& instance();
 
     SecurityAttributesRegistry();
     ~SecurityAttributesRegistry();
@@ -33,7 +33,7 @@ public:
     SecurityAttributesRegistry& operator=(const SecurityAttributesRegistry&) = delete;
 
     /// Returns the attributes with this name, or null. The name needn't be pooled.
-    SECURITY_ATTRIBUTES* find(const HashedText& name);
+    [[nodiscard]] SECURITY_ATTRIBUTES* find(const HashedText& name);
 
     /// Registers attributes with this descriptor under the name. For a null descriptor,
     /// lpSecurityDescriptor is null. If the name is registered already, it keeps its attributes and
@@ -58,9 +58,9 @@ private:
 /// GetLastError returns the error number, or 0 if the failure isn't one of Windows. A directory
 /// whose owner has no account fails as well, because Windows makes no text for it. Throws nothing
 /// but std::bad_alloc.
-bool securityAttributesForDirectory(const std::string& path, const char*& name,
-                                    std::string* errorText = nullptr);
+[[nodiscard]] bool securityAttributesForDirectory(const std::string& path, const char*& name,
+                                                  std::string* errorText = nullptr);
 
 /// Returns the attributes with this name, or null. Pools the name, which may be any text. Throws
 /// std::bad_alloc.
-SECURITY_ATTRIBUTES* findSecurityAttributes(const char* name);
+[[nodiscard]] SECURITY_ATTRIBUTES* findSecurityAttributes(const char* name);

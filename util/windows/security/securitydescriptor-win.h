@@ -72,26 +72,26 @@ public:
     SecurityDescriptor& operator=(const SecurityDescriptor&) = delete;
     ~SecurityDescriptor() = default;
 
-    PSECURITY_DESCRIPTOR descriptor() const { return mDescriptor.get(); }
-    SE_OBJECT_TYPE objectType() const { return mObjectType; }
+    [[nodiscard]] PSECURITY_DESCRIPTOR descriptor() const { return mDescriptor.get(); }
+    [[nodiscard]] SE_OBJECT_TYPE objectType() const { return mObjectType; }
     /// For a file object, one of the `ObjectKind`s of files (accessrights.h); 0 for others.
-    uint32_t objectKind() const { return mObjectKind; }
+    [[nodiscard]] uint32_t objectKind() const { return mObjectKind; }
 
     /// Return views, null if the part is missing. A view is valid until the descriptor is destroyed
     /// or changes its form.
-    SecurityIdentifier owner() const { return {mOwner}; }
-    SecurityIdentifier group() const { return {mGroup}; }
-    AccessControlList dacl() const { return {mDacl}; }
-    AccessControlList sacl() const { return {mSacl}; }
+    [[nodiscard]] SecurityIdentifier owner() const { return {mOwner}; }
+    [[nodiscard]] SecurityIdentifier group() const { return {mGroup}; }
+    [[nodiscard]] AccessControlList dacl() const { return {mDacl}; }
+    [[nodiscard]] AccessControlList sacl() const { return {mSacl}; }
 
-    DWORD length() const;
-    bool isValid() const;
+    [[nodiscard]] DWORD length() const;
+    [[nodiscard]] bool isValid() const;
     /// This and the next two throw "GetSecurityDescriptorControl".
-    bool isAbsolute() const;
-    SECURITY_DESCRIPTOR_CONTROL control() const;
-    DWORD revision() const;
+    [[nodiscard]] bool isAbsolute() const;
+    [[nodiscard]] SECURITY_DESCRIPTOR_CONTROL control() const;
+    [[nodiscard]] DWORD revision() const;
     /// Throws "GetSecurityDescriptorRMControl".
-    BYTE rmControl() const;
+    [[nodiscard]] BYTE rmControl() const;
     /// Gives the bits of `mask` the values in `values`. Throws "SetSecurityDescriptorControl".
     void setControl(SECURITY_DESCRIPTOR_CONTROL mask, SECURITY_DESCRIPTOR_CONTROL values);
     /// Throws "SetSecurityDescriptorRMControl".
@@ -125,7 +125,7 @@ public:
 
     /// Returns the SDDL text, in UTF-8, for the parts that `bits` select. Throws
     /// "ConvertSecurityDescriptorToStringSecurityDescriptorW".
-    std::string sddl(SECURITY_INFORMATION bits) const;
+    [[nodiscard]] std::string sddl(SECURITY_INFORMATION bits) const;
     /// Replaces the descriptor by one from SDDL text, with the same failure as the constructor. The
     /// parts stay: call `readParts` for the new ones. The old descriptor isn't freed.
     void setSddl(const char* sddl, DWORD revision);
@@ -151,7 +151,7 @@ public:
     /// with this security. Returns a null descriptor if the owner's SID has no account, or a
     /// deleted or invalid one. Throws "LookupAccountSidW", "CreatePrivateObjectSecurityEx",
     /// "DestroyPrivateObjectSecurity".
-    std::unique_ptr<SecurityDescriptor> deriveForChild(bool isContainer) const;
+    [[nodiscard]] std::unique_ptr<SecurityDescriptor> deriveForChild(bool isContainer) const;
 
 private:
     void copyFrom(PSECURITY_DESCRIPTOR source);

@@ -68,11 +68,11 @@ public:
     /// Throws "LookupAccountNameW".
     SecurityIdentifier(const char* account, const char* system, std::string* domain);
     /// Returns the SID of the calling thread's user. Throws "GetUserNameExW", "LookupAccountNameW".
-    static SecurityIdentifier currentUser();
+    [[nodiscard]] static SecurityIdentifier currentUser();
     /// Returns an owner with a copy of `sid`. Throws "CopySid" for a null or an invalid SID.
-    static SecurityIdentifier deepCopy(PSID sid);
+    [[nodiscard]] static SecurityIdentifier deepCopy(PSID sid);
     template <TextOrObject T>
-    static SecurityIdentifier deepCopy(T* noSid) = delete;
+    [[nodiscard]] static SecurityIdentifier deepCopy(T* noSid) = delete;
 
     /// Throws "CopySid" if `other` is an owner whose SID has become invalid. So does the
     /// assignment.
@@ -85,38 +85,39 @@ public:
     ~SecurityIdentifier() { drop(); }
 
     /// The bytes belong to this object, or to the source of the view.
-    PSID sid() const { return mSid; }
-    bool isOwner() const { return mOwned; }
+    [[nodiscard]] PSID sid() const { return mSid; }
+    [[nodiscard]] bool isOwner() const { return mOwned; }
 
-    bool isValid() const;
+    [[nodiscard]] bool isValid() const;
     /// Returns the length in bytes. This and the next three return 0 or null for a null or an
     /// invalid SID.
-    DWORD length() const;
+    [[nodiscard]] DWORD length() const;
     /// Returns a pointer into the SID.
-    const SID_IDENTIFIER_AUTHORITY* identifierAuthority() const;
-    BYTE subAuthorityCount() const;
+    [[nodiscard]] const SID_IDENTIFIER_AUTHORITY* identifierAuthority() const;
+    [[nodiscard]] BYTE subAuthorityCount() const;
     /// Returns a pointer into the SID. `index` must be below the count; Windows doesn't check that.
     /// Throws "GetSidSubAuthority", also if GetLastError still reports an error from before the
     /// call: clear it first.
-    DWORD* subAuthority(DWORD index) const;
+    [[nodiscard]] DWORD* subAuthority(DWORD index) const;
 
     /// Returns whether all sub-authorities but the last are the same. Neither SID may be null.
-    bool equalPrefix(const SecurityIdentifier& other) const;
-    bool isWellKnown(WELL_KNOWN_SID_TYPE type) const;
+    [[nodiscard]] bool equalPrefix(const SecurityIdentifier& other) const;
+    [[nodiscard]] bool isWellKnown(WELL_KNOWN_SID_TYPE type) const;
     /// Returns the domain of an account's SID. Throws "GetWindowsAccountDomainSid".
-    SecurityIdentifier domainSid() const;
+    [[nodiscard]] SecurityIdentifier domainSid() const;
     /// Throws "EqualDomainSid".
-    bool equalDomain(const SecurityIdentifier& other) const;
+    [[nodiscard]] bool equalDomain(const SecurityIdentifier& other) const;
 
     /// Returns text like "S-1-5-32-544". Throws "ConvertSidToStringSidW".
-    std::string text() const;
+    [[nodiscard]] std::string text() const;
     /// Returns the account of the SID on `system`; null is the local system.
     ///     "DOMAIN\name"
     ///     "\name"        the domain is empty
     ///     "(not found)"  the SID has no account
     /// `*use`, unless null, becomes the kind of account, SidTypeUnknown if there is none. Throws
     /// "LookupAccountSidW", with `*use` unchanged.
-    std::string accountName(SID_NAME_USE* use = nullptr, const char* system = nullptr) const;
+    [[nodiscard]] std::string accountName(SID_NAME_USE* use = nullptr,
+                                          const char* system = nullptr) const;
 
     /// Two null SIDs are equal.
     bool operator==(const SecurityIdentifier& other) const;

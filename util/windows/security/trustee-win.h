@@ -44,14 +44,14 @@ public:
     /// always throws for forms with objects. After an exception the fields are those of `other`.
     Trustee& assign(const Trustee& other, bool localCopy);
 
-    const TRUSTEE_W& trustee() const { return mTrustee; }
-    TRUSTEE_FORM form() const { return mTrustee.TrusteeForm; }
-    TRUSTEE_TYPE type() const { return mTrustee.TrusteeType; }
+    [[nodiscard]] const TRUSTEE_W& trustee() const { return mTrustee; }
+    [[nodiscard]] TRUSTEE_FORM form() const { return mTrustee.TrusteeForm; }
+    [[nodiscard]] TRUSTEE_TYPE type() const { return mTrustee.TrusteeType; }
     /// Returns the name, for the form with objects and a name as well; empty for the other forms.
-    std::string name() const;
+    [[nodiscard]] std::string name() const;
     /// Returns a view of the SID, for the form with objects and a SID as well; null for the other
     /// forms.
-    SecurityIdentifier sid() const;
+    [[nodiscard]] SecurityIdentifier sid() const;
 
 private:
     void copyLocally();
@@ -74,14 +74,14 @@ public:
     ExplicitAccess& operator=(const ExplicitAccess&) = delete;
     ~ExplicitAccess();
 
-    PEXPLICIT_ACCESS_W access() const { return mAccess; }
-    bool isOwner() const { return mOwned; }
+    [[nodiscard]] PEXPLICIT_ACCESS_W access() const { return mAccess; }
+    [[nodiscard]] bool isOwner() const { return mOwned; }
 
     /// Returns a trustee that shares the name or SID.
-    Trustee trustee() const { return {mAccess->Trustee, /*localCopy=*/false}; }
-    ACCESS_MODE mode() const { return mAccess->grfAccessMode; }
-    DWORD permissions() const { return mAccess->grfAccessPermissions; }
-    DWORD inheritance() const { return mAccess->grfInheritance; }
+    [[nodiscard]] Trustee trustee() const { return {mAccess->Trustee, /*localCopy=*/false}; }
+    [[nodiscard]] ACCESS_MODE mode() const { return mAccess->grfAccessMode; }
+    [[nodiscard]] DWORD permissions() const { return mAccess->grfAccessPermissions; }
+    [[nodiscard]] DWORD inheritance() const { return mAccess->grfInheritance; }
 
 private:
     PEXPLICIT_ACCESS_W mAccess = nullptr;
@@ -97,14 +97,14 @@ public:
     ExplicitAccessList(PEXPLICIT_ACCESS_W entries, ULONG count) noexcept
         : mEntries(entries), mCount(count) {}
     /// Returns the owner of an array, which it frees with LocalFree.
-    static ExplicitAccessList adopt(PEXPLICIT_ACCESS_W entries, ULONG count) noexcept;
+    [[nodiscard]] static ExplicitAccessList adopt(PEXPLICIT_ACCESS_W entries, ULONG count) noexcept;
     ExplicitAccessList(ExplicitAccessList&& other) noexcept;
     ExplicitAccessList& operator=(ExplicitAccessList&& other) noexcept;
     ~ExplicitAccessList();
 
-    PEXPLICIT_ACCESS_W entries() const { return mEntries; }
-    ULONG count() const { return mCount; }
-    bool isOwner() const { return mOwned; }
+    [[nodiscard]] PEXPLICIT_ACCESS_W entries() const { return mEntries; }
+    [[nodiscard]] ULONG count() const { return mCount; }
+    [[nodiscard]] bool isOwner() const { return mOwned; }
 
 private:
     PEXPLICIT_ACCESS_W mEntries;

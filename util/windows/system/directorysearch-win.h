@@ -6,7 +6,7 @@
 #include <windows.h>
 
 /// Whether an entry of a listing is "." or "..".
-bool isDotEntry(const WIN32_FIND_DATAW& entry);
+[[nodiscard]] bool isDotEntry(const WIN32_FIND_DATAW& entry);
 
 /// Owns the search handle of a directory listing.
 ///
@@ -15,7 +15,7 @@ bool isDotEntry(const WIN32_FIND_DATAW& entry);
 ///     for (bool found = search.first(L"C:\\*", entry); found; found = search.next(entry)) { ... }
 ///
 /// Only one thread at a time may use an object.
-class DirectorySearch {
+class [[nodiscard]] DirectorySearch {
 public:
     DirectorySearch() = default;
     ~DirectorySearch() { close(); }
@@ -29,10 +29,10 @@ public:
     /// Begins a listing; may be called once per object. Returns false, with the error in
     /// GetLastError, if that fails or if nothing matches. A pattern with a null character fails,
     /// since the part before that character would be another directory.
-    bool first(const std::wstring& pattern, WIN32_FIND_DATAW& entry);
+    [[nodiscard]] bool first(const std::wstring& pattern, WIN32_FIND_DATAW& entry);
     /// Moves on to the next entry. Returns false at the end, with ERROR_NO_MORE_FILES in
     /// GetLastError, or with another error there if the listing broke off.
-    bool next(WIN32_FIND_DATAW& entry);
+    [[nodiscard]] bool next(WIN32_FIND_DATAW& entry);
     /// Ends the listing, if there is one.
     void close();
 

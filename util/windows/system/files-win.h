@@ -20,20 +20,20 @@ namespace System {
 /// Removes a file or an empty directory. With `force` a first failure is followed by a second try
 /// with normal attributes, which stay if that fails too. Returns 0 on success, otherwise -1 with
 /// the error in GetLastError. For a file that is the error of the attempt to delete it.
-int remove(const std::string& path, bool force);
+[[nodiscard]] int remove(const std::string& path, bool force);
 
 /// Removes an empty directory. Returns 0 if it was removed, 1 if it isn't there, 2 if it isn't
 /// empty, 3 if it isn't a directory, and 4 after any other failure. With `force` that last kind of
 /// failure is followed by a second try with normal attributes.
-int removeDirectory(const std::string& path, bool force);
+[[nodiscard]] int removeDirectory(const std::string& path, bool force);
 
 /// Appends the name of every entry of a directory to `names`, "." and ".." included, in the order
 /// of the file system. Appends the entries' facts to `stats`, unless that is null.
 ///
 /// Returns false if there is no such directory, if it can't be listed or if, as the root of a
 /// volume, it has no entry. A listing that breaks off later counts as complete.
-bool listDirectory(const std::string& path, std::vector<std::string>& names,
-                   std::vector<FileStat>* stats);
+[[nodiscard]] bool listDirectory(const std::string& path, std::vector<std::string>& names,
+                                 std::vector<FileStat>* stats);
 
 /// Sets `names` to the paths that have to be created so that `path` exists: its missing parents,
 /// outermost first, and `path` itself last. `names` becomes empty if `path` exists. A relative
@@ -41,43 +41,43 @@ bool listDirectory(const std::string& path, std::vector<std::string>& names,
 void missingParents(const std::string& path, std::vector<std::string>& names);
 
 /// Whether `path` is an existing file or directory.
-bool exists(const std::string& path);
+[[nodiscard]] bool exists(const std::string& path);
 /// Whether a file can be opened for reading. A directory can't.
-bool canRead(const std::string& path);
+[[nodiscard]] bool canRead(const std::string& path);
 /// Whether a file can be opened for writing. A directory can't.
-bool canWrite(const std::string& path);
+[[nodiscard]] bool canWrite(const std::string& path);
 /// Whether a directory can be listed; an empty path is the root of the current drive.
-bool canListDirectory(const std::string& path);
+[[nodiscard]] bool canListDirectory(const std::string& path);
 
 /// Whether a file can be opened for writing, or a file can be created in a directory; both are
 /// tried. A path with a trailing slash is treated as a directory. False for an empty path.
-bool isWritable(const std::string& path);
+[[nodiscard]] bool isWritable(const std::string& path);
 /// Whether a file can be opened for reading, or a directory can be listed. `path` is passed to
 /// Windows unchanged; one with a trailing slash is treated as a directory. False for an empty path.
-bool isReadable(const std::wstring& path);
+[[nodiscard]] bool isReadable(const std::wstring& path);
 
 /// Creates a directory. `mode` is there for callers that have one; it isn't read.
-bool makeDirectory(const std::string& path, int mode);
+[[nodiscard]] bool makeDirectory(const std::string& path, int mode);
 /// Renames a file or directory. A file that already has the new name is replaced. Only files can
 /// move to another volume, and only with `acrossVolumes`.
-bool rename(const std::string& from, const std::string& to, bool acrossVolumes);
+[[nodiscard]] bool rename(const std::string& from, const std::string& to, bool acrossVolumes);
 /// Gives the file `existing` a second name on the same volume. Returns 0, or -1 on failure.
-int hardLink(const std::string& existing, const std::string& link);
+[[nodiscard]] int hardLink(const std::string& existing, const std::string& link);
 
 /// Opens a C stream, which the caller closes with fclose. `mode` is the mode of fopen. Returns null
 /// on failure, with errno set.
-std::FILE* openFile(const std::string& path, const std::string& mode);
+[[nodiscard]] std::FILE* openFile(const std::string& path, const std::string& mode);
 
 /// Returns how many bytes the caller may still write to the volume of a directory, or -1 on
 /// failure. An empty path means the current volume.
-int64_t freeDiskSpace(const std::string& path);
+[[nodiscard]] int64_t freeDiskSpace(const std::string& path);
 
 /// Resizes `buffer` to `size` bytes and reads the beginning of a file into it by one call. If the
 /// file is shorter, the rest of the buffer isn't written, and this isn't reported.
 ///
 /// Returns false if the file can't be opened or read, for example while another process has it open
 /// for writing. The buffer has the new size then as well.
-bool readBytes(const std::string& path, std::string& buffer, size_t size);
+[[nodiscard]] bool readBytes(const std::string& path, std::string& buffer, size_t size);
 
 /// Creates an empty file with a new name in `directory`, and returns its path, with backslashes. If
 /// `directory` is empty, the file is in the folder for temporary files. The name begins with the
@@ -85,11 +85,12 @@ bool readBytes(const std::string& path, std::string& buffer, size_t size);
 ///
 /// Returns an empty text on failure. Windows accepts no directory of more than about 240
 /// characters.
-std::string temporaryFileName(const std::string& directory, const std::string& prefix);
+[[nodiscard]] std::string temporaryFileName(const std::string& directory,
+                                            const std::string& prefix);
 
 }  // namespace System
 
 /// Writes to a file by one call. If a part of the file is locked, up to four more tries follow: one
 /// at once, and three after a pause of 50 ms each. Returns the number of bytes written, or -1 with
 /// the error in GetLastError.
-int64_t writeWithRetry(HANDLE file, const void* buffer, uint32_t count);
+[[nodiscard]] int64_t writeWithRetry(HANDLE file, const void* buffer, uint32_t count);

@@ -40,15 +40,15 @@ struct FileStat {
     /// If something can be opened but has no file information, it is a device: attribute 64, all
     /// three times at tick 1, the size that GetFileSize returns (0xffffffff if that fails), and
     /// nothing else known.
-    bool read(const std::string& path, int unused);
+    [[nodiscard]] bool read(const std::string& path, int unused);
 
     /// Writes the three times to the file. On a drive whose file system is named "MVFS" a denial of
     /// access counts as success.
-    bool applyTimes(const std::string& path);
+    [[nodiscard]] bool applyTimes(const std::string& path);
     /// Writes `attributes` to the file. If the name ends in ".exe", in any case, it also applies an
     /// empty security descriptor without a discretionary list. The result and GetLastError report
     /// only on the attributes.
-    bool applyAttributes(const std::string& path);
+    [[nodiscard]] bool applyAttributes(const std::string& path);
 
     /// Copies `device`, `fileIndex`, `size` and `links`, and what the bits of `mask` select:
     /// `created` (1), `accessed` (2), `written` (4), `attributes` (64).
@@ -56,15 +56,15 @@ struct FileStat {
     /// Sets all three times to the current system time.
     void setTimesToNow();
 
-    uint32_t attributesValue() const { return attributes; }
+    [[nodiscard]] uint32_t attributesValue() const { return attributes; }
     /// Whether it is a directory and not a link to one.
-    bool isDirectory() const;
-    bool isNotDirectory() const { return !isDirectory(); }
-    bool isSystem() const;
+    [[nodiscard]] bool isDirectory() const;
+    [[nodiscard]] bool isNotDirectory() const { return !isDirectory(); }
+    [[nodiscard]] bool isSystem() const;
     /// False only for a read-only file; on a directory that bit means something else.
-    bool isWritable() const;
+    [[nodiscard]] bool isWritable() const;
     /// Returns 1 for a file, 2 for a link, 3 for a directory.
-    int type() const;
+    [[nodiscard]] int type() const;
 
     void setAttributes(uint32_t bits);
     /// Makes the value a directory if `type` is 3, and otherwise not a directory.

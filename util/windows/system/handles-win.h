@@ -16,10 +16,10 @@ class HandleInspector {
 public:
     /// Returns the only inspector of the process, which the first call makes and nothing frees. No
     /// other call may run at the same time as the first.
-    static HandleInspector& instance();
+    [[nodiscard]] static HandleInspector& instance();
     /// Makes the inspector and returns `value`, for use in an initialiser.
     template <class T>
-    static T instance(T value) {
+    [[nodiscard]] static T instance(T value) {
         instance();
         return value;
     }
@@ -35,12 +35,12 @@ public:
     /// The first two characters are a drive letter and a colon, which the kernel's names lack. They
     /// are skipped in every path, so a path with `\\?\` finds nothing. Neither does a path of two
     /// characters or fewer.
-    bool closeSystemFileHandle(const std::wstring& path);
+    [[nodiscard]] bool closeSystemFileHandle(const std::wstring& path);
 
     /// Copies the name of a file, without its drive, to `name`, a buffer of 500 characters. Returns
     /// true if the system answered. An empty name leaves `name` unchanged. The system doesn't
     /// answer for names of more than 498 characters.
-    bool fileNameOfHandle(HANDLE handle, wchar_t* name);
+    [[nodiscard]] bool fileNameOfHandle(HANDLE handle, wchar_t* name);
 
     using NtQueryInformationFileFunction = NTSTATUS NTAPI(HANDLE, IO_STATUS_BLOCK*, void*, ULONG,
                                                           ULONG);
@@ -70,9 +70,9 @@ void queryHandleName(HandleQuery& query);
 
 /// Enables the privilege to open every process. Returns the error of the attempt, which is
 /// ERROR_SUCCESS if it succeeded, or 0 if the process's token or the privilege isn't available.
-DWORD enableDebugPrivilege();
+[[nodiscard]] DWORD enableDebugPrivilege();
 
 /// Returns the text in the ANSI code page.
-std::string toAnsi(const wchar_t* text, size_t length);
+[[nodiscard]] std::string toAnsi(const wchar_t* text, size_t length);
 /// Copies `length` characters and appends a NUL. `target` must have space for both.
 void copyText(wchar_t* target, const wchar_t* text, size_t length);

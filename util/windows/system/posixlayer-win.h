@@ -13,31 +13,31 @@
 
 namespace posixlayer {
 
-int getpid();
+[[nodiscard]] int getpid();
 
 /// Stores the size of a file, in bytes, in `*size`. Returns 0, or -1.
-int fileSize(HANDLE file, uint64_t* size);
+[[nodiscard]] int fileSize(HANDLE file, uint64_t* size);
 /// Reads from a file. Returns the number of bytes read, or 0 at the end of the file. The end of a
 /// pipe is a failure (ERROR_BROKEN_PIPE).
-int64_t readFile(HANDLE file, void* buffer, uint32_t count);
+[[nodiscard]] int64_t readFile(HANDLE file, void* buffer, uint32_t count);
 /// Writes to a file. Returns the number of bytes written. Waits for a locked part of the file as
 /// writeWithRetry does.
-int64_t writeFile(HANDLE file, const void* buffer, uint32_t count);
+[[nodiscard]] int64_t writeFile(HANDLE file, const void* buffer, uint32_t count);
 /// Moves the position by `offset`, from the current position (`whence` is 1), from the end (2), or
 /// from the start (any other value). Returns the new position.
-int64_t seekFile(HANDLE file, int64_t offset, int whence);
+[[nodiscard]] int64_t seekFile(HANDLE file, int64_t offset, int whence);
 /// Cuts or extends a file to `size` bytes. The position stays. Returns 0, or -1.
-int truncateFile(HANDLE file, int64_t size);
+[[nodiscard]] int truncateFile(HANDLE file, int64_t size);
 
 /// Supports only setting close-on-exec (command 2 with argument 1): child processes don't inherit
 /// `handle`. Returns 0, or -1. Throws std::invalid_argument for anything else.
-int fcntl(HANDLE handle, int command, int argument);
+[[nodiscard]] int fcntl(HANDLE handle, int command, int argument);
 
 /// Makes a SOCKET blocking or non-blocking. Returns 0, or -1 with the error in WSAGetLastError.
-int setNonBlocking(uintptr_t socket, bool nonBlocking);
+[[nodiscard]] int setNonBlocking(uintptr_t socket, bool nonBlocking);
 /// Whether the last socket call failed because it would have blocked, or because a call is in
 /// progress.
-bool wouldBlock();
+[[nodiscard]] bool wouldBlock();
 
 void sleepMilliseconds(uint32_t milliseconds);
 
@@ -47,7 +47,7 @@ void sleepMilliseconds(uint32_t milliseconds);
 ///
 /// With `wait` the result is the program's exit code, otherwise its process handle, which the
 /// caller closes. Returns -1 on failure, with errno set.
-intptr_t spawnWords(const char* const* words, bool wait);
+[[nodiscard]] intptr_t spawnWords(const char* const* words, bool wait);
 
 /// Takes the place of a call that has no meaning on Windows: an assertion stops the process.
 [[noreturn]] void meaninglessCall();
@@ -55,7 +55,7 @@ intptr_t spawnWords(const char* const* words, bool wait);
 /// Clears the two error numbers of the thread, those of GetLastError and of WSAGetLastError.
 void clearLastError();
 /// Returns one of the two, chosen by `kind` as in ErrorState::select.
-uint32_t lastError(int kind);
+[[nodiscard]] uint32_t lastError(int kind);
 void saveLastError(ErrorState& state);
 void restoreLastError(const ErrorState& state);
 

@@ -26,11 +26,11 @@ enum ReadFileResult : int {
 ///
 /// Reads as many bytes as the file has when it is opened, or fewer if it becomes shorter. Others
 /// may use the file at the same time.
-int readFile(const std::string& path, std::string& text) noexcept;
+[[nodiscard]] int readFile(const std::string& path, std::string& text) noexcept;
 
 /// Returns "PATH: WHAT: SENTENCE". The sentence is the message for GetLastError, which stays as it
 /// is. Characters of the path that aren't ASCII are escaped.
-std::string fileErrorText(StringSpan path, StringSpan what);
+[[nodiscard]] std::string fileErrorText(StringSpan path, StringSpan what);
 
 /// The numbers from which new names are made. The sequence may start anywhere; each number is the
 /// previous one plus a step, modulo 0x7fffffff.
@@ -52,7 +52,7 @@ public:
     explicit UniqueName(const std::string& prefix, const UniqueSuffix& suffix = {});
 
     /// Returns the next name, which is valid until the next call.
-    const std::string& next();
+    [[nodiscard]] const std::string& next();
 
 private:
     std::string mName;
@@ -61,11 +61,11 @@ private:
 
 /// Creates a directory whose name is `prefix`, which may be a path, followed by six characters.
 /// Returns its path, or an empty text on failure, with the error in GetLastError.
-std::string makeUniqueDirectory(const std::string& prefix);
+[[nodiscard]] std::string makeUniqueDirectory(const std::string& prefix);
 
 /// Call System::rename (on one volume) and System::remove (with `force`), for files that a scanner
 /// or another process may hold open for a moment. After a failure up to 599 more tries follow, each
 /// a tenth of a second after the previous one. Return true if a try succeeds. If the first try
 /// failed, GetLastError has its error, even after a success.
-bool renameRetrying(const std::string& from, const std::string& to);
-bool removeRetrying(const std::string& path, bool force);
+[[nodiscard]] bool renameRetrying(const std::string& from, const std::string& to);
+[[nodiscard]] bool removeRetrying(const std::string& path, bool force);

@@ -19,7 +19,8 @@ namespace System {
 /// Returns false on failure, with what failed and why in `message` ("System::copy unable to open
 /// source file: The system cannot find the file specified"). A part of the destination may then
 /// exist. On success `message` is unchanged.
-bool copy(const std::string& source, const std::string& destination, std::string& message);
+[[nodiscard]] bool copy(const std::string& source, const std::string& destination,
+                        std::string& message);
 
 /// Creates a directory and its missing parents. Does nothing for a null or empty path. Another
 /// process or thread may create the same directories at the same time.
@@ -54,8 +55,8 @@ void makePath(const char* path, std::string* created);
 /// is searched for in the System process and closed there. HandleInspector documents the limits: no
 /// absolute path finds anything, a relative path may hit a file of another directory, and calls in
 /// one process must not overlap.
-bool removeTree(const std::string& path, std::string& message, bool keepRoot,
-                bool closeSystemHandles, bool waitUntilGone);
+[[nodiscard]] bool removeTree(const std::string& path, std::string& message, bool keepRoot,
+                              bool closeSystemHandles, bool waitUntilGone);
 
 /// Receives the files that `walkTree` finds.
 class TreeVisitor {
@@ -73,10 +74,10 @@ public:
 /// it follow, level by level. Directories that are links are entered like others. A cycle of links
 /// ends where Windows follows no more links, and is a failure. Returns false as soon as a directory
 /// can't be listed. Exceptions of the visitor pass through.
-bool walkTree(const std::string& path, TreeVisitor& visitor, bool recurse);
+[[nodiscard]] bool walkTree(const std::string& path, TreeVisitor& visitor, bool recurse);
 
 /// Returns the total size, in bytes, of all files in a directory and below it. A directory that
 /// can't be listed counts as 0. Directories that are links are entered like others.
-uint64_t treeSize(const std::string& path);
+[[nodiscard]] uint64_t treeSize(const std::string& path);
 
 }  // namespace System

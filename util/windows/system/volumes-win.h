@@ -25,6 +25,6 @@ namespace System {
 ///
 /// A failure of Windows never throws: the result is then `other`, or what the drive alone shows.
 /// Any thread may call this.
-VolumeType volumeType(const std::string& path, std::ostream* account);
+[[nodiscard]] VolumeType volumeType(const std::string& path, std::ostream* account);
 
 }  // namespace System
