@@ -12,9 +12,9 @@
 #include "clearcase/viewpaths.h"
 #include "clearcase/vobprobe-win.h"
 #include "util/pathfun.h"
+#include "util/platform/unicodetext-win.h"
 #include "util/windows/environment-win.h"
 #include "util/windows/system/filestat-win.h"
-#include "util/windows/unicodetext-win.h"
 
 namespace {
 

@@ -10,8 +10,8 @@
 #include "testing/calls/replacedcall-win.h"
 #include "testing/scopes/environmentscope.h"
 #include "testing/scopes/tempfolder.h"
+#include "util/platform/unicodetext-win.h"
 #include "util/windows/system-paths-win.h"
-#include "util/windows/unicodetext-win.h"
 
 namespace {
 

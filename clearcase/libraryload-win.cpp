@@ -7,7 +7,7 @@
 #include <winsock2.h>
 
 #include "clearcase/mvfsdrives-win.h"
-#include "util/windows/errortext-win.h"
+#include "util/platform/errortext-win.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <winnetwk.h>
 
 #include "clearcase/viewdrives.h"
-#include "util/windows/errortext-win.h"
+#include "util/platform/errortext-win.h"
 
 std::string mvfsRoot;
 std::map<std::string, std::string> viewDrives;

@@ -9,7 +9,7 @@
 #include <winnetwk.h>
 
 #include "testing/calls/replacedcall-win.h"
-#include "util/windows/errortext-win.h"
+#include "util/platform/errortext-win.h"
 
 namespace {
 

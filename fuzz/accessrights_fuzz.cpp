@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "util/accessrights.h"
 #include "util/assertion.h"
-#include "util/windows/security/accessrights.h"
 
 namespace {
 

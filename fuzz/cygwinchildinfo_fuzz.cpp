@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "util/assertion.h"
-#include "util/windows/posix/cygwinchildinfo.h"
+#include "util/cygwinchildinfo.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "util/assertion.h"
-#include "util/windows/posix/cygwinversion.h"
+#include "util/cygwinversion.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 
 #include "fuzz/fuzzinput.h"
 #include "util/assertion.h"
-#include "util/windows/exec/scriptline.h"
+#include "util/scriptline.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include <windows.h>
 
 #include "testing/calls/replacedcall-win.h"
-#include "util/windows/errortext-win.h"
+#include "util/platform/errortext-win.h"
 
 namespace testing_support {
 

@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <string>
 
+#include "util/platform/unicodetext-win.h"
 #include "util/windows/exec-win.h"
-#include "util/windows/unicodetext-win.h"
 
 int wmain(int count, wchar_t** arguments) {
     if (count != 2) {

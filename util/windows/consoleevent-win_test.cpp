@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <windows.h>
+
 namespace {
 
 TEST(ConsoleEventNameTest, EveryEventHasItsName) {
@@ -24,6 +26,14 @@ TEST(ConsoleEventNameTest, AnyOtherNumberIsToldAsASignedDecimal) {
     EXPECT_EQ(consoleEventName(0x7fffffff), "Unknown control signal 2147483647");
     EXPECT_EQ(consoleEventName(0xffffffff), "Unknown control signal -1");
     EXPECT_EQ(consoleEventName(0x80000001), "Unknown control signal -2147483647");
+}
+
+TEST(ConsoleEventNameTest, TheErrorsOfTheCallerStay) {
+    for (const uint32_t event : {0U, 3U}) {
+        SetLastError(4711);
+        EXPECT_FALSE(consoleEventName(event).empty());
+        EXPECT_EQ(GetLastError(), 4711U);
+    }
 }
 
 }  // namespace

@@ -10,7 +10,7 @@
 #include <windows.h>
 
 #include "util/assertion.h"
-#include "util/windows/posix/cygwinchildinfo.h"
+#include "util/cygwinchildinfo.h"
 
 namespace cygwin {
 

@@ -10,8 +10,8 @@
 
 #include <boost/function.hpp>
 
+#include "util/cygwinversion.h"
 #include "util/threadkey-pthreads.h"
-#include "util/windows/posix/cygwinversion.h"
 #include "util/windows/posix/vrpsxobjects-win.h"
 #include "util/windows/vrpsxutilitycpp-win.h"
 

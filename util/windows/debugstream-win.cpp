@@ -4,7 +4,7 @@
 
 #include <windows.h>
 
-#include "util/windows/errortext-win.h"
+#include "util/platform/errortext-win.h"
 
 DebugStreambuf::~DebugStreambuf() = default;
 

@@ -2,7 +2,7 @@
 
 #include <windows.h>
 
-#include "util/windows/unicodetext-win.h"
+#include "util/platform/unicodetext-win.h"
 
 std::optional<std::string> environmentVariable(const char* name) {
     const std::wstring wideName = toWide(name);

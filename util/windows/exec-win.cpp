@@ -5,9 +5,9 @@
 #include <iostream>
 #include <locale>
 
+#include "util/platform/errortext-win.h"
 #include "util/windows/cygwinconnector.h"
 #include "util/windows/debugstream-win.h"
-#include "util/windows/errortext-win.h"
 
 Exec::Exec() {
     // The format of numbers in the log doesn't depend on the global locale.

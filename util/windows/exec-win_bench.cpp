@@ -4,11 +4,11 @@
 #include <windows.h>
 
 #include "testing/benchmark/comparison.h"
+#include "util/platform/unicodetext-win.h"
 #include "util/windows/exec-win.h"
 #include "util/windows/scopedhandle-win.h"
 #include "util/windows/system/files-win.h"
 #include "util/windows/system/host-win.h"
-#include "util/windows/unicodetext-win.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include "testing/benchmark/comparison.h"
 #include "testing/benchmark/samplepaths.h"
 #include "util/pathcollation.h"
-#include "util/windows/unicodetext-win.h"
+#include "util/platform/unicodetext-win.h"
 
 namespace {
 

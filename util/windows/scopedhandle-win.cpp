@@ -3,8 +3,8 @@
 #include <exception>
 #include <ostream>
 
+#include "util/platform/errortext-win.h"
 #include "util/windows/debugstream-win.h"
-#include "util/windows/errortext-win.h"
 
 HANDLE* ScopedHandle::receive() noexcept {
     release();

@@ -7,8 +7,8 @@
 
 #include <winsock2.h>
 
+#include "util/platform/errortext-win.h"
 #include "util/stringformat.h"
-#include "util/windows/errortext-win.h"
 
 namespace {
 

@@ -14,9 +14,9 @@
 
 #include "util/normalform.h"
 #include "util/pathfun.h"
+#include "util/platform/unicodetext-win.h"
 #include "util/trailingblanks.h"
 #include "util/windows/debugstream-win.h"
-#include "util/windows/unicodetext-win.h"
 
 namespace {
 

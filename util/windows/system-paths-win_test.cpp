@@ -18,8 +18,8 @@
 #include "testing/scopes/eightbitlocale.h"
 #include "testing/trailingexpression.h"
 #include "util/pathfun.h"
+#include "util/platform/unicodetext-win.h"
 #include "util/windows/debugstream-win.h"
-#include "util/windows/unicodetext-win.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <windows.h>
 
 #include "util/assertion.h"
-#include "util/windows/errortext-win.h"
+#include "util/platform/errortext-win.h"
 
 namespace {
 

@@ -16,8 +16,8 @@
 #include "testing/calls/replacedcall-win.h"
 #include "testing/counts/allocationcount.h"
 #include "testing/scopes/tempfolder.h"
-#include "util/windows/errortext-win.h"
-#include "util/windows/unicodetext-win.h"
+#include "util/platform/errortext-win.h"
+#include "util/platform/unicodetext-win.h"
 
 namespace {
 

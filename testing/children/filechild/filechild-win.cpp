@@ -19,9 +19,9 @@
 #include <windows.h>
 
 #include "testing/children/filechild/chains.h"
+#include "util/platform/unicodetext-win.h"
 #include "util/windows/scopedhandle-win.h"
 #include "util/windows/system/smallfile-win.h"
-#include "util/windows/unicodetext-win.h"
 
 namespace {
 

@@ -20,7 +20,7 @@
 #include "testing/scopes/environmentscope.h"
 #include "testing/scopes/tempfolder.h"
 #include "util/numberedmessage.h"
-#include "util/windows/errortext-win.h"
+#include "util/platform/errortext-win.h"
 #include "util/windows/exec/environment-win.h"
 #include "util/windows/system-paths-win.h"
 

@@ -13,7 +13,7 @@
 #include "testing/counts/processresources-win.h"
 #include "testing/processes/execwait-win.h"
 #include "testing/processes/suspendedprogram-win.h"
-#include "util/windows/unicodetext-win.h"
+#include "util/platform/unicodetext-win.h"
 
 namespace {
 

@@ -15,8 +15,8 @@
 #include "testing/scopes/directorylink-win.h"
 #include "testing/scopes/environmentscope.h"
 #include "testing/scopes/tempfolder.h"
+#include "util/platform/unicodetext-win.h"
 #include "util/windows/exec/programsearch-win.h"
-#include "util/windows/unicodetext-win.h"
 
 namespace {
 

@@ -5,15 +5,15 @@
 #include <optional>
 #include <utility>
 
+#include "util/platform/unicodetext-win.h"
+#include "util/scriptline.h"
 #include "util/stringedit.h"
 #include "util/windows/exec/cygwintools-win.h"
 #include "util/windows/exec/programsearch-win.h"
 #include "util/windows/exec/run-win.h"
-#include "util/windows/exec/scriptline.h"
 #include "util/windows/scopedhandle-win.h"
 #include "util/windows/security/openfile-win.h"
 #include "util/windows/system/filestat-win.h"
-#include "util/windows/unicodetext-win.h"
 
 namespace {
 

@@ -17,8 +17,8 @@
 #include "testing/scopes/currentdirectory-win.h"
 #include "testing/scopes/environmentscope.h"
 #include "util/numberedmessage.h"
+#include "util/platform/unicodetext-win.h"
 #include "util/windows/exec-win.h"
-#include "util/windows/unicodetext-win.h"
 
 namespace {
 

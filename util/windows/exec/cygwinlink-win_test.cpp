@@ -12,8 +12,8 @@
 #include "testing/calls/recordedstarts-win.h"
 #include "testing/processes/commandtest-win.h"
 #include "testing/processes/posixworld-win.h"
+#include "util/platform/unicodetext-win.h"
 #include "util/windows/exec-win.h"
-#include "util/windows/unicodetext-win.h"
 
 namespace {
 

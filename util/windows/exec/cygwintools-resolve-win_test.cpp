@@ -14,8 +14,8 @@
 #include "testing/scopes/currentdirectory-win.h"
 #include "testing/scopes/cygwinscope.h"
 #include "testing/scopes/environmentscope.h"
+#include "util/platform/unicodetext-win.h"
 #include "util/windows/exec/cygwintools-win.h"
-#include "util/windows/unicodetext-win.h"
 
 namespace {
 

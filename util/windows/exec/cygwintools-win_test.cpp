@@ -21,8 +21,8 @@
 #include "testing/scopes/currentdirectory-win.h"
 #include "testing/scopes/environmentscope.h"
 #include "testing/threads/boundedthread.h"
+#include "util/platform/unicodetext-win.h"
 #include "util/windows/system-paths-win.h"
-#include "util/windows/unicodetext-win.h"
 
 namespace {
 

@@ -9,8 +9,8 @@
 #include <windows.h>
 
 #include "util/numberedmessage.h"
+#include "util/platform/errortext-win.h"
 #include "util/stringcompare.h"
-#include "util/windows/errortext-win.h"
 #include "util/windows/system-paths-win.h"
 #include "util/windows/system/host-win.h"
 

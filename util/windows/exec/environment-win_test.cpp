@@ -16,7 +16,7 @@
 
 #include "testing/calls/replacedcall-win.h"
 #include "testing/environmentblock.h"
-#include "util/windows/unicodetext-win.h"
+#include "util/platform/unicodetext-win.h"
 
 namespace {
 

@@ -6,14 +6,14 @@
 #include <utility>
 
 #include "util/assertion.h"
+#include "util/platform/errortext-win.h"
+#include "util/platform/unicodetext-win.h"
 #include "util/processlocale.h"
 #include "util/valueconversion.h"
-#include "util/windows/errortext-win.h"
 #include "util/windows/exec/priority-win.h"
 #include "util/windows/exec/programsearch-win.h"
 #include "util/windows/exec/run-win.h"
 #include "util/windows/security/accesstoken-win.h"
-#include "util/windows/unicodetext-win.h"
 
 namespace {
 

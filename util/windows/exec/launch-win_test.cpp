@@ -16,9 +16,9 @@
 #include "testing/calls/systemmessage-win.h"
 #include "testing/processes/commandtest-win.h"
 #include "util/numberedmessage.h"
+#include "util/platform/unicodetext-win.h"
 #include "util/windows/exec-win.h"
 #include "util/windows/system-paths-win.h"
-#include "util/windows/unicodetext-win.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <utility>
 
-#include "util/windows/errortext-win.h"
+#include "util/platform/errortext-win.h"
 #include "util/windows/exec-win.h"
 
 std::atomic<int32_t> gRaisePriority{0};

@@ -9,7 +9,7 @@
 
 #include "testing/calls/replacedcall-win.h"
 #include "testing/calls/systemmessage-win.h"
-#include "util/windows/errortext-win.h"
+#include "util/platform/errortext-win.h"
 #include "util/windows/exec-win.h"
 
 namespace {

@@ -19,7 +19,7 @@
 #include "testing/processes/childprocess-win.h"
 #include "testing/processes/suspendedprogram-win.h"
 #include "testing/scopes/tempfolder.h"
-#include "util/windows/errortext-win.h"
+#include "util/platform/errortext-win.h"
 #include "util/windows/exec/processnames-win.h"
 #include "util/windows/scopedhandle-win.h"
 

@@ -10,7 +10,7 @@
 #include <tlhelp32.h>
 #include <winternl.h>
 
-#include "util/windows/errortext-win.h"
+#include "util/platform/errortext-win.h"
 #include "util/windows/libraryfunction-win.h"
 #include "util/windows/scopedhandle-win.h"
 

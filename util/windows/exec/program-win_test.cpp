@@ -17,8 +17,8 @@
 #include "testing/processes/commandtest-win.h"
 #include "testing/scopes/environmentscope.h"
 #include "testing/utf8path.h"
+#include "util/platform/unicodetext-win.h"
 #include "util/windows/exec-win.h"
-#include "util/windows/unicodetext-win.h"
 
 namespace {
 

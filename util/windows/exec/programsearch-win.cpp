@@ -14,10 +14,10 @@
 #include <windows.h>
 
 #include "util/pathfun.h"
+#include "util/platform/unicodetext-win.h"
 #include "util/stringsplit.h"
 #include "util/windows/environment-win.h"
 #include "util/windows/system-paths-win.h"
-#include "util/windows/unicodetext-win.h"
 
 namespace {
 

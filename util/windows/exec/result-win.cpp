@@ -1,9 +1,9 @@
 // What runCommand returns about a child that has ended: its exit code and its output.
 
+#include "util/platform/errortext-win.h"
+#include "util/platform/unicodetext-win.h"
 #include "util/stringformat.h"
-#include "util/windows/errortext-win.h"
 #include "util/windows/exec/run-win.h"
-#include "util/windows/unicodetext-win.h"
 
 Exec::Run::Result Exec::Run::fetchExitCode() {
     DWORD code = 0;

@@ -17,7 +17,7 @@
 #include "testing/eventually.h"
 #include "testing/processes/commandtest-win.h"
 #include "testing/threads/boundedthread.h"
-#include "util/windows/errortext-win.h"
+#include "util/platform/errortext-win.h"
 #include "util/windows/exec-win.h"
 #include "util/windows/system/host-win.h"
 

@@ -15,8 +15,8 @@
 #include "testing/processes/posixworld-win.h"
 #include "testing/scopes/environmentscope.h"
 #include "testing/utf8path.h"
+#include "util/platform/unicodetext-win.h"
 #include "util/windows/exec-win.h"
-#include "util/windows/unicodetext-win.h"
 
 namespace {
 

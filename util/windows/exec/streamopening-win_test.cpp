@@ -15,9 +15,9 @@
 #include "testing/calls/replacedcall-win.h"
 #include "testing/calls/systemmessage-win.h"
 #include "testing/processes/commandtest-win.h"
+#include "util/platform/unicodetext-win.h"
 #include "util/windows/exec-win.h"
 #include "util/windows/system-paths-win.h"
-#include "util/windows/unicodetext-win.h"
 
 namespace {
 

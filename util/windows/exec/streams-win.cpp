@@ -3,7 +3,7 @@
 #include <array>
 #include <cstdint>
 
-#include "util/windows/errortext-win.h"
+#include "util/platform/errortext-win.h"
 #include "util/windows/system-paths-win.h"
 #include "util/windows/system/files-win.h"
 

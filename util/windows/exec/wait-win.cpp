@@ -11,8 +11,8 @@
 #include <string_view>
 
 #include "util/assertion.h"
+#include "util/platform/unicodetext-win.h"
 #include "util/windows/exec/processnames-win.h"
-#include "util/windows/unicodetext-win.h"
 
 namespace {
 

@@ -14,7 +14,7 @@
 #include "testing/calls/systemmessage-win.h"
 #include "testing/counts/processresources-win.h"
 #include "testing/processes/execwait-win.h"
-#include "util/windows/errortext-win.h"
+#include "util/platform/errortext-win.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 // After windows.h.
 #include <aclapi.h>
 
-#include "util/windows/errortext-win.h"
+#include "util/platform/errortext-win.h"
 #include "util/windows/security/trustee-win.h"
 
 namespace {

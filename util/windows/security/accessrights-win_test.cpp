@@ -8,7 +8,7 @@
 
 #include <windows.h>
 
-#include "util/windows/security/accessrights.h"
+#include "util/accessrights.h"
 // After windows.h.
 #include <accctrl.h>
 

@@ -4,10 +4,10 @@
 
 #include <windows.h>
 
+#include "util/platform/errortext-win.h"
+#include "util/platform/unicodetext-win.h"
 #include "util/windows/debugstream-win.h"
-#include "util/windows/errortext-win.h"
 #include "util/windows/security/arrayinitializer-win.h"
-#include "util/windows/unicodetext-win.h"
 
 namespace {
 

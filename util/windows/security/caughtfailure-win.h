@@ -6,7 +6,7 @@
 
 #include <windows.h>
 
-#include "util/windows/errortext-win.h"
+#include "util/platform/errortext-win.h"
 
 /// Runs `steps`, for functions that report failures by their result. Returns false if `steps` threw
 /// a std::exception. Then `*errorText`, unless null, is `prefix` followed by its `what()`, and

@@ -18,9 +18,9 @@
 #include "testing/calls/refusedcall-win.h"
 #include "testing/calls/replacedcall-win.h"
 #include "testing/printed.h"
-#include "util/windows/errortext-win.h"
+#include "util/platform/errortext-win.h"
+#include "util/platform/unicodetext-win.h"
 #include "util/windows/security/securityprinting-win.h"
-#include "util/windows/unicodetext-win.h"
 
 namespace {
 

@@ -13,7 +13,7 @@
 
 #include "testing/calls/refusedcall-win.h"
 #include "testing/counts/securitytest-win.h"
-#include "util/windows/localmemory-win.h"
+#include "util/platform/localmemory-win.h"
 #include "util/windows/security/securitydescriptor-win.h"
 
 namespace {

@@ -13,8 +13,8 @@
 #include "testing/calls/replacedcall-win.h"
 #include "testing/counts/securitytest-win.h"
 #include "testing/scopes/tempfolder.h"
+#include "util/accessrights.h"
 #include "util/windows/scopedhandle-win.h"
-#include "util/windows/security/accessrights.h"
 #include "util/windows/security/securitydescriptor-win.h"
 #include "util/windows/system-paths-win.h"
 

@@ -7,10 +7,10 @@
 #include <aclapi.h>
 #include <sddl.h>
 
-#include "util/windows/errortext-win.h"
-#include "util/windows/security/accessrights.h"
+#include "util/accessrights.h"
+#include "util/platform/errortext-win.h"
+#include "util/platform/unicodetext-win.h"
 #include "util/windows/system-paths-win.h"
-#include "util/windows/unicodetext-win.h"
 
 namespace {
 

@@ -17,7 +17,7 @@
 // After windows.h.
 #include <accctrl.h>
 
-#include "util/windows/localmemory-win.h"
+#include "util/platform/localmemory-win.h"
 #include "util/windows/security/accesscontrol-win.h"
 #include "util/windows/security/argumentguards.h"
 #include "util/windows/security/securityidentifier-win.h"

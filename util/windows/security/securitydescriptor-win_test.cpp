@@ -15,8 +15,8 @@
 #include "testing/calls/refusedcall-win.h"
 #include "testing/calls/replacedcall-win.h"
 #include "testing/counts/securitytest-win.h"
-#include "util/windows/localmemory-win.h"
-#include "util/windows/security/accessrights.h"
+#include "util/accessrights.h"
+#include "util/platform/localmemory-win.h"
 
 namespace {
 

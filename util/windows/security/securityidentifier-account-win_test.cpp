@@ -12,8 +12,8 @@
 
 #include "testing/calls/refusedcall-win.h"
 #include "testing/counts/ownershipcount-win.h"
+#include "util/platform/unicodetext-win.h"
 #include "util/windows/security/securityidentifier-win.h"
-#include "util/windows/unicodetext-win.h"
 
 namespace {
 

@@ -11,9 +11,9 @@
 #define SECURITY_WIN32
 #include <security.h>
 
-#include "util/windows/errortext-win.h"
-#include "util/windows/localmemory-win.h"
-#include "util/windows/unicodetext-win.h"
+#include "util/platform/errortext-win.h"
+#include "util/platform/localmemory-win.h"
+#include "util/platform/unicodetext-win.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 // After windows.h.
 #include <accctrl.h>
 
+#include "util/platform/errortext-win.h"
 #include "util/windows/debugstream-win.h"
-#include "util/windows/errortext-win.h"
 #include "util/windows/security/securitydescriptor-win.h"
 
 namespace {

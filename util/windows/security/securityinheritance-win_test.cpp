@@ -15,7 +15,7 @@
 #include "testing/calls/replacedcall-win.h"
 #include "testing/counts/securitytest-win.h"
 #include "testing/scopes/tempfolder.h"
-#include "util/windows/security/accessrights.h"
+#include "util/accessrights.h"
 #include "util/windows/security/securitydescriptor-win.h"
 
 namespace {

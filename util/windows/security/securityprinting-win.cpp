@@ -7,8 +7,8 @@
 #include <ostream>
 #include <string>
 
-#include "util/windows/security/accessrights.h"
-#include "util/windows/unicodetext-win.h"
+#include "util/accessrights.h"
+#include "util/platform/unicodetext-win.h"
 
 namespace {
 

@@ -20,8 +20,8 @@
 #include "testing/calls/refusedcall-win.h"
 #include "testing/calls/replacedcall-win.h"
 #include "testing/printed.h"
-#include "util/windows/errortext-win.h"
-#include "util/windows/security/accessrights.h"
+#include "util/accessrights.h"
+#include "util/platform/errortext-win.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 
 #include <windows.h>
 
-#include "util/windows/errortext-win.h"
+#include "util/platform/errortext-win.h"
 #include "util/windows/security/accesstoken-win.h"
 #include "util/windows/security/arrayinitializer-win.h"
 

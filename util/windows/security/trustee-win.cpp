@@ -8,7 +8,7 @@
 // After windows.h.
 #include <aclapi.h>
 
-#include "util/windows/unicodetext-win.h"
+#include "util/platform/unicodetext-win.h"
 
 namespace {
 

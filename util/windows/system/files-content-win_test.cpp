@@ -12,10 +12,10 @@
 
 #include "testing/calls/replacedcall-win.h"
 #include "testing/scopes/tempfolder.h"
+#include "util/platform/unicodetext-win.h"
 #include "util/windows/scopedhandle-win.h"
 #include "util/windows/system-paths-win.h"
 #include "util/windows/system/files-win.h"
-#include "util/windows/unicodetext-win.h"
 
 namespace {
 

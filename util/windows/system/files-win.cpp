@@ -2,14 +2,14 @@
 
 #include <algorithm>
 
+#include "util/parentlength.h"
 #include "util/pathfun.h"
+#include "util/platform/unicodetext-win.h"
 #include "util/windows/existingfile-win.h"
 #include "util/windows/scopedhandle-win.h"
 #include "util/windows/system-paths-win.h"
 #include "util/windows/system/directorysearch-win.h"
 #include "util/windows/system/host-win.h"
-#include "util/windows/system/parentlength.h"
-#include "util/windows/unicodetext-win.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 #include <sddl.h>
 
 #include "testing/scopes/tempfolder.h"
-#include "util/windows/errortext-win.h"
+#include "util/platform/errortext-win.h"
 #include "util/windows/security/securitydescriptor-win.h"
 #include "util/windows/system/filesecurity-win.h"
 

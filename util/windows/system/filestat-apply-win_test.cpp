@@ -7,7 +7,7 @@
 #include "testing/calls/fakefile-win.h"
 #include "testing/calls/replacedcall-win.h"
 #include "testing/scopes/tempfolder.h"
-#include "util/windows/filetime-win.h"
+#include "util/platform/filetime-win.h"
 #include "util/windows/system-paths-win.h"
 #include "util/windows/system/filestat-win.h"
 

@@ -4,8 +4,8 @@
 #include <string_view>
 
 #include "util/cruntime.h"
+#include "util/platform/filetime-win.h"
 #include "util/windows/existingfile-win.h"
-#include "util/windows/filetime-win.h"
 #include "util/windows/scopedhandle-win.h"
 #include "util/windows/system-paths-win.h"
 

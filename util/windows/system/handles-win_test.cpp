@@ -14,9 +14,9 @@
 #include "testing/calls/replacedcall-win.h"
 #include "testing/counts/processresources-win.h"
 #include "testing/scopes/tempfolder.h"
+#include "util/platform/unicodetext-win.h"
 #include "util/windows/scopedhandle-win.h"
 #include "util/windows/system-paths-win.h"
-#include "util/windows/unicodetext-win.h"
 
 namespace {
 

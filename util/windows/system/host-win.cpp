@@ -6,9 +6,9 @@
 #include <memory>
 
 #include "util/mutex-pthreads.h"
-#include "util/windows/errortext-win.h"
+#include "util/platform/errortext-win.h"
+#include "util/platform/unicodetext-win.h"
 #include "util/windows/system-paths-win.h"
-#include "util/windows/unicodetext-win.h"
 
 namespace {
 

@@ -18,9 +18,9 @@
 #include "testing/calls/systemmessage-win.h"
 #include "testing/scopes/environmentscope.h"
 #include "testing/scopes/tempfolder.h"
-#include "util/windows/errortext-win.h"
+#include "util/platform/errortext-win.h"
+#include "util/platform/unicodetext-win.h"
 #include "util/windows/system/handles-win.h"
-#include "util/windows/unicodetext-win.h"
 
 namespace {
 

@@ -11,7 +11,7 @@
 
 #include "testing/calls/replacedcall-win.h"
 #include "testing/scopes/tempfolder.h"
-#include "util/windows/errortext-win.h"
+#include "util/platform/errortext-win.h"
 #include "util/windows/system-paths-win.h"
 #include "util/windows/system/files-win.h"
 #include "util/windows/system/trees-win.h"

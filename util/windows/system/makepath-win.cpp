@@ -3,9 +3,9 @@
 #include <stdexcept>
 #include <vector>
 
-#include "util/windows/errortext-win.h"
+#include "util/parentlength.h"
+#include "util/platform/errortext-win.h"
 #include "util/windows/system/files-win.h"
-#include "util/windows/system/parentlength.h"
 #include "util/windows/system/trees-win.h"
 
 namespace {

@@ -7,10 +7,10 @@
 
 #include "testing/calls/replacedcall-win.h"
 #include "testing/scopes/tempfolder.h"
+#include "util/platform/unicodetext-win.h"
 #include "util/windows/system-paths-win.h"
 #include "util/windows/system/files-win.h"
 #include "util/windows/system/trees-win.h"
-#include "util/windows/unicodetext-win.h"
 
 namespace {
 

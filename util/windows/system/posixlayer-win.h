@@ -5,7 +5,7 @@
 #include <winsock2.h>
 #include <windows.h>
 
-#include "util/windows/errorstate-win.h"
+#include "util/platform/errorstate-win.h"
 
 // What portable code expects of POSIX, with Windows handles instead of file descriptors. Unless
 // noted otherwise, a result of -1 is a failure, with the error in GetLastError. Any thread may call

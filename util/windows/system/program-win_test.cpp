@@ -15,9 +15,9 @@
 #include "testing/counts/processresources-win.h"
 #include "testing/processes/childprocess-win.h"
 #include "testing/scopes/tempfolder.h"
+#include "util/platform/unicodetext-win.h"
 #include "util/windows/system-paths-win.h"
 #include "util/windows/system/host-win.h"
-#include "util/windows/unicodetext-win.h"
 
 namespace {
 

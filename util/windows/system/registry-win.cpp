@@ -4,9 +4,9 @@
 #include <array>
 #include <iterator>
 
-#include "util/windows/errortext-win.h"
+#include "util/platform/errortext-win.h"
+#include "util/platform/unicodetext-win.h"
 #include "util/windows/system/host-win.h"
-#include "util/windows/unicodetext-win.h"
 
 namespace {
 

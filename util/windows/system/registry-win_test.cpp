@@ -14,9 +14,9 @@
 #include "testing/calls/systemmessage-win.h"
 #include "testing/counts/processresources-win.h"
 #include "testing/processes/childprocess-win.h"
-#include "util/windows/errortext-win.h"
+#include "util/platform/errortext-win.h"
+#include "util/platform/unicodetext-win.h"
 #include "util/windows/system/host-win.h"
-#include "util/windows/unicodetext-win.h"
 
 namespace {
 

@@ -12,7 +12,7 @@
 #include "testing/calls/replacedcall-win.h"
 #include "testing/calls/systemmessage-win.h"
 #include "testing/treeremoval-win.h"
-#include "util/windows/unicodetext-win.h"
+#include "util/platform/unicodetext-win.h"
 
 namespace {
 

@@ -15,11 +15,11 @@
 #include "testing/eventually.h"
 #include "testing/processes/filechild-win.h"
 #include "testing/scopes/tempfolder.h"
+#include "util/platform/unicodetext-win.h"
 #include "util/windows/system-paths-win.h"
 #include "util/windows/system/files-win.h"
 #include "util/windows/system/handles-win.h"
 #include "util/windows/system/trees-win.h"
-#include "util/windows/unicodetext-win.h"
 
 namespace {
 

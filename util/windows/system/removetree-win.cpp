@@ -6,14 +6,14 @@
 #include <vector>
 
 #include "util/pathfun.h"
-#include "util/windows/errortext-win.h"
+#include "util/platform/errortext-win.h"
+#include "util/platform/unicodetext-win.h"
 #include "util/windows/existingfile-win.h"
 #include "util/windows/scopedhandle-win.h"
 #include "util/windows/system-paths-win.h"
 #include "util/windows/system/directorysearch-win.h"
 #include "util/windows/system/handles-win.h"
 #include "util/windows/system/trees-win.h"
-#include "util/windows/unicodetext-win.h"
 
 namespace {
 

@@ -14,10 +14,10 @@
 #include "testing/scopes/directorylink-win.h"
 #include "testing/scopes/tempfolder.h"
 #include "testing/treeremoval-win.h"
+#include "util/platform/unicodetext-win.h"
 #include "util/windows/system-paths-win.h"
 #include "util/windows/system/files-win.h"
 #include "util/windows/system/trees-win.h"
-#include "util/windows/unicodetext-win.h"
 
 namespace {
 

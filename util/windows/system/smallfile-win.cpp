@@ -11,7 +11,7 @@
 
 #include "util/escapedoutput.h"
 #include "util/filetime.h"
-#include "util/windows/errortext-win.h"
+#include "util/platform/errortext-win.h"
 #include "util/windows/scopedhandle-win.h"
 #include "util/windows/security/openfile-win.h"
 #include "util/windows/system/files-win.h"

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "util/pathfun.h"
-#include "util/windows/errortext-win.h"
+#include "util/platform/errortext-win.h"
 #include "util/windows/existingfile-win.h"
 #include "util/windows/scopedhandle-win.h"
 #include "util/windows/system-paths-win.h"

@@ -11,9 +11,9 @@
 #include "testing/calls/fakevolume-win.h"
 #include "testing/calls/replacedcall-win.h"
 #include "testing/calls/systemmessage-win.h"
+#include "util/platform/unicodetext-win.h"
 #include "util/windows/system-paths-win.h"
 #include "util/windows/system/volumes-win.h"
-#include "util/windows/unicodetext-win.h"
 
 namespace {
 

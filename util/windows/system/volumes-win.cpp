@@ -9,12 +9,12 @@
 #include <windows.h>
 
 #include "util/pathfun.h"
+#include "util/platform/errortext-win.h"
+#include "util/platform/unicodetext-win.h"
 #include "util/processlocale.h"
 #include "util/stringformat.h"
 #include "util/valueconversion.h"
-#include "util/windows/errortext-win.h"
 #include "util/windows/system-paths-win.h"
-#include "util/windows/unicodetext-win.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "util/windows/localmemory-win.h"
+#include "util/platform/localmemory-win.h"
 
 #include <vector>
 

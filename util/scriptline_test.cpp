@@ -1,4 +1,4 @@
-#include "util/windows/exec/scriptline.h"
+#include "util/scriptline.h"
 
 #include <algorithm>
 #include <optional>

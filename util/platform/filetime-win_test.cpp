@@ -1,4 +1,4 @@
-#include "util/windows/filetime-win.h"
+#include "util/platform/filetime-win.h"
 
 #include <gtest/gtest.h>
 

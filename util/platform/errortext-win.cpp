@@ -1,4 +1,4 @@
-#include "util/windows/errortext-win.h"
+#include "util/platform/errortext-win.h"
 
 #include <array>
 #include <optional>
@@ -7,10 +7,10 @@
 
 #include <windows.h>
 
+#include "util/platform/localmemory-win.h"
+#include "util/platform/unicodetext-win.h"
 #include "util/stringformat.h"
 #include "util/threadkey-pthreads.h"
-#include "util/windows/localmemory-win.h"
-#include "util/windows/unicodetext-win.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 #include "testing/calls/replacedcall-win.h"
 #include "testing/calls/socketerror-win.h"
 #include "testing/calls/systemmessage-win.h"
-#include "util/windows/errortext-win.h"
+#include "util/platform/errortext-win.h"
 
 namespace {
 

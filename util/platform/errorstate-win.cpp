@@ -1,4 +1,4 @@
-#include "util/windows/errorstate-win.h"
+#include "util/platform/errorstate-win.h"
 
 #include <winsock2.h>
 #include <windows.h>

@@ -1,4 +1,4 @@
-#include "util/windows/security/accessrights.h"
+#include "util/accessrights.h"
 
 #include <array>
 #include <iomanip>

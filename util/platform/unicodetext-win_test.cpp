@@ -1,4 +1,4 @@
-#include "util/windows/unicodetext-win.h"
+#include "util/platform/unicodetext-win.h"
 
 #include <climits>
 #include <vector>

@@ -1,4 +1,4 @@
-#include "util/windows/posix/cygwinchildinfo.h"
+#include "util/cygwinchildinfo.h"
 
 #include <algorithm>
 #include <iterator>

@@ -19,7 +19,7 @@
 #include <string>
 
 #include "util/errortext.h"
-#include "util/windows/errorstate-win.h"
+#include "util/platform/errorstate-win.h"
 
 /// A failed Windows call; `what()` is its win32ErrorText. Catch it by reference to test the number.
 class Win32Exception : public std::runtime_error {

@@ -1,4 +1,4 @@
-#include "util/windows/errortext-win.h"
+#include "util/platform/errortext-win.h"
 
 #include <sstream>
 #include <stdexcept>

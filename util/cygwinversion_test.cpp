@@ -1,4 +1,4 @@
-#include "util/windows/posix/cygwinversion.h"
+#include "util/cygwinversion.h"
 
 #include <optional>
 #include <string>
