@@ -13,6 +13,8 @@
 /// and are never closed. The default arguments of the constructor name the place where the object
 /// is created. The debugger gets that place if the handle can't be closed; both texts must outlive
 /// the object. Only one thread at a time may use an object.
+///
+/// A moved handle takes its place along, and leaves -1 behind.
 class [[nodiscard]] ScopedHandle {
 public:
     explicit ScopedHandle(HANDLE handle = nullptr, const char* file = __builtin_FILE(),
@@ -20,8 +22,21 @@ public:
                           const char* function = __builtin_FUNCTION()) noexcept
         : mHandle(handle), mFile(file), mLine(line), mFunction(function) {}
     ~ScopedHandle() { release(); }
-    ScopedHandle(const ScopedHandle&) = delete;
-    ScopedHandle& operator=(const ScopedHandle&) = delete;
+    ScopedHandle(ScopedHandle&& other) noexcept
+        : mHandle(other.detach()),
+          mFile(other.mFile),
+          mLine(other.mLine),
+          mFunction(other.mFunction) {}
+    /// Closes the handle that the object had, as `release` does.
+    ScopedHandle& operator=(ScopedHandle&& other) noexcept {
+        // A move to itself closes nothing.
+        ScopedHandle moved(std::move(other));
+        std::swap(mHandle, moved.mHandle);
+        std::swap(mFile, moved.mFile);
+        std::swap(mLine, moved.mLine);
+        std::swap(mFunction, moved.mFunction);
+        return *this;
+    }
 
     [[nodiscard]] HANDLE get() const { return mHandle; }
     /// Returns whether there is a handle to close: neither null nor -1.

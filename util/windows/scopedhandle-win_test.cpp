@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -170,10 +171,54 @@ TEST(ScopedHandleTest, AfterADetachAnotherHandleCanBeReceived) {
     const ClosedHandles calls(closeAll);
     {
         ScopedHandle handle(gSomeHandle);
-        handle.detach();
+        static_cast<void>(handle.detach());  // the test's own number
         *handle.receive() = reinterpret_cast<HANDLE>(0x5678);
     }
     EXPECT_EQ(gClosed, std::vector<HANDLE>{reinterpret_cast<HANDLE>(0x5678)});
+}
+
+TEST(ScopedHandleTest, AMovedHandleIsClosedOnceByItsNewOwner) {
+    const ClosedHandles calls(closeAll);
+    {
+        ScopedHandle first(gSomeHandle);
+        {
+            const ScopedHandle second(std::move(first));
+            EXPECT_EQ(second.get(), gSomeHandle);
+            EXPECT_EQ(first.get(), INVALID_HANDLE_VALUE);
+        }
+        EXPECT_EQ(gClosed, std::vector<HANDLE>{gSomeHandle});
+    }
+    EXPECT_EQ(gClosed.size(), 1U);
+}
+
+TEST(ScopedHandleTest, AnAssignedHandleClosesTheOneBefore) {
+    const ClosedHandles calls(closeAll);
+    ScopedHandle handle(gSomeHandle);
+    ScopedHandle other(reinterpret_cast<HANDLE>(0x5678));
+    handle = std::move(other);
+    EXPECT_EQ(gClosed, std::vector<HANDLE>{gSomeHandle});
+    EXPECT_EQ(handle.detach(), reinterpret_cast<HANDLE>(0x5678));
+    EXPECT_FALSE(other.isOpen());
+}
+
+TEST(ScopedHandleTest, AHandleThatIsMovedToItselfStaysOpen) {
+    const ClosedHandles calls(closeAll);
+    ScopedHandle handle(gSomeHandle);
+    ScopedHandle& same = handle;
+    handle = std::move(same);
+    EXPECT_EQ(handle.get(), gSomeHandle);
+    EXPECT_TRUE(gClosed.empty());
+}
+
+TEST(ScopedHandleTest, AMovedHandleKeepsThePlaceWhereItWasMade) {
+    const ClosedHandles calls(closeNone);
+    const DebugOutput output;
+    ScopedHandle moved;
+    moved = ScopedHandle(gSomeHandle, "util/place.cpp", 17, "openPlace");
+    ScopedHandle again(std::move(moved));
+    again.release();
+    ASSERT_EQ(output.texts().size(), 1U);
+    EXPECT_EQ(output.texts()[0].substr(0, 29), "openPlace@util/place.cpp:17: ");
 }
 
 TEST(ScopedHandleTest, ItStartsWithoutAHandle) { EXPECT_EQ(ScopedHandle().get(), nullptr); }

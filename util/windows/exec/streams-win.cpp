@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "util/platform/errortext-win.h"
+#include "util/windows/scopedhandle-win.h"
 #include "util/windows/system-paths-win.h"
 #include "util/windows/system/files-win.h"
 
@@ -53,14 +54,15 @@ struct FileOpening {
 
 /// Opens a file for the child. Waits for a file that another process holds, such as the previous
 /// step of a build.
-HANDLE openInheritable(ChildStreams& streams, const std::string& path, const FileOpening& how) {
+ScopedHandle openInheritable(ChildStreams& streams, const std::string& path,
+                             const FileOpening& how) {
     constexpr int attempts = 600;
     constexpr DWORD pause = 100;
     const std::wstring name = System::unicodePath(path);
     for (int attempt = 1;; ++attempt) {
-        const HANDLE file = CreateFileW(name.c_str(), how.access, how.share, &streams.mInherit,
-                                        how.disposition, how.flags, /*hTemplateFile=*/nullptr);
-        if (file != noHandle || GetLastError() != ERROR_SHARING_VIOLATION || attempt == attempts) {
+        ScopedHandle file(CreateFileW(name.c_str(), how.access, how.share, &streams.mInherit,
+                                      how.disposition, how.flags, /*hTemplateFile=*/nullptr));
+        if (file.isOpen() || GetLastError() != ERROR_SHARING_VIOLATION || attempt == attempts) {
             return file;
         }
         Sleep(pause);
@@ -70,26 +72,28 @@ HANDLE openInheritable(ChildStreams& streams, const std::string& path, const Fil
 bool openInput(ChildStreams& streams, const std::string& file, std::string& message) {
     HANDLE& input = streams.mStartup.hStdInput;
     if (!file.empty()) {
-        input = openInheritable(streams, file, {GENERIC_READ, shareReadWrite, OPEN_EXISTING, 0});
+        input = openInheritable(streams, file, {GENERIC_READ, shareReadWrite, OPEN_EXISTING, 0})
+                    .detach();
         if (input == noHandle) {
             message = withLastError("Exec::runCommand couldn't open file for standard input: ");
         }
         return input != noHandle;
     }
-    HANDLE readEnd = noHandle;
-    HANDLE writeEnd = noHandle;
-    if (!CreatePipe(&readEnd, &writeEnd, &streams.mInherit, /*nSize=*/0)) {
+    ScopedHandle readEnd;
+    ScopedHandle writeEnd;
+    if (!CreatePipe(readEnd.receive(), writeEnd.receive(), &streams.mInherit, /*nSize=*/0)) {
         message = withLastError("Exec::runCommand couldn't create pipe for standard input: ");
         return false;
     }
-    input = readEnd;
-    if (!CloseHandle(writeEnd)) {
+    input = readEnd.detach();
+    if (!CloseHandle(writeEnd.detach())) {
         message = withLastError("Exec::runCommand couldn't close handle for standard input: ");
         return false;
     }
     return true;
 }
 
+/// Returns the file of a capture, which `streams` holds.
 HANDLE openCapture(ChildStreams& streams, StreamMode mode) {
     const bool isOutput = mode == streamOutput;
     std::string& name = isOutput ? streams.mOutputTemp : streams.mErrorTemp;
@@ -102,19 +106,21 @@ HANDLE openCapture(ChildStreams& streams, StreamMode mode) {
         return noHandle;
     }
     file = openInheritable(streams, name,
-                           {readWrite, /*share=*/0, CREATE_ALWAYS, FILE_ATTRIBUTE_TEMPORARY});
+                           {readWrite, /*share=*/0, CREATE_ALWAYS, FILE_ATTRIBUTE_TEMPORARY})
+               .detach();
     return file;
 }
 
-HANDLE openNamed(ChildStreams& streams, StreamMode mode, const std::string& path) {
+ScopedHandle openNamed(ChildStreams& streams, StreamMode mode, const std::string& path) {
     const DWORD disposition = mode == streamFile ? CREATE_ALWAYS : OPEN_ALWAYS;
-    const HANDLE file = openInheritable(streams, path, {readWrite, shareReadWrite, disposition, 0});
-    if (file != noHandle && mode == streamAppend) {
-        SetFilePointerEx(file, LARGE_INTEGER{}, /*lpNewFilePointer=*/nullptr, FILE_END);
+    ScopedHandle file = openInheritable(streams, path, {readWrite, shareReadWrite, disposition, 0});
+    if (file.isOpen() && mode == streamAppend) {
+        SetFilePointerEx(file.get(), LARGE_INTEGER{}, /*lpNewFilePointer=*/nullptr, FILE_END);
     }
     return file;
 }
 
+/// Returns a stream of the caller, or one that becomes `streams`' own.
 HANDLE openByMode(ChildStreams& streams, StreamMode mode, bool capture, const std::string& path) {
     switch (mode) {
         case streamOutput:
@@ -125,7 +131,7 @@ HANDLE openByMode(ChildStreams& streams, StreamMode mode, bool capture, const st
             return GetStdHandle(mode == streamOutput ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE);
         case streamFile:
         case streamAppend:
-            return openNamed(streams, mode, path);
+            return openNamed(streams, mode, path).detach();
         default:
             SetLastError(ERROR_INVALID_PARAMETER);
             return noHandle;

@@ -10,7 +10,8 @@
 
 /// The records that start a child, with its standard handles and the files that capture its output.
 /// The destructor closes the handles, except the caller's own streams, and removes the files; it
-/// doesn't touch the child.
+/// doesn't touch the child. The handles are plain ones: a start needs them in these records, and
+/// some of them are the caller's own.
 struct ChildStreams {
     ChildStreams();
     ~ChildStreams();

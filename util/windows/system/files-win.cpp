@@ -45,7 +45,7 @@ int removeDirectoryOnce(const std::wstring& name) {
 }
 
 bool opens(const std::wstring& name, DWORD access) {
-    return ScopedHandle(openExisting(name, access, FILE_ATTRIBUTE_NORMAL)).isOpen();
+    return openExisting(name, access, FILE_ATTRIBUTE_NORMAL).isOpen();
 }
 
 bool canListWide(const std::wstring& name) {

@@ -14,7 +14,7 @@ namespace {
 uint64_t joined(DWORD high, DWORD low) { return static_cast<uint64_t>(high) << 32 | low; }
 
 /// Opens directories as well.
-HANDLE openAnything(const std::string& path, DWORD access) {
+ScopedHandle openAnything(const std::string& path, DWORD access) {
     return openExisting(System::unicodePath(path), access, FILE_FLAG_BACKUP_SEMANTICS);
 }
 
@@ -87,7 +87,7 @@ FileStat::FileStat(const WIN32_FIND_DATAA& entry) : links(1) { takeCommonFacts(e
 
 // Compatibility: callers pass a second argument, which has no effect.
 bool FileStat::read(const std::string& path, int /*unused*/) {
-    const ScopedHandle file(openAnything(path, /*access=*/0));
+    const ScopedHandle file = openAnything(path, /*access=*/0);
     if (!file.isOpen()) {
         return false;
     }
@@ -104,7 +104,7 @@ bool FileStat::read(const std::string& path, int /*unused*/) {
 }
 
 bool FileStat::applyTimes(const std::string& path) {
-    const ScopedHandle file(openAnything(path, FILE_WRITE_ATTRIBUTES));
+    const ScopedHandle file = openAnything(path, FILE_WRITE_ATTRIBUTES);
     if (!file.isOpen()) {
         return false;
     }

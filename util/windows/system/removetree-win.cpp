@@ -197,7 +197,7 @@ void waitUntilGone(const std::string& path, std::string& message) {
     constexpr DWORD lastDelay = 1280;
     const std::wstring name = System::unicodePath(path);
     for (DWORD delay = firstDelay; delay <= lastDelay; delay *= 2) {
-        const ScopedHandle directory(openExisting(name, /*access=*/0, FILE_FLAG_BACKUP_SEMANTICS));
+        const ScopedHandle directory = openExisting(name, /*access=*/0, FILE_FLAG_BACKUP_SEMANTICS);
         // A directory that can be opened is a new one, made by somebody else.
         if (directory.isOpen() || GetLastError() != ERROR_ACCESS_DENIED) {
             return;

@@ -22,14 +22,15 @@ struct ViewCloser {
 using FileView = std::unique_ptr<const char, ViewCloser>;
 
 /// Creates a file that everybody may use, or empties an existing one.
-HANDLE createOpenToAll(const std::wstring& name) {
+ScopedHandle createOpenToAll(const std::wstring& name) {
     SECURITY_DESCRIPTOR descriptor;
     InitializeSecurityDescriptor(&descriptor, SECURITY_DESCRIPTOR_REVISION);
     SetSecurityDescriptorDacl(&descriptor, /*bDaclPresent=*/TRUE, /*pDacl=*/nullptr,
                               /*bDaclDefaulted=*/FALSE);
     SECURITY_ATTRIBUTES attributes = {sizeof attributes, &descriptor, /*bInheritHandle=*/FALSE};
-    return CreateFileW(name.c_str(), GENERIC_WRITE, shareAll, &attributes, CREATE_ALWAYS,
-                       FILE_ATTRIBUTE_NORMAL, /*hTemplateFile=*/nullptr);
+    return ScopedHandle(CreateFileW(name.c_str(), GENERIC_WRITE, shareAll, &attributes,
+                                    CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL,
+                                    /*hTemplateFile=*/nullptr));
 }
 
 bool writeAll(HANDLE file, const char* data, uint64_t size) {
@@ -81,7 +82,8 @@ bool copyContent(HANDLE source, HANDLE destination, uint64_t size, std::string& 
 }  // namespace
 
 bool System::copy(const std::string& source, const std::string& destination, std::string& message) {
-    const ScopedHandle from(openExisting(unicodePath(source), GENERIC_READ, FILE_ATTRIBUTE_NORMAL));
+    const ScopedHandle from =
+        openExisting(unicodePath(source), GENERIC_READ, FILE_ATTRIBUTE_NORMAL);
     if (!from.isOpen()) {
         return copyFailed(message, "unable to open source file");
     }
@@ -89,7 +91,7 @@ bool System::copy(const std::string& source, const std::string& destination, std
     if (!GetFileSizeEx(from.get(), &size)) {
         return copyFailed(message, "unable to get source file size");
     }
-    const ScopedHandle to(createOpenToAll(unicodePath(destination)));
+    const ScopedHandle to = createOpenToAll(unicodePath(destination));
     if (!to.isOpen()) {
         return copyFailed(message, "unable to open destination file");
     }
