@@ -12,6 +12,7 @@
 #include "testing/scopes/environmentscope.h"
 #include "testing/scopes/tempfolder.h"
 #include "util/pathfun.h"
+#include "util/windows/libraryfunction-win.h"
 
 namespace {
 
@@ -25,8 +26,7 @@ public:
         if (mLibrary == nullptr) {
             throw std::runtime_error("nbclearcase_fake.dll is missing");
         }
-        const auto make = reinterpret_cast<ClearCaseImplCtorFunction*>(
-            reinterpret_cast<void*>(GetProcAddress(mLibrary, CLEARCASE_IMPL_CTOR)));
+        const auto make = findFunction<ClearCaseImplCtorFunction>(mLibrary, CLEARCASE_IMPL_CTOR);
         mConnection.reset(make(nullptr));
     }
     ~ShippedConnection() {

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "testing/calls/replacedcall-win.h"
+#include "util/windows/libraryfunction-win.h"
 
 namespace testing_support {
 
@@ -51,9 +52,7 @@ private:
     /// Returns the C runtime's own function, because replacing the calls allocates as well.
     template <class Signature>
     static Signature* runtimeCall(const char* function) {
-        const HMODULE runtime = GetModuleHandleW(L"msvcrt.dll");
-        return reinterpret_cast<Signature*>(
-            reinterpret_cast<void*>(GetProcAddress(runtime, function)));
+        return findFunction<Signature>(GetModuleHandleW(L"msvcrt.dll"), function);
     }
 
     static inline Malloc* const sMalloc = runtimeCall<Malloc>("malloc");

@@ -7,6 +7,8 @@
 #include <windows.h>
 #include <winternl.h>
 
+#include "util/windows/libraryfunction-win.h"
+
 namespace testing_support {
 namespace {
 
@@ -29,9 +31,8 @@ constexpr auto SYSTEM_HANDLES = static_cast<SYSTEM_INFORMATION_CLASS>(16);
 constexpr NTSTATUS TOO_SMALL = static_cast<NTSTATUS>(0xC0000004);
 
 size_t rowsOfThisProcess() {
-    const auto query =
-        reinterpret_cast<decltype(&NtQuerySystemInformation)>(reinterpret_cast<void*>(
-            GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "NtQuerySystemInformation")));
+    const auto query = findFunction<decltype(NtQuerySystemInformation)>(
+        GetModuleHandleW(L"ntdll.dll"), "NtQuerySystemInformation");
     std::vector<std::byte> buffer(1 << 16);
     NTSTATUS status = 0;
     while ((status = query(SYSTEM_HANDLES, buffer.data(), static_cast<ULONG>(buffer.size()),

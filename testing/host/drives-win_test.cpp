@@ -10,6 +10,7 @@
 #include "testing/processes/childprocess-win.h"
 #include "testing/providers/registeredprovider-win.h"
 #include "testing/scopes/tempfolder.h"
+#include "testing/underwine-win.h"
 
 namespace {
 
@@ -167,7 +168,7 @@ TEST(FailingNetworkTest, AfterAFailureOnTheWayTheViewDrivesStayAndTheMvfsDriveDo
 }
 
 TEST(FailingSocketsTest, SocketsThatDoNotStartFailTheLoad) {
-    if (GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") == nullptr) {
+    if (!isUnderWine()) {
         GTEST_SKIP() << "Windows takes no ws2_32.dll from beside a program; Wine is told to";
     }
     const ChildResult result = loadIn("failingsockets");

@@ -7,6 +7,7 @@
 #include <windows.h>
 
 #include "clearcase/clearcaseconnection.h"
+#include "util/windows/libraryfunction-win.h"
 
 int main(int argc, char* argv[]) {
     const HMODULE library = LoadLibraryA(argc > 1 ? argv[1] : "");
@@ -15,8 +16,7 @@ int main(int argc, char* argv[]) {
         return 1;
     }
     std::cout << "loaded\n";
-    const auto make = reinterpret_cast<ClearCaseImplCtorFunction*>(
-        reinterpret_cast<void*>(GetProcAddress(library, CLEARCASE_IMPL_CTOR)));
+    const auto make = findFunction<ClearCaseImplCtorFunction>(library, CLEARCASE_IMPL_CTOR);
     const std::unique_ptr<ClearCaseConnection> connection(make(nullptr));
     std::map<std::string, std::string> drives;
     std::cout << "MVFS drive '" << connection->getMvfsDrives(drives) << "'\n";

@@ -7,6 +7,7 @@
 
 #include "clearcase/clearcaseconnection.h"
 #include "testing/processes/childprocess-win.h"
+#include "util/windows/libraryfunction-win.h"
 
 namespace testing_support {
 
@@ -18,8 +19,7 @@ public:
         if (mLibrary == nullptr) {
             throw std::runtime_error("the library can't be loaded");
         }
-        mMake = reinterpret_cast<ClearCaseImplCtorFunction*>(
-            reinterpret_cast<void*>(GetProcAddress(mLibrary, CLEARCASE_IMPL_CTOR)));
+        mMake = findFunction<ClearCaseImplCtorFunction>(mLibrary, CLEARCASE_IMPL_CTOR);
         if (mMake == nullptr) {
             FreeLibrary(mLibrary);
             throw std::runtime_error(std::string("the library doesn't export ") +

@@ -7,6 +7,7 @@
 #include <windows.h>
 
 #include "testing/processes/childprocess-win.h"
+#include "util/windows/libraryfunction-win.h"
 
 namespace testing_support {
 namespace {
@@ -22,8 +23,7 @@ HMODULE library() {
 
 template <class Function>
 Function* find(const char* name) {
-    auto* found =
-        reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(library(), name)));
+    auto* found = findFunction<Function>(library(), name);
     if (found == nullptr) {
         throw std::runtime_error(std::string("posixprovider.dll doesn't export ").append(name));
     }

@@ -11,6 +11,7 @@
 #include <winioctl.h>
 
 #include "testing/eventually.h"
+#include "testing/underwine-win.h"
 
 namespace testing_support {
 namespace {
@@ -63,10 +64,6 @@ void makeJunction(const fs::path& link, const fs::path& target) {
         CloseHandle);
     DeviceIoControl(directory.get(), FSCTL_SET_REPARSE_POINT, data.data(),
                     static_cast<DWORD>(data.size()), nullptr, 0, &returned, nullptr);
-}
-
-bool isUnderWine() {
-    return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
 }
 
 /// Starts a program of Wine's host system. Wine returns no handles of such a process.

@@ -7,6 +7,7 @@
 #include "testing/benchmark/comparison.h"
 #include "testing/providers/posixprovider/posixprovider.h"
 #include "util/windows/cygwinconnector.h"
+#include "util/windows/libraryfunction-win.h"
 
 namespace {
 
@@ -29,7 +30,7 @@ public:
 private:
     template <class Function>
     Function* call(const char* name) const {
-        return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(mLibrary, name)));
+        return findFunction<Function>(mLibrary, name);
     }
 
     HMODULE mLibrary;

@@ -11,6 +11,7 @@
 #include "testing/providers/registeredprovider-win.h"
 #include "testing/scopes/environmentscope.h"
 #include "testing/scopes/tempfolder.h"
+#include "util/windows/libraryfunction-win.h"
 
 extern "C" {
 #include <npapi.h>
@@ -77,8 +78,7 @@ protected:
 private:
     template <class Signature>
     Signature* function(const char* name) {
-        return reinterpret_cast<Signature*>(
-            reinterpret_cast<void*>(GetProcAddress(mLibrary, name)));
+        return findFunction<Signature>(mLibrary, name);
     }
 
     HMODULE mLibrary;

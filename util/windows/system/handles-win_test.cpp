@@ -15,6 +15,7 @@
 #include "testing/counts/processresources-win.h"
 #include "testing/scopes/tempfolder.h"
 #include "util/platform/unicodetext-win.h"
+#include "util/windows/libraryfunction-win.h"
 #include "util/windows/scopedhandle-win.h"
 #include "util/windows/system-paths-win.h"
 
@@ -23,7 +24,7 @@ namespace {
 using namespace testing_support;
 
 void* nativeFunction(const char* name) {
-    return reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), name));
+    return reinterpret_cast<void*>(findFunction<void()>(GetModuleHandleW(L"ntdll.dll"), name));
 }
 
 void expectFunctions(const HandleInspector& inspector) {
