@@ -5,7 +5,9 @@
 #include <windows.h>
 
 #include "tools/ccquery/absolutepath-win.h"
-#include "tools/ccquery/windowstext-win.h"
+#include "tools/ccquery/systemerror-win.h"
+#include "util/platform/unicodetext-win.h"
+#include "util/windows/libraryfunction-win.h"
 
 namespace ccquery {
 namespace {
@@ -24,8 +26,7 @@ HMODULE load(const std::string& file) {
 }  // namespace
 
 std::unique_ptr<ClearCaseConnection> connect(const std::string& file) {
-    const auto make = reinterpret_cast<ClearCaseImplCtorFunction*>(
-        reinterpret_cast<void*>(GetProcAddress(load(file), CLEARCASE_IMPL_CTOR)));
+    const auto make = findFunction<ClearCaseImplCtorFunction>(load(file), CLEARCASE_IMPL_CTOR);
     if (make == nullptr) {
         throw std::runtime_error("'" + file + "' is no connection library: it doesn't export " +
                                  CLEARCASE_IMPL_CTOR + "; name another by --library FILE");

@@ -19,7 +19,7 @@
 #include "tools/ccquery/ask.h"
 #include "tools/ccquery/commandline.h"
 #include "tools/ccquery/connectionlibrary-win.h"
-#include "tools/ccquery/windowstext-win.h"
+#include "util/platform/unicodetext-win.h"
 
 namespace {
 

@@ -1,0 +1,19 @@
+#include "tools/ccquery/systemerror-win.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using ccquery::systemErrorText;
+
+TEST(SystemErrorTextTest, AnErrorHasItsWordsAndItsNumberOnOneLine) {
+    const std::string text = systemErrorText(2);
+    EXPECT_TRUE(text.ends_with(" (error 2)")) << text;
+    EXPECT_EQ(text.find_first_of("\r\n"), std::string::npos) << text;
+}
+
+TEST(SystemErrorTextTest, AnErrorWithoutWordsIsItsNumber) {
+    EXPECT_EQ(systemErrorText(0x20000001), "error 536870913");
+}
+
+}  // namespace
