@@ -216,8 +216,7 @@ bool isTidyKey(std::string_view key) {
 /// Returns the normal form of `rest` below a key, with backslashes. `rest` is the end of a path in
 /// normal form, and begins with a name.
 std::string normalFormBelow(std::string_view root, std::string_view rest) {
-    const bool joinsTidy =
-        isTidyKey(root) && !rest.empty() && rest.back() != ':' && !beginsWithDrive(rest);
+    const bool joinsTidy = isTidyKey(root) && !rest.empty() && !beginsWithDrive(rest);
     if (!joinsTidy) {
         PathBuffer buffer;
         return std::string(normalFormIn(buffer, joinPath(root, rest, '/'), '\\'));

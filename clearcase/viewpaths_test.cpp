@@ -76,6 +76,8 @@ TEST_F(CanonicalizeViewPathTest, APathOnTheMvfsDriveMovesToTheViewDriveOfItsTag)
 
 TEST_F(CanonicalizeViewPathTest, AMovedPathIsTidyWhereTheTagIsNot) {
     EXPECT_EQ(canonical("X:\\vob\\a.c", {"M:tag1\\vob"}), "M:\\tag1\\vob\\a.c");
+    mViewDrives["Y:"] = "t";
+    EXPECT_EQ(canonical("Y:\\vob\\a.c", {"M:t\\vob"}), "M:\\t\\vob\\a.c");
 }
 
 TEST_F(CanonicalizeViewPathTest, AMovedPathThatEndsInAColonGetsABackslash) {

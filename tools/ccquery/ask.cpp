@@ -49,9 +49,8 @@ void askVobs(ClearCaseConnection& connection, const Query& query, Report& report
     connection.probeVobs(query.root, vobs);
     for (const VobRecord& vob : vobs) {
         const auto name = vobStateName(vob.state);
-        report.records.push_back({{"tag", vob.tag},
-                                  {"state", static_cast<int>(vob.state)},
-                                  {"stateName", orNull(name)}});
+        const int state = vob.state;
+        report.records.push_back({{"tag", vob.tag}, {"state", state}, {"stateName", orNull(name)}});
         report.rows.push_back({vob.tag, nameAndNumber(name, vob.state)});
     }
 }
