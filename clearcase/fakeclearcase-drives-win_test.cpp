@@ -73,7 +73,7 @@ TEST(FakeClearCaseDrivesTest, APathThatCannotBeMovedIsToldOnStandardErrorAlone) 
     FakeClearCase connection(nullptr);
     connection.clearMessages();
     testing::internal::CaptureStderr();
-    connection.canonicalizeViewPath("//srv/sh", "x", {"V:\\vob"});
+    static_cast<void>(connection.canonicalizeViewPath("//srv/sh", "x", {"V:\\vob"}));
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "Couldn't make //srv/sh/x relative to //srv\\sh!\n");
     EXPECT_EQ(connection.getError(), "");

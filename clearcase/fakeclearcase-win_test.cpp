@@ -241,7 +241,7 @@ TEST_F(FakeClearCaseTest, APathOf32000CharactersIsAnswered) {
 
 TEST_F(FakeClearCaseDeathTest, ARelativePathStopsTheProcess) {
     FakeClearCase connection(nullptr);
-    EXPECT_DEATH(connection.getElementStatus("a\\b", nullptr, nullptr),
+    EXPECT_DEATH(static_cast<void>(connection.getElementStatus("a\\b", nullptr, nullptr)),
                  "assertion failed at util/pathfun\\.cpp.*: absolute");
 }
 

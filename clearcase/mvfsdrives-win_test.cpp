@@ -166,7 +166,7 @@ TEST_F(LookupMvfsDrivesTest, TheTagIsWhatFollowsTheSeventhCharacterWhateverStand
 
 uint32_t errorOf(std::map<std::string, std::string>& drives, const char* call) {
     try {
-        lookupMvfsDrives(drives);
+        static_cast<void>(lookupMvfsDrives(drives));
     } catch (const Win32Exception& e) {
         EXPECT_EQ(std::string(e.what()).rfind(std::string(call) + ": ", 0), 0U) << e.what();
         return e.mError;

@@ -266,8 +266,8 @@ TEST_F(DisagreementTest, TheLockIsHeldToTheEndAndAnExceptionLeavesItFree) {
     Refusal refusal(mLock);
     std::ostream errors(&refusal);
     errors.exceptions(std::ios::badbit);
-    EXPECT_THROW(canonicalizeViewPath({mMvfsRoot, mViewDrives}, mCache, mLock, "//srv/sh", "x",
-                                      {"X:\\v"}, errors),
+    EXPECT_THROW(static_cast<void>(canonicalizeViewPath({mMvfsRoot, mViewDrives}, mCache, mLock,
+                                                        "//srv/sh", "x", {"X:\\v"}, errors)),
                  std::runtime_error);
     EXPECT_TRUE(refusal.lockWasHeld());
     EXPECT_TRUE(mLock.tryLock());

@@ -15,8 +15,9 @@ VobState probe(const std::string& folder) {
     if (GetTempFileNameA(folder.c_str(), "rofscheck", /*uUnique=*/0, name.data()) == 0) {
         return GetLastError() == ERROR_WRITE_PROTECT ? vobReadOnly : vobNotDetermined;
     }
-    // The null characters after the name don't matter: Windows stops at the first.
-    System::remove(name, /*force=*/false);
+    // The null characters after the name don't matter: Windows stops at the first. A file that
+    // can't be removed stays: the folder is writable all the same.
+    static_cast<void>(System::remove(name, /*force=*/false));
     return vobWritable;
 }
 

@@ -11,7 +11,7 @@ using namespace ObjectType;
 using namespace ObjectKind;
 
 constexpr uint32_t none = 0;
-constexpr uint32_t anyFile = plainFile | directory | pipe;
+constexpr uint32_t anyFile = plainFile | directory | ObjectKind::pipe;
 
 // Compatibility: the order decides which names are printed for a mask, even where the masks
 // themselves are out of order.
@@ -65,7 +65,7 @@ constexpr auto rights = std::to_array<AccessRight>({
     {0x1, "WINSTA_ENUMDESKTOPS", windowObject, windowStation},
     {0x1, "DESKTOP_READOBJECTS", windowObject, desktop},
     {0x1, "FILE_LIST_DIRECTORY", file, directory},
-    {0x1, "FILE_READ_DATA", file, plainFile | pipe},
+    {0x1, "FILE_READ_DATA", file, plainFile | ObjectKind::pipe},
     {0x2, "PROCESS_CREATE_THREAD", kernelObject, process},
     {0x2, "THREAD_SUSPEND_RESUME", kernelObject, thread},
     {0x2, "JOB_OBJECT_SET_ATTRIBUTES", kernelObject, job},
@@ -78,7 +78,7 @@ constexpr auto rights = std::to_array<AccessRight>({
     {0x2, "WINSTA_READATTRIBUTES", windowObject, windowStation},
     {0x2, "DESKTOP_CREATEWINDOW", windowObject, desktop},
     {0x2, "FILE_ADD_FILE", file, directory},
-    {0x2, "FILE_WRITE_DATA", file, plainFile | pipe},
+    {0x2, "FILE_WRITE_DATA", file, plainFile | ObjectKind::pipe},
     {0x4, "PROCESS_SET_SESSIONID", kernelObject, process},
     {0x4, "!!THREAD_UNDOCUMENTED!!", kernelObject, thread},
     {0x4, "JOB_OBJECT_QUERY", kernelObject, job},
@@ -87,7 +87,7 @@ constexpr auto rights = std::to_array<AccessRight>({
     {0x4, "KEY_CREATE_SUB_KEY", registryKey, none},
     {0x4, "WINSTA_ACCESSCLIPBOARD", windowObject, windowStation},
     {0x4, "DESKTOP_CREATEMENU", windowObject, desktop},
-    {0x4, "FILE_CREATE_PIPE_INSTANCE", file, pipe},
+    {0x4, "FILE_CREATE_PIPE_INSTANCE", file, ObjectKind::pipe},
     {0x4, "FILE_ADD_SUBDIRECTORY", file, directory},
     {0x4, "FILE_APPEND_DATA", file, plainFile},
     {0x8, "PROCESS_VM_OPERATION", kernelObject, process},

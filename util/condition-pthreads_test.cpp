@@ -163,7 +163,7 @@ TEST(ConditionDeathTest, NanosecondsOfAWholeSecondStopTheProcess) {
     Mutex mutex;
     const MutexLock lock(mutex);
     const timespec deadline{0, 1000000000L};
-    EXPECT_DEATH(condition.wait(mutex, &deadline),
+    EXPECT_DEATH(static_cast<void>(condition.wait(mutex, &deadline)),
                  "assertion failed at .*: timeout->tv_nsec < 1000000000L");
 }
 

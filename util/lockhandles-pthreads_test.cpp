@@ -46,10 +46,10 @@ std::string tryAgain() { return std::strerror(EAGAIN); }
 
 void makeMutex() { const Mutex mutex; }
 void makeMutexWithGetter() { const Mutex mutex(&noTimer); }
-void makeBareMutex() { Mutex::makeHandle(mutexRecursive); }
+void makeBareMutex() { static_cast<void>(Mutex::makeHandle(mutexRecursive)); }
 void makeRWLock() { const RWLock lock; }
 void makeRWLockWithGetter() { const RWLock lock(&noTimer); }
-void makeBareRWLock() { RWLock::makeHandle(); }
+void makeBareRWLock() { static_cast<void>(RWLock::makeHandle()); }
 void makeCondition() { const Condition condition; }
 
 TEST(LockHandleDeathTest, AMutexWithoutMemoryForItsHandleEndsTheProcess) {

@@ -40,7 +40,7 @@ TEST(MutexDeathTest, ABareHandleThatCannotBeMadeEndsTheProcess) {
     EXPECT_EXIT(
         {
             const MemoryShortage shortage(1);
-            Mutex::makeHandle(mutexRecursive);
+            static_cast<void>(Mutex::makeHandle(mutexRecursive));
         },
         hasAborted, NO_MUTEX);
 }

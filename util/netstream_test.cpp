@@ -53,12 +53,12 @@ TEST(NetStreamTest, NumbersReadTheirLastByteWithoutTouchingTheEnd) {
 TEST(NetStreamTest, AShortReadIsLeftInTheStreamsState) {
     for (const char* content : {"", "a", "abc"}) {
         std::istringstream stream(content);
-        readNet32(stream);
+        static_cast<void>(readNet32(stream));
         EXPECT_TRUE(stream.eof() && stream.fail()) << content;
     }
     for (const char* content : {"", "abcd", "abcdefg"}) {
         std::istringstream stream(content);
-        readNet64(stream);
+        static_cast<void>(readNet64(stream));
         EXPECT_TRUE(stream.eof() && stream.fail()) << content;
     }
 }

@@ -73,8 +73,7 @@ void toBackslashes(std::string& path);
 ///
 ///     \\srv\share\\a/.//b\    \\srv\share, a, ., b
 ///     \a/b                    a, b
-[[nodiscard]] bool splitPath(const std::string& path, std::vector<PathRange>& components,
-                             std::string* rootText);
+bool splitPath(const std::string& path, std::vector<PathRange>& components, std::string* rootText);
 
 /// Returns the component of `path` that `splitPath` puts at `index`. If the path has fewer
 /// components, the result is empty, at the end of the path. This is also so for a path without any

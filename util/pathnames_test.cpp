@@ -237,9 +237,9 @@ TEST(IsDriveColonTest, TheTextAroundTheColonTells) {
 
 TEST(IsDriveColonDeathTest, AnOffsetWithoutAColonStopsTheProcess) {
     const char* const noColon = "assertion failed at util/pathnames\\.cpp.*: line\\[loc\\] == ':'";
-    EXPECT_DEATH(isDriveColon("C:/x", 2, true), noColon);
+    EXPECT_DEATH(static_cast<void>(isDriveColon("C:/x", 2, true)), noColon);
     // The end of the line.
-    EXPECT_DEATH(isDriveColon("C", 1, true), noColon);
+    EXPECT_DEATH(static_cast<void>(isDriveColon("C", 1, true)), noColon);
 }
 
 }  // namespace

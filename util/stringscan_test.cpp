@@ -187,8 +187,10 @@ TEST(FindUnescapedTest, AnEscapedNulIsSkipped) {
 
 TEST(FindUnescapedDeathTest, ACharacterThatIsItsOwnEscapeIsAFault) {
     const char* const text = "abc";
-    EXPECT_DEATH(findUnescaped(text, text + 3, '\\', '\\'), "assertion failed at .*: c != esc");
-    EXPECT_DEATH(findUnescaped(text, text, ';', ';'), "assertion failed at .*: c != esc");
+    EXPECT_DEATH(static_cast<void>(findUnescaped(text, text + 3, '\\', '\\')),
+                 "assertion failed at .*: c != esc");
+    EXPECT_DEATH(static_cast<void>(findUnescaped(text, text, ';', ';')),
+                 "assertion failed at .*: c != esc");
 }
 
 size_t anyIn(std::string_view text, const char* set) {

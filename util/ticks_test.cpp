@@ -65,11 +65,13 @@ TEST(TicksTest, FromSecondsCutsOffTheFractionOfATick) {
 }
 
 TEST(TicksDeathTest, FromSecondsOfANegativeStopsTheProcess) {
-    EXPECT_DEATH(Ticks::fromSeconds(-0.001), "assertion failed at .*: seconds >= 0\\.0");
+    EXPECT_DEATH(static_cast<void>(Ticks::fromSeconds(-0.001)),
+                 "assertion failed at .*: seconds >= 0\\.0");
 }
 
 TEST(TicksDeathTest, FromSecondsOfANanStopsTheProcess) {
-    EXPECT_DEATH(Ticks::fromSeconds(std::nan("")), "assertion failed at .*: seconds >= 0\\.0");
+    EXPECT_DEATH(static_cast<void>(Ticks::fromSeconds(std::nan(""))),
+                 "assertion failed at .*: seconds >= 0\\.0");
 }
 
 TEST(TicksTest, TheFrequencyIsPositiveAndStays) {

@@ -174,7 +174,7 @@ TEST(WildcardMatchTest, ManyStarsOnALongTextComeToAnEnd) {
 }
 
 TEST(WildcardMatchTest, NothingIsAllocated) {
-    wildcardMatch("a", "a");  // the first call builds the table of letters
+    static_cast<void>(wildcardMatch("a", "a"));  // the first call builds the table of letters
     const std::string text(300, 'a');
     const size_t before = testing_support::allocationCount();
     const bool matches = wildcardMatch("*[a-c]?a", text);

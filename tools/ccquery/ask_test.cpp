@@ -120,7 +120,8 @@ TEST_F(AskTest, AnswersBeforeAFailureAreKept) {
         return 4;
     };
     Report report;
-    EXPECT_THROW(ask(stub, Query{.command = Command::status, .paths = {"C:\\a", "C:\\b"}}, report),
+    EXPECT_THROW(static_cast<void>(ask(
+                     stub, Query{.command = Command::status, .paths = {"C:\\a", "C:\\b"}}, report)),
                  std::runtime_error);
     EXPECT_EQ(report.records.size(), 1U);
     EXPECT_EQ(report.rows.size(), 1U);

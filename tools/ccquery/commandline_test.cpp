@@ -16,7 +16,7 @@ Query parse(const Texts& arguments) { return parseCommandLine(arguments).query; 
 /// The error message for a command line that can't be understood.
 std::string problem(const Texts& arguments) {
     try {
-        parseCommandLine(arguments);
+        static_cast<void>(parseCommandLine(arguments));
     } catch (const UsageError& error) {
         return error.what();
     }

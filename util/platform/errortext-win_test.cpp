@@ -164,7 +164,7 @@ TEST(Win32ErrorTextTest, TheRealSystemsSentenceIsTakenWithoutItsLineEnd) {
 
 TEST(Win32ErrorTextTest, ItAsksInTheNeutralLanguageFor500CharactersAndNoInserts) {
     const SystemMessage message(L"Denied.");
-    win32ErrorText("C", -2);
+    static_cast<void>(win32ErrorText("C", -2));
     expectOneCall(message, /*flags=*/0x1000, /*source=*/nullptr, /*number=*/0xfffffffe,
                   /*size=*/500);
 }
@@ -190,7 +190,7 @@ TEST(NtErrorTextTest, AStatusThatTheRealSystemDoesNotKnowGetsTheNumberToo) {
 
 TEST(NtErrorTextTest, TheSentenceIsLookedUpInNtdll) {
     const SystemMessage message(L"Denied.");
-    ntErrorText("C", 0xC0000022);
+    static_cast<void>(ntErrorText("C", 0xC0000022));
     expectOneCall(message, /*flags=*/0x1800, /*source=*/GetModuleHandleW(L"ntdll.dll"),
                   /*number=*/0xC0000022, /*size=*/500);
 }
@@ -305,7 +305,7 @@ TEST(ErrorTextTest, TheCodeFollowsInDecimalWhereItIsAskedFor) {
 TEST(ErrorTextTest, TheSystemIsAskedToAllocateAndInTheNeutralLanguage) {
     const SystemMessage message(L"Denied.");
     const uint32_t number = 5;
-    errorText(false, &number, 1);
+    static_cast<void>(errorText(false, &number, 1));
     expectOneCall(message, /*flags=*/0x1100, /*source=*/nullptr, /*number=*/5, /*size=*/0);
 }
 
@@ -322,7 +322,7 @@ TEST(ErrorTextTest, TheSystemsBufferIsFreedBeforeTheErrorIsRestored) {
     const ReplacedCall<decltype(LocalFree)> call("LocalFree", keepFreed);
     const uint32_t number = 5;
     SetLastError(7);
-    errorText(false, &number, 1);
+    static_cast<void>(errorText(false, &number, 1));
     const DWORD after = GetLastError();
     ASSERT_EQ(message.calls().size(), 1U);
     EXPECT_NE(gFreed, nullptr);

@@ -61,28 +61,31 @@ constexpr FailureRow FAILURES[] = {
     {POSIXPROVIDER_SYSTEM_SIGACTION, "vrpsx::system::sigaction", setAction},
     {POSIXPROVIDER_SYSTEM_THREAD_SIGMASK, "vrpsx::system::thread_sigmask", blockNothing},
     {POSIXPROVIDER_SYSTEM_THREAD_CREATE, "vrpsx::system::thread_create",
-     [](const embedding& e) { e.thread_create(&endAtOnce, nullptr); }},
+     [](const embedding& e) { static_cast<void>(e.thread_create(&endAtOnce, nullptr)); }},
     {POSIXPROVIDER_SYSTEM_SYMLINK, "vrpsx::system::symlink",
      [](const embedding& e) { e.symlink("target", "/link"); }},
     {POSIXPROVIDER_SYSTEM_CHDIR, "vrpsx::system::chdir",
      [](const embedding& e) { e.chdir("/folder"); }},
-    {POSIXPROVIDER_SYSTEM_UNAME, "vrpsx::system::uname", [](const embedding& e) { e.uname(); }},
+    {POSIXPROVIDER_SYSTEM_UNAME, "vrpsx::system::uname",
+     [](const embedding& e) { static_cast<void>(e.uname()); }},
     {POSIXPROVIDER_SYSTEM_READLINK, "vrpsx::system::readlink",
-     [](const embedding& e) { e.readlink("/link", nullptr); }},
+     [](const embedding& e) { static_cast<void>(e.readlink("/link", nullptr)); }},
     {POSIXPROVIDER_SYSTEM_MUTEX_CREATE, "vrpsx::system::mutex_create",
-     [](const embedding& e) { e.mutex_create(); }},
+     [](const embedding& e) { static_cast<void>(e.mutex_create()); }},
     {POSIXPROVIDER_SYSTEM_COND_CREATE, "vrpsx::system::cond_create",
-     [](const embedding& e) { e.cond_create(); }},
+     [](const embedding& e) { static_cast<void>(e.cond_create()); }},
     {POSIXPROVIDER_SYSTEM_GET_MOUNTS, "vrpsx::system::get_mounts",
-     [](const embedding& e) { e.get_mounts(); }},
+     [](const embedding& e) { static_cast<void>(e.get_mounts()); }},
     {POSIXPROVIDER_INTERNALIZE_PATH, "vrpsx::embedding::internalize_path",
-     [](const embedding& e) { e.internalize_path("C:\\one", nullptr); }},
+     [](const embedding& e) { static_cast<void>(e.internalize_path("C:\\one", nullptr)); }},
     {POSIXPROVIDER_EXTERNALIZE_PATH, "vrpsx::embedding::externalize_path",
-     [](const embedding& e) { e.externalize_path("/one", nullptr); }},
+     [](const embedding& e) { static_cast<void>(e.externalize_path("/one", nullptr)); }},
     {POSIXPROVIDER_INTERNALIZE_EXECUTION_PATH, "vrpsx::embedding::internalize_execution_path",
-     [](const embedding& e) { e.internalize_execution_path("C:\\one", nullptr); }},
+     [](const embedding& e) {
+         static_cast<void>(e.internalize_execution_path("C:\\one", nullptr));
+     }},
     {POSIXPROVIDER_EXTERNALIZE_EXECUTION_PATH, "vrpsx::embedding::externalize_execution_path",
-     [](const embedding& e) { e.externalize_execution_path("/one", nullptr); }},
+     [](const embedding& e) { static_cast<void>(e.externalize_execution_path("/one", nullptr)); }},
     {POSIXPROVIDER_SIGSET_ADD, "vrpsx::sigset::add", addSignal},
     {POSIXPROVIDER_MUTEX_LOCK, "vrpsx::mutex::lock", lockAndUnlock},
     {POSIXPROVIDER_MUTEX_UNLOCK, "vrpsx::mutex::unlock", lockAndUnlock},
@@ -93,17 +96,17 @@ constexpr FailureRow FAILURES[] = {
     {POSIXPROVIDER_MOUNT_NEXT, "vrpsx::mount::next",
      [](const embedding& e) { e.get_mounts().next(); }},
     {POSIXPROVIDER_MOUNT_DEVICE, "vrpsx::mount::device",
-     [](const embedding& e) { e.get_mounts().device(); }},
+     [](const embedding& e) { static_cast<void>(e.get_mounts().device()); }},
     {POSIXPROVIDER_MOUNT_ROOT, "vrpsx::mount::root",
-     [](const embedding& e) { e.get_mounts().root(); }},
+     [](const embedding& e) { static_cast<void>(e.get_mounts().root()); }},
     {POSIXPROVIDER_MOUNT_TYPE, "vrpsx::mount::type",
-     [](const embedding& e) { e.get_mounts().type(); }},
+     [](const embedding& e) { static_cast<void>(e.get_mounts().type()); }},
     {POSIXPROVIDER_MOUNT_OPTIONS, "vrpsx::mount::options",
      [](const embedding& e) { firstOption(e); }},
     {POSIXPROVIDER_MOUNT_OPTION_NEXT, "vrpsx::mount_option::next",
      [](const embedding& e) { firstOption(e).next(); }},
     {POSIXPROVIDER_MOUNT_OPTION_TEXT, "vrpsx::mount_option::text",
-     [](const embedding& e) { firstOption(e).text(); }},
+     [](const embedding& e) { static_cast<void>(firstOption(e).text()); }},
 };
 
 constexpr const char* MOUNTS = "C:/one\t/one\tntfs\tbinary\tnoacl\nD:/two\t/two\tntfs\n";
@@ -230,8 +233,10 @@ TEST(VrpsxSystemTest, AReferenceIsCounted) {
 }
 
 TEST(VrpsxSystemDeathTest, AnEmptyReferenceStopsTheProcess) {
-    EXPECT_DEATH(vrpsx::system().getpid(), "assertion failed at .*: _raw != nullptr");
-    EXPECT_DEATH(embedding().sigusr2(), "assertion failed at .*: _raw != nullptr");
+    EXPECT_DEATH(static_cast<void>(vrpsx::system().getpid()),
+                 "assertion failed at .*: _raw != nullptr");
+    EXPECT_DEATH(static_cast<void>(embedding().sigusr2()),
+                 "assertion failed at .*: _raw != nullptr");
 }
 
 TEST(VrpsxSystemTest, ConstantsAreThoseOfTheTable) {

@@ -35,17 +35,17 @@ protected:
 
 TEST_F(CygwinToolsTest, TheLineIsTheProgramItsOptionsASpaceAndThePath) {
     const RecordedStarts starts;
-    runCygpath("/tools/x y", "-m -a");
+    static_cast<void>(runCygpath("/tools/x y", "-m -a"));
     EXPECT_EQ(starts.last().line, L"cygpath -m -a /tools/x y");
-    runCygpath("/tools/x", "");
+    static_cast<void>(runCygpath("/tools/x", ""));
     EXPECT_EQ(starts.last().line, L"cygpath  /tools/x");
-    runReadlink("/tools/x y", "-n");
+    static_cast<void>(runReadlink("/tools/x y", "-n"));
     EXPECT_EQ(starts.last().line, L"readlink -n /tools/x y");
-    runReadlink("/tools/x", "");
+    static_cast<void>(runReadlink("/tools/x", ""));
     EXPECT_EQ(starts.last().line, L"readlink  /tools/x");
-    makeCygwinSymlink("../a b", "/tools/c d");
+    static_cast<void>(makeCygwinSymlink("../a b", "/tools/c d"));
     EXPECT_EQ(starts.last().line, L"ln -s \"../a b\" \"/tools/c d\"");
-    makeCygwinSymlink("", "/none/x");
+    static_cast<void>(makeCygwinSymlink("", "/none/x"));
     EXPECT_EQ(starts.last().line, L"ln -s \"\" \"/none/x\"");
     EXPECT_EQ(starts.calls().size(), 6U);
 }

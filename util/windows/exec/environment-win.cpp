@@ -141,7 +141,7 @@ ChildEnvironmentScope::ChildEnvironmentScope(const char* environment,
 
 ChildEnvironmentScope::~ChildEnvironmentScope() {
     // Failures are ignored: there is nothing else to go back to.
-    System::changeDirectory(mSavedDirectory);
+    static_cast<void>(System::changeDirectory(mSavedDirectory));
     if (mChildPath != nullptr) {
         // Restored only if it was changed: the code page may lack some of its characters.
         _putenv(mSavedPath.c_str());

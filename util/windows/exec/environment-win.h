@@ -24,7 +24,7 @@ extern Mutex gProcessEnvironmentLock;
 /// only one of them is left.
 ///
 /// Any thread may call.
-[[nodiscard]] wchar_t* buildEnvironmentBlock(std::vector<wchar_t>& block, const char* environment);
+wchar_t* buildEnvironmentBlock(std::vector<wchar_t>& block, const char* environment);
 
 /// The size of a block of narrow strings.
 struct EnvironmentSize {

@@ -169,7 +169,7 @@ TEST(ElevateWindowsPriorityTest, WhatIsRaisedAlreadyNeedsNoCall) {
 TEST(ElevateWindowsPriorityTest, ASecondCallBelowVersion61DoesNothing) {
     const RaisedPriority clear;
     const AnsweredCalls calls({});
-    Exec::elevateWindowsPriority();
+    static_cast<void>(Exec::elevateWindowsPriority());
     EXPECT_EQ(gAnswers.calls.size(), 4U);
     EXPECT_EQ(Exec::elevateWindowsPriority(), "");
     EXPECT_EQ(gAnswers.calls.size(), 4U);

@@ -84,7 +84,7 @@ TEST(IsFileExecutableTest, TheTestStandsInFrontOfTheDestructor) {
 std::string failureOf(const KnownFiles& files, const std::string& name, const char* path,
                       const char* directory, bool directoryFirst) {
     try {
-        findProgram(files, name, path, directory, directoryFirst);
+        static_cast<void>(findProgram(files, name, path, directory, directoryFirst));
     } catch (const std::runtime_error& e) {
         return e.what();
     }
@@ -312,8 +312,8 @@ TEST(FindProgramTest, DirectoriesOfTheSearchedNameAreDeniedAndTheFirstIsNamed) {
         std::filesystem::create_directory(folder.path() / directory);
     }
     try {
-        findProgram(System::IsFileExecutableByMe(), "tool.exe", "a;b", folder.utf8().c_str(),
-                    false);
+        static_cast<void>(findProgram(System::IsFileExecutableByMe(), "tool.exe", "a;b",
+                                      folder.utf8().c_str(), false));
         FAIL() << "a directory is no program";
     } catch (const std::runtime_error& e) {
         EXPECT_EQ(e.what(), folder.utf8("a") + "\\tool.exe: Permission denied");

@@ -183,9 +183,10 @@ void Exec::breakCommand(const Wait& wait) {
     std::string errorText;
     bool aborted = false;
     try {
-        nested.runCommand(runInfo, wait.workingDirectory, wait.environment, wait.passThrough,
-                          &outputText, &errorText, &aborted);
+        // Whatever it returns, the command that it was to break is ended by force if it goes on.
+        static_cast<void>(nested.runCommand(runInfo, wait.workingDirectory, wait.environment,
+                                            wait.passThrough, &outputText, &errorText, &aborted));
     } catch (const std::exception&) {
-        // Ignored, like its failure code: the command that it was to break is ended by force.
+        // The same holds for a failure.
     }
 }

@@ -158,7 +158,8 @@ void separateError(STARTUPINFOW& startup, std::string& message) {
 
 void removeFile(std::string& name) noexcept {
     if (!name.empty()) {
-        System::remove(name, /*force=*/false);
+        // A process that the command left behind may hold the file. It stays then.
+        static_cast<void>(System::remove(name, /*force=*/false));
         name.clear();
     }
 }

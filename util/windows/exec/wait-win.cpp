@@ -186,8 +186,9 @@ bool Exec::waitLeftover(uint32_t id, const char* command, std::string* failureTe
         addToLog(line.append(text).append(" for command ").append(command).append(1, '\n'));
     }
     bool stalled = false;
-    // The result of this wait, and a stall of the leftover, are ignored.
-    waitProcessExit(process.get(), id, command, failureText, &stalled, /*workingDirectory=*/".",
-                    /*environment=*/nullptr, /*passThrough=*/nullptr);
+    // A failure of this wait is in `failureText`; a stall of the leftover changes nothing.
+    static_cast<void>(waitProcessExit(process.get(), id, command, failureText, &stalled,
+                                      /*workingDirectory=*/".", /*environment=*/nullptr,
+                                      /*passThrough=*/nullptr));
     return true;
 }

@@ -93,7 +93,7 @@ TEST(ExitWithSignalTest, ItRaises32TimesAndExitsWithoutTheHeap) {
         testing_support::PatchedSystem patched(provider);
         patched.table.exit = &throwExit;
         connector c(embeddingOf(provider));
-        c.last_error();
+        static_cast<void>(c.last_error());
         testing::internal::CaptureStderr();
         const size_t before = testing_support::allocationCount();
         try {

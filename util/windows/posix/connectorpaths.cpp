@@ -56,7 +56,8 @@ std::string connector::externalize_execution_path(const std::string& path) const
 
 std::string connector::readlink(const std::string& path) const {
     vrpsx::string_buffer_allocator buffers;
-    _embedding.readlink(path.c_str(), &buffers).take();
+    // The text belongs to `buffers`.
+    static_cast<void>(_embedding.readlink(path.c_str(), &buffers).take());
     return text_of(buffers);
 }
 

@@ -137,19 +137,19 @@ TEST(VrpsxFailureTest, WhatComesWithAFailureIsGoneBeforeTheWordsAreAskedFor) {
         void (*call)(const embedding&);
     } rows[] = {
         {POSIXPROVIDER_SYSTEM_UNAME, POSIXPROVIDER_COUNT_UNAME_RESULTS,
-         [](const embedding& e) { e.uname(); }},
+         [](const embedding& e) { static_cast<void>(e.uname()); }},
         {POSIXPROVIDER_SYSTEM_MUTEX_CREATE, POSIXPROVIDER_COUNT_MUTEXES,
-         [](const embedding& e) { e.mutex_create(); }},
+         [](const embedding& e) { static_cast<void>(e.mutex_create()); }},
         {POSIXPROVIDER_SYSTEM_COND_CREATE, POSIXPROVIDER_COUNT_CONDS,
-         [](const embedding& e) { e.cond_create(); }},
+         [](const embedding& e) { static_cast<void>(e.cond_create()); }},
         {POSIXPROVIDER_SYSTEM_READLINK, POSIXPROVIDER_COUNT_BUFFERS,
-         [](const embedding& e) { e.readlink("/link", nullptr); }},
+         [](const embedding& e) { static_cast<void>(e.readlink("/link", nullptr)); }},
         {POSIXPROVIDER_SYSTEM_GET_MOUNTS, POSIXPROVIDER_COUNT_MOUNTS,
-         [](const embedding& e) { e.get_mounts(); }},
+         [](const embedding& e) { static_cast<void>(e.get_mounts()); }},
         {POSIXPROVIDER_EXTERNALIZE_PATH, POSIXPROVIDER_COUNT_BUFFERS,
-         [](const embedding& e) { e.externalize_path("/one", nullptr); }},
+         [](const embedding& e) { static_cast<void>(e.externalize_path("/one", nullptr)); }},
         {POSIXPROVIDER_MOUNT_OPTIONS, POSIXPROVIDER_COUNT_MOUNT_OPTIONS,
-         [](const embedding& e) { e.get_mounts().options(); }},
+         [](const embedding& e) { static_cast<void>(e.get_mounts().options()); }},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.entry);
@@ -221,10 +221,12 @@ TEST(VrpsxHandleTest, ANewHandleIsNotLostWhereTheOldOnesEndFails) {
 
 TEST(VrpsxHandleDeathTest, AnEmptyHandleStopsTheProcess) {
     EXPECT_DEATH(vrpsx::mutex().lock(), "assertion failed at .*: _raw != nullptr");
-    EXPECT_DEATH(vrpsx::cond().broadcast(std::nothrow), "assertion failed at .*: _raw != nullptr");
+    EXPECT_DEATH(static_cast<void>(vrpsx::cond().broadcast(std::nothrow)),
+                 "assertion failed at .*: _raw != nullptr");
     EXPECT_DEATH(vrpsx::mount().next(), "assertion failed at .*: !is_null");
     EXPECT_DEATH(vrpsx::mount_option().next(), "assertion failed at .*: !is_null");
-    EXPECT_DEATH(vrpsx::uname_result().release_text(), "assertion failed at .*: _raw != nullptr");
+    EXPECT_DEATH(static_cast<void>(vrpsx::uname_result().release_text()),
+                 "assertion failed at .*: _raw != nullptr");
 }
 
 TEST(VrpsxListTest, AListIsStepped) {

@@ -100,8 +100,9 @@ TEST_F(AccessCheckTest, ACheckThatFailsNamesTheCallAndHandsOverNothing) {
     const RefusedCall<decltype(AccessCheck)> call("AccessCheck", ERROR_INVALID_SECURITY_DESCR);
     PrivilegeSet used = {1, {{{9, 9}, 9}}};
     DWORD granted = 5;
-    expectFailedCall("AccessCheck", ERROR_INVALID_SECURITY_DESCR,
-                     [&] { mToken.accessCheck(mReadable, 1, FILES, used, granted); });
+    expectFailedCall("AccessCheck", ERROR_INVALID_SECURITY_DESCR, [&] {
+        static_cast<void>(mToken.accessCheck(mReadable, 1, FILES, used, granted));
+    });
     EXPECT_EQ(used.mControl, 1U);
     EXPECT_EQ(used.mPrivileges.size(), 1U);
     EXPECT_EQ(granted, 5U);
@@ -111,8 +112,9 @@ TEST_F(AccessCheckTest, APrimaryTokenCannotBeChecked) {
     const AccessToken primary(GetCurrentProcess(), TOKEN_QUERY);
     PrivilegeSet used;
     DWORD granted = 0;
-    expectFailedCall("AccessCheck", ERROR_NO_IMPERSONATION_TOKEN,
-                     [&] { primary.accessCheck(mReadable, 1, FILES, used, granted); });
+    expectFailedCall("AccessCheck", ERROR_NO_IMPERSONATION_TOKEN, [&] {
+        static_cast<void>(primary.accessCheck(mReadable, 1, FILES, used, granted));
+    });
 }
 
 }  // namespace

@@ -275,7 +275,7 @@ TEST_F(AccessTokenTest, MembershipIsToldForATokenToImpersonateWith) {
     EXPECT_TRUE(mImpersonation.isMember(SecurityIdentifier(EVERYONE)));
     EXPECT_FALSE(mImpersonation.isMember(SecurityIdentifier("S-1-5-21-1-2-3-4")));
     expectFailedCall("CheckTokenMembership", ERROR_NO_IMPERSONATION_TOKEN,
-                     [&] { mProcess.isMember(SecurityIdentifier(EVERYONE)); });
+                     [&] { static_cast<void>(mProcess.isMember(SecurityIdentifier(EVERYONE))); });
 }
 
 TEST_F(AccessTokenTest, WindowsIsAskedAboutTheTokenAndTheSid) {

@@ -41,10 +41,10 @@ SecurityIdentifier copyOf(const SecurityIdentifier& sid) { return sid; }
     expect("count", [] { SecurityIdentifier(NT_AUTHORITY, 2); });
     expect("well-known", [] { SecurityIdentifier(WinWorldSid, nullptr); });
     expect("account", [] { SecurityIdentifier("Everyone", nullptr, nullptr); });
-    expect("user", [] { SecurityIdentifier::currentUser(); });
+    expect("user", [] { static_cast<void>(SecurityIdentifier::currentUser()); });
     const SecurityIdentifier sid("S-1-5-21-1-2-3-1001");
     expect("copy", [&] { copyOf(sid); });
-    expect("domain", [&] { sid.domainSid(); });
+    expect("domain", [&] { static_cast<void>(sid.domainSid()); });
     expect("its text", [&] { static_cast<void>(sid.text()); });
     endAsExpected();
 }
@@ -61,7 +61,8 @@ TEST(SecurityWithLittleMemoryDeathTest, SidsHoldNothing) {
     const auto expect = [](const char* name, auto step) {
         expectNothingHeldOfLittleMemory(name, step);
     };
-    expect("entry", [&] { AccessControlEntry::denied(1, everyone, /*flags=*/0); });
+    expect("entry",
+           [&] { static_cast<void>(AccessControlEntry::denied(1, everyone, /*flags=*/0)); });
     expect("copy of an entry", [&] { AccessControlEntry(acl.ace(0), /*forceCopy=*/true); });
     expect("entries of the list itself", [&] {
         AccessControlList target(/*aceCount=*/3, ACL_REVISION, /*limitSize=*/false);
@@ -89,7 +90,7 @@ TEST(SecurityWithLittleMemoryDeathTest, ListsHoldNothing) {
     expect("text", [] { SecurityDescriptor(text, SDDL_REVISION_1); });
     expect("path", [&] { SecurityDescriptor(path, SE_FILE_OBJECT, /*withSacl=*/false); });
     expect("its text", [&] { static_cast<void>(security.sddl(OWNER_SECURITY_INFORMATION)); });
-    expect("child", [&] { security.deriveForChild(/*isContainer=*/true); });
+    expect("child", [&] { static_cast<void>(security.deriveForChild(/*isContainer=*/true)); });
     endAsExpected();
 }
 
@@ -113,7 +114,7 @@ TEST(SecurityWithLittleMemoryDeathTest, DescriptorsHoldNothing) {
         const AccessToken user("user", "server", "password", 2, 0, 0, profile);
         profile.reset();
     });
-    expect("user", [&] { token.user(); });
+    expect("user", [&] { static_cast<void>(token.user()); });
     expect("groups", [&] {
         AccessToken::SidList read;
         token.groups(read);
@@ -128,7 +129,7 @@ TEST(SecurityWithLittleMemoryDeathTest, DescriptorsHoldNothing) {
     });
     expect("adjusted", [&] {
         AccessToken::PrivilegeList previous;
-        token.adjustPrivileges(&privileges, &previous);
+        static_cast<void>(token.adjustPrivileges(&privileges, &previous));
     });
     endAsExpected();
 }

@@ -298,7 +298,8 @@ TEST(SecurityAttributesForDirectoryTest, ThreadsThatAskForTwoFoldersGetTheirTwoN
             threads.emplace_back([&paths, thread, &mine = names[thread]] {
                 for (size_t i = 0; i < 20; ++i) {
                     const char* name = nullptr;
-                    securityAttributesForDirectory(paths[(i + thread) % 2], name);
+                    static_cast<void>(
+                        securityAttributesForDirectory(paths[(i + thread) % 2], name));
                     mine.push_back(name);
                 }
             });

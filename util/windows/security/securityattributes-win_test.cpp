@@ -143,7 +143,7 @@ TEST(SecurityAttributesTest, ANameThatIsLookedForIsPooled) {
     const std::string name = "no security has this name, " + std::string(1000, 'n');
     EXPECT_EQ(findSecurityAttributes(name.c_str()), nullptr);
     const size_t before = testing_support::allocationCount();
-    internString(name.c_str());
+    static_cast<void>(internString(name.c_str()));
     EXPECT_EQ(testing_support::allocationCount(), before);
 }
 

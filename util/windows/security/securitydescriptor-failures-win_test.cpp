@@ -140,13 +140,16 @@ TEST_F(SecurityDescriptorFailureTest, AnAbsoluteOneThatCannotBeMadeSelfRelativeI
 TEST_F(SecurityDescriptorFailureTest, ControlAndRevisionThatCannotBeReadOrWrittenNameTheirCall) {
     SecurityDescriptor security;
     using Get = decltype(GetSecurityDescriptorControl);
-    expectFailureOf<Get>("GetSecurityDescriptorControl", [&] { security.control(); });
-    expectFailureOf<Get>("GetSecurityDescriptorControl", [&] { security.revision(); });
-    expectFailureOf<Get>("GetSecurityDescriptorControl", [&] { security.isAbsolute(); });
+    expectFailureOf<Get>("GetSecurityDescriptorControl",
+                         [&] { static_cast<void>(security.control()); });
+    expectFailureOf<Get>("GetSecurityDescriptorControl",
+                         [&] { static_cast<void>(security.revision()); });
+    expectFailureOf<Get>("GetSecurityDescriptorControl",
+                         [&] { static_cast<void>(security.isAbsolute()); });
     expectFailureOf<decltype(SetSecurityDescriptorControl)>(
         "SetSecurityDescriptorControl", [&] { security.setControl(SE_DACL_PROTECTED, 0); });
-    expectFailureOf<decltype(GetSecurityDescriptorRMControl)>("GetSecurityDescriptorRMControl",
-                                                              [&] { security.rmControl(); });
+    expectFailureOf<decltype(GetSecurityDescriptorRMControl)>(
+        "GetSecurityDescriptorRMControl", [&] { static_cast<void>(security.rmControl()); });
     expectFailureOf<decltype(SetSecurityDescriptorRMControl)>("SetSecurityDescriptorRMControl",
                                                               [&] { security.setRmControl(1); });
 }
@@ -187,7 +190,7 @@ TEST_F(SecurityDescriptorFailureTest, ADescriptorThatHasNoTextNamesTheCall) {
     const SecurityDescriptor security(LIST_ONLY, SDDL_REVISION_1);
     expectFailureOf<decltype(ConvertSecurityDescriptorToStringSecurityDescriptorW)>(
         "ConvertSecurityDescriptorToStringSecurityDescriptorW",
-        [&] { security.sddl(DACL_SECURITY_INFORMATION); });
+        [&] { static_cast<void>(security.sddl(DACL_SECURITY_INFORMATION)); });
 }
 
 TEST_F(SecurityDescriptorFailureTest, AnObjectThatCannotBeWrittenHasTheNumberThatWasReturned) {

@@ -68,7 +68,7 @@ protected:
         gAsked = {};
         // A process's first lookup opens resources that the system library keeps.
         static_cast<void>(SecurityIdentifier(WinWorldSid, nullptr).accountName());
-        SecurityIdentifier::currentUser();
+        static_cast<void>(SecurityIdentifier::currentUser());
     }
 };
 
@@ -133,7 +133,7 @@ TEST_F(SecurityAccountTest, TheCurrentUsersNameIsCutToItsLength) {
             return TRUE;
         });
     const ReplacedCall<decltype(LookupAccountNameW)> lookup("LookupAccountNameW", longestAccount);
-    SecurityIdentifier::currentUser();
+    static_cast<void>(SecurityIdentifier::currentUser());
     EXPECT_EQ(gFormat, NameSamCompatible);
     EXPECT_EQ(gRoom, 512U);
     EXPECT_STREQ(gAsked.mAccount, L"DOMAIN\\J\u00f6rg");

@@ -45,25 +45,27 @@ TEST_F(SecurityIdentifierFailureTest, ConstructorsNameTheCallThatFailedAndLeaveN
                                                     [] { SecurityIdentifier("S-1-1-0"); });
     expectRefusal<decltype(LookupAccountNameW)>(
         "LookupAccountNameW", [] { SecurityIdentifier("Everyone", nullptr, nullptr); });
-    expectRefusal<decltype(GetUserNameExW)>("GetUserNameExW",
-                                            [] { SecurityIdentifier::currentUser(); });
-    expectRefusal<decltype(LookupAccountNameW)>("LookupAccountNameW",
-                                                [] { SecurityIdentifier::currentUser(); });
+    expectRefusal<decltype(GetUserNameExW)>(
+        "GetUserNameExW", [] { static_cast<void>(SecurityIdentifier::currentUser()); });
+    expectRefusal<decltype(LookupAccountNameW)>(
+        "LookupAccountNameW", [] { static_cast<void>(SecurityIdentifier::currentUser()); });
     EXPECT_EQ(mOwnership.held(), OwnedResources());
 }
 
 TEST_F(SecurityIdentifierFailureTest, OperationsNameTheCallThatFailedAndLeaveNothing) {
     const SecurityIdentifier sid("S-1-5-21-1-2-3-1001");
     const OwnedResources before = mOwnership.held();
-    expectRefusal<decltype(GetWindowsAccountDomainSid)>("GetWindowsAccountDomainSid",
-                                                        [&] { sid.domainSid(); });
-    expectRefusal<decltype(EqualDomainSid)>("EqualDomainSid", [&] { sid.equalDomain(sid); });
+    expectRefusal<decltype(GetWindowsAccountDomainSid)>(
+        "GetWindowsAccountDomainSid", [&] { static_cast<void>(sid.domainSid()); });
+    expectRefusal<decltype(EqualDomainSid)>("EqualDomainSid",
+                                            [&] { static_cast<void>(sid.equalDomain(sid)); });
     expectRefusal<decltype(ConvertSidToStringSidW)>("ConvertSidToStringSidW",
                                                     [&] { static_cast<void>(sid.text()); });
     expectRefusal<decltype(LookupAccountSidW)>("LookupAccountSidW",
                                                [&] { static_cast<void>(sid.accountName()); });
     expectRefusal<decltype(CopySid)>("CopySid", [&] { copyOf(sid); });
-    expectRefusal<decltype(CopySid)>("CopySid", [&] { SecurityIdentifier::deepCopy(sid.sid()); });
+    expectRefusal<decltype(CopySid)>(
+        "CopySid", [&] { static_cast<void>(SecurityIdentifier::deepCopy(sid.sid())); });
     EXPECT_EQ(mOwnership.held(), before);
 }
 
@@ -82,7 +84,7 @@ TEST_F(SecurityIdentifierFailureTest, WindowsItselfRefusesWhatMakesNoSid) {
                      [] { SecurityIdentifier("no such account", nullptr, nullptr); });
     expectFailedCall("GetWindowsAccountDomainSid", ERROR_INVALID_SID, [] {
         SID invalid = {};
-        SecurityIdentifier(&invalid).domainSid();
+        static_cast<void>(SecurityIdentifier(&invalid).domainSid());
     });
 }
 
@@ -96,7 +98,8 @@ TEST_F(SecurityIdentifierFailureTest, AFailedAssignmentLeavesAViewOfNothing) {
 }
 
 TEST_F(SecurityIdentifierFailureTest, WhatHasNoBytesToCopyFailsWithoutALeak) {
-    expectFailedCall("CopySid", ERROR_INVALID_SID, [] { SecurityIdentifier::deepCopy(nullptr); });
+    expectFailedCall("CopySid", ERROR_INVALID_SID,
+                     [] { static_cast<void>(SecurityIdentifier::deepCopy(nullptr)); });
     // Anyone with the address of an owner's bytes can make them an invalid SID.
     const SecurityIdentifier broken("S-1-1-0");
     static_cast<SID*>(broken.sid())->Revision = SID_REVISION + 1;

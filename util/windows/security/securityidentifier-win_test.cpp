@@ -151,7 +151,7 @@ TEST_F(SecurityIdentifierTest, AnErrorFromBeforeMakesASubAuthorityFail) {
         });
     expectFailedCall("GetSidSubAuthority", ERROR_FILE_NOT_FOUND, [&] {
         SetLastError(ERROR_FILE_NOT_FOUND);
-        sid.subAuthority(0);
+        static_cast<void>(sid.subAuthority(0));
     });
     SetLastError(NO_ERROR);
     EXPECT_EQ(*sid.subAuthority(0), DWORD{SECURITY_BUILTIN_DOMAIN_RID});
@@ -160,12 +160,13 @@ TEST_F(SecurityIdentifierTest, AnErrorFromBeforeMakesASubAuthorityFail) {
 TEST_F(SecurityIdentifierTest, ASubAuthorityThatWindowsDoesNotFindFails) {
     const SecurityIdentifier sid(ADMINISTRATORS);
     const RefusedCall<decltype(GetSidSubAuthority)> call("GetSidSubAuthority", ERROR_INVALID_SID);
-    expectFailedCall("GetSidSubAuthority", ERROR_INVALID_SID, [&] { sid.subAuthority(5); });
+    expectFailedCall("GetSidSubAuthority", ERROR_INVALID_SID,
+                     [&] { static_cast<void>(sid.subAuthority(5)); });
     expectFailedCall("GetSidSubAuthority", NO_ERROR, [&] {
         const ReplacedCall<decltype(GetSidSubAuthority)> silent(
             "GetSidSubAuthority", [](PSID, DWORD) -> PDWORD { return nullptr; });
         SetLastError(NO_ERROR);
-        sid.subAuthority(5);
+        static_cast<void>(sid.subAuthority(5));
     });
 }
 

@@ -61,7 +61,7 @@ PSECURITY_DESCRIPTOR createPrivateSecurity(PSECURITY_DESCRIPTOR parent, bool isC
 std::unique_ptr<SecurityDescriptor> SecurityDescriptor::deriveForChild(bool isContainer) const {
     // Only the kind of account is needed.
     SID_NAME_USE use{};
-    owner().accountName(&use);
+    static_cast<void>(owner().accountName(&use));
     if (use == SidTypeDeletedAccount || use == SidTypeInvalid || use == SidTypeUnknown) {
         return std::make_unique<SecurityDescriptor>(gEmptyDescriptor);
     }

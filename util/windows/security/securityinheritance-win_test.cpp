@@ -26,7 +26,9 @@ using namespace testing_support;
 /// resources.
 class DerivedDescriptorTest : public SecurityTest {
 protected:
-    DerivedDescriptorTest() { SecurityDescriptor("O:BAG:BA", 1).deriveForChild(false); }
+    DerivedDescriptorTest() {
+        static_cast<void>(SecurityDescriptor("O:BAG:BA", 1).deriveForChild(false));
+    }
 };
 
 constexpr const char* INHERITABLE =
@@ -100,7 +102,7 @@ TEST_F(DerivedDescriptorTest, WindowsIsAskedWithTheRightsOfFilesAndNoTokenOrCrea
     gCreate = call.original();
     const SecurityDescriptor parent(INHERITABLE, SDDL_REVISION_1);
     for (const bool isContainer : {false, true}) {
-        parent.deriveForChild(isContainer);
+        static_cast<void>(parent.deriveForChild(isContainer));
         EXPECT_EQ(gCreation.parent, parent.descriptor());
         EXPECT_EQ(gCreation.creator, nullptr);
         EXPECT_EQ(gCreation.type, nullptr);
@@ -174,7 +176,7 @@ TEST_F(DerivedDescriptorTest, AnOwnerThatIsNotKnownToTheSystemLeavesANullDescrip
 
 TEST_F(DerivedDescriptorTest, EachCallThatFailsIsNamedAndNothingIsLeft) {
     const SecurityDescriptor parent(INHERITABLE, SDDL_REVISION_1);
-    const auto derive = [&] { parent.deriveForChild(/*isContainer=*/false); };
+    const auto derive = [&] { static_cast<void>(parent.deriveForChild(/*isContainer=*/false)); };
     {
         const RefusedCall<decltype(LookupAccountSidW)> call("LookupAccountSidW",
                                                             ERROR_TRUSTED_RELATIONSHIP_FAILURE);
@@ -213,7 +215,7 @@ TEST_F(DerivedDescriptorTest, AFailureToDestroyWhatWindowsMadeIsNamed) {
     const DebugOutput output;
     const SecurityDescriptor parent(INHERITABLE, SDDL_REVISION_1);
     expectFailedCall("DestroyPrivateObjectSecurity", ERROR_INVALID_SECURITY_DESCR,
-                     [&] { parent.deriveForChild(/*isContainer=*/false); });
+                     [&] { static_cast<void>(parent.deriveForChild(/*isContainer=*/false)); });
     EXPECT_TRUE(output.texts().empty());
 }
 
@@ -225,7 +227,7 @@ TEST_F(DerivedDescriptorTest, BehindAnotherFailureThatOneGoesToTheDebugger) {
         const RefusedCall<decltype(GetSecurityDescriptorDacl)> call("GetSecurityDescriptorDacl",
                                                                     ERROR_INVALID_ACL);
         expectFailedCall("GetSecurityDescriptorDacl", ERROR_INVALID_ACL,
-                         [&] { parent.deriveForChild(/*isContainer=*/false); });
+                         [&] { static_cast<void>(parent.deriveForChild(/*isContainer=*/false)); });
     }
     EXPECT_EQ(
         output.texts(),

@@ -235,7 +235,9 @@ TEST_F(AdjustmentTest, MissingPrivilegesFailingEitherCallGiveFalseAndFormerState
 
 TEST_F(AdjustmentTest, OtherFailuresToAdjustPrivilegesNameTheCall) {
     PrivilegeList previous = {{{9, 9}, 9}};
-    const auto adjust = [&] { mToken.adjustPrivileges(&SOME_PRIVILEGES, &previous); };
+    const auto adjust = [&] {
+        static_cast<void>(mToken.adjustPrivileges(&SOME_PRIVILEGES, &previous));
+    };
     answer({{FALSE, ERROR_ACCESS_DENIED}});
     expectFailedCall(PRIVILEGES_CALL, ERROR_ACCESS_DENIED, adjust);
     for (const DWORD error : {ERROR_ACCESS_DENIED, ERROR_INSUFFICIENT_BUFFER}) {
@@ -243,7 +245,7 @@ TEST_F(AdjustmentTest, OtherFailuresToAdjustPrivilegesNameTheCall) {
         expectFailedCall(PRIVILEGES_CALL, error, adjust);
         answer({{FALSE, error}});
         expectFailedCall(PRIVILEGES_CALL, error,
-                         [&] { mToken.adjustPrivileges(&SOME_PRIVILEGES); });
+                         [&] { static_cast<void>(mToken.adjustPrivileges(&SOME_PRIVILEGES)); });
     }
     expectPrivileges(previous, {{{9, 9}, 9}});
 }
@@ -311,9 +313,11 @@ TEST_F(GroupAdjustmentTest, AnyFailureOfTheFirstCallNamesIt) {
     for (const DWORD error :
          {ERROR_INSUFFICIENT_BUFFER, ERROR_NOT_ALL_ASSIGNED, ERROR_ACCESS_DENIED}) {
         answer({{FALSE, error, 40}});
-        expectFailedCall(GROUPS_CALL, error, [&] { mToken.adjustGroups(&mGroups, &previous); });
+        expectFailedCall(GROUPS_CALL, error,
+                         [&] { static_cast<void>(mToken.adjustGroups(&mGroups, &previous)); });
         answer({{FALSE, error}});
-        expectFailedCall(GROUPS_CALL, error, [&] { mToken.adjustGroups(nullptr); });
+        expectFailedCall(GROUPS_CALL, error,
+                         [&] { static_cast<void>(mToken.adjustGroups(nullptr)); });
     }
 }
 
@@ -324,7 +328,7 @@ TEST_F(GroupAdjustmentTest, OfTheSecondCallAFailureForMissingGroupsGivesFalse) {
     EXPECT_EQ(previous.size(), 2U);
     answer({{TRUE, NO_ERROR, 40}, {FALSE, ERROR_INSUFFICIENT_BUFFER, 40}});
     expectFailedCall(GROUPS_CALL, ERROR_INSUFFICIENT_BUFFER,
-                     [&] { mToken.adjustGroups(nullptr, &previous); });
+                     [&] { static_cast<void>(mToken.adjustGroups(nullptr, &previous)); });
     EXPECT_EQ(previous.size(), 2U);
 }
 
@@ -333,7 +337,7 @@ TEST_F(GroupAdjustmentTest, AGroupThatCannotBeCopiedLeavesTheListAsItWas) {
     answer({{TRUE, NO_ERROR, 40}, {TRUE, NO_ERROR, 40, groupBytes(mGroups)}});
     const RefusedCall<decltype(CopySid)> call("CopySid", ERROR_INVALID_SID, /*before=*/1);
     expectFailedCall("CopySid", ERROR_INVALID_SID,
-                     [&] { mToken.adjustGroups(&mGroups, &previous); });
+                     [&] { static_cast<void>(mToken.adjustGroups(&mGroups, &previous)); });
     ASSERT_EQ(previous.size(), 1U);
     EXPECT_EQ(previous[0].first, mSystem);
 }

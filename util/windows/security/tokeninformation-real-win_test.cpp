@@ -23,7 +23,7 @@ using PrivilegeList = AccessToken::PrivilegeList;
 class RealTokenTest : public SecurityTest {
 protected:
     // When the first name is looked up, the system opens resources.
-    RealTokenTest() { SecurityIdentifier::currentUser(); }
+    RealTokenTest() { static_cast<void>(SecurityIdentifier::currentUser()); }
 
     /// Whether Windows supports this class.
     bool isKnown(TOKEN_INFORMATION_CLASS information) const {
@@ -113,7 +113,7 @@ TEST_F(RealTokenTest, APrimaryTokenHasNoLevel) {
         if (type == TokenImpersonation) {
             EXPECT_EQ(token.impersonationLevel(), SecurityIdentification);
         } else {
-            EXPECT_THROW(token.impersonationLevel(), Win32Exception);
+            EXPECT_THROW(static_cast<void>(token.impersonationLevel()), Win32Exception);
         }
     }
 }
@@ -170,8 +170,8 @@ TEST_F(RealTokenTest, GroupsAndPrivilegesAreTheSameTogetherAsOneByOne) {
 
 TEST_F(RealTokenTest, ATokenThatMayNotBeQueriedTellsNothing) {
     const AccessToken token(GetCurrentProcess(), TOKEN_DUPLICATE);
-    for (const auto& read : {std::function<void()>([&] { token.user(); }),
-                             std::function<void()>([&] { token.type(); })}) {
+    for (const auto& read : {std::function<void()>([&] { static_cast<void>(token.user()); }),
+                             std::function<void()>([&] { static_cast<void>(token.type()); })}) {
         try {
             read();
             ADD_FAILURE() << "it was queried";
@@ -185,20 +185,20 @@ class TokenReadingTest : public RealTokenTest {
 protected:
     /// All members that read.
     std::vector<std::function<void()>> readers() {
-        return {[this] { mToken.user(); },
+        return {[this] { static_cast<void>(mToken.user()); },
                 [this] { mToken.groups(mSids); },
                 [this] { mToken.groups(mSids, /*restricted=*/true); },
                 [this] { mToken.privileges(mPrivileges); },
-                [this] { mToken.owner(); },
-                [this] { mToken.primaryGroup(); },
+                [this] { static_cast<void>(mToken.owner()); },
+                [this] { static_cast<void>(mToken.primaryGroup()); },
                 [this] { mToken.defaultDacl(mDacl); },
-                [this] { mToken.source(); },
-                [this] { mToken.type(); },
-                [this] { mToken.impersonationLevel(); },
+                [this] { static_cast<void>(mToken.source()); },
+                [this] { static_cast<void>(mToken.type()); },
+                [this] { static_cast<void>(mToken.impersonationLevel()); },
                 [this] { mToken.statistics(mStatistics); },
                 [this] { mToken.groupsAndPrivileges(mSids, mSids, mPrivileges, mLuid); },
-                [this] { mToken.userWord(); },
-                [this] { mToken.hasUserWord(); }};
+                [this] { static_cast<void>(mToken.userWord()); },
+                [this] { static_cast<void>(mToken.hasUserWord()); }};
     }
 
     SidList mSids;
@@ -237,9 +237,10 @@ TEST_F(TokenReadingTest, ASidThatCannotBeCopiedLeavesNothingAndTheListAsItWas) {
     const RefusedCall<decltype(CopySid)> call("CopySid", ERROR_INVALID_SID, /*before=*/1);
     expectFailedCall("CopySid", ERROR_INVALID_SID, [this] { mToken.groups(mSids); });
     EXPECT_EQ(mSids.size(), 1U);
-    expectFailedCall("CopySid", ERROR_INVALID_SID, [this] { mToken.user(); });
-    expectFailedCall("CopySid", ERROR_INVALID_SID, [this] { mToken.owner(); });
-    expectFailedCall("CopySid", ERROR_INVALID_SID, [this] { mToken.primaryGroup(); });
+    expectFailedCall("CopySid", ERROR_INVALID_SID, [this] { static_cast<void>(mToken.user()); });
+    expectFailedCall("CopySid", ERROR_INVALID_SID, [this] { static_cast<void>(mToken.owner()); });
+    expectFailedCall("CopySid", ERROR_INVALID_SID,
+                     [this] { static_cast<void>(mToken.primaryGroup()); });
     SidList().swap(mSids);
 }
 

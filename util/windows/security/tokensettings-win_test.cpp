@@ -122,7 +122,7 @@ TEST_F(TokenSettingTest, EachThatIsRefusedNamesTheCall) {
 class RealAdjustmentTest : public SecurityTest {
 protected:
     RealAdjustmentTest() {
-        SecurityDescriptor("D:(A;;FA;;;WD)", SDDL_REVISION_1).dacl().aceCount();
+        static_cast<void>(SecurityDescriptor("D:(A;;FA;;;WD)", SDDL_REVISION_1).dacl().aceCount());
         LookupPrivilegeValueW(nullptr, L"SeChangeNotifyPrivilege", &mLuid);
     }
 
@@ -201,7 +201,7 @@ TEST_F(RealAdjustmentTest, ATokenThatMayNotBeAdjustedIsRefused) {
     AccessToken token(GetCurrentProcess(), TOKEN_QUERY);
     const PrivilegeList enable = {{mLuid, SE_PRIVILEGE_ENABLED}};
     expectFailedCall("AdjustTokenPrivileges", ERROR_ACCESS_DENIED,
-                     [&] { token.adjustPrivileges(&enable); });
+                     [&] { static_cast<void>(token.adjustPrivileges(&enable)); });
 }
 
 TEST_F(RealAdjustmentTest, GroupsBecomeWhatTheyAreByDefault) {

@@ -126,7 +126,7 @@ TEST(SystemFreeDiskSpaceTest, AnEmptyPathIsTheCurrentVolumeAndTheCallersBytesCou
         });
     EXPECT_EQ(System::freeDiskSpace(""), int64_t{1} << 40);
     EXPECT_TRUE(isNull);
-    System::freeDiskSpace("c:/");
+    static_cast<void>(System::freeDiskSpace("c:/"));
     EXPECT_FALSE(isNull);
 }
 

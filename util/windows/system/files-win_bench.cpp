@@ -12,7 +12,7 @@ namespace fs = std::filesystem;
 size_t listWithStats(const std::string& path) {
     std::vector<std::string> names;
     std::vector<FileStat> stats;
-    System::listDirectory(path, names, &stats);
+    static_cast<void>(System::listDirectory(path, names, &stats));
     return names.size();
 }
 

@@ -28,7 +28,8 @@ TEST(Benchmark, FileStatRead) {
     constexpr size_t calls = 100;
     benchmark::compareEach(
         {"FileStat::read, 100 times", "open, query, close", 1.2}, calls,
-        [&](size_t) { stat.read(path, 0); }, [&](size_t) { openQueryClose(name.c_str()); });
+        [&](size_t) { static_cast<void>(stat.read(path, 0)); },
+        [&](size_t) { openQueryClose(name.c_str()); });
 }
 
 }  // namespace

@@ -113,7 +113,8 @@ HandleInspector::HandleInspector()
           GetModuleHandleA("NTDLL.DLL"), "NtQuerySystemInformation")),
       mNtQueryObject(
           findFunction<NtQueryObjectFunction>(GetModuleHandleA("NTDLL.DLL"), "NtQueryObject")) {
-    enableDebugPrivilege();
+    // Without the privilege fewer processes can be looked into.
+    static_cast<void>(enableDebugPrivilege());
 }
 
 bool HandleInspector::closeSystemFileHandle(const std::wstring& path) {

@@ -20,7 +20,7 @@ public:
     /// Makes the inspector and returns `value`, for use in an initialiser.
     template <class T>
     [[nodiscard]] static T instance(T value) {
-        instance();
+        static_cast<void>(instance());
         return value;
     }
 

@@ -63,7 +63,7 @@ public:
     explicit FakeHost(std::wstring hostName) : name(std::move(hostName)) { sCurrent = this; }
     ~FakeHost() {
         sCurrent = nullptr;
-        System::fullHostName(/*refresh=*/true);
+        static_cast<void>(System::fullHostName(/*refresh=*/true));
     }
 
     std::wstring name;
@@ -122,7 +122,7 @@ TEST(SystemFullHostNameTest, TheNameIsAskedForInTwoStepsAndKept) {
 
 TEST(SystemFullHostNameTest, OnlyOnRequestIsItAskedForAgain) {
     FakeHost host(L"one.example.org");
-    System::fullHostName(true);
+    static_cast<void>(System::fullHostName(true));
     host.name = L"two";
     EXPECT_EQ(System::fullHostName(false), "one.example.org");
     EXPECT_EQ(System::fullHostName(true), "two");
@@ -158,7 +158,7 @@ std::string hostNameFailure(uint32_t* error) {
 
 TEST(SystemFullHostNameTest, AFailureOfTheSizeQueryIsAnExceptionAndTheKnownNameStays) {
     FakeHost host(L"known");
-    System::fullHostName(true);
+    static_cast<void>(System::fullHostName(true));
     const SystemMessage message(L"No.\r\n");
     for (const DWORD error : {DWORD{ERROR_ACCESS_DENIED}, DWORD{ERROR_SUCCESS}}) {
         host.sizeError = error;
@@ -173,7 +173,7 @@ TEST(SystemFullHostNameTest, AFailureOfTheSizeQueryIsAnExceptionAndTheKnownNameS
 
 TEST(SystemFullHostNameTest, AFailureOfTheQueryIsAnExceptionAndTheKnownNameStays) {
     FakeHost host(L"known");
-    System::fullHostName(true);
+    static_cast<void>(System::fullHostName(true));
     const SystemMessage message(L"No.\r\n");
     host.nameError = ERROR_ACCESS_DENIED;
     uint32_t number = 0;
@@ -211,7 +211,7 @@ TEST(SystemFullHostNameTest, ThreadsAskOneAfterTheOther) {
         const std::jthread first(ask);
         const std::jthread second(ask);
     }
-    System::fullHostName(true);
+    static_cast<void>(System::fullHostName(true));
     EXPECT_FALSE(gOverlaps);
 }
 

@@ -62,7 +62,7 @@ TEST(PosixFcntlTest, AnythingElseIsAnExceptionThatNamesTheCommand) {
     const ScopedHandle event = inheritableEvent();
     for (const auto& [command, argument, text] : CALLS) {
         try {
-            posixlayer::fcntl(event.get(), command, argument);
+            static_cast<void>(posixlayer::fcntl(event.get(), command, argument));
             ADD_FAILURE() << text;
         } catch (const std::invalid_argument& error) {
             EXPECT_STREQ(error.what(), text);

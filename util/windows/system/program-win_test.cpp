@@ -133,7 +133,7 @@ void loseTheRaceWithALongFolder() {
                 return room;
             }
             nested = true;
-            System::programDirectory();  // another thread is faster
+            static_cast<void>(System::programDirectory());  // another thread is faster
             lstrcpyW(name, late.c_str());
             return static_cast<DWORD>(late.size());
         });

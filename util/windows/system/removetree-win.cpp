@@ -168,7 +168,8 @@ void TreeRemoval::removeFile() {
     // Compatibility: only for files of the outermost directory. An absolute path, which begins with
     // `\\?\`, matches nothing; a relative path is matched without its first two characters.
     if (!deleted && mCloseSystemHandles && mLevels.size() == 1) {
-        HandleInspector::instance().closeSystemFileHandle(mPath);
+        // Whether a handle was closed or not, one more try shows.
+        static_cast<void>(HandleInspector::instance().closeSystemFileHandle(mPath));
         deleted = DeleteFileW(mPath.c_str());
     }
     const DWORD error = GetLastError();

@@ -40,7 +40,7 @@ TEST(Benchmark, ReadFile) {
         {"readFile, 1,000 files", "open, size, read, close", 1.10, /*rounds=*/5}, paths.size(),
         [&](size_t file) {
             text.clear();
-            readFile(paths[file], text);
+            static_cast<void>(readFile(paths[file], text));
         },
         [&](size_t file) { text = readBare(names[file]); });
 }

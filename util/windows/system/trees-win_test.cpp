@@ -112,9 +112,11 @@ TEST(SystemWalkTreeTest, WhatTheVisitorThrowsPassesThroughAndNoSearchStaysOpen) 
     const TempFolder folder;
     makeTree(folder);
     Thrower thrower;
-    EXPECT_THROW(System::walkTree(folder.utf8(), thrower, true), std::runtime_error);
+    EXPECT_THROW(static_cast<void>(System::walkTree(folder.utf8(), thrower, true)),
+                 std::runtime_error);
     const size_t before = handleCount();
-    EXPECT_THROW(System::walkTree(folder.utf8(), thrower, true), std::runtime_error);
+    EXPECT_THROW(static_cast<void>(System::walkTree(folder.utf8(), thrower, true)),
+                 std::runtime_error);
     EXPECT_EQ(handleCount(), before);
 }
 
@@ -179,7 +181,7 @@ TEST(SystemTreesTest, NoSearchStaysOpen) {
     walk(folder.utf8(), true);
     const size_t before = handleCount();
     walk(folder.utf8(), true);
-    System::treeSize(folder.utf8());
+    static_cast<void>(System::treeSize(folder.utf8()));
     EXPECT_EQ(handleCount(), before);
 }
 
