@@ -1,11 +1,11 @@
 # What all our own code is compiled with, and how a layer and its tests are made.
 add_library(project_options INTERFACE)
-target_include_directories(project_options INTERFACE ${CMAKE_SOURCE_DIR})
+target_include_directories(project_options INTERFACE ${PROJECT_SOURCE_DIR})
 target_compile_options(project_options INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor -Wold-style-cast
     -Wcast-qual
     # Assertions and reports name files from the root of the tree, on every machine.
-    -fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=)
+    -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
 target_link_libraries(project_options INTERFACE host_headers)
 find_package(Threads REQUIRED)
 if(WIN32)
@@ -38,11 +38,16 @@ if(NBCC_COVERAGE)
     link_libraries(keepcounters)
     add_link_options(-Wl,--wrap=_exit -Wl,--wrap=_Exit -Wl,--wrap=abort)
 endif()
-# GoogleTest, with the same sanitizers.
-if(NOT NBCC_FUZZERS)
+# GoogleTest, with the same sanitizers and for the same system, and so from its sources.
+if(PROJECT_IS_TOP_LEVEL AND NOT NBCC_FUZZERS)
+    find_path(NBCC_GOOGLETEST googletest/CMakeLists.txt PATHS /usr/src/googletest
+        NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH)
+    if(NOT NBCC_GOOGLETEST)
+        message(FATAL_ERROR "the sources of GoogleTest are missing: run scripts/install-dependencies")
+    endif()
     set(INSTALL_GTEST OFF)
     set(BUILD_GMOCK OFF)
-    add_subdirectory(/usr/src/googletest googletest EXCLUDE_FROM_ALL)
+    add_subdirectory(${NBCC_GOOGLETEST} googletest EXCLUDE_FROM_ALL)
     target_compile_options(gtest PRIVATE -O0)
     set_target_properties(gtest gtest_main PROPERTIES COMPILE_WARNING_AS_ERROR OFF)
 endif()
@@ -56,7 +61,7 @@ target_compile_definitions(checked_options INTERFACE _GLIBCXX_ASSERTIONS)
 # source lacks is seen.
 function(precompiled_headers name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "LINK;OPTIONS;HEADERS")
-    set(source ${CMAKE_BINARY_DIR}/precompiled/${name}.cpp)
+    set(source ${PROJECT_BINARY_DIR}/precompiled/${name}.cpp)
     file(CONFIGURE OUTPUT ${source} CONTENT "")
     add_library(${name} OBJECT EXCLUDE_FROM_ALL ${source})
     target_link_libraries(${name} PRIVATE project_options ${arg_LINK})
@@ -90,6 +95,7 @@ function(layer name)
     foreach(suffix "" "_checked")
         set(target ${name}${suffix})
         add_library(${target} STATIC EXCLUDE_FROM_ALL ${arg_UNPARSED_ARGUMENTS})
+        add_library(nbclearcase::${target} ALIAS ${target})
         target_link_libraries(${target} PUBLIC project_options Threads::Threads)
         foreach(library ${arg_LINK})
             if(suffix AND TARGET ${library}_checked)
@@ -145,6 +151,19 @@ function(layer_tests out)
     set(${out} ${tests} PARENT_SCOPE)
 endfunction()
 
+# register_test(NAME): for ctest, with the folder's name as label. What takes long has Soak in its name.
+function(register_test name)
+    cmake_path(RELATIVE_PATH CMAKE_CURRENT_SOURCE_DIR BASE_DIRECTORY ${PROJECT_SOURCE_DIR}
+        OUTPUT_VARIABLE folder)
+    add_test(NAME ${name} COMMAND ${name} --gtest_filter=-*Soak* --gtest_death_test_style=threadsafe
+        WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
+    set_tests_properties(${name} PROPERTIES LABELS ${folder} TIMEOUT 1200)
+    if(WIN32)
+        # They share a registry and a console.
+        set_tests_properties(${name} PROPERTIES RESOURCE_LOCK windows)
+    endif()
+endfunction()
+
 # layer_test(NAME LAYERS...): the test program of this folder, over the checked layers.
 function(layer_test name)
     layer_tests(sources)
@@ -156,4 +175,5 @@ function(layer_test name)
     foreach(library ${ARGN})
         target_link_libraries(${name} PRIVATE ${library}_checked)
     endforeach()
+    register_test(${name})
 endfunction()
