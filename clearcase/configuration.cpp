@@ -1,7 +1,9 @@
 #include "clearcase/configuration.h"
 
+#include <cstddef>
 #include <istream>
 #include <locale>
+#include <map>
 #include <ostream>
 #include <string_view>
 #include <utility>

@@ -23,6 +23,7 @@
 
 #include <iosfwd>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "clearcase/clearcaseconnection.h"

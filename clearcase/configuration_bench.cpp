@@ -1,7 +1,9 @@
 #include <algorithm>
+#include <cstddef>
 #include <memory>
 #include <random>
 #include <sstream>
+#include <utility>
 #include <vector>
 
 #include <boost/property_tree/ini_parser.hpp>

@@ -1,10 +1,12 @@
 #include "clearcase/configuration.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <locale>
 #include <sstream>
 #include <stdexcept>
 #include <streambuf>
+#include <utility>
 
 #include <gtest/gtest.h>
 

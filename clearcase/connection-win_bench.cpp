@@ -1,3 +1,5 @@
+#include <cstddef>
+#include <map>
 #include <memory>
 #include <random>
 #include <sstream>

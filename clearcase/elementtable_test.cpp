@@ -1,8 +1,10 @@
 #include "clearcase/elementtable.h"
 
 #include <algorithm>
+#include <map>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>

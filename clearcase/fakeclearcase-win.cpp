@@ -1,6 +1,7 @@
 #include <fstream>
 #include <iostream>
 #include <istream>
+#include <map>
 #include <stdexcept>
 #include <utility>
 #include <vector>

@@ -1,5 +1,6 @@
 #include "clearcase/libraryload-win.h"
 
+#include <cstdint>
 #include <exception>
 #include <iostream>
 #include <string>

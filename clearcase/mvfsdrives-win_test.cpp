@@ -1,6 +1,9 @@
 #include "clearcase/mvfsdrives-win.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstddef>
 
 std::string probedFolder(const std::string& root, const std::string& tag) {
     std::string folder = root + tag;

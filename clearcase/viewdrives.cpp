@@ -1,5 +1,6 @@
 #include "clearcase/viewdrives.h"
 
+#include <cstddef>
 #include <string_view>
 
 #include "util/stringutilities.h"

@@ -1,5 +1,6 @@
 // Tags in unusual spellings, and where they move paths to.
 
+#include <cstddef>
 #include <sstream>
 #include <string>
 #include <vector>

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <locale>
 #include <set>
 #include <sstream>
 

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <vector>
 
 #include "fuzz/fuzzinput.h"
 #include "util/assertion.h"

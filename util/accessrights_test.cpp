@@ -1,6 +1,7 @@
 #include "util/accessrights.h"
 
 #include <array>
+#include <cstddef>
 #include <iomanip>
 #include <limits>
 #include <locale>

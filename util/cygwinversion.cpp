@@ -1,6 +1,7 @@
 #include "util/cygwinversion.h"
 
 #include <array>
+#include <cstddef>
 #include <cstdlib>
 
 namespace cygwin {

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <ostream>
 #include <streambuf>
+#include <string_view>
 #include <type_traits>
 
 #include <boost/iterator/function_output_iterator.hpp>

@@ -1,6 +1,7 @@
 #include "util/mutex-pthreads.h"
 
 #include <cerrno>
+#include <cstdint>
 #include <ctime>
 #include <memory>
 #include <pthread.h>

@@ -1,5 +1,6 @@
 #include "util/netstream.h"
 
+#include <cstddef>
 #include <limits>
 #include <sstream>
 

@@ -1,5 +1,7 @@
 #include "util/normalform.h"
 
+#include <cstddef>
+
 #include "util/pathbytes.h"
 #include "util/pathroot.h"
 

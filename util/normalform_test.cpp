@@ -1,6 +1,7 @@
 #include "util/normalform.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <random>
 #include <string>
 #include <vector>

@@ -1,5 +1,6 @@
 // Wrapped output at every narrow width, against tables and a plain model of it.
 
+#include <cstddef>
 #include <iomanip>
 #include <sstream>
 #include <string>

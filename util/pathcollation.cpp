@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstddef>
 
 #include "util/cruntime.h"
 #include "util/pathbytes.h"

@@ -1,5 +1,6 @@
 #include "util/pathcollation.h"
 
+#include <cstddef>
 #include <string>
 
 #include <gtest/gtest.h>

@@ -1,5 +1,6 @@
 // Properties of the tables.
 
+#include <cstddef>
 #include <map>
 #include <string>
 #include <vector>

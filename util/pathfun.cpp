@@ -1,5 +1,6 @@
 #include "util/pathfun.h"
 
+#include <cstddef>
 #include <optional>
 
 #include "util/assertion.h"

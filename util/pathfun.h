@@ -24,6 +24,7 @@
 // All functions are reentrant. The only shared state is the Cygwin mode. No lock guards it: it must
 // not be set while other threads use path functions.
 
+#include <cstddef>
 #include <string>
 #include <vector>
 

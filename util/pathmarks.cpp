@@ -1,6 +1,7 @@
 #include "util/pathmarks.h"
 
 #include <algorithm>
+#include <cstddef>
 
 void PathMarks::moveTo(size_t at) {
     const size_t left = mPath.length - at;

@@ -3,6 +3,7 @@
 // Finds the separators of a path, for functions that walk it from name to name.
 
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 
 #include "util/pathbytes.h"

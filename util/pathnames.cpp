@@ -1,6 +1,10 @@
 // The last component of a path, and small predicates.
 
 #include <cctype>
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
 
 #include "util/assertion.h"
 #include "util/pathfun.h"

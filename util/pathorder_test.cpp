@@ -1,5 +1,6 @@
 // The order of paths compared with a plain model of it, and what decides it at roots.
 
+#include <cstdint>
 #include <random>
 #include <string>
 #include <string_view>

@@ -1,6 +1,7 @@
 #include "util/pathroot.h"
 
 #include <algorithm>
+#include <cstddef>
 
 CygwinPathMode gCygwinPathMode;
 

@@ -2,6 +2,7 @@
 
 // The root of a path and the steps from name to name, for the path functions.
 
+#include <cstddef>
 #include <string>
 
 #include "util/pathfun.h"

@@ -1,6 +1,7 @@
 #include "util/scriptline.h"
 
 #include <algorithm>
+#include <initializer_list>
 #include <optional>
 #include <ostream>
 #include <string>

@@ -1,6 +1,7 @@
 #include "util/stringedit.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <locale>
 
 #include "util/characterset.h"

@@ -1,5 +1,7 @@
 #include "util/stringedit.h"
 
+#include <cctype>
+#include <cstddef>
 #include <locale>
 #include <string>
 #include <vector>

@@ -1,5 +1,8 @@
 #include "util/stringpool.h"
 
+#include <cstddef>
+#include <utility>
+
 StringPool& StringPool::instance() {
     // Never destroyed: its texts may be used while the process ends.
     static StringPool& pool = *new StringPool;  // GCOVR_EXCL_BR_LINE: a second thread meanwhile

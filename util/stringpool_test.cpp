@@ -1,5 +1,6 @@
 #include "util/stringpool.h"
 
+#include <cstddef>
 #include <cstdlib>
 #include <string>
 #include <thread>

@@ -1,6 +1,7 @@
 #include "util/stringscan.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 #include <iterator>
 #include <string_view>

@@ -1,5 +1,6 @@
 #include "util/stringscan.h"
 
+#include <cstddef>
 #include <cstring>
 #include <string_view>
 #include <vector>

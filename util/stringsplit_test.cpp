@@ -1,6 +1,7 @@
 #include "util/stringsplit.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <random>
 #include <utility>
 

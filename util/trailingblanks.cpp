@@ -1,6 +1,7 @@
 #include "util/trailingblanks.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <string_view>
 
 namespace {

@@ -1,5 +1,6 @@
 #include "util/trailingblanks.h"
 
+#include <cstddef>
 #include <initializer_list>
 #include <random>
 #include <stdexcept>

@@ -1,5 +1,6 @@
 #include "util/utf8decoder.h"
 
+#include <cstddef>
 #include <string>
 #include <vector>
 

@@ -1,6 +1,7 @@
 #include "util/valueconversion.h"
 
 #include <climits>
+#include <cstddef>
 #include <limits>
 #include <sstream>
 #include <vector>

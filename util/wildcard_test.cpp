@@ -1,5 +1,6 @@
 #include "util/wildcard.h"
 
+#include <initializer_list>
 #include <string>
 
 #include <gtest/gtest.h>

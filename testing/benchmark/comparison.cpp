@@ -1,6 +1,7 @@
 #include "testing/benchmark/comparison.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <limits>

@@ -1,6 +1,7 @@
 #include "testing/calls/consolebreak-win.h"
 
 #include <stdexcept>
+#include <utility>
 
 #include "testing/children/childobjects.h"
 

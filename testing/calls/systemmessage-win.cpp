@@ -1,5 +1,6 @@
 #include "testing/calls/systemmessage-win.h"
 
+#include <cstddef>
 #include <utility>
 
 namespace testing_support {

@@ -1,6 +1,7 @@
 #include "testing/children/childruntime-win.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <string>
 
 namespace child {

@@ -35,6 +35,7 @@
 // as work: see ChildCounters.
 
 #include <algorithm>
+#include <cstddef>
 #include <cwchar>
 #include <string>
 #include <string_view>

@@ -1,6 +1,7 @@
 #include "testing/children/posixnames-win.h"
 
 #include <algorithm>
+#include <cstddef>
 
 #include <windows.h>
 

@@ -1,8 +1,14 @@
 // The DLL as it ships, tested from a host that is linked separately.
 
+#include <cstddef>
+#include <map>
+#include <optional>
 #include <set>
+#include <stdexcept>
+#include <string>
 #include <string_view>
 #include <thread>
+#include <vector>
 
 #include <gtest/gtest.h>
 

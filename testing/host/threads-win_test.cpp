@@ -1,7 +1,9 @@
 // Many threads on one connection of the shipped library.
 
 #include <atomic>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include <gtest/gtest.h>
 

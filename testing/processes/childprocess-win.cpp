@@ -1,10 +1,12 @@
 #include "testing/processes/childprocess-win.h"
 
 #include <array>
+#include <cstddef>
 #include <memory>
 #include <string_view>
 #include <system_error>
 #include <thread>
+#include <utility>
 
 #include <windows.h>
 

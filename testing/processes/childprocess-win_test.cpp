@@ -1,6 +1,7 @@
 #include "testing/processes/childprocess-win.h"
 
 #include <system_error>
+#include <utility>
 
 #include <gtest/gtest.h>
 

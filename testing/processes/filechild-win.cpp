@@ -1,8 +1,10 @@
 #include "testing/processes/filechild-win.h"
 
 #include <chrono>
+#include <filesystem>
 #include <stdexcept>
 #include <system_error>
+#include <utility>
 
 namespace testing_support {
 

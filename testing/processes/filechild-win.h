@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <exception>
+#include <filesystem>
 #include <string>
 #include <thread>
 #include <vector>

@@ -1,4 +1,7 @@
+#include <cstdint>
 #include <cstring>
+#include <string>
+#include <vector>
 
 #include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>

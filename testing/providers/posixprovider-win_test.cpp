@@ -1,5 +1,6 @@
 #include "testing/providers/posixprovider-win.h"
 
+#include <cstddef>
 #include <ctime>
 #include <thread>
 

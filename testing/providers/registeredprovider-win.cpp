@@ -1,7 +1,10 @@
 #include "testing/providers/registeredprovider-win.h"
 
+#include <cstddef>
 #include <optional>
 #include <system_error>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include <boost/algorithm/string/classification.hpp>

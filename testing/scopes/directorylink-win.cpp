@@ -1,5 +1,6 @@
 #include "testing/scopes/directorylink-win.h"
 
+#include <cstddef>
 #include <cstring>
 #include <filesystem>
 #include <memory>

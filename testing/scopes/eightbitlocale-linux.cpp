@@ -1,3 +1,4 @@
+#include <cstddef>
 #include <dlfcn.h>
 
 #include "testing/scopes/eightbitlocale.h"

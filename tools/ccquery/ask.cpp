@@ -1,6 +1,8 @@
 #include "tools/ccquery/ask.h"
 
+#include <map>
 #include <sstream>
+#include <vector>
 
 #include "clearcase/elementtypes.h"
 

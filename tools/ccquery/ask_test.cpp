@@ -1,7 +1,9 @@
 #include "tools/ccquery/ask.h"
 
 #include <functional>
+#include <map>
 #include <stdexcept>
+#include <vector>
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,7 @@
 // ccquery as a user runs it: a process of its own, with the sample connection.
 
 #include <algorithm>
+#include <utility>
 
 #include <gtest/gtest.h>
 

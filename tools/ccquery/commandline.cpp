@@ -1,6 +1,7 @@
 #include "tools/ccquery/commandline.h"
 
 #include <algorithm>
+#include <utility>
 
 #include <CLI/CLI.hpp>
 

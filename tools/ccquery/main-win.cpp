@@ -1,6 +1,7 @@
 // ccquery: a host on the command line. It reads the arguments, loads a connection library, queries
 // it and prints the answers; each step has its own file.
 
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>

@@ -1,6 +1,8 @@
 #include "tools/ccquery/report.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <iterator>
 
 namespace ccquery {
 namespace {

@@ -1,5 +1,7 @@
 #include "tools/ccquery/report.h"
 
+#include <utility>
+
 #include <gtest/gtest.h>
 
 namespace {

@@ -1,5 +1,9 @@
 #include "util/platform/filetime-win.h"
 
+#include <cstdint>
+#include <ctime>
+#include <optional>
+
 FileTime FileTime::now() {
     FILETIME time;
     GetSystemTimeAsFileTime(&time);

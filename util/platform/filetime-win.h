@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include <windows.h>
 
 #include "util/filetime.h"

@@ -1,5 +1,7 @@
 #include "util/platform/filetime-win.h"
 
+#include <ctime>
+
 #include <gtest/gtest.h>
 
 #include "testing/calls/replacedcall-win.h"

@@ -1,6 +1,7 @@
 #include "util/platform/unicodetext-win.h"
 
 #include <climits>
+#include <cstddef>
 
 #include <windows.h>
 

@@ -1,6 +1,7 @@
 #include "util/windows/debugstream-win.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <iomanip>

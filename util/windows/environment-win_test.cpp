@@ -1,6 +1,7 @@
 #include "util/windows/environment-win.h"
 
 #include <algorithm>
+#include <cstddef>
 
 #include <gtest/gtest.h>
 

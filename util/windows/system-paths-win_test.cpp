@@ -1,6 +1,7 @@
 #include "util/windows/system-paths-win.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 #include <locale>
 #include <random>

@@ -1,6 +1,7 @@
 #include "util/windows/utf8stream-win.h"
 
 #include <array>
+#include <cstddef>
 #include <string>
 
 #include <windows.h>

@@ -1,5 +1,6 @@
 #include "util/windows/utf8stream-win.h"
 
+#include <cstddef>
 #include <cstdio>
 #include <filesystem>
 #include <iterator>

@@ -9,6 +9,7 @@
 //
 // Anything else fails.
 
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>

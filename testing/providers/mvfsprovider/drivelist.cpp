@@ -1,7 +1,9 @@
 #include "testing/providers/mvfsprovider/drivelist.h"
 
 #include <charconv>
+#include <cstddef>
 #include <stdexcept>
+#include <utility>
 
 #include <boost/algorithm/string/classification.hpp>
 #include <boost/algorithm/string/split.hpp>

@@ -9,6 +9,7 @@
 //     enum 259 -1                                     is "(null)")
 //     close 0
 
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>

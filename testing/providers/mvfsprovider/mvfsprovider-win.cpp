@@ -2,6 +2,7 @@
 // file (see drivelist.h) that the environment variable MVFSPROVIDER_DRIVES of the calling process
 // names. Without the variable or the file, there are no connections. It only enumerates.
 
+#include <cstddef>
 #include <cstring>
 #include <exception>
 #include <filesystem>

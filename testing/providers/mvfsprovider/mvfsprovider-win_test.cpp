@@ -1,5 +1,6 @@
 #include <array>
 #include <sstream>
+#include <string_view>
 #include <wnnc.h>
 
 #include <gtest/gtest.h>

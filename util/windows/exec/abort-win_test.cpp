@@ -1,5 +1,7 @@
 // Aborts, without and with a POSIX side.
 
+#include <cstddef>
+#include <cstdint>
 #include <ios>
 #include <memory>
 #include <sstream>

@@ -1,6 +1,8 @@
 // The current directory and Path that the process has while it starts a child.
 
 #include <array>
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>

@@ -1,5 +1,6 @@
 // Waiting for what a command leaves behind in its job.
 
+#include <cstddef>
 #include <filesystem>
 #include <functional>
 #include <string>

@@ -1,6 +1,7 @@
 // Starts what Windows by itself can't: Cygwin's symbolic links, its scripts and its file names.
 
 #include <algorithm>
+#include <cstdint>
 #include <exception>
 #include <optional>
 #include <utility>

@@ -1,6 +1,7 @@
 // The cache of translated names, and the line that runs a script. Whole runs: script-win_test.cpp;
 // the parts of the line: scriptline_test.cpp.
 
+#include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <string>

@@ -1,6 +1,7 @@
 // Cygwin commands whose program file is a symbolic link, by its system attribute.
 
 #include <algorithm>
+#include <cstdint>
 #include <deque>
 #include <optional>
 #include <string>

@@ -1,6 +1,8 @@
 #include "util/windows/exec/cygwintools-win.h"
 
 #include <array>
+#include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <utility>
 

@@ -1,5 +1,6 @@
 // The list of a job's processes, and the names of those that a command leaves behind.
 
+#include <cstddef>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>

@@ -1,6 +1,9 @@
 // The job of a command: when it is made, its limits, and how the child gets into it.
 
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
+#include <stdexcept>
 #include <string>
 #include <vector>
 

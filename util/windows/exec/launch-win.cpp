@@ -1,8 +1,11 @@
 // Exec::runCommand, step by step.
 
+#include <cstddef>
+#include <cstdint>
 #include <locale>
 #include <memory>
 #include <sstream>
+#include <string>
 #include <utility>
 
 #include "util/assertion.h"

@@ -1,5 +1,6 @@
 // How a command is started: what CreateProcessW gets, and what happens around the call.
 
+#include <cstdint>
 #include <optional>
 #include <stdexcept>
 #include <string>

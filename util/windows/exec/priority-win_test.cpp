@@ -1,5 +1,6 @@
 #include "util/windows/exec/priority-win.h"
 
+#include <cstddef>
 #include <string>
 #include <vector>
 

@@ -1,6 +1,7 @@
 // What a command that has ended returns: its exit code, and the text of its streams.
 
 #include <atomic>
+#include <cstdint>
 #include <filesystem>
 #include <set>
 #include <string>

@@ -1,5 +1,6 @@
 // Runs of Cygwin commands that Windows can't start. Links: cygwinlink-win_test.cpp.
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>

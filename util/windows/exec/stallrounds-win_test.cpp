@@ -1,6 +1,8 @@
 // How a round of the wait evaluates the figures of a job, without a process.
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <initializer_list>
 #include <limits>
 #include <optional>

@@ -1,6 +1,7 @@
 // How the files of a command's streams are opened, waited for and closed.
 
 #include <algorithm>
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <vector>

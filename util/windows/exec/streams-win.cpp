@@ -1,6 +1,7 @@
 #include "util/windows/exec/streams-win.h"
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 
 #include "util/platform/errortext-win.h"

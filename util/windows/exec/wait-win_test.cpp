@@ -1,5 +1,7 @@
 // Waiting for a command, ending it by force, and the host of 16-bit programs.
 
+#include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <string>

@@ -1,5 +1,7 @@
 // The end of a process by a signal, and what a process was started by.
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 

@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <cstdint>
+#include <string>
 #include <utility>
 
 #include "util/assertion.h"

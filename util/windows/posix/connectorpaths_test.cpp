@@ -1,5 +1,6 @@
 // The connector's paths and mounts.
 
+#include <cstdint>
 #include <string>
 #include <utility>
 #include <vector>

@@ -1,5 +1,6 @@
 // Adding ACEs in the middle of a list, which moves the ACEs after them.
 
+#include <cstddef>
 #include <cstring>
 #include <vector>
 

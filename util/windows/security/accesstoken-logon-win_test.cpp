@@ -1,5 +1,6 @@
 // Tokens of logged-on users, and their profiles.
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <vector>

@@ -3,6 +3,7 @@
 #include "util/windows/security/accesstoken-win.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <string>
 #include <vector>
 

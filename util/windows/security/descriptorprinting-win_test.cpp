@@ -1,4 +1,5 @@
 #include <cctype>
+#include <cstddef>
 #include <cstdint>
 #include <iomanip>
 #include <random>

@@ -1,6 +1,7 @@
 #include "util/windows/security/openfile-win.h"
 
 #include <array>
+#include <cstddef>
 #include <fcntl.h>
 #include <filesystem>
 #include <memory>

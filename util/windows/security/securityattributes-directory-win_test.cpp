@@ -2,6 +2,7 @@
 
 #include <array>
 #include <atomic>
+#include <cstddef>
 #include <cwchar>
 #include <fcntl.h>
 #include <stdexcept>

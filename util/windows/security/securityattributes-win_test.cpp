@@ -2,6 +2,7 @@
 
 #include "util/windows/security/securityattributes-win.h"
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <thread>

@@ -1,5 +1,6 @@
 // Reading and writing the security of files and other objects.
 
+#include <cstdint>
 #include <string>
 
 #include <gtest/gtest.h>

@@ -1,6 +1,7 @@
 // The absolute and the self-relative form of security descriptors, and setting parts in both.
 
 #include <array>
+#include <cstddef>
 #include <functional>
 
 #include <gtest/gtest.h>

@@ -1,7 +1,9 @@
 #include "util/windows/security/securityidentifier-win.h"
 
+#include <cstddef>
 #include <cstring>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>

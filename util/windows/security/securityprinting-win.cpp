@@ -1,5 +1,7 @@
 #include "util/windows/security/securityprinting-win.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <cwchar>
 #include <exception>
 #include <ios>

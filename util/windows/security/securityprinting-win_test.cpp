@@ -1,6 +1,7 @@
 #include "util/windows/security/securityprinting-win.h"
 
 #include <array>
+#include <cstddef>
 #include <cstring>
 #include <cwchar>
 #include <iomanip>

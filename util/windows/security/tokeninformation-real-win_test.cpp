@@ -1,6 +1,7 @@
 // Reading the real tokens of this process, and what is thrown if that fails.
 
 #include <algorithm>
+#include <cstddef>
 #include <functional>
 #include <vector>
 

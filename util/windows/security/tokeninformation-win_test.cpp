@@ -1,5 +1,6 @@
 // Reading the information of tokens.
 
+#include <cstddef>
 #include <cstring>
 #include <string>
 

@@ -1,5 +1,7 @@
 #include "util/windows/security/trustee-win.h"
 
+#include <cstddef>
+#include <iterator>
 #include <stdexcept>
 #include <string>
 #include <utility>

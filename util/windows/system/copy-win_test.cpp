@@ -1,6 +1,8 @@
 // System::copy.
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdio>
 #include <string>
 #include <vector>
 

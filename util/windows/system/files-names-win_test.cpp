@@ -1,6 +1,9 @@
 // Names of files: listings, missing parents, new names and removed directories.
 
 #include <algorithm>
+#include <cstddef>
+#include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,7 @@
 #include "util/windows/system/files-win.h"
 
 #include <algorithm>
+#include <cstddef>
 
 #include "util/parentlength.h"
 #include "util/pathfun.h"

@@ -1,5 +1,6 @@
 // The security that files and directories get from others.
 
+#include <cstddef>
 #include <memory>
 #include <new>
 #include <string>

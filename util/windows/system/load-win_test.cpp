@@ -1,6 +1,7 @@
 // Many operations in many threads.
 
 #include <atomic>
+#include <cstdio>
 #include <string>
 #include <thread>
 #include <vector>

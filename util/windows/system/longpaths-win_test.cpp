@@ -1,6 +1,9 @@
 // Paths of more than 260 characters, and paths near the limit of Windows.
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
 #include <stdexcept>
 #include <string>
 #include <vector>

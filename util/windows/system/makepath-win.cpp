@@ -1,6 +1,8 @@
 // System::makePath.
 
+#include <cstdint>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
 #include "util/parentlength.h"

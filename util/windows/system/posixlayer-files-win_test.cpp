@@ -1,5 +1,6 @@
 // Size, content and position of files, with a Windows handle as the file descriptor.
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 

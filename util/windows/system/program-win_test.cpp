@@ -2,6 +2,7 @@
 // directory.
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 #include <cwchar>
 #include <iostream>

@@ -1,6 +1,7 @@
 // The installation folder in the registry, and the removal of keys.
 
 #include <array>
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <utility>

@@ -1,6 +1,7 @@
 // System::removeTree on a simulated directory: the test decides what the listing holds, and what
 // can be deleted.
 
+#include <cstddef>
 #include <string>
 #include <utility>
 #include <vector>

@@ -2,6 +2,8 @@
 // that work on the same tree.
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 

@@ -1,5 +1,6 @@
 // System::removeTree.
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <utility>

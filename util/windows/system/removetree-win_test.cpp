@@ -1,5 +1,6 @@
 // System::removeTree: what it removes, and what it reports if it can't.
 
+#include <cstddef>
 #include <string>
 #include <vector>
 

@@ -1,6 +1,7 @@
 #include "util/windows/system/smallfile-win.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <fcntl.h>
 #include <limits>
 #include <new>

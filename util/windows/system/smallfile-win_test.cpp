@@ -3,6 +3,7 @@
 #include "util/windows/system/smallfile-win.h"
 
 #include <array>
+#include <cstddef>
 #include <cstdlib>
 #include <limits>
 #include <string>

@@ -1,6 +1,7 @@
 #include "util/windows/system/trees-win.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <deque>
 #include <memory>
 #include <utility>

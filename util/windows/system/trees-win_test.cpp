@@ -3,6 +3,7 @@
 #include "util/windows/system/trees-win.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <stdexcept>
 #include <string>
 #include <vector>
