@@ -86,6 +86,17 @@ if(TARGET gtest)
             <gtest/gtest.h>)
 endif()
 
+# public_headers(TARGET): the headers of this folder as they are for its users. Each must compile alone,
+# which the target all_verify_interface_header_sets shows, and with it `make lint`.
+function(public_headers target)
+    layer_glob(headers *.h)
+    if(NOT WIN32)
+        list(FILTER headers EXCLUDE REGEX "-win\\.h$")
+    endif()
+    target_sources(${target} PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${headers})
+    set_target_properties(${target} PROPERTIES VERIFY_INTERFACE_HEADER_SETS ON)
+endfunction()
+
 # layer(NAME SOURCES... [PORTABLE] [LINK LIBRARIES...]): the static library NAME, and its twin
 # NAME_checked that tests link, with the checks of the standard library. LINK names layers below
 # (which get their twin) and other libraries. A PORTABLE one sees no header of Windows but by its own
@@ -105,6 +116,7 @@ function(layer name)
             endif()
         endforeach()
     endforeach()
+    public_headers(${name})
     target_link_libraries(${name}_checked PUBLIC checked_options)
     target_compile_options(${name}_checked PRIVATE ${checked_optimisation})
     if(NOT (WIN32 AND arg_PORTABLE))

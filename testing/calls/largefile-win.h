@@ -4,7 +4,6 @@
 #include <string>
 
 #include <windows.h>
-// Must follow windows.h.
 #include <winioctl.h>
 
 #include "testing/calls/replacedcall-win.h"

@@ -11,7 +11,6 @@
 #include <type_traits>
 
 #include <windows.h>
-// Must follow windows.h.
 #include <aclapi.h>
 #include <sddl.h>
 

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// Must follow windows.h.
 #include <aclapi.h>
 #include <sddl.h>
 

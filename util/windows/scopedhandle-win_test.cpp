@@ -184,6 +184,7 @@ TEST(ScopedHandleTest, AMovedHandleIsClosedOnceByItsNewOwner) {
         {
             const ScopedHandle second(std::move(first));
             EXPECT_EQ(second.get(), gSomeHandle);
+            // NOLINTNEXTLINE(bugprone-use-after-move): a moved handle is defined to hold -1.
             EXPECT_EQ(first.get(), INVALID_HANDLE_VALUE);
         }
         EXPECT_EQ(gClosed, std::vector<HANDLE>{gSomeHandle});
@@ -198,6 +199,7 @@ TEST(ScopedHandleTest, AnAssignedHandleClosesTheOneBefore) {
     handle = std::move(other);
     EXPECT_EQ(gClosed, std::vector<HANDLE>{gSomeHandle});
     EXPECT_EQ(handle.detach(), reinterpret_cast<HANDLE>(0x5678));
+    // NOLINTNEXTLINE(bugprone-use-after-move): a moved handle is defined to hold -1.
     EXPECT_FALSE(other.isOpen());
 }
 

@@ -252,13 +252,13 @@ private:
 
 /// Calls `use(signals)` with an empty sigset on the stack, without using the heap.
 template <class Use>
-[[nodiscard]] auto with_sigset(const system& source, Use use) {
+auto with_sigset(const system& source, Use use) {
     void* const storage = _alloca(storage_size(source.sigset_size()));
     return use(source.sigset_init(storage));
 }
 /// The same with a sigaction.
 template <class Use>
-[[nodiscard]] auto with_sigaction(const system& source, Use use) {
+auto with_sigaction(const system& source, Use use) {
     void* const storage = _alloca(storage_size(source.sigaction_size()));
     return use(source.sigaction_init(storage));
 }

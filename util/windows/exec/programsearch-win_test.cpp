@@ -356,7 +356,8 @@ TEST(FindProgramTest, TheSystemIsAskedOnceForEachNameAndForNothingElse) {
     for (int i = 0; i < 40; ++i) {
         path.append("C:/directory").append(std::to_string(i)).append(";");
     }
-    EXPECT_THROW(findProgram(System::IsFileExecutableByMe(), "tool", path.c_str(), "D:/w", false),
+    EXPECT_THROW(static_cast<void>(findProgram(System::IsFileExecutableByMe(), "tool", path.c_str(),
+                                               "D:/w", false)),
                  std::runtime_error);
     EXPECT_EQ(gAttributeCalls, 40 * 4);
     EXPECT_EQ(gOtherCalls, 0);

@@ -116,7 +116,7 @@ TEST(ConnectorPathTest, ALinkIsMadeAndRead) {
         c.symlink("../some/where", "/one/link");
         EXPECT_EQ(provider.link("/one/link"), "../some/where");
         EXPECT_EQ(c.readlink("/one/link"), "../some/where");
-        EXPECT_THROW(c.readlink("/one/none"), vrpsx::system_exception_t);
+        EXPECT_THROW(static_cast<void>(c.readlink("/one/none")), vrpsx::system_exception_t);
         EXPECT_THROW(c.symlink("x", "/one/link"), vrpsx::system_exception_t) << "it is there";
     }
     provider.expectClean();

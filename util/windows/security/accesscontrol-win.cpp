@@ -7,7 +7,6 @@
 #include <utility>
 
 #include <windows.h>
-// After windows.h.
 #include <aclapi.h>
 
 #include "util/platform/errortext-win.h"

@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// After windows.h.
 #include <aclapi.h>
 
 #include "testing/calls/refusedcall-win.h"

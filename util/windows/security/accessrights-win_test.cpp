@@ -8,10 +8,9 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
+#include <accctrl.h>
 
 #include "util/accessrights.h"
-// After windows.h.
-#include <accctrl.h>
 
 namespace {
 

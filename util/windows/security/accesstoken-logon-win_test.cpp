@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// After windows.h.
 #include <userenv.h>
 
 #include "testing/calls/debugoutput-win.h"

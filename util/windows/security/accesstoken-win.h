@@ -16,7 +16,6 @@
 #include <boost/shared_ptr.hpp>
 
 #include <windows.h>
-// After windows.h.
 #include <userenv.h>
 
 #include "util/windows/security/accesscontrol-win.h"

@@ -9,7 +9,6 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// After windows.h.
 #include <accctrl.h>
 
 #include "util/windows/security/accesscontrol-win.h"

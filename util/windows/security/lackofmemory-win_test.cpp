@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// After windows.h.
 #include <sddl.h>
 
 #include "testing/counts/littlememory-win.h"

@@ -15,9 +15,6 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-
-#include "util/windows/security/securityattributes-win.h"
-// After windows.h.
 #include <aclapi.h>
 #include <sddl.h>
 
@@ -27,6 +24,7 @@
 #include "util/stringpool.h"
 #include "util/windows/scopedhandle-win.h"
 #include "util/windows/security/openfile-win.h"
+#include "util/windows/security/securityattributes-win.h"
 #include "util/windows/security/securitydescriptor-win.h"
 #include "util/windows/system-paths-win.h"
 

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// After windows.h.
 #include <sddl.h>
 
 #include "testing/calls/replacedcall-win.h"

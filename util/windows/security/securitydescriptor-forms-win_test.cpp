@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// After windows.h.
 #include <sddl.h>
 
 #include "testing/calls/refusedcall-win.h"

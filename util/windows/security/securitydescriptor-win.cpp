@@ -3,7 +3,6 @@
 #include <utility>
 
 #include <windows.h>
-// After windows.h.
 #include <aclapi.h>
 #include <sddl.h>
 

@@ -14,7 +14,6 @@
 #include <string>
 
 #include <windows.h>
-// After windows.h.
 #include <accctrl.h>
 
 #include "util/platform/localmemory-win.h"

@@ -2,7 +2,6 @@
 #include <vector>
 
 #include <windows.h>
-// After windows.h.
 #include <aclapi.h>
 
 #include "testing/benchmark/comparison.h"

@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// After windows.h.
 #include <lmcons.h>
 #define SECURITY_WIN32
 #include <security.h>

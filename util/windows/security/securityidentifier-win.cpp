@@ -7,7 +7,6 @@
 #include <utility>
 
 #include <windows.h>
-// After windows.h.
 #include <sddl.h>
 #define SECURITY_WIN32
 #include <security.h>

@@ -9,7 +9,6 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// After windows.h.
 #include <sddl.h>
 #define SECURITY_WIN32
 #include <security.h>

@@ -4,7 +4,6 @@
 #include <utility>
 
 #include <windows.h>
-// After windows.h.
 #include <accctrl.h>
 
 #include "util/platform/errortext-win.h"

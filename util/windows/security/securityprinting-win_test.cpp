@@ -14,7 +14,6 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// After windows.h.
 #include <aclapi.h>
 
 #include "testing/calls/accountlookup-win.h"

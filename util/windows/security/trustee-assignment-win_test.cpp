@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// After windows.h.
 #include <accctrl.h>
 
 #include "testing/calls/refusedcall-win.h"

@@ -5,7 +5,6 @@
 #include <utility>
 
 #include <windows.h>
-// After windows.h.
 #include <aclapi.h>
 
 #include "util/platform/unicodetext-win.h"

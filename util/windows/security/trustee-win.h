@@ -5,7 +5,6 @@
 #include <string>
 
 #include <windows.h>
-// After windows.h.
 #include <accctrl.h>
 
 #include "util/windows/security/argumentguards.h"

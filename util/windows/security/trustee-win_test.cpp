@@ -10,9 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// After windows.h.
 #include <accctrl.h>
-
 #include <aclapi.h>
 
 #include "testing/calls/refusedcall-win.h"

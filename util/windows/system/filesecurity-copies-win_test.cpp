@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// Must follow windows.h.
 #include <sddl.h>
 
 #include "testing/scopes/tempfolder.h"

@@ -1,7 +1,6 @@
 #include "util/windows/system/filesecurity-win.h"
 
 #include <windows.h>
-// Must follow windows.h.
 #include <accctrl.h>
 
 #include "util/windows/security/accesscontrol-win.h"

@@ -1,5 +1,7 @@
 // The security that files and directories get from others.
 
+#include "util/windows/system/filesecurity-win.h"
+
 #include <cstddef>
 #include <memory>
 #include <new>
@@ -9,7 +11,6 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// Must follow windows.h.
 #include <aclapi.h>
 #include <sddl.h>
 
@@ -19,7 +20,6 @@
 #include "testing/scopes/tempfolder.h"
 #include "util/windows/security/securitydescriptor-win.h"
 #include "util/windows/system-paths-win.h"
-#include "util/windows/system/filesecurity-win.h"
 
 namespace {
 

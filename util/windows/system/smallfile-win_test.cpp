@@ -12,7 +12,6 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-// Must follow windows.h.
 #include <winioctl.h>
 
 #include "testing/calls/memoryshortage-win.h"
