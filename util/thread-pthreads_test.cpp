@@ -171,13 +171,14 @@ TEST(ThreadTest, AStopIsTheOneThatADerivedClassMakesOfItWithTheLockHeld) {
     EXPECT_TRUE(thread.isLockFree()) << "behind the stop";
 }
 
+/// A thread whose fields can be inspected.
+class Open : public Echo {
+public:
+    Open() : Echo(nullptr) {}
+    using Thread::mCondition, Thread::mMutex, Thread::mStopRequested;
+};
+
 TEST(ThreadTest, TheLockedOperationsTakeTheirOwnLock) {
-    class Open : public Echo {
-    public:
-        Open() : Echo(nullptr) {}
-        using Thread::mMutex;
-        using Thread::mStopRequested;
-    };
     Open thread;
     MutexLock lock(thread.mMutex);
     thread.notify();
@@ -224,13 +225,6 @@ TEST(ThreadTest, TheVirtualOperationsStandInTheirOrder) {
 }
 
 TEST(ThreadTest, TheFieldsStandInTheirOrder) {
-    class Open : public Echo {
-    public:
-        Open() : Echo(nullptr) {}
-        using Thread::mCondition;
-        using Thread::mMutex;
-        using Thread::mStopRequested;
-    };
     Open thread;
     const auto* const object = reinterpret_cast<const char*>(static_cast<const Thread*>(&thread));
     const auto offsetOf = [object](const auto& field) {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <mutex>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "util/errortext.h"
@@ -32,36 +33,19 @@ inline const std::string wordlessInternalErrorEnd =
 /// An Exec that stores its reports, and whose parts can be inspected.
 class TestedExec : public Exec {
 public:
-    using Exec::mAborted;
-    using Exec::mChildSignal;
-    using Exec::mConnector;
-    using Exec::mCurrentRule;
-    using Exec::mCygwinMajor;
-    using Exec::mCygwinMinor;
-    using Exec::mJob;
-    using Exec::mJobPattern;
-    using Exec::mKeepOutputBytes;
-    using Exec::mLastKernelTime;
-    using Exec::mLastOtherOps;
-    using Exec::mLastReads;
-    using Exec::mLastUserTime;
-    using Exec::mLastWrites;
-    using Exec::mLog;
-    using Exec::mMaxOutputBytes;
-    using Exec::mPathCache;
-    using Exec::mPathCacheHits;
-    using Exec::mPathCacheMisses;
-    using Exec::mPid;
-    using Exec::mPidBufferSize;
-    using Exec::mStallCountdown;
-    using Exec::mStallRules;
-    using Exec::report;
-    using Exec::reportWithLastError;
-    using Exec::scriptCommandLine;
-    using Exec::selectStallRule;
-    using Exec::translateCached;
-    using Exec::waitChildren;
-    using Exec::waitProcessExit;
+    // For tests, each of which is a class of its own: a friend of Exec couldn't pass its access on.
+    using Exec::mAborted, Exec::mChildSignal, Exec::mConnector, Exec::mCurrentRule, Exec::mJob,
+        Exec::mJobPattern, Exec::mLog, Exec::mPathCache, Exec::mPathCacheHits,
+        Exec::mPathCacheMisses, Exec::mPid, Exec::mPidBufferSize, Exec::mStallCountdown,
+        Exec::mStallRules;
+    using Exec::report, Exec::reportWithLastError, Exec::scriptCommandLine, Exec::selectStallRule,
+        Exec::translateCached, Exec::waitChildren, Exec::waitProcessExit;
+
+    // Fields that go together, to read and to write.
+    auto cygwinVersion() { return std::tie(mCygwinMajor, mCygwinMinor); }
+    auto lastCounters() {
+        return std::tie(mLastUserTime, mLastKernelTime, mLastReads, mLastWrites, mLastOtherOps);
+    }
 
     void reportError(const char* text) override {
         const std::lock_guard lock(mErrorsMutex);

@@ -10,6 +10,8 @@
 #include <new>
 #include <optional>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -33,6 +35,12 @@ using namespace testing_support;
 
 using Rules = std::list<Exec::StallRule>;
 using Texts = std::vector<std::string>;
+
+std::pair<int, unsigned> limitsOf(Exec& exec) {
+    std::pair<int, unsigned> limits;
+    exec.getOutputLimits(&limits.first, &limits.second);
+    return limits;
+}
 
 TEST(ExecTest, ACommandIsCapturedAndNotRedirectedByDefault) {
     const Exec::RunInfo info;
@@ -79,7 +87,7 @@ TEST(ExecTest, ClearedRedirectionsAreTheDefaultAndTheRestStays) {
 }
 
 TEST(ExecTest, ANewObjectRunsNothingAndKnowsNothing) {
-    const TestedExec exec;
+    TestedExec exec;
     EXPECT_EQ(exec.mPid, 0xffffffffU);
     EXPECT_FALSE(exec.mAborted);
     EXPECT_TRUE(exec.mStallRules.empty());
@@ -87,18 +95,12 @@ TEST(ExecTest, ANewObjectRunsNothingAndKnowsNothing) {
     EXPECT_EQ(exec.mJobPattern, "");
     EXPECT_EQ(exec.mStallCountdown, 0);
     EXPECT_EQ(exec.mLog.str(), "");
-    EXPECT_EQ(exec.mMaxOutputBytes, 5000000);
-    EXPECT_EQ(exec.mKeepOutputBytes, 5000U);
+    EXPECT_EQ(limitsOf(exec), std::pair(5000000, 5000U));
     EXPECT_EQ(exec.mChildSignal, 0x80000000U);
     EXPECT_EQ(exec.mJob.get(), nullptr);
-    EXPECT_EQ(exec.mLastUserTime, 0);
-    EXPECT_EQ(exec.mLastKernelTime, 0);
-    EXPECT_EQ(exec.mLastReads, 0U);
-    EXPECT_EQ(exec.mLastWrites, 0U);
-    EXPECT_EQ(exec.mLastOtherOps, 0U);
+    EXPECT_EQ(exec.lastCounters(), std::tuple(0, 0, 0U, 0U, 0U));
     EXPECT_EQ(exec.mPidBufferSize, 1024U);
-    EXPECT_EQ(exec.mCygwinMajor, 0);
-    EXPECT_EQ(exec.mCygwinMinor, 0);
+    EXPECT_EQ(exec.cygwinVersion(), std::tuple(0, 0));
     EXPECT_EQ(exec.mConnector, nullptr);
     EXPECT_TRUE(exec.mPathCache.empty());
     EXPECT_EQ(exec.mPathCacheHits, 0U);
@@ -128,8 +130,7 @@ TEST(ExecTest, AResetForgetsCommandsRulesAndTheConnector) {
         EXPECT_EQ(exec.mPid, 0xffffffffU);
         EXPECT_FALSE(exec.mAborted);
         EXPECT_EQ(exec.mChildSignal, 0x80000000U);
-        EXPECT_EQ(exec.mCygwinMajor, 0);
-        EXPECT_EQ(exec.mCygwinMinor, 0);
+        EXPECT_EQ(exec.cygwinVersion(), std::tuple(0, 0));
         EXPECT_EQ(exec.mConnector, nullptr);
         EXPECT_TRUE(exec.mPathCache.empty());
         EXPECT_EQ(exec.mPathCacheHits, 0U);
@@ -144,39 +145,24 @@ TEST(ExecTest, AResetKeepsTheLogTheJobTheLimitsAndTheLastCounters) {
     *exec.mJob.receive() = CreateJobObjectA(nullptr, nullptr);
     HANDLE job = exec.mJob.get();
     exec.setOutputLimits(7, 6);
-    exec.mLastUserTime = 1;
-    exec.mLastKernelTime = 2;
-    exec.mLastReads = 3;
-    exec.mLastWrites = 4;
-    exec.mLastOtherOps = 5;
+    exec.lastCounters() = std::tuple(1, 2, 3U, 4U, 5U);
     exec.mStallCountdown = 8;
     exec.setPidBufferSize(9);
 
     exec.reset();
     EXPECT_EQ(exec.log(), "log");
     EXPECT_EQ(exec.mJob.get(), job);
-    EXPECT_EQ(exec.mMaxOutputBytes, 7);
-    EXPECT_EQ(exec.mKeepOutputBytes, 6U);
-    EXPECT_EQ(exec.mLastUserTime, 1);
-    EXPECT_EQ(exec.mLastKernelTime, 2);
-    EXPECT_EQ(exec.mLastReads, 3U);
-    EXPECT_EQ(exec.mLastWrites, 4U);
-    EXPECT_EQ(exec.mLastOtherOps, 5U);
+    EXPECT_EQ(limitsOf(exec), std::pair(7, 6U));
+    EXPECT_EQ(exec.lastCounters(), std::tuple(1, 2, 3U, 4U, 5U));
     EXPECT_EQ(exec.mStallCountdown, 8);
     EXPECT_EQ(exec.mPidBufferSize, 9U);
 }
 
 TEST(ExecTest, OutputLimitsAreWhatWasSetLast) {
     TestedExec exec;
-    int maxBytes = 0;
-    unsigned keepBytes = 0;
-    exec.getOutputLimits(&maxBytes, &keepBytes);
-    EXPECT_EQ(maxBytes, 5000000);
-    EXPECT_EQ(keepBytes, 5000U);
+    EXPECT_EQ(limitsOf(exec), std::pair(5000000, 5000U));
     exec.setOutputLimits(-1, 0xffffffff);
-    exec.getOutputLimits(&maxBytes, &keepBytes);
-    EXPECT_EQ(maxBytes, -1);
-    EXPECT_EQ(keepBytes, 0xffffffffU);
+    EXPECT_EQ(limitsOf(exec), std::pair(-1, 0xffffffffU));
 }
 
 TEST(ExecTest, ABufferForPidsHasAtMost1024Bytes) {
@@ -267,12 +253,10 @@ TEST(ExecTest, AConnectorGivesItsVersionAndNoneGivesZeros) {
         TestedExec exec;
         exec.setCygwinConnector(&connector);
         EXPECT_EQ(exec.mConnector, &connector);
-        EXPECT_EQ(exec.mCygwinMajor, 2011);
-        EXPECT_EQ(exec.mCygwinMinor, 1);
+        EXPECT_EQ(exec.cygwinVersion(), std::tuple(2011, 1));
         exec.setCygwinConnector(nullptr);
         EXPECT_EQ(exec.mConnector, nullptr);
-        EXPECT_EQ(exec.mCygwinMajor, 0);
-        EXPECT_EQ(exec.mCygwinMinor, 0);
+        EXPECT_EQ(exec.cygwinVersion(), std::tuple(0, 0));
     }
     provider.expectClean();
 }
@@ -351,8 +335,7 @@ TEST(ExecTest, TheReservedOperationsDoNothing) {
     EXPECT_TRUE(exec.mAborted);
     EXPECT_EQ(exec.log(), "log");
     EXPECT_EQ(exec.childSignal(), 15U);
-    EXPECT_EQ(exec.mMaxOutputBytes, 7);
-    EXPECT_EQ(exec.mKeepOutputBytes, 6U);
+    EXPECT_EQ(limitsOf(exec), std::pair(7, 6U));
     EXPECT_EQ(exec.errors(), Texts());
     exec.mPid = Exec::noPid;
 }

@@ -2,6 +2,7 @@
 
 #include <set>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -132,13 +133,11 @@ TEST_F(ExecAlternateTest, ItsStreamsAreMergedAndCapturedAsTheCommands) {
 TEST_F(ExecAlternateTest, ItsExitCodeIsReadAsThatOfTheCygwinCommand) {
     Exec::RunInfo info = alternateInfo("exit 0x100");
     info.mCygwinCommand = true;
-    mExec->mCygwinMajor = 1005;
-    mExec->mCygwinMinor = 13;
+    mExec->cygwinVersion() = std::tuple(1005, 13);
     EXPECT_EQ(mExec->run(info).code, 1);
     info = alternateInfo("exit 0x900");
     info.mCygwinCommand = true;
-    mExec->mCygwinMajor = 0;
-    mExec->mCygwinMinor = 0;
+    mExec->cygwinVersion() = std::tuple(0, 0);
     EXPECT_EQ(mExec->run(info).code, 0x900);
     EXPECT_EQ(mExec->childSignal(), 9U);
 }

@@ -5,6 +5,7 @@
 #include <deque>
 #include <optional>
 #include <string>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -26,7 +27,7 @@ protected:
 
     void SetUp() override {
         CommandTest::SetUp();
-        mExec->mCygwinMajor = VERSION_1_7;
+        mExec->cygwinVersion() = std::tuple(VERSION_1_7, 0);
     }
     /// Makes a file with the attribute that leads to `target`, and returns the name that the search
     /// finds.
@@ -113,7 +114,7 @@ TEST_F(ExecCygwinLinkTest, WhatIsNoLinkOfACygwinCommandStaysAsItIs) {
          }) {
         SetFileAttributesW(toWide(link).c_str(), row.attributes);
         mExec->reset();
-        mExec->mCygwinMajor = row.version;
+        mExec->cygwinVersion() = std::tuple(row.version, 0);
         // Error 5 for the command's first start ends the run.
         const RecordedStarts starts(row.isFollowed ? std::deque<DWORD>{0, 0, 0, 5}
                                                    : std::deque<DWORD>{5});

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <set>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -348,8 +349,7 @@ const CygwinRow CYGWIN_ROWS[] = {
 
 TEST_F(ExecResultTest, TheCodeOfACygwinCommandIsReadAsItsVersionWritesIt) {
     for (const CygwinRow& row : CYGWIN_ROWS) {
-        mExec->mCygwinMajor = row.major;
-        mExec->mCygwinMinor = row.minor;
+        mExec->cygwinVersion() = std::tie(row.major, row.minor);
         mExec->mChildSignal = KEPT;
         Exec::RunInfo info = childInfo("exit " + std::to_string(row.code));
         info.mCygwinCommand = true;
@@ -361,8 +361,7 @@ TEST_F(ExecResultTest, TheCodeOfACygwinCommandIsReadAsItsVersionWritesIt) {
 }
 
 TEST_F(ExecResultTest, TheCodeOfACygwinCommandIsLoggedAsItCame) {
-    mExec->mCygwinMajor = 1005;
-    mExec->mCygwinMinor = 13;
+    mExec->cygwinVersion() = std::tuple(1005, 13);
     Exec::RunInfo info = childInfo("exit 256");
     info.mCygwinCommand = true;
     EXPECT_EQ(mExec->run(info).code, 1);
@@ -370,11 +369,10 @@ TEST_F(ExecResultTest, TheCodeOfACygwinCommandIsLoggedAsItCame) {
 }
 
 TEST_F(ExecResultTest, TheCodeOfAnyOtherCommandStaysWhatItIs) {
-    mExec->mCygwinMajor = 1005;
-    mExec->mCygwinMinor = 13;
+    mExec->cygwinVersion() = std::tuple(1005, 13);
     mExec->mChildSignal = KEPT;
     EXPECT_EQ(mExec->run(execChild("exit 256")).code, 256);
-    mExec->mCygwinMajor = 1007;
+    mExec->cygwinVersion() = std::tuple(1007, 13);
     EXPECT_EQ(mExec->run(execChild("exit 0x900")).code, 0x900);
     EXPECT_EQ(mExec->childSignal(), KEPT);
 }

@@ -7,6 +7,7 @@
 #include <limits>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -125,7 +126,7 @@ TEST_F(StallRounds, AChangeOfAWatchedNumberIsProgressAndNoOtherIs) {
 
 TEST_F(StallRounds, AFallIsAChangeToo) {
     SimulatedWait exec({".*", 500, IO});
-    exec.mLastReads = 5;
+    exec.lastCounters() = std::tuple(0, 0, 5U, 0U, 0U);
     accounting.setFixed(figures(0, 0, 4, 0, 0));
     exec.run(/*count=*/1);
     EXPECT_FALSE(exec.stalled);
@@ -133,17 +134,12 @@ TEST_F(StallRounds, AFallIsAChangeToo) {
 
 TEST_F(StallRounds, TheFiveNumbersAreKeptAtProgressOnly) {
     SimulatedWait exec({".*", 5000, TIME});
-    const auto last = [&] {
-        return std::vector<uint64_t>{static_cast<uint64_t>(exec.mLastUserTime),
-                                     static_cast<uint64_t>(exec.mLastKernelTime), exec.mLastReads,
-                                     exec.mLastWrites, exec.mLastOtherOps};
-    };
     accounting.setFixed(figures(0, 0, 3, 4, 5));
     exec.run(/*count=*/1);
-    EXPECT_EQ(last(), (std::vector<uint64_t>{0, 0, 0, 0, 0}));
+    EXPECT_EQ(exec.lastCounters(), std::tuple(0, 0, 0U, 0U, 0U));
     accounting.setFixed(figures(1, 2, 3, 4, 5));
     exec.run(/*count=*/1);
-    EXPECT_EQ(last(), (std::vector<uint64_t>{1, 2, 3, 4, 5}));
+    EXPECT_EQ(exec.lastCounters(), std::tuple(1, 2, 3U, 4U, 5U));
 }
 
 TEST_F(StallRounds, ProgressGivesTheWholeTimeBack) {

@@ -3,6 +3,7 @@
 #include <functional>
 #include <iterator>
 #include <string>
+#include <tuple>
 
 #include <boost/regex.hpp>
 #include <gtest/gtest.h>
@@ -212,7 +213,7 @@ TEST_F(StallRulesInARun, TheTimeBeginsWithTheCommand) {
 TEST_F(StallRulesInARun, AResetEndsJobModeAndKeepsTheJobAndTheLog) {
     exec.setStallRules({{".*", 60000, TIME}});
     EXPECT_EQ(runSilently([] {}).code, 9);
-    exec.mLastReads = 5;
+    exec.lastCounters() = std::tuple(1, 2, 3U, 4U, 5U);
     const std::string log = exec.log();
     exec.reset();
     EXPECT_EQ(currentPattern(exec), "none");
@@ -220,7 +221,7 @@ TEST_F(StallRulesInARun, AResetEndsJobModeAndKeepsTheJobAndTheLog) {
     EXPECT_TRUE(exec.mStallRules.empty());
     EXPECT_EQ(exec.mPid, Exec::noPid);
     EXPECT_TRUE(exec.mJob.isOpen());
-    EXPECT_EQ(exec.mLastReads, 5U);
+    EXPECT_EQ(exec.lastCounters(), std::tuple(1, 2, 3U, 4U, 5U));
     EXPECT_EQ(exec.log(), log);
     const size_t lists = accounting.queryCount(LIST);
     EXPECT_EQ(exec.run(waitedChild("exit 7")).code, 7);
