@@ -1,9 +1,9 @@
 // The line that runs a script. Input: the command line, the file's name, and the file's bytes.
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -48,12 +48,12 @@ std::string interpreterModel(const ScriptHead& head) {
 }
 
 bool extensionModel(const std::string& path) {
-    constexpr std::array<std::string_view, 4> extensions = {".exe", ".com", ".bat", ".cmd"};
+    constexpr std::string_view extensions[] = {".exe", ".com", ".bat", ".cmd"};
     std::string end = path.substr(path.size() - std::min<size_t>(path.size(), 4));
     for (char& c : end) {
         c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
     }
-    return std::find(extensions.begin(), extensions.end(), end) != extensions.end();
+    return std::ranges::find(extensions, end) != std::end(extensions);
 }
 
 }  // namespace

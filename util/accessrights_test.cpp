@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstddef>
+#include <initializer_list>
 #include <iomanip>
 #include <limits>
 #include <locale>
@@ -28,8 +29,7 @@ struct Row {
     const char* text;
 };
 
-template <size_t N>
-void expectTexts(const std::array<Row, N>& rows) {
+void expectTexts(std::initializer_list<Row> rows) {
     for (const Row& row : rows) {
         EXPECT_EQ(written(row.mask, row.objectType, row.kind), row.text)
             << "type " << row.objectType << ", kind " << row.kind;
@@ -37,12 +37,11 @@ void expectTexts(const std::array<Row, N>& rows) {
 }
 
 TEST(AccessMaskTest, AMaskOfZeroHasNoNames) {
-    expectTexts(
-        std::array<Row, 3>{{{0, 1, 1, "0x0 []"}, {0, 0, 0, "0x0 []"}, {0, 9, 9, "0x0 []"}}});
+    expectTexts({{0, 1, 1, "0x0 []"}, {0, 0, 0, "0x0 []"}, {0, 9, 9, "0x0 []"}});
 }
 
 TEST(AccessMaskTest, AFileHasTheNamesOfItsKind) {
-    expectTexts(std::array<Row, 16>{{
+    expectTexts({
         {0x1f01ff, 1, 1, "0x1f01ff [FILE_ALL_ACCESS]"},
         {0x1f01ff, 1, 2, "0x1f01ff [FILE_ALL_ACCESS]"},
         {0x1f01ff, 1, 4, "0x1f01ff [FILE_ALL_ACCESS]"},
@@ -59,11 +58,11 @@ TEST(AccessMaskTest, AFileHasTheNamesOfItsKind) {
         {0x20, 1, 4, "0x20 [0x20]"},
         {0x40, 1, 1, "0x40 [0x40]"},
         {0x40, 1, 2, "0x40 [FILE_DELETE_CHILD]"},
-    }});
+    });
 }
 
 TEST(AccessMaskTest, OfAnUnknownKindTheFirstNameOfTheTypeIsTaken) {
-    expectTexts(std::array<Row, 6>{{
+    expectTexts({
         {0x1, 1, 0, "0x1 [FILE_LIST_DIRECTORY]"},
         {0x4, 1, 0, "0x4 [FILE_CREATE_PIPE_INSTANCE]"},
         {0x1, 6, 0, "0x1 [PROCESS_TERMINATE]"},
@@ -73,19 +72,19 @@ TEST(AccessMaskTest, OfAnUnknownKindTheFirstNameOfTheTypeIsTaken) {
          "PROCESS_CREATE_THREAD]"},
         {0x1, 7, 0, "0x1 [WINSTA_ENUMDESKTOPS]"},
         {0x200, 7, 0, "0x200 [WINSTA_READSCREEN]"},
-    }});
+    });
 }
 
 TEST(AccessMaskTest, OfSeveralKindsTheNamesOfEachCount) {
-    expectTexts(std::array<Row, 3>{{
+    expectTexts({
         {0x21, 1, 3, "0x21 [FILE_LIST_DIRECTORY FILE_TRAVERSE]"},
         {0x5, 1, 5, "0x5 [FILE_READ_DATA FILE_CREATE_PIPE_INSTANCE]"},
         {0x1, 6, 0xC, "0x1 [JOB_OBJECT_ASSIGN_PROCESS]"},
-    }});
+    });
 }
 
 TEST(AccessMaskTest, TheWidestNameIsTakenFirstAndTheBitsLeftOverOneByOne) {
-    expectTexts(std::array<Row, 10>{{
+    expectTexts({
         {0x120089, 1, 1, "0x120089 [FILE_GENERIC_READ]"},
         {0x120116, 1, 1, "0x120116 [FILE_GENERIC_WRITE]"},
         {0x1200a0, 1, 1, "0x1200a0 [FILE_GENERIC_EXECUTE]"},
@@ -100,22 +99,22 @@ TEST(AccessMaskTest, TheWidestNameIsTakenFirstAndTheBitsLeftOverOneByOne) {
         {0xf0000, 1, 1, "0xf0000 [STANDARD_RIGHTS_REQUIRED]"},
         {0xe0000, 1, 1, "0xe0000 [READ_CONTROL WRITE_DAC WRITE_OWNER]"},
         {0xffff, 1, 1, "0xffff [SPECIFIC_RIGHTS_ALL]"},
-    }});
+    });
 }
 
 TEST(AccessMaskTest, BitsWithoutANameAreOneNumberBehindTheNames) {
-    expectTexts(std::array<Row, 4>{{
+    expectTexts({
         {0x1fffff, 1, 1, "0x1fffff [FILE_ALL_ACCESS 0xfe00]"},
         {0x8000, 1, 1, "0x8000 [0x8000]"},
         {0x4000a001, 1, 1, "0x4000a001 [GENERIC_WRITE FILE_READ_DATA 0xa000]"},
         {0xffffffff, 1, 1,
          "0xffffffff [FILE_ALL_ACCESS ACCESS_SYSTEM_SECURITY MAXIMUM_ALLOWED GENERIC_READ "
          "GENERIC_WRITE GENERIC_EXECUTE GENERIC_ALL 0xce0fe00]"},
-    }});
+    });
 }
 
 TEST(AccessMaskTest, RegistryKeysHaveNamesForAnUnknownKindAlone) {
-    expectTexts(std::array<Row, 7>{{
+    expectTexts({
         {0xf003f, 4, 0, "0xf003f [KEY_ALL_ACCESS]"},
         {0x20006, 4, 0, "0x20006 [KEY_WRITE]"},
         {0x20019, 4, 0, "0x20019 [KEY_READ]"},
@@ -124,11 +123,11 @@ TEST(AccessMaskTest, RegistryKeysHaveNamesForAnUnknownKindAlone) {
         // KEY_WOW64_RES, the name of both bits, comes after the first one and is never reached.
         {0x300, 4, 0, "0x300 [KEY_WOW64_64KEY KEY_WOW64_32KEY]"},
         {0x10001, 4, 1, "0x10001 [DELETE 0x1]"},
-    }});
+    });
 }
 
 TEST(AccessMaskTest, KernelObjectsHaveTheNamesOfTheirKind) {
-    expectTexts(std::array<Row, 20>{{
+    expectTexts({
         {0x1f0fff, 6, 1, "0x1f0fff [PROCESS_ALL_ACCESS]"},
         {0x1f03ff, 6, 2, "0x1f03ff [THREAD_ALL_ACCESS]"},
         {0x1f001f, 6, 4, "0x1f001f [JOB_OBJECT_ALL_ACCESS]"},
@@ -152,28 +151,28 @@ TEST(AccessMaskTest, KernelObjectsHaveTheNamesOfTheirKind) {
         {0x3, 6, 16, "0x3 [!!EVENT_UNDOCUMENTED!! EVENT_MODIFY_STATE]"},
         {0x3, 6, 64, "0x3 [!!SEMAPHORE_UNDOCUMENTED!! SEMAPHORE_MODIFY_STATE]"},
         {0x4, 6, 2, "0x4 [!!THREAD_UNDOCUMENTED!!]"},
-    }});
+    });
 }
 
 TEST(AccessMaskTest, WindowObjectsHaveTheNamesOfTheirKind) {
-    expectTexts(std::array<Row, 5>{{
+    expectTexts({
         {0x37f, 7, 1, "0x37f [WINSTA_ALL_ACCESS]"},
         {0x1ff, 7, 2, "0x1ff [DESKTOP_ALL_ACCESS]"},
         {0x81, 7, 1, "0x81 [WINSTA_ENUMDESKTOPS !!WINSTA_UNDOCUMENTED!!]"},
         {0x81, 7, 2, "0x81 [DESKTOP_READOBJECTS DESKTOP_WRITEOBJECTS]"},
         // WINSTA_READSCREEN has no kind.
         {0x200, 7, 1, "0x200 [0x200]"},
-    }});
+    });
 }
 
 TEST(AccessMaskTest, NamesOfEveryTypeCountForOtherTypesAndForTypeZeroWithoutKind) {
-    expectTexts(std::array<Row, 5>{{
+    expectTexts({
         {0x10001, 5, 0, "0x10001 [DELETE 0x1]"},
         {0x10001, 12, 3, "0x10001 [DELETE 0x1]"},
         {0x10001, 0, 0, "0x10001 [DELETE 0x1]"},
         {0x10001, 0, 1, "0x10001 [0x10001]"},
         {0xffff, 0, 0, "0xffff [SPECIFIC_RIGHTS_ALL]"},
-    }});
+    });
 }
 
 class Grouping : public std::numpunct<char> {
@@ -272,7 +271,7 @@ std::string output(Write write, uint32_t value) {
 }
 
 TEST(SecurityNamesTest, EachAceFlagIsWrittenInBracketsWithABlankBefore) {
-    const std::array<std::pair<uint32_t, const char*>, 12> rows = {{
+    const std::pair<uint32_t, const char*> rows[] = {
         {0, " (NO_INHERITANCE)"},
         {0x1, " (OI)"},
         {0x2, " (CI)"},
@@ -285,7 +284,7 @@ TEST(SecurityNamesTest, EachAceFlagIsWrittenInBracketsWithABlankBefore) {
         {0x3, " (OI) (CI)"},
         {0xFF, " (OI) (CI) (NP) (IO) (IA) (SA) (FA)"},
         {0x100, ""},
-    }};
+    };
     for (const auto& [flags, text] : rows) {
         EXPECT_EQ(output(writeAceFlags, flags), text) << flags;
     }
@@ -293,7 +292,7 @@ TEST(SecurityNamesTest, EachAceFlagIsWrittenInBracketsWithABlankBefore) {
 }
 
 TEST(SecurityNamesTest, EachControlBitIsWrittenWithABlankBefore) {
-    const std::array<std::pair<uint32_t, const char*>, 19> rows = {{
+    const std::pair<uint32_t, const char*> rows[] = {
         {0, ""},
         {0x1, " SE_OWNER_DEFAULTED"},
         {0x2, " SE_GROUP_DEFAULTED"},
@@ -313,7 +312,7 @@ TEST(SecurityNamesTest, EachControlBitIsWrittenWithABlankBefore) {
         {0x8000, " SE_SELF_RELATIVE"},
         {0x8004, " SE_DACL_PRESENT SE_SELF_RELATIVE"},
         {0x10000, ""},
-    }};
+    };
     for (const auto& [control, text] : rows) {
         EXPECT_EQ(output(writeDescriptorControl, control), text) << control;
     }

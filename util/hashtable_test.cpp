@@ -1,6 +1,5 @@
 #include "util/hashtable.h"
 
-#include <array>
 #include <new>
 #include <string>
 #include <vector>
@@ -55,7 +54,7 @@ TEST(HashedTextTest, EachByteIsAddedAsASignedValueToNineTimesTheHash) {
         std::string text;
         long long hash;
     };
-    const std::array<Row, 8> rows = {{
+    const Row rows[] = {
         {"", 0},
         {"a", 97},
         {"ab", 97LL * 9 + 98},
@@ -64,7 +63,7 @@ TEST(HashedTextTest, EachByteIsAddedAsASignedValueToNineTimesTheHash) {
         {std::string("a\0", 2), 97LL * 9},
         {"\xFF", -1},
         {"\x80\x7F", -128LL * 9 + 127},
-    }};
+    };
     for (const Row& row : rows) {
         EXPECT_EQ(HashedText(row.text).hash(), static_cast<size_t>(row.hash)) << row.text;
         EXPECT_EQ(HashedText::hash(row.text), static_cast<size_t>(row.hash)) << row.text;
@@ -119,14 +118,13 @@ TEST(HashTableTest, AnAddedTextIsFoundByAnotherCopyOfIt) {
 
 TEST(HashTableTest, TextsOfOneChainAreToldApart) {
     // All have a hash that is divisible by 16.
-    const std::array<std::string, 5> texts = {std::string(1, '\0'), std::string(2, '\0'), "", "0",
-                                              "p"};
+    const std::string texts[] = {std::string(1, '\0'), std::string(2, '\0'), "", "0", "p"};
     HashTable<size_t> table;
-    for (size_t i = 0; i < texts.size(); ++i) {
+    for (size_t i = 0; i < std::size(texts); ++i) {
         EXPECT_EQ(table.find(HashedText(texts[i])), nullptr);
         table.add(HashedText(texts[i]), i);
     }
-    for (size_t i = 0; i < texts.size(); ++i) {
+    for (size_t i = 0; i < std::size(texts); ++i) {
         const size_t* const found = table.find(HashedText(texts[i]));
         ASSERT_NE(found, nullptr);
         EXPECT_EQ(*found, i);

@@ -1,5 +1,5 @@
-#include <array>
 #include <filesystem>
+#include <string>
 
 #include "testing/benchmark/comparison.h"
 #include "util/pathfun.h"
@@ -8,7 +8,7 @@ namespace {
 
 using benchmark::compare;
 
-const std::array<std::string, 20> PATHS = {
+const std::string PATHS[] = {
     R"(C:\Users\build\src\main\driver.cpp)",
     R"(M:\main_view\vobs\platform\include\platform\config.h)",
     R"(M:/main_view/vobs/platform/lib/../include/version.h)",

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <random>
+#include <span>
 #include <string_view>
 
 #include "util/pathcollation.h"
@@ -11,19 +12,19 @@
 namespace benchmark {
 namespace {
 
-using Words = std::array<std::string_view, 16>;
+using Words = std::span<const std::string_view>;
 
-constexpr Words ascii = {"Source", "Include", "platform", "widgets", "Network", "storage",
-                         "tests",  "Common",  "report",   "editor",  "Build",   "tools",
-                         "config", "Drivers", "service",  "render"};
-constexpr Words accented = {
+constexpr std::string_view ascii[] = {
+    "Source", "Include", "platform", "widgets", "Network", "storage", "tests",   "Common",
+    "report", "editor",  "Build",    "tools",   "config",  "Drivers", "service", "render"};
+constexpr std::string_view accented[] = {
     "Übersicht", "Größe",     "préférences", "données", "Año",    "versión", "Ångström", "smörgås",
     "říjen",     "Žluťoučký", "información", "dépôt",   "Straße", "façade",  "çözüm",    "Łódź"};
-constexpr std::array<std::string_view, 4> extensions = {".cpp", ".h", ".txt", ".Resources"};
+constexpr std::string_view extensions[] = {".cpp", ".h", ".txt", ".Resources"};
 
 class PathMaker {
 public:
-    explicit PathMaker(const Words& words) : mWords(words) {}
+    explicit PathMaker(Words words) : mWords(words) {}
 
     std::string directory() {
         std::string path = "M:/main_view/vobs";
@@ -39,13 +40,10 @@ public:
     }
 
 private:
-    template <class List>
-    std::string_view pick(const List& list) {
-        return list[mRandom() % list.size()];
-    }
+    std::string_view pick(Words list) { return list[mRandom() % list.size()]; }
     std::string_view word() { return pick(mWords); }
 
-    const Words& mWords;
+    Words mWords;
     // A fixed seed, so that the paths are the same each time.
     std::mt19937 mRandom{1};  // NOLINT(cert-msc32-c,cert-msc51-cpp)
 };
@@ -56,7 +54,7 @@ bool isSame(const std::string& a, const std::string& b) { return comparePaths(a,
 }  // namespace
 
 std::vector<std::string> samplePaths(size_t count, Letters letters) {
-    PathMaker maker(letters == Letters::ascii ? ascii : accented);
+    PathMaker maker(letters == Letters::ascii ? Words(ascii) : Words(accented));
     std::vector<std::string> paths;
     while (paths.size() < count) {
         while (paths.size() < count + count / 4) {

@@ -230,10 +230,10 @@ TEST(ExecTest, WhatChangesTheRulesWaitsForTheLock) {
     TestedExec exec;
     exec.mJobPattern = "b";
     std::optional<MutexLock> lock(exec.mHandleLock);
-    std::array<std::optional<BoundedThread>, 3> threads;
-    threads[0].emplace([&exec] { exec.setStallRules({{"b", 1, 1}}); });
-    threads[1].emplace([&exec] { exec.reset(); });
-    threads[2].emplace([&] { exec.setCygwinConnector(&connector); });
+    std::vector<BoundedThread> threads;
+    threads.emplace_back([&exec] { exec.setStallRules({{"b", 1, 1}}); });
+    threads.emplace_back([&exec] { exec.reset(); });
+    threads.emplace_back([&] { exec.setCygwinConnector(&connector); });
     // Without a lock, a call would go unnoticed only if it took longer than this; with a lock, no
     // call can get through.
     Sleep(20);
@@ -241,8 +241,8 @@ TEST(ExecTest, WhatChangesTheRulesWaitsForTheLock) {
     EXPECT_EQ(exec.mJobPattern, "b");
     EXPECT_EQ(exec.mConnector, nullptr);
     lock.reset();
-    for (std::optional<BoundedThread>& thread : threads) {
-        thread->join();
+    for (BoundedThread& thread : threads) {
+        thread.join();
     }
 }
 

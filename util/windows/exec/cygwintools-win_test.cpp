@@ -132,11 +132,11 @@ TEST_F(CygwinToolsTest, FailuresAreNotReported) {
 TEST(CygwinToolsThreadsTest, SeveralThreadsMayAskAtOnce) {
     const TempFolder folder;
     const PosixWorld world(folder);
-    std::array<std::string, 3> answers{"", "before", ""};
+    const char* const names[] = {"/tools/a", "/none/b", "/bin/c"};
+    std::vector<std::string> answers(std::size(names), "before");
     {
-        const std::array<const char*, 3> names{"/tools/a", "/none/b", "/bin/c"};
         std::vector<BoundedThread> threads;
-        for (size_t i = 0; i < names.size(); ++i) {
+        for (size_t i = 0; i < answers.size(); ++i) {
             threads.emplace_back(
                 [&answer = answers[i], name = names[i]] { answer = runCygpath(name, "-m"); });
         }

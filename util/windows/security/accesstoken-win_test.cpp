@@ -222,7 +222,7 @@ TEST_F(AccessTokenTest, TheListsOfARestrictionGoToWindowsAsArrays) {
     ASSERT_EQ(gRestricted.disableCount, 2U);
     ASSERT_EQ(gRestricted.deleteCount, 2U);
     ASSERT_EQ(gRestricted.restrictCount, 1U);
-    for (size_t i = 0; i < 2; ++i) {
+    for (size_t i = 0; i < disable.size(); ++i) {
         EXPECT_EQ(gRestricted.disable[i].Sid, disable[i].first.sid());
         EXPECT_EQ(gRestricted.disable[i].Attributes, disable[i].second);
         EXPECT_EQ(gRestricted.remove[i].Luid.LowPart, remove[i].first.LowPart);

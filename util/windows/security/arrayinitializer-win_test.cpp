@@ -72,7 +72,7 @@ TEST(ArrayInitializerTest, AWholeListBecomesAnArrayInItsOrder) {
     const std::vector<Privilege> list = {{{1, 0}, 10}, {{2, 0}, 20}, {{3, 0}, 30}};
     LUID_AND_ATTRIBUTES array[4] = {};
     initializeArray(list, array);
-    for (size_t i = 0; i < 3; ++i) {
+    for (size_t i = 0; i < list.size(); ++i) {
         EXPECT_EQ(array[i].Luid.LowPart, i + 1);
         EXPECT_EQ(array[i].Attributes, 10 * (i + 1));
     }

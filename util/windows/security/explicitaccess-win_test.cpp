@@ -90,7 +90,7 @@ TEST_F(ExplicitAccessTest, AnAclIsMadeOfAListAndGivesItBackAsAnOwner) {
     EXPECT_TRUE(entries.isOwner());
     ASSERT_EQ(entries.count(), 2U);
     EXPECT_EQ(mOwnership.held(), OwnedResources{.mLocalBlocks = 2});
-    for (ULONG index = 0; index < 2; ++index) {
+    for (ULONG index = 0; index < entries.count(); ++index) {
         const ExplicitAccess entry(&entries.entries()[index]);
         EXPECT_EQ(entry.permissions(), entry.trustee().sid() == mSystem ? 1U : 2U);
         EXPECT_EQ(entry.mode(), GRANT_ACCESS);

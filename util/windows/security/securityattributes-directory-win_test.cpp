@@ -1,6 +1,5 @@
 // Names for the security of directories. For the registry see securityattributes-win_test.cpp.
 
-#include <array>
 #include <atomic>
 #include <cstddef>
 #include <cwchar>
@@ -288,8 +287,7 @@ TEST(SecurityAttributesForDirectoryTest, ThreadsThatAskForTwoFoldersGetTheirTwoN
     constexpr size_t THREADS = 8;
     const TempFolder folder;
     const InheritingAll inheriting;
-    const std::array<std::string, 2> paths = {makeFolder(folder, "usual"),
-                                              makeOpenFolder(folder, "open")};
+    const std::string paths[] = {makeFolder(folder, "usual"), makeOpenFolder(folder, "open")};
     std::vector<std::vector<const char*>> names(THREADS);
     {
         std::vector<std::jthread> threads;
@@ -304,7 +302,7 @@ TEST(SecurityAttributesForDirectoryTest, ThreadsThatAskForTwoFoldersGetTheirTwoN
             });
         }
     }
-    const std::array<const char*, 2> expected = {nameOf(paths[0]), nameOf(paths[1])};
+    const char* const expected[] = {nameOf(paths[0]), nameOf(paths[1])};
     for (size_t thread = 0; thread < THREADS; ++thread) {
         for (size_t i = 0; i < 20; ++i) {
             ASSERT_EQ(names[thread][i], expected[(i + thread) % 2]);

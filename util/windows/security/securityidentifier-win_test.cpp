@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstring>
+#include <iterator>
 #include <string>
 #include <utility>
 #include <vector>
@@ -123,7 +124,7 @@ TEST_F(SecurityIdentifierTest, ItsPartsAreThoseOfTheSid) {
     ASSERT_NE(sid.identifierAuthority(), nullptr);
     EXPECT_EQ(std::memcmp(sid.identifierAuthority(), &NT_AUTHORITY, sizeof NT_AUTHORITY), 0);
     const DWORD subAuthorities[] = {21, 1, 2, 3, 1001};
-    for (DWORD index = 0; index < 5; ++index) {
+    for (DWORD index = 0; index < std::size(subAuthorities); ++index) {
         SetLastError(NO_ERROR);
         ASSERT_NE(sid.subAuthority(index), nullptr);
         EXPECT_EQ(*sid.subAuthority(index), subAuthorities[index]);

@@ -1,6 +1,5 @@
 // New names, and renaming and removing with further tries.
 
-#include <array>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -54,7 +53,7 @@ TEST(UniqueSuffixTest, TheFirstNumberComesFromTheClockAndTheProcess) {
         uint32_t value;
         uint32_t step;
     };
-    const std::array<Row, 13> rows = {{
+    const Row rows[] = {
         {100, 7, 107, 7},
         {0, 7, 7, 7},
         {0x100000005, 7, 12, 7},  // only 32 bits of the clock count
@@ -69,7 +68,7 @@ TEST(UniqueSuffixTest, TheFirstNumberComesFromTheClockAndTheProcess) {
         {100, 0xFFFFFFFE, 200, 100},
         {0, 0, 1, 1},
         {0x7FFFFFFF, 0x7FFFFFFF, 1, 1},
-    }};
+    };
     for (const Row& row : rows) {
         const SameStart start(row.ticks, row.process);
         UniqueSuffix suffix;
@@ -85,13 +84,13 @@ TEST(UniqueSuffixTest, EachFurtherNumberIsAStepOnModulo7fffffff) {
         uint32_t step;
         uint32_t next;
     };
-    const std::array<Row, 5> rows = {{
+    const Row rows[] = {
         {5, 3, 8},
         {0x7FFFFFFD, 1, 0x7FFFFFFE},
         {0x7FFFFFFE, 1, 0},
         {0x7FFFFFFE, 0x7FFFFFFE, 0x7FFFFFFD},
         {0x7FFFFFFE, 0xFFFFFFFD, 0x7FFFFFFD},  // the sum is beyond 32 bits
-    }};
+    };
     const SameStart start(1, 1);
     for (const Row& row : rows) {
         UniqueSuffix suffix{row.value, row.step};
@@ -106,7 +105,7 @@ TEST(UniqueNameTest, TheNumberIsSixDigitsOfFiveBits) {
         uint32_t number;
         const char* name;
     };
-    const std::array<Row, 11> rows = {{
+    const Row rows[] = {
         {0, "x000000"},
         {1, "x000001"},
         {9, "x000009"},
@@ -118,7 +117,7 @@ TEST(UniqueNameTest, TheNumberIsSixDigitsOfFiveBits) {
         {0x3FFFFFFF, "xVVVVVV"},
         {0x40000000, "x000000"},  // the highest bit is beyond them
         {0x7FFFFFFE, "xVVVVVU"},
-    }};
+    };
     for (const Row& row : rows) {
         const uint32_t before = (row.number + UniqueSuffix::modulus - 1) % UniqueSuffix::modulus;
         UniqueName name("x", UniqueSuffix{before, 1});
@@ -270,8 +269,8 @@ private:
 };
 
 using Retrying = bool (*)();
-const std::array<Retrying, 2> OPERATIONS = {[] { return renameRetrying("c:/a", "c:/b"); },
-                                            [] { return removeRetrying("c:/a", false); }};
+const Retrying OPERATIONS[] = {[] { return renameRetrying("c:/a", "c:/b"); },
+                               [] { return removeRetrying("c:/a", false); }};
 
 TEST_F(RetryingTest, SuccessAtOnceTakesNoPause) {
     for (const Retrying operation : OPERATIONS) {

@@ -304,12 +304,12 @@ TEST(ReadFileTest, ASizeThatOverflowsWithTheTextIs5005) {
 TEST(ReadFileTest, ASizeBeyondTheMemoryIs5006) {
     const TempFolder folder;
     const std::string path = folder.write("file", "text");
-    const std::array<std::pair<uint64_t, const char*>, 3> rows = {{
+    const std::pair<uint64_t, const char*> rows[] = {
         {uint64_t{1} << 60, "1152921504606846976"},
         // More than a string can hold.
         {std::numeric_limits<int64_t>::max(), "9223372036854775807"},
         {std::numeric_limits<uint64_t>::max() - 6, "18446744073709551609"},
-    }};
+    };
     for (const auto& [size, number] : rows) {
         const ToldSize told(size);
         std::string text = "before";
