@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <initializer_list>
 #include <string_view>
 
 #include <gtest/gtest.h>
@@ -223,37 +224,82 @@ TEST(AccessRightsTest, TheTypesAreThoseOfWindows) {
     EXPECT_EQ(ObjectType::windowObject, static_cast<uint32_t>(SE_WINDOW_OBJECT));
 }
 
-TEST(SecurityNamesTest, TheValuesAreThoseOfWindows) {
-    EXPECT_STREQ(aceTypeName(ACCESS_ALLOWED_ACE_TYPE), "Access Allowed");
-    EXPECT_STREQ(aceTypeName(ACCESS_DENIED_OBJECT_ACE_TYPE), "Access Denied Object");
-    EXPECT_STREQ(aceTypeName(SYSTEM_AUDIT_CALLBACK_ACE_TYPE), "System Audit Callback");
-    EXPECT_STREQ(accessModeName(REVOKE_ACCESS), "REVOKE_ACCESS");
-    EXPECT_STREQ(accessModeName(SET_AUDIT_FAILURE), "SET_AUDIT_FAILURE");
-    EXPECT_STREQ(sidUseName(SidTypeUser), "User");
-    EXPECT_STREQ(sidUseName(SidTypeComputer), "Computer");
-    EXPECT_STREQ(trusteeTypeName(TRUSTEE_IS_WELL_KNOWN_GROUP), "Well-Known Group");
-    EXPECT_STREQ(trusteeTypeName(TRUSTEE_IS_COMPUTER), "Computer");
+void expectNames(const char* (*nameOf)(uint32_t), std::initializer_list<NamedValue> names) {
+    for (const NamedValue& named : names) {
+        EXPECT_STREQ(nameOf(named.value), named.name) << named.value;
+    }
 }
 
-#define BIT(name) \
+#define NAMED(name) \
     { name, #name }
+
+TEST(SecurityNamesTest, TheAceTypesAreThoseOfWindows) {
+    expectNames(aceTypeName,
+                {{ACCESS_ALLOWED_ACE_TYPE, "Access Allowed"},
+                 {ACCESS_ALLOWED_CALLBACK_ACE_TYPE, "Access Allowed Callback"},
+                 {ACCESS_ALLOWED_CALLBACK_OBJECT_ACE_TYPE, "Access Allowed Callback Object"},
+                 {ACCESS_ALLOWED_COMPOUND_ACE_TYPE, "Access Allowed Compound"},
+                 {ACCESS_ALLOWED_OBJECT_ACE_TYPE, "Access Allowed Object"},
+                 {ACCESS_DENIED_ACE_TYPE, "Access Denied"},
+                 {ACCESS_DENIED_CALLBACK_ACE_TYPE, "Access Denied Callback"},
+                 {ACCESS_DENIED_CALLBACK_OBJECT_ACE_TYPE, "Access Denied Callback Object"},
+                 {ACCESS_DENIED_OBJECT_ACE_TYPE, "Access Denied Object"},
+                 {SYSTEM_ALARM_ACE_TYPE, "System Alarm"},
+                 {SYSTEM_ALARM_CALLBACK_ACE_TYPE, "System Alarm Callback"},
+                 {SYSTEM_ALARM_CALLBACK_OBJECT_ACE_TYPE, "System Alarm Callback Object"},
+                 {SYSTEM_ALARM_OBJECT_ACE_TYPE, "System Alarm Object"},
+                 {SYSTEM_AUDIT_ACE_TYPE, "System Audit"},
+                 {SYSTEM_AUDIT_CALLBACK_ACE_TYPE, "System Audit Callback"},
+                 {SYSTEM_AUDIT_CALLBACK_OBJECT_ACE_TYPE, "System Audit Callback Object"},
+                 {SYSTEM_AUDIT_OBJECT_ACE_TYPE, "System Audit Object"}});
+}
+
+TEST(SecurityNamesTest, TheAccessModesAreThoseOfWindows) {
+    expectNames(accessModeName, {NAMED(DENY_ACCESS), NAMED(GRANT_ACCESS), NAMED(NOT_USED_ACCESS),
+                                 NAMED(REVOKE_ACCESS), NAMED(SET_ACCESS), NAMED(SET_AUDIT_FAILURE),
+                                 NAMED(SET_AUDIT_SUCCESS)});
+}
+
+TEST(SecurityNamesTest, TheSidUsesAreThoseOfWindows) {
+    expectNames(sidUseName, {{SidTypeAlias, "Alias"},
+                             {SidTypeComputer, "Computer"},
+                             {SidTypeDeletedAccount, "DeletedAccount"},
+                             {SidTypeDomain, "Domain"},
+                             {SidTypeGroup, "Group"},
+                             {SidTypeInvalid, "Invalid"},
+                             {SidTypeUnknown, "Unknown"},
+                             {SidTypeUser, "User"},
+                             {SidTypeWellKnownGroup, "WellKnownGroup"}});
+}
+
+TEST(SecurityNamesTest, TheTrusteeTypesAreThoseOfWindows) {
+    expectNames(trusteeTypeName, {{TRUSTEE_IS_ALIAS, "Alias"},
+                                  {TRUSTEE_IS_COMPUTER, "Computer"},
+                                  {TRUSTEE_IS_DELETED, "Deleted"},
+                                  {TRUSTEE_IS_DOMAIN, "Domain"},
+                                  {TRUSTEE_IS_GROUP, "Group"},
+                                  {TRUSTEE_IS_INVALID, "Invalid"},
+                                  {TRUSTEE_IS_UNKNOWN, "Unknown"},
+                                  {TRUSTEE_IS_USER, "User"},
+                                  {TRUSTEE_IS_WELL_KNOWN_GROUP, "Well-Known Group"}});
+}
 
 TEST(SecurityNamesTest, TheControlBitsAreThoseOfWindows) {
     const auto bits = std::to_array<NamedValue>({
-        BIT(SE_OWNER_DEFAULTED),
-        BIT(SE_GROUP_DEFAULTED),
-        BIT(SE_DACL_PRESENT),
-        BIT(SE_DACL_DEFAULTED),
-        BIT(SE_SACL_PRESENT),
-        BIT(SE_SACL_DEFAULTED),
-        BIT(SE_DACL_AUTO_INHERIT_REQ),
-        BIT(SE_SACL_AUTO_INHERIT_REQ),
-        BIT(SE_DACL_AUTO_INHERITED),
-        BIT(SE_SACL_AUTO_INHERITED),
-        BIT(SE_DACL_PROTECTED),
-        BIT(SE_SACL_PROTECTED),
-        BIT(SE_RM_CONTROL_VALID),
-        BIT(SE_SELF_RELATIVE),
+        NAMED(SE_OWNER_DEFAULTED),
+        NAMED(SE_GROUP_DEFAULTED),
+        NAMED(SE_DACL_PRESENT),
+        NAMED(SE_DACL_DEFAULTED),
+        NAMED(SE_SACL_PRESENT),
+        NAMED(SE_SACL_DEFAULTED),
+        NAMED(SE_DACL_AUTO_INHERIT_REQ),
+        NAMED(SE_SACL_AUTO_INHERIT_REQ),
+        NAMED(SE_DACL_AUTO_INHERITED),
+        NAMED(SE_SACL_AUTO_INHERITED),
+        NAMED(SE_DACL_PROTECTED),
+        NAMED(SE_SACL_PROTECTED),
+        NAMED(SE_RM_CONTROL_VALID),
+        NAMED(SE_SELF_RELATIVE),
     });
     ASSERT_EQ(descriptorControlNames().size(), bits.size());
     for (size_t i = 0; i < bits.size(); ++i) {
@@ -261,7 +307,7 @@ TEST(SecurityNamesTest, TheControlBitsAreThoseOfWindows) {
         EXPECT_STREQ(descriptorControlNames()[i].name, bits[i].name);
     }
 }
-#undef BIT
+#undef NAMED
 
 TEST(SecurityNamesTest, TheAceFlagsAreThoseOfWindows) {
     const auto flags = std::to_array<NamedValue>({

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -385,13 +386,27 @@ TEST(SystemDeleteKeyTest, AMissingKeyThatIsListedAgainIsTriedOnceAndIsAFailure) 
                                          "key 0 of 260", "close", "delete"}));
 }
 
+/// Returns the key of a number; those of predefined keys are negative.
+HKEY keyOf(uint32_t number) { return static_cast<HKEY>(LongToHandle(static_cast<LONG>(number))); }
+
 TEST(SystemDeleteKeyTest, APredefinedKeyIsNotClosed) {
-    for (const HKEY key : {HKEY_CLASSES_ROOT, HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE, HKEY_USERS,
-                           HKEY_PERFORMANCE_DATA, HKEY_PERFORMANCE_TEXT, HKEY_PERFORMANCE_NLSTEXT,
-                           HKEY_CURRENT_CONFIG, HKEY_DYN_DATA, HKEY_CURRENT_USER_LOCAL_SETTINGS}) {
-        const FakeRegistry registry(key, 1);
+    for (const uint32_t number :
+         {0x80000000U, 0x80000001U, 0x80000002U, 0x80000003U, 0x80000004U, 0x80000005U, 0x80000006U,
+          0x80000007U, 0x80000050U, 0x80000060U}) {
+        const FakeRegistry registry(keyOf(number), 1);
         EXPECT_TRUE(System::deleteKey(HKEY_CURRENT_USER, L"a", nullptr));
-        EXPECT_EQ(registry.events(), (Events{"delete", "open", "key 0 of 260", "delete"}));
+        EXPECT_EQ(registry.events(), (Events{"delete", "open", "key 0 of 260", "delete"}))
+            << number;
+    }
+}
+
+TEST(SystemDeleteKeyTest, AKeyNextToThePredefinedOnesIsClosed) {
+    for (const uint32_t number :
+         {0x7FFFFFFFU, 0x80000008U, 0x8000004FU, 0x80000051U, 0x8000005FU, 0x80000061U}) {
+        const FakeRegistry registry(keyOf(number), 1);
+        EXPECT_TRUE(System::deleteKey(HKEY_CURRENT_USER, L"a", nullptr));
+        EXPECT_EQ(registry.events(), (Events{"delete", "open", "key 0 of 260", "close", "delete"}))
+            << number;
     }
 }
 

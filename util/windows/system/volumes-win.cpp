@@ -20,26 +20,27 @@ namespace {
 
 using Name = std::array<wchar_t, 261>;
 
+// The words are written in this order, that of the bits.
 constexpr std::pair<DWORD, const char*> fileSystemFlags[] = {
-    {0x1, "case-sensitive"},
-    {0x2, "case preserved"},
-    {0x4, "Unicode"},
-    {0x8, "ACLs"},
-    {0x10, "compression"},
-    {0x20, "quotas"},
-    {0x40, "sparse files"},
-    {0x80, "reparse points"},
-    {0x8000, "compressed volume"},
-    {0x10000, "object IDs"},
-    {0x20000, "encryption"},
-    {0x40000, "streams"},
-    {0x80000, "read-only"},
-    {0x100000, "single sequential write"},
-    {0x200000, "transactions"},
-    {0x400000, "hard links"},
-    {0x800000, "extended attributes"},
-    {0x1000000, "open by file ID"},
-    {0x2000000, "USN journal"},
+    {FILE_CASE_SENSITIVE_SEARCH, "case-sensitive"},
+    {FILE_CASE_PRESERVED_NAMES, "case preserved"},
+    {FILE_UNICODE_ON_DISK, "Unicode"},
+    {FILE_PERSISTENT_ACLS, "ACLs"},
+    {FILE_FILE_COMPRESSION, "compression"},
+    {FILE_VOLUME_QUOTAS, "quotas"},
+    {FILE_SUPPORTS_SPARSE_FILES, "sparse files"},
+    {FILE_SUPPORTS_REPARSE_POINTS, "reparse points"},
+    {FILE_VOLUME_IS_COMPRESSED, "compressed volume"},
+    {FILE_SUPPORTS_OBJECT_IDS, "object IDs"},
+    {FILE_SUPPORTS_ENCRYPTION, "encryption"},
+    {FILE_NAMED_STREAMS, "streams"},
+    {FILE_READ_ONLY_VOLUME, "read-only"},
+    {FILE_SEQUENTIAL_WRITE_ONCE, "single sequential write"},
+    {FILE_SUPPORTS_TRANSACTIONS, "transactions"},
+    {FILE_SUPPORTS_HARD_LINKS, "hard links"},
+    {FILE_SUPPORTS_EXTENDED_ATTRIBUTES, "extended attributes"},
+    {FILE_SUPPORTS_OPEN_BY_FILE_ID, "open by file ID"},
+    {FILE_SUPPORTS_USN_JOURNAL, "USN journal"},
 };
 
 std::string flagWords(DWORD flags) {

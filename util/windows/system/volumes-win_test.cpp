@@ -144,29 +144,30 @@ TEST(SystemVolumeTypeTest, NumbersAreWrittenTheSameWhateverTheStreamIsSetTo) {
     EXPECT_EQ(lineWith(account.str(), "flags"), "flags 0x10:  compression");
 }
 
+/// By the documentation of GetVolumeInformation, in the order of its names.
 constexpr struct {
     DWORD bit;
     const char* word;
 } FLAGS[] = {
-    {0x1, "case-sensitive"},
-    {0x2, "case preserved"},
-    {0x4, "Unicode"},
-    {0x8, "ACLs"},
-    {0x10, "compression"},
-    {0x20, "quotas"},
-    {0x40, "sparse files"},
-    {0x80, "reparse points"},
-    {0x8000, "compressed volume"},
-    {0x10000, "object IDs"},
-    {0x20000, "encryption"},
-    {0x40000, "streams"},
-    {0x80000, "read-only"},
-    {0x100000, "single sequential write"},
-    {0x200000, "transactions"},
-    {0x400000, "hard links"},
-    {0x800000, "extended attributes"},
-    {0x1000000, "open by file ID"},
-    {0x2000000, "USN journal"},
+    {0x00000002, "case preserved"},           // FILE_CASE_PRESERVED_NAMES
+    {0x00000001, "case-sensitive"},           // FILE_CASE_SENSITIVE_SEARCH
+    {0x00000010, "compression"},              // FILE_FILE_COMPRESSION
+    {0x00040000, "streams"},                  // FILE_NAMED_STREAMS
+    {0x00000008, "ACLs"},                     // FILE_PERSISTENT_ACLS
+    {0x00080000, "read-only"},                // FILE_READ_ONLY_VOLUME
+    {0x00100000, "single sequential write"},  // FILE_SEQUENTIAL_WRITE_ONCE
+    {0x00020000, "encryption"},               // FILE_SUPPORTS_ENCRYPTION
+    {0x00800000, "extended attributes"},      // FILE_SUPPORTS_EXTENDED_ATTRIBUTES
+    {0x00400000, "hard links"},               // FILE_SUPPORTS_HARD_LINKS
+    {0x00010000, "object IDs"},               // FILE_SUPPORTS_OBJECT_IDS
+    {0x01000000, "open by file ID"},          // FILE_SUPPORTS_OPEN_BY_FILE_ID
+    {0x00000080, "reparse points"},           // FILE_SUPPORTS_REPARSE_POINTS
+    {0x00000040, "sparse files"},             // FILE_SUPPORTS_SPARSE_FILES
+    {0x00200000, "transactions"},             // FILE_SUPPORTS_TRANSACTIONS
+    {0x02000000, "USN journal"},              // FILE_SUPPORTS_USN_JOURNAL
+    {0x00000004, "Unicode"},                  // FILE_UNICODE_ON_DISK
+    {0x00008000, "compressed volume"},        // FILE_VOLUME_IS_COMPRESSED
+    {0x00000020, "quotas"},                   // FILE_VOLUME_QUOTAS
 };
 
 std::string flagsLine(DWORD flags) {
