@@ -1,5 +1,6 @@
 #include "util/hashtable.h"
 
+#include <iterator>
 #include <new>
 #include <string>
 #include <vector>
