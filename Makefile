@@ -1,4 +1,4 @@
-# The commands of the project; README.md tells what each does.
+# The commands of the project; README.md describes them.
 .PHONY: help dependencies native-dependencies lint-dependencies coverage-dependencies windows demo \
     test bench fuzz soak coverage lint clean
 
@@ -20,7 +20,7 @@ coverage-dependencies:
 windows: dependencies
 	@scripts/build windows
 
-# What the demo runs, and nothing else.
+# Builds only what the demo runs.
 demo: dependencies
 	@scripts/build windows nbclearcase_fake ccquery examplehost mvfsprovider registerprovider
 	@examples/demo

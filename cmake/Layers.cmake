@@ -1,4 +1,4 @@
-# What all our own code is compiled with, and how a layer and its tests are made.
+# The compiler options of all our own code, and the functions that define a layer and its tests.
 add_library(project_options INTERFACE)
 target_include_directories(project_options INTERFACE ${PROJECT_SOURCE_DIR})
 target_compile_options(project_options INTERFACE
@@ -9,7 +9,7 @@ target_compile_options(project_options INTERFACE
 target_link_libraries(project_options INTERFACE host_headers)
 find_package(Threads REQUIRED)
 if(WIN32)
-    # The product needs system DLLs only. The declarations of Windows 7 are all that the code uses.
+    # The product needs system DLLs only. The code uses only the declarations of Windows 7.
     target_compile_definitions(project_options INTERFACE
         _WIN32_WINNT=0x0601 WIN32_LEAN_AND_MEAN NOMINMAX)
     target_compile_options(project_options INTERFACE -ffunction-sections -fdata-sections)
@@ -24,13 +24,13 @@ if(NBCC_FUZZERS)
     add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 if(NBCC_COVERAGE)
-    # Also of what tests compile, as they may hold the only copy of an inline function.
+    # Tests are instrumented too, because they may have the only copy of an inline function.
     add_compile_options(--coverage -fprofile-abs-path -fprofile-update=prefer-atomic)
     add_link_options(--coverage)
     if(NBCC_SANITIZE)
-        # As clang links it: tests take the C library's functions in place of the sanitizer's.
+        # Static, as with clang: tests use the C library's functions in place of the sanitizer's.
         add_link_options(-static-libasan)
-        # It adds branches at the end of temporaries.
+        # This check adds branches where temporaries end.
         add_compile_options(-fno-sanitize-address-use-after-scope)
     endif()
     add_library(keepcounters OBJECT testing/coverage/keepcounters.cpp)
@@ -52,13 +52,12 @@ if(PROJECT_IS_TOP_LEVEL AND NOT NBCC_FUZZERS)
     set_target_properties(gtest gtest_main PROPERTIES COMPILE_WARNING_AS_ERROR OFF)
 endif()
 
-# What tests are compiled with, the code under test included.
+# The definitions for tests and for the code under test.
 add_library(checked_options INTERFACE)
 target_compile_definitions(checked_options INTERFACE _GLIBCXX_ASSERTIONS)
 
-# What many sources include is compiled once for each way of compiling: the product's, that of its
-# checked twin, and that of the tests. `make lint` compiles without, so that what a
-# source lacks is seen.
+# Common headers are precompiled three times: for the product, for its checked variant and for the
+# tests. `make lint` compiles without them, and so finds sources that lack an include.
 function(precompiled_headers name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "LINK;OPTIONS;HEADERS")
     set(source ${PROJECT_BINARY_DIR}/precompiled/${name}.cpp)
@@ -73,7 +72,7 @@ set(common_headers <algorithm> <array> <atomic> <cstdint> <cstring> <exception> 
 if(WIN32)
     list(APPEND common_headers <winsock2.h> <windows.h> <aclapi.h> <sddl.h>)
     if(NOT NBCC_COVERAGE)
-        # Code under test is run little, and compiled with all of its optimisations in the product.
+        # The code under test runs only briefly; the product is compiled with all optimisations.
         set(checked_optimisation -O1)
     endif()
 endif()
@@ -125,7 +124,8 @@ function(layer name)
     endif()
 endfunction()
 
-# layer_glob(OUT PATTERN): what matches in this folder and in those below without a CMakeLists.txt.
+# layer_glob(OUT PATTERN): the matching files in this folder, and in its subfolders that have no
+# CMakeLists.txt.
 function(layer_glob out pattern)
     file(GLOB found CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${pattern}
         ${CMAKE_CURRENT_SOURCE_DIR}/*/${pattern})
@@ -139,8 +139,8 @@ function(layer_glob out pattern)
     set(${out} ${own} PARENT_SCOPE)
 endfunction()
 
-# layer_sources(OUT): the sources of a layer by their suffix: without tests, benchmarks, and what is
-# bound to the other platform.
+# layer_sources(OUT): the sources of a layer, without tests, benchmarks and files whose suffix names
+# the other platform.
 function(layer_sources out)
     layer_glob(sources *.cpp)
     list(FILTER sources EXCLUDE REGEX "_(test|bench)\\.cpp$")
@@ -152,7 +152,7 @@ function(layer_sources out)
     set(${out} ${sources} PARENT_SCOPE)
 endfunction()
 
-# layer_tests(OUT): the tests that stand beside them.
+# layer_tests(OUT): the tests in the same folders.
 function(layer_tests out)
     layer_glob(tests *_test.cpp)
     if(WIN32)

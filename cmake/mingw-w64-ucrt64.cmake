@@ -1,4 +1,4 @@
-# Debian 13's cross compiler for 64-bit Windows with the universal C runtime; its threads are POSIX's.
+# Debian 13's cross compiler for 64-bit Windows, with the universal C runtime and POSIX threads.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 set(CMAKE_C_COMPILER x86_64-w64-mingw32ucrt-gcc)

@@ -1,7 +1,7 @@
-# Reads the table of layers (scripts/layers): for `awk -f`, with the table's path in the variable `table`.
+# Reads the table of layers (scripts/layers). For `awk -f`; the variable `table` is the table's path.
 
-# Sets `layers`, by the beginnings of paths; `known`, by the layers' names; and `mayUse`, by two names.
-# What the table does wrong is given to `complain(text)` of the program.
+# Fills `layers`, indexed by path prefixes; `known`, by layer names; and `mayUse`, by pairs of names.
+# Passes errors in the table to `complain(text)`, which the program defines.
 function readLayers(    line, words, count, name, uses, i) {
     while ((getline line <table) > 0) {
         count = split(line, words)
@@ -26,7 +26,7 @@ function readLayers(    line, words, count, name, uses, i) {
     }
 }
 
-# The layer of a path: that of the longest beginning which the table has.
+# Returns the layer with the longest prefix of the path, or an empty text.
 function layerOf(path,    beginning, best, found) {
     best = 0
     for (beginning in layers) {
