@@ -41,7 +41,7 @@ private:
         text += "not enough system resources available.";
     } else {
         const auto error = static_cast<uint32_t>(result);
-        text += errorText(/*withCode=*/true, &error, /*which=*/0);
+        text += errorText(/*withCode=*/true, &error, errorOfEither);
     }
     throw std::runtime_error(text);
 }
@@ -100,7 +100,7 @@ void* Thread::join() {
     void* result = nullptr;
     if (pthread_join(*mThread, &result) != 0) {
         std::fprintf(stderr, "Unable to join thread: %s\n",
-                     errorText(/*withCode=*/true, /*error=*/nullptr, /*which=*/0).c_str());
+                     errorText(/*withCode=*/true, /*error=*/nullptr, errorOfEither).c_str());
         joinFailed();
     }
     changeConcurrency(-1);

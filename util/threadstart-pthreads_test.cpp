@@ -89,7 +89,7 @@ TEST(ThreadStartTest, AThreadThatCannotBeMadeForAnotherReasonTellsItsResult) {
     const ThreadCallResult refusal(gThreadCalls.createResult, EPERM);
     const uint32_t error = EPERM;
     const std::string text =
-        "Unable to start new thread: " + errorText(/*withCode=*/true, &error, /*which=*/0);
+        "Unable to start new thread: " + errorText(/*withCode=*/true, &error, errorOfEither);
     EXPECT_TRUE(text.ends_with(" (error code " + std::to_string(EPERM) + ")")) << text;
     Runner runner;
     EXPECT_EQ(failureOf([&] { runner.start(); }), text);
@@ -213,7 +213,7 @@ TEST(ThreadStartTest, AFailedJoinTellsTheSystemsErrorAndNotTheResult) {
     std::string said = testing::internal::GetCapturedStderr();
     std::erase(said, '\r');  // of a Windows line ending
     EXPECT_EQ(said, "Unable to join thread: " +
-                        errorText(/*withCode=*/true, &ERROR_NUMBER, /*which=*/0) + "\n");
+                        errorText(/*withCode=*/true, &ERROR_NUMBER, errorOfEither) + "\n");
     EXPECT_TRUE(said.ends_with(" (error code 2)\n")) << said;
 }
 

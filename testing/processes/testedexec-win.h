@@ -25,7 +25,7 @@ struct CommandResult {
 /// replace the messages.
 inline const std::string internalErrorEnd = [] {
     constexpr uint32_t error = ERROR_INTERNAL_ERROR;
-    return ": " + errorText(/*withCode=*/false, &error, /*which=*/1) + ".\n";
+    return ": " + errorText(/*withCode=*/false, &error, errorOfSystem) + ".\n";
 }();
 inline const std::string wordlessInternalErrorEnd =
     ": Error " + std::to_string(ERROR_INTERNAL_ERROR) + ".\n";

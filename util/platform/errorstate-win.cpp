@@ -16,11 +16,11 @@ void ErrorState::restore() const {
     SetLastError(mWindowsError);
 }
 
-uint32_t ErrorState::select(int which) const {
+uint32_t ErrorState::select(WhichError which) const {
     switch (which) {
-        case 1:
+        case errorOfSystem:
             return mWindowsError;
-        case 2:
+        case errorOfSockets:
             return mSocketError;
         default:
             return mWindowsError != 0 ? mWindowsError : mSocketError;

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "util/whicherror.h"
+
 /// The two error numbers of a thread.
 ///
 ///     const ErrorState failure = ErrorState::current();
@@ -18,12 +20,12 @@ struct ErrorState {
 
     /// Returns one of the two numbers:
     ///
-    ///     which    result
-    ///     0        the Windows number, or the socket number if that is 0
-    ///     1        the Windows number
-    ///     2        the socket number
-    ///     other    as for 0
-    [[nodiscard]] uint32_t select(int which) const;
+    ///     which             result
+    ///     errorOfEither     the Windows number, or the socket number if that is 0
+    ///     errorOfSystem     the Windows number
+    ///     errorOfSockets    the socket number
+    ///     other             as for errorOfEither
+    [[nodiscard]] uint32_t select(WhichError which) const;
 
     uint32_t mWindowsError = 0;
     uint32_t mSocketError = 0;

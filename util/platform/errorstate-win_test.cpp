@@ -50,11 +50,14 @@ const TextFunction gTextFunctions[] = {
     {"NtException", [] { const NtException failure("C", 5); }},
     {"win32ErrorText", [] { static_cast<void>(win32ErrorText("C", 5)); }},
     {"ntErrorText", [] { static_cast<void>(ntErrorText("C", 5)); }},
-    {"errorText of the value", [] { static_cast<void>(errorText(true, &gFive, 1)); }},
-    {"errorText of null", [] { static_cast<void>(errorText(false, nullptr, 0)); }},
-    {"errorText of the socket error", [] { static_cast<void>(errorText(false, nullptr, 2)); }},
-    {"lastErrorText of the value", [] { static_cast<void>(lastErrorText(true, &gFive, 1)); }},
-    {"lastErrorText of null", [] { static_cast<void>(lastErrorText(false, nullptr, 0)); }},
+    {"errorText of the value", [] { static_cast<void>(errorText(true, &gFive, errorOfSystem)); }},
+    {"errorText of null", [] { static_cast<void>(errorText(false, nullptr, errorOfEither)); }},
+    {"errorText of the socket error",
+     [] { static_cast<void>(errorText(false, nullptr, errorOfSockets)); }},
+    {"lastErrorText of the value",
+     [] { static_cast<void>(lastErrorText(true, &gFive, errorOfSystem)); }},
+    {"lastErrorText of null",
+     [] { static_cast<void>(lastErrorText(false, nullptr, errorOfEither)); }},
     {"ErrorNumber into a stream", [] { DisturbingStream() << ErrorNumber{5}; }},
     {"ErrorState into a stream",
      [] {
@@ -62,7 +65,7 @@ const TextFunction gTextFunctions[] = {
      }},
     {"ErrorState::select",
      [] {
-         static_cast<void>(ErrorState{5, 10054}.select(0));
+         static_cast<void>(ErrorState{5, 10054}.select(errorOfEither));
      }},
 };
 
@@ -150,15 +153,28 @@ TEST(ErrorStateTest, WhatWasSavedCanBeRestored) {
     EXPECT_EQ(lastError, 4711U);
 }
 
+TEST(ErrorStateTest, TheChoicesHaveTheirNumbers) {
+    EXPECT_EQ(errorOfEither, 0);
+    EXPECT_EQ(errorOfSystem, 1);
+    EXPECT_EQ(errorOfSockets, 2);
+}
+
 TEST(ErrorStateTest, OneOfTheTwoIsSelected) {
     const struct {
         ErrorState state;
-        int which;
+        WhichError which;
         uint32_t number;
     } rows[] = {
-        {{5, 10054}, 0, 5},     {{0, 10054}, 0, 10054},  {{5, 10054}, 1, 5}, {{0, 10054}, 1, 0},
-        {{5, 10054}, 2, 10054}, {{5, 0}, 2, 0},          {{5, 10054}, 3, 5}, {{0, 10054}, 3, 10054},
-        {{5, 10054}, -1, 5},    {{0, 10054}, -1, 10054},
+        {{5, 10054}, errorOfEither, 5},
+        {{0, 10054}, errorOfEither, 10054},
+        {{5, 10054}, errorOfSystem, 5},
+        {{0, 10054}, errorOfSystem, 0},
+        {{5, 10054}, errorOfSockets, 10054},
+        {{5, 0}, errorOfSockets, 0},
+        {{5, 10054}, 3, 5},
+        {{0, 10054}, 3, 10054},
+        {{5, 10054}, -1, 5},
+        {{0, 10054}, -1, 10054},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(row.state.select(row.which), row.number) << &row - rows;

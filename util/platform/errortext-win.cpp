@@ -134,9 +134,9 @@ std::string ntErrorText(const char* context, uint32_t status) {
            format(32, " (0x%x)", status);
 }
 
-std::string errorText(bool withCode, const uint32_t* error, int which) {
+std::string errorText(bool withCode, const uint32_t* error, WhichError which) {
     const ErrorStateScope scope;
-    const uint32_t value = error != nullptr ? *error : scope.state().select(/*which=*/0);
+    const uint32_t value = error != nullptr ? *error : scope.state().select(errorOfEither);
     const uint32_t number = ErrorState{value, scope.state().mSocketError}.select(which);
     std::string text = messageAsPhrase(number);
     if (withCode) {
@@ -145,7 +145,7 @@ std::string errorText(bool withCode, const uint32_t* error, int which) {
     return text;
 }
 
-const char* lastErrorText(bool withCode, const uint32_t* error, int which) {
+const char* lastErrorText(bool withCode, const uint32_t* error, WhichError which) {
     const WindowsErrorScope scope;
     const uint32_t number = error != nullptr ? *error : scope.error();
     // The text comes first: creating the thread's string may change the error number that it
@@ -157,16 +157,16 @@ const char* lastErrorText(bool withCode, const uint32_t* error, int which) {
 }
 
 std::string withLastError(const char* text) {
-    std::string words = lastErrorText(/*withCode=*/false, /*error=*/nullptr, /*which=*/1);
+    std::string words = lastErrorText(/*withCode=*/false, /*error=*/nullptr, errorOfSystem);
     return words.insert(0, text);
 }
 
 std::ostream& operator<<(std::ostream& out, ErrorNumber number) {
     // Writing to the stream may call Windows, too.
     const ErrorStateScope scope;
-    return out << errorText(/*withCode=*/false, &number.mNumber, /*which=*/1);
+    return out << errorText(/*withCode=*/false, &number.mNumber, errorOfSystem);
 }
 
 std::ostream& operator<<(std::ostream& out, const ErrorState& state) {
-    return out << ErrorNumber{state.select(/*which=*/0)};
+    return out << ErrorNumber{state.select(errorOfEither)};
 }

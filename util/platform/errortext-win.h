@@ -54,7 +54,7 @@ public:
 /// Returns the text of `errorText`, stored for the calling thread: the pointer is valid until this
 /// thread calls again or ends. A null `error` is the same as one that points at the value of
 /// GetLastError.
-[[nodiscard]] const char* lastErrorText(bool withCode, const uint32_t* error, int which);
+[[nodiscard]] const char* lastErrorText(bool withCode, const uint32_t* error, WhichError which);
 
 /// Returns `text` followed by the message for GetLastError, in the form of errorText without the
 /// code.

@@ -24,7 +24,7 @@ void expectOneCall(const SystemMessage& message, DWORD flags, const void* source
     EXPECT_EQ(call.flags, flags);
     EXPECT_EQ(call.source, source);
     EXPECT_EQ(call.number, number);
-    EXPECT_EQ(call.language, 1024U);
+    EXPECT_EQ(call.language, DWORD{MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT)});
     EXPECT_EQ(call.size, size);
     EXPECT_EQ(call.arguments, nullptr);
 }
@@ -165,7 +165,7 @@ TEST(Win32ErrorTextTest, TheRealSystemsSentenceIsTakenWithoutItsLineEnd) {
 TEST(Win32ErrorTextTest, ItAsksInTheNeutralLanguageFor500CharactersAndNoInserts) {
     const SystemMessage message(L"Denied.");
     static_cast<void>(win32ErrorText("C", -2));
-    expectOneCall(message, /*flags=*/0x1000, /*source=*/nullptr, /*number=*/0xfffffffe,
+    expectOneCall(message, FORMAT_MESSAGE_FROM_SYSTEM, /*source=*/nullptr, /*number=*/0xfffffffe,
                   /*size=*/500);
 }
 
@@ -191,7 +191,8 @@ TEST(NtErrorTextTest, AStatusThatTheRealSystemDoesNotKnowGetsTheNumberToo) {
 TEST(NtErrorTextTest, TheSentenceIsLookedUpInNtdll) {
     const SystemMessage message(L"Denied.");
     static_cast<void>(ntErrorText("C", 0xC0000022));
-    expectOneCall(message, /*flags=*/0x1800, /*source=*/GetModuleHandleW(L"ntdll.dll"),
+    expectOneCall(message, FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_FROM_HMODULE,
+                  /*source=*/GetModuleHandleW(L"ntdll.dll"),
                   /*number=*/0xC0000022, /*size=*/500);
 }
 
@@ -200,17 +201,28 @@ TEST(ErrorTextTest, TheNumberComesFromWhereTheRuleSays) {
     const uint32_t five = 5;
     const struct {
         const uint32_t* error;
-        int which;
+        WhichError which;
         DWORD lastError;
         int socketError;
         DWORD number;
     } rows[] = {
-        {&five, 0, 7, 10054, 5},       {&zero, 0, 7, 10054, 10054},  {&zero, 0, 7, 0, 0},
-        {&five, 1, 7, 10054, 5},       {&zero, 1, 7, 10054, 0},      {&five, 2, 7, 10054, 10054},
-        {&five, 2, 7, 0, 0},           {nullptr, 0, 7, 10054, 7},    {nullptr, 0, 0, 10054, 10054},
-        {nullptr, 0, 0, 0, 0},         {nullptr, 1, 7, 10054, 7},    {nullptr, 1, 0, 10054, 10054},
-        {nullptr, 2, 7, 10054, 10054}, {nullptr, 2, 7, 0, 0},        {&five, 3, 7, 10054, 5},
-        {&zero, 3, 7, 10054, 10054},   {&zero, -1, 7, 10054, 10054},
+        {&five, errorOfEither, 7, 10054, 5},
+        {&zero, errorOfEither, 7, 10054, 10054},
+        {&zero, errorOfEither, 7, 0, 0},
+        {&five, errorOfSystem, 7, 10054, 5},
+        {&zero, errorOfSystem, 7, 10054, 0},
+        {&five, errorOfSockets, 7, 10054, 10054},
+        {&five, errorOfSockets, 7, 0, 0},
+        {nullptr, errorOfEither, 7, 10054, 7},
+        {nullptr, errorOfEither, 0, 10054, 10054},
+        {nullptr, errorOfEither, 0, 0, 0},
+        {nullptr, errorOfSystem, 7, 10054, 7},
+        {nullptr, errorOfSystem, 0, 10054, 10054},
+        {nullptr, errorOfSockets, 7, 10054, 10054},
+        {nullptr, errorOfSockets, 7, 0, 0},
+        {&five, 3, 7, 10054, 5},
+        {&zero, 3, 7, 10054, 10054},
+        {&zero, -1, 7, 10054, 10054},
     };
     for (const auto& row : rows) {
         const SystemMessage none(L"");
@@ -244,7 +256,7 @@ TEST(ErrorTextTest, OneLineEndAndOneFullStopAreCutFromTheSentence) {
     const uint32_t number = 5;
     for (const auto& row : rows) {
         const SystemMessage message(row.message);
-        EXPECT_EQ(errorText(false, &number, 1), row.text);
+        EXPECT_EQ(errorText(false, &number, errorOfSystem), row.text);
     }
 }
 
@@ -261,7 +273,7 @@ TEST(ErrorTextTest, WithoutASentenceTheNumberIsHexadecimalFromTheTopBitOn) {
     };
     for (const auto& row : rows) {
         const SystemMessage none(L"");
-        EXPECT_EQ(errorText(false, &row.number, 1), row.text);
+        EXPECT_EQ(errorText(false, &row.number, errorOfSystem), row.text);
     }
 }
 
@@ -269,21 +281,21 @@ TEST(ErrorTextTest, ASentenceWithGapsIsNoneAndALongOneIsTold) {
     const uint32_t number = 34;
     {
         const SystemMessage message(L"Insert %2 into drive %1.\r\n");
-        EXPECT_EQ(errorText(false, &number, 1), "Error 34");
+        EXPECT_EQ(errorText(false, &number, errorOfSystem), "Error 34");
     }
     const SystemMessage message(std::wstring(600, L'x'));
-    EXPECT_EQ(errorText(false, &number, 1), std::string(600, 'x'));
+    EXPECT_EQ(errorText(false, &number, errorOfSystem), std::string(600, 'x'));
 }
 
 TEST(ErrorTextTest, ANumberThatTheRealSystemDoesNotKnowIsToldAsANumber) {
     const uint32_t number = 0xffffffff;
-    EXPECT_EQ(errorText(false, &number, 1), "Error 0xffffffff");
-    EXPECT_EQ(errorText(false, &noSystemError, 1), "Error 536889105");
+    EXPECT_EQ(errorText(false, &number, errorOfSystem), "Error 0xffffffff");
+    EXPECT_EQ(errorText(false, &noSystemError, errorOfSystem), "Error 536889105");
 }
 
 TEST(ErrorTextTest, TheRealSystemsSentenceComesWithoutLineEndAndFullStop) {
     const uint32_t number = ERROR_ACCESS_DENIED;
-    const std::string text = errorText(false, &number, 1);
+    const std::string text = errorText(false, &number, errorOfSystem);
     EXPECT_FALSE(text.empty());
     EXPECT_NE(text, "Error 5");
     EXPECT_EQ(text.find_first_of("\r\n"), std::string::npos) << text;
@@ -295,18 +307,19 @@ TEST(ErrorTextTest, TheCodeFollowsInDecimalWhereItIsAskedFor) {
     const uint32_t large = 0xffffffff;
     {
         const SystemMessage message(L"Access is denied.\r\n");
-        EXPECT_EQ(errorText(true, &five, 1), "Access is denied (error code 5)");
+        EXPECT_EQ(errorText(true, &five, errorOfSystem), "Access is denied (error code 5)");
     }
     const SystemMessage none(L"");
-    EXPECT_EQ(errorText(true, &five, 1), "Error 5 (error code 5)");
-    EXPECT_EQ(errorText(true, &large, 1), "Error 0xffffffff (error code 4294967295)");
+    EXPECT_EQ(errorText(true, &five, errorOfSystem), "Error 5 (error code 5)");
+    EXPECT_EQ(errorText(true, &large, errorOfSystem), "Error 0xffffffff (error code 4294967295)");
 }
 
 TEST(ErrorTextTest, TheSystemIsAskedToAllocateAndInTheNeutralLanguage) {
     const SystemMessage message(L"Denied.");
     const uint32_t number = 5;
-    static_cast<void>(errorText(false, &number, 1));
-    expectOneCall(message, /*flags=*/0x1100, /*source=*/nullptr, /*number=*/5, /*size=*/0);
+    static_cast<void>(errorText(false, &number, errorOfSystem));
+    expectOneCall(message, FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM,
+                  /*source=*/nullptr, /*number=*/5, /*size=*/0);
 }
 
 const void* gFreed = nullptr;
@@ -322,7 +335,7 @@ TEST(ErrorTextTest, TheSystemsBufferIsFreedBeforeTheErrorIsRestored) {
     const ReplacedCall<decltype(LocalFree)> call("LocalFree", keepFreed);
     const uint32_t number = 5;
     SetLastError(7);
-    static_cast<void>(errorText(false, &number, 1));
+    static_cast<void>(errorText(false, &number, errorOfSystem));
     const DWORD after = GetLastError();
     ASSERT_EQ(message.calls().size(), 1U);
     EXPECT_NE(gFreed, nullptr);

@@ -26,10 +26,10 @@ TEST(LastErrorTextTest, ItIsTheErrorTextOfTheSameArguments) {
     const uint32_t zero = 0;
     const uint32_t five = 5;
     SetLastError(7);
-    EXPECT_STREQ(lastErrorText(false, &five, 1), "Error 5");
-    EXPECT_STREQ(lastErrorText(true, &five, 0), "Error 5 (error code 5)");
-    EXPECT_STREQ(lastErrorText(false, &zero, 0), "Error 10054");
-    EXPECT_STREQ(lastErrorText(false, &five, 2), "Error 10054");
+    EXPECT_STREQ(lastErrorText(false, &five, errorOfSystem), "Error 5");
+    EXPECT_STREQ(lastErrorText(true, &five, errorOfEither), "Error 5 (error code 5)");
+    EXPECT_STREQ(lastErrorText(false, &zero, errorOfEither), "Error 10054");
+    EXPECT_STREQ(lastErrorText(false, &five, errorOfSockets), "Error 10054");
 }
 
 TEST(LastErrorTextTest, ANullErrorIsTheLastError) {
@@ -37,11 +37,12 @@ TEST(LastErrorTextTest, ANullErrorIsTheLastError) {
     const SocketError socketError(10054);
     const struct {
         DWORD lastError;
-        int which;
+        WhichError which;
         const char* text;
     } rows[] = {
-        {7, 0, "Error 7"}, {7, 1, "Error 7"},     {7, 2, "Error 10054"},
-        {0, 1, "Error 0"}, {0, 0, "Error 10054"},
+        {7, errorOfEither, "Error 7"},      {7, errorOfSystem, "Error 7"},
+        {7, errorOfSockets, "Error 10054"}, {0, errorOfSystem, "Error 0"},
+        {0, errorOfEither, "Error 10054"},
     };
     for (const auto& row : rows) {
         SetLastError(row.lastError);
@@ -52,9 +53,9 @@ TEST(LastErrorTextTest, ANullErrorIsTheLastError) {
 TEST(LastErrorTextTest, TheNextCallOfTheSameThreadTakesThePlaceOfTheText) {
     const uint32_t number = noSystemError;
     const uint32_t other = noSystemError + 1;
-    const char* first = lastErrorText(false, &number, 1);
+    const char* first = lastErrorText(false, &number, errorOfSystem);
     EXPECT_STREQ(first, "Error 536889105");
-    const char* second = lastErrorText(false, &other, 1);
+    const char* second = lastErrorText(false, &other, errorOfSystem);
     EXPECT_STREQ(second, "Error 536889106");
     // Both have the same length, so the thread's string doesn't move.
     EXPECT_EQ(second, first);
@@ -62,11 +63,11 @@ TEST(LastErrorTextTest, TheNextCallOfTheSameThreadTakesThePlaceOfTheText) {
 
 TEST(LastErrorTextTest, EachThreadHasATextOfItsOwn) {
     const uint32_t number = noSystemError;
-    const char* mine = lastErrorText(false, &number, 1);
+    const char* mine = lastErrorText(false, &number, errorOfSystem);
     std::string theirs;
     std::thread([&theirs] {
         const uint32_t other = 0xffffffff;
-        theirs = lastErrorText(false, &other, 1);
+        theirs = lastErrorText(false, &other, errorOfSystem);
     }).join();
     EXPECT_STREQ(mine, "Error 536889105");
     EXPECT_EQ(theirs, "Error 0xffffffff");
@@ -90,7 +91,7 @@ TEST(LastErrorTextTest, TheTextOfAThreadIsFreedWhenTheThreadEnds) {
     gTextsFreed = 0;
     std::thread([] {
         const uint32_t number = 5;
-        gThreadText = lastErrorText(false, &number, 1);
+        gThreadText = lastErrorText(false, &number, errorOfSystem);
         EXPECT_EQ(gTextsFreed, 0);
     }).join();
     EXPECT_EQ(gTextsFreed, 1);
@@ -102,7 +103,7 @@ TEST(LastErrorTextTest, TheFirstCallOfAThreadTellsTheSocketErrorAsItWas) {
     std::string text;
     std::thread([&text] {
         WSASetLastError(10054);
-        text = lastErrorText(false, nullptr, 2);
+        text = lastErrorText(false, nullptr, errorOfSockets);
     }).join();
     EXPECT_EQ(text, "Error 10054");
 }

@@ -24,7 +24,7 @@ void startSockets() {
     // The call returns its error number; WSAGetLastError isn't valid for it.
     const auto result = static_cast<uint32_t>(WSAStartup(MAKEWORD(2, 2), &data));
     if (result != 0) {
-        const std::string why = errorText(/*withCode=*/true, &result, /*which=*/1);
+        const std::string why = errorText(/*withCode=*/true, &result, errorOfSystem);
         throw std::runtime_error(
             format(160, "couldn't initialize socket system: %.100s", why.c_str()));
     }

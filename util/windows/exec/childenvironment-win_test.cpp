@@ -236,7 +236,7 @@ TEST(ChildEnvironmentScopeTest, ADirectoryThatCannotBeEnteredIsFailure5008InTheS
          {folder.utf8("missing"), folder.utf8("missing/too"), folder.utf8("file")}) {
         ASSERT_FALSE(SetCurrentDirectoryW(System::unicodePath(directory).c_str()));
         const uint32_t error = GetLastError();
-        const std::string words = lastErrorText(/*withCode=*/false, &error, /*which=*/1);
+        const std::string words = lastErrorText(/*withCode=*/false, &error, errorOfSystem);
         const Failure failure = failureOf(directory);
         EXPECT_EQ(failure.code, 5008) << directory;
         EXPECT_EQ(failure.text, words) << directory;

@@ -275,7 +275,7 @@ TEST(ElevateWindowsPriorityTest, OnThisMachineAUserWithoutThePrivilegeIsToldSo) 
     const uint32_t error = ERROR_NOT_ALL_ASSIGNED;
     EXPECT_EQ(Exec::elevateWindowsPriority(),
               std::string("Exec::elevateWindowsPriority couldn't change process token: ")
-                  .append(lastErrorText(/*withCode=*/false, &error, /*which=*/1)));
+                  .append(lastErrorText(/*withCode=*/false, &error, errorOfSystem)));
 }
 
 }  // namespace

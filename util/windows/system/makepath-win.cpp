@@ -30,7 +30,7 @@ bool isThere(const std::string& path, const char* fileInTheWay) {
 }
 
 [[noreturn]] void fail(const std::string& path, uint32_t error) {
-    fail(path, lastErrorText(/*withCode=*/false, &error, /*which=*/1));
+    fail(path, lastErrorText(/*withCode=*/false, &error, errorOfSystem));
 }
 
 /// Creates the chain of directories that ends with a path that was missing. It doesn't use

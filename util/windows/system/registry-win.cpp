@@ -98,7 +98,7 @@ bool System::deleteKey(HKEY parent, const wchar_t* subKey, std::string* message)
         if (message != nullptr && message->empty()) {
             const auto number = static_cast<uint32_t>(error);
             *message = "System::deleteKey couldn't delete registry key: ";
-            message->append(lastErrorText(/*withCode=*/false, &number, /*which=*/1));
+            message->append(lastErrorText(/*withCode=*/false, &number, errorOfSystem));
         }
         return false;
     }

@@ -236,8 +236,8 @@ public:
         mFolder.add(L"a\\b\\c\\d");
         mFolder.add(L"a\\e\\f");
         gClosedName = closedName;
-        static_cast<void>(
-            lastErrorText(false, nullptr, 0));  // the thread's first call opens handles for good
+        // The thread's first call opens handles for good.
+        static_cast<void>(lastErrorText(false, nullptr, errorOfEither));
         gOpenKey = mCall.original();
     }
 

@@ -61,7 +61,7 @@ private:
         if (mMessage.empty()) {
             const uint32_t number = error;
             mMessage.append("System::removeTree ").append(what).append(name).append(behind);
-            mMessage.append(lastErrorText(/*withCode=*/false, &number, /*which=*/1));
+            mMessage.append(lastErrorText(/*withCode=*/false, &number, errorOfSystem));
         }
     }
 

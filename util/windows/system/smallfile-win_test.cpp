@@ -28,7 +28,7 @@ namespace {
 
 using namespace testing_support;
 
-std::string words(uint32_t error) { return errorText(/*withCode=*/false, &error, /*which=*/1); }
+std::string words(uint32_t error) { return errorText(/*withCode=*/false, &error, errorOfSystem); }
 
 TEST(ReadFileTest, TheBytesOfAFileAreRead) {
     const TempFolder folder;

@@ -52,7 +52,7 @@ bool writeAll(HANDLE file, const char* data, uint64_t size) {
 
 /// Sets `message` to what failed and the text for GetLastError. Returns false.
 bool copyFailed(std::string& message, const char* what) {
-    const char* const why = lastErrorText(/*withCode=*/false, /*error=*/nullptr, /*which=*/1);
+    const char* const why = lastErrorText(/*withCode=*/false, /*error=*/nullptr, errorOfSystem);
     message = "System::copy ";
     message.append(what).append(": ").append(why);
     return false;
