@@ -269,24 +269,24 @@ void connector::set_error(int code) const noexcept {
 }
 
 int64_t connector::internalize_pid(uint32_t windowsPid) const {
-    int64_t pid = -1;
+    int64_t pid = callFailed;
     if (const int code = _embedding.internalize_pid(windowsPid, pid, std::nothrow)) {
         set_error(code);
-        return -1;
+        return callFailed;
     }
     return pid;
 }
 
 int64_t connector::getpgid(int64_t pid) const {
-    int64_t group = -1;  // in case the runtime stores none
+    int64_t group = callFailed;  // in case the runtime stores none
     set_error(_embedding.getpgid(pid, group, std::nothrow));
     return group;
 }
 
-int connector::kill(int64_t pid, int signal) const {
+CallResult connector::kill(int64_t pid, int signal) const {
     const int code = _embedding.kill(pid, signal, std::nothrow);
     set_error(code);
-    return code == 0 ? 0 : -1;
+    return code == 0 ? callSucceeded : callFailed;
 }
 
 int connector::last_error() const {
@@ -298,12 +298,12 @@ std::string connector::error_text(int code) const { return _embedding.error_text
 
 std::string connector::strsignal(int signal) const { return _embedding.strsignal(signal); }
 
-int connector::path_call(const std::string& path) const {
+CallResult connector::path_call(const std::string& path) const {
     if (const int code = _embedding.path_call(path.c_str(), std::nothrow)) {
         set_error(code);
-        return -1;
+        return callFailed;
     }
-    return 0;
+    return callSucceeded;
 }
 
 }  // namespace cygwin

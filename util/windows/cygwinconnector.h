@@ -12,6 +12,7 @@
 
 #include "util/cygwinversion.h"
 #include "util/threadkey-pthreads.h"
+#include "util/windows/callresult.h"
 #include "util/windows/posix/vrpsxobjects-win.h"
 #include "util/windows/vrpsxutilitycpp-win.h"
 
@@ -91,18 +92,18 @@ public:
     /// cygwin process" follows, then the record's magic unless it is known, and a full stop.
     /// Doesn't fail, and leaves the last error unchanged.
     [[nodiscard]] std::string describe() const;
-    /// Returns the POSIX pid of a Windows process, or -1.
+    /// Returns the POSIX pid of a Windows process, or callFailed.
     [[nodiscard]] int64_t internalize_pid(uint32_t windowsPid) const;
-    /// Always sets the last error. On failure it returns what the runtime stores: -1.
+    /// Always sets the last error. On failure it returns what the runtime stores: callFailed.
     [[nodiscard]] int64_t getpgid(int64_t pid) const;
-    /// Returns 0 or -1, and always sets the last error. A negative `pid` is a process group.
-    [[nodiscard]] int kill(int64_t pid, int signal) const;
+    /// Always sets the last error. A negative `pid` is a process group.
+    [[nodiscard]] CallResult kill(int64_t pid, int signal) const;
     /// Returns the last error of this thread; 0 if there was none.
     [[nodiscard]] int last_error() const;
     [[nodiscard]] std::string error_text(int code) const;
     [[nodiscard]] std::string strsignal(int signal) const;
-    /// Calls the function of the runtime that has no name. Returns 0 or -1.
-    [[nodiscard]] int path_call(const std::string& path) const;
+    /// Calls the function of the runtime that has no name.
+    [[nodiscard]] CallResult path_call(const std::string& path) const;
 
     // Paths end at the first NUL. "Internal" is the form of the POSIX side, "external" the form of
     // Windows; the `execution` pair is for paths of programs. A path that the other side leaves

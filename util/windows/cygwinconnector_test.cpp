@@ -139,12 +139,12 @@ TEST(ConnectorTest, AProcessIsFoundByItsWindowsId) {
     EXPECT_EQ(c.last_error(), 0);
     EXPECT_EQ(c.internalize_pid(4321), 77);
     EXPECT_EQ(c.last_error(), 0);
-    EXPECT_EQ(c.internalize_pid(99), -1);
+    EXPECT_EQ(c.internalize_pid(99), callFailed);
     EXPECT_EQ(c.last_error(), POSIXPROVIDER_MISSING_PROCESS);
     EXPECT_EQ(c.internalize_pid(4321), 77);
     EXPECT_EQ(c.last_error(), POSIXPROVIDER_MISSING_PROCESS) << "only a failure sets it";
     provider.failNextWithResult(POSIXPROVIDER_INTERNALIZE_PID, CODE);
-    EXPECT_EQ(c.internalize_pid(4321), -1) << "whatever the entry stored";
+    EXPECT_EQ(c.internalize_pid(4321), callFailed) << "whatever the entry stored";
     EXPECT_EQ(c.last_error(), CODE);
 }
 
@@ -152,7 +152,7 @@ TEST(ConnectorTest, AGroupIsFoundByThePid) {
     PosixProvider provider;
     provider.addProcess(4321, 77, 70);
     const connector c(embeddingOf(provider));
-    EXPECT_EQ(c.getpgid(78), -1);
+    EXPECT_EQ(c.getpgid(78), callFailed);
     EXPECT_EQ(c.last_error(), POSIXPROVIDER_MISSING_PROCESS);
     EXPECT_EQ(c.getpgid(77), 70);
     EXPECT_EQ(c.last_error(), 0) << "a success sets it as well";
@@ -165,11 +165,11 @@ TEST(ConnectorTest, AProcessOrAGroupIsSignalled) {
     PosixProvider provider;
     provider.addProcess(4321, 77, 70);
     const connector c(embeddingOf(provider));
-    EXPECT_EQ(c.kill(78, POSIXPROVIDER_SIGTERM), -1);
+    EXPECT_EQ(c.kill(78, POSIXPROVIDER_SIGTERM), callFailed);
     EXPECT_EQ(c.last_error(), POSIXPROVIDER_MISSING_PROCESS);
-    EXPECT_EQ(c.kill(77, POSIXPROVIDER_SIGTERM), 0);
+    EXPECT_EQ(c.kill(77, POSIXPROVIDER_SIGTERM), callSucceeded);
     EXPECT_EQ(c.last_error(), 0);
-    EXPECT_EQ(c.kill(-70, POSIXPROVIDER_SIGINT), 0);
+    EXPECT_EQ(c.kill(-70, POSIXPROVIDER_SIGINT), callSucceeded);
     EXPECT_EQ(provider.kills(), (std::vector<PosixProvider::Kill>{{77, POSIXPROVIDER_SIGTERM},
                                                                   {-70, POSIXPROVIDER_SIGINT}}));
 }
@@ -188,13 +188,13 @@ TEST(ConnectorTest, CodesAndSignalsHaveWords) {
 TEST(ConnectorTest, TheCallWithoutANameTakesAPath) {
     PosixProvider provider;
     const connector c(embeddingOf(provider));
-    EXPECT_EQ(c.path_call("/some/path"), 0);
+    EXPECT_EQ(c.path_call("/some/path"), callSucceeded);
     EXPECT_EQ(provider.pathCall(), "/some/path");
     EXPECT_EQ(c.last_error(), 0);
     provider.failNext(POSIXPROVIDER_SYSTEM_PATH_CALL, CODE);
-    EXPECT_EQ(c.path_call("/other"), -1);
+    EXPECT_EQ(c.path_call("/other"), callFailed);
     EXPECT_EQ(c.last_error(), CODE);
-    EXPECT_EQ(c.path_call("/other"), 0);
+    EXPECT_EQ(c.path_call("/other"), callSucceeded);
     EXPECT_EQ(c.last_error(), CODE);
 }
 
@@ -209,7 +209,7 @@ TEST(ConnectorTest, EachThreadHasItsOwnLastError) {
         threads.emplace_back([&c, i, fails] {
             EXPECT_EQ(c.last_error(), 0);
             for (int round = 0; round < ROUNDS; ++round) {
-                EXPECT_EQ(c.getpgid(fails ? 99 : 100 + i), fails ? -1 : 100);
+                EXPECT_EQ(c.getpgid(fails ? 99 : 100 + i), fails ? int64_t{callFailed} : 100);
                 EXPECT_EQ(c.last_error(), fails ? POSIXPROVIDER_MISSING_PROCESS : 0);
             }
         });
@@ -233,7 +233,7 @@ TEST(ConnectorTest, AnyThreadMayAskForTheDescriptionAndKeepsItsLastError) {
     std::array<std::thread, 4> threads;
     for (std::thread& thread : threads) {
         thread = std::thread([&c] {
-            EXPECT_EQ(c.getpgid(99), -1);
+            EXPECT_EQ(c.getpgid(99), callFailed);
             for (int round = 0; round < 100; ++round) {
                 EXPECT_EQ(c.describe(), "version 3.4.6.\n");
             }

@@ -25,14 +25,14 @@ bool Exec::signalCygwinProcess(uint32_t pid, int signal) {
         return false;
     }
     const int64_t cygwinPid = mConnector->internalize_pid(pid);
-    if (cygwinPid == -1) {
+    if (cygwinPid == callFailed) {
         return false;
     }
     const int64_t group = mConnector->getpgid(cygwinPid);
-    const int64_t target = group != -1 ? -group : cygwinPid;
+    const int64_t target = group != callFailed ? -group : cygwinPid;
     mLog << "\tsending a Cygwin signal to Cygwin pid/-pgid " << target << ": "
          << mConnector->strsignal(signal) << '\n';
-    if (mConnector->kill(target, signal) == 0) {
+    if (mConnector->kill(target, signal) == callSucceeded) {
         return true;
     }
     mLog << "\tfailed to send Cygwin signal: " << mConnector->error_text(mConnector->last_error())

@@ -114,7 +114,7 @@ TEST(SystemFreeDiskSpaceTest, AVolumeHasRoom) {
     const TempFolder folder;
     EXPECT_GT(System::freeDiskSpace(folder.utf8()), 0);
     EXPECT_GT(System::freeDiskSpace(""), 0);
-    EXPECT_EQ(System::freeDiskSpace("q:/missing"), -1);
+    EXPECT_EQ(System::freeDiskSpace("q:/missing"), callFailed);
 }
 
 TEST(SystemFreeDiskSpaceTest, AnEmptyPathIsTheCurrentVolumeAndTheCallersBytesCount) {
@@ -160,7 +160,7 @@ TEST(SystemTemporaryFileNameTest, WithoutADirectoryTheFolderForTemporaryFilesTak
     std::wstring folder(MAX_PATH, L'\0');
     folder.resize(GetTempPathW(MAX_PATH, folder.data()));
     EXPECT_TRUE(name.starts_with(toUtf8(folder))) << name;
-    EXPECT_EQ(System::remove(name, false), 0);
+    EXPECT_EQ(System::remove(name, false), callSucceeded);
 }
 
 TEST(SystemTemporaryFileNameTest, WithoutThatFolderTheRootOfDriveCDoes) {
@@ -249,7 +249,7 @@ TEST_F(WriteWithRetryTest, ALockIsWaitedForFourTimesTheFirstAtOnce) {
         std::vector<DWORD> sleeps;
     } rows[] = {
         {0, 1, 5, {}},       {1, 2, 5, {}},           {2, 3, 5, {50}},
-        {3, 4, 5, {50, 50}}, {4, 5, 5, {50, 50, 50}}, {5, 5, -1, {50, 50, 50}},
+        {3, 4, 5, {50, 50}}, {4, 5, 5, {50, 50, 50}}, {5, 5, callFailed, {50, 50, 50}},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(write(row.failures, ERROR_LOCK_VIOLATION), row.result) << row.failures;
@@ -260,7 +260,7 @@ TEST_F(WriteWithRetryTest, ALockIsWaitedForFourTimesTheFirstAtOnce) {
 }
 
 TEST_F(WriteWithRetryTest, AnyOtherErrorIsAFailureAtOnce) {
-    EXPECT_EQ(write(1, ERROR_DISK_FULL), -1);
+    EXPECT_EQ(write(1, ERROR_DISK_FULL), callFailed);
     EXPECT_EQ(gWrites, 1);
     EXPECT_EQ(GetLastError(), DWORD{ERROR_DISK_FULL});
 }

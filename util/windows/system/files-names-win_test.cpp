@@ -127,15 +127,24 @@ TEST(SystemMakeDirectoryTest, ANameReachesWindowsWithoutTheDotsAndBlanksBehindIt
     EXPECT_TRUE(System::exists(folder.utf8("d")));
 }
 
-TEST(SystemRemoveDirectoryTest, EachOutcomeHasItsNumber) {
+TEST(SystemRemoveDirectoryTest, TheResultsHaveTheirNumbers) {
+    EXPECT_EQ(System::directoryRemoved, 0);
+    EXPECT_EQ(System::directoryMissing, 1);
+    EXPECT_EQ(System::directoryNotEmpty, 2);
+    EXPECT_EQ(System::notADirectory, 3);
+    EXPECT_EQ(System::directoryNotRemoved, 4);
+}
+
+TEST(SystemRemoveDirectoryTest, EachOutcomeHasItsResult) {
     const TempFolder folder;
     makeDirectory(folder.utf8("d"));
     const std::string file = folder.write("d/a", "x");
-    EXPECT_EQ(System::removeDirectory(folder.utf8("d"), false), 2);
-    EXPECT_EQ(System::removeDirectory(file, false), 3);
-    EXPECT_EQ(System::removeDirectory(folder.utf8("missing"), true), 1);
-    EXPECT_EQ(System::removeDirectory(folder.utf8("missing/x"), true), 1);
-    EXPECT_EQ(System::removeDirectory(makeDirectory(folder.utf8("e")), false), 0);
+    EXPECT_EQ(System::removeDirectory(folder.utf8("d"), false), System::directoryNotEmpty);
+    EXPECT_EQ(System::removeDirectory(file, false), System::notADirectory);
+    EXPECT_EQ(System::removeDirectory(folder.utf8("missing"), true), System::directoryMissing);
+    EXPECT_EQ(System::removeDirectory(folder.utf8("missing/x"), true), System::directoryMissing);
+    EXPECT_EQ(System::removeDirectory(makeDirectory(folder.utf8("e")), false),
+              System::directoryRemoved);
     EXPECT_FALSE(System::exists(folder.utf8("e")));
 }
 
@@ -157,16 +166,16 @@ TEST(SystemRemoveDirectoryTest, OnlyForceTriesASecondTimeAfterAnyOtherFailure) {
                                                             });
     gRemovals = 0;
     gSecondError = ERROR_SUCCESS;
-    EXPECT_EQ(System::removeDirectory("c:/x", false), 4);
+    EXPECT_EQ(System::removeDirectory("c:/x", false), System::directoryNotRemoved);
     EXPECT_EQ(gRemovals, 1);
     const struct {
         DWORD secondError;
-        int result;
-    } rows[] = {{ERROR_SUCCESS, 0},
-                {ERROR_SHARING_VIOLATION, 4},
-                {ERROR_FILE_NOT_FOUND, 1},
-                {ERROR_DIR_NOT_EMPTY, 2},
-                {ERROR_DIRECTORY, 3}};
+        System::RemoveDirectoryResult result;
+    } rows[] = {{ERROR_SUCCESS, System::directoryRemoved},
+                {ERROR_SHARING_VIOLATION, System::directoryNotRemoved},
+                {ERROR_FILE_NOT_FOUND, System::directoryMissing},
+                {ERROR_DIR_NOT_EMPTY, System::directoryNotEmpty},
+                {ERROR_DIRECTORY, System::notADirectory}};
     for (const auto& row : rows) {
         gRemovals = 0;
         gSecondError = row.secondError;
@@ -206,12 +215,12 @@ TEST(SystemRenameTest, OnlyTheFlagLetsAFileLeaveItsVolume) {
 TEST(SystemHardLinkTest, AFileGetsASecondName) {
     const TempFolder folder;
     const std::string existing = folder.write("a", "x");
-    EXPECT_EQ(System::hardLink(existing, folder.utf8("b")), 0);
+    EXPECT_EQ(System::hardLink(existing, folder.utf8("b")), callSucceeded);
     FileStat stat;
     ASSERT_TRUE(stat.read(folder.utf8("b"), 0));
     EXPECT_EQ(stat.links, 2U);
-    EXPECT_EQ(System::hardLink(folder.utf8("missing"), folder.utf8("c")), -1);
-    EXPECT_EQ(System::hardLink(existing, folder.utf8("b")), -1);
+    EXPECT_EQ(System::hardLink(folder.utf8("missing"), folder.utf8("c")), callFailed);
+    EXPECT_EQ(System::hardLink(existing, folder.utf8("b")), callFailed);
     EXPECT_EQ(GetLastError(), DWORD{ERROR_ALREADY_EXISTS});
 }
 

@@ -28,20 +28,20 @@ bool removeOnce(const std::wstring& name) {
     return false;
 }
 
-int removeDirectoryOnce(const std::wstring& name) {
+System::RemoveDirectoryResult removeDirectoryOnce(const std::wstring& name) {
     if (RemoveDirectoryW(name.c_str())) {
-        return 0;
+        return System::directoryRemoved;
     }
     switch (GetLastError()) {
         case ERROR_FILE_NOT_FOUND:
         case ERROR_PATH_NOT_FOUND:
-            return 1;
+            return System::directoryMissing;
         case ERROR_DIR_NOT_EMPTY:
-            return 2;
+            return System::directoryNotEmpty;
         case ERROR_DIRECTORY:
-            return 3;
+            return System::notADirectory;
         default:
-            return 4;
+            return System::directoryNotRemoved;
     }
 }
 
@@ -78,24 +78,24 @@ std::string parentToLookAt(const std::string& path) {
 
 }  // namespace
 
-int System::remove(const std::string& path, bool force) {
+CallResult System::remove(const std::string& path, bool force) {
     const std::wstring name = unicodePath(path);
     if (removeOnce(name)) {
-        return 0;
+        return callSucceeded;
     }
     if (force) {
         SetFileAttributesW(name.c_str(), FILE_ATTRIBUTE_NORMAL);
         if (removeOnce(name)) {
-            return 0;
+            return callSucceeded;
         }
     }
-    return -1;
+    return callFailed;
 }
 
-int System::removeDirectory(const std::string& path, bool force) {
+System::RemoveDirectoryResult System::removeDirectory(const std::string& path, bool force) {
     const std::wstring name = unicodePath(path);
-    const int result = removeDirectoryOnce(name);
-    if (result != 4 || !force) {
+    const RemoveDirectoryResult result = removeDirectoryOnce(name);
+    if (result != directoryNotRemoved || !force) {
         return result;
     }
     SetFileAttributesW(name.c_str(), FILE_ATTRIBUTE_NORMAL);
@@ -188,11 +188,11 @@ bool System::rename(const std::string& from, const std::string& to, bool acrossV
     return MoveFileExW(unicodePath(from).c_str(), unicodePath(to).c_str(), flags);
 }
 
-int System::hardLink(const std::string& existing, const std::string& link) {
+CallResult System::hardLink(const std::string& existing, const std::string& link) {
     return CreateHardLinkW(unicodePath(link).c_str(), unicodePath(existing).c_str(),
                            /*lpSecurityAttributes=*/nullptr)
-               ? 0
-               : -1;
+               ? callSucceeded
+               : callFailed;
 }
 
 std::FILE* System::openFile(const std::string& path, const std::string& mode) {
@@ -206,7 +206,7 @@ int64_t System::freeDiskSpace(const std::string& path) {
                                /*lpTotalNumberOfBytes=*/nullptr,
                                /*lpTotalNumberOfFreeBytes=*/nullptr)
                ? static_cast<int64_t>(toCaller.QuadPart)
-               : -1;
+               : int64_t{callFailed};
 }
 
 bool System::readBytes(const std::string& path, std::string& buffer, size_t size) {
@@ -246,7 +246,7 @@ int64_t writeWithRetry(HANDLE file, const void* buffer, uint32_t count) {
             return written;
         }
         if (GetLastError() != ERROR_LOCK_VIOLATION || attempt == tries) {
-            return -1;
+            return callFailed;
         }
         if (attempt > 1) {
             SleepEx(pause, /*bAlertable=*/FALSE);

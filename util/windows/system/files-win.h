@@ -8,6 +8,7 @@
 
 #include <windows.h>
 
+#include "util/windows/callresult.h"
 #include "util/windows/system/filestat-win.h"
 
 // Operations on files. Paths are UTF-8, with either kind of slash; absolute ones may have any
@@ -19,14 +20,23 @@
 namespace System {
 
 /// Removes a file or an empty directory. With `force` a first failure is followed by a second try
-/// with normal attributes, which stay if that fails too. Returns 0 on success, otherwise -1 with
-/// the error in GetLastError. For a file that is the error of the attempt to delete it.
-[[nodiscard]] int remove(const std::string& path, bool force);
+/// with normal attributes, which stay if that fails too. Returns a CallResult, on failure with the
+/// error in GetLastError. For a file that is the error of the attempt to delete it.
+[[nodiscard]] CallResult remove(const std::string& path, bool force);
 
-/// Removes an empty directory. Returns 0 if it was removed, 1 if it isn't there, 2 if it isn't
-/// empty, 3 if it isn't a directory, and 4 after any other failure. With `force` that last kind of
-/// failure is followed by a second try with normal attributes.
-[[nodiscard]] int removeDirectory(const std::string& path, bool force);
+/// The results of `removeDirectory`.
+using RemoveDirectoryResult = int;
+enum : RemoveDirectoryResult {
+    directoryRemoved = 0,
+    directoryMissing = 1,
+    directoryNotEmpty = 2,
+    notADirectory = 3,
+    directoryNotRemoved = 4,  ///< any other failure
+};
+
+/// Removes an empty directory. With `force` a first result of directoryNotRemoved is followed by a
+/// second try with normal attributes.
+[[nodiscard]] RemoveDirectoryResult removeDirectory(const std::string& path, bool force);
 
 /// Appends the name of every entry of a directory to `names`, "." and ".." included, in the order
 /// of the file system. Appends the entries' facts to `stats`, unless that is null.
@@ -62,15 +72,15 @@ void missingParents(const std::string& path, std::vector<std::string>& names);
 /// Renames a file or directory. A file that already has the new name is replaced. Only files can
 /// move to another volume, and only with `acrossVolumes`.
 [[nodiscard]] bool rename(const std::string& from, const std::string& to, bool acrossVolumes);
-/// Gives the file `existing` a second name on the same volume. Returns 0, or -1 on failure.
-[[nodiscard]] int hardLink(const std::string& existing, const std::string& link);
+/// Gives the file `existing` a second name on the same volume.
+[[nodiscard]] CallResult hardLink(const std::string& existing, const std::string& link);
 
 /// Opens a C stream, which the caller closes with fclose. `mode` is the mode of fopen. Returns null
 /// on failure, with errno set.
 [[nodiscard]] std::FILE* openFile(const std::string& path, const std::string& mode);
 
-/// Returns how many bytes the caller may still write to the volume of a directory, or -1 on
-/// failure. An empty path means the current volume.
+/// Returns how many bytes the caller may still write to the volume of a directory, or callFailed.
+/// An empty path means the current volume.
 [[nodiscard]] int64_t freeDiskSpace(const std::string& path);
 
 /// Resizes `buffer` to `size` bytes and reads the beginning of a file into it by one call. If the
@@ -92,6 +102,6 @@ void missingParents(const std::string& path, std::vector<std::string>& names);
 }  // namespace System
 
 /// Writes to a file by one call. If a part of the file is locked, up to four more tries follow: one
-/// at once, and three after a pause of 50 ms each. Returns the number of bytes written, or -1 with
-/// the error in GetLastError.
+/// at once, and three after a pause of 50 ms each. Returns the number of bytes written, or
+/// callFailed with the error in GetLastError.
 [[nodiscard]] int64_t writeWithRetry(HANDLE file, const void* buffer, uint32_t count);

@@ -16,10 +16,15 @@ bool exists(const std::string& path) {
     return GetFileAttributesW(System::unicodePath(path).c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
+TEST(CallResultTest, TheResultsHaveTheirNumbers) {
+    EXPECT_EQ(callSucceeded, 0);
+    EXPECT_EQ(callFailed, -1);
+}
+
 TEST(SystemRemoveTest, AFileIsRemoved) {
     const TempFolder folder;
     const std::string path = folder.write("\xE4\xB8\xAD", "x");
-    EXPECT_EQ(System::remove(path, false), 0);
+    EXPECT_EQ(System::remove(path, false), callSucceeded);
     EXPECT_FALSE(exists(path));
 }
 
@@ -27,7 +32,7 @@ TEST(SystemRemoveTest, AnEmptyDirectoryIsRemoved) {
     const TempFolder folder;
     const std::string path = folder.utf8("d");
     ASSERT_TRUE(CreateDirectoryW(System::unicodePath(path).c_str(), nullptr));
-    EXPECT_EQ(System::remove(path, false), 0);
+    EXPECT_EQ(System::remove(path, false), callSucceeded);
     EXPECT_FALSE(exists(path));
 }
 
@@ -35,10 +40,10 @@ TEST(SystemRemoveTest, AReadOnlyFileYieldsToForceAlone) {
     const TempFolder folder;
     const std::string path = folder.write("a", "x");
     ASSERT_TRUE(SetFileAttributesW(System::unicodePath(path).c_str(), FILE_ATTRIBUTE_READONLY));
-    EXPECT_EQ(System::remove(path, false), -1);
+    EXPECT_EQ(System::remove(path, false), callFailed);
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_ACCESS_DENIED));
     EXPECT_TRUE(exists(path));
-    EXPECT_EQ(System::remove(path, true), 0);
+    EXPECT_EQ(System::remove(path, true), callSucceeded);
     EXPECT_FALSE(exists(path));
 }
 
@@ -46,7 +51,7 @@ TEST(SystemRemoveTest, ADirectoryThatIsNotEmptyStaysAndSaysWhy) {
     const TempFolder folder;
     folder.write("a", "x");
     for (const bool force : {false, true}) {
-        EXPECT_EQ(System::remove(folder.utf8(), force), -1);
+        EXPECT_EQ(System::remove(folder.utf8(), force), callFailed);
         EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_DIR_NOT_EMPTY));
     }
 }
@@ -63,12 +68,12 @@ TEST(SystemRemoveTest, OfAFileTheFailedDeleteIsReportedAndNotTheRemovalOfADirect
                                                                  SetLastError(ERROR_DIRECTORY);
                                                                  return FALSE;
                                                              });
-    EXPECT_EQ(System::remove(path, false), -1);
+    EXPECT_EQ(System::remove(path, false), callFailed);
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_SHARING_VIOLATION));
 }
 
 TEST(SystemRemoveTest, AMissingPathFails) {
-    EXPECT_EQ(System::remove("c:/missing/x", true), -1);
+    EXPECT_EQ(System::remove("c:/missing/x", true), callFailed);
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_PATH_NOT_FOUND));
 }
 
@@ -113,29 +118,29 @@ private:
 
 TEST(SystemRemoveTest, WithoutForceTheAttributesAreLeftAlone) {
     const RefusedRemoval refused(ERROR_ACCESS_DENIED, ERROR_DIRECTORY);
-    EXPECT_EQ(System::remove("c:/x", false), -1);
+    EXPECT_EQ(System::remove("c:/x", false), callFailed);
     EXPECT_EQ(gAttributeCalls, 0);
 }
 
 TEST(SystemRemoveTest, ForceSetsNormalAttributesOnceAndTheSecondFailureIsReported) {
     const RefusedRemoval refused(ERROR_SHARING_VIOLATION, ERROR_DIRECTORY);
-    EXPECT_EQ(System::remove("c:/x", true), -1);
+    EXPECT_EQ(System::remove("c:/x", true), callFailed);
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_SHARING_VIOLATION));
     EXPECT_EQ(gAttributeCalls, 1);
-    EXPECT_EQ(gAttributes, 128U);
+    EXPECT_EQ(gAttributes, DWORD{FILE_ATTRIBUTE_NORMAL});
 }
 
 TEST(SystemRemoveTest, OfADirectoryTheFailedRemovalIsReported) {
     for (const bool force : {false, true}) {
         const RefusedRemoval refused(ERROR_ACCESS_DENIED, ERROR_SHARING_VIOLATION);
-        EXPECT_EQ(System::remove("c:/x", force), -1);
+        EXPECT_EQ(System::remove("c:/x", force), callFailed);
         EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_SHARING_VIOLATION));
     }
 }
 
 TEST(SystemRemoveTest, TrailingDotsAndBlanksDoNotReachWindows) {
     const RefusedRemoval refused(ERROR_FILE_NOT_FOUND, ERROR_DIRECTORY);
-    EXPECT_EQ(System::remove("c:/x./a. .", false), -1);
+    EXPECT_EQ(System::remove("c:/x./a. .", false), callFailed);
     EXPECT_EQ(gName, L"\\\\?\\c:\\x\\a");
 }
 
@@ -145,7 +150,7 @@ TEST(SystemRemoveTest, AReadOnlyDirectoryYieldsToForce) {
     const std::wstring name = System::unicodePath(path);
     ASSERT_TRUE(CreateDirectoryW(name.c_str(), nullptr));
     ASSERT_TRUE(SetFileAttributesW(name.c_str(), FILE_ATTRIBUTE_READONLY));
-    EXPECT_EQ(System::remove(path, true), 0);
+    EXPECT_EQ(System::remove(path, true), callSucceeded);
     EXPECT_FALSE(exists(path));
 }
 
@@ -165,15 +170,15 @@ TEST(SystemRemoveTest, ADirectoryThatYieldsToNormalAttributesAloneIsRemovedByFor
             SetLastError(ERROR_ACCESS_DENIED);
             return gAttributeCalls == 0 ? FALSE : TRUE;
         });
-    EXPECT_EQ(System::remove("c:/x", false), -1);
-    EXPECT_EQ(System::remove("c:/x", true), 0);
+    EXPECT_EQ(System::remove("c:/x", false), callFailed);
+    EXPECT_EQ(System::remove("c:/x", true), callSucceeded);
 }
 
 TEST(SystemRemoveTest, ANameWithNullCharactersBehindItIsTheName) {
     const TempFolder folder;
     std::string path = folder.write("a", "x");
     path.resize(261);
-    EXPECT_EQ(System::remove(path, false), 0);
+    EXPECT_EQ(System::remove(path, false), callSucceeded);
     EXPECT_FALSE(exists(folder.utf8("a")));
 }
 

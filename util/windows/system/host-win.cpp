@@ -111,9 +111,9 @@ std::string System::configurationDirectory() { return pathBelowProgram("../../co
 
 std::string System::installationFallback() { return pathBelowProgram("../../..", getcwd); }
 
-int System::setEnvironment(const char* entry) { return _wputenv(toWide(entry).c_str()); }
+CallResult System::setEnvironment(const char* entry) { return _wputenv(toWide(entry).c_str()); }
 
-int System::unsetEnvironment(const char* name) {
+CallResult System::unsetEnvironment(const char* name) {
     return _wputenv(toWide(name).append(1, L'=').c_str());
 }
 

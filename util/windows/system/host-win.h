@@ -4,6 +4,8 @@
 
 #include <windows.h>
 
+#include "util/windows/callresult.h"
+
 // The machine and the running program. All text is UTF-8, except the result of `userName`. Nothing
 // throws, except `fullHostName`, and except for lack of memory. Any thread may call these. The
 // environment and the current directory belong to the process.
@@ -57,10 +59,10 @@ namespace System {
 [[nodiscard]] bool deleteKey(HKEY parent, const wchar_t* subKey, std::string* message);
 
 /// Sets an environment variable by "NAME=VALUE", for the C runtime and for the system. An empty
-/// value removes it. Returns 0, or -1 on failure.
-[[nodiscard]] int setEnvironment(const char* entry);
-/// Removes an environment variable. Returns 0, or -1 on failure.
-[[nodiscard]] int unsetEnvironment(const char* name);
+/// value removes it.
+[[nodiscard]] CallResult setEnvironment(const char* entry);
+/// Removes an environment variable.
+[[nodiscard]] CallResult unsetEnvironment(const char* name);
 
 /// Makes `path` the current directory. The path is passed to Windows unchanged, so the length limit
 /// of Windows applies. Returns false on failure, with the error in GetLastError.

@@ -39,7 +39,7 @@ bool mix(const std::string& base) {
     isRight = System::rename(base + "/a/f", base + "/a/b/g", false) && isRight;
     isRight = !System::canRead(base + "/a/f") && System::canRead(base + "/a/b/g") && isRight;
     isRight = System::volumeType(base, nullptr) == VolumeType::fixed && isRight;
-    isRight = System::removeDirectory(base + "/a/b", false) == 2 && isRight;
+    isRight = System::removeDirectory(base + "/a/b", false) == System::directoryNotEmpty && isRight;
     message.clear();
     return System::removeTree(base, message, false, false, true) && isRight;
 }

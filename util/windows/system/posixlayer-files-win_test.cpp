@@ -66,7 +66,7 @@ TEST(PosixFileSizeTest, ItIsTheNumberOfBytes) {
     for (const size_t length : {0, 1, 5000}) {
         const OpenFile file(std::string(length, 'x'));
         uint64_t size = 99;
-        EXPECT_EQ(posixlayer::fileSize(file.get(), &size), 0);
+        EXPECT_EQ(posixlayer::fileSize(file.get(), &size), callSucceeded);
         EXPECT_EQ(size, length);
     }
 }
@@ -98,7 +98,7 @@ TEST(PosixFileSizeTest, SizesOfMoreThan32BitsAreWhole) {
     for (const auto& row : SIZES) {
         gSize = row.answer;
         uint64_t size = 0;
-        EXPECT_EQ(posixlayer::fileSize(nullptr, &size), 0);
+        EXPECT_EQ(posixlayer::fileSize(nullptr, &size), callSucceeded);
         EXPECT_EQ(size, row.size);
     }
 }
@@ -107,13 +107,13 @@ TEST(PosixFileSizeTest, AllOnesWithAnErrorAreAFailure) {
     const ReplacedCall<decltype(GetFileSize)> call("GetFileSize", answerSize);
     gSize = {0xffffffff, 0, ERROR_ACCESS_DENIED};
     uint64_t size = 0;
-    EXPECT_EQ(posixlayer::fileSize(nullptr, &size), -1);
+    EXPECT_EQ(posixlayer::fileSize(nullptr, &size), callFailed);
     EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
 }
 
 TEST(PosixFileSizeTest, AHandleThatIsNoneIsAFailure) {
     uint64_t size = 0;
-    EXPECT_EQ(posixlayer::fileSize(nullptr, &size), -1);
+    EXPECT_EQ(posixlayer::fileSize(nullptr, &size), callFailed);
     EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_HANDLE});
 }
 
@@ -130,7 +130,7 @@ TEST(PosixReadTest, AFileIsReadFromItsPositionToItsEnd) {
 TEST(PosixReadTest, AFileThatMustNotBeReadIsAFailure) {
     const OpenFile file("abc", GENERIC_WRITE);
     char byte = 0;
-    EXPECT_EQ(posixlayer::readFile(file.get(), &byte, 1), -1);
+    EXPECT_EQ(posixlayer::readFile(file.get(), &byte, 1), callFailed);
     EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
 }
 
@@ -143,7 +143,7 @@ TEST(PosixReadTest, TheEndOfAPipeIsAFailure) {
     std::string buffer(4, '?');
     EXPECT_EQ(posixlayer::readFile(end.get(), buffer.data(), 4), 2);
     EXPECT_EQ(buffer, "ab??");
-    EXPECT_EQ(posixlayer::readFile(end.get(), buffer.data(), 4), -1);
+    EXPECT_EQ(posixlayer::readFile(end.get(), buffer.data(), 4), callFailed);
     EXPECT_EQ(GetLastError(), DWORD{ERROR_BROKEN_PIPE});
 }
 
@@ -166,7 +166,7 @@ TEST(PosixWriteTest, AFileIsWrittenAtItsPosition) {
 
 TEST(PosixWriteTest, AFileThatMustNotBeWrittenIsAFailure) {
     const OpenFile file("abc", GENERIC_READ);
-    EXPECT_EQ(posixlayer::writeFile(file.get(), "x", 1), -1);
+    EXPECT_EQ(posixlayer::writeFile(file.get(), "x", 1), callFailed);
     EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
     EXPECT_EQ(file.content(), "abc");
 }
@@ -184,23 +184,26 @@ TEST(PosixWriteTest, APartThatSomebodyElseHasLockedIsTriedAgain) {
     EXPECT_EQ(calls, 2);
 }
 
+// The numbers that callers have always passed.
+static_assert(SEEK_SET == 0 && SEEK_CUR == 1 && SEEK_END == 2);
+
 TEST(PosixSeekTest, TheWhenceSaysWhereTheOffsetStarts) {
     constexpr struct {
         int whence;
         int64_t offset, position;
     } MOVES[] = {
-        {0, 4, 4},
-        {1, 2, 5},
-        {1, -3, 0},
-        {1, 0, 3},
-        {2, 0, 10},
-        {2, -4, 6},
-        {2, 5, 15},
+        {SEEK_SET, 4, 4},
+        {SEEK_CUR, 2, 5},
+        {SEEK_CUR, -3, 0},
+        {SEEK_CUR, 0, 3},
+        {SEEK_END, 0, 10},
+        {SEEK_END, -4, 6},
+        {SEEK_END, 5, 15},
         {7, 4, 4},
         {-1, 4, 4},
         {3, 100, 100},
-        {0, 0x100000005, 0x100000005},
-        {1, 0x100000000, 0x100000003},
+        {SEEK_SET, 0x100000005, 0x100000005},
+        {SEEK_CUR, 0x100000000, 0x100000003},
     };
     const OpenFile file("0123456789");
     for (const auto& [whence, offset, position] : MOVES) {
@@ -213,8 +216,8 @@ TEST(PosixSeekTest, TheWhenceSaysWhereTheOffsetStarts) {
 TEST(PosixSeekTest, APlaceBeforeTheStartIsAFailureAndThePositionStays) {
     const OpenFile file("0123456789");
     file.moveTo(3);
-    for (const int whence : {0, 1, 2}) {
-        EXPECT_EQ(posixlayer::seekFile(file.get(), -11, whence), -1);
+    for (const int whence : {SEEK_SET, SEEK_CUR, SEEK_END}) {
+        EXPECT_EQ(posixlayer::seekFile(file.get(), -11, whence), callFailed);
         EXPECT_EQ(GetLastError(), DWORD{ERROR_NEGATIVE_SEEK});
         EXPECT_EQ(file.position(), 3);
     }
@@ -224,10 +227,10 @@ TEST(PosixTruncateTest, AFileIsCutOrGrowsAndThePositionStays) {
     for (const int64_t position : {0, 3, 6, 20}) {
         const OpenFile file("abcdef");
         file.moveTo(position);
-        EXPECT_EQ(posixlayer::truncateFile(file.get(), 4), 0);
+        EXPECT_EQ(posixlayer::truncateFile(file.get(), 4), callSucceeded);
         EXPECT_EQ(file.position(), position);
         EXPECT_EQ(file.size(), 4);
-        EXPECT_EQ(posixlayer::truncateFile(file.get(), 7), 0);
+        EXPECT_EQ(posixlayer::truncateFile(file.get(), 7), callSucceeded);
         EXPECT_EQ(file.position(), position);
         EXPECT_EQ(file.content(), std::string("abcd\0\0\0", 7));
     }
@@ -236,20 +239,20 @@ TEST(PosixTruncateTest, AFileIsCutOrGrowsAndThePositionStays) {
 TEST(PosixTruncateTest, AnySizeCanBeSet) {
     const OpenFile file("abcdef");
     for (const int64_t size : {6, 100000, 0}) {
-        EXPECT_EQ(posixlayer::truncateFile(file.get(), size), 0);
+        EXPECT_EQ(posixlayer::truncateFile(file.get(), size), callSucceeded);
         EXPECT_EQ(file.size(), size);
     }
 }
 
 TEST(PosixTruncateTest, AHandleThatIsNoneIsAFailure) {
-    EXPECT_EQ(posixlayer::truncateFile(nullptr, 0), -1);
+    EXPECT_EQ(posixlayer::truncateFile(nullptr, 0), callFailed);
     EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_HANDLE});
 }
 
 TEST(PosixTruncateTest, ANegativeSizeIsAFailureAndNothingChanges) {
     const OpenFile file("abcdef");
     file.moveTo(3);
-    EXPECT_EQ(posixlayer::truncateFile(file.get(), -1), -1);
+    EXPECT_EQ(posixlayer::truncateFile(file.get(), -1), callFailed);
     EXPECT_EQ(GetLastError(), DWORD{ERROR_NEGATIVE_SEEK});
     EXPECT_EQ(file.position(), 3);
     EXPECT_EQ(file.content(), "abcdef");
@@ -267,7 +270,7 @@ BOOL WINAPI moveAndSpoilError(HANDLE file, LARGE_INTEGER distance, PLARGE_INTEGE
 TEST(PosixTruncateTest, AFileThatMustNotBeWrittenIsAFailureAndThePositionStays) {
     const OpenFile file("abcdef", GENERIC_READ);
     file.moveTo(3);
-    EXPECT_EQ(posixlayer::truncateFile(file.get(), 1), -1);
+    EXPECT_EQ(posixlayer::truncateFile(file.get(), 1), callFailed);
     EXPECT_EQ(file.position(), 3);
     EXPECT_EQ(file.content(), "abcdef");
 }
@@ -281,7 +284,7 @@ TEST(PosixTruncateTest, AFailureToSetTheEndIsToldAndThePositionStays) {
     });
     const ReplacedCall<decltype(SetFilePointerEx)> move("SetFilePointerEx", moveAndSpoilError);
     gMove = move.original();
-    EXPECT_EQ(posixlayer::truncateFile(file.get(), 1), -1);
+    EXPECT_EQ(posixlayer::truncateFile(file.get(), 1), callFailed);
     EXPECT_EQ(GetLastError(), DWORD{ERROR_DISK_FULL});
     EXPECT_EQ(file.position(), 3);
 }
@@ -306,7 +309,7 @@ TEST(PosixTruncateTest, AFailureOfAnyMoveIsAFailure) {
         gMoves = 0;
         gFailingMove = failing;
         gCut = false;
-        EXPECT_EQ(posixlayer::truncateFile(nullptr, 1), failing == 0 ? 0 : -1);
+        EXPECT_EQ(posixlayer::truncateFile(nullptr, 1), failing == 0 ? callSucceeded : callFailed);
         EXPECT_EQ(GetLastError(), DWORD{ERROR_IO_DEVICE});
         EXPECT_EQ(gMoves, failing == 0 ? 3 : failing);
         EXPECT_EQ(gCut, failing == 0 || failing == 3) << "only a file that stands at its new end";

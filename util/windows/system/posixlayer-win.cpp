@@ -9,19 +9,20 @@
 
 int posixlayer::getpid() { return _getpid(); }
 
-int posixlayer::fileSize(HANDLE file, uint64_t* size) {
+CallResult posixlayer::fileSize(HANDLE file, uint64_t* size) {
     DWORD high = 0;
     const DWORD low = GetFileSize(file, &high);
     if (low == INVALID_FILE_SIZE && GetLastError() != NO_ERROR) {
-        return -1;
+        return callFailed;
     }
     *size = uint64_t{high} << 32 | low;
-    return 0;
+    return callSucceeded;
 }
 
 int64_t posixlayer::readFile(HANDLE file, void* buffer, uint32_t count) {
     DWORD read = 0;
-    return ReadFile(file, buffer, count, &read, /*lpOverlapped=*/nullptr) ? int64_t{read} : -1;
+    return ReadFile(file, buffer, count, &read, /*lpOverlapped=*/nullptr) ? int64_t{read}
+                                                                          : int64_t{callFailed};
 }
 
 int64_t posixlayer::writeFile(HANDLE file, const void* buffer, uint32_t count) {
@@ -29,41 +30,45 @@ int64_t posixlayer::writeFile(HANDLE file, const void* buffer, uint32_t count) {
 }
 
 int64_t posixlayer::seekFile(HANDLE file, int64_t offset, int whence) {
-    const DWORD method = whence == 1 ? FILE_CURRENT : whence == 2 ? FILE_END : FILE_BEGIN;
+    const DWORD method = whence == SEEK_CUR   ? FILE_CURRENT
+                         : whence == SEEK_END ? FILE_END
+                                              : FILE_BEGIN;
     LARGE_INTEGER distance;
     distance.QuadPart = offset;
     LARGE_INTEGER position;
-    return SetFilePointerEx(file, distance, &position, method) ? position.QuadPart : -1;
+    return SetFilePointerEx(file, distance, &position, method) ? position.QuadPart
+                                                               : int64_t{callFailed};
 }
 
-int posixlayer::truncateFile(HANDLE file, int64_t size) {
-    const int64_t position = seekFile(file, 0, /*whence=*/1);
-    if (position < 0 || seekFile(file, size, /*whence=*/0) < 0) {
-        return -1;
+CallResult posixlayer::truncateFile(HANDLE file, int64_t size) {
+    const int64_t position = seekFile(file, 0, SEEK_CUR);
+    if (position < 0 || seekFile(file, size, SEEK_SET) < 0) {
+        return callFailed;
     }
     const bool cut = SetEndOfFile(file);
     const DWORD error = GetLastError();
-    if (seekFile(file, position, /*whence=*/0) < 0) {
-        return -1;
+    if (seekFile(file, position, SEEK_SET) < 0) {
+        return callFailed;
     }
     if (!cut) {
         SetLastError(error);
-        return -1;
+        return callFailed;
     }
-    return 0;
+    return callSucceeded;
 }
 
-int posixlayer::fcntl(HANDLE handle, int command, int argument) {
-    if (command != 2 || argument != 1) {
+CallResult posixlayer::fcntl(HANDLE handle, int command, int argument) {
+    if (command != setDescriptorFlags || argument != closeOnExec) {
         // Compatibility: the text names the command even if the argument is the unknown one.
         throw std::invalid_argument(format(64, "fcntl received unknown command %d", command));
     }
-    return SetHandleInformation(handle, HANDLE_FLAG_INHERIT, 0) ? 0 : -1;
+    return SetHandleInformation(handle, HANDLE_FLAG_INHERIT, 0) ? callSucceeded : callFailed;
 }
 
-int posixlayer::setNonBlocking(uintptr_t socket, bool nonBlocking) {
+CallResult posixlayer::setNonBlocking(uintptr_t socket, bool nonBlocking) {
     u_long value = nonBlocking ? 1 : 0;
-    return ioctlsocket(socket, static_cast<long>(FIONBIO), &value) == 0 ? 0 : -1;
+    return ioctlsocket(socket, static_cast<long>(FIONBIO), &value) == 0 ? callSucceeded
+                                                                        : callFailed;
 }
 
 bool posixlayer::wouldBlock() {
@@ -89,7 +94,7 @@ void posixlayer::clearLastError() {
     WSASetLastError(0);
 }
 
-uint32_t posixlayer::lastError(int kind) { return ErrorState::current().select(kind); }
+uint32_t posixlayer::lastError(WhichError which) { return ErrorState::current().select(which); }
 
 void posixlayer::saveLastError(ErrorState& state) { state.save(); }
 

@@ -20,6 +20,8 @@
 namespace {
 
 using namespace testing_support;
+using posixlayer::closeOnExec;
+using posixlayer::setDescriptorFlags;
 
 TEST(PosixProcessTest, TheProcessIdIsTheOneOfWindows) {
     EXPECT_EQ(posixlayer::getpid(), static_cast<int>(GetCurrentProcessId()));
@@ -36,16 +38,22 @@ bool isInherited(HANDLE handle) {
     return (flags & HANDLE_FLAG_INHERIT) != 0;
 }
 
-TEST(PosixFcntlTest, CommandTwoWithArgumentOneKeepsAHandleFromChildProcesses) {
+TEST(PosixFcntlTest, TheCommandAndItsArgumentHaveTheirNumbers) {
+    EXPECT_EQ(setDescriptorFlags, 2);
+    EXPECT_EQ(closeOnExec, 1);
+}
+
+TEST(PosixFcntlTest, SettingCloseOnExecKeepsAHandleFromChildProcesses) {
     const ScopedHandle event = inheritableEvent();
     ASSERT_TRUE(isInherited(event.get()));
-    EXPECT_EQ(posixlayer::fcntl(event.get(), 2, 1), 0);
+    EXPECT_EQ(posixlayer::fcntl(event.get(), setDescriptorFlags, closeOnExec), callSucceeded);
     EXPECT_FALSE(isInherited(event.get()));
-    EXPECT_EQ(posixlayer::fcntl(event.get(), 2, 1), 0) << "it may be so already";
+    EXPECT_EQ(posixlayer::fcntl(event.get(), setDescriptorFlags, closeOnExec), callSucceeded)
+        << "it may be so already";
 }
 
 TEST(PosixFcntlTest, AHandleThatIsNoneIsAFailure) {
-    EXPECT_EQ(posixlayer::fcntl(nullptr, 2, 1), -1);
+    EXPECT_EQ(posixlayer::fcntl(nullptr, setDescriptorFlags, closeOnExec), callFailed);
     EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_HANDLE});
 }
 
@@ -104,15 +112,15 @@ private:
 
 TEST(PosixSocketTest, ASocketThatDoesNotBlockSaysThatItWould) {
     const IdleSocket socket;
-    EXPECT_EQ(posixlayer::setNonBlocking(socket.get(), true), 0);
+    EXPECT_EQ(posixlayer::setNonBlocking(socket.get(), true), callSucceeded);
     EXPECT_EQ(socket.receive(), WSAEWOULDBLOCK);
     EXPECT_TRUE(posixlayer::wouldBlock());
 }
 
 TEST(PosixSocketTest, ASocketThatBlocksAgainWaits) {
     const IdleSocket socket;
-    ASSERT_EQ(posixlayer::setNonBlocking(socket.get(), true), 0);
-    EXPECT_EQ(posixlayer::setNonBlocking(socket.get(), false), 0);
+    ASSERT_EQ(posixlayer::setNonBlocking(socket.get(), true), callSucceeded);
+    EXPECT_EQ(posixlayer::setNonBlocking(socket.get(), false), callSucceeded);
     EXPECT_EQ(socket.receive(), WSAETIMEDOUT);
     EXPECT_FALSE(posixlayer::wouldBlock());
 }
@@ -120,19 +128,19 @@ TEST(PosixSocketTest, ASocketThatBlocksAgainWaits) {
 TEST(PosixSocketTest, ASocketThatIsNoneIsAFailure) {
     startSockets();
     for (const bool nonBlocking : {false, true}) {
-        EXPECT_EQ(posixlayer::setNonBlocking(INVALID_SOCKET, nonBlocking), -1);
+        EXPECT_EQ(posixlayer::setNonBlocking(INVALID_SOCKET, nonBlocking), callFailed);
         EXPECT_EQ(WSAGetLastError(), WSAENOTSOCK);
     }
 }
 
 TEST(PosixSocketTest, TwoErrorsOfSocketsAreThoseOfBlocking) {
-    for (const int error : {10035, 10036}) {
+    for (const int error : {WSAEWOULDBLOCK, WSAEINPROGRESS}) {
         const SocketError state(error);
         EXPECT_TRUE(posixlayer::wouldBlock()) << error;
     }
     for (const int error : {0, 11, 35, 10034, 10037, 10060, -10035}) {
         const SocketError state(error);
-        SetLastError(10035);
+        SetLastError(WSAEWOULDBLOCK);
         EXPECT_FALSE(posixlayer::wouldBlock()) << error;
     }
 }
@@ -168,7 +176,7 @@ TEST(PosixSpawnTest, AProgramInThePathThatIsWaitedForGivesItsExitCode) {
 
 TEST(PosixSpawnTest, AProgramThatIsNotWaitedForGivesItsProcess) {
     const intptr_t result = spawnSample("exit", "3", false);
-    ASSERT_NE(result, -1);
+    ASSERT_NE(result, callFailed);
     // NOLINTNEXTLINE(performance-no-int-to-ptr): the layer's results are numbers
     const ScopedHandle process(reinterpret_cast<HANDLE>(result));
     EXPECT_EQ(WaitForSingleObject(process.get(), INFINITE), WAIT_OBJECT_0);
@@ -185,7 +193,7 @@ TEST(PosixSpawnTest, AMissingProgramIsAFailure) {
     const char* const words[] = {"c:\\missing\\x.exe", nullptr};
     for (const bool wait : {false, true}) {
         errno = 0;
-        EXPECT_EQ(posixlayer::spawnWords(words, wait), -1);
+        EXPECT_EQ(posixlayer::spawnWords(words, wait), callFailed);
         EXPECT_EQ(errno, ENOENT);
     }
 }
@@ -203,26 +211,33 @@ TEST(PosixLastErrorTest, ClearingClearsBothNumbers) {
     EXPECT_EQ(socketError.value(), 0);
 }
 
-TEST(PosixLastErrorTest, TheKindSaysWhichNumberItIs) {
+TEST(PosixLastErrorTest, TheChoiceSaysWhichNumberItIs) {
     constexpr struct {
         DWORD windowsError;
         int socketError;
-        int kind;
+        WhichError which;
         uint32_t error;
     } CASES[] = {
-        {5, 10035, 1, 5},     {5, 10035, 2, 10035},
-        {5, 10035, 0, 5},     {5, 10035, 3, 5},
-        {5, 10035, -1, 5},    {0, 10035, 0, 10035},
-        {0, 10035, 3, 10035}, {0, 10035, -1, 10035},
-        {0, 10035, 1, 0},     {0x80070005, 0, 2, 0},
-        {5, 0, 0, 5},         {0, 0, 0, 0},
-        {5, 0, 2, 0},         {0x80070005, 0, 1, 0x80070005},
+        {5, 10035, errorOfSystem, 5},
+        {5, 10035, errorOfSockets, 10035},
+        {5, 10035, errorOfEither, 5},
+        {5, 10035, 3, 5},
+        {5, 10035, -1, 5},
+        {0, 10035, errorOfEither, 10035},
+        {0, 10035, 3, 10035},
+        {0, 10035, -1, 10035},
+        {0, 10035, errorOfSystem, 0},
+        {0x80070005, 0, errorOfSockets, 0},
+        {5, 0, errorOfEither, 5},
+        {0, 0, errorOfEither, 0},
+        {5, 0, errorOfSockets, 0},
+        {0x80070005, 0, errorOfSystem, 0x80070005},
     };
     for (const auto& row : CASES) {
         const SocketError socketError(row.socketError);
         SetLastError(row.windowsError);
-        EXPECT_EQ(posixlayer::lastError(row.kind), row.error)
-            << row.windowsError << " " << row.socketError << " " << row.kind;
+        EXPECT_EQ(posixlayer::lastError(row.which), row.error)
+            << row.windowsError << " " << row.socketError << " " << row.which;
     }
 }
 

@@ -227,22 +227,22 @@ std::wstring variable(const wchar_t* name) {
 TEST(SystemSetEnvironmentTest, AVariableIsSetChangedAndRemovedForTheRuntimeAndTheSystem) {
     const wchar_t* name = L"NB_TEST_\u00C4\u03A9";
     ASSERT_EQ(variable(name), L"(none) (none)");
-    EXPECT_EQ(System::setEnvironment("NB_TEST_\xC3\x84\xCE\xA9=\xD1\x8F=1"), 0);
+    EXPECT_EQ(System::setEnvironment("NB_TEST_\xC3\x84\xCE\xA9=\xD1\x8F=1"), callSucceeded);
     EXPECT_EQ(variable(name), L"\u044F=1 \u044F=1");
-    EXPECT_EQ(System::setEnvironment("NB_TEST_\xC3\x84\xCE\xA9=b"), 0);
+    EXPECT_EQ(System::setEnvironment("NB_TEST_\xC3\x84\xCE\xA9=b"), callSucceeded);
     EXPECT_EQ(variable(name), L"b b");
-    EXPECT_EQ(System::unsetEnvironment("NB_TEST_\xC3\x84\xCE\xA9"), 0);
+    EXPECT_EQ(System::unsetEnvironment("NB_TEST_\xC3\x84\xCE\xA9"), callSucceeded);
     EXPECT_EQ(variable(name), L"(none) (none)");
 }
 
 TEST(SystemSetEnvironmentTest, AnEntryWithAnEmptyValueRemovesTheVariable) {
-    EXPECT_EQ(System::setEnvironment("NB_TEST_EMPTY=x"), 0);
-    EXPECT_EQ(System::setEnvironment("NB_TEST_EMPTY="), 0);
+    EXPECT_EQ(System::setEnvironment("NB_TEST_EMPTY=x"), callSucceeded);
+    EXPECT_EQ(System::setEnvironment("NB_TEST_EMPTY="), callSucceeded);
     EXPECT_EQ(variable(L"NB_TEST_EMPTY"), L"(none) (none)");
 }
 
 TEST(SystemSetEnvironmentTest, AnEntryWithoutASignFails) {
-    EXPECT_EQ(System::setEnvironment("NB_TEST_NO_SIGN"), -1);
+    EXPECT_EQ(System::setEnvironment("NB_TEST_NO_SIGN"), callFailed);
     EXPECT_EQ(variable(L"NB_TEST_NO_SIGN"), L"(none) (none)");
 }
 

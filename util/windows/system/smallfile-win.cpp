@@ -180,5 +180,5 @@ bool renameRetrying(const std::string& from, const std::string& to) {
 }
 
 bool removeRetrying(const std::string& path, bool force) {
-    return retry([&] { return System::remove(path, force) == 0; });
+    return retry([&] { return System::remove(path, force) == callSucceeded; });
 }
