@@ -245,11 +245,11 @@ TEST(FileStatApplyAttributesTest, AnExeAlsoLosesItsAccessListWhateverComesOfThat
             gDaclCall = {descriptor, present, dacl, defaulted};
             return TRUE;
         });
-    EXPECT_TRUE(applyAttributes(128, path));
+    EXPECT_TRUE(applyAttributes(FILE_ATTRIBUTE_NORMAL, path));
     EXPECT_EQ(gSecurityCalls, 1);
     EXPECT_EQ(gSecured, System::unicodePath(path));
-    EXPECT_EQ(gSecurityPart, 4U);
-    EXPECT_EQ(gRevision, 1);
+    EXPECT_EQ(gSecurityPart, DWORD{DACL_SECURITY_INFORMATION});
+    EXPECT_EQ(gRevision, SECURITY_DESCRIPTOR_REVISION);
     EXPECT_EQ(gDescriptor, gDaclCall.descriptor);
     EXPECT_FALSE(gDaclCall.present);
     EXPECT_EQ(gDaclCall.list, nullptr);
@@ -259,7 +259,7 @@ TEST(FileStatApplyAttributesTest, AnExeAlsoLosesItsAccessListWhateverComesOfThat
 TEST(FileStatApplyAttributesTest, ARealExeCanStillBeRead) {
     const TempFolder folder;
     const std::string path = folder.write("a.exe", "x");
-    EXPECT_TRUE(applyAttributes(128, path));
+    EXPECT_TRUE(applyAttributes(FILE_ATTRIBUTE_NORMAL, path));
     FileStat stat;
     ASSERT_TRUE(stat.read(path, 0));
     EXPECT_EQ(stat.size, 1U);
@@ -268,7 +268,7 @@ TEST(FileStatApplyAttributesTest, ARealExeCanStillBeRead) {
 TEST(FileStatApplyAttributesTest, AFailureOfTheAttributesIsTheResultAndTheError) {
     gSecurityCalls = 0;
     const ReplacedCall<decltype(SetFileSecurityW)> call("SetFileSecurityW", setFileSecurity);
-    EXPECT_FALSE(applyAttributes(128, "c:/missing/a.exe"));
+    EXPECT_FALSE(applyAttributes(FILE_ATTRIBUTE_NORMAL, "c:/missing/a.exe"));
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_PATH_NOT_FOUND));
     EXPECT_EQ(gSecurityCalls, 1);
 }
@@ -276,9 +276,9 @@ TEST(FileStatApplyAttributesTest, AFailureOfTheAttributesIsTheResultAndTheError)
 TEST(FileStatApplyAttributesTest, APathOfUnderFourCharactersIsNoExe) {
     gSecurityCalls = 0;
     const ReplacedCall<decltype(SetFileSecurityW)> call("SetFileSecurityW", setFileSecurity);
-    EXPECT_FALSE(applyAttributes(128, "exe"));
+    EXPECT_FALSE(applyAttributes(FILE_ATTRIBUTE_NORMAL, "exe"));
     EXPECT_EQ(gSecurityCalls, 0);
-    EXPECT_FALSE(applyAttributes(128, ".exe"));
+    EXPECT_FALSE(applyAttributes(FILE_ATTRIBUTE_NORMAL, ".exe"));
     EXPECT_EQ(gSecurityCalls, 1);
 }
 

@@ -7,6 +7,7 @@
 #include "testing/calls/fakefile-win.h"
 #include "testing/calls/replacedcall-win.h"
 #include "testing/scopes/tempfolder.h"
+#include "util/windows/existingfile-win.h"
 #include "util/windows/system-paths-win.h"
 #include "util/windows/system/filestat-win.h"
 
@@ -30,7 +31,7 @@ TEST(FileStatReadTest, AFileHasItsFacts) {
     EXPECT_NE(stat.fileIndex, 0U);
     EXPECT_NE(stat.written, FileTime(0, 0));
     EXPECT_FALSE(stat.isDirectory());
-    EXPECT_EQ(stat.type(), 1);
+    EXPECT_EQ(stat.type(), FileStat::typeFile);
     FileStat second;
     ASSERT_TRUE(second.read(folder.utf8("second"), 99));
     EXPECT_EQ(second.fileIndex, stat.fileIndex);
@@ -41,7 +42,8 @@ TEST(FileStatReadTest, TheInformationIsTakenWordByWordAndWithoutTheReparseBit) {
     const ReplacedCall<decltype(GetFileInformationByHandle)> call(
         "GetFileInformationByHandle", [](HANDLE, LPBY_HANDLE_FILE_INFORMATION information) -> BOOL {
             *information = {};
-            information->dwFileAttributes = FILE_ATTRIBUTE_DIRECTORY | 0x400 | 4;
+            information->dwFileAttributes =
+                FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_SYSTEM;
             information->dwVolumeSerialNumber = 0xABCD;
             information->nFileIndexHigh = 5;
             information->nFileIndexLow = 6;
@@ -63,7 +65,7 @@ TEST(FileStatReadTest, TheInformationIsTakenWordByWordAndWithoutTheReparseBit) {
     EXPECT_EQ(stat.created, FileTime(1, 0));
     EXPECT_EQ(stat.accessed, FileTime(2, 0));
     EXPECT_EQ(stat.written, FileTime(3, 0));
-    EXPECT_EQ(stat.attributes, 20U);
+    EXPECT_EQ(stat.attributes, DWORD{FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_SYSTEM});
     EXPECT_TRUE(stat.isSystem());
 }
 
@@ -72,7 +74,7 @@ TEST(FileStatReadTest, ADirectoryIsOneAndWritable) {
     FileStat stat;
     ASSERT_TRUE(stat.read(folder.utf8(), 0));
     EXPECT_TRUE(stat.isDirectory());
-    EXPECT_EQ(stat.type(), 3);
+    EXPECT_EQ(stat.type(), FileStat::typeDirectory);
     EXPECT_TRUE(stat.isWritable());
 }
 
@@ -109,7 +111,7 @@ FileStat filledStat() {
     stat.created = FileTime(5, 15);
     stat.accessed = FileTime(6, 16);
     stat.written = FileTime(7, 17);
-    stat.attributes = 1;
+    stat.attributes = FILE_ATTRIBUTE_READONLY;
     return stat;
 }
 
@@ -140,7 +142,7 @@ void expectDevice(const FileStat& stat) {
     EXPECT_EQ(stat.created, FileTime(1, 0));
     EXPECT_EQ(stat.accessed, FileTime(1, 0));
     EXPECT_EQ(stat.written, FileTime(1, 0));
-    EXPECT_EQ(stat.attributes, 64U);
+    EXPECT_EQ(stat.attributes, DWORD{FILE_ATTRIBUTE_DEVICE});
     EXPECT_TRUE(stat.isNotDirectory());
     EXPECT_TRUE(stat.isWritable());
 }
@@ -183,7 +185,7 @@ TEST(FileStatReadTest, IfTheSizeOfADeviceIsUnknownItIsTheResultOfTheFailedCall) 
     FileStat stat;
     ASSERT_TRUE(stat.read(folder.write("a", "12"), 0));
     expectDevice(stat);
-    EXPECT_EQ(stat.size, 0xffffffffU);
+    EXPECT_EQ(stat.size, INVALID_FILE_SIZE);
 }
 
 struct OpenCall {
@@ -223,14 +225,14 @@ TEST(FileStatReadTest, ThePathIsOpenedWithoutAnyRightSoThatEverybodyMayGoOn) {
     EXPECT_FALSE(stat.read("c:/x/../y.", 0));
     EXPECT_EQ(gOpened.name, L"\\\\?\\c:\\y");
     EXPECT_EQ(gOpened.access, 0U);
-    EXPECT_EQ(gOpened.share, 7U);
-    EXPECT_EQ(gOpened.disposition, 3U);
-    EXPECT_EQ(gOpened.flags, 0x02000000U);
+    EXPECT_EQ(gOpened.share, shareAll);
+    EXPECT_EQ(gOpened.disposition, DWORD{OPEN_EXISTING});
+    EXPECT_EQ(gOpened.flags, DWORD{FILE_FLAG_BACKUP_SEMANTICS});
     EXPECT_FALSE(stat.applyTimes("c:/y"));
-    EXPECT_EQ(gOpened.access, 0x100U);
-    EXPECT_EQ(gOpened.share, 7U);
-    EXPECT_EQ(gOpened.disposition, 3U);
-    EXPECT_EQ(gOpened.flags, 0x02000000U);
+    EXPECT_EQ(gOpened.access, DWORD{FILE_WRITE_ATTRIBUTES});
+    EXPECT_EQ(gOpened.share, shareAll);
+    EXPECT_EQ(gOpened.disposition, DWORD{OPEN_EXISTING});
+    EXPECT_EQ(gOpened.flags, DWORD{FILE_FLAG_BACKUP_SEMANTICS});
 }
 
 }  // namespace

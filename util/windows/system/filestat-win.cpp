@@ -71,7 +71,7 @@ void resetSecurity(const std::wstring& name) {
     SetFileSecurityW(name.c_str(), DACL_SECURITY_INFORMATION, &empty);
 }
 
-/// Keeps the rule of `attributes`: never zero, and 128 without any other bit.
+/// Keeps the rule of `attributes`: never zero, and FILE_ATTRIBUTE_NORMAL without any other bit.
 uint32_t wellFormed(uint32_t bits) {
     const uint32_t others = bits & ~static_cast<uint32_t>(FILE_ATTRIBUTE_NORMAL);
     return others == 0 ? FILE_ATTRIBUTE_NORMAL : others;
@@ -135,21 +135,21 @@ bool FileStat::applyAttributes(const std::string& path) {
     return applied != FALSE;
 }
 
-void FileStat::copyFrom(const FileStat& other, unsigned mask) {
+void FileStat::copyFrom(const FileStat& other, CopyMask mask) {
     device = other.device;
     fileIndex = other.fileIndex;
     size = other.size;
     links = other.links;
-    if ((mask & 1U) != 0) {
+    if ((mask & copyCreated) != 0) {
         created = other.created;
     }
-    if ((mask & 2U) != 0) {
+    if ((mask & copyAccessed) != 0) {
         accessed = other.accessed;
     }
-    if ((mask & 4U) != 0) {
+    if ((mask & copyWritten) != 0) {
         written = other.written;
     }
-    if ((mask & 64U) != 0) {
+    if ((mask & copyAttributes) != 0) {
         attributes = other.attributes;
     }
 }
@@ -172,17 +172,17 @@ bool FileStat::isWritable() const {
            FILE_ATTRIBUTE_READONLY;
 }
 
-int FileStat::type() const {
+FileStat::Type FileStat::type() const {
     if ((attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) {
-        return 2;
+        return typeLink;
     }
-    return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? 3 : 1;
+    return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? typeDirectory : typeFile;
 }
 
 void FileStat::setAttributes(uint32_t bits) { attributes = wellFormed(bits); }
 
-void FileStat::setType(int type) {
-    attributes = wellFormed(withBit(attributes, FILE_ATTRIBUTE_DIRECTORY, type == 3));
+void FileStat::setType(Type type) {
+    attributes = wellFormed(withBit(attributes, FILE_ATTRIBUTE_DIRECTORY, type == typeDirectory));
 }
 
 void FileStat::setReadOnly(bool readOnly) {

@@ -13,6 +13,22 @@
 /// Operations on files take UTF-8 paths of any length, report failure by their result, and leave
 /// the error in GetLastError. Values share no state: one thread at a time may use each of them.
 struct FileStat {
+    /// What `type` returns and `setType` takes.
+    using Type = int;
+    enum : Type {
+        typeFile = 1,
+        typeLink = 2,
+        typeDirectory = 3,
+    };
+    /// Bits for `copyFrom`; others have no effect.
+    using CopyMask = unsigned;
+    enum : CopyMask {
+        copyCreated = 1,
+        copyAccessed = 2,
+        copyWritten = 4,
+        copyAttributes = 64,
+    };
+
     uint64_t device = 0;     ///< volume serial number; 0 if unknown
     uint64_t fileIndex = 0;  ///< high and low word joined; 0 if unknown
     uint64_t size = 0;       ///< bytes
@@ -22,9 +38,9 @@ struct FileStat {
     FileTime written;
     uint32_t reserved[3] = {};  ///< always zero
     /// The Windows file attribute bits. The setters keep a rule: the value is never zero. Without
-    /// any other bit it is 128 (normal), and 128 is never combined with another bit. Reading takes
-    /// the bits verbatim, except that it drops the reparse point bit (0x400), which may leave 0.
-    /// Callers may set that bit to mark a link.
+    /// any other bit it is FILE_ATTRIBUTE_NORMAL, which is never combined with another bit. Reading
+    /// takes the bits verbatim, except that it drops FILE_ATTRIBUTE_REPARSE_POINT, which may leave
+    /// 0. Callers may set that bit to mark a link.
     uint32_t attributes = 0;
 
     FileStat() = default;
@@ -37,9 +53,9 @@ struct FileStat {
     /// Returns false, and leaves the value unchanged, if it can't be opened. The second argument
     /// isn't read.
     ///
-    /// If something can be opened but has no file information, it is a device: attribute 64, all
-    /// three times at tick 1, the size that GetFileSize returns (0xffffffff if that fails), and
-    /// nothing else known.
+    /// If something can be opened but has no file information, it is a device: its attribute is
+    /// FILE_ATTRIBUTE_DEVICE, its three times are tick 1, its size is what GetFileSize returns
+    /// (INVALID_FILE_SIZE if that fails), and nothing else is known.
     [[nodiscard]] bool read(const std::string& path, int unused);
 
     /// Writes the three times to the file. On a drive whose file system is named "MVFS" a denial of
@@ -50,9 +66,9 @@ struct FileStat {
     /// only on the attributes.
     [[nodiscard]] bool applyAttributes(const std::string& path);
 
-    /// Copies `device`, `fileIndex`, `size` and `links`, and what the bits of `mask` select:
-    /// `created` (1), `accessed` (2), `written` (4), `attributes` (64).
-    void copyFrom(const FileStat& other, unsigned mask);
+    /// Copies `device`, `fileIndex`, `size` and `links`, and of the other fields those that the
+    /// bits of `mask` select.
+    void copyFrom(const FileStat& other, CopyMask mask);
     /// Sets all three times to the current system time.
     void setTimesToNow();
 
@@ -63,12 +79,11 @@ struct FileStat {
     [[nodiscard]] bool isSystem() const;
     /// False only for a read-only file; on a directory that bit means something else.
     [[nodiscard]] bool isWritable() const;
-    /// Returns 1 for a file, 2 for a link, 3 for a directory.
-    [[nodiscard]] int type() const;
+    [[nodiscard]] Type type() const;
 
     void setAttributes(uint32_t bits);
-    /// Makes the value a directory if `type` is 3, and otherwise not a directory.
-    void setType(int type);
+    /// Makes the value a directory if `type` is typeDirectory, and otherwise not a directory.
+    void setType(Type type);
     void setReadOnly(bool readOnly);
     /// Marks the value as a link.
     void setLink();

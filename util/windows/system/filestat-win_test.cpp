@@ -6,6 +6,23 @@
 
 namespace {
 
+constexpr uint32_t READ_ONLY = FILE_ATTRIBUTE_READONLY;
+constexpr uint32_t SYSTEM = FILE_ATTRIBUTE_SYSTEM;
+constexpr uint32_t DIRECTORY = FILE_ATTRIBUTE_DIRECTORY;
+constexpr uint32_t DEVICE = FILE_ATTRIBUTE_DEVICE;
+constexpr uint32_t NORMAL = FILE_ATTRIBUTE_NORMAL;
+constexpr uint32_t REPARSE_POINT = FILE_ATTRIBUTE_REPARSE_POINT;
+
+TEST(FileStatTest, TheTypesAndTheBitsToCopyHaveTheirNumbers) {
+    EXPECT_EQ(FileStat::typeFile, 1);
+    EXPECT_EQ(FileStat::typeLink, 2);
+    EXPECT_EQ(FileStat::typeDirectory, 3);
+    EXPECT_EQ(FileStat::copyCreated, 1U);
+    EXPECT_EQ(FileStat::copyAccessed, 2U);
+    EXPECT_EQ(FileStat::copyWritten, 4U);
+    EXPECT_EQ(FileStat::copyAttributes, 64U);
+}
+
 FileStat withAttributes(uint32_t attributes) {
     FileStat stat;
     stat.attributes = attributes;
@@ -39,7 +56,7 @@ TEST(FileStatTest, TheFieldsStandInTheirOrder) {
 template <class Entry>
 Entry listingEntry() {
     Entry entry = {};
-    entry.dwFileAttributes = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
+    entry.dwFileAttributes = DIRECTORY | REPARSE_POINT;
     entry.nFileSizeHigh = 2;
     entry.nFileSizeLow = 3;
     entry.ftCreationTime = {10, 1};
@@ -56,7 +73,7 @@ void expectListed(const FileStat& stat) {
     EXPECT_EQ(stat.created, FileTime(0x10000000AU, 0));
     EXPECT_EQ(stat.accessed, FileTime(0x200000014U, 0));
     EXPECT_EQ(stat.written, FileTime(0x30000001EU, 0));
-    EXPECT_EQ(stat.attributes, 16U);
+    EXPECT_EQ(stat.attributes, DIRECTORY);
 }
 
 TEST(FileStatTest, AListingEntryIsTakenWithoutItsReparseBit) {
@@ -66,10 +83,10 @@ TEST(FileStatTest, AListingEntryIsTakenWithoutItsReparseBit) {
 
 TEST(FileStatTest, AListingEntryOfTheReparseBitAloneHasNoAttributes) {
     WIN32_FIND_DATAW wide = {};
-    wide.dwFileAttributes = 0x400;
+    wide.dwFileAttributes = REPARSE_POINT;
     EXPECT_EQ(FileStat(wide).attributes, 0U);
     WIN32_FIND_DATAA narrow = {};
-    narrow.dwFileAttributes = 0x400;
+    narrow.dwFileAttributes = REPARSE_POINT;
     EXPECT_EQ(FileStat(narrow).attributes, 0U);
 }
 
@@ -82,20 +99,30 @@ TEST(FileStatCopyFromTest, TheMaskChoosesTimesAndAttributes) {
     other.created = FileTime(5, 15);
     other.accessed = FileTime(6, 16);
     other.written = FileTime(7, 17);
-    other.attributes = 1;
-    for (const unsigned mask : {0U, 1U, 2U, 4U, 64U, 71U, ~71U}) {
+    other.attributes = READ_ONLY;
+    constexpr FileStat::CopyMask ALL = FileStat::copyCreated | FileStat::copyAccessed |
+                                       FileStat::copyWritten | FileStat::copyAttributes;
+    const FileStat::CopyMask masks[] = {0,
+                                        FileStat::copyCreated,
+                                        FileStat::copyAccessed,
+                                        FileStat::copyWritten,
+                                        FileStat::copyAttributes,
+                                        ALL,
+                                        ~ALL};
+    for (const FileStat::CopyMask mask : masks) {
         SCOPED_TRACE(mask);
         FileStat stat;
-        stat.attributes = 128;
+        stat.attributes = NORMAL;
         stat.copyFrom(other, mask);
         EXPECT_EQ(stat.device, 1U);
         EXPECT_EQ(stat.fileIndex, 2U);
         EXPECT_EQ(stat.size, 3U);
         EXPECT_EQ(stat.links, 4U);
-        EXPECT_EQ(stat.created, (mask & 1) != 0 ? other.created : FileTime());
-        EXPECT_EQ(stat.accessed, (mask & 2) != 0 ? other.accessed : FileTime());
-        EXPECT_EQ(stat.written, (mask & 4) != 0 ? other.written : FileTime());
-        EXPECT_EQ(stat.attributes, (mask & 64) != 0 ? 1U : 128U);
+        EXPECT_EQ(stat.created, (mask & FileStat::copyCreated) != 0 ? other.created : FileTime());
+        EXPECT_EQ(stat.accessed,
+                  (mask & FileStat::copyAccessed) != 0 ? other.accessed : FileTime());
+        EXPECT_EQ(stat.written, (mask & FileStat::copyWritten) != 0 ? other.written : FileTime());
+        EXPECT_EQ(stat.attributes, (mask & FileStat::copyAttributes) != 0 ? READ_ONLY : NORMAL);
     }
 }
 
@@ -113,13 +140,18 @@ TEST(FileStatTest, TheTestsLookAtTheirBits) {
     const struct {
         uint32_t attributes;
         bool directory, system, writable;
-        int type;
+        FileStat::Type type;
     } rows[] = {
-        {128, false, false, true, 1},    {1, false, false, false, 1},
-        {4, false, true, true, 1},       {5, false, true, false, 1},
-        {16, true, false, true, 3},      {17, true, false, true, 3},
-        {0x400, false, false, true, 2},  {0x410, false, false, true, 2},
-        {0x401, false, false, false, 2}, {64, false, false, true, 1},
+        {NORMAL, false, false, true, FileStat::typeFile},
+        {READ_ONLY, false, false, false, FileStat::typeFile},
+        {SYSTEM, false, true, true, FileStat::typeFile},
+        {SYSTEM | READ_ONLY, false, true, false, FileStat::typeFile},
+        {DIRECTORY, true, false, true, FileStat::typeDirectory},
+        {DIRECTORY | READ_ONLY, true, false, true, FileStat::typeDirectory},
+        {REPARSE_POINT, false, false, true, FileStat::typeLink},
+        {REPARSE_POINT | DIRECTORY, false, false, true, FileStat::typeLink},
+        {REPARSE_POINT | READ_ONLY, false, false, false, FileStat::typeLink},
+        {DEVICE, false, false, true, FileStat::typeFile},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.attributes);
@@ -134,19 +166,23 @@ TEST(FileStatTest, TheTestsLookAtTheirBits) {
 }
 
 TEST(FileStatTest, AfterSetLinkADirectoryIsALink) {
-    FileStat stat = withAttributes(16);
+    FileStat stat = withAttributes(DIRECTORY);
     stat.setLink();
     EXPECT_FALSE(stat.isDirectory());
     EXPECT_TRUE(stat.isNotDirectory());
-    EXPECT_EQ(stat.type(), 2);
-    EXPECT_EQ(stat.attributes, 0x410U);
-    FileStat plain = withAttributes(128);
+    EXPECT_EQ(stat.type(), FileStat::typeLink);
+    EXPECT_EQ(stat.attributes, REPARSE_POINT | DIRECTORY);
+    FileStat plain = withAttributes(NORMAL);
     plain.setLink();
-    EXPECT_EQ(plain.attributes, 0x400U);
+    EXPECT_EQ(plain.attributes, REPARSE_POINT);
 }
 
 TEST(FileStatTest, SetAttributesKeepsTheWordFromZeroAndNormalAlone) {
-    const uint32_t rows[][2] = {{0, 128}, {129, 1}, {128, 128}, {0x410, 0x410}, {16, 16}};
+    const uint32_t rows[][2] = {{0, NORMAL},
+                                {NORMAL | READ_ONLY, READ_ONLY},
+                                {NORMAL, NORMAL},
+                                {REPARSE_POINT | DIRECTORY, REPARSE_POINT | DIRECTORY},
+                                {DIRECTORY, DIRECTORY}};
     for (const auto& row : rows) {
         FileStat stat;
         stat.setAttributes(row[0]);
@@ -154,41 +190,41 @@ TEST(FileStatTest, SetAttributesKeepsTheWordFromZeroAndNormalAlone) {
     }
 }
 
-TEST(FileStatTest, SetTypeSetsTheDirectoryBitForThreeAndClearsItForAnyOther) {
+TEST(FileStatTest, SetTypeSetsTheDirectoryBitForADirectoryAndElseClearsIt) {
     FileStat stat;
-    stat.setType(3);
-    EXPECT_EQ(stat.attributes, 16U);
-    stat.setType(1);
-    EXPECT_EQ(stat.attributes, 128U);
-    stat.setAttributes(17);
-    stat.setType(2);
-    EXPECT_EQ(stat.attributes, 1U);
-    stat.setAttributes(128);
-    stat.setType(3);
-    EXPECT_EQ(stat.attributes, 16U);
+    stat.setType(FileStat::typeDirectory);
+    EXPECT_EQ(stat.attributes, DIRECTORY);
+    stat.setType(FileStat::typeFile);
+    EXPECT_EQ(stat.attributes, NORMAL);
+    stat.setAttributes(DIRECTORY | READ_ONLY);
+    stat.setType(FileStat::typeLink);
+    EXPECT_EQ(stat.attributes, READ_ONLY);
+    stat.setAttributes(NORMAL);
+    stat.setType(FileStat::typeDirectory);
+    EXPECT_EQ(stat.attributes, DIRECTORY);
 }
 
 TEST(FileStatTest, ALinkStaysOneWhateverElseIsSet) {
-    FileStat stat = withAttributes(0x400);
-    stat.setType(3);
-    EXPECT_EQ(stat.attributes, 0x410U);
-    stat.setType(1);
-    EXPECT_EQ(stat.attributes, 0x400U);
+    FileStat stat = withAttributes(REPARSE_POINT);
+    stat.setType(FileStat::typeDirectory);
+    EXPECT_EQ(stat.attributes, REPARSE_POINT | DIRECTORY);
+    stat.setType(FileStat::typeFile);
+    EXPECT_EQ(stat.attributes, REPARSE_POINT);
     stat.setReadOnly(true);
-    EXPECT_EQ(stat.attributes, 0x401U);
+    EXPECT_EQ(stat.attributes, REPARSE_POINT | READ_ONLY);
     stat.setReadOnly(false);
-    EXPECT_EQ(stat.attributes, 0x400U);
+    EXPECT_EQ(stat.attributes, REPARSE_POINT);
 }
 
 TEST(FileStatTest, SetReadOnlyKeepsTheRuleOfTheWord) {
-    FileStat stat = withAttributes(128);
+    FileStat stat = withAttributes(NORMAL);
     stat.setReadOnly(true);
-    EXPECT_EQ(stat.attributes, 1U);
+    EXPECT_EQ(stat.attributes, READ_ONLY);
     stat.setReadOnly(false);
-    EXPECT_EQ(stat.attributes, 128U);
-    stat.setAttributes(16);
+    EXPECT_EQ(stat.attributes, NORMAL);
+    stat.setAttributes(DIRECTORY);
     stat.setReadOnly(true);
-    EXPECT_EQ(stat.attributes, 17U);
+    EXPECT_EQ(stat.attributes, DIRECTORY | READ_ONLY);
 }
 
 }  // namespace
