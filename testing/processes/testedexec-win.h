@@ -67,7 +67,7 @@ public:
             CommandResult result{-1, "output before", "error before", true};
             result.code = runCommand(info, directory, environment, /*passThrough=*/nullptr,
                                      &result.output, &result.error, &result.aborted);
-            if (result.code != 1 || !dropInternalError(errorCount)) {
+            if (result.code != failureCode || !dropInternalError(errorCount)) {
                 return result;
             }
         }

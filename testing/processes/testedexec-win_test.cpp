@@ -31,7 +31,7 @@ TEST(TestedExecTest, SuchAStartIsKnownAlsoWhereErrorsHaveNoWords) {
 TEST(TestedExecTest, AnyOtherStartThatFailsIsReported) {
     TestedExec exec;
     const RecordedStarts starts({ERROR_ACCESS_DENIED});
-    EXPECT_EQ(exec.run(execChild("say x")).code, 1);
+    EXPECT_EQ(exec.run(execChild("say x")).code, Exec::failureCode);
     EXPECT_EQ(starts.calls().size(), 1U);
     EXPECT_EQ(exec.errors().size(), 1U);
 }

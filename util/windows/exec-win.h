@@ -45,7 +45,9 @@ class Exec {
 public:
     using RunInfo = ExecRunInfo;
 
-    enum : uint32_t {
+    /// What a stall rule watches, and what a stall leads to; bits.
+    using StallFlags = uint32_t;
+    enum : StallFlags {
         watchTime = 1,   ///< a change of the job's processor times is progress
         watchIo = 2,     ///< a change of the job's counts of I/O operations is progress
         reportOnly = 4,  ///< a stall is only reported, and the command goes on
@@ -59,11 +61,16 @@ public:
         /// Milliseconds without progress; in effect a multiple of 500. A negative value acts as
         /// 500.
         int32_t mTimeout = 0;
-        uint32_t mFlags = 0;
+        StallFlags mFlags = 0;
     };
 
     static constexpr uint32_t noPid = 0xffffffff;
     static constexpr uint32_t noSignal = 0x80000000;
+
+    /// The results of `runCommand` that aren't the exit code of a command. A command may return the
+    /// same numbers itself.
+    static constexpr int32_t failureCode = 1;
+    static constexpr int32_t notFoundCode = 255;
 
     Exec();
     /// Closes the job. If a child is still known (no run leaves one behind), it is asked to end,
@@ -76,16 +83,16 @@ public:
     ///
     ///     outcome                                  result
     ///     the command ended                        its exit code
-    ///     the program can't be found               255
-    ///     the streams can't be set up at first     255
-    ///     the alternate can't be started           255
-    ///     an abort                                 1, and `*aborted` is true
-    ///     a stall, with capture                    1, with a message after the captured errors
+    ///     the program can't be found               notFoundCode
+    ///     the streams can't be set up at first     notFoundCode
+    ///     the alternate can't be started           notFoundCode
+    ///     an abort                                 failureCode, and `*aborted` is true
+    ///     a stall, with capture                    failureCode, with a message after the captured
+    ///                                              errors
     ///     a stall, without capture                 the exit code
-    ///     any other failure                        1
+    ///     any other failure                        failureCode
     ///
-    /// With an alternate, the second and third cases start the alternate instead. A command may
-    /// return 255 or 1 itself.
+    /// With an alternate, the second and third cases start the alternate instead.
     ///
     /// In three cases an abort leaves `*aborted` false, and the result is the same as without the
     /// abort:
@@ -126,8 +133,9 @@ public:
     /// the block has a PATH, the process's own `Path` loses the characters that the code page
     /// lacks.
     ///
-    /// Throws NumberedRuntimeError 5008 if the working directory can't be entered, and passes on
-    /// what the regular expression of a stall rule throws.
+    /// Throws NumberedRuntimeError with the code directoryNotEntered (exec/environment-win.h) if
+    /// the working directory can't be entered, and passes on what the regular expression of a stall
+    /// rule throws.
     [[nodiscard]] virtual int32_t runCommand(RunInfo& runInfo, const std::string& workingDirectory,
                                              const char* environment, void* passThrough,
                                              std::string* outputText, std::string* errorText,

@@ -42,6 +42,20 @@ std::pair<int, unsigned> limitsOf(Exec& exec) {
     return limits;
 }
 
+TEST(ExecTest, ModesFlagsAndResultsHaveTheirNumbers) {
+    EXPECT_EQ(streamOutput, 0);
+    EXPECT_EQ(streamError, 1);
+    EXPECT_EQ(streamFile, 2);
+    EXPECT_EQ(streamAppend, 3);
+    EXPECT_EQ(Exec::watchTime, 1U);
+    EXPECT_EQ(Exec::watchIo, 2U);
+    EXPECT_EQ(Exec::reportOnly, 4U);
+    EXPECT_EQ(Exec::noPid, 0xffffffffU);
+    EXPECT_EQ(Exec::noSignal, 0x80000000U);
+    EXPECT_EQ(Exec::failureCode, 1);
+    EXPECT_EQ(Exec::notFoundCode, 255);
+}
+
 TEST(ExecTest, ACommandIsCapturedAndNotRedirectedByDefault) {
     const Exec::RunInfo info;
     EXPECT_EQ(info.mProgram, "");
@@ -50,8 +64,8 @@ TEST(ExecTest, ACommandIsCapturedAndNotRedirectedByDefault) {
     EXPECT_EQ(info.mStdinFile, "");
     EXPECT_EQ(info.mStdoutFile, "");
     EXPECT_EQ(info.mStderrFile, "");
-    EXPECT_EQ(info.mStdoutMode, 0);
-    EXPECT_EQ(info.mStderrMode, 1);
+    EXPECT_EQ(info.mStdoutMode, streamOutput);
+    EXPECT_EQ(info.mStderrMode, streamError);
     EXPECT_FALSE(info.mMergeOutput);
     EXPECT_TRUE(info.mCaptureOutput);
     EXPECT_FALSE(info.mUtf16Output);
@@ -65,8 +79,8 @@ TEST(ExecTest, ClearedRedirectionsAreTheDefaultAndTheRestStays) {
                           .mStdinFile = "i",
                           .mStdoutFile = "o",
                           .mStderrFile = "e",
-                          .mStdoutMode = 3,
-                          .mStderrMode = 2,
+                          .mStdoutMode = streamAppend,
+                          .mStderrMode = streamFile,
                           .mMergeOutput = true,
                           .mCaptureOutput = false,
                           .mUtf16Output = true,
@@ -75,8 +89,8 @@ TEST(ExecTest, ClearedRedirectionsAreTheDefaultAndTheRestStays) {
     EXPECT_EQ(info.mStdinFile, "");
     EXPECT_EQ(info.mStdoutFile, "");
     EXPECT_EQ(info.mStderrFile, "");
-    EXPECT_EQ(info.mStdoutMode, 0);
-    EXPECT_EQ(info.mStderrMode, 1);
+    EXPECT_EQ(info.mStdoutMode, streamOutput);
+    EXPECT_EQ(info.mStderrMode, streamError);
     EXPECT_EQ(info.mProgram, "p");
     EXPECT_EQ(info.mDirectArgv, Texts({"d"}));
     EXPECT_EQ(info.mAlternateArgv, Texts({"a"}));
@@ -88,7 +102,7 @@ TEST(ExecTest, ClearedRedirectionsAreTheDefaultAndTheRestStays) {
 
 TEST(ExecTest, ANewObjectRunsNothingAndKnowsNothing) {
     TestedExec exec;
-    EXPECT_EQ(exec.mPid, 0xffffffffU);
+    EXPECT_EQ(exec.mPid, Exec::noPid);
     EXPECT_FALSE(exec.mAborted);
     EXPECT_TRUE(exec.mStallRules.empty());
     EXPECT_EQ(exec.mCurrentRule, nullptr);
@@ -96,7 +110,7 @@ TEST(ExecTest, ANewObjectRunsNothingAndKnowsNothing) {
     EXPECT_EQ(exec.mStallCountdown, 0);
     EXPECT_EQ(exec.mLog.str(), "");
     EXPECT_EQ(limitsOf(exec), std::pair(5000000, 5000U));
-    EXPECT_EQ(exec.mChildSignal, 0x80000000U);
+    EXPECT_EQ(exec.mChildSignal, Exec::noSignal);
     EXPECT_EQ(exec.mJob.get(), nullptr);
     EXPECT_EQ(exec.lastCounters(), std::tuple(0, 0, 0U, 0U, 0U));
     EXPECT_EQ(exec.mPidBufferSize, 1024U);
@@ -114,7 +128,7 @@ TEST(ExecTest, AResetForgetsCommandsRulesAndTheConnector) {
         TestedExec exec;
         exec.setCygwinConnector(&connector);
         exec.mJobPattern = "b";
-        exec.setStallRules({{"a", 1, 1}, {"b", 2, 2}});
+        exec.setStallRules({{"a", 1, Exec::watchTime}, {"b", 2, Exec::watchIo}});
         ASSERT_NE(exec.mCurrentRule, nullptr);
         exec.mPid = 5;
         exec.mAborted = true;
@@ -127,9 +141,9 @@ TEST(ExecTest, AResetForgetsCommandsRulesAndTheConnector) {
         EXPECT_EQ(exec.mCurrentRule, nullptr);
         EXPECT_EQ(exec.mJobPattern, "");
         EXPECT_TRUE(exec.mStallRules.empty());
-        EXPECT_EQ(exec.mPid, 0xffffffffU);
+        EXPECT_EQ(exec.mPid, Exec::noPid);
         EXPECT_FALSE(exec.mAborted);
-        EXPECT_EQ(exec.mChildSignal, 0x80000000U);
+        EXPECT_EQ(exec.mChildSignal, Exec::noSignal);
         EXPECT_EQ(exec.cygwinVersion(), std::tuple(0, 0));
         EXPECT_EQ(exec.mConnector, nullptr);
         EXPECT_TRUE(exec.mPathCache.empty());
@@ -181,20 +195,23 @@ TEST(ExecTest, ABufferForPidsHasAtMost1024Bytes) {
 TEST(ExecTest, WithoutAJobNoNewRuleIsCurrent) {
     TestedExec exec;
     exec.mStallCountdown = 5;
-    const Rules rules = {{"", 1, 1}, {"b", 2, 2}};
+    const Rules rules = {{"", 1, Exec::watchTime}, {"b", 2, Exec::watchIo}};
     exec.setStallRules(rules);
     EXPECT_EQ(exec.mCurrentRule, nullptr);
     EXPECT_EQ(exec.mStallCountdown, 0);
     ASSERT_EQ(exec.mStallRules.size(), 2U);
     EXPECT_EQ(exec.mStallRules.back().mPattern, "b");
     EXPECT_EQ(exec.mStallRules.back().mTimeout, 2);
-    EXPECT_EQ(exec.mStallRules.back().mFlags, 2U);
+    EXPECT_EQ(exec.mStallRules.back().mFlags, Exec::watchIo);
 }
 
 TEST(ExecTest, TheFirstNewRuleOfTheJobsPatternIsCurrent) {
     TestedExec exec;
     exec.mJobPattern = "b";
-    const Rules rules = {{"a", 1, 1}, {"B", 2, 1}, {"b", 3, 1}, {"b", 4, 1}};
+    const Rules rules = {{"a", 1, Exec::watchTime},
+                         {"B", 2, Exec::watchTime},
+                         {"b", 3, Exec::watchTime},
+                         {"b", 4, Exec::watchTime}};
     exec.setStallRules(rules);
     EXPECT_EQ(exec.mStallCountdown, 3);
     EXPECT_EQ(exec.mCurrentRule, &*std::next(exec.mStallRules.begin(), 2));
@@ -204,9 +221,9 @@ TEST(ExecTest, TheFirstNewRuleOfTheJobsPatternIsCurrent) {
 TEST(ExecTest, WithoutARuleOfTheJobsPatternTheTimeOfTheOldOneStays) {
     TestedExec exec;
     exec.mJobPattern = "b";
-    exec.setStallRules({{"b", 3000, 1}});
+    exec.setStallRules({{"b", 3000, Exec::watchTime}});
     exec.mStallCountdown = 500;
-    exec.setStallRules({{"bb", 7000, 1}});
+    exec.setStallRules({{"bb", 7000, Exec::watchTime}});
     EXPECT_EQ(exec.mCurrentRule, nullptr);
     EXPECT_EQ(exec.mStallCountdown, 3000);
     EXPECT_EQ(exec.mJobPattern, "b");
@@ -218,7 +235,7 @@ TEST(ExecTest, WithoutARuleOfTheJobsPatternTheTimeOfTheOldOneStays) {
 TEST(ExecTest, RulesThatReplaceThemselvesAreTheSame) {
     TestedExec exec;
     exec.mJobPattern = "b";
-    exec.setStallRules({{"a", 1, 1}, {"b", 2, 1}});
+    exec.setStallRules({{"a", 1, Exec::watchTime}, {"b", 2, Exec::watchTime}});
     exec.setStallRules(exec.mStallRules);
     EXPECT_EQ(exec.mStallRules.size(), 2U);
     EXPECT_EQ(exec.mCurrentRule, &exec.mStallRules.back());
@@ -231,7 +248,7 @@ TEST(ExecTest, WhatChangesTheRulesWaitsForTheLock) {
     exec.mJobPattern = "b";
     std::optional<MutexLock> lock(exec.mHandleLock);
     std::vector<BoundedThread> threads;
-    threads.emplace_back([&exec] { exec.setStallRules({{"b", 1, 1}}); });
+    threads.emplace_back([&exec] { exec.setStallRules({{"b", 1, Exec::watchTime}}); });
     threads.emplace_back([&exec] { exec.reset(); });
     threads.emplace_back([&] { exec.setCygwinConnector(&connector); });
     // Without a lock, a call would go unnoticed only if it took longer than this; with a lock, no
@@ -319,7 +336,7 @@ TEST(ExecTest, TheOperationsKeepTheirPlaces) {
 TEST(ExecTest, TheReservedOperationsDoNothing) {
     TestedExec exec;
     exec.mJobPattern = "b";
-    exec.setStallRules({{"b", 3000, 1}});
+    exec.setStallRules({{"b", 3000, Exec::watchTime}});
     exec.mPid = 4711;
     exec.mAborted = true;
     exec.mLog << "log";
@@ -342,7 +359,7 @@ TEST(ExecTest, TheReservedOperationsDoNothing) {
 
 TEST(ExecTest, TheSignalOfTheLastChildCanBeAskedFor) {
     TestedExec exec;
-    EXPECT_EQ(exec.childSignal(), 0x80000000U);
+    EXPECT_EQ(exec.childSignal(), Exec::noSignal);
     exec.mChildSignal = 15;
     EXPECT_EQ(exec.childSignal(), 15U);
 }

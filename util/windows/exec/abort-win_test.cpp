@@ -77,7 +77,7 @@ protected:
 TEST_F(AbortTest, ACommandThatRunsGetsABreak) {
     const CommandResult result =
         runAborted(waitedChild("say x complain y make " + file("ready") + " sleep 60000"));
-    EXPECT_EQ(result.code, 1);
+    EXPECT_EQ(result.code, Exec::failureCode);
     EXPECT_TRUE(result.aborted);
     EXPECT_EQ(result.output, "") << "nothing is read of an aborted command";
     EXPECT_EQ(result.error, "");
@@ -119,7 +119,7 @@ TEST_F(AbortTest, ACommandAfterAnAbortIsStartedAndBrokenAtOnce) {
     wakes.onTimeout([](size_t) { return QuickWakes::AWAIT_END; });
     const CommandResult result =
         exec.run(waitedChild("sleep 60000 make " + file("end")), folder.utf8());
-    EXPECT_EQ(result.code, 1);
+    EXPECT_EQ(result.code, Exec::failureCode);
     EXPECT_TRUE(result.aborted);
     EXPECT_EQ(result.output, "");
     EXPECT_EQ(result.error, "");
@@ -144,7 +144,7 @@ TEST_F(AbortTest, ItStaysUntilAReset) {
     for (int run = 0; run < 2; ++run) {
         const CommandResult next = exec.run(waitedChild("sleep 60000"));
         EXPECT_TRUE(next.aborted);
-        EXPECT_EQ(next.code, 1);
+        EXPECT_EQ(next.code, Exec::failureCode);
     }
     exec.reset();
     EXPECT_FALSE(exec.mAborted);
@@ -164,7 +164,7 @@ TEST_F(AbortTest, ACommandThatEndsByItselfAfterAnAbortIsAbortedAllTheSame) {
     });
     const CommandResult result = exec.run(
         waitedChild("ignore-break make " + file("ready") + " await " + file("go") + " exit 0"));
-    EXPECT_EQ(result.code, 1);
+    EXPECT_EQ(result.code, Exec::failureCode);
     EXPECT_TRUE(result.aborted);
     EXPECT_EQ(exec.log().find("exit code"), std::string::npos);
 }
@@ -264,7 +264,7 @@ protected:
 TEST_F(CygwinAbortTest, TheGroupOfAPosixProcessGetsTheSignalAndNoBreak) {
     const CommandResult result = runKnownAs(/*cygwinPid=*/77, /*group=*/55);
     EXPECT_TRUE(result.aborted);
-    EXPECT_EQ(result.code, 1);
+    EXPECT_EQ(result.code, Exec::failureCode);
     EXPECT_EQ(provider.kills(), (std::vector<PosixProvider::Kill>{{-55, POSIXPROVIDER_SIGTERM}}));
     EXPECT_TRUE(breaks.calls().empty());
     EXPECT_EQ(exec.log(), log("\tsending a Cygwin signal to Cygwin pid/-pgid -55: Terminated\n"));

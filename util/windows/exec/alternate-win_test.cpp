@@ -70,7 +70,7 @@ TEST_F(ExecAlternateTest, ItDoesNotRunWhereTheCommandDoesOrFailsForAnotherReason
     EXPECT_EQ(mExec->run(info).code, 255);
     EXPECT_EQ(testing_support::fileContent(mFolder.path() / "out"), "x");
     const RecordedStarts starts({ERROR_ACCESS_DENIED});
-    EXPECT_EQ(mExec->run(info).code, 1);
+    EXPECT_EQ(mExec->run(info).code, Exec::failureCode);
     EXPECT_EQ(starts.calls().size(), 1U);
     // The redirections stay.
     EXPECT_EQ(info.mStdoutMode, streamFile);
@@ -114,8 +114,8 @@ TEST_F(ExecAlternateTest, ItGetsNewStreamsWithoutRedirections) {
     EXPECT_EQ(info.mStdinFile, "");
     EXPECT_EQ(info.mStdoutFile, "");
     EXPECT_EQ(info.mStderrFile, "");
-    EXPECT_EQ(info.mStdoutMode, 0);
-    EXPECT_EQ(info.mStderrMode, 1);
+    EXPECT_EQ(info.mStdoutMode, streamOutput);
+    EXPECT_EQ(info.mStderrMode, streamError);
     // The command's own captures are gone by then.
     EXPECT_EQ(captured, (std::vector<std::multiset<std::string>>{{"out"}, {"err", "out"}}));
 }
@@ -147,7 +147,7 @@ TEST_F(ExecAlternateTest, OneThatCannotBeStartedIsNotSpokenOf) {
     for (const std::string& alternate : {std::string("missing-alternate"), std::string("\"\"")}) {
         info.mAlternateArgv = {alternate};
         const CommandResult result = mExec->run(info, mFolder.utf8());
-        EXPECT_EQ(result.code, 255);
+        EXPECT_EQ(result.code, Exec::notFoundCode);
         EXPECT_EQ(result.output, "");
         EXPECT_EQ(result.error, "");
         EXPECT_FALSE(result.aborted);
@@ -155,7 +155,7 @@ TEST_F(ExecAlternateTest, OneThatCannotBeStartedIsNotSpokenOf) {
         EXPECT_EQ(mExec->log(), "\twd: " + mFolder.utf8() + "\tinvoking alternate command\n");
     }
     const RecordedStarts starts({ERROR_FILE_NOT_FOUND, ERROR_ACCESS_DENIED});
-    EXPECT_EQ(mExec->run(info).code, 255);
+    EXPECT_EQ(mExec->run(info).code, Exec::notFoundCode);
     EXPECT_EQ(starts.calls().size(), 2U);
     EXPECT_EQ(mExec->errors(), Texts());
 }
@@ -178,7 +178,7 @@ TEST_F(ExecAlternateTest, WhereItsStreamsCannotBeSetUpTheRunFails) {
         Exec::RunInfo info = alternateInfo("say x");
         info.mStdinFile = input;
         const CommandResult result = mExec->run(info, mFolder.utf8());
-        EXPECT_EQ(result.code, 1);
+        EXPECT_EQ(result.code, Exec::failureCode);
         EXPECT_EQ(result.output, "");
         EXPECT_EQ(result.error, words);
         EXPECT_EQ(mExec->errors(), Texts({words}));
@@ -188,7 +188,7 @@ TEST_F(ExecAlternateTest, WhereItsStreamsCannotBeSetUpTheRunFails) {
 }
 
 TEST_F(ExecAlternateTest, ItsOwnRuleWatchesIt) {
-    mExec->setStallRules({{"missing-program", 1000, 0}, {".*execchild.*", 2000, 0}});
+    mExec->setStallRules({{"missing-program", 1000}, {".*execchild.*", 2000}});
     Exec::RunInfo info = alternateInfo("");
     EXPECT_EQ(mExec->run(info).code, 0);
     EXPECT_EQ(mExec->mCurrentRule, &mExec->mStallRules.back());
@@ -198,7 +198,7 @@ TEST_F(ExecAlternateTest, ItsOwnRuleWatchesIt) {
 }
 
 TEST_F(ExecAlternateTest, OneWithoutARuleIsNotWatched) {
-    mExec->setStallRules({{"missing-program", 1000, 0}});
+    mExec->setStallRules({{"missing-program", 1000}});
     Exec::RunInfo info = alternateInfo("");
     EXPECT_EQ(mExec->run(info).code, 0);
     EXPECT_EQ(mExec->mCurrentRule, nullptr);

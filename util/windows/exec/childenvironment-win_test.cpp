@@ -259,7 +259,7 @@ TEST(ChildEnvironmentScopeTest, AFailureLeavesEverythingAsItWas) {
     const TempFolder folder;
     const EnvironmentScope path("Path", "C:\\caller");
     const std::string before = directoryNow();
-    EXPECT_EQ(failureOf(folder.utf8("missing")).code, 5008);
+    EXPECT_EQ(failureOf(folder.utf8("missing")).code, directoryNotEntered);
     EXPECT_TRUE(isLockFree());
     EXPECT_EQ(directoryNow(), before);
     EXPECT_EQ(processPath(), L"C:\\caller");

@@ -184,7 +184,7 @@ TEST_F(ChildrenTest, AnAbortDuringTheWaitForALeftoverEndsIt) {
         return WAIT_TIMEOUT;
     });
     const CommandResult result = exec.run(waitedChild(leftover()));
-    EXPECT_EQ(result.code, 1);
+    EXPECT_EQ(result.code, Exec::failureCode);
     EXPECT_TRUE(result.aborted);
     EXPECT_TRUE(breaks.calls().empty()) << "there is no command to break any more";
     EXPECT_EQ(count("sending break event"), 0U);

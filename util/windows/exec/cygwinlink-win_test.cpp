@@ -115,12 +115,14 @@ TEST_F(ExecCygwinLinkTest, WhatIsNoLinkOfACygwinCommandStaysAsItIs) {
         SetFileAttributesW(toWide(link).c_str(), row.attributes);
         mExec->reset();
         mExec->cygwinVersion() = std::tuple(row.version, 0);
-        // Error 5 for the command's first start ends the run.
-        const RecordedStarts starts(row.isFollowed ? std::deque<DWORD>{0, 0, 0, 5}
-                                                   : std::deque<DWORD>{5});
+        // A denial of the command's first start ends the run.
+        const RecordedStarts starts(
+            row.isFollowed ? std::deque<DWORD>{NO_ERROR, NO_ERROR, NO_ERROR, ERROR_ACCESS_DENIED}
+                           : std::deque<DWORD>{ERROR_ACCESS_DENIED});
         Exec::RunInfo info = cygwinInfo("tool a");
         info.mCygwinCommand = row.isCygwinCommand;
-        EXPECT_EQ(mExec->run(info, mWorld.native("/tools/bin")).code, 1) << row.what;
+        EXPECT_EQ(mExec->run(info, mWorld.native("/tools/bin")).code, Exec::failureCode)
+            << row.what;
         EXPECT_EQ(starts.calls().size(), row.isFollowed ? 4U : 1U) << row.what;
         EXPECT_EQ(toUtf8(*starts.last().program), row.isFollowed ? "./../../bin/real.exe" : link)
             << row.what;
@@ -135,7 +137,7 @@ TEST_F(ExecCygwinLinkTest, ANamedProgramIsNotLookedAt) {
     Exec::RunInfo info = cygwinInfo("any");
     info.mProgram = systemFile("/tools/bin/tool.exe", "../../bin/real");
     const RecordedStarts starts({ERROR_ACCESS_DENIED});
-    EXPECT_EQ(mExec->run(info).code, 1);
+    EXPECT_EQ(mExec->run(info).code, Exec::failureCode);
     EXPECT_EQ(starts.calls().size(), 1U);
     EXPECT_EQ(toUtf8(*starts.last().program), info.mProgram);
     EXPECT_EQ(starts.last().line, L"any");
@@ -145,7 +147,7 @@ TEST_F(ExecCygwinLinkTest, ALinkThatMeansItselfLeavesTheLine) {
     const std::string link = systemFile("/tools/bin/tool.exe", "any");
     mExec->mPathCache[link] = link;
     const RecordedStarts starts({ERROR_ACCESS_DENIED});
-    EXPECT_EQ(run("\"tool\" a").code, 1);
+    EXPECT_EQ(run("\"tool\" a").code, Exec::failureCode);
     EXPECT_EQ(toUtf8(*starts.last().program), link);
     EXPECT_EQ(starts.last().line, L"\"tool\" a");
 }
@@ -154,7 +156,7 @@ TEST_F(ExecCygwinLinkTest, ALinkThatLeadsNowhereLeavesNoNameAndTheCommandIsNotFo
     systemFile("/tools/bin/tool.exe", "nowhere");
     const RecordedStarts starts;
     const CommandResult result = run("tool \"a b\"");
-    EXPECT_EQ(result.code, 255);
+    EXPECT_EQ(result.code, Exec::notFoundCode);
     EXPECT_EQ(result.error, "'tool \"a b\"': Command not found\n");
     // After cygpath, readlink and cygpath. The quotes of the empty name are gone.
     ASSERT_GT(starts.calls().size(), 3U);

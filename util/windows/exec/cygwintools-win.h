@@ -6,7 +6,7 @@
 //
 // If a program can't be started or ends with an exit code other than 0, only the result shows it,
 // and the program's output is dropped. A current directory that has become unusable throws
-// NumberedRuntimeError, 5008.
+// NumberedRuntimeError with the code directoryNotEntered (environment-win.h).
 //
 // Any thread may call these functions. Use relative names only while no other thread starts a
 // command: during a start, the process is in the command's directory.

@@ -129,7 +129,8 @@ ChildEnvironmentScope::ChildEnvironmentScope(const char* environment,
       mSavedPath(savedPath()) {
     if (!workingDirectory.empty() && !System::changeDirectory(workingDirectory)) {
         throw NumberedRuntimeError(
-            5008, lastErrorText(/*withCode=*/false, /*error=*/nullptr, errorOfSystem));
+            directoryNotEntered,
+            lastErrorText(/*withCode=*/false, /*error=*/nullptr, errorOfSystem));
     }
     if (mChildPath != nullptr) {
         // Compatibility: the entry is UTF-8, but the C runtime treats it as text in the ANSI code

@@ -26,6 +26,9 @@ extern Mutex gProcessEnvironmentLock;
 /// Any thread may call.
 wchar_t* buildEnvironmentBlock(std::vector<wchar_t>& block, const char* environment);
 
+/// The code of the NumberedRuntimeError that reports a working directory that can't be entered.
+inline constexpr int directoryNotEntered = 5008;
+
 /// The size of a block of narrow strings.
 struct EnvironmentSize {
     size_t strings = 0;
@@ -41,8 +44,9 @@ public:
     /// `environment` is null or a block that outlives the scope. Its first PATH becomes `Path`; if
     /// it has none, `Path` stays. An empty `workingDirectory` leaves the directory unchanged. If
     /// there is a PATH, both it and the process's own value pass through the ANSI code page, so
-    /// that the latter also loses characters that the code page lacks. Throws NumberedRuntimeError,
-    /// 5008, with the system's error text, if the directory can't be entered.
+    /// that the latter also loses characters that the code page lacks. Throws NumberedRuntimeError
+    /// with the code directoryNotEntered and the system's error text if the directory can't be
+    /// entered.
     ChildEnvironmentScope(const char* environment, const std::string& workingDirectory);
     ~ChildEnvironmentScope();
     ChildEnvironmentScope(const ChildEnvironmentScope&) = delete;

@@ -147,7 +147,7 @@ TEST(EnvironmentBlockTest, EveryStringIsConvertedFromTheUtf8CodePage) {
     buildEnvironmentBlock(block, environmentBlock({"A=1", "B"}).c_str());
     ASSERT_FALSE(pages.empty());
     for (const UINT page : pages) {
-        EXPECT_EQ(page, 65001U);
+        EXPECT_EQ(page, UINT{CP_UTF8});
     }
 }
 

@@ -168,7 +168,9 @@ TEST_F(JobListTest, AProcessThatCannotBeOpenedIsTakenForOver) {
     static decltype(&OpenProcess) original = nullptr;
     const ReplacedCall<decltype(OpenProcess)> refused(
         "OpenProcess", [](DWORD access, BOOL inherit, DWORD pid) -> HANDLE {
-            return access == 0x1f0fff && !Failures::fail(ERROR_ACCESS_DENIED)
+            // PROCESS_ALL_ACCESS as it was before Windows 6.0.
+            constexpr DWORD allAccess = 0x1f0fff;
+            return access == allAccess && !Failures::fail(ERROR_ACCESS_DENIED)
                        ? nullptr
                        : original(access, inherit, pid);
         });

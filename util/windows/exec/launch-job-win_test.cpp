@@ -104,7 +104,7 @@ protected:
     }
 
     /// Commands of execchild run in a job.
-    void useJob() { mExec->setStallRules({{".*execchild.*", 60000, 0}}); }
+    void useJob() { mExec->setStallRules({{".*execchild.*", 60000}}); }
 
     ReplacedCall<decltype(CreateJobObjectA)> mCreate{"CreateJobObjectA", &createJob};
     ReplacedCall<decltype(SetInformationJobObject)> mSet{"SetInformationJobObject", &setLimits};
@@ -113,7 +113,7 @@ protected:
 };
 
 TEST_F(ExecLaunchJobTest, WithoutAMatchingRuleThereIsNoJob) {
-    mExec->setStallRules({{"execchild", 1000, 1}});
+    mExec->setStallRules({{"execchild", 1000, Exec::watchTime}});
     EXPECT_EQ(mExec->run(execChild()).code, 0);
     EXPECT_EQ(gJobs.created, 0);
     EXPECT_TRUE(gJobs.assignments.empty());
@@ -142,7 +142,9 @@ TEST_F(ExecLaunchJobTest, TheLimitsLetProcessesOutAndRaiseThePriorityIfTold) {
         DWORD flags;
         DWORD priority;
     };
-    for (const Row& row : {Row{0, 0x800, 0}, Row{1, 0x820, 0x80}}) {
+    for (const Row& row : {Row{0, JOB_OBJECT_LIMIT_BREAKAWAY_OK, 0},
+                           Row{1, JOB_OBJECT_LIMIT_BREAKAWAY_OK | JOB_OBJECT_LIMIT_PRIORITY_CLASS,
+                               HIGH_PRIORITY_CLASS}}) {
         gRaisePriority = row.raise;
         gJobs.limits.clear();
         mExec.emplace();
@@ -188,7 +190,7 @@ TEST_F(ExecLaunchJobTest, AJobThatCannotBeMadeEndsTheRun) {
         useJob();
         gJobs.*row.error = ERROR_ACCESS_DENIED;
         const CommandResult result = mExec->run(execChild("say x"));
-        EXPECT_EQ(result.code, 1);
+        EXPECT_EQ(result.code, Exec::failureCode);
         EXPECT_EQ(result.output, "");
         EXPECT_EQ(result.error, row.words);
         EXPECT_FALSE(result.aborted);
@@ -233,7 +235,7 @@ TEST_F(ExecLaunchJobTest, TheChildIsInTheJobBeforeItRunsButAfterThePathIsRestore
 TEST_F(ExecLaunchJobTest, ARuleThatOnlyTheAlternateMatchesComesTooLateForAJob) {
     const SystemMessage message(L"It can't be.");
     const JobAccounting accounting;
-    mExec->setStallRules({{".*execchild.*alternate", 1000, 0}});
+    mExec->setStallRules({{".*execchild.*alternate", 1000}});
     Exec::RunInfo info;
     info.mDirectArgv = {"missing-program"};
     info.mAlternateArgv = {execChild("say alternate")};
@@ -271,7 +273,7 @@ BOOL WINAPI deleteFile(LPCWSTR file) {
 }
 
 TEST_F(ExecLaunchJobTest, ARuleThatCannotBeReadEndsTheAlternateThatWasStarted) {
-    mExec->setStallRules({{"missing-program", 1000, 0}, {"(", 1000, 0}});
+    mExec->setStallRules({{"missing-program", 1000}, {"(", 1000}});
     Exec::RunInfo info;
     info.mDirectArgv = {"missing-program"};
     info.mAlternateArgv = {execChild("make \"" + mFolder.utf8("made") + "\" sleep 60000")};
@@ -292,7 +294,7 @@ TEST_F(ExecLaunchJobTest, ARuleThatCannotBeReadEndsTheAlternateThatWasStarted) {
 }
 
 TEST_F(ExecLaunchJobTest, ARuleThatCannotBeReadIsThrownBeforeTheStart) {
-    mExec->setStallRules({{"(", 1000, 0}});
+    mExec->setStallRules({{"(", 1000}});
     const RecordedStarts starts;
     EXPECT_THROW(mExec->run(execChild()), std::runtime_error);
     EXPECT_TRUE(starts.calls().empty());

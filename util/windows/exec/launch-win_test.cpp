@@ -19,6 +19,7 @@
 #include "util/numberedmessage.h"
 #include "util/platform/unicodetext-win.h"
 #include "util/windows/exec-win.h"
+#include "util/windows/exec/environment-win.h"
 #include "util/windows/system-paths-win.h"
 
 namespace {
@@ -61,7 +62,7 @@ TEST_F(ExecLaunchTest, AMissingDirectoryIsThrownAfterTheResultsAreWritten) {
         mExec->runCommand(info, directory, nullptr, nullptr, &output, &error, &aborted);
         ADD_FAILURE();
     } catch (const NumberedRuntimeError& e) {
-        EXPECT_EQ(e.code(), 5008);
+        EXPECT_EQ(e.code(), directoryNotEntered);
         EXPECT_STREQ(e.what(), "It can't be");
     }
     EXPECT_EQ(message.calls().back().number, static_cast<DWORD>(ERROR_FILE_NOT_FOUND));
@@ -99,8 +100,11 @@ TEST_F(ExecLaunchTest, TheFlagsTellOfTheConsoleAndOfTheJob) {
         bool hasJob;
         DWORD flags;
     };
-    for (const Row& row : {Row{false, false, 0x60c}, Row{true, false, 0x604},
-                           Row{false, true, 0x100060c}, Row{true, true, 0x1000604}}) {
+    constexpr DWORD ALWAYS =
+        CREATE_SUSPENDED | CREATE_NEW_PROCESS_GROUP | CREATE_UNICODE_ENVIRONMENT;
+    for (const Row& row : {Row{false, false, ALWAYS | DETACHED_PROCESS}, Row{true, false, ALWAYS},
+                           Row{false, true, ALWAYS | DETACHED_PROCESS | CREATE_BREAKAWAY_FROM_JOB},
+                           Row{true, true, ALWAYS | CREATE_BREAKAWAY_FROM_JOB}}) {
         gHasConsole = row.hasConsole;
         gOpenings.clear();
         mExec->mJobPattern = row.hasJob ? "x" : "";
@@ -124,8 +128,8 @@ TEST_F(ExecLaunchTest, TheStartHasTheLineTheDirectoryAndInheritedHandles) {
     EXPECT_FALSE(call.hasAttributes);
     EXPECT_EQ(call.inherits, TRUE);
     EXPECT_EQ(call.directory, toWide(mFolder.utf8()));
-    EXPECT_EQ(call.startup.cb, 104U);
-    EXPECT_EQ(call.startup.dwFlags, 0x100U);
+    EXPECT_EQ(call.startup.cb, sizeof(STARTUPINFOW));
+    EXPECT_EQ(call.startup.dwFlags, DWORD{STARTF_USESTDHANDLES});
     for (HANDLE handle :
          {call.startup.hStdInput, call.startup.hStdOutput, call.startup.hStdError}) {
         EXPECT_NE(handle, nullptr);
@@ -186,7 +190,7 @@ TEST_F(ExecLaunchTest, TheCountdownBeginsWhenTheChildRuns) {
     const BeforeResume resumed([&](HANDLE) { mExec->mStallCountdown = 1; });
     EXPECT_EQ(mExec->run(execChild()).code, 0);
     EXPECT_EQ(mExec->mStallCountdown, 0);
-    mExec->setStallRules({{".*execchild.*", 7000, 0}});
+    mExec->setStallRules({{".*execchild.*", 7000}});
     EXPECT_EQ(mExec->run(execChild()).code, 0);
     EXPECT_EQ(mExec->mStallCountdown, 7000);
 }
@@ -209,7 +213,7 @@ TEST_F(ExecLaunchTest, OfAnAbortedCommandNoOutputIsRead) {
     PatientExec exec;
     exec.mAborted = true;
     const CommandResult result = exec.run(execChild("say x complain y exit 3"));
-    EXPECT_EQ(result.code, 1);
+    EXPECT_EQ(result.code, Exec::failureCode);
     EXPECT_TRUE(result.aborted);
     EXPECT_EQ(result.output, "");
     EXPECT_EQ(result.error, "");
@@ -224,7 +228,7 @@ TEST_F(ExecLaunchTest, EveryRunIsAbortedUntilAReset) {
     exec.mAborted = true;
     for (int run = 0; run < 2; ++run) {
         const CommandResult result = exec.run(execChild());
-        EXPECT_EQ(result.code, 1);
+        EXPECT_EQ(result.code, Exec::failureCode);
         EXPECT_TRUE(result.aborted);
     }
     exec.reset();
@@ -279,7 +283,7 @@ TEST_F(ExecLaunchTest, AFailedWaitEndsTheRun) {
     gUnwaitable = nullptr;
     const std::string words =
         "Exec::waitProcessExit got error waiting for process to exit: It can't be\n";
-    EXPECT_EQ(result.code, 1);
+    EXPECT_EQ(result.code, Exec::failureCode);
     EXPECT_FALSE(result.aborted);
     EXPECT_EQ(result.output, "");
     EXPECT_EQ(result.error, words);

@@ -119,7 +119,8 @@ TEST(GetNtvdmTest, AProcessIsOpenedWithTheRightsThatAreNeeded) {
     const SeenOpening opening;
     find(program.pid());
     ASSERT_EQ(gOpenCalls.size(), 1U);
-    EXPECT_EQ(gOpenCalls[0].access, 0x100411U);
+    EXPECT_EQ(gOpenCalls[0].access,
+              DWORD{PROCESS_TERMINATE | PROCESS_VM_READ | PROCESS_QUERY_INFORMATION | SYNCHRONIZE});
     EXPECT_FALSE(gOpenCalls[0].isInherited);
     EXPECT_EQ(gOpenCalls[0].pid, program.pid());
 }

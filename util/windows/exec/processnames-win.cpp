@@ -124,7 +124,6 @@ HANDLE getNtvdm(uint32_t pid, std::ostream& log) {
 }
 
 void addChildProcesses(std::vector<uint32_t>& pids) {
-    constexpr uint32_t everyParent = 0xffffffff;
     const ScopedHandle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, /*pid=*/0));
     if (!snapshot.isOpen()) {
         return;

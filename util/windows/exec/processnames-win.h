@@ -26,7 +26,10 @@ void processImageName(HANDLE process, wchar_t* name);
 /// `log`. Once the system's function for names wasn't found, every later call fails silently.
 [[nodiscard]] HANDLE getNtvdm(uint32_t pid, std::ostream& log);
 
+/// In a list of processes: the parent of every process.
+inline constexpr uint32_t everyParent = 0xffffffff;
+
 /// Appends the children of the listed processes, in one pass over the processes of the system. A
-/// child that is found brings in its own children as well, if it comes before them. The id
-/// 0xffffffff means the parent of every process. Adds nothing if the system can't be queried.
+/// child that is found brings in its own children as well, if it comes before them. The list may
+/// contain everyParent. Adds nothing if the system can't be queried.
 void addChildProcesses(std::vector<uint32_t>& pids);

@@ -84,7 +84,7 @@ TEST_F(ExecResultTest, AnExitCodeThatCannotBeHadIsAFailure) {
                                                           });
     const CommandResult result = mExec->run(execChild("say x exit 3"));
     const std::string words = "Exec::runCommand couldn't get process's exit code: It can't be\n";
-    EXPECT_EQ(result.code, 1);
+    EXPECT_EQ(result.code, Exec::failureCode);
     EXPECT_EQ(result.output, "");
     EXPECT_EQ(result.error, words);
     EXPECT_FALSE(result.aborted);
@@ -132,7 +132,7 @@ TEST_F(ExecResultTest, ACaptureThatCannotBeReadIsAFailure) {
         const std::string words = std::string("Exec::runCommand couldn't read standard ") +
                                   (row.failing == 1 ? "output" : "error") + " file: It can't be\n";
         const CommandResult result = mExec->run(execChild("say xy complain zz exit 3"));
-        EXPECT_EQ(result.code, 1);
+        EXPECT_EQ(result.code, Exec::failureCode);
         EXPECT_FALSE(result.aborted);
         EXPECT_EQ(result.output, row.output);
         EXPECT_EQ(result.error, row.error + words);
@@ -153,7 +153,7 @@ TEST_F(ExecResultTest, AMergedCaptureThatCannotBeReadIsToldInTheOutput) {
     info.mMergeOutput = true;
     const CommandResult result = mExec->run(info);
     const std::string words = "Exec::runCommand couldn't read standard output file: It can't be\n";
-    EXPECT_EQ(result.code, 1);
+    EXPECT_EQ(result.code, Exec::failureCode);
     EXPECT_TRUE(result.output.ends_with(words));
     EXPECT_EQ(result.error, "");
     EXPECT_EQ(mExec->errors(), Texts({words}));
@@ -309,7 +309,7 @@ struct CygwinRow {
     uint32_t result;
     uint32_t signal;
 };
-constexpr uint32_t NO_SIGNAL = 0x80000000;
+constexpr uint32_t NO_SIGNAL = Exec::noSignal;
 constexpr uint32_t KEPT = 77;  ///< the signal before
 const CygwinRow CYGWIN_ROWS[] = {
     // 1.5.13 has the exit code in bits 8 to 15, and no signal.

@@ -30,8 +30,6 @@ public:
     [[nodiscard]] int32_t execute(std::string* outputText, std::string* errorText, bool* aborted);
 
 private:
-    static constexpr int32_t notFoundCode = 255;
-    static constexpr int32_t failureCode = 1;
     using Result = std::optional<int32_t>;  ///< of a step: a value ends the run and is its result
 
     void begin(std::string* outputText, std::string* errorText, bool* aborted);

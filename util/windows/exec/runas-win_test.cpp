@@ -122,7 +122,7 @@ TEST_F(ExecRunAsTest, AScriptIsStartedUnderTheTokenBothTimes) {
 TEST_F(ExecRunAsTest, AStartThatFailsIsReportedAsAnyOther) {
     const RecordedStarts starts({ERROR_PRIVILEGE_NOT_HELD});
     const CommandResult result = mExec->run(execChild());
-    EXPECT_EQ(result.code, 1);
+    EXPECT_EQ(result.code, Exec::failureCode);
     EXPECT_TRUE(result.error.starts_with("Exec::runCommand couldn't create process (cmd='"))
         << result.error;
     EXPECT_EQ(mExec->errors(), std::vector<std::string>{result.error});

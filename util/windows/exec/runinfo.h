@@ -32,10 +32,10 @@ struct ExecRunInfo {
     std::string mStderrFile;
     StreamMode mStdoutMode = streamOutput;
     StreamMode mStderrMode = streamError;
-    /// A stream of mode 1 is treated as one of mode 0, so that standard error goes where standard
-    /// output does.
+    /// A stream of streamError is treated as one of streamOutput, so that standard error goes where
+    /// standard output does.
     bool mMergeOutput = false;
-    /// Streams of modes 0 and 1 are captured and returned as text.
+    /// Streams of streamOutput and streamError are captured and returned as text.
     bool mCaptureOutput = true;
     /// Treats the two texts as little-endian UTF-16 and converts them to UTF-8 if the run returns
     /// the exit code of the command. Only the command's own output survives this: the message of a

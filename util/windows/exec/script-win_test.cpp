@@ -109,7 +109,7 @@ TEST_F(ExecScriptTest, AProgramByAPosixNameRuns) {
 TEST_F(ExecScriptTest, TheToolsAndTheScriptAreSearchedInThePathOfTheCommand) {
     const std::string script = mWorld.write("/tools/bin/script.x");
     const EnvironmentScope own("PATH", (mWorld.root() / "bin").string());
-    EXPECT_EQ(run("script.x a").code, 255);
+    EXPECT_EQ(run("script.x a").code, Exec::notFoundCode);
     mExec->reset();
     const std::string block =
         environmentBlock({"PATH=" + mWorld.native("/tools/bin") + ";" + utf8(PosixWorld::tools())});
@@ -127,15 +127,16 @@ TEST_F(ExecScriptTest, ThePathOfTheCommandMayBeOfAnyAlphabet) {
 
 TEST_F(ExecScriptTest, TheThreeErrorsOfAMissingProgramMakeTheAttempt) {
     const std::string script = mWorld.write("/tools/bin/script");
-    for (const DWORD error : {2U, 3U, 193U}) {
+    for (const DWORD error : {ERROR_FILE_NOT_FOUND, ERROR_PATH_NOT_FOUND, ERROR_BAD_EXE_FORMAT}) {
         mExec->reset();
         const RecordedStarts starts({error});
         EXPECT_EQ(run("/tools/bin/script a").output, mShell + " " + script + " a\n") << error;
         EXPECT_EQ(starts.calls().size(), 4U) << error;
     }
-    for (const DWORD error : {1U, 5U, 87U, 216U}) {
+    for (const DWORD error : {ERROR_INVALID_FUNCTION, ERROR_ACCESS_DENIED, ERROR_INVALID_PARAMETER,
+                              ERROR_EXE_MACHINE_TYPE_MISMATCH}) {
         const RecordedStarts starts({error});
-        EXPECT_EQ(run("/tools/bin/script a").code, 1) << error;
+        EXPECT_EQ(run("/tools/bin/script a").code, Exec::failureCode) << error;
         EXPECT_EQ(starts.calls().size(), 1U) << error;
         EXPECT_EQ(mExec->log(), "\twd: " + mDirectory) << error;
     }
@@ -145,7 +146,7 @@ TEST_F(ExecScriptTest, AnyOtherCommandIsNotFoundAtOnce) {
     mWorld.write("/tools/bin/script");
     const RecordedStarts starts;
     const CommandResult result = mExec->run("/tools/bin/script a", mDirectory);
-    EXPECT_EQ(result.code, 255);
+    EXPECT_EQ(result.code, Exec::notFoundCode);
     EXPECT_EQ(result.error, "'/tools/bin/script a': Command not found\n");
     EXPECT_EQ(starts.calls().size(), 1U);
     EXPECT_EQ(mExec->mPathCacheMisses, 0U);
@@ -154,25 +155,25 @@ TEST_F(ExecScriptTest, AnyOtherCommandIsNotFoundAtOnce) {
 TEST_F(ExecScriptTest, ACommandThatIsNoScriptEitherIsNotFound) {
     const RecordedStarts starts;
     const CommandResult result = run("/tools/bin/none a");
-    EXPECT_EQ(result.code, 255);
+    EXPECT_EQ(result.code, Exec::notFoundCode);
     EXPECT_EQ(result.output, "");
     EXPECT_EQ(result.error, "'/tools/bin/none a': Command not found\n");
     EXPECT_EQ(mExec->errors(), Texts());
     EXPECT_EQ(mExec->log(), "\twd: " + mDirectory);
     // The other start is of cygpath.
     EXPECT_EQ(starts.calls().size(), 2U);
-    EXPECT_EQ(run("/tools/bin/none a").code, 255);
+    EXPECT_EQ(run("/tools/bin/none a").code, Exec::notFoundCode);
     EXPECT_EQ(starts.calls().size(), 3U);
 }
 
 TEST_F(ExecScriptTest, TheAttemptIsMadeOnce) {
     const std::string script = mWorld.write("/tools/bin/script");
-    for (const DWORD error : {2U, 3U, 193U}) {
+    for (const DWORD error : {ERROR_FILE_NOT_FOUND, ERROR_PATH_NOT_FOUND, ERROR_BAD_EXE_FORMAT}) {
         mExec->reset();
         // Between the two, cygpath runs for the script and the interpreter.
-        const RecordedStarts starts({error, 0, 0, error});
+        const RecordedStarts starts({error, NO_ERROR, NO_ERROR, error});
         const CommandResult result = run("/tools/bin/script a");
-        EXPECT_EQ(result.code, 255) << error;
+        EXPECT_EQ(result.code, Exec::notFoundCode) << error;
         EXPECT_EQ(result.error, "'/tools/bin/script a': Command not found\n");
         EXPECT_EQ(mExec->log(), logOf("/tools/bin/script a", mShell + " " + script + " a"));
         EXPECT_EQ(starts.calls().size(), 4U);
@@ -181,9 +182,9 @@ TEST_F(ExecScriptTest, TheAttemptIsMadeOnce) {
 
 TEST_F(ExecScriptTest, AnotherFailureOfTheAttemptIsToldWithTheLengthOfItsLine) {
     const std::string script = mWorld.write("/tools/bin/script");
-    const RecordedStarts starts({193, 0, 0, ERROR_ACCESS_DENIED});
+    const RecordedStarts starts({ERROR_BAD_EXE_FORMAT, NO_ERROR, NO_ERROR, ERROR_ACCESS_DENIED});
     const CommandResult result = run("/tools/bin/script a");
-    EXPECT_EQ(result.code, 1);
+    EXPECT_EQ(result.code, Exec::failureCode);
     const size_t length = (mShell + " " + script + " a").size();
     EXPECT_NE(result.error.find("(cmd='/tools/bin/script a'; "), std::string::npos) << result.error;
     EXPECT_NE(result.error.find("; Command line length=" + std::to_string(length) + "; "),
@@ -197,7 +198,7 @@ TEST_F(ExecScriptTest, AnInterpreterThatIsNotFoundMeansThatTheCommandIsNot) {
          {"#!/tools/bin/none\n", "#!/tools/bin/none a\n", "#! /bin/sh\n", "MZ"}) {
         mWorld.write("/tools/bin/script", content);
         const CommandResult result = run("/tools/bin/script a");
-        EXPECT_EQ(result.code, 255) << content;
+        EXPECT_EQ(result.code, Exec::notFoundCode) << content;
         EXPECT_EQ(result.error, "'/tools/bin/script a': Command not found\n") << content;
     }
 }
@@ -206,7 +207,7 @@ TEST_F(ExecScriptTest, TheAlternateTakesThePlaceOfWhatIsNoScript) {
     Exec::RunInfo info = cygwinInfo("/tools/bin/none");
     info.mAlternateArgv = {execChild("say alternate")};
     EXPECT_EQ(mExec->run(info).output, "alternate");
-    const RecordedStarts starts({2, 0, 0, 2});
+    const RecordedStarts starts({ERROR_FILE_NOT_FOUND, NO_ERROR, NO_ERROR, ERROR_FILE_NOT_FOUND});
     mWorld.write("/tools/bin/script");
     info = cygwinInfo("/tools/bin/script");
     info.mAlternateArgv = {execChild("say alternate")};
@@ -219,7 +220,7 @@ TEST_F(ExecScriptTest, TheAlternateIsNoScriptItself) {
     Exec::RunInfo info = cygwinInfo("/tools/bin/none");
     info.mAlternateArgv = {"/tools/bin/script"};
     const CommandResult result = mExec->run(info);
-    EXPECT_EQ(result.code, 255);
+    EXPECT_EQ(result.code, Exec::notFoundCode);
     EXPECT_EQ(result.error, "");
     EXPECT_EQ(mExec->mPathCache.count("/tools/bin/script"), 0U);
 }

@@ -89,7 +89,7 @@ TEST_F(StallTest, ACommandThatDoesNothingIsBroken) {
     exec.setStallRules(everyCommand(1000, TIME | IO));
     notePidAt("ready");
     const CommandResult result = exec.run(command);
-    EXPECT_EQ(result.code, 1);
+    EXPECT_EQ(result.code, Exec::failureCode);
     EXPECT_EQ(result.error, stallText(command));
     EXPECT_FALSE(result.aborted);
     EXPECT_EQ(exec.errors(), report(command, "aborting job"));
@@ -105,7 +105,7 @@ TEST_F(StallTest, ACommandThatIgnoresTheBreakIsEndedThreeWakesAfterTheStall) {
     notePidAt("ready");
     const CommandResult result = exec.run(command);
     EXPECT_EQ(wakes.timeouts(), 4U);
-    EXPECT_EQ(result.code, 1);
+    EXPECT_EQ(result.code, Exec::failureCode);
     EXPECT_EQ(result.error, stallText(command));
     EXPECT_EQ(breaks.calls().size(), 1U);
 }
@@ -161,7 +161,7 @@ TEST_F(StallTest, WhatWasWrittenBeforeAStallComesBackInFrontOfTheText) {
     const CommandResult separate = exec.run(info);
     EXPECT_EQ(separate.output, "x");
     EXPECT_EQ(separate.error, "y" + stallText(info.mDirectArgv[0]));
-    EXPECT_EQ(separate.code, 1);
+    EXPECT_EQ(separate.code, Exec::failureCode);
     remove("ready");
     info.mMergeOutput = true;
     atFirstWake("ready");
@@ -177,7 +177,7 @@ TEST_F(StallTest, TheSignalOfAStalledCygwinCommandIsKnown) {
     exec.setStallRules(everyCommand(500, TIME | IO));
     exec.mChildSignal = 77;
     atFirstWake("ready");
-    EXPECT_EQ(exec.run(info).code, 1);
+    EXPECT_EQ(exec.run(info).code, Exec::failureCode);
     EXPECT_EQ(exec.childSignal(), 1U) << "bits 8 to 14 of what a break makes of a process";
 }
 
@@ -188,7 +188,7 @@ TEST_F(StallTest, TheTextsOfAStalledCommandAreNotConverted) {
     exec.setStallRules(everyCommand(500, TIME | IO));
     atFirstWake("ready");
     const CommandResult result = exec.run(info);
-    EXPECT_EQ(result.code, 1);
+    EXPECT_EQ(result.code, Exec::failureCode);
     EXPECT_EQ(result.output, std::string("x\0", 2));
     EXPECT_EQ(result.error, stallText(info.mDirectArgv[0]));
 }
@@ -228,7 +228,7 @@ TEST_F(StallTest, AnAbortBehindAStallLeavesItAStall) {
         return WAIT_TIMEOUT;
     });
     const CommandResult result = exec.run(command);
-    EXPECT_EQ(result.code, 1);
+    EXPECT_EQ(result.code, Exec::failureCode);
     EXPECT_FALSE(result.aborted);
     EXPECT_EQ(result.error, stallText(command));
     // The grace period doesn't start again.

@@ -53,7 +53,7 @@ TEST_F(StallCommandDeathTest, ItIsRunInsteadOfABreak) {
     inAFreshProcess([this] {
         const EnvironmentScope variable("NBBRK", breaking());
         const CommandResult result = exec.run(stalling());
-        EXPECT_EQ(result.code, 1);
+        EXPECT_EQ(result.code, Exec::failureCode);
         EXPECT_FALSE(result.aborted);
         EXPECT_EQ(result.error, stallText(stalling()));
         EXPECT_EQ(exec.errors().size(), 1U);
@@ -74,7 +74,7 @@ TEST_F(StallCommandDeathTest, ItHasTheDirectoryAndTheEnvironmentOfTheRun) {
         EXPECT_EQ(exec.run(waitedChild("await " + file("work/broken") + " exit 9"),
                            folder.utf8("work"), environment.c_str())
                       .code,
-                  1);
+                  Exec::failureCode);
         EXPECT_TRUE(hasEndedByItself()) << exec.log();
     });
 }
@@ -106,7 +106,7 @@ TEST_F(StallCommandDeathTest, WhatItWritesAndReturnsIsDropped) {
         const EnvironmentScope variable("NBBRK", waitedChild("say x complain y exit 7"));
         wakes.onTimeout({});
         const CommandResult result = exec.run(stalling());
-        EXPECT_EQ(result.code, 1);
+        EXPECT_EQ(result.code, Exec::failureCode);
         EXPECT_EQ(result.output, "");
         EXPECT_EQ(result.error, stallText(stalling()));
         EXPECT_NE(exec.log().find(" didn't exit ("), std::string::npos)
@@ -120,7 +120,7 @@ TEST_F(StallCommandDeathTest, OneThatIsNotThereIsDropped) {
         const EnvironmentScope variable("NBBRK", "no-such-program");
         wakes.onTimeout({});
         const CommandResult result = exec.run(stalling());
-        EXPECT_EQ(result.code, 1);
+        EXPECT_EQ(result.code, Exec::failureCode);
         EXPECT_EQ(result.error, stallText(stalling()));
         EXPECT_EQ(exec.errors().size(), 1U);
         EXPECT_TRUE(breaks.calls().empty());
@@ -196,7 +196,7 @@ TEST_F(StallCommandDeathTest, WithoutItTheCommandGetsABreakNowAndLater) {
         for (const std::optional<std::string>& value :
              {std::optional<std::string>(), std::optional(breaking())}) {
             const EnvironmentScope variable("NBBRK", value);
-            EXPECT_EQ(exec.run(stalling()).code, 1);
+            EXPECT_EQ(exec.run(stalling()).code, Exec::failureCode);
         }
         EXPECT_EQ(breaks.calls().size(), 2U);
         EXPECT_FALSE(isThere("broken"));
@@ -207,7 +207,7 @@ TEST_F(StallCommandDeathTest, AnEmptyValueIsNone) {
     inAFreshProcess([this] {
         // The C runtime can't set one.
         SetEnvironmentVariableA("NBBRK", "");
-        EXPECT_EQ(exec.run(stalling()).code, 1);
+        EXPECT_EQ(exec.run(stalling()).code, Exec::failureCode);
         EXPECT_EQ(breaks.calls().size(), 1U);
     });
 }

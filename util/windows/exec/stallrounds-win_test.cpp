@@ -185,7 +185,7 @@ TEST_F(StallRounds, AStallWithoutARunningCommandBreaksTheGroupThatThereIsNot) {
     SimulatedWait exec({".*", 500, TIME | IO});
     accounting.setFixed({});
     exec.run(/*count=*/5);
-    EXPECT_EQ(breaks.calls(), (std::vector<ConsoleBreaks::Call>{{CTRL_BREAK_EVENT, 0xffffffff}}));
+    EXPECT_EQ(breaks.calls(), (std::vector<ConsoleBreaks::Call>{{CTRL_BREAK_EVENT, Exec::noPid}}));
 }
 
 TEST_F(StallRounds, ARuleThatOnlyReportsDoesSoOnceInAWait) {
@@ -340,7 +340,7 @@ TEST_F(StallRounds, WhatIsNotWatchedIsNotAskedFor) {
         uint32_t flags;
     };
     for (const Row& row :
-         {Row{0, TIME | IO}, Row{500, 0}, Row{500, REPORT}, Row{500, 0xfffffff8}}) {
+         {Row{0, TIME | IO}, Row{500, 0}, Row{500, REPORT}, Row{500, ~(TIME | IO | REPORT)}}) {
         SimulatedWait exec({".*", row.timeout, row.flags});
         exec.run(/*count=*/5);
         EXPECT_EQ(exec.rounds, 5U) << row.timeout << ' ' << row.flags;

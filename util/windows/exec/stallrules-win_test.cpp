@@ -82,7 +82,7 @@ TEST(StallRuleSelection, WithoutRulesTheLastPatternStaysAndNoRuleIsInForce) {
 
 TEST(StallRuleSelection, ARuleThatWatchesNothingMatchesAllTheSame) {
     TestedExec exec;
-    exec.setStallRules({{"cl", 0, 0}, {"cl", 700, TIME}});
+    exec.setStallRules({{"cl"}, {"cl", 700, TIME}});
     exec.selectStallRule("cl");
     EXPECT_EQ(exec.mCurrentRule, &exec.mStallRules.front());
     EXPECT_EQ(exec.mJobPattern, "cl");
@@ -174,7 +174,8 @@ TEST_F(StallRulesInARun, ALongerTimeSavesTheCommand) {
 
 TEST_F(StallRulesInARun, AShorterTimeStallsIt) {
     exec.setStallRules({{".*", 60000, TIME}});
-    EXPECT_EQ(runSilently([this] { exec.setStallRules({{".*", 500, TIME}}); }).code, 1);
+    const auto shorten = [this] { exec.setStallRules({{".*", 500, TIME}}); };
+    EXPECT_EQ(runSilently(shorten).code, Exec::failureCode);
     EXPECT_EQ(exec.errors().size(), 1U);
 }
 

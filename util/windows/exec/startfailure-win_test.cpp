@@ -21,6 +21,7 @@ using namespace testing_support;
 using Texts = std::vector<std::string>;
 
 constexpr DWORD DENIED = ERROR_ACCESS_DENIED;
+constexpr DWORD ELEVATION_REQUIRED = 740;  // not in the headers
 
 class ExecStartFailureTest : public CommandTest {
 protected:
@@ -79,7 +80,7 @@ TEST_F(ExecStartFailureTest, TheStartIsToldOfWithAllThatMayHaveMadeItFail) {
                                    .blockLength = "11",
                                    .directory = mFolder.utf8()}
                                   .words();
-    EXPECT_EQ(result.code, 1);
+    EXPECT_EQ(result.code, Exec::failureCode);
     EXPECT_EQ(result.output, "");
     EXPECT_EQ(result.error, words);
     EXPECT_FALSE(result.aborted);
@@ -98,7 +99,7 @@ TEST_F(ExecStartFailureTest, ANullEnvironmentHasLength0AndAnEmptyOneHasLength1) 
 
 TEST_F(ExecStartFailureTest, TheFlagsAreThoseOfAJobAsWell) {
     const std::string line = execChild();
-    mExec->setStallRules({{".*execchild.*", 1000, 0}});
+    mExec->setStallRules({{".*execchild.*", 1000}});
     EXPECT_EQ(refuse(line).error,
               (Told{.command = line, .flags = "100060c", .lineLength = line.size()}.words()));
 }
@@ -146,7 +147,7 @@ TEST_F(ExecStartFailureTest, AnEnvironmentOverTheLimitIsExplainedWhateverTheFail
                                            .lineLength = line.size(),
                                            .blockLength = std::to_string(row.length)}
                                           .words();
-            EXPECT_EQ(result.code, 1);
+            EXPECT_EQ(result.code, Exec::failureCode);
             EXPECT_EQ(result.error, words + row.explanation);
             EXPECT_EQ(mExec->errors().back(), words + row.explanation);
         }
@@ -161,7 +162,7 @@ TEST_F(ExecStartFailureTest, TheFailureGoesToTheTextOfTheErrorsAndToTheOperation
         info.mDirectArgv = {execChild()};
         info = choice.appliedTo(info);
         const CommandResult result = refuse(info);
-        EXPECT_EQ(result.code, 1);
+        EXPECT_EQ(result.code, Exec::failureCode);
         ASSERT_EQ(mExec->errors().size(), 1U);
         const std::string words = mExec->errors()[0];
         EXPECT_TRUE(words.starts_with("Exec::runCommand couldn't create process (")) << words;
@@ -170,11 +171,14 @@ TEST_F(ExecStartFailureTest, TheFailureGoesToTheTextOfTheErrorsAndToTheOperation
 }
 
 TEST_F(ExecStartFailureTest, AFailureOfAnyOtherKindIsNoMissingProgram) {
-    for (const DWORD error : {1U, 4U, 5U, 32U, 206U, 740U, 1314U}) {
+    for (const DWORD error : std::initializer_list<DWORD>{
+             ERROR_INVALID_FUNCTION, ERROR_TOO_MANY_OPEN_FILES, ERROR_ACCESS_DENIED,
+             ERROR_SHARING_VIOLATION, ERROR_FILENAME_EXCED_RANGE, ELEVATION_REQUIRED,
+             ERROR_PRIVILEGE_NOT_HELD}) {
         const RecordedStarts starts({error});
         mExec.emplace();
         const CommandResult result = mExec->run(execChild());
-        EXPECT_EQ(result.code, 1) << error;
+        EXPECT_EQ(result.code, Exec::failureCode) << error;
         EXPECT_EQ(mExec->errors().size(), 1U) << error;
         EXPECT_EQ(starts.calls().size(), 1U) << error;
         EXPECT_EQ(mMessage.calls().back().number, error);
@@ -182,10 +186,10 @@ TEST_F(ExecStartFailureTest, AFailureOfAnyOtherKindIsNoMissingProgram) {
 }
 
 TEST_F(ExecStartFailureTest, TheThreeErrorsThatMeanAMissingProgramSayThatItIsNotFound) {
-    for (const DWORD error : {2U, 3U, 193U}) {
+    for (const DWORD error : {ERROR_FILE_NOT_FOUND, ERROR_PATH_NOT_FOUND, ERROR_BAD_EXE_FORMAT}) {
         const RecordedStarts starts({error});
         const CommandResult result = mExec->run(execChild("say x"));
-        EXPECT_EQ(result.code, 255) << error;
+        EXPECT_EQ(result.code, Exec::notFoundCode) << error;
         EXPECT_EQ(result.output, "");
         EXPECT_EQ(result.error, "'" + execChild("say x") + "': Command not found\n");
         EXPECT_FALSE(result.aborted);
@@ -203,7 +207,7 @@ TEST_F(ExecStartFailureTest, AMissingProgramIsToldInOnePlaceOnly) {
         info.mDirectArgv = {"missing-program \xc3\xa4"};
         info = choice.appliedTo(info);
         const CommandResult result = mExec->run(info, mFolder.utf8());
-        EXPECT_EQ(result.code, 255);
+        EXPECT_EQ(result.code, Exec::notFoundCode);
         choice.expectWords(result, words);
         EXPECT_EQ(mExec->errors(), choice.isCaptured ? Texts() : Texts({words}));
         EXPECT_EQ(mExec->log(), "\twd: " + mFolder.utf8());
@@ -213,7 +217,7 @@ TEST_F(ExecStartFailureTest, AMissingProgramIsToldInOnePlaceOnly) {
 TEST_F(ExecStartFailureTest, AnAbortOfAMissingProgramIsNotTold) {
     mExec->mAborted = true;
     const CommandResult result = mExec->run("missing-program");
-    EXPECT_EQ(result.code, 255);
+    EXPECT_EQ(result.code, Exec::notFoundCode);
     EXPECT_EQ(result.error, "'missing-program': Command not found\n");
     EXPECT_FALSE(result.aborted);
 }
@@ -224,7 +228,7 @@ TEST_F(ExecStartFailureTest, AProgramThatIsNamedAndMissingIsNotFoundEither) {
     for (const std::string& program :
          {mFolder.utf8("none.exe"), mFolder.utf8("none/none.exe"), std::string("execchild")}) {
         info.mProgram = program;
-        EXPECT_EQ(mExec->run(info, mFolder.utf8()).code, 255) << program;
+        EXPECT_EQ(mExec->run(info, mFolder.utf8()).code, Exec::notFoundCode) << program;
     }
 }
 
@@ -232,7 +236,7 @@ TEST_F(ExecStartFailureTest, AFileThatIsNoProgramIsNotFound) {
     mFolder.write("x.exe", "echo not a program\n");
     const RecordedStarts starts;
     const CommandResult result = mExec->run("x a", mFolder.utf8());
-    EXPECT_EQ(result.code, 255);
+    EXPECT_EQ(result.code, Exec::notFoundCode);
     EXPECT_EQ(result.error, "'x a': Command not found\n");
     // It was found, but Windows refused it.
     EXPECT_EQ(starts.last().program, (mFolder.path() / "x.exe").wstring());
@@ -240,8 +244,8 @@ TEST_F(ExecStartFailureTest, AFileThatIsNoProgramIsNotFound) {
 }
 
 TEST_F(ExecStartFailureTest, TheNextCommandRunsAllTheSame) {
-    EXPECT_EQ(mExec->run("missing-program", mFolder.utf8()).code, 255);
-    EXPECT_EQ(refuse(execChild(), mFolder.utf8()).code, 1);
+    EXPECT_EQ(mExec->run("missing-program", mFolder.utf8()).code, Exec::notFoundCode);
+    EXPECT_EQ(refuse(execChild(), mFolder.utf8()).code, Exec::failureCode);
     EXPECT_EQ(mExec->run(execChild("say x"), mFolder.utf8()).output, "x");
 }
 

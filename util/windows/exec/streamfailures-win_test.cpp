@@ -29,7 +29,7 @@ protected:
         const RecordedStarts starts;
         mExec.emplace();
         const CommandResult result = mExec->run(info, mFolder.utf8());
-        EXPECT_EQ(result.code, 255);
+        EXPECT_EQ(result.code, Exec::notFoundCode);
         EXPECT_EQ(result.output, "");
         const std::string message = "Exec::runCommand couldn't " + words + ": It can't be";
         EXPECT_EQ(result.error, message);
@@ -60,7 +60,7 @@ TEST_F(ExecStreamFailuresTest, AnInputThatIsAFolder) {
 TEST_F(ExecStreamFailuresTest, APipeThatCannotBeMade) {
     const ReplacedCall<decltype(CreatePipe)> pipe(
         "CreatePipe", [](PHANDLE, PHANDLE, LPSECURITY_ATTRIBUTES attributes, DWORD size) -> BOOL {
-            EXPECT_EQ(attributes->nLength, 24U);
+            EXPECT_EQ(attributes->nLength, sizeof(SECURITY_ATTRIBUTES));
             EXPECT_EQ(attributes->lpSecurityDescriptor, nullptr);
             EXPECT_EQ(attributes->bInheritHandle, TRUE);
             EXPECT_EQ(size, 0U);
@@ -102,7 +102,7 @@ TEST_F(ExecStreamFailuresTest, APipeWhoseOtherEndCannotBeClosed) {
 }
 
 TEST_F(ExecStreamFailuresTest, ANamedFileThatCannotBeMade) {
-    for (const StreamMode mode : {2, 3}) {
+    for (const StreamMode mode : {streamFile, streamAppend}) {
         Exec::RunInfo info = childInfo();
         info.mStdoutMode = mode;
         info.mStdoutFile = mFolder.utf8("none/out");
@@ -175,7 +175,7 @@ TEST_F(ExecStreamFailuresTest, TheTextGoesWhereFailuresGo) {
         info.mStdinFile = mFolder.utf8("none");
         info = choice.appliedTo(info);
         const CommandResult result = mExec->run(info);
-        EXPECT_EQ(result.code, 255);
+        EXPECT_EQ(result.code, Exec::notFoundCode);
         choice.expectWords(result, words);
         EXPECT_EQ(mExec->errors(), Texts({words}));
     }

@@ -98,7 +98,7 @@ void expectOpening(const Opening& opening, DWORD access, DWORD share, DWORD disp
     EXPECT_EQ(opening.share, share);
     EXPECT_EQ(opening.disposition, disposition);
     EXPECT_EQ(opening.flags, flags);
-    EXPECT_EQ(opening.attributesLength, 24U);
+    EXPECT_EQ(opening.attributesLength, sizeof(SECURITY_ATTRIBUTES));
     EXPECT_FALSE(opening.hasDescriptor);
     EXPECT_EQ(opening.inherits, TRUE);
     EXPECT_FALSE(opening.hasTemplate);
@@ -109,11 +109,11 @@ TEST_F(ExecStreamOpeningTest, NamedFilesAreSharedForReadingAndWriting) {
     EXPECT_EQ(mExec->run(info).code, 0);
     ASSERT_EQ(gOpenings.size(), 3U);
     EXPECT_EQ(gOpenings[0].name, System::unicodePath(info.mStdinFile));
-    expectOpening(gOpenings[0], READ, 3, OPEN_EXISTING, 0);
+    expectOpening(gOpenings[0], READ, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_EXISTING, 0);
     EXPECT_EQ(gOpenings[1].name, System::unicodePath(info.mStdoutFile));
-    expectOpening(gOpenings[1], READ_WRITE, 3, CREATE_ALWAYS, 0);
+    expectOpening(gOpenings[1], READ_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, CREATE_ALWAYS, 0);
     EXPECT_EQ(gOpenings[2].name, System::unicodePath(info.mStderrFile));
-    expectOpening(gOpenings[2], READ_WRITE, 3, OPEN_ALWAYS, 0);
+    expectOpening(gOpenings[2], READ_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_ALWAYS, 0);
 }
 
 TEST_F(ExecStreamOpeningTest, CapturesAreSharedWithNobody) {
@@ -130,7 +130,7 @@ TEST_F(ExecStreamOpeningTest, OneFileForBothStreamsIsOpenedOnce) {
     info.mStderrFile = info.mStdoutFile;
     EXPECT_EQ(mExec->run(info).code, 0);
     ASSERT_EQ(gOpenings.size(), 1U);
-    expectOpening(gOpenings[0], READ_WRITE, 3, CREATE_ALWAYS, 0);
+    expectOpening(gOpenings[0], READ_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, CREATE_ALWAYS, 0);
 }
 
 TEST_F(ExecStreamOpeningTest, AFileThatIsHeldIsOpenedOnceItIsLetGo) {
@@ -178,7 +178,7 @@ TEST_F(ExecStreamOpeningTest, AFileThatStaysHeldIsTriedSixHundredTimes) {
         };
         Exec::RunInfo info = wait.isNamed ? namedInfo() : childInfo();
         const CommandResult result = mExec->run(info);
-        EXPECT_EQ(result.code, 255);
+        EXPECT_EQ(result.code, Exec::notFoundCode);
         EXPECT_EQ(result.error, std::string("Exec::runCommand couldn't open file for standard ") +
                                     wait.stream + ": It can't be");
         EXPECT_EQ(message.calls().back().number, static_cast<DWORD>(ERROR_SHARING_VIOLATION));
@@ -198,13 +198,14 @@ TEST_F(ExecStreamOpeningTest, TheLastTryMaySucceed) {
 TEST_F(ExecStreamOpeningTest, AnyOtherErrorIsNotWaitedFor) {
     const SystemMessage message(L"It can't be.");
     for (const Wait& wait : WAITS) {
-        for (const DWORD error : {2U, 5U, 31U, 33U}) {
+        for (const DWORD error :
+             {ERROR_FILE_NOT_FOUND, ERROR_ACCESS_DENIED, ERROR_GEN_FAILURE, ERROR_LOCK_VIOLATION}) {
             gOpenings.clear();
             gErrorOf = [&wait, error](size_t number) -> DWORD {
                 return number == wait.opening ? error : DWORD{NO_ERROR};
             };
             Exec::RunInfo info = wait.isNamed ? namedInfo() : childInfo();
-            EXPECT_EQ(mExec->run(info).code, 255);
+            EXPECT_EQ(mExec->run(info).code, Exec::notFoundCode);
             EXPECT_EQ(gOpenings.size(), wait.opening);
             EXPECT_EQ(message.calls().back().number, error);
         }
@@ -216,7 +217,7 @@ TEST_F(ExecStreamOpeningTest, AnotherErrorEndsTheWait) {
     gErrorOf = [](size_t number) -> DWORD {
         return number < 3 ? ERROR_SHARING_VIOLATION : ERROR_ACCESS_DENIED;
     };
-    EXPECT_EQ(mExec->run(execChild()).code, 255);
+    EXPECT_EQ(mExec->run(execChild()).code, Exec::notFoundCode);
     EXPECT_EQ(gOpenings.size(), 3U);
     EXPECT_EQ(gSleeps, std::vector<DWORD>(2, 100));
 }

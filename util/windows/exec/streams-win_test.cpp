@@ -49,16 +49,16 @@ void PrintTo(const Places& places, std::ostream* out) {
 /// names.
 void put(Places& places, StreamMode mode, bool capture, std::string& file, const char* text) {
     switch (mode) {
-        case 0:
+        case streamOutput:
             (capture ? places.output : places.standardOutput) += text;
             break;
-        case 1:
+        case streamError:
             (capture ? places.error : places.standardError) += text;
             break;
-        case 2:
+        case streamFile:
             file = text;
             break;
-        default:
+        default:  // streamAppend
             file += text;
     }
 }
@@ -73,8 +73,10 @@ TEST_F(ExecStreamsTest, EachModeOfEachStreamHasItsPlace) {
             continue;  // merging makes no difference
         }
         Places expected;
-        put(expected, merge && outputMode == 1 ? 0 : outputMode, capture, expected.outputFile, "x");
-        put(expected, merge && errorMode == 1 ? 0 : errorMode, capture, expected.errorFile, "y");
+        put(expected, merge && outputMode == streamError ? streamOutput : outputMode, capture,
+            expected.outputFile, "x");
+        put(expected, merge && errorMode == streamError ? streamOutput : errorMode, capture,
+            expected.errorFile, "y");
 
         const StandardFiles streams(mFolder);
         Exec::RunInfo info = childInfo("say x complain y");
@@ -103,16 +105,16 @@ TEST_F(ExecStreamsTest, CapturesAreMadeForTheModesThatNeedThem) {
         Captures captures;
     };
     const Row rows[] = {
-        {0, 1, false, true, {"err", "out"}},
-        {1, 0, false, true, {"err", "out"}},
-        {0, 0, false, true, {"out"}},
-        {1, 1, false, true, {"err"}},
-        {2, 1, false, true, {"err"}},
-        {0, 3, false, true, {"out"}},
-        {2, 3, false, true, {}},
-        {0, 1, true, true, {"out"}},
-        {1, 1, true, true, {"out"}},
-        {0, 1, false, false, {}},
+        {streamOutput, streamError, false, true, {"err", "out"}},
+        {streamError, streamOutput, false, true, {"err", "out"}},
+        {streamOutput, streamOutput, false, true, {"out"}},
+        {streamError, streamError, false, true, {"err"}},
+        {streamFile, streamError, false, true, {"err"}},
+        {streamOutput, streamAppend, false, true, {"out"}},
+        {streamFile, streamAppend, false, true, {}},
+        {streamOutput, streamError, true, true, {"out"}},
+        {streamError, streamError, true, true, {"out"}},
+        {streamOutput, streamError, false, false, {}},
     };
     const StandardFiles streams(mFolder);
     for (const Row& row : rows) {
@@ -138,7 +140,9 @@ TEST_F(ExecStreamsTest, StreamsOfOneFileShareItsPosition) {
         const char* content;
     };
     for (const Row& row :
-         {Row{2, 2, "abcd"}, Row{2, 3, "abcd"}, Row{3, 2, "beforeabcd"}, Row{3, 3, "beforeabcd"}}) {
+         {Row{streamFile, streamFile, "abcd"}, Row{streamFile, streamAppend, "abcd"},
+          Row{streamAppend, streamFile, "beforeabcd"},
+          Row{streamAppend, streamAppend, "beforeabcd"}}) {
         Exec::RunInfo info = childInfo("say a complain b say c complain d");
         info.mStdoutMode = row.output;
         info.mStderrMode = row.error;
@@ -150,16 +154,16 @@ TEST_F(ExecStreamsTest, StreamsOfOneFileShareItsPosition) {
 
 TEST_F(ExecStreamsTest, StreamsOfOneCaptureOrOneOfTheCallersShareItsPosition) {
     const StandardFiles streams(mFolder);
-    for (const StreamMode mode : {0, 1}) {
+    for (const StreamMode mode : {streamOutput, streamError}) {
         Exec::RunInfo info = childInfo("say a complain b say c complain d handles");
         info.mStdoutMode = info.mStderrMode = mode;
         const std::string words = "abcdpipe\ndisk 4\ndisk 4\nsame file\n";
         const CommandResult result = mExec->run(info);
-        EXPECT_EQ(result.output, mode == 0 ? words : "");
-        EXPECT_EQ(result.error, mode == 1 ? words : "");
+        EXPECT_EQ(result.output, mode == streamOutput ? words : "");
+        EXPECT_EQ(result.error, mode == streamError ? words : "");
         info.mCaptureOutput = false;
         EXPECT_EQ(mExec->run(info).output, "");
-        EXPECT_EQ(mode == 0 ? streams.outputContent() : streams.errorContent(), words);
+        EXPECT_EQ(mode == streamOutput ? streams.outputContent() : streams.errorContent(), words);
     }
 }
 
@@ -184,7 +188,7 @@ TEST_F(ExecStreamsTest, AnAppendedFileIsOpenedAtItsEnd) {
 }
 
 TEST_F(ExecStreamsTest, NamedFilesAreMadeWhereTheyAreMissing) {
-    for (const StreamMode mode : {2, 3}) {
+    for (const StreamMode mode : {streamFile, streamAppend}) {
         Exec::RunInfo info = childInfo("say x complain y");
         info.mStdoutMode = info.mStderrMode = mode;
         info.mStdoutFile = mFolder.utf8("out" + std::to_string(mode));
@@ -273,15 +277,15 @@ TEST_F(ExecStreamsTest, OnceTheChildIsMadeNoOtherChildGetsItsStreams) {
 
 TEST_F(ExecStreamsTest, TheCallersOwnStreamsStayOpenAndInheritable) {
     const StandardFiles streams(mFolder);
-    for (const StreamMode output : {0, 1}) {
-        for (const StreamMode error : {0, 1}) {
+    for (const StreamMode output : {streamOutput, streamError}) {
+        for (const StreamMode error : {streamOutput, streamError}) {
             Exec::RunInfo info = childInfo();
             info.mCaptureOutput = false;
             info.mStdoutMode = output;
             info.mStderrMode = error;
             EXPECT_EQ(mExec->run(info).code, 0);
             info.mDirectArgv = {"missing-program"};
-            EXPECT_EQ(mExec->run(info).code, 255);
+            EXPECT_EQ(mExec->run(info).code, Exec::notFoundCode);
             EXPECT_TRUE(isInheritable(streams.output()));
             EXPECT_TRUE(isInheritable(streams.error()));
         }

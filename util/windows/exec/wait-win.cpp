@@ -167,6 +167,7 @@ void Exec::waitChildren(const char* command, std::string* failureText) {
 
 /// Waits for a process that the command left behind. Returns false if it is a server that stays.
 bool Exec::waitLeftover(uint32_t id, const char* command, std::string* failureText) {
+    // PROCESS_ALL_ACCESS as it was before Windows 6.0; since then it has more bits.
     constexpr DWORD allAccess = 0x1f0fff;
     const ScopedHandle process(OpenProcess(allAccess, /*bInheritHandle=*/FALSE, id));
     if (!process.isOpen()) {

@@ -141,7 +141,7 @@ TEST_F(WaitTest, AWaitThatFailsIsReportedAndEndsTheRun) {
     const CommandResult result = exec.run(info);
     const std::string text =
         "Exec::waitProcessExit got error waiting for process to exit: Error 21\n";
-    EXPECT_EQ(result.code, 1);
+    EXPECT_EQ(result.code, Exec::failureCode);
     EXPECT_FALSE(result.aborted);
     EXPECT_EQ(result.error, text);
     EXPECT_EQ(exec.errors(), std::vector<std::string>{text});
@@ -156,7 +156,7 @@ TEST_F(WaitTest, AnAbortedCommandThatIgnoresTheBreakIsEndedAtTheThirdWake) {
     const CommandResult result = runAborted(waitedChild(stubborn()));
     EXPECT_EQ(wakes.timeouts(), 3U);
     EXPECT_EQ(terminations.calls(), (std::vector<Terminations::Call>{{pid, 1}}));
-    EXPECT_EQ(result.code, 1);
+    EXPECT_EQ(result.code, Exec::failureCode);
     EXPECT_TRUE(result.aborted);
     EXPECT_TRUE(exec.errors().empty());
 }
@@ -207,7 +207,7 @@ TEST_F(WaitTest, AFailedWaitForTheEndByForceIsReportedAndEndsTheRun) {
     const CommandResult result = runAborted(waitedChild(stubborn()));
     const std::string text =
         "Exec::waitProcessExit got error waiting for aborted process to exit: Error 21\n";
-    EXPECT_EQ(result.code, 1);
+    EXPECT_EQ(result.code, Exec::failureCode);
     EXPECT_FALSE(result.aborted) << "a failed wait ends the run before the abort is looked at";
     EXPECT_EQ(result.error, text);
     EXPECT_EQ(exec.errors(), std::vector<std::string>{text});
@@ -248,8 +248,8 @@ private:
     }
     static LRESULT WINAPI send(HWND dialog, int item, UINT message, WPARAM wParam, LPARAM lParam) {
         EXPECT_EQ(dialog, window());
-        EXPECT_EQ(item, 1);
-        EXPECT_EQ(message, 245U);
+        EXPECT_EQ(item, IDOK);
+        EXPECT_EQ(message, UINT{BM_CLICK});
         EXPECT_EQ(wParam, 0U);
         EXPECT_EQ(lParam, 0);
         gClicks.push_back(Terminations::calls().size());
@@ -313,7 +313,7 @@ TEST_F(NtvdmTest, ItsDialogIsClosedBeforeItIsEndedByForce) {
         const Dialog dialog(row.title);
         const CommandResult result = runAborted(line);
         EXPECT_TRUE(result.aborted);
-        EXPECT_EQ(result.code, 1);
+        EXPECT_EQ(result.code, Exec::failureCode);
         EXPECT_EQ(wakes.timeouts(), 3U);
         EXPECT_EQ(Dialog::searches(), row.searches);
         EXPECT_EQ(Dialog::clicks(), std::vector<size_t>(row.clicks, before));
