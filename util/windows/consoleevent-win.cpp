@@ -16,8 +16,7 @@ std::string consoleEventName(uint32_t event) {
             return "User logged off";
         case CTRL_SHUTDOWN_EVENT:
             return "System shutdown";
-        case 0x80000000:
-            // Not a Windows event: it means that there is none.
+        case noConsoleEvent:
             return "No signal";
         default:
             return format(64, "Unknown control signal %d", static_cast<int>(event));

@@ -24,6 +24,7 @@ using testing::ExitedWithCode;
 using namespace testing_support;
 
 constexpr int CODE = POSIXPROVIDER_NO_TEXT;
+constexpr uint32_t KNOWN_MAGIC = testing_support::KNOWN_MAGICS[0];
 
 /// Runs in a child, with or without a thread that handles SIGTERM.
 [[noreturn]] void exitWith(int exitCode, uint32_t signal, bool hasThread) {
@@ -52,9 +53,13 @@ TEST(ExitWithSignalDeathTest, ASignalThatDoesNotKillGivesTheExitCode) {
         ExitedWithCode(3), "^Failed to raise signal 27; instead exiting with code 3\r?\n");
 }
 
+TEST(ExitWithSignalDeathTest, NoSignalHasItsNumber) {
+    EXPECT_EQ(connector::no_signal, 0x80000000U);
+}
+
 TEST(ExitWithSignalDeathTest, WithoutASignalTheProcessExitsAtOnce) {
     for (const bool hasThread : {false, true}) {
-        EXPECT_EXIT(exitWith(4, 0x80000000, hasThread), ExitedWithCode(4), "^$");
+        EXPECT_EXIT(exitWith(4, connector::no_signal, hasThread), ExitedWithCode(4), "^$");
     }
 }
 
@@ -195,7 +200,7 @@ TEST(InvokedFromCygwinTest, TheFirstAnswerStaysAndADescriptionLooksAnew) {
     const PosixProvider provider;
     const connector c(embeddingOf(provider));
     EXPECT_FALSE(cygwin::invoked_from_cygwin());
-    gRecord = newerRecord(29, 0xe850717a);
+    gRecord = newerRecord(29, KNOWN_MAGIC);
     const testing_support::ReplacedCall<void WINAPI(STARTUPINFOA*)> call("GetStartupInfoA",
                                                                          &tellRecord);
     EXPECT_EQ(c.describe(), "version 1.7.35.\nInvoked from a cygwin process.");
@@ -242,8 +247,8 @@ TEST(InvokedFromCygwinTest, AnUnknownReleaseIsTakenAndNamed) {
 TEST(InvokedFromCygwinTest, OtherRecordsAreNotCygwins) {
     const char* const answer = "no no version 1.7.35.\n";
     EXPECT_EQ(childsAnswer({}), answer);
-    EXPECT_EQ(childsAnswer(newerRecord(28, 0xe850717a)), answer);
-    EXPECT_EQ(childsAnswer(olderRecordOfNoFiles(16, 0xe850717a)), answer);
+    EXPECT_EQ(childsAnswer(newerRecord(28, KNOWN_MAGIC)), answer);
+    EXPECT_EQ(childsAnswer(olderRecordOfNoFiles(16, KNOWN_MAGIC)), answer);
     EXPECT_EQ(childsAnswer(ChildRecord(64, 0)), answer);
 }
 
