@@ -8,7 +8,7 @@
 // Reading whole small files, making new directories, and repeated tries on files that another
 // process holds for a moment. Paths are UTF-8, of any length. Any thread may call these.
 
-/// The results of `readFile`: 0, or the number of a message (util/numberedmessage.h).
+/// The results of `readFile`: fileIsRead, or the number of a message (util/numberedmessage.h).
 enum ReadFileResult : int {
     fileIsRead = 0,
     fileNotOpened = 5001,
@@ -19,7 +19,7 @@ enum ReadFileResult : int {
     fileBeyondMemory = 5006,
 };
 
-/// Appends the bytes of a file to `text` and returns 0. Never throws.
+/// Appends the bytes of a file to `text` and returns fileIsRead. Never throws.
 ///
 /// On failure the result is another `ReadFileResult`, and the message for it replaces the content
 /// of `text`. GetLastError then has the error of the failed call.

@@ -21,6 +21,7 @@
 #include "testing/processes/filechild-win.h"
 #include "testing/scopes/tempfolder.h"
 #include "util/errortext.h"
+#include "util/windows/existingfile-win.h"
 #include "util/windows/scopedhandle-win.h"
 #include "util/windows/system-paths-win.h"
 
@@ -34,14 +35,14 @@ TEST(ReadFileTest, TheBytesOfAFileAreRead) {
     const TempFolder folder;
     const std::string content("line\r\n\0\x1A\xFF", 9);
     std::string text;
-    EXPECT_EQ(readFile(folder.write("file", content), text), 0);
+    EXPECT_EQ(readFile(folder.write("file", content), text), fileIsRead);
     EXPECT_EQ(text, content);
 }
 
 TEST(ReadFileTest, TheBytesGoBehindWhatTheTextHolds) {
     const TempFolder folder;
     std::string text = "before ";
-    EXPECT_EQ(readFile(folder.write("file", "the file"), text), 0);
+    EXPECT_EQ(readFile(folder.write("file", "the file"), text), fileIsRead);
     EXPECT_EQ(text, "before the file");
 }
 
@@ -49,10 +50,10 @@ TEST(ReadFileTest, AnEmptyFileLeavesTheTextAsItIs) {
     const TempFolder folder;
     const std::string path = folder.write("file", "");
     std::string text = "before";
-    EXPECT_EQ(readFile(path, text), 0);
+    EXPECT_EQ(readFile(path, text), fileIsRead);
     EXPECT_EQ(text, "before");
     text.clear();
-    EXPECT_EQ(readFile(path, text), 0);
+    EXPECT_EQ(readFile(path, text), fileIsRead);
     EXPECT_EQ(text, "");
 }
 
@@ -67,7 +68,7 @@ TEST(ReadFileTest, APathMayBeNonAsciiAndLong) {
     const std::wstring source = System::unicodePath(folder.write("file", "far"));
     ASSERT_TRUE(MoveFileW(source.c_str(), System::unicodePath(path).c_str()));
     std::string text;
-    EXPECT_EQ(readFile(path, text), 0);
+    EXPECT_EQ(readFile(path, text), fileIsRead);
     EXPECT_EQ(text, "far");
 }
 
@@ -78,7 +79,7 @@ TEST(ReadFileTest, AFileThatOthersHaveOpenToWriteIsRead) {
                                           FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
     ASSERT_TRUE(writer.isOpen());
     std::string text;
-    EXPECT_EQ(readFile(path, text), 0);
+    EXPECT_EQ(readFile(path, text), fileIsRead);
     EXPECT_EQ(text, "text");
 }
 
@@ -100,7 +101,7 @@ TEST(ReadFileTest, AFileIsReadByOneCall) {
     gReadFile = counted.original();
     gReads = 0;
     std::string text = "before";
-    EXPECT_EQ(readFile(path, text), 0);
+    EXPECT_EQ(readFile(path, text), fileIsRead);
     EXPECT_EQ(gReads, 1);
     EXPECT_EQ(gWanted, 1'000'000U);
     EXPECT_TRUE(text == "before" + content);
@@ -124,7 +125,7 @@ TEST(ReadFileTest, ALargeFileTakesOneAllocationMoreThanAnEmptyOne) {
     const auto allocations = [&](const std::string& path, size_t size) {
         std::string text;
         const size_t before = allocationCount();
-        EXPECT_EQ(readFile(path, text), 0);
+        EXPECT_EQ(readFile(path, text), fileIsRead);
         const size_t after = allocationCount();
         EXPECT_EQ(text.size(), size);
         return after - before;
@@ -146,7 +147,7 @@ TEST(ReadFileTest, SoakAFileOfMoreThanOneCallReadsIsReadWhole) {
     const TempFolder folder;
     const std::string path = writeZeros(folder, "file", SIZE);
     std::string text;
-    EXPECT_EQ(readFile(path, text), 0);
+    EXPECT_EQ(readFile(path, text), fileIsRead);
     EXPECT_EQ(text.size(), SIZE);
     EXPECT_TRUE(text.back() == '\0');
 }
@@ -183,7 +184,7 @@ TEST(ReadFileTest, AFileThatGrowsIsReadAsItWas) {
     const std::string path = folder.write("file", "as it was, and more");
     const ToldSize size(9);
     std::string text;
-    EXPECT_EQ(readFile(path, text), 0);
+    EXPECT_EQ(readFile(path, text), fileIsRead);
     EXPECT_EQ(text, "as it was");
 }
 
@@ -192,7 +193,7 @@ TEST(ReadFileTest, OfAFileThatShrinksThereIsWhatIsLeft) {
     const std::string path = folder.write("file", "left");
     const ToldSize size(1000);
     std::string text = "what is ";
-    EXPECT_EQ(readFile(path, text), 0);
+    EXPECT_EQ(readFile(path, text), fileIsRead);
     EXPECT_EQ(text, "what is left");
 }
 
@@ -240,7 +241,7 @@ TEST(ReadFileTest, AFailureToCloseIs5002) {
     EXPECT_EQ(text, path + ": failed to close file: " + words(ERROR_INVALID_HANDLE));
 }
 
-/// Reading fails with 23 until the scope ends.
+/// Reading fails with ERROR_CRC until the scope ends.
 class FailedReading {
 private:
     static BOOL WINAPI fail(HANDLE, LPVOID, DWORD, LPDWORD, LPOVERLAPPED) {
@@ -262,8 +263,8 @@ TEST(ReadFileTest, AFailureToReadIs5003) {
 }
 
 bool canReadBare(const std::string& path) {
-    const ScopedHandle file(CreateFileW(System::unicodePath(path).c_str(), GENERIC_READ, 7, nullptr,
-                                        OPEN_EXISTING, 0, nullptr));
+    const ScopedHandle file(CreateFileW(System::unicodePath(path).c_str(), GENERIC_READ, shareAll,
+                                        nullptr, OPEN_EXISTING, 0, nullptr));
     char byte = 0;
     DWORD count = 0;
     return ReadFile(file.get(), &byte, 1, &count, nullptr) != FALSE;
@@ -324,19 +325,19 @@ TEST(ReadFileTest, NoFailureLeavesTheFileOpen) {
     std::string text = "before";
     static_cast<void>(readFile(path, text));
     const size_t before = handleCount();
-    EXPECT_EQ(readFile(path, text), 0);
+    EXPECT_EQ(readFile(path, text), fileIsRead);
     {
         const ToldSize none;
-        EXPECT_EQ(readFile(path, text), 5004);
+        EXPECT_EQ(readFile(path, text), fileSizeUnknown);
     }
     for (const uint64_t size : {std::numeric_limits<uint64_t>::max(), uint64_t{1} << 60}) {
         const ToldSize told(size);
         text = "before";
-        EXPECT_GE(readFile(path, text), 5005);
+        EXPECT_GE(readFile(path, text), fileTooLong);
     }
     {
         const FailedReading failing;
-        EXPECT_EQ(readFile(path, text), 5003);
+        EXPECT_EQ(readFile(path, text), fileNotRead);
     }
     EXPECT_EQ(handleCount(), before);
 }
@@ -350,7 +351,7 @@ TEST(ReadFileDeathTest, WithoutMemoryForTheMessageTheNumberIsThereAndTheTextEmpt
             const MemoryShortage shortage(0);
             result = readFile(path, text);
         }
-        std::_Exit(result == 5001 && text.empty() ? 7 : 8);
+        std::_Exit(result == fileNotOpened && text.empty() ? 7 : 8);
     };
     EXPECT_EXIT(run(), testing::ExitedWithCode(7), "");
 }
@@ -382,11 +383,11 @@ TEST(FileErrorTextTest, EveryMessageOfReadFileEscapesThePath) {
     const std::string path = folder.write("\xC3\xA9", "text");
     const std::string start = folder.utf8() + "/\\u00e9: ";
     std::string text;
-    EXPECT_EQ(readFile(path + "missing", text), 5001);
+    EXPECT_EQ(readFile(path + "missing", text), fileNotOpened);
     EXPECT_EQ(text.substr(0, start.size() - 2), folder.utf8() + "/\\u00e9");
     const ToldSize size(uint64_t{1} << 60);
     text.clear();
-    EXPECT_EQ(readFile(path, text), 5006);
+    EXPECT_EQ(readFile(path, text), fileBeyondMemory);
     EXPECT_EQ(text, start + "file too long: 1152921504606846976");
 }
 
