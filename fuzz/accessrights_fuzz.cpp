@@ -47,9 +47,9 @@ Input read(std::string bytes) {
 
 bool belongs(const AccessRight& right, const Input& input) {
     if (right.objectType != input.objectType) {
-        return right.objectType == 0;
+        return right.objectType == ObjectType::any;
     }
-    return input.kind == 0 || (right.kinds & input.kind) != 0;
+    return input.kind == ObjectKind::unknown || (right.kinds & input.kind) != 0;
 }
 
 std::string hexadecimal(uint32_t number) {

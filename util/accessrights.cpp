@@ -243,7 +243,7 @@ void appendHexadecimal(std::string& text, uint32_t number) {
 }
 
 bool applies(const AccessRight& right, uint32_t objectType, uint32_t kind) {
-    return right.objectType == objectType ? kind == 0 || (right.kinds & kind) != 0
+    return right.objectType == objectType ? kind == unknown || (right.kinds & kind) != 0
                                           : right.objectType == any;
 }
 

@@ -16,8 +16,9 @@ inline constexpr uint32_t kernelObject = 6;
 inline constexpr uint32_t windowObject = 7;
 }  // namespace ObjectType
 
-/// Kinds of object within a type, as bits; 0 is an unknown kind.
+/// Kinds of object within a type, as bits.
 namespace ObjectKind {
+inline constexpr uint32_t unknown = 0;
 // of file
 inline constexpr uint32_t plainFile = 1;
 inline constexpr uint32_t directory = 2;
@@ -53,8 +54,8 @@ struct AccessRight {
 
 /// Writes a mask as "0x130089 [FILE_GENERIC_READ DELETE]": the names for an object of the type and
 /// kind, in the order of the table. Each bit appears under one name; the bits without a name follow
-/// as one number. For kind 0 every name of the type counts. A right of every type counts for any
-/// other type; for the type `any` itself it counts only with kind 0.
+/// as one number. For an unknown kind every name of the type counts. A right of every type counts
+/// for any other type; for the type `any` itself it counts only with an unknown kind.
 ///
 /// The stream's width applies to the whole text. Its flags, except the adjustment, and its locale
 /// have no effect. Afterwards the stream writes numbers in decimal.

@@ -16,6 +16,9 @@
 
 namespace {
 
+using namespace ObjectType;
+using namespace ObjectKind;
+
 std::string written(uint32_t mask, uint32_t objectType, uint32_t kind) {
     std::ostringstream out;
     writeAccessMask(out, mask, objectType, kind);
@@ -37,77 +40,77 @@ void expectTexts(std::initializer_list<Row> rows) {
 }
 
 TEST(AccessMaskTest, AMaskOfZeroHasNoNames) {
-    expectTexts({{0, 1, 1, "0x0 []"}, {0, 0, 0, "0x0 []"}, {0, 9, 9, "0x0 []"}});
+    expectTexts({{0, file, plainFile, "0x0 []"}, {0, any, unknown, "0x0 []"}, {0, 9, 9, "0x0 []"}});
 }
 
 TEST(AccessMaskTest, AFileHasTheNamesOfItsKind) {
     expectTexts({
-        {0x1f01ff, 1, 1, "0x1f01ff [FILE_ALL_ACCESS]"},
-        {0x1f01ff, 1, 2, "0x1f01ff [FILE_ALL_ACCESS]"},
-        {0x1f01ff, 1, 4, "0x1f01ff [FILE_ALL_ACCESS]"},
-        {0x1, 1, 1, "0x1 [FILE_READ_DATA]"},
-        {0x1, 1, 2, "0x1 [FILE_LIST_DIRECTORY]"},
-        {0x1, 1, 4, "0x1 [FILE_READ_DATA]"},
-        {0x2, 1, 1, "0x2 [FILE_WRITE_DATA]"},
-        {0x2, 1, 2, "0x2 [FILE_ADD_FILE]"},
-        {0x4, 1, 1, "0x4 [FILE_APPEND_DATA]"},
-        {0x4, 1, 2, "0x4 [FILE_ADD_SUBDIRECTORY]"},
-        {0x4, 1, 4, "0x4 [FILE_CREATE_PIPE_INSTANCE]"},
-        {0x20, 1, 1, "0x20 [FILE_EXECUTE]"},
-        {0x20, 1, 2, "0x20 [FILE_TRAVERSE]"},
-        {0x20, 1, 4, "0x20 [0x20]"},
-        {0x40, 1, 1, "0x40 [0x40]"},
-        {0x40, 1, 2, "0x40 [FILE_DELETE_CHILD]"},
+        {0x1f01ff, file, plainFile, "0x1f01ff [FILE_ALL_ACCESS]"},
+        {0x1f01ff, file, directory, "0x1f01ff [FILE_ALL_ACCESS]"},
+        {0x1f01ff, file, ObjectKind::pipe, "0x1f01ff [FILE_ALL_ACCESS]"},
+        {0x1, file, plainFile, "0x1 [FILE_READ_DATA]"},
+        {0x1, file, directory, "0x1 [FILE_LIST_DIRECTORY]"},
+        {0x1, file, ObjectKind::pipe, "0x1 [FILE_READ_DATA]"},
+        {0x2, file, plainFile, "0x2 [FILE_WRITE_DATA]"},
+        {0x2, file, directory, "0x2 [FILE_ADD_FILE]"},
+        {0x4, file, plainFile, "0x4 [FILE_APPEND_DATA]"},
+        {0x4, file, directory, "0x4 [FILE_ADD_SUBDIRECTORY]"},
+        {0x4, file, ObjectKind::pipe, "0x4 [FILE_CREATE_PIPE_INSTANCE]"},
+        {0x20, file, plainFile, "0x20 [FILE_EXECUTE]"},
+        {0x20, file, directory, "0x20 [FILE_TRAVERSE]"},
+        {0x20, file, ObjectKind::pipe, "0x20 [0x20]"},
+        {0x40, file, plainFile, "0x40 [0x40]"},
+        {0x40, file, directory, "0x40 [FILE_DELETE_CHILD]"},
     });
 }
 
 TEST(AccessMaskTest, OfAnUnknownKindTheFirstNameOfTheTypeIsTaken) {
     expectTexts({
-        {0x1, 1, 0, "0x1 [FILE_LIST_DIRECTORY]"},
-        {0x4, 1, 0, "0x4 [FILE_CREATE_PIPE_INSTANCE]"},
-        {0x1, 6, 0, "0x1 [PROCESS_TERMINATE]"},
+        {0x1, file, unknown, "0x1 [FILE_LIST_DIRECTORY]"},
+        {0x4, file, unknown, "0x4 [FILE_CREATE_PIPE_INSTANCE]"},
+        {0x1, kernelObject, unknown, "0x1 [PROCESS_TERMINATE]"},
         // The wider names come after the token's.
-        {0x1f0003, 6, 0,
+        {0x1f0003, kernelObject, unknown,
          "0x1f0003 [TOKEN_EXECUTE DELETE WRITE_DAC WRITE_OWNER SYNCHRONIZE PROCESS_TERMINATE "
          "PROCESS_CREATE_THREAD]"},
-        {0x1, 7, 0, "0x1 [WINSTA_ENUMDESKTOPS]"},
-        {0x200, 7, 0, "0x200 [WINSTA_READSCREEN]"},
+        {0x1, windowObject, unknown, "0x1 [WINSTA_ENUMDESKTOPS]"},
+        {0x200, windowObject, unknown, "0x200 [WINSTA_READSCREEN]"},
     });
 }
 
 TEST(AccessMaskTest, OfSeveralKindsTheNamesOfEachCount) {
     expectTexts({
-        {0x21, 1, 3, "0x21 [FILE_LIST_DIRECTORY FILE_TRAVERSE]"},
-        {0x5, 1, 5, "0x5 [FILE_READ_DATA FILE_CREATE_PIPE_INSTANCE]"},
-        {0x1, 6, 0xC, "0x1 [JOB_OBJECT_ASSIGN_PROCESS]"},
+        {0x21, file, plainFile | directory, "0x21 [FILE_LIST_DIRECTORY FILE_TRAVERSE]"},
+        {0x5, file, plainFile | ObjectKind::pipe, "0x5 [FILE_READ_DATA FILE_CREATE_PIPE_INSTANCE]"},
+        {0x1, kernelObject, job | token, "0x1 [JOB_OBJECT_ASSIGN_PROCESS]"},
     });
 }
 
 TEST(AccessMaskTest, TheWidestNameIsTakenFirstAndTheBitsLeftOverOneByOne) {
     expectTexts({
-        {0x120089, 1, 1, "0x120089 [FILE_GENERIC_READ]"},
-        {0x120116, 1, 1, "0x120116 [FILE_GENERIC_WRITE]"},
-        {0x1200a0, 1, 1, "0x1200a0 [FILE_GENERIC_EXECUTE]"},
-        {0x1200a9, 1, 2, "0x1200a9 [FILE_GENERIC_READ FILE_TRAVERSE]"},
-        {0x12019f, 1, 1,
+        {0x120089, file, plainFile, "0x120089 [FILE_GENERIC_READ]"},
+        {0x120116, file, plainFile, "0x120116 [FILE_GENERIC_WRITE]"},
+        {0x1200a0, file, plainFile, "0x1200a0 [FILE_GENERIC_EXECUTE]"},
+        {0x1200a9, file, directory, "0x1200a9 [FILE_GENERIC_READ FILE_TRAVERSE]"},
+        {0x12019f, file, plainFile,
          "0x12019f [FILE_GENERIC_READ FILE_WRITE_DATA FILE_APPEND_DATA FILE_WRITE_EA "
          "FILE_WRITE_ATTRIBUTES]"},
-        {0x1301bf, 1, 1,
+        {0x1301bf, file, plainFile,
          "0x1301bf [FILE_GENERIC_READ DELETE FILE_WRITE_DATA FILE_APPEND_DATA FILE_WRITE_EA "
          "FILE_EXECUTE FILE_WRITE_ATTRIBUTES]"},
-        {0x1f0000, 1, 1, "0x1f0000 [STANDARD_RIGHTS_ALL]"},
-        {0xf0000, 1, 1, "0xf0000 [STANDARD_RIGHTS_REQUIRED]"},
-        {0xe0000, 1, 1, "0xe0000 [READ_CONTROL WRITE_DAC WRITE_OWNER]"},
-        {0xffff, 1, 1, "0xffff [SPECIFIC_RIGHTS_ALL]"},
+        {0x1f0000, file, plainFile, "0x1f0000 [STANDARD_RIGHTS_ALL]"},
+        {0xf0000, file, plainFile, "0xf0000 [STANDARD_RIGHTS_REQUIRED]"},
+        {0xe0000, file, plainFile, "0xe0000 [READ_CONTROL WRITE_DAC WRITE_OWNER]"},
+        {0xffff, file, plainFile, "0xffff [SPECIFIC_RIGHTS_ALL]"},
     });
 }
 
 TEST(AccessMaskTest, BitsWithoutANameAreOneNumberBehindTheNames) {
     expectTexts({
-        {0x1fffff, 1, 1, "0x1fffff [FILE_ALL_ACCESS 0xfe00]"},
-        {0x8000, 1, 1, "0x8000 [0x8000]"},
-        {0x4000a001, 1, 1, "0x4000a001 [GENERIC_WRITE FILE_READ_DATA 0xa000]"},
-        {0xffffffff, 1, 1,
+        {0x1fffff, file, plainFile, "0x1fffff [FILE_ALL_ACCESS 0xfe00]"},
+        {0x8000, file, plainFile, "0x8000 [0x8000]"},
+        {0x4000a001, file, plainFile, "0x4000a001 [GENERIC_WRITE FILE_READ_DATA 0xa000]"},
+        {0xffffffff, file, plainFile,
          "0xffffffff [FILE_ALL_ACCESS ACCESS_SYSTEM_SECURITY MAXIMUM_ALLOWED GENERIC_READ "
          "GENERIC_WRITE GENERIC_EXECUTE GENERIC_ALL 0xce0fe00]"},
     });
@@ -115,63 +118,65 @@ TEST(AccessMaskTest, BitsWithoutANameAreOneNumberBehindTheNames) {
 
 TEST(AccessMaskTest, RegistryKeysHaveNamesForAnUnknownKindAlone) {
     expectTexts({
-        {0xf003f, 4, 0, "0xf003f [KEY_ALL_ACCESS]"},
-        {0x20006, 4, 0, "0x20006 [KEY_WRITE]"},
-        {0x20019, 4, 0, "0x20019 [KEY_READ]"},
-        {0x2001f, 4, 0, "0x2001f [KEY_WRITE KEY_QUERY_VALUE KEY_ENUMERATE_SUB_KEYS KEY_NOTIFY]"},
-        {0x20024, 4, 0, "0x20024 [READ_CONTROL KEY_CREATE_SUB_KEY KEY_CREATE_LINK]"},
+        {0xf003f, registryKey, unknown, "0xf003f [KEY_ALL_ACCESS]"},
+        {0x20006, registryKey, unknown, "0x20006 [KEY_WRITE]"},
+        {0x20019, registryKey, unknown, "0x20019 [KEY_READ]"},
+        {0x2001f, registryKey, unknown,
+         "0x2001f [KEY_WRITE KEY_QUERY_VALUE KEY_ENUMERATE_SUB_KEYS KEY_NOTIFY]"},
+        {0x20024, registryKey, unknown,
+         "0x20024 [READ_CONTROL KEY_CREATE_SUB_KEY KEY_CREATE_LINK]"},
         // KEY_WOW64_RES, the name of both bits, comes after the first one and is never reached.
-        {0x300, 4, 0, "0x300 [KEY_WOW64_64KEY KEY_WOW64_32KEY]"},
-        {0x10001, 4, 1, "0x10001 [DELETE 0x1]"},
+        {0x300, registryKey, unknown, "0x300 [KEY_WOW64_64KEY KEY_WOW64_32KEY]"},
+        {0x10001, registryKey, 1, "0x10001 [DELETE 0x1]"},
     });
 }
 
 TEST(AccessMaskTest, KernelObjectsHaveTheNamesOfTheirKind) {
     expectTexts({
-        {0x1f0fff, 6, 1, "0x1f0fff [PROCESS_ALL_ACCESS]"},
-        {0x1f03ff, 6, 2, "0x1f03ff [THREAD_ALL_ACCESS]"},
-        {0x1f001f, 6, 4, "0x1f001f [JOB_OBJECT_ALL_ACCESS]"},
-        {0xf01ff, 6, 8, "0xf01ff [TOKEN_ALL_ACCESS]"},
-        {0xf00ff, 6, 8, "0xf00ff [TOKEN_ALL_ACCESS_P]"},
-        {0x200e0, 6, 8, "0x200e0 [TOKEN_WRITE]"},
-        {0x20008, 6, 8, "0x20008 [TOKEN_READ]"},
-        {0x20000, 6, 8, "0x20000 [TOKEN_EXECUTE]"},
-        {0x20000, 6, 1, "0x20000 [READ_CONTROL]"},
-        {0x200e8, 6, 8, "0x200e8 [TOKEN_WRITE TOKEN_QUERY]"},
-        {0x1f0003, 6, 16, "0x1f0003 [EVENT_ALL_ACCESS]"},
-        {0x1f0001, 6, 32, "0x1f0001 [MUTANT_ALL_ACCESS]"},
-        {0x1f0003, 6, 64, "0x1f0003 [SEMAPHORE_ALL_ACCESS]"},
-        {0x1f0003, 6, 128, "0x1f0003 [TIMER_ALL_ACCESS]"},
-        {0xf001f, 6, 256, "0xf001f [SECTION_ALL_ACCESS]"},
-        {0x1f03ff, 6, 1,
+        {0x1f0fff, kernelObject, process, "0x1f0fff [PROCESS_ALL_ACCESS]"},
+        {0x1f03ff, kernelObject, thread, "0x1f03ff [THREAD_ALL_ACCESS]"},
+        {0x1f001f, kernelObject, job, "0x1f001f [JOB_OBJECT_ALL_ACCESS]"},
+        {0xf01ff, kernelObject, token, "0xf01ff [TOKEN_ALL_ACCESS]"},
+        {0xf00ff, kernelObject, token, "0xf00ff [TOKEN_ALL_ACCESS_P]"},
+        {0x200e0, kernelObject, token, "0x200e0 [TOKEN_WRITE]"},
+        {0x20008, kernelObject, token, "0x20008 [TOKEN_READ]"},
+        {0x20000, kernelObject, token, "0x20000 [TOKEN_EXECUTE]"},
+        {0x20000, kernelObject, process, "0x20000 [READ_CONTROL]"},
+        {0x200e8, kernelObject, token, "0x200e8 [TOKEN_WRITE TOKEN_QUERY]"},
+        {0x1f0003, kernelObject, event, "0x1f0003 [EVENT_ALL_ACCESS]"},
+        {0x1f0001, kernelObject, mutant, "0x1f0001 [MUTANT_ALL_ACCESS]"},
+        {0x1f0003, kernelObject, semaphore, "0x1f0003 [SEMAPHORE_ALL_ACCESS]"},
+        {0x1f0003, kernelObject, timer, "0x1f0003 [TIMER_ALL_ACCESS]"},
+        {0xf001f, kernelObject, section, "0xf001f [SECTION_ALL_ACCESS]"},
+        {0x1f03ff, kernelObject, process,
          "0x1f03ff [STANDARD_RIGHTS_ALL PROCESS_TERMINATE PROCESS_CREATE_THREAD "
          "PROCESS_SET_SESSIONID PROCESS_VM_OPERATION PROCESS_VM_READ PROCESS_VM_WRITE "
          "PROCESS_DUP_HANDLE PROCESS_CREATE_PROCESS PROCESS_SET_QUOTA PROCESS_SET_INFORMATION]"},
-        {0xc00, 6, 1, "0xc00 [PROCESS_QUERY_INFORMATION PROCESS_SUSPEND_RESUME]"},
-        {0x3, 6, 16, "0x3 [!!EVENT_UNDOCUMENTED!! EVENT_MODIFY_STATE]"},
-        {0x3, 6, 64, "0x3 [!!SEMAPHORE_UNDOCUMENTED!! SEMAPHORE_MODIFY_STATE]"},
-        {0x4, 6, 2, "0x4 [!!THREAD_UNDOCUMENTED!!]"},
+        {0xc00, kernelObject, process, "0xc00 [PROCESS_QUERY_INFORMATION PROCESS_SUSPEND_RESUME]"},
+        {0x3, kernelObject, event, "0x3 [!!EVENT_UNDOCUMENTED!! EVENT_MODIFY_STATE]"},
+        {0x3, kernelObject, semaphore, "0x3 [!!SEMAPHORE_UNDOCUMENTED!! SEMAPHORE_MODIFY_STATE]"},
+        {0x4, kernelObject, thread, "0x4 [!!THREAD_UNDOCUMENTED!!]"},
     });
 }
 
 TEST(AccessMaskTest, WindowObjectsHaveTheNamesOfTheirKind) {
     expectTexts({
-        {0x37f, 7, 1, "0x37f [WINSTA_ALL_ACCESS]"},
-        {0x1ff, 7, 2, "0x1ff [DESKTOP_ALL_ACCESS]"},
-        {0x81, 7, 1, "0x81 [WINSTA_ENUMDESKTOPS !!WINSTA_UNDOCUMENTED!!]"},
-        {0x81, 7, 2, "0x81 [DESKTOP_READOBJECTS DESKTOP_WRITEOBJECTS]"},
+        {0x37f, windowObject, windowStation, "0x37f [WINSTA_ALL_ACCESS]"},
+        {0x1ff, windowObject, desktop, "0x1ff [DESKTOP_ALL_ACCESS]"},
+        {0x81, windowObject, windowStation, "0x81 [WINSTA_ENUMDESKTOPS !!WINSTA_UNDOCUMENTED!!]"},
+        {0x81, windowObject, desktop, "0x81 [DESKTOP_READOBJECTS DESKTOP_WRITEOBJECTS]"},
         // WINSTA_READSCREEN has no kind.
-        {0x200, 7, 1, "0x200 [0x200]"},
+        {0x200, windowObject, windowStation, "0x200 [0x200]"},
     });
 }
 
 TEST(AccessMaskTest, NamesOfEveryTypeCountForOtherTypesAndForTypeZeroWithoutKind) {
     expectTexts({
-        {0x10001, 5, 0, "0x10001 [DELETE 0x1]"},
+        {0x10001, 5, unknown, "0x10001 [DELETE 0x1]"},
         {0x10001, 12, 3, "0x10001 [DELETE 0x1]"},
-        {0x10001, 0, 0, "0x10001 [DELETE 0x1]"},
-        {0x10001, 0, 1, "0x10001 [0x10001]"},
-        {0xffff, 0, 0, "0xffff [SPECIFIC_RIGHTS_ALL]"},
+        {0x10001, any, unknown, "0x10001 [DELETE 0x1]"},
+        {0x10001, any, 1, "0x10001 [0x10001]"},
+        {0xffff, any, unknown, "0xffff [SPECIFIC_RIGHTS_ALL]"},
     });
 }
 
@@ -186,7 +191,7 @@ TEST(AccessMaskTest, NeitherFlagsNorLocaleOfTheStreamHaveAnEffect) {
     out.imbue(std::locale(out.getloc(), new Grouping));
     out << std::hex << std::showbase << std::uppercase << std::showpos << std::internal
         << std::setprecision(2) << std::setfill('*');
-    writeAccessMask(out, 0x2ab0001, 1, 1);
+    writeAccessMask(out, 0x2ab0001, file, plainFile);
     EXPECT_EQ(
         out.str(),
         "0x2ab0001 [DELETE READ_CONTROL WRITE_OWNER MAXIMUM_ALLOWED FILE_READ_DATA 0xa00000]");
@@ -195,24 +200,24 @@ TEST(AccessMaskTest, NeitherFlagsNorLocaleOfTheStreamHaveAnEffect) {
 TEST(AccessMaskTest, TheWidthIsThatOfTheWhole) {
     std::ostringstream out;
     out << std::setfill('.') << std::left << std::setw(12);
-    writeAccessMask(out, 0x8000, 1, 1) << '|' << std::right << std::setw(17);
-    writeAccessMask(out, 0x8000, 1, 1) << '|';
+    writeAccessMask(out, 0x8000, file, plainFile) << '|' << std::right << std::setw(17);
+    writeAccessMask(out, 0x8000, file, plainFile) << '|';
     EXPECT_EQ(out.str(), "0x8000 [0x8000]|..0x8000 [0x8000]|");
 }
 
 TEST(AccessMaskTest, NumbersAreDecimalAfterwards) {
     std::ostringstream out;
     out << std::hex;
-    writeAccessMask(out, 0, 1, 1) << ' ' << 16;
+    writeAccessMask(out, 0, file, plainFile) << ' ' << 16;
     out << std::oct;
-    writeAccessMask(out, 0, 1, 1) << ' ' << 16;
+    writeAccessMask(out, 0, file, plainFile) << ' ' << 16;
     EXPECT_EQ(out.str(), "0x0 [] 160x0 [] 16");
 }
 
 TEST(AccessMaskTest, AStreamThatHasFailedTakesNothing) {
     std::ostringstream out;
     out.setstate(std::ios_base::failbit);
-    writeAccessMask(out, 1, 1, 1);
+    writeAccessMask(out, 1, file, plainFile);
     EXPECT_EQ(out.str(), "");
 }
 

@@ -98,10 +98,12 @@ TEST_F(AccessControlEntryTest, AMadeAceHoldsMaskSidAndFlags) {
         AccessControlEntry mAce;
         BYTE mType;
     } rows[] = {
-        {"allowed", AccessControlEntry::allowed(0x12345678, sid, 0x13), 0},
-        {"denied", AccessControlEntry::denied(0x12345678, sid, 0x13), 1},
-        {"not denied by flag", {0x12345678, sid, 0x13, /*isDenied=*/false}, 0},
-        {"denied by flag", {0x12345678, sid, 0x13, /*isDenied=*/true}, 1},
+        {"allowed", AccessControlEntry::allowed(0x12345678, sid, 0x13), ACCESS_ALLOWED_ACE_TYPE},
+        {"denied", AccessControlEntry::denied(0x12345678, sid, 0x13), ACCESS_DENIED_ACE_TYPE},
+        {"not denied by flag",
+         {0x12345678, sid, 0x13, /*isDenied=*/false},
+         ACCESS_ALLOWED_ACE_TYPE},
+        {"denied by flag", {0x12345678, sid, 0x13, /*isDenied=*/true}, ACCESS_DENIED_ACE_TYPE},
     };
     for (const auto& row : rows) {
         EXPECT_TRUE(row.mAce.isOwner()) << row.mName;
@@ -119,7 +121,8 @@ TEST_F(AccessControlEntryTest, ANullOrInvalidSidHasNoBytesInIt) {
     SID invalid = {SID_REVISION + 1, 1, SECURITY_NT_AUTHORITY, {0}};
     for (PSID sid : {PSID(nullptr), PSID(&invalid)}) {
         const AccessControlEntry ace = AccessControlEntry::denied(0x12345678, sid, 3);
-        EXPECT_EQ(bytesOf(ace), (std::vector<BYTE>{1, 3, 8, 0, 0x78, 0x56, 0x34, 0x12}));
+        EXPECT_EQ(bytesOf(ace),
+                  (std::vector<BYTE>{ACCESS_DENIED_ACE_TYPE, 3, 8, 0, 0x78, 0x56, 0x34, 0x12}));
     }
 }
 

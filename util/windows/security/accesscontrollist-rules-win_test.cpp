@@ -132,8 +132,14 @@ TEST_F(AccessControlRulesTest, TheTypeTellsWhetherADecisiveAceAllowsOrDenies) {
         if (type == ACCESS_ALLOWED_COMPOUND_ACE_TYPE) {
             continue;
         }
-        const bool allows = type == 0 || type == 5 || type == 9 || type == 11;
-        const bool denies = type == 1 || type == 6 || type == 10 || type == 12;
+        const bool allows = type == ACCESS_ALLOWED_ACE_TYPE ||
+                            type == ACCESS_ALLOWED_OBJECT_ACE_TYPE ||
+                            type == ACCESS_ALLOWED_CALLBACK_ACE_TYPE ||
+                            type == ACCESS_ALLOWED_CALLBACK_OBJECT_ACE_TYPE;
+        const bool denies = type == ACCESS_DENIED_ACE_TYPE ||
+                            type == ACCESS_DENIED_OBJECT_ACE_TYPE ||
+                            type == ACCESS_DENIED_CALLBACK_ACE_TYPE ||
+                            type == ACCESS_DENIED_CALLBACK_OBJECT_ACE_TYPE;
         // The second ACE decides if the first doesn't.
         for (const bool fallback : {false, true}) {
             AccessControlList acl = aclOf("");

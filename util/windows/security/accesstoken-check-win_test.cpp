@@ -68,10 +68,10 @@ TEST_F(AccessCheckTest, WindowsIsAskedWithRoomForPrivilegesAndTheseAreHandedOver
     PrivilegeSet used = {1, {{{9, 9}, 9}}};
     DWORD granted = 0;
     gCheck.status = TRUE;
-    EXPECT_TRUE(mToken.accessCheck(mReadable, 0x120089, FILES, used, granted));
+    EXPECT_TRUE(mToken.accessCheck(mReadable, FILE_GENERIC_READ, FILES, used, granted));
     EXPECT_EQ(gCheck.security, mReadable.descriptor());
     EXPECT_EQ(gCheck.token, mToken.token());
-    EXPECT_EQ(gCheck.desired, 0x120089U);
+    EXPECT_EQ(gCheck.desired, DWORD{FILE_GENERIC_READ});
     EXPECT_EQ(gCheck.length, 1024U);
     EXPECT_EQ(std::memcmp(&gCheck.mapping, &FILES, sizeof FILES), 0);
     EXPECT_EQ(granted, 0xABCDEFU);

@@ -20,6 +20,9 @@ namespace {
 
 using namespace testing_support;
 
+constexpr DWORD INTERACTIVE = LOGON32_LOGON_INTERACTIVE;
+constexpr DWORD DEFAULT_PROVIDER = LOGON32_PROVIDER_DEFAULT;
+
 using Profile = boost::shared_ptr<AccessToken::Profile>;
 
 const HANDLE SOME_TOKEN = reinterpret_cast<HANDLE>(0x5678);
@@ -114,8 +117,8 @@ TEST_F(LogonTest, UserDomainAndPasswordGoToWindowsInWideText) {
 }
 
 TEST_F(LogonTest, AnEmptyDomainIsNullAndADotIsADot) {
-    { const AccessToken token("user", "", "", 2, 0); }
-    { const AccessToken token("user", ".", "", 2, 0); }
+    { const AccessToken token("user", "", "", INTERACTIVE, DEFAULT_PROVIDER); }
+    { const AccessToken token("user", ".", "", INTERACTIVE, DEFAULT_PROVIDER); }
     ASSERT_EQ(sTaken->logons.size(), 2U);
     EXPECT_FALSE(sTaken->logons[0].hasDomain);
     EXPECT_TRUE(sTaken->logons[1].hasDomain);
@@ -125,11 +128,13 @@ TEST_F(LogonTest, AnEmptyDomainIsNullAndADotIsADot) {
 
 TEST_F(LogonTest, ALogonThatIsRefusedNamesTheCallAndLoadsNoProfile) {
     const RefusedCall<decltype(LogonUserW)> call("LogonUserW", ERROR_LOGON_FAILURE);
-    expectFailedCall("LogonUserW", ERROR_LOGON_FAILURE,
-                     [] { AccessToken("user", "domain", "password", 2, 0); });
+    expectFailedCall("LogonUserW", ERROR_LOGON_FAILURE, [] {
+        AccessToken("user", "domain", "password", INTERACTIVE, DEFAULT_PROVIDER);
+    });
     Profile profile;
-    expectFailedCall("LogonUserW", ERROR_LOGON_FAILURE,
-                     [&] { AccessToken("user", "domain", "password", 2, 0, 1, profile); });
+    expectFailedCall("LogonUserW", ERROR_LOGON_FAILURE, [&] {
+        AccessToken("user", "domain", "password", INTERACTIVE, DEFAULT_PROVIDER, 1, profile);
+    });
     EXPECT_EQ(profile, nullptr);
     EXPECT_EQ(sTaken->events, "");
 }
@@ -146,19 +151,19 @@ TEST_F(LogonTest, AProfileIsLoadedForTheTokenWithTheDomainAsItsServer) {
                         {"d\xC3\xA4", L"d\u00e4", L"d\u00e4"}};
     for (const Row& row : rows) {
         Profile profile;
-        const AccessToken token("us\xC3\xA4r", row.domain, "password", 2, 3, /*profileFlags=*/5,
-                                profile);
+        const AccessToken token("us\xC3\xA4r", row.domain, "password", INTERACTIVE,
+                                LOGON32_PROVIDER_WINNT50, /*profileFlags=*/5, profile);
         ASSERT_NE(profile, nullptr);
         const Loaded& loaded = sTaken->loaded.back();
         EXPECT_EQ(loaded.token, token.token());
-        EXPECT_EQ(loaded.size, 56U);
+        EXPECT_EQ(loaded.size, sizeof(PROFILEINFOW));
         EXPECT_EQ(loaded.flags, 5U);
         EXPECT_EQ(loaded.user, L"us\u00e4r");
         EXPECT_EQ(loaded.hasServer, *row.server != L'\0') << row.domain;
         EXPECT_EQ(loaded.server, row.server);
         EXPECT_FALSE(loaded.hasRest);
-        EXPECT_EQ(sTaken->logons.back().type, 2U);
-        EXPECT_EQ(sTaken->logons.back().provider, 3U);
+        EXPECT_EQ(sTaken->logons.back().type, INTERACTIVE);
+        EXPECT_EQ(sTaken->logons.back().provider, DWORD{LOGON32_PROVIDER_WINNT50});
         EXPECT_EQ(sTaken->logons.back().domain, row.wideDomain);
         profile.reset();
         EXPECT_EQ(sTaken->unloaded, token.token());
@@ -184,8 +189,8 @@ TEST_F(LogonTest, AProfileIsUnloadedOnceWithTokenAndKey) {
 
 TEST_F(LogonTest, ANewProfileTakesThePlaceOfTheOldOneWhichIsUnloaded) {
     Profile profile;
-    const AccessToken first("user", "", "", 2, 0, 0, profile);
-    const AccessToken second("user", "", "", 2, 0, 0, profile);
+    const AccessToken first("user", "", "", INTERACTIVE, DEFAULT_PROVIDER, 0, profile);
+    const AccessToken second("user", "", "", INTERACTIVE, DEFAULT_PROVIDER, 0, profile);
     EXPECT_EQ(sTaken->events, "logon load1 logon load2 unload1 ");
     EXPECT_EQ(sTaken->unloaded, first.token());
     EXPECT_EQ(profile->information().hProfile, key(2));
@@ -195,13 +200,14 @@ TEST_F(LogonTest, ANewProfileTakesThePlaceOfTheOldOneWhichIsUnloaded) {
 
 TEST_F(LogonTest, AFailedProfileLoadClosesTheTokenAndLeavesTheOldProfile) {
     Profile profile;
-    const AccessToken first("user", "", "", 2, 0, 0, profile);
+    const AccessToken first("user", "", "", INTERACTIVE, DEFAULT_PROVIDER, 0, profile);
     const AccessToken::Profile* const before = profile.get();
     {
         const RefusedCall<decltype(LoadUserProfileW)> call("LoadUserProfileW",
                                                            ERROR_BAD_USER_PROFILE);
-        expectFailedCall("LoadUserProfileW", ERROR_BAD_USER_PROFILE,
-                         [&] { AccessToken("user", "", "", 2, 0, 0, profile); });
+        expectFailedCall("LoadUserProfileW", ERROR_BAD_USER_PROFILE, [&] {
+            AccessToken("user", "", "", INTERACTIVE, DEFAULT_PROVIDER, 0, profile);
+        });
         expectFailedCall("LoadUserProfileW", ERROR_BAD_USER_PROFILE,
                          [] { AccessToken::Profile(SOME_TOKEN, "user", "", 0); });
     }

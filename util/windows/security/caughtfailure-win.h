@@ -10,7 +10,7 @@
 
 /// Runs `steps`, for functions that report failures by their result. Returns false if `steps` threw
 /// a std::exception. Then `*errorText`, unless null, is `prefix` followed by its `what()`, and
-/// GetLastError returns the number of a Win32Exception, or 0 for any other exception.
+/// GetLastError returns the number of a Win32Exception, or NO_ERROR for any other exception.
 template <class Steps>
 [[nodiscard]] bool runCatching(Steps&& steps, const std::string& prefix, std::string* errorText) {
     const auto report = [&](const std::exception& failure, DWORD error) {

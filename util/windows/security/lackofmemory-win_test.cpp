@@ -22,6 +22,9 @@ namespace {
 
 using namespace testing_support;
 
+constexpr DWORD INTERACTIVE = LOGON32_LOGON_INTERACTIVE;
+constexpr DWORD DEFAULT_PROVIDER = LOGON32_PROVIDER_DEFAULT;
+
 constexpr SID_IDENTIFIER_AUTHORITY NT_AUTHORITY = SECURITY_NT_AUTHORITY;
 
 SecurityIdentifier copyOf(const SecurityIdentifier& sid) { return sid; }
@@ -107,10 +110,11 @@ TEST(SecurityWithLittleMemoryDeathTest, DescriptorsHoldNothing) {
         expectNothingHeldOfLittleMemory(name, step);
     };
     expect("restricted", [&] { AccessToken(token, 0, groups, privileges, groups); });
-    expect("logon", [] { AccessToken("user", "", "password", 2, 0); });
+    expect("logon", [] { AccessToken("user", "", "password", INTERACTIVE, DEFAULT_PROVIDER); });
     expect("profile", [] {
         boost::shared_ptr<AccessToken::Profile> profile;
-        const AccessToken user("user", "server", "password", 2, 0, 0, profile);
+        const AccessToken user("user", "server", "password", INTERACTIVE, DEFAULT_PROVIDER, 0,
+                               profile);
         profile.reset();
     });
     expect("user", [&] { static_cast<void>(token.user()); });

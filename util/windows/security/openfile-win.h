@@ -12,7 +12,7 @@
 /// processes don't inherit.
 ///
 /// `flags` are those of the C runtime's `open`:
-///   _O_RDONLY, _O_WRONLY, _O_RDWR  the access; both bits (3) open with no access at all
+///   _O_RDONLY, _O_WRONLY, _O_RDWR  the access; _O_WRONLY | _O_RDWR gives none at all
 ///   _O_CREAT     creates the file if it is missing
 ///   _O_EXCL      with _O_CREAT, fails if the file exists; otherwise has no effect
 ///   _O_TRUNC     empties the file; without _O_CREAT that needs write access

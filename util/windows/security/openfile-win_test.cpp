@@ -17,6 +17,7 @@
 #include "testing/counts/allocationcount.h"
 #include "testing/scopes/tempfolder.h"
 #include "util/stringpool.h"
+#include "util/windows/existingfile-win.h"
 #include "util/windows/scopedhandle-win.h"
 #include "util/windows/security/securityattributes-win.h"
 #include "util/windows/security/securitydescriptor-win.h"
@@ -105,8 +106,9 @@ TEST(OpenFileTest, AccessAndCreationFollowTheFlagsAndAllElseIsFixed) {
                 EXPECT_EQ(last.calls, ++calls);
                 EXPECT_EQ(last.access, access.rights);
                 EXPECT_EQ(last.disposition, creation.disposition);
-                EXPECT_EQ(last.share, 7U);
-                EXPECT_EQ(last.attributes, 0x8000080U);
+                EXPECT_EQ(last.share, shareAll);
+                EXPECT_EQ(last.attributes,
+                          DWORD{FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN});
                 EXPECT_EQ(last.security, nullptr);
                 EXPECT_EQ(last.model, nullptr);
             }
@@ -118,7 +120,8 @@ TEST(OpenFileTest, TheModeIsNotRead) {
     const RecordedOpening opening;
     for (const int mode : {0, 0777, -1}) {
         open("c:/file", _O_CREAT, nullptr, mode);
-        EXPECT_EQ(opening.last().attributes, 0x8000080U);
+        EXPECT_EQ(opening.last().attributes,
+                  DWORD{FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN});
         EXPECT_EQ(opening.last().disposition, static_cast<DWORD>(OPEN_ALWAYS));
     }
 }

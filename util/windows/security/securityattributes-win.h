@@ -55,9 +55,9 @@ private:
 /// UTF-8 and may have any length.
 ///
 /// Returns false on failure. Then `*errorText`, unless null, is the path, ": " and the message, and
-/// GetLastError returns the error number, or 0 if the failure isn't one of Windows. A directory
-/// whose owner has no account fails as well, because Windows makes no text for it. Throws nothing
-/// but std::bad_alloc.
+/// GetLastError returns the error number, or NO_ERROR if the failure isn't one of Windows. A
+/// directory whose owner has no account fails as well, because Windows makes no text for it. Throws
+/// nothing but std::bad_alloc.
 [[nodiscard]] bool securityAttributesForDirectory(const std::string& path, const char*& name,
                                                   std::string* errorText = nullptr);
 

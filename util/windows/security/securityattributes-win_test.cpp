@@ -40,7 +40,7 @@ TEST(SecurityAttributesRegistryTest, ANameHasAttributesWithItsDescriptorThatAreN
     registry.add(HashedText("name"), std::move(security));
     const SECURITY_ATTRIBUTES* const found = registry.find(HashedText(std::string("name")));
     ASSERT_NE(found, nullptr);
-    EXPECT_EQ(found->nLength, 24U);
+    EXPECT_EQ(found->nLength, sizeof(SECURITY_ATTRIBUTES));
     EXPECT_EQ(found->lpSecurityDescriptor, bytes);
     EXPECT_FALSE(found->bInheritHandle);
     EXPECT_TRUE(IsValidSecurityDescriptor(found->lpSecurityDescriptor));
@@ -53,7 +53,7 @@ TEST(SecurityAttributesRegistryTest, ANullDescriptorGivesAttributesWithNone) {
     const SECURITY_ATTRIBUTES* const found = registry.find(HashedText("name"));
     ASSERT_NE(found, nullptr);
     EXPECT_EQ(found->lpSecurityDescriptor, nullptr);
-    EXPECT_EQ(found->nLength, 24U);
+    EXPECT_EQ(found->nLength, sizeof(SECURITY_ATTRIBUTES));
 }
 
 TEST(SecurityAttributesRegistryTest, ANameKeepsWhatItHasAndTheNewDescriptorIsDeleted) {

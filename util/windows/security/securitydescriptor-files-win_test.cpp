@@ -22,7 +22,9 @@ namespace {
 
 using namespace testing_support;
 
-constexpr uint32_t UNKNOWN = 0;
+constexpr SECURITY_INFORMATION OWNER_GROUP_DACL =
+    OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION;
+constexpr uint32_t UNKNOWN = ObjectKind::unknown;
 constexpr uint32_t PLAIN = ObjectKind::plainFile;
 constexpr uint32_t DIRECTORY = ObjectKind::directory;
 constexpr uint32_t PIPE = ObjectKind::pipe;
@@ -128,7 +130,8 @@ DWORD WINAPI readOpen(HANDLE handle, SE_OBJECT_TYPE type, SECURITY_INFORMATION b
 }
 
 void expectFullParts(const SecurityDescriptor& security, bool withSacl) {
-    EXPECT_EQ(gRead.bits, withSacl ? 15U : 7U);
+    EXPECT_EQ(gRead.bits,
+              withSacl ? OWNER_GROUP_DACL | SACL_SECURITY_INFORMATION : OWNER_GROUP_DACL);
     EXPECT_EQ(gRead.wantsSacl, withSacl);
     EXPECT_EQ(security.owner().text(), "S-1-5-32-544");
     EXPECT_EQ(security.group().text(), "S-1-5-18");
@@ -241,15 +244,19 @@ TEST(DescriptorCallTest, ThePartsThatAreThereAreWrittenAndTheSaclWhereWanted) {
         const char* text;
         SECURITY_INFORMATION bits, bitsWithSacl;
     };
-    const Row rows[] = {{"O:BA", 1, 1},
-                        {"G:SY", 2, 2},
-                        {"D:(A;;FA;;;WD)", 4, 4},
-                        {"S:(AU;SA;FA;;;WD)", 0, 8},
-                        {"O:BAG:SYD:(A;;FA;;;WD)S:(AU;SA;FA;;;WD)", 7, 15}};
+    const Row rows[] = {{"O:BA", OWNER_SECURITY_INFORMATION, OWNER_SECURITY_INFORMATION},
+                        {"G:SY", GROUP_SECURITY_INFORMATION, GROUP_SECURITY_INFORMATION},
+                        {"D:(A;;FA;;;WD)", DACL_SECURITY_INFORMATION, DACL_SECURITY_INFORMATION},
+                        {"S:(AU;SA;FA;;;WD)", 0, SACL_SECURITY_INFORMATION},
+                        {"O:BAG:SYD:(A;;FA;;;WD)S:(AU;SA;FA;;;WD)", OWNER_GROUP_DACL,
+                         OWNER_GROUP_DACL | SACL_SECURITY_INFORMATION}};
     for (const Row& row : rows) {
         const SecurityDescriptor security(row.text, SDDL_REVISION_1);
         for (const bool withSacl : {false, true}) {
-            for (const SECURITY_INFORMATION further : {0UL, 0xA0000000UL}) {
+            for (const SECURITY_INFORMATION further :
+                 {SECURITY_INFORMATION{0},
+                  SECURITY_INFORMATION{PROTECTED_DACL_SECURITY_INFORMATION |
+                                       UNPROTECTED_DACL_SECURITY_INFORMATION}}) {
                 const DWORD bits = (withSacl ? row.bitsWithSacl : row.bits) | further;
                 security.write("c:/a/b", SE_FILE_OBJECT, withSacl, further);
                 EXPECT_EQ(gWritten.name, L"\\\\?\\c:\\a\\b");

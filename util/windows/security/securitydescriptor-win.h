@@ -16,6 +16,7 @@
 #include <windows.h>
 #include <accctrl.h>
 
+#include "util/accessrights.h"
 #include "util/platform/localmemory-win.h"
 #include "util/windows/security/accesscontrol-win.h"
 #include "util/windows/security/argumentguards.h"
@@ -73,7 +74,7 @@ public:
 
     [[nodiscard]] PSECURITY_DESCRIPTOR descriptor() const { return mDescriptor.get(); }
     [[nodiscard]] SE_OBJECT_TYPE objectType() const { return mObjectType; }
-    /// For a file object, one of the `ObjectKind`s of files (accessrights.h); 0 for others.
+    /// For a file object, one of the `ObjectKind`s of files; `ObjectKind::unknown` for others.
     [[nodiscard]] uint32_t objectKind() const { return mObjectKind; }
 
     /// Return views, null if the part is missing. A view is valid until the descriptor is destroyed
@@ -165,5 +166,5 @@ private:
     PACL mSacl = nullptr;
     LocalMemory<void> mDescriptor;
     SE_OBJECT_TYPE mObjectType = SE_UNKNOWN_OBJECT_TYPE;
-    uint32_t mObjectKind = 0;
+    uint32_t mObjectKind = ObjectKind::unknown;
 };

@@ -39,7 +39,7 @@ void expectNoParts(const SecurityDescriptor& security) {
 
 void expectUnknownObject(const SecurityDescriptor& security) {
     EXPECT_EQ(security.objectType(), SE_UNKNOWN_OBJECT_TYPE);
-    EXPECT_EQ(security.objectKind(), 0U);
+    EXPECT_EQ(security.objectKind(), ObjectKind::unknown);
 }
 
 /// Whether a part lies in the memory of the descriptor.
@@ -273,6 +273,9 @@ TEST_F(SecurityDescriptorTest, TheTextHoldsThePartsThatAreAskedFor) {
 
 TEST_F(SecurityDescriptorTest, TheTextIsAskedForInRevisionOneAndIsUtf8) {
     static DWORD revision;
+    constexpr SECURITY_INFORMATION wantedBits =
+        OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION |
+        PROTECTED_DACL_SECURITY_INFORMATION;
     static SECURITY_INFORMATION bits;
     const ReplacedCall<decltype(ConvertSecurityDescriptorToStringSecurityDescriptorW)> call(
         "ConvertSecurityDescriptorToStringSecurityDescriptorW",
@@ -284,9 +287,9 @@ TEST_F(SecurityDescriptorTest, TheTextIsAskedForInRevisionOneAndIsUtf8) {
             std::wcscpy(*text, L"\u00e4\u20ac");
             return TRUE;
         });
-    EXPECT_EQ(SecurityDescriptor().sddl(0x80000007), "\xC3\xA4\xE2\x82\xAC");
+    EXPECT_EQ(SecurityDescriptor().sddl(wantedBits), "\xC3\xA4\xE2\x82\xAC");
     EXPECT_EQ(revision, DWORD{SDDL_REVISION_1});
-    EXPECT_EQ(bits, 0x80000007U);
+    EXPECT_EQ(bits, wantedBits);
 }
 
 TEST_F(SecurityDescriptorTest, TheTextOfAMemberGivesADescriptorWhosePartsAreReadOnRequest) {

@@ -85,7 +85,7 @@ TEST_F(SecurityAccountTest, TheLookupHasRoomForAnySidAndPassesTheNamesOnAsUtf16)
     const SecurityIdentifier sid("J\u00f6rg", "\\\\S\u00e9rver", &domain);
     EXPECT_STREQ(gAsked.mAccount, L"J\u00f6rg");
     EXPECT_STREQ(gAsked.mSystem, L"\\\\S\u00e9rver");
-    EXPECT_EQ(gAsked.mSize, 68U);
+    EXPECT_EQ(gAsked.mSize, DWORD{SECURITY_MAX_SID_SIZE});
     EXPECT_EQ(gAsked.mDomainLength, 143U);
     EXPECT_EQ(sid.text(), "S-1-5-0-1-2-3-4-5-6-7-8-9-10-11-12-13-14");
     EXPECT_EQ(domain, toUtf8(std::wstring(142, L'\u00e9')));
@@ -95,7 +95,7 @@ TEST_F(SecurityAccountTest, WithoutASystemAndADomainTheLookupGetsNullAndTellsNon
     const ReplacedCall<decltype(LookupAccountNameW)> call("LookupAccountNameW", longestAccount);
     const SecurityIdentifier sid("x", nullptr, nullptr);
     EXPECT_FALSE(gAsked.mHasSystem);
-    EXPECT_EQ(sid.length(), 68U);
+    EXPECT_EQ(sid.length(), DWORD{SECURITY_MAX_SID_SIZE});
 }
 
 TEST_F(SecurityAccountTest, AFailedLookupIsTriedOnceAndLeavesTheDomain) {

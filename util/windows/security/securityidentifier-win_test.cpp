@@ -216,9 +216,9 @@ TEST_F(SecurityIdentifierTest, AnInvalidSidHasNoText) {
 }
 
 BOOL fillSid(PSID sid, DWORD* size) {
-    EXPECT_EQ(*size, 68U);
+    EXPECT_EQ(*size, DWORD{SECURITY_MAX_SID_SIZE});
     // The longest possible SID, up to its last byte.
-    std::memset(sid, 0xff, 68);
+    std::memset(sid, 0xff, SECURITY_MAX_SID_SIZE);
     static_cast<SID*>(sid)->Revision = SID_REVISION;
     static_cast<SID*>(sid)->SubAuthorityCount = SID_MAX_SUB_AUTHORITIES;
     return TRUE;
@@ -232,8 +232,8 @@ TEST_F(SecurityIdentifierTest, AnySidFitsInWhatWindowsIsGiven) {
         "GetWindowsAccountDomainSid",
         [](PSID, PSID sid, DWORD* size) { return fillSid(sid, size); });
     const SecurityIdentifier longest(WinWorldSid, nullptr);
-    EXPECT_EQ(longest.length(), 68U);
-    EXPECT_EQ(longest.domainSid().length(), 68U);
+    EXPECT_EQ(longest.length(), DWORD{SECURITY_MAX_SID_SIZE});
+    EXPECT_EQ(longest.domainSid().length(), DWORD{SECURITY_MAX_SID_SIZE});
 }
 
 }  // namespace

@@ -106,12 +106,14 @@ TEST_F(DerivedDescriptorTest, WindowsIsAskedWithTheRightsOfFilesAndNoTokenOrCrea
         EXPECT_EQ(gCreation.creator, nullptr);
         EXPECT_EQ(gCreation.type, nullptr);
         EXPECT_EQ(gCreation.isContainer, isContainer ? TRUE : FALSE);
-        EXPECT_EQ(gCreation.flags, 121U);
+        EXPECT_EQ(gCreation.flags,
+                  DWORD{SEF_DACL_AUTO_INHERIT | SEF_AVOID_PRIVILEGE_CHECK | SEF_AVOID_OWNER_CHECK |
+                        SEF_DEFAULT_OWNER_FROM_PARENT | SEF_DEFAULT_GROUP_FROM_PARENT});
         EXPECT_EQ(gCreation.token, nullptr);
-        EXPECT_EQ(gCreation.mapping.GenericRead, 0x120089U);
-        EXPECT_EQ(gCreation.mapping.GenericWrite, 0x120116U);
-        EXPECT_EQ(gCreation.mapping.GenericExecute, 0x1200A0U);
-        EXPECT_EQ(gCreation.mapping.GenericAll, 0x1F01FFU);
+        EXPECT_EQ(gCreation.mapping.GenericRead, DWORD{FILE_GENERIC_READ});
+        EXPECT_EQ(gCreation.mapping.GenericWrite, DWORD{FILE_GENERIC_WRITE});
+        EXPECT_EQ(gCreation.mapping.GenericExecute, DWORD{FILE_GENERIC_EXECUTE});
+        EXPECT_EQ(gCreation.mapping.GenericAll, DWORD{FILE_ALL_ACCESS});
     }
 }
 
@@ -138,7 +140,9 @@ TEST_F(DerivedDescriptorTest, AChildHasACopyOfWhatWindowsMadeWhichIsGivenBack) {
     const auto child = parent.deriveForChild(/*isContainer=*/false);
     EXPECT_EQ(gDestroyed, 1);
     EXPECT_NE(child->descriptor(), made.descriptor());
-    EXPECT_EQ(child->sddl(7), "O:WDG:SYD:(A;ID;FR;;;BA)");
+    EXPECT_EQ(child->sddl(OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION |
+                          DACL_SECURITY_INFORMATION),
+              "O:WDG:SYD:(A;ID;FR;;;BA)");
 }
 
 SID_NAME_USE gUse;
@@ -159,12 +163,14 @@ TEST_F(DerivedDescriptorTest, AnOwnerWithoutAnAccountLeavesANullDescriptor) {
     const SecurityDescriptor parent(folder.utf8(), SE_FILE_OBJECT, /*withSacl=*/false);
     for (int use = 0; use <= 10; ++use) {
         gUse = static_cast<SID_NAME_USE>(use);
-        const bool isNobody = use == 6 || use == 7 || use == 8;
+        const bool isNobody =
+            use == SidTypeDeletedAccount || use == SidTypeInvalid || use == SidTypeUnknown;
         const auto child = parent.deriveForChild(/*isContainer=*/true);
         EXPECT_EQ(child->descriptor() == nullptr, isNobody) << use;
         EXPECT_EQ(child->owner().sid() == nullptr, isNobody) << use;
         EXPECT_EQ(child->objectType(), isNobody ? SE_UNKNOWN_OBJECT_TYPE : SE_FILE_OBJECT) << use;
-        EXPECT_EQ(child->objectKind(), isNobody ? 0U : ObjectKind::directory) << use;
+        EXPECT_EQ(child->objectKind(), isNobody ? ObjectKind::unknown : ObjectKind::directory)
+            << use;
     }
 }
 

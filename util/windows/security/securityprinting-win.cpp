@@ -180,7 +180,7 @@ std::ostream& operator<<(std::ostream& out, const SecurityDescriptor& security) 
     out << "]\n\tOwner = " << security.owner() << "\n\tGroup = " << security.group();
     const uint32_t type = security.objectType();
     uint32_t kind = security.objectKind();
-    if (type == ObjectType::file && kind == 0) {
+    if (type == ObjectType::file && kind == ObjectKind::unknown) {
         kind = ObjectKind::plainFile;
     }
     // Compatibility: an exception from here on leaves it set on the stream.

@@ -102,7 +102,7 @@ TEST_F(SecurityPrintingTest, TheTextOfASidIsAskedForBehindTheLookupAndItsFailure
 }
 
 TEST_F(SecurityPrintingTest, AnAceShowsTypeSidMaskAndFlags) {
-    EXPECT_EQ(printed(AccessControlEntry::allowed(0x1f01ff, mEveryone,
+    EXPECT_EQ(printed(AccessControlEntry::allowed(FILE_ALL_ACCESS, mEveryone,
                                                   OBJECT_INHERIT_ACE | CONTAINER_INHERIT_ACE)),
               "Access Allowed SID S-1-1-0 [User DOMAIN\\name]: 0x1f01ff [FILE_ALL_ACCESS]"
               " (OI) (CI)");
@@ -229,7 +229,7 @@ TEST_F(SecurityPrintingTest, AWidthGoesToTheWholeOfTheWordsForWhatIsNullOrInvali
 }
 
 TEST_F(SecurityPrintingTest, ExplicitAccessShowsTrusteeModeRightsAndInheritance) {
-    EXPECT_EQ(printed(ExplicitAccess("someone", 0x1f01ff, GRANT_ACCESS,
+    EXPECT_EQ(printed(ExplicitAccess("someone", FILE_ALL_ACCESS, GRANT_ACCESS,
                                      SUB_CONTAINERS_AND_OBJECTS_INHERIT)),
               "ExplicitAccess [for Trustee [Unknown: \"someone\"]:  GRANT_ACCESS "
               "0x1f01ff [FILE_ALL_ACCESS] (OI) (CI)]");
