@@ -255,7 +255,7 @@ void checkRelations(const std::string& base, const std::string& path) {
     }
 }
 
-void checkFileName(const std::string& path, int mode) {
+void checkFileName(const std::string& path, PathMode mode) {
     std::vector<PathRange> parts(17);
     splitFileName(path, parts, mode);
     NB_ASSERT(parts.size() == pathPartCount);

@@ -39,7 +39,7 @@ void toBackslashes(std::string& path) {
     pathbytes::copySeparatedBy('\\', path.data(), path.size(), path.data());
 }
 
-bool parsePathRoot(StringSpan path, PathRange& root, std::string* rootText, int mode) {
+bool parsePathRoot(StringSpan path, PathRange& root, std::string* rootText, PathMode mode) {
     root = {};
     if (rootText != nullptr) {
         rootText->clear();
@@ -55,7 +55,7 @@ bool parsePathRoot(StringSpan path, PathRange& root, std::string* rootText, int 
     return found.absolute;
 }
 
-bool isAbsolutePath(StringSpan path, int mode) {
+bool isAbsolutePath(StringSpan path, PathMode mode) {
     if (mode == windowsPaths && beginsWithDrive(path)) {
         return true;
     }

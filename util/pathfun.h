@@ -30,9 +30,11 @@
 
 #include "util/textspan.h"
 
-/// The mode of Windows paths, which have both separators. Any other value means POSIX paths, where
-/// only `/` separates, and a path is absolute if it begins with `/`.
-inline constexpr int windowsPaths = 1;
+/// The kind of a path. Windows paths have both separators. In POSIX paths only `/` separates, and a
+/// path is absolute if it begins with `/`. Any value but windowsPaths means these.
+using PathMode = int;
+inline constexpr PathMode posixPaths = 0;
+inline constexpr PathMode windowsPaths = 1;
 
 /// Sets the Cygwin mode, which is off at start-up. If `enabled`, a path with a single leading `/`
 /// is absolute, and a folder of one character under `prefix` ("/cygdrive/") is the root of a drive.
@@ -42,7 +44,7 @@ void setCygwinPaths(bool enabled, const std::string& prefix);
 
 // Separators
 
-[[nodiscard]] constexpr bool isPathSeparator(char c, int mode = windowsPaths) {
+[[nodiscard]] constexpr bool isPathSeparator(char c, PathMode mode = windowsPaths) {
     return c == '/' || (mode == windowsPaths && c == '\\');
 }
 /// Turns each `/` into `\`.
@@ -62,9 +64,10 @@ void toBackslashes(std::string& path);
 ///     \foo              false    empty      empty
 ///     /foo              false    empty      empty          true in Cygwin mode
 ///     /cygdrive/c/x     true     0 to 11    /cygdrive/c    in Cygwin mode
-[[nodiscard]] bool parsePathRoot(StringSpan path, PathRange& root, std::string* rootText, int mode);
+[[nodiscard]] bool parsePathRoot(StringSpan path, PathRange& root, std::string* rootText,
+                                 PathMode mode);
 /// Returns whether `path` is absolute, as `parsePathRoot` does.
-[[nodiscard]] bool isAbsolutePath(StringSpan path, int mode);
+[[nodiscard]] bool isAbsolutePath(StringSpan path, PathMode mode);
 
 // Components
 
@@ -146,7 +149,7 @@ using PathParts = std::vector<PathRange>;
 ///     a.b/c               a.b/        c       a.b/c
 ///     a.b                             a.b     a         .b
 ///     .x                              .x      .x        .x
-void splitFileName(const std::string& path, PathParts& parts, int mode);
+void splitFileName(const std::string& path, PathParts& parts, PathMode mode);
 /// Splits `path` after its last separator, which `dir` keeps. Without a separator `dir` becomes
 /// empty and `leaf` the whole path. `dir` may be `path` itself.
 void splitDirLeaf(const std::string& path, std::string& dir, std::string& leaf);

@@ -17,11 +17,16 @@ std::vector<std::string> texts(const std::string& path, const std::vector<PathRa
 
 using Texts = std::vector<std::string>;
 
+TEST(SeparatorTest, TheModesHaveTheirNumbers) {
+    EXPECT_EQ(posixPaths, 0);
+    EXPECT_EQ(windowsPaths, 1);
+}
+
 TEST(SeparatorTest, BackslashesSeparateOnlyInWindowsModeAndSlashesInAnyMode) {
-    EXPECT_TRUE(isPathSeparator('/', 1));
-    EXPECT_TRUE(isPathSeparator('\\', 1));
-    EXPECT_FALSE(isPathSeparator(':', 1));
-    for (const int mode : {0, 2, -1}) {
+    EXPECT_TRUE(isPathSeparator('/', windowsPaths));
+    EXPECT_TRUE(isPathSeparator('\\', windowsPaths));
+    EXPECT_FALSE(isPathSeparator(':', windowsPaths));
+    for (const PathMode mode : {posixPaths, 2, -1}) {
         EXPECT_TRUE(isPathSeparator('/', mode));
         EXPECT_FALSE(isPathSeparator('\\', mode));
     }

@@ -41,7 +41,7 @@ std::string fileExtension(const std::string& path) {
     return dot == std::string::npos || !inLeaf ? std::string() : path.substr(dot + 1);
 }
 
-void splitFileName(const std::string& path, PathParts& parts, int mode) {
+void splitFileName(const std::string& path, PathParts& parts, PathMode mode) {
     parts.assign(pathPartCount, {});
     PathRange& directory = parts[directoryPart];
     PathRange& leaf = parts[leafPart];

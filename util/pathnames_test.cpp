@@ -37,7 +37,7 @@ struct PartsRow {
     PathRange drive, directory, leaf, stem, extension;
 };
 
-void expectParts(const PartsRow& row, int mode) {
+void expectParts(const PartsRow& row, PathMode mode) {
     SCOPED_TRACE(row.path);
     std::vector<PathRange> parts(9, {1, 2});
     splitFileName(row.path, parts, mode);
@@ -80,12 +80,12 @@ TEST(SplitFileNameTest, ASeparatorBeforeTheColonIsTheDriveAndTheDirectory) {
 TEST(SplitFileNameTest, AfterATrailingSeparatorTheLeafAtTheEndIsAsLongAsThePath) {
     expectParts({"ab/", {}, {0, 3}, {3, 6}, {0, 3}, {}}, windowsPaths);
     expectParts({"/", {}, {0, 1}, {1, 2}, {0, 1}, {}}, windowsPaths);
-    expectParts({"ab/", {}, {0, 3}, {3, 6}, {0, 3}, {}}, 0);
+    expectParts({"ab/", {}, {0, 3}, {3, 6}, {0, 3}, {}}, posixPaths);
 }
 
 TEST(SplitFileNameTest, InPosixModeABackslashIsPartOfTheName) {
-    expectParts({"a\\b.c", {}, {}, {0, 5}, {0, 3}, {3, 5}}, 0);
-    expectParts({"a\\", {}, {}, {0, 2}, {0, 2}, {}}, 0);
+    expectParts({"a\\b.c", {}, {}, {0, 5}, {0, 3}, {3, 5}}, posixPaths);
+    expectParts({"a\\", {}, {}, {0, 2}, {0, 2}, {}}, posixPaths);
 }
 
 TEST(SplitDirLeafTest, TheDirectoryKeepsItsSeparator) {

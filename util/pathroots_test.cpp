@@ -80,12 +80,12 @@ TEST(ParsePathRootTest, OnlySeparatorsOrOneLeadingOneAreNotAbsoluteWithoutCygwin
 TEST(ParsePathRootTest, InPosixModeALeadingSlashIsAllThatCountsAndTheRootStaysEmpty) {
     PathRange root{7, 9};
     std::string text = "old";
-    EXPECT_TRUE(parsePathRoot("/a/b", root, &text, 0));
+    EXPECT_TRUE(parsePathRoot("/a/b", root, &text, posixPaths));
     EXPECT_EQ(root, PathRange{});
     EXPECT_EQ(text, "");
-    EXPECT_FALSE(parsePathRoot("C:/a", root, &text, 0));
-    EXPECT_FALSE(parsePathRoot("\\\\srv\\share", root, &text, 0));
-    EXPECT_FALSE(parsePathRoot("", root, &text, 0));
+    EXPECT_FALSE(parsePathRoot("C:/a", root, &text, posixPaths));
+    EXPECT_FALSE(parsePathRoot("\\\\srv\\share", root, &text, posixPaths));
+    EXPECT_FALSE(parsePathRoot("", root, &text, posixPaths));
 }
 
 TEST(IsAbsolutePathTest, InAnyOtherModeThanThatOfWindowsALeadingSlashIsAllThatCounts) {
@@ -97,7 +97,7 @@ TEST(IsAbsolutePathTest, InAnyOtherModeThanThatOfWindowsALeadingSlashIsAllThatCo
         {"C:/a", false}, {"C:", false},  {"\\\\srv\\share", false}, {"\\a", false},
         {"a/b", false},  {"", false},
     };
-    for (const int mode : {0, 2, -1}) {
+    for (const PathMode mode : {posixPaths, 2, -1}) {
         for (const auto& row : rows) {
             EXPECT_EQ(isAbsolutePath(row.path, mode), row.absolute) << row.path << " in " << mode;
         }

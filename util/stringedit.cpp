@@ -56,7 +56,8 @@ void replaceChar(std::string& text, char from, char to) {
 }
 
 void blankLineContinuations(std::string& text, int limit) {
-    const size_t end = limit == -1 ? text.size() : static_cast<size_t>(std::max(limit, 0));
+    const size_t end =
+        limit == noContinuationLimit ? text.size() : static_cast<size_t>(std::max(limit, 0));
     for (size_t at = text.find('\\'); at < end && at + 1 < text.size();
          at = text.find('\\', at + 1)) {
         if (text[at + 1] == '\n') {

@@ -27,10 +27,13 @@ void toUpper(std::string& text);
 ///     a\\     becomes    a/     only the last one is dropped
 void replaceChar(std::string& text, char from, char to);
 
+/// As the limit of `blankLineContinuations`: there is none.
+inline constexpr int noContinuationLimit = -1;
+
 /// Replaces each backslash directly before a line feed, and that line feed, by two spaces. So
 /// continued lines become one, and all offsets stay the same. A backslash before a carriage return
-/// is left alone, and so are all backslashes at or after index `limit`. A limit of -1 means no
-/// limit; a limit below -1 counts as 0.
+/// is left alone, and so are all backslashes at or after index `limit`, unless it is
+/// noContinuationLimit. Any other limit below 0 counts as 0.
 void blankLineContinuations(std::string& text, int limit);
 
 /// Replaces each run of blanks, including line ends, by one space, and removes blanks at both ends.

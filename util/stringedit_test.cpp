@@ -134,19 +134,19 @@ std::string blanked(std::string text, int limit) {
 }
 
 TEST(BlankLineContinuationsTest, ABackslashAndItsLineFeedBecomeSpaces) {
-    EXPECT_EQ(blanked("one\\\ntwo\\\nthree", -1), "one  two  three");
-    EXPECT_EQ(blanked("\\\n", -1), "  ");
+    EXPECT_EQ(blanked("one\\\ntwo\\\nthree", noContinuationLimit), "one  two  three");
+    EXPECT_EQ(blanked("\\\n", noContinuationLimit), "  ");
 }
 
 TEST(BlankLineContinuationsTest, OtherBackslashesAreLeftAlone) {
-    EXPECT_EQ(blanked("a\\b\\", -1), "a\\b\\");
-    EXPECT_EQ(blanked("a\\\r\nb", -1), "a\\\r\nb");
-    EXPECT_EQ(blanked("a\nb", -1), "a\nb");
-    EXPECT_EQ(blanked("", -1), "");
+    EXPECT_EQ(blanked("a\\b\\", noContinuationLimit), "a\\b\\");
+    EXPECT_EQ(blanked("a\\\r\nb", noContinuationLimit), "a\\\r\nb");
+    EXPECT_EQ(blanked("a\nb", noContinuationLimit), "a\nb");
+    EXPECT_EQ(blanked("", noContinuationLimit), "");
 }
 
 TEST(BlankLineContinuationsTest, OfTwoBackslashesTheSecondContinuesTheLine) {
-    EXPECT_EQ(blanked("a\\\\\nb", -1), "a\\  b");
+    EXPECT_EQ(blanked("a\\\\\nb", noContinuationLimit), "a\\  b");
 }
 
 TEST(BlankLineContinuationsTest, ABackslashAtOrBehindTheLimitIsLeftAlone) {
@@ -160,6 +160,7 @@ TEST(BlankLineContinuationsTest, ABackslashAtOrBehindTheLimitIsLeftAlone) {
 }
 
 TEST(BlankLineContinuationsTest, OnlyMinusOneOfTheNegativeLimitsIsNone) {
+    EXPECT_EQ(noContinuationLimit, -1);
     EXPECT_EQ(blanked("a\\\nb", -2), "a\\\nb");
 }
 
@@ -190,7 +191,7 @@ TEST(StringEditTest, NoEditAllocates) {
     const size_t before = testing_support::allocationCount();
     chomp(text);
     trimLeft(text);
-    blankLineContinuations(text, -1);
+    blankLineContinuations(text, noContinuationLimit);
     collapseWhitespace(text);
     toUpper(text);
     toLower(text);
