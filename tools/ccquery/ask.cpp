@@ -95,7 +95,7 @@ void askInfo(ClearCaseConnection& connection, Report& report) {
     report.rows.push_back({"ready", ready ? "yes" : "no"});
 }
 
-int askErrors(ClearCaseConnection& connection, Report& report) {
+ExitCode askErrors(ClearCaseConnection& connection, Report& report) {
     report.nothing = "no complaints";
     const std::string error = connection.getError();
     std::istringstream text(error);
@@ -105,12 +105,12 @@ int askErrors(ClearCaseConnection& connection, Report& report) {
         report.rows.push_back({line});
     }
     report.records.push_back({{"error", error}, {"lines", lines}});
-    return error.empty() ? 0 : 1;
+    return error.empty() ? exitAnswered : exitComplaints;
 }
 
 }  // namespace
 
-int ask(ClearCaseConnection& connection, const Query& query, Report& report) {
+ExitCode ask(ClearCaseConnection& connection, const Query& query, Report& report) {
     switch (query.command) {  // GCOVR_EXCL_BR_LINE: each command has its case
         case Command::status:
             askStatus(connection, query, report);
@@ -133,7 +133,7 @@ int ask(ClearCaseConnection& connection, const Query& query, Report& report) {
         case Command::errors:
             return askErrors(connection, report);
     }
-    return 0;
+    return exitAnswered;
 }
 
 std::optional<std::string> elementTypeName(int type) {

@@ -11,6 +11,10 @@ namespace {
 
 using ccquery::ask;
 using ccquery::Command;
+using ccquery::exitAnswered;
+using ccquery::ExitCode;
+using ccquery::exitComplaints;
+using ccquery::exitNoAnswer;
 using ccquery::jsonText;
 using ccquery::Query;
 using ccquery::Report;
@@ -63,14 +67,14 @@ public:
 class AskTest : public testing::Test {
 protected:
     /// Asks, and stores both forms of the answer.
-    int put(const Query& query) {
+    ExitCode put(const Query& query) {
         Report report;
-        const int exitCode = ask(stub, query, report);
+        const ExitCode exitCode = ask(stub, query, report);
         json = jsonText(report);
         table = tableText(report);
         return exitCode;
     }
-    int put(Command command) { return put(Query{.command = command}); }
+    ExitCode put(Command command) { return put(Query{.command = command}); }
 
     Stub stub;
     std::string json;
@@ -81,12 +85,12 @@ TEST_F(AskTest, StatusTellsOfEachPathInOrder) {
     stub.status = [](const std::string& path, std::string& version, std::string& target) -> int {
         if (path == "C:\\l") {
             target = "D:\\t";
-            return 3;
+            return elementSymbolicLink;
         }
         version = "/main/0";
-        return 1;
+        return elementVersion;
     };
-    EXPECT_EQ(put(Query{.command = Command::status, .paths = {"C:\\l", "C:/v"}}), 0);
+    EXPECT_EQ(put(Query{.command = Command::status, .paths = {"C:\\l", "C:/v"}}), exitAnswered);
     EXPECT_EQ(json,
               "{\"path\":\"C:\\\\l\",\"type\":3,\"typeName\":\"symbolic_link\",\"version\":\"\","
               "\"target\":\"D:\\\\t\"}\n"
@@ -101,7 +105,7 @@ TEST_F(AskTest, StatusTellsOfEachPathInOrder) {
 TEST_F(AskTest, ATargetThatIsWrittenEmptyIsNoNull) {
     stub.status = [](const std::string&, std::string&, std::string& target) -> int {
         target.clear();
-        return 3;
+        return elementSymbolicLink;
     };
     put(Query{.command = Command::status, .paths = {"C:\\l"}});
     EXPECT_NE(json.find("\"target\":\"\""), std::string::npos) << json;
@@ -119,7 +123,7 @@ TEST_F(AskTest, AnswersBeforeAFailureAreKept) {
         if (path == "C:\\b") {
             throw std::runtime_error("no");
         }
-        return 4;
+        return elementViewPrivate;
     };
     Report report;
     EXPECT_THROW(static_cast<void>(ask(
@@ -134,7 +138,7 @@ TEST_F(AskTest, CanonicalizeHandsOnTheDirectoryAndTheTags) {
                       .paths = {"a", "b"},
                       .cwd = "C:\\w",
                       .tags = {"M:\\t\\v", "X:\\v"}};
-    EXPECT_EQ(put(query), 0);
+    EXPECT_EQ(put(query), exitAnswered);
     EXPECT_EQ(json,
               "{\"path\":\"a\",\"canonical\":\"C:\\\\w|a|M:\\\\t\\\\v|X:\\\\v\"}\n"
               "{\"path\":\"b\",\"canonical\":\"C:\\\\w|b|M:\\\\t\\\\v|X:\\\\v\"}\n");
@@ -149,7 +153,7 @@ TEST_F(AskTest, VobsTellsTheStateOfEach) {
                  {"/b", vobReadOnly},
                  {"/c", vobNotDetermined},
                  {"/d", static_cast<VobState>(7)}};
-    EXPECT_EQ(put(Query{.command = Command::vobs, .root = "R"}), 0);
+    EXPECT_EQ(put(Query{.command = Command::vobs, .root = "R"}), exitAnswered);
     EXPECT_EQ(json,
               "{\"tag\":\"R/a\",\"state\":0,\"stateName\":\"writable\"}\n"
               "{\"tag\":\"R/b\",\"state\":1,\"stateName\":\"read_only\"}\n"
@@ -164,7 +168,7 @@ TEST_F(AskTest, VobsTellsTheStateOfEach) {
 }
 
 TEST_F(AskTest, WithoutVobsTheTableSaysSoAndJsonIsEmpty) {
-    EXPECT_EQ(put(Command::vobs), 0);
+    EXPECT_EQ(put(Command::vobs), exitAnswered);
     EXPECT_EQ(json, "");
     EXPECT_EQ(table, "no VOBs are configured\n");
 }
@@ -172,7 +176,7 @@ TEST_F(AskTest, WithoutVobsTheTableSaysSoAndJsonIsEmpty) {
 TEST_F(AskTest, DrivesTellsTheMvfsDriveAndTheDrivesOfViews) {
     stub.mvfsRoot = "M:";
     stub.drives = {{"X:", "tag1"}, {"Y:", "tag2"}};
-    EXPECT_EQ(put(Command::drives), 0);
+    EXPECT_EQ(put(Command::drives), exitAnswered);
     EXPECT_EQ(json, "{\"mvfsRoot\":\"M:\",\"drives\":{\"X:\":\"tag1\",\"Y:\":\"tag2\"}}\n");
     EXPECT_EQ(table,
               "DRIVE  LEADS TO\n"
@@ -182,27 +186,27 @@ TEST_F(AskTest, DrivesTellsTheMvfsDriveAndTheDrivesOfViews) {
 }
 
 TEST_F(AskTest, WithoutDrivesTheTableSaysSo) {
-    EXPECT_EQ(put(Command::drives), 0);
+    EXPECT_EQ(put(Command::drives), exitAnswered);
     EXPECT_EQ(json, "{\"mvfsRoot\":\"\",\"drives\":{}}\n");
     EXPECT_EQ(table, "no drives of views are connected\n");
 }
 
 TEST_F(AskTest, ViewTellsTheViewTag) {
     stub.view = "abc";
-    EXPECT_EQ(put(Command::view), 0);
+    EXPECT_EQ(put(Command::view), exitAnswered);
     EXPECT_EQ(json, "{\"viewTag\":\"abc\"}\n");
     EXPECT_EQ(table, "abc\n");
 }
 
 TEST_F(AskTest, WithoutAViewTheTableSaysSo) {
-    EXPECT_EQ(put(Command::view), 0);
+    EXPECT_EQ(put(Command::view), exitAnswered);
     EXPECT_EQ(json, "{\"viewTag\":\"\"}\n");
     EXPECT_EQ(table, "no view is set\n");
 }
 
 TEST_F(AskTest, InfoTellsWhatTheLibrarySaysAndWhetherItIsReady) {
     stub.info = {{"product", "P"}, {"version", "n/a"}};
-    EXPECT_EQ(put(Command::info), 0);
+    EXPECT_EQ(put(Command::info), exitAnswered);
     EXPECT_EQ(json, "{\"info\":{\"product\":\"P\",\"version\":\"n/a\"},\"ready\":true}\n");
     EXPECT_EQ(table, "product  P\nversion  n/a\nready    yes\n");
     stub.ready = false;
@@ -211,17 +215,23 @@ TEST_F(AskTest, InfoTellsWhatTheLibrarySaysAndWhetherItIsReady) {
     EXPECT_NE(table.find("ready    no\n"), std::string::npos);
 }
 
-TEST_F(AskTest, ErrorsTellsTheTextAndItsLinesWithExitCodeOne) {
+TEST(ExitCodeTest, TheCodesHaveTheirNumbers) {
+    EXPECT_EQ(exitAnswered, 0);
+    EXPECT_EQ(exitComplaints, 1);
+    EXPECT_EQ(exitNoAnswer, 2);
+}
+
+TEST_F(AskTest, ErrorsTellsTheTextAndItsLinesWithItsExitCode) {
     stub.error = "Invalid line in [vobs]:  x\nInvalid line in [attrs]:  y\n";
-    EXPECT_EQ(put(Command::errors), 1);
+    EXPECT_EQ(put(Command::errors), exitComplaints);
     EXPECT_EQ(json,
               "{\"error\":\"Invalid line in [vobs]:  x\\nInvalid line in [attrs]:  y\\n\","
               "\"lines\":[\"Invalid line in [vobs]:  x\",\"Invalid line in [attrs]:  y\"]}\n");
     EXPECT_EQ(table, "Invalid line in [vobs]:  x\nInvalid line in [attrs]:  y\n");
 }
 
-TEST_F(AskTest, WithoutErrorsTheExitCodeIsZero) {
-    EXPECT_EQ(put(Command::errors), 0);
+TEST_F(AskTest, WithoutErrorsTheExitCodeIsThatOfAnAnswer) {
+    EXPECT_EQ(put(Command::errors), exitAnswered);
     EXPECT_EQ(json, "{\"error\":\"\",\"lines\":[]}\n");
     EXPECT_EQ(table, "no complaints\n");
 }

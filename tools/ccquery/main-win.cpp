@@ -3,7 +3,6 @@
 
 #include <cstddef>
 #include <cstdio>
-#include <cstdlib>
 #include <exception>
 #include <fcntl.h>
 #include <io.h>
@@ -25,8 +24,6 @@
 namespace {
 
 using namespace ccquery;
-
-constexpr int NO_ANSWER = 2;
 
 /// Sets the console's output to UTF-8 until the program ends.
 class Utf8Console {
@@ -73,7 +70,7 @@ void print(const std::string& text) {
 
 void complain(const std::string& problem) { std::cerr << "ccquery: " + oneLine(problem) + '\n'; }
 
-int run(Query query) {
+ExitCode run(Query query) {
     completePaths(query);
     if (!query.config.empty()) {
         // Uses the C runtime's call, so that the library's runtime sees the variable as well.
@@ -84,7 +81,7 @@ int run(Query query) {
     const auto printReport = [&report, &query] {
         print(query.json ? jsonText(report) : tableText(report));
     };
-    int exitCode = NO_ANSWER;
+    ExitCode exitCode = exitNoAnswer;
     try {
         exitCode = ask(*connection, query, report);
     } catch (...) {
@@ -98,11 +95,11 @@ int run(Query query) {
     return exitCode;
 }
 
-int runCommandLine() {
+ExitCode runCommandLine() {
     const CommandLine line = parseCommandLine(arguments());
     if (!line.help.empty()) {
         print(line.help);
-        return EXIT_SUCCESS;
+        return exitAnswered;
     }
     return run(line.query);
 }
@@ -122,5 +119,5 @@ int main() {
     } catch (...) {
         complain("the connection library threw something that is no std::exception");
     }
-    return NO_ANSWER;
+    return exitNoAnswer;
 }
