@@ -33,8 +33,10 @@ TEST(ConfiguredStatusTest, AVersionHasTheFixedVersionAndNotTheConfiguredText) {
 }
 
 TEST(ConfiguredStatusTest, EveryOtherTypeIsGivenBackWithAnEmptyVersion) {
-    for (const int type : {-1, 0, 4, 5, 6, 7, 8}) {
-        const Answer answer = ask("C:\\d\\l", {ElementType(type), "x"});
+    for (const ElementType type :
+         {elementUnexpected, elementNull, elementViewPrivate, elementViewDerived,
+          elementDerivedObject, elementCheckedOutFile, elementCheckedOutDir}) {
+        const Answer answer = ask("C:\\d\\l", {type, "x"});
         EXPECT_EQ(answer.status, type);
         EXPECT_EQ(answer.version, "");
         EXPECT_EQ(answer.target, "old target");

@@ -20,7 +20,7 @@ struct ElementTypeName {
     ElementType type;
 };
 
-/// The names of the element types, ended by a pair of a null name and -1.
+/// The names of the element types, ended by a pair of a null name and elementUnexpected.
 extern const ElementTypeName elementTypeNames[];
 
 /// Maps names to types. Filled from the table before any connection exists, and only read after

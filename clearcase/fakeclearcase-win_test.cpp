@@ -51,7 +51,7 @@ constexpr const char* ITS_TEXT = "Invalid line in [vobs]:  bad\n";
 TEST_F(FakeClearCaseTest, WithoutAFileThereAreNoElementsAndNoComplaints) {
     FakeClearCase connection(nullptr);
     EXPECT_EQ(connection.getError(), "");
-    EXPECT_EQ(connection.getElementStatus("C:\\missing\\x", nullptr, nullptr), 4);
+    EXPECT_EQ(connection.getElementStatus("C:\\missing\\x", nullptr, nullptr), elementViewPrivate);
 }
 
 TEST_F(FakeClearCaseTest, TheFileOfTheDefaultNameLiesInTheCurrentDirectory) {
@@ -80,7 +80,7 @@ TEST_F(FakeClearCaseTest, EmptyVariablesCountAsNone) {
     SetEnvironmentVariableW(L"CLEARCASE_ROOT", L"");
     FakeClearCase connection(nullptr);
     EXPECT_EQ(connection.getError(), ITS_TEXT);
-    EXPECT_EQ(connection.getElementStatus("C:\\x", nullptr, nullptr), 0);
+    EXPECT_EQ(connection.getElementStatus("C:\\x", nullptr, nullptr), elementNull);
 }
 
 TEST_F(FakeClearCaseTest, AFileMayHaveANameOfAnyPlane) {
@@ -109,8 +109,8 @@ TEST_F(FakeClearCaseTest, TheArgumentDoesNotMatter) {
 
 TEST_F(FakeClearCaseTest, LineEndsOfBothKindsAreRead) {
     const auto connection = connect("[attrs]\r\nC:\\a=v*version\r\nC:\\b=v*null\nbad\r\n");
-    EXPECT_EQ(connection->getElementStatus("C:\\a", nullptr, nullptr), 1);
-    EXPECT_EQ(connection->getElementStatus("C:\\b", nullptr, nullptr), 0);
+    EXPECT_EQ(connection->getElementStatus("C:\\a", nullptr, nullptr), elementVersion);
+    EXPECT_EQ(connection->getElementStatus("C:\\b", nullptr, nullptr), elementNull);
     EXPECT_EQ(connection->getError(), "Invalid line in [attrs]:  bad\n");
 }
 
@@ -126,8 +126,8 @@ TEST_F(FakeClearCaseTest, ALastLineWithoutALineFeedDoesNotCount) {
 TEST_F(FakeClearCaseTest, ASecondConnectionReadsTheFileAnewAndTheFirstDoesNot) {
     const auto first = connect("[attrs]\nC:\\a=v*version\n");
     const auto second = connect("[attrs]\nC:\\a=v*null\n");
-    EXPECT_EQ(first->getElementStatus("C:\\a", nullptr, nullptr), 1);
-    EXPECT_EQ(second->getElementStatus("C:\\a", nullptr, nullptr), 0);
+    EXPECT_EQ(first->getElementStatus("C:\\a", nullptr, nullptr), elementVersion);
+    EXPECT_EQ(second->getElementStatus("C:\\a", nullptr, nullptr), elementNull);
 }
 
 TEST_F(FakeClearCaseTest, MessagesComeWithTheirLineEndsInFileOrderUntilTheyAreCleared) {
@@ -160,11 +160,11 @@ TEST_F(FakeClearCaseTest, AChangeOfTheVariableIsNotSeenByTheElements) {
         connection = connect("[attrs]\nC:\\x=z*version\n");
     }
     EXPECT_EQ(connection->getViewTag(), "");
-    EXPECT_EQ(connection->getElementStatus("C:\\x", nullptr, nullptr), 1);
-    EXPECT_EQ(connection->getElementStatus("Q:\\C:\\x", nullptr, nullptr), 1);
+    EXPECT_EQ(connection->getElementStatus("C:\\x", nullptr, nullptr), elementVersion);
+    EXPECT_EQ(connection->getElementStatus("Q:\\C:\\x", nullptr, nullptr), elementVersion);
     const EnvironmentScope root("CLEARCASE_ROOT", "R:\\v");
     EXPECT_EQ(connection->getViewTag(), "v");
-    EXPECT_EQ(connection->getElementStatus("R:\\vC:\\x", nullptr, nullptr), 4);
+    EXPECT_EQ(connection->getElementStatus("R:\\vC:\\x", nullptr, nullptr), elementViewPrivate);
 }
 
 int gOpens = 0;
@@ -193,10 +193,11 @@ TEST_F(FakeClearCaseTest, OnlyAnElementThatIsNotConfiguredIsOpenedAndQueriedOnce
     gOpens = 0;
     gQueries = 0;
     std::string version = "old";
-    EXPECT_EQ(connection->getElementStatus(path.c_str(), &version, nullptr), 7);
+    EXPECT_EQ(connection->getElementStatus(path.c_str(), &version, nullptr), elementCheckedOutFile);
     EXPECT_EQ(version, "");
     EXPECT_EQ(gOpens + gQueries, 0);
-    EXPECT_EQ(connection->getElementStatus(mFolder.utf8().c_str(), nullptr, nullptr), 2);
+    EXPECT_EQ(connection->getElementStatus(mFolder.utf8().c_str(), nullptr, nullptr),
+              elementDirectoryVersion);
     EXPECT_EQ(gOpens, 1);
     EXPECT_EQ(gQueries, 1);
 }
@@ -208,11 +209,14 @@ TEST_F(FakeClearCaseTest, AFileThatNoConfigurationNamesAnswersByItsAttributes) {
     SetFileAttributesW(System::unicodePath(readOnlyFolder).c_str(), FILE_ATTRIBUTE_READONLY);
     const struct {
         std::string path;
-        int status;
+        ElementType status;
     } rows[] = {
-        {mFolder.utf8("missing"), 4}, {write("read-only.txt", FILE_ATTRIBUTE_READONLY), 1},
-        {write("writable.txt"), 4},   {mFolder.utf8(), 2},
-        {readOnlyFolder, 2},          {"C:/NUL", 4},
+        {mFolder.utf8("missing"), elementViewPrivate},
+        {write("read-only.txt", FILE_ATTRIBUTE_READONLY), elementVersion},
+        {write("writable.txt"), elementViewPrivate},
+        {mFolder.utf8(), elementDirectoryVersion},
+        {readOnlyFolder, elementDirectoryVersion},
+        {"C:/NUL", elementViewPrivate},
     };
     for (const auto& row : rows) {
         std::string version = "old";
@@ -226,8 +230,8 @@ TEST_F(FakeClearCaseTest, AFileThatNoConfigurationNamesAnswersByItsAttributes) {
 
 TEST_F(FakeClearCaseTest, APathThatDiffersFromTheConfiguredOneInCaseIsLookedUpOnDisk) {
     const auto connection = connect("[attrs]\nC:\\no\\such=x\\y\n");
-    EXPECT_EQ(connection->getElementStatus("C:\\no\\such", nullptr, nullptr), 3);
-    EXPECT_EQ(connection->getElementStatus("c:/no/such", nullptr, nullptr), 4);
+    EXPECT_EQ(connection->getElementStatus("C:\\no\\such", nullptr, nullptr), elementSymbolicLink);
+    EXPECT_EQ(connection->getElementStatus("c:/no/such", nullptr, nullptr), elementViewPrivate);
 }
 
 TEST_F(FakeClearCaseTest, APathOf32000CharactersIsAnswered) {
@@ -236,7 +240,7 @@ TEST_F(FakeClearCaseTest, APathOf32000CharactersIsAnswered) {
     while (path.size() < 32000) {
         path += "\\component";
     }
-    EXPECT_EQ(connection.getElementStatus(path.c_str(), nullptr, nullptr), 4);
+    EXPECT_EQ(connection.getElementStatus(path.c_str(), nullptr, nullptr), elementViewPrivate);
 }
 
 TEST_F(FakeClearCaseDeathTest, ARelativePathStopsTheProcess) {

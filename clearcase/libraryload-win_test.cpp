@@ -81,7 +81,7 @@ TEST_F(LibraryLoadTest, SocketsOfVersion22AreStartedAndTheDrivesAreRead) {
     testing::internal::CaptureStderr();
     EXPECT_TRUE(attachLibrary());
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-    EXPECT_EQ(gVersion, 514);
+    EXPECT_EQ(gVersion, MAKEWORD(2, 2));
     EXPECT_EQ(mvfsRoot, "M:");
     EXPECT_EQ(viewDrives, (std::map<std::string, std::string>{{"X:", "tag"}}));
     expectLettersOfViewDrives();

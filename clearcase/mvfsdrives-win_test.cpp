@@ -99,8 +99,8 @@ using Drives = std::map<std::string, std::string>;
 TEST_F(LookupMvfsDrivesTest, DisksAreReadInBatchesOf1024BytesAndTheHandleIsClosed) {
     EXPECT_EQ(lookup({{{}, NO_ERROR}, {{}, ERROR_NO_MORE_ITEMS}}), "");
     ASSERT_EQ(gEnumeration.opened.size(), 1U);
-    EXPECT_EQ(gEnumeration.opened[0].scope, 1U);  // RESOURCE_CONNECTED
-    EXPECT_EQ(gEnumeration.opened[0].type, 1U);   // RESOURCETYPE_DISK
+    EXPECT_EQ(gEnumeration.opened[0].scope, DWORD{RESOURCE_CONNECTED});
+    EXPECT_EQ(gEnumeration.opened[0].type, DWORD{RESOURCETYPE_DISK});
     EXPECT_EQ(gEnumeration.opened[0].usage, 0U);
     EXPECT_EQ(gEnumeration.opened[0].start, nullptr);
     const std::pair<DWORD, DWORD> all{0xFFFFFFFF, 1024};

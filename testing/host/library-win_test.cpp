@@ -77,7 +77,8 @@ TEST_F(LibraryTest, TheTwelveOperationsStandInTheirOrderBehindTheDestructor) {
     EXPECT_EQ(table.operation2(), "");
     std::string version;
     std::string target;
-    EXPECT_EQ(table.operation4("C:/l", &version, &target), 3) << "getElementStatus";
+    EXPECT_EQ(table.operation4("C:/l", &version, &target), elementSymbolicLink)
+        << "getElementStatus";
     EXPECT_EQ(target, "C:/t");
     EXPECT_EQ(table.operation5("C:\\w", "a", {}), "C:/w/a") << "canonicalizeViewPath";
     EXPECT_EQ(table.operation6(), "abc") << "getViewTag";
