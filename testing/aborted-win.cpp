@@ -2,7 +2,10 @@
 
 namespace testing_support {
 
-// The exit code that the C runtime's abort() ends the process with.
-bool hasAborted(int status) { return status == 3; }
+bool hasAborted(int status) {
+    // The exit code that the C runtime's abort() ends the process with.
+    constexpr int abortCode = 3;
+    return status == abortCode;
+}
 
 }  // namespace testing_support

@@ -13,6 +13,7 @@ namespace {
 using namespace testing_support;
 
 constexpr DWORD BREAK_CODE = 0xC000013A;
+constexpr DWORD NO_PROCESS = MAXDWORD;
 
 [[gnu::noinline]] BOOL breakGroup(DWORD group) {
     return GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, group);
@@ -62,7 +63,7 @@ TEST(ConsoleBreaksTest, AnIdThatNoProcessHasIsAnError) {
     const ConsoleBreaks breaks;
     const StartedChild ended({.actions = {}});
     ended.wait();
-    for (const DWORD id : {DWORD{0xFFFFFFFF}, ended.pid()}) {
+    for (const DWORD id : {NO_PROCESS, ended.pid()}) {
         SetLastError(ERROR_SUCCESS);
         EXPECT_FALSE(breakGroup(id));
         EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
@@ -73,16 +74,16 @@ TEST(ConsoleBreaksTest, EachCallIsRecorded) {
     const ConsoleBreaks breaks;
     EXPECT_TRUE(breaks.calls().empty());
     const StartedChild child({.actions = {"sleep", "60000"}});
-    breakGroup(0xFFFFFFFF);
+    breakGroup(NO_PROCESS);
     breakGroup(child.pid());
-    EXPECT_EQ(breaks.calls(), (std::vector<ConsoleBreaks::Call>{{CTRL_BREAK_EVENT, 0xFFFFFFFF},
+    EXPECT_EQ(breaks.calls(), (std::vector<ConsoleBreaks::Call>{{CTRL_BREAK_EVENT, NO_PROCESS},
                                                                 {CTRL_BREAK_EVENT, child.pid()}}));
 }
 
 TEST(ConsoleBreaksTest, ASecondOneIsRefusedAndTheFirstStays) {
     const ConsoleBreaks breaks;
     EXPECT_THROW(ConsoleBreaks(), std::logic_error);
-    breakGroup(0xFFFFFFFF);
+    breakGroup(NO_PROCESS);
     EXPECT_EQ(breaks.calls().size(), 1U);
 }
 

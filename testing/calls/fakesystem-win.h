@@ -60,14 +60,17 @@ private:
     HANDLE mHandle;
 };
 
+/// The id of the System process.
+inline constexpr DWORD SYSTEM_PROCESS = 4;
+
 struct TableEntry {
     DWORD processId;
     HANDLE handle;
 };
 
-/// Until the scope ends, this process replaces the System process, which has the id 4: opening that
-/// process opens this one. Operations on its handles are real. `answerTable` reports the handles
-/// that are passed to the constructor. At most one object at a time, in one thread.
+/// Until the scope ends, this process replaces the System process: opening that process opens this
+/// one. Operations on its handles are real. `answerTable` reports the handles that are passed to
+/// the constructor. At most one object at a time, in one thread.
 class FakeSystem {
 public:
     explicit FakeSystem(const std::vector<TableEntry>& entries) {

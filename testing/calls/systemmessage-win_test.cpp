@@ -39,7 +39,7 @@ TEST(SystemMessageTest, ABufferWithoutRoomForTheTerminatorIsTooShort) {
     wchar_t buffer[6] = L"kept";
     SetLastError(0);
     EXPECT_EQ(ask(FORMAT_MESSAGE_FROM_SYSTEM, buffer, 5), 0U);
-    EXPECT_EQ(GetLastError(), 122U);
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_INSUFFICIENT_BUFFER});
     EXPECT_EQ(std::wstring(buffer), L"kept");
     EXPECT_EQ(ask(FORMAT_MESSAGE_FROM_SYSTEM, buffer, 6), 5U);
 }
@@ -49,7 +49,7 @@ TEST(SystemMessageTest, AMessageWithAGapIsRefusedUnlessGapsAreIgnored) {
     wchar_t buffer[20] = L"";
     SetLastError(0);
     EXPECT_EQ(ask(FORMAT_MESSAGE_FROM_SYSTEM, buffer, 20), 0U);
-    EXPECT_EQ(GetLastError(), 87U);
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
     EXPECT_EQ(ask(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, buffer, 20), 6U);
     EXPECT_EQ(std::wstring(buffer), L"no %1.");
 }
@@ -66,7 +66,7 @@ TEST(SystemMessageTest, AGapBehindOtherPercentSignsIsOne) {
         wchar_t buffer[20] = L"";
         SetLastError(0);
         EXPECT_EQ(ask(FORMAT_MESSAGE_FROM_SYSTEM, buffer, 20), 0U);
-        EXPECT_EQ(GetLastError(), 87U);
+        EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
     }
 }
 
@@ -81,7 +81,7 @@ TEST(SystemMessageTest, AnEmptyMessageIsNone) {
     wchar_t* buffer = nullptr;
     SetLastError(0);
     EXPECT_EQ(ask(FORMAT_MESSAGE_ALLOCATE_BUFFER, reinterpret_cast<wchar_t*>(&buffer), 0), 0U);
-    EXPECT_EQ(GetLastError(), 317U);
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_MR_MID_NOT_FOUND});
     EXPECT_EQ(buffer, nullptr);
 }
 

@@ -88,7 +88,7 @@ TEST(UnicodeTextTest, Utf8IsAskedForWithRoomForFourBytesAUnitAndNoDefaultCharact
         "WideCharToMultiByte",
         [](UINT codePage, DWORD, LPCWCH, int length, LPSTR buffer, int size, LPCCH defaultChar,
            LPBOOL usedDefault) -> int {
-            EXPECT_EQ(codePage, 65001U);
+            EXPECT_EQ(codePage, UINT{CP_UTF8});
             EXPECT_EQ(length, 3);
             EXPECT_EQ(size, 12);
             EXPECT_EQ(defaultChar, nullptr);
@@ -103,7 +103,7 @@ TEST(UnicodeTextTest, Utf16IsAskedForWithRoomForOneUnitAByteAndNoFlags) {
     const ReplacedCall<decltype(MultiByteToWideChar)> call(
         "MultiByteToWideChar",
         [](UINT codePage, DWORD flags, LPCCH, int length, LPWSTR buffer, int size) -> int {
-            EXPECT_EQ(codePage, 65001U);
+            EXPECT_EQ(codePage, UINT{CP_UTF8});
             EXPECT_EQ(flags, 0U);
             EXPECT_EQ(length, 3);
             EXPECT_EQ(size, 3);

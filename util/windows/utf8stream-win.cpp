@@ -23,17 +23,17 @@ uint32_t conversionFlags(uint32_t codePage, bool lenient) {
         return 0;
     }
     switch (codePage) {
-        case 42:
+        case CP_SYMBOL:
         case 50220:
         case 50221:
         case 50222:
         case 50225:
         case 50227:
         case 50229:
-        case 65000:
+        case CP_UTF7:
             return 0;
         case 54936:
-        case 65001:
+        case CP_UTF8:
             return MB_ERR_INVALID_CHARS;
         default:
             return lenient ? MB_PRECOMPOSED : MB_PRECOMPOSED | MB_ERR_INVALID_CHARS;

@@ -26,6 +26,14 @@ using namespace testing_support;
 
 constexpr size_t blockSize = 4096;
 
+// Code pages.
+constexpr uint32_t UTF8 = CP_UTF8;
+constexpr uint32_t UTF7 = CP_UTF7;
+constexpr uint32_t WESTERN = 1252;
+constexpr uint32_t SHIFT_JIS = 932;
+
+constexpr DWORD NO_TRANSLATION = ERROR_NO_UNICODE_TRANSLATION;
+
 class Utf8StreamTest : public testing::Test {
 protected:
     /// Returns a file with this content, open for reading.
@@ -106,14 +114,14 @@ private:
 };
 
 TEST_F(Utf8StreamTest, AnEmptyFileEndsAtTheFirstRead) {
-    for (const uint32_t codePage : {1252U, 65001U, 65000U}) {
+    for (const uint32_t codePage : {WESTERN, UTF8, UTF7}) {
         utf8streambuf buffer(file(""), codePage, /*lenient=*/false);
         EXPECT_EQ(buffer.sgetc(), std::char_traits<char>::eof());
     }
 }
 
 TEST_F(Utf8StreamTest, BehindAnEndThatWasReachedNothingIsReadThoughTheFileHasGrown) {
-    utf8streambuf buffer(file("x"), 1252, /*lenient=*/false);
+    utf8streambuf buffer(file("x"), WESTERN, /*lenient=*/false);
     EXPECT_EQ(buffer.sbumpc(), 'x');
     // Some C runtimes continue to read a file that has grown, and others don't.
     const ReplacedCall<decltype(std::fread)> grown(
@@ -126,18 +134,18 @@ TEST_F(Utf8StreamTest, BehindAnEndThatWasReachedNothingIsReadThoughTheFileHasGro
 
 TEST_F(Utf8StreamTest, AFileOfCodePage1252IsReadAsUtf8) {
     for (const bool lenient : {false, true}) {
-        EXPECT_EQ(read("caf\xE9 \x80", 1252, lenient), "caf\xC3\xA9 \xE2\x82\xAC");
+        EXPECT_EQ(read("caf\xE9 \x80", WESTERN, lenient), "caf\xC3\xA9 \xE2\x82\xAC");
     }
 }
 
 TEST_F(Utf8StreamTest, LineEndsAndNulCharactersStayAsTheyAre) {
     const std::string text("a\r\nb\nc\rd\0e", 10);
-    EXPECT_EQ(read(text, 1252), text);
-    EXPECT_EQ(read(text, 65001), text);
+    EXPECT_EQ(read(text, WESTERN), text);
+    EXPECT_EQ(read(text, UTF8), text);
 }
 
 TEST_F(Utf8StreamTest, AByteOrderMarkIsTextLikeAnyOther) {
-    EXPECT_EQ(read("\xEF\xBB\xBFx", 65001), "\xEF\xBB\xBFx");
+    EXPECT_EQ(read("\xEF\xBB\xBFx", UTF8), "\xEF\xBB\xBFx");
 }
 
 TEST_F(Utf8StreamTest, FilesOfAnyNumberOfBlocksAreReadWhole) {
@@ -148,7 +156,7 @@ TEST_F(Utf8StreamTest, FilesOfAnyNumberOfBlocksAreReadWhole) {
         for (size_t i = 0; i < size; ++i) {
             expected += "\xC3\xA9";
         }
-        EXPECT_EQ(read(content, 1252), expected) << size;
+        EXPECT_EQ(read(content, WESTERN), expected) << size;
     }
 }
 
@@ -160,7 +168,7 @@ TEST_F(Utf8StreamTest, LinesOverBlocksAreReadByGetline) {
         content += lines[i];
         content += '\n';
     }
-    utf8istream stream(file(content), 65001, /*lenient=*/false);
+    utf8istream stream(file(content), UTF8, /*lenient=*/false);
     std::vector<std::string> result;
     for (std::string line; std::getline(stream, line);) {
         result.push_back(line);
@@ -174,10 +182,10 @@ TEST_F(Utf8StreamTest, AUtf8CharacterAnywhereOverTheEndOfABlockIsReadWhole) {
     for (const std::string character : {"\xC3\xA9", "\xE4\xB8\xAD", "\xF0\x9F\x98\x80"}) {
         for (size_t before = blockSize - character.size(); before <= blockSize; ++before) {
             const std::string upToIt = std::string(before, 'a') + character;
-            EXPECT_EQ(read(upToIt, 65001), upToIt) << before << character;
+            EXPECT_EQ(read(upToIt, UTF8), upToIt) << before << character;
             std::string content = upToIt;
             content.append(blockSize, 'b').append(character);
-            EXPECT_EQ(read(content, 65001), content) << before << character;
+            EXPECT_EQ(read(content, UTF8), content) << before << character;
         }
     }
 }
@@ -188,47 +196,47 @@ TEST_F(Utf8StreamTest, ManyBlocksOfLongCharactersAreReadWhole) {
         while (content.size() < 5 * blockSize) {
             content += character;
         }
-        EXPECT_EQ(read(content, 65001), content) << character;
+        EXPECT_EQ(read(content, UTF8), content) << character;
     }
 }
 
 TEST_F(Utf8StreamTest, ADoubleByteCharacterOverTheEndOfABlockIsReadWhole) {
     // Hiragana A in Shift-JIS.
     const std::string content = std::string(blockSize - 1, 'a') + "\x82\xA0" + "bcd";
-    EXPECT_EQ(read(content, 932), std::string(blockSize - 1, 'a') + "\xE3\x81\x82" + "bcd");
+    EXPECT_EQ(read(content, SHIFT_JIS), std::string(blockSize - 1, 'a') + "\xE3\x81\x82" + "bcd");
 }
 
 TEST_F(Utf8StreamTest, ABadByteOfUtf8IsAnExceptionLenientOrNot) {
     for (const bool lenient : {false, true}) {
-        EXPECT_EQ(failure("caf\xE9 noir", 65001, lenient), 1113U);
-        EXPECT_EQ(failure("x\xFF", 65001, lenient), 1113U);
+        EXPECT_EQ(failure("caf\xE9 noir", UTF8, lenient), NO_TRANSLATION);
+        EXPECT_EQ(failure("x\xFF", UTF8, lenient), NO_TRANSLATION);
     }
 }
 
 TEST_F(Utf8StreamTest, ACharacterThatTheEndOfTheFileCutsOffIsAnException) {
-    EXPECT_EQ(failure("\xE4\xB8", 65001), 1113U);
-    EXPECT_EQ(failure(std::string(blockSize - 1, 'a') + "\xE4", 65001), 1113U);
-    EXPECT_EQ(failure(std::string(blockSize - 1, 'a') + "\xE4\xB8", 65001), 1113U);
+    EXPECT_EQ(failure("\xE4\xB8", UTF8), NO_TRANSLATION);
+    EXPECT_EQ(failure(std::string(blockSize - 1, 'a') + "\xE4", UTF8), NO_TRANSLATION);
+    EXPECT_EQ(failure(std::string(blockSize - 1, 'a') + "\xE4\xB8", UTF8), NO_TRANSLATION);
 }
 
 TEST_F(Utf8StreamTest, ABadByteInAFullBlockOfALongFileIsAnException) {
     for (const size_t before : {size_t{0}, size_t{100}, blockSize - 1}) {
         EXPECT_EQ(
-            failure(std::string(before, 'a') + "\xFF" + std::string(2 * blockSize, 'b'), 65001),
-            1113U)
+            failure(std::string(before, 'a') + "\xFF" + std::string(2 * blockSize, 'b'), UTF8),
+            NO_TRANSLATION)
             << before;
     }
 }
 
 TEST_F(Utf8StreamTest, ABadByteEndsTheReadingOfTheStreamAsBad) {
-    utf8istream stream(file("\xFF"), 65001, /*lenient=*/false);
+    utf8istream stream(file("\xFF"), UTF8, /*lenient=*/false);
     std::string line;
     EXPECT_FALSE(std::getline(stream, line));
     EXPECT_TRUE(stream.bad());
 }
 
 TEST_F(Utf8StreamTest, TheExceptionComesThroughAStreamThatIsToldToLetIt) {
-    utf8istream stream(file("\xFF"), 65001, /*lenient=*/false);
+    utf8istream stream(file("\xFF"), UTF8, /*lenient=*/false);
     stream.exceptions(std::ios::badbit);
     std::string line;
     EXPECT_THROW(std::getline(stream, line), Win32Exception);
@@ -236,42 +244,75 @@ TEST_F(Utf8StreamTest, TheExceptionComesThroughAStreamThatIsToldToLetIt) {
 
 TEST_F(Utf8StreamTest, AfterAnExceptionReadingGoesOnBehindTheBlock) {
     const std::string content = std::string(blockSize, '\xFF') + "1234" + "behind";
-    utf8streambuf buffer(file(content), 65001, /*lenient=*/false);
+    utf8streambuf buffer(file(content), UTF8, /*lenient=*/false);
     EXPECT_THROW(buffer.sgetc(), Win32Exception);
     EXPECT_EQ(buffer.sgetc(), 'b');
 }
 
 TEST_F(Utf8StreamTest, ABadByteIsReplacedWhereTheStreamIsLenient) {
     // A lead byte of Shift-JIS, followed by nothing.
-    EXPECT_EQ(failure("\x82", 932, /*lenient=*/false), 1113U);
-    EXPECT_EQ(failure("\x82", 932, /*lenient=*/true), 0U);
+    EXPECT_EQ(failure("\x82", SHIFT_JIS, /*lenient=*/false), NO_TRANSLATION);
+    EXPECT_EQ(failure("\x82", SHIFT_JIS, /*lenient=*/true), 0U);
     CPINFOEXW info;
-    ASSERT_TRUE(GetCPInfoExW(932, /*dwFlags=*/0, &info));
-    EXPECT_EQ(read("before\x82", 932, /*lenient=*/true),
+    ASSERT_TRUE(GetCPInfoExW(SHIFT_JIS, /*dwFlags=*/0, &info));
+    EXPECT_EQ(read("before\x82", SHIFT_JIS, /*lenient=*/true),
               "before" + toUtf8(std::wstring(1, info.UnicodeDefaultChar)));
 }
 
 TEST_F(Utf8StreamTest, ACodePageThatTakesNoFlagsIsRead) {
-    EXPECT_EQ(read("A+AOk-B", 65000),
+    EXPECT_EQ(read("A+AOk-B", UTF7),
               "A\xC3\xA9"
               "B");
-    EXPECT_EQ(read("A+AOk-B", 65000, /*lenient=*/true),
+    EXPECT_EQ(read("A+AOk-B", UTF7, /*lenient=*/true),
               "A\xC3\xA9"
               "B");
 }
 
 TEST_F(Utf8StreamTest, TheFlagsAreThoseThatTheCodePageTakes) {
+    constexpr DWORD VALID = MB_ERR_INVALID_CHARS;
+    constexpr DWORD COMPOSED = MB_PRECOMPOSED;
+    constexpr DWORD ALL = VALID | COMPOSED;
     const struct {
         uint32_t codePage;
         DWORD strict;
         DWORD lenient;
     } rows[] = {
-        {42, 0, 0},    {50220, 0, 0}, {50221, 0, 0}, {50222, 0, 0}, {50225, 0, 0}, {50227, 0, 0},
-        {50229, 0, 0}, {57002, 0, 0}, {57003, 0, 0}, {57004, 0, 0}, {57005, 0, 0}, {57006, 0, 0},
-        {57007, 0, 0}, {57008, 0, 0}, {57009, 0, 0}, {57010, 0, 0}, {57011, 0, 0}, {65000, 0, 0},
-        {54936, 8, 8}, {65001, 8, 8}, {1252, 9, 1},  {932, 9, 1},   {0, 9, 1},     {41, 9, 1},
-        {43, 9, 1},    {50219, 9, 1}, {50223, 9, 1}, {50224, 9, 1}, {50226, 9, 1}, {50228, 9, 1},
-        {50230, 9, 1}, {57001, 9, 1}, {57012, 9, 1}, {54935, 9, 1}, {64999, 9, 1}, {65002, 9, 1},
+        {42, 0, 0},
+        {50220, 0, 0},
+        {50221, 0, 0},
+        {50222, 0, 0},
+        {50225, 0, 0},
+        {50227, 0, 0},
+        {50229, 0, 0},
+        {57002, 0, 0},
+        {57003, 0, 0},
+        {57004, 0, 0},
+        {57005, 0, 0},
+        {57006, 0, 0},
+        {57007, 0, 0},
+        {57008, 0, 0},
+        {57009, 0, 0},
+        {57010, 0, 0},
+        {57011, 0, 0},
+        {65000, 0, 0},
+        {54936, VALID, VALID},
+        {65001, VALID, VALID},
+        {1252, ALL, COMPOSED},
+        {932, ALL, COMPOSED},
+        {0, ALL, COMPOSED},
+        {41, ALL, COMPOSED},
+        {43, ALL, COMPOSED},
+        {50219, ALL, COMPOSED},
+        {50223, ALL, COMPOSED},
+        {50224, ALL, COMPOSED},
+        {50226, ALL, COMPOSED},
+        {50228, ALL, COMPOSED},
+        {50230, ALL, COMPOSED},
+        {57001, ALL, COMPOSED},
+        {57012, ALL, COMPOSED},
+        {54935, ALL, COMPOSED},
+        {64999, ALL, COMPOSED},
+        {65002, ALL, COMPOSED},
     };
     for (const auto& row : rows) {
         const Conversion conversion(1);
@@ -286,22 +327,22 @@ TEST_F(Utf8StreamTest, TheFlagsAreThoseThatTheCodePageTakes) {
 
 TEST_F(Utf8StreamTest, TheFileIsConvertedInBlocksOf4096Bytes) {
     const Conversion conversion(1);
-    read(std::string(2 * blockSize + 5, 'x'), 1252);
+    read(std::string(2 * blockSize + 5, 'x'), WESTERN);
     EXPECT_EQ(Conversion::sizes(), (std::vector<int>{4096, 4096, 5}));
 }
 
 TEST_F(Utf8StreamTest, FourMoreBytesAreTriedAtTheMostOneByOne) {
     const Conversion conversion(0, ERROR_NO_UNICODE_TRANSLATION);
-    EXPECT_EQ(failure(std::string(2 * blockSize, 'x'), 65001), 1113U);
+    EXPECT_EQ(failure(std::string(2 * blockSize, 'x'), UTF8), NO_TRANSLATION);
     EXPECT_EQ(Conversion::sizes(), (std::vector<int>{4096, 4097, 4098, 4099, 4100}));
 }
 
 TEST_F(Utf8StreamTest, NoMoreBytesAreTriedThanTheFileHas) {
     const Conversion conversion(0, ERROR_NO_UNICODE_TRANSLATION);
-    EXPECT_EQ(failure(std::string(blockSize + 2, 'x'), 65001), 1113U);
+    EXPECT_EQ(failure(std::string(blockSize + 2, 'x'), UTF8), NO_TRANSLATION);
     EXPECT_EQ(Conversion::sizes(), (std::vector<int>{4096, 4097, 4098}));
     gConvertCalls.clear();
-    EXPECT_EQ(failure("xyz", 65001), 1113U);
+    EXPECT_EQ(failure("xyz", UTF8), NO_TRANSLATION);
     EXPECT_EQ(Conversion::sizes(), std::vector<int>{3});
 }
 
@@ -310,15 +351,15 @@ TEST_F(Utf8StreamTest, AFailureThatMoreBytesCannotMendIsAnExceptionAtOnce) {
     {
         const Conversion conversion(0, ERROR_INVALID_FLAGS);
         SetLastError(ERROR_NO_UNICODE_TRANSLATION);
-        EXPECT_EQ(failure(content, 1252), 1004U);
+        EXPECT_EQ(failure(content, WESTERN), DWORD{ERROR_INVALID_FLAGS});
         EXPECT_EQ(Conversion::sizes(), std::vector<int>{4096});
     }
-    EXPECT_EQ(failure(content, 77777), 87U);
+    EXPECT_EQ(failure(content, 77777), DWORD{ERROR_INVALID_PARAMETER});
 }
 
 TEST_F(Utf8StreamTest, AConversionToNothingWithoutAnErrorThrowsWithoutANumber) {
     const Conversion conversion(0);
-    utf8streambuf buffer(file(std::string(2 * blockSize, 'x')), 65000, /*lenient=*/false);
+    utf8streambuf buffer(file(std::string(2 * blockSize, 'x')), UTF7, /*lenient=*/false);
     SetLastError(ERROR_NO_UNICODE_TRANSLATION);
     try {
         buffer.sgetc();
@@ -336,7 +377,7 @@ void readMoreUnitsThanBytes() {
     const Conversion conversion(static_cast<int>(blockSize) + 1);
     FILE* const program = _wfopen(path, L"rb");
     if (program != nullptr) {
-        utf8streambuf(program, 1252, /*lenient=*/false).sgetc();
+        utf8streambuf(program, WESTERN, /*lenient=*/false).sgetc();
     }
 }
 
@@ -348,12 +389,12 @@ TEST(Utf8StreambufTest, MoreUnitsThanBytesAreABrokenInvariant) {
 
 TEST_F(Utf8StreamTest, AsManyUnitsAsBytesAreAllowed) {
     const Conversion conversion(1);
-    EXPECT_EQ(read("x", 1252), "u");
+    EXPECT_EQ(read("x", WESTERN), "u");
 }
 
 TEST_F(Utf8StreamTest, AFileThatCannotBeReadLooksLikeItsEnd) {
     FILE* writeOnly = open("", L"wb");
-    utf8streambuf buffer(writeOnly, 65001, /*lenient=*/false);
+    utf8streambuf buffer(writeOnly, UTF8, /*lenient=*/false);
     EXPECT_EQ(buffer.sgetc(), std::char_traits<char>::eof());
     EXPECT_EQ(std::feof(writeOnly), 0);
 }
@@ -362,14 +403,14 @@ TEST_F(Utf8StreamTest, TheFileIsClosedWithTheStream) {
     const std::filesystem::path path = mFolder.path() / "text";
     std::error_code error;
     {
-        utf8istream stream(file("text"), 65001, /*lenient=*/false);
+        utf8istream stream(file("text"), UTF8, /*lenient=*/false);
         EXPECT_FALSE(std::filesystem::remove(path, error));
     }
     EXPECT_TRUE(std::filesystem::remove(path, error));
 }
 
 TEST_F(Utf8StreamTest, ABlockTakesTheHeapForItsTextOnly) {
-    utf8streambuf buffer(file(std::string(blockSize, '\xE9')), 1252, /*lenient=*/false);
+    utf8streambuf buffer(file(std::string(blockSize, '\xE9')), WESTERN, /*lenient=*/false);
     const size_t before = testing_support::allocationCount();
     buffer.sgetc();
     EXPECT_EQ(testing_support::allocationCount() - before, 1U);

@@ -25,6 +25,16 @@ namespace {
 
 using namespace testing_support;
 
+constexpr SECURITY_INFORMATION OWNER_GROUP_DACL =
+    OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION;
+
+// Types and flags of ACEs.
+constexpr BYTE ALLOWED = ACCESS_ALLOWED_ACE_TYPE;
+constexpr BYTE DENIED = ACCESS_DENIED_ACE_TYPE;
+constexpr BYTE OI = OBJECT_INHERIT_ACE;
+constexpr BYTE CI = CONTAINER_INHERIT_ACE;
+constexpr BYTE ID = INHERITED_ACE;
+
 /// Gives sources and parents a descriptor of the test, and records what is written.
 class TakenSecurityTest : public SecurityTest {
 protected:
@@ -125,13 +135,14 @@ TEST_F(CopySecurityTest, OwnerGroupAndDaclOfTheSourceGoToTheTarget) {
     EXPECT_TRUE(copySecurity("c:/source", "c:/target", /*protect=*/false, &sTaken->error));
     EXPECT_EQ(sTaken->read.name, L"\\\\?\\c:\\source");
     EXPECT_EQ(sTaken->read.type, SE_FILE_OBJECT);
-    EXPECT_EQ(sTaken->read.bits, 7U);
+    EXPECT_EQ(sTaken->read.bits, OWNER_GROUP_DACL);
     EXPECT_EQ(sTaken->written.name, L"\\\\?\\c:\\target");
     EXPECT_EQ(sTaken->written.type, SE_FILE_OBJECT);
-    EXPECT_EQ(sTaken->written.bits, 7U);
+    EXPECT_EQ(sTaken->written.bits, OWNER_GROUP_DACL);
     EXPECT_EQ(sTaken->written.owner, "S-1-5-32-544");
     EXPECT_EQ(sTaken->written.group, "S-1-5-18");
-    EXPECT_EQ(sTaken->written.entries, (std::vector<Entry>{{0, 3, FILE_ALL_ACCESS, "S-1-1-0"}}));
+    EXPECT_EQ(sTaken->written.entries,
+              (std::vector<Entry>{{ALLOWED, OI | CI, FILE_ALL_ACCESS, "S-1-1-0"}}));
     EXPECT_FALSE(sTaken->written.hasSacl);
     EXPECT_EQ(sTaken->controls, 0);
     EXPECT_EQ(sTaken->error, "");
@@ -142,19 +153,21 @@ TEST_F(CopySecurityTest, OnlyWhatTheSourceHasGoesToTheTarget) {
         const wchar_t* text;
         SECURITY_INFORMATION bits;
     };
-    for (const Row& row : {Row{L"O:BA", 1}, Row{L"G:BA", 2}, Row{L"D:(A;;FA;;;WD)", 4}}) {
+    for (const Row& row :
+         {Row{L"O:BA", OWNER_SECURITY_INFORMATION}, Row{L"G:BA", GROUP_SECURITY_INFORMATION},
+          Row{L"D:(A;;FA;;;WD)", DACL_SECURITY_INFORMATION}}) {
         sTaken->given = row.text;
         EXPECT_TRUE(copySecurity("c:/source", "c:/target", /*protect=*/false));
         EXPECT_EQ(sTaken->written.bits, row.bits);
         EXPECT_TRUE(copySecurity("c:/source", "c:/target", /*protect=*/true));
-        EXPECT_EQ(sTaken->written.bits, 0x80000000U | row.bits);
+        EXPECT_EQ(sTaken->written.bits, PROTECTED_DACL_SECURITY_INFORMATION | row.bits);
     }
 }
 
 TEST_F(CopySecurityTest, AProtectedDaclIsMarkedAndSetAsSuch) {
     EXPECT_TRUE(copySecurity("c:/source", "c:/target", /*protect=*/true, &sTaken->error));
     EXPECT_EQ(sTaken->controls, 1);
-    EXPECT_EQ(sTaken->written.bits, 0x80000007U);
+    EXPECT_EQ(sTaken->written.bits, PROTECTED_DACL_SECURITY_INFORMATION | OWNER_GROUP_DACL);
 }
 
 TEST_F(CopySecurityTest, EachCallThatFailsIsToldByItsWordsAndItsNumber) {
@@ -183,10 +196,10 @@ TEST_F(InheritSecurityTest, OwnerAndGroupOfTheParentGoToTheChildWithADacl) {
     EXPECT_TRUE(inheritSecurity("c:/parent", mFile, &sTaken->error));
     EXPECT_EQ(sTaken->read.name, L"\\\\?\\c:\\parent");
     EXPECT_EQ(sTaken->read.type, SE_FILE_OBJECT);
-    EXPECT_EQ(sTaken->read.bits, 7U);
+    EXPECT_EQ(sTaken->read.bits, OWNER_GROUP_DACL);
     EXPECT_EQ(sTaken->written.name, System::unicodePath(mFile));
     EXPECT_EQ(sTaken->written.type, SE_FILE_OBJECT);
-    EXPECT_EQ(sTaken->written.bits, 7U);
+    EXPECT_EQ(sTaken->written.bits, OWNER_GROUP_DACL);
     EXPECT_EQ(sTaken->written.owner, "S-1-5-32-544");
     EXPECT_EQ(sTaken->written.group, "S-1-5-18");
     EXPECT_TRUE(sTaken->written.hasDacl);
@@ -200,21 +213,32 @@ TEST_F(InheritSecurityTest, AnEntryIsInheritedByTheKindOfChildAndItsFlagsChange)
         const wchar_t* entry;
         int ofFile, ofDirectory;
     };
-    const Row rows[] = {{L"", none, none},       {L"OI", 0x11, none},     {L"CI", none, 0x12},
-                        {L"OICI", 0x13, 0x13},   {L"OIIO", 0x11, none},   {L"CIIO", none, 0x12},
-                        {L"OICIIO", 0x13, 0x13}, {L"OINP", 0x10, none},   {L"CINP", none, 0x10},
-                        {L"OICINP", 0x10, 0x10}, {L"OINPIO", 0x10, none}, {L"OICINPIO", 0x10, 0x10},
-                        {L"NPIO", none, none},   {L"OICIID", 0x13, 0x13}, {L"ID", none, none}};
+    const Row rows[] = {{L"", none, none},
+                        {L"OI", OI | ID, none},
+                        {L"CI", none, CI | ID},
+                        {L"OICI", OI | CI | ID, OI | CI | ID},
+                        {L"OIIO", OI | ID, none},
+                        {L"CIIO", none, CI | ID},
+                        {L"OICIIO", OI | CI | ID, OI | CI | ID},
+                        {L"OINP", ID, none},
+                        {L"CINP", none, ID},
+                        {L"OICINP", ID, ID},
+                        {L"OINPIO", ID, none},
+                        {L"OICINPIO", ID, ID},
+                        {L"NPIO", none, none},
+                        {L"OICIID", OI | CI | ID, OI | CI | ID},
+                        {L"ID", none, none}};
     for (const Row& row : rows) {
         sTaken->given.assign(L"O:BAG:SYD:(A;").append(row.entry).append(L";0x12345;;;WD)");
         for (const bool isDirectory : {false, true}) {
             const int flags = isDirectory ? row.ofDirectory : row.ofFile;
             EXPECT_TRUE(inheritSecurity("c:/parent", isDirectory ? mFolder.utf8() : mFile));
-            EXPECT_EQ(sTaken->written.bits, 7U);
-            EXPECT_EQ(sTaken->written.entries,
-                      flags == none
-                          ? std::vector<Entry>()
-                          : (std::vector<Entry>{{0, static_cast<BYTE>(flags), 0x12345, "S-1-1-0"}}))
+            EXPECT_EQ(sTaken->written.bits, OWNER_GROUP_DACL);
+            EXPECT_EQ(
+                sTaken->written.entries,
+                flags == none
+                    ? std::vector<Entry>()
+                    : (std::vector<Entry>{{ALLOWED, static_cast<BYTE>(flags), 0x12345, "S-1-1-0"}}))
                 << testing::PrintToString(std::wstring(row.entry)) << isDirectory;
         }
     }
@@ -225,9 +249,9 @@ TEST_F(InheritSecurityTest, EntriesKeepTheirOrderKindAndRights) {
         L"O:BAG:SYD:(A;OI;FR;;;WD)(D;OI;FW;;;SY)(A;CI;FX;;;WD)(A;OI;FX;;;S-1-5-21-1-2-3-4-5)";
     EXPECT_TRUE(inheritSecurity("c:/parent", mFile));
     EXPECT_EQ(sTaken->written.entries,
-              (std::vector<Entry>{{0, 0x11, FILE_GENERIC_READ, "S-1-1-0"},
-                                  {1, 0x11, FILE_GENERIC_WRITE, "S-1-5-18"},
-                                  {0, 0x11, FILE_GENERIC_EXECUTE, "S-1-5-21-1-2-3-4-5"}}));
+              (std::vector<Entry>{{ALLOWED, OI | ID, FILE_GENERIC_READ, "S-1-1-0"},
+                                  {DENIED, OI | ID, FILE_GENERIC_WRITE, "S-1-5-18"},
+                                  {ALLOWED, OI | ID, FILE_GENERIC_EXECUTE, "S-1-5-21-1-2-3-4-5"}}));
 }
 
 TEST_F(InheritSecurityTest, TheListHasRoomForAllEntriesWithoutALimit) {
@@ -254,12 +278,12 @@ TEST_F(InheritSecurityTest, TheListHasRoomForAllEntriesWithoutALimit) {
 TEST_F(InheritSecurityTest, AParentWithoutAValidDaclGivesNone) {
     sTaken->given = L"O:BAG:SY";
     EXPECT_TRUE(inheritSecurity("c:/parent", mFile));
-    EXPECT_EQ(sTaken->written.bits, 3U);
+    EXPECT_EQ(sTaken->written.bits, DWORD{OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION});
     EXPECT_FALSE(sTaken->written.hasDacl);
     const ReplacedCall<decltype(IsValidAcl)> call("IsValidAcl", [](PACL) -> BOOL { return FALSE; });
     sTaken->given = L"O:BAD:(A;OI;FA;;;WD)";
     EXPECT_TRUE(inheritSecurity("c:/parent", mFile));
-    EXPECT_EQ(sTaken->written.bits, 1U);
+    EXPECT_EQ(sTaken->written.bits, DWORD{OWNER_SECURITY_INFORMATION});
     EXPECT_FALSE(sTaken->written.hasDacl);
 }
 

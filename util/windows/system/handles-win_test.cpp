@@ -223,7 +223,7 @@ TEST(EnableDebugPrivilegeTest, TheErrorOfTheAdjustmentIsTheResult) {
 }
 
 BOOL WINAPI refuseToken(HANDLE, DWORD access, PHANDLE) {
-    EXPECT_EQ(access, 32U);
+    EXPECT_EQ(access, DWORD{TOKEN_ADJUST_PRIVILEGES});
     SetLastError(ERROR_ACCESS_DENIED);
     return FALSE;
 }

@@ -301,9 +301,9 @@ TEST(SystemDateTimeTextTest, DateAndTimeArePicturesOfTheUsersLocalePutBehindEach
     EXPECT_EQ(gFormats[0].picture, L"yyyy/MM/dd ");
     EXPECT_EQ(gFormats[0].flags, 0U);
     EXPECT_EQ(gFormats[1].picture, L"hh:mm:ss");
-    EXPECT_EQ(gFormats[1].flags, 8U);
+    EXPECT_EQ(gFormats[1].flags, DWORD{TIME_FORCE24HOURFORMAT});
     for (const Format& format : gFormats) {
-        EXPECT_EQ(format.locale, 0x400U);
+        EXPECT_EQ(format.locale, LCID{LOCALE_USER_DEFAULT});
         EXPECT_EQ(format.room, 100);
     }
 }

@@ -221,7 +221,7 @@ decltype(RegOpenKeyExW)* gOpenKey = nullptr;
 /// Opens all keys except those with the name `gClosedName`.
 LSTATUS WINAPI openKey(HKEY parent, LPCWSTR name, DWORD options, REGSAM access, PHKEY key) {
     EXPECT_EQ(options, 0U);
-    EXPECT_EQ(access, 131097U);
+    EXPECT_EQ(access, DWORD{KEY_READ});
     if (name == gClosedName) {
         SetLastError(ERROR_NOT_SUPPORTED);  // the result counts, not this
         return ERROR_ACCESS_DENIED;

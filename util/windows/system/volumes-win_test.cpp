@@ -22,13 +22,13 @@ constexpr struct {
     VolumeType type;
     const char* word;
 } DRIVE_TYPES[] = {
-    {0, VolumeType::other, "unknown"},
-    {1, VolumeType::other, "invalid root path"},
-    {2, VolumeType::removable, "removable media"},
-    {3, VolumeType::fixed, "fixed media"},
-    {4, VolumeType::remote, "remote drive"},
-    {5, VolumeType::cdrom, "CD-ROM"},
-    {6, VolumeType::other, "RAM disk"},
+    {DRIVE_UNKNOWN, VolumeType::other, "unknown"},
+    {DRIVE_NO_ROOT_DIR, VolumeType::other, "invalid root path"},
+    {DRIVE_REMOVABLE, VolumeType::removable, "removable media"},
+    {DRIVE_FIXED, VolumeType::fixed, "fixed media"},
+    {DRIVE_REMOTE, VolumeType::remote, "remote drive"},
+    {DRIVE_CDROM, VolumeType::cdrom, "CD-ROM"},
+    {DRIVE_RAMDISK, VolumeType::other, "RAM disk"},
     {7, VolumeType::other, "unexpected drive type 0x7!"},
     {0xDEADBEEF, VolumeType::other, "unexpected drive type 0xdeadbeef!"},
 };
