@@ -4,6 +4,7 @@
 #include <pthread.h>
 
 #include "util/mutex-pthreads.h"
+#include "util/threadannotations.h"
 
 /// Lets threads wait for a change of something that a mutex guards. A thread can wake up without
 /// any signal, so a wait belongs in a loop:
@@ -31,11 +32,11 @@ public:
 
     /// Releases `m`, which the caller must hold exactly once, waits, and locks `m` again before it
     /// returns. The mutex's getter doesn't measure this second locking.
-    void wait(Mutex& m);
+    void wait(Mutex& m) NB_REQUIRES(m);
     /// The same, but waits until `timeout` at the latest. `timeout` is a point in time, counted
     /// from 1970 UTC, not a duration; null means no limit. Returns false if the wait timed out and
     /// true in all other cases. Asserts that the nanoseconds are below one second.
-    [[nodiscard]] bool wait(Mutex& m, const timespec* timeout);
+    [[nodiscard]] bool wait(Mutex& m, const timespec* timeout) NB_REQUIRES(m);
 
 private:
     pthread_cond_t* mHandle;

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <pthread.h>
 
+#include "util/threadannotations.h"
 #include "util/timer.h"
 
 /// Returns the timer that measures the wait for a busy lock, or null for none. It is called only
@@ -47,7 +48,7 @@ void lockMeasured(TimerGetter getter, TryLock tryLock, Lock lock) {
 /// The results of locking, unlocking and destroying are ignored. If the mutex can't be created,
 /// "Unable to initialize a new mutex" and the error's text go to standard error, and the process
 /// aborts.
-class Mutex {
+class NB_CAPABILITY("mutex") Mutex {
 public:
     explicit Mutex(MutexType type = mutexDefault) : mHandle(makeHandle(type)) {}
     /// Has the default type. Waits for this mutex are measured with the getter's timer.
@@ -57,14 +58,16 @@ public:
     Mutex(const Mutex&) = delete;
     Mutex& operator=(const Mutex&) = delete;
 
-    void lock() {
+    void lock() NB_ACQUIRE() {
         lockMeasured(
             mGetter, [this] { return pthread_mutex_trylock(mHandle); },
             [this] { return pthread_mutex_lock(mHandle); });
     }
     /// Returns true if the mutex was taken. Never waits.
-    [[nodiscard]] bool tryLock() { return pthread_mutex_trylock(mHandle) == 0; }
-    void unlock() { pthread_mutex_unlock(mHandle); }
+    [[nodiscard]] bool tryLock() NB_TRY_ACQUIRE(true) {
+        return pthread_mutex_trylock(mHandle) == 0;
+    }
+    void unlock() NB_RELEASE() { pthread_mutex_unlock(mHandle); }
 
     /// Creates a bare pthread mutex. The caller destroys it with pthread_mutex_destroy and frees
     /// the memory with delete.
@@ -80,11 +83,12 @@ private:
 };
 
 /// Holds a mutex from construction to destruction. A function that must be called with a lock held
-/// takes a `MutexLock&` as proof and asserts `lock.check(mMutex)`.
-class [[nodiscard]] MutexLock {
+/// says so (NB_REQUIRES). If its callers may be compiled without that check, it takes a
+/// `MutexLock&` as proof as well, and asserts `lock.check(mMutex)`.
+class NB_SCOPED_CAPABILITY [[nodiscard]] MutexLock {
 public:
-    explicit MutexLock(Mutex& m) : mMutex(&m) { mMutex->lock(); }
-    ~MutexLock() { mMutex->unlock(); }
+    explicit MutexLock(Mutex& m) NB_ACQUIRE(m) : mMutex(&m) { mMutex->lock(); }
+    ~MutexLock() NB_RELEASE() { mMutex->unlock(); }
     MutexLock(const MutexLock&) = delete;
     MutexLock& operator=(const MutexLock&) = delete;
 
@@ -102,7 +106,7 @@ private:
 ///
 /// Results are ignored, as for `Mutex`. If the lock can't be created, "Unable to initialize a new
 /// rwlock" and the error's text go to standard error, and the process aborts.
-class RWLock {
+class NB_CAPABILITY("rwlock") RWLock {
 public:
     RWLock() : RWLock(nullptr) {}
     /// Waits for this lock, for reading or writing, are measured with the getter's timer.
@@ -112,21 +116,25 @@ public:
     RWLock(const RWLock&) = delete;
     RWLock& operator=(const RWLock&) = delete;
 
-    void readLock() {
+    void readLock() NB_ACQUIRE_SHARED() {
         lockMeasured(
             mGetter, [this] { return pthread_rwlock_tryrdlock(mHandle); },
             [this] { return pthread_rwlock_rdlock(mHandle); });
     }
-    void writeLock() {
+    void writeLock() NB_ACQUIRE() {
         lockMeasured(
             mGetter, [this] { return pthread_rwlock_trywrlock(mHandle); },
             [this] { return pthread_rwlock_wrlock(mHandle); });
     }
     /// Return true if the lock was taken. Never wait.
-    [[nodiscard]] bool tryReadLock() { return pthread_rwlock_tryrdlock(mHandle) == 0; }
-    [[nodiscard]] bool tryWriteLock() { return pthread_rwlock_trywrlock(mHandle) == 0; }
+    [[nodiscard]] bool tryReadLock() NB_TRY_ACQUIRE_SHARED(true) {
+        return pthread_rwlock_tryrdlock(mHandle) == 0;
+    }
+    [[nodiscard]] bool tryWriteLock() NB_TRY_ACQUIRE(true) {
+        return pthread_rwlock_trywrlock(mHandle) == 0;
+    }
     /// Ends one hold of the calling thread, for reading or writing.
-    void unlock() { pthread_rwlock_unlock(mHandle); }
+    void unlock() NB_RELEASE_GENERIC() { pthread_rwlock_unlock(mHandle); }
 
     /// Creates a bare pthread lock. The caller destroys it with pthread_rwlock_destroy and frees
     /// the memory with delete.

@@ -4,14 +4,15 @@
 
 /// Holds the monitor's mutex. The monitor's timer measures the wait for it, and so does the mutex's
 /// own if the mutex has a getter.
-class RWMonitor::Bookkeeping {
+class NB_SCOPED_CAPABILITY RWMonitor::Bookkeeping {
 public:
-    explicit Bookkeeping(RWMonitor& monitor) : mMutex(*monitor.mMutex) {
+    explicit Bookkeeping(RWMonitor& monitor) NB_ACQUIRE(monitor.mMutex) : mMutex(*monitor.mMutex) {
         lockMeasured(
             monitor.mGetter, [this] { return pthread_mutex_trylock(mMutex.mHandle); },
-            [this] { mMutex.lock(); });
+            // Unchecked: the object holds it beyond this function.
+            [this]() NB_NO_THREAD_SAFETY_ANALYSIS { mMutex.lock(); });
     }
-    ~Bookkeeping() { mMutex.unlock(); }
+    ~Bookkeeping() NB_RELEASE() { mMutex.unlock(); }
     Bookkeeping(const Bookkeeping&) = delete;
     Bookkeeping& operator=(const Bookkeeping&) = delete;
 
@@ -31,6 +32,7 @@ void RWMonitor::lockForRead() {
         waitAtGate(mNumReadersWaiting);
     }
     ++mState;
+    isHeldForRead();
 }
 
 void RWMonitor::lockForWrite() {
@@ -39,11 +41,13 @@ void RWMonitor::lockForWrite() {
         waitAtGate(mNumWritersWaiting);
     }
     --mState;
+    isHeldForWrite();
 }
 
 void RWMonitor::addReader() {
     const Bookkeeping held(*this);
     ++mState;
+    isHeldForRead();
 }
 
 void RWMonitor::unlock() {
@@ -53,6 +57,7 @@ void RWMonitor::unlock() {
     if (mState == 0) {
         mCondition->broadcast();
     }
+    isReleased();
 }
 
 void RWMonitor::waitAtGate(int& numWaiting) {

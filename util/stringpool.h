@@ -5,6 +5,7 @@
 #include "util/hashtable.h"
 #include "util/mutex-pthreads.h"
 #include "util/textspan.h"
+#include "util/threadannotations.h"
 
 /// Stores each text once, so that equal texts have the same address. A pooled text can be passed
 /// through interfaces as a plain `const char*`, and texts can be compared by their addresses.
@@ -22,17 +23,16 @@ public:
     StringPool& operator=(const StringPool&) = delete;
 
     /// Returns the pooled text, with a terminator. It is valid as long as the pool exists.
-    [[nodiscard]] const char* intern(const HashedText& text);
+    [[nodiscard]] const char* intern(const HashedText& text) NB_EXCLUDES(mMutex);
 
     /// Returns the pooled empty text, which exists from the start.
     [[nodiscard]] const char* empty() const { return mEmpty; }
 
 private:
-    /// The same under the lock.
-    const char* findOrAdd(const HashedText& text);
+    const char* findOrAdd(const HashedText& text) NB_REQUIRES(mMutex);
 
     Mutex mMutex;
-    HashTable<std::unique_ptr<char[]>> mTexts;
+    HashTable<std::unique_ptr<char[]>> mTexts NB_GUARDED_BY(mMutex);
     const char* mEmpty;
 };
 

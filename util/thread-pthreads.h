@@ -50,7 +50,7 @@ public:
     Thread& operator=(const Thread&) = delete;
 
     /// Requests a stop: locks the mutex and calls `stop(lock)`.
-    virtual void stop();
+    virtual void stop() NB_EXCLUDES(mMutex);
     /// Does nothing; for derived classes.
     virtual void notify();
     /// Called by `join` if it fails. Does nothing.
@@ -59,9 +59,9 @@ public:
     virtual void* run() = 0;
     /// Sets the stop request, which remains set for later starts, and wakes a thread that waits for
     /// it. `lock` must hold the object's mutex: otherwise an assertion stops the process.
-    virtual void stop(MutexLock& lock);
+    virtual void stop(MutexLock& lock) NB_REQUIRES(mMutex);
     /// Makes the same assertion and does nothing else; for derived classes.
-    virtual void notify(MutexLock& lock);
+    virtual void notify(MutexLock& lock) NB_REQUIRES(mMutex);
 
     /// Starts `run` on a new thread, with `stackSize` bytes of stack, or the default size for 0.
     /// The previous thread must have been joined: otherwise an assertion stops the process. If no
@@ -85,7 +85,7 @@ public:
 protected:
     Mutex mMutex;  ///< guards the stop request, and what derived classes add
     Condition mCondition;
-    uint32_t mStopRequested = 0;
+    uint32_t mStopRequested NB_GUARDED_BY(mMutex) = 0;
 
 private:
     static void* runThread(void* thread);

@@ -145,17 +145,22 @@ TEST(ThreadTest, AStopIsTheOneThatADerivedClassMakesOfItWithTheLockHeld) {
     public:
         Stopped() : Echo(nullptr) {}
         using Thread::stop;
-        void stop(MutexLock& lock) override {
+        void stop(MutexLock& lock) override NB_REQUIRES(mMutex) {
             ++calls;
             isProof = lock.check(mMutex);
             isHeld = !mMutex.tryLock();
             Echo::stop(lock);
         }
-        uint32_t stopRequested() const { return mStopRequested; }
+        uint32_t stopRequested() {
+            const MutexLock lock(mMutex);
+            return mStopRequested;
+        }
         bool isLockFree() {
-            const bool isFree = mMutex.tryLock();
+            if (!mMutex.tryLock()) {
+                return false;
+            }
             mMutex.unlock();
-            return isFree;
+            return true;
         }
 
         int calls = 0;
@@ -167,8 +172,8 @@ TEST(ThreadTest, AStopIsTheOneThatADerivedClassMakesOfItWithTheLockHeld) {
     EXPECT_EQ(thread.calls, 1);
     EXPECT_TRUE(thread.isProof);
     EXPECT_TRUE(thread.isHeld);
-    EXPECT_EQ(thread.stopRequested(), 1U);
     EXPECT_TRUE(thread.isLockFree()) << "behind the stop";
+    EXPECT_EQ(thread.stopRequested(), 1U);
 }
 
 /// A thread whose fields can be inspected.
@@ -201,8 +206,8 @@ public:
         last = "run";
         return nullptr;
     }
-    void stop(MutexLock&) override { last = "stop(lock)"; }
-    void notify(MutexLock&) override { last = "notify(lock)"; }
+    void stop(MutexLock&) override NB_REQUIRES(mMutex) { last = "stop(lock)"; }
+    void notify(MutexLock&) override NB_REQUIRES(mMutex) { last = "notify(lock)"; }
 
     static inline std::string last;
 };
@@ -230,6 +235,7 @@ TEST(ThreadTest, TheFieldsStandInTheirOrder) {
     const auto offsetOf = [object](const auto& field) {
         return static_cast<size_t>(reinterpret_cast<const char*>(&field) - object);
     };
+    const MutexLock lock(thread.mMutex);
     EXPECT_EQ(offsetOf(thread.mMutex), sizeof(void*)) << "behind the table's address";
     EXPECT_EQ(offsetOf(thread.mCondition), offsetOf(thread.mMutex) + sizeof(Mutex));
     EXPECT_EQ(offsetOf(thread.mStopRequested), offsetOf(thread.mCondition) + sizeof(Condition));
@@ -268,13 +274,19 @@ TEST(ThreadDeathTest, AThreadThatWasNotJoinedStopsTheProcessWhenItsObjectGoes) {
         "assertion failed at .*: mThread == 0");
 }
 
+// Unchecked: the compiler refuses the wrong lock as well.
+void stopWith(MutexLock& lock, Thread& thread) NB_NO_THREAD_SAFETY_ANALYSIS { thread.stop(lock); }
+void notifyWith(MutexLock& lock, Thread& thread) NB_NO_THREAD_SAFETY_ANALYSIS {
+    thread.notify(lock);
+}
+
 TEST(ThreadDeathTest, AnotherLockStopsTheProcess) {
     EXPECT_DEATH(
         {
             Waiter waiter;
             Mutex other;
             MutexLock lock(other);
-            waiter.Thread::stop(lock);
+            stopWith(lock, waiter);
         },
         "assertion failed at .*: lock.check.mMutex.");
     EXPECT_DEATH(
@@ -282,7 +294,7 @@ TEST(ThreadDeathTest, AnotherLockStopsTheProcess) {
             Waiter waiter;
             Mutex other;
             MutexLock lock(other);
-            waiter.Thread::notify(lock);
+            notifyWith(lock, waiter);
         },
         "assertion failed at .*: lock.check.mMutex.");
 }
