@@ -151,8 +151,8 @@ public:
     explicit Canonicalizer(int driveCount) : mDrives(someDrives(driveCount)) {}
 
     size_t operator()(const std::string& path, const std::vector<std::string>& tags) {
-        return canonicalizeViewPath({mMvfsRoot, mDrives, mLetters}, mCache, mLock, mDirectory, path,
-                                    tags, mErrors)
+        return canonicalizeViewPath({mMvfsRoot, mDrives, mLetters}, mCache, mDirectory, path, tags,
+                                    mErrors)
             .size();
     }
 
@@ -161,8 +161,7 @@ private:
     std::string mDirectory = "C:\\w";
     std::map<std::string, std::string> mDrives;
     DriveLetters mLetters{mDrives};
-    std::map<std::string, std::string> mCache;
-    Mutex mLock;
+    ViewRootCache mCache;
     std::ostringstream mErrors;
 };
 

@@ -69,10 +69,9 @@ int FakeClearCase::getElementStatus(const char* path, std::string* version, std:
 std::string FakeClearCase::canonicalizeViewPath(const std::string& cwd, const std::string& path,
                                                 const std::vector<std::string>& vobTags) {
     // Made by the first call, and never freed.
-    static auto& viewRootCache = *new std::map<std::string, std::string>;
-    static auto& viewRootCacheLock = *new Mutex;
-    return ::canonicalizeViewPath({mvfsRoot, viewDrives, viewDriveLetters}, viewRootCache,
-                                  viewRootCacheLock, cwd, path, vobTags, std::cerr);
+    static auto& viewRootCache = *new ViewRootCache;
+    return ::canonicalizeViewPath({mvfsRoot, viewDrives, viewDriveLetters}, viewRootCache, cwd,
+                                  path, vobTags, std::cerr);
 }
 
 std::string FakeClearCase::getViewTag() {

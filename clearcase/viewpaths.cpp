@@ -174,11 +174,12 @@ private:
     std::forward_list<std::string> mKept;
 };
 
-/// The other routes of the roots of one call, from the cache. The caller holds its lock.
+/// The other routes of the roots of one call, from the cache. The caller holds its lock for the
+/// lifetime of the object.
 class OtherRoutes {
 public:
-    OtherRoutes(const ViewDrives& drives, RouteMap& viewRootCache, const MutexLock& /*held*/)
-        : mDrives(drives), mCache(viewRootCache), mNext(viewRootCache.begin()) {}
+    OtherRoutes(const ViewDrives& drives, ViewRootCache& cache) NB_REQUIRES(cache.lock)
+        : mDrives(drives), mCache(cache.routes), mNext(mCache.begin()) {}
 
     const std::string& of(const Root& root) {
         // Tags often come in the order of their roots.
@@ -276,10 +277,9 @@ std::string otherRoute(const std::string& root, const ViewDrives& drives) {
     return other;
 }
 
-std::string canonicalizeViewPath(const ViewDrives& drives, RouteMap& viewRootCache,
-                                 Mutex& viewRootCacheLock, const std::string& cwd,
-                                 const std::string& path, const std::vector<std::string>& vobTags,
-                                 std::ostream& errors) {
+std::string canonicalizeViewPath(const ViewDrives& drives, ViewRootCache& cache,
+                                 const std::string& cwd, const std::string& path,
+                                 const std::vector<std::string>& vobTags, std::ostream& errors) {
     PathBuffer buffer;
     const std::string_view s = absoluteNormalForm(cwd, path, buffer);
     const std::string_view drive = driveOf(s);
@@ -293,8 +293,8 @@ std::string canonicalizeViewPath(const ViewDrives& drives, RouteMap& viewRootCac
         }
     }
 
-    const MutexLock lock(viewRootCacheLock);
-    OtherRoutes otherRoutes(drives, viewRootCache, lock);
+    const MutexLock lock(cache.lock);
+    OtherRoutes otherRoutes(drives, cache);
     for (const Root& root : roots) {
         const std::string& other = otherRoutes.of(root);
         if (!other.empty() && liesInOnDrive(other, s)) {

@@ -13,12 +13,22 @@
 
 #include "clearcase/viewdrives.h"
 #include "util/mutex-pthreads.h"
+#include "util/threadannotations.h"
 
 /// The drives that lead to views. The caller owns the texts and the map.
 struct ViewDrives {
     const std::string& mvfsRoot;  ///< the MVFS drive in upper case ("M:"), empty if there is none
     const std::map<std::string, std::string>& tags;  ///< each other drive ("X:") with its view tag
     DriveLetters letters = DriveLetters();           ///< of `tags`; makes look-ups faster
+};
+
+/// What was found out about the roots of tags, for drives that don't change. Any thread may call
+/// with the same cache.
+struct ViewRootCache {
+    Mutex lock;
+    /// A root (with backslashes, its drive in upper case) with its other route, or with an empty
+    /// text if it has none. Entries are added and never changed or removed.
+    std::map<std::string, std::string> routes NB_GUARDED_BY(lock);
 };
 
 /// Returns the other route to the place that `root` names, or an empty text if there is none. For a
@@ -42,13 +52,8 @@ struct ViewDrives {
 /// drive. The only complaint, about a path that can't be moved, is written to `errors` in one
 /// piece.
 ///
-/// `viewRootCache` stores what was found out about the roots of tags, for drives that don't change.
-/// It maps a root (with backslashes, its drive in upper case) to its other route, or to an empty
-/// text if it has none. Entries are added and never changed or removed. `viewRootCacheLock` guards
-/// the cache, so that any thread may call with the same cache; it is held while the path is moved.
-[[nodiscard]] std::string canonicalizeViewPath(const ViewDrives& drives,
-                                               std::map<std::string, std::string>& viewRootCache,
-                                               Mutex& viewRootCacheLock, const std::string& cwd,
-                                               const std::string& path,
+/// The lock of `cache` is held while the path is moved.
+[[nodiscard]] std::string canonicalizeViewPath(const ViewDrives& drives, ViewRootCache& cache,
+                                               const std::string& cwd, const std::string& path,
                                                const std::vector<std::string>& vobTags,
-                                               std::ostream& errors);
+                                               std::ostream& errors) NB_EXCLUDES(cache.lock);

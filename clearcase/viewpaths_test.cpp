@@ -15,20 +15,24 @@ namespace {
 using Tags = std::vector<std::string>;
 using Drives = std::map<std::string, std::string>;
 
+/// No other thread uses the cache meanwhile.
+Drives& routesOf(ViewRootCache& cache) NB_NO_THREAD_SAFETY_ANALYSIS { return cache.routes; }
+
 /// The drives that most tests use, and what a call changes.
 class CanonicalizeViewPathTest : public testing::Test {
 protected:
     std::string canonical(const std::string& path, const Tags& tags,
                           const std::string& cwd = "D:\\w") {
         const DriveLetters letters(mViewDrives);
-        Drives cache = mCache;
+        ViewRootCache cache;
+        routesOf(cache) = routesOf(mCache);
         std::ostringstream errors;
-        const std::string byLetters = canonicalizeViewPath({mMvfsRoot, mViewDrives, letters}, cache,
-                                                           mLock, cwd, path, tags, errors);
+        const std::string byLetters =
+            canonicalizeViewPath({mMvfsRoot, mViewDrives, letters}, cache, cwd, path, tags, errors);
         std::string result =
-            canonicalizeViewPath({mMvfsRoot, mViewDrives}, mCache, mLock, cwd, path, tags, mErrors);
+            canonicalizeViewPath({mMvfsRoot, mViewDrives}, mCache, cwd, path, tags, mErrors);
         EXPECT_EQ(byLetters, result);
-        EXPECT_EQ(cache, mCache);
+        EXPECT_EQ(routesOf(cache), routesOf(mCache));
         return result;
     }
 
@@ -36,8 +40,7 @@ protected:
 
     std::string mMvfsRoot = "M:";
     Drives mViewDrives = {{"X:", "tag1"}};
-    Drives mCache;
-    Mutex mLock;
+    ViewRootCache mCache;
     std::ostringstream mErrors;
     std::string mExpectedErrors;
 };
@@ -91,9 +94,9 @@ TEST_F(CanonicalizeViewPathTest, APathOnAViewDriveMovesToTheMvfsDriveOfItsTag) {
 
 TEST_F(CanonicalizeViewPathTest, ATagInLowerCaseAndForwardSlashesIsTheSameRoot) {
     EXPECT_EQ(canonical("X:\\vob\\a.c", {"m:/tag1/vob"}), "M:\\tag1\\vob\\a.c");
-    EXPECT_EQ(mCache, (Drives{{"M:\\tag1", "X:"}}));
+    EXPECT_EQ(routesOf(mCache), (Drives{{"M:\\tag1", "X:"}}));
     EXPECT_EQ(canonical("m:/tag1/vob/a.c", {"x:/vob"}), "X:\\vob\\a.c");
-    EXPECT_EQ(mCache, (Drives{{"M:\\tag1", "X:"}, {"X:", "M:/tag1"}}));
+    EXPECT_EQ(routesOf(mCache), (Drives{{"M:\\tag1", "X:"}, {"X:", "M:/tag1"}}));
 }
 
 TEST_F(CanonicalizeViewPathTest, APathThatIsMovedAndBackIsWhereItWas) {
@@ -109,7 +112,7 @@ TEST_F(CanonicalizeViewPathTest, TheRootItselfMovesToo) {
 TEST_F(CanonicalizeViewPathTest, APathThatLiesInARootStaysInForwardSlashes) {
     EXPECT_EQ(canonical("m:\\TAG1\\vob\\a.c", {"M:\\tag1\\vob"}), "M:/TAG1/vob/a.c");
     EXPECT_EQ(canonical("x:\\vob\\a.c", {"X:\\vob"}), "X:/vob/a.c");
-    EXPECT_TRUE(mCache.empty());
+    EXPECT_TRUE(routesOf(mCache).empty());
 }
 
 TEST_F(CanonicalizeViewPathTest, AnyRootThatHoldsThePathComesBeforeAnyMove) {
@@ -118,13 +121,13 @@ TEST_F(CanonicalizeViewPathTest, AnyRootThatHoldsThePathComesBeforeAnyMove) {
 
 TEST_F(CanonicalizeViewPathTest, ARootWithoutAnotherRouteIsCachedAsSuch) {
     EXPECT_EQ(canonical("X:\\vob\\a.c", {"M:\\tag2\\vob"}), "X:/vob/a.c");
-    EXPECT_EQ(mCache, (Drives{{"M:\\tag2", ""}}));
+    EXPECT_EQ(routesOf(mCache), (Drives{{"M:\\tag2", ""}}));
 }
 
 TEST_F(CanonicalizeViewPathTest, ACachedAnswerStandsAgainstTheDrives) {
-    mCache = {{"M:\\tag2", "X:"}};
+    routesOf(mCache) = {{"M:\\tag2", "X:"}};
     EXPECT_EQ(canonical("X:\\vob\\a.c", {"M:\\tag2\\vob"}), "M:\\tag2\\vob\\a.c");
-    mCache = {{"M:\\tag1", ""}};
+    routesOf(mCache) = {{"M:\\tag1", ""}};
     EXPECT_EQ(canonical("X:\\vob\\a.c", {"M:\\tag1\\vob"}), "X:/vob/a.c");
 }
 
@@ -134,7 +137,7 @@ TEST_F(CanonicalizeViewPathTest, TheCacheHasOneEntryForEachRootAndKeepsIt) {
     for (int i = 0; i < 3; ++i) {
         EXPECT_EQ(canonical("Y:\\c\\x", tags), "M:\\tag2\\c\\x");
     }
-    EXPECT_EQ(mCache, (Drives{{"M:\\tag1", "X:"}, {"M:\\tag2", "Y:"}}));
+    EXPECT_EQ(routesOf(mCache), (Drives{{"M:\\tag1", "X:"}, {"M:\\tag2", "Y:"}}));
 }
 
 TEST_F(CanonicalizeViewPathTest, SeveralTagsOfOneViewDoNotHideThoseOfTheNext) {
@@ -143,22 +146,22 @@ TEST_F(CanonicalizeViewPathTest, SeveralTagsOfOneViewDoNotHideThoseOfTheNext) {
     EXPECT_EQ(canonical("X:\\b\\x", onMvfs), "M:\\tag1\\b\\x");
     EXPECT_EQ(canonical("Y:\\d\\x", onMvfs), "M:\\tag2\\d\\x");
     EXPECT_EQ(canonical("M:\\tag2\\d\\x", onMvfs), "M:/tag2/d/x");
-    EXPECT_EQ(mCache, (Drives{{"M:\\tag1", "X:"}, {"M:\\tag2", "Y:"}}));
-    mCache.clear();
+    EXPECT_EQ(routesOf(mCache), (Drives{{"M:\\tag1", "X:"}, {"M:\\tag2", "Y:"}}));
+    routesOf(mCache).clear();
     const Tags onDrives = {"X:\\a", "X:\\b", "X:\\c", "Y:\\a", "Y:\\b"};
     EXPECT_EQ(canonical("M:\\tag2\\b\\x", onDrives), "Y:\\b\\x");
     EXPECT_EQ(canonical("Y:\\b\\x", onDrives), "Y:/b/x");
-    EXPECT_EQ(mCache, (Drives{{"X:", "M:/tag1"}, {"Y:", "M:/tag2"}}));
+    EXPECT_EQ(routesOf(mCache), (Drives{{"X:", "M:/tag1"}, {"Y:", "M:/tag2"}}));
 }
 
 TEST_F(CanonicalizeViewPathTest, ATagOnNoViewDriveAddsNoRoot) {
     EXPECT_EQ(canonical("X:\\vob\\a.c", {"Z:\\vob", "", "x", "vob\\x"}), "X:/vob/a.c");
-    EXPECT_TRUE(mCache.empty());
+    EXPECT_TRUE(routesOf(mCache).empty());
 }
 
 TEST_F(CanonicalizeViewPathTest, ATagOfTheBareMvfsDriveAddsNoRoot) {
     EXPECT_EQ(canonical("X:\\vob\\a.c", {"M:", "M:\\", "m:/"}), "X:/vob/a.c");
-    EXPECT_TRUE(mCache.empty());
+    EXPECT_TRUE(routesOf(mCache).empty());
 }
 
 TEST_F(CanonicalizeViewPathTest, TheFirstRootThatAppliesEndsTheWalk) {
@@ -182,7 +185,7 @@ TEST_F(CanonicalizeViewPathTest, WithoutDrivesEveryPathIsOnlyTidied) {
     mViewDrives.clear();
     EXPECT_EQ(canonical("X:\\vob\\a.c", {"M:\\tag1\\vob", "X:\\vob", ""}), "X:/vob/a.c");
     EXPECT_EQ(canonical("M:\\tag1\\vob\\a.c", {"X:\\vob"}), "M:/tag1/vob/a.c");
-    EXPECT_TRUE(mCache.empty());
+    EXPECT_TRUE(routesOf(mCache).empty());
 }
 
 TEST_F(CanonicalizeViewPathTest, WithoutAnMvfsDriveAViewDriveHasNoOtherRoute) {
@@ -190,7 +193,7 @@ TEST_F(CanonicalizeViewPathTest, WithoutAnMvfsDriveAViewDriveHasNoOtherRoute) {
     EXPECT_EQ(canonical("X:\\vob\\a.c", {"X:\\vob"}), "X:/vob/a.c");
     mViewDrives["Y:"] = "tag2";
     EXPECT_EQ(canonical("X:\\vob\\a.c", {"Y:\\vob", "M:\\tag1"}), "X:/vob/a.c");
-    EXPECT_EQ(mCache, (Drives{{"Y:", "tag2"}})) << "the view's tag behind nothing";
+    EXPECT_EQ(routesOf(mCache), (Drives{{"Y:", "tag2"}})) << "the view's tag behind nothing";
 }
 
 TEST_F(CanonicalizeViewPathTest, ARestThatIsAbsoluteByItselfStandsAlone) {
@@ -200,10 +203,10 @@ TEST_F(CanonicalizeViewPathTest, ARestThatIsAbsoluteByItselfStandsAlone) {
 TEST_F(CanonicalizeViewPathTest, ADriveOfTwoLettersIsARootInUpperCase) {
     mViewDrives = {{"AB", "tag2"}, {"X:", "tag1"}};
     EXPECT_EQ(canonical("X:\\a", {"ab\\vob"}), "X:/a");
-    EXPECT_EQ(mCache, (Drives{{"AB", "M:/tag2"}}));
-    mCache.clear();
+    EXPECT_EQ(routesOf(mCache), (Drives{{"AB", "M:/tag2"}}));
+    routesOf(mCache).clear();
     EXPECT_EQ(canonical("X:\\a", {"Ab\\vob"}), "X:/a");
-    EXPECT_EQ(mCache, (Drives{{"AB", "M:/tag2"}}));
+    EXPECT_EQ(routesOf(mCache), (Drives{{"AB", "M:/tag2"}}));
 }
 
 TEST_F(CanonicalizeViewPathTest, AnEmptyViewTagStandsForTheMvfsDriveItself) {
@@ -221,7 +224,7 @@ TEST_F(CanonicalizeViewPathTest, APathOf32000CharactersIsMoved) {
 
 TEST_F(CanonicalizeViewPathTest, PathsThatEndOutsideTheViewsOrInsideARootTakeNoLock) {
     // The lock isn't recursive: a call that took it would never return.
-    const MutexLock lock(mLock);
+    const MutexLock lock(mCache.lock);
     EXPECT_EQ(canonical("C:\\a", {"X:\\vob"}), "C:/a");
     EXPECT_EQ(canonical("X:\\a", {"X:\\vob"}), "X:/a");
 }
@@ -258,20 +261,23 @@ private:
 };
 
 TEST_F(DisagreementTest, AnEmptyRouteIsNotLookedInto) {
-    mCache = {{"X:", ""}};
+    routesOf(mCache) = {{"X:", ""}};
     EXPECT_EQ(canonical("x", {"X:\\vob"}, "//srv/sh"), "//srv/sh/x");
 }
 
 TEST_F(DisagreementTest, TheLockIsHeldToTheEndAndAnExceptionLeavesItFree) {
-    Refusal refusal(mLock);
+    Refusal refusal(mCache.lock);
     std::ostream errors(&refusal);
     errors.exceptions(std::ios::badbit);
-    EXPECT_THROW(static_cast<void>(canonicalizeViewPath({mMvfsRoot, mViewDrives}, mCache, mLock,
+    EXPECT_THROW(static_cast<void>(canonicalizeViewPath({mMvfsRoot, mViewDrives}, mCache,
                                                         "//srv/sh", "x", {"X:\\v"}, errors)),
                  std::runtime_error);
     EXPECT_TRUE(refusal.lockWasHeld());
-    EXPECT_TRUE(mLock.tryLock());
-    mLock.unlock();
+    const bool isFree = mCache.lock.tryLock();
+    EXPECT_TRUE(isFree);
+    if (isFree) {
+        mCache.lock.unlock();
+    }
 }
 
 TEST_F(CanonicalizeViewPathTest, ThreadsShareOneCache) {
@@ -287,8 +293,8 @@ TEST_F(CanonicalizeViewPathTest, ThreadsShareOneCache) {
             for (char drive = 'N'; drive <= 'W'; ++drive) {
                 const std::string folder = std::string("M:\\view") + drive;
                 const std::string moved = canonicalizeViewPath(
-                    {mMvfsRoot, mViewDrives}, mCache, mLock, "C:\\",
-                    std::string(1, drive) + ":\\vob\\a.c", {folder + "\\vob"}, errors);
+                    {mMvfsRoot, mViewDrives}, mCache, "C:\\", std::string(1, drive) + ":\\vob\\a.c",
+                    {folder + "\\vob"}, errors);
                 wrong += moved == folder + "\\vob\\a.c" ? 0 : 1;
             }
         });
@@ -297,7 +303,7 @@ TEST_F(CanonicalizeViewPathTest, ThreadsShareOneCache) {
         thread.join();
     }
     EXPECT_EQ(wrong, 0);
-    EXPECT_EQ(mCache.size(), 10U);
+    EXPECT_EQ(routesOf(mCache).size(), 10U);
 }
 
 TEST_F(CanonicalizeViewPathDeathTest, ARelativePathWithARelativeDirectoryStopsTheProcess) {
@@ -318,7 +324,7 @@ TEST_F(CanonicalizeViewPathDeathTest, APathOfCygwinStopsTheProcess) {
 TEST_F(CanonicalizeViewPathTest, AnEmptyTagIsTheRootOfAConnectionWithoutALocalName) {
     mViewDrives[""] = "tag2";
     EXPECT_EQ(canonical("M:\\tag1\\vob\\a.c", {"", "X:\\vob"}), "X:\\vob\\a.c");
-    EXPECT_EQ(mCache, (Drives{{"", "M:/tag2"}, {"X:", "M:/tag1"}}));
+    EXPECT_EQ(routesOf(mCache), (Drives{{"", "M:/tag2"}, {"X:", "M:/tag1"}}));
     EXPECT_EQ(canonical("X:\\vob\\a.c", {""}), "X:/vob/a.c");
     mMvfsRoot.clear();
     EXPECT_EQ(canonical("X:\\vob\\a.c", {""}), "X:/vob/a.c") << "it has no second component";
@@ -329,7 +335,7 @@ TEST_F(CanonicalizeViewPathTest, TagsThatOnlyBeginAlikeHaveTheirOwnRoots) {
     const Tags tags = {"M:\\tag1", "M:\\tag10\\b", "C:\\other", "M:/tag10/c", "M:\\tag2/d"};
     EXPECT_EQ(canonical("Y:\\b\\a.c", tags), "M:\\tag10\\b\\a.c");
     EXPECT_EQ(canonical("Z:\\d\\a.c", tags), "M:\\tag2\\d\\a.c");
-    EXPECT_EQ(mCache.size(), 3U);
+    EXPECT_EQ(routesOf(mCache).size(), 3U);
 }
 
 TEST_F(CanonicalizeViewPathTest, ATagThatBeginsLikeTheOneBeforeItIsOnAViewOfItsOwn) {
@@ -337,7 +343,7 @@ TEST_F(CanonicalizeViewPathTest, ATagThatBeginsLikeTheOneBeforeItIsOnAViewOfItsO
     const Tags longerNext = {"M:\\view1\\vob", "M:\\view12\\vob"};
     EXPECT_EQ(canonical("Y:\\vob\\a.c", longerNext), "M:\\view12\\vob\\a.c");
     EXPECT_EQ(canonical("M:\\view12\\vob\\a.c", longerNext), "M:/view12/vob/a.c");
-    EXPECT_EQ(mCache, (Drives{{"M:\\view1", "X:"}, {"M:\\view12", "Y:"}}));
+    EXPECT_EQ(routesOf(mCache), (Drives{{"M:\\view1", "X:"}, {"M:\\view12", "Y:"}}));
     const Tags shorterNext = {"M:\\view12\\vob", "M:\\view1"};
     EXPECT_EQ(canonical("X:\\vob\\a.c", shorterNext), "M:\\view1\\vob\\a.c");
 }
@@ -351,13 +357,13 @@ TEST_F(CanonicalizeViewPathTest, ARootOfOneCharacterIsNotTheRootOfALongerTag) {
 TEST_F(CanonicalizeViewPathTest, TheCacheKnowsARootByItsSpellingWithBackslashes) {
     mViewDrives = {{"X/", "t"}};
     EXPECT_EQ(canonical("M:\\other", {"x/v"}), "M:/other");
-    EXPECT_EQ(mCache, (Drives{{"X\\", "M:/t"}}));
+    EXPECT_EQ(routesOf(mCache), (Drives{{"X\\", "M:/t"}}));
 }
 
 TEST_F(CanonicalizeViewPathTest, AWholeMvfsDriveIsNoRootAlsoWhereItIsAViewDriveToo) {
     mViewDrives["M:"] = "tag1";
     EXPECT_EQ(canonical("X:\\vob", {"M:\\"}), "X:/vob");
-    EXPECT_TRUE(mCache.empty());
+    EXPECT_TRUE(routesOf(mCache).empty());
 }
 
 TEST_F(CanonicalizeViewPathDeathTest, APathThatMovesToAConnectionWithoutALocalNameStops) {

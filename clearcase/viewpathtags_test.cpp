@@ -15,11 +15,9 @@ using Drives = std::map<std::string, std::string>;
 
 std::string moved(const std::string& path, const std::string& tag, const Drives& tags,
                   const std::string& mvfsRoot = "M:") {
-    Drives cache;
-    Mutex lock;
+    ViewRootCache cache;
     std::ostringstream errors;
-    std::string result =
-        canonicalizeViewPath({mvfsRoot, tags}, cache, lock, "C:\\", path, {tag}, errors);
+    std::string result = canonicalizeViewPath({mvfsRoot, tags}, cache, "C:\\", path, {tag}, errors);
     EXPECT_EQ(errors.str(), "");
     return result;
 }
@@ -63,15 +61,15 @@ TEST(ViewPathTagsTest, ALongNameOfAViewIsToldFromOneThatDiffersAtAnyPlace) {
         for (size_t place = 0; place < length; ++place) {
             std::string other = view;
             other[place] = 'w';
-            Drives cache;
-            Mutex lock;
+            ViewRootCache cache;
             std::ostringstream errors;
             EXPECT_EQ(
-                canonicalizeViewPath({"M:", tags}, cache, lock, "C:\\", "X:\\vob\\a.c",
+                canonicalizeViewPath({"M:", tags}, cache, "C:\\", "X:\\vob\\a.c",
                                      {"M:\\" + other + "\\o", "M:\\" + view + "\\vob"}, errors),
                 "M:\\" + view + "\\vob\\a.c")
                 << other;
-            EXPECT_EQ(cache.size(), 2U) << other;
+            const MutexLock lock(cache.lock);
+            EXPECT_EQ(cache.routes.size(), 2U) << other;
         }
     }
 }

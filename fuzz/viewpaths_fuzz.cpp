@@ -45,7 +45,7 @@ public:
     std::string canonical(const std::string& cwd, const std::string& path, const Tags& tags) {
         std::ostringstream errors;
         std::string result = canonicalizeViewPath({mDrives.mvfsRoot, mDrives.views, mLetters},
-                                                  mCache, mLock, cwd, path, tags, errors);
+                                                  mCache, cwd, path, tags, errors);
         NB_ASSERT(errors.str().empty());
         return result;
     }
@@ -53,8 +53,7 @@ public:
 private:
     const Drives& mDrives;
     DriveLetters mLetters;
-    std::map<std::string, std::string> mCache;
-    Mutex mLock;
+    ViewRootCache mCache;
 };
 
 std::string upper(const std::string& text) {
