@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "util/errortext.h"
+#include "util/threadannotations.h"
 #include "util/windows/exec-win.h"
 
 namespace testing_support {
@@ -34,10 +35,8 @@ inline const std::string wordlessInternalErrorEnd =
 class TestedExec : public Exec {
 public:
     // For tests, each of which is a class of its own: a friend of Exec couldn't pass its access on.
-    using Exec::mAborted, Exec::mChildSignal, Exec::mConnector, Exec::mCurrentRule, Exec::mJob,
-        Exec::mJobPattern, Exec::mLog, Exec::mPathCache, Exec::mPathCacheHits,
-        Exec::mPathCacheMisses, Exec::mPid, Exec::mPidBufferSize, Exec::mStallCountdown,
-        Exec::mStallRules;
+    using Exec::mAborted, Exec::mChildSignal, Exec::mJob, Exec::mJobPattern, Exec::mPathCache,
+        Exec::mPathCacheHits, Exec::mPathCacheMisses, Exec::mPid, Exec::mPidBufferSize;
     using Exec::report, Exec::reportWithLastError, Exec::scriptCommandLine, Exec::selectStallRule,
         Exec::translateCached, Exec::waitChildren, Exec::waitProcessExit;
 
@@ -46,6 +45,20 @@ public:
     auto lastCounters() {
         return std::tie(mLastUserTime, mLastKernelTime, mLastReads, mLastWrites, mLastOtherOps);
     }
+
+    // What `mHandleLock` guards, unchecked: a test knows when no other thread uses it.
+    auto& connector() NB_NO_THREAD_SAFETY_ANALYSIS { return mConnector; }
+    auto& currentRule() NB_NO_THREAD_SAFETY_ANALYSIS { return mCurrentRule; }
+    auto& logStream() NB_NO_THREAD_SAFETY_ANALYSIS { return mLog; }
+    auto& stallCountdown() NB_NO_THREAD_SAFETY_ANALYSIS { return mStallCountdown; }
+    auto& stallRules() NB_NO_THREAD_SAFETY_ANALYSIS { return mStallRules; }
+
+    // What `mHandleLock` guards, unchecked: a test knows when no other thread uses it.
+    auto& connector() NB_NO_THREAD_SAFETY_ANALYSIS { return mConnector; }
+    auto& currentRule() NB_NO_THREAD_SAFETY_ANALYSIS { return mCurrentRule; }
+    auto& logStream() NB_NO_THREAD_SAFETY_ANALYSIS { return mLog; }
+    auto& stallCountdown() NB_NO_THREAD_SAFETY_ANALYSIS { return mStallCountdown; }
+    auto& stallRules() NB_NO_THREAD_SAFETY_ANALYSIS { return mStallRules; }
 
     void reportError(const char* text) override {
         const std::lock_guard lock(mErrorsMutex);

@@ -74,7 +74,8 @@ void Exec::getOutputLimits(int* maxBytes, unsigned* keepBytes) {
     *keepBytes = mKeepOutputBytes;
 }
 
-std::string Exec::log() { return mLog.str(); }
+// Unchecked: the caller knows whether another thread may write, and holds the lock then.
+std::string Exec::log() NB_NO_THREAD_SAFETY_ANALYSIS { return mLog.str(); }
 
 void Exec::reportError(const char* text) { std::cerr << text << std::endl; }
 

@@ -26,6 +26,7 @@
 #include <windows.h>
 
 #include "util/mutex-pthreads.h"
+#include "util/threadannotations.h"
 #include "util/windows/exec/runinfo.h"
 #include "util/windows/scopedhandle-win.h"
 
@@ -139,7 +140,7 @@ public:
     [[nodiscard]] virtual int32_t runCommand(RunInfo& runInfo, const std::string& workingDirectory,
                                              const char* environment, void* passThrough,
                                              std::string* outputText, std::string* errorText,
-                                             bool* aborted);
+                                             bool* aborted) NB_EXCLUDES(mHandleLock);
     /// Asks the running command, or the next one if none is running, to end; if it hasn't ended
     /// after 1.5 seconds, it is ended by force. Every later command is aborted as well, until
     /// `reset`.
@@ -147,17 +148,17 @@ public:
     /// `lock` must hold `mHandleLock`; otherwise an assertion stops the process. `signal` is for a
     /// process of the POSIX side. Any other process, and one that the signal can't be sent to, gets
     /// a break event. Never waits, but `mHandleLock` is held while the command of "NBBRK" runs.
-    virtual void abort(MutexLock& lock, int signal);
+    virtual void abort(MutexLock& lock, int signal) NB_REQUIRES(mHandleLock);
     /// Restores the state of a new object, except for the log, the job, the output limits, the size
     /// of the buffer for processes, the countdown and the last counters. Must not be called while a
     /// command runs.
-    virtual void reset();
+    virtual void reset() NB_EXCLUDES(mHandleLock);
     /// Does nothing. The three reserved functions keep places in the table of virtual functions.
     virtual void reserved1();
     /// Replaces the rules. If one of the new rules has the pattern of the rule that matched last,
     /// it applies to the running command from now on. Otherwise that command isn't watched any
     /// more.
-    virtual void setStallRules(const std::list<StallRule>& rules);
+    virtual void setStallRules(const std::list<StallRule>& rules) NB_EXCLUDES(mHandleLock);
     virtual void reserved2();
     /// Sets the limits for captured streams: one of more than `maxBytes` bytes (initially
     /// 5,000,000) is cut to `keepBytes` bytes (initially 5,000). It is a failure if a stream that
@@ -176,7 +177,7 @@ public:
 
     /// Sets the connector for commands that are POSIX processes, or null for none. It must outlive
     /// its use here.
-    void setCygwinConnector(cygwin::connector* connector);
+    void setCygwinConnector(cygwin::connector* connector) NB_EXCLUDES(mHandleLock);
     /// Returns the signal that ended the last Cygwin command, or `noSignal`. Runtime versions
     /// before 1.5.20 don't report it; the value then stays as it was.
     [[nodiscard]] uint32_t childSignal() const { return mChildSignal; }
@@ -201,15 +202,15 @@ protected:
     void report(const std::string& text, std::string* failureText);
     /// The same with ": ", the message for GetLastError and a line end after the text.
     void reportWithLastError(const char* text, std::string* failureText);
-    void selectStallRule(const std::string& command);
+    void selectStallRule(const std::string& command) NB_EXCLUDES(mHandleLock);
     /// Waits for a process, and breaks and ends it on an abort or a stall. Returns false
     /// if the wait fails.
     [[nodiscard]] bool waitProcessExit(HANDLE process, uint32_t pid, const char* command,
                                        std::string* failureText, bool* stalled,
                                        const std::string& workingDirectory, const char* environment,
-                                       void* passThrough);
+                                       void* passThrough) NB_EXCLUDES(mHandleLock);
     /// Waits for the processes left in the job, except for servers that are known to stay.
-    void waitChildren(const char* command, std::string* failureText);
+    void waitChildren(const char* command, std::string* failureText) NB_EXCLUDES(mHandleLock);
 
     /// Returns `resolveCygwinPath` of a name, cached until `reset`. The cache also holds the empty
     /// text of a name that means no file, and relative results, which are valid only in the
@@ -228,15 +229,18 @@ protected:
     std::atomic<bool> mAborted = false;
 
 public:
-    /// Guards `mPid`, `mAborted`, the log, the rules and the countdown.
+    /// Guards what says so below. An abort looks at `mPid` and sets `mAborted` with it held; the
+    /// thread that runs commands also reads both, and clears the former, without it.
     Mutex mHandleLock;
 
 protected:
-    std::list<StallRule> mStallRules;
-    StallRule* mCurrentRule = nullptr;
-    std::string mJobPattern;      ///< not empty: job mode
-    int32_t mStallCountdown = 0;  ///< milliseconds
-    std::ostringstream mLog;      ///< written with `mHandleLock` held
+    std::list<StallRule> mStallRules NB_GUARDED_BY(mHandleLock);
+    StallRule* mCurrentRule NB_GUARDED_BY(mHandleLock) NB_PT_GUARDED_BY(mHandleLock) = nullptr;
+    /// Not empty: job mode. Only the thread that runs commands writes it, with `mHandleLock` held,
+    /// and so needs no lock to read it.
+    std::string mJobPattern;
+    int32_t mStallCountdown NB_GUARDED_BY(mHandleLock) = 0;  ///< milliseconds
+    std::ostringstream mLog NB_GUARDED_BY(mHandleLock);
     int32_t mMaxOutputBytes = 5000000;
     uint32_t mKeepOutputBytes = 5000;
     uint32_t mChildSignal = noSignal;
@@ -249,7 +253,7 @@ protected:
     uint32_t mPidBufferSize = 1024;
     uint16_t mCygwinMajor = 0;  ///< major * 1000 + minor
     uint16_t mCygwinMinor = 0;  ///< the patch level
-    cygwin::connector* mConnector = nullptr;
+    cygwin::connector* mConnector NB_GUARDED_BY(mHandleLock) = nullptr;
     std::map<std::string, std::string> mPathCache;  ///< POSIX names to Windows paths
     uint64_t mPathCacheHits = 0;
     uint64_t mPathCacheMisses = 0;
@@ -259,18 +263,19 @@ private:
     struct Wait;
     struct JobProcesses;
 
-    void addToLog(const std::string& text);
-    void emptyLog();
-    int32_t ruleTimeout() const;
-    bool signalCygwinProcess(uint32_t pid, int signal);
+    void addToLog(const std::string& text) NB_EXCLUDES(mHandleLock);
+    void emptyLog() NB_EXCLUDES(mHandleLock);
+    int32_t ruleTimeout() const NB_REQUIRES(mHandleLock);
+    bool signalCygwinProcess(uint32_t pid, int signal) NB_REQUIRES(mHandleLock);
 
     bool endByForce(const Wait& wait, HANDLE ntvdm);
     bool waitLeftover(uint32_t id, const char* command, std::string* failureText);
-    void superviseJob(Wait& wait);
-    bool isWatched() const;
-    bool isPastHalfTime() const;
-    JobProcesses listJob(std::string* failureText);
-    bool sawProgress(const JOBOBJECT_BASIC_AND_IO_ACCOUNTING_INFORMATION& now);
-    void reportStall(Wait& wait, const JobProcesses& processes);
-    void breakCommand(const Wait& wait);
+    void superviseJob(Wait& wait) NB_EXCLUDES(mHandleLock);
+    bool isWatched() const NB_REQUIRES(mHandleLock);
+    bool isPastHalfTime() const NB_REQUIRES(mHandleLock);
+    JobProcesses listJob(std::string* failureText) NB_REQUIRES(mHandleLock);
+    bool sawProgress(const JOBOBJECT_BASIC_AND_IO_ACCOUNTING_INFORMATION& now)
+        NB_REQUIRES(mHandleLock);
+    void reportStall(Wait& wait, const JobProcesses& processes) NB_REQUIRES(mHandleLock);
+    void breakCommand(const Wait& wait) NB_REQUIRES(mHandleLock);
 };

@@ -104,18 +104,18 @@ TEST(ExecTest, ANewObjectRunsNothingAndKnowsNothing) {
     TestedExec exec;
     EXPECT_EQ(exec.mPid, Exec::noPid);
     EXPECT_FALSE(exec.mAborted);
-    EXPECT_TRUE(exec.mStallRules.empty());
-    EXPECT_EQ(exec.mCurrentRule, nullptr);
+    EXPECT_TRUE(exec.stallRules().empty());
+    EXPECT_EQ(exec.currentRule(), nullptr);
     EXPECT_EQ(exec.mJobPattern, "");
-    EXPECT_EQ(exec.mStallCountdown, 0);
-    EXPECT_EQ(exec.mLog.str(), "");
+    EXPECT_EQ(exec.stallCountdown(), 0);
+    EXPECT_EQ(exec.log(), "");
     EXPECT_EQ(limitsOf(exec), std::pair(5000000, 5000U));
     EXPECT_EQ(exec.mChildSignal, Exec::noSignal);
     EXPECT_EQ(exec.mJob.get(), nullptr);
     EXPECT_EQ(exec.lastCounters(), std::tuple(0, 0, 0U, 0U, 0U));
     EXPECT_EQ(exec.mPidBufferSize, 1024U);
     EXPECT_EQ(exec.cygwinVersion(), std::tuple(0, 0));
-    EXPECT_EQ(exec.mConnector, nullptr);
+    EXPECT_EQ(exec.connector(), nullptr);
     EXPECT_TRUE(exec.mPathCache.empty());
     EXPECT_EQ(exec.mPathCacheHits, 0U);
     EXPECT_EQ(exec.mPathCacheMisses, 0U);
@@ -129,7 +129,7 @@ TEST(ExecTest, AResetForgetsCommandsRulesAndTheConnector) {
         exec.setCygwinConnector(&connector);
         exec.mJobPattern = "b";
         exec.setStallRules({{"a", 1, Exec::watchTime}, {"b", 2, Exec::watchIo}});
-        ASSERT_NE(exec.mCurrentRule, nullptr);
+        ASSERT_NE(exec.currentRule(), nullptr);
         exec.mPid = 5;
         exec.mAborted = true;
         exec.mChildSignal = 9;
@@ -138,14 +138,14 @@ TEST(ExecTest, AResetForgetsCommandsRulesAndTheConnector) {
         exec.mPathCacheMisses = 4;
 
         exec.reset();
-        EXPECT_EQ(exec.mCurrentRule, nullptr);
+        EXPECT_EQ(exec.currentRule(), nullptr);
         EXPECT_EQ(exec.mJobPattern, "");
-        EXPECT_TRUE(exec.mStallRules.empty());
+        EXPECT_TRUE(exec.stallRules().empty());
         EXPECT_EQ(exec.mPid, Exec::noPid);
         EXPECT_FALSE(exec.mAborted);
         EXPECT_EQ(exec.mChildSignal, Exec::noSignal);
         EXPECT_EQ(exec.cygwinVersion(), std::tuple(0, 0));
-        EXPECT_EQ(exec.mConnector, nullptr);
+        EXPECT_EQ(exec.connector(), nullptr);
         EXPECT_TRUE(exec.mPathCache.empty());
         EXPECT_EQ(exec.mPathCacheHits, 0U);
         EXPECT_EQ(exec.mPathCacheMisses, 0U);
@@ -155,12 +155,12 @@ TEST(ExecTest, AResetForgetsCommandsRulesAndTheConnector) {
 
 TEST(ExecTest, AResetKeepsTheLogTheJobTheLimitsAndTheLastCounters) {
     TestedExec exec;
-    exec.mLog << "log";
+    exec.logStream() << "log";
     *exec.mJob.receive() = CreateJobObjectA(nullptr, nullptr);
     HANDLE job = exec.mJob.get();
     exec.setOutputLimits(7, 6);
     exec.lastCounters() = std::tuple(1, 2, 3U, 4U, 5U);
-    exec.mStallCountdown = 8;
+    exec.stallCountdown() = 8;
     exec.setPidBufferSize(9);
 
     exec.reset();
@@ -168,7 +168,7 @@ TEST(ExecTest, AResetKeepsTheLogTheJobTheLimitsAndTheLastCounters) {
     EXPECT_EQ(exec.mJob.get(), job);
     EXPECT_EQ(limitsOf(exec), std::pair(7, 6U));
     EXPECT_EQ(exec.lastCounters(), std::tuple(1, 2, 3U, 4U, 5U));
-    EXPECT_EQ(exec.mStallCountdown, 8);
+    EXPECT_EQ(exec.stallCountdown(), 8);
     EXPECT_EQ(exec.mPidBufferSize, 9U);
 }
 
@@ -194,15 +194,15 @@ TEST(ExecTest, ABufferForPidsHasAtMost1024Bytes) {
 
 TEST(ExecTest, WithoutAJobNoNewRuleIsCurrent) {
     TestedExec exec;
-    exec.mStallCountdown = 5;
+    exec.stallCountdown() = 5;
     const Rules rules = {{"", 1, Exec::watchTime}, {"b", 2, Exec::watchIo}};
     exec.setStallRules(rules);
-    EXPECT_EQ(exec.mCurrentRule, nullptr);
-    EXPECT_EQ(exec.mStallCountdown, 0);
-    ASSERT_EQ(exec.mStallRules.size(), 2U);
-    EXPECT_EQ(exec.mStallRules.back().mPattern, "b");
-    EXPECT_EQ(exec.mStallRules.back().mTimeout, 2);
-    EXPECT_EQ(exec.mStallRules.back().mFlags, Exec::watchIo);
+    EXPECT_EQ(exec.currentRule(), nullptr);
+    EXPECT_EQ(exec.stallCountdown(), 0);
+    ASSERT_EQ(exec.stallRules().size(), 2U);
+    EXPECT_EQ(exec.stallRules().back().mPattern, "b");
+    EXPECT_EQ(exec.stallRules().back().mTimeout, 2);
+    EXPECT_EQ(exec.stallRules().back().mFlags, Exec::watchIo);
 }
 
 TEST(ExecTest, TheFirstNewRuleOfTheJobsPatternIsCurrent) {
@@ -213,8 +213,8 @@ TEST(ExecTest, TheFirstNewRuleOfTheJobsPatternIsCurrent) {
                          {"b", 3, Exec::watchTime},
                          {"b", 4, Exec::watchTime}};
     exec.setStallRules(rules);
-    EXPECT_EQ(exec.mStallCountdown, 3);
-    EXPECT_EQ(exec.mCurrentRule, &*std::next(exec.mStallRules.begin(), 2));
+    EXPECT_EQ(exec.stallCountdown(), 3);
+    EXPECT_EQ(exec.currentRule(), &*std::next(exec.stallRules().begin(), 2));
     EXPECT_EQ(exec.mJobPattern, "b");
 }
 
@@ -222,23 +222,23 @@ TEST(ExecTest, WithoutARuleOfTheJobsPatternTheTimeOfTheOldOneStays) {
     TestedExec exec;
     exec.mJobPattern = "b";
     exec.setStallRules({{"b", 3000, Exec::watchTime}});
-    exec.mStallCountdown = 500;
+    exec.stallCountdown() = 500;
     exec.setStallRules({{"bb", 7000, Exec::watchTime}});
-    EXPECT_EQ(exec.mCurrentRule, nullptr);
-    EXPECT_EQ(exec.mStallCountdown, 3000);
+    EXPECT_EQ(exec.currentRule(), nullptr);
+    EXPECT_EQ(exec.stallCountdown(), 3000);
     EXPECT_EQ(exec.mJobPattern, "b");
     exec.setStallRules({});
-    EXPECT_EQ(exec.mStallCountdown, 0);
-    EXPECT_TRUE(exec.mStallRules.empty());
+    EXPECT_EQ(exec.stallCountdown(), 0);
+    EXPECT_TRUE(exec.stallRules().empty());
 }
 
 TEST(ExecTest, RulesThatReplaceThemselvesAreTheSame) {
     TestedExec exec;
     exec.mJobPattern = "b";
     exec.setStallRules({{"a", 1, Exec::watchTime}, {"b", 2, Exec::watchTime}});
-    exec.setStallRules(exec.mStallRules);
-    EXPECT_EQ(exec.mStallRules.size(), 2U);
-    EXPECT_EQ(exec.mCurrentRule, &exec.mStallRules.back());
+    exec.setStallRules(exec.stallRules());
+    EXPECT_EQ(exec.stallRules().size(), 2U);
+    EXPECT_EQ(exec.currentRule(), &exec.stallRules().back());
 }
 
 TEST(ExecTest, WhatChangesTheRulesWaitsForTheLock) {
@@ -254,9 +254,9 @@ TEST(ExecTest, WhatChangesTheRulesWaitsForTheLock) {
     // Without a lock, a call would go unnoticed only if it took longer than this; with a lock, no
     // call can get through.
     Sleep(20);
-    EXPECT_TRUE(exec.mStallRules.empty());
+    EXPECT_TRUE(exec.stallRules().empty());
     EXPECT_EQ(exec.mJobPattern, "b");
-    EXPECT_EQ(exec.mConnector, nullptr);
+    EXPECT_EQ(exec.connector(), nullptr);
     lock.reset();
     for (BoundedThread& thread : threads) {
         thread.join();
@@ -269,10 +269,10 @@ TEST(ExecTest, AConnectorGivesItsVersionAndNoneGivesZeros) {
         cygwin::connector connector(testing_support::embeddingOf(provider));
         TestedExec exec;
         exec.setCygwinConnector(&connector);
-        EXPECT_EQ(exec.mConnector, &connector);
+        EXPECT_EQ(exec.connector(), &connector);
         EXPECT_EQ(exec.cygwinVersion(), std::tuple(2011, 1));
         exec.setCygwinConnector(nullptr);
-        EXPECT_EQ(exec.mConnector, nullptr);
+        EXPECT_EQ(exec.connector(), nullptr);
         EXPECT_EQ(exec.cygwinVersion(), std::tuple(0, 0));
     }
     provider.expectClean();
@@ -339,15 +339,15 @@ TEST(ExecTest, TheReservedOperationsDoNothing) {
     exec.setStallRules({{"b", 3000, Exec::watchTime}});
     exec.mPid = 4711;
     exec.mAborted = true;
-    exec.mLog << "log";
+    exec.logStream() << "log";
     exec.mChildSignal = 15;
     exec.setOutputLimits(7, 6);
     exec.reserved1();
     exec.reserved2();
     exec.reserved3();
     EXPECT_EQ(exec.mJobPattern, "b");
-    EXPECT_EQ(exec.mStallCountdown, 3000);
-    EXPECT_EQ(exec.mCurrentRule, &exec.mStallRules.front());
+    EXPECT_EQ(exec.stallCountdown(), 3000);
+    EXPECT_EQ(exec.currentRule(), &exec.stallRules().front());
     EXPECT_EQ(exec.mPid, 4711U);
     EXPECT_TRUE(exec.mAborted);
     EXPECT_EQ(exec.log(), "log");

@@ -196,8 +196,8 @@ TEST_F(AbortTest, WhatFailsAtTheEndOfTheObjectIsToldToTheDebugger) {
         TestedExec other;
         other.mPid = 4711;
         // A log that can't be written, and throws an exception.
-        other.mLog.setstate(std::ios::badbit);
-        other.mLog.exceptions(std::ios::failbit);
+        other.logStream().setstate(std::ios::badbit);
+        other.logStream().exceptions(std::ios::failbit);
     }
     EXPECT_EQ(debugger.texts(), std::vector<std::string>{streamFailure() + "\n"});
     EXPECT_TRUE(breaks.calls().empty());
@@ -206,7 +206,7 @@ TEST_F(AbortTest, WhatFailsAtTheEndOfTheObjectIsToldToTheDebugger) {
 /// Records the signals.
 class SignalledExec : public TestedExec {
 public:
-    void abort(MutexLock& lock, int signal) override {
+    void abort(MutexLock& lock, int signal) override NB_REQUIRES(mHandleLock) {
         signals.push_back(signal);
         TestedExec::abort(lock, signal);
     }
@@ -222,14 +222,17 @@ TEST_F(AbortTest, ARunThatFindsAnAbortCallsItAgainWithSignal9) {
 
 using AbortDeathTest = AbortTest;
 
+// Unchecked: the compiler refuses the wrong lock as well.
+void abortWith(MutexLock& lock, Exec& exec) NB_NO_THREAD_SAFETY_ANALYSIS { exec.abort(lock, 9); }
+
 TEST_F(AbortDeathTest, ALockOfAnotherMutexStopsTheProcess) {
     Mutex other;
     MutexLock lock(other);
-    EXPECT_EXIT(exec.abort(lock, 9), diedOfABadAddress,
+    EXPECT_EXIT(abortWith(lock, exec), diedOfABadAddress,
                 "assertion failed at .*: lock.check.mHandleLock.");
     TestedExec otherExec;
     MutexLock otherLock(otherExec.mHandleLock);
-    EXPECT_EXIT(exec.abort(otherLock, 9), diedOfABadAddress, "lock.check.mHandleLock.");
+    EXPECT_EXIT(abortWith(otherLock, exec), diedOfABadAddress, "lock.check.mHandleLock.");
 }
 
 /// With a connection to a POSIX side.

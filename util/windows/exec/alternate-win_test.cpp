@@ -191,8 +191,8 @@ TEST_F(ExecAlternateTest, ItsOwnRuleWatchesIt) {
     mExec->setStallRules({{"missing-program", 1000}, {".*execchild.*", 2000}});
     Exec::RunInfo info = alternateInfo("");
     EXPECT_EQ(mExec->run(info).code, 0);
-    EXPECT_EQ(mExec->mCurrentRule, &mExec->mStallRules.back());
-    EXPECT_EQ(mExec->mStallCountdown, 2000);
+    EXPECT_EQ(mExec->currentRule(), &mExec->stallRules().back());
+    EXPECT_EQ(mExec->stallCountdown(), 2000);
     EXPECT_EQ(mExec->mJobPattern, ".*execchild.*");
     EXPECT_EQ(mExec->errors(), Texts());
 }
@@ -201,8 +201,8 @@ TEST_F(ExecAlternateTest, OneWithoutARuleIsNotWatched) {
     mExec->setStallRules({{"missing-program", 1000}});
     Exec::RunInfo info = alternateInfo("");
     EXPECT_EQ(mExec->run(info).code, 0);
-    EXPECT_EQ(mExec->mCurrentRule, nullptr);
-    EXPECT_EQ(mExec->mStallCountdown, 0);
+    EXPECT_EQ(mExec->currentRule(), nullptr);
+    EXPECT_EQ(mExec->stallCountdown(), 0);
     EXPECT_EQ(mExec->mJobPattern, "missing-program");
 }
 

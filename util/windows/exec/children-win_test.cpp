@@ -67,8 +67,8 @@ protected:
         name.resize(size);
         return toUtf8(name);
     }
-    size_t count(const std::string& part) const {
-        const std::string log = exec.mLog.str();
+    size_t count(const std::string& part) {
+        const std::string log = exec.log();
         size_t result = 0;
         for (size_t at = log.find(part); at != std::string::npos; at = log.find(part, at + 1)) {
             ++result;

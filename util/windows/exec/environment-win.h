@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "util/mutex-pthreads.h"
+#include "util/threadannotations.h"
 
 /// Held while the process's current directory and `Path` are a child's. Recursive, because starting
 /// a command may first require running another one. No other code may rely on the directory or on
@@ -39,7 +40,7 @@ struct EnvironmentSize {
 
 /// Makes the process's current directory and `Path` those of a child for the lifetime of the scope,
 /// and holds `gProcessEnvironmentLock` for that time.
-class [[nodiscard]] ChildEnvironmentScope {
+class NB_SCOPED_CAPABILITY [[nodiscard]] ChildEnvironmentScope {
 public:
     /// `environment` is null or a block that outlives the scope. Its first PATH becomes `Path`; if
     /// it has none, `Path` stays. An empty `workingDirectory` leaves the directory unchanged. If
@@ -47,8 +48,9 @@ public:
     /// that the latter also loses characters that the code page lacks. Throws NumberedRuntimeError
     /// with the code directoryNotEntered and the system's error text if the directory can't be
     /// entered.
-    ChildEnvironmentScope(const char* environment, const std::string& workingDirectory);
-    ~ChildEnvironmentScope();
+    ChildEnvironmentScope(const char* environment, const std::string& workingDirectory)
+        NB_ACQUIRE(gProcessEnvironmentLock);
+    ~ChildEnvironmentScope() NB_RELEASE();
     ChildEnvironmentScope(const ChildEnvironmentScope&) = delete;
     ChildEnvironmentScope& operator=(const ChildEnvironmentScope&) = delete;
 

@@ -68,8 +68,8 @@ protected:
     }
     /// A leftover that waits for the file "go", and then makes the file "end".
     std::string leftover() const { return "spawn await " + file("go") + " make " + file("end"); }
-    bool hasWaited() const {
-        return exec.mLog.str().find("\tExec::waitChildren: waiting") != std::string::npos;
+    bool hasWaited() {
+        return exec.log().find("\tExec::waitChildren: waiting") != std::string::npos;
     }
 };
 

@@ -249,7 +249,7 @@ TEST_F(ExecLaunchJobTest, ARuleThatOnlyTheAlternateMatchesComesTooLateForAJob) {
         "Exec::waitChildren got error from QueryInformationJobObject: It can't be\n";
     EXPECT_EQ(result.error, noList);
     EXPECT_EQ(mExec->errors(), Texts({"Exec::runCommand couldn't assign process to job", noList}));
-    EXPECT_EQ(mExec->mStallCountdown, 1000);
+    EXPECT_EQ(mExec->stallCountdown(), 1000);
     // The system isn't asked: without a job it answers about the one that holds this process.
     EXPECT_EQ(accounting.queryCount(JobObjectBasicProcessIdList), 0U);
     EXPECT_EQ(message.calls().back().number, static_cast<DWORD>(ERROR_INVALID_HANDLE));

@@ -12,6 +12,7 @@
 #include "util/platform/errortext-win.h"
 #include "util/platform/unicodetext-win.h"
 #include "util/processlocale.h"
+#include "util/threadannotations.h"
 #include "util/valueconversion.h"
 #include "util/windows/exec/priority-win.h"
 #include "util/windows/exec/programsearch-win.h"
@@ -20,8 +21,7 @@
 
 namespace {
 
-/// Guarded by `gProcessEnvironmentLock`.
-boost::shared_ptr<AccessToken> gRunAsToken;
+boost::shared_ptr<AccessToken> gRunAsToken NB_GUARDED_BY(gProcessEnvironmentLock);
 
 bool hasConsole() {
     const ScopedHandle console(CreateFileA("CONIN$", GENERIC_READ, FILE_SHARE_WRITE,

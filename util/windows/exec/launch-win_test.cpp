@@ -37,7 +37,7 @@ protected:
 
 TEST_F(ExecLaunchTest, ThePlainRunIsLogged) {
     const RecordedStarts starts;
-    mExec->mLog << "what was";
+    mExec->logStream() << "what was";
     const CommandResult result = mExec->run(execChild("say x"), mFolder.utf8());
     EXPECT_EQ(result.code, 0);
     EXPECT_EQ(result.output, "x");
@@ -187,18 +187,18 @@ TEST_F(ExecLaunchTest, NoChildIsKnownBeforeItRuns) {
 }
 
 TEST_F(ExecLaunchTest, TheCountdownBeginsWhenTheChildRuns) {
-    const BeforeResume resumed([&](HANDLE) { mExec->mStallCountdown = 1; });
+    const BeforeResume resumed([&](HANDLE) { mExec->stallCountdown() = 1; });
     EXPECT_EQ(mExec->run(execChild()).code, 0);
-    EXPECT_EQ(mExec->mStallCountdown, 0);
+    EXPECT_EQ(mExec->stallCountdown(), 0);
     mExec->setStallRules({{".*execchild.*", 7000}});
     EXPECT_EQ(mExec->run(execChild()).code, 0);
-    EXPECT_EQ(mExec->mStallCountdown, 7000);
+    EXPECT_EQ(mExec->stallCountdown(), 7000);
 }
 
 /// Records the calls of `abort`, and lets the child go on.
 class PatientExec : public TestedExec {
 public:
-    void abort(MutexLock& lock, int signal) override {
+    void abort(MutexLock& lock, int signal) override NB_REQUIRES(mHandleLock) {
         EXPECT_TRUE(lock.check(mHandleLock));
         signals.push_back(signal);
         pids.push_back(mPid);
@@ -240,7 +240,9 @@ TEST_F(ExecLaunchTest, EveryRunIsAbortedUntilAReset) {
 
 class ThrowingExec : public TestedExec {
 public:
-    void abort(MutexLock& /*lock*/, int /*signal*/) override { throw std::runtime_error("abort"); }
+    void abort(MutexLock& /*lock*/, int /*signal*/) override NB_REQUIRES(mHandleLock) {
+        throw std::runtime_error("abort");
+    }
 };
 
 TEST_F(ExecLaunchTest, AnExceptionInTheRunForgetsThePid) {

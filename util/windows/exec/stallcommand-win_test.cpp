@@ -39,14 +39,14 @@ protected:
         exec.setStallRules(everyCommand(500, Exec::watchTime));
         // A command that should end by itself gets all the time for it.
         wakes.onTimeout([this](size_t) -> DWORD {
-            return exec.mStallCountdown > 0 ? DWORD{WAIT_TIMEOUT} : QuickWakes::AWAIT_END;
+            return exec.stallCountdown() > 0 ? DWORD{WAIT_TIMEOUT} : QuickWakes::AWAIT_END;
         });
         EXPECT_EXIT(end(checks), testing::ExitedWithCode(0), "");
     }
     /// A command that stalls, and ends by itself once the file "broken" exists.
     std::string stalling() const { return waitedChild("await " + file("broken") + " exit 9"); }
     std::string breaking() const { return waitedChild("make " + file("broken")); }
-    bool hasEndedByItself() const { return exec.mLog.str().ends_with("\n\texit code 9\n"); }
+    bool hasEndedByItself() { return exec.log().ends_with("\n\texit code 9\n"); }
 };
 
 TEST_F(StallCommandDeathTest, ItIsRunInsteadOfABreak) {
@@ -86,7 +86,7 @@ TEST_F(StallCommandDeathTest, ForALeftoverItHasThoseOfTheProcess) {
         fs::current_path(folder.path() / "here");
         const EnvironmentScope variable("NBBRK", waitedChild("make broken"));
         wakes.onTimeout([this](size_t) -> DWORD {
-            const bool isToStall = exec.mPid == Exec::noPid && exec.mStallCountdown > 0;
+            const bool isToStall = exec.mPid == Exec::noPid && exec.stallCountdown() > 0;
             return isToStall ? DWORD{WAIT_TIMEOUT} : QuickWakes::AWAIT_END;
         });
         std::string environment = "PATH=nowhere";

@@ -147,7 +147,7 @@ TEST_F(StallRounds, ProgressGivesTheWholeTimeBack) {
     accounting.setFixed({});
     std::vector<int32_t> countdowns;
     exec.run(/*count=*/5, [&](size_t round) {
-        countdowns.push_back(exec.mStallCountdown);
+        countdowns.push_back(exec.stallCountdown());
         if (round == 3) {
             accounting.setFixed(figures(0, 0, 1, 0, 0));
         }
@@ -208,10 +208,10 @@ TEST_F(StallRounds, ATimeThatIsSpentFallsOnAndDoesNotWrap) {
     SimulatedWait exec({".*", 700, TIME | REPORT});
     accounting.setFixed({});
     exec.run(/*count=*/4);
-    EXPECT_EQ(exec.mStallCountdown, -1300);
-    exec.mStallCountdown = std::numeric_limits<int32_t>::min() + 100;
+    EXPECT_EQ(exec.stallCountdown(), -1300);
+    exec.stallCountdown() = std::numeric_limits<int32_t>::min() + 100;
     exec.run(/*count=*/3);
-    EXPECT_LT(exec.mStallCountdown, 0);
+    EXPECT_LT(exec.stallCountdown(), 0);
 }
 
 TEST_F(StallRounds, TheLogTellsOfTheSecondHalfOfTheTimeOnly) {
@@ -243,7 +243,7 @@ TEST_F(StallRounds, HalfOfTheTimeIsRoundedTowardsZero) {
          {Row{1001, 500, false}, Row{1001, 499, true}, Row{1000, 500, false}, Row{1000, 499, true},
           Row{-3, -1, false}, Row{-3, -2, true}, Row{1, 0, false}, Row{1, -1, true}}) {
         SimulatedWait exec({".*", row.timeout, TIME | REPORT});
-        exec.mStallCountdown = row.countdown;
+        exec.stallCountdown() = row.countdown;
         exec.run(/*count=*/1);
         EXPECT_EQ(exec.log().starts_with("\tchecking for stalled job: pids\n\t  user time: 0 "),
                   row.isLogged)
@@ -270,7 +270,7 @@ TEST_F(StallRounds, OfMoreThan49ProcessesTheOthersAreANumber) {
           Row{1060, idsUpTo(49), " (plus 1011 others)"}}) {
         const LongList list(row.assigned);
         SimulatedWait exec({".*", 1000, TIME});
-        exec.mStallCountdown = 499;
+        exec.stallCountdown() = 499;
         exec.run(/*count=*/2);
         EXPECT_EQ(exec.errors(), stallReport(row.ids, "aborting job"));
         const std::string line = "\tchecking for stalled job: pids" + row.ids + row.others + "\n";
@@ -283,7 +283,7 @@ TEST_F(StallRounds, AListThatCannotBeHadIsReportedEachRoundAndTheRoundGoesOn) {
     const SystemMessage noWords(L"");
     SimulatedWait exec({".*", 1000, TIME});
     accounting.setFixed({});
-    exec.mStallCountdown = 999;
+    exec.stallCountdown() = 999;
     accounting.failNext(LIST, ERROR_ACCESS_DENIED);
     accounting.failNext(LIST, ERROR_NOT_READY);
     exec.run(/*count=*/5);
@@ -306,7 +306,7 @@ TEST_F(StallRounds, WithoutAccountingARoundIsReportedAndDoesNotCount) {
     const std::string words = "Exec::waitProcessExit couldn't query job accounting information: ";
     EXPECT_EQ(exec.failure, words + "Error 5\n" + words + "Error 21\n");
     EXPECT_EQ(exec.errors(), (std::vector<std::string>{words + "Error 5\n", words + "Error 21\n"}));
-    EXPECT_EQ(exec.mStallCountdown, 500);
+    EXPECT_EQ(exec.stallCountdown(), 500);
     exec.run(/*count=*/1);
     EXPECT_TRUE(exec.stalled);
 }
@@ -346,7 +346,7 @@ TEST_F(StallRounds, WhatIsNotWatchedIsNotAskedFor) {
         EXPECT_EQ(exec.rounds, 5U) << row.timeout << ' ' << row.flags;
     }
     SimulatedWait withoutRule({".*", 500, TIME});
-    withoutRule.mCurrentRule = nullptr;
+    withoutRule.currentRule() = nullptr;
     withoutRule.run(/*count=*/5);
     SimulatedWait withoutJobMode({".*", 500, TIME});
     withoutJobMode.mJobPattern.clear();

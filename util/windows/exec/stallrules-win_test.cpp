@@ -21,8 +21,8 @@ constexpr JOBOBJECTINFOCLASS LIST = JobObjectBasicProcessIdList;
 constexpr JOBOBJECTINFOCLASS ACCOUNTING = JobObjectBasicAndIoAccountingInformation;
 
 /// The pattern of the current rule, or "none".
-std::string currentPattern(const TestedExec& exec) {
-    return exec.mCurrentRule != nullptr ? exec.mCurrentRule->mPattern : "none";
+std::string currentPattern(TestedExec& exec) {
+    return exec.currentRule() != nullptr ? exec.currentRule()->mPattern : "none";
 }
 
 TEST(StallRuleSelection, APatternIsExtendedIgnoresCaseAndMatchesTheWholeCommand) {
@@ -43,9 +43,9 @@ TEST(StallRuleSelection, APatternIsExtendedIgnoresCaseAndMatchesTheWholeCommand)
         TestedExec exec;
         exec.setStallRules({{row.pattern, 700, TIME}});
         exec.selectStallRule(row.command);
-        EXPECT_EQ(exec.mCurrentRule != nullptr, row.isMatch) << row.pattern << ' ' << row.command;
+        EXPECT_EQ(exec.currentRule() != nullptr, row.isMatch) << row.pattern << ' ' << row.command;
         EXPECT_EQ(exec.mJobPattern, row.isMatch ? row.pattern : "");
-        EXPECT_EQ(exec.mStallCountdown, row.isMatch ? 700 : 0);
+        EXPECT_EQ(exec.stallCountdown(), row.isMatch ? 700 : 0);
     }
 }
 
@@ -54,9 +54,9 @@ TEST(StallRuleSelection, TheFirstRuleThatMatchesWins) {
     exec.setStallRules({{"link", 1, TIME}, {"c.*", 2, TIME}, {"cl", 3, TIME}});
     exec.selectStallRule("cl");
     EXPECT_EQ(currentPattern(exec), "c.*");
-    EXPECT_EQ(exec.mCurrentRule, &*std::next(exec.mStallRules.begin()));
+    EXPECT_EQ(exec.currentRule(), &*std::next(exec.stallRules().begin()));
     EXPECT_EQ(exec.mJobPattern, "c.*");
-    EXPECT_EQ(exec.mStallCountdown, 2);
+    EXPECT_EQ(exec.stallCountdown(), 2);
 }
 
 TEST(StallRuleSelection, WithoutAMatchTheLastPatternStaysAndNoRuleIsInForce) {
@@ -66,25 +66,25 @@ TEST(StallRuleSelection, WithoutAMatchTheLastPatternStaysAndNoRuleIsInForce) {
     exec.selectStallRule("link");
     EXPECT_EQ(currentPattern(exec), "none");
     EXPECT_EQ(exec.mJobPattern, "cl");
-    EXPECT_EQ(exec.mStallCountdown, 0);
+    EXPECT_EQ(exec.stallCountdown(), 0);
 }
 
 TEST(StallRuleSelection, WithoutRulesTheLastPatternStaysAndNoRuleIsInForce) {
     TestedExec exec;
     exec.setStallRules({{"cl", 700, TIME}});
     exec.selectStallRule("cl");
-    exec.mStallRules.clear();
+    exec.stallRules().clear();
     exec.selectStallRule("cl");
     EXPECT_EQ(currentPattern(exec), "none");
     EXPECT_EQ(exec.mJobPattern, "cl");
-    EXPECT_EQ(exec.mStallCountdown, 0);
+    EXPECT_EQ(exec.stallCountdown(), 0);
 }
 
 TEST(StallRuleSelection, ARuleThatWatchesNothingMatchesAllTheSame) {
     TestedExec exec;
     exec.setStallRules({{"cl"}, {"cl", 700, TIME}});
     exec.selectStallRule("cl");
-    EXPECT_EQ(exec.mCurrentRule, &exec.mStallRules.front());
+    EXPECT_EQ(exec.currentRule(), &exec.stallRules().front());
     EXPECT_EQ(exec.mJobPattern, "cl");
 }
 
@@ -109,25 +109,25 @@ TEST(StallRuleReplacement, TheRuleOfTheSamePatternIsInForceFromNowOn) {
     TestedExec exec;
     exec.setStallRules({{"cl", 700, TIME}});
     exec.selectStallRule("cl");
-    exec.mStallCountdown = 200;
+    exec.stallCountdown() = 200;
     exec.setStallRules({{".*", 1, TIME}, {"cl", 1500, Exec::watchIo}, {"cl", 3, TIME}});
-    EXPECT_EQ(exec.mCurrentRule, &*std::next(exec.mStallRules.begin()));
-    EXPECT_EQ(exec.mStallCountdown, 1500);
+    EXPECT_EQ(exec.currentRule(), &*std::next(exec.stallRules().begin()));
+    EXPECT_EQ(exec.stallCountdown(), 1500);
 }
 
 TEST(StallRuleReplacement, WithoutThatPatternNoRuleIsInForceAndTheTimeIsThatOfTheOldOne) {
     TestedExec exec;
     exec.setStallRules({{"cl", 700, TIME}});
     exec.selectStallRule("cl");
-    exec.mStallCountdown = 200;
+    exec.stallCountdown() = 200;
     // The texts of the patterns are compared.
     exec.setStallRules({{"CL", 1500, TIME}, {".*", 1500, TIME}});
     EXPECT_EQ(currentPattern(exec), "none");
-    EXPECT_EQ(exec.mStallCountdown, 700);
+    EXPECT_EQ(exec.stallCountdown(), 700);
     EXPECT_EQ(exec.mJobPattern, "cl");
-    EXPECT_EQ(exec.mStallRules.size(), 2U);
+    EXPECT_EQ(exec.stallRules().size(), 2U);
     exec.setStallRules({});
-    EXPECT_EQ(exec.mStallCountdown, 0);
+    EXPECT_EQ(exec.stallCountdown(), 0);
 }
 
 TEST(StallRuleReplacement, ThePatternOfAnEarlierCommandBringsItsRuleBack) {
@@ -137,14 +137,14 @@ TEST(StallRuleReplacement, ThePatternOfAnEarlierCommandBringsItsRuleBack) {
     exec.selectStallRule("link");
     exec.setStallRules({{"cl", 900, TIME}});
     EXPECT_EQ(currentPattern(exec), "cl");
-    EXPECT_EQ(exec.mStallCountdown, 900);
+    EXPECT_EQ(exec.stallCountdown(), 900);
 }
 
 TEST(StallRuleReplacement, OutsideJobModeNoRuleIsInForce) {
     TestedExec exec;
     exec.setStallRules({{"", 700, TIME}, {"cl", 700, TIME}});
     EXPECT_EQ(currentPattern(exec), "none");
-    EXPECT_EQ(exec.mStallCountdown, 0);
+    EXPECT_EQ(exec.stallCountdown(), 0);
 }
 
 class StallRulesInARun : public testing_support::ExecWaitTest {
@@ -207,7 +207,7 @@ TEST_F(StallRulesInARun, ACommandBeforeAnyMatchRunsWithoutAJob) {
 TEST_F(StallRulesInARun, TheTimeBeginsWithTheCommand) {
     exec.setStallRules({{".*", 1500, TIME}});
     int32_t countdown = 0;
-    runSilently([&] { countdown = exec.mStallCountdown; });
+    runSilently([&] { countdown = exec.stallCountdown(); });
     EXPECT_EQ(countdown, 1500);
 }
 
@@ -219,7 +219,7 @@ TEST_F(StallRulesInARun, AResetEndsJobModeAndKeepsTheJobAndTheLog) {
     exec.reset();
     EXPECT_EQ(currentPattern(exec), "none");
     EXPECT_EQ(exec.mJobPattern, "");
-    EXPECT_TRUE(exec.mStallRules.empty());
+    EXPECT_TRUE(exec.stallRules().empty());
     EXPECT_EQ(exec.mPid, Exec::noPid);
     EXPECT_TRUE(exec.mJob.isOpen());
     EXPECT_EQ(exec.lastCounters(), std::tuple(1, 2, 3U, 4U, 5U));

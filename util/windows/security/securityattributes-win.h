@@ -7,6 +7,7 @@
 
 #include "util/hashtable.h"
 #include "util/mutex-pthreads.h"
+#include "util/threadannotations.h"
 
 class SecurityDescriptor;
 
@@ -33,13 +34,14 @@ public:
     SecurityAttributesRegistry& operator=(const SecurityAttributesRegistry&) = delete;
 
     /// Returns the attributes with this name, or null. The name needn't be pooled.
-    [[nodiscard]] SECURITY_ATTRIBUTES* find(const HashedText& name);
+    [[nodiscard]] SECURITY_ATTRIBUTES* find(const HashedText& name) NB_EXCLUDES(mMutex);
 
     /// Registers attributes with this descriptor under the name. For a null descriptor,
     /// lpSecurityDescriptor is null. If the name is registered already, it keeps its attributes and
     /// `descriptor` is deleted. The text of `name` must outlive the registry. Throws
     /// std::bad_alloc.
-    void add(const HashedText& name, std::unique_ptr<SecurityDescriptor> descriptor);
+    void add(const HashedText& name, std::unique_ptr<SecurityDescriptor> descriptor)
+        NB_EXCLUDES(mMutex);
 
 private:
     struct NamedSecurity {
@@ -48,7 +50,7 @@ private:
     };
 
     Mutex mMutex;
-    HashTable<NamedSecurity> mEntries;
+    HashTable<NamedSecurity> mEntries NB_GUARDED_BY(mMutex);
 };
 
 /// Sets `name` to the name of the security that a new file in the directory would get. `path` is

@@ -9,9 +9,15 @@
 #include "util/mutex-pthreads.h"
 #include "util/platform/errortext-win.h"
 #include "util/platform/unicodetext-win.h"
+#include "util/threadannotations.h"
 #include "util/windows/system-paths-win.h"
 
 namespace {
+
+struct HostName {
+    Mutex lock;
+    std::string name NB_GUARDED_BY(lock);
+};
 
 std::string queryHostName() {
     DWORD size = 0;
@@ -49,13 +55,12 @@ std::string System::userName() {
 
 std::string System::fullHostName(bool refresh) {
     // Never freed, since a thread may still call this while the process ends.
-    static auto& lock = *new Mutex;
-    static auto& name = *new std::string;
-    const MutexLock held(lock);
-    if (refresh || name.empty()) {
-        queryHostName().swap(name);
+    static auto& host = *new HostName;
+    const MutexLock held(host.lock);
+    if (refresh || host.name.empty()) {
+        queryHostName().swap(host.name);
     }
-    return name;
+    return host.name;
 }
 
 std::string System::tempDirectory() {
