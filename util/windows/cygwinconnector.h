@@ -11,6 +11,7 @@
 #include <boost/function.hpp>
 
 #include "util/cygwinversion.h"
+#include "util/threadannotations.h"
 #include "util/threadkey-pthreads.h"
 #include "util/windows/callresult.h"
 #include "util/windows/posix/vrpsxobjects-win.h"
@@ -71,11 +72,11 @@ public:
     /// SIGUSR2, or if a thread already exists. Handlers of an earlier start remain, even if that
     /// start threw. If a handler throws a std::exception, it goes to standard error; any other
     /// exception ends the process.
-    void start_signal_thread(const std::map<int, handler>& handlers);
+    void start_signal_thread(const std::map<int, handler>& handlers) NB_EXCLUDES(_mutex);
     /// Ends the thread and waits for it, up to ten times a quarter of a second. If it doesn't end,
     /// a message goes to standard error, the thread stays, and a later stop tries again. Handlers
     /// must not call this. Throws only if the lock can't be acquired or released.
-    void stop_signal_thread();
+    void stop_signal_thread() NB_EXCLUDES(_mutex);
 
     /// Ends the process as the signal would, so that a POSIX parent sees it: stops the signal
     /// thread, then raises the signal with its default disposition, 32 times in 3.2 seconds. If the
@@ -132,10 +133,10 @@ private:
 
     static void* run_signal_thread(void* self) noexcept;
     void receive_signals();
-    bool end_if_stopped();
-    void tell_end();
+    bool end_if_stopped() NB_EXCLUDES(_mutex);
+    void tell_end() NB_REQUIRES(_mutex);
     void handle_signals(int signal);
-    void wait_for_end();
+    void wait_for_end() NB_REQUIRES(_mutex);
     void raise(int signal) const;
     int* error_slot() const noexcept;
     void set_error(int code) const noexcept;
@@ -143,11 +144,11 @@ private:
 
     vrpsx::embedding _embedding;
     mutable ThreadKey _last_error;
-    vrpsx::mutex _mutex;  ///< guards the three members below
-    vrpsx::cond _cond;    ///< signals that the signal thread has ended
-    std::optional<vrpsx::raw::thread_id> _signal_thread;
-    bool _is_running = false;
-    bool _has_finished = true;
+    vrpsx::mutex _mutex;
+    vrpsx::cond _cond;  ///< signals that the signal thread has ended
+    std::optional<vrpsx::raw::thread_id> _signal_thread NB_GUARDED_BY(_mutex);
+    bool _is_running NB_GUARDED_BY(_mutex) = false;
+    bool _has_finished NB_GUARDED_BY(_mutex) = true;
     std::map<int, handler> _handlers;  ///< constant while the thread exists
     runtime_version _version;
 };

@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "util/assertion.h"
+#include "util/threadannotations.h"
 #include "util/windows/vrpsx.h"
 #include "util/windows/vrpsxutilitycpp-win.h"
 
@@ -103,20 +104,22 @@ private:
 };
 
 /// A lock for threads of the POSIX side. Not known to be recursive.
-class mutex : public owner<raw::mutex> {
+class NB_CAPABILITY("mutex") mutex : public owner<raw::mutex> {
 public:
     using owner::owner;
-    void lock() const;
-    [[nodiscard]] int lock(std::nothrow_t) const;
-    void unlock() const;
-    [[nodiscard]] int unlock(std::nothrow_t) const;
+    void lock() const NB_ACQUIRE();
+    [[nodiscard]] int lock(std::nothrow_t) const NB_TRY_ACQUIRE(false);
+    void unlock() const NB_RELEASE();
+    [[nodiscard]] int unlock(std::nothrow_t) const NB_RELEASE();
 
     /// Holds the lock for a scope. A failed unlock throws by the same rule as ending a handle.
-    class [[nodiscard]] scoped_lock {
+    class NB_SCOPED_CAPABILITY [[nodiscard]] scoped_lock {
     public:
-        explicit scoped_lock(const mutex& target) : _target(target) { target.lock(); }
+        explicit scoped_lock(const mutex& target) NB_ACQUIRE(target) : _target(target) {
+            target.lock();
+        }
         // NOLINTNEXTLINE(bugprone-exception-escape): a lost lock must not go unnoticed
-        ~scoped_lock() noexcept(false);
+        ~scoped_lock() noexcept(false) NB_RELEASE();
         scoped_lock(const scoped_lock&) = delete;
         scoped_lock& operator=(const scoped_lock&) = delete;
 
@@ -131,7 +134,7 @@ public:
     [[nodiscard]] int broadcast(std::nothrow_t) const;
     /// Waits no longer than until `deadline`, a time of the realtime clock.
     [[nodiscard]] int timedwait(const mutex& locked, const raw::time& deadline,
-                                std::nothrow_t) const;
+                                std::nothrow_t) const NB_REQUIRES(locked);
 };
 
 /// An option of a mount, and the options after it.
