@@ -4,6 +4,8 @@ target_include_directories(project_options INTERFACE ${PROJECT_SOURCE_DIR})
 target_compile_options(project_options INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor -Wold-style-cast
     -Wcast-qual
+    # Which lock guards what; the words for it are in util/threadannotations.h.
+    $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>
     # Assertions and reports name files from the root of the tree, on every machine.
     -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
 target_link_libraries(project_options INTERFACE host_headers)
