@@ -161,7 +161,7 @@ private:
     std::string mDirectory = "C:\\w";
     std::map<std::string, std::string> mDrives;
     DriveLetters mLetters{mDrives};
-    ViewRootCache mCache;
+    RootCache mCache;
     std::ostringstream mErrors;
 };
 

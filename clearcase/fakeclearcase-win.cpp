@@ -69,7 +69,7 @@ int FakeClearCase::getElementStatus(const char* path, std::string* version, std:
 std::string FakeClearCase::canonicalizeViewPath(const std::string& cwd, const std::string& path,
                                                 const std::vector<std::string>& vobTags) {
     // Made by the first call, and never freed.
-    static auto& viewRootCache = *new ViewRootCache;
+    static auto& viewRootCache = *new RootCache;
     return ::canonicalizeViewPath({mvfsRoot, viewDrives, viewDriveLetters}, viewRootCache, cwd,
                                   path, vobTags, std::cerr);
 }

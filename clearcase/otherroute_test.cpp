@@ -13,7 +13,7 @@ const std::string MVFS_ROOT = "M:";
 
 TEST(OtherRouteTest, AViewDriveLeadsToTheFolderOfItsViewWithTheRestOfThePath) {
     const Drives tags = {{"X:", "tag1"}};
-    const ViewDrives drives = {MVFS_ROOT, tags};
+    const DriveMap drives = {MVFS_ROOT, tags};
     EXPECT_EQ(otherRoute("X:", drives), "M:/tag1");
     EXPECT_EQ(otherRoute("X:\\", drives), "M:/tag1");
     EXPECT_EQ(otherRoute("X:\\vob\\a", drives), "M:/tag1/vob\\a");
@@ -21,14 +21,14 @@ TEST(OtherRouteTest, AViewDriveLeadsToTheFolderOfItsViewWithTheRestOfThePath) {
 
 TEST(OtherRouteTest, AFolderOfTheMvfsDriveLeadsToTheFirstDriveOfItsView) {
     const Drives tags = {{"U:", "tag"}, {"X:", "tag1"}, {"Y:", "tag1"}};
-    const ViewDrives drives = {MVFS_ROOT, tags};
+    const DriveMap drives = {MVFS_ROOT, tags};
     EXPECT_EQ(otherRoute("M:\\tag1", drives), "X:");
     EXPECT_EQ(otherRoute("M:\\tag1\\vob\\a", drives), "X:/vob\\a");
 }
 
 TEST(OtherRouteTest, WhatHasNoOtherRouteGivesNothing) {
     const Drives tags = {{"X:", "tag1"}};
-    const ViewDrives drives = {MVFS_ROOT, tags};
+    const DriveMap drives = {MVFS_ROOT, tags};
     EXPECT_EQ(otherRoute("Z:", drives), "");
     EXPECT_EQ(otherRoute("M:\\tag2", drives), "");
     EXPECT_EQ(otherRoute("M:\\TAG1", drives), "");

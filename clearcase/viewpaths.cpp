@@ -23,8 +23,6 @@
 
 namespace {
 
-using RouteMap = std::map<std::string, std::string>;
-
 /// The length of a drive at the beginning of a path.
 constexpr size_t DRIVE = 2;
 
@@ -105,7 +103,7 @@ struct Root {
 /// The roots of the tags' VOBs that are in a view.
 class Roots {
 public:
-    Roots(const std::vector<std::string>& vobTags, const ViewDrives& drives) {
+    Roots(const std::vector<std::string>& vobTags, const DriveMap& drives) {
         const std::string* last = nullptr;
         for (const std::string& tag : vobTags) {
             // Adding the same root again would change nothing.
@@ -134,7 +132,7 @@ private:
 
     /// A tag on neither kind of drive has no root. The root can be the empty text, which is the
     /// drive of a connection without a local name.
-    void addRootOf(std::string_view tag, const ViewDrives& drives) {
+    void addRootOf(std::string_view tag, const DriveMap& drives) {
         std::string_view drive = driveOf(tag);
         const bool isSpelled = isUpperDrive(drive);
         if (!isSpelled) {
@@ -178,19 +176,18 @@ private:
 /// lifetime of the object.
 class OtherRoutes {
 public:
-    OtherRoutes(const ViewDrives& drives, ViewRootCache& cache) NB_REQUIRES(cache.lock)
+    OtherRoutes(const DriveMap& drives, RootCache& cache) NB_REQUIRES(cache.lock)
         : mDrives(drives), mCache(cache.routes), mNext(mCache.begin()) {}
 
     const std::string& of(const Root& root) {
         // Tags often come in the order of their roots.
         auto found = mNext;
         if (!isAt(found, root.key)) {
-            const std::string key(root.key);
-            found = mCache.lower_bound(key);
-            if (!isAt(found, key)) {
+            found = mCache.lower_bound(root.key);
+            if (!isAt(found, root.key)) {
                 // A root without another route is stored as well: the drives don't change.
-                found =
-                    mCache.emplace_hint(found, key, otherRoute(std::string(root.text), mDrives));
+                found = mCache.emplace_hint(found, root.key,
+                                            otherRoute(std::string(root.text), mDrives));
             }
         }
         mNext = std::next(found);
@@ -198,13 +195,13 @@ public:
     }
 
 private:
-    bool isAt(RouteMap::iterator place, std::string_view key) const {
+    bool isAt(RootCache::Routes::iterator place, std::string_view key) const {
         return place != mCache.end() && place->first == key;
     }
 
-    const ViewDrives& mDrives;
-    RouteMap& mCache;
-    RouteMap::iterator mNext;  ///< where the next root may be
+    const DriveMap& mDrives;
+    RootCache::Routes& mCache;
+    RootCache::Routes::iterator mNext;  ///< where the next root may be
 };
 
 /// Whether a key is in normal form, except that a bare drive lacks its slash.
@@ -247,7 +244,7 @@ std::string movedPath(std::string_view s, const Root& root, const std::string& o
 
 }  // namespace
 
-std::string otherRoute(const std::string& root, const ViewDrives& drives) {
+std::string otherRoute(const std::string& root, const DriveMap& drives) {
     std::string other;
     const std::string drive = root.substr(0, DRIVE);
     if (drive != drives.mvfsRoot) {
@@ -277,9 +274,9 @@ std::string otherRoute(const std::string& root, const ViewDrives& drives) {
     return other;
 }
 
-std::string canonicalizeViewPath(const ViewDrives& drives, ViewRootCache& cache,
-                                 const std::string& cwd, const std::string& path,
-                                 const std::vector<std::string>& vobTags, std::ostream& errors) {
+std::string canonicalizeViewPath(const DriveMap& drives, RootCache& cache, const std::string& cwd,
+                                 const std::string& path, const std::vector<std::string>& vobTags,
+                                 std::ostream& errors) {
     PathBuffer buffer;
     const std::string_view s = absoluteNormalForm(cwd, path, buffer);
     const std::string_view drive = driveOf(s);

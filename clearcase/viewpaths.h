@@ -6,6 +6,7 @@
 // passed in as values: `mvfsRoot`, the MVFS drive in upper case ("M:"), empty if there is none, and
 // `viewDrives`, each other drive in upper case ("X:") with its view tag.
 
+#include <functional>
 #include <iosfwd>
 #include <map>
 #include <string>
@@ -16,7 +17,7 @@
 #include "util/threadannotations.h"
 
 /// The drives that lead to views. The caller owns the texts and the map.
-struct ViewDrives {
+struct DriveMap {
     const std::string& mvfsRoot;  ///< the MVFS drive in upper case ("M:"), empty if there is none
     const std::map<std::string, std::string>& tags;  ///< each other drive ("X:") with its view tag
     DriveLetters letters = DriveLetters();           ///< of `tags`; makes look-ups faster
@@ -24,17 +25,19 @@ struct ViewDrives {
 
 /// What was found out about the roots of tags, for drives that don't change. Any thread may call
 /// with the same cache.
-struct ViewRootCache {
+struct RootCache {
+    using Routes = std::map<std::string, std::string, std::less<>>;
+
     Mutex lock;
     /// A root (with backslashes, its drive in upper case) with its other route, or with an empty
     /// text if it has none. Entries are added and never changed or removed.
-    std::map<std::string, std::string> routes NB_GUARDED_BY(lock);
+    Routes routes NB_GUARDED_BY(lock);
 };
 
 /// Returns the other route to the place that `root` names, or an empty text if there is none. For a
 /// view drive that is the folder of its view on the MVFS drive. For such a folder it is the first
 /// drive that is mapped to the view. The rest of `root` is appended to either.
-[[nodiscard]] std::string otherRoute(const std::string& root, const ViewDrives& drives);
+[[nodiscard]] std::string otherRoute(const std::string& root, const DriveMap& drives);
 
 /// Returns `path` on the route by which one of `vobTags` reaches it. The declaration of the same
 /// name in clearcase/clearcaseconnection.h has examples.
@@ -53,7 +56,7 @@ struct ViewRootCache {
 /// piece.
 ///
 /// The lock of `cache` is held while the path is moved.
-[[nodiscard]] std::string canonicalizeViewPath(const ViewDrives& drives, ViewRootCache& cache,
+[[nodiscard]] std::string canonicalizeViewPath(const DriveMap& drives, RootCache& cache,
                                                const std::string& cwd, const std::string& path,
                                                const std::vector<std::string>& vobTags,
                                                std::ostream& errors) NB_EXCLUDES(cache.lock);

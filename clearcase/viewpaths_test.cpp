@@ -16,7 +16,7 @@ using Tags = std::vector<std::string>;
 using Drives = std::map<std::string, std::string>;
 
 /// No other thread uses the cache meanwhile.
-Drives& routesOf(ViewRootCache& cache) NB_NO_THREAD_SAFETY_ANALYSIS { return cache.routes; }
+RootCache::Routes& routesOf(RootCache& cache) NB_NO_THREAD_SAFETY_ANALYSIS { return cache.routes; }
 
 /// The drives that most tests use, and what a call changes.
 class CanonicalizeViewPathTest : public testing::Test {
@@ -24,7 +24,7 @@ protected:
     std::string canonical(const std::string& path, const Tags& tags,
                           const std::string& cwd = "D:\\w") {
         const DriveLetters letters(mViewDrives);
-        ViewRootCache cache;
+        RootCache cache;
         routesOf(cache) = routesOf(mCache);
         std::ostringstream errors;
         const std::string byLetters =
@@ -40,7 +40,7 @@ protected:
 
     std::string mMvfsRoot = "M:";
     Drives mViewDrives = {{"X:", "tag1"}};
-    ViewRootCache mCache;
+    RootCache mCache;
     std::ostringstream mErrors;
     std::string mExpectedErrors;
 };
@@ -94,9 +94,9 @@ TEST_F(CanonicalizeViewPathTest, APathOnAViewDriveMovesToTheMvfsDriveOfItsTag) {
 
 TEST_F(CanonicalizeViewPathTest, ATagInLowerCaseAndForwardSlashesIsTheSameRoot) {
     EXPECT_EQ(canonical("X:\\vob\\a.c", {"m:/tag1/vob"}), "M:\\tag1\\vob\\a.c");
-    EXPECT_EQ(routesOf(mCache), (Drives{{"M:\\tag1", "X:"}}));
+    EXPECT_EQ(routesOf(mCache), (RootCache::Routes{{"M:\\tag1", "X:"}}));
     EXPECT_EQ(canonical("m:/tag1/vob/a.c", {"x:/vob"}), "X:\\vob\\a.c");
-    EXPECT_EQ(routesOf(mCache), (Drives{{"M:\\tag1", "X:"}, {"X:", "M:/tag1"}}));
+    EXPECT_EQ(routesOf(mCache), (RootCache::Routes{{"M:\\tag1", "X:"}, {"X:", "M:/tag1"}}));
 }
 
 TEST_F(CanonicalizeViewPathTest, APathThatIsMovedAndBackIsWhereItWas) {
@@ -121,7 +121,7 @@ TEST_F(CanonicalizeViewPathTest, AnyRootThatHoldsThePathComesBeforeAnyMove) {
 
 TEST_F(CanonicalizeViewPathTest, ARootWithoutAnotherRouteIsCachedAsSuch) {
     EXPECT_EQ(canonical("X:\\vob\\a.c", {"M:\\tag2\\vob"}), "X:/vob/a.c");
-    EXPECT_EQ(routesOf(mCache), (Drives{{"M:\\tag2", ""}}));
+    EXPECT_EQ(routesOf(mCache), (RootCache::Routes{{"M:\\tag2", ""}}));
 }
 
 TEST_F(CanonicalizeViewPathTest, ACachedAnswerStandsAgainstTheDrives) {
@@ -137,7 +137,7 @@ TEST_F(CanonicalizeViewPathTest, TheCacheHasOneEntryForEachRootAndKeepsIt) {
     for (int i = 0; i < 3; ++i) {
         EXPECT_EQ(canonical("Y:\\c\\x", tags), "M:\\tag2\\c\\x");
     }
-    EXPECT_EQ(routesOf(mCache), (Drives{{"M:\\tag1", "X:"}, {"M:\\tag2", "Y:"}}));
+    EXPECT_EQ(routesOf(mCache), (RootCache::Routes{{"M:\\tag1", "X:"}, {"M:\\tag2", "Y:"}}));
 }
 
 TEST_F(CanonicalizeViewPathTest, SeveralTagsOfOneViewDoNotHideThoseOfTheNext) {
@@ -146,12 +146,12 @@ TEST_F(CanonicalizeViewPathTest, SeveralTagsOfOneViewDoNotHideThoseOfTheNext) {
     EXPECT_EQ(canonical("X:\\b\\x", onMvfs), "M:\\tag1\\b\\x");
     EXPECT_EQ(canonical("Y:\\d\\x", onMvfs), "M:\\tag2\\d\\x");
     EXPECT_EQ(canonical("M:\\tag2\\d\\x", onMvfs), "M:/tag2/d/x");
-    EXPECT_EQ(routesOf(mCache), (Drives{{"M:\\tag1", "X:"}, {"M:\\tag2", "Y:"}}));
+    EXPECT_EQ(routesOf(mCache), (RootCache::Routes{{"M:\\tag1", "X:"}, {"M:\\tag2", "Y:"}}));
     routesOf(mCache).clear();
     const Tags onDrives = {"X:\\a", "X:\\b", "X:\\c", "Y:\\a", "Y:\\b"};
     EXPECT_EQ(canonical("M:\\tag2\\b\\x", onDrives), "Y:\\b\\x");
     EXPECT_EQ(canonical("Y:\\b\\x", onDrives), "Y:/b/x");
-    EXPECT_EQ(routesOf(mCache), (Drives{{"X:", "M:/tag1"}, {"Y:", "M:/tag2"}}));
+    EXPECT_EQ(routesOf(mCache), (RootCache::Routes{{"X:", "M:/tag1"}, {"Y:", "M:/tag2"}}));
 }
 
 TEST_F(CanonicalizeViewPathTest, ATagOnNoViewDriveAddsNoRoot) {
@@ -193,7 +193,8 @@ TEST_F(CanonicalizeViewPathTest, WithoutAnMvfsDriveAViewDriveHasNoOtherRoute) {
     EXPECT_EQ(canonical("X:\\vob\\a.c", {"X:\\vob"}), "X:/vob/a.c");
     mViewDrives["Y:"] = "tag2";
     EXPECT_EQ(canonical("X:\\vob\\a.c", {"Y:\\vob", "M:\\tag1"}), "X:/vob/a.c");
-    EXPECT_EQ(routesOf(mCache), (Drives{{"Y:", "tag2"}})) << "the view's tag behind nothing";
+    EXPECT_EQ(routesOf(mCache), (RootCache::Routes{{"Y:", "tag2"}}))
+        << "the view's tag behind nothing";
 }
 
 TEST_F(CanonicalizeViewPathTest, ARestThatIsAbsoluteByItselfStandsAlone) {
@@ -203,10 +204,10 @@ TEST_F(CanonicalizeViewPathTest, ARestThatIsAbsoluteByItselfStandsAlone) {
 TEST_F(CanonicalizeViewPathTest, ADriveOfTwoLettersIsARootInUpperCase) {
     mViewDrives = {{"AB", "tag2"}, {"X:", "tag1"}};
     EXPECT_EQ(canonical("X:\\a", {"ab\\vob"}), "X:/a");
-    EXPECT_EQ(routesOf(mCache), (Drives{{"AB", "M:/tag2"}}));
+    EXPECT_EQ(routesOf(mCache), (RootCache::Routes{{"AB", "M:/tag2"}}));
     routesOf(mCache).clear();
     EXPECT_EQ(canonical("X:\\a", {"Ab\\vob"}), "X:/a");
-    EXPECT_EQ(routesOf(mCache), (Drives{{"AB", "M:/tag2"}}));
+    EXPECT_EQ(routesOf(mCache), (RootCache::Routes{{"AB", "M:/tag2"}}));
 }
 
 TEST_F(CanonicalizeViewPathTest, AnEmptyViewTagStandsForTheMvfsDriveItself) {
@@ -324,7 +325,7 @@ TEST_F(CanonicalizeViewPathDeathTest, APathOfCygwinStopsTheProcess) {
 TEST_F(CanonicalizeViewPathTest, AnEmptyTagIsTheRootOfAConnectionWithoutALocalName) {
     mViewDrives[""] = "tag2";
     EXPECT_EQ(canonical("M:\\tag1\\vob\\a.c", {"", "X:\\vob"}), "X:\\vob\\a.c");
-    EXPECT_EQ(routesOf(mCache), (Drives{{"", "M:/tag2"}, {"X:", "M:/tag1"}}));
+    EXPECT_EQ(routesOf(mCache), (RootCache::Routes{{"", "M:/tag2"}, {"X:", "M:/tag1"}}));
     EXPECT_EQ(canonical("X:\\vob\\a.c", {""}), "X:/vob/a.c");
     mMvfsRoot.clear();
     EXPECT_EQ(canonical("X:\\vob\\a.c", {""}), "X:/vob/a.c") << "it has no second component";
@@ -343,7 +344,7 @@ TEST_F(CanonicalizeViewPathTest, ATagThatBeginsLikeTheOneBeforeItIsOnAViewOfItsO
     const Tags longerNext = {"M:\\view1\\vob", "M:\\view12\\vob"};
     EXPECT_EQ(canonical("Y:\\vob\\a.c", longerNext), "M:\\view12\\vob\\a.c");
     EXPECT_EQ(canonical("M:\\view12\\vob\\a.c", longerNext), "M:/view12/vob/a.c");
-    EXPECT_EQ(routesOf(mCache), (Drives{{"M:\\view1", "X:"}, {"M:\\view12", "Y:"}}));
+    EXPECT_EQ(routesOf(mCache), (RootCache::Routes{{"M:\\view1", "X:"}, {"M:\\view12", "Y:"}}));
     const Tags shorterNext = {"M:\\view12\\vob", "M:\\view1"};
     EXPECT_EQ(canonical("X:\\vob\\a.c", shorterNext), "M:\\view1\\vob\\a.c");
 }
@@ -357,7 +358,7 @@ TEST_F(CanonicalizeViewPathTest, ARootOfOneCharacterIsNotTheRootOfALongerTag) {
 TEST_F(CanonicalizeViewPathTest, TheCacheKnowsARootByItsSpellingWithBackslashes) {
     mViewDrives = {{"X/", "t"}};
     EXPECT_EQ(canonical("M:\\other", {"x/v"}), "M:/other");
-    EXPECT_EQ(routesOf(mCache), (Drives{{"X\\", "M:/t"}}));
+    EXPECT_EQ(routesOf(mCache), (RootCache::Routes{{"X\\", "M:/t"}}));
 }
 
 TEST_F(CanonicalizeViewPathTest, AWholeMvfsDriveIsNoRootAlsoWhereItIsAViewDriveToo) {

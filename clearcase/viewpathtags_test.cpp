@@ -15,7 +15,7 @@ using Drives = std::map<std::string, std::string>;
 
 std::string moved(const std::string& path, const std::string& tag, const Drives& tags,
                   const std::string& mvfsRoot = "M:") {
-    ViewRootCache cache;
+    RootCache cache;
     std::ostringstream errors;
     std::string result = canonicalizeViewPath({mvfsRoot, tags}, cache, "C:\\", path, {tag}, errors);
     EXPECT_EQ(errors.str(), "");
@@ -61,7 +61,7 @@ TEST(ViewPathTagsTest, ALongNameOfAViewIsToldFromOneThatDiffersAtAnyPlace) {
         for (size_t place = 0; place < length; ++place) {
             std::string other = view;
             other[place] = 'w';
-            ViewRootCache cache;
+            RootCache cache;
             std::ostringstream errors;
             EXPECT_EQ(
                 canonicalizeViewPath({"M:", tags}, cache, "C:\\", "X:\\vob\\a.c",

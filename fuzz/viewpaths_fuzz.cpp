@@ -53,7 +53,7 @@ public:
 private:
     const Drives& mDrives;
     DriveLetters mLetters;
-    ViewRootCache mCache;
+    RootCache mCache;
 };
 
 std::string upper(const std::string& text) {

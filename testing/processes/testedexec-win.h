@@ -53,13 +53,6 @@ public:
     auto& stallCountdown() NB_NO_THREAD_SAFETY_ANALYSIS { return mStallCountdown; }
     auto& stallRules() NB_NO_THREAD_SAFETY_ANALYSIS { return mStallRules; }
 
-    // What `mHandleLock` guards, unchecked: a test knows when no other thread uses it.
-    auto& connector() NB_NO_THREAD_SAFETY_ANALYSIS { return mConnector; }
-    auto& currentRule() NB_NO_THREAD_SAFETY_ANALYSIS { return mCurrentRule; }
-    auto& logStream() NB_NO_THREAD_SAFETY_ANALYSIS { return mLog; }
-    auto& stallCountdown() NB_NO_THREAD_SAFETY_ANALYSIS { return mStallCountdown; }
-    auto& stallRules() NB_NO_THREAD_SAFETY_ANALYSIS { return mStallRules; }
-
     void reportError(const char* text) override {
         const std::lock_guard lock(mErrorsMutex);
         mErrors.emplace_back(text);

@@ -1,5 +1,6 @@
 // Commands that can't be started.
 
+#include <initializer_list>
 #include <cstddef>
 #include <string>
 #include <vector>
