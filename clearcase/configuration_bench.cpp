@@ -18,8 +18,8 @@ namespace {
 
 using namespace testing_support;
 
-constexpr size_t LINES = 200'000;
-constexpr int ROUNDS = 7;  // each takes tenths of a second
+constexpr size_t lineCount = 200'000;
+constexpr int rounds = 7;  // each takes tenths of a second
 
 using Paths = std::vector<std::string>;
 
@@ -65,7 +65,7 @@ void compareWithMap(const char* operation, const Paths& paths, double limit) {
     for (const std::string& path : paths) {
         elements.emplace_back(path, ElementRecord{elementVersion, "/main/3"});
     }
-    benchmark::compareBuilding({operation, "keys and records into a std::map", limit, ROUNDS},
+    benchmark::compareBuilding({operation, "keys and records into a std::map", limit, rounds},
                                connect, [&] {
                                    auto map = std::make_unique<ElementTable>();
                                    for (const auto& [key, element] : elements) {
@@ -76,17 +76,18 @@ void compareWithMap(const char* operation, const Paths& paths, double limit) {
 }
 
 TEST(Benchmark, Configuration) {
-    compareWithMap("configuration of 200,000 sorted lines", sortedPaths(LINES), 1.0);
-    compareWithMap("configuration of 200,000 shuffled lines", shuffledPaths(LINES), 0.75);
+    compareWithMap("configuration of 200,000 sorted lines", sortedPaths(lineCount), 1.0);
+    compareWithMap("configuration of 200,000 shuffled lines", shuffledPaths(lineCount), 0.75);
 }
 
 TEST(Benchmark, ConfigurationBesideAReader) {
     const TempFolder folder;
-    const EnvironmentScope file("NBCLEARCASE_FAKE_INI",
-                                folder.write("large.ini", configurationText(sortedPaths(LINES))));
+    const EnvironmentScope file(
+        "NBCLEARCASE_FAKE_INI",
+        folder.write("large.ini", configurationText(sortedPaths(lineCount))));
     const std::string name = folder.utf8("large.ini");
     benchmark::compareBuilding(
-        {"configuration of 200,000 sorted lines", "property_tree::read_ini", 7.0 / 30, ROUNDS},
+        {"configuration of 200,000 sorted lines", "property_tree::read_ini", 7.0 / 30, rounds},
         connect, [&] {
             auto tree = std::make_unique<boost::property_tree::ptree>();
             boost::property_tree::read_ini(name, *tree);
@@ -98,15 +99,15 @@ TEST(Benchmark, ConfigurationBesideAReader) {
 template <class MakePaths>
 void compareTwice(const char* operation, const char* half, MakePaths paths) {
     const TempFolder folder;
-    const std::string small = folder.write("small.ini", configurationText(paths(LINES)));
-    const std::string large = folder.write("large.ini", configurationText(paths(2 * LINES)));
+    const std::string small = folder.write("small.ini", configurationText(paths(lineCount)));
+    const std::string large = folder.write("large.ini", configurationText(paths(2 * lineCount)));
     const auto connectTo = [](const std::string& name) {
         const EnvironmentScope file("NBCLEARCASE_FAKE_INI", name);
         return connect();
     };
     // A little more than twice as long: the table is a tree, and less of it stays in the caches.
     benchmark::compareBuilding(
-        {operation, half, 2.3, ROUNDS}, [&] { return connectTo(large); },
+        {operation, half, 2.3, rounds}, [&] { return connectTo(large); },
         [&] { return connectTo(small); });
 }
 

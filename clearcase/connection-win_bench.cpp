@@ -90,14 +90,14 @@ std::vector<size_t> randomPlaces(size_t count) {
 }
 
 TEST(Benchmark, ElementStatusOfRandomElements) {
-    constexpr size_t COUNT = 200'000;
-    const SampleElements elements(COUNT);
+    constexpr size_t elementCount = 200'000;
+    const SampleElements elements(elementCount);
     const TempFolder folder;
     const EnvironmentScope file("NBCLEARCASE_FAKE_INI", folder.write("c.ini", elements.text));
     const ShippedConnection connection;
     std::vector<std::string> paths;
     std::vector<std::string> absent;
-    for (const size_t place : randomPlaces(COUNT)) {
+    for (const size_t place : randomPlaces(elementCount)) {
         paths.push_back(elementPath(place));
         absent.push_back(elementPath(place).append("pp"));
     }

@@ -127,12 +127,13 @@ TEST_F(ElementTableTest, ElementsOfManyFoldersAreAllThereInWhateverOrder) {
 }
 
 TEST_F(ElementTableTest, AnElementTakesTwoAllocationsInWhateverOrderItComes) {
-    constexpr size_t COUNT = 2000;
-    constexpr size_t STRIDES[] = {1, 7};  // in order, and out of order
-    for (const size_t stride : STRIDES) {
+    constexpr size_t elementCount = 2000;
+    constexpr size_t strides[] = {1, 7};  // in order, and out of order
+    for (const size_t stride : strides) {
         std::vector<std::string> keys;
-        for (size_t i = 0; i < COUNT; ++i) {
-            keys.push_back("M:\\view\\a folder\\file" + std::to_string(10000 + i * stride % COUNT));
+        for (size_t i = 0; i < elementCount; ++i) {
+            keys.push_back("M:\\view\\a folder\\file" +
+                           std::to_string(10000 + i * stride % elementCount));
         }
         ElementTable table;
         const size_t before = testing_support::allocationCount();
@@ -143,8 +144,9 @@ TEST_F(ElementTableTest, AnElementTakesTwoAllocationsInWhateverOrderItComes) {
         builder.finish();
         const ElementIndex index(table);
         const size_t after = testing_support::allocationCount();
-        EXPECT_EQ(table.size(), COUNT);
-        EXPECT_LT(after - before, 2 * COUNT + 60) << "the rest is of a few vectors that grow";
+        EXPECT_EQ(table.size(), elementCount);
+        EXPECT_LT(after - before, 2 * elementCount + 60)
+            << "the rest is of a few vectors that grow";
     }
 }
 

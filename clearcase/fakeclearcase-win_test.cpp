@@ -45,8 +45,8 @@ protected:
 
 using FakeClearCaseDeathTest = FakeClearCaseTest;
 
-constexpr const char* ONE_ERROR = "[vobs]\nbad\n";
-constexpr const char* ITS_TEXT = "Invalid line in [vobs]:  bad\n";
+constexpr const char* oneError = "[vobs]\nbad\n";
+constexpr const char* itsText = "Invalid line in [vobs]:  bad\n";
 
 TEST_F(FakeClearCaseTest, WithoutAFileThereAreNoElementsAndNoComplaints) {
     FakeClearCase connection(nullptr);
@@ -55,19 +55,19 @@ TEST_F(FakeClearCaseTest, WithoutAFileThereAreNoElementsAndNoComplaints) {
 }
 
 TEST_F(FakeClearCaseTest, TheFileOfTheDefaultNameLiesInTheCurrentDirectory) {
-    mFolder.write("nbclearcase_fake.ini", ONE_ERROR);
-    EXPECT_EQ(FakeClearCase(nullptr).getError(), ITS_TEXT);
+    mFolder.write("nbclearcase_fake.ini", oneError);
+    EXPECT_EQ(FakeClearCase(nullptr).getError(), itsText);
 }
 
 TEST_F(FakeClearCaseTest, TheVariableNamesAnotherFileAsItStands) {
-    mFolder.write("nbclearcase_fake.ini", ONE_ERROR);
+    mFolder.write("nbclearcase_fake.ini", oneError);
     mFolder.write("other.ini", "[vobs]\nworse\n");
     const EnvironmentScope named("NBCLEARCASE_FAKE_INI", "other.ini");
     EXPECT_EQ(FakeClearCase(nullptr).getError(), "Invalid line in [vobs]:  worse\n");
 }
 
 TEST_F(FakeClearCaseTest, AVariableThatNamesNoFileLeavesNothing) {
-    mFolder.write("nbclearcase_fake.ini", ONE_ERROR);
+    mFolder.write("nbclearcase_fake.ini", oneError);
     for (const std::string& name : {mFolder.utf8("missing"), mFolder.utf8()}) {
         const EnvironmentScope named("NBCLEARCASE_FAKE_INI", name);
         EXPECT_EQ(FakeClearCase(nullptr).getError(), "") << name;
@@ -75,36 +75,36 @@ TEST_F(FakeClearCaseTest, AVariableThatNamesNoFileLeavesNothing) {
 }
 
 TEST_F(FakeClearCaseTest, EmptyVariablesCountAsNone) {
-    mFolder.write("nbclearcase_fake.ini", std::string(ONE_ERROR) + "[attrs]\nC:/a/../x=*null\n");
+    mFolder.write("nbclearcase_fake.ini", std::string(oneError) + "[attrs]\nC:/a/../x=*null\n");
     SetEnvironmentVariableW(L"NBCLEARCASE_FAKE_INI", L"");
     SetEnvironmentVariableW(L"CLEARCASE_ROOT", L"");
     FakeClearCase connection(nullptr);
-    EXPECT_EQ(connection.getError(), ITS_TEXT);
+    EXPECT_EQ(connection.getError(), itsText);
     EXPECT_EQ(connection.getElementStatus("C:\\x", nullptr, nullptr), elementNull);
 }
 
 TEST_F(FakeClearCaseTest, AFileMayHaveANameOfAnyPlane) {
     const std::string name = "\xD0\xB6\xE4\xB8\xAD\xF0\x9F\x98\x80.ini";
-    mFolder.write(name, ONE_ERROR);
+    mFolder.write(name, oneError);
     SetEnvironmentVariableW(L"NBCLEARCASE_FAKE_INI", toWide(name).c_str());
-    EXPECT_EQ(FakeClearCase(nullptr).getError(), ITS_TEXT);
+    EXPECT_EQ(FakeClearCase(nullptr).getError(), itsText);
 }
 
 TEST_F(FakeClearCaseTest, TheFileIsReadWhileOthersHaveItOpen) {
-    const std::string path = mFolder.write("nbclearcase_fake.ini", ONE_ERROR);
+    const std::string path = mFolder.write("nbclearcase_fake.ini", oneError);
     HANDLE other =
         CreateFileW(System::unicodePath(path).c_str(), GENERIC_READ | GENERIC_WRITE,
                     FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr);
     ASSERT_NE(other, INVALID_HANDLE_VALUE);
-    EXPECT_EQ(FakeClearCase(nullptr).getError(), ITS_TEXT);
+    EXPECT_EQ(FakeClearCase(nullptr).getError(), itsText);
     CloseHandle(other);
 }
 
 TEST_F(FakeClearCaseTest, TheArgumentDoesNotMatter) {
-    mFolder.write("nbclearcase_fake.ini", ONE_ERROR);
+    mFolder.write("nbclearcase_fake.ini", oneError);
     const int something = 0;
-    EXPECT_EQ(FakeClearCase(&something).getError(), ITS_TEXT);
-    EXPECT_EQ(FakeClearCase("text").getError(), ITS_TEXT);
+    EXPECT_EQ(FakeClearCase(&something).getError(), itsText);
+    EXPECT_EQ(FakeClearCase("text").getError(), itsText);
 }
 
 TEST_F(FakeClearCaseTest, LineEndsOfBothKindsAreRead) {
@@ -115,12 +115,12 @@ TEST_F(FakeClearCaseTest, LineEndsOfBothKindsAreRead) {
 }
 
 TEST_F(FakeClearCaseTest, ControlZEndsTheText) {
-    EXPECT_EQ(connect("[vobs]\nbad\n\x1a\nworse\n")->getError(), ITS_TEXT);
+    EXPECT_EQ(connect("[vobs]\nbad\n\x1a\nworse\n")->getError(), itsText);
 }
 
 TEST_F(FakeClearCaseTest, ALastLineWithoutALineFeedDoesNotCount) {
     EXPECT_EQ(connect("[vobs]\nbad")->getError(), "");
-    EXPECT_EQ(connect("[vobs]\nbad\nbad")->getError(), ITS_TEXT);
+    EXPECT_EQ(connect("[vobs]\nbad\nbad")->getError(), itsText);
 }
 
 TEST_F(FakeClearCaseTest, ASecondConnectionReadsTheFileAnewAndTheFirstDoesNot) {

@@ -47,17 +47,17 @@ struct Enumeration {
 };
 
 Enumeration gEnumeration;
-const HANDLE HANDLE_OF_IT = reinterpret_cast<HANDLE>(0x77);
+const HANDLE handleOfIt = reinterpret_cast<HANDLE>(0x77);
 
 DWORD WINAPI openEnum(DWORD scope, DWORD type, DWORD usage, LPNETRESOURCEA start,
                       LPHANDLE enumeration) {
     gEnumeration.opened.push_back({scope, type, usage, start});
-    *enumeration = HANDLE_OF_IT;
+    *enumeration = handleOfIt;
     return gEnumeration.openResult;
 }
 
 DWORD WINAPI enumResource(HANDLE enumeration, LPDWORD count, LPVOID buffer, LPDWORD size) {
-    EXPECT_EQ(enumeration, HANDLE_OF_IT);
+    EXPECT_EQ(enumeration, handleOfIt);
     gEnumeration.asked.emplace_back(*count, *size);
     const Batch& batch = gEnumeration.batches.at(gEnumeration.next++);
     auto* entry = static_cast<NETRESOURCEA*>(buffer);
@@ -75,7 +75,7 @@ DWORD WINAPI enumResource(HANDLE enumeration, LPDWORD count, LPVOID buffer, LPDW
 }
 
 DWORD WINAPI closeEnum(HANDLE enumeration) {
-    EXPECT_EQ(enumeration, HANDLE_OF_IT);
+    EXPECT_EQ(enumeration, handleOfIt);
     ++gEnumeration.closed;
     return NO_ERROR;
 }

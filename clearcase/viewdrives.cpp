@@ -8,8 +8,8 @@
 namespace {
 
 constexpr std::string_view PROVIDER = "ClearCase Dynamic Views";
-constexpr std::string_view MVFS_SERVER = "\\\\view";
-constexpr size_t VIEW_TAG_OFFSET = MVFS_SERVER.size() + 1;
+constexpr std::string_view mvfsServer = "\\\\view";
+constexpr size_t viewTagOffset = mvfsServer.size() + 1;
 
 std::string textOf(const char* text) { return text == nullptr ? "" : text; }
 
@@ -39,9 +39,9 @@ void takeConnection(const char* localName, const char* remoteName, const char* p
     std::string drive = textOf(localName);
     toUpper(drive);
     const std::string remote = textOf(remoteName);
-    if (remote == MVFS_SERVER) {
+    if (remote == mvfsServer) {
         mvfsRoot = drive;
     } else {
-        viewDrives[drive] = remote.size() < VIEW_TAG_OFFSET ? "" : remote.substr(VIEW_TAG_OFFSET);
+        viewDrives[drive] = remote.size() < viewTagOffset ? "" : remote.substr(viewTagOffset);
     }
 }

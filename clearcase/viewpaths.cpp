@@ -24,14 +24,14 @@
 namespace {
 
 /// The length of a drive at the beginning of a path.
-constexpr size_t DRIVE = 2;
+constexpr size_t driveLength = 2;
 
-std::string_view driveOf(std::string_view path) { return path.substr(0, DRIVE); }
+std::string_view driveOf(std::string_view path) { return path.substr(0, driveLength); }
 
 /// Like `==`, but without a function call for two drives.
 bool isSameDrive(std::string_view a, std::string_view b) {
-    if (a.size() == DRIVE && b.size() == DRIVE) {
-        return std::memcmp(a.data(), b.data(), DRIVE) == 0;
+    if (a.size() == driveLength && b.size() == driveLength) {
+        return std::memcmp(a.data(), b.data(), driveLength) == 0;
     }
     return a == b;
 }
@@ -83,7 +83,7 @@ std::string_view absoluteNormalForm(const std::string& cwd, const std::string& p
         // Compatibility: every path with a leading separator is on the current drive, so a UNC path
         // becomes a folder of that drive.
         std::string absolute =
-            leadingSeparator ? cwd.substr(0, DRIVE) + path : joinPath(cwd, path, '/');
+            leadingSeparator ? cwd.substr(0, driveLength) + path : joinPath(cwd, path, '/');
         toBackslashes(absolute);
         form = normalFormIn(buffer, absolute, '/');
     }
@@ -113,7 +113,8 @@ public:
             const size_t before = mRoots.size();
             addRootOf(tag, drives);
             // A root of one character doesn't decide for a tag that continues with a separator.
-            const bool decides = mRoots.size() != before && mRoots.back().text.size() >= DRIVE;
+            const bool decides =
+                mRoots.size() != before && mRoots.back().text.size() >= driveLength;
             last = decides ? &tag : nullptr;
         }
     }
@@ -141,7 +142,7 @@ private:
             drive = keep(std::move(upper));
         }
         if (isSameDrive(drive, drives.mvfsRoot)) {
-            const PathRange view = isSpelled ? nextName(tag, DRIVE) : pathComponent(tag, 1);
+            const PathRange view = isSpelled ? nextName(tag, driveLength) : pathComponent(tag, 1);
             if (view.length() != 0) {
                 const std::string_view folder = tag.substr(0, view.end);
                 const bool isKey =
@@ -206,7 +207,7 @@ private:
 
 /// Whether a key is in normal form, except that a bare drive lacks its slash.
 bool isTidyKey(std::string_view key) {
-    const std::string_view folder = key.substr(std::min(key.size(), DRIVE));
+    const std::string_view folder = key.substr(std::min(key.size(), driveLength));
     return isUpperDrive(driveOf(key)) &&
            (folder.empty() || (folder.size() > 1 && isPathSeparator(folder[0]) &&
                                !isPathSeparator(folder[1]) && !isDotName(folder.substr(1))));
@@ -246,7 +247,7 @@ std::string movedPath(std::string_view s, const Root& root, const std::string& o
 
 std::string otherRoute(const std::string& root, const DriveMap& drives) {
     std::string other;
-    const std::string drive = root.substr(0, DRIVE);
+    const std::string drive = root.substr(0, driveLength);
     if (drive != drives.mvfsRoot) {
         const auto found = drives.tags.find(drive);
         if (found != drives.tags.end()) {

@@ -17,13 +17,13 @@ uint64_t word(const std::vector<unsigned char>& record, size_t offset) {
 }
 
 std::optional<uint32_t> expectedMagic(const std::vector<unsigned char>& record) {
-    constexpr uint32_t INTRO = 0xaf00fa00;
+    constexpr uint32_t intro = 0xaf00fa00;
     const size_t size = record.size();
     if (size >= 29 && word(record, 0) == 0 && word(record, 4) == 0 && word(record, 8) == 0 &&
-        word(record, 12) == 0 && word(record, 16) == size && word(record, 20) == INTRO) {
+        word(record, 12) == 0 && word(record, 16) == size && word(record, 20) == intro) {
         return static_cast<uint32_t>(word(record, 24));
     }
-    if (size >= 17 && word(record, 4) == size && word(record, 8) == INTRO) {
+    if (size >= 17 && word(record, 4) == size && word(record, 8) == intro) {
         return static_cast<uint32_t>(word(record, 12));
     }
     return std::nullopt;

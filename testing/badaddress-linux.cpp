@@ -7,8 +7,8 @@ namespace testing_support {
 namespace {
 
 // The exit codes of a process after a sanitizer's report: the defaults of `exitcode`.
-constexpr int ADDRESS_SANITIZER_EXIT = 1;
-constexpr int THREAD_SANITIZER_EXIT = 66;
+constexpr int addressSanitizerExit = 1;
+constexpr int threadSanitizerExit = 66;
 
 }  // namespace
 
@@ -16,8 +16,8 @@ bool diedOfABadAddress(int status) {
     if (WIFSIGNALED(status)) {
         return WTERMSIG(status) == SIGSEGV;
     }
-    return WIFEXITED(status) && (WEXITSTATUS(status) == ADDRESS_SANITIZER_EXIT ||
-                                 WEXITSTATUS(status) == THREAD_SANITIZER_EXIT);
+    return WIFEXITED(status) && (WEXITSTATUS(status) == addressSanitizerExit ||
+                                 WEXITSTATUS(status) == threadSanitizerExit);
 }
 
 }  // namespace testing_support

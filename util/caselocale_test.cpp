@@ -22,12 +22,12 @@ using namespace testing_support;
 using CaseLocaleTest = testing_support::EightBitLocaleTest;
 using CaseLocaleDeathTest = testing_support::EightBitLocaleTest;
 
-constexpr char SMALL = static_cast<char>(testing_support::smallEAcute);
-constexpr char CAPITAL = static_cast<char>(testing_support::capitalEAcute);
+constexpr char smallE = static_cast<char>(testing_support::smallEAcute);
+constexpr char capitalE = static_cast<char>(testing_support::capitalEAcute);
 
 void matchAndExit() {
-    const std::string small(1, SMALL);
-    const std::string capital(1, CAPITAL);
+    const std::string small(1, smallE);
+    const std::string capital(1, capitalE);
     const bool matches = wildcardMatch(small, capital) || wildcardMatch(capital, small) ||
                          wildcardMatch("[" + small + "]", capital);
     std::exit(matches ? 1 : 0);
@@ -43,8 +43,8 @@ TEST_F(CaseLocaleDeathTest, WildcardsDoNotAskIt) {
 }
 
 void useProcessLocaleAndExit() {
-    std::string small(1, SMALL);
-    std::string capital(1, CAPITAL);
+    std::string small(1, smallE);
+    std::string capital(1, capitalE);
     std::ostringstream narrowed;
     narrowed << std::wstring(1, wchar_t{testing_support::smallEAcute});
     int code = 0;
@@ -53,7 +53,7 @@ void useProcessLocaleAndExit() {
     toUpper(small);
     code |= small == capital ? 0 : 4;
     toLower(capital);
-    code |= capital == std::string(1, SMALL) ? 0 : 8;
+    code |= capital == std::string(1, smallE) ? 0 : 8;
     // Skips the check for leaks: the C library leaks the value of LOCPATH for each C++ locale.
     std::_Exit(code);
 }
@@ -71,13 +71,13 @@ TEST(ProcessLocaleDeathTest, CaseChangesWildcardsAndNarrowTextGoByIt) {
 }
 
 TEST_F(CaseLocaleTest, CharactersOfPathsAreEqualByIt) {
-    EXPECT_TRUE(pathCharsEqual(SMALL, CAPITAL));
-    EXPECT_FALSE(pathCharsEqual(SMALL, 'e'));
+    EXPECT_TRUE(pathCharsEqual(smallE, capitalE));
+    EXPECT_FALSE(pathCharsEqual(smallE, 'e'));
 }
 
 TEST_F(CaseLocaleTest, PathsLieInFoldersThatItFoldsAlike) {
-    const std::string small = std::string("C:/") + SMALL;
-    const std::string capital = std::string("c:\\") + CAPITAL;
+    const std::string small = std::string("C:/") + smallE;
+    const std::string capital = std::string("c:\\") + capitalE;
     EXPECT_TRUE(isInPath(small, capital + "/x"));
     EXPECT_TRUE(isInPath(capital, small));
     EXPECT_FALSE(isInPath(small, "C:/e"));
@@ -85,8 +85,8 @@ TEST_F(CaseLocaleTest, PathsLieInFoldersThatItFoldsAlike) {
 
 TEST_F(CaseLocaleTest, ComparatorsOfContainersFoldByIt) {
     const testing_support::RuntimeComparisons runtimes;
-    std::string small(1, SMALL);
-    std::string capital(1, CAPITAL);
+    std::string small(1, smallE);
+    std::string capital(1, capitalE);
     EXPECT_TRUE(StringNoCaseEqual()(small, capital));
     EXPECT_FALSE(StringNoCaseLess()(small, capital));
     EXPECT_FALSE(StringNoCaseLess()(capital, small));

@@ -12,26 +12,26 @@ namespace {
 using cygwin::child_info_magic;
 using namespace testing_support;
 
-constexpr uint32_t MAGIC = 0x12345678;
+constexpr uint32_t someMagic = 0x12345678;
 constexpr std::optional<uint32_t> NONE;
 
 TEST(ChildInfoTest, ARecordOfTheNewerLayoutHas29BytesAtLeast) {
-    EXPECT_EQ(child_info_magic(newerRecord(29, MAGIC)), MAGIC);
-    EXPECT_EQ(child_info_magic(newerRecord(1000, MAGIC)), MAGIC);
-    EXPECT_EQ(child_info_magic(newerRecord(28, MAGIC)), NONE);
+    EXPECT_EQ(child_info_magic(newerRecord(29, someMagic)), someMagic);
+    EXPECT_EQ(child_info_magic(newerRecord(1000, someMagic)), someMagic);
+    EXPECT_EQ(child_info_magic(newerRecord(28, someMagic)), NONE);
 }
 
 TEST(ChildInfoTest, ARecordOfTheOlderLayoutHas17BytesAtLeast) {
-    EXPECT_EQ(child_info_magic(olderRecord(17, MAGIC)), MAGIC);
-    EXPECT_EQ(child_info_magic(olderRecord(28, MAGIC)), MAGIC);
-    EXPECT_EQ(child_info_magic(olderRecord(29, MAGIC)), MAGIC) << "it fails the newer one";
-    EXPECT_EQ(child_info_magic(olderRecord(1000, MAGIC)), MAGIC);
-    EXPECT_EQ(child_info_magic(olderRecord(16, MAGIC)), NONE);
+    EXPECT_EQ(child_info_magic(olderRecord(17, someMagic)), someMagic);
+    EXPECT_EQ(child_info_magic(olderRecord(28, someMagic)), someMagic);
+    EXPECT_EQ(child_info_magic(olderRecord(29, someMagic)), someMagic) << "it fails the newer one";
+    EXPECT_EQ(child_info_magic(olderRecord(1000, someMagic)), someMagic);
+    EXPECT_EQ(child_info_magic(olderRecord(16, someMagic)), NONE);
 }
 
 TEST(ChildInfoTest, FewerBytesAreNoRecord) {
-    const ChildRecord older = olderRecord(17, MAGIC);
-    const ChildRecord newer = newerRecord(29, MAGIC);
+    const ChildRecord older = olderRecord(17, someMagic);
+    const ChildRecord newer = newerRecord(29, someMagic);
     for (size_t size = 0; size < newer.size(); ++size) {
         EXPECT_EQ(child_info_magic({newer.data(), size}), NONE) << size;
         EXPECT_EQ(child_info_magic({older.data(), std::min(size, older.size() - 1)}), NONE) << size;
@@ -41,35 +41,35 @@ TEST(ChildInfoTest, FewerBytesAreNoRecord) {
 
 TEST(ChildInfoTest, EachOfTheSixteenBytesInFrontOfTheNewerOneIsZero) {
     for (size_t i = 0; i < 16; ++i) {
-        ChildRecord record = newerRecord(29, MAGIC);
+        ChildRecord record = newerRecord(29, someMagic);
         record[i] = 1;
         EXPECT_EQ(child_info_magic(record), NONE) << i;
     }
 }
 
 TEST(ChildInfoTest, TheFirstWordOfTheOlderOneIsNotLookedAt) {
-    ChildRecord record = olderRecord(17, MAGIC);
+    ChildRecord record = olderRecord(17, someMagic);
     putWord(record, 0, 0xffffffff);
-    EXPECT_EQ(child_info_magic(record), MAGIC);
+    EXPECT_EQ(child_info_magic(record), someMagic);
 }
 
 TEST(ChildInfoTest, TheSizeIsThatOfTheWholeRecord) {
     for (const uint32_t size : {0U, 28U, 30U, 0x11dU, 0xffffffffU}) {
-        ChildRecord newer = newerRecord(29, MAGIC);
+        ChildRecord newer = newerRecord(29, someMagic);
         putWord(newer, 16, size);
         EXPECT_EQ(child_info_magic(newer), NONE) << size;
-        ChildRecord older = olderRecord(29, MAGIC);
+        ChildRecord older = olderRecord(29, someMagic);
         putWord(older, 4, size);
         EXPECT_EQ(child_info_magic(older), NONE) << size;
     }
 }
 
 TEST(ChildInfoTest, TheIntroIsOneWord) {
-    for (const uint32_t intro : {0U, INTRO + 1, INTRO ^ 0x80000000U}) {
-        ChildRecord newer = newerRecord(29, MAGIC);
+    for (const uint32_t intro : {0U, introWord + 1, introWord ^ 0x80000000U}) {
+        ChildRecord newer = newerRecord(29, someMagic);
         putWord(newer, 20, intro);
         EXPECT_EQ(child_info_magic(newer), NONE) << intro;
-        ChildRecord older = olderRecord(29, MAGIC);
+        ChildRecord older = olderRecord(29, someMagic);
         putWord(older, 8, intro);
         EXPECT_EQ(child_info_magic(older), NONE) << intro;
     }
@@ -87,7 +87,7 @@ TEST(ChildInfoTest, AnyMagicIsTakenByItsBytes) {
 }
 
 TEST(ChildInfoTest, TwelveMagicsAreKnown) {
-    for (const uint32_t magic : testing_support::KNOWN_MAGICS) {
+    for (const uint32_t magic : testing_support::knownMagics) {
         EXPECT_TRUE(cygwin::is_known_magic(magic)) << magic;
         EXPECT_FALSE(cygwin::is_known_magic(magic + 1)) << magic;
     }

@@ -10,12 +10,12 @@
 
 namespace {
 
-constexpr size_t SIZE = 1U << 20U;
+constexpr size_t textSize = 1U << 20U;
 
-/// Accepts SIZE characters, and can be rewound.
+/// Accepts textSize characters, and can be rewound.
 class FixedBuffer : public std::streambuf {
 public:
-    FixedBuffer() : mRoom(SIZE) { rewind(); }
+    FixedBuffer() : mRoom(textSize) { rewind(); }
     void rewind() { setp(mRoom.data(), mRoom.data() + mRoom.size()); }
     size_t size() const { return static_cast<size_t>(pptr() - pbase()); }
 
@@ -28,17 +28,17 @@ std::string asciiText() {
     for (const std::string& path : benchmark::samplePaths(30'000, benchmark::Letters::ascii)) {
         text.append(path).append("\n");
     }
-    text.resize(SIZE);
+    text.resize(textSize);
     return text;
 }
 
-/// Both write SIZE characters.
+/// Both write textSize characters.
 template <class Escaped, class Write>
 void compareEscaping(const char* operation, const Escaped& escaped, const char* peer, Write write) {
     FixedBuffer buffer;
     std::ostream out(&buffer);
     out << escaped;
-    EXPECT_EQ(buffer.size(), SIZE);
+    EXPECT_EQ(buffer.size(), textSize);
     benchmark::compare(
         {operation, peer, 2.0},
         [&] {
@@ -54,17 +54,17 @@ void compareEscaping(const char* operation, const Escaped& escaped, const char* 
 
 TEST(Benchmark, Escaping) {
     const std::string text = asciiText();
-    const auto write = [&](std::ostream& out) { out.write(text.data(), SIZE); };
+    const auto write = [&](std::ostream& out) { out.write(text.data(), textSize); };
     compareEscaping("EscapedBytes, 1 MB of ASCII", EscapedBytes{text}, "ostream::write", write);
     compareEscaping("EscapedUtf8, 1 MB of ASCII", EscapedUtf8{text}, "ostream::write", write);
 
     const std::u16string units(text.begin(), text.end());
-    std::string narrow(SIZE, '\0');
+    std::string narrow(textSize, '\0');
     compareEscaping("EscapedUnits, 1 MB of ASCII", EscapedUnits{units},
                     "transform to bytes, ostream::write", [&](std::ostream& out) {
                         std::transform(units.begin(), units.end(), narrow.begin(),
                                        [](char16_t unit) { return static_cast<char>(unit); });
-                        out.write(narrow.data(), SIZE);
+                        out.write(narrow.data(), textSize);
                     });
 }
 

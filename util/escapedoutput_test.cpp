@@ -215,7 +215,7 @@ TEST(ShellQuotingTest, ATextIsQuotedWhereItNeedsIt) {
     }
 }
 
-constexpr auto FAILED = std::ios_base::failbit | std::ios_base::badbit;
+constexpr auto failedState = std::ios_base::failbit | std::ios_base::badbit;
 
 template <class Inserted>
 void expectFailure(const Inserted& inserted, const std::string& whole) {
@@ -224,7 +224,8 @@ void expectFailure(const Inserted& inserted, const std::string& whole) {
         std::ostream out(&buffer);
         out << inserted;
         EXPECT_EQ(buffer.text, whole.substr(0, room));
-        EXPECT_EQ(out.rdstate(), room < whole.size() ? FAILED : std::ios_base::goodbit) << room;
+        EXPECT_EQ(out.rdstate(), room < whole.size() ? failedState : std::ios_base::goodbit)
+            << room;
     }
     std::ostringstream failed;
     failed.setstate(std::ios_base::failbit);
@@ -237,7 +238,7 @@ std::string printedRefusing(const Inserted& inserted) {
     RefusingBuffer buffer(1);
     std::ostream out(&buffer);
     out << inserted;
-    EXPECT_EQ(out.rdstate(), FAILED);
+    EXPECT_EQ(out.rdstate(), failedState);
     return buffer.text;
 }
 

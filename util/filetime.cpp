@@ -7,9 +7,9 @@
 
 namespace {
 
-constexpr int NANOSECONDS_PER_TICK = 100;
-constexpr int SECONDS_PER_MINUTE = 60;
-constexpr int MINUTES_PER_HOUR = 60;
+constexpr int nanosecondsPerTick = 100;
+constexpr int secondsPerMinute = 60;
+constexpr int minutesPerHour = 60;
 
 }  // namespace
 
@@ -30,7 +30,7 @@ FileTime::UnixNanoseconds FileTime::unixTime() const {
     const int64_t count = unixTicks();
     const auto seconds = static_cast<int32_t>(count / perSecond);
     const auto rest = static_cast<int32_t>(count % perSecond);
-    return {seconds, rest * NANOSECONDS_PER_TICK + mNanos};
+    return {seconds, rest * nanosecondsPerTick + mNanos};
 }
 
 FileTime::UnixMicroseconds FileTime::unixTimeInMicroseconds() const {
@@ -41,13 +41,13 @@ FileTime::UnixMicroseconds FileTime::unixTimeInMicroseconds() const {
 int64_t FileTime::unixTicks() const { return static_cast<int64_t>(mTicks - ticksToUnixEpoch); }
 
 void FileTime::addNanoseconds(int64_t count) {
-    mTicks += static_cast<uint64_t>(count / NANOSECONDS_PER_TICK);
-    mNanos += static_cast<int32_t>(count % NANOSECONDS_PER_TICK);
-    if (mNanos >= NANOSECONDS_PER_TICK) {
-        mNanos -= NANOSECONDS_PER_TICK;
+    mTicks += static_cast<uint64_t>(count / nanosecondsPerTick);
+    mNanos += static_cast<int32_t>(count % nanosecondsPerTick);
+    if (mNanos >= nanosecondsPerTick) {
+        mNanos -= nanosecondsPerTick;
         ++mTicks;
     } else if (mNanos < 0) {
-        mNanos += NANOSECONDS_PER_TICK;
+        mNanos += nanosecondsPerTick;
         --mTicks;
     }
 }
@@ -62,12 +62,11 @@ std::string timeStampText(const std::optional<std::tm>& local, int32_t secondsWe
                     std::strftime(buffer.data(), buffer.size(), "%Y-%m-%dT%H:%M:%S", &*local));
     }
     const char sign = secondsWest < 0 ? '-' : '+';
-    const int minutes = std::abs(secondsWest / SECONDS_PER_MINUTE);
+    const int minutes = std::abs(secondsWest / secondsPerMinute);
     if (minutes == 0) {
         return text + 'Z';
     }
-    return text + sign +
-           format(32, "%02d%02d", minutes / MINUTES_PER_HOUR, minutes % MINUTES_PER_HOUR);
+    return text + sign + format(32, "%02d%02d", minutes / minutesPerHour, minutes % minutesPerHour);
 }
 
 std::ostream& operator<<(std::ostream& stream, const FileTime& time) {

@@ -13,11 +13,11 @@
 
 namespace {
 
-constexpr uint64_t EPOCH = 116444736000000000;
+constexpr uint64_t epoch = 116444736000000000;
 
 TEST(FileTimeTest, TheEpochsLieAsFarApartAsPublished) {
     EXPECT_EQ(FileTime::ticksToUnixEpoch, 0x19db1ded53e8000U);
-    EXPECT_EQ(FileTime::ticksToUnixEpoch, EPOCH);
+    EXPECT_EQ(FileTime::ticksToUnixEpoch, epoch);
 }
 
 TEST(FileTimeTest, TheTicksStandInFrontOfTheNanoseconds) {
@@ -62,21 +62,21 @@ TEST(FileTimeTest, NegativeNanosecondsBorrowFromTheTicks) {
 }
 
 TEST(FileTimeTest, UnixSecondsAndNanosecondsBecomeTicks) {
-    EXPECT_EQ(FileTime::fromUnixTime(0, 0), FileTime(EPOCH, 0));
-    EXPECT_EQ(FileTime::fromUnixTime(1, 0), FileTime(EPOCH + 10'000'000, 0));
+    EXPECT_EQ(FileTime::fromUnixTime(0, 0), FileTime(epoch, 0));
+    EXPECT_EQ(FileTime::fromUnixTime(1, 0), FileTime(epoch + 10'000'000, 0));
     EXPECT_EQ(FileTime::fromUnixTime(1'234'567'890, 123'456'789),
-              FileTime(EPOCH + 12'345'678'901'234'567, 89));
+              FileTime(epoch + 12'345'678'901'234'567, 89));
     EXPECT_EQ(FileTime::fromUnixTime(-11'644'473'600, 0), FileTime(0, 0));
 }
 
 TEST(FileTimeTest, TicksBecomeUnixSecondsAndNanoseconds) {
-    const FileTime::UnixNanoseconds time = FileTime(EPOCH + 12'345'678'901'234'567, 89).unixTime();
+    const FileTime::UnixNanoseconds time = FileTime(epoch + 12'345'678'901'234'567, 89).unixTime();
     EXPECT_EQ(time.seconds, 1'234'567'890);
     EXPECT_EQ(time.nanoseconds, 123'456'789);
 }
 
 TEST(FileTimeTest, TheLastNanosecondOfASecondStaysInIt) {
-    const FileTime::UnixNanoseconds time = FileTime(EPOCH + 9'999'999, 99).unixTime();
+    const FileTime::UnixNanoseconds time = FileTime(epoch + 9'999'999, 99).unixTime();
     EXPECT_EQ(time.seconds, 0);
     EXPECT_EQ(time.nanoseconds, 999'999'999);
 }
@@ -101,16 +101,16 @@ TEST(FileTimeTest, SecondsAndRestInFrontOf1970AddUpToTheTime) {
     const FileTime::UnixNanoseconds second = FileTime::fromUnixTime(-1, 0).unixTime();
     EXPECT_EQ(second.seconds, -1);
     EXPECT_EQ(second.nanoseconds, 0);
-    const FileTime::UnixNanoseconds half = FileTime(EPOCH - 15'000'000, 0).unixTime();
+    const FileTime::UnixNanoseconds half = FileTime(epoch - 15'000'000, 0).unixTime();
     EXPECT_EQ(half.seconds, -1);
     EXPECT_EQ(half.nanoseconds, -500'000'000);
     EXPECT_EQ(FileTime::fromUnixTime(half.seconds, half.nanoseconds),
-              FileTime(EPOCH - 15'000'000, 0));
-    const FileTime::UnixNanoseconds between = FileTime(EPOCH - 10'000'000, 50).unixTime();
+              FileTime(epoch - 15'000'000, 0));
+    const FileTime::UnixNanoseconds between = FileTime(epoch - 10'000'000, 50).unixTime();
     EXPECT_EQ(between.seconds, -1);
     EXPECT_EQ(between.nanoseconds, 50);
     EXPECT_EQ(FileTime::fromUnixTime(between.seconds, between.nanoseconds),
-              FileTime(EPOCH - 10'000'000, 50));
+              FileTime(epoch - 10'000'000, 50));
 }
 
 struct AddRow {
@@ -143,12 +143,12 @@ TEST(FileTimeTest, AddedNanosecondsOfEitherSignAreBroughtBackBelowOneTick) {
 TEST(FileTimeTest, TheLargestCountsOfNanosecondsCanBeAdded) {
     constexpr int64_t most = std::numeric_limits<int64_t>::max();
     constexpr int64_t least = std::numeric_limits<int64_t>::min();
-    FileTime time(EPOCH, 99);
+    FileTime time(epoch, 99);
     time.addNanoseconds(most);
-    EXPECT_EQ(time, FileTime(EPOCH + 92'233'720'368'547'759, 6));
-    time = FileTime(EPOCH, 0);
+    EXPECT_EQ(time, FileTime(epoch + 92'233'720'368'547'759, 6));
+    time = FileTime(epoch, 0);
     time.addNanoseconds(least);
-    EXPECT_EQ(time, FileTime(EPOCH - 92'233'720'368'547'759, 92));
+    EXPECT_EQ(time, FileTime(epoch - 92'233'720'368'547'759, 92));
 }
 
 TEST(FileTimeTest, AddedSecondsAreTenMillionTicksEach) {
@@ -162,10 +162,10 @@ TEST(FileTimeTest, AddedSecondsAreTenMillionTicksEach) {
 }
 
 TEST(FileTimeTest, CountsSince1970DifferByTheDistanceOfTheEpochs) {
-    EXPECT_EQ(FileTime::fromUnixTicks(0), FileTime(EPOCH, 0));
-    EXPECT_EQ(FileTime::fromUnixTicks(5), FileTime(EPOCH + 5, 0));
+    EXPECT_EQ(FileTime::fromUnixTicks(0), FileTime(epoch, 0));
+    EXPECT_EQ(FileTime::fromUnixTicks(5), FileTime(epoch + 5, 0));
     EXPECT_EQ(FileTime::fromUnixTicks(-116444736000000000), FileTime(0, 0));
-    EXPECT_EQ(FileTime(EPOCH + 5, 99).unixTicks(), 5);
+    EXPECT_EQ(FileTime(epoch + 5, 99).unixTicks(), 5);
     EXPECT_EQ(FileTime(0, 0).unixTicks(), -116444736000000000);
 }
 
@@ -278,8 +278,8 @@ TEST(TimeStampTest, FractionsOfASecondAreLeftOut) {
     const ZoneScope zone("UTC0");
     EXPECT_EQ(stamp(FileTime::fromUnixTime(0, 999'999'999)), "1970-01-01T00:00:00Z");
     // Less than a second before 1970 is truncated to 1970.
-    EXPECT_EQ(stamp(FileTime(EPOCH - 1, 0)), "1970-01-01T00:00:00Z");
-    EXPECT_EQ(stamp(FileTime(EPOCH - 9'999'999, 0)), "1970-01-01T00:00:00Z");
+    EXPECT_EQ(stamp(FileTime(epoch - 1, 0)), "1970-01-01T00:00:00Z");
+    EXPECT_EQ(stamp(FileTime(epoch - 9'999'999, 0)), "1970-01-01T00:00:00Z");
 }
 
 TEST(TimeStampTest, TheStampGoesOnBehind2038) {

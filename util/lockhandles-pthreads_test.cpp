@@ -21,9 +21,9 @@ namespace {
 
 using namespace testing_support;
 
-const std::string NO_MUTEX = "Unable to initialize a new mutex: ";
-const std::string NO_RWLOCK = "Unable to initialize a new rwlock: ";
-const std::string NO_CONDITION = "Unable to initialize a new condition variable: ";
+const std::string noMutex = "Unable to initialize a new mutex: ";
+const std::string noRwlock = "Unable to initialize a new rwlock: ";
+const std::string noCondition = "Unable to initialize a new condition variable: ";
 
 NestedTimer* noTimer() { return nullptr; }
 
@@ -53,38 +53,38 @@ void makeBareRWLock() { static_cast<void>(RWLock::makeHandle()); }
 void makeCondition() { const Condition condition; }
 
 TEST(LockHandleDeathTest, AMutexWithoutMemoryForItsHandleEndsTheProcess) {
-    EXPECT_EXIT(makeWithoutACell(makeMutex), hasAborted, NO_MUTEX + noMemory());
-    EXPECT_EXIT(makeWithoutACell(makeMutexWithGetter), hasAborted, NO_MUTEX + noMemory());
-    EXPECT_EXIT(makeWithoutACell(makeBareMutex), hasAborted, NO_MUTEX + noMemory());
+    EXPECT_EXIT(makeWithoutACell(makeMutex), hasAborted, noMutex + noMemory());
+    EXPECT_EXIT(makeWithoutACell(makeMutexWithGetter), hasAborted, noMutex + noMemory());
+    EXPECT_EXIT(makeWithoutACell(makeBareMutex), hasAborted, noMutex + noMemory());
 }
 
 TEST(LockHandleDeathTest, AnRWLockWithoutMemoryForItsHandleEndsTheProcess) {
-    EXPECT_EXIT(makeWithoutACell(makeRWLock), hasAborted, NO_RWLOCK + noMemory());
-    EXPECT_EXIT(makeWithoutACell(makeRWLockWithGetter), hasAborted, NO_RWLOCK + noMemory());
-    EXPECT_EXIT(makeWithoutACell(makeBareRWLock), hasAborted, NO_RWLOCK + noMemory());
+    EXPECT_EXIT(makeWithoutACell(makeRWLock), hasAborted, noRwlock + noMemory());
+    EXPECT_EXIT(makeWithoutACell(makeRWLockWithGetter), hasAborted, noRwlock + noMemory());
+    EXPECT_EXIT(makeWithoutACell(makeBareRWLock), hasAborted, noRwlock + noMemory());
 }
 
 TEST(LockHandleDeathTest, AConditionWithoutMemoryForItsHandleEndsTheProcess) {
-    EXPECT_EXIT(makeWithoutACell(makeCondition), hasAborted, NO_CONDITION + noMemory());
+    EXPECT_EXIT(makeWithoutACell(makeCondition), hasAborted, noCondition + noMemory());
 }
 
 TEST(LockHandleDeathTest, AMutexThatCannotBeMadeEndsTheProcess) {
     std::atomic<int>& result = gThreadCalls.mutexResult;
-    EXPECT_EXIT(makeRefused(result, makeMutex), hasAborted, NO_MUTEX + tryAgain());
-    EXPECT_EXIT(makeRefused(result, makeMutexWithGetter), hasAborted, NO_MUTEX + tryAgain());
-    EXPECT_EXIT(makeRefused(result, makeBareMutex), hasAborted, NO_MUTEX + tryAgain());
+    EXPECT_EXIT(makeRefused(result, makeMutex), hasAborted, noMutex + tryAgain());
+    EXPECT_EXIT(makeRefused(result, makeMutexWithGetter), hasAborted, noMutex + tryAgain());
+    EXPECT_EXIT(makeRefused(result, makeBareMutex), hasAborted, noMutex + tryAgain());
 }
 
 TEST(LockHandleDeathTest, AnRWLockThatCannotBeMadeEndsTheProcess) {
     std::atomic<int>& result = gThreadCalls.rwLockResult;
-    EXPECT_EXIT(makeRefused(result, makeRWLock), hasAborted, NO_RWLOCK + tryAgain());
-    EXPECT_EXIT(makeRefused(result, makeRWLockWithGetter), hasAborted, NO_RWLOCK + tryAgain());
-    EXPECT_EXIT(makeRefused(result, makeBareRWLock), hasAborted, NO_RWLOCK + tryAgain());
+    EXPECT_EXIT(makeRefused(result, makeRWLock), hasAborted, noRwlock + tryAgain());
+    EXPECT_EXIT(makeRefused(result, makeRWLockWithGetter), hasAborted, noRwlock + tryAgain());
+    EXPECT_EXIT(makeRefused(result, makeBareRWLock), hasAborted, noRwlock + tryAgain());
 }
 
 TEST(LockHandleDeathTest, AConditionThatCannotBeMadeEndsTheProcess) {
     EXPECT_EXIT(makeRefused(gThreadCalls.conditionResult, makeCondition), hasAborted,
-                NO_CONDITION + tryAgain());
+                noCondition + tryAgain());
 }
 
 /// Makes and destroys objects, each with a handle of the kind that `handles` counts.

@@ -10,8 +10,8 @@ namespace {
 
 using namespace testing_support;
 
-const std::string NO_MUTEX = "Unable to initialize a new mutex: ";
-const std::string NO_RWLOCK = "Unable to initialize a new rwlock: ";
+const std::string noMutex = "Unable to initialize a new mutex: ";
+const std::string noRwlock = "Unable to initialize a new rwlock: ";
 
 NestedTimer* noTimer() { return nullptr; }
 
@@ -24,7 +24,7 @@ TEST(MutexDeathTest, AMutexThatCannotBeMadeEndsTheProcess) {
             const MemoryShortage shortage(1);
             const Mutex mutex;
         },
-        hasAborted, NO_MUTEX);
+        hasAborted, noMutex);
 }
 
 TEST(MutexDeathTest, AMutexWithAGetterThatCannotBeMadeEndsTheProcess) {
@@ -33,7 +33,7 @@ TEST(MutexDeathTest, AMutexWithAGetterThatCannotBeMadeEndsTheProcess) {
             const MemoryShortage shortage(1);
             const Mutex mutex(&noTimer);
         },
-        hasAborted, NO_MUTEX);
+        hasAborted, noMutex);
 }
 
 TEST(MutexDeathTest, ABareHandleThatCannotBeMadeEndsTheProcess) {
@@ -42,7 +42,7 @@ TEST(MutexDeathTest, ABareHandleThatCannotBeMadeEndsTheProcess) {
             const MemoryShortage shortage(1);
             static_cast<void>(Mutex::makeHandle(mutexRecursive));
         },
-        hasAborted, NO_MUTEX);
+        hasAborted, noMutex);
 }
 
 TEST(RWLockDeathTest, ALockThatCannotBeMadeEndsTheProcess) {
@@ -51,7 +51,7 @@ TEST(RWLockDeathTest, ALockThatCannotBeMadeEndsTheProcess) {
             const MemoryShortage shortage(1);
             const RWLock lock;
         },
-        hasAborted, NO_RWLOCK);
+        hasAborted, noRwlock);
 }
 
 TEST(RWLockDeathTest, ALockWithAGetterThatCannotBeMadeEndsTheProcess) {
@@ -60,7 +60,7 @@ TEST(RWLockDeathTest, ALockWithAGetterThatCannotBeMadeEndsTheProcess) {
             const MemoryShortage shortage(1);
             const RWLock lock(&noTimer);
         },
-        hasAborted, NO_RWLOCK);
+        hasAborted, noRwlock);
 }
 
 TEST(RWLockDeathTest, ALockWhoseInsideCannotBeMadeEndsTheProcess) {
@@ -69,7 +69,7 @@ TEST(RWLockDeathTest, ALockWhoseInsideCannotBeMadeEndsTheProcess) {
             const MemoryShortage shortage(3);
             const RWLock lock;
         },
-        hasAborted, NO_RWLOCK);
+        hasAborted, noRwlock);
 }
 
 }  // namespace

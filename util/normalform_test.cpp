@@ -53,13 +53,13 @@ void expectForms(const std::string& path, const std::string& normal) {
     ASSERT_EQ(isTidyOnDrive(path), path[1] == ':' && endsInName && turnedPath == turned) << path;
 }
 
-const std::vector<std::string> ROOTS = {"C:", "//srv/sh"};
+const std::vector<std::string> roots = {"C:", "//srv/sh"};
 
 TEST(NormalFormTest, WhatIsToBeFoldedIsSeenAtEveryPlaceOfALongPath) {
     const std::vector<std::string> middles = {
         "/",        "//",   "/./",    "/../", "\\..\\x\\", "/.",   "/..",   "/...", "/.git",
         "/.git/..", "/..x", "/./../", "\\",   "/x.",       "/x..", "/..//", "/.:"};
-    for (const std::string& root : ROOTS) {
+    for (const std::string& root : roots) {
         for (const std::string& middle : middles) {
             for (size_t before = 0; before < 140; ++before) {
                 std::string tail = "/first\\second/" + std::string(before, 'n') + middle;
@@ -79,7 +79,7 @@ TEST(NormalFormTest, RandomPathsOfManyNamesAreFoldedByTheRule) {
     // A failure must be reproducible.
     std::mt19937 random(1);  // NOLINT(cert-msc32-c,cert-msc51-cpp)
     for (int i = 0; i < 20000; ++i) {
-        const std::string& root = ROOTS[random() % ROOTS.size()];
+        const std::string& root = roots[random() % roots.size()];
         // A share ends at a separator.
         std::string tail = root == "C:" ? "" : "/";
         for (size_t count = random() % 40; count > 0; --count) {

@@ -15,10 +15,10 @@ using namespace testing_support;
 
 using OutputLocaleTest = testing_support::EightBitLocaleTest;
 
-constexpr unsigned char LETTER = testing_support::smallEAcute;
+constexpr unsigned char letter = testing_support::smallEAcute;
 
 TEST_F(OutputLocaleTest, APrintableByteOfTheLocaleStandsForItselfInALiteral) {
-    EXPECT_EQ(printed(Quoted{&LETTER, 1, nullptr}), "\"\xE9\"");
+    EXPECT_EQ(printed(Quoted{&letter, 1, nullptr}), "\"\xE9\"");
     for (unsigned value = 0; value < 256; ++value) {
         const auto byte = static_cast<unsigned char>(value);
         const std::string literal = printed(Quoted{&byte, 1, nullptr});
@@ -28,14 +28,14 @@ TEST_F(OutputLocaleTest, APrintableByteOfTheLocaleStandsForItselfInALiteral) {
 }
 
 TEST_F(OutputLocaleTest, APrintableByteOfTheLocaleTakesOneColumn) {
-    const unsigned char bytes[] = {LETTER, LETTER};
+    const unsigned char bytes[] = {letter, letter};
     Layout layout(/*lastColumn=*/4);
     EXPECT_EQ(printed(Quoted{bytes, 2, &layout}), "\"\xE9\xE9\"");
     EXPECT_EQ(layout.column, 4);
 }
 
 TEST_F(OutputLocaleTest, ADumpShowsAsciiAlone) {
-    EXPECT_EQ(printed(HexDump{&LETTER, 1, nullptr}), "e9:.");
+    EXPECT_EQ(printed(HexDump{&letter, 1, nullptr}), "e9:.");
     for (unsigned value = 128; value < 256; ++value) {
         const auto byte = static_cast<unsigned char>(value);
         EXPECT_TRUE(printed(HexDump{&byte, 1, nullptr}).ends_with(":.")) << value;
@@ -43,7 +43,7 @@ TEST_F(OutputLocaleTest, ADumpShowsAsciiAlone) {
 }
 
 TEST_F(OutputLocaleTest, AShellTakesLettersAndDigitsOfTheLocale) {
-    EXPECT_TRUE(isShellSafe(static_cast<char>(LETTER)));
+    EXPECT_TRUE(isShellSafe(static_cast<char>(letter)));
     const std::string safe = "%+,-./:=@^_";
     for (unsigned value = 0; value < 256; ++value) {
         const char c = static_cast<char>(value);

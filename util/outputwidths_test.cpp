@@ -15,7 +15,7 @@ namespace {
 
 using namespace testing_support;
 
-constexpr int MOST_WIDTH = 12;
+constexpr int mostWidth = 12;
 
 /// The output for all widths after the previous row's `lastWidth` up to this one's.
 struct WidthRow {
@@ -31,7 +31,7 @@ void expectAtWidths(const std::vector<WidthRow>& rows, Print print) {
             EXPECT_EQ(print(width), row.text) << width;
         }
     }
-    EXPECT_EQ(width, MOST_WIDTH + 1) << "every width has its row";
+    EXPECT_EQ(width, mostWidth + 1) << "every width has its row";
 }
 
 TEST(QuotedWidthTest, TheLiteralBreaksBeforeWhatDoesNotFit) {
@@ -195,9 +195,9 @@ private:
 /// Runs `check` with each narrow layout.
 template <class Check>
 void forEachLayout(Check check) {
-    for (int width = 1; width <= MOST_WIDTH; ++width) {
+    for (int width = 1; width <= mostWidth; ++width) {
         for (int indent = 0; indent <= 5; ++indent) {
-            for (int column = 0; column <= MOST_WIDTH + 1; ++column) {
+            for (int column = 0; column <= mostWidth + 1; ++column) {
                 for (const bool needSpace : {false, true}) {
                     check(Layout(width, indent, column, needSpace));
                 }
@@ -211,7 +211,7 @@ std::string describe(const Layout& layout) {
            ", column " + std::to_string(layout.column) + (layout.needSpace ? ", space" : "");
 }
 
-const std::vector<std::string> TEXTS = {
+const std::vector<std::string> texts = {
     "",
     "a",
     "plain text",
@@ -233,7 +233,7 @@ const std::vector<std::string> TEXTS = {
 
 TEST(QuotedWidthTest, EveryEscapeIsWrappedAsByTheModel) {
     forEachLayout([](const Layout& start) {
-        for (const std::string& text : TEXTS) {
+        for (const std::string& text : texts) {
             Page page(start);
             page.quote(text);
             Layout layout = start;
@@ -246,7 +246,7 @@ TEST(QuotedWidthTest, EveryEscapeIsWrappedAsByTheModel) {
 
 TEST(HexDumpWidthTest, EveryDumpIsWrappedAsByTheModel) {
     forEachLayout([](const Layout& start) {
-        for (const std::string& text : TEXTS) {
+        for (const std::string& text : texts) {
             Page page(start);
             page.dump(text);
             Layout layout = start;
@@ -275,7 +275,7 @@ TEST(WrappedOutputWidthTest, InsertersThatFollowEachOtherFillTheSameLines) {
 /// Checks that a field width of the stream fills nothing, on either side.
 template <class Inserted>
 void expectWithoutFilling(const Inserted& inserted, const std::string& text) {
-    for (int width = 1; width <= MOST_WIDTH; ++width) {
+    for (int width = 1; width <= mostWidth; ++width) {
         for (const auto side : {std::ios_base::left, std::ios_base::right}) {
             std::ostringstream out;
             out.fill('*');

@@ -14,7 +14,7 @@ namespace {
 using namespace std::string_view_literals;
 
 /// Characters that matter, their neighbours in ASCII, and bytes that differ from them in one bit.
-constexpr std::string_view LETTERS = "/\\..-0[]^@AZ`az{|nN\0\x7F\x80\xAF\xAE\xDC\xC1\xE1\xFF"sv;
+constexpr std::string_view letters = "/\\..-0[]^@AZ`az{|nN\0\x7F\x80\xAF\xAE\xDC\xC1\xE1\xFF"sv;
 
 /// Texts of each length up to `longest`, each in its own block, so that ASan detects an access
 /// outside it.
@@ -31,7 +31,7 @@ public:
     std::vector<char> text(size_t length) {
         std::vector<char> text(length);
         for (char& c : text) {
-            c = LETTERS[mRandom() % LETTERS.size()];
+            c = letters[mRandom() % letters.size()];
         }
         return text;
     }
@@ -116,7 +116,7 @@ TEST(PathBytesTest, AlikeInUseIsThePlainOneWhereverTheFirstDifferenceIs) {
         };
         check();
         if (!text.empty()) {
-            other[random.below(other.size())] = LETTERS[random.below(LETTERS.size())];
+            other[random.below(other.size())] = letters[random.below(letters.size())];
             check();
         }
     });

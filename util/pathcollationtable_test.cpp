@@ -11,12 +11,12 @@
 
 namespace {
 
-constexpr uint32_t UNITS = 65536;
-constexpr uint16_t LARGEST = 64562;
+constexpr uint32_t unitCount = 65536;
+constexpr uint16_t largest = 64562;
 
 std::map<uint16_t, std::vector<uint16_t>> unitsByWeight() {
     std::map<uint16_t, std::vector<uint16_t>> units;
-    for (uint32_t unit = 0; unit < UNITS; ++unit) {
+    for (uint32_t unit = 0; unit < unitCount; ++unit) {
         units[collationWeight(static_cast<uint16_t>(unit))].push_back(static_cast<uint16_t>(unit));
     }
     return units;
@@ -24,9 +24,9 @@ std::map<uint16_t, std::vector<uint16_t>> unitsByWeight() {
 
 TEST(PathCollationTableTest, TheWeightsInUseAreAllFromOneToTheLargest) {
     const auto units = unitsByWeight();
-    EXPECT_EQ(units.size(), LARGEST);
+    EXPECT_EQ(units.size(), largest);
     EXPECT_EQ(units.begin()->first, 1);
-    EXPECT_EQ(units.rbegin()->first, LARGEST);
+    EXPECT_EQ(units.rbegin()->first, largest);
     EXPECT_EQ(collationWeight(0), 1);
 }
 
@@ -47,7 +47,7 @@ TEST(PathCollationTableTest, OnlyPairsShareAWeightAndThereAre974) {
 
 TEST(PathCollationTableTest, SwappingTwiceIsTheIdentityAndSwapsOnlyWhatSharesAWeight) {
     int swapped = 0;
-    for (uint32_t unit = 0; unit < UNITS; ++unit) {
+    for (uint32_t unit = 0; unit < unitCount; ++unit) {
         const uint16_t partner = pathCaseSwapTable[unit];
         EXPECT_EQ(pathCaseSwapTable[partner], unit);
         EXPECT_EQ(collationWeight(partner), collationWeight(static_cast<uint16_t>(unit)));

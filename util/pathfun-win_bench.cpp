@@ -8,7 +8,7 @@ namespace {
 
 using benchmark::compare;
 
-const std::string PATHS[] = {
+const std::string samplePaths[] = {
     R"(C:\Users\build\src\main\driver.cpp)",
     R"(M:\main_view\vobs\platform\include\platform\config.h)",
     R"(M:/main_view/vobs/platform/lib/../include/version.h)",
@@ -34,14 +34,14 @@ const std::string PATHS[] = {
 TEST(Benchmark, NormalizePathOfTwentyPaths) {
     const auto normalize = [] {
         size_t size = 0;
-        for (const std::string& path : PATHS) {
+        for (const std::string& path : samplePaths) {
             size += normalizePath(path).size();
         }
         return size;
     };
     compare({"normalizePath, 20 paths", "path::lexically_normal", 1.0 / 15}, normalize, [] {
         size_t size = 0;
-        for (const std::string& path : PATHS) {
+        for (const std::string& path : samplePaths) {
             size += std::filesystem::path(path).lexically_normal().native().size();
         }
         return size;

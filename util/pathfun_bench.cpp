@@ -10,7 +10,7 @@ namespace {
 using benchmark::onWindows;
 using Paths = std::vector<std::string>;
 
-const Paths TIDY = {
+const Paths tidyPaths = {
     R"(C:\Users\build\src\main\driver.cpp)",
     R"(M:\main_view\vobs\platform\include\platform\config.h)",
     R"(X:\vobs\tools\bin\make.exe)",
@@ -24,13 +24,13 @@ const Paths TIDY = {
     R"(C:\src\third_party\zlib\contrib\minizip\ioapi.c)",
     R"(Y:\vobs\docs\guide\chapter_01\figures\overview.png)",
 };
-const Paths SHARES = {
+const Paths sharePaths = {
     R"(\\fileserver\projects\release\4.2\notes.txt)",
     R"(//fileserver/projects/release/4.3/notes.txt)",
     R"(\\build07\nightly$\win64\release\bin\make.exe)",
     R"(\\srv\sh)",
 };
-const Paths UNTIDY = {
+const Paths untidyPaths = {
     R"(M:/main_view/vobs/platform/lib/../include/version.h)",
     R"(x:/vobs/tools/./bin/make.exe)",
     R"(C:\build\out\obj\win64\release\util\windows\..\pathfun.obj)",
@@ -61,9 +61,9 @@ void compareWithCopy(const char* operation, const Paths& paths, double limit) {
 }
 
 TEST(Benchmark, NormalizePath) {
-    compareWithCopy("normalizePath, tidy paths", TIDY, onWindows ? 1.3 : 1.9);
-    compareWithCopy("normalizePath, shares", SHARES, onWindows ? 1.6 : 2.7);
-    compareWithCopy("normalizePath, untidy paths", UNTIDY, onWindows ? 2.1 : 4.2);
+    compareWithCopy("normalizePath, tidy paths", tidyPaths, onWindows ? 1.3 : 1.9);
+    compareWithCopy("normalizePath, shares", sharePaths, onWindows ? 1.6 : 2.7);
+    compareWithCopy("normalizePath, untidy paths", untidyPaths, onWindows ? 2.1 : 4.2);
 }
 
 }  // namespace

@@ -12,7 +12,7 @@ void PathMarks::moveTo(size_t at) {
     }
     const uint64_t dotNames = dots >> 1 & (separators >> 2 | (dots >> 2 & separators >> 3));
     mBegin = at;
-    mSize = std::min(left, WINDOW);
+    mSize = std::min(left, windowSize);
     const uint64_t window = (uint64_t{1} << mSize) - 1;
     mSeparators = separators & window;
     mNameCharacters = ~separators & window;

@@ -29,8 +29,8 @@ public:
 
 private:
     /// The characters that make a separator untidy are at most this far after it.
-    static constexpr size_t AHEAD = 3;
-    static constexpr size_t WINDOW = pathbytes::markedBytes - AHEAD;
+    static constexpr size_t ahead = 3;
+    static constexpr size_t windowSize = pathbytes::markedBytes - ahead;
 
     size_t next(size_t from, const uint64_t& bits) {
         for (;;) {

@@ -11,31 +11,31 @@
 
 namespace {
 
-constexpr const char* SEPARATORS = "/\\";
+constexpr const char* separators = "/\\";
 
 bool isBlank(char c) { return c == ' ' || c == '\t'; }
 
 /// Where the leaf of `splitFileName` starts.
 size_t leafStart(const std::string& path) {
-    const size_t separator = path.find_last_of(SEPARATORS);
+    const size_t separator = path.find_last_of(separators);
     return separator == std::string::npos ? 0 : separator + 1;
 }
 
 }  // namespace
 
 std::string parentPath(const std::string& path) {
-    const size_t separator = path.find_last_of(SEPARATORS);
+    const size_t separator = path.find_last_of(separators);
     return separator == std::string::npos ? "." : path.substr(0, separator);
 }
 
 std::string leafName(const std::string& path) {
     // Compatibility: a bare name has the parent "." but no leaf. Callers test for the empty leaf.
-    const size_t separator = path.find_last_of(SEPARATORS);
+    const size_t separator = path.find_last_of(separators);
     return separator == std::string::npos ? std::string() : path.substr(separator + 1);
 }
 
 std::string fileExtension(const std::string& path) {
-    const size_t separator = path.find_last_of(SEPARATORS);
+    const size_t separator = path.find_last_of(separators);
     const size_t dot = path.rfind('.');
     const bool inLeaf = separator == std::string::npos || dot > separator;
     return dot == std::string::npos || !inLeaf ? std::string() : path.substr(dot + 1);

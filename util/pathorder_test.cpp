@@ -171,7 +171,7 @@ TEST(PathOrderTest, NothingIsAllocatedWhateverTheRoots) {
 using Tokens = std::vector<int>;
 
 /// Sorts before all weights.
-constexpr int SEPARATOR = 0;
+constexpr int separatorWeight = 0;
 
 bool isSeparator(char c) { return c == '/' || c == '\\'; }
 
@@ -294,7 +294,7 @@ ModelPath modelOf(std::string_view path) {
             break;  // trailing ones don't count
         }
         if (separators != 0) {
-            model.rest.push_back(SEPARATOR);
+            model.rest.push_back(separatorWeight);
         }
         const size_t length = lengthOfRun(path, 0, false);
         const Tokens name = weightsOf(path.substr(0, length));
@@ -307,7 +307,7 @@ ModelPath modelOf(std::string_view path) {
 int compareTokens(const Tokens& a, const Tokens& b) {
     for (size_t i = 0; i < a.size() && i < b.size(); ++i) {
         if (a[i] != b[i]) {
-            return a[i] == SEPARATOR ? -1 : b[i] == SEPARATOR ? 1 : a[i] - b[i];
+            return a[i] == separatorWeight ? -1 : b[i] == separatorWeight ? 1 : a[i] - b[i];
         }
     }
     return static_cast<int>(a.size() > b.size()) - static_cast<int>(a.size() < b.size());
@@ -324,7 +324,7 @@ int compareModels(const ModelPath& a, const ModelPath& b) {
 /// Makes paths from a few roots and pieces, and others that are similar.
 class PathMaker {
 public:
-    std::string path() { return pick(ROOTS) + tail(4); }
+    std::string path() { return pick(pathRoots) + tail(4); }
 
     /// The same path, often with another spelling, and often with other text at its end.
     std::string alike(std::string path) {
@@ -355,35 +355,35 @@ private:
     std::string tail(size_t most) {
         std::string text;
         for (size_t i = mRandom() % (most + 1); i > 0; --i) {
-            text += pick(PIECES);
+            text += pick(pathPieces);
         }
         return text;
     }
 
-    const Texts ROOTS = {"",     "",       "C:",        "c:/",    "\\",          "/",
-                         "//",   "//s/x",  "\\/s//x",   "//s/x/", "///s/x",      "//s",
-                         "a:\\", "/c",     "/cygdrive", "/x/y",   "/cygdrive/c", "\\cygdrive/c",
-                         "1:",   "//s\\/", "//s//",     "//S/X\\"};
-    const Texts PIECES = {"a",
-                          "B",
-                          "s",
-                          "x",
-                          "/",
-                          "\\",
-                          "//",
-                          "\xC3\xA9",
-                          "\xC3\x89",
-                          "\xC3",
-                          "\xA9",
-                          "\xF0\x9F\x98\x80",
-                          "\xF0\x9F\x98",
-                          "\xED\xA0\x80",
-                          "0",
-                          "'",
-                          "!",
-                          ":",
-                          ".",
-                          std::string(1, '\0')};
+    const Texts pathRoots = {"",     "",       "C:",        "c:/",    "\\",          "/",
+                             "//",   "//s/x",  "\\/s//x",   "//s/x/", "///s/x",      "//s",
+                             "a:\\", "/c",     "/cygdrive", "/x/y",   "/cygdrive/c", "\\cygdrive/c",
+                             "1:",   "//s\\/", "//s//",     "//S/X\\"};
+    const Texts pathPieces = {"a",
+                              "B",
+                              "s",
+                              "x",
+                              "/",
+                              "\\",
+                              "//",
+                              "\xC3\xA9",
+                              "\xC3\x89",
+                              "\xC3",
+                              "\xA9",
+                              "\xF0\x9F\x98\x80",
+                              "\xF0\x9F\x98",
+                              "\xED\xA0\x80",
+                              "0",
+                              "'",
+                              "!",
+                              ":",
+                              ".",
+                              std::string(1, '\0')};
     std::mt19937 mRandom{20};  // NOLINT(cert-msc32-c,cert-msc51-cpp): the same paths every time
 };
 

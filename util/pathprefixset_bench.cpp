@@ -21,10 +21,10 @@ TEST(Benchmark, PathPrefixSetFind) {
     }
     // Half of the keys are in the set, a quarter lies below a prefix, and a quarter isn't covered.
     // They are spread over the whole set.
-    constexpr size_t COUNT = 10'000;
+    constexpr size_t count = 10'000;
     std::vector<std::string> keys;
-    keys.reserve(COUNT);
-    for (size_t i = 0; i < COUNT; ++i) {
+    keys.reserve(count);
+    for (size_t i = 0; i < count; ++i) {
         keys.push_back(paths[i * 7919 % paths.size()]);
         if (i % 4 >= 2) {
             keys.back().append("/more.txt");

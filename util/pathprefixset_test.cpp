@@ -13,8 +13,8 @@ namespace {
 
 using Entries = std::vector<std::pair<std::string, bool>>;
 
-constexpr bool PREFIX = true;
-constexpr bool PLAIN = false;
+constexpr bool prefix = true;
+constexpr bool plain = false;
 
 PathPrefixSet makeSet(const Entries& entries) {
     PathPrefixSet set;
@@ -32,7 +32,7 @@ Entries entriesOf(const PathPrefixSet& set) {
     return entries;
 }
 
-constexpr std::nullopt_t NOTHING = std::nullopt;
+constexpr std::nullopt_t noPrefix = std::nullopt;
 
 /// Returns the path of the entry that covers `key`.
 std::optional<std::string> found(const PathPrefixSet& set, const std::string& key) {
@@ -45,49 +45,49 @@ static_assert(!std::is_assignable_v<decltype((PathPrefixSet().begin()->isPrefix)
 static_assert(!std::is_assignable_v<decltype((PathPrefixSet().begin()->path)), std::string>);
 
 TEST(PathPrefixSetTest, APrefixTakesAwayWhatItCovers) {
-    EXPECT_EQ(entriesOf(makeSet({{"ab", PLAIN}, {"abc", PREFIX}, {"b", PLAIN}, {"a", PREFIX}})),
-              (Entries{{"a", PREFIX}, {"b", PLAIN}}));
+    EXPECT_EQ(entriesOf(makeSet({{"ab", plain}, {"abc", prefix}, {"b", plain}, {"a", prefix}})),
+              (Entries{{"a", prefix}, {"b", plain}}));
 }
 
 TEST(PathPrefixSetTest, WhatAPrefixCoversIsNotAdded) {
-    EXPECT_EQ(entriesOf(makeSet({{"a", PREFIX}, {"ab", PLAIN}, {"abc", PREFIX}, {"a", PLAIN}})),
-              (Entries{{"a", PREFIX}}));
+    EXPECT_EQ(entriesOf(makeSet({{"a", prefix}, {"ab", plain}, {"abc", prefix}, {"a", plain}})),
+              (Entries{{"a", prefix}}));
 }
 
 TEST(PathPrefixSetTest, APlainEntryBecomesAPrefixAndTakesAwayWhatItCoversThen) {
-    EXPECT_EQ(entriesOf(makeSet({{"a", PLAIN}, {"ab", PLAIN}, {"a", PREFIX}})),
-              (Entries{{"a", PREFIX}}));
+    EXPECT_EQ(entriesOf(makeSet({{"a", plain}, {"ab", plain}, {"a", prefix}})),
+              (Entries{{"a", prefix}}));
 }
 
 TEST(PathPrefixSetTest, APlainEntryCoversItselfAlone) {
-    const PathPrefixSet set = makeSet({{"a", PLAIN}, {"a", PLAIN}, {"ab", PLAIN}});
-    EXPECT_EQ(entriesOf(set), (Entries{{"a", PLAIN}, {"ab", PLAIN}}));
-    EXPECT_EQ(found(set, "abc"), NOTHING);
-    EXPECT_EQ(found(set, ""), NOTHING);
+    const PathPrefixSet set = makeSet({{"a", plain}, {"a", plain}, {"ab", plain}});
+    EXPECT_EQ(entriesOf(set), (Entries{{"a", plain}, {"ab", plain}}));
+    EXPECT_EQ(found(set, "abc"), noPrefix);
+    EXPECT_EQ(found(set, ""), noPrefix);
     EXPECT_EQ(found(set, "a"), "a");
 }
 
 TEST(PathPrefixSetTest, TheEntryThatCoversAKeyIsFound) {
-    const PathPrefixSet set = makeSet({{"C:/a", PREFIX}, {"b", PLAIN}});
+    const PathPrefixSet set = makeSet({{"C:/a", prefix}, {"b", plain}});
     EXPECT_EQ(found(set, "C:/a"), "C:/a");
     EXPECT_EQ(found(set, "C:/ab"), "C:/a") << "bytes count, and not components";
-    EXPECT_EQ(found(set, "C:/"), NOTHING);
-    EXPECT_EQ(found(set, "c:/a"), NOTHING) << "nothing is folded";
-    EXPECT_EQ(found(set, "C:\\a"), NOTHING);
+    EXPECT_EQ(found(set, "C:/"), noPrefix);
+    EXPECT_EQ(found(set, "c:/a"), noPrefix) << "nothing is folded";
+    EXPECT_EQ(found(set, "C:\\a"), noPrefix);
     EXPECT_EQ(found(set, "b"), "b");
-    EXPECT_EQ(found(set, "bc"), NOTHING);
+    EXPECT_EQ(found(set, "bc"), noPrefix);
 }
 
 TEST(PathPrefixSetTest, AnEmptyPrefixCoversEverything) {
-    const PathPrefixSet set = makeSet({{"a", PREFIX}, {"", PREFIX}, {"b", PLAIN}});
-    EXPECT_EQ(entriesOf(set), (Entries{{"", PREFIX}}));
+    const PathPrefixSet set = makeSet({{"a", prefix}, {"", prefix}, {"b", plain}});
+    EXPECT_EQ(entriesOf(set), (Entries{{"", prefix}}));
     EXPECT_EQ(found(set, "x"), "");
     EXPECT_EQ(set.size(), 1U);
 }
 
 TEST(PathPrefixSetTest, BytesAreOrderedUnsigned) {
-    EXPECT_EQ(entriesOf(makeSet({{"\xFF", PLAIN}, {"a", PLAIN}, {std::string(1, '\0'), PLAIN}})),
-              (Entries{{std::string(1, '\0'), PLAIN}, {"a", PLAIN}, {"\xFF", PLAIN}}));
+    EXPECT_EQ(entriesOf(makeSet({{"\xFF", plain}, {"a", plain}, {std::string(1, '\0'), plain}})),
+              (Entries{{std::string(1, '\0'), plain}, {"a", plain}, {"\xFF", plain}}));
 }
 
 TEST(PathPrefixSetTest, ItAgreesWithAPlainListOfWhatWasPutIn) {

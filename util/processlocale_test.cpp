@@ -12,8 +12,8 @@
 
 namespace {
 
-const char* const UNKNOWN = "no_SUCH.locale";
-const char* const UTF8 = "C.UTF-8";
+const char* const unknown = "no_SUCH.locale";
+const char* const utf8 = "C.UTF-8";
 
 bool isKnown(const char* name) {
     try {
@@ -29,7 +29,7 @@ void tellLocaleAndExit() {
 }
 
 void tellLocaleUnderAnotherNameAndExit() {
-    const testing_support::EnvironmentScope scope("NIMBREL_LOCALE", UTF8);
+    const testing_support::EnvironmentScope scope("NIMBREL_LOCALE", utf8);
     tellLocaleAndExit();
 }
 
@@ -46,15 +46,15 @@ TEST(ProcessLocaleTest, NoNameGivesTheClassicLocale) {
 }
 
 TEST(ProcessLocaleTest, ANameThatNoLocaleHasGivesTheClassicLocale) {
-    EXPECT_EQ(localeOrClassic(UNKNOWN).name(), "C");
+    EXPECT_EQ(localeOrClassic(unknown).name(), "C");
 }
 
 TEST(ProcessLocaleTest, ANameGivesItsLocaleWithAllCategories) {
-    if (!isKnown(UTF8)) {
-        GTEST_SKIP() << "this C++ library knows no locale " << UTF8;
+    if (!isKnown(utf8)) {
+        GTEST_SKIP() << "this C++ library knows no locale " << utf8;
     }
     // A locale of mixed categories has a name that lists them.
-    EXPECT_EQ(localeOrClassic(UTF8).name(), UTF8);
+    EXPECT_EQ(localeOrClassic(utf8).name(), utf8);
 }
 
 TEST(ProcessLocaleTest, TheLocaleIsOneObjectForAllCallers) {
@@ -66,12 +66,12 @@ TEST(ProcessLocaleDeathTest, WithoutTheVariableAProcessHasTheClassicLocaleAndSay
 }
 
 TEST(ProcessLocaleDeathTest, WithAnUnknownNameAProcessHasTheClassicLocaleAndSaysNothing) {
-    expectLocaleOfAChild(UNKNOWN, "C");
+    expectLocaleOfAChild(unknown, "C");
 }
 
 TEST(ProcessLocaleDeathTest, ANameSetAfterStartUpChangesNothingEvenBeforeTheFirstCall) {
-    if (!isKnown(UTF8)) {
-        GTEST_SKIP() << "this C++ library knows no locale " << UTF8;
+    if (!isKnown(utf8)) {
+        GTEST_SKIP() << "this C++ library knows no locale " << utf8;
     }
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const testing_support::EnvironmentScope scope("NIMBREL_LOCALE", std::nullopt);
@@ -79,10 +79,10 @@ TEST(ProcessLocaleDeathTest, ANameSetAfterStartUpChangesNothingEvenBeforeTheFirs
 }
 
 TEST(ProcessLocaleDeathTest, WithAKnownNameAProcessHasThatLocale) {
-    if (!isKnown(UTF8)) {
-        GTEST_SKIP() << "this C++ library knows no locale " << UTF8;
+    if (!isKnown(utf8)) {
+        GTEST_SKIP() << "this C++ library knows no locale " << utf8;
     }
-    expectLocaleOfAChild(UTF8, "C.UTF-8");
+    expectLocaleOfAChild(utf8, "C.UTF-8");
 }
 
 }  // namespace

@@ -341,7 +341,7 @@ struct Entry {
     void (RWMonitor::*operation)();
     void (RWMonitor::*after)();
 };
-constexpr Entry ENTRIES[] = {
+constexpr Entry entries[] = {
     {"lockForRead", nullptr, &RWMonitor::lockForRead, &RWMonitor::unlock},
     {"lockForWrite", nullptr, &RWMonitor::lockForWrite, &RWMonitor::unlock},
     {"addReader", nullptr, &RWMonitor::addReader, &RWMonitor::unlock},
@@ -355,7 +355,7 @@ void call(RWMonitor& monitor, void (RWMonitor::*operation)()) {
 }
 
 TEST_F(RWMonitorTest, TheWaitForTheBusyMutexAtAnyEntryGoesIntoTheGettersTimer) {
-    for (const Entry& entry : ENTRIES) {
+    for (const Entry& entry : entries) {
         FakeClock clock;
         NestedTimer timer;
         const CountedGetter getter(&timer);

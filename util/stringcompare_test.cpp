@@ -12,7 +12,7 @@ namespace {
 using namespace std::string_literals;
 
 const StringSpan NULL_SPAN;
-const StringSpan EMPTY("");
+const StringSpan empty("");
 
 StringSpan nullOfLength(size_t length) { return {nullptr, length}; }
 
@@ -47,8 +47,8 @@ TEST(EqualsNoCaseTest, TwoNullsOfOneLengthAreEqual) {
 }
 
 TEST(EqualsNoCaseTest, OneNullIsUnequalAlsoToAnEmptyText) {
-    EXPECT_FALSE(equalsNoCase(NULL_SPAN, EMPTY));
-    EXPECT_FALSE(equalsNoCase(EMPTY, NULL_SPAN));
+    EXPECT_FALSE(equalsNoCase(NULL_SPAN, empty));
+    EXPECT_FALSE(equalsNoCase(empty, NULL_SPAN));
     EXPECT_FALSE(equalsNoCase(nullOfLength(1), "a"));
 }
 
@@ -74,14 +74,14 @@ TEST(LessNoCaseTest, AProperPrefixSortsFirst) {
 }
 
 TEST(LessNoCaseTest, ANullIsLessThanATextThatIsNot) {
-    EXPECT_TRUE(lessNoCase(NULL_SPAN, EMPTY));
+    EXPECT_TRUE(lessNoCase(NULL_SPAN, empty));
     EXPECT_TRUE(lessNoCase(NULL_SPAN, "a"));
     EXPECT_TRUE(lessNoCase(nullOfLength(5), "a"));
     EXPECT_TRUE(lessNoCase(nullOfLength(1), "a"));
 }
 
 TEST(LessNoCaseTest, ATextIsNeverLessThanANull) {
-    EXPECT_FALSE(lessNoCase(EMPTY, NULL_SPAN));
+    EXPECT_FALSE(lessNoCase(empty, NULL_SPAN));
     EXPECT_FALSE(lessNoCase("a", NULL_SPAN));
     EXPECT_FALSE(lessNoCase("a", nullOfLength(5)));
 }
@@ -107,8 +107,8 @@ TEST(EqualsExactTest, TheSamePointerWithTheSameLengthIsEqualWithoutALook) {
 
 TEST(EqualsExactTest, ANullSpanEqualsAnEmptyText) {
     EXPECT_TRUE(equalsExact(NULL_SPAN, NULL_SPAN));
-    EXPECT_TRUE(equalsExact(NULL_SPAN, EMPTY));
-    EXPECT_TRUE(equalsExact(EMPTY, NULL_SPAN));
+    EXPECT_TRUE(equalsExact(NULL_SPAN, empty));
+    EXPECT_TRUE(equalsExact(empty, NULL_SPAN));
 }
 
 TEST(LessExactTest, OrdersByUnsignedBytesNulIncluded) {
@@ -127,8 +127,8 @@ TEST(LessExactTest, AProperPrefixSortsFirst) {
 }
 
 TEST(LessExactTest, ANullSpanIsAnEmptyText) {
-    EXPECT_FALSE(lessExact(NULL_SPAN, EMPTY));
-    EXPECT_FALSE(lessExact(EMPTY, NULL_SPAN));
+    EXPECT_FALSE(lessExact(NULL_SPAN, empty));
+    EXPECT_FALSE(lessExact(empty, NULL_SPAN));
     EXPECT_TRUE(lessExact(NULL_SPAN, "a"));
 }
 
@@ -244,7 +244,7 @@ TEST_P(RangeCompareTest, ComparesWhatStandsInTheRanges) {
     EXPECT_EQ(RangeEqual(text, row.caseSensitive)(first, second), row.equal) << text;
 }
 
-const RangeCase RANGE_CASES[] = {
+const RangeCase rangeCases[] = {
     {"", "", true, false, true},
     {"", "", false, false, true},
     {"", "a", true, true, false},
@@ -268,7 +268,7 @@ const RangeCase RANGE_CASES[] = {
     {"a", "Ab", false, false, false},
 };
 
-INSTANTIATE_TEST_SUITE_P(Rows, RangeCompareTest, testing::ValuesIn(RANGE_CASES));
+INSTANTIATE_TEST_SUITE_P(Rows, RangeCompareTest, testing::ValuesIn(rangeCases));
 
 TEST(RangeLessTest, TheTextStandsInFrontOfTheSwitch) {
     static_assert(std::is_standard_layout_v<RangeLess> && std::is_standard_layout_v<RangeEqual>);

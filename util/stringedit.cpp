@@ -9,9 +9,9 @@
 
 namespace {
 
-constexpr CharacterSet BLANKS(" \t\v\f\r\n");
-constexpr CharacterSet TRIMMED_LEFT(" \t\v\f");
-constexpr CharacterSet CHOMPED("\r\n");
+constexpr CharacterSet blanks(" \t\v\f\r\n");
+constexpr CharacterSet trimmedLeft(" \t\v\f");
+constexpr CharacterSet chomped("\r\n");
 
 void cutFront(std::string& text, const CharacterSet& set) { text.erase(0, set.findNotIn(text, 0)); }
 
@@ -29,14 +29,14 @@ const std::ctype<char>& characterTypes() {
 
 }  // namespace
 
-void chomp(std::string& text) { cutEnd(text, CHOMPED); }
+void chomp(std::string& text) { cutEnd(text, chomped); }
 
 void trim(std::string& text) {
-    cutEnd(text, BLANKS);
-    cutFront(text, BLANKS);
+    cutEnd(text, blanks);
+    cutFront(text, blanks);
 }
 
-void trimLeft(std::string& text) { cutFront(text, TRIMMED_LEFT); }
+void trimLeft(std::string& text) { cutFront(text, trimmedLeft); }
 
 void toLower(std::string& text) {
     characterTypes().tolower(text.data(), text.data() + text.size());
@@ -71,7 +71,7 @@ void collapseWhitespace(std::string& text) {
     size_t end = 0;  // of the finished part; never past the character that is read
     bool blanksPending = false;
     for (const char c : text) {
-        if (BLANKS.contains(c)) {
+        if (blanks.contains(c)) {
             blanksPending = end != 0;
             continue;
         }

@@ -74,25 +74,25 @@ TEST(StringPoolTest, PooledTextsStayWhereTheyAreWhileTheTableGrows) {
 }
 
 TEST(StringPoolTest, ThreadsThatPoolTheSameTextsGetTheSameAddresses) {
-    constexpr size_t THREADS = 8;
-    constexpr size_t TEXTS = 1000;
+    constexpr size_t threadCount = 8;
+    constexpr size_t texts = 1000;
     StringPool pool;
-    std::vector<std::vector<const char*>> pooled(THREADS, std::vector<const char*>(TEXTS));
+    std::vector<std::vector<const char*>> pooled(threadCount, std::vector<const char*>(texts));
     {
         std::vector<std::jthread> threads;
-        for (size_t thread = 0; thread < THREADS; ++thread) {
+        for (size_t thread = 0; thread < threadCount; ++thread) {
             threads.emplace_back([&pool, &pooled, thread] {
-                for (size_t i = 0; i < TEXTS; ++i) {
-                    const size_t number = (i + thread * (TEXTS / THREADS)) % TEXTS;
+                for (size_t i = 0; i < texts; ++i) {
+                    const size_t number = (i + thread * (texts / threadCount)) % texts;
                     const std::string text = "shared " + std::to_string(number);
                     pooled[thread][number] = pool.intern(HashedText(text));
                 }
             });
         }
     }
-    for (size_t i = 0; i < TEXTS; ++i) {
+    for (size_t i = 0; i < texts; ++i) {
         ASSERT_EQ(pooled[0][i], "shared " + std::to_string(i));
-        for (size_t thread = 1; thread < THREADS; ++thread) {
+        for (size_t thread = 1; thread < threadCount; ++thread) {
             ASSERT_EQ(pooled[thread][i], pooled[0][i]);
         }
     }

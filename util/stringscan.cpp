@@ -11,10 +11,10 @@
 
 namespace {
 
-constexpr std::string_view OPERATORS[] = {">", ">>", "|", "<", "2>&1", "1>&2", "2>"};
+constexpr std::string_view operators[] = {">", ">>", "|", "<", "2>&1", "1>&2", "2>"};
 
 bool isOperator(std::string_view word) {
-    return std::find(std::begin(OPERATORS), std::end(OPERATORS), word) != std::end(OPERATORS);
+    return std::find(std::begin(operators), std::end(operators), word) != std::end(operators);
 }
 
 const char* skipAll(const char* place, char c) {

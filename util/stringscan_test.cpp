@@ -108,7 +108,7 @@ TEST_P(NextArgumentTest, GivesTheRestBehindTheFirstArgument) {
     EXPECT_EQ(next, line + std::strlen(line) - std::strlen(GetParam().next)) << line;
 }
 
-const ArgumentCase ARGUMENT_CASES[] = {
+const ArgumentCase argumentCases[] = {
     // The line ends at every step.
     {"", ""},
     {"word", ""},
@@ -142,7 +142,7 @@ const ArgumentCase ARGUMENT_CASES[] = {
     {"\"a\\ b\" c", "c"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Rows, NextArgumentTest, testing::ValuesIn(ARGUMENT_CASES));
+INSTANTIATE_TEST_SUITE_P(Rows, NextArgumentTest, testing::ValuesIn(argumentCases));
 
 // Returns the index of what is found.
 size_t unescapedIn(std::string_view text, char c = ';', char esc = '\\') {

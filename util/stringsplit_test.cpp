@@ -165,7 +165,7 @@ TEST_P(SplitQuotedTest, SplitsAtBlanksOutsideQuotes) {
     EXPECT_EQ(out, GetParam().tokens);
 }
 
-const QuotedCase QUOTED_CASES[] = {
+const QuotedCase quotedCases[] = {
     // Nothing to find.
     {"", true, true, {}},
     {" \t ", true, true, {}},
@@ -191,7 +191,7 @@ const QuotedCase QUOTED_CASES[] = {
     {"\"one\" two '", false, false, {"\"one\"", "two"}},
 };
 
-INSTANTIATE_TEST_SUITE_P(Rows, SplitQuotedTest, testing::ValuesIn(QUOTED_CASES));
+INSTANTIATE_TEST_SUITE_P(Rows, SplitQuotedTest, testing::ValuesIn(quotedCases));
 
 TEST(SplitQuotedTest, AppendsToWhatIsThere) {
     Words out = {"zero"};

@@ -14,7 +14,7 @@ namespace {
 
 using namespace testing_support;
 
-constexpr size_t NONE = std::string::npos;
+constexpr size_t none = std::string::npos;
 
 /// A string and a view of it, from `start` to `end`.
 struct Line {
@@ -27,13 +27,13 @@ struct Line {
 /// Searches from `pos` of the view on, and erases from the string at each hit.
 size_t unescapeOneByOne(Line& line, const std::string& set, size_t pos) {
     if (pos >= line.end - line.start) {
-        return NONE;
+        return none;
     }
     for (size_t from = line.start + pos;;) {
         const std::string_view view = line.upToEnd();
         size_t hit = view.find_first_of(set, from);
-        if (hit == NONE) {
-            return NONE;
+        if (hit == none) {
+            return none;
         }
         if (hit == from && view.substr(hit, 2) == "\\\\") {
             hit = std::min(view.find_first_not_of('\\', hit), view.size());
@@ -46,7 +46,7 @@ size_t unescapeOneByOne(Line& line, const std::string& set, size_t pos) {
         line.end -= (run + 1) / 2;
         hit -= run / 2;
         if (run % 2 == 0) {
-            return hit < line.upToEnd().size() ? hit - line.start : NONE;
+            return hit < line.upToEnd().size() ? hit - line.start : none;
         }
         from = hit;
     }
@@ -63,10 +63,10 @@ void expectSame(const Line& line, const std::string& set, size_t pos) {
     ASSERT_EQ(view.span().data, text.data() + line.start) << line.text << " from " << pos;
 }
 
-const std::string SETS[] = {";", ";\\", "\\", ",;", ""};
+const std::string sets[] = {";", ";\\", "\\", ",;", ""};
 
 void expectSameFromEverywhere(const Line& line) {
-    for (const std::string& set : SETS) {
+    for (const std::string& set : sets) {
         for (size_t pos = 0; pos <= line.end - line.start; ++pos) {
             ASSERT_NO_FATAL_FAILURE(expectSame(line, set, pos)) << "set " << set;
         }
@@ -105,7 +105,7 @@ TEST(FindAndUnescapeTest, RepeatedEscapesComeOutAsOneByOneWhereverTheyBeginAndEn
                 for (const std::string after : {"", "\\", ";", "\\,", "\\\\;", "a\\;b;"}) {
                     std::string text = before;
                     text.append(repeated).append(after);
-                    for (const std::string& set : SETS) {
+                    for (const std::string& set : sets) {
                         ASSERT_NO_FATAL_FAILURE(expectSame({text, 0, text.size()}, set, 0)) << set;
                         ASSERT_NO_FATAL_FAILURE(
                             expectSame({text, 0, text.size()}, set, before.size()))
@@ -133,7 +133,7 @@ TEST(FindAndUnescapeTest, LongTextsComeOutAsOneByOne) {
             text += letters[random() % letters.size()];
         }
         const size_t start = text.empty() ? 0 : random() % text.size();
-        for (const std::string& set : SETS) {
+        for (const std::string& set : sets) {
             ASSERT_NO_FATAL_FAILURE(expectSame({text, 0, text.size()}, set, 0));
             ASSERT_NO_FATAL_FAILURE(expectSame({text, start, text.size()}, set, 0));
         }

@@ -10,7 +10,7 @@
 
 namespace {
 
-const std::string DELIMITERS = "/_. \n";
+const std::string fieldDelimiters = "/_. \n";
 
 /// Returns paths, one per line, each with a blank after it.
 std::string sampleText() {
@@ -23,11 +23,11 @@ std::string sampleText() {
 
 template <class Take>
 void splitByStandard(const std::string& text, Take take) {
-    size_t start = text.find_first_not_of(DELIMITERS);
+    size_t start = text.find_first_not_of(fieldDelimiters);
     while (start != std::string::npos) {
-        const size_t end = std::min(text.find_first_of(DELIMITERS, start), text.size());
+        const size_t end = std::min(text.find_first_of(fieldDelimiters, start), text.size());
         take(start, end);
-        start = text.find_first_not_of(DELIMITERS, end);
+        start = text.find_first_not_of(fieldDelimiters, end);
     }
 }
 
@@ -58,28 +58,31 @@ TEST(Benchmark, Splitters) {
     benchmark::compare(
         {"splitRanges, 1,000 lines", ranges, 1.0},
         [&] {
-            return partCount<TextRange>(
-                [&](auto& parts) { splitRanges(text, parts, DELIMITERS, /*keepEmpty=*/false); });
+            return partCount<TextRange>([&](auto& parts) {
+                splitRanges(text, parts, fieldDelimiters, /*keepEmpty=*/false);
+            });
         },
         peer);
     benchmark::compare(
         {"splitRanges with empty ones, 1,000 lines", ranges, 1.0},
         [&] {
-            return partCount<TextRange>(
-                [&](auto& parts) { splitRanges(text, parts, DELIMITERS, /*keepEmpty=*/true); });
+            return partCount<TextRange>([&](auto& parts) {
+                splitRanges(text, parts, fieldDelimiters, /*keepEmpty=*/true);
+            });
         },
         peer);
     benchmark::compare(
         {"splitRuns, 1,000 lines", ranges, 1.0},
         [&] {
-            return partCount<TextRange>([&](auto& parts) { splitRuns(text, parts, DELIMITERS); });
+            return partCount<TextRange>(
+                [&](auto& parts) { splitRuns(text, parts, fieldDelimiters); });
         },
         peer);
     benchmark::compare(
         {"splitEscaped, 1,000 lines", ranges, 1.0},
         [&] {
             return partCount<Substring>(
-                [&](auto& parts) { splitEscaped(Substring(text), parts, DELIMITERS); });
+                [&](auto& parts) { splitEscaped(Substring(text), parts, fieldDelimiters); });
         },
         peer);
 }
@@ -91,7 +94,8 @@ TEST(Benchmark, SplittersThatCopy) {
     benchmark::compare(
         {"split, 1,000 lines", copies, 1.0},
         [&] {
-            return partCount<std::string>([&](auto& parts) { split(text, parts, DELIMITERS); });
+            return partCount<std::string>(
+                [&](auto& parts) { split(text, parts, fieldDelimiters); });
         },
         peer);
     benchmark::compare(
@@ -99,7 +103,7 @@ TEST(Benchmark, SplittersThatCopy) {
         [&] {
             return partCount<std::string>([&](auto& parts) {
                 static_cast<void>(
-                    splitQuoted(text, parts, DELIMITERS, "\"'", /*stripQuotes=*/true));
+                    splitQuoted(text, parts, fieldDelimiters, "\"'", /*stripQuotes=*/true));
             });
         },
         peer);
@@ -119,8 +123,8 @@ TEST(Benchmark, SubstringSearches) {
     std::string text = sampleText();
     const Substring view(text);
     // One set is found often, and one is found seldom.
-    for (const std::string& set : {DELIMITERS, std::string("\n\r;#%")}) {
-        const std::string kind = set == DELIMITERS ? ", often found" : ", seldom found";
+    for (const std::string& set : {fieldDelimiters, std::string("\n\r;#%")}) {
+        const std::string kind = set == fieldDelimiters ? ", often found" : ", seldom found";
         const auto peer = [&] {
             return hitCount([&](size_t pos) { return text.find_first_of(set, pos); });
         };
@@ -162,12 +166,13 @@ TEST(Benchmark, SubstringSearchesByTurns) {
     benchmark::compare(
         {"Substring::findFirstNotOf, findFirstOf", "find_first_not_of, find_first_of", 1.0},
         [&] {
-            return tokenCount([&](size_t pos) { return view.findFirstNotOf(DELIMITERS, pos); },
-                              [&](size_t pos) { return view.findFirstOf(DELIMITERS, pos); });
+            return tokenCount([&](size_t pos) { return view.findFirstNotOf(fieldDelimiters, pos); },
+                              [&](size_t pos) { return view.findFirstOf(fieldDelimiters, pos); });
         },
         [&] {
-            return tokenCount([&](size_t pos) { return text.find_first_not_of(DELIMITERS, pos); },
-                              [&](size_t pos) { return text.find_first_of(DELIMITERS, pos); });
+            return tokenCount(
+                [&](size_t pos) { return text.find_first_not_of(fieldDelimiters, pos); },
+                [&](size_t pos) { return text.find_first_of(fieldDelimiters, pos); });
         });
 }
 

@@ -9,7 +9,7 @@ namespace {
 
 using SubstringDeathTest = testing::Test;
 
-constexpr size_t NONE = std::string::npos;
+constexpr size_t none = std::string::npos;
 
 std::string textOf(const Substring& part) { return std::string(part.span().view()); }
 
@@ -100,21 +100,21 @@ TEST(SubstringTest, SearchesStayInTheViewAndCountFromItsStart) {
     const Substring view(text, 1, 5);  // b;cd;
     EXPECT_EQ(view.findFirstOf(";,", 0), 1U);
     EXPECT_EQ(view.findFirstOf(";", 2), 4U);
-    EXPECT_EQ(view.findFirstOf("aef", 0), NONE);
-    EXPECT_EQ(view.findFirstOf("", 0), NONE);
-    EXPECT_EQ(view.findFirstOf(";", 5), NONE);
+    EXPECT_EQ(view.findFirstOf("aef", 0), none);
+    EXPECT_EQ(view.findFirstOf("", 0), none);
+    EXPECT_EQ(view.findFirstOf(";", 5), none);
     EXPECT_EQ(view.findFirstNotOf("b;", 0), 2U);
-    EXPECT_EQ(view.findFirstNotOf("bcd;", 0), NONE) << "though the string goes on";
-    EXPECT_EQ(view.findFirstNotOf("b", 5), NONE);
+    EXPECT_EQ(view.findFirstNotOf("bcd;", 0), none) << "though the string goes on";
+    EXPECT_EQ(view.findFirstNotOf("b", 5), none);
     EXPECT_EQ(view.find('d', 0), 3U);
-    EXPECT_EQ(view.find('d', 4), NONE);
-    EXPECT_EQ(view.find('e', 0), NONE);
-    EXPECT_EQ(view.find(';', 5), NONE);
+    EXPECT_EQ(view.find('d', 4), none);
+    EXPECT_EQ(view.find('e', 0), none);
+    EXPECT_EQ(view.find(';', 5), none);
     EXPECT_EQ(view.find("cd", 0), 2U);
-    EXPECT_EQ(view.find("cd", 3), NONE);
-    EXPECT_EQ(view.find(";e", 0), NONE) << "it isn't wholly in the view";
-    EXPECT_EQ(view.find("", 0), NONE);
-    EXPECT_EQ(view.find("b", 7), NONE);
+    EXPECT_EQ(view.find("cd", 3), none);
+    EXPECT_EQ(view.find(";e", 0), none) << "it isn't wholly in the view";
+    EXPECT_EQ(view.find("", 0), none);
+    EXPECT_EQ(view.find("b", 7), none);
 }
 
 TEST(SubstringTest, AnEscapedCharacterIsNotFound) {
@@ -122,9 +122,9 @@ TEST(SubstringTest, AnEscapedCharacterIsNotFound) {
         const char* text;
         size_t pos, found;
     } rows[] = {
-        {"a;b", 0, 1},    {"a\\;b", 0, NONE}, {"a\\\\;b", 0, 3}, {"a\\\\\\;b;", 0, 6},
-        {"\\;", 0, NONE}, {"\\;", 1, 1},      {"a\\;;", 0, 3},   {"\\\\;", 1, NONE},
-        {"ab", 0, NONE},  {"", 0, NONE},      {"a;", 2, NONE},   {";", 0, 0},
+        {"a;b", 0, 1},    {"a\\;b", 0, none}, {"a\\\\;b", 0, 3}, {"a\\\\\\;b;", 0, 6},
+        {"\\;", 0, none}, {"\\;", 1, 1},      {"a\\;;", 0, 3},   {"\\\\;", 1, none},
+        {"ab", 0, none},  {"", 0, none},      {"a;", 2, none},   {";", 0, 0},
     };
     for (const auto& row : rows) {
         std::string text = row.text;
@@ -134,7 +134,7 @@ TEST(SubstringTest, AnEscapedCharacterIsNotFound) {
     std::string inside = "\\;x;";
     EXPECT_EQ(Substring(inside, 1).findUnescaped(";", 0, '\\'), 0U)
         << "what is before it is not seen";
-    EXPECT_EQ(Substring(inside, 0, 3).findUnescaped(";", 0, '\\'), NONE);
+    EXPECT_EQ(Substring(inside, 0, 3).findUnescaped(";", 0, '\\'), none);
     std::string other = "^;;";
     EXPECT_EQ(Substring(other).findUnescaped(";", 0, '^'), 2U);
 }
@@ -146,9 +146,9 @@ TEST(SubstringTest, AnEscapeIsTakenOutOfTheStringOnTheWay) {
         const char* left;
     } rows[] = {
         {"a;b", 0, 1, "a;b"},           {"a\\\\;b", 0, 2, "a\\;b"}, {"\\\\;", 0, 1, "\\;"},
-        {"a\\;b", 0, NONE, "a;b"},      {"a\\;b;c", 0, 3, "a;b;c"}, {"a\\\\\\;b;", 0, 4, "a\\;b;"},
-        {"a\\\\\\\\;", 0, 3, "a\\\\;"}, {"a\\b", 0, NONE, "a\\b"},  {"", 0, NONE, ""},
-        {"a;", 2, NONE, "a;"},          {"\\\\;", 1, NONE, "\\;"},
+        {"a\\;b", 0, none, "a;b"},      {"a\\;b;c", 0, 3, "a;b;c"}, {"a\\\\\\;b;", 0, 4, "a\\;b;"},
+        {"a\\\\\\\\;", 0, 3, "a\\\\;"}, {"a\\b", 0, none, "a\\b"},  {"", 0, none, ""},
+        {"a;", 2, none, "a;"},          {"\\\\;", 1, none, "\\;"},
     };
     for (const auto& row : rows) {
         std::string text = row.text;
@@ -166,8 +166,8 @@ TEST(SubstringTest, BackslashesThatAreSearchedForAreUnescapedAsARun) {
         const char* left;
     } rows[] = {
         {"\\\\x", 1, "\\x"},  // a run of two becomes one, and its end is the result
-        {"\\\\\\x\\", 2, "\\x\\"}, {"\\\\", NONE, "\\"},
-        {"\\\\\\", NONE, "\\"},    {"\\x", 0, "\\x"},  // a single one is a hit itself
+        {"\\\\\\x\\", 2, "\\x\\"}, {"\\\\", none, "\\"},
+        {"\\\\\\", none, "\\"},    {"\\x", 0, "\\x"},  // a single one is a hit itself
     };
     for (const auto& row : rows) {
         std::string text = row.text;
@@ -213,7 +213,7 @@ TEST(SubstringTest, UnescapingStaysInTheViewAndCountsFromItsStart) {
     EXPECT_EQ(text, "xx;a;yy;");
     EXPECT_EQ(textOf(view), ";a;");
     Substring before(text, 5, 2);
-    EXPECT_EQ(before.findAndUnescape(";", 0), NONE);
+    EXPECT_EQ(before.findAndUnescape(";", 0), none);
     EXPECT_EQ(text, "xx;a;yy;");
 }
 
@@ -222,7 +222,7 @@ TEST(SubstringTest, OnlyWhatIsInTheViewIsErased) {
     Substring view(text, 2, 5);  // 23456
     EXPECT_FALSE(view.erase(5, 0));
     EXPECT_FALSE(view.erase(3, 3));
-    EXPECT_FALSE(view.erase(1, NONE));
+    EXPECT_FALSE(view.erase(1, none));
     EXPECT_FALSE(view.eraseFrom(5));
     EXPECT_EQ(text, "0123456789");
     EXPECT_TRUE(view.erase(1, 2));
@@ -251,17 +251,17 @@ TEST(SubstringTest, AWordIsFoundBehindBlanksWhateverItsCase) {
     const struct {
         const char* text;
         const char* word;
-        size_t next;  ///< NONE if the word isn't there
+        size_t next;  ///< none if the word isn't there
     } rows[] = {
         {"  YES  x", "yes", 7}, {"yes", "YES", 3},   {"yes  ", "yes", 5}, {"yes\tno", "yes", 4},
-        {"yesx", "yes", NONE},  {"ye", "yes", NONE}, {"  ", "yes", NONE}, {"  ", "", NONE},
-        {"yes", "", NONE},      {"", "yes", NONE},   {"no", "yes", NONE}, {"yes\n", "yes", NONE},
+        {"yesx", "yes", none},  {"ye", "yes", none}, {"  ", "yes", none}, {"  ", "", none},
+        {"yes", "", none},      {"", "yes", none},   {"no", "yes", none}, {"yes\n", "yes", none},
     };
     for (const auto& row : rows) {
         std::string text = row.text;
         size_t next = 99;
-        EXPECT_EQ(Substring(text).startsWithWord(row.word, &next), row.next != NONE) << row.text;
-        EXPECT_EQ(next, row.next != NONE ? row.next : 99) << row.text;
+        EXPECT_EQ(Substring(text).startsWithWord(row.word, &next), row.next != none) << row.text;
+        EXPECT_EQ(next, row.next != none ? row.next : 99) << row.text;
     }
     std::string inside = "x yes no";
     size_t next = 0;

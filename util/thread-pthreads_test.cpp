@@ -86,15 +86,15 @@ TEST(ThreadTest, ADetachedThreadRunsACopyOfItsFunctionAndFreesIt) {
 }
 
 TEST(ThreadTest, AThousandDetachedFunctionsAllRun) {
-    constexpr int COUNT = 1000;
+    constexpr int count = 1000;
     static std::atomic<int> ended;
     ended = 0;
-    for (int i = 0; i < COUNT; ++i) {
+    for (int i = 0; i < count; ++i) {
         // Limits the number at a time: a system can't hold all of them.
         EXPECT_TRUE(eventually([i] { return i - ended < 50; }));
         Thread::startDetached([] { ++ended; });
     }
-    EXPECT_TRUE(eventually([] { return ended == COUNT; }));
+    EXPECT_TRUE(eventually([] { return ended == count; }));
 }
 
 TEST(ThreadTest, ManyThreadsStartStopAndEnd) {
@@ -222,9 +222,9 @@ TEST(ThreadTest, TheVirtualOperationsStandInTheirOrder) {
     Entry* table = nullptr;
     std::memcpy(&table, static_cast<const void*>(&recorder), sizeof table);
     // The destructor has two entries: one for the object, and one that frees it as well.
-    constexpr size_t FIRST = 2;
+    constexpr size_t firstThread = 2;
     for (size_t i = 0; i < std::size(names); ++i) {
-        table[FIRST + i](&recorder, &lock);
+        table[firstThread + i](&recorder, &lock);
         EXPECT_EQ(Recorder::last, names[i]);
     }
 }

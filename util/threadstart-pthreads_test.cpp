@@ -18,8 +18,8 @@ namespace {
 using namespace testing_support;
 using ThreadAttributesDeathTest = testing::Test;
 
-constexpr size_t STACK_SIZE = 4U << 20U;
-const char* const NO_RESOURCES =
+constexpr size_t wantedStackSize = 4U << 20U;
+const char* const noResources =
     "Unable to start new thread: not enough system resources available.";
 
 class Runner : public Thread {
@@ -81,8 +81,8 @@ TEST(ThreadStartTest, ADetachedThreadDoesNotCountInTheConcurrency) {
 TEST(ThreadStartTest, AThreadThatCannotBeMadeForWantOfResourcesSaysSo) {
     const ThreadCallResult refusal(gThreadCalls.createResult, EAGAIN);
     Runner runner;
-    EXPECT_EQ(failureOf([&] { runner.start(); }), NO_RESOURCES);
-    EXPECT_EQ(failureOf([] { Thread::startDetached([] {}); }), NO_RESOURCES);
+    EXPECT_EQ(failureOf([&] { runner.start(); }), noResources);
+    EXPECT_EQ(failureOf([] { Thread::startDetached([] {}); }), noResources);
 }
 
 TEST(ThreadStartTest, AThreadThatCannotBeMadeForAnotherReasonTellsItsResult) {
@@ -102,7 +102,7 @@ TEST(ThreadStartTest, AThreadThatCannotBeMadeLeavesNothingBehind) {
     Runner runner;
     {
         const ThreadCallResult refusal(gThreadCalls.createResult, EPERM);
-        EXPECT_THROW(runner.start(STACK_SIZE), std::runtime_error);
+        EXPECT_THROW(runner.start(wantedStackSize), std::runtime_error);
         EXPECT_THROW(Thread::startDetached([token] {}), std::runtime_error);
     }
     EXPECT_EQ(token.use_count(), 1) << "the copy of the function is freed";
@@ -114,12 +114,12 @@ TEST(ThreadStartTest, AThreadThatCannotBeMadeLeavesNothingBehind) {
 
 TEST(ThreadStartTest, TheStackSizeIsAsAskedForAndTheDefaultWithoutAQuestion) {
     Runner runner;
-    runner.start(STACK_SIZE);
+    runner.start(wantedStackSize);
     runner.join();
-    EXPECT_EQ(gThreadCalls.stackSize, STACK_SIZE);
+    EXPECT_EQ(gThreadCalls.stackSize, wantedStackSize);
     EXPECT_EQ(gThreadCalls.stackSizeCalls, 1);
     const size_t standard = standardStackSize();
-    EXPECT_NE(standard, STACK_SIZE);
+    EXPECT_NE(standard, wantedStackSize);
     runner.start();
     runner.join();
     EXPECT_EQ(gThreadCalls.stackSize, standard);
@@ -130,7 +130,7 @@ TEST(ThreadStartTest, ADetachedThreadsStackSizeIsNotSetWithoutAQuestion) {
     static std::atomic<int> ended;
     ended = 0;
     const auto end = [] { ++ended; };
-    Thread::startDetached(end, STACK_SIZE);
+    Thread::startDetached(end, wantedStackSize);
     EXPECT_EQ(gThreadCalls.stackSizeCalls, 1);
     Thread::startDetached(end);
     EXPECT_EQ(gThreadCalls.stackSizeCalls, 0);
@@ -141,12 +141,12 @@ TEST(ThreadStartTest, ADetachedThreadsStackSizeIsNotSetWithoutAQuestion) {
 TEST(ThreadStartTest, TheAttributesOfAThreadThatWasMadeAreDestroyed) {
     const int attributes = gThreadCalls.attributes;
     Runner runner;
-    runner.start(STACK_SIZE);
+    runner.start(wantedStackSize);
     EXPECT_EQ(gThreadCalls.attributes, attributes);
     runner.join();
     static std::atomic<bool> ended;
     ended = false;
-    Thread::startDetached([] { ended = true; }, STACK_SIZE);
+    Thread::startDetached([] { ended = true; }, wantedStackSize);
     EXPECT_EQ(gThreadCalls.attributes, attributes);
     EXPECT_TRUE(eventually([] { return ended.load(); }));
 }
@@ -155,7 +155,7 @@ TEST(ThreadStartTest, AStackSizeThatIsRefusedLeavesTheDefault) {
     const ThreadCallResult refusal(gThreadCalls.stackSizeResult, EINVAL);
     const size_t standard = standardStackSize();
     Runner runner;
-    runner.start(STACK_SIZE);
+    runner.start(wantedStackSize);
     EXPECT_EQ(runner.join(), &runner);
     EXPECT_EQ(gThreadCalls.stackSize, standard);
     EXPECT_EQ(gThreadCalls.stackSizeCalls, 1);
@@ -202,18 +202,18 @@ TEST(ThreadStartTest, TheHookOfAFailedJoinRunsAfterTheReportWhileTheThreadCounts
 }
 
 TEST(ThreadStartTest, AFailedJoinTellsTheSystemsErrorAndNotTheResult) {
-    constexpr uint32_t ERROR_NUMBER = 2;
-    static_assert(ERROR_NUMBER != EINVAL);
+    constexpr uint32_t errorNumber = 2;
+    static_assert(errorNumber != EINVAL);
     Runner runner;
     runner.start();
     const ThreadCallResult failure(gThreadCalls.joinResult, EINVAL);
-    gThreadCalls.joinError = ERROR_NUMBER;
+    gThreadCalls.joinError = errorNumber;
     testing::internal::CaptureStderr();
     runner.join();
     std::string said = testing::internal::GetCapturedStderr();
     std::erase(said, '\r');  // of a Windows line ending
     EXPECT_EQ(said, "Unable to join thread: " +
-                        errorText(/*withCode=*/true, &ERROR_NUMBER, errorOfEither) + "\n");
+                        errorText(/*withCode=*/true, &errorNumber, errorOfEither) + "\n");
     EXPECT_TRUE(said.ends_with(" (error code 2)\n")) << said;
 }
 

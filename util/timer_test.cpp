@@ -171,19 +171,19 @@ TEST(TimerTest, MergingWithAnEmptyTimerOnEitherSideLeavesAMinimumOfZero) {
     expectTimes(full, 1, 30, 0, 30);
 }
 
-constexpr const char* BOTH_STOPPED = "assertion failed at .*: !running\\(\\) && !t\\.running\\(\\)";
+constexpr const char* bothStopped = "assertion failed at .*: !running\\(\\) && !t\\.running\\(\\)";
 
 TEST(TimerDeathTest, MergingIntoARunningTimerStopsTheProcess) {
     Timer running;
     running.start(Ticks(1));
-    EXPECT_DEATH(running += Timer(), BOTH_STOPPED);
+    EXPECT_DEATH(running += Timer(), bothStopped);
 }
 
 TEST(TimerDeathTest, MergingARunningTimerStopsTheProcess) {
     Timer running;
     running.start(Ticks(1));
     Timer stopped;
-    EXPECT_DEATH(stopped += running, BOTH_STOPPED);
+    EXPECT_DEATH(stopped += running, bothStopped);
 }
 
 TEST(NestedTimerTest, ItsFieldsStandBehindThoseOfATimerInTheirOrder) {

@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr size_t NONE = std::wstring_view::npos;
+constexpr size_t none = std::wstring_view::npos;
 
 constexpr bool isBlankOrDot(wchar_t c) { return c == L' ' || c == L'.'; }
 
@@ -43,7 +43,7 @@ size_t findRunEnd(std::wstring_view path, size_t at) {
             at += block;
         }
     }
-    return NONE;
+    return none;
 }
 
 /// Returns where the part to remove begins in the run that ends before `end`.
@@ -75,7 +75,7 @@ void removeTrailingBlanks(std::wstring& path) {
         kept += end - next;
         next = end;
     };
-    for (size_t last = findRunEnd(path, 0); last != NONE; last = findRunEnd(path, next)) {
+    for (size_t last = findRunEnd(path, 0); last != none; last = findRunEnd(path, next)) {
         keepUpTo(findSurplus(path, last + 1));
         next = last + 1;
     }

@@ -74,11 +74,11 @@ void expectAsByTheExpression(const std::wstring& path) {
 }
 
 // A letter, one beyond ASCII, the characters of runs, and every character that ends a name.
-const std::wstring LETTERS = L"a\x4E2D. \\\n\r\f\x0085\x2028\x2029";
+const std::wstring sampleLetters = L"a\x4E2D. \\\n\r\f\x0085\x2028\x2029";
 
 TEST(RemoveTrailingBlanksTest, ShortTextsComeOutAsByTheExpression) {
     for (size_t length = 0; length <= 5; ++length) {
-        forAllTexts(LETTERS, length, expectAsByTheExpression);
+        forAllTexts(sampleLetters, length, expectAsByTheExpression);
     }
     for (size_t length = 6; length <= 8; ++length) {
         forAllTexts(std::wstring(L"a. \\\n"), length, expectAsByTheExpression);
@@ -87,7 +87,7 @@ TEST(RemoveTrailingBlanksTest, ShortTextsComeOutAsByTheExpression) {
 
 TEST(RemoveTrailingBlanksTest, SoakTextsOfUpToSevenUnitsComeOutAsByTheExpression) {
     for (size_t length = 6; length <= 7; ++length) {
-        forAllTexts(LETTERS, length, expectAsByTheExpression);
+        forAllTexts(sampleLetters, length, expectAsByTheExpression);
     }
 }
 
@@ -99,7 +99,7 @@ TEST(RemoveTrailingBlanksTest, LongTextsComeOutAsByTheExpression) {
         const size_t rarity = i % 2 == 0 ? 1 : 30;
         std::wstring path;
         for (size_t size = random() % 500; path.size() < size;) {
-            path += random() % rarity == 0 ? LETTERS[random() % LETTERS.size()] : L'b';
+            path += random() % rarity == 0 ? sampleLetters[random() % sampleLetters.size()] : L'b';
         }
         ASSERT_NO_FATAL_FAILURE(expectAsByTheExpression(path));
     }

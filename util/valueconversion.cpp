@@ -20,9 +20,9 @@ struct BoolWord {
     bool value;
 };
 
-constexpr BoolWord BOOL_WORDS[] = {{"1", true},  {"t", true},    {"y", true},    {"yes", true},
-                                   {"on", true}, {"true", true}, {"0", false},   {"f", false},
-                                   {"n", false}, {"no", false},  {"off", false}, {"false", false}};
+constexpr BoolWord boolWords[] = {{"1", true},  {"t", true},    {"y", true},    {"yes", true},
+                                  {"on", true}, {"true", true}, {"0", false},   {"f", false},
+                                  {"n", false}, {"no", false},  {"off", false}, {"false", false}};
 
 /// Stores the number at the start of a terminated text. Returns whether the number ends `length`
 /// characters after that start.
@@ -39,7 +39,7 @@ bool parseTerminated(const char* text, size_t length, int* value) {
 }  // namespace
 
 bool parseBool(StringSpan text, bool* value) {
-    for (const BoolWord& word : BOOL_WORDS) {
+    for (const BoolWord& word : boolWords) {
         if (equalsNoCase(word.text, text)) {
             *value = word.value;
             return true;

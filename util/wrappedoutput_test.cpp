@@ -170,7 +170,7 @@ TEST(QuotedTest, AnItemBehindALiteralBeginsWithASpace) {
 }
 
 TEST(WrappedOutputTest, InTheLastColumnOfAllALineFeedTakesNone) {
-    constexpr int LAST = Layout::noWrapping;
+    constexpr int last = Layout::noWrapping;
     const struct {
         int column;
         bool isDump;
@@ -179,23 +179,23 @@ TEST(WrappedOutputTest, InTheLastColumnOfAllALineFeedTakesNone) {
         const char* printed;
         int end;
     } rows[] = {
-        {LAST, false, false, "", "\n\"\"", 2},
-        {LAST, false, true, "a", "\n\"a\"", 3},
-        {LAST - 3, false, false, "a", "\"a\"", LAST},
-        {LAST - 3, false, false, "ab", "\"a\"\n\"b\"", 3},
-        {LAST, true, false, "a", "\n61:a", 4},
-        {LAST, true, true, "a", "\n61:a", 4},
-        {LAST - 4, true, false, "a", "61:a", LAST},
-        {LAST - 4, true, false, "ab", "61:a\n62:b", 4},
+        {last, false, false, "", "\n\"\"", 2},
+        {last, false, true, "a", "\n\"a\"", 3},
+        {last - 3, false, false, "a", "\"a\"", last},
+        {last - 3, false, false, "ab", "\"a\"\n\"b\"", 3},
+        {last, true, false, "a", "\n61:a", 4},
+        {last, true, true, "a", "\n61:a", 4},
+        {last - 4, true, false, "a", "61:a", last},
+        {last - 4, true, false, "ab", "61:a\n62:b", 4},
     };
     for (const auto& row : rows) {
-        Layout layout(LAST, 0, row.column, row.needSpace);
+        Layout layout(last, 0, row.column, row.needSpace);
         EXPECT_EQ(row.isDump ? dump(row.text, &layout) : quote(row.text, &layout), row.printed);
         expectLayout(layout, row.end, true);
     }
 }
 
-constexpr auto FAILED = std::ios_base::eofbit | std::ios_base::failbit | std::ios_base::badbit;
+constexpr auto failed = std::ios_base::eofbit | std::ios_base::failbit | std::ios_base::badbit;
 
 TEST(WrappedOutputTest, AStreamThatTakesNoMoreFailsAndTheLayoutTellsWhatItTook) {
     const std::string text = "a\tb";
@@ -206,7 +206,7 @@ TEST(WrappedOutputTest, AStreamThatTakesNoMoreFailsAndTheLayoutTellsWhatItTook) 
         Layout layout(40, 2);
         out << Quoted{bytes(text), text.size(), &layout};
         EXPECT_EQ(buffer.text, whole.substr(0, room));
-        EXPECT_EQ(out.rdstate(), room < whole.size() ? FAILED : std::ios_base::goodbit) << room;
+        EXPECT_EQ(out.rdstate(), room < whole.size() ? failed : std::ios_base::goodbit) << room;
         expectLayout(layout, static_cast<int>(room), room == whole.size());
     }
 }
@@ -222,7 +222,7 @@ TEST(WrappedOutputTest, ALineFeedThatIsNotTakenChangesNothing) {
         } else {
             out << Quoted{bytes(text), text.size(), &layout};
         }
-        EXPECT_EQ(out.rdstate(), FAILED);
+        EXPECT_EQ(out.rdstate(), failed);
         expectLayout(layout, 8, true);
     }
 }
@@ -250,7 +250,7 @@ TEST(WrappedOutputTest, WhereTheLineFeedOfABreakIsNotTakenTheColumnStaysAsReache
             out << Quoted{bytes(row.text), row.text.size(), &layout};
         }
         EXPECT_EQ(buffer.text, taken);
-        EXPECT_EQ(out.rdstate(), FAILED) << taken;
+        EXPECT_EQ(out.rdstate(), failed) << taken;
         expectLayout(layout, static_cast<int>(taken.size()), row.needSpace);
     }
 }
@@ -271,7 +271,7 @@ TEST(WrappedOutputTest, WhereFailuresOfTheStreamAreThrownTheLayoutGoesBackAllThe
                          std::ios_base::failure);
             EXPECT_EQ(buffer.text, " \"ab");
         }
-        EXPECT_EQ(out.rdstate(), FAILED);
+        EXPECT_EQ(out.rdstate(), failed);
         expectLayout(layout, 4, false);
     }
 }
@@ -283,13 +283,13 @@ TEST(WrappedOutputTest, ADumpAndSpacesEndWithTheStream) {
     Layout layout;
     out << HexDump{bytes(text), text.size(), &layout};
     EXPECT_EQ(buffer.text, "61:a 6");
-    EXPECT_EQ(out.rdstate(), FAILED);
+    EXPECT_EQ(out.rdstate(), failed);
     EXPECT_EQ(layout.column, 6);
     SmallBuffer narrow(3);
     std::ostream spaces(&narrow);
     spaces << Spaces{5};
     EXPECT_EQ(narrow.text, "   ");
-    EXPECT_EQ(spaces.rdstate(), FAILED);
+    EXPECT_EQ(spaces.rdstate(), failed);
 }
 
 TEST(WrappedOutputTest, NothingIsWrittenBehindACharacterThatIsNotTaken) {
@@ -309,7 +309,7 @@ TEST(WrappedOutputTest, NothingIsWrittenBehindACharacterThatIsNotTaken) {
                 out << Quoted{bytes(text), text.size(), &layout};
             }
             EXPECT_EQ(buffer.text, row.whole.substr(0, refused));
-            EXPECT_EQ(out.rdstate(), FAILED) << refused;
+            EXPECT_EQ(out.rdstate(), failed) << refused;
             EXPECT_EQ(layout.column, static_cast<int>(refused));
         }
     }
@@ -318,7 +318,7 @@ TEST(WrappedOutputTest, NothingIsWrittenBehindACharacterThatIsNotTaken) {
         std::ostream out(&buffer);
         out << Spaces{40};
         EXPECT_EQ(buffer.text, std::string(refused, ' '));
-        EXPECT_EQ(out.rdstate(), FAILED) << refused;
+        EXPECT_EQ(out.rdstate(), failed) << refused;
     }
 }
 
@@ -342,7 +342,7 @@ TEST(QuotedTest, ABreakEndsWithItsFirstCharacterThatIsNotTaken) {
             Layout layout = row.layout;
             out << Quoted{bytes(row.text), row.text.size(), &layout};
             EXPECT_EQ(buffer.text, whole.substr(0, refused));
-            EXPECT_EQ(out.rdstate(), FAILED);
+            EXPECT_EQ(out.rdstate(), failed);
             const size_t column = refused > lineFeed ? refused - lineFeed - 1 : refused;
             expectLayout(layout, static_cast<int>(column), false);
         }

@@ -12,8 +12,8 @@ namespace {
 
 using namespace testing_support;
 
-constexpr DWORD BREAK_CODE = 0xC000013A;
-constexpr DWORD NO_PROCESS = MAXDWORD;
+constexpr DWORD breakCode = 0xC000013A;
+constexpr DWORD noProcess = MAXDWORD;
 
 [[gnu::noinline]] BOOL breakGroup(DWORD group) {
     return GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, group);
@@ -25,7 +25,7 @@ TEST(ConsoleBreaksTest, ABreakEndsTheChild) {
     const StartedChild child({.actions = {"make", folder.utf8("ready"), "sleep", "60000"}});
     ASSERT_TRUE(eventually([&] { return exists(folder.path() / "ready"); }));
     EXPECT_TRUE(breakGroup(child.pid()));
-    EXPECT_EQ(child.wait(), BREAK_CODE);
+    EXPECT_EQ(child.wait(), breakCode);
 }
 
 TEST(ConsoleBreaksTest, AChildThatHasNotBegunEndsWhenItDoes) {
@@ -33,7 +33,7 @@ TEST(ConsoleBreaksTest, AChildThatHasNotBegunEndsWhenItDoes) {
     StartedChild child({.actions = {"sleep", "60000"}, .isSuspended = true});
     EXPECT_TRUE(breakGroup(child.pid()));
     child.resume();
-    EXPECT_EQ(child.wait(), BREAK_CODE);
+    EXPECT_EQ(child.wait(), breakCode);
 }
 
 TEST(ConsoleBreaksTest, AChildThatIgnoresBreaksGoesOn) {
@@ -54,7 +54,7 @@ TEST(ConsoleBreaksTest, OnlyTheChildOfThatIdIsEnded) {
     const StartedChild other({.actions = {"await", folder.utf8("go"), "exit", "3"}});
     const StartedChild child({.actions = {"sleep", "60000"}});
     EXPECT_TRUE(breakGroup(child.pid()));
-    EXPECT_EQ(child.wait(), BREAK_CODE);
+    EXPECT_EQ(child.wait(), breakCode);
     folder.write("go", "");
     EXPECT_EQ(other.wait(), 3U);
 }
@@ -63,7 +63,7 @@ TEST(ConsoleBreaksTest, AnIdThatNoProcessHasIsAnError) {
     const ConsoleBreaks breaks;
     const StartedChild ended({.actions = {}});
     ended.wait();
-    for (const DWORD id : {NO_PROCESS, ended.pid()}) {
+    for (const DWORD id : {noProcess, ended.pid()}) {
         SetLastError(ERROR_SUCCESS);
         EXPECT_FALSE(breakGroup(id));
         EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
@@ -74,16 +74,16 @@ TEST(ConsoleBreaksTest, EachCallIsRecorded) {
     const ConsoleBreaks breaks;
     EXPECT_TRUE(breaks.calls().empty());
     const StartedChild child({.actions = {"sleep", "60000"}});
-    breakGroup(NO_PROCESS);
+    breakGroup(noProcess);
     breakGroup(child.pid());
-    EXPECT_EQ(breaks.calls(), (std::vector<ConsoleBreaks::Call>{{CTRL_BREAK_EVENT, NO_PROCESS},
+    EXPECT_EQ(breaks.calls(), (std::vector<ConsoleBreaks::Call>{{CTRL_BREAK_EVENT, noProcess},
                                                                 {CTRL_BREAK_EVENT, child.pid()}}));
 }
 
 TEST(ConsoleBreaksTest, ASecondOneIsRefusedAndTheFirstStays) {
     const ConsoleBreaks breaks;
     EXPECT_THROW(ConsoleBreaks(), std::logic_error);
-    breakGroup(NO_PROCESS);
+    breakGroup(noProcess);
     EXPECT_EQ(breaks.calls().size(), 1U);
 }
 

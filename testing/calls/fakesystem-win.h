@@ -61,7 +61,7 @@ private:
 };
 
 /// The id of the System process.
-inline constexpr DWORD SYSTEM_PROCESS = 4;
+inline constexpr DWORD systemProcess = 4;
 
 struct TableEntry {
     DWORD processId;

@@ -19,7 +19,7 @@ namespace {
 
 using namespace testing_support;
 
-constexpr JOBOBJECTINFOCLASS ACCOUNTING = JobObjectBasicAndIoAccountingInformation;
+constexpr JOBOBJECTINFOCLASS accountingClass = JobObjectBasicAndIoAccountingInformation;
 
 class Job {
 public:
@@ -55,7 +55,7 @@ void PrintTo(const Totals& totals, std::ostream* out) {
 
 Totals totals(const Job& job) {
     JobAccounting::Figures figures;
-    if (!query(job.get(), ACCOUNTING, &figures, sizeof figures)) {
+    if (!query(job.get(), accountingClass, &figures, sizeof figures)) {
         ADD_FAILURE() << "error " << GetLastError();
         return {};
     }
@@ -181,16 +181,16 @@ TEST_F(JobAccountingTest, WhatAChildHasDoneStaysAfterItsEnd) {
 }
 
 TEST_F(JobAccountingTest, TheNextQueriesOfAClassFailAsTold) {
-    accounting.failNext(ACCOUNTING, ERROR_ACCESS_DENIED);
-    accounting.failNext(ACCOUNTING, ERROR_NOT_READY);
+    accounting.failNext(accountingClass, ERROR_ACCESS_DENIED);
+    accounting.failNext(accountingClass, ERROR_NOT_READY);
     JOBOBJECT_BASIC_PROCESS_ID_LIST list;
     EXPECT_TRUE(query(job.get(), JobObjectBasicProcessIdList, &list, sizeof list));
     JobAccounting::Figures figures;
     for (const DWORD error : {ERROR_ACCESS_DENIED, ERROR_NOT_READY}) {
-        EXPECT_FALSE(query(job.get(), ACCOUNTING, &figures, sizeof figures));
+        EXPECT_FALSE(query(job.get(), accountingClass, &figures, sizeof figures));
         EXPECT_EQ(GetLastError(), error);
     }
-    EXPECT_TRUE(query(job.get(), ACCOUNTING, &figures, sizeof figures));
+    EXPECT_TRUE(query(job.get(), accountingClass, &figures, sizeof figures));
 }
 
 TEST_F(JobAccountingTest, FixedFiguresAreTheAnswer) {
@@ -200,34 +200,34 @@ TEST_F(JobAccountingTest, FixedFiguresAreTheAnswer) {
     accounting.setFixed(fixed);
     JobAccounting::Figures figures{};
     DWORD returned = 0;
-    ASSERT_TRUE(query(job.get(), ACCOUNTING, &figures, sizeof figures, &returned));
+    ASSERT_TRUE(query(job.get(), accountingClass, &figures, sizeof figures, &returned));
     EXPECT_EQ(figures.BasicInfo.TotalUserTime.QuadPart, 12);
     EXPECT_EQ(figures.IoInfo.OtherOperationCount, 34U);
     EXPECT_EQ(returned, sizeof figures);
 }
 
 TEST_F(JobAccountingTest, QueriesAreCounted) {
-    EXPECT_EQ(accounting.queryCount(ACCOUNTING), 0U);
-    accounting.failNext(ACCOUNTING, ERROR_ACCESS_DENIED);
+    EXPECT_EQ(accounting.queryCount(accountingClass), 0U);
+    accounting.failNext(accountingClass, ERROR_ACCESS_DENIED);
     JobAccounting::Figures figures;
-    query(job.get(), ACCOUNTING, &figures, sizeof figures);
-    query(job.get(), ACCOUNTING, &figures, sizeof figures);
-    EXPECT_EQ(accounting.queryCount(ACCOUNTING), 2U);
+    query(job.get(), accountingClass, &figures, sizeof figures);
+    query(job.get(), accountingClass, &figures, sizeof figures);
+    EXPECT_EQ(accounting.queryCount(accountingClass), 2U);
     EXPECT_EQ(accounting.queryCount(JobObjectBasicProcessIdList), 0U);
 }
 
 TEST_F(JobAccountingTest, WhatIsNoJobOrNoRoomIsAnError) {
     JobAccounting::Figures figures;
-    EXPECT_FALSE(query(GetCurrentProcess(), ACCOUNTING, &figures, sizeof figures));
+    EXPECT_FALSE(query(GetCurrentProcess(), accountingClass, &figures, sizeof figures));
     EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_HANDLE});
-    EXPECT_FALSE(query(job.get(), ACCOUNTING, &figures, sizeof figures - 1));
+    EXPECT_FALSE(query(job.get(), accountingClass, &figures, sizeof figures - 1));
     EXPECT_EQ(GetLastError(), DWORD{ERROR_BAD_LENGTH});
 }
 
 TEST_F(JobAccountingTest, ASecondOneIsRefusedAndTheFirstStays) {
     EXPECT_THROW(JobAccounting(), std::logic_error);
     totals(job);
-    EXPECT_EQ(accounting.queryCount(ACCOUNTING), 1U);
+    EXPECT_EQ(accounting.queryCount(accountingClass), 1U);
 }
 
 }  // namespace

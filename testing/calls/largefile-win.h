@@ -13,7 +13,7 @@
 namespace testing_support {
 
 /// A little more than 32 bits can hold.
-inline constexpr int64_t LARGE_SIZE = 0x1'0000'0003;
+inline constexpr int64_t largeSize = 0x1'0000'0003;
 
 /// Makes a file of that size, all NULs, which takes no disk space. Returns false if the system has
 /// no such files.
@@ -24,7 +24,7 @@ inline bool makeLargeFile(const std::string& path) {
     // Some systems have only sparse files and don't know this call.
     DeviceIoControl(file.get(), FSCTL_SET_SPARSE, nullptr, 0, nullptr, 0, &ignored, nullptr);
     LARGE_INTEGER end;
-    end.QuadPart = LARGE_SIZE;
+    end.QuadPart = largeSize;
     return SetFilePointerEx(file.get(), end, nullptr, FILE_BEGIN) && SetEndOfFile(file.get());
 }
 

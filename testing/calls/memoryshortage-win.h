@@ -26,7 +26,7 @@ public:
         throwOnce();
         sBlocks = blocks;
     }
-    ~MemoryShortage() { sBlocks = PLENTY; }
+    ~MemoryShortage() { sBlocks = plenty; }
     MemoryShortage(const MemoryShortage&) = delete;
     MemoryShortage& operator=(const MemoryShortage&) = delete;
 
@@ -34,7 +34,7 @@ private:
     using Malloc = void*(size_t);
     using Calloc = void*(size_t, size_t);
 
-    static constexpr int PLENTY = std::numeric_limits<int>::max();
+    static constexpr int plenty = std::numeric_limits<int>::max();
 
     /// The C++ runtime allocates something at a thread's first exception. At the first exception
     /// for which there is no memory, it allocates the lock of its reserve. It can't do without
@@ -57,7 +57,7 @@ private:
 
     static inline Malloc* const sMalloc = runtimeCall<Malloc>("malloc");
     static inline Calloc* const sCalloc = runtimeCall<Calloc>("calloc");
-    static inline int sBlocks = PLENTY;
+    static inline int sBlocks = plenty;
     static inline bool sFailNext = false;
 
     ReplacedCall<Malloc> mMalloc;

@@ -47,7 +47,7 @@ DWORD QuickWakes::waitForProcess(HANDLE process) {
     if (mOnTimeout) {
         result = mOnTimeout(mTimeouts);
     }
-    return result == AWAIT_END ? mReplaced.original()(process, INFINITE) : result;
+    return result == awaitEnd ? mReplaced.original()(process, INFINITE) : result;
 }
 
 }  // namespace testing_support

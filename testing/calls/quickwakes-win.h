@@ -21,10 +21,10 @@ class QuickWakes {
 public:
     /// Called by the waiting thread for each wait that times out, with the wait's number, from 1
     /// on. Returns the result of the wait: WAIT_TIMEOUT, any other result as if it had happened
-    /// (for WAIT_FAILED, the action sets the last error), or AWAIT_END to go on waiting until the
+    /// (for WAIT_FAILED, the action sets the last error), or awaitEnd to go on waiting until the
     /// process ends.
     using Action = std::function<DWORD(size_t)>;
-    static constexpr DWORD AWAIT_END = 0x10000;
+    static constexpr DWORD awaitEnd = 0x10000;
 
     /// Throws std::logic_error if there already is another object.
     explicit QuickWakes(Action onTimeout = {}, DWORD milliseconds = 10);

@@ -52,7 +52,7 @@ TEST(QuickWakesTest, TheEndOfAProcessCanBeAwaited) {
     HANDLE process = OpenProcess(SYNCHRONIZE | PROCESS_QUERY_INFORMATION, FALSE, child.pid());
     const QuickWakes wakes([&](size_t) -> DWORD {
         folder.write("go", "");
-        return QuickWakes::AWAIT_END;
+        return QuickWakes::awaitEnd;
     });
     EXPECT_EQ(waitFor(process, 500), WAIT_OBJECT_0);
     EXPECT_EQ(waitFor(process, 500), WAIT_OBJECT_0);

@@ -7,7 +7,7 @@
 namespace child {
 namespace {
 
-constexpr UINT BREAK_CODE = 0xC000013A;  // the exit code of a process that Windows ends at a break
+constexpr UINT breakCode = 0xC000013A;  // the exit code of a process that Windows ends at a break
 
 bool gIgnoresBreaks = false;
 
@@ -50,7 +50,7 @@ void fail(UINT code, const std::wstring& words) {
 void require(bool isDone, const wchar_t* what) {
     if (!isDone) {
         const DWORD error = GetLastError();
-        fail(NOT_DONE, std::wstring(what).append(L": error ").append(std::to_wstring(error)));
+        fail(notDone, std::wstring(what).append(L": error ").append(std::to_wstring(error)));
     }
 }
 
@@ -64,7 +64,7 @@ void pause(DWORD milliseconds) {
     ULONGLONG now = end - milliseconds;
     while (isBreakWithin(end - now)) {
         if (!gIgnoresBreaks) {
-            child::end(BREAK_CODE);
+            child::end(breakCode);
         }
         now = std::min(GetTickCount64(), end);
     }

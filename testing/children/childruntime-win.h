@@ -12,13 +12,13 @@
 namespace child {
 
 /// Exit codes.
-constexpr UINT NOT_UNDERSTOOD = 120;
-constexpr UINT NOT_DONE = 121;
+constexpr UINT notUnderstood = 120;
+constexpr UINT notDone = 121;
 
 [[noreturn]] void end(UINT code);
 /// Prints a line to standard error and ends the process.
 [[noreturn]] void fail(UINT code, const std::wstring& words);
-/// Unless `isDone`, ends the process with NOT_DONE and prints `what` and the last error.
+/// Unless `isDone`, ends the process with notDone and prints `what` and the last error.
 void require(bool isDone, const wchar_t* what);
 
 /// Sleeps. A break ends the process, even one that came before the call.

@@ -20,9 +20,9 @@
 //                             position, "pipe", "char" or "unknown"; then "same file", "different
 //                             files" or "no files", for standard output and error
 //     ignore-break            from now on, a break has no effect
-//     spawn ACTIONS...        starts itself with these actions, without standard handles and
+//     spawn knownActions...        starts itself with these actions, without standard handles and
 //                             without a console, and ends
-//     spawn-and N ACTIONS...  the same with the next N arguments, and goes on after them
+//     spawn-and N knownActions...  the same with the next N arguments, and goes on after them
 //     arguments               the whole command line as received, and ends
 //     exit CODE               ends with this exit code, decimal (also negative) or hexadecimal
 //                             after 0x
@@ -57,23 +57,23 @@ ULONGLONG number(const wchar_t* text) {
     wchar_t* rest = nullptr;
     const auto value = static_cast<ULONGLONG>(std::wcstoll(digits, &rest, isHex ? 16 : 10));
     if (rest == digits || *rest != L'\0') {
-        fail(NOT_UNDERSTOOD, std::wstring(L"no number: ").append(text));
+        fail(notUnderstood, std::wstring(L"no number: ").append(text));
     }
     return value;
 }
 
 void writePattern(DWORD stream, size_t count, size_t piece) {
-    constexpr size_t PERIOD = 26;
+    constexpr size_t period = 26;
     if (piece == 0) {
-        fail(NOT_UNDERSTOOD, L"pieces of nothing");
+        fail(notUnderstood, L"pieces of nothing");
     }
-    std::string pattern(std::min(count, piece) + PERIOD, '\0');
+    std::string pattern(std::min(count, piece) + period, '\0');
     for (size_t at = 0; at < pattern.size(); ++at) {
-        pattern[at] = static_cast<char>('a' + at % PERIOD);
+        pattern[at] = static_cast<char>('a' + at % period);
     }
     HANDLE file = GetStdHandle(stream);
     for (size_t done = 0; done < count; done += piece) {
-        write(file, pattern.data() + done % PERIOD, std::min(piece, count - done));
+        write(file, pattern.data() + done % period, std::min(piece, count - done));
     }
 }
 
@@ -235,7 +235,7 @@ struct Action {
 
 using Arguments = const wchar_t* const*;
 
-constexpr Action ACTIONS[] = {
+constexpr Action knownActions[] = {
     {L"out", 2, [](Arguments a) { writePattern(STD_OUTPUT_HANDLE, number(a[0]), number(a[1])); }},
     {L"err", 2, [](Arguments a) { writePattern(STD_ERROR_HANDLE, number(a[0]), number(a[1])); }},
     {L"say", 1, [](Arguments a) { print(a[0]); }},
@@ -277,13 +277,13 @@ Arguments perform(Arguments first, Arguments last) {
         spawn(first + 1, rest);
         return rest;
     }
-    for (const Action& action : ACTIONS) {
+    for (const Action& action : knownActions) {
         if (name == action.name && available >= static_cast<size_t>(action.argumentCount)) {
             action.perform(first);
             return first + action.argumentCount;
         }
     }
-    fail(NOT_UNDERSTOOD, L"can't understand " + name);
+    fail(notUnderstood, L"can't understand " + name);
 }
 
 }  // namespace

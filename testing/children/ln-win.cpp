@@ -11,7 +11,7 @@
 
 int wmain(int count, wchar_t** arguments) {
     if (count != 4 || std::wstring(arguments[1]) != L"-s") {
-        child::fail(child::NOT_UNDERSTOOD, L"ln -s TARGET NAME");
+        child::fail(child::notUnderstood, L"ln -s TARGET NAME");
     }
     const std::optional<std::wstring> native = child::nativeName(arguments[3]);
     HANDLE file = native ? CreateFileW(child::linkFile(*native).c_str(), GENERIC_WRITE, 0, nullptr,
@@ -20,7 +20,7 @@ int wmain(int count, wchar_t** arguments) {
     if (file == INVALID_HANDLE_VALUE) {
         return 1;
     }
-    const std::string content = child::LINK_MARK + child::utf8(arguments[2]);
+    const std::string content = child::linkMark + child::utf8(arguments[2]);
     child::write(file, content.data(), content.size());
     return 0;
 }

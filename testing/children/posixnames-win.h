@@ -17,7 +17,7 @@ std::optional<std::wstring> nativeName(const std::wstring& name);
 /// Returns the name of the file that holds a link.
 std::wstring linkFile(const std::wstring& native);
 
-constexpr char LINK_MARK[] = "!<symlink>";
+constexpr char linkMark[] = "!<symlink>";
 
 /// Returns an environment variable, or an empty text if it isn't set.
 std::wstring variable(const wchar_t* name);

@@ -22,7 +22,7 @@ int wmain(int count, wchar_t** arguments) {
     }
     std::array<char, 4096> buffer;
     const std::string content(buffer.data(), child::read(file, buffer.data(), buffer.size()));
-    const std::string mark = child::LINK_MARK;
+    const std::string mark = child::linkMark;
     if (!content.starts_with(mark)) {
         return 1;
     }

@@ -126,7 +126,7 @@ void* keep(void* memory) {
     return memory;
 }
 
-const Row ROWS[] = {
+const Row rows[] = {
     {"LocalAlloc", localMemory, freeLocal, {.mLocalBlocks = 1}},
     {"AllocateAndInitializeSid", sid, [](void* it) { FreeSid(it); }, {.mSids = 1}},
     {"ConvertStringSidToSidW", sidOfText, freeLocal, {.mLocalBlocks = 1}},
@@ -154,7 +154,7 @@ const Row ROWS[] = {
 };
 
 TEST(OwnershipCountTest, WhatIsAcquiredCountsUntilItGoesBack) {
-    for (const Row& row : ROWS) {
+    for (const Row& row : rows) {
         const OwnershipCount count;
         void* const memory = row.mAcquire();
         EXPECT_NE(memory, nullptr) << row.mName;
@@ -246,13 +246,13 @@ public:
 };
 
 TEST(OwnershipTestTest, ATestThatLeavesNothingPasses) {
-    for (const Row& row : ROWS) {
+    for (const Row& row : rows) {
         RunFixture().run(row, /*isReleasedWithin=*/true);
     }
 }
 
 TEST(OwnershipTestTest, ATestThatLeaksFailsWhateverItLeaks) {
-    for (const Row& row : ROWS) {
+    for (const Row& row : rows) {
         static const Row* gRow;  // the macro's statement can't use locals
         gRow = &row;
         EXPECT_NONFATAL_FAILURE(RunFixture().run(*gRow, /*isReleasedWithin=*/false),

@@ -27,16 +27,16 @@ struct HandleTable {
     HandleRow rows[1];
 };
 
-constexpr auto SYSTEM_HANDLES = static_cast<SYSTEM_INFORMATION_CLASS>(16);
-constexpr NTSTATUS TOO_SMALL = static_cast<NTSTATUS>(0xC0000004);
+constexpr auto systemHandles = static_cast<SYSTEM_INFORMATION_CLASS>(16);
+constexpr NTSTATUS tooSmall = static_cast<NTSTATUS>(0xC0000004);
 
 size_t rowsOfThisProcess() {
     const auto query = findFunction<decltype(NtQuerySystemInformation)>(
         GetModuleHandleW(L"ntdll.dll"), "NtQuerySystemInformation");
     std::vector<std::byte> buffer(1 << 16);
     NTSTATUS status = 0;
-    while ((status = query(SYSTEM_HANDLES, buffer.data(), static_cast<ULONG>(buffer.size()),
-                           nullptr)) == TOO_SMALL) {
+    while ((status = query(systemHandles, buffer.data(), static_cast<ULONG>(buffer.size()),
+                           nullptr)) == tooSmall) {
         buffer.resize(buffer.size() * 2);
     }
     if (status != 0) {

@@ -46,10 +46,10 @@ protected:
     RegisteredProvider mProvider;
 };
 
-constexpr const char* TWO_VIEWS = "m: | \\\\view\nx: | \\\\view\\tag1\ny: | \\\\view\\Tag2\n";
+constexpr const char* twoViews = "m: | \\\\view\nx: | \\\\view\\tag1\ny: | \\\\view\\Tag2\n";
 
 TEST_F(DrivesTest, TheDriveMapIsWhatTheProviderHasConnected) {
-    EXPECT_EQ(answer(TWO_VIEWS, {"drives"}),
+    EXPECT_EQ(answer(twoViews, {"drives"}),
               "{\"mvfsRoot\":\"M:\",\"drives\":{\"X:\":\"tag1\",\"Y:\":\"Tag2\"}}\n");
 }
 
@@ -89,14 +89,14 @@ TEST_F(DrivesTest, WithoutConnectionsThereAreNoDrivesAndNoWords) {
 }
 
 TEST_F(DrivesTest, APathIsMovedToTheRouteOfItsTagAndBack) {
-    EXPECT_EQ(answer(TWO_VIEWS, {"canonicalize", "--tag", "M:\\tag1\\vob", "X:\\vob\\a.c"}),
+    EXPECT_EQ(answer(twoViews, {"canonicalize", "--tag", "M:\\tag1\\vob", "X:\\vob\\a.c"}),
               "{\"path\":\"X:\\\\vob\\\\a.c\",\"canonical\":\"M:\\\\tag1\\\\vob\\\\a.c\"}\n");
-    EXPECT_EQ(answer(TWO_VIEWS, {"canonicalize", "--tag", "X:\\vob", "M:\\tag1\\vob\\a.c"}),
+    EXPECT_EQ(answer(twoViews, {"canonicalize", "--tag", "X:\\vob", "M:\\tag1\\vob\\a.c"}),
               "{\"path\":\"M:\\\\tag1\\\\vob\\\\a.c\",\"canonical\":\"X:\\\\vob\\\\a.c\"}\n");
 }
 
 TEST_F(DrivesTest, APathOutsideTheTagsStaysInForwardSlashes) {
-    EXPECT_EQ(answer(TWO_VIEWS, {"canonicalize", "--cwd", "Y:\\w", "--tag", "X:\\vob", "a\\..\\b"}),
+    EXPECT_EQ(answer(twoViews, {"canonicalize", "--cwd", "Y:\\w", "--tag", "X:\\vob", "a\\..\\b"}),
               "{\"path\":\"a\\\\..\\\\b\",\"canonical\":\"Y:/w/b\"}\n");
 }
 
@@ -109,7 +109,7 @@ TEST_F(DrivesTest, WhatAProviderGaveBeforeItFailedIsKept) {
 }
 
 TEST_F(DrivesTest, AProviderThatDoesNotOpenLeavesNoDrives) {
-    const ChildResult result = ask(std::string("open 1208\n") + TWO_VIEWS, {"drives"});
+    const ChildResult result = ask(std::string("open 1208\n") + twoViews, {"drives"});
     EXPECT_EQ(result.exitCode, 0U);
     EXPECT_EQ(result.output, "{\"mvfsRoot\":\"\",\"drives\":{}}\n");
 }
@@ -137,7 +137,7 @@ void expectWords(const std::string& text, const std::string& before, const std::
     EXPECT_EQ(text.find('\n'), text.size() - 1) << text;
 }
 
-constexpr const char* LOOKUP = "nbclearcase:  initialization error looking up MVFS drives:  ";
+constexpr const char* lookup = "nbclearcase:  initialization error looking up MVFS drives:  ";
 
 TEST(NoProviderTest, WithoutAnyProviderTheLibraryLoadsWithAComplaintAndNoDrives) {
     const RegisteredProvider outer;  // restores the registry
@@ -150,20 +150,20 @@ TEST(NoProviderTest, WithoutAnyProviderTheLibraryLoadsWithAComplaintAndNoDrives)
         GTEST_SKIP() << "this system has network providers of its own: " << system.output;
     }
     const ChildResult result = loadIn("");
-    expectWords(result.error, std::string(LOOKUP) + "WNetOpenEnum: ", "1222");
+    expectWords(result.error, std::string(lookup) + "WNetOpenEnum: ", "1222");
     EXPECT_EQ(result.output, "loaded\nMVFS drive ''\n");
     EXPECT_EQ(result.exitCode, 0U);
 }
 
 TEST(FailingNetworkTest, AnEnumerationThatDoesNotOpenIsComplainedOf) {
     const ChildResult result = loadIn("failingmpr", {{"FAILING_MPR_OPEN", "1208"}});
-    expectWords(result.error, std::string(LOOKUP) + "WNetOpenEnum: ", "1208");
+    expectWords(result.error, std::string(lookup) + "WNetOpenEnum: ", "1208");
     EXPECT_EQ(result.output, "loaded\nMVFS drive ''\n");
 }
 
 TEST(FailingNetworkTest, AfterAFailureOnTheWayTheViewDrivesStayAndTheMvfsDriveDoesNot) {
     const ChildResult result = loadIn("failingmpr", {{"FAILING_MPR", "234"}});
-    expectWords(result.error, std::string(LOOKUP) + "WNetEnumResource: ", "234");
+    expectWords(result.error, std::string(lookup) + "WNetEnumResource: ", "234");
     EXPECT_EQ(result.output, "loaded\nMVFS drive ''\nX: tag1\n");
 }
 

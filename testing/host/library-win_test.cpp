@@ -55,7 +55,7 @@ protected:
     ShippedLibrary mLibrary;
 };
 
-constexpr const char* COMPLAINT = "Invalid line in [vobs]:  bad\n";
+constexpr const char* badLineComplaint = "Invalid line in [vobs]:  bad\n";
 
 std::string refusalOf(TableByNumber& table, void (TableByNumber::*operation)()) {
     try {
@@ -72,7 +72,7 @@ TEST_F(LibraryTest, TheTwelveOperationsStandInTheirOrderBehindTheDestructor) {
     const EnvironmentScope view("CLEARCASE_ROOT", "/view/abc");
 
     EXPECT_EQ(table.operation1(), "") << "getOutput";
-    EXPECT_EQ(table.operation2(), COMPLAINT) << "getError";
+    EXPECT_EQ(table.operation2(), badLineComplaint) << "getError";
     table.operation3();  // clearMessages
     EXPECT_EQ(table.operation2(), "");
     std::string version;
@@ -107,7 +107,7 @@ TEST_F(LibraryTest, AnyArgumentMakesTheSameConnection) {
     int something = 0;
     for (void* argument :
          {static_cast<void*>(nullptr), static_cast<void*>(&something), static_cast<void*>(this)}) {
-        EXPECT_EQ(mLibrary.connect(argument)->getError(), COMPLAINT);
+        EXPECT_EQ(mLibrary.connect(argument)->getError(), badLineComplaint);
     }
 }
 

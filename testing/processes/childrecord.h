@@ -9,11 +9,11 @@ namespace testing_support {
 /// What a Cygwin process passes to its child.
 using ChildRecord = std::vector<unsigned char>;
 
-inline constexpr uint32_t INTRO = 0xaf00fa00;
+inline constexpr uint32_t intro = 0xaf00fa00;
 /// CHILD_INFO_MAGIC of the known releases.
-inline constexpr uint32_t KNOWN_MAGICS[] = {0xe850717a, 0x7901d74e, 0x3ebda16a, 0x3a24db6a,
-                                            0x704d1f7e, 0x110015ea, 0x1630848c, 0x0a189e57,
-                                            0x0482b2ea, 0x88e640f7, 0x4160e87b, 0xc87757a7};
+inline constexpr uint32_t knownMagics[] = {0xe850717a, 0x7901d74e, 0x3ebda16a, 0x3a24db6a,
+                                           0x704d1f7e, 0x110015ea, 0x1630848c, 0x0a189e57,
+                                           0x0482b2ea, 0x88e640f7, 0x4160e87b, 0xc87757a7};
 
 /// Stores `word` in little-endian order. Bytes after the record's end are dropped.
 inline void putWord(ChildRecord& record, size_t offset, uint32_t word) {
@@ -29,7 +29,7 @@ inline ChildRecord newerRecord(size_t size, uint32_t magic) {
         putWord(record, offset, 0);
     }
     putWord(record, 16, static_cast<uint32_t>(size));
-    putWord(record, 20, INTRO);
+    putWord(record, 20, intro);
     putWord(record, 24, magic);
     return record;
 }
@@ -38,7 +38,7 @@ inline ChildRecord newerRecord(size_t size, uint32_t magic) {
 inline ChildRecord olderRecord(size_t size, uint32_t magic) {
     ChildRecord record(size, 0xCC);
     putWord(record, 4, static_cast<uint32_t>(size));
-    putWord(record, 8, INTRO);
+    putWord(record, 8, intro);
     putWord(record, 12, magic);
     return record;
 }

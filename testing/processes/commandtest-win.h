@@ -58,7 +58,7 @@ struct StreamChoice {
         EXPECT_EQ(result.error, isCaptured && !isMerged ? words : "");
     }
 };
-inline constexpr StreamChoice STREAM_CHOICES[] = {
+inline constexpr StreamChoice streamChoices[] = {
     {false, true}, {true, true}, {false, false}, {true, false}};
 
 /// Until the scope ends, the standard output and error of this process are two empty files, as they

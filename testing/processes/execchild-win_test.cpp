@@ -20,10 +20,10 @@ namespace {
 
 using namespace testing_support;
 
-const std::filesystem::path PROGRAM = testing_support::testProgramFolder() / "execchild.exe";
+const std::filesystem::path childProgram = testing_support::testProgramFolder() / "execchild.exe";
 
 ChildResult run(std::vector<std::string> actions) {
-    return testing_support::runChild({.program = PROGRAM, .arguments = std::move(actions)});
+    return testing_support::runChild({.program = childProgram, .arguments = std::move(actions)});
 }
 
 std::string contentOf(const std::filesystem::path& file) {
@@ -155,7 +155,7 @@ TEST(ExecChildTest, ItTellsItsHandles) {
 
 TEST(ExecChildTest, ItTellsItsEnvironment) {
     const ChildRun child = {
-        .program = PROGRAM,
+        .program = childProgram,
         .arguments = {"variable", "NBCC_ONE", "say", "|", "variable", "NBCC_NONE", "say", "|\n",
                       "environment"},
         .environment = {{"NBCC_ONE", "\xc3\xa4 1"}, {"NBCC_NONE", std::nullopt}}};
@@ -168,14 +168,14 @@ TEST(ExecChildTest, ItTellsItsFolderAlone) {
     const TempFolder folder;
     const std::string output =
         testing_support::runChild(
-            {.program = PROGRAM, .arguments = {"folder"}, .folder = folder.path()})
+            {.program = childProgram, .arguments = {"folder"}, .folder = folder.path()})
             .output;
     EXPECT_TRUE(std::filesystem::equivalent(output, folder.path())) << output;
 }
 
 TEST(ExecChildTest, ItTellsItsCommandLineAsItCame) {
     EXPECT_EQ(run({"say", "x", "arguments", "a b", "dance"}).output,
-              "x\"" + PROGRAM.string() + R"(" "say" "x" "arguments" "a b" "dance")");
+              "x\"" + childProgram.string() + R"(" "say" "x" "arguments" "a b" "dance")");
 }
 
 TEST(ExecChildTest, ItWaitsForFilesAndMakesThem) {

@@ -31,10 +31,10 @@ public:
 
     const std::filesystem::path& root() const { return mRoot; }
     /// Returns the Windows name, with slashes, of a POSIX name (UTF-8) that begins with a slash.
-    std::string native(const std::string& name) const { return mFolder.utf8(ROOT) + name; }
+    std::string native(const std::string& name) const { return mFolder.utf8(rootFolder) + name; }
     /// Writes a file and returns its Windows name. Its folder must exist.
     std::string write(const std::string& name, const std::string& content = {}) const {
-        return mFolder.write(ROOT + name, content);
+        return mFolder.write(rootFolder + name, content);
     }
     /// Creates a link and returns its Windows name (".lnk" is appended to the name of its file).
     std::string link(const std::string& name, const std::string& target) const {
@@ -66,10 +66,10 @@ private:
     }
     static inline decltype(&CreateProcessW) gStart = nullptr;
 
-    static inline const std::string ROOT = "posixroot";
+    static inline const std::string rootFolder = "posixroot";
 
     const TempFolder& mFolder;
-    std::filesystem::path mRoot = mFolder.path() / ROOT;
+    std::filesystem::path mRoot = mFolder.path() / rootFolder;
     EnvironmentScope mRootVariable{"NBCC_POSIX_ROOT", mRoot.string()};
     EnvironmentScope mPath{"PATH", tools().string()};
     struct Starts {

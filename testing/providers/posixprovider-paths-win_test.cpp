@@ -13,7 +13,7 @@ namespace {
 
 using namespace testing_support;
 
-constexpr int FAILURE = 4711;
+constexpr int failure = 4711;
 
 struct Text {
     const char* data;
@@ -88,11 +88,11 @@ TEST_F(PosixPathsTest, NextWithoutANextHolderEndsTheRest) {
 TEST_F(PosixPathsTest, AFailingNextEndsTheRestUnlessItHandsItOver) {
     mProvider.setMounts("a\t/a\tx\nb\t/b\tx");
     for (const bool withResult : {false, true}) {
-        mProvider.fail(POSIXPROVIDER_MOUNT_NEXT, 1, FAILURE, withResult);
+        mProvider.fail(POSIXPROVIDER_MOUNT_NEXT, 1, failure, withResult);
         void* mount = nullptr;
         EXPECT_EQ(callAt(system(), 560, &mount), 0);
         void* errors = nullptr;
-        EXPECT_EQ(callAt(mount, 16, &mount, &mount, &errors), FAILURE);
+        EXPECT_EQ(callAt(mount, 16, &mount, &mount, &errors), failure);
         EXPECT_EQ(mProvider.count(POSIXPROVIDER_COUNT_MOUNTS), withResult ? 1 : 0);
         EXPECT_EQ(mount != nullptr, withResult);
         EXPECT_EQ(callAt(errors, 24, &errors), 0);
@@ -108,35 +108,35 @@ TEST_F(PosixPathsTest, PathsAreConvertedByTheLongestMountThatCoversThem) {
         "C:/pos/bin\t/usr/bin\tntfs\n"
         "D:\\\t/d/\tfat\n"
         "none\t/cygdrive\tcygdrive\n");
-    constexpr size_t INTERNALIZE = 64;
-    constexpr size_t EXTERNALIZE = 72;
-    constexpr size_t INTERNALIZE_EXECUTION = 80;
-    constexpr size_t EXTERNALIZE_EXECUTION = 88;
+    constexpr size_t internalize = 64;
+    constexpr size_t externalize = 72;
+    constexpr size_t internalizeExecution = 80;
+    constexpr size_t externalizeExecution = 88;
     const struct {
         size_t offset;
         const char* path;
         const char* converted;
     } rows[] = {
-        {EXTERNALIZE, "/", "C:\\pos"},
-        {EXTERNALIZE, "/a/b", "C:\\pos\\a\\b"},
-        {EXTERNALIZE, "/usr/bin", "C:\\pos\\bin"},
-        {EXTERNALIZE, "/usr/bin/ls", "C:\\pos\\bin\\ls"},
-        {EXTERNALIZE, "/usr/bin2", "C:\\pos\\usr\\bin2"},
-        {EXTERNALIZE, "/d", "D:\\"},
-        {EXTERNALIZE, "/d/x", "D:\\x"},
-        {EXTERNALIZE, "/cygdrive/x", "C:\\pos\\cygdrive\\x"},
-        {EXTERNALIZE, "a/b", "(null)"},
-        {INTERNALIZE, "c:\\POS\\a/b", "/a/b"},
-        {INTERNALIZE, "C:/pos/bin\\ls", "/usr/bin/ls"},
-        {INTERNALIZE, "C:/pos", "/"},
-        {INTERNALIZE, "D:\\x", "/d/x"},
-        {INTERNALIZE, "D:/", "/d/"},
-        {INTERNALIZE, "E:\\x", "(null)"},
-        {EXTERNALIZE_EXECUTION, "/usr/bin/ls", "C:\\pos\\bin\\ls.exe"},
-        {EXTERNALIZE_EXECUTION, "/a.d/x.sh", "C:\\pos\\a.d\\x.sh"},
-        {EXTERNALIZE_EXECUTION, "a", "(null)"},
-        {INTERNALIZE_EXECUTION, "C:\\pos\\bin\\ls.EXE", "/usr/bin/ls"},
-        {INTERNALIZE_EXECUTION, "C:\\pos\\bin\\ls.com", "/usr/bin/ls.com"},
+        {externalize, "/", "C:\\pos"},
+        {externalize, "/a/b", "C:\\pos\\a\\b"},
+        {externalize, "/usr/bin", "C:\\pos\\bin"},
+        {externalize, "/usr/bin/ls", "C:\\pos\\bin\\ls"},
+        {externalize, "/usr/bin2", "C:\\pos\\usr\\bin2"},
+        {externalize, "/d", "D:\\"},
+        {externalize, "/d/x", "D:\\x"},
+        {externalize, "/cygdrive/x", "C:\\pos\\cygdrive\\x"},
+        {externalize, "a/b", "(null)"},
+        {internalize, "c:\\POS\\a/b", "/a/b"},
+        {internalize, "C:/pos/bin\\ls", "/usr/bin/ls"},
+        {internalize, "C:/pos", "/"},
+        {internalize, "D:\\x", "/d/x"},
+        {internalize, "D:/", "/d/"},
+        {internalize, "E:\\x", "(null)"},
+        {externalizeExecution, "/usr/bin/ls", "C:\\pos\\bin\\ls.exe"},
+        {externalizeExecution, "/a.d/x.sh", "C:\\pos\\a.d\\x.sh"},
+        {externalizeExecution, "a", "(null)"},
+        {internalizeExecution, "C:\\pos\\bin\\ls.EXE", "/usr/bin/ls"},
+        {internalizeExecution, "C:\\pos\\bin\\ls.com", "/usr/bin/ls.com"},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(convert(row.offset, row.path), row.converted) << row.offset << ' ' << row.path;
@@ -155,7 +155,7 @@ void* allocate(Allocator* allocator, size_t size) {
     return allocator->buffer;
 }
 
-const void* const ALLOCATOR_TABLE[] = {nullptr, reinterpret_cast<const void*>(allocate)};
+const void* const allocatorTable[] = {nullptr, reinterpret_cast<const void*>(allocate)};
 
 TEST_F(PosixPathsTest, ALinkIsReadIntoTheBufferOfTheAllocator) {
     EXPECT_EQ(callAt(system(), 464, "target", "/link"), 0);
@@ -163,7 +163,7 @@ TEST_F(PosixPathsTest, ALinkIsReadIntoTheBufferOfTheAllocator) {
     EXPECT_EQ(mProvider.link("/link"), "target");
 
     char buffer[16] = "";
-    Allocator allocator = {.table = ALLOCATOR_TABLE, .size = 0, .buffer = buffer};
+    Allocator allocator = {.table = allocatorTable, .size = 0, .buffer = buffer};
     char* result = nullptr;
     int64_t more = 0;
     EXPECT_EQ(callAt(system(), 472, "/link", &allocator, &result, &more), 0);

@@ -15,8 +15,8 @@ namespace {
 using namespace testing_support;
 using Time = PosixProvider::Time;
 
-constexpr int SIGNAL = 50;
-constexpr int FAILURE = 4711;
+constexpr int someSignal = 50;
+constexpr int failure = 4711;
 
 class PosixProviderTest : public testing::Test {
 protected:
@@ -29,11 +29,11 @@ protected:
         return made;
     }
 
-    /// Returns a set in `mStorage` with the signal SIGNAL.
+    /// Returns a set in `mStorage` with the signal someSignal.
     void* makeSet() {
         void* set = nullptr;
         EXPECT_EQ(callAt(system(), 248, static_cast<void*>(mStorage), &set), 0);
-        EXPECT_EQ(callAt(set, 56, SIGNAL), 0);
+        EXPECT_EQ(callAt(set, 56, someSignal), 0);
         return set;
     }
 
@@ -76,7 +76,7 @@ struct Waiter {
 
 void* awaitSignal(void* argument) {
     auto* waiter = static_cast<Waiter*>(argument);
-    waiter->blocks = waiter->provider.isBlocked(SIGNAL);
+    waiter->blocks = waiter->provider.isBlocked(someSignal);
     callAt(waiter->system, 272, waiter->set, &waiter->signal);
     return argument;
 }
@@ -91,13 +91,13 @@ TEST_F(PosixProviderTest, AThreadReceivesASignalThatItWaitsForAndInheritsTheMask
     EXPECT_TRUE(mProvider.awaitBlocked(POSIXPROVIDER_SYSTEM_SIGWAIT));
     EXPECT_EQ(mProvider.count(POSIXPROVIDER_COUNT_THREADS), 1);
 
-    EXPECT_EQ(callAt(system(), 224, callAt<int64_t>(system(), 200), SIGNAL), 0);
+    EXPECT_EQ(callAt(system(), 224, callAt<int64_t>(system(), 200), someSignal), 0);
     void* result = nullptr;
     EXPECT_EQ(callAt(system(), 312, thread, &result), 0);
     EXPECT_EQ(result, &waiter);
-    EXPECT_EQ(waiter.signal, SIGNAL);
+    EXPECT_EQ(waiter.signal, someSignal);
     EXPECT_TRUE(waiter.blocks);
-    EXPECT_FALSE(mProvider.isPending(SIGNAL));
+    EXPECT_FALSE(mProvider.isPending(someSignal));
 }
 
 TEST_F(PosixProviderTest, ABlockedSignalIsPendingUntilItIsUnblocked) {
@@ -106,16 +106,16 @@ TEST_F(PosixProviderTest, ABlockedSignalIsPendingUntilItIsUnblocked) {
     alignas(16) std::byte storage[64];
     EXPECT_EQ(callAt(system(), 256, static_cast<void*>(storage), &action), 0);
     callAt(action, 40, POSIXPROVIDER_IGNORE_DISPOSITION);
-    EXPECT_EQ(callAt(system(), 264, SIGNAL, action, static_cast<void*>(nullptr)), 0);
-    EXPECT_EQ(mProvider.disposition(SIGNAL), POSIXPROVIDER_IGNORE_DISPOSITION);
+    EXPECT_EQ(callAt(system(), 264, someSignal, action, static_cast<void*>(nullptr)), 0);
+    EXPECT_EQ(mProvider.disposition(someSignal), POSIXPROVIDER_IGNORE_DISPOSITION);
 
     EXPECT_EQ(block(set), 0);
-    EXPECT_TRUE(mProvider.isBlocked(SIGNAL));
-    mProvider.raise(SIGNAL);
-    EXPECT_TRUE(mProvider.isPending(SIGNAL));
+    EXPECT_TRUE(mProvider.isBlocked(someSignal));
+    mProvider.raise(someSignal);
+    EXPECT_TRUE(mProvider.isPending(someSignal));
     EXPECT_EQ(unblock(set), 0);
-    EXPECT_FALSE(mProvider.isPending(SIGNAL));
-    EXPECT_EQ(mProvider.delivered(SIGNAL), 1);
+    EXPECT_FALSE(mProvider.isPending(someSignal));
+    EXPECT_EQ(mProvider.delivered(someSignal), 1);
 }
 
 TEST_F(PosixProviderTest, TheSignalThatIsIgnoredByDefaultChangesNothing) {
@@ -126,17 +126,17 @@ TEST_F(PosixProviderTest, TheSignalThatIsIgnoredByDefaultChangesNothing) {
 using PosixProviderDeathTest = PosixProviderTest;
 
 TEST_F(PosixProviderDeathTest, ASignalThatNobodyBlocksEndsTheProcess) {
-    EXPECT_EXIT(mProvider.raise(SIGNAL), testing::ExitedWithCode(128 + SIGNAL), ".*");
+    EXPECT_EXIT(mProvider.raise(someSignal), testing::ExitedWithCode(128 + someSignal), ".*");
 }
 
 TEST_F(PosixProviderDeathTest, ASignalThatWasPendingEndsTheProcessWhenItIsUnblocked) {
     const auto raiseAndUnblock = [this] {
         void* set = makeSet();
         block(set);
-        mProvider.raise(SIGNAL);
+        mProvider.raise(someSignal);
         unblock(set);
     };
-    EXPECT_EXIT(raiseAndUnblock(), testing::ExitedWithCode(128 + SIGNAL), ".*");
+    EXPECT_EXIT(raiseAndUnblock(), testing::ExitedWithCode(128 + someSignal), ".*");
 }
 
 TEST_F(PosixProviderDeathTest, ExitEndsTheProcessWithItsCode) {
@@ -262,9 +262,9 @@ TEST_F(PosixProviderWaitTest, MisuseOfAMutexIsAFaultAndFails) {
 }
 
 TEST_F(PosixProviderTest, AnEntryFailsAtTheCallThatWasSaid) {
-    mProvider.fail(POSIXPROVIDER_SYSTEM_CHDIR, 2, FAILURE, /*withResult=*/false);
+    mProvider.fail(POSIXPROVIDER_SYSTEM_CHDIR, 2, failure, /*withResult=*/false);
     EXPECT_EQ(callAt(system(), 536, "/a"), 0);
-    EXPECT_EQ(callAt(system(), 536, "/b"), FAILURE);
+    EXPECT_EQ(callAt(system(), 536, "/b"), failure);
     EXPECT_EQ(mProvider.directory(), "/a");
     EXPECT_EQ(callAt(system(), 536, "/c"), 0);
     EXPECT_EQ(mProvider.directory(), "/c");
@@ -273,11 +273,11 @@ TEST_F(PosixProviderTest, AnEntryFailsAtTheCallThatWasSaid) {
 
 TEST_F(PosixProviderTest, AFailureMayComeWithTheResult) {
     void* mutex = this;
-    mProvider.failNext(POSIXPROVIDER_SYSTEM_MUTEX_CREATE, FAILURE);
-    EXPECT_EQ(callAt(system(), 360, &mutex), FAILURE);
+    mProvider.failNext(POSIXPROVIDER_SYSTEM_MUTEX_CREATE, failure);
+    EXPECT_EQ(callAt(system(), 360, &mutex), failure);
     EXPECT_EQ(mutex, nullptr);
-    mProvider.failNextWithResult(POSIXPROVIDER_SYSTEM_MUTEX_CREATE, FAILURE);
-    EXPECT_EQ(callAt(system(), 360, &mutex), FAILURE);
+    mProvider.failNextWithResult(POSIXPROVIDER_SYSTEM_MUTEX_CREATE, failure);
+    EXPECT_EQ(callAt(system(), 360, &mutex), failure);
     ASSERT_NE(mutex, nullptr);
     EXPECT_EQ(callAt<void*>(mutex, 0), system());
     EXPECT_EQ(disown(mutex), 0);
@@ -285,9 +285,9 @@ TEST_F(PosixProviderTest, AFailureMayComeWithTheResult) {
 
 TEST_F(PosixProviderTest, AFailingEndGivesACountedReferenceToTheSystem) {
     void* mutex = make(360);
-    mProvider.failNext(POSIXPROVIDER_MUTEX_DISOWN, FAILURE);
+    mProvider.failNext(POSIXPROVIDER_MUTEX_DISOWN, failure);
     void* errors = nullptr;
-    EXPECT_EQ(callAt(mutex, 16, &mutex, &errors), FAILURE);
+    EXPECT_EQ(callAt(mutex, 16, &mutex, &errors), failure);
     EXPECT_EQ(mutex, nullptr);
     ASSERT_EQ(errors, system());
     EXPECT_EQ(mProvider.count(POSIXPROVIDER_COUNT_REFERENCES), 2);

@@ -19,11 +19,11 @@
 namespace testing_support {
 namespace {
 
-constexpr const wchar_t* ORDER_KEY = L"SYSTEM\\CurrentControlSet\\Control\\NetworkProvider\\Order";
-constexpr const wchar_t* ORDER_VALUE = L"ProviderOrder";
-constexpr const wchar_t* SERVICE = L"MvfsProvider";
-constexpr const wchar_t* SERVICE_KEY = L"SYSTEM\\CurrentControlSet\\Services\\MvfsProvider";
-constexpr const wchar_t* PROVIDER_KEY =
+constexpr const wchar_t* orderKey = L"SYSTEM\\CurrentControlSet\\Control\\NetworkProvider\\Order";
+constexpr const wchar_t* orderValue = L"ProviderOrder";
+constexpr const wchar_t* serviceName = L"MvfsProvider";
+constexpr const wchar_t* serviceKey = L"SYSTEM\\CurrentControlSet\\Services\\MvfsProvider";
+constexpr const wchar_t* providerKey =
     L"SYSTEM\\CurrentControlSet\\Services\\MvfsProvider\\NetworkProvider";
 
 void check(LSTATUS status, const char* call) {
@@ -178,27 +178,27 @@ void installProvider(std::filesystem::path library) {
     if (library.empty()) {
         library = testProgramFolder() / "mvfsprovider.dll";
     }
-    writeText(PROVIDER_KEY, L"Name", L"ClearCase Dynamic Views");
-    writeText(PROVIDER_KEY, L"ProviderPath", library.make_preferred().wstring());
-    writeText(ORDER_KEY, ORDER_VALUE, withService(readText(ORDER_KEY, ORDER_VALUE), SERVICE));
+    writeText(providerKey, L"Name", L"ClearCase Dynamic Views");
+    writeText(providerKey, L"ProviderPath", library.make_preferred().wstring());
+    writeText(orderKey, orderValue, withService(readText(orderKey, orderValue), serviceName));
 }
 
 void removeProvider() {
-    const std::wstring order = readText(ORDER_KEY, ORDER_VALUE);
-    const std::wstring rest = withoutService(order, SERVICE);
+    const std::wstring order = readText(orderKey, orderValue);
+    const std::wstring rest = withoutService(order, serviceName);
     if (rest != order) {
-        writeText(ORDER_KEY, ORDER_VALUE, rest);
+        writeText(orderKey, orderValue, rest);
     }
-    const LSTATUS status = RegDeleteTreeW(HKEY_LOCAL_MACHINE, SERVICE_KEY);
+    const LSTATUS status = RegDeleteTreeW(HKEY_LOCAL_MACHINE, serviceKey);
     if (status != ERROR_FILE_NOT_FOUND) {
         check(status, "RegDeleteTree");
     }
 }
 
 struct RegisteredProvider::Before {
-    ValueBefore order{ORDER_KEY, ORDER_VALUE};
-    ValueBefore name{PROVIDER_KEY, L"Name"};
-    ValueBefore path{PROVIDER_KEY, L"ProviderPath"};
+    ValueBefore order{orderKey, orderValue};
+    ValueBefore name{providerKey, L"Name"};
+    ValueBefore path{providerKey, L"ProviderPath"};
 };
 
 RegisteredProvider::RegisteredProvider(const std::filesystem::path& library) {

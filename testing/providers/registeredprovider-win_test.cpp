@@ -41,10 +41,10 @@ std::optional<std::wstring> order() {
                         L"ProviderOrder");
 }
 
-constexpr const wchar_t* PROVIDER_KEY =
+constexpr const wchar_t* providerKey =
     L"SYSTEM\\CurrentControlSet\\Services\\MvfsProvider\\NetworkProvider";
 
-std::optional<std::wstring> libraryPath() { return registryText(PROVIDER_KEY, L"ProviderPath"); }
+std::optional<std::wstring> libraryPath() { return registryText(providerKey, L"ProviderPath"); }
 
 bool keyExists(const wchar_t* path) {
     HKEY key = nullptr;
@@ -64,7 +64,7 @@ TEST(RegisteredProviderTest, TheRegistryNamesTheProviderUntilTheScopeEnds) {
             GTEST_SKIP() << provider.problem();
         }
         EXPECT_EQ(order(), withService(orderBefore.value_or(L""), L"MvfsProvider"));
-        EXPECT_EQ(registryText(PROVIDER_KEY, L"Name"), L"ClearCase Dynamic Views");
+        EXPECT_EQ(registryText(providerKey, L"Name"), L"ClearCase Dynamic Views");
         EXPECT_EQ(libraryPath(), L"C:\\some\\provider.dll");
     }
     EXPECT_EQ(order(), orderBefore);

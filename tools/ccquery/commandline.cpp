@@ -10,22 +10,22 @@ namespace {
 
 // CLI11 treats "[a,b]" as a list and "++" as the end of a command, but both are valid file names. A
 // leading character that no name contains protects them while the arguments are parsed.
-constexpr char SHIELD = '\x1f';
+constexpr char shieldMark = '\x1f';
 
 void shield(std::string& argument) {
     const bool list = argument.size() >= 2 && argument.front() == '[' && argument.back() == ']';
     if (list || argument == "++") {
-        argument.insert(argument.begin(), SHIELD);
+        argument.insert(argument.begin(), shieldMark);
     }
 }
 
 void unshield(std::string& argument) {
-    if (!argument.empty() && argument.front() == SHIELD) {
+    if (!argument.empty() && argument.front() == shieldMark) {
         argument.erase(argument.begin());
     }
 }
 
-const char* const EVERY_COMMAND =
+const char* const everyCommand =
     "\n--library, --config and --json go with every command: see ccquery --help.";
 
 /// The parser, its commands and the query that they fill.
@@ -77,7 +77,7 @@ private:
         CLI::App* added = mApp.add_subcommand(name, description);
         added->group("Commands");
         added->parse_complete_callback([this, command] { mQuery.command = command; });
-        added->footer("With --json: " + answer + EVERY_COMMAND);
+        added->footer("With --json: " + answer + everyCommand);
         return added;
     }
 

@@ -16,7 +16,7 @@ namespace {
 
 // Its message table has the messages for NTSTATUS values. Never released: failures can be reported
 // as long as the process runs.
-const HMODULE NTDLL = LoadLibraryA("NTDLL.DLL");
+const HMODULE ntdll = LoadLibraryA("NTDLL.DLL");
 
 const DWORD gMessageLanguage = MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT);
 
@@ -128,7 +128,7 @@ std::string win32ErrorText(const char* context, int error) {
 std::string ntErrorText(const char* context, uint32_t status) {
     const WindowsErrorScope scope;
     const std::optional<std::string> message =
-        findMessage(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_FROM_HMODULE, NTDLL, status);
+        findMessage(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_FROM_HMODULE, ntdll, status);
     return std::string(context) + ": " +
            (message ? *message : format(64, "NT error 0x%08x", status)) +
            format(32, " (0x%x)", status);

@@ -9,16 +9,16 @@ namespace {
 
 // Windows takes lengths as int. A longer text can't be converted, and casting its length would
 // convert something else: -1, for example, means up to the terminator.
-constexpr size_t LONGEST_TEXT = INT_MAX;
-constexpr size_t BYTES_PER_UNIT = 4;
+constexpr size_t longestText = INT_MAX;
+constexpr size_t bytesPerUnit = 4;
 
 }  // namespace
 
 std::string toUtf8(const std::wstring& text) {
-    if (text.empty() || text.size() > LONGEST_TEXT / BYTES_PER_UNIT) {
+    if (text.empty() || text.size() > longestText / bytesPerUnit) {
         return {};
     }
-    std::string result(text.size() * BYTES_PER_UNIT, '\0');
+    std::string result(text.size() * bytesPerUnit, '\0');
     const int size =
         WideCharToMultiByte(CP_UTF8, /*dwFlags=*/0, text.data(), static_cast<int>(text.size()),
                             result.data(), static_cast<int>(result.size()),
@@ -28,7 +28,7 @@ std::string toUtf8(const std::wstring& text) {
 }
 
 void appendWide(StringSpan text, std::wstring& result) {
-    if (text.length == 0 || text.length > LONGEST_TEXT) {
+    if (text.length == 0 || text.length > longestText) {
         return;
     }
     const size_t before = result.size();

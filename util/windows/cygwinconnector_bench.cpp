@@ -63,11 +63,11 @@ private:
 };
 
 /// For a thousand calls, each of which may take five nanoseconds more than the entry itself.
-constexpr int CALLS = 1000;
+constexpr int callCount = 1000;
 
 benchmark::Row wrapperRow(const char* operation) {
     benchmark::Row row = {operation, "the entry of the table", 1.0};
-    row.allowance = 5.0 * CALLS;
+    row.allowance = 5.0 * callCount;
     return row;
 }
 
@@ -75,7 +75,7 @@ template <class Call>
 auto thousand(Call call) {
     return [call] {
         int64_t sum = 0;
-        for (int i = 0; i < CALLS; ++i) {
+        for (int i = 0; i < callCount; ++i) {
             sum += call();
         }
         return sum;

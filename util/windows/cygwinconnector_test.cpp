@@ -16,7 +16,7 @@ namespace {
 using cygwin::connector;
 using namespace testing_support;
 
-constexpr int CODE = POSIXPROVIDER_NO_TEXT;
+constexpr int failureCode = POSIXPROVIDER_NO_TEXT;
 
 std::string thrownBy(void (*call)(const PosixProvider&), const PosixProvider& provider) {
     try {
@@ -65,7 +65,7 @@ TEST(ConnectorTest, WhatItNeedsAndCannotHaveIsThrown) {
     for (const auto& row : rows) {
         for (const bool withResult : {false, true}) {
             PosixProvider provider;
-            provider.fail(row.entry, 1, CODE, withResult);
+            provider.fail(row.entry, 1, failureCode, withResult);
             EXPECT_EQ(thrownBy(construct, provider), row.text);
             provider.expectClean();
         }
@@ -82,7 +82,7 @@ TEST(ConnectorTest, ALockThatCannotBeDisownedIsThrownByItsEnd) {
     };
     for (const auto& row : rows) {
         PosixProvider provider;
-        provider.failNextWithResult(row.entry, CODE);
+        provider.failNextWithResult(row.entry, failureCode);
         EXPECT_EQ(thrownBy(construct, provider), row.text);
         provider.expectClean();
     }
@@ -90,13 +90,13 @@ TEST(ConnectorTest, ALockThatCannotBeDisownedIsThrownByItsEnd) {
 
 TEST(ConnectorTest, TheConditionGoesBeforeTheMutexAndComesBehindIt) {
     PosixProvider provider;
-    provider.failNext(POSIXPROVIDER_SYSTEM_MUTEX_CREATE, CODE);
-    provider.failNext(POSIXPROVIDER_SYSTEM_COND_CREATE, CODE);
+    provider.failNext(POSIXPROVIDER_SYSTEM_MUTEX_CREATE, failureCode);
+    provider.failNext(POSIXPROVIDER_SYSTEM_COND_CREATE, failureCode);
     EXPECT_EQ(thrownBy(construct, provider), "vrpsx::system::mutex_create: error 9999");
     EXPECT_EQ(provider.calls(POSIXPROVIDER_SYSTEM_COND_CREATE), 0);
     EXPECT_EQ(thrownBy(construct, provider), "vrpsx::system::cond_create: error 9999");
-    provider.failNextWithResult(POSIXPROVIDER_MUTEX_DISOWN, CODE);
-    provider.failNextWithResult(POSIXPROVIDER_COND_DISOWN, CODE);
+    provider.failNextWithResult(POSIXPROVIDER_MUTEX_DISOWN, failureCode);
+    provider.failNextWithResult(POSIXPROVIDER_COND_DISOWN, failureCode);
     EXPECT_EQ(thrownBy(construct, provider), "vrpsx::cond::disown: error 9999");
     EXPECT_EQ(provider.calls(POSIXPROVIDER_MUTEX_DISOWN), 2);
     provider.expectClean();
@@ -106,7 +106,7 @@ TEST(ConnectorTest, WhileAnExceptionUnwindsItIsDropped) {
     for (const auto entry :
          {POSIXPROVIDER_COND_DISOWN, POSIXPROVIDER_MUTEX_DISOWN, POSIXPROVIDER_MUTEX_UNLOCK}) {
         PosixProvider provider;
-        provider.failNextWithResult(entry, CODE);
+        provider.failNextWithResult(entry, failureCode);
         EXPECT_THROW(
             {
                 const connector c(embeddingOf(provider));
@@ -121,7 +121,7 @@ TEST(ConnectorTest, AFailedStopAtItsEndGoesToStandardError) {
     PosixProvider provider;
     {
         const connector c(embeddingOf(provider));
-        provider.failNext(POSIXPROVIDER_MUTEX_LOCK, CODE);
+        provider.failNext(POSIXPROVIDER_MUTEX_LOCK, failureCode);
         testing::internal::CaptureStderr();
     }
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "vrpsx::mutex::lock: error 9999\n");
@@ -143,9 +143,9 @@ TEST(ConnectorTest, AProcessIsFoundByItsWindowsId) {
     EXPECT_EQ(c.last_error(), POSIXPROVIDER_MISSING_PROCESS);
     EXPECT_EQ(c.internalize_pid(4321), 77);
     EXPECT_EQ(c.last_error(), POSIXPROVIDER_MISSING_PROCESS) << "only a failure sets it";
-    provider.failNextWithResult(POSIXPROVIDER_INTERNALIZE_PID, CODE);
+    provider.failNextWithResult(POSIXPROVIDER_INTERNALIZE_PID, failureCode);
     EXPECT_EQ(c.internalize_pid(4321), callFailed) << "whatever the entry stored";
-    EXPECT_EQ(c.last_error(), CODE);
+    EXPECT_EQ(c.last_error(), failureCode);
 }
 
 TEST(ConnectorTest, AGroupIsFoundByThePid) {
@@ -156,9 +156,9 @@ TEST(ConnectorTest, AGroupIsFoundByThePid) {
     EXPECT_EQ(c.last_error(), POSIXPROVIDER_MISSING_PROCESS);
     EXPECT_EQ(c.getpgid(77), 70);
     EXPECT_EQ(c.last_error(), 0) << "a success sets it as well";
-    provider.failNextWithResult(POSIXPROVIDER_SYSTEM_GETPGID, CODE);
+    provider.failNextWithResult(POSIXPROVIDER_SYSTEM_GETPGID, failureCode);
     EXPECT_EQ(c.getpgid(77), 70) << "the result is what the entry stored";
-    EXPECT_EQ(c.last_error(), CODE);
+    EXPECT_EQ(c.last_error(), failureCode);
 }
 
 TEST(ConnectorTest, AProcessOrAGroupIsSignalled) {
@@ -177,7 +177,7 @@ TEST(ConnectorTest, AProcessOrAGroupIsSignalled) {
 TEST(ConnectorTest, CodesAndSignalsHaveWords) {
     PosixProvider provider;
     const connector c(embeddingOf(provider));
-    EXPECT_EQ(c.error_text(CODE), "error 9999");
+    EXPECT_EQ(c.error_text(failureCode), "error 9999");
     EXPECT_EQ(c.error_text(POSIXPROVIDER_TIMED_OUT),
               embeddingOf(provider).error_text(POSIXPROVIDER_TIMED_OUT));
     EXPECT_NE(c.strsignal(POSIXPROVIDER_SIGTERM), c.strsignal(POSIXPROVIDER_SIGINT));
@@ -191,24 +191,24 @@ TEST(ConnectorTest, TheCallWithoutANameTakesAPath) {
     EXPECT_EQ(c.path_call("/some/path"), callSucceeded);
     EXPECT_EQ(provider.pathCall(), "/some/path");
     EXPECT_EQ(c.last_error(), 0);
-    provider.failNext(POSIXPROVIDER_SYSTEM_PATH_CALL, CODE);
+    provider.failNext(POSIXPROVIDER_SYSTEM_PATH_CALL, failureCode);
     EXPECT_EQ(c.path_call("/other"), callFailed);
-    EXPECT_EQ(c.last_error(), CODE);
+    EXPECT_EQ(c.last_error(), failureCode);
     EXPECT_EQ(c.path_call("/other"), callSucceeded);
-    EXPECT_EQ(c.last_error(), CODE);
+    EXPECT_EQ(c.last_error(), failureCode);
 }
 
 TEST(ConnectorTest, EachThreadHasItsOwnLastError) {
     PosixProvider provider;
     const connector c(embeddingOf(provider));
-    constexpr int ROUNDS = 200;
+    constexpr int rounds = 200;
     std::vector<std::thread> threads;
     for (int i = 0; i < 8; ++i) {
         const bool fails = i % 2 == 0;
         provider.addProcess(static_cast<uint32_t>(100 + i), 100 + i, 100);
         threads.emplace_back([&c, i, fails] {
             EXPECT_EQ(c.last_error(), 0);
-            for (int round = 0; round < ROUNDS; ++round) {
+            for (int round = 0; round < rounds; ++round) {
                 EXPECT_EQ(c.getpgid(fails ? 99 : 100 + i), fails ? int64_t{callFailed} : 100);
                 EXPECT_EQ(c.last_error(), fails ? POSIXPROVIDER_MISSING_PROCESS : 0);
             }

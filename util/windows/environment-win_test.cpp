@@ -13,12 +13,12 @@ namespace {
 
 using namespace testing_support;
 
-constexpr const wchar_t* NAME = L"NBCC_ENVIRONMENT_TEST";
+constexpr const wchar_t* name = L"NBCC_ENVIRONMENT_TEST";
 
 std::optional<std::string> valueOf(const wchar_t* value) {
-    SetEnvironmentVariableW(NAME, value);
+    SetEnvironmentVariableW(name, value);
     auto result = environmentVariable("NBCC_ENVIRONMENT_TEST");
-    SetEnvironmentVariableW(NAME, nullptr);
+    SetEnvironmentVariableW(name, nullptr);
     return result;
 }
 

@@ -14,7 +14,7 @@ namespace {
 
 using benchmark::comparePrepared;
 
-constexpr int LARGE_OUTPUT = 64 << 20;
+constexpr int largeOutput = 64 << 20;
 
 void prepareNothing() {}
 
@@ -34,11 +34,11 @@ public:
         startup.hStdOutput = output;
         startup.hStdError = error;
         PROCESS_INFORMATION process{};
-        constexpr DWORD FLAGS = CREATE_SUSPENDED | CREATE_NEW_PROCESS_GROUP |
-                                CREATE_UNICODE_ENVIRONMENT | DETACHED_PROCESS;
+        constexpr DWORD creationFlags = CREATE_SUSPENDED | CREATE_NEW_PROCESS_GROUP |
+                                        CREATE_UNICODE_ENVIRONMENT | DETACHED_PROCESS;
         EXPECT_TRUE(CreateProcessW(nullptr, wideLine.data(), nullptr, nullptr,
-                                   /*bInheritHandles=*/TRUE, FLAGS, nullptr, nullptr, &startup,
-                                   &process));
+                                   /*bInheritHandles=*/TRUE, creationFlags, nullptr, nullptr,
+                                   &startup, &process));
         *mProcess.receive() = process.hProcess;
         ResumeThread(process.hThread);
         CloseHandle(process.hThread);
@@ -75,7 +75,7 @@ private:
 
 std::string runCaptured(const std::string& line) {
     Exec exec;
-    exec.setOutputLimits(LARGE_OUTPUT, LARGE_OUTPUT);
+    exec.setOutputLimits(largeOutput, largeOutput);
     Exec::RunInfo info;
     info.mDirectArgv = {line};
     std::string output;

@@ -21,11 +21,11 @@
 
 namespace {
 
-constexpr std::wstring_view LOCAL_PREFIX = L"\\\\?\\";
-constexpr std::wstring_view UNC_PREFIX = L"\\\\?\\UNC\\";
-constexpr std::wstring_view NULL_DEVICE = L"\\NUL";
-constexpr size_t MAX_NAME = 260;
-constexpr size_t LONGEST_TEXT = INT_MAX;  ///< the longest that Windows converts
+constexpr std::wstring_view localPrefix = L"\\\\?\\";
+constexpr std::wstring_view uncPrefix = L"\\\\?\\UNC\\";
+constexpr std::wstring_view nullDevice = L"\\NUL";
+constexpr size_t maxName = 260;
+constexpr size_t longestText = INT_MAX;  ///< the longest that Windows converts
 
 bool isSlash(char c) { return isPathSeparator(c, windowsPaths); }
 
@@ -63,13 +63,13 @@ bool isAscii(std::string_view text) {
 /// Returns whether a local path is ASCII and already normalized except for its slashes, as nearly
 /// every path is.
 bool isPlain(const std::string& path) {
-    return path.size() <= LONGEST_TEXT && isTidyOnDrive(path) && isAscii(path);
+    return path.size() <= longestText && isTidyOnDrive(path) && isAscii(path);
 }
 
 void setPlain(std::string_view path, std::wstring& result) {
-    result = LOCAL_PREFIX;
-    result.resize(LOCAL_PREFIX.size() + path.size());
-    std::copy(path.begin(), path.end(), result.begin() + LOCAL_PREFIX.size());
+    result = localPrefix;
+    result.resize(localPrefix.size() + path.size());
+    std::copy(path.begin(), path.end(), result.begin() + localPrefix.size());
 }
 
 void setPrefixed(std::wstring_view prefix, StringSpan path, std::wstring& result) {
@@ -84,7 +84,7 @@ void buildUnicodePath(const std::string& path, std::wstring& result, PathKind& k
         if (isPlain(path)) {
             setPlain(path, result);
         } else {
-            setPrefixed(LOCAL_PREFIX, folded(path), result);
+            setPrefixed(localPrefix, folded(path), result);
         }
         kind = PathKind::local;
     } else if (isNetwork(path) && isPrefixed(path)) {
@@ -96,7 +96,7 @@ void buildUnicodePath(const std::string& path, std::wstring& result, PathKind& k
         const std::string share = folded(path);
         // Throws if there are fewer than two characters: with Cygwin paths, "//" is normalized to
         // "/".
-        setPrefixed(UNC_PREFIX, std::string_view(share).substr(2), result);
+        setPrefixed(uncPrefix, std::string_view(share).substr(2), result);
         kind = PathKind::network;
     } else {
         appendWide(path, result);
@@ -119,17 +119,17 @@ void tellDebugger(const std::string& path, const std::exception& failure) noexce
 
 /// Returns whether the last component is "nul", ignoring case by the rules of the global locale.
 bool namesNullDevice(const std::wstring& path) {
-    const size_t size = NULL_DEVICE.size();
-    if (path.size() < size || path[path.size() - size] != NULL_DEVICE.front()) {
+    const size_t size = nullDevice.size();
+    if (path.size() < size || path[path.size() - size] != nullDevice.front()) {
         return false;
     }
     const std::locale locale;
     if (locale != std::locale::classic()) {
-        return boost::algorithm::iends_with(path, NULL_DEVICE, locale);
+        return boost::algorithm::iends_with(path, nullDevice, locale);
     }
     // The same for the classic locale, without a call for each letter.
     return std::equal(
-        NULL_DEVICE.begin() + 1, NULL_DEVICE.end(), path.end() - 3,
+        nullDevice.begin() + 1, nullDevice.end(), path.end() - 3,
         [](wchar_t wanted, wchar_t c) { return c == wanted || c == wanted + (L'a' - L'A'); });
 }
 
@@ -155,20 +155,20 @@ std::wstring System::unicodePath(const std::string& path) {
         tellDebugger(path, e);
     }
     if (kind == PathKind::local && namesNullDevice(result)) {
-        result.erase(0, LOCAL_PREFIX.size());
+        result.erase(0, localPrefix.size());
     }
     return result;
 }
 
 void stripUnicodePrefix(std::wstring& path) {
     const std::wstring_view text = path;
-    if (text.size() <= LOCAL_PREFIX.size() || text.substr(0, LOCAL_PREFIX.size()) != LOCAL_PREFIX) {
+    if (text.size() <= localPrefix.size() || text.substr(0, localPrefix.size()) != localPrefix) {
         return;
     }
-    if (text.size() > UNC_PREFIX.size() && text.substr(0, UNC_PREFIX.size()) == UNC_PREFIX) {
-        path.replace(0, UNC_PREFIX.size(), L"\\\\");
+    if (text.size() > uncPrefix.size() && text.substr(0, uncPrefix.size()) == uncPrefix) {
+        path.replace(0, uncPrefix.size(), L"\\\\");
     } else {
-        path.erase(0, LOCAL_PREFIX.size());
+        path.erase(0, localPrefix.size());
     }
 }
 
@@ -190,9 +190,9 @@ std::string System::getcwd() {
 bool System::longPath(const std::string& path, std::string& result) {
     result = absoluteForm(path);
     const std::wstring name = unicodePath(result);
-    std::wstring buffer(MAX_NAME, L'\0');
-    DWORD length = GetLongPathNameW(name.c_str(), buffer.data(), MAX_NAME);
-    if (length > MAX_NAME) {
+    std::wstring buffer(maxName, L'\0');
+    DWORD length = GetLongPathNameW(name.c_str(), buffer.data(), maxName);
+    if (length > maxName) {
         buffer.resize(length);
         length = GetLongPathNameW(name.c_str(), buffer.data(), length);
     }
@@ -207,8 +207,8 @@ bool System::longPath(const std::string& path, std::string& result) {
 
 bool System::shortPath(const std::string& path, std::string& result) {
     result = absoluteForm(path);
-    std::wstring buffer(MAX_NAME, L'\0');
-    const DWORD length = GetShortPathNameW(unicodePath(result).c_str(), buffer.data(), MAX_NAME);
+    std::wstring buffer(maxName, L'\0');
+    const DWORD length = GetShortPathNameW(unicodePath(result).c_str(), buffer.data(), maxName);
     if (length == 0) {
         return false;
     }

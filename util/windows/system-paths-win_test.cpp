@@ -240,7 +240,7 @@ TEST(UnicodePathTest, ShortLocalPathsAreFoldedWidenedAndCleared) {
 }
 
 // Includes every line end that can be in a name.
-const std::vector<std::string> LETTERS = {" ",  ".",  "/",        "a",           "\n",
+const std::vector<std::string> letters = {" ",  ".",  "/",        "a",           "\n",
                                           "\r", "\f", "\xC2\x85", "\xE2\x80\xA8"};
 
 TEST(UnicodePathTest, LongPathsAreWidenedAndClearedAsByTheExpression) {
@@ -249,7 +249,7 @@ TEST(UnicodePathTest, LongPathsAreWidenedAndClearedAsByTheExpression) {
     for (int i = 0; i < 2000; ++i) {
         std::string path = i % 2 == 0 ? "c:/" : "b";
         for (size_t size = random() % 100; path.size() < size;) {
-            path += LETTERS[random() % LETTERS.size()];
+            path += letters[random() % letters.size()];
         }
         ASSERT_NO_FATAL_FAILURE(expectByItsSteps(path));
     }

@@ -27,12 +27,12 @@ using namespace testing_support;
 constexpr size_t blockSize = 4096;
 
 // Code pages.
-constexpr uint32_t UTF8 = CP_UTF8;
-constexpr uint32_t UTF7 = CP_UTF7;
-constexpr uint32_t WESTERN = 1252;
-constexpr uint32_t SHIFT_JIS = 932;
+constexpr uint32_t utf8 = CP_UTF8;
+constexpr uint32_t utf7 = CP_UTF7;
+constexpr uint32_t western = 1252;
+constexpr uint32_t shiftJis = 932;
 
-constexpr DWORD NO_TRANSLATION = ERROR_NO_UNICODE_TRANSLATION;
+constexpr DWORD noTranslation = ERROR_NO_UNICODE_TRANSLATION;
 
 class Utf8StreamTest : public testing::Test {
 protected:
@@ -114,14 +114,14 @@ private:
 };
 
 TEST_F(Utf8StreamTest, AnEmptyFileEndsAtTheFirstRead) {
-    for (const uint32_t codePage : {WESTERN, UTF8, UTF7}) {
+    for (const uint32_t codePage : {western, utf8, utf7}) {
         utf8streambuf buffer(file(""), codePage, /*lenient=*/false);
         EXPECT_EQ(buffer.sgetc(), std::char_traits<char>::eof());
     }
 }
 
 TEST_F(Utf8StreamTest, BehindAnEndThatWasReachedNothingIsReadThoughTheFileHasGrown) {
-    utf8streambuf buffer(file("x"), WESTERN, /*lenient=*/false);
+    utf8streambuf buffer(file("x"), western, /*lenient=*/false);
     EXPECT_EQ(buffer.sbumpc(), 'x');
     // Some C runtimes continue to read a file that has grown, and others don't.
     const ReplacedCall<decltype(std::fread)> grown(
@@ -134,18 +134,18 @@ TEST_F(Utf8StreamTest, BehindAnEndThatWasReachedNothingIsReadThoughTheFileHasGro
 
 TEST_F(Utf8StreamTest, AFileOfCodePage1252IsReadAsUtf8) {
     for (const bool lenient : {false, true}) {
-        EXPECT_EQ(read("caf\xE9 \x80", WESTERN, lenient), "caf\xC3\xA9 \xE2\x82\xAC");
+        EXPECT_EQ(read("caf\xE9 \x80", western, lenient), "caf\xC3\xA9 \xE2\x82\xAC");
     }
 }
 
 TEST_F(Utf8StreamTest, LineEndsAndNulCharactersStayAsTheyAre) {
     const std::string text("a\r\nb\nc\rd\0e", 10);
-    EXPECT_EQ(read(text, WESTERN), text);
-    EXPECT_EQ(read(text, UTF8), text);
+    EXPECT_EQ(read(text, western), text);
+    EXPECT_EQ(read(text, utf8), text);
 }
 
 TEST_F(Utf8StreamTest, AByteOrderMarkIsTextLikeAnyOther) {
-    EXPECT_EQ(read("\xEF\xBB\xBFx", UTF8), "\xEF\xBB\xBFx");
+    EXPECT_EQ(read("\xEF\xBB\xBFx", utf8), "\xEF\xBB\xBFx");
 }
 
 TEST_F(Utf8StreamTest, FilesOfAnyNumberOfBlocksAreReadWhole) {
@@ -156,7 +156,7 @@ TEST_F(Utf8StreamTest, FilesOfAnyNumberOfBlocksAreReadWhole) {
         for (size_t i = 0; i < size; ++i) {
             expected += "\xC3\xA9";
         }
-        EXPECT_EQ(read(content, WESTERN), expected) << size;
+        EXPECT_EQ(read(content, western), expected) << size;
     }
 }
 
@@ -168,7 +168,7 @@ TEST_F(Utf8StreamTest, LinesOverBlocksAreReadByGetline) {
         content += lines[i];
         content += '\n';
     }
-    utf8istream stream(file(content), UTF8, /*lenient=*/false);
+    utf8istream stream(file(content), utf8, /*lenient=*/false);
     std::vector<std::string> result;
     for (std::string line; std::getline(stream, line);) {
         result.push_back(line);
@@ -182,10 +182,10 @@ TEST_F(Utf8StreamTest, AUtf8CharacterAnywhereOverTheEndOfABlockIsReadWhole) {
     for (const std::string character : {"\xC3\xA9", "\xE4\xB8\xAD", "\xF0\x9F\x98\x80"}) {
         for (size_t before = blockSize - character.size(); before <= blockSize; ++before) {
             const std::string upToIt = std::string(before, 'a') + character;
-            EXPECT_EQ(read(upToIt, UTF8), upToIt) << before << character;
+            EXPECT_EQ(read(upToIt, utf8), upToIt) << before << character;
             std::string content = upToIt;
             content.append(blockSize, 'b').append(character);
-            EXPECT_EQ(read(content, UTF8), content) << before << character;
+            EXPECT_EQ(read(content, utf8), content) << before << character;
         }
     }
 }
@@ -196,47 +196,47 @@ TEST_F(Utf8StreamTest, ManyBlocksOfLongCharactersAreReadWhole) {
         while (content.size() < 5 * blockSize) {
             content += character;
         }
-        EXPECT_EQ(read(content, UTF8), content) << character;
+        EXPECT_EQ(read(content, utf8), content) << character;
     }
 }
 
 TEST_F(Utf8StreamTest, ADoubleByteCharacterOverTheEndOfABlockIsReadWhole) {
     // Hiragana A in Shift-JIS.
     const std::string content = std::string(blockSize - 1, 'a') + "\x82\xA0" + "bcd";
-    EXPECT_EQ(read(content, SHIFT_JIS), std::string(blockSize - 1, 'a') + "\xE3\x81\x82" + "bcd");
+    EXPECT_EQ(read(content, shiftJis), std::string(blockSize - 1, 'a') + "\xE3\x81\x82" + "bcd");
 }
 
 TEST_F(Utf8StreamTest, ABadByteOfUtf8IsAnExceptionLenientOrNot) {
     for (const bool lenient : {false, true}) {
-        EXPECT_EQ(failure("caf\xE9 noir", UTF8, lenient), NO_TRANSLATION);
-        EXPECT_EQ(failure("x\xFF", UTF8, lenient), NO_TRANSLATION);
+        EXPECT_EQ(failure("caf\xE9 noir", utf8, lenient), noTranslation);
+        EXPECT_EQ(failure("x\xFF", utf8, lenient), noTranslation);
     }
 }
 
 TEST_F(Utf8StreamTest, ACharacterThatTheEndOfTheFileCutsOffIsAnException) {
-    EXPECT_EQ(failure("\xE4\xB8", UTF8), NO_TRANSLATION);
-    EXPECT_EQ(failure(std::string(blockSize - 1, 'a') + "\xE4", UTF8), NO_TRANSLATION);
-    EXPECT_EQ(failure(std::string(blockSize - 1, 'a') + "\xE4\xB8", UTF8), NO_TRANSLATION);
+    EXPECT_EQ(failure("\xE4\xB8", utf8), noTranslation);
+    EXPECT_EQ(failure(std::string(blockSize - 1, 'a') + "\xE4", utf8), noTranslation);
+    EXPECT_EQ(failure(std::string(blockSize - 1, 'a') + "\xE4\xB8", utf8), noTranslation);
 }
 
 TEST_F(Utf8StreamTest, ABadByteInAFullBlockOfALongFileIsAnException) {
     for (const size_t before : {size_t{0}, size_t{100}, blockSize - 1}) {
         EXPECT_EQ(
-            failure(std::string(before, 'a') + "\xFF" + std::string(2 * blockSize, 'b'), UTF8),
-            NO_TRANSLATION)
+            failure(std::string(before, 'a') + "\xFF" + std::string(2 * blockSize, 'b'), utf8),
+            noTranslation)
             << before;
     }
 }
 
 TEST_F(Utf8StreamTest, ABadByteEndsTheReadingOfTheStreamAsBad) {
-    utf8istream stream(file("\xFF"), UTF8, /*lenient=*/false);
+    utf8istream stream(file("\xFF"), utf8, /*lenient=*/false);
     std::string line;
     EXPECT_FALSE(std::getline(stream, line));
     EXPECT_TRUE(stream.bad());
 }
 
 TEST_F(Utf8StreamTest, TheExceptionComesThroughAStreamThatIsToldToLetIt) {
-    utf8istream stream(file("\xFF"), UTF8, /*lenient=*/false);
+    utf8istream stream(file("\xFF"), utf8, /*lenient=*/false);
     stream.exceptions(std::ios::badbit);
     std::string line;
     EXPECT_THROW(std::getline(stream, line), Win32Exception);
@@ -244,34 +244,34 @@ TEST_F(Utf8StreamTest, TheExceptionComesThroughAStreamThatIsToldToLetIt) {
 
 TEST_F(Utf8StreamTest, AfterAnExceptionReadingGoesOnBehindTheBlock) {
     const std::string content = std::string(blockSize, '\xFF') + "1234" + "behind";
-    utf8streambuf buffer(file(content), UTF8, /*lenient=*/false);
+    utf8streambuf buffer(file(content), utf8, /*lenient=*/false);
     EXPECT_THROW(buffer.sgetc(), Win32Exception);
     EXPECT_EQ(buffer.sgetc(), 'b');
 }
 
 TEST_F(Utf8StreamTest, ABadByteIsReplacedWhereTheStreamIsLenient) {
     // A lead byte of Shift-JIS, followed by nothing.
-    EXPECT_EQ(failure("\x82", SHIFT_JIS, /*lenient=*/false), NO_TRANSLATION);
-    EXPECT_EQ(failure("\x82", SHIFT_JIS, /*lenient=*/true), 0U);
+    EXPECT_EQ(failure("\x82", shiftJis, /*lenient=*/false), noTranslation);
+    EXPECT_EQ(failure("\x82", shiftJis, /*lenient=*/true), 0U);
     CPINFOEXW info;
-    ASSERT_TRUE(GetCPInfoExW(SHIFT_JIS, /*dwFlags=*/0, &info));
-    EXPECT_EQ(read("before\x82", SHIFT_JIS, /*lenient=*/true),
+    ASSERT_TRUE(GetCPInfoExW(shiftJis, /*dwFlags=*/0, &info));
+    EXPECT_EQ(read("before\x82", shiftJis, /*lenient=*/true),
               "before" + toUtf8(std::wstring(1, info.UnicodeDefaultChar)));
 }
 
 TEST_F(Utf8StreamTest, ACodePageThatTakesNoFlagsIsRead) {
-    EXPECT_EQ(read("A+AOk-B", UTF7),
+    EXPECT_EQ(read("A+AOk-B", utf7),
               "A\xC3\xA9"
               "B");
-    EXPECT_EQ(read("A+AOk-B", UTF7, /*lenient=*/true),
+    EXPECT_EQ(read("A+AOk-B", utf7, /*lenient=*/true),
               "A\xC3\xA9"
               "B");
 }
 
 TEST_F(Utf8StreamTest, TheFlagsAreThoseThatTheCodePageTakes) {
-    constexpr DWORD VALID = MB_ERR_INVALID_CHARS;
-    constexpr DWORD COMPOSED = MB_PRECOMPOSED;
-    constexpr DWORD ALL = VALID | COMPOSED;
+    constexpr DWORD valid = MB_ERR_INVALID_CHARS;
+    constexpr DWORD composed = MB_PRECOMPOSED;
+    constexpr DWORD all = valid | composed;
     const struct {
         uint32_t codePage;
         DWORD strict;
@@ -295,24 +295,24 @@ TEST_F(Utf8StreamTest, TheFlagsAreThoseThatTheCodePageTakes) {
         {57010, 0, 0},
         {57011, 0, 0},
         {65000, 0, 0},
-        {54936, VALID, VALID},
-        {65001, VALID, VALID},
-        {1252, ALL, COMPOSED},
-        {932, ALL, COMPOSED},
-        {0, ALL, COMPOSED},
-        {41, ALL, COMPOSED},
-        {43, ALL, COMPOSED},
-        {50219, ALL, COMPOSED},
-        {50223, ALL, COMPOSED},
-        {50224, ALL, COMPOSED},
-        {50226, ALL, COMPOSED},
-        {50228, ALL, COMPOSED},
-        {50230, ALL, COMPOSED},
-        {57001, ALL, COMPOSED},
-        {57012, ALL, COMPOSED},
-        {54935, ALL, COMPOSED},
-        {64999, ALL, COMPOSED},
-        {65002, ALL, COMPOSED},
+        {54936, valid, valid},
+        {65001, valid, valid},
+        {1252, all, composed},
+        {932, all, composed},
+        {0, all, composed},
+        {41, all, composed},
+        {43, all, composed},
+        {50219, all, composed},
+        {50223, all, composed},
+        {50224, all, composed},
+        {50226, all, composed},
+        {50228, all, composed},
+        {50230, all, composed},
+        {57001, all, composed},
+        {57012, all, composed},
+        {54935, all, composed},
+        {64999, all, composed},
+        {65002, all, composed},
     };
     for (const auto& row : rows) {
         const Conversion conversion(1);
@@ -327,22 +327,22 @@ TEST_F(Utf8StreamTest, TheFlagsAreThoseThatTheCodePageTakes) {
 
 TEST_F(Utf8StreamTest, TheFileIsConvertedInBlocksOf4096Bytes) {
     const Conversion conversion(1);
-    read(std::string(2 * blockSize + 5, 'x'), WESTERN);
+    read(std::string(2 * blockSize + 5, 'x'), western);
     EXPECT_EQ(Conversion::sizes(), (std::vector<int>{4096, 4096, 5}));
 }
 
 TEST_F(Utf8StreamTest, FourMoreBytesAreTriedAtTheMostOneByOne) {
     const Conversion conversion(0, ERROR_NO_UNICODE_TRANSLATION);
-    EXPECT_EQ(failure(std::string(2 * blockSize, 'x'), UTF8), NO_TRANSLATION);
+    EXPECT_EQ(failure(std::string(2 * blockSize, 'x'), utf8), noTranslation);
     EXPECT_EQ(Conversion::sizes(), (std::vector<int>{4096, 4097, 4098, 4099, 4100}));
 }
 
 TEST_F(Utf8StreamTest, NoMoreBytesAreTriedThanTheFileHas) {
     const Conversion conversion(0, ERROR_NO_UNICODE_TRANSLATION);
-    EXPECT_EQ(failure(std::string(blockSize + 2, 'x'), UTF8), NO_TRANSLATION);
+    EXPECT_EQ(failure(std::string(blockSize + 2, 'x'), utf8), noTranslation);
     EXPECT_EQ(Conversion::sizes(), (std::vector<int>{4096, 4097, 4098}));
     gConvertCalls.clear();
-    EXPECT_EQ(failure("xyz", UTF8), NO_TRANSLATION);
+    EXPECT_EQ(failure("xyz", utf8), noTranslation);
     EXPECT_EQ(Conversion::sizes(), std::vector<int>{3});
 }
 
@@ -351,7 +351,7 @@ TEST_F(Utf8StreamTest, AFailureThatMoreBytesCannotMendIsAnExceptionAtOnce) {
     {
         const Conversion conversion(0, ERROR_INVALID_FLAGS);
         SetLastError(ERROR_NO_UNICODE_TRANSLATION);
-        EXPECT_EQ(failure(content, WESTERN), DWORD{ERROR_INVALID_FLAGS});
+        EXPECT_EQ(failure(content, western), DWORD{ERROR_INVALID_FLAGS});
         EXPECT_EQ(Conversion::sizes(), std::vector<int>{4096});
     }
     EXPECT_EQ(failure(content, 77777), DWORD{ERROR_INVALID_PARAMETER});
@@ -359,7 +359,7 @@ TEST_F(Utf8StreamTest, AFailureThatMoreBytesCannotMendIsAnExceptionAtOnce) {
 
 TEST_F(Utf8StreamTest, AConversionToNothingWithoutAnErrorThrowsWithoutANumber) {
     const Conversion conversion(0);
-    utf8streambuf buffer(file(std::string(2 * blockSize, 'x')), UTF7, /*lenient=*/false);
+    utf8streambuf buffer(file(std::string(2 * blockSize, 'x')), utf7, /*lenient=*/false);
     SetLastError(ERROR_NO_UNICODE_TRANSLATION);
     try {
         buffer.sgetc();
@@ -377,7 +377,7 @@ void readMoreUnitsThanBytes() {
     const Conversion conversion(static_cast<int>(blockSize) + 1);
     FILE* const program = _wfopen(path, L"rb");
     if (program != nullptr) {
-        utf8streambuf(program, WESTERN, /*lenient=*/false).sgetc();
+        utf8streambuf(program, western, /*lenient=*/false).sgetc();
     }
 }
 
@@ -389,12 +389,12 @@ TEST(Utf8StreambufTest, MoreUnitsThanBytesAreABrokenInvariant) {
 
 TEST_F(Utf8StreamTest, AsManyUnitsAsBytesAreAllowed) {
     const Conversion conversion(1);
-    EXPECT_EQ(read("x", WESTERN), "u");
+    EXPECT_EQ(read("x", western), "u");
 }
 
 TEST_F(Utf8StreamTest, AFileThatCannotBeReadLooksLikeItsEnd) {
     FILE* writeOnly = open("", L"wb");
-    utf8streambuf buffer(writeOnly, UTF8, /*lenient=*/false);
+    utf8streambuf buffer(writeOnly, utf8, /*lenient=*/false);
     EXPECT_EQ(buffer.sgetc(), std::char_traits<char>::eof());
     EXPECT_EQ(std::feof(writeOnly), 0);
 }
@@ -403,14 +403,14 @@ TEST_F(Utf8StreamTest, TheFileIsClosedWithTheStream) {
     const std::filesystem::path path = mFolder.path() / "text";
     std::error_code error;
     {
-        utf8istream stream(file("text"), UTF8, /*lenient=*/false);
+        utf8istream stream(file("text"), utf8, /*lenient=*/false);
         EXPECT_FALSE(std::filesystem::remove(path, error));
     }
     EXPECT_TRUE(std::filesystem::remove(path, error));
 }
 
 TEST_F(Utf8StreamTest, ABlockTakesTheHeapForItsTextOnly) {
-    utf8streambuf buffer(file(std::string(blockSize, '\xE9')), WESTERN, /*lenient=*/false);
+    utf8streambuf buffer(file(std::string(blockSize, '\xE9')), western, /*lenient=*/false);
     const size_t before = testing_support::allocationCount();
     buffer.sgetc();
     EXPECT_EQ(testing_support::allocationCount() - before, 1U);

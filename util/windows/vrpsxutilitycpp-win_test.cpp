@@ -19,7 +19,7 @@ namespace {
 using namespace testing_support;
 using vrpsx::embedding;
 
-constexpr int CODE = POSIXPROVIDER_NO_TEXT;
+constexpr int failureCode = POSIXPROVIDER_NO_TEXT;
 
 void* endAtOnce(void*) { return nullptr; }
 
@@ -49,7 +49,7 @@ struct FailureRow {
     void (*call)(const embedding&);
 };
 
-constexpr FailureRow FAILURES[] = {
+constexpr FailureRow failures[] = {
     {POSIXPROVIDER_SYSTEM_NANOSLEEP, "vrpsx::system::nanosleep",
      [](const embedding& e) {
          e.nanosleep({0, 1});
@@ -109,10 +109,10 @@ constexpr FailureRow FAILURES[] = {
      [](const embedding& e) { static_cast<void>(firstOption(e).text()); }},
 };
 
-constexpr const char* MOUNTS = "C:/one\t/one\tntfs\tbinary\tnoacl\nD:/two\t/two\tntfs\n";
+constexpr const char* mounts = "C:/one\t/one\tntfs\tbinary\tnoacl\nD:/two\t/two\tntfs\n";
 
 void prepare(PosixProvider& provider) {
-    provider.setMounts(MOUNTS);
+    provider.setMounts(mounts);
     const embedding e = embeddingOf(provider);
     e.symlink("somewhere", "/link");
 }
@@ -121,21 +121,21 @@ std::string thrownBy(const FailureRow& row, const embedding& e) {
     try {
         row.call(e);
     } catch (const vrpsx::system_exception_t& failure) {
-        EXPECT_EQ(failure.code, CODE) << row.context;
+        EXPECT_EQ(failure.code, failureCode) << row.context;
         return failure.what();
     }
     return "nothing";
 }
 
 TEST(VrpsxFailureTest, EachOperationThrowsItsNameTheRuntimesWordsAndTheCode) {
-    for (const FailureRow& row : FAILURES) {
+    for (const FailureRow& row : failures) {
         PosixProvider provider;
         prepare(provider);
         {
             const embedding e = embeddingOf(provider);
             // The provider objects to ending a locked mutex.
             const bool withResult = row.entry == POSIXPROVIDER_MUTEX_UNLOCK;
-            provider.fail(row.entry, 1, CODE, withResult);
+            provider.fail(row.entry, 1, failureCode, withResult);
             EXPECT_EQ(thrownBy(row, e), row.context + std::string(": error 9999"));
         }
         provider.expectClean();
@@ -143,7 +143,7 @@ TEST(VrpsxFailureTest, EachOperationThrowsItsNameTheRuntimesWordsAndTheCode) {
 }
 
 TEST(VrpsxFailureTest, WhatComesWithAFailureIsDisposedOf) {
-    for (const FailureRow& row : FAILURES) {
+    for (const FailureRow& row : failures) {
         PosixProvider provider;
         prepare(provider);
         {
@@ -155,7 +155,7 @@ TEST(VrpsxFailureTest, WhatComesWithAFailureIsDisposedOf) {
                 row.entry == POSIXPROVIDER_MUTEX_LOCK) {
                 continue;  // there is no result
             }
-            provider.failNextWithResult(row.entry, CODE);
+            provider.failNextWithResult(row.entry, failureCode);
             EXPECT_EQ(thrownBy(row, e), row.context + std::string(": error 9999"));
         }
         provider.expectClean();
@@ -163,7 +163,7 @@ TEST(VrpsxFailureTest, WhatComesWithAFailureIsDisposedOf) {
 }
 
 TEST(VrpsxFailureTest, WithoutAFailureNothingIsThrown) {
-    for (const FailureRow& row : FAILURES) {
+    for (const FailureRow& row : failures) {
         if (row.entry == POSIXPROVIDER_SYSTEM_THREAD_CREATE ||
             row.entry == POSIXPROVIDER_SYSTEM_SYMLINK) {
             continue;  // see above
@@ -182,10 +182,10 @@ TEST(VrpsxFailureTest, WithoutAFailureNothingIsThrown) {
 TEST(SystemExceptionTest, TheMessageIsTheContextAndTheWords) {
     PosixProvider provider;
     const embedding e = embeddingOf(provider);
-    const vrpsx::system_exception_t failure("context", e, CODE);
+    const vrpsx::system_exception_t failure("context", e, failureCode);
     EXPECT_STREQ(failure.what(), "context: error 9999");
-    EXPECT_EQ(failure.code, CODE);
-    EXPECT_STREQ(vrpsx::system_exception_t("", e, CODE).what(), ": error 9999");
+    EXPECT_EQ(failure.code, failureCode);
+    EXPECT_STREQ(vrpsx::system_exception_t("", e, failureCode).what(), ": error 9999");
 }
 
 TEST(SystemExceptionTest, TheMessageIsMadeInOnePieceAndThenCopied) {
@@ -193,7 +193,7 @@ TEST(SystemExceptionTest, TheMessageIsMadeInOnePieceAndThenCopied) {
     const embedding e = embeddingOf(provider);
     const std::string context(1000, 'c');
     const size_t before = testing_support::allocationCount();
-    const vrpsx::system_exception_t failure(context, e, CODE);
+    const vrpsx::system_exception_t failure(context, e, failureCode);
     EXPECT_EQ(testing_support::allocationCount() - before, 2U);
     EXPECT_EQ(failure.what(), context + ": error 9999");
 }
@@ -202,17 +202,17 @@ TEST(SystemExceptionTest, WithoutWordsThereAreNone) {
     PosixProvider provider;
     const embedding e = embeddingOf(provider);
     provider.failNext(POSIXPROVIDER_SYSTEM_ERROR_TEXT, 1);
-    EXPECT_STREQ(vrpsx::system_exception_t("context", e, CODE).what(), "context: ");
+    EXPECT_STREQ(vrpsx::system_exception_t("context", e, failureCode).what(), "context: ");
     provider.failNext(POSIXPROVIDER_SYSTEM_ERROR_TEXT, 1);
-    EXPECT_EQ(e.error_text(CODE), "");
-    EXPECT_EQ(e.error_text(CODE), "error 9999");
+    EXPECT_EQ(e.error_text(failureCode), "");
+    EXPECT_EQ(e.error_text(failureCode), "error 9999");
 }
 
 TEST(ReportTest, TheSameGoesToStandardErrorAsALine) {
     PosixProvider provider;
     const embedding e = embeddingOf(provider);
     testing::internal::CaptureStderr();
-    vrpsx::report("vrpsx::cond::broadcast", e, CODE);
+    vrpsx::report("vrpsx::cond::broadcast", e, failureCode);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "vrpsx::cond::broadcast: error 9999\n");
 }
 
@@ -275,7 +275,7 @@ TEST(VrpsxSystemTest, StorageIsRoundedUpToSixteenBytes) {
 
 TEST(VrpsxSystemTest, BuffersOfTheRuntimeGoBackToIt) {
     PosixProvider provider;
-    provider.setMounts(MOUNTS);
+    provider.setMounts(mounts);
     const embedding e = embeddingOf(provider);
     {
         const vrpsx::buffer_result path = e.externalize_path("/one/x", nullptr);
@@ -290,7 +290,7 @@ TEST(VrpsxSystemTest, BuffersOfTheRuntimeGoBackToIt) {
 
 TEST(VrpsxSystemTest, PathsAreConvertedWithoutThrowing) {
     PosixProvider provider;
-    provider.setMounts(MOUNTS);
+    provider.setMounts(mounts);
     const embedding e = embeddingOf(provider);
     const auto text = [](vrpsx::buffer_result& result) { return std::string(result.take()); };
     vrpsx::string_buffer_allocator buffers;
@@ -303,14 +303,14 @@ TEST(VrpsxSystemTest, PathsAreConvertedWithoutThrowing) {
     EXPECT_EQ(text(result), "/one/a");
     EXPECT_EQ(e.externalize_execution_path("/one/a", &buffers, result, std::nothrow), 0);
     EXPECT_EQ(text(result), "C:\\one\\a.exe");
-    provider.failNext(POSIXPROVIDER_EXTERNALIZE_EXECUTION_PATH, CODE);
-    EXPECT_EQ(e.externalize_execution_path("/one/a", &buffers, result, std::nothrow), CODE);
+    provider.failNext(POSIXPROVIDER_EXTERNALIZE_EXECUTION_PATH, failureCode);
+    EXPECT_EQ(e.externalize_execution_path("/one/a", &buffers, result, std::nothrow), failureCode);
     EXPECT_EQ(result.take(), nullptr);
 }
 
 TEST(VrpsxSystemTest, WhatAHolderHeldIsDisposedOfWhenItIsFilled) {
     PosixProvider provider;
-    provider.setMounts(MOUNTS);
+    provider.setMounts(mounts);
     const embedding e = embeddingOf(provider);
     vrpsx::mutex mutex = e.mutex_create();
     EXPECT_EQ(e.mutex_create(mutex, std::nothrow), 0);

@@ -18,15 +18,15 @@ const char* word(bool answer) { return answer ? "yes" : "no"; }
 
 /// Returns the threads' answer, or "mixed" if they get different ones.
 std::string answerOfThreads() {
-    constexpr int COUNT = 8;
+    constexpr int count = 8;
     std::atomic<int> ready{0};
     std::atomic<int> yes{0};
     std::vector<std::thread> threads;
-    threads.reserve(COUNT);
-    for (int i = 0; i < COUNT; ++i) {
+    threads.reserve(count);
+    for (int i = 0; i < count; ++i) {
         threads.emplace_back([&] {
             ++ready;
-            while (ready < COUNT) {
+            while (ready < count) {
                 std::this_thread::yield();
             }
             yes += cygwin::invoked_from_cygwin() ? 1 : 0;
@@ -35,7 +35,7 @@ std::string answerOfThreads() {
     for (std::thread& thread : threads) {
         thread.join();
     }
-    return yes == 0 || yes == COUNT ? word(yes == COUNT) : "mixed";
+    return yes == 0 || yes == count ? word(yes == count) : "mixed";
 }
 
 }  // namespace

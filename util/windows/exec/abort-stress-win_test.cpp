@@ -80,13 +80,13 @@ struct Kind {
     const char* actions;
     bool usesJob;
 };
-constexpr Kind KINDS[] = {
+constexpr Kind kinds[] = {
     {"say x exit 7", false},          {"sleep 60000", false},
     {"say x exit 7", true},           {"say x spawn-and 2 sleep 20 exit 7", true},
     {"sleep 10 say x exit 7", false}, {"spawn-and 2 sleep 60000 sleep 60000", true},
 };
-constexpr int LONGEST_DELAYS[] = {5000, 40000, 200000};  // microseconds
-constexpr Kind STUBBORN = {"ignore-break sleep 60000", false};
+constexpr int longestDelays[] = {5000, 40000, 200000};  // microseconds
+constexpr Kind stubborn = {"ignore-break sleep 60000", false};
 
 /// One run, and the threads that abort it.
 class AbortedRun {
@@ -97,8 +97,8 @@ public:
         }
         const int threads = std::uniform_int_distribution(1, 4)(random);
         // Some aborts come before the child begins, some long after it has ended.
-        const int longest = LONGEST_DELAYS[std::uniform_int_distribution<size_t>(
-            0, std::size(LONGEST_DELAYS) - 1)(random)];
+        const int longest = longestDelays[std::uniform_int_distribution<size_t>(
+            0, std::size(longestDelays) - 1)(random)];
         for (int thread = 0; thread < threads; ++thread) {
             const std::chrono::microseconds delay(
                 std::uniform_int_distribution(0, longest)(random));
@@ -169,7 +169,7 @@ void expectEachRunToEndAsItShould(int runs, Clock::duration longest) {
     for (int number = 0; number < runs && !testing::Test::HasFailure(); ++number) {
         // A run that is ended by force takes a second and a half.
         const bool isStubborn = number % 25 == 24;
-        const Kind& kind = isStubborn ? STUBBORN : KINDS[number % std::size(KINDS)];
+        const Kind& kind = isStubborn ? stubborn : kinds[number % std::size(kinds)];
         SCOPED_TRACE(std::to_string(seed) + ", " + std::to_string(number) + ": " + kind.actions);
         AbortedRun run(kind, random);
         run.check(longest);

@@ -24,7 +24,7 @@ namespace {
 
 using namespace testing_support;
 
-const std::string ABORTED = "aborted by call to Exec::abort\n";
+const std::string abortedText = "aborted by call to Exec::abort\n";
 
 /// The message of a stream that goes bad.
 std::string streamFailure() {
@@ -89,7 +89,7 @@ TEST_F(AbortTest, ACommandThatRunsGetsABreak) {
 TEST_F(AbortTest, TheLogOfAnAbortedCommand) {
     runAborted(stubborn(), folder.utf8());
     EXPECT_EQ(exec.log(),
-              logHead() + waitingFor(pid) + ABORTED + breakSent(pid) + forced(stubborn()));
+              logHead() + waitingFor(pid) + abortedText + breakSent(pid) + forced(stubborn()));
 }
 
 TEST_F(AbortTest, AbortsOfOneCommandAddUpAndGiveNoMoreTime) {
@@ -102,21 +102,21 @@ TEST_F(AbortTest, AbortsOfOneCommandAddUpAndGiveNoMoreTime) {
         return WAIT_TIMEOUT;
     });
     EXPECT_TRUE(exec.run(stubborn(), folder.utf8()).aborted);
-    const std::string each = ABORTED + breakSent(pid);
+    const std::string each = abortedText + breakSent(pid);
     EXPECT_EQ(wakes.timeouts(), 3U);
     EXPECT_EQ(exec.log(), logHead() + waitingFor(pid) + each + each + each + forced(stubborn()));
 }
 
 TEST_F(AbortTest, BeforeARunItIsALineAndAFlag) {
     abort();
-    EXPECT_EQ(exec.log(), ABORTED);
+    EXPECT_EQ(exec.log(), abortedText);
     EXPECT_TRUE(exec.mAborted);
     EXPECT_TRUE(breaks.calls().empty());
 }
 
 TEST_F(AbortTest, ACommandAfterAnAbortIsStartedAndBrokenAtOnce) {
     abort();
-    wakes.onTimeout([](size_t) { return QuickWakes::AWAIT_END; });
+    wakes.onTimeout([](size_t) { return QuickWakes::awaitEnd; });
     const CommandResult result =
         exec.run(waitedChild("sleep 60000 make " + file("end")), folder.utf8());
     EXPECT_EQ(result.code, Exec::failureCode);
@@ -125,7 +125,7 @@ TEST_F(AbortTest, ACommandAfterAnAbortIsStartedAndBrokenAtOnce) {
     EXPECT_EQ(result.error, "");
     ASSERT_EQ(breaks.calls().size(), 1U);
     const std::string child = std::to_string(breaks.calls().front().group);
-    EXPECT_EQ(exec.log(), logHead() + ABORTED + breakSent(child) + waitingFor(child));
+    EXPECT_EQ(exec.log(), logHead() + abortedText + breakSent(child) + waitingFor(child));
     EXPECT_FALSE(isThere("end"));
 }
 
@@ -133,7 +133,7 @@ TEST_F(AbortTest, AfterARunItIsALineAndAFlag) {
     EXPECT_EQ(exec.run(waitedChild("say x exit 9")).code, 9);
     const std::string log = exec.log();
     abort();
-    EXPECT_EQ(exec.log(), log + ABORTED);
+    EXPECT_EQ(exec.log(), log + abortedText);
     EXPECT_TRUE(exec.mAborted);
     EXPECT_TRUE(breaks.calls().empty());
 }
@@ -148,7 +148,7 @@ TEST_F(AbortTest, ItStaysUntilAReset) {
     }
     exec.reset();
     EXPECT_FALSE(exec.mAborted);
-    wakes.onTimeout([](size_t) { return QuickWakes::AWAIT_END; });
+    wakes.onTimeout([](size_t) { return QuickWakes::awaitEnd; });
     const CommandResult last = exec.run(waitedChild("say x exit 9"));
     EXPECT_FALSE(last.aborted);
     EXPECT_EQ(last.code, 9);
@@ -160,7 +160,7 @@ TEST_F(AbortTest, ACommandThatEndsByItselfAfterAnAbortIsAbortedAllTheSame) {
         await("ready");
         abort();
         make("go");
-        return QuickWakes::AWAIT_END;
+        return QuickWakes::awaitEnd;
     });
     const CommandResult result = exec.run(
         waitedChild("ignore-break make " + file("ready") + " await " + file("go") + " exit 0"));
@@ -178,7 +178,7 @@ TEST_F(AbortTest, ABreakThatFailsIsNotLookedAt) {
     EXPECT_TRUE(runAborted(sleeping(), folder.utf8()).aborted);
     EXPECT_TRUE(exec.errors().empty());
     EXPECT_EQ(exec.log(),
-              logHead() + waitingFor(pid) + ABORTED + breakSent(pid) + forced(sleeping()));
+              logHead() + waitingFor(pid) + abortedText + breakSent(pid) + forced(sleeping()));
 }
 
 TEST_F(AbortTest, AnEndOfTheObjectBreaksTheChildThatItStillKnows) {
@@ -256,7 +256,7 @@ protected:
     }
     /// The log of a command that doesn't exit, with the lines of the abort.
     std::string log(const std::string& abortLines) const {
-        return logHead() + waitingFor(pid) + ABORTED + abortLines + forced(stubborn());
+        return logHead() + waitingFor(pid) + abortedText + abortLines + forced(stubborn());
     }
 
     PosixProvider provider;
@@ -311,7 +311,7 @@ TEST_F(CygwinAbortTest, ASignalThatCannotBeSentIsLoggedAndABreakIs) {
 TEST_F(CygwinAbortTest, WithoutAChildThePosixSideIsNotAsked) {
     abort();
     EXPECT_EQ(provider.calls(POSIXPROVIDER_INTERNALIZE_PID), 0);
-    EXPECT_EQ(exec.log(), ABORTED);
+    EXPECT_EQ(exec.log(), abortedText);
 }
 
 TEST_F(CygwinAbortTest, TheEndOfTheObjectSendsSignal9) {

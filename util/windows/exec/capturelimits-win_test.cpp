@@ -74,7 +74,7 @@ TEST_F(ExecCaptureLimitsTest, TheLimitsAreThoseAtTheEndOfTheCommand) {
     const QuickWakes wakes([this](size_t) -> DWORD {
         mExec->setOutputLimits(1, 2);
         mFolder.write("go", "");
-        return QuickWakes::AWAIT_END;
+        return QuickWakes::awaitEnd;
     });
     const std::string line = execChild("out 3 3 err 4 4 await \"" + mFolder.utf8("go") + "\"");
     const CommandResult result = mExec->run(line);

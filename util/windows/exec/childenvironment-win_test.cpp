@@ -77,12 +77,12 @@ TEST(ChildEnvironmentScopeTest, DirectoryAndPathAreTheChildsDuringAndTheCallersA
 }
 
 // None of these is a Path.
-const std::vector<std::string> OTHERS = {"PATHEXT=.x", "XPATH=y", "PATH", "PAT=H", "=PATH=z"};
+const std::vector<std::string> otherStrings = {"PATHEXT=.x", "XPATH=y", "PATH", "PAT=H", "=PATH=z"};
 
 TEST(ChildEnvironmentScopeTest, TheFirstPathInAnyCaseCounts) {
     const EnvironmentScope path("Path", "C:\\caller");
     for (const char* name : {"PATH", "Path", "path", "pAtH"}) {
-        std::vector<std::string> strings = OTHERS;
+        std::vector<std::string> strings = otherStrings;
         strings.push_back(std::string(name).append("=C:\\1st"));
         strings.insert(strings.end(), {"PATH=C:\\2nd", "Path=C:\\3rd"});
         const std::string environment = environmentBlock(strings);
@@ -95,7 +95,7 @@ TEST(ChildEnvironmentScopeTest, TheFirstPathInAnyCaseCounts) {
 
 TEST(ChildEnvironmentScopeTest, WithoutAPathInTheEnvironmentThatOfTheProcessStays) {
     const EnvironmentScope path("Path", "C:\\caller");
-    const std::string others = environmentBlock(OTHERS);
+    const std::string others = environmentBlock(otherStrings);
     for (const char* environment : {static_cast<const char*>(nullptr), "", others.c_str()}) {
         const ChildEnvironmentScope scope(environment, "");
         EXPECT_EQ(scope.childPath(), nullptr);
@@ -181,20 +181,20 @@ TEST(ChildEnvironmentScopeTest, APathWithLettersOfTheAnsiCodePageComesBackToo) {
 }
 
 // Most ANSI code pages lack this letter.
-const std::wstring FOREIGN_PATH = L"C:\\\u4E2D";
+const std::wstring foreignPath = L"C:\\\u4E2D";
 
-bool ansiHasForeignPath() { return GetACP() == CP_UTF8 || !inAnsi(FOREIGN_PATH).empty(); }
+bool ansiHasForeignPath() { return GetACP() == CP_UTF8 || !inAnsi(foreignPath).empty(); }
 
 TEST(ChildEnvironmentScopeTest, APathThatIsNotTouchedKeepsLettersTheAnsiCodePageLacks) {
     if (ansiHasForeignPath()) {
         GTEST_SKIP() << "the ANSI code page lacks no letter of the path";
     }
     const EnvironmentScope path("Path", "C:\\caller");
-    ASSERT_TRUE(SetEnvironmentVariableW(L"Path", FOREIGN_PATH.c_str()));
-    const std::string others = environmentBlock(OTHERS);
+    ASSERT_TRUE(SetEnvironmentVariableW(L"Path", foreignPath.c_str()));
+    const std::string others = environmentBlock(otherStrings);
     for (const char* environment : {static_cast<const char*>(nullptr), "", others.c_str()}) {
         { const ChildEnvironmentScope scope(environment, ""); }
-        EXPECT_EQ(processPath(), FOREIGN_PATH);
+        EXPECT_EQ(processPath(), foreignPath);
     }
 }
 
@@ -203,16 +203,16 @@ TEST(ChildEnvironmentScopeTest, APathThatIsPutBackIsWhatTheAnsiCodePageMakesOfIt
         GTEST_SKIP() << "the ANSI code page lacks no letter of the path";
     }
     const EnvironmentScope path("Path", "C:\\caller");
-    ASSERT_TRUE(SetEnvironmentVariableW(L"Path", FOREIGN_PATH.c_str()));
+    ASSERT_TRUE(SetEnvironmentVariableW(L"Path", foreignPath.c_str()));
     std::array<char, 20> narrow{};
-    ASSERT_NE(WideCharToMultiByte(CP_ACP, 0, FOREIGN_PATH.c_str(), -1, narrow.data(), 20, nullptr,
+    ASSERT_NE(WideCharToMultiByte(CP_ACP, 0, foreignPath.c_str(), -1, narrow.data(), 20, nullptr,
                                   nullptr),
               0);
     std::array<wchar_t, 20> wide{};
     ASSERT_NE(MultiByteToWideChar(CP_ACP, 0, narrow.data(), -1, wide.data(), 20), 0);
     { const ChildEnvironmentScope scope("PATH=x\0", ""); }
     EXPECT_EQ(processPath(), wide.data());
-    EXPECT_NE(processPath(), FOREIGN_PATH);
+    EXPECT_NE(processPath(), foreignPath);
 }
 
 /// The failure of a scope; code and text are empty if there is none.

@@ -20,7 +20,7 @@ namespace {
 
 using namespace testing_support;
 
-constexpr JOBOBJECTINFOCLASS LIST = JobObjectBasicProcessIdList;
+constexpr JOBOBJECTINFOCLASS listClass = JobObjectBasicProcessIdList;
 
 class ChildrenTest : public testing_support::ExecWaitTest {
 protected:
@@ -41,7 +41,7 @@ protected:
             if (exec.mPid == Exec::noPid) {
                 action();
             }
-            return QuickWakes::AWAIT_END;
+            return QuickWakes::awaitEnd;
         });
     }
     CommandResult runWithLeftover(const std::string& line) {
@@ -89,7 +89,7 @@ TEST_F(ChildrenTest, InJobModeWhatOutlivesTheCommandIsWaitedFor) {
         } else {
             make("go");
         }
-        return QuickWakes::AWAIT_END;
+        return QuickWakes::awaitEnd;
     });
     const std::string directory = folder.utf8();
     EXPECT_EQ(exec.run(command, directory).code, 0);
@@ -157,7 +157,7 @@ TEST_F(ChildrenTest, AServerAloneEndsTheWaitAfterOnePass) {
     useJob();
     const std::string server = copiedChild("conhost.exe", leftover());
     exec.run(server);
-    EXPECT_EQ(accounting.queryCount(LIST), 1U);
+    EXPECT_EQ(accounting.queryCount(listClass), 1U);
     endLeftover();
 }
 
@@ -165,13 +165,13 @@ TEST_F(ChildrenTest, AServerBesideALeftoverEndsTheWaitWithTheNextPass) {
     useJob();
     const std::string server = copiedChild("vctip.exe", leftover());
     exec.run(server);
-    EXPECT_EQ(accounting.queryCount(LIST), 1U);
+    EXPECT_EQ(accounting.queryCount(listClass), 1U);
     atFirstLeftover([this] { make("other"); });
     exec.run(waitedChild("spawn await " + file("other") + " make " + file("other end")));
     EXPECT_TRUE(isThere("other end"));
     EXPECT_FALSE(isThere("end"));
     // A process whose end was seen may stay in the list for a moment, which makes one more pass.
-    EXPECT_GE(accounting.queryCount(LIST), 3U);
+    EXPECT_GE(accounting.queryCount(listClass), 3U);
     endLeftover();
 }
 
@@ -197,7 +197,7 @@ TEST_F(ChildrenTest, ALeftoverThatStallsIsEnded) {
     accounting.setFixed({});
     // The command itself may take all the time it needs.
     wakes.onTimeout([this](size_t) -> DWORD {
-        return exec.mPid == Exec::noPid ? DWORD{WAIT_TIMEOUT} : QuickWakes::AWAIT_END;
+        return exec.mPid == Exec::noPid ? DWORD{WAIT_TIMEOUT} : QuickWakes::awaitEnd;
     });
     const std::string command = waitedChild(leftover());
     const CommandResult result = exec.run(command);
@@ -218,7 +218,7 @@ TEST_F(ChildrenTest, AFailedWaitForALeftoverIsReportedAndTheRunGoesOn) {
     bool hasFailed = false;
     wakes.onTimeout([&](size_t) -> DWORD {
         if (exec.mPid != Exec::noPid || hasFailed) {
-            return QuickWakes::AWAIT_END;
+            return QuickWakes::awaitEnd;
         }
         hasFailed = true;
         make("go");
@@ -249,14 +249,14 @@ TEST_F(ChildrenTest, AFailedWaitForALeftoverIsReportedAndTheRunGoesOn) {
 TEST_F(ChildrenTest, AListThatCannotBeHadIsReportedAndIsEmpty) {
     const SystemMessage noWords(L"");
     useJob();
-    accounting.failNext(LIST, ERROR_ACCESS_DENIED);
+    accounting.failNext(listClass, ERROR_ACCESS_DENIED);
     const CommandResult result = exec.run(waitedChild(leftover()));
     const std::string text =
         "Exec::waitChildren got error from QueryInformationJobObject: Error 5\n";
     EXPECT_EQ(result.code, 0);
     EXPECT_EQ(result.error, text);
     EXPECT_EQ(exec.errors(), std::vector<std::string>{text});
-    EXPECT_EQ(accounting.queryCount(LIST), 1U);
+    EXPECT_EQ(accounting.queryCount(listClass), 1U);
     EXPECT_FALSE(isThere("end"));
     endLeftover();
 }

@@ -23,11 +23,11 @@ using namespace testing_support;
 
 class ExecCygwinLinkTest : public CommandTest {
 protected:
-    static constexpr uint16_t VERSION_1_7 = 1007;
+    static constexpr uint16_t version17 = 1007;
 
     void SetUp() override {
         CommandTest::SetUp();
-        mExec->cygwinVersion() = std::tuple(VERSION_1_7, 0);
+        mExec->cygwinVersion() = std::tuple(version17, 0);
     }
     /// Makes a file with the attribute that leads to `target`, and returns the name that the search
     /// finds.
@@ -103,14 +103,14 @@ TEST_F(ExecCygwinLinkTest, WhatIsNoLinkOfACygwinCommandStaysAsItIs) {
         bool isFollowed;
     };
     for (const Row& row : {
-             Row{"a link", true, VERSION_1_7, FILE_ATTRIBUTE_SYSTEM, true},
-             Row{"with other attributes", true, VERSION_1_7,
+             Row{"a link", true, version17, FILE_ATTRIBUTE_SYSTEM, true},
+             Row{"with other attributes", true, version17,
                  FILE_ATTRIBUTE_SYSTEM | FILE_ATTRIBUTE_READONLY, true},
              Row{"a later version", true, 3004, FILE_ATTRIBUTE_SYSTEM, true},
-             Row{"another command", false, VERSION_1_7, FILE_ATTRIBUTE_SYSTEM, false},
+             Row{"another command", false, version17, FILE_ATTRIBUTE_SYSTEM, false},
              Row{"an older version", true, 1006, FILE_ATTRIBUTE_SYSTEM, false},
              Row{"no version", true, 0, FILE_ATTRIBUTE_SYSTEM, false},
-             Row{"no system file", true, VERSION_1_7, FILE_ATTRIBUTE_HIDDEN, false},
+             Row{"no system file", true, version17, FILE_ATTRIBUTE_HIDDEN, false},
          }) {
         SetFileAttributesW(toWide(link).c_str(), row.attributes);
         mExec->reset();

@@ -168,11 +168,11 @@ TEST(EnvironmentBlockTest, AVectorCanBeUsedAgain) {
 /// Strings with few names, some of them repeated, some without a sign, with characters of all
 /// lengths.
 std::vector<std::string> manyStrings(size_t count) {
-    constexpr std::string_view PIECES[] = {"A", "a", "B", "_", "\xC3\x84", "\xE4\xB8\xAD", "!"};
+    constexpr std::string_view pieces[] = {"A", "a", "B", "_", "\xC3\x84", "\xE4\xB8\xAD", "!"};
     std::mt19937 random(1);  // NOLINT(cert-msc32-c,cert-msc51-cpp)
     const auto appendPieces = [&](std::string& text, size_t most) {
         for (size_t left = random() % (most + 1); left > 0; --left) {
-            text += PIECES[random() % std::size(PIECES)];
+            text += pieces[random() % std::size(pieces)];
         }
     };
     std::vector<std::string> strings;

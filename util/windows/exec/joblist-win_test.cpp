@@ -22,7 +22,7 @@ namespace {
 
 using namespace testing_support;
 
-constexpr JOBOBJECTINFOCLASS LIST = JobObjectBasicProcessIdList;
+constexpr JOBOBJECTINFOCLASS listClass = JobObjectBasicProcessIdList;
 
 /// Records the sizes of the buffers that the list was requested with.
 class ListSizes {
@@ -31,7 +31,7 @@ public:
         : mReplaced("QueryInformationJobObject",
                     [](HANDLE job, JOBOBJECTINFOCLASS what, LPVOID buffer, DWORD size,
                        LPDWORD returned) -> BOOL {
-                        if (what == LIST) {
+                        if (what == listClass) {
                             gSizes.push_back(size);
                         }
                         return gOriginal(job, what, buffer, size, returned);
@@ -63,7 +63,7 @@ protected:
             if (exec.mPid == Exec::noPid) {
                 make("go");
             }
-            return QuickWakes::AWAIT_END;
+            return QuickWakes::awaitEnd;
         });
     }
     /// A leftover that waits for the file "go", and then makes the file "end".
@@ -110,8 +110,8 @@ TEST_F(JobListTest, ABufferOf1024BytesIsTheLargestToBeginWith) {
 TEST_F(JobListTest, ABufferThatHasGrownIsFreed) {
     SimulatedWait empty({".*", 0, 0});
     const auto grow = [&] {
-        accounting.failNext(LIST, ERROR_MORE_DATA);
-        accounting.failNext(LIST, ERROR_MORE_DATA);
+        accounting.failNext(listClass, ERROR_MORE_DATA);
+        accounting.failNext(listClass, ERROR_MORE_DATA);
         empty.waitChildren("command", /*failureText=*/nullptr);
     };
     grow();
@@ -135,7 +135,7 @@ TEST_F(JobListDeathTest, WithoutMemoryForTheBufferTheProcessIsStopped) {
             return bytes == 2 * size ? nullptr : original(bytes);
         });
         original = noMemory.original();
-        accounting.failNext(LIST, ERROR_MORE_DATA);
+        accounting.failNext(listClass, ERROR_MORE_DATA);
         wait.waitChildren("command", /*failureText=*/nullptr);
     };
     EXPECT_EXIT(grow(), diedOfABadAddress, "assertion failed at .*: pids != 0");

@@ -100,11 +100,11 @@ TEST_F(ExecLaunchTest, TheFlagsTellOfTheConsoleAndOfTheJob) {
         bool hasJob;
         DWORD flags;
     };
-    constexpr DWORD ALWAYS =
+    constexpr DWORD always =
         CREATE_SUSPENDED | CREATE_NEW_PROCESS_GROUP | CREATE_UNICODE_ENVIRONMENT;
-    for (const Row& row : {Row{false, false, ALWAYS | DETACHED_PROCESS}, Row{true, false, ALWAYS},
-                           Row{false, true, ALWAYS | DETACHED_PROCESS | CREATE_BREAKAWAY_FROM_JOB},
-                           Row{true, true, ALWAYS | CREATE_BREAKAWAY_FROM_JOB}}) {
+    for (const Row& row : {Row{false, false, always | DETACHED_PROCESS}, Row{true, false, always},
+                           Row{false, true, always | DETACHED_PROCESS | CREATE_BREAKAWAY_FROM_JOB},
+                           Row{true, true, always | CREATE_BREAKAWAY_FROM_JOB}}) {
         gHasConsole = row.hasConsole;
         gOpenings.clear();
         mExec->mJobPattern = row.hasJob ? "x" : "";

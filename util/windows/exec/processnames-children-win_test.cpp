@@ -22,7 +22,7 @@ using namespace testing_support;
 
 using Pids = std::vector<uint32_t>;
 
-constexpr uint32_t EVERY_PARENT = 0xffffffff;
+constexpr uint32_t everyParent = 0xffffffff;
 
 struct Process {
     uint32_t pid;
@@ -109,13 +109,13 @@ TEST(AddChildProcessesTest, NoProcessIsListedTwice) {
     EXPECT_EQ(withChildren({1, 10}, {{10, 1}, {1, 10}}), (Pids{1, 10}));
     EXPECT_EQ(withChildren({1}, {{10, 1}, {10, 1}}), (Pids{1, 10}));
     EXPECT_EQ(withChildren({0}, {{0, 0}}), Pids{0});
-    EXPECT_EQ(withChildren({EVERY_PARENT, 10}, {{10, 1}}), (Pids{EVERY_PARENT, 10}));
+    EXPECT_EQ(withChildren({everyParent, 10}, {{10, 1}}), (Pids{everyParent, 10}));
 }
 
 TEST(AddChildProcessesTest, TheIdOfEveryParentMatchesAll) {
-    EXPECT_EQ(withChildren({EVERY_PARENT}, {{20, 10}, {10, 1}, {0, 0}}),
-              (Pids{EVERY_PARENT, 20, 10, 0}));
-    EXPECT_EQ(withChildren({7, EVERY_PARENT}, {{20, 10}, {7, 10}}), (Pids{7, EVERY_PARENT, 20}));
+    EXPECT_EQ(withChildren({everyParent}, {{20, 10}, {10, 1}, {0, 0}}),
+              (Pids{everyParent, 20, 10, 0}));
+    EXPECT_EQ(withChildren({7, everyParent}, {{20, 10}, {7, 10}}), (Pids{7, everyParent, 20}));
 }
 
 TEST(AddChildProcessesTest, AnEmptyListStaysEmpty) {
@@ -137,7 +137,7 @@ TEST(AddChildProcessesTest, WithoutASnapshotNothingIsAdded) {
 }
 
 TEST(AddChildProcessesTest, AWalkThatFailsAddsNothing) {
-    EXPECT_EQ(withChildren({1, EVERY_PARENT}, {}), (Pids{1, EVERY_PARENT}));
+    EXPECT_EQ(withChildren({1, everyParent}, {}), (Pids{1, everyParent}));
     EXPECT_EQ(gSystem.walks, 1);
 }
 
@@ -154,7 +154,7 @@ TEST(AddChildProcessesTest, AChildOfThisProcessIsFound) {
 }
 
 TEST(AddChildProcessesTest, TheIdOfEveryParentFindsThisProcessToo) {
-    Pids pids = {EVERY_PARENT};
+    Pids pids = {everyParent};
     addChildProcesses(pids);
     EXPECT_EQ(std::count(pids.begin(), pids.end(), GetCurrentProcessId()), 1);
     std::sort(pids.begin(), pids.end());

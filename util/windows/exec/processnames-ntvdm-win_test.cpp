@@ -27,7 +27,7 @@ namespace {
 
 using namespace testing_support;
 
-const std::filesystem::path PROGRAM = testing_support::testProgramFolder() / "execchild.exe";
+const std::filesystem::path programPath = testing_support::testProgramFolder() / "execchild.exe";
 
 struct Found {
     HANDLE handle;
@@ -56,7 +56,7 @@ private:
     std::filesystem::path place(const std::filesystem::path& path) const {
         std::filesystem::path copy = mFolder.path() / path;
         std::filesystem::create_directories(copy.parent_path());
-        std::filesystem::copy_file(PROGRAM, copy);
+        std::filesystem::copy_file(programPath, copy);
         return copy.make_preferred();
     }
 
@@ -115,7 +115,7 @@ private:
 };
 
 TEST(GetNtvdmTest, AProcessIsOpenedWithTheRightsThatAreNeeded) {
-    const SuspendedProgram program(PROGRAM);
+    const SuspendedProgram program(programPath);
     const SeenOpening opening;
     find(program.pid());
     ASSERT_EQ(gOpenCalls.size(), 1U);
@@ -126,7 +126,7 @@ TEST(GetNtvdmTest, AProcessIsOpenedWithTheRightsThatAreNeeded) {
 }
 
 TEST(GetNtvdmTest, AnotherProgramIsNotTheHostAndItsHandleIsClosed) {
-    const SuspendedProgram program(PROGRAM);
+    const SuspendedProgram program(programPath);
     const SeenOpening opening;
     const Found found = find(program.pid());
     EXPECT_EQ(found.handle, INVALID_HANDLE_VALUE);

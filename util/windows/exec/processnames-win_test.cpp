@@ -30,7 +30,7 @@ namespace {
 
 using namespace testing_support;
 
-const std::filesystem::path PROGRAM = testing_support::testProgramFolder() / "execchild.exe";
+const std::filesystem::path programPath = testing_support::testProgramFolder() / "execchild.exe";
 
 /// Returns the name, written into a buffer that held something else. Checks that it ends within the
 /// buffer.
@@ -45,7 +45,7 @@ std::wstring nameOf(HANDLE process) {
 }
 
 TEST(ProcessImageNameTest, TheKernelNamesTheProgram) {
-    const SuspendedProgram program(PROGRAM);
+    const SuspendedProgram program(programPath);
     std::wstring native(1000, L'\0');
     DWORD size = 1000;
     ASSERT_TRUE(
@@ -78,16 +78,16 @@ class NoKernelNames {
 };
 
 TEST(ProcessImageNameTest, OtherwiseItIsReadFromTheMemoryOfTheProcess) {
-    const SuspendedProgram program(PROGRAM);
+    const SuspendedProgram program(programPath);
     const NoKernelNames none;
-    std::filesystem::path expected = PROGRAM;
+    std::filesystem::path expected = programPath;
     EXPECT_EQ(nameOf(program.handle()), expected.make_preferred().wstring());
 }
 
 TEST(ProcessImageNameTest, ANameInMemoryMayHaveAnyLetters) {
     const TempFolder folder;
     std::filesystem::path copy = folder.path() / L"\u4E2D \u00E4.exe";
-    std::filesystem::copy_file(PROGRAM, copy);
+    std::filesystem::copy_file(programPath, copy);
     const SuspendedProgram program(copy);
     const NoKernelNames none;
     EXPECT_EQ(nameOf(program.handle()), copy.make_preferred().wstring());
@@ -149,7 +149,7 @@ private:
 };
 
 TEST(ProcessImageNameTest, TheRecordsOfTheProcessLeadToItsName) {
-    const SuspendedProgram program(PROGRAM);
+    const SuspendedProgram program(programPath);
     const ReplacedReading reading;
     const std::wstring name = nameOf(program.handle());
     EXPECT_FALSE(name.empty());
@@ -162,7 +162,7 @@ TEST(ProcessImageNameTest, TheRecordsOfTheProcessLeadToItsName) {
 }
 
 TEST(ProcessImageNameTest, AReadThatFailsLeavesTheNameEmpty) {
-    const SuspendedProgram program(PROGRAM);
+    const SuspendedProgram program(programPath);
     for (size_t failing = 1; failing <= 3; ++failing) {
         const ReplacedReading reading({.failing = failing});
         EXPECT_EQ(nameOf(program.handle()), L"") << "read " << failing;
@@ -176,7 +176,7 @@ TEST(ProcessImageNameTest, OfANameInMemoryAtMost520BytesAreReadAndTheLastCharact
         size_t read;
         size_t characters;
     };
-    const SuspendedProgram program(PROGRAM);
+    const SuspendedProgram program(programPath);
     for (const auto& [length, read, characters] : {
              Row{0, 0, 0},
              Row{2, 2, 1},
@@ -206,16 +206,16 @@ TEST(ProcessImageNameTest, AProgramWithALongPathHasTheFirst259CharactersOfIt) {
     const TempFolder folder;
     std::filesystem::path deep = L"\\\\?\\" + folder.path().wstring();
     deep.make_preferred();
-    constexpr int LEVELS = 3;
-    for (int level = 0; level < LEVELS; ++level) {
+    constexpr int levels = 3;
+    for (int level = 0; level < levels; ++level) {
         deep /= std::wstring(90, L'd');
         ASSERT_TRUE(CreateDirectoryW(deep.c_str(), nullptr));
     }
-    ASSERT_TRUE(CopyFileW(PROGRAM.c_str(), (deep / "program.exe").c_str(), TRUE));
+    ASSERT_TRUE(CopyFileW(programPath.c_str(), (deep / "program.exe").c_str(), TRUE));
     const std::optional<std::wstring> name = nameWhenStarted(deep / "program.exe");
     // Only these calls accept such a path.
     DeleteFileW((deep / "program.exe").c_str());
-    for (int level = 0; level < LEVELS; ++level) {
+    for (int level = 0; level < levels; ++level) {
         RemoveDirectoryW(deep.c_str());
         deep = deep.parent_path();
     }
@@ -233,14 +233,14 @@ TEST(ProcessImageNameTest, WhatIsNoProcessHasNoName) {
 }
 
 TEST(ProcessImageNameTest, AProcessThatHasEndedHasNoMemoryToReadItFrom) {
-    const SuspendedProgram program(PROGRAM);
+    const SuspendedProgram program(programPath);
     program.end();
     const NoKernelNames none;
     EXPECT_EQ(nameOf(program.handle()), L"");
 }
 
 TEST(ProcessImageNameTest, AHandleThatMayNotReadMemoryDoesNot) {
-    const SuspendedProgram program(PROGRAM);
+    const SuspendedProgram program(programPath);
     const ScopedHandle restricted(
         OpenProcess(PROCESS_QUERY_INFORMATION, /*bInheritHandle=*/FALSE, program.pid()));
     const NoKernelNames none;

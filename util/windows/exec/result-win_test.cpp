@@ -309,48 +309,48 @@ struct CygwinRow {
     uint32_t result;
     uint32_t signal;
 };
-constexpr uint32_t NO_SIGNAL = Exec::noSignal;
-constexpr uint32_t KEPT = 77;  ///< the signal before
-const CygwinRow CYGWIN_ROWS[] = {
+constexpr uint32_t noChildSignal = Exec::noSignal;
+constexpr uint32_t keptBytes = 77;  ///< the signal before
+const CygwinRow cygwinRows[] = {
     // 1.5.13 has the exit code in bits 8 to 15, and no signal.
-    {1005, 13, 0x0000, 0x00, KEPT},
-    {1005, 13, 0x0100, 0x01, KEPT},
-    {1005, 13, 0xff00, 0xff, KEPT},
-    {1005, 13, 0x0180, 0x01, KEPT},
-    {1005, 13, 0x0080, 0x00, KEPT},
-    {1005, 13, 0x0001, 0x0001, KEPT},
-    {1005, 13, 0x0140, 0x0140, KEPT},
-    {1005, 13, 0x10100, 0x10100, KEPT},
-    {1005, 13, 0xc0000005, 0xc0000005, KEPT},
+    {1005, 13, 0x0000, 0x00, keptBytes},
+    {1005, 13, 0x0100, 0x01, keptBytes},
+    {1005, 13, 0xff00, 0xff, keptBytes},
+    {1005, 13, 0x0180, 0x01, keptBytes},
+    {1005, 13, 0x0080, 0x00, keptBytes},
+    {1005, 13, 0x0001, 0x0001, keptBytes},
+    {1005, 13, 0x0140, 0x0140, keptBytes},
+    {1005, 13, 0x10100, 0x10100, keptBytes},
+    {1005, 13, 0xc0000005, 0xc0000005, keptBytes},
     // An unknown version, and all from 1.5.20 on, have the signal in bits 8 to 14.
-    {0, 0, 0x0000, 0x0000, NO_SIGNAL},
-    {0, 0, 0x00ff, 0x00ff, NO_SIGNAL},
+    {0, 0, 0x0000, 0x0000, noChildSignal},
+    {0, 0, 0x00ff, 0x00ff, noChildSignal},
     {0, 0, 0x0900, 0x0900, 9},
     {0, 0, 0x7f00, 0x7f00, 0x7f},
-    {0, 0, 0x8000, 0x8000, NO_SIGNAL},
+    {0, 0, 0x8000, 0x8000, noChildSignal},
     {0, 0, 0x8f01, 0x8f01, 15},
     {0, 0, 0xc0000f05, 0xc0000f05, 15},
     {0, 13, 0x0900, 0x0900, 9},
     {1005, 20, 0x0900, 0x0900, 9},
-    {1005, 21, 0x0000, 0x0000, NO_SIGNAL},
+    {1005, 21, 0x0000, 0x0000, noChildSignal},
     {1005, 999, 0x0900, 0x0900, 9},
     {1006, 0, 0x0900, 0x0900, 9},
     {1007, 13, 0x0900, 0x0900, 9},
     {2011, 1, 0x0900, 0x0900, 9},
     // For the other versions, nothing is extracted.
-    {1005, 0, 0x0900, 0x0900, KEPT},
-    {1005, 12, 0x0900, 0x0900, KEPT},
-    {1005, 14, 0x0900, 0x0900, KEPT},
-    {1005, 19, 0x0000, 0x0000, KEPT},
-    {1004, 13, 0x0900, 0x0900, KEPT},
-    {1004, 20, 0x0900, 0x0900, KEPT},
-    {1, 20, 0x0900, 0x0900, KEPT},
+    {1005, 0, 0x0900, 0x0900, keptBytes},
+    {1005, 12, 0x0900, 0x0900, keptBytes},
+    {1005, 14, 0x0900, 0x0900, keptBytes},
+    {1005, 19, 0x0000, 0x0000, keptBytes},
+    {1004, 13, 0x0900, 0x0900, keptBytes},
+    {1004, 20, 0x0900, 0x0900, keptBytes},
+    {1, 20, 0x0900, 0x0900, keptBytes},
 };
 
 TEST_F(ExecResultTest, TheCodeOfACygwinCommandIsReadAsItsVersionWritesIt) {
-    for (const CygwinRow& row : CYGWIN_ROWS) {
+    for (const CygwinRow& row : cygwinRows) {
         mExec->cygwinVersion() = std::tie(row.major, row.minor);
-        mExec->mChildSignal = KEPT;
+        mExec->mChildSignal = keptBytes;
         Exec::RunInfo info = childInfo("exit " + std::to_string(row.code));
         info.mCygwinCommand = true;
         EXPECT_EQ(static_cast<uint32_t>(mExec->run(info).code), row.result)
@@ -370,11 +370,11 @@ TEST_F(ExecResultTest, TheCodeOfACygwinCommandIsLoggedAsItCame) {
 
 TEST_F(ExecResultTest, TheCodeOfAnyOtherCommandStaysWhatItIs) {
     mExec->cygwinVersion() = std::tuple(1005, 13);
-    mExec->mChildSignal = KEPT;
+    mExec->mChildSignal = keptBytes;
     EXPECT_EQ(mExec->run(execChild("exit 256")).code, 256);
     mExec->cygwinVersion() = std::tuple(1007, 13);
     EXPECT_EQ(mExec->run(execChild("exit 0x900")).code, 0x900);
-    EXPECT_EQ(mExec->childSignal(), KEPT);
+    EXPECT_EQ(mExec->childSignal(), keptBytes);
 }
 
 }  // namespace

@@ -13,10 +13,10 @@ namespace {
 
 using namespace testing_support;
 
-constexpr uint32_t TIME = Exec::watchTime;
-constexpr uint32_t IO = Exec::watchIo;
-constexpr uint32_t REPORT = Exec::reportOnly;
-constexpr auto BREAK_CODE = static_cast<int32_t>(0xC000013A);
+constexpr uint32_t timeFlag = Exec::watchTime;
+constexpr uint32_t ioFlag = Exec::watchIo;
+constexpr uint32_t stallReport = Exec::reportOnly;
+constexpr auto breakCode = static_cast<int32_t>(0xC000013A);
 
 class StallTest : public testing_support::ExecWaitTest {
 protected:
@@ -32,7 +32,7 @@ protected:
                 remove("s" + std::to_string(wake - 1));
             }
             if (wake > 4) {
-                return QuickWakes::AWAIT_END;
+                return QuickWakes::awaitEnd;
             }
             await("s" + std::to_string(wake));
             return WAIT_TIMEOUT;
@@ -54,23 +54,23 @@ protected:
 };
 
 TEST_F(StallTest, ACommandThatComputesGoesOnWhereProcessorTimeIsWatched) {
-    exec.setStallRules(everyCommand(500, TIME));
+    exec.setStallRules(everyCommand(500, timeFlag));
     EXPECT_EQ(runWorkInFourRounds("burn 20").code, 9);
     EXPECT_TRUE(exec.errors().empty());
 }
 
 TEST_F(StallTest, ACommandThatReadsAndWritesGoesOnWhereThatIsWatched) {
-    exec.setStallRules(everyCommand(500, IO));
+    exec.setStallRules(everyCommand(500, ioFlag));
     EXPECT_EQ(runWorkInFourRounds("io 100 " + file("data")).code, 9);
     EXPECT_TRUE(exec.errors().empty());
 }
 
 TEST_F(StallTest, TheWorkOfWhatACommandStartsIsItsProgress) {
-    exec.setStallRules(everyCommand(500, IO));
+    exec.setStallRules(everyCommand(500, ioFlag));
     wakes.onTimeout([this](size_t wake) -> DWORD {
         if (wake > 1) {
             make("go");
-            return QuickWakes::AWAIT_END;
+            return QuickWakes::awaitEnd;
         }
         await("worked");
         return WAIT_TIMEOUT;
@@ -86,7 +86,7 @@ TEST_F(StallTest, TheWorkOfWhatACommandStartsIsItsProgress) {
 
 TEST_F(StallTest, ACommandThatDoesNothingIsBroken) {
     const std::string command = waitedChild("make " + file("ready") + " sleep 60000");
-    exec.setStallRules(everyCommand(1000, TIME | IO));
+    exec.setStallRules(everyCommand(1000, timeFlag | ioFlag));
     notePidAt("ready");
     const CommandResult result = exec.run(command);
     EXPECT_EQ(result.code, Exec::failureCode);
@@ -100,7 +100,7 @@ TEST_F(StallTest, ACommandThatDoesNothingIsBroken) {
 
 TEST_F(StallTest, ACommandThatIgnoresTheBreakIsEndedThreeWakesAfterTheStall) {
     const std::string command = waitedChild("ignore-break make " + file("ready") + " sleep 60000");
-    exec.setStallRules(everyCommand(500, TIME));
+    exec.setStallRules(everyCommand(500, timeFlag));
     accounting.setFixed({});
     notePidAt("ready");
     const CommandResult result = exec.run(command);
@@ -113,7 +113,7 @@ TEST_F(StallTest, ACommandThatIgnoresTheBreakIsEndedThreeWakesAfterTheStall) {
 TEST_F(StallTest, TheLogOfAStall) {
     const std::string command = waitedChild("ignore-break make " + file("ready") + " sleep 60000");
     const std::string directory = folder.utf8();
-    exec.setStallRules(everyCommand(2000, TIME));
+    exec.setStallRules(everyCommand(2000, timeFlag));
     JobAccounting::Figures figures{};
     figures.BasicInfo.TotalUserTime.QuadPart = 75;
     figures.IoInfo.WriteOperationCount = 6;
@@ -133,7 +133,7 @@ TEST_F(StallTest, TheLogOfAStall) {
 TEST_F(StallTest, ARuleThatOnlyReportsLetsTheCommandGoOn) {
     const std::string command =
         waitedChild("make " + file("ready") + " await " + file("go") + " say x exit 9");
-    exec.setStallRules(everyCommand(500, TIME | REPORT));
+    exec.setStallRules(everyCommand(500, timeFlag | stallReport));
     wakes.onTimeout([this](size_t wake) -> DWORD {
         if (wake == 1) {
             await("ready");
@@ -143,7 +143,7 @@ TEST_F(StallTest, ARuleThatOnlyReportsLetsTheCommandGoOn) {
             return WAIT_TIMEOUT;
         }
         make("go");
-        return QuickWakes::AWAIT_END;
+        return QuickWakes::awaitEnd;
     });
     const CommandResult result = exec.run(command);
     EXPECT_EQ(result.code, 9);
@@ -156,7 +156,7 @@ TEST_F(StallTest, ARuleThatOnlyReportsLetsTheCommandGoOn) {
 TEST_F(StallTest, WhatWasWrittenBeforeAStallComesBackInFrontOfTheText) {
     Exec::RunInfo info;
     info.mDirectArgv = {waitedChild("say x complain y make " + file("ready") + " sleep 60000")};
-    exec.setStallRules(everyCommand(500, TIME | IO));
+    exec.setStallRules(everyCommand(500, timeFlag | ioFlag));
     atFirstWake("ready");
     const CommandResult separate = exec.run(info);
     EXPECT_EQ(separate.output, "x");
@@ -174,7 +174,7 @@ TEST_F(StallTest, TheSignalOfAStalledCygwinCommandIsKnown) {
     Exec::RunInfo info;
     info.mDirectArgv = {waitedChild("make " + file("ready") + " sleep 60000")};
     info.mCygwinCommand = true;
-    exec.setStallRules(everyCommand(500, TIME | IO));
+    exec.setStallRules(everyCommand(500, timeFlag | ioFlag));
     exec.mChildSignal = 77;
     atFirstWake("ready");
     EXPECT_EQ(exec.run(info).code, Exec::failureCode);
@@ -185,7 +185,7 @@ TEST_F(StallTest, TheTextsOfAStalledCommandAreNotConverted) {
     Exec::RunInfo info;
     info.mDirectArgv = {waitedChild("say16 x make " + file("ready") + " sleep 60000")};
     info.mUtf16Output = true;
-    exec.setStallRules(everyCommand(500, TIME | IO));
+    exec.setStallRules(everyCommand(500, timeFlag | ioFlag));
     atFirstWake("ready");
     const CommandResult result = exec.run(info);
     EXPECT_EQ(result.code, Exec::failureCode);
@@ -197,18 +197,18 @@ TEST_F(StallTest, WithoutATextForFailuresTheExitCodeComesBack) {
     Exec::RunInfo info;
     info.mDirectArgv = {waitedChild("make " + file("ready") + " sleep 60000")};
     info.mCaptureOutput = false;
-    exec.setStallRules(everyCommand(500, TIME));
+    exec.setStallRules(everyCommand(500, timeFlag));
     accounting.setFixed({});
     wakes.onTimeout([this](size_t wake) -> DWORD {
         if (wake > 1) {
-            return QuickWakes::AWAIT_END;
+            return QuickWakes::awaitEnd;
         }
         await("ready");
         pid = std::to_string(exec.mPid.load());
         return WAIT_TIMEOUT;
     });
     const CommandResult result = exec.run(info);
-    EXPECT_EQ(result.code, BREAK_CODE);
+    EXPECT_EQ(result.code, breakCode);
     EXPECT_EQ(result.output, "");
     EXPECT_EQ(result.error, "");
     EXPECT_FALSE(result.aborted);
@@ -217,7 +217,7 @@ TEST_F(StallTest, WithoutATextForFailuresTheExitCodeComesBack) {
 
 TEST_F(StallTest, AnAbortBehindAStallLeavesItAStall) {
     const std::string command = waitedChild("ignore-break make " + file("ready") + " sleep 60000");
-    exec.setStallRules(everyCommand(500, TIME));
+    exec.setStallRules(everyCommand(500, timeFlag));
     accounting.setFixed({});
     wakes.onTimeout([this](size_t wake) -> DWORD {
         if (wake == 1) {
@@ -236,7 +236,7 @@ TEST_F(StallTest, AnAbortBehindAStallLeavesItAStall) {
 }
 
 TEST_F(StallTest, AnAbortedCommandIsNotWatchedAnyMore) {
-    exec.setStallRules(everyCommand(500, TIME));
+    exec.setStallRules(everyCommand(500, timeFlag));
     accounting.setFixed({});
     atFirstWake("ready", [this] { abort(); });
     const CommandResult result =
@@ -247,7 +247,7 @@ TEST_F(StallTest, AnAbortedCommandIsNotWatchedAnyMore) {
 }
 
 TEST_F(StallTest, AStalledCommandLeavesTheNextOneAlone) {
-    exec.setStallRules({{".*sleep.*", 500, TIME}});
+    exec.setStallRules({{".*sleep.*", 500, timeFlag}});
     exec.run(waitedChild("sleep 60000"));
     const CommandResult next = exec.run(waitedChild("say x exit 9"));
     EXPECT_EQ(next.code, 9);
@@ -257,8 +257,8 @@ TEST_F(StallTest, AStalledCommandLeavesTheNextOneAlone) {
 }
 
 TEST_F(StallTest, ACommandThatEndsBeforeTheFirstWakeIsNotAskedAbout) {
-    wakes.onTimeout([](size_t) { return QuickWakes::AWAIT_END; });
-    exec.setStallRules(everyCommand(1, TIME | IO));
+    wakes.onTimeout([](size_t) { return QuickWakes::awaitEnd; });
+    exec.setStallRules(everyCommand(1, timeFlag | ioFlag));
     EXPECT_EQ(exec.run(waitedChild("exit 9")).code, 9);
     EXPECT_EQ(accounting.queryCount(JobObjectBasicAndIoAccountingInformation), 0U);
 }

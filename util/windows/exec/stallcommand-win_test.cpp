@@ -39,7 +39,7 @@ protected:
         exec.setStallRules(everyCommand(500, Exec::watchTime));
         // A command that should end by itself gets all the time for it.
         wakes.onTimeout([this](size_t) -> DWORD {
-            return exec.stallCountdown() > 0 ? DWORD{WAIT_TIMEOUT} : QuickWakes::AWAIT_END;
+            return exec.stallCountdown() > 0 ? DWORD{WAIT_TIMEOUT} : QuickWakes::awaitEnd;
         });
         EXPECT_EXIT(end(checks), testing::ExitedWithCode(0), "");
     }
@@ -87,7 +87,7 @@ TEST_F(StallCommandDeathTest, ForALeftoverItHasThoseOfTheProcess) {
         const EnvironmentScope variable("NBBRK", waitedChild("make broken"));
         wakes.onTimeout([this](size_t) -> DWORD {
             const bool isToStall = exec.mPid == Exec::noPid && exec.stallCountdown() > 0;
-            return isToStall ? DWORD{WAIT_TIMEOUT} : QuickWakes::AWAIT_END;
+            return isToStall ? DWORD{WAIT_TIMEOUT} : QuickWakes::awaitEnd;
         });
         std::string environment = "PATH=nowhere";
         environment.append(2, '\0');

@@ -26,11 +26,11 @@ namespace {
 using namespace testing_support;
 using Figures = JobAccounting::Figures;
 
-constexpr JOBOBJECTINFOCLASS LIST = JobObjectBasicProcessIdList;
-constexpr JOBOBJECTINFOCLASS ACCOUNTING = JobObjectBasicAndIoAccountingInformation;
-constexpr uint32_t TIME = Exec::watchTime;
-constexpr uint32_t IO = Exec::watchIo;
-constexpr uint32_t REPORT = Exec::reportOnly;
+constexpr JOBOBJECTINFOCLASS listClass = JobObjectBasicProcessIdList;
+constexpr JOBOBJECTINFOCLASS accountingClass = JobObjectBasicAndIoAccountingInformation;
+constexpr uint32_t timeFlag = Exec::watchTime;
+constexpr uint32_t io = Exec::watchIo;
+constexpr uint32_t report = Exec::reportOnly;
 
 Figures figures(LONGLONG user, LONGLONG kernel, ULONGLONG reads, ULONGLONG writes,
                 ULONGLONG otherOps) {
@@ -50,7 +50,7 @@ public:
         : mReplaced("QueryInformationJobObject",
                     [](HANDLE job, JOBOBJECTINFOCLASS what, LPVOID buffer, DWORD size,
                        LPDWORD returned) -> BOOL {
-                        return what == LIST
+                        return what == listClass
                                    ? answer(static_cast<JOBOBJECT_BASIC_PROCESS_ID_LIST*>(buffer),
                                             size)
                                    : gOriginal(job, what, buffer, size, returned);
@@ -108,7 +108,7 @@ TEST_F(StallRounds, AChangeOfAWatchedNumberIsProgressAndNoOtherIs) {
                                          {figures(0, 0, 1, 0, 0), false},
                                          {figures(0, 0, 0, 1, 0), false},
                                          {figures(0, 0, 0, 0, 1), false}};
-    for (const uint32_t flags : {TIME, IO, TIME | IO, TIME | REPORT, IO | REPORT}) {
+    for (const uint32_t flags : {timeFlag, io, timeFlag | io, timeFlag | report, io | report}) {
         for (size_t at = 0; at < changes.size(); ++at) {
             SimulatedWait exec({".*", 500, flags});
             accounting.setFixed(changes[at].to);
@@ -118,14 +118,14 @@ TEST_F(StallRounds, AChangeOfAWatchedNumberIsProgressAndNoOtherIs) {
                     madeProgress = exec.errors().empty();
                 }
             });
-            const bool isWatched = (flags & (changes[at].isTime ? TIME : IO)) != 0;
+            const bool isWatched = (flags & (changes[at].isTime ? timeFlag : io)) != 0;
             EXPECT_EQ(madeProgress, isWatched) << "flags " << flags << ", change " << at;
         }
     }
 }
 
 TEST_F(StallRounds, AFallIsAChangeToo) {
-    SimulatedWait exec({".*", 500, IO});
+    SimulatedWait exec({".*", 500, io});
     exec.lastCounters() = std::tuple(0, 0, 5U, 0U, 0U);
     accounting.setFixed(figures(0, 0, 4, 0, 0));
     exec.run(/*count=*/1);
@@ -133,7 +133,7 @@ TEST_F(StallRounds, AFallIsAChangeToo) {
 }
 
 TEST_F(StallRounds, TheFiveNumbersAreKeptAtProgressOnly) {
-    SimulatedWait exec({".*", 5000, TIME});
+    SimulatedWait exec({".*", 5000, timeFlag});
     accounting.setFixed(figures(0, 0, 3, 4, 5));
     exec.run(/*count=*/1);
     EXPECT_EQ(exec.lastCounters(), std::tuple(0, 0, 0U, 0U, 0U));
@@ -143,7 +143,7 @@ TEST_F(StallRounds, TheFiveNumbersAreKeptAtProgressOnly) {
 }
 
 TEST_F(StallRounds, ProgressGivesTheWholeTimeBack) {
-    SimulatedWait exec({".*", 1700, IO});
+    SimulatedWait exec({".*", 1700, io});
     accounting.setFixed({});
     std::vector<int32_t> countdowns;
     exec.run(/*count=*/5, [&](size_t round) {
@@ -163,7 +163,7 @@ TEST_F(StallRounds, ACommandStallsWhenItsTimeIsOverInHalfSeconds) {
     accounting.setFixed({});
     for (const Row& row : {Row{-1000, 1}, Row{1, 1}, Row{499, 1}, Row{500, 1}, Row{501, 2},
                            Row{1000, 2}, Row{1001, 3}, Row{10000, 20}}) {
-        SimulatedWait exec({".*", row.timeout, TIME | IO});
+        SimulatedWait exec({".*", row.timeout, timeFlag | io});
         exec.run(/*count=*/100);
         EXPECT_TRUE(exec.stalled) << row.timeout;
         EXPECT_EQ(exec.rounds, row.rounds) << row.timeout;
@@ -171,7 +171,7 @@ TEST_F(StallRounds, ACommandStallsWhenItsTimeIsOverInHalfSeconds) {
 }
 
 TEST_F(StallRounds, AStallIsReportedAndBreaksTheGroupOfTheCommand) {
-    SimulatedWait exec({".*", 500, TIME | IO});
+    SimulatedWait exec({".*", 500, timeFlag | io});
     accounting.setFixed({});
     exec.mPid = 4711;
     exec.run(/*count=*/5);
@@ -182,14 +182,14 @@ TEST_F(StallRounds, AStallIsReportedAndBreaksTheGroupOfTheCommand) {
 }
 
 TEST_F(StallRounds, AStallWithoutARunningCommandBreaksTheGroupThatThereIsNot) {
-    SimulatedWait exec({".*", 500, TIME | IO});
+    SimulatedWait exec({".*", 500, timeFlag | io});
     accounting.setFixed({});
     exec.run(/*count=*/5);
     EXPECT_EQ(breaks.calls(), (std::vector<ConsoleBreaks::Call>{{CTRL_BREAK_EVENT, Exec::noPid}}));
 }
 
 TEST_F(StallRounds, ARuleThatOnlyReportsDoesSoOnceInAWait) {
-    SimulatedWait exec({".*", 1000, TIME | REPORT});
+    SimulatedWait exec({".*", 1000, timeFlag | report});
     accounting.setFixed({});
     exec.run(/*count=*/8, [&](size_t round) {
         if (round == 5) {
@@ -205,7 +205,7 @@ TEST_F(StallRounds, ARuleThatOnlyReportsDoesSoOnceInAWait) {
 }
 
 TEST_F(StallRounds, ATimeThatIsSpentFallsOnAndDoesNotWrap) {
-    SimulatedWait exec({".*", 700, TIME | REPORT});
+    SimulatedWait exec({".*", 700, timeFlag | report});
     accounting.setFixed({});
     exec.run(/*count=*/4);
     EXPECT_EQ(exec.stallCountdown(), -1300);
@@ -215,7 +215,7 @@ TEST_F(StallRounds, ATimeThatIsSpentFallsOnAndDoesNotWrap) {
 }
 
 TEST_F(StallRounds, TheLogTellsOfTheSecondHalfOfTheTimeOnly) {
-    SimulatedWait exec({".*", 2000, TIME | IO});
+    SimulatedWait exec({".*", 2000, timeFlag | io});
     accounting.setFixed(figures(123456789, 29, 3, 4, 5));
     std::vector<std::string> logs;
     exec.run(/*count=*/10, [&](size_t) { logs.push_back(exec.log()); });
@@ -242,7 +242,7 @@ TEST_F(StallRounds, HalfOfTheTimeIsRoundedTowardsZero) {
     for (const Row& row :
          {Row{1001, 500, false}, Row{1001, 499, true}, Row{1000, 500, false}, Row{1000, 499, true},
           Row{-3, -1, false}, Row{-3, -2, true}, Row{1, 0, false}, Row{1, -1, true}}) {
-        SimulatedWait exec({".*", row.timeout, TIME | REPORT});
+        SimulatedWait exec({".*", row.timeout, timeFlag | report});
         exec.stallCountdown() = row.countdown;
         exec.run(/*count=*/1);
         EXPECT_EQ(exec.log().starts_with("\tchecking for stalled job: pids\n\t  user time: 0 "),
@@ -252,7 +252,7 @@ TEST_F(StallRounds, HalfOfTheTimeIsRoundedTowardsZero) {
 }
 
 TEST_F(StallRounds, AStallThatIsOnlyReportedHasItsOwnLine) {
-    SimulatedWait exec({".*", 1, TIME | REPORT});
+    SimulatedWait exec({".*", 1, timeFlag | report});
     accounting.setFixed({});
     exec.run(/*count=*/1);
     EXPECT_EQ(exec.log(), "\ttimed out waiting for pid " + pidText() + " (but not aborting)\n");
@@ -269,7 +269,7 @@ TEST_F(StallRounds, OfMoreThan49ProcessesTheOthersAreANumber) {
          {Row{2, " 1 2", ""}, Row{49, idsUpTo(49), ""}, Row{50, idsUpTo(49), " (plus 1 others)"},
           Row{1060, idsUpTo(49), " (plus 1011 others)"}}) {
         const LongList list(row.assigned);
-        SimulatedWait exec({".*", 1000, TIME});
+        SimulatedWait exec({".*", 1000, timeFlag});
         exec.stallCountdown() = 499;
         exec.run(/*count=*/2);
         EXPECT_EQ(exec.errors(), stallReport(row.ids, "aborting job"));
@@ -281,11 +281,11 @@ TEST_F(StallRounds, OfMoreThan49ProcessesTheOthersAreANumber) {
 
 TEST_F(StallRounds, AListThatCannotBeHadIsReportedEachRoundAndTheRoundGoesOn) {
     const SystemMessage noWords(L"");
-    SimulatedWait exec({".*", 1000, TIME});
+    SimulatedWait exec({".*", 1000, timeFlag});
     accounting.setFixed({});
     exec.stallCountdown() = 999;
-    accounting.failNext(LIST, ERROR_ACCESS_DENIED);
-    accounting.failNext(LIST, ERROR_NOT_READY);
+    accounting.failNext(listClass, ERROR_ACCESS_DENIED);
+    accounting.failNext(listClass, ERROR_NOT_READY);
     exec.run(/*count=*/5);
     const std::string words = "Exec::waitProcessExit couldn't query job process information: ";
     EXPECT_EQ(exec.failure, words + "Error 5\n" + words + "Error 21\n");
@@ -298,10 +298,10 @@ TEST_F(StallRounds, AListThatCannotBeHadIsReportedEachRoundAndTheRoundGoesOn) {
 
 TEST_F(StallRounds, WithoutAccountingARoundIsReportedAndDoesNotCount) {
     const SystemMessage noWords(L"");
-    SimulatedWait exec({".*", 500, TIME});
+    SimulatedWait exec({".*", 500, timeFlag});
     accounting.setFixed({});
-    accounting.failNext(ACCOUNTING, ERROR_ACCESS_DENIED);
-    accounting.failNext(ACCOUNTING, ERROR_NOT_READY);
+    accounting.failNext(accountingClass, ERROR_ACCESS_DENIED);
+    accounting.failNext(accountingClass, ERROR_NOT_READY);
     exec.run(/*count=*/2);
     const std::string words = "Exec::waitProcessExit couldn't query job accounting information: ";
     EXPECT_EQ(exec.failure, words + "Error 5\n" + words + "Error 21\n");
@@ -313,11 +313,11 @@ TEST_F(StallRounds, WithoutAccountingARoundIsReportedAndDoesNotCount) {
 
 TEST_F(StallRounds, WithoutAJobNoJobIsAskedFor) {
     const SystemMessage noWords(L"");
-    SimulatedWait exec({".*", 1000, TIME});
+    SimulatedWait exec({".*", 1000, timeFlag});
     exec.mJob.release();
     exec.run(/*count=*/1);
-    EXPECT_EQ(accounting.queryCount(LIST), 0U);
-    EXPECT_EQ(accounting.queryCount(ACCOUNTING), 0U);
+    EXPECT_EQ(accounting.queryCount(listClass), 0U);
+    EXPECT_EQ(accounting.queryCount(accountingClass), 0U);
     const std::string words = "Exec::waitProcessExit couldn't query job ";
     EXPECT_EQ(exec.failure, words + "process information: Error 6\n" + words +
                                 "accounting information: Error 6\n");
@@ -325,9 +325,9 @@ TEST_F(StallRounds, WithoutAJobNoJobIsAskedFor) {
 
 TEST_F(StallRounds, WithoutATextForFailuresTheyAreReportedAllTheSame) {
     const SystemMessage noWords(L"");
-    SimulatedWait exec({".*", 500, TIME});
+    SimulatedWait exec({".*", 500, timeFlag});
     exec.failureText = nullptr;
-    accounting.failNext(ACCOUNTING, ERROR_ACCESS_DENIED);
+    accounting.failNext(accountingClass, ERROR_ACCESS_DENIED);
     exec.run(/*count=*/1);
     EXPECT_EQ(exec.errors(),
               std::vector<std::string>{
@@ -339,20 +339,20 @@ TEST_F(StallRounds, WhatIsNotWatchedIsNotAskedFor) {
         int32_t timeout;
         uint32_t flags;
     };
-    for (const Row& row :
-         {Row{0, TIME | IO}, Row{500, 0}, Row{500, REPORT}, Row{500, ~(TIME | IO | REPORT)}}) {
+    for (const Row& row : {Row{0, timeFlag | io}, Row{500, 0}, Row{500, report},
+                           Row{500, ~(timeFlag | io | report)}}) {
         SimulatedWait exec({".*", row.timeout, row.flags});
         exec.run(/*count=*/5);
         EXPECT_EQ(exec.rounds, 5U) << row.timeout << ' ' << row.flags;
     }
-    SimulatedWait withoutRule({".*", 500, TIME});
+    SimulatedWait withoutRule({".*", 500, timeFlag});
     withoutRule.currentRule() = nullptr;
     withoutRule.run(/*count=*/5);
-    SimulatedWait withoutJobMode({".*", 500, TIME});
+    SimulatedWait withoutJobMode({".*", 500, timeFlag});
     withoutJobMode.mJobPattern.clear();
     withoutJobMode.run(/*count=*/5);
-    EXPECT_EQ(accounting.queryCount(LIST), 0U);
-    EXPECT_EQ(accounting.queryCount(ACCOUNTING), 0U);
+    EXPECT_EQ(accounting.queryCount(listClass), 0U);
+    EXPECT_EQ(accounting.queryCount(accountingClass), 0U);
 }
 
 /// Records whether the lock was free when a stall was reported.
@@ -373,7 +373,7 @@ public:
 };
 
 TEST_F(StallRounds, TheLockIsHeldInARoundAndNotBetweenRounds) {
-    LockWatcher exec({".*", 500, TIME | REPORT});
+    LockWatcher exec({".*", 500, timeFlag | report});
     accounting.setFixed({});
     exec.run(/*count=*/2, [&](size_t) { exec.lockFree.push_back(exec.isLockFree()); });
     EXPECT_EQ(exec.lockFree, (std::vector<bool>{true, false, true}));

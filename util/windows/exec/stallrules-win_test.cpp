@@ -16,9 +16,9 @@ namespace {
 
 using namespace testing_support;
 
-constexpr uint32_t TIME = Exec::watchTime;
-constexpr JOBOBJECTINFOCLASS LIST = JobObjectBasicProcessIdList;
-constexpr JOBOBJECTINFOCLASS ACCOUNTING = JobObjectBasicAndIoAccountingInformation;
+constexpr uint32_t time = Exec::watchTime;
+constexpr JOBOBJECTINFOCLASS list = JobObjectBasicProcessIdList;
+constexpr JOBOBJECTINFOCLASS accountingClass = JobObjectBasicAndIoAccountingInformation;
 
 /// The pattern of the current rule, or "none".
 std::string currentPattern(TestedExec& exec) {
@@ -41,7 +41,7 @@ TEST(StallRuleSelection, APatternIsExtendedIgnoresCaseAndMatchesTheWholeCommand)
           Row{"a\\.c", "abc", false}, Row{"a*", "", true}, Row{".*", "", true},
           Row{"x", "", false}}) {
         TestedExec exec;
-        exec.setStallRules({{row.pattern, 700, TIME}});
+        exec.setStallRules({{row.pattern, 700, time}});
         exec.selectStallRule(row.command);
         EXPECT_EQ(exec.currentRule() != nullptr, row.isMatch) << row.pattern << ' ' << row.command;
         EXPECT_EQ(exec.mJobPattern, row.isMatch ? row.pattern : "");
@@ -51,7 +51,7 @@ TEST(StallRuleSelection, APatternIsExtendedIgnoresCaseAndMatchesTheWholeCommand)
 
 TEST(StallRuleSelection, TheFirstRuleThatMatchesWins) {
     TestedExec exec;
-    exec.setStallRules({{"link", 1, TIME}, {"c.*", 2, TIME}, {"cl", 3, TIME}});
+    exec.setStallRules({{"link", 1, time}, {"c.*", 2, time}, {"cl", 3, time}});
     exec.selectStallRule("cl");
     EXPECT_EQ(currentPattern(exec), "c.*");
     EXPECT_EQ(exec.currentRule(), &*std::next(exec.stallRules().begin()));
@@ -61,7 +61,7 @@ TEST(StallRuleSelection, TheFirstRuleThatMatchesWins) {
 
 TEST(StallRuleSelection, WithoutAMatchTheLastPatternStaysAndNoRuleIsInForce) {
     TestedExec exec;
-    exec.setStallRules({{"cl", 700, TIME}});
+    exec.setStallRules({{"cl", 700, time}});
     exec.selectStallRule("cl");
     exec.selectStallRule("link");
     EXPECT_EQ(currentPattern(exec), "none");
@@ -71,7 +71,7 @@ TEST(StallRuleSelection, WithoutAMatchTheLastPatternStaysAndNoRuleIsInForce) {
 
 TEST(StallRuleSelection, WithoutRulesTheLastPatternStaysAndNoRuleIsInForce) {
     TestedExec exec;
-    exec.setStallRules({{"cl", 700, TIME}});
+    exec.setStallRules({{"cl", 700, time}});
     exec.selectStallRule("cl");
     exec.stallRules().clear();
     exec.selectStallRule("cl");
@@ -82,7 +82,7 @@ TEST(StallRuleSelection, WithoutRulesTheLastPatternStaysAndNoRuleIsInForce) {
 
 TEST(StallRuleSelection, ARuleThatWatchesNothingMatchesAllTheSame) {
     TestedExec exec;
-    exec.setStallRules({{"cl"}, {"cl", 700, TIME}});
+    exec.setStallRules({{"cl"}, {"cl", 700, time}});
     exec.selectStallRule("cl");
     EXPECT_EQ(exec.currentRule(), &exec.stallRules().front());
     EXPECT_EQ(exec.mJobPattern, "cl");
@@ -90,7 +90,7 @@ TEST(StallRuleSelection, ARuleThatWatchesNothingMatchesAllTheSame) {
 
 TEST(StallRuleSelection, ABadPatternIsThrownOutOfTheRun) {
     TestedExec exec;
-    exec.setStallRules({{"(a", 700, TIME}});
+    exec.setStallRules({{"(a", 700, time}});
     EXPECT_THROW(exec.run(waitedChild("exit 0")), boost::regex_error);
     // Nothing is left locked.
     exec.setStallRules({});
@@ -99,7 +99,7 @@ TEST(StallRuleSelection, ABadPatternIsThrownOutOfTheRun) {
 
 TEST(StallRuleSelection, ABadPatternBehindAMatchIsNotLookedAt) {
     TestedExec exec;
-    exec.setStallRules({{"cl", 700, TIME}, {"(a", 700, TIME}});
+    exec.setStallRules({{"cl", 700, time}, {"(a", 700, time}});
     exec.selectStallRule("cl");
     EXPECT_EQ(currentPattern(exec), "cl");
     EXPECT_THROW(exec.selectStallRule("link"), boost::regex_error);
@@ -107,21 +107,21 @@ TEST(StallRuleSelection, ABadPatternBehindAMatchIsNotLookedAt) {
 
 TEST(StallRuleReplacement, TheRuleOfTheSamePatternIsInForceFromNowOn) {
     TestedExec exec;
-    exec.setStallRules({{"cl", 700, TIME}});
+    exec.setStallRules({{"cl", 700, time}});
     exec.selectStallRule("cl");
     exec.stallCountdown() = 200;
-    exec.setStallRules({{".*", 1, TIME}, {"cl", 1500, Exec::watchIo}, {"cl", 3, TIME}});
+    exec.setStallRules({{".*", 1, time}, {"cl", 1500, Exec::watchIo}, {"cl", 3, time}});
     EXPECT_EQ(exec.currentRule(), &*std::next(exec.stallRules().begin()));
     EXPECT_EQ(exec.stallCountdown(), 1500);
 }
 
 TEST(StallRuleReplacement, WithoutThatPatternNoRuleIsInForceAndTheTimeIsThatOfTheOldOne) {
     TestedExec exec;
-    exec.setStallRules({{"cl", 700, TIME}});
+    exec.setStallRules({{"cl", 700, time}});
     exec.selectStallRule("cl");
     exec.stallCountdown() = 200;
     // The texts of the patterns are compared.
-    exec.setStallRules({{"CL", 1500, TIME}, {".*", 1500, TIME}});
+    exec.setStallRules({{"CL", 1500, time}, {".*", 1500, time}});
     EXPECT_EQ(currentPattern(exec), "none");
     EXPECT_EQ(exec.stallCountdown(), 700);
     EXPECT_EQ(exec.mJobPattern, "cl");
@@ -132,17 +132,17 @@ TEST(StallRuleReplacement, WithoutThatPatternNoRuleIsInForceAndTheTimeIsThatOfTh
 
 TEST(StallRuleReplacement, ThePatternOfAnEarlierCommandBringsItsRuleBack) {
     TestedExec exec;
-    exec.setStallRules({{"cl", 700, TIME}});
+    exec.setStallRules({{"cl", 700, time}});
     exec.selectStallRule("cl");
     exec.selectStallRule("link");
-    exec.setStallRules({{"cl", 900, TIME}});
+    exec.setStallRules({{"cl", 900, time}});
     EXPECT_EQ(currentPattern(exec), "cl");
     EXPECT_EQ(exec.stallCountdown(), 900);
 }
 
 TEST(StallRuleReplacement, OutsideJobModeNoRuleIsInForce) {
     TestedExec exec;
-    exec.setStallRules({{"", 700, TIME}, {"cl", 700, TIME}});
+    exec.setStallRules({{"", 700, time}, {"cl", 700, time}});
     EXPECT_EQ(currentPattern(exec), "none");
     EXPECT_EQ(exec.stallCountdown(), 0);
 }
@@ -160,59 +160,59 @@ protected:
                 return WAIT_TIMEOUT;
             }
             make("go");
-            return QuickWakes::AWAIT_END;
+            return QuickWakes::awaitEnd;
         });
         return exec.run(waitedChild("await " + file("go") + " exit 9"));
     }
 };
 
 TEST_F(StallRulesInARun, ALongerTimeSavesTheCommand) {
-    exec.setStallRules({{".*", 500, TIME}});
-    EXPECT_EQ(runSilently([this] { exec.setStallRules({{".*", 60000, TIME}}); }).code, 9);
+    exec.setStallRules({{".*", 500, time}});
+    EXPECT_EQ(runSilently([this] { exec.setStallRules({{".*", 60000, time}}); }).code, 9);
     EXPECT_TRUE(exec.errors().empty());
 }
 
 TEST_F(StallRulesInARun, AShorterTimeStallsIt) {
-    exec.setStallRules({{".*", 60000, TIME}});
-    const auto shorten = [this] { exec.setStallRules({{".*", 500, TIME}}); };
+    exec.setStallRules({{".*", 60000, time}});
+    const auto shorten = [this] { exec.setStallRules({{".*", 500, time}}); };
     EXPECT_EQ(runSilently(shorten).code, Exec::failureCode);
     EXPECT_EQ(exec.errors().size(), 1U);
 }
 
 TEST_F(StallRulesInARun, WithoutItsRuleTheCommandIsNotWatched) {
-    exec.setStallRules({{".*", 500, TIME}});
+    exec.setStallRules({{".*", 500, time}});
     EXPECT_EQ(runSilently([this] { exec.setStallRules({}); }).code, 9);
     EXPECT_TRUE(exec.errors().empty());
-    EXPECT_EQ(accounting.queryCount(ACCOUNTING), 0U);
+    EXPECT_EQ(accounting.queryCount(accountingClass), 0U);
 }
 
 TEST_F(StallRulesInARun, ACommandThatMatchesNoRuleRunsInTheJobAndIsNotWatched) {
-    exec.setStallRules({{".*exit 7", 60000, TIME}});
+    exec.setStallRules({{".*exit 7", 60000, time}});
     EXPECT_EQ(exec.run(waitedChild("exit 7")).code, 7);
-    const size_t lists = accounting.queryCount(LIST);
-    const size_t figures = accounting.queryCount(ACCOUNTING);
+    const size_t lists = accounting.queryCount(list);
+    const size_t figures = accounting.queryCount(accountingClass);
     EXPECT_EQ(runSilently([] {}).code, 9);
-    EXPECT_EQ(accounting.queryCount(ACCOUNTING), figures);
+    EXPECT_EQ(accounting.queryCount(accountingClass), figures);
     // Leftovers of the command were looked for.
-    EXPECT_GT(accounting.queryCount(LIST), lists);
+    EXPECT_GT(accounting.queryCount(list), lists);
 }
 
 TEST_F(StallRulesInARun, ACommandBeforeAnyMatchRunsWithoutAJob) {
-    exec.setStallRules({{".*exit 7", 60000, TIME}});
+    exec.setStallRules({{".*exit 7", 60000, time}});
     EXPECT_EQ(runSilently([] {}).code, 9);
     EXPECT_FALSE(exec.mJob.isOpen());
-    EXPECT_EQ(accounting.queryCount(LIST), 0U);
+    EXPECT_EQ(accounting.queryCount(list), 0U);
 }
 
 TEST_F(StallRulesInARun, TheTimeBeginsWithTheCommand) {
-    exec.setStallRules({{".*", 1500, TIME}});
+    exec.setStallRules({{".*", 1500, time}});
     int32_t countdown = 0;
     runSilently([&] { countdown = exec.stallCountdown(); });
     EXPECT_EQ(countdown, 1500);
 }
 
 TEST_F(StallRulesInARun, AResetEndsJobModeAndKeepsTheJobAndTheLog) {
-    exec.setStallRules({{".*", 60000, TIME}});
+    exec.setStallRules({{".*", 60000, time}});
     EXPECT_EQ(runSilently([] {}).code, 9);
     exec.lastCounters() = std::tuple(1, 2, 3U, 4U, 5U);
     const std::string log = exec.log();
@@ -224,9 +224,9 @@ TEST_F(StallRulesInARun, AResetEndsJobModeAndKeepsTheJobAndTheLog) {
     EXPECT_TRUE(exec.mJob.isOpen());
     EXPECT_EQ(exec.lastCounters(), std::tuple(1, 2, 3U, 4U, 5U));
     EXPECT_EQ(exec.log(), log);
-    const size_t lists = accounting.queryCount(LIST);
+    const size_t lists = accounting.queryCount(list);
     EXPECT_EQ(exec.run(waitedChild("exit 7")).code, 7);
-    EXPECT_EQ(accounting.queryCount(LIST), lists);
+    EXPECT_EQ(accounting.queryCount(list), lists);
 }
 
 }  // namespace

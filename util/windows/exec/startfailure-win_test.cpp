@@ -1,7 +1,7 @@
 // Commands that can't be started.
 
-#include <initializer_list>
 #include <cstddef>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -21,15 +21,15 @@ using namespace testing_support;
 
 using Texts = std::vector<std::string>;
 
-constexpr DWORD DENIED = ERROR_ACCESS_DENIED;
-constexpr DWORD ELEVATION_REQUIRED = 740;  // not in the headers
+constexpr DWORD denied = ERROR_ACCESS_DENIED;
+constexpr DWORD elevationRequired = 740;  // not in the headers
 
 class ExecStartFailureTest : public CommandTest {
 protected:
     /// Runs a command with that line; the start fails with an error that doesn't mean a missing
     /// program.
     CommandResult refuse(Exec::RunInfo& info, const std::string& directory = {},
-                         const char* environment = nullptr, DWORD error = DENIED) {
+                         const char* environment = nullptr, DWORD error = denied) {
         const RecordedStarts starts({error});
         CommandResult result = mExec->run(info, directory, environment);
         EXPECT_EQ(starts.calls().size(), 1U);
@@ -37,7 +37,7 @@ protected:
         return result;
     }
     CommandResult refuse(const std::string& line, const std::string& directory = {},
-                         const char* environment = nullptr, DWORD error = DENIED) {
+                         const char* environment = nullptr, DWORD error = denied) {
         Exec::RunInfo info;
         info.mDirectArgv = {line};
         return refuse(info, directory, environment, error);
@@ -140,7 +140,7 @@ TEST_F(ExecStartFailureTest, AnEnvironmentOverTheLimitIsExplainedWhateverTheFail
          "For more details, please see Nimbrel Forge User Guide."},
     };
     for (const DWORD error :
-         {DENIED, DWORD{ERROR_NOT_ENOUGH_MEMORY}, DWORD{ERROR_INVALID_PARAMETER}}) {
+         {denied, DWORD{ERROR_NOT_ENOUGH_MEMORY}, DWORD{ERROR_INVALID_PARAMETER}}) {
         for (const Row& row : rows) {
             const CommandResult result = refuse(line, "", environmentOf(row.length).c_str(), error);
             const std::string words = Told{.command = line,
@@ -157,7 +157,7 @@ TEST_F(ExecStartFailureTest, AnEnvironmentOverTheLimitIsExplainedWhateverTheFail
 
 TEST_F(ExecStartFailureTest, TheFailureGoesToTheTextOfTheErrorsAndToTheOperation) {
     const StandardFiles streams(mFolder);
-    for (const StreamChoice& choice : STREAM_CHOICES) {
+    for (const StreamChoice& choice : streamChoices) {
         mExec.emplace();
         Exec::RunInfo info;
         info.mDirectArgv = {execChild()};
@@ -174,7 +174,7 @@ TEST_F(ExecStartFailureTest, TheFailureGoesToTheTextOfTheErrorsAndToTheOperation
 TEST_F(ExecStartFailureTest, AFailureOfAnyOtherKindIsNoMissingProgram) {
     for (const DWORD error : std::initializer_list<DWORD>{
              ERROR_INVALID_FUNCTION, ERROR_TOO_MANY_OPEN_FILES, ERROR_ACCESS_DENIED,
-             ERROR_SHARING_VIOLATION, ERROR_FILENAME_EXCED_RANGE, ELEVATION_REQUIRED,
+             ERROR_SHARING_VIOLATION, ERROR_FILENAME_EXCED_RANGE, elevationRequired,
              ERROR_PRIVILEGE_NOT_HELD}) {
         const RecordedStarts starts({error});
         mExec.emplace();
@@ -202,7 +202,7 @@ TEST_F(ExecStartFailureTest, TheThreeErrorsThatMeanAMissingProgramSayThatItIsNot
 TEST_F(ExecStartFailureTest, AMissingProgramIsToldInOnePlaceOnly) {
     const StandardFiles streams(mFolder);
     const std::string words = "'missing-program \xc3\xa4': Command not found\n";
-    for (const StreamChoice& choice : STREAM_CHOICES) {
+    for (const StreamChoice& choice : streamChoices) {
         mExec.emplace();
         Exec::RunInfo info;
         info.mDirectArgv = {"missing-program \xc3\xa4"};

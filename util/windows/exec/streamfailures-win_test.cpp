@@ -169,7 +169,7 @@ TEST_F(ExecStreamFailuresTest, AModeThatIsNoneOpensNothing) {
 TEST_F(ExecStreamFailuresTest, TheTextGoesWhereFailuresGo) {
     const StandardFiles streams(mFolder);
     const std::string words = "Exec::runCommand couldn't open file for standard input: It can't be";
-    for (const StreamChoice& choice : STREAM_CHOICES) {
+    for (const StreamChoice& choice : streamChoices) {
         mExec.emplace();
         Exec::RunInfo info = childInfo();
         info.mStdinFile = mFolder.utf8("none");

@@ -89,8 +89,8 @@ protected:
     ReplacedCall<decltype(Sleep)> mSleep{"Sleep", &sleepNot};
 };
 
-constexpr DWORD READ = GENERIC_READ;
-constexpr DWORD READ_WRITE = GENERIC_READ | GENERIC_WRITE;
+constexpr DWORD read = GENERIC_READ;
+constexpr DWORD readWrite = GENERIC_READ | GENERIC_WRITE;
 
 void expectOpening(const Opening& opening, DWORD access, DWORD share, DWORD disposition,
                    DWORD flags) {
@@ -109,18 +109,18 @@ TEST_F(ExecStreamOpeningTest, NamedFilesAreSharedForReadingAndWriting) {
     EXPECT_EQ(mExec->run(info).code, 0);
     ASSERT_EQ(gOpenings.size(), 3U);
     EXPECT_EQ(gOpenings[0].name, System::unicodePath(info.mStdinFile));
-    expectOpening(gOpenings[0], READ, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_EXISTING, 0);
+    expectOpening(gOpenings[0], read, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_EXISTING, 0);
     EXPECT_EQ(gOpenings[1].name, System::unicodePath(info.mStdoutFile));
-    expectOpening(gOpenings[1], READ_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, CREATE_ALWAYS, 0);
+    expectOpening(gOpenings[1], readWrite, FILE_SHARE_READ | FILE_SHARE_WRITE, CREATE_ALWAYS, 0);
     EXPECT_EQ(gOpenings[2].name, System::unicodePath(info.mStderrFile));
-    expectOpening(gOpenings[2], READ_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_ALWAYS, 0);
+    expectOpening(gOpenings[2], readWrite, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_ALWAYS, 0);
 }
 
 TEST_F(ExecStreamOpeningTest, CapturesAreSharedWithNobody) {
     EXPECT_EQ(mExec->run(execChild()).code, 0);
     ASSERT_EQ(gOpenings.size(), 2U);
     for (const Opening& opening : gOpenings) {
-        expectOpening(opening, READ_WRITE, 0, CREATE_ALWAYS, FILE_ATTRIBUTE_TEMPORARY);
+        expectOpening(opening, readWrite, 0, CREATE_ALWAYS, FILE_ATTRIBUTE_TEMPORARY);
     }
 }
 
@@ -130,7 +130,7 @@ TEST_F(ExecStreamOpeningTest, OneFileForBothStreamsIsOpenedOnce) {
     info.mStderrFile = info.mStdoutFile;
     EXPECT_EQ(mExec->run(info).code, 0);
     ASSERT_EQ(gOpenings.size(), 1U);
-    expectOpening(gOpenings[0], READ_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, CREATE_ALWAYS, 0);
+    expectOpening(gOpenings[0], readWrite, FILE_SHARE_READ | FILE_SHARE_WRITE, CREATE_ALWAYS, 0);
 }
 
 TEST_F(ExecStreamOpeningTest, AFileThatIsHeldIsOpenedOnceItIsLetGo) {
@@ -162,14 +162,14 @@ struct Wait {
     size_t opening;   ///< the first opening of that stream's file
     size_t openings;  ///< the earlier ones, and this one 600 times
 };
-const Wait WAITS[] = {
+const Wait waits[] = {
     {"input", true, 1, 600},   {"output", true, 2, 601}, {"error", true, 3, 602},
     {"output", false, 1, 600}, {"error", false, 2, 601},
 };
 
 TEST_F(ExecStreamOpeningTest, AFileThatStaysHeldIsTriedSixHundredTimes) {
     const SystemMessage message(L"It can't be.");
-    for (const Wait& wait : WAITS) {
+    for (const Wait& wait : waits) {
         mExec.emplace();
         gOpenings.clear();
         gSleeps.clear();
@@ -197,7 +197,7 @@ TEST_F(ExecStreamOpeningTest, TheLastTryMaySucceed) {
 
 TEST_F(ExecStreamOpeningTest, AnyOtherErrorIsNotWaitedFor) {
     const SystemMessage message(L"It can't be.");
-    for (const Wait& wait : WAITS) {
+    for (const Wait& wait : waits) {
         for (const DWORD error :
              {ERROR_FILE_NOT_FOUND, ERROR_ACCESS_DENIED, ERROR_GEN_FAILURE, ERROR_LOCK_VIOLATION}) {
             gOpenings.clear();
@@ -342,7 +342,7 @@ TEST_F(ExecAppendTest, AFileAbove4GigabytesIsAppendedToAtItsEnd) {
     }
     std::string head(4, 'x');
     std::string tail(5, 'x');
-    EXPECT_EQ(inspectLargeFile(info.mStdoutFile, head, tail), LARGE_SIZE + 4);
+    EXPECT_EQ(inspectLargeFile(info.mStdoutFile, head, tail), largeSize + 4);
     EXPECT_EQ(head, std::string(4, '\0')) << "its start stays";
     EXPECT_EQ(tail, std::string("\0more", 5));
 }

@@ -22,7 +22,7 @@ namespace {
 
 using namespace testing_support;
 
-constexpr JOBOBJECTINFOCLASS LIST = JobObjectBasicProcessIdList;
+constexpr JOBOBJECTINFOCLASS list = JobObjectBasicProcessIdList;
 
 /// Records the calls of TerminateProcess. They still happen, and can wait for the end, so that no
 /// file is in use afterwards.
@@ -64,7 +64,7 @@ protected:
         wakes.onTimeout([this](size_t) {
             pid = exec.mPid;
             make("go");
-            return QuickWakes::AWAIT_END;
+            return QuickWakes::awaitEnd;
         });
         return exec.run(line, directory);
     }
@@ -108,10 +108,10 @@ TEST_F(WaitTest, TheLogOfAPlainRun) {
 TEST_F(WaitTest, WithoutJobModeNoJobIsAskedFor) {
     wakes.onTimeout([this](size_t wake) -> DWORD {
         make("go");
-        return wake < 5 ? DWORD{WAIT_TIMEOUT} : QuickWakes::AWAIT_END;
+        return wake < 5 ? DWORD{WAIT_TIMEOUT} : QuickWakes::awaitEnd;
     });
     EXPECT_EQ(exec.run(waitedChild("await " + file("go") + " exit 9")).code, 9);
-    EXPECT_EQ(accounting.queryCount(LIST), 0U);
+    EXPECT_EQ(accounting.queryCount(list), 0U);
 }
 
 TEST_F(WaitTest, AnyOtherResultOfTheWaitIsATimeOut) {
@@ -120,7 +120,7 @@ TEST_F(WaitTest, AnyOtherResultOfTheWaitIsATimeOut) {
             return WAIT_ABANDONED;
         }
         make("go");
-        return QuickWakes::AWAIT_END;
+        return QuickWakes::awaitEnd;
     });
     EXPECT_EQ(exec.run(waitedChild("await " + file("go") + " exit 9")).code, 9);
     EXPECT_EQ(wakes.timeouts(), 2U);
@@ -146,7 +146,7 @@ TEST_F(WaitTest, AWaitThatFailsIsReportedAndEndsTheRun) {
     EXPECT_EQ(result.error, text);
     EXPECT_EQ(exec.errors(), std::vector<std::string>{text});
     EXPECT_EQ(exec.log().find("exit code"), std::string::npos);
-    EXPECT_EQ(accounting.queryCount(LIST), 0U) << "what is left is not waited for";
+    EXPECT_EQ(accounting.queryCount(list), 0U) << "what is left is not waited for";
     letGo();
     EXPECT_TRUE(isThere("end"));
 }
@@ -172,7 +172,7 @@ TEST_F(WaitTest, ACommandThatGoesWithinTheGraceIsNotEndedByForce) {
             return WAIT_TIMEOUT;
         }
         make("go");
-        return QuickWakes::AWAIT_END;
+        return QuickWakes::awaitEnd;
     });
     const CommandResult result = exec.run(
         waitedChild("ignore-break make " + file("ready") + " await " + file("go") + " exit 9"));

@@ -23,8 +23,8 @@ using cygwin::connector;
 using testing::ExitedWithCode;
 using namespace testing_support;
 
-constexpr int CODE = POSIXPROVIDER_NO_TEXT;
-constexpr uint32_t KNOWN_MAGIC = testing_support::KNOWN_MAGICS[0];
+constexpr int failureCode = POSIXPROVIDER_NO_TEXT;
+constexpr uint32_t knownMagic = testing_support::knownMagics[0];
 
 /// Runs in a child, with or without a thread that handles SIGTERM.
 [[noreturn]] void exitWith(int exitCode, uint32_t signal, bool hasThread) {
@@ -68,7 +68,7 @@ TEST(ExitWithSignalDeathTest, AStopThatFailsIsToldFirst) {
         {
             PosixProvider provider;
             connector c(embeddingOf(provider));
-            provider.failNext(POSIXPROVIDER_MUTEX_LOCK, CODE);
+            provider.failNext(POSIXPROVIDER_MUTEX_LOCK, failureCode);
             c.exit_with_signal(5, connector::no_signal);
         },
         ExitedWithCode(5), "^vrpsx::mutex::lock: error 9999\r?\n");
@@ -86,13 +86,13 @@ int throwExit(vrpsx::raw::system*, int code) {
 
 int gSwitches = 0;
 
-BOOL WINAPI countSwitch() {
+BOOL winapi countSwitch() {
     ++gSwitches;
     return FALSE;
 }
 
 TEST(ExitWithSignalTest, ItRaises32TimesAndExitsWithoutTheHeap) {
-    const testing_support::ReplacedCall<BOOL WINAPI()> call("SwitchToThread", &countSwitch);
+    const testing_support::ReplacedCall<BOOL winapi()> call("SwitchToThread", &countSwitch);
     gSwitches = 0;
     PosixProvider provider;
     provider.setClock(POSIXPROVIDER_LEAPING_CLOCK);
@@ -124,7 +124,7 @@ TEST(ExitWithSignalTest, ItRaises32TimesATenthOfASecondApart) {
     provider.setClock(POSIXPROVIDER_LEAPING_CLOCK);
     {
         connector c(embeddingOf(provider));
-        provider.fail(POSIXPROVIDER_SYSTEM_NANOSLEEP, 32, CODE, /*withResult=*/false);
+        provider.fail(POSIXPROVIDER_SYSTEM_NANOSLEEP, 32, failureCode, /*withResult=*/false);
         EXPECT_THROW(c.exit_with_signal(3, POSIXPROVIDER_SIGCHLD), vrpsx::system_exception_t);
         EXPECT_EQ(provider.calls(POSIXPROVIDER_SYSTEM_KILL), 32);
         EXPECT_EQ(provider.calls(POSIXPROVIDER_SYSTEM_NANOSLEEP), 32);
@@ -154,12 +154,12 @@ TEST(ExitWithSignalTest, WhatFailsIsThrownAndTheProcessGoesOn) {
         PosixProvider provider;
         {
             connector c(embeddingOf(provider));
-            provider.failNext(row.entry, CODE);
+            provider.failNext(row.entry, failureCode);
             try {
                 c.exit_with_signal(3, POSIXPROVIDER_SIGCHLD);
             } catch (const vrpsx::system_exception_t& failure) {
                 EXPECT_STREQ(failure.what(), row.text);
-                EXPECT_EQ(failure.code, CODE);
+                EXPECT_EQ(failure.code, failureCode);
             }
         }
         EXPECT_EQ(provider.calls(POSIXPROVIDER_SYSTEM_THREAD_SIGMASK), row.unblockings) << row.text;
@@ -182,7 +182,7 @@ TEST(ExitWithSignalTest, TheSignalGetsItsDefaultDispositionAndIsUnblocked) {
     });
     EXPECT_TRUE(provider.isBlocked(POSIXPROVIDER_SIGCHLD));
     EXPECT_EQ(provider.disposition(POSIXPROVIDER_SIGCHLD), POSIXPROVIDER_IGNORE_DISPOSITION);
-    provider.failNext(POSIXPROVIDER_SYSTEM_KILL, CODE);
+    provider.failNext(POSIXPROVIDER_SYSTEM_KILL, failureCode);
     EXPECT_THROW(c.exit_with_signal(3, POSIXPROVIDER_SIGCHLD), vrpsx::system_exception_t);
     EXPECT_FALSE(provider.isBlocked(POSIXPROVIDER_SIGCHLD));
     EXPECT_EQ(provider.disposition(POSIXPROVIDER_SIGCHLD), POSIXPROVIDER_DEFAULT_DISPOSITION);
@@ -190,7 +190,7 @@ TEST(ExitWithSignalTest, TheSignalGetsItsDefaultDispositionAndIsUnblocked) {
 
 ChildRecord gRecord;
 
-void WINAPI tellRecord(STARTUPINFOA* info) {
+void winapi tellRecord(STARTUPINFOA* info) {
     *info = {};
     info->lpReserved2 = gRecord.data();
     info->cbReserved2 = static_cast<WORD>(gRecord.size());
@@ -200,8 +200,8 @@ TEST(InvokedFromCygwinTest, TheFirstAnswerStaysAndADescriptionLooksAnew) {
     const PosixProvider provider;
     const connector c(embeddingOf(provider));
     EXPECT_FALSE(cygwin::invoked_from_cygwin());
-    gRecord = newerRecord(29, KNOWN_MAGIC);
-    const testing_support::ReplacedCall<void WINAPI(STARTUPINFOA*)> call("GetStartupInfoA",
+    gRecord = newerRecord(29, knownMagic);
+    const testing_support::ReplacedCall<void winapi(STARTUPINFOA*)> call("GetStartupInfoA",
                                                                          &tellRecord);
     EXPECT_EQ(c.describe(), "version 1.7.35.\nInvoked from a cygwin process.");
     EXPECT_FALSE(cygwin::invoked_from_cygwin());
@@ -228,7 +228,7 @@ ChildRecord olderRecordOfNoFiles(size_t size, uint32_t magic) {
 }
 
 TEST(InvokedFromCygwinTest, EachKnownReleaseIsKnownInBothLayouts) {
-    for (const uint32_t magic : testing_support::KNOWN_MAGICS) {
+    for (const uint32_t magic : testing_support::knownMagics) {
         const char* const answer = "yes yes version 1.7.35.\nInvoked from a cygwin process.";
         EXPECT_EQ(childsAnswer(newerRecord(100, magic)), answer) << magic;
         EXPECT_EQ(childsAnswer(olderRecordOfNoFiles(100, magic)), answer) << magic;
@@ -247,8 +247,8 @@ TEST(InvokedFromCygwinTest, AnUnknownReleaseIsTakenAndNamed) {
 TEST(InvokedFromCygwinTest, OtherRecordsAreNotCygwins) {
     const char* const answer = "no no version 1.7.35.\n";
     EXPECT_EQ(childsAnswer({}), answer);
-    EXPECT_EQ(childsAnswer(newerRecord(28, KNOWN_MAGIC)), answer);
-    EXPECT_EQ(childsAnswer(olderRecordOfNoFiles(16, KNOWN_MAGIC)), answer);
+    EXPECT_EQ(childsAnswer(newerRecord(28, knownMagic)), answer);
+    EXPECT_EQ(childsAnswer(olderRecordOfNoFiles(16, knownMagic)), answer);
     EXPECT_EQ(childsAnswer(ChildRecord(64, 0)), answer);
 }
 

@@ -18,20 +18,20 @@ using cygwin::connector;
 using namespace testing_support;
 using Time = PosixProvider::Time;
 
-constexpr int CODE = POSIXPROVIDER_NO_TEXT;
-constexpr int SIGINT_NUMBER = POSIXPROVIDER_SIGINT;
-constexpr int SIGTERM_NUMBER = POSIXPROVIDER_SIGTERM;
+constexpr int code = POSIXPROVIDER_NO_TEXT;
+constexpr int sigintNumber = POSIXPROVIDER_SIGINT;
+constexpr int sigtermNumber = POSIXPROVIDER_SIGTERM;
 
 TEST(SignalThreadTest, AHandlerThatThrowsIsToldAndTheThreadGoesOn) {
     PosixProvider provider;
     SignalCounter counter;
     connector c(embeddingOf(provider));
-    c.start_signal_thread({{SIGINT_NUMBER, [](int) { throw std::runtime_error("no, thanks"); }},
-                           {SIGTERM_NUMBER, counter.handler()}});
+    c.start_signal_thread({{sigintNumber, [](int) { throw std::runtime_error("no, thanks"); }},
+                           {sigtermNumber, counter.handler()}});
     EXPECT_EQ(printedBy([&] {
-                  provider.raise(SIGINT_NUMBER);
-                  EXPECT_TRUE(eventually([&] { return !provider.isPending(SIGINT_NUMBER); }));
-                  provider.raise(SIGTERM_NUMBER);
+                  provider.raise(sigintNumber);
+                  EXPECT_TRUE(eventually([&] { return !provider.isPending(sigintNumber); }));
+                  provider.raise(sigtermNumber);
                   EXPECT_TRUE(counter.becomes(1));
               }),
               "cygwin::connector::handle_signals caught no, thanks!\n");
@@ -42,7 +42,7 @@ TEST(SignalThreadTest, AThreadThatDiedIsToldAndJoinedWithoutAWakeUp) {
     {
         connector c(embeddingOf(provider));
         // The start adds one signal, and so does the thread.
-        provider.fail(POSIXPROVIDER_SIGSET_ADD, 2, CODE, /*withResult=*/false);
+        provider.fail(POSIXPROVIDER_SIGSET_ADD, 2, code, /*withResult=*/false);
         EXPECT_EQ(printedBy([&] {
                       c.start_signal_thread({});
                       EXPECT_TRUE(eventually(
@@ -69,7 +69,7 @@ TEST(SignalThreadTest, WhatFailsInTheThreadEndsIt) {
         PosixProvider provider;
         {
             connector c(embeddingOf(provider));
-            provider.fail(row.entry, 2, CODE, row.entry == POSIXPROVIDER_MUTEX_UNLOCK);
+            provider.fail(row.entry, 2, code, row.entry == POSIXPROVIDER_MUTEX_UNLOCK);
             EXPECT_EQ(printedBy([&] {
                           c.start_signal_thread({});
                           EXPECT_TRUE(eventually(
@@ -85,8 +85,8 @@ TEST(SignalThreadTest, WhatFailsInTheThreadEndsIt) {
 TEST(SignalThreadTest, AThreadThatDiedTellsWhatFailsThen) {
     PosixProvider provider;
     connector c(embeddingOf(provider));
-    provider.fail(POSIXPROVIDER_SIGSET_ADD, 2, CODE, /*withResult=*/false);
-    provider.failNextWithResult(POSIXPROVIDER_COND_BROADCAST, CODE);
+    provider.fail(POSIXPROVIDER_SIGSET_ADD, 2, code, /*withResult=*/false);
+    provider.failNextWithResult(POSIXPROVIDER_COND_BROADCAST, code);
     EXPECT_EQ(printedBy([&] {
                   c.start_signal_thread({});
                   EXPECT_TRUE(eventually(
@@ -102,8 +102,8 @@ TEST(SignalThreadDeathTest, AThreadThatDiedAndCannotLockEndsTheProcess) {
         {
             PosixProvider provider;
             connector c(embeddingOf(provider));
-            provider.fail(POSIXPROVIDER_SIGSET_ADD, 2, CODE, /*withResult=*/false);
-            provider.fail(POSIXPROVIDER_MUTEX_LOCK, 2, CODE, /*withResult=*/false);
+            provider.fail(POSIXPROVIDER_SIGSET_ADD, 2, code, /*withResult=*/false);
+            provider.fail(POSIXPROVIDER_MUTEX_LOCK, 2, code, /*withResult=*/false);
             c.start_signal_thread({});
             eventually([] { return false; });
         },
@@ -113,7 +113,7 @@ TEST(SignalThreadDeathTest, AThreadThatDiedAndCannotLockEndsTheProcess) {
 TEST(SignalThreadTest, AThreadWithoutASetDies) {
     PosixProvider provider;
     connector c(embeddingOf(provider));
-    provider.fail(POSIXPROVIDER_SYSTEM_SIGSET_INIT, 2, CODE, /*withResult=*/false);
+    provider.fail(POSIXPROVIDER_SYSTEM_SIGSET_INIT, 2, code, /*withResult=*/false);
     EXPECT_EQ(printedBy([&] {
                   c.start_signal_thread({});
                   c.stop_signal_thread();
@@ -138,7 +138,7 @@ TEST(SignalThreadTest, WhatFailsInAStopIsToldAndTheStopGoesOn) {
             connector c(embeddingOf(provider));
             c.start_signal_thread({});
             awaitReceiver(provider);
-            provider.failNextWithResult(row.entry, CODE);
+            provider.failNextWithResult(row.entry, code);
             EXPECT_EQ(printedBy([&] { c.stop_signal_thread(); }), row.text);
             EXPECT_EQ(provider.calls(POSIXPROVIDER_SYSTEM_THREAD_JOIN), 1);
             c.start_signal_thread({});
@@ -151,12 +151,12 @@ TEST(SignalThreadTest, WithoutAClockTheDeadlineIsZero) {
     PosixProvider provider;
     SignalGate gate;
     connector c(embeddingOf(provider));
-    c.start_signal_thread({{SIGINT_NUMBER, gate.handler()}});
-    provider.raise(SIGINT_NUMBER);
+    c.start_signal_thread({{sigintNumber, gate.handler()}});
+    provider.raise(sigintNumber);
     ASSERT_TRUE(gate.isEntered());
     std::string expected;
     for (int i = 1; i <= 10; ++i) {
-        provider.fail(POSIXPROVIDER_SYSTEM_CLOCK_GETTIME, i, CODE, /*withResult=*/true);
+        provider.fail(POSIXPROVIDER_SYSTEM_CLOCK_GETTIME, i, code, /*withResult=*/true);
         expected += "vrpsx::system::clock_gettime: error 9999\n";
     }
     EXPECT_EQ(printedBy([&] { c.stop_signal_thread(); }),
@@ -170,10 +170,10 @@ TEST(SignalThreadTest, AFailedWaitForASignalIsToldAndTheThreadGoesOn) {
     PosixProvider provider;
     SignalCounter counter;
     connector c(embeddingOf(provider));
-    provider.failNext(POSIXPROVIDER_SYSTEM_SIGWAIT, CODE);
+    provider.failNext(POSIXPROVIDER_SYSTEM_SIGWAIT, code);
     EXPECT_EQ(printedBy([&] {
-                  c.start_signal_thread({{SIGINT_NUMBER, counter.handler()}});
-                  provider.raise(SIGINT_NUMBER);
+                  c.start_signal_thread({{sigintNumber, counter.handler()}});
+                  provider.raise(sigintNumber);
                   EXPECT_TRUE(counter.becomes(1));
               }),
               "vrpsx::system::sigwait: error 9999\n");
@@ -182,9 +182,9 @@ TEST(SignalThreadTest, AFailedWaitForASignalIsToldAndTheThreadGoesOn) {
 TEST(SignalThreadTest, ALockThatCannotBeHadOrGivenBackIsThrownByAStop) {
     PosixProvider provider;
     connector c(embeddingOf(provider));
-    provider.failNext(POSIXPROVIDER_MUTEX_LOCK, CODE);
+    provider.failNext(POSIXPROVIDER_MUTEX_LOCK, code);
     EXPECT_THROW(c.stop_signal_thread(), vrpsx::system_exception_t);
-    provider.failNextWithResult(POSIXPROVIDER_MUTEX_UNLOCK, CODE);
+    provider.failNextWithResult(POSIXPROVIDER_MUTEX_UNLOCK, code);
     EXPECT_THROW(c.stop_signal_thread(), vrpsx::system_exception_t);
     c.stop_signal_thread();
 }
@@ -204,7 +204,7 @@ TEST(SignalThreadTest, AStartThatFailsIsThrownAndALaterOneWorks) {
         PosixProvider provider;
         {
             connector c(embeddingOf(provider));
-            provider.failNext(row.entry, CODE);
+            provider.failNext(row.entry, code);
             try {
                 c.start_signal_thread({});
                 ADD_FAILURE() << row.text;
@@ -223,12 +223,12 @@ TEST(SignalThreadTest, AHandlerThatStopsTheThreadWaitsForItselfInVain) {
     provider.setClock(POSIXPROVIDER_LEAPING_CLOCK);
     SignalCounter counter;
     connector c(embeddingOf(provider));
-    c.start_signal_thread({{SIGINT_NUMBER, [&](int signal) {
+    c.start_signal_thread({{sigintNumber, [&](int signal) {
                                 c.stop_signal_thread();
                                 counter.handler()(signal);
                             }}});
     EXPECT_EQ(printedBy([&] {
-                  provider.raise(SIGINT_NUMBER);
+                  provider.raise(sigintNumber);
                   EXPECT_TRUE(counter.becomes(1));
               }),
               "Giving up on signal handling thread.\n");
@@ -245,8 +245,8 @@ TEST(SignalThreadDeathTest, AStartAfterAStopThatGaveUpStopsTheProcess) {
             provider.setClock(POSIXPROVIDER_LEAPING_CLOCK);
             SignalGate gate;
             auto* const c = new connector(embeddingOf(provider));
-            c->start_signal_thread({{SIGINT_NUMBER, gate.handler()}});
-            provider.raise(SIGINT_NUMBER);
+            c->start_signal_thread({{sigintNumber, gate.handler()}});
+            provider.raise(sigintNumber);
             gate.isEntered();
             c->stop_signal_thread();
             c->start_signal_thread({});
@@ -280,8 +280,8 @@ TEST(SignalThreadDeathTest, AHandlerThatThrowsAnythingElseEndsTheProcess) {
         {
             PosixProvider provider;
             connector c(embeddingOf(provider));
-            c.start_signal_thread({{SIGINT_NUMBER, [](int) { throw 1; }}});
-            provider.raise(SIGINT_NUMBER);
+            c.start_signal_thread({{sigintNumber, [](int) { throw 1; }}});
+            provider.raise(sigintNumber);
             eventually([] { return false; });
         },
         "");

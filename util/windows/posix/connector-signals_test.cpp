@@ -20,9 +20,9 @@ using cygwin::connector;
 using namespace testing_support;
 using Time = PosixProvider::Time;
 
-constexpr int CODE = POSIXPROVIDER_NO_TEXT;
-constexpr int SIGINT_NUMBER = POSIXPROVIDER_SIGINT;
-constexpr int SIGTERM_NUMBER = POSIXPROVIDER_SIGTERM;
+constexpr int failureCode = POSIXPROVIDER_NO_TEXT;
+constexpr int sigintNumber = POSIXPROVIDER_SIGINT;
+constexpr int sigtermNumber = POSIXPROVIDER_SIGTERM;
 
 TEST(SignalThreadTest, ASignalGoesToItsHandlerOnAnotherThread) {
     PosixProvider provider;
@@ -32,22 +32,22 @@ TEST(SignalThreadTest, ASignalGoesToItsHandlerOnAnotherThread) {
         connector c(embeddingOf(provider));
         const std::thread::id caller = std::this_thread::get_id();
         std::atomic<bool> isOther{false};
-        c.start_signal_thread({{SIGINT_NUMBER, interrupts.handler()},
-                               {SIGTERM_NUMBER, [&](int signal) {
+        c.start_signal_thread({{sigintNumber, interrupts.handler()},
+                               {sigtermNumber, [&](int signal) {
                                     isOther = std::this_thread::get_id() != caller;
                                     ends.handler()(signal);
                                 }}});
-        EXPECT_TRUE(provider.isBlocked(SIGINT_NUMBER));
-        EXPECT_TRUE(provider.isBlocked(SIGTERM_NUMBER));
+        EXPECT_TRUE(provider.isBlocked(sigintNumber));
+        EXPECT_TRUE(provider.isBlocked(sigtermNumber));
         EXPECT_TRUE(provider.isBlocked(POSIXPROVIDER_SIGUSR2));
-        provider.raise(SIGTERM_NUMBER);
+        provider.raise(sigtermNumber);
         EXPECT_TRUE(ends.becomes(1));
-        EXPECT_EQ(ends.last(), SIGTERM_NUMBER);
+        EXPECT_EQ(ends.last(), sigtermNumber);
         EXPECT_TRUE(isOther);
         EXPECT_EQ(interrupts.count(), 0);
-        provider.raise(SIGINT_NUMBER);
+        provider.raise(sigintNumber);
         EXPECT_TRUE(interrupts.becomes(1));
-        EXPECT_EQ(interrupts.last(), SIGINT_NUMBER);
+        EXPECT_EQ(interrupts.last(), sigintNumber);
         c.stop_signal_thread();
         EXPECT_EQ(provider.count(POSIXPROVIDER_COUNT_THREADS), 0);
     }
@@ -90,9 +90,9 @@ TEST(SignalThreadTest, ItStartsAndStopsAThousandTimes) {
     const size_t handles = testing_support::handleCount();
     SignalCounter counter;
     for (int i = 1; i <= 1000; ++i) {
-        c.start_signal_thread({{SIGINT_NUMBER, counter.handler()}});
+        c.start_signal_thread({{sigintNumber, counter.handler()}});
         if (i % 10 == 0) {
-            provider.raise(SIGINT_NUMBER);
+            provider.raise(sigintNumber);
             ASSERT_TRUE(counter.becomes(i / 10));
         }
         c.stop_signal_thread();
@@ -106,12 +106,12 @@ TEST(SignalThreadTest, AHandlerOfAnEarlierStartStays) {
     SignalCounter earlier;
     SignalCounter later;
     connector c(embeddingOf(provider));
-    c.start_signal_thread({{SIGINT_NUMBER, earlier.handler()}});
+    c.start_signal_thread({{sigintNumber, earlier.handler()}});
     c.stop_signal_thread();
-    c.start_signal_thread({{SIGINT_NUMBER, later.handler()}, {SIGTERM_NUMBER, later.handler()}});
-    provider.raise(SIGINT_NUMBER);
+    c.start_signal_thread({{sigintNumber, later.handler()}, {sigtermNumber, later.handler()}});
+    provider.raise(sigintNumber);
     EXPECT_TRUE(earlier.becomes(1));
-    provider.raise(SIGTERM_NUMBER);
+    provider.raise(sigtermNumber);
     EXPECT_TRUE(later.becomes(1));
     EXPECT_EQ(earlier.count(), 1);
 }
@@ -121,7 +121,7 @@ std::atomic<int> gUnknownSignals{0};
 
 int waitForUnknown(vrpsx::raw::system* self, vrpsx::raw::sigset* signals, int* result) {
     const int code = gOriginal.sigwait(self, signals, result);
-    if (*result == SIGINT_NUMBER) {
+    if (*result == sigintNumber) {
         *result = POSIXPROVIDER_SIGCHLD;
         ++gUnknownSignals;
     }
@@ -136,9 +136,9 @@ TEST(SignalThreadTest, ASignalWithoutAHandlerIsTold) {
     patched.table.sigwait = &waitForUnknown;
     SignalCounter counter;
     connector c(embeddingOf(provider));
-    c.start_signal_thread({{SIGINT_NUMBER, counter.handler()}});
+    c.start_signal_thread({{sigintNumber, counter.handler()}});
     EXPECT_EQ(printedBy([&] {
-                  provider.raise(SIGINT_NUMBER);
+                  provider.raise(sigintNumber);
                   EXPECT_TRUE(eventually([] { return gUnknownSignals == 1; }));
                   c.stop_signal_thread();
               }),
@@ -151,12 +151,12 @@ TEST(SignalThreadTest, ASigusr2ToAThreadThatIsToGoOnOnlyWakesIt) {
     SignalCounter counter;
     connector c(embeddingOf(provider));
     EXPECT_EQ(printedBy([&] {
-                  c.start_signal_thread({{SIGINT_NUMBER, counter.handler()}});
+                  c.start_signal_thread({{sigintNumber, counter.handler()}});
                   awaitReceiver(provider);
                   provider.raise(POSIXPROVIDER_SIGUSR2);
                   EXPECT_TRUE(eventually(
                       [&] { return provider.calls(POSIXPROVIDER_SYSTEM_SIGWAIT) == 2; }));
-                  provider.raise(SIGINT_NUMBER);
+                  provider.raise(sigintNumber);
                   EXPECT_TRUE(counter.becomes(1));
                   EXPECT_EQ(provider.calls(POSIXPROVIDER_COND_BROADCAST), 0);
                   c.stop_signal_thread();
@@ -171,12 +171,12 @@ TEST(SignalThreadTest, AHandlerMayCallTheConnector) {
     provider.addProcess(4321, 77, 70);
     SignalCounter counter;
     connector c(embeddingOf(provider));
-    c.start_signal_thread({{SIGINT_NUMBER, [&](int signal) {
+    c.start_signal_thread({{sigintNumber, [&](int signal) {
                                 EXPECT_EQ(c.kill(77, signal), callSucceeded);
                                 EXPECT_EQ(c.last_error(), 0);
                                 counter.handler()(signal);
                             }}});
-    provider.raise(SIGINT_NUMBER);
+    provider.raise(sigintNumber);
     EXPECT_TRUE(counter.becomes(1));
 }
 
@@ -185,8 +185,8 @@ TEST(SignalThreadTest, AStopWaitsForAHandlerThatRuns) {
     provider.setClock(POSIXPROVIDER_MANUAL_CLOCK);
     SignalGate gate;
     connector c(embeddingOf(provider));
-    c.start_signal_thread({{SIGINT_NUMBER, gate.handler()}});
-    provider.raise(SIGINT_NUMBER);
+    c.start_signal_thread({{sigintNumber, gate.handler()}});
+    provider.raise(sigintNumber);
     ASSERT_TRUE(gate.isEntered());
     std::thread stopper([&] { c.stop_signal_thread(); });
     EXPECT_TRUE(provider.awaitBlocked(POSIXPROVIDER_COND_TIMEDWAIT));
@@ -203,8 +203,8 @@ TEST(SignalThreadTest, AStopGivesUpAfterTenWaitsAndALaterOneTriesAgain) {
     provider.setTime({100, 600'000'000});
     SignalGate gate;
     connector c(embeddingOf(provider));
-    c.start_signal_thread({{SIGINT_NUMBER, gate.handler()}});
-    provider.raise(SIGINT_NUMBER);
+    c.start_signal_thread({{sigintNumber, gate.handler()}});
+    provider.raise(sigintNumber);
     ASSERT_TRUE(gate.isEntered());
     EXPECT_EQ(printedBy([&] { c.stop_signal_thread(); }), "Giving up on signal handling thread.\n");
     EXPECT_EQ(provider.calls(POSIXPROVIDER_SYSTEM_KILL), 10) << "a SIGUSR2 before each wait";

@@ -17,7 +17,7 @@ using cygwin::connector;
 using cygwin::mount_map;
 using namespace testing_support;
 
-constexpr int CODE = POSIXPROVIDER_NO_TEXT;
+constexpr int failureCode = POSIXPROVIDER_NO_TEXT;
 
 /// Returns the map as lines "root device type options", in its order.
 std::vector<std::string> mountLines(const connector& c) {
@@ -96,13 +96,13 @@ TEST(ConnectorPathTest, AFailedConversionIsThrown) {
         {
             const connector c(embeddingOf(provider));
             c.symlink("target", "/one/a");
-            provider.failNextWithResult(row.entry, CODE);
+            provider.failNextWithResult(row.entry, failureCode);
             try {
                 (c.*row.convert)("/one/a");
                 ADD_FAILURE() << row.text;
             } catch (const vrpsx::system_exception_t& failure) {
                 EXPECT_STREQ(failure.what(), row.text);
-                EXPECT_EQ(failure.code, CODE);
+                EXPECT_EQ(failure.code, failureCode);
             }
         }
         provider.expectClean();
@@ -173,9 +173,9 @@ TEST(ConnectorPathTest, TheFolderIsChanged) {
     const connector c(embeddingOf(provider));
     c.chdir("/one/folder");
     EXPECT_EQ(provider.directory(), "/one/folder");
-    provider.failNext(POSIXPROVIDER_SYSTEM_CHDIR, CODE);
+    provider.failNext(POSIXPROVIDER_SYSTEM_CHDIR, failureCode);
     EXPECT_THROW(c.chdir("/two"), vrpsx::system_exception_t);
-    provider.failNext(POSIXPROVIDER_SYSTEM_SYMLINK, CODE);
+    provider.failNext(POSIXPROVIDER_SYSTEM_SYMLINK, failureCode);
     EXPECT_THROW(c.symlink("a", "/b"), vrpsx::system_exception_t);
 }
 
@@ -218,7 +218,7 @@ TEST(ConnectorMountTest, ARestThatCannotBeDisposedOfIsThrownBehindThePrefix) {
     provider.setMounts("E:/x\t/mnt\tcygdrive\nC:/\t/c\tntfs\n");
     {
         const connector c(embeddingOf(provider));
-        provider.failNext(POSIXPROVIDER_MOUNT_NEXT, CODE);
+        provider.failNext(POSIXPROVIDER_MOUNT_NEXT, failureCode);
         std::string prefix;
         EXPECT_THROW(c.cygdrive(prefix), vrpsx::system_exception_t);
         EXPECT_EQ(prefix, "/mnt");
@@ -309,7 +309,7 @@ TEST(ConnectorMountTest, WhatFailsOnTheWayIsThrownAndNothingIsLeft) {
             {
                 const connector c(embeddingOf(provider));
                 const auto thrownBy = [&](auto call) -> std::string {
-                    provider.fail(row.entry, 1, CODE, withResult);
+                    provider.fail(row.entry, 1, failureCode, withResult);
                     try {
                         call();
                     } catch (const vrpsx::system_exception_t& failure) {

@@ -22,8 +22,8 @@ namespace {
 using namespace testing_support;
 using vrpsx::embedding;
 
-constexpr int CODE = POSIXPROVIDER_NO_TEXT;
-constexpr const char* MOUNTS =
+constexpr int failureCode = POSIXPROVIDER_NO_TEXT;
+constexpr const char* mounts =
     "C:/one\t/one\tntfs\tbinary\tnoacl\tposix=0\nD:/two\t/two\tvfat\nE:/\t/e\tntfs\tuser\n";
 
 static_assert(!std::is_nothrow_destructible_v<vrpsx::mutex>);
@@ -46,7 +46,7 @@ void leave(const Handle&, bool unwinding) {
     }
 }
 
-const EndRow ENDS[] = {
+const EndRow endCalls[] = {
     {POSIXPROVIDER_MUTEX_DISOWN,
      [](const embedding& e, bool unwinding) { leave(e.mutex_create(), unwinding); }},
     {POSIXPROVIDER_COND_DISOWN,
@@ -63,12 +63,12 @@ const EndRow ENDS[] = {
 };
 
 TEST(VrpsxEndTest, AFailureWhileAnExceptionUnwindsIsDropped) {
-    for (const EndRow& row : ENDS) {
+    for (const EndRow& row : endCalls) {
         PosixProvider provider;
-        provider.setMounts(MOUNTS);
+        provider.setMounts(mounts);
         {
             const embedding e = embeddingOf(provider);
-            provider.failNextWithResult(row.entry, CODE);
+            provider.failNextWithResult(row.entry, failureCode);
             EXPECT_THROW(row.letGo(e, true), std::logic_error) << row.entry;
         }
         provider.expectClean();
@@ -76,12 +76,12 @@ TEST(VrpsxEndTest, AFailureWhileAnExceptionUnwindsIsDropped) {
 }
 
 TEST(VrpsxEndTest, AFailureOtherwiseIsThrown) {
-    for (const EndRow& row : ENDS) {
+    for (const EndRow& row : endCalls) {
         PosixProvider provider;
-        provider.setMounts(MOUNTS);
+        provider.setMounts(mounts);
         {
             const embedding e = embeddingOf(provider);
-            provider.failNextWithResult(row.entry, CODE);
+            provider.failNextWithResult(row.entry, failureCode);
             EXPECT_THROW(row.letGo(e, false), vrpsx::system_exception_t) << row.entry;
         }
         provider.expectClean();
@@ -92,7 +92,7 @@ TEST(VrpsxEndTest, ALockThatCannotBeHadIsThrownAndNotUnlocked) {
     PosixProvider provider;
     const embedding e = embeddingOf(provider);
     const vrpsx::mutex mutex = e.mutex_create();
-    provider.failNext(POSIXPROVIDER_MUTEX_LOCK, CODE);
+    provider.failNext(POSIXPROVIDER_MUTEX_LOCK, failureCode);
     EXPECT_THROW(const vrpsx::mutex::scoped_lock lock(mutex), vrpsx::system_exception_t);
     EXPECT_EQ(provider.calls(POSIXPROVIDER_MUTEX_UNLOCK), 0);
 }
@@ -102,21 +102,21 @@ void failToLock(const vrpsx::mutex& mutex) NB_NO_THREAD_SAFETY_ANALYSIS { mutex.
 
 TEST(VrpsxFailureTest, TheWordsComeFromTheObjectsOwnSystem) {
     PosixProvider provider;
-    provider.setMounts(MOUNTS);
+    provider.setMounts(mounts);
     const embedding e = embeddingOf(provider);
     const vrpsx::mutex mutex = e.mutex_create();
-    provider.failNext(POSIXPROVIDER_MUTEX_LOCK, CODE);
+    provider.failNext(POSIXPROVIDER_MUTEX_LOCK, failureCode);
     EXPECT_THROW(failToLock(mutex), vrpsx::system_exception_t);
     EXPECT_EQ(provider.calls(POSIXPROVIDER_MUTEX_SYSTEM), 1);
     const vrpsx::mount mount = e.get_mounts();
-    provider.failNext(POSIXPROVIDER_MOUNT_TYPE, CODE);
+    provider.failNext(POSIXPROVIDER_MOUNT_TYPE, failureCode);
     EXPECT_THROW(static_cast<void>(mount.type()), vrpsx::system_exception_t);
     EXPECT_EQ(provider.calls(POSIXPROVIDER_MOUNT_SYSTEM), 1);
     const vrpsx::mount_option option = mount.options();
-    provider.failNext(POSIXPROVIDER_MOUNT_OPTION_TEXT, CODE);
+    provider.failNext(POSIXPROVIDER_MOUNT_OPTION_TEXT, failureCode);
     EXPECT_THROW(static_cast<void>(option.text()), vrpsx::system_exception_t);
     EXPECT_EQ(provider.calls(POSIXPROVIDER_MOUNT_OPTION_SYSTEM), 1);
-    provider.failNext(POSIXPROVIDER_SIGSET_ADD, CODE);
+    provider.failNext(POSIXPROVIDER_SIGSET_ADD, failureCode);
     EXPECT_THROW(vrpsx::with_sigset(e, [](const vrpsx::sigset& s) { s.add(1); }),
                  vrpsx::system_exception_t);
     EXPECT_EQ(provider.calls(POSIXPROVIDER_SIGSET_SYSTEM), 1);
@@ -157,7 +157,7 @@ TEST(VrpsxFailureTest, WhatComesWithAFailureIsGoneBeforeTheWordsAreAskedFor) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.entry);
         PosixProvider provider;
-        provider.setMounts(MOUNTS);
+        provider.setMounts(mounts);
         testing_support::PatchedSystem patched(provider);
         gOriginal = *patched.original;
         patched.table.error_text = &countAndTell;
@@ -166,23 +166,23 @@ TEST(VrpsxFailureTest, WhatComesWithAFailureIsGoneBeforeTheWordsAreAskedFor) {
         gCountWhenAsked = -1;
         const embedding e = embeddingOf(provider);
         e.symlink("somewhere", "/link");
-        provider.failNextWithResult(row.entry, CODE);
+        provider.failNextWithResult(row.entry, failureCode);
         EXPECT_THROW(row.call(e), vrpsx::system_exception_t);
         EXPECT_EQ(gCountWhenAsked, 0);
     }
 }
 
-constexpr size_t LARGE = 20'000;
+constexpr size_t large = 20'000;
 
 /// A runtime that writes to all of the storage.
 int fillStorage(vrpsx::raw::system* self, void* storage, vrpsx::raw::sigset** result) {
-    std::fill_n(static_cast<unsigned char*>(storage), LARGE, 0xCC);
+    std::fill_n(static_cast<unsigned char*>(storage), large, 0xCC);
     return gOriginal.sigset_init(self, storage, result);
 }
 
 TEST(VrpsxStorageTest, AllOfTheStorageCanBeUsed) {
     PosixProvider provider;
-    provider.setStorageSizes(LARGE, LARGE);
+    provider.setStorageSizes(large, large);
     testing_support::PatchedSystem patched(provider);
     gOriginal = *patched.original;
     patched.table.sigset_init = &fillStorage;
@@ -214,7 +214,7 @@ TEST(VrpsxHandleTest, ANewHandleIsNotLostWhereTheOldOnesEndFails) {
         const embedding e = embeddingOf(provider);
         vrpsx::cond cond = e.cond_create();
         vrpsx::cond fresh = e.cond_create();
-        provider.failNextWithResult(POSIXPROVIDER_COND_DISOWN, CODE);
+        provider.failNextWithResult(POSIXPROVIDER_COND_DISOWN, failureCode);
         EXPECT_THROW(cond = std::move(fresh), vrpsx::system_exception_t);
         EXPECT_TRUE(cond.is_null());
         EXPECT_EQ(provider.count(POSIXPROVIDER_COUNT_CONDS), 0);
@@ -234,7 +234,7 @@ TEST(VrpsxHandleDeathTest, AnEmptyHandleStopsTheProcess) {
 
 TEST(VrpsxListTest, AListIsStepped) {
     PosixProvider provider;
-    provider.setMounts(MOUNTS);
+    provider.setMounts(mounts);
     const embedding e = embeddingOf(provider);
     std::vector<std::string> roots;
     std::vector<std::string> options;
@@ -252,7 +252,7 @@ TEST(VrpsxListTest, AListIsStepped) {
 
 TEST(VrpsxListTest, TheRestOfAListIsDisposedOf) {
     PosixProvider provider;
-    provider.setMounts(MOUNTS);
+    provider.setMounts(mounts);
     const embedding e = embeddingOf(provider);
     {
         vrpsx::mount mount = e.get_mounts();
@@ -266,23 +266,23 @@ TEST(VrpsxListTest, TheRestOfAListIsDisposedOf) {
 
 TEST(VrpsxListTest, AFailedStepGivesTheSystemToWhoAsks) {
     PosixProvider provider;
-    provider.setMounts(MOUNTS);
+    provider.setMounts(mounts);
     {
         const embedding e = embeddingOf(provider);
         const int references = provider.count(POSIXPROVIDER_COUNT_REFERENCES);
         vrpsx::mount mount = e.get_mounts();
         vrpsx::system errors = e;
-        provider.failNext(POSIXPROVIDER_MOUNT_NEXT, CODE);
-        EXPECT_EQ(mount.next(&errors, std::nothrow), CODE);
+        provider.failNext(POSIXPROVIDER_MOUNT_NEXT, failureCode);
+        EXPECT_EQ(mount.next(&errors, std::nothrow), failureCode);
         EXPECT_TRUE(mount.is_null());
-        EXPECT_EQ(errors.error_text(CODE), "error 9999");
+        EXPECT_EQ(errors.error_text(failureCode), "error 9999");
         EXPECT_EQ(provider.count(POSIXPROVIDER_COUNT_REFERENCES), references + 1)
             << "what the slot held is released";
         mount = e.get_mounts();
         EXPECT_EQ(mount.next(&errors, std::nothrow), 0);
         EXPECT_TRUE(errors.is_null());
-        provider.failNext(POSIXPROVIDER_MOUNT_NEXT, CODE);
-        EXPECT_EQ(mount.next(nullptr, std::nothrow), CODE);
+        provider.failNext(POSIXPROVIDER_MOUNT_NEXT, failureCode);
+        EXPECT_EQ(mount.next(nullptr, std::nothrow), failureCode);
         EXPECT_EQ(provider.count(POSIXPROVIDER_COUNT_REFERENCES), references);
     }
     provider.expectClean();

@@ -159,8 +159,8 @@ struct Entry {
 };
 
 TEST_F(AccessControlRulesTest, TheFirstAceThatHasTheSidTheWholeMaskAndTheFlagsDecides) {
-    constexpr BYTE ALLOW = ACCESS_ALLOWED_ACE_TYPE;
-    constexpr BYTE DENY = ACCESS_DENIED_ACE_TYPE;
+    constexpr BYTE allowType = ACCESS_ALLOWED_ACE_TYPE;
+    constexpr BYTE denyType = ACCESS_DENIED_ACE_TYPE;
     const struct {
         const char* mCase;
         std::vector<Entry> mEntries;
@@ -168,22 +168,22 @@ TEST_F(AccessControlRulesTest, TheFirstAceThatHasTheSidTheWholeMaskAndTheFlagsDe
         BYTE mFlags;
         bool mIsAllowed;
     } rows[] = {
-        {"allowed", {{'e', ALLOW, 3, 0}}, 3, 0, true},
-        {"part of the ACE's mask", {{'e', ALLOW, 3, 0}}, 2, 0, true},
-        {"no mask asked for", {{'e', ALLOW, 0, 0}}, 0, 0, true},
-        {"more than the ACE's mask", {{'e', ALLOW, 3, 0}}, 7, 0, false},
-        {"a mask split over two", {{'e', ALLOW, 1, 0}, {'e', ALLOW, 2, 0}}, 3, 0, false},
-        {"deny ahead of allow", {{'e', DENY, 1, 0}, {'e', ALLOW, 1, 0}}, 1, 0, false},
-        {"allow ahead of deny", {{'e', ALLOW, 1, 0}, {'e', DENY, 1, 0}}, 1, 0, true},
-        {"deny of a part", {{'e', DENY, 1, 0}, {'e', ALLOW, 3, 0}}, 3, 0, true},
-        {"deny of another", {{'s', DENY, 1, 0}, {'e', ALLOW, 1, 0}}, 1, 0, true},
-        {"allowed to another", {{'s', ALLOW, 1, 0}}, 1, 0, false},
-        {"allowed to nobody", {{'-', ALLOW, 1, 0}}, 1, 0, false},
-        {"all of the flags", {{'e', ALLOW, 1, 3}}, 1, 3, true},
-        {"some of the flags", {{'e', ALLOW, 1, 3}}, 1, 1, true},
-        {"flags that aren't asked for", {{'e', ALLOW, 1, 3}}, 1, 0, true},
-        {"a flag that isn't there", {{'e', ALLOW, 1, 1}}, 1, 3, false},
-        {"deny without the flag", {{'e', DENY, 1, 0}, {'e', ALLOW, 1, 2}}, 1, 2, true},
+        {"allowed", {{'e', allowType, 3, 0}}, 3, 0, true},
+        {"part of the ACE's mask", {{'e', allowType, 3, 0}}, 2, 0, true},
+        {"no mask asked for", {{'e', allowType, 0, 0}}, 0, 0, true},
+        {"more than the ACE's mask", {{'e', allowType, 3, 0}}, 7, 0, false},
+        {"a mask split over two", {{'e', allowType, 1, 0}, {'e', allowType, 2, 0}}, 3, 0, false},
+        {"deny ahead of allow", {{'e', denyType, 1, 0}, {'e', allowType, 1, 0}}, 1, 0, false},
+        {"allow ahead of deny", {{'e', allowType, 1, 0}, {'e', denyType, 1, 0}}, 1, 0, true},
+        {"deny of a part", {{'e', denyType, 1, 0}, {'e', allowType, 3, 0}}, 3, 0, true},
+        {"deny of another", {{'s', denyType, 1, 0}, {'e', allowType, 1, 0}}, 1, 0, true},
+        {"allowed to another", {{'s', allowType, 1, 0}}, 1, 0, false},
+        {"allowed to nobody", {{'-', allowType, 1, 0}}, 1, 0, false},
+        {"all of the flags", {{'e', allowType, 1, 3}}, 1, 3, true},
+        {"some of the flags", {{'e', allowType, 1, 3}}, 1, 1, true},
+        {"flags that aren't asked for", {{'e', allowType, 1, 3}}, 1, 0, true},
+        {"a flag that isn't there", {{'e', allowType, 1, 1}}, 1, 3, false},
+        {"deny without the flag", {{'e', denyType, 1, 0}, {'e', allowType, 1, 2}}, 1, 2, true},
     };
     for (const auto& row : rows) {
         AccessControlList acl = aclOf("");

@@ -17,7 +17,7 @@ namespace {
 
 using namespace testing_support;
 
-constexpr DWORD ERROR_CODE = ERROR_NOT_ENOUGH_MEMORY;
+constexpr DWORD errorCode = ERROR_NOT_ENOUGH_MEMORY;
 
 AccessControlList emptyAcl() { return {/*aceCount=*/10, ACL_REVISION_DS, /*limitSize=*/false}; }
 
@@ -40,7 +40,7 @@ std::vector<ACCESS_MASK> masksOf(const AccessControlList& acl) {
 }
 
 TEST_F(AccessControlListTest, ANullListIsAViewThatIsNotValidAndWindowsIsNotAsked) {
-    const RefusedCall<decltype(IsValidAcl)> call("IsValidAcl", ERROR_CODE);
+    const RefusedCall<decltype(IsValidAcl)> call("IsValidAcl", errorCode);
     const AccessControlList nothing;
     EXPECT_EQ(nothing.acl(), nullptr);
     EXPECT_FALSE(nothing.isOwner());
@@ -200,8 +200,8 @@ TEST_F(AccessControlListTest, EachFailureNamesItsCall) {
     add(acl, 0, 1);
     const ExplicitAccessList none(nullptr, 0);
     const auto expectRefusal = [](auto* function, const char* name, auto steps) {
-        const RefusedCall<std::remove_pointer_t<decltype(function)>> call(name, ERROR_CODE);
-        expectFailedCall(name, ERROR_CODE, steps);
+        const RefusedCall<std::remove_pointer_t<decltype(function)>> call(name, errorCode);
+        expectFailedCall(name, errorCode, steps);
     };
     expectRefusal(&GetAclInformation, "GetAclInformation", [&] { acl.refresh(); });
     expectRefusal(&GetAclInformation, "GetAclInformation",

@@ -23,7 +23,7 @@ struct Constant {
 #define RIGHT(name) \
     { #name, static_cast < DWORD>(name) }
 /// In the order of the table. Bits without a name in the headers are given as numbers.
-constexpr auto CONSTANTS = std::to_array<Constant>({
+constexpr auto constants = std::to_array<Constant>({
     // The value before Windows Vista.
     {"PROCESS_ALL_ACCESS", STANDARD_RIGHTS_REQUIRED | SYNCHRONIZE | 0xFFF},
     {"THREAD_ALL_ACCESS", STANDARD_RIGHTS_REQUIRED | SYNCHRONIZE | 0x3FF},
@@ -160,11 +160,11 @@ constexpr auto CONSTANTS = std::to_array<Constant>({
 #undef RIGHT
 
 TEST(AccessRightsTest, EachNameStandsAtItsPlaceWithTheMaskOfTheHeaders) {
-    ASSERT_EQ(accessRights().size(), CONSTANTS.size());
-    for (size_t i = 0; i < CONSTANTS.size(); ++i) {
+    ASSERT_EQ(accessRights().size(), constants.size());
+    for (size_t i = 0; i < constants.size(); ++i) {
         const AccessRight& right = accessRights()[i];
-        EXPECT_STREQ(right.name, CONSTANTS[i].name) << i;
-        EXPECT_EQ(right.mask, CONSTANTS[i].mask) << right.name;
+        EXPECT_STREQ(right.name, constants[i].name) << i;
+        EXPECT_EQ(right.mask, constants[i].mask) << right.name;
     }
 }
 
@@ -174,7 +174,7 @@ struct Kind {
     uint32_t kinds;
 };
 /// Selected by the start of a name; the first match counts.
-constexpr auto KINDS = std::to_array<Kind>({
+constexpr auto kindNames = std::to_array<Kind>({
     {"PROCESS_", SE_KERNEL_OBJECT, 1},
     {"THREAD_", SE_KERNEL_OBJECT, 2},
     {"!!THREAD_", SE_KERNEL_OBJECT, 2},
@@ -210,7 +210,7 @@ TEST(AccessRightsTest, EachNameIsThatOfItsTypeAndKinds) {
         const auto isStart = [&](const Kind& kind) {
             return std::string_view(right.name).substr(0, kind.start.size()) == kind.start;
         };
-        const Kind& kind = *std::find_if(KINDS.begin(), KINDS.end(), isStart);
+        const Kind& kind = *std::find_if(kindNames.begin(), kindNames.end(), isStart);
         EXPECT_EQ(right.objectType, static_cast<uint32_t>(kind.type)) << right.name;
         EXPECT_EQ(right.kinds, kind.kinds) << right.name;
     }

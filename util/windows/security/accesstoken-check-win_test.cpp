@@ -17,7 +17,7 @@ namespace {
 
 using namespace testing_support;
 
-constexpr GENERIC_MAPPING FILES = {FILE_GENERIC_READ, FILE_GENERIC_WRITE, FILE_GENERIC_EXECUTE,
+constexpr GENERIC_MAPPING files = {FILE_GENERIC_READ, FILE_GENERIC_WRITE, FILE_GENERIC_EXECUTE,
                                    FILE_ALL_ACCESS};
 
 class AccessCheckTest : public SecurityTest {
@@ -29,10 +29,10 @@ protected:
 TEST_F(AccessCheckTest, WhatTheDescriptorAllowsIsGranted) {
     PrivilegeSet used;
     DWORD granted = 0;
-    EXPECT_TRUE(mToken.accessCheck(mReadable, FILE_READ_DATA, FILES, used, granted));
+    EXPECT_TRUE(mToken.accessCheck(mReadable, FILE_READ_DATA, files, used, granted));
     EXPECT_EQ(granted, DWORD{FILE_READ_DATA});
     EXPECT_TRUE(used.mPrivileges.empty());
-    EXPECT_FALSE(mToken.accessCheck(mReadable, FILE_WRITE_DATA, FILES, used, granted));
+    EXPECT_FALSE(mToken.accessCheck(mReadable, FILE_WRITE_DATA, files, used, granted));
     EXPECT_EQ(granted, 0U);
 }
 
@@ -68,12 +68,12 @@ TEST_F(AccessCheckTest, WindowsIsAskedWithRoomForPrivilegesAndTheseAreHandedOver
     PrivilegeSet used = {1, {{{9, 9}, 9}}};
     DWORD granted = 0;
     gCheck.status = TRUE;
-    EXPECT_TRUE(mToken.accessCheck(mReadable, FILE_GENERIC_READ, FILES, used, granted));
+    EXPECT_TRUE(mToken.accessCheck(mReadable, FILE_GENERIC_READ, files, used, granted));
     EXPECT_EQ(gCheck.security, mReadable.descriptor());
     EXPECT_EQ(gCheck.token, mToken.token());
     EXPECT_EQ(gCheck.desired, DWORD{FILE_GENERIC_READ});
     EXPECT_EQ(gCheck.length, 1024U);
-    EXPECT_EQ(std::memcmp(&gCheck.mapping, &FILES, sizeof FILES), 0);
+    EXPECT_EQ(std::memcmp(&gCheck.mapping, &files, sizeof files), 0);
     EXPECT_EQ(granted, 0xABCDEFU);
     EXPECT_EQ(used.mControl, 0x12345678U);
     ASSERT_EQ(used.mPrivileges.size(), 2U);
@@ -91,7 +91,7 @@ TEST_F(AccessCheckTest, AccessIsGrantedByTheStatusOneAlone) {
     DWORD granted = 0;
     for (const BOOL status : {0, 1, 2, -1}) {
         gCheck.status = status;
-        EXPECT_EQ(mToken.accessCheck(mReadable, 1, FILES, used, granted), status == 1) << status;
+        EXPECT_EQ(mToken.accessCheck(mReadable, 1, files, used, granted), status == 1) << status;
     }
 }
 
@@ -100,7 +100,7 @@ TEST_F(AccessCheckTest, ACheckThatFailsNamesTheCallAndHandsOverNothing) {
     PrivilegeSet used = {1, {{{9, 9}, 9}}};
     DWORD granted = 5;
     expectFailedCall("AccessCheck", ERROR_INVALID_SECURITY_DESCR, [&] {
-        static_cast<void>(mToken.accessCheck(mReadable, 1, FILES, used, granted));
+        static_cast<void>(mToken.accessCheck(mReadable, 1, files, used, granted));
     });
     EXPECT_EQ(used.mControl, 1U);
     EXPECT_EQ(used.mPrivileges.size(), 1U);
@@ -112,7 +112,7 @@ TEST_F(AccessCheckTest, APrimaryTokenCannotBeChecked) {
     PrivilegeSet used;
     DWORD granted = 0;
     expectFailedCall("AccessCheck", ERROR_NO_IMPERSONATION_TOKEN, [&] {
-        static_cast<void>(primary.accessCheck(mReadable, 1, FILES, used, granted));
+        static_cast<void>(primary.accessCheck(mReadable, 1, files, used, granted));
     });
 }
 

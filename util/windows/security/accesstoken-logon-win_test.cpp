@@ -20,12 +20,12 @@ namespace {
 
 using namespace testing_support;
 
-constexpr DWORD INTERACTIVE = LOGON32_LOGON_INTERACTIVE;
-constexpr DWORD DEFAULT_PROVIDER = LOGON32_PROVIDER_DEFAULT;
+constexpr DWORD interactive = LOGON32_LOGON_INTERACTIVE;
+constexpr DWORD defaultProvider = LOGON32_PROVIDER_DEFAULT;
 
 using Profile = boost::shared_ptr<AccessToken::Profile>;
 
-const HANDLE SOME_TOKEN = reinterpret_cast<HANDLE>(0x5678);
+const HANDLE someToken = reinterpret_cast<HANDLE>(0x5678);
 
 /// Replaces the calls that log users on, and that load and unload their profiles. Each log-on
 /// returns an event as the token, and each profile has a key of its own.
@@ -117,8 +117,8 @@ TEST_F(LogonTest, UserDomainAndPasswordGoToWindowsInWideText) {
 }
 
 TEST_F(LogonTest, AnEmptyDomainIsNullAndADotIsADot) {
-    { const AccessToken token("user", "", "", INTERACTIVE, DEFAULT_PROVIDER); }
-    { const AccessToken token("user", ".", "", INTERACTIVE, DEFAULT_PROVIDER); }
+    { const AccessToken token("user", "", "", interactive, defaultProvider); }
+    { const AccessToken token("user", ".", "", interactive, defaultProvider); }
     ASSERT_EQ(sTaken->logons.size(), 2U);
     EXPECT_FALSE(sTaken->logons[0].hasDomain);
     EXPECT_TRUE(sTaken->logons[1].hasDomain);
@@ -129,11 +129,11 @@ TEST_F(LogonTest, AnEmptyDomainIsNullAndADotIsADot) {
 TEST_F(LogonTest, ALogonThatIsRefusedNamesTheCallAndLoadsNoProfile) {
     const RefusedCall<decltype(LogonUserW)> call("LogonUserW", ERROR_LOGON_FAILURE);
     expectFailedCall("LogonUserW", ERROR_LOGON_FAILURE, [] {
-        AccessToken("user", "domain", "password", INTERACTIVE, DEFAULT_PROVIDER);
+        AccessToken("user", "domain", "password", interactive, defaultProvider);
     });
     Profile profile;
     expectFailedCall("LogonUserW", ERROR_LOGON_FAILURE, [&] {
-        AccessToken("user", "domain", "password", INTERACTIVE, DEFAULT_PROVIDER, 1, profile);
+        AccessToken("user", "domain", "password", interactive, defaultProvider, 1, profile);
     });
     EXPECT_EQ(profile, nullptr);
     EXPECT_EQ(sTaken->events, "");
@@ -151,7 +151,7 @@ TEST_F(LogonTest, AProfileIsLoadedForTheTokenWithTheDomainAsItsServer) {
                         {"d\xC3\xA4", L"d\u00e4", L"d\u00e4"}};
     for (const Row& row : rows) {
         Profile profile;
-        const AccessToken token("us\xC3\xA4r", row.domain, "password", INTERACTIVE,
+        const AccessToken token("us\xC3\xA4r", row.domain, "password", interactive,
                                 LOGON32_PROVIDER_WINNT50, /*profileFlags=*/5, profile);
         ASSERT_NE(profile, nullptr);
         const Loaded& loaded = sTaken->loaded.back();
@@ -162,7 +162,7 @@ TEST_F(LogonTest, AProfileIsLoadedForTheTokenWithTheDomainAsItsServer) {
         EXPECT_EQ(loaded.hasServer, *row.server != L'\0') << row.domain;
         EXPECT_EQ(loaded.server, row.server);
         EXPECT_FALSE(loaded.hasRest);
-        EXPECT_EQ(sTaken->logons.back().type, INTERACTIVE);
+        EXPECT_EQ(sTaken->logons.back().type, interactive);
         EXPECT_EQ(sTaken->logons.back().provider, DWORD{LOGON32_PROVIDER_WINNT50});
         EXPECT_EQ(sTaken->logons.back().domain, row.wideDomain);
         profile.reset();
@@ -171,26 +171,26 @@ TEST_F(LogonTest, AProfileIsLoadedForTheTokenWithTheDomainAsItsServer) {
 }
 
 TEST_F(LogonTest, AProfileKnowsTheKeyAloneOfWhatWindowsGot) {
-    const AccessToken::Profile profile(SOME_TOKEN, "user", "server", /*flags=*/1);
-    EXPECT_EQ(sTaken->loaded[0].token, SOME_TOKEN);
+    const AccessToken::Profile profile(someToken, "user", "server", /*flags=*/1);
+    EXPECT_EQ(sTaken->loaded[0].token, someToken);
     EXPECT_EQ(sTaken->loaded[0].server, L"server");
     EXPECT_EQ(profile.information().hProfile, key(1));
     EXPECT_EQ(profile.information().lpUserName, nullptr);
     EXPECT_EQ(profile.information().lpServerName, nullptr);
-    const AccessToken::Profile local(SOME_TOKEN, "user", "", /*flags=*/1);
+    const AccessToken::Profile local(someToken, "user", "", /*flags=*/1);
     EXPECT_FALSE(sTaken->loaded[1].hasServer);
 }
 
 TEST_F(LogonTest, AProfileIsUnloadedOnceWithTokenAndKey) {
-    { const AccessToken::Profile profile(SOME_TOKEN, "user", "server", /*flags=*/1); }
-    EXPECT_EQ(sTaken->unloaded, SOME_TOKEN);
+    { const AccessToken::Profile profile(someToken, "user", "server", /*flags=*/1); }
+    EXPECT_EQ(sTaken->unloaded, someToken);
     EXPECT_EQ(sTaken->events, "load1 unload1 ");
 }
 
 TEST_F(LogonTest, ANewProfileTakesThePlaceOfTheOldOneWhichIsUnloaded) {
     Profile profile;
-    const AccessToken first("user", "", "", INTERACTIVE, DEFAULT_PROVIDER, 0, profile);
-    const AccessToken second("user", "", "", INTERACTIVE, DEFAULT_PROVIDER, 0, profile);
+    const AccessToken first("user", "", "", interactive, defaultProvider, 0, profile);
+    const AccessToken second("user", "", "", interactive, defaultProvider, 0, profile);
     EXPECT_EQ(sTaken->events, "logon load1 logon load2 unload1 ");
     EXPECT_EQ(sTaken->unloaded, first.token());
     EXPECT_EQ(profile->information().hProfile, key(2));
@@ -200,16 +200,16 @@ TEST_F(LogonTest, ANewProfileTakesThePlaceOfTheOldOneWhichIsUnloaded) {
 
 TEST_F(LogonTest, AFailedProfileLoadClosesTheTokenAndLeavesTheOldProfile) {
     Profile profile;
-    const AccessToken first("user", "", "", INTERACTIVE, DEFAULT_PROVIDER, 0, profile);
+    const AccessToken first("user", "", "", interactive, defaultProvider, 0, profile);
     const AccessToken::Profile* const before = profile.get();
     {
         const RefusedCall<decltype(LoadUserProfileW)> call("LoadUserProfileW",
                                                            ERROR_BAD_USER_PROFILE);
         expectFailedCall("LoadUserProfileW", ERROR_BAD_USER_PROFILE, [&] {
-            AccessToken("user", "", "", INTERACTIVE, DEFAULT_PROVIDER, 0, profile);
+            AccessToken("user", "", "", interactive, defaultProvider, 0, profile);
         });
         expectFailedCall("LoadUserProfileW", ERROR_BAD_USER_PROFILE,
-                         [] { AccessToken::Profile(SOME_TOKEN, "user", "", 0); });
+                         [] { AccessToken::Profile(someToken, "user", "", 0); });
     }
     EXPECT_EQ(profile.get(), before);
     EXPECT_EQ(mOwnership.held().mHandles, 1);
@@ -219,7 +219,7 @@ TEST_F(LogonTest, AFailedProfileLoadClosesTheTokenAndLeavesTheOldProfile) {
 TEST_F(LogonTest, AFailureToUnloadGoesToTheDebugger) {
     const RefusedCall<decltype(UnloadUserProfile)> call("UnloadUserProfile", ERROR_BUSY);
     const DebugOutput output;
-    { const AccessToken::Profile profile(SOME_TOKEN, "user", "", 0); }
+    { const AccessToken::Profile profile(someToken, "user", "", 0); }
     std::string line = win32ErrorText("UnloadUserProfile", ERROR_BUSY);
     EXPECT_EQ(output.texts(), std::vector<std::string>{line.append("\n")});
 }

@@ -23,8 +23,8 @@ using namespace testing_support;
 using SidList = AccessToken::SidList;
 using PrivilegeList = AccessToken::PrivilegeList;
 
-constexpr const char* EVERYONE = "S-1-1-0";
-const HANDLE SOME_HANDLE = reinterpret_cast<HANDLE>(0x5678);
+constexpr const char* everyoneSid = "S-1-1-0";
+const HANDLE someHandle = reinterpret_cast<HANDLE>(0x5678);
 
 /// Returns a handle that can be closed as the token.
 BOOL give(PHANDLE token) {
@@ -53,8 +53,8 @@ TEST_F(AccessTokenTest, ThatOfAProcessIsOpenedWithTheAccessGiven) {
             access = wanted;
             return give(token);
         });
-    const AccessToken token(SOME_HANDLE, TOKEN_DUPLICATE | TOKEN_QUERY);
-    EXPECT_EQ(process, SOME_HANDLE);
+    const AccessToken token(someHandle, TOKEN_DUPLICATE | TOKEN_QUERY);
+    EXPECT_EQ(process, someHandle);
     EXPECT_EQ(access, DWORD{TOKEN_DUPLICATE | TOKEN_QUERY});
 }
 
@@ -82,8 +82,8 @@ TEST_F(AccessTokenTest, ThatOfAThreadIsOpenedWithTheAccessAndAsWhomIsGiven) {
             return give(token);
         });
     for (const bool openAsSelf : {true, false}) {
-        const AccessToken token(SOME_HANDLE, TOKEN_IMPERSONATE, openAsSelf);
-        EXPECT_EQ(thread, SOME_HANDLE);
+        const AccessToken token(someHandle, TOKEN_IMPERSONATE, openAsSelf);
+        EXPECT_EQ(thread, someHandle);
         EXPECT_EQ(access, DWORD{TOKEN_IMPERSONATE});
         EXPECT_EQ(asSelf, openAsSelf ? TRUE : FALSE);
     }
@@ -145,7 +145,7 @@ TEST_F(AccessTokenTest, WhatADuplicateIsToBeGoesToWindows) {
 
 TEST_F(AccessTokenTest, EachTokenThatCannotBeMadeNamesTheCallAndHoldsNothing) {
     const SidList none;
-    const SidList sids = {{SecurityIdentifier(EVERYONE), 1}};
+    const SidList sids = {{SecurityIdentifier(everyoneSid), 1}};
     const PrivilegeList privileges = {{LUID{1, 0}, 2}};
     {
         const RefusedCall<decltype(OpenProcessToken)> call("OpenProcessToken", 1401);
@@ -213,7 +213,7 @@ WINBOOL WINAPI noteRestricted(HANDLE token, DWORD flags, DWORD disableCount,
 TEST_F(AccessTokenTest, TheListsOfARestrictionGoToWindowsAsArrays) {
     const ReplacedCall<decltype(CreateRestrictedToken)> call("CreateRestrictedToken",
                                                              noteRestricted);
-    const SidList disable = {{SecurityIdentifier(EVERYONE), 1}, {SecurityIdentifier("BA"), 2}};
+    const SidList disable = {{SecurityIdentifier(everyoneSid), 1}, {SecurityIdentifier("BA"), 2}};
     const SidList restricting = {{SecurityIdentifier("SY"), 3}};
     const PrivilegeList remove = {{LUID{4, 5}, 6}, {LUID{7, 8}, 9}};
     const AccessToken token(mProcess, SANDBOX_INERT, disable, remove, restricting);
@@ -236,7 +236,7 @@ TEST_F(AccessTokenTest, TheListsOfARestrictionGoToWindowsAsArrays) {
 TEST_F(AccessTokenTest, EachEmptyListOfARestrictionIsNull) {
     const ReplacedCall<decltype(CreateRestrictedToken)> call("CreateRestrictedToken",
                                                              noteRestricted);
-    const SidList sids = {{SecurityIdentifier(EVERYONE), 1}};
+    const SidList sids = {{SecurityIdentifier(everyoneSid), 1}};
     const PrivilegeList privileges = {{LUID{4, 5}, 6}};
     for (unsigned given = 0; given < 8; ++given) {
         const bool disable = (given & 1) != 0;
@@ -259,7 +259,7 @@ TEST_F(AccessTokenTest, ARestrictedTokenHasLostThePrivilegeAndTheGroup) {
     mProcess.privileges(privileges);
     ASSERT_GE(privileges.size(), 2U);
     const LUID lost = privileges.front().first;
-    const SidList disabled = {{SecurityIdentifier(EVERYONE), 0}};
+    const SidList disabled = {{SecurityIdentifier(everyoneSid), 0}};
     const AccessToken token(mProcess, 0, disabled, {{lost, 0}}, {});
     PrivilegeList left;
     token.privileges(left);
@@ -273,10 +273,11 @@ TEST_F(AccessTokenTest, ARestrictedTokenHasLostThePrivilegeAndTheGroup) {
 }
 
 TEST_F(AccessTokenTest, MembershipIsToldForATokenToImpersonateWith) {
-    EXPECT_TRUE(mImpersonation.isMember(SecurityIdentifier(EVERYONE)));
+    EXPECT_TRUE(mImpersonation.isMember(SecurityIdentifier(everyoneSid)));
     EXPECT_FALSE(mImpersonation.isMember(SecurityIdentifier("S-1-5-21-1-2-3-4")));
-    expectFailedCall("CheckTokenMembership", ERROR_NO_IMPERSONATION_TOKEN,
-                     [&] { static_cast<void>(mProcess.isMember(SecurityIdentifier(EVERYONE))); });
+    expectFailedCall("CheckTokenMembership", ERROR_NO_IMPERSONATION_TOKEN, [&] {
+        static_cast<void>(mProcess.isMember(SecurityIdentifier(everyoneSid)));
+    });
 }
 
 TEST_F(AccessTokenTest, WindowsIsAskedAboutTheTokenAndTheSid) {
@@ -290,7 +291,7 @@ TEST_F(AccessTokenTest, WindowsIsAskedAboutTheTokenAndTheSid) {
             *isMember = answer;
             return TRUE;
         });
-    const SecurityIdentifier everyone(EVERYONE);
+    const SecurityIdentifier everyone(everyoneSid);
     for (const BOOL is : {TRUE, FALSE}) {
         answer = is;
         EXPECT_EQ(mProcess.isMember(everyone), is == TRUE);

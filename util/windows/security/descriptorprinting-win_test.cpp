@@ -158,9 +158,9 @@ TEST_F(DescriptorPrintingTest, TheSaclIsNamedForTheKindOfObjectToo) {
               "0x1 [FILE_LIST_DIRECTORY]");
 }
 
-const char* const FILE_WORDS =
+const char* const fileWords =
     "Access Allowed SID S-1-1-0 [User DOMAIN\\name]: 0x1 [FILE_READ_DATA] (NO_INHERITANCE)";
-const char* const KEY_WORDS =
+const char* const keyWords =
     "Access Allowed SID S-1-1-0 [User DOMAIN\\name]: 0x1 [KEY_QUERY_VALUE] (NO_INHERITANCE)";
 
 class PrintingContextTest : public DescriptorPrintingTest {
@@ -174,10 +174,10 @@ protected:
 
 TEST_F(PrintingContextTest, TheKindOfObjectLeavesTheStreamWithTheDescriptor) {
     mOut << mKey;
-    EXPECT_NE(mOut.str().find(KEY_WORDS), std::string::npos);
+    EXPECT_NE(mOut.str().find(keyWords), std::string::npos);
     mOut.str({});
     mOut << mEntry;
-    EXPECT_EQ(mOut.str(), FILE_WORDS);
+    EXPECT_EQ(mOut.str(), fileWords);
 }
 
 TEST_F(PrintingContextTest, TheKindOfObjectStaysOnTheStreamAfterAFailure) {
@@ -187,10 +187,10 @@ TEST_F(PrintingContextTest, TheKindOfObjectStaysOnTheStreamAfterAFailure) {
     }
     mOut.str({});
     mOut << mEntry;
-    EXPECT_EQ(mOut.str(), KEY_WORDS);
+    EXPECT_EQ(mOut.str(), keyWords);
     std::ostringstream other;
     other << mEntry;
-    EXPECT_EQ(other.str(), FILE_WORDS);
+    EXPECT_EQ(other.str(), fileWords);
 }
 
 /// Random texts of descriptors, and how they must be printed.
@@ -203,11 +203,11 @@ public:
         addPart("G:", "Group", lists);
         if (pick(4) != 0) {
             flags += " SE_DACL_PRESENT";
-            addList("D:", "\n\tDACL = ", DACL_TYPES, lists);
+            addList("D:", "\n\tDACL = ", daclTypes, lists);
         }
         if (pick(2) != 0) {
             flags += " SE_SACL_PRESENT";
-            addList("S:", "\n\tSACL = ", SACL_TYPES, lists);
+            addList("S:", "\n\tSACL = ", saclTypes, lists);
         }
         mDump = "SD [Flags: " + flags + " SE_SELF_RELATIVE]" + lists;
     }
@@ -217,16 +217,16 @@ public:
 
 private:
     using Names = std::vector<std::pair<std::string, std::string>>;
-    static inline const Names DACL_TYPES = {{"A", "Access Allowed"}, {"D", "Access Denied"}};
-    static inline const Names SACL_TYPES = {{"AU", "System Audit"}};
-    static inline const Names FLAGS = {
+    static inline const Names daclTypes = {{"A", "Access Allowed"}, {"D", "Access Denied"}};
+    static inline const Names saclTypes = {{"AU", "System Audit"}};
+    static inline const Names flagsPart = {
         {"OI", " (OI)"}, {"CI", " (CI)"}, {"NP", " (NP)"}, {"IO", " (IO)"}, {"ID", " (IA)"}};
-    static inline const Names RIGHTS = {{"0x10000", "DELETE"},
-                                        {"0x20000", "READ_CONTROL"},
-                                        {"0x1f0000", "STANDARD_RIGHTS_ALL"},
-                                        {"0x80000000", "GENERIC_READ"},
-                                        {"0x10000001", "GENERIC_ALL 0x1"},
-                                        {"0x55", "0x55"}};
+    static inline const Names rightsPart = {{"0x10000", "DELETE"},
+                                            {"0x20000", "READ_CONTROL"},
+                                            {"0x1f0000", "STANDARD_RIGHTS_ALL"},
+                                            {"0x80000000", "GENERIC_READ"},
+                                            {"0x10000001", "GENERIC_ALL 0x1"},
+                                            {"0x55", "0x55"}};
 
     std::string sid() { return "S-1-5-21-" + std::to_string(mRandom()); }
     void addPart(const char* key, const char* name, std::string& lists) {
@@ -239,11 +239,12 @@ private:
         lists += std::string(head) + "ACL [\n";
         for (uint32_t count = pick(5); count > 0; --count) {
             const auto& [type, typeName] = types[pick(static_cast<uint32_t>(types.size()))];
-            const auto& [rights, rightsName] = RIGHTS[pick(static_cast<uint32_t>(RIGHTS.size()))];
+            const auto& [rights, rightsName] =
+                rightsPart[pick(static_cast<uint32_t>(rightsPart.size()))];
             const std::string account = sid();
             std::string flags;
             std::string flagNames;
-            for (const auto& [flag, name] : FLAGS) {
+            for (const auto& [flag, name] : flagsPart) {
                 if (pick(2) != 0) {
                     flags += flag;
                     flagNames += name;

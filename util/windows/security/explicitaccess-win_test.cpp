@@ -30,10 +30,10 @@ protected:
     const SecurityIdentifier mSystem{WinLocalSystemSid, nullptr};
 };
 
-constexpr char NAME[] = "An account whose name isn't short: J\u00f6rg";
+constexpr char accountName[] = "An account whose name isn't short: J\u00f6rg";
 
 TEST_F(ExplicitAccessTest, OneByNameHoldsAStructAndTheName) {
-    std::string name = NAME;
+    std::string name = accountName;
     {
         const ExplicitAccess access(name.c_str(), 0x1234, DENY_ACCESS,
                                     SUB_CONTAINERS_AND_OBJECTS_INHERIT);
@@ -46,7 +46,7 @@ TEST_F(ExplicitAccessTest, OneByNameHoldsAStructAndTheName) {
         EXPECT_EQ(access.inheritance(), DWORD{SUB_CONTAINERS_AND_OBJECTS_INHERIT});
         const Trustee trustee = access.trustee();
         EXPECT_EQ(trustee.form(), TRUSTEE_IS_NAME);
-        EXPECT_EQ(trustee.name(), NAME);
+        EXPECT_EQ(trustee.name(), accountName);
         EXPECT_EQ(trustee.trustee().ptstrName, access.access()->Trustee.ptstrName);
     }
 }

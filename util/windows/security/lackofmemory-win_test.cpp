@@ -22,10 +22,10 @@ namespace {
 
 using namespace testing_support;
 
-constexpr DWORD INTERACTIVE = LOGON32_LOGON_INTERACTIVE;
-constexpr DWORD DEFAULT_PROVIDER = LOGON32_PROVIDER_DEFAULT;
+constexpr DWORD interactive = LOGON32_LOGON_INTERACTIVE;
+constexpr DWORD defaultProvider = LOGON32_PROVIDER_DEFAULT;
 
-constexpr SID_IDENTIFIER_AUTHORITY NT_AUTHORITY = SECURITY_NT_AUTHORITY;
+constexpr SID_IDENTIFIER_AUTHORITY ntAuthority = SECURITY_NT_AUTHORITY;
 
 SecurityIdentifier copyOf(const SecurityIdentifier& sid) { return sid; }
 
@@ -39,8 +39,8 @@ SecurityIdentifier copyOf(const SecurityIdentifier& sid) { return sid; }
         expectNothingHeldOfLittleMemory(name, step);
     };
     expect("text", [] { SecurityIdentifier("S-1-5-21-1-2-3-1001"); });
-    expect("list", [] { SecurityIdentifier(NT_AUTHORITY, {1, 2}); });
-    expect("count", [] { SecurityIdentifier(NT_AUTHORITY, 2); });
+    expect("list", [] { SecurityIdentifier(ntAuthority, {1, 2}); });
+    expect("count", [] { SecurityIdentifier(ntAuthority, 2); });
     expect("well-known", [] { SecurityIdentifier(WinWorldSid, nullptr); });
     expect("account", [] { SecurityIdentifier("Everyone", nullptr, nullptr); });
     expect("user", [] { static_cast<void>(SecurityIdentifier::currentUser()); });
@@ -110,10 +110,10 @@ TEST(SecurityWithLittleMemoryDeathTest, DescriptorsHoldNothing) {
         expectNothingHeldOfLittleMemory(name, step);
     };
     expect("restricted", [&] { AccessToken(token, 0, groups, privileges, groups); });
-    expect("logon", [] { AccessToken("user", "", "password", INTERACTIVE, DEFAULT_PROVIDER); });
+    expect("logon", [] { AccessToken("user", "", "password", interactive, defaultProvider); });
     expect("profile", [] {
         boost::shared_ptr<AccessToken::Profile> profile;
-        const AccessToken user("user", "server", "password", INTERACTIVE, DEFAULT_PROVIDER, 0,
+        const AccessToken user("user", "server", "password", interactive, defaultProvider, 0,
                                profile);
         profile.reset();
     });

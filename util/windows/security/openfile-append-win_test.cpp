@@ -31,7 +31,7 @@ TEST(OpenFileAppendTest, AFileAbove4GigabytesIsAppendedToAtItsEnd) {
     }
     std::string head(4, 'x');
     std::string tail(5, 'x');
-    EXPECT_EQ(inspectLargeFile(path, head, tail), LARGE_SIZE + 4);
+    EXPECT_EQ(inspectLargeFile(path, head, tail), largeSize + 4);
     EXPECT_EQ(head, std::string(4, '\0')) << "its start stays";
     EXPECT_EQ(tail, std::string("\0more", 5));
 }

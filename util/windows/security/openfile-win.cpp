@@ -11,11 +11,11 @@
 
 namespace {
 
-constexpr int ACCESS_FLAGS = _O_WRONLY | _O_RDWR;
-constexpr int KNOWN_FLAGS = ACCESS_FLAGS | _O_APPEND | _O_CREAT | _O_TRUNC | _O_EXCL | _O_BINARY;
+constexpr int accessFlags = _O_WRONLY | _O_RDWR;
+constexpr int knownFlags = accessFlags | _O_APPEND | _O_CREAT | _O_TRUNC | _O_EXCL | _O_BINARY;
 
 void checkFlags(int flags) {
-    const unsigned unknown = static_cast<unsigned>(flags) & ~unsigned{KNOWN_FLAGS};
+    const unsigned unknown = static_cast<unsigned>(flags) & ~unsigned{knownFlags};
     if (unknown != 0) {
         std::array<char, 64> text;
         std::snprintf(text.data(), text.size(), "open received unknown flags 0x%x", unknown);
@@ -24,7 +24,7 @@ void checkFlags(int flags) {
 }
 
 DWORD desiredAccess(int flags) {
-    switch (flags & ACCESS_FLAGS) {
+    switch (flags & accessFlags) {
         case _O_RDONLY:
             return GENERIC_READ;
         case _O_WRONLY:

@@ -27,9 +27,9 @@ namespace {
 
 using namespace testing_support;
 
-constexpr int MODE = 0666;
+constexpr int shareMode = 0666;
 
-HANDLE open(const std::string& path, int flags, const char* name = nullptr, int mode = MODE) {
+HANDLE open(const std::string& path, int flags, const char* name = nullptr, int mode = shareMode) {
     // NOLINTNEXTLINE(clang-analyzer-unix.API): not the C runtime's
     return ::open(path, flags, mode, name);
 }
@@ -68,7 +68,7 @@ struct Access {
     int flags;
     DWORD rights;
 };
-constexpr Access ACCESSES[] = {
+constexpr Access accesses[] = {
     {_O_RDONLY, GENERIC_READ},
     {_O_WRONLY, GENERIC_WRITE},
     {_O_RDWR, GENERIC_READ | GENERIC_WRITE},
@@ -82,7 +82,7 @@ struct Creation {
     bool keepsOld;
     bool makesNew;
 };
-constexpr Creation CREATIONS[] = {
+constexpr Creation creations[] = {
     {0, OPEN_EXISTING, true, true, false},
     {_O_EXCL, OPEN_EXISTING, true, true, false},
     {_O_TRUNC, TRUNCATE_EXISTING, true, false, false},
@@ -97,8 +97,8 @@ TEST(OpenFileTest, AccessAndCreationFollowTheFlagsAndAllElseIsFixed) {
     const RecordedOpening opening;
     const OpeningArguments& last = opening.last();
     int calls = 0;
-    for (const Creation& creation : CREATIONS) {
-        for (const Access& access : ACCESSES) {
+    for (const Creation& creation : creations) {
+        for (const Access& access : accesses) {
             for (const int without : {0, _O_BINARY, _O_APPEND, _O_BINARY | _O_APPEND}) {
                 const int flags = creation.flags | access.flags | without;
                 SCOPED_TRACE(flags);
@@ -171,7 +171,7 @@ std::string contentOf(const std::string& path) {
 
 TEST(OpenFileTest, AFileThatIsThereIsOpenedEmptiedOrRefusedAsTheFlagsSay) {
     const TempFolder folder;
-    for (const Creation& creation : CREATIONS) {
+    for (const Creation& creation : creations) {
         for (const int access : {_O_RDONLY, _O_WRONLY, _O_RDWR, 3}) {
             const bool writes = access == _O_WRONLY || access == _O_RDWR;
             if (creation.disposition == TRUNCATE_EXISTING && !writes) {
@@ -206,7 +206,7 @@ TEST(OpenFileTest, AFileIsNotEmptiedWithoutAccessToWrite) {
 
 TEST(OpenFileTest, AMissingFileIsMadeWithTheCreateFlagAlone) {
     const TempFolder folder;
-    for (const Creation& creation : CREATIONS) {
+    for (const Creation& creation : creations) {
         for (const int access : {_O_RDONLY, _O_WRONLY, _O_RDWR, 3}) {
             SCOPED_TRACE(creation.flags | access);
             const std::string path = folder.utf8(std::to_string(creation.flags | access));

@@ -31,7 +31,7 @@ namespace {
 
 using namespace testing_support;
 
-constexpr SECURITY_INFORMATION OWNER_GROUP_DACL = 7;
+constexpr SECURITY_INFORMATION ownerGroupDacl = 7;
 
 /// Replaces the inheritance of Windows, which the test bed lacks, until the scope ends: a child
 /// gets the security of its parent.
@@ -104,7 +104,7 @@ TEST(SecurityAttributesForDirectoryTest, TheNameIsThePooledTextOfTheSecurity) {
     EXPECT_EQ(internString(name), name);
     const SECURITY_ATTRIBUTES* const found = findSecurityAttributes(name);
     ASSERT_NE(found, nullptr);
-    EXPECT_EQ(SecurityDescriptor(found->lpSecurityDescriptor).sddl(OWNER_GROUP_DACL), name);
+    EXPECT_EQ(SecurityDescriptor(found->lpSecurityDescriptor).sddl(ownerGroupDacl), name);
     EXPECT_FALSE(found->bInheritHandle);
 }
 
@@ -113,7 +113,7 @@ TEST(SecurityAttributesForDirectoryTest, TheSecurityIsThatOfANewFileInTheDirecto
     const InheritingAll inheriting;
     const std::string path = makeOpenFolder(folder, "open");
     const SecurityDescriptor security(path, SE_FILE_OBJECT, /*withSacl=*/false);
-    EXPECT_EQ(nameOf(path), security.sddl(OWNER_GROUP_DACL));
+    EXPECT_EQ(nameOf(path), security.sddl(ownerGroupDacl));
     EXPECT_EQ(inheriting.files(), 1);
     EXPECT_EQ(inheriting.containers(), 0);
 }
@@ -229,17 +229,17 @@ TEST(SecurityAttributesForDirectoryTest, AFailureToDeriveIsToldByItsCall) {
 }
 
 using ToSddl = decltype(ConvertSecurityDescriptorToStringSecurityDescriptorW);
-constexpr const char* TO_SDDL = "ConvertSecurityDescriptorToStringSecurityDescriptorW";
+constexpr const char* toSddl = "ConvertSecurityDescriptorToStringSecurityDescriptorW";
 
 TEST(SecurityAttributesForDirectoryTest, AFailureToMakeTheTextIsToldByItsCall) {
     const TempFolder folder;
     const ReplacedCall<ToSddl> failing(
-        TO_SDDL, [](PSECURITY_DESCRIPTOR, DWORD, SECURITY_INFORMATION, LPWSTR*, PULONG) -> BOOL {
+        toSddl, [](PSECURITY_DESCRIPTOR, DWORD, SECURITY_INFORMATION, LPWSTR*, PULONG) -> BOOL {
             SetLastError(ERROR_INVALID_SECURITY_DESCR);
             return FALSE;
         });
     const auto [words, number] = failureOf(folder.utf8());
-    const std::string start = folder.utf8() + ": " + TO_SDDL + ": ";
+    const std::string start = folder.utf8() + ": " + toSddl + ": ";
     EXPECT_EQ(words.substr(0, start.size()), start);
     EXPECT_EQ(number, static_cast<DWORD>(ERROR_INVALID_SECURITY_DESCR));
 }
@@ -267,13 +267,12 @@ TEST(SecurityAttributesForDirectoryTest, AnOwnerWithoutAnAccountGivesAttributesW
     // Windows makes no text from a null descriptor.
     static PSECURITY_DESCRIPTOR printed;
     printed = &printed;
-    const ReplacedCall<ToSddl> text(TO_SDDL,
+    const ReplacedCall<ToSddl> text(toSddl,
                                     [](PSECURITY_DESCRIPTOR given, DWORD, SECURITY_INFORMATION bits,
                                        LPWSTR* result, PULONG) -> BOOL {
                                         printed = given;
                                         *result = static_cast<LPWSTR>(LocalAlloc(LMEM_FIXED, 20));
-                                        wcscpy(*result,
-                                               bits == OWNER_GROUP_DACL ? L"no owner" : L"");
+                                        wcscpy(*result, bits == ownerGroupDacl ? L"no owner" : L"");
                                         return TRUE;
                                     });
     EXPECT_STREQ(nameOf(folder.utf8()), "no owner");
@@ -284,14 +283,14 @@ TEST(SecurityAttributesForDirectoryTest, AnOwnerWithoutAnAccountGivesAttributesW
 }
 
 TEST(SecurityAttributesForDirectoryTest, ThreadsThatAskForTwoFoldersGetTheirTwoNames) {
-    constexpr size_t THREADS = 8;
+    constexpr size_t threadCount = 8;
     const TempFolder folder;
     const InheritingAll inheriting;
     const std::string paths[] = {makeFolder(folder, "usual"), makeOpenFolder(folder, "open")};
-    std::vector<std::vector<const char*>> names(THREADS);
+    std::vector<std::vector<const char*>> names(threadCount);
     {
         std::vector<std::jthread> threads;
-        for (size_t thread = 0; thread < THREADS; ++thread) {
+        for (size_t thread = 0; thread < threadCount; ++thread) {
             threads.emplace_back([&paths, thread, &mine = names[thread]] {
                 for (size_t i = 0; i < 20; ++i) {
                     const char* name = nullptr;
@@ -303,7 +302,7 @@ TEST(SecurityAttributesForDirectoryTest, ThreadsThatAskForTwoFoldersGetTheirTwoN
         }
     }
     const char* const expected[] = {nameOf(paths[0]), nameOf(paths[1])};
-    for (size_t thread = 0; thread < THREADS; ++thread) {
+    for (size_t thread = 0; thread < threadCount; ++thread) {
         for (size_t i = 0; i < 20; ++i) {
             ASSERT_EQ(names[thread][i], expected[(i + thread) % 2]);
         }
@@ -326,7 +325,7 @@ TEST(SecurityAttributesDirectoryTest, OwnerGroupAndDaclOfAFileAreRead) {
     const char* name = nullptr;
     EXPECT_FALSE(securityAttributesForDirectory("c:/", name));
     EXPECT_EQ(type, SE_FILE_OBJECT);
-    EXPECT_EQ(bits, OWNER_GROUP_DACL);
+    EXPECT_EQ(bits, ownerGroupDacl);
     EXPECT_FALSE(hasSacl);
 }
 

@@ -13,12 +13,12 @@
 
 namespace {
 
-constexpr size_t NAMES = 10000;
+constexpr size_t nameCount = 10000;
 
 /// Texts like those that name the security of directories.
 std::vector<const char*> makeNames() {
     std::vector<const char*> names;
-    for (size_t i = 0; i < NAMES; ++i) {
+    for (size_t i = 0; i < nameCount; ++i) {
         const std::string user = "S-1-5-21-1085031214-1563985344-725345543-" + std::to_string(i);
         std::string text = "O:";
         text.append(user).append("G:DUD:AI(A;ID;FA;;;SY)(A;ID;FA;;;BA)(A;ID;FA;;;");
@@ -40,7 +40,7 @@ TEST(Benchmark, FindSecurityAttributes) {
     }
     const std::vector<std::string> keys(names.begin(), names.end());
     // Steps by a prime, so that every name is used, and never two neighbours in a row.
-    const auto next = [](size_t& number) { return number = (number + 7919) % NAMES; };
+    const auto next = [](size_t& number) { return number = (number + 7919) % nameCount; };
     size_t ours = 0;
     size_t peers = 0;
     benchmark::compare(

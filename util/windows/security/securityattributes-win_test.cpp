@@ -96,18 +96,18 @@ TEST(SecurityAttributesRegistryTest, AttributesStayWhereTheyAreWhileTheRegistryG
 }
 
 TEST(SecurityAttributesRegistryTest, ThreadsThatAddTheSameNamesFindTheSameAttributes) {
-    constexpr size_t THREADS = 8;
-    constexpr size_t NAMES = 200;
+    constexpr size_t threadCount = 8;
+    constexpr size_t nameCount = 200;
     std::vector<std::string> names;
-    names.reserve(NAMES);
-    for (size_t i = 0; i < NAMES; ++i) {
+    names.reserve(nameCount);
+    for (size_t i = 0; i < nameCount; ++i) {
         names.push_back("name " + std::to_string(i));
     }
     SecurityAttributesRegistry registry;
-    std::vector<std::vector<SECURITY_ATTRIBUTES*>> found(THREADS);
+    std::vector<std::vector<SECURITY_ATTRIBUTES*>> found(threadCount);
     {
         std::vector<std::jthread> threads;
-        for (size_t thread = 0; thread < THREADS; ++thread) {
+        for (size_t thread = 0; thread < threadCount; ++thread) {
             threads.emplace_back([&names, &registry, &mine = found[thread]] {
                 for (const std::string& name : names) {
                     registry.add(HashedText(name), descriptor("D:"));
@@ -116,9 +116,9 @@ TEST(SecurityAttributesRegistryTest, ThreadsThatAddTheSameNamesFindTheSameAttrib
             });
         }
     }
-    for (size_t i = 0; i < NAMES; ++i) {
+    for (size_t i = 0; i < nameCount; ++i) {
         ASSERT_NE(found[0][i], nullptr);
-        for (size_t thread = 1; thread < THREADS; ++thread) {
+        for (size_t thread = 1; thread < threadCount; ++thread) {
             ASSERT_EQ(found[thread][i], found[0][i]);
         }
     }

@@ -19,8 +19,8 @@ namespace {
 
 using namespace testing_support;
 
-constexpr const char* FULL = "O:BAG:SYD:(A;;FA;;;WD)S:(AU;SA;FA;;;WD)";
-constexpr const char* LIST_ONLY = "D:(A;;FR;;;WD)";
+constexpr const char* full = "O:BAG:SYD:(A;;FA;;;WD)S:(AU;SA;FA;;;WD)";
+constexpr const char* listOnly = "D:(A;;FR;;;WD)";
 
 using SecurityDescriptorFailureTest = SecurityTest;
 
@@ -69,11 +69,11 @@ TEST_F(SecurityDescriptorFailureTest, ATextThatIsNoneIsRefused) {
         EXPECT_THROW(SecurityDescriptor(text, SDDL_REVISION_1), Win32Exception) << text;
     }
     expectFailedCall("ConvertStringSecurityDescriptorToSecurityDescriptorW", ERROR_UNKNOWN_REVISION,
-                     [] { SecurityDescriptor(FULL, /*revision=*/9); });
+                     [] { SecurityDescriptor(full, /*revision=*/9); });
 }
 
 TEST_F(SecurityDescriptorFailureTest, ATextThatIsRefusedChangesNothing) {
-    SecurityDescriptor security(FULL, SDDL_REVISION_1);
+    SecurityDescriptor security(full, SDDL_REVISION_1);
     const PSECURITY_DESCRIPTOR before = security.descriptor();
     EXPECT_THROW(security.setSddl("D:(", SDDL_REVISION_1), Win32Exception);
     EXPECT_EQ(security.descriptor(), before);
@@ -90,13 +90,13 @@ void expectFailuresOfParts(const std::function<void()>& read) {
 }
 
 TEST_F(SecurityDescriptorFailureTest, EachPartThatCannotBeReadNamesItsCall) {
-    SecurityDescriptor security(FULL, SDDL_REVISION_1);
+    SecurityDescriptor security(full, SDDL_REVISION_1);
     expectFailuresOfParts([&] { security.readParts(); });
 }
 
 TEST_F(SecurityDescriptorFailureTest, ANewOneWhosePartsCannotBeReadIsFreed) {
-    const SecurityDescriptor source(FULL, SDDL_REVISION_1);
-    expectFailuresOfParts([] { SecurityDescriptor(FULL, SDDL_REVISION_1); });
+    const SecurityDescriptor source(full, SDDL_REVISION_1);
+    expectFailuresOfParts([] { SecurityDescriptor(full, SDDL_REVISION_1); });
     expectFailuresOfParts([&] { SecurityDescriptor(source.descriptor()); });
     expectFailuresOfParts([&] { SecurityDescriptor{source}; });
     expectFailuresOfParts([] {
@@ -108,7 +108,7 @@ TEST_F(SecurityDescriptorFailureTest, ANewOneWhosePartsCannotBeReadIsFreed) {
 
 TEST_F(SecurityDescriptorFailureTest, PartsAreReadInTheirOrder) {
     // The first failure is reported.
-    SecurityDescriptor security(FULL, SDDL_REVISION_1);
+    SecurityDescriptor security(full, SDDL_REVISION_1);
     const RefusedCall<decltype(GetSecurityDescriptorSacl)> lists("GetSecurityDescriptorSacl", 5);
     expectFailedCall("GetSecurityDescriptorSacl", 5, [&] { security.readParts(); });
     EXPECT_NE(security.dacl().acl(), nullptr);
@@ -118,7 +118,7 @@ TEST_F(SecurityDescriptorFailureTest, PartsAreReadInTheirOrder) {
 }
 
 TEST_F(SecurityDescriptorFailureTest, ADescriptorOfUnknownFormIsNotCopied) {
-    const SecurityDescriptor source(FULL, SDDL_REVISION_1);
+    const SecurityDescriptor source(full, SDDL_REVISION_1);
     using Call = decltype(GetSecurityDescriptorControl);
     expectFailureOf<Call>("GetSecurityDescriptorControl",
                           [&] { SecurityDescriptor(source.descriptor()); });
@@ -160,7 +160,7 @@ TEST_F(SecurityDescriptorFailureTest, BitsThatAreNotToBeChangedAreRefused) {
 }
 
 TEST_F(SecurityDescriptorFailureTest, APartThatAnAbsoluteOneDoesNotTakeNamesItsCall) {
-    const SecurityDescriptor source(FULL, SDDL_REVISION_1);
+    const SecurityDescriptor source(full, SDDL_REVISION_1);
     SecurityDescriptor security;
     const auto setOwner = [&] { security.setOwner(source.owner().sid()); };
     const auto setGroup = [&] { security.setGroup(source.group().sid()); };
@@ -186,14 +186,14 @@ TEST_F(SecurityDescriptorFailureTest, APartThatAnAbsoluteOneDoesNotTakeNamesItsC
 }
 
 TEST_F(SecurityDescriptorFailureTest, ADescriptorThatHasNoTextNamesTheCall) {
-    const SecurityDescriptor security(LIST_ONLY, SDDL_REVISION_1);
+    const SecurityDescriptor security(listOnly, SDDL_REVISION_1);
     expectFailureOf<decltype(ConvertSecurityDescriptorToStringSecurityDescriptorW)>(
         "ConvertSecurityDescriptorToStringSecurityDescriptorW",
         [&] { static_cast<void>(security.sddl(DACL_SECURITY_INFORMATION)); });
 }
 
 TEST_F(SecurityDescriptorFailureTest, AnObjectThatCannotBeWrittenHasTheNumberThatWasReturned) {
-    const SecurityDescriptor security(LIST_ONLY, SDDL_REVISION_1);
+    const SecurityDescriptor security(listOnly, SDDL_REVISION_1);
     expectFailureOf<decltype(SetSecurityInfo)>("SetSecurityInfo", [&] {
         security.write(GetCurrentProcess(), SE_KERNEL_OBJECT, /*withSacl=*/false, 0);
     });
@@ -204,7 +204,7 @@ TEST_F(SecurityDescriptorFailureTest, AnObjectThatCannotBeWrittenHasTheNumberTha
 }
 
 TEST_F(SecurityDescriptorFailureTest, AFileThatIsNotThereCannotBeWritten) {
-    const SecurityDescriptor security(LIST_ONLY, SDDL_REVISION_1);
+    const SecurityDescriptor security(listOnly, SDDL_REVISION_1);
     expectFailedCall("SetNamedSecurityInfo", ERROR_FILE_NOT_FOUND, [&] {
         security.write("c:/windows/no-such-file", SE_FILE_OBJECT, /*withSacl=*/false, 0);
     });

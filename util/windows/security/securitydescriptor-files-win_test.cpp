@@ -22,12 +22,12 @@ namespace {
 
 using namespace testing_support;
 
-constexpr SECURITY_INFORMATION OWNER_GROUP_DACL =
+constexpr SECURITY_INFORMATION ownerGroupDacl =
     OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION;
-constexpr uint32_t UNKNOWN = ObjectKind::unknown;
-constexpr uint32_t PLAIN = ObjectKind::plainFile;
-constexpr uint32_t DIRECTORY = ObjectKind::directory;
-constexpr uint32_t PIPE = ObjectKind::pipe;
+constexpr uint32_t unknownKind = ObjectKind::unknown;
+constexpr uint32_t plain = ObjectKind::plainFile;
+constexpr uint32_t directoryKind = ObjectKind::directory;
+constexpr uint32_t pipeKind = ObjectKind::pipe;
 
 class DescriptorFileTest : public SecurityTest {
 protected:
@@ -59,8 +59,8 @@ TEST_F(DescriptorFileTest, AFileAndADirectoryAreReadByPathAndToldApart) {
         EXPECT_EQ(security->sacl().acl(), nullptr);
         EXPECT_FALSE(security->isAbsolute());
     }
-    EXPECT_EQ(file.objectKind(), PLAIN);
-    EXPECT_EQ(folder.objectKind(), DIRECTORY);
+    EXPECT_EQ(file.objectKind(), plain);
+    EXPECT_EQ(folder.objectKind(), directoryKind);
 }
 
 TEST_F(DescriptorFileTest, AFileOfALongPathInUtf8IsRead) {
@@ -70,7 +70,7 @@ TEST_F(DescriptorFileTest, AFileOfALongPathInUtf8IsRead) {
     const std::string inner = folder + "/" + name;
     ASSERT_TRUE(CreateDirectoryW(System::unicodePath(inner).c_str(), nullptr));
     EXPECT_EQ(SecurityDescriptor(inner, SE_FILE_OBJECT, /*withSacl=*/false).objectKind(),
-              DIRECTORY);
+              directoryKind);
 }
 
 TEST_F(DescriptorFileTest, AFileWhoseAttributesCannotBeReadIsAPlainOne) {
@@ -82,14 +82,14 @@ TEST_F(DescriptorFileTest, AFileWhoseAttributesCannotBeReadIsAPlainOne) {
                                                               SetLastError(ERROR_ACCESS_DENIED);
                                                               return INVALID_FILE_ATTRIBUTES;
                                                           });
-    EXPECT_EQ(SecurityDescriptor(mFolder.utf8(), SE_FILE_OBJECT, false).objectKind(), PLAIN);
+    EXPECT_EQ(SecurityDescriptor(mFolder.utf8(), SE_FILE_OBJECT, false).objectKind(), plain);
     EXPECT_EQ(calls, 1);
 }
 
 TEST_F(DescriptorFileTest, AnObjectThatIsNoFileHasNoKindAndItsNameIsTakenAsItIs) {
     const SecurityDescriptor key("CURRENT_USER\\Software", SE_REGISTRY_KEY, /*withSacl=*/false);
     EXPECT_EQ(key.objectType(), SE_REGISTRY_KEY);
-    EXPECT_EQ(key.objectKind(), UNKNOWN);
+    EXPECT_EQ(key.objectKind(), unknownKind);
     EXPECT_TRUE(key.owner().isValid());
 }
 
@@ -130,8 +130,7 @@ DWORD WINAPI readOpen(HANDLE handle, SE_OBJECT_TYPE type, SECURITY_INFORMATION b
 }
 
 void expectFullParts(const SecurityDescriptor& security, bool withSacl) {
-    EXPECT_EQ(gRead.bits,
-              withSacl ? OWNER_GROUP_DACL | SACL_SECURITY_INFORMATION : OWNER_GROUP_DACL);
+    EXPECT_EQ(gRead.bits, withSacl ? ownerGroupDacl | SACL_SECURITY_INFORMATION : ownerGroupDacl);
     EXPECT_EQ(gRead.wantsSacl, withSacl);
     EXPECT_EQ(security.owner().text(), "S-1-5-32-544");
     EXPECT_EQ(security.group().text(), "S-1-5-18");
@@ -152,7 +151,7 @@ TEST(DescriptorCallTest, ANamedObjectIsAskedForOwnerGroupDaclAndIfWantedTheSacl)
         EXPECT_EQ(gRead.name, L"d/\u00e4");
         EXPECT_EQ(gRead.type, SE_SERVICE);
         EXPECT_EQ(other.objectType(), SE_SERVICE);
-        EXPECT_EQ(other.objectKind(), UNKNOWN);
+        EXPECT_EQ(other.objectKind(), unknownKind);
     }
 }
 
@@ -164,7 +163,7 @@ TEST(DescriptorCallTest, AnOpenObjectIsAskedForOwnerGroupDaclAndIfWantedTheSacl)
         EXPECT_EQ(gRead.handle, GetCurrentThread());
         EXPECT_EQ(gRead.type, SE_KERNEL_OBJECT);
         EXPECT_EQ(security.objectType(), SE_KERNEL_OBJECT);
-        EXPECT_EQ(security.objectKind(), UNKNOWN);
+        EXPECT_EQ(security.objectKind(), unknownKind);
     }
 }
 
@@ -181,18 +180,18 @@ TEST_F(DescriptorFileTest, OpenFilesDirectoriesPipesAndDevicesAreToldApart) {
     ASSERT_TRUE(CreatePipe(&pipe[0], &pipe[1], nullptr, 0));
     const ScopedHandle in(pipe[0]);
     const ScopedHandle out(pipe[1]);
-    EXPECT_EQ(kindOf(file.get()), PLAIN);
-    EXPECT_EQ(kindOf(folder.get()), DIRECTORY);
-    EXPECT_EQ(kindOf(in.get()), PIPE);
+    EXPECT_EQ(kindOf(file.get()), plain);
+    EXPECT_EQ(kindOf(folder.get()), directoryKind);
+    EXPECT_EQ(kindOf(in.get()), pipeKind);
     ASSERT_EQ(GetFileType(device.get()), DWORD{FILE_TYPE_CHAR});
-    EXPECT_EQ(kindOf(device.get()), PLAIN);
+    EXPECT_EQ(kindOf(device.get()), plain);
 }
 
 TEST_F(DescriptorFileTest, AnOpenDirectoryWhoseAttributesCannotBeReadIsAPlainFile) {
     const ScopedHandle folder = open(mFolder.utf8());
     const RefusedCall<decltype(GetFileInformationByHandle)> call("GetFileInformationByHandle",
                                                                  ERROR_ACCESS_DENIED);
-    EXPECT_EQ(kindOf(folder.get()), PLAIN);
+    EXPECT_EQ(kindOf(folder.get()), plain);
 }
 
 TEST_F(DescriptorFileTest, TheDescriptorOfAnOpenFileIsThatOfItsPath) {
@@ -200,7 +199,7 @@ TEST_F(DescriptorFileTest, TheDescriptorOfAnOpenFileIsThatOfItsPath) {
     const SecurityDescriptor byHandle(open(mFile).get(), SE_FILE_OBJECT, /*withSacl=*/false);
     EXPECT_EQ(byHandle.sddl(7), byPath.sddl(7));
     EXPECT_EQ(byHandle.objectType(), SE_FILE_OBJECT);
-    EXPECT_EQ(byHandle.objectKind(), PLAIN);
+    EXPECT_EQ(byHandle.objectKind(), plain);
 }
 
 /// The arguments of the calls that write descriptors.
@@ -248,8 +247,8 @@ TEST(DescriptorCallTest, ThePartsThatAreThereAreWrittenAndTheSaclWhereWanted) {
                         {"G:SY", GROUP_SECURITY_INFORMATION, GROUP_SECURITY_INFORMATION},
                         {"D:(A;;FA;;;WD)", DACL_SECURITY_INFORMATION, DACL_SECURITY_INFORMATION},
                         {"S:(AU;SA;FA;;;WD)", 0, SACL_SECURITY_INFORMATION},
-                        {"O:BAG:SYD:(A;;FA;;;WD)S:(AU;SA;FA;;;WD)", OWNER_GROUP_DACL,
-                         OWNER_GROUP_DACL | SACL_SECURITY_INFORMATION}};
+                        {"O:BAG:SYD:(A;;FA;;;WD)S:(AU;SA;FA;;;WD)", ownerGroupDacl,
+                         ownerGroupDacl | SACL_SECURITY_INFORMATION}};
     for (const Row& row : rows) {
         const SecurityDescriptor security(row.text, SDDL_REVISION_1);
         for (const bool withSacl : {false, true}) {

@@ -18,10 +18,10 @@ namespace {
 
 using namespace testing_support;
 
-constexpr SECURITY_INFORMATION ALL_PARTS = OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION |
-                                           DACL_SECURITY_INFORMATION | SACL_SECURITY_INFORMATION;
-constexpr const char* FULL = "O:BAG:SYD:(A;;FA;;;WD)(A;;FR;;;SY)S:(AU;SA;FA;;;WD)";
-constexpr const char* OTHER = "O:WDG:WDD:(A;;FW;;;BA)S:(AU;FA;FA;;;BA)";
+constexpr SECURITY_INFORMATION allParts = OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION |
+                                          DACL_SECURITY_INFORMATION | SACL_SECURITY_INFORMATION;
+constexpr const char* full = "O:BAG:SYD:(A;;FA;;;WD)(A;;FR;;;SY)S:(AU;SA;FA;;;WD)";
+constexpr const char* otherSddl = "O:WDG:WDD:(A;;FW;;;BA)S:(AU;FA;FA;;;BA)";
 
 /// The addresses of the descriptor and its parts.
 using Pointers = std::array<const void*, 5>;
@@ -42,17 +42,17 @@ void setParts(SecurityDescriptor& security, const SecurityDescriptor& parts) {
 using DescriptorPartTest = SecurityTest;
 
 TEST_F(DescriptorPartTest, ThoseOfASelfRelativeOneAreGivenOutAndNotInItsText) {
-    const SecurityDescriptor other(OTHER, SDDL_REVISION_1);
-    SecurityDescriptor security(FULL, SDDL_REVISION_1);
+    const SecurityDescriptor other(otherSddl, SDDL_REVISION_1);
+    SecurityDescriptor security(full, SDDL_REVISION_1);
     setParts(security, other);
     EXPECT_EQ(pointersOf(security),
               (Pointers{security.descriptor(), other.owner().sid(), other.group().sid(),
                         other.dacl().acl(), other.sacl().acl()}));
-    EXPECT_EQ(security.sddl(ALL_PARTS), FULL);
+    EXPECT_EQ(security.sddl(allParts), full);
 }
 
 TEST_F(DescriptorPartTest, ThoseOfANullOneAreGivenOut) {
-    const SecurityDescriptor other(OTHER, SDDL_REVISION_1);
+    const SecurityDescriptor other(otherSddl, SDDL_REVISION_1);
     SecurityDescriptor security(PSECURITY_DESCRIPTOR{nullptr});
     setParts(security, other);
     EXPECT_EQ(pointersOf(security), (Pointers{nullptr, other.owner().sid(), other.group().sid(),
@@ -60,16 +60,16 @@ TEST_F(DescriptorPartTest, ThoseOfANullOneAreGivenOut) {
 }
 
 TEST_F(DescriptorPartTest, ThoseOfAnAbsoluteOneAreInItsTextAsWell) {
-    const SecurityDescriptor other(OTHER, SDDL_REVISION_1);
+    const SecurityDescriptor other(otherSddl, SDDL_REVISION_1);
     SecurityDescriptor security;
     setParts(security, other);
     EXPECT_EQ(security.owner().sid(), other.owner().sid());
     EXPECT_EQ(security.sacl().acl(), other.sacl().acl());
-    EXPECT_EQ(security.sddl(ALL_PARTS), OTHER);
+    EXPECT_EQ(security.sddl(allParts), otherSddl);
 }
 
 TEST_F(DescriptorPartTest, ThoseOfAnAbsoluteOneCanBeTakenAway) {
-    SecurityDescriptor security(FULL, SDDL_REVISION_1);
+    SecurityDescriptor security(full, SDDL_REVISION_1);
     security.makeAbsolute();
     security.setOwner(nullptr);
     security.setGroup(nullptr);
@@ -156,21 +156,21 @@ TEST_F(DescriptorPartTest, WindowsIsToldWhetherThePartIsThereAndWasDefaulted) {
 using DescriptorFormTest = SecurityTest;
 
 TEST_F(DescriptorFormTest, TheFormChangesThereAndBackAndThePartsStayTheSame) {
-    SecurityDescriptor security(FULL, SDDL_REVISION_1);
+    SecurityDescriptor security(full, SDDL_REVISION_1);
     security.makeAbsolute();
     EXPECT_TRUE(security.isAbsolute());
     EXPECT_TRUE(security.isValid());
-    EXPECT_EQ(security.sddl(ALL_PARTS), FULL);
+    EXPECT_EQ(security.sddl(allParts), full);
     EXPECT_EQ(mOwnership.held().mLocalBlocks, 1) << "one block for all, the old one freed";
     security.makeSelfRelative();
     EXPECT_FALSE(security.isAbsolute());
     EXPECT_TRUE(security.isValid());
-    EXPECT_EQ(security.sddl(ALL_PARTS), FULL);
+    EXPECT_EQ(security.sddl(allParts), full);
     EXPECT_EQ(mOwnership.held().mLocalBlocks, 1);
 }
 
 TEST_F(DescriptorFormTest, ThePartsAreReadAnewAndNoneThatWasSetRemains) {
-    const SecurityDescriptor other(OTHER, SDDL_REVISION_1);
+    const SecurityDescriptor other(otherSddl, SDDL_REVISION_1);
     SecurityDescriptor security("O:SYG:SYD:(A;;FA;;;WD)", SDDL_REVISION_1);
     security.setGroup(other.dacl().ace(0).sid().sid());
     security.setDacl(other.dacl().acl());
@@ -217,7 +217,7 @@ TEST_F(DescriptorFormTest, OneBlockHoldsDescriptorDaclSaclOwnerAndGroupInThisOrd
     };
     // Sizes in bytes: an ACL has 8, an ACE 8 plus its SID, a SID 8 plus 4 per sub-authority.
     const Row rows[] = {
-        {FULL, {40, 8 + 2 * 20, 8 + 20, 16, 12}},
+        {full, {40, 8 + 2 * 20, 8 + 20, 16, 12}},
         {"O:SYG:BA", {40, 0, 0, 12, 16}},
         {"D:(A;;FA;;;BA)", {40, 8 + 24, 0, 0, 0}},
         {"S:(AU;SA;FA;;;BA)", {40, 0, 8 + 24, 0, 0}},
@@ -235,22 +235,22 @@ TEST_F(DescriptorFormTest, OneBlockHoldsDescriptorDaclSaclOwnerAndGroupInThisOrd
         }
         EXPECT_EQ(gAllocated,
                   static_cast<SIZE_T>(place - static_cast<BYTE*>(security.descriptor())));
-        EXPECT_EQ(security.sddl(ALL_PARTS), row.text);
+        EXPECT_EQ(security.sddl(allParts), row.text);
     }
 }
 
 TEST_F(DescriptorFormTest, OneThatCannotBeMadeAbsoluteIsUnchanged) {
-    SecurityDescriptor security(FULL, SDDL_REVISION_1);
+    SecurityDescriptor security(full, SDDL_REVISION_1);
     const Pointers before = pointersOf(security);
     const RefusedCall<decltype(MakeAbsoluteSD)> call("MakeAbsoluteSD", ERROR_INVALID_ACL);
     expectFailedCall("MakeAbsoluteSD", ERROR_INVALID_ACL, [&] { security.makeAbsolute(); });
     EXPECT_EQ(pointersOf(security), before);
-    EXPECT_EQ(security.sddl(ALL_PARTS), FULL);
+    EXPECT_EQ(security.sddl(allParts), full);
     EXPECT_EQ(mOwnership.held().mLocalBlocks, 1);
 }
 
 TEST_F(DescriptorFormTest, OneThatCannotBeMadeSelfRelativeIsUnchanged) {
-    SecurityDescriptor security(FULL, SDDL_REVISION_1);
+    SecurityDescriptor security(full, SDDL_REVISION_1);
     security.makeAbsolute();
     const Pointers before = pointersOf(security);
     for (const int callsBefore : {0, 1}) {
@@ -264,8 +264,8 @@ TEST_F(DescriptorFormTest, OneThatCannotBeMadeSelfRelativeIsUnchanged) {
 }
 
 TEST_F(DescriptorFormTest, APartThatWasSetAndIsTooSmallForTheOldOneIsRefused) {
-    const SecurityDescriptor other(OTHER, SDDL_REVISION_1);
-    SecurityDescriptor security(FULL, SDDL_REVISION_1);
+    const SecurityDescriptor other(otherSddl, SDDL_REVISION_1);
+    SecurityDescriptor security(full, SDDL_REVISION_1);
     security.setOwner(other.owner().sid());
     const Pointers before = pointersOf(security);
     expectFailedCall("MakeAbsoluteSD", ERROR_INSUFFICIENT_BUFFER, [&] { security.makeAbsolute(); });
@@ -289,7 +289,7 @@ TEST_F(DescriptorFormTest, OneThatHasTheFormAlreadyIsRefusedByWindows) {
     SecurityDescriptor absolute;
     expectFailedCall("MakeAbsoluteSD", ERROR_BAD_DESCRIPTOR_FORMAT,
                      [&] { absolute.makeAbsolute(); });
-    SecurityDescriptor selfRelative(FULL, SDDL_REVISION_1);
+    SecurityDescriptor selfRelative(full, SDDL_REVISION_1);
     expectFailedCall("MakeSelfRelativeSD", ERROR_BAD_DESCRIPTOR_FORMAT,
                      [&] { selfRelative.makeSelfRelative(); });
 }

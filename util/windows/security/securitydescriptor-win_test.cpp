@@ -21,12 +21,12 @@ namespace {
 
 using namespace testing_support;
 
-constexpr SECURITY_INFORMATION ALL_PARTS = OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION |
-                                           DACL_SECURITY_INFORMATION | SACL_SECURITY_INFORMATION;
-constexpr const char* FULL = "O:BAG:SYD:(A;;FA;;;WD)S:(AU;SA;FA;;;WD)";
-constexpr const char* ADMINISTRATORS = "S-1-5-32-544";
-constexpr const char* SYSTEM = "S-1-5-18";
-constexpr const char* EVERYONE = "S-1-1-0";
+constexpr SECURITY_INFORMATION allParts = OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION |
+                                          DACL_SECURITY_INFORMATION | SACL_SECURITY_INFORMATION;
+constexpr const char* full = "O:BAG:SYD:(A;;FA;;;WD)S:(AU;SA;FA;;;WD)";
+constexpr const char* administrators = "S-1-5-32-544";
+constexpr const char* systemSid = "S-1-5-18";
+constexpr const char* everyoneSid = "S-1-1-0";
 
 using SecurityDescriptorTest = SecurityTest;
 
@@ -82,12 +82,12 @@ TEST_F(SecurityDescriptorTest, ADefaultOneHasFortyBytesAndRevisionOne) {
 }
 
 TEST_F(SecurityDescriptorTest, OneOfATextHasThePartsOfTheText) {
-    const SecurityDescriptor security(FULL, SDDL_REVISION_1);
+    const SecurityDescriptor security(full, SDDL_REVISION_1);
     EXPECT_FALSE(security.isAbsolute());
-    EXPECT_EQ(security.owner().text(), ADMINISTRATORS);
-    EXPECT_EQ(security.group().text(), SYSTEM);
+    EXPECT_EQ(security.owner().text(), administrators);
+    EXPECT_EQ(security.group().text(), systemSid);
     ASSERT_EQ(security.dacl().aceCount(), 1U);
-    EXPECT_EQ(security.dacl().ace(0).sid().text(), EVERYONE);
+    EXPECT_EQ(security.dacl().ace(0).sid().text(), everyoneSid);
     EXPECT_EQ(security.dacl().ace(0).mask(), DWORD{FILE_ALL_ACCESS});
     ASSERT_EQ(security.sacl().aceCount(), 1U);
     EXPECT_EQ(security.sacl().ace(0).flags(), SUCCESSFUL_ACCESS_ACE_FLAG);
@@ -95,7 +95,7 @@ TEST_F(SecurityDescriptorTest, OneOfATextHasThePartsOfTheText) {
 }
 
 TEST_F(SecurityDescriptorTest, ThePartsAreViewsIntoTheDescriptor) {
-    const SecurityDescriptor security(FULL, SDDL_REVISION_1);
+    const SecurityDescriptor security(full, SDDL_REVISION_1);
     EXPECT_FALSE(security.owner().isOwner());
     EXPECT_FALSE(security.group().isOwner());
     EXPECT_FALSE(security.dacl().isOwner());
@@ -130,9 +130,9 @@ EXPLICIT_ACCESS_W entryFor(const SecurityIdentifier& sid, ACCESS_MODE mode) {
 }
 
 TEST_F(SecurityDescriptorTest, OneIsBuiltOfTrusteesAndEntries) {
-    const Trustee owner{SecurityIdentifier(ADMINISTRATORS)};
-    const Trustee group{SecurityIdentifier(SYSTEM)};
-    const SecurityIdentifier everyone(EVERYONE);
+    const Trustee owner{SecurityIdentifier(administrators)};
+    const Trustee group{SecurityIdentifier(systemSid)};
+    const SecurityIdentifier everyone(everyoneSid);
     EXPLICIT_ACCESS_W access = entryFor(everyone, GRANT_ACCESS);
     EXPLICIT_ACCESS_W audit = entryFor(everyone, SET_AUDIT_SUCCESS);
     const SecurityDescriptor security(owner, group, ExplicitAccessList(&access, 1),
@@ -149,8 +149,8 @@ TEST_F(SecurityDescriptorTest, OneIsBuiltOfTrusteesAndEntries) {
 }
 
 TEST_F(SecurityDescriptorTest, OneThatIsBuiltOnABaseHasItsEntriesAsWell) {
-    const Trustee owner{SecurityIdentifier(ADMINISTRATORS)};
-    const SecurityIdentifier system(SYSTEM);
+    const Trustee owner{SecurityIdentifier(administrators)};
+    const SecurityIdentifier system(systemSid);
     EXPLICIT_ACCESS_W access = entryFor(system, GRANT_ACCESS);
     const ExplicitAccessList none(nullptr, 0);
     const SecurityDescriptor base("O:SYG:SYD:(A;;FR;;;WD)", SDDL_REVISION_1);
@@ -158,7 +158,7 @@ TEST_F(SecurityDescriptorTest, OneThatIsBuiltOnABaseHasItsEntriesAsWell) {
     EXPECT_EQ(security.owner(), owner.sid());
     ASSERT_EQ(security.dacl().aceCount(), 2U);
     EXPECT_TRUE(security.dacl().allows(system, FILE_ALL_ACCESS, 0));
-    EXPECT_TRUE(security.dacl().allows(SecurityIdentifier(EVERYONE), FILE_GENERIC_READ, 0));
+    EXPECT_TRUE(security.dacl().allows(SecurityIdentifier(everyoneSid), FILE_GENERIC_READ, 0));
 }
 
 struct Built {
@@ -183,7 +183,7 @@ TEST_F(SecurityDescriptorTest, TrusteesListsAndBaseGoToWindowsAsTheyAre) {
     const Trustee group("b");
     EXPLICIT_ACCESS_W access[2] = {};
     EXPLICIT_ACCESS_W audit[3] = {};
-    const SecurityDescriptor base(FULL, SDDL_REVISION_1);
+    const SecurityDescriptor base(full, SDDL_REVISION_1);
     for (const SecurityDescriptor* given :
          {&base, static_cast<const SecurityDescriptor*>(nullptr)}) {
         expectFailedCall("BuildSecurityDescriptorW", ERROR_NOT_ENOUGH_MEMORY, [&] {
@@ -211,7 +211,7 @@ TEST_F(SecurityDescriptorTest, OneOfARawNullIsNull) {
 }
 
 TEST_F(SecurityDescriptorTest, OneOfARawSelfRelativeOneHasTheSameBytesElsewhere) {
-    const SecurityDescriptor source(FULL, SDDL_REVISION_1);
+    const SecurityDescriptor source(full, SDDL_REVISION_1);
     const SecurityDescriptor copy(source.descriptor());
     EXPECT_NE(copy.descriptor(), source.descriptor());
     ASSERT_EQ(copy.length(), source.length());
@@ -222,21 +222,21 @@ TEST_F(SecurityDescriptorTest, OneOfARawSelfRelativeOneHasTheSameBytesElsewhere)
 }
 
 TEST_F(SecurityDescriptorTest, OneOfARawAbsoluteOneIsSelfRelative) {
-    SecurityDescriptor source(FULL, SDDL_REVISION_1);
+    SecurityDescriptor source(full, SDDL_REVISION_1);
     source.makeAbsolute();
     const SecurityDescriptor copy(source.descriptor());
     EXPECT_FALSE(copy.isAbsolute());
-    EXPECT_EQ(copy.sddl(ALL_PARTS), source.sddl(ALL_PARTS));
+    EXPECT_EQ(copy.sddl(allParts), source.sddl(allParts));
     EXPECT_TRUE(isWithin(copy, copy.group().sid()));
 }
 
 TEST_F(SecurityDescriptorTest, TheCopyOfAnAbsoluteOneIsSelfRelative) {
-    SecurityDescriptor source(FULL, SDDL_REVISION_1);
+    SecurityDescriptor source(full, SDDL_REVISION_1);
     source.makeAbsolute();
     const SecurityDescriptor copy = copyOf(source);
     EXPECT_TRUE(source.isAbsolute());
     EXPECT_FALSE(copy.isAbsolute());
-    EXPECT_EQ(copy.sddl(ALL_PARTS), source.sddl(ALL_PARTS));
+    EXPECT_EQ(copy.sddl(allParts), source.sddl(allParts));
 }
 
 TEST_F(SecurityDescriptorTest, ACopyIsOfTheSameObject) {
@@ -256,19 +256,19 @@ TEST_F(SecurityDescriptorTest, TheCopyOfANullOneIsNull) {
 }
 
 TEST_F(SecurityDescriptorTest, ACopyHasThePartsOfTheDescriptorAlone) {
-    const SecurityIdentifier everyone(EVERYONE);
-    SecurityDescriptor source(FULL, SDDL_REVISION_1);
+    const SecurityIdentifier everyone(everyoneSid);
+    SecurityDescriptor source(full, SDDL_REVISION_1);
     source.setOwner(everyone.sid());
     const SecurityDescriptor copy = copyOf(source);
-    EXPECT_EQ(copy.owner().text(), ADMINISTRATORS);
+    EXPECT_EQ(copy.owner().text(), administrators);
 }
 
 TEST_F(SecurityDescriptorTest, TheTextHoldsThePartsThatAreAskedFor) {
-    const SecurityDescriptor security(FULL, SDDL_REVISION_1);
+    const SecurityDescriptor security(full, SDDL_REVISION_1);
     EXPECT_EQ(security.sddl(OWNER_SECURITY_INFORMATION), "O:BA");
     EXPECT_EQ(security.sddl(GROUP_SECURITY_INFORMATION), "G:SY");
     EXPECT_EQ(security.sddl(DACL_SECURITY_INFORMATION), "D:(A;;FA;;;WD)");
-    EXPECT_EQ(security.sddl(ALL_PARTS), FULL);
+    EXPECT_EQ(security.sddl(allParts), full);
 }
 
 TEST_F(SecurityDescriptorTest, TheTextIsAskedForInRevisionOneAndIsUtf8) {
@@ -293,16 +293,16 @@ TEST_F(SecurityDescriptorTest, TheTextIsAskedForInRevisionOneAndIsUtf8) {
 }
 
 TEST_F(SecurityDescriptorTest, TheTextOfAMemberGivesADescriptorWhosePartsAreReadOnRequest) {
-    SecurityDescriptor security(FULL, SDDL_REVISION_1);
+    SecurityDescriptor security(full, SDDL_REVISION_1);
     const PSID owner = security.owner().sid();
     const LocalMemory<void> left(security.descriptor());
     security.setSddl("O:WDG:WDD:(A;;FR;;;WD)", SDDL_REVISION_1);
     EXPECT_EQ(security.sddl(OWNER_SECURITY_INFORMATION), "O:WD");
     EXPECT_EQ(security.owner().sid(), owner);
-    EXPECT_EQ(security.owner().text(), ADMINISTRATORS);
+    EXPECT_EQ(security.owner().text(), administrators);
     security.readParts();
-    EXPECT_EQ(security.owner().text(), EVERYONE);
-    EXPECT_EQ(security.group().text(), EVERYONE);
+    EXPECT_EQ(security.owner().text(), everyoneSid);
+    EXPECT_EQ(security.group().text(), everyoneSid);
     EXPECT_EQ(security.sacl().acl(), nullptr);
     EXPECT_EQ(mOwnership.held().mLocalBlocks, 2) << "the old descriptor is left in memory";
 }

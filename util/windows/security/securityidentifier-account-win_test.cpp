@@ -18,7 +18,7 @@ namespace {
 
 using namespace testing_support;
 
-constexpr char UNMAPPED[] = "S-1-5-21-1-2-3-1001";
+constexpr char unmapped[] = "S-1-5-21-1-2-3-1001";
 
 /// The arguments of a lookup. Not strings: they would leave memory allocated.
 struct Asked {
@@ -173,7 +173,7 @@ WINBOOL longestNames(LPCWSTR system, PSID sid, LPWSTR name, LPDWORD nameLength, 
 
 TEST_F(SecurityAccountTest, NamesAreCutToTheirLengthsAndJoined) {
     const ReplacedCall<decltype(LookupAccountSidW)> call("LookupAccountSidW", longestNames);
-    const SecurityIdentifier sid(UNMAPPED);
+    const SecurityIdentifier sid(unmapped);
     SID_NAME_USE use = SidTypeInvalid;
     EXPECT_EQ(sid.accountName(&use, "\\\\S\u00e9rver"),
               std::string(255, 'd') + "\\" + toUtf8(std::wstring(256, L'\u00e9')));
@@ -188,7 +188,7 @@ TEST_F(SecurityAccountTest, NamesAreCutToTheirLengthsAndJoined) {
 }
 
 TEST_F(SecurityAccountTest, ASidWithoutAnAccountIsNotFoundAndItsUseIsTold) {
-    const SecurityIdentifier sid(UNMAPPED);
+    const SecurityIdentifier sid(unmapped);
     SID_NAME_USE use = SidTypeUser;
     EXPECT_EQ(sid.accountName(&use), "(not found)");
     EXPECT_EQ(use, SidTypeUnknown);
@@ -197,7 +197,7 @@ TEST_F(SecurityAccountTest, ASidWithoutAnAccountIsNotFoundAndItsUseIsTold) {
 
 TEST_F(SecurityAccountTest, AnotherFailureIsThrownAndTellsNoUse) {
     const RefusedCall<decltype(LookupAccountSidW)> call("LookupAccountSidW", ERROR_ACCESS_DENIED);
-    const SecurityIdentifier sid(UNMAPPED);
+    const SecurityIdentifier sid(unmapped);
     SID_NAME_USE use = SidTypeUser;
     expectFailedCall("LookupAccountSidW", ERROR_ACCESS_DENIED,
                      [&] { static_cast<void>(sid.accountName(&use)); });

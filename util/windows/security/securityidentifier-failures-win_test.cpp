@@ -18,16 +18,16 @@ using namespace testing_support;
 
 class SecurityIdentifierFailureTest : public testing_support::OwnershipTest {};
 
-constexpr SID_IDENTIFIER_AUTHORITY NT_AUTHORITY = SECURITY_NT_AUTHORITY;
-constexpr DWORD ERROR_CODE = ERROR_NOT_ENOUGH_MEMORY;
+constexpr SID_IDENTIFIER_AUTHORITY ntAuthority = SECURITY_NT_AUTHORITY;
+constexpr DWORD errorCode = ERROR_NOT_ENOUGH_MEMORY;
 
 SecurityIdentifier copyOf(const SecurityIdentifier& sid) { return sid; }
 
 /// Expects that, if this call is refused, `steps` fail with its name and leave nothing allocated.
 template <class Signature, class Steps>
 void expectRefusal(const char* function, Steps steps) {
-    const RefusedCall<Signature> refused(function, ERROR_CODE);
-    expectFailedCall(function, ERROR_CODE, steps);
+    const RefusedCall<Signature> refused(function, errorCode);
+    expectFailedCall(function, errorCode, steps);
     EXPECT_EQ(refused.count(), 1) << function;
 }
 
@@ -35,11 +35,11 @@ TEST_F(SecurityIdentifierFailureTest, ConstructorsNameTheCallThatFailedAndLeaveN
     expectRefusal<decltype(CreateWellKnownSid)>("CreateWellKnownSid",
                                                 [] { SecurityIdentifier(WinWorldSid, nullptr); });
     expectRefusal<decltype(InitializeSid)>("InitializeSid",
-                                           [] { SecurityIdentifier(NT_AUTHORITY, BYTE{1}); });
+                                           [] { SecurityIdentifier(ntAuthority, BYTE{1}); });
     expectRefusal<decltype(AllocateAndInitializeSid)>("AllocateAndInitializeSid", [] {
-        SecurityIdentifier(NT_AUTHORITY, {1, 2});
+        SecurityIdentifier(ntAuthority, {1, 2});
     });
-    expectRefusal<decltype(CopySid)>("CopySid", [] { SecurityIdentifier(NT_AUTHORITY, {1, 2}); });
+    expectRefusal<decltype(CopySid)>("CopySid", [] { SecurityIdentifier(ntAuthority, {1, 2}); });
     expectRefusal<decltype(ConvertStringSidToSidW)>("ConvertStringSidToSidW",
                                                     [] { SecurityIdentifier("S-1-1-0"); });
     expectRefusal<decltype(LookupAccountNameW)>(

@@ -20,15 +20,15 @@ protected:
     }
 };
 
-constexpr SID_IDENTIFIER_AUTHORITY NT_AUTHORITY = SECURITY_NT_AUTHORITY;
-constexpr char TEXT[] = "S-1-5-32-544";
-constexpr char OTHER_TEXT[] = "S-1-1-0";
+constexpr SID_IDENTIFIER_AUTHORITY ntAuthority = SECURITY_NT_AUTHORITY;
+constexpr char sidText[] = "S-1-5-32-544";
+constexpr char otherText[] = "S-1-1-0";
 
 SecurityIdentifier copyOf(const SecurityIdentifier& sid) { return sid; }
 
 /// Bytes that no SecurityIdentifier owns.
 struct SystemSid {
-    SID mSid = {SID_REVISION, 1, NT_AUTHORITY, {SECURITY_LOCAL_SYSTEM_RID}};
+    SID mSid = {SID_REVISION, 1, ntAuthority, {SECURITY_LOCAL_SYSTEM_RID}};
 };
 
 TEST_F(SecurityIdentifierOwnershipTest, AViewTakesNoMemoryAndLeavesTheBytes) {
@@ -49,11 +49,11 @@ TEST_F(SecurityIdentifierOwnershipTest, EveryOwnerHoldsOneArrayUntilItsEnd) {
     {
         const SecurityIdentifier wellKnown(WinWorldSid, nullptr);
         expectArrays(1);
-        const SecurityIdentifier zeros(NT_AUTHORITY, BYTE{3});
+        const SecurityIdentifier zeros(ntAuthority, BYTE{3});
         expectArrays(2);
-        const SecurityIdentifier list(NT_AUTHORITY, {1, 2, 3});
+        const SecurityIdentifier list(ntAuthority, {1, 2, 3});
         expectArrays(3);
-        const SecurityIdentifier text(TEXT);
+        const SecurityIdentifier text(sidText);
         expectArrays(4);
         const SecurityIdentifier account("SYSTEM", nullptr, nullptr);
         expectArrays(5);
@@ -70,7 +70,7 @@ TEST_F(SecurityIdentifierOwnershipTest, EveryOwnerHoldsOneArrayUntilItsEnd) {
 TEST_F(SecurityIdentifierOwnershipTest, ACopyOfAnOwnerHasBytesOfItsOwn) {
     SecurityIdentifier copy;
     {
-        const SecurityIdentifier owner(TEXT);
+        const SecurityIdentifier owner(sidText);
         const SecurityIdentifier second = copyOf(owner);
         expectArrays(2);
         EXPECT_TRUE(second.isOwner());
@@ -80,12 +80,12 @@ TEST_F(SecurityIdentifierOwnershipTest, ACopyOfAnOwnerHasBytesOfItsOwn) {
         expectArrays(3);
     }
     expectArrays(1);
-    EXPECT_EQ(copy.text(), TEXT);
+    EXPECT_EQ(copy.text(), sidText);
 }
 
 TEST_F(SecurityIdentifierOwnershipTest, ACopyOfAViewIsAViewOfTheSameBytes) {
     SystemSid bytes;
-    const SecurityIdentifier owner(TEXT);
+    const SecurityIdentifier owner(sidText);
     for (PSID sid : {PSID(&bytes.mSid), owner.sid(), PSID(nullptr)}) {
         const SecurityIdentifier view(sid);
         const SecurityIdentifier copy = copyOf(view);
@@ -108,8 +108,8 @@ TEST_F(SecurityIdentifierOwnershipTest, AnAssignmentGivesTheOldBytesBackAndFollo
     for (const bool targetOwns : {false, true}) {
         for (const bool sourceOwns : {false, true}) {
             SecurityIdentifier target =
-                targetOwns ? SecurityIdentifier(TEXT) : SecurityIdentifier(&bytes.mSid);
-            const SecurityIdentifier owner(OTHER_TEXT);
+                targetOwns ? SecurityIdentifier(sidText) : SecurityIdentifier(&bytes.mSid);
+            const SecurityIdentifier owner(otherText);
             const SecurityIdentifier source = sourceOwns ? owner : SecurityIdentifier(owner.sid());
             const ptrdiff_t before = sourceOwns ? 2 : 1;
             expectArrays(before + (targetOwns ? 1 : 0));
@@ -117,7 +117,7 @@ TEST_F(SecurityIdentifierOwnershipTest, AnAssignmentGivesTheOldBytesBackAndFollo
             expectArrays(before + (sourceOwns ? 1 : 0));
             EXPECT_EQ(target.isOwner(), sourceOwns);
             EXPECT_EQ(target.sid() == source.sid(), !sourceOwns);
-            EXPECT_EQ(target.text(), OTHER_TEXT);
+            EXPECT_EQ(target.text(), otherText);
         }
     }
     EXPECT_EQ(SecurityIdentifier(&bytes.mSid).text(), "S-1-5-18");
@@ -125,7 +125,7 @@ TEST_F(SecurityIdentifierOwnershipTest, AnAssignmentGivesTheOldBytesBackAndFollo
 
 TEST_F(SecurityIdentifierOwnershipTest, AssignmentToItselfKeepsTheBytes) {
     SystemSid bytes;
-    SecurityIdentifier owner(TEXT);
+    SecurityIdentifier owner(sidText);
     SecurityIdentifier view(&bytes.mSid);
     for (SecurityIdentifier* sid : {&owner, &view}) {
         const SecurityIdentifier& itself = *sid;
@@ -139,16 +139,16 @@ TEST_F(SecurityIdentifierOwnershipTest, AssignmentToItselfKeepsTheBytes) {
         EXPECT_EQ(sid->sid(), before);
         EXPECT_EQ(sid->isOwner(), isOwner);
     }
-    EXPECT_EQ(owner.text(), TEXT);
+    EXPECT_EQ(owner.text(), sidText);
     expectArrays(1);
 }
 
 TEST_F(SecurityIdentifierOwnershipTest, AViewOfAnOwnersBytesBecomesAnotherViewAloneByAssignment) {
-    const SecurityIdentifier owner(TEXT);
+    const SecurityIdentifier owner(sidText);
     SecurityIdentifier view(owner.sid());
     view = SecurityIdentifier();
     EXPECT_EQ(view.sid(), nullptr);
-    EXPECT_EQ(owner.text(), TEXT);
+    EXPECT_EQ(owner.text(), sidText);
     expectArrays(1);
 }
 
@@ -156,7 +156,7 @@ TEST_F(SecurityIdentifierOwnershipTest, AMoveTakesTheBytesAndLeavesAViewOfNothin
     SystemSid bytes;
     for (const bool isOwner : {false, true}) {
         SecurityIdentifier source =
-            isOwner ? SecurityIdentifier(TEXT) : SecurityIdentifier(&bytes.mSid);
+            isOwner ? SecurityIdentifier(sidText) : SecurityIdentifier(&bytes.mSid);
         PSID const sid = source.sid();
         const SecurityIdentifier target(std::move(source));
         EXPECT_EQ(target.sid(), sid);
@@ -173,9 +173,9 @@ TEST_F(SecurityIdentifierOwnershipTest, AMovedAssignmentGivesTheOldBytesBack) {
     for (const bool targetOwns : {false, true}) {
         for (const bool sourceOwns : {false, true}) {
             SecurityIdentifier target =
-                targetOwns ? SecurityIdentifier(TEXT) : SecurityIdentifier(&bytes.mSid);
+                targetOwns ? SecurityIdentifier(sidText) : SecurityIdentifier(&bytes.mSid);
             SecurityIdentifier source =
-                sourceOwns ? SecurityIdentifier(OTHER_TEXT) : SecurityIdentifier(&bytes.mSid);
+                sourceOwns ? SecurityIdentifier(otherText) : SecurityIdentifier(&bytes.mSid);
             PSID const sid = source.sid();
             target = std::move(source);
             EXPECT_EQ(target.sid(), sid);
@@ -191,9 +191,9 @@ TEST_F(SecurityIdentifierOwnershipTest, AMovedAssignmentGivesTheOldBytesBack) {
 TEST_F(SecurityIdentifierOwnershipTest, AVectorOfOwnersMovesThemAsItGrows) {
     std::vector<SecurityIdentifier> sids;
     sids.reserve(1);
-    sids.emplace_back(TEXT);
+    sids.emplace_back(sidText);
     PSID const first = sids[0].sid();
-    sids.emplace_back(OTHER_TEXT);
+    sids.emplace_back(otherText);
     EXPECT_EQ(sids[0].sid(), first);
     EXPECT_EQ(mOwnership.held().mArrays, 2);
     sids = std::vector<SecurityIdentifier>();

@@ -23,13 +23,13 @@ using namespace testing_support;
 
 class SecurityIdentifierTest : public testing_support::OwnershipTest {};
 
-constexpr SID_IDENTIFIER_AUTHORITY NT_AUTHORITY = SECURITY_NT_AUTHORITY;
-constexpr char ADMINISTRATORS[] = "S-1-5-32-544";
-constexpr char ACCOUNT[] = "S-1-5-21-1-2-3-1001";
+constexpr SID_IDENTIFIER_AUTHORITY ntAuthority = SECURITY_NT_AUTHORITY;
+constexpr char administrators[] = "S-1-5-32-544";
+constexpr char accountText[] = "S-1-5-21-1-2-3-1001";
 
 /// A SID with an unknown revision.
 struct InvalidSid {
-    SID mSid = {SID_REVISION + 1, 1, NT_AUTHORITY, {0}};
+    SID mSid = {SID_REVISION + 1, 1, ntAuthority, {0}};
 
     SecurityIdentifier view() { return {&mSid}; }
 };
@@ -41,8 +41,8 @@ TEST_F(SecurityIdentifierTest, ASidOfTextIsTheOneThatWindowsMakes) {
         WELL_KNOWN_SID_TYPE mType;
     } rows[] = {
         {"S-1-1-0", "S-1-1-0", WinWorldSid},
-        {ADMINISTRATORS, ADMINISTRATORS, WinBuiltinAdministratorsSid},
-        {"BA", ADMINISTRATORS, WinBuiltinAdministratorsSid},
+        {administrators, administrators, WinBuiltinAdministratorsSid},
+        {"BA", administrators, WinBuiltinAdministratorsSid},
         {"SY", "S-1-5-18", WinLocalSystemSid},
     };
     for (const auto& row : rows) {
@@ -65,13 +65,13 @@ TEST_F(SecurityIdentifierTest, AWellKnownSidCanBeOneOfADomain) {
 }
 
 TEST_F(SecurityIdentifierTest, ASidOfSoManySubAuthoritiesHoldsThemAsZerosToBeSet) {
-    const SecurityIdentifier sid(NT_AUTHORITY, BYTE{2});
+    const SecurityIdentifier sid(ntAuthority, BYTE{2});
     EXPECT_TRUE(sid.isOwner());
     EXPECT_EQ(sid.text(), "S-1-5-0-0");
     SetLastError(NO_ERROR);
     *sid.subAuthority(0) = SECURITY_BUILTIN_DOMAIN_RID;
     *sid.subAuthority(1) = DOMAIN_ALIAS_RID_ADMINS;
-    EXPECT_EQ(sid.text(), ADMINISTRATORS);
+    EXPECT_EQ(sid.text(), administrators);
 }
 
 TEST_F(SecurityIdentifierTest, AListGivesItsSubAuthoritiesInOrderAndIsEmptiedForThem) {
@@ -81,7 +81,7 @@ TEST_F(SecurityIdentifierTest, AListGivesItsSubAuthoritiesInOrderAndIsEmptiedFor
         values.push_back(10 * count);
         text += "-" + std::to_string(10 * count);
         std::vector<DWORD> given = values;
-        const SecurityIdentifier sid(NT_AUTHORITY, std::move(given));
+        const SecurityIdentifier sid(ntAuthority, std::move(given));
         EXPECT_TRUE(sid.isOwner());
         EXPECT_EQ(sid.text(), text);
         EXPECT_EQ(sid.subAuthorityCount(), count);
@@ -102,7 +102,7 @@ TEST_F(SecurityIdentifierTest, MissingSubAuthoritiesArePassedAsZeros) {
             SetLastError(ERROR_NOT_ENOUGH_MEMORY);
             return FALSE;
         });
-    EXPECT_THROW(SecurityIdentifier(NT_AUTHORITY, {11, 12, 13}), Win32Exception);
+    EXPECT_THROW(SecurityIdentifier(ntAuthority, {11, 12, 13}), Win32Exception);
     EXPECT_EQ(gAsked, (std::vector<DWORD>{5, 3, 11, 12, 13, 0, 0, 0, 0, 0}));
     gAsked = std::vector<DWORD>();
 }
@@ -111,18 +111,18 @@ TEST_F(SecurityIdentifierTest, WindowsRefusesAListOfMoreThanEightAndItStaysAsItW
     for (const size_t size : {size_t{9}, size_t{255}, size_t{256}, size_t{257}}) {
         std::vector<DWORD> values(size, 7);
         expectFailedCall("AllocateAndInitializeSid", ERROR_INVALID_SID,
-                         [&] { SecurityIdentifier(NT_AUTHORITY, std::move(values)); });
+                         [&] { SecurityIdentifier(ntAuthority, std::move(values)); });
         // NOLINTNEXTLINE(bugprone-use-after-move): a failure leaves it unchanged.
         EXPECT_EQ(values, std::vector<DWORD>(size, 7));
     }
 }
 
 TEST_F(SecurityIdentifierTest, ItsPartsAreThoseOfTheSid) {
-    const SecurityIdentifier sid(ACCOUNT);
+    const SecurityIdentifier sid(accountText);
     EXPECT_EQ(sid.length(), 8U + 5 * sizeof(DWORD));
     EXPECT_EQ(sid.subAuthorityCount(), 5U);
     ASSERT_NE(sid.identifierAuthority(), nullptr);
-    EXPECT_EQ(std::memcmp(sid.identifierAuthority(), &NT_AUTHORITY, sizeof NT_AUTHORITY), 0);
+    EXPECT_EQ(std::memcmp(sid.identifierAuthority(), &ntAuthority, sizeof ntAuthority), 0);
     const DWORD subAuthorities[] = {21, 1, 2, 3, 1001};
     for (DWORD index = 0; index < std::size(subAuthorities); ++index) {
         SetLastError(NO_ERROR);
@@ -145,7 +145,7 @@ TEST_F(SecurityIdentifierTest, ANullOrInvalidSidHasNoParts) {
 }
 
 TEST_F(SecurityIdentifierTest, AnErrorFromBeforeMakesASubAuthorityFail) {
-    const SecurityIdentifier sid(ADMINISTRATORS);
+    const SecurityIdentifier sid(administrators);
     // On some systems the real call clears the last error.
     const ReplacedCall<decltype(GetSidSubAuthority)> call(
         "GetSidSubAuthority", [](PSID bytes, DWORD index) -> PDWORD {
@@ -160,7 +160,7 @@ TEST_F(SecurityIdentifierTest, AnErrorFromBeforeMakesASubAuthorityFail) {
 }
 
 TEST_F(SecurityIdentifierTest, ASubAuthorityThatWindowsDoesNotFindFails) {
-    const SecurityIdentifier sid(ADMINISTRATORS);
+    const SecurityIdentifier sid(administrators);
     const RefusedCall<decltype(GetSidSubAuthority)> call("GetSidSubAuthority", ERROR_INVALID_SID);
     expectFailedCall("GetSidSubAuthority", ERROR_INVALID_SID,
                      [&] { static_cast<void>(sid.subAuthority(5)); });
@@ -173,7 +173,7 @@ TEST_F(SecurityIdentifierTest, ASubAuthorityThatWindowsDoesNotFindFails) {
 }
 
 TEST_F(SecurityIdentifierTest, SidsAreEqualIfTheirBytesAre) {
-    const SecurityIdentifier sid(ADMINISTRATORS);
+    const SecurityIdentifier sid(administrators);
     const SecurityIdentifier same(WinBuiltinAdministratorsSid, nullptr);
     const SecurityIdentifier other("S-1-5-32-545");
     EXPECT_TRUE(sid == same);
@@ -184,7 +184,7 @@ TEST_F(SecurityIdentifierTest, SidsAreEqualIfTheirBytesAre) {
 }
 
 TEST_F(SecurityIdentifierTest, NullIsEqualToNullAloneAndWindowsIsNotAsked) {
-    const SecurityIdentifier sid(ADMINISTRATORS);
+    const SecurityIdentifier sid(administrators);
     const RefusedCall<decltype(EqualSid)> call("EqualSid", ERROR_INVALID_SID);
     EXPECT_TRUE(SecurityIdentifier() == SecurityIdentifier());
     EXPECT_FALSE(SecurityIdentifier() != SecurityIdentifier());
@@ -194,7 +194,7 @@ TEST_F(SecurityIdentifierTest, NullIsEqualToNullAloneAndWindowsIsNotAsked) {
 }
 
 TEST_F(SecurityIdentifierTest, PrefixesAndDomainsAreComparedWithoutTheLastSubAuthority) {
-    const SecurityIdentifier account(ACCOUNT);
+    const SecurityIdentifier account(accountText);
     const SecurityIdentifier sibling("S-1-5-21-1-2-3-1002");
     const SecurityIdentifier stranger("S-1-5-21-1-2-4-1001");
     EXPECT_TRUE(account.equalPrefix(sibling));
@@ -204,7 +204,7 @@ TEST_F(SecurityIdentifierTest, PrefixesAndDomainsAreComparedWithoutTheLastSubAut
 }
 
 TEST_F(SecurityIdentifierTest, TheDomainOfAnAccountIsAnOwnerOfItsOwn) {
-    const SecurityIdentifier domain = SecurityIdentifier(ACCOUNT).domainSid();
+    const SecurityIdentifier domain = SecurityIdentifier(accountText).domainSid();
     EXPECT_TRUE(domain.isOwner());
     EXPECT_EQ(domain.text(), "S-1-5-21-1-2-3");
 }

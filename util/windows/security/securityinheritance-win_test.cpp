@@ -30,12 +30,12 @@ protected:
     }
 };
 
-constexpr const char* INHERITABLE =
+constexpr const char* inheritable =
     "O:BAG:SYD:(A;OICI;FA;;;WD)(A;OI;FR;;;SY)(A;CI;FW;;;SY)(A;;FA;;;BA)";
 
 /// Whether Windows's call derives a descriptor from the parent's.
 bool inheritsFromParents() {
-    const SecurityDescriptor parent(INHERITABLE, SDDL_REVISION_1);
+    const SecurityDescriptor parent(inheritable, SDDL_REVISION_1);
     GENERIC_MAPPING mapping = {};
     PSECURITY_DESCRIPTOR created = nullptr;
     if (!CreatePrivateObjectSecurityEx(parent.descriptor(), nullptr, &created, nullptr, FALSE,
@@ -52,7 +52,7 @@ TEST_F(DerivedDescriptorTest, AChildGetsOwnerAndGroupAndTheEntriesForItsKind) {
     if (!inheritsFromParents()) {
         GTEST_SKIP() << "CreatePrivateObjectSecurityEx takes nothing from the parent here";
     }
-    const SecurityDescriptor parent(INHERITABLE, SDDL_REVISION_1);
+    const SecurityDescriptor parent(inheritable, SDDL_REVISION_1);
     const SecurityIdentifier everyone("S-1-1-0");
     const SecurityIdentifier system("S-1-5-18");
     for (const bool isContainer : {false, true}) {
@@ -99,7 +99,7 @@ TEST_F(DerivedDescriptorTest, WindowsIsAskedWithTheRightsOfFilesAndNoTokenOrCrea
     const ReplacedCall<decltype(CreatePrivateObjectSecurityEx)> call(
         "CreatePrivateObjectSecurityEx", noteCreation);
     gCreate = call.original();
-    const SecurityDescriptor parent(INHERITABLE, SDDL_REVISION_1);
+    const SecurityDescriptor parent(inheritable, SDDL_REVISION_1);
     for (const bool isContainer : {false, true}) {
         static_cast<void>(parent.deriveForChild(isContainer));
         EXPECT_EQ(gCreation.parent, parent.descriptor());
@@ -136,7 +136,7 @@ TEST_F(DerivedDescriptorTest, AChildHasACopyOfWhatWindowsMadeWhichIsGivenBack) {
     const SecurityDescriptor made("O:WDG:SYD:(A;ID;FR;;;BA)", SDDL_REVISION_1);
     gMade = made.descriptor();
     gDestroyed = 0;
-    const SecurityDescriptor parent(INHERITABLE, SDDL_REVISION_1);
+    const SecurityDescriptor parent(inheritable, SDDL_REVISION_1);
     const auto child = parent.deriveForChild(/*isContainer=*/false);
     EXPECT_EQ(gDestroyed, 1);
     EXPECT_NE(child->descriptor(), made.descriptor());
@@ -180,7 +180,7 @@ TEST_F(DerivedDescriptorTest, AnOwnerThatIsNotKnownToTheSystemLeavesANullDescrip
 }
 
 TEST_F(DerivedDescriptorTest, EachCallThatFailsIsNamedAndNothingIsLeft) {
-    const SecurityDescriptor parent(INHERITABLE, SDDL_REVISION_1);
+    const SecurityDescriptor parent(inheritable, SDDL_REVISION_1);
     const auto derive = [&] { static_cast<void>(parent.deriveForChild(/*isContainer=*/false)); };
     {
         const RefusedCall<decltype(LookupAccountSidW)> call("LookupAccountSidW",
@@ -218,7 +218,7 @@ private:
 TEST_F(DerivedDescriptorTest, AFailureToDestroyWhatWindowsMadeIsNamed) {
     const FailingDestruction failing;
     const DebugOutput output;
-    const SecurityDescriptor parent(INHERITABLE, SDDL_REVISION_1);
+    const SecurityDescriptor parent(inheritable, SDDL_REVISION_1);
     expectFailedCall("DestroyPrivateObjectSecurity", ERROR_INVALID_SECURITY_DESCR,
                      [&] { static_cast<void>(parent.deriveForChild(/*isContainer=*/false)); });
     EXPECT_TRUE(output.texts().empty());
@@ -227,7 +227,7 @@ TEST_F(DerivedDescriptorTest, AFailureToDestroyWhatWindowsMadeIsNamed) {
 TEST_F(DerivedDescriptorTest, BehindAnotherFailureThatOneGoesToTheDebugger) {
     const FailingDestruction failing;
     const DebugOutput output;
-    const SecurityDescriptor parent(INHERITABLE, SDDL_REVISION_1);
+    const SecurityDescriptor parent(inheritable, SDDL_REVISION_1);
     {
         const RefusedCall<decltype(GetSecurityDescriptorDacl)> call("GetSecurityDescriptorDacl",
                                                                     ERROR_INVALID_ACL);

@@ -24,8 +24,8 @@ using namespace testing_support;
 using SidList = AccessToken::SidList;
 using PrivilegeList = AccessToken::PrivilegeList;
 
-constexpr const char* PRIVILEGES_CALL = "AdjustTokenPrivileges";
-constexpr const char* GROUPS_CALL = "AdjustTokenGroups";
+constexpr const char* privilegesCall = "AdjustTokenPrivileges";
+constexpr const char* groupsCall = "AdjustTokenGroups";
 
 /// Answers the adjusting calls one after the other, and records their arguments.
 class AdjustmentTest : public SecurityTest {
@@ -93,9 +93,9 @@ private:
     }
 
     static inline std::unique_ptr<Taken> sTaken;
-    ReplacedCall<decltype(AdjustTokenPrivileges)> mPrivileges{PRIVILEGES_CALL,
+    ReplacedCall<decltype(AdjustTokenPrivileges)> mPrivileges{privilegesCall,
                                                               adjust<4, 12, TOKEN_PRIVILEGES>};
-    ReplacedCall<decltype(AdjustTokenGroups)> mGroups{GROUPS_CALL, adjust<8, 16, TOKEN_GROUPS>};
+    ReplacedCall<decltype(AdjustTokenGroups)> mGroups{groupsCall, adjust<8, 16, TOKEN_GROUPS>};
 };
 
 /// Consecutive values, as bytes.
@@ -134,8 +134,8 @@ std::vector<BYTE> groupBytes(const SidList& list) {
     return bytes;
 }
 
-const PrivilegeList SOME_PRIVILEGES = {{{17, 1}, SE_PRIVILEGE_ENABLED}, {{18, -1}, 0}};
-const PrivilegeList FORMER_PRIVILEGES = {{{19, 2}, 3}, {{20, 0}, 0}};
+const PrivilegeList somePrivileges = {{{17, 1}, SE_PRIVILEGE_ENABLED}, {{18, -1}, 0}};
+const PrivilegeList formerPrivileges = {{{19, 2}, 3}, {{20, 0}, 0}};
 
 void expectPrivileges(const PrivilegeList& list, const PrivilegeList& expected) {
     EXPECT_EQ(privilegeBytes(list), privilegeBytes(expected));
@@ -143,12 +143,12 @@ void expectPrivileges(const PrivilegeList& list, const PrivilegeList& expected) 
 
 TEST_F(AdjustmentTest, AListOfPrivilegesGoesToWindowsWithoutAPlaceForTheFormerState) {
     answer({{}});
-    EXPECT_TRUE(mToken.adjustPrivileges(&SOME_PRIVILEGES));
+    EXPECT_TRUE(mToken.adjustPrivileges(&somePrivileges));
     ASSERT_EQ(calls().size(), 1U);
     const Call& call = calls()[0];
     EXPECT_EQ(call.token, mToken.token());
     EXPECT_EQ(call.all, FALSE);
-    EXPECT_EQ(call.block, privilegeBytes(SOME_PRIVILEGES));
+    EXPECT_EQ(call.block, privilegeBytes(somePrivileges));
     EXPECT_EQ(call.block.size(), 4U + 2 * 12);
     EXPECT_EQ(call.size, 0U);
     EXPECT_FALSE(call.hasState);
@@ -171,19 +171,19 @@ TEST_F(AdjustmentTest, AnEmptyListDisablesNoPrivilege) {
 }
 
 TEST_F(AdjustmentTest, FormerPrivilegesAreAskedForWithFourBytesThenTheReportedSize) {
-    const std::vector<BYTE> state = privilegeBytes(FORMER_PRIVILEGES);
+    const std::vector<BYTE> state = privilegeBytes(formerPrivileges);
     for (const BOOL first : {FALSE, TRUE}) {
         answer({{first, ERROR_INSUFFICIENT_BUFFER, 28}, {TRUE, NO_ERROR, 28, state}});
         PrivilegeList previous = {{{9, 9}, 9}};
-        EXPECT_TRUE(mToken.adjustPrivileges(&SOME_PRIVILEGES, &previous));
-        expectPrivileges(previous, FORMER_PRIVILEGES);
+        EXPECT_TRUE(mToken.adjustPrivileges(&somePrivileges, &previous));
+        expectPrivileges(previous, formerPrivileges);
         ASSERT_EQ(calls().size(), 2U);
         EXPECT_EQ(calls()[0].size, 4U);
         EXPECT_EQ(calls()[1].size, 28U);
         for (const Call& call : calls()) {
             EXPECT_EQ(call.token, mToken.token());
             EXPECT_EQ(call.all, FALSE);
-            EXPECT_EQ(call.block, privilegeBytes(SOME_PRIVILEGES));
+            EXPECT_EQ(call.block, privilegeBytes(somePrivileges));
             EXPECT_TRUE(call.hasState);
             EXPECT_TRUE(call.hasNeeded);
         }
@@ -209,12 +209,12 @@ TEST_F(AdjustmentTest, AFormerStateOfNoPrivilegesLeavesNone) {
 TEST_F(AdjustmentTest, MissingPrivilegesGiveFalseAfterAFailureAndTrueAfterASuccess) {
     for (const BOOL result : {FALSE, TRUE}) {
         answer({{result, ERROR_NOT_ALL_ASSIGNED}});
-        EXPECT_EQ(mToken.adjustPrivileges(&SOME_PRIVILEGES), result == TRUE);
+        EXPECT_EQ(mToken.adjustPrivileges(&somePrivileges), result == TRUE);
     }
 }
 
 TEST_F(AdjustmentTest, MissingPrivilegesFailingEitherCallGiveFalseAndFormerState) {
-    const std::vector<BYTE> state = privilegeBytes(FORMER_PRIVILEGES);
+    const std::vector<BYTE> state = privilegeBytes(formerPrivileges);
     const Answer tooSmall = {FALSE, ERROR_INSUFFICIENT_BUFFER, 28};
     const Answer missingAtFirst = {FALSE, ERROR_NOT_ALL_ASSIGNED, 28};
     struct Row {
@@ -230,24 +230,24 @@ TEST_F(AdjustmentTest, MissingPrivilegesFailingEitherCallGiveFalseAndFormerState
     for (const Row& row : rows) {
         answer({row.first, row.second});
         PrivilegeList previous;
-        EXPECT_EQ(mToken.adjustPrivileges(&SOME_PRIVILEGES, &previous), row.result);
-        expectPrivileges(previous, FORMER_PRIVILEGES);
+        EXPECT_EQ(mToken.adjustPrivileges(&somePrivileges, &previous), row.result);
+        expectPrivileges(previous, formerPrivileges);
     }
 }
 
 TEST_F(AdjustmentTest, OtherFailuresToAdjustPrivilegesNameTheCall) {
     PrivilegeList previous = {{{9, 9}, 9}};
     const auto adjust = [&] {
-        static_cast<void>(mToken.adjustPrivileges(&SOME_PRIVILEGES, &previous));
+        static_cast<void>(mToken.adjustPrivileges(&somePrivileges, &previous));
     };
     answer({{FALSE, ERROR_ACCESS_DENIED}});
-    expectFailedCall(PRIVILEGES_CALL, ERROR_ACCESS_DENIED, adjust);
+    expectFailedCall(privilegesCall, ERROR_ACCESS_DENIED, adjust);
     for (const DWORD error : {ERROR_ACCESS_DENIED, ERROR_INSUFFICIENT_BUFFER}) {
         answer({{FALSE, ERROR_INSUFFICIENT_BUFFER, 28}, {FALSE, error, 28}});
-        expectFailedCall(PRIVILEGES_CALL, error, adjust);
+        expectFailedCall(privilegesCall, error, adjust);
         answer({{FALSE, error}});
-        expectFailedCall(PRIVILEGES_CALL, error,
-                         [&] { static_cast<void>(mToken.adjustPrivileges(&SOME_PRIVILEGES)); });
+        expectFailedCall(privilegesCall, error,
+                         [&] { static_cast<void>(mToken.adjustPrivileges(&somePrivileges)); });
     }
     expectPrivileges(previous, {{{9, 9}, 9}});
 }
@@ -315,10 +315,10 @@ TEST_F(GroupAdjustmentTest, AnyFailureOfTheFirstCallNamesIt) {
     for (const DWORD error :
          {ERROR_INSUFFICIENT_BUFFER, ERROR_NOT_ALL_ASSIGNED, ERROR_ACCESS_DENIED}) {
         answer({{FALSE, error, 40}});
-        expectFailedCall(GROUPS_CALL, error,
+        expectFailedCall(groupsCall, error,
                          [&] { static_cast<void>(mToken.adjustGroups(&mGroups, &previous)); });
         answer({{FALSE, error}});
-        expectFailedCall(GROUPS_CALL, error,
+        expectFailedCall(groupsCall, error,
                          [&] { static_cast<void>(mToken.adjustGroups(nullptr)); });
     }
 }
@@ -329,7 +329,7 @@ TEST_F(GroupAdjustmentTest, OfTheSecondCallAFailureForMissingGroupsGivesFalse) {
     EXPECT_FALSE(mToken.adjustGroups(nullptr, &previous));
     EXPECT_EQ(previous.size(), 2U);
     answer({{TRUE, NO_ERROR, 40}, {FALSE, ERROR_INSUFFICIENT_BUFFER, 40}});
-    expectFailedCall(GROUPS_CALL, ERROR_INSUFFICIENT_BUFFER,
+    expectFailedCall(groupsCall, ERROR_INSUFFICIENT_BUFFER,
                      [&] { static_cast<void>(mToken.adjustGroups(nullptr, &previous)); });
     EXPECT_EQ(previous.size(), 2U);
 }

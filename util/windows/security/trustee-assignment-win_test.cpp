@@ -21,8 +21,8 @@ protected:
     wchar_t mName[40] = L"A name that isn't a short one";
 };
 
-constexpr char NAME[] = "A name that isn't a short one";
-constexpr char OTHER_NAME[] = "Another name that isn't a short one";
+constexpr char accountName[] = "A name that isn't a short one";
+constexpr char otherName[] = "Another name that isn't a short one";
 
 /// A trustee that points to memory outside it.
 Trustee sharing(TRUSTEE_FORM form, void* place) {
@@ -36,7 +36,7 @@ std::vector<Trustee> targets() {
     std::vector<Trustee> made;
     made.reserve(4);
     made.emplace_back();
-    made.emplace_back(OTHER_NAME);
+    made.emplace_back(otherName);
     made.emplace_back(SecurityIdentifier("S-1-1-0"));
     static SID gAnonymous = {
         SID_REVISION, 1, SECURITY_NT_AUTHORITY, {SECURITY_ANONYMOUS_LOGON_RID}};
@@ -47,9 +47,9 @@ std::vector<Trustee> targets() {
 TEST_F(TrusteeAssignmentTest, FromOneThatPointsAtItsOwnStoreAStoreIsMade) {
     for (const bool localCopy : {false, true}) {
         for (Trustee& target : targets()) {
-            const Trustee source(NAME);
+            const Trustee source(accountName);
             EXPECT_EQ(&target.assign(source, localCopy), &target);
-            EXPECT_EQ(target.name(), NAME);
+            EXPECT_EQ(target.name(), accountName);
             EXPECT_NE(target.trustee().ptstrName, source.trustee().ptstrName);
         }
         for (Trustee& target : targets()) {
@@ -66,7 +66,7 @@ TEST_F(TrusteeAssignmentTest, APointerElsewhereIsSharedUnlessALocalCopyIsAskedFo
         for (Trustee& target : targets()) {
             target.assign(sharing(TRUSTEE_IS_NAME, mName), localCopy);
             EXPECT_EQ(target.trustee().ptstrName == mName, !localCopy);
-            EXPECT_EQ(target.name(), NAME);
+            EXPECT_EQ(target.name(), accountName);
             EXPECT_EQ(target.type(), TRUSTEE_IS_USER);
         }
         for (Trustee& target : targets()) {
@@ -78,12 +78,12 @@ TEST_F(TrusteeAssignmentTest, APointerElsewhereIsSharedUnlessALocalCopyIsAskedFo
 }
 
 TEST_F(TrusteeAssignmentTest, TheOperatorAsksForNoCopy) {
-    Trustee target(OTHER_NAME);
+    Trustee target(otherName);
     target = sharing(TRUSTEE_IS_NAME, mName);
     EXPECT_EQ(target.trustee().ptstrName, mName);
-    const Trustee source(NAME);
+    const Trustee source(accountName);
     target = source;
-    EXPECT_EQ(target.name(), NAME);
+    EXPECT_EQ(target.name(), accountName);
     EXPECT_NE(target.trustee().ptstrName, source.trustee().ptstrName);
 }
 
@@ -106,7 +106,7 @@ TEST_F(TrusteeAssignmentTest, FormsWithObjectsThrowInAnyCase) {
     for (const bool localCopy : {false, true}) {
         for (const Trustee& source : {sharing(TRUSTEE_IS_OBJECTS_AND_SID, &objectsAndSid),
                                       sharing(TRUSTEE_IS_OBJECTS_AND_NAME, &objectsAndName)}) {
-            Trustee target(OTHER_NAME);
+            Trustee target(otherName);
             try {
                 target.assign(source, localCopy);
                 ADD_FAILURE() << source.form();
@@ -122,7 +122,7 @@ TEST_F(TrusteeAssignmentTest, FormsWithObjectsThrowInAnyCase) {
 TEST_F(TrusteeAssignmentTest, OtherFormsAreLeftAsCopiedUnlessACopyIsAskedFor) {
     for (const TRUSTEE_FORM form : {TRUSTEE_BAD_FORM, static_cast<TRUSTEE_FORM>(7)}) {
         const Trustee source = sharing(form, mName);
-        Trustee target(OTHER_NAME);
+        Trustee target(otherName);
         target.assign(source, /*localCopy=*/false);
         EXPECT_EQ(target.form(), form);
         EXPECT_EQ(target.trustee().ptstrName, mName);
@@ -154,9 +154,9 @@ TEST_F(TrusteeAssignmentTest, AssignmentToItselfKeepsWhatItPointsAt) {
 
 TEST_F(TrusteeAssignmentTest, OneThatSharesTheStoreOfTheTargetIsAssignedToIt) {
     for (const bool localCopy : {false, true}) {
-        Trustee name(NAME);
+        Trustee name(accountName);
         name.assign(Trustee(name.trustee(), /*localCopy=*/false), localCopy);
-        EXPECT_EQ(name.name(), NAME);
+        EXPECT_EQ(name.name(), accountName);
         Trustee sid(SecurityIdentifier("S-1-5-18"));
         sid.assign(Trustee(sid.trustee(), /*localCopy=*/false), localCopy);
         EXPECT_EQ(sid.sid().text(), "S-1-5-18");
@@ -165,14 +165,14 @@ TEST_F(TrusteeAssignmentTest, OneThatSharesTheStoreOfTheTargetIsAssignedToIt) {
 }
 
 TEST_F(TrusteeAssignmentTest, OneThatSharesAnothersStoreIsCopiedAsAView) {
-    const Trustee owner(NAME);
+    const Trustee owner(accountName);
     const Trustee view(owner.trustee(), /*localCopy=*/false);
     Trustee target;
     target = view;
     EXPECT_EQ(target.trustee().ptstrName, owner.trustee().ptstrName);
     target.assign(view, /*localCopy=*/true);
     EXPECT_NE(target.trustee().ptstrName, owner.trustee().ptstrName);
-    EXPECT_EQ(target.name(), NAME);
+    EXPECT_EQ(target.name(), accountName);
 }
 
 TEST_F(TrusteeAssignmentTest, AFailedCopyLeavesTheFieldsOfTheSourceAndNoMemory) {

@@ -22,9 +22,9 @@ using namespace testing_support;
 
 class TrusteeTest : public testing_support::OwnershipTest {};
 
-constexpr char OBJECTS_TEXT[] = "Copying trustees with objects not yet implemented";
-constexpr char FORM_TEXT[] = "Cannot make local copy of this type of TRUSTEE";
-constexpr auto UNKNOWN_FORM = static_cast<TRUSTEE_FORM>(7);
+constexpr char objectsText[] = "Copying trustees with objects not yet implemented";
+constexpr char formText[] = "Cannot make local copy of this type of TRUSTEE";
+constexpr auto unknownForm = static_cast<TRUSTEE_FORM>(7);
 
 /// Returns the text of the runtime error that `steps` throw, marked if it is a Win32Exception;
 /// empty if they throw nothing.
@@ -69,13 +69,13 @@ struct Forms {
     }
 };
 
-constexpr char NAME[] = "A name that isn't a short one: J\u00f6rg";
-constexpr TRUSTEE_FORM ALL_FORMS[] = {TRUSTEE_IS_SID,
-                                      TRUSTEE_IS_NAME,
-                                      TRUSTEE_BAD_FORM,
-                                      TRUSTEE_IS_OBJECTS_AND_SID,
-                                      TRUSTEE_IS_OBJECTS_AND_NAME,
-                                      UNKNOWN_FORM};
+constexpr char accountName[] = "A name that isn't a short one: J\u00f6rg";
+constexpr TRUSTEE_FORM allForms[] = {TRUSTEE_IS_SID,
+                                     TRUSTEE_IS_NAME,
+                                     TRUSTEE_BAD_FORM,
+                                     TRUSTEE_IS_OBJECTS_AND_SID,
+                                     TRUSTEE_IS_OBJECTS_AND_NAME,
+                                     unknownForm};
 
 TEST_F(TrusteeTest, ByDefaultItIsNobody) {
     const Trustee nobody;
@@ -91,7 +91,7 @@ TEST_F(TrusteeTest, ByDefaultItIsNobody) {
 }
 
 TEST_F(TrusteeTest, OneByNameHoldsTheNameAsUtf16) {
-    for (const std::string text : {"", "x", NAME}) {
+    for (const std::string text : {"", "x", accountName}) {
         std::string name = text;
         const Trustee trustee(name.c_str());
         name.assign(name.size(), '#');
@@ -118,11 +118,11 @@ TEST_F(TrusteeTest, OneBySidHoldsACopyThatOwnsOrViewsAsTheSource) {
 
 TEST_F(TrusteeTest, NameAndSidAreReadByTheForm) {
     Forms forms;
-    for (const TRUSTEE_FORM form : ALL_FORMS) {
+    for (const TRUSTEE_FORM form : allForms) {
         const Trustee trustee(forms.trustee(form), /*localCopy=*/false);
         const bool hasName = form == TRUSTEE_IS_NAME || form == TRUSTEE_IS_OBJECTS_AND_NAME;
         const bool hasSid = form == TRUSTEE_IS_SID || form == TRUSTEE_IS_OBJECTS_AND_SID;
-        EXPECT_EQ(trustee.name(), hasName ? NAME : "") << form;
+        EXPECT_EQ(trustee.name(), hasName ? accountName : "") << form;
         EXPECT_EQ(trustee.sid().sid(), hasSid ? &forms.mSid : nullptr) << form;
         EXPECT_FALSE(trustee.sid().isOwner()) << form;
     }
@@ -140,7 +140,7 @@ TEST_F(TrusteeTest, AMissingNameIsEmpty) {
 TEST_F(TrusteeTest, WithoutALocalCopyTheConstructorSharesThePointerOfAnyForm) {
     Forms forms;
     TRUSTEE_W multiple = {};
-    for (const TRUSTEE_FORM form : ALL_FORMS) {
+    for (const TRUSTEE_FORM form : allForms) {
         TRUSTEE_W raw = forms.trustee(form);
         raw.pMultipleTrustee = &multiple;
         raw.MultipleTrusteeOperation = TRUSTEE_IS_IMPERSONATE;
@@ -163,17 +163,17 @@ TEST_F(TrusteeTest, ALocalCopyBySidOrNameHasBytesOfItsOwn) {
     forms.mName[0] = L'\0';
     EXPECT_EQ(bySid.sid().text(), "S-1-5-18");
     EXPECT_EQ(bySid.type(), TRUSTEE_IS_GROUP);
-    EXPECT_EQ(byName.name(), NAME);
+    EXPECT_EQ(byName.name(), accountName);
     EXPECT_EQ(byName.type(), TRUSTEE_IS_GROUP);
 }
 
 TEST_F(TrusteeTest, ALocalCopyOfAnotherFormThrows) {
     Forms forms;
     for (const TRUSTEE_FORM form : {TRUSTEE_IS_OBJECTS_AND_SID, TRUSTEE_IS_OBJECTS_AND_NAME}) {
-        EXPECT_EQ(thrownBy([&] { Trustee(forms.trustee(form), true); }), OBJECTS_TEXT) << form;
+        EXPECT_EQ(thrownBy([&] { Trustee(forms.trustee(form), true); }), objectsText) << form;
     }
-    for (const TRUSTEE_FORM form : {TRUSTEE_BAD_FORM, UNKNOWN_FORM}) {
-        EXPECT_EQ(thrownBy([&] { Trustee(forms.trustee(form), true); }), FORM_TEXT) << form;
+    for (const TRUSTEE_FORM form : {TRUSTEE_BAD_FORM, unknownForm}) {
+        EXPECT_EQ(thrownBy([&] { Trustee(forms.trustee(form), true); }), formText) << form;
     }
 }
 
@@ -189,7 +189,7 @@ TEST_F(TrusteeTest, ACopyOfOneThatPointsAtItsOwnStoreHasAStoreOfItsOwn) {
     Forms forms;
     Trustee copies[4];
     {
-        const Trustee originals[] = {Trustee(NAME), Trustee(SecurityIdentifier("SY")),
+        const Trustee originals[] = {Trustee(accountName), Trustee(SecurityIdentifier("SY")),
                                      Trustee(SecurityIdentifier(&forms.mSid)),  // stores a view
                                      Trustee("x")};  // short enough for the string object itself
         for (size_t i = 0; i < std::size(originals); ++i) {
@@ -198,7 +198,7 @@ TEST_F(TrusteeTest, ACopyOfOneThatPointsAtItsOwnStoreHasAStoreOfItsOwn) {
         }
     }
     forms.mSid = {};
-    EXPECT_EQ(copies[0].name(), NAME);
+    EXPECT_EQ(copies[0].name(), accountName);
     EXPECT_EQ(copies[1].sid().text(), "S-1-5-18");
     EXPECT_EQ(copies[2].sid().text(), "S-1-5-18");
     EXPECT_EQ(copies[3].name(), "x");
@@ -207,7 +207,7 @@ TEST_F(TrusteeTest, ACopyOfOneThatPointsAtItsOwnStoreHasAStoreOfItsOwn) {
 
 TEST_F(TrusteeTest, ACopyOfOneThatPointsElsewhereSharesThePointerWhateverTheForm) {
     Forms forms;
-    for (const TRUSTEE_FORM form : ALL_FORMS) {
+    for (const TRUSTEE_FORM form : allForms) {
         const Trustee trustee(forms.trustee(form), /*localCopy=*/false);
         EXPECT_EQ(copyOf(trustee).trustee().ptstrName, forms.place(form)) << form;
     }

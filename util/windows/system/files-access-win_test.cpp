@@ -45,7 +45,7 @@ HANDLE WINAPI refuseToShare(LPCWSTR, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD,
     return INVALID_HANDLE_VALUE;
 }
 
-constexpr DWORD SHARE_ALL = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+constexpr DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
 TEST(SystemExistsTest, FilesAndDirectoriesExistAndNothingElseDoes) {
     const TempFolder folder;
@@ -89,7 +89,7 @@ TEST(SystemCanReadTest, TheFileIsOpenedSharedWithEverybody) {
     EXPECT_FALSE(System::canRead("c:/a"));
     EXPECT_EQ(gOpened.name, L"\\\\?\\c:\\a");
     EXPECT_EQ(gOpened.access, GENERIC_READ);
-    EXPECT_EQ(gOpened.share, SHARE_ALL);
+    EXPECT_EQ(gOpened.share, shareAll);
     EXPECT_EQ(gOpened.disposition, DWORD{OPEN_EXISTING});
     EXPECT_EQ(gOpened.flags, DWORD{FILE_ATTRIBUTE_NORMAL});
     EXPECT_FALSE(System::canWrite("c:/a"));
@@ -176,7 +176,7 @@ TEST(SystemIsReadableTest, APathIsOpenedAsItIs) {
     EXPECT_FALSE(System::isReadable(L"c:/missing. "));
     EXPECT_EQ(gOpened.name, L"c:/missing. ");
     EXPECT_EQ(gOpened.access, GENERIC_READ);
-    EXPECT_EQ(gOpened.share, SHARE_ALL);
+    EXPECT_EQ(gOpened.share, shareAll);
 }
 
 }  // namespace

@@ -19,9 +19,9 @@ namespace {
 using namespace testing_support;
 using Names = std::vector<std::string>;
 
-constexpr const char* CYRILLIC = "\xD0\x9F\xD1\x83\xD1\x82\xD1\x8C";
-constexpr const char* CHINESE = "\xE4\xB8\xAD\xE6\x96\x87";
-constexpr const char* ASTRAL = "\xF0\x9D\x84\x9E";
+constexpr const char* cyrillic = "\xD0\x9F\xD1\x83\xD1\x82\xD1\x8C";
+constexpr const char* chinese = "\xE4\xB8\xAD\xE6\x96\x87";
+constexpr const char* astral = "\xF0\x9D\x84\x9E";
 
 std::string makeDirectory(const std::string& path) {
     EXPECT_TRUE(System::makeDirectory(path, 0755));
@@ -30,7 +30,7 @@ std::string makeDirectory(const std::string& path) {
 
 TEST(SystemListDirectoryTest, EveryNameIsListedWithItsFacts) {
     const TempFolder folder;
-    for (const char* name : {CYRILLIC, CHINESE, ASTRAL}) {
+    for (const char* name : {cyrillic, chinese, astral}) {
         folder.write(name, "1234");
     }
     makeDirectory(folder.utf8("d"));
@@ -47,7 +47,7 @@ TEST(SystemListDirectoryTest, EveryNameIsListedWithItsFacts) {
         EXPECT_EQ(stats[i].size, isDirectory ? 0U : 4U) << name;
     }
     std::sort(names.begin(), names.end());
-    EXPECT_EQ(names, (Names{".", "..", "before", "d", CYRILLIC, CHINESE, ASTRAL}));
+    EXPECT_EQ(names, (Names{".", "..", "before", "d", cyrillic, chinese, astral}));
 }
 
 TEST(SystemListDirectoryTest, FactsAreOptional) {
@@ -114,7 +114,7 @@ TEST(SystemMissingParentsTest, AParentOfOneCharacterIsNotLookedAt) {
 
 TEST(SystemMakeDirectoryTest, ADirectoryIsMadeOnce) {
     const TempFolder folder;
-    const std::string path = makeDirectory(folder.utf8(CHINESE));
+    const std::string path = makeDirectory(folder.utf8(chinese));
     EXPECT_FALSE(System::makeDirectory(path, 0));
     EXPECT_EQ(GetLastError(), DWORD{ERROR_ALREADY_EXISTS});
     EXPECT_FALSE(System::makeDirectory(folder.utf8("a/b"), 0));

@@ -26,13 +26,13 @@ size_t iterateWithStatus(const fs::path& path) {
     return names.size();
 }
 
-constexpr int COUNT = 5000;
+constexpr int count = 5000;
 
 /// Made once, for all passes.
 const testing_support::TempFolder& filledFolder() {
     static const auto folder = [] {
         auto filled = std::make_unique<testing_support::TempFolder>();
-        for (int i = 0; i < COUNT; ++i) {
+        for (int i = 0; i < count; ++i) {
             filled->write(std::to_string(i) + ".cpp", "");
         }
         return filled;
@@ -42,8 +42,8 @@ const testing_support::TempFolder& filledFolder() {
 
 TEST(Benchmark, SystemListDirectory) {
     const testing_support::TempFolder& folder = filledFolder();
-    EXPECT_EQ(listWithStats(folder.utf8()), COUNT + 2);
-    EXPECT_EQ(iterateWithStatus(folder.path()), COUNT);
+    EXPECT_EQ(listWithStats(folder.utf8()), count + 2);
+    EXPECT_EQ(iterateWithStatus(folder.path()), count);
     benchmark::comparePrepared(
         {"System::listDirectory, 5,000 entries, stats", "directory_iterator with status", 0.5,
          /*rounds=*/5},

@@ -25,15 +25,15 @@ namespace {
 
 using namespace testing_support;
 
-constexpr SECURITY_INFORMATION OWNER_GROUP_DACL =
+constexpr SECURITY_INFORMATION ownerGroupDacl =
     OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION;
 
 // Types and flags of ACEs.
-constexpr BYTE ALLOWED = ACCESS_ALLOWED_ACE_TYPE;
-constexpr BYTE DENIED = ACCESS_DENIED_ACE_TYPE;
-constexpr BYTE OI = OBJECT_INHERIT_ACE;
-constexpr BYTE CI = CONTAINER_INHERIT_ACE;
-constexpr BYTE ID = INHERITED_ACE;
+constexpr BYTE allowed = ACCESS_ALLOWED_ACE_TYPE;
+constexpr BYTE denied = ACCESS_DENIED_ACE_TYPE;
+constexpr BYTE oi = OBJECT_INHERIT_ACE;
+constexpr BYTE ci = CONTAINER_INHERIT_ACE;
+constexpr BYTE id = INHERITED_ACE;
 
 /// Gives sources and parents a descriptor of the test, and records what is written.
 class TakenSecurityTest : public SecurityTest {
@@ -135,14 +135,14 @@ TEST_F(CopySecurityTest, OwnerGroupAndDaclOfTheSourceGoToTheTarget) {
     EXPECT_TRUE(copySecurity("c:/source", "c:/target", /*protect=*/false, &sTaken->error));
     EXPECT_EQ(sTaken->read.name, L"\\\\?\\c:\\source");
     EXPECT_EQ(sTaken->read.type, SE_FILE_OBJECT);
-    EXPECT_EQ(sTaken->read.bits, OWNER_GROUP_DACL);
+    EXPECT_EQ(sTaken->read.bits, ownerGroupDacl);
     EXPECT_EQ(sTaken->written.name, L"\\\\?\\c:\\target");
     EXPECT_EQ(sTaken->written.type, SE_FILE_OBJECT);
-    EXPECT_EQ(sTaken->written.bits, OWNER_GROUP_DACL);
+    EXPECT_EQ(sTaken->written.bits, ownerGroupDacl);
     EXPECT_EQ(sTaken->written.owner, "S-1-5-32-544");
     EXPECT_EQ(sTaken->written.group, "S-1-5-18");
     EXPECT_EQ(sTaken->written.entries,
-              (std::vector<Entry>{{ALLOWED, OI | CI, FILE_ALL_ACCESS, "S-1-1-0"}}));
+              (std::vector<Entry>{{allowed, oi | ci, FILE_ALL_ACCESS, "S-1-1-0"}}));
     EXPECT_FALSE(sTaken->written.hasSacl);
     EXPECT_EQ(sTaken->controls, 0);
     EXPECT_EQ(sTaken->error, "");
@@ -167,7 +167,7 @@ TEST_F(CopySecurityTest, OnlyWhatTheSourceHasGoesToTheTarget) {
 TEST_F(CopySecurityTest, AProtectedDaclIsMarkedAndSetAsSuch) {
     EXPECT_TRUE(copySecurity("c:/source", "c:/target", /*protect=*/true, &sTaken->error));
     EXPECT_EQ(sTaken->controls, 1);
-    EXPECT_EQ(sTaken->written.bits, PROTECTED_DACL_SECURITY_INFORMATION | OWNER_GROUP_DACL);
+    EXPECT_EQ(sTaken->written.bits, PROTECTED_DACL_SECURITY_INFORMATION | ownerGroupDacl);
 }
 
 TEST_F(CopySecurityTest, EachCallThatFailsIsToldByItsWordsAndItsNumber) {
@@ -196,10 +196,10 @@ TEST_F(InheritSecurityTest, OwnerAndGroupOfTheParentGoToTheChildWithADacl) {
     EXPECT_TRUE(inheritSecurity("c:/parent", mFile, &sTaken->error));
     EXPECT_EQ(sTaken->read.name, L"\\\\?\\c:\\parent");
     EXPECT_EQ(sTaken->read.type, SE_FILE_OBJECT);
-    EXPECT_EQ(sTaken->read.bits, OWNER_GROUP_DACL);
+    EXPECT_EQ(sTaken->read.bits, ownerGroupDacl);
     EXPECT_EQ(sTaken->written.name, System::unicodePath(mFile));
     EXPECT_EQ(sTaken->written.type, SE_FILE_OBJECT);
-    EXPECT_EQ(sTaken->written.bits, OWNER_GROUP_DACL);
+    EXPECT_EQ(sTaken->written.bits, ownerGroupDacl);
     EXPECT_EQ(sTaken->written.owner, "S-1-5-32-544");
     EXPECT_EQ(sTaken->written.group, "S-1-5-18");
     EXPECT_TRUE(sTaken->written.hasDacl);
@@ -214,31 +214,31 @@ TEST_F(InheritSecurityTest, AnEntryIsInheritedByTheKindOfChildAndItsFlagsChange)
         int ofFile, ofDirectory;
     };
     const Row rows[] = {{L"", none, none},
-                        {L"OI", OI | ID, none},
-                        {L"CI", none, CI | ID},
-                        {L"OICI", OI | CI | ID, OI | CI | ID},
-                        {L"OIIO", OI | ID, none},
-                        {L"CIIO", none, CI | ID},
-                        {L"OICIIO", OI | CI | ID, OI | CI | ID},
-                        {L"OINP", ID, none},
-                        {L"CINP", none, ID},
-                        {L"OICINP", ID, ID},
-                        {L"OINPIO", ID, none},
-                        {L"OICINPIO", ID, ID},
+                        {L"OI", oi | id, none},
+                        {L"CI", none, ci | id},
+                        {L"OICI", oi | ci | id, oi | ci | id},
+                        {L"OIIO", oi | id, none},
+                        {L"CIIO", none, ci | id},
+                        {L"OICIIO", oi | ci | id, oi | ci | id},
+                        {L"OINP", id, none},
+                        {L"CINP", none, id},
+                        {L"OICINP", id, id},
+                        {L"OINPIO", id, none},
+                        {L"OICINPIO", id, id},
                         {L"NPIO", none, none},
-                        {L"OICIID", OI | CI | ID, OI | CI | ID},
+                        {L"OICIID", oi | ci | id, oi | ci | id},
                         {L"ID", none, none}};
     for (const Row& row : rows) {
         sTaken->given.assign(L"O:BAG:SYD:(A;").append(row.entry).append(L";0x12345;;;WD)");
         for (const bool isDirectory : {false, true}) {
             const int flags = isDirectory ? row.ofDirectory : row.ofFile;
             EXPECT_TRUE(inheritSecurity("c:/parent", isDirectory ? mFolder.utf8() : mFile));
-            EXPECT_EQ(sTaken->written.bits, OWNER_GROUP_DACL);
+            EXPECT_EQ(sTaken->written.bits, ownerGroupDacl);
             EXPECT_EQ(
                 sTaken->written.entries,
                 flags == none
                     ? std::vector<Entry>()
-                    : (std::vector<Entry>{{ALLOWED, static_cast<BYTE>(flags), 0x12345, "S-1-1-0"}}))
+                    : (std::vector<Entry>{{allowed, static_cast<BYTE>(flags), 0x12345, "S-1-1-0"}}))
                 << testing::PrintToString(std::wstring(row.entry)) << isDirectory;
         }
     }
@@ -249,9 +249,9 @@ TEST_F(InheritSecurityTest, EntriesKeepTheirOrderKindAndRights) {
         L"O:BAG:SYD:(A;OI;FR;;;WD)(D;OI;FW;;;SY)(A;CI;FX;;;WD)(A;OI;FX;;;S-1-5-21-1-2-3-4-5)";
     EXPECT_TRUE(inheritSecurity("c:/parent", mFile));
     EXPECT_EQ(sTaken->written.entries,
-              (std::vector<Entry>{{ALLOWED, OI | ID, FILE_GENERIC_READ, "S-1-1-0"},
-                                  {DENIED, OI | ID, FILE_GENERIC_WRITE, "S-1-5-18"},
-                                  {ALLOWED, OI | ID, FILE_GENERIC_EXECUTE, "S-1-5-21-1-2-3-4-5"}}));
+              (std::vector<Entry>{{allowed, oi | id, FILE_GENERIC_READ, "S-1-1-0"},
+                                  {denied, oi | id, FILE_GENERIC_WRITE, "S-1-5-18"},
+                                  {allowed, oi | id, FILE_GENERIC_EXECUTE, "S-1-5-21-1-2-3-4-5"}}));
 }
 
 TEST_F(InheritSecurityTest, TheListHasRoomForAllEntriesWithoutALimit) {

@@ -6,12 +6,12 @@
 
 namespace {
 
-constexpr uint32_t READ_ONLY = FILE_ATTRIBUTE_READONLY;
-constexpr uint32_t SYSTEM = FILE_ATTRIBUTE_SYSTEM;
-constexpr uint32_t DIRECTORY = FILE_ATTRIBUTE_DIRECTORY;
-constexpr uint32_t DEVICE = FILE_ATTRIBUTE_DEVICE;
-constexpr uint32_t NORMAL = FILE_ATTRIBUTE_NORMAL;
-constexpr uint32_t REPARSE_POINT = FILE_ATTRIBUTE_REPARSE_POINT;
+constexpr uint32_t readOnly = FILE_ATTRIBUTE_READONLY;
+constexpr uint32_t systemFile = FILE_ATTRIBUTE_SYSTEM;
+constexpr uint32_t directoryFile = FILE_ATTRIBUTE_DIRECTORY;
+constexpr uint32_t deviceFile = FILE_ATTRIBUTE_DEVICE;
+constexpr uint32_t normal = FILE_ATTRIBUTE_NORMAL;
+constexpr uint32_t reparsePoint = FILE_ATTRIBUTE_REPARSE_POINT;
 
 TEST(FileStatTest, TheTypesAndTheBitsToCopyHaveTheirNumbers) {
     EXPECT_EQ(FileStat::typeFile, 1);
@@ -56,7 +56,7 @@ TEST(FileStatTest, TheFieldsStandInTheirOrder) {
 template <class Entry>
 Entry listingEntry() {
     Entry entry = {};
-    entry.dwFileAttributes = DIRECTORY | REPARSE_POINT;
+    entry.dwFileAttributes = directoryFile | reparsePoint;
     entry.nFileSizeHigh = 2;
     entry.nFileSizeLow = 3;
     entry.ftCreationTime = {10, 1};
@@ -73,7 +73,7 @@ void expectListed(const FileStat& stat) {
     EXPECT_EQ(stat.created, FileTime(0x10000000AU, 0));
     EXPECT_EQ(stat.accessed, FileTime(0x200000014U, 0));
     EXPECT_EQ(stat.written, FileTime(0x30000001EU, 0));
-    EXPECT_EQ(stat.attributes, DIRECTORY);
+    EXPECT_EQ(stat.attributes, directoryFile);
 }
 
 TEST(FileStatTest, AListingEntryIsTakenWithoutItsReparseBit) {
@@ -83,10 +83,10 @@ TEST(FileStatTest, AListingEntryIsTakenWithoutItsReparseBit) {
 
 TEST(FileStatTest, AListingEntryOfTheReparseBitAloneHasNoAttributes) {
     WIN32_FIND_DATAW wide = {};
-    wide.dwFileAttributes = REPARSE_POINT;
+    wide.dwFileAttributes = reparsePoint;
     EXPECT_EQ(FileStat(wide).attributes, 0U);
     WIN32_FIND_DATAA narrow = {};
-    narrow.dwFileAttributes = REPARSE_POINT;
+    narrow.dwFileAttributes = reparsePoint;
     EXPECT_EQ(FileStat(narrow).attributes, 0U);
 }
 
@@ -99,20 +99,20 @@ TEST(FileStatCopyFromTest, TheMaskChoosesTimesAndAttributes) {
     other.created = FileTime(5, 15);
     other.accessed = FileTime(6, 16);
     other.written = FileTime(7, 17);
-    other.attributes = READ_ONLY;
-    constexpr FileStat::CopyMask ALL = FileStat::copyCreated | FileStat::copyAccessed |
+    other.attributes = readOnly;
+    constexpr FileStat::CopyMask all = FileStat::copyCreated | FileStat::copyAccessed |
                                        FileStat::copyWritten | FileStat::copyAttributes;
     const FileStat::CopyMask masks[] = {0,
                                         FileStat::copyCreated,
                                         FileStat::copyAccessed,
                                         FileStat::copyWritten,
                                         FileStat::copyAttributes,
-                                        ALL,
-                                        ~ALL};
+                                        all,
+                                        ~all};
     for (const FileStat::CopyMask mask : masks) {
         SCOPED_TRACE(mask);
         FileStat stat;
-        stat.attributes = NORMAL;
+        stat.attributes = normal;
         stat.copyFrom(other, mask);
         EXPECT_EQ(stat.device, 1U);
         EXPECT_EQ(stat.fileIndex, 2U);
@@ -122,7 +122,7 @@ TEST(FileStatCopyFromTest, TheMaskChoosesTimesAndAttributes) {
         EXPECT_EQ(stat.accessed,
                   (mask & FileStat::copyAccessed) != 0 ? other.accessed : FileTime());
         EXPECT_EQ(stat.written, (mask & FileStat::copyWritten) != 0 ? other.written : FileTime());
-        EXPECT_EQ(stat.attributes, (mask & FileStat::copyAttributes) != 0 ? READ_ONLY : NORMAL);
+        EXPECT_EQ(stat.attributes, (mask & FileStat::copyAttributes) != 0 ? readOnly : normal);
     }
 }
 
@@ -142,16 +142,16 @@ TEST(FileStatTest, TheTestsLookAtTheirBits) {
         bool directory, system, writable;
         FileStat::Type type;
     } rows[] = {
-        {NORMAL, false, false, true, FileStat::typeFile},
-        {READ_ONLY, false, false, false, FileStat::typeFile},
-        {SYSTEM, false, true, true, FileStat::typeFile},
-        {SYSTEM | READ_ONLY, false, true, false, FileStat::typeFile},
-        {DIRECTORY, true, false, true, FileStat::typeDirectory},
-        {DIRECTORY | READ_ONLY, true, false, true, FileStat::typeDirectory},
-        {REPARSE_POINT, false, false, true, FileStat::typeLink},
-        {REPARSE_POINT | DIRECTORY, false, false, true, FileStat::typeLink},
-        {REPARSE_POINT | READ_ONLY, false, false, false, FileStat::typeLink},
-        {DEVICE, false, false, true, FileStat::typeFile},
+        {normal, false, false, true, FileStat::typeFile},
+        {readOnly, false, false, false, FileStat::typeFile},
+        {systemFile, false, true, true, FileStat::typeFile},
+        {systemFile | readOnly, false, true, false, FileStat::typeFile},
+        {directoryFile, true, false, true, FileStat::typeDirectory},
+        {directoryFile | readOnly, true, false, true, FileStat::typeDirectory},
+        {reparsePoint, false, false, true, FileStat::typeLink},
+        {reparsePoint | directoryFile, false, false, true, FileStat::typeLink},
+        {reparsePoint | readOnly, false, false, false, FileStat::typeLink},
+        {deviceFile, false, false, true, FileStat::typeFile},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.attributes);
@@ -166,23 +166,23 @@ TEST(FileStatTest, TheTestsLookAtTheirBits) {
 }
 
 TEST(FileStatTest, AfterSetLinkADirectoryIsALink) {
-    FileStat stat = withAttributes(DIRECTORY);
+    FileStat stat = withAttributes(directoryFile);
     stat.setLink();
     EXPECT_FALSE(stat.isDirectory());
     EXPECT_TRUE(stat.isNotDirectory());
     EXPECT_EQ(stat.type(), FileStat::typeLink);
-    EXPECT_EQ(stat.attributes, REPARSE_POINT | DIRECTORY);
-    FileStat plain = withAttributes(NORMAL);
+    EXPECT_EQ(stat.attributes, reparsePoint | directoryFile);
+    FileStat plain = withAttributes(normal);
     plain.setLink();
-    EXPECT_EQ(plain.attributes, REPARSE_POINT);
+    EXPECT_EQ(plain.attributes, reparsePoint);
 }
 
 TEST(FileStatTest, SetAttributesKeepsTheWordFromZeroAndNormalAlone) {
-    const uint32_t rows[][2] = {{0, NORMAL},
-                                {NORMAL | READ_ONLY, READ_ONLY},
-                                {NORMAL, NORMAL},
-                                {REPARSE_POINT | DIRECTORY, REPARSE_POINT | DIRECTORY},
-                                {DIRECTORY, DIRECTORY}};
+    const uint32_t rows[][2] = {{0, normal},
+                                {normal | readOnly, readOnly},
+                                {normal, normal},
+                                {reparsePoint | directoryFile, reparsePoint | directoryFile},
+                                {directoryFile, directoryFile}};
     for (const auto& row : rows) {
         FileStat stat;
         stat.setAttributes(row[0]);
@@ -193,38 +193,38 @@ TEST(FileStatTest, SetAttributesKeepsTheWordFromZeroAndNormalAlone) {
 TEST(FileStatTest, SetTypeSetsTheDirectoryBitForADirectoryAndElseClearsIt) {
     FileStat stat;
     stat.setType(FileStat::typeDirectory);
-    EXPECT_EQ(stat.attributes, DIRECTORY);
+    EXPECT_EQ(stat.attributes, directoryFile);
     stat.setType(FileStat::typeFile);
-    EXPECT_EQ(stat.attributes, NORMAL);
-    stat.setAttributes(DIRECTORY | READ_ONLY);
+    EXPECT_EQ(stat.attributes, normal);
+    stat.setAttributes(directoryFile | readOnly);
     stat.setType(FileStat::typeLink);
-    EXPECT_EQ(stat.attributes, READ_ONLY);
-    stat.setAttributes(NORMAL);
+    EXPECT_EQ(stat.attributes, readOnly);
+    stat.setAttributes(normal);
     stat.setType(FileStat::typeDirectory);
-    EXPECT_EQ(stat.attributes, DIRECTORY);
+    EXPECT_EQ(stat.attributes, directoryFile);
 }
 
 TEST(FileStatTest, ALinkStaysOneWhateverElseIsSet) {
-    FileStat stat = withAttributes(REPARSE_POINT);
+    FileStat stat = withAttributes(reparsePoint);
     stat.setType(FileStat::typeDirectory);
-    EXPECT_EQ(stat.attributes, REPARSE_POINT | DIRECTORY);
+    EXPECT_EQ(stat.attributes, reparsePoint | directoryFile);
     stat.setType(FileStat::typeFile);
-    EXPECT_EQ(stat.attributes, REPARSE_POINT);
+    EXPECT_EQ(stat.attributes, reparsePoint);
     stat.setReadOnly(true);
-    EXPECT_EQ(stat.attributes, REPARSE_POINT | READ_ONLY);
+    EXPECT_EQ(stat.attributes, reparsePoint | readOnly);
     stat.setReadOnly(false);
-    EXPECT_EQ(stat.attributes, REPARSE_POINT);
+    EXPECT_EQ(stat.attributes, reparsePoint);
 }
 
 TEST(FileStatTest, SetReadOnlyKeepsTheRuleOfTheWord) {
-    FileStat stat = withAttributes(NORMAL);
+    FileStat stat = withAttributes(normal);
     stat.setReadOnly(true);
-    EXPECT_EQ(stat.attributes, READ_ONLY);
+    EXPECT_EQ(stat.attributes, readOnly);
     stat.setReadOnly(false);
-    EXPECT_EQ(stat.attributes, NORMAL);
-    stat.setAttributes(DIRECTORY);
+    EXPECT_EQ(stat.attributes, normal);
+    stat.setAttributes(directoryFile);
     stat.setReadOnly(true);
-    EXPECT_EQ(stat.attributes, DIRECTORY | READ_ONLY);
+    EXPECT_EQ(stat.attributes, directoryFile | readOnly);
 }
 
 }  // namespace

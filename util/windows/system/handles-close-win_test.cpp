@@ -15,14 +15,14 @@ namespace {
 
 using namespace testing_support;
 
-constexpr NTSTATUS LENGTH_MISMATCH = static_cast<NTSTATUS>(0xC0000004);
-constexpr NTSTATUS ACCESS_DENIED = static_cast<NTSTATUS>(0xC0000022);
-constexpr NTSTATUS PENDING = 0x103;
-constexpr DWORD COPYING_RIGHTS = PROCESS_DUP_HANDLE | PROCESS_QUERY_INFORMATION | PROCESS_VM_READ;
+constexpr NTSTATUS lengthMismatch = static_cast<NTSTATUS>(0xC0000004);
+constexpr NTSTATUS accessDenied = static_cast<NTSTATUS>(0xC0000022);
+constexpr NTSTATUS pending = 0x103;
+constexpr DWORD copyingRights = PROCESS_DUP_HANDLE | PROCESS_QUERY_INFORMATION | PROCESS_VM_READ;
 
 TEST(CloseSystemFileHandleTest, AFileOfTheSystemProcessIsClosedAndNothingElseIsLeftOpen) {
     const HeldFile file;
-    Inspected system({{SYSTEM_PROCESS, file.handle()}});
+    Inspected system({{systemProcess, file.handle()}});
     const size_t handles = handleCount();
     EXPECT_TRUE(system.inspector.closeSystemFileHandle(file.path()));
     EXPECT_EQ(handleCount(), handles - 1);
@@ -31,7 +31,7 @@ TEST(CloseSystemFileHandleTest, AFileOfTheSystemProcessIsClosedAndNothingElseIsL
 
 TEST(CloseSystemFileHandleTest, ASecondCallFindsNothing) {
     const HeldFile file;
-    Inspected system({{SYSTEM_PROCESS, file.handle()}});
+    Inspected system({{systemProcess, file.handle()}});
     ASSERT_TRUE(system.inspector.closeSystemFileHandle(file.path()));
     const size_t handles = handleCount();
     EXPECT_FALSE(system.inspector.closeSystemFileHandle(file.path()));
@@ -40,11 +40,11 @@ TEST(CloseSystemFileHandleTest, ASecondCallFindsNothing) {
 
 TEST(CloseSystemFileHandleTest, TheProcessIsOpenedToCopyAndTheSecondCopyClosesItsSource) {
     const HeldFile file;
-    Inspected system({{SYSTEM_PROCESS, file.handle()}});
+    Inspected system({{systemProcess, file.handle()}});
     ASSERT_TRUE(system.inspector.closeSystemFileHandle(file.path()));
     ASSERT_EQ(system.opened.size(), 1U);
-    EXPECT_EQ(system.opened[0].access, COPYING_RIGHTS);
-    EXPECT_EQ(system.opened[0].processId, SYSTEM_PROCESS);
+    EXPECT_EQ(system.opened[0].access, copyingRights);
+    EXPECT_EQ(system.opened[0].processId, systemProcess);
     EXPECT_FALSE(system.opened[0].inherits);
     ASSERT_EQ(system.copied.size(), 2U);
     EXPECT_EQ(system.copied[0].options, DWORD{DUPLICATE_SAME_ACCESS});
@@ -73,7 +73,7 @@ TEST(CloseSystemFileHandleTest, OnlyTheFirstHandleOfAFileIsClosed) {
     // Not in a ScopedHandle: the call under test closes it.
     const HANDLE second = CreateFileW(file.path().c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
                                       OPEN_EXISTING, 0, nullptr);
-    Inspected system({{SYSTEM_PROCESS, second}, {SYSTEM_PROCESS, file.handle()}});
+    Inspected system({{systemProcess, second}, {systemProcess, file.handle()}});
     EXPECT_TRUE(system.inspector.closeSystemFileHandle(file.path()));
     DWORD flags = 0;
     EXPECT_FALSE(GetHandleInformation(second, &flags));
@@ -85,11 +85,11 @@ TEST(CloseSystemFileHandleTest, WhatIsNoFileAndOtherFilesArePassedOver) {
     const HeldFile file;
     const ScopedHandle event(CreateEventW(nullptr, FALSE, FALSE, nullptr));
     const auto none = reinterpret_cast<HANDLE>(0xfff0);
-    Inspected system({{SYSTEM_PROCESS, event.get()},
-                      {SYSTEM_PROCESS, none},
-                      {SYSTEM_PROCESS, other.handle()},
+    Inspected system({{systemProcess, event.get()},
+                      {systemProcess, none},
+                      {systemProcess, other.handle()},
                       {8, file.handle()},
-                      {SYSTEM_PROCESS, file.handle()}});
+                      {systemProcess, file.handle()}});
     const size_t handles = handleCount();
     EXPECT_TRUE(system.inspector.closeSystemFileHandle(file.path()));
     EXPECT_EQ(handleCount(), handles - 1);
@@ -102,7 +102,7 @@ TEST(CloseSystemFileHandleTest, WhatIsNoFileAndOtherFilesArePassedOver) {
 
 TEST(CloseSystemFileHandleTest, WithoutTheSystemProcessNothingIsFound) {
     const HeldFile file;
-    Inspected system({{SYSTEM_PROCESS, file.handle()}, {SYSTEM_PROCESS, file.handle()}});
+    Inspected system({{systemProcess, file.handle()}, {systemProcess, file.handle()}});
     system.refusesProcess = true;
     const size_t handles = handleCount();
     EXPECT_FALSE(system.inspector.closeSystemFileHandle(file.path()));
@@ -117,15 +117,15 @@ TEST(CloseSystemFileHandleTest, ATableOfOneEntryIsHadAtOnceAndALargerOneAtTheSec
         EXPECT_FALSE(system.inspector.closeSystemFileHandle(file.path()));
         EXPECT_EQ(system.rooms, std::vector<ULONG>{32});
     }
-    Inspected system({{5, file.handle()}, {5, file.handle()}, {SYSTEM_PROCESS, file.handle()}});
+    Inspected system({{5, file.handle()}, {5, file.handle()}, {systemProcess, file.handle()}});
     EXPECT_TRUE(system.inspector.closeSystemFileHandle(file.path()));
     EXPECT_EQ(system.rooms, (std::vector<ULONG>{32, 80}));
 }
 
 TEST(CloseSystemFileHandleTest, ATableThatGrowsBetweenTheTriesIsAFailure) {
     const HeldFile file;
-    Inspected system({{SYSTEM_PROCESS, file.handle()}});
-    system.statuses = {LENGTH_MISMATCH, LENGTH_MISMATCH};
+    Inspected system({{systemProcess, file.handle()}});
+    system.statuses = {lengthMismatch, lengthMismatch};
     EXPECT_FALSE(system.inspector.closeSystemFileHandle(file.path()));
     EXPECT_EQ(system.rooms.size(), 2U);
     EXPECT_FALSE(file.isFree());
@@ -133,8 +133,8 @@ TEST(CloseSystemFileHandleTest, ATableThatGrowsBetweenTheTriesIsAFailure) {
 
 TEST(CloseSystemFileHandleTest, AnyOtherStatusIsAFailureAtOnce) {
     const HeldFile file;
-    for (const NTSTATUS status : {ACCESS_DENIED, PENDING, NTSTATUS{1}}) {
-        Inspected system({{SYSTEM_PROCESS, file.handle()}});
+    for (const NTSTATUS status : {accessDenied, pending, NTSTATUS{1}}) {
+        Inspected system({{systemProcess, file.handle()}});
         system.statuses = {status};
         EXPECT_FALSE(system.inspector.closeSystemFileHandle(file.path()));
         EXPECT_EQ(system.rooms.size(), 1U);
@@ -144,8 +144,8 @@ TEST(CloseSystemFileHandleTest, AnyOtherStatusIsAFailureAtOnce) {
 
 TEST(CloseSystemFileHandleTest, AnyOtherStatusIsAFailureAtTheSecondTryToo) {
     const HeldFile file;
-    Inspected system({{SYSTEM_PROCESS, file.handle()}});
-    system.statuses = {LENGTH_MISMATCH, ACCESS_DENIED};
+    Inspected system({{systemProcess, file.handle()}});
+    system.statuses = {lengthMismatch, accessDenied};
     EXPECT_FALSE(system.inspector.closeSystemFileHandle(file.path()));
     EXPECT_EQ(system.rooms.size(), 2U);
 }
@@ -159,9 +159,9 @@ TEST(CloseSystemFileHandleTest, ATableThatClaimsMoreEntriesThanItHasEndsWithItsB
     const HeldFile other;
     const HeldFile file;
     for (const std::vector<TableEntry>& entries :
-         {std::vector<TableEntry>{{SYSTEM_PROCESS, other.handle()}},
-          std::vector<TableEntry>{{SYSTEM_PROCESS, other.handle()},
-                                  {SYSTEM_PROCESS, other.handle()}}}) {
+         {std::vector<TableEntry>{{systemProcess, other.handle()}},
+          std::vector<TableEntry>{{systemProcess, other.handle()},
+                                  {systemProcess, other.handle()}}}) {
         Inspected system(entries);
         system.claimCount(0xffffffff);
         EXPECT_FALSE(system.inspector.closeSystemFileHandle(file.path()));
@@ -171,14 +171,14 @@ TEST(CloseSystemFileHandleTest, ATableThatClaimsMoreEntriesThanItHasEndsWithItsB
 
 TEST(CloseSystemFileHandleTest, WithoutANativeFunctionNothingIsFound) {
     const HeldFile file;
-    Inspected noTable({{SYSTEM_PROCESS, file.handle()}});
+    Inspected noTable({{systemProcess, file.handle()}});
     noTable.inspector.mNtQuerySystemInformation = nullptr;
     EXPECT_FALSE(noTable.inspector.closeSystemFileHandle(file.path()));
 }
 
 TEST(CloseSystemFileHandleTest, WithoutTheFunctionForTypesOrNamesNothingIsFoundOrLeaked) {
     const HeldFile file;
-    Inspected system({{SYSTEM_PROCESS, file.handle()}});
+    Inspected system({{systemProcess, file.handle()}});
     const size_t handles = handleCount();
     const auto queryObject = system.inspector.mNtQueryObject;
     system.inspector.mNtQueryObject = nullptr;
@@ -193,7 +193,7 @@ TEST(CloseSystemFileHandleTest, WithoutTheFunctionForTypesOrNamesNothingIsFoundO
 TEST(CloseSystemFileHandleTest, TheRealTableHoldsNoFileOfASystemProcessThatCannotBeOpened) {
     const HeldFile file;
     HandleInspector inspector;
-    if (ScopedHandle(OpenProcess(COPYING_RIGHTS, FALSE, SYSTEM_PROCESS)).isOpen()) {
+    if (ScopedHandle(OpenProcess(copyingRights, FALSE, systemProcess)).isOpen()) {
         GTEST_SKIP() << "the System process can be opened, and some of its files, pipes that are "
                         "waited on, never tell their names";
     }

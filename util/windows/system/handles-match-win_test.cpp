@@ -35,7 +35,7 @@ NTSTATUS NTAPI answerType(HANDLE, ULONG kind, void* answer, ULONG room, ULONG*) 
 
 bool closesWithType(const wchar_t* type, NTSTATUS status) {
     const HeldFile file;
-    Inspected system({{SYSTEM_PROCESS, file.handle()}});
+    Inspected system({{systemProcess, file.handle()}});
     system.inspector.mNtQueryObject = answerType;
     gType = type;
     gTypeStatus = status;
@@ -88,7 +88,7 @@ TEST(MatchSystemFileHandleTest, ThePathBehindItsSecondCharacterIsTheStartOfTheNa
     };
     for (const auto& [path, name, matches] : CASES) {
         const HeldFile file;
-        Inspected system({{SYSTEM_PROCESS, file.handle()}});
+        Inspected system({{systemProcess, file.handle()}});
         system.inspector.mNtQueryInformationFile = answerName;
         gName = name;
         EXPECT_EQ(system.inspector.closeSystemFileHandle(path), matches)
@@ -99,7 +99,7 @@ TEST(MatchSystemFileHandleTest, ThePathBehindItsSecondCharacterIsTheStartOfTheNa
 
 TEST(MatchSystemFileHandleTest, ThePathOfAFileWithItsPrefixFindsNothing) {
     const HeldFile file;
-    Inspected system({{SYSTEM_PROCESS, file.handle()}});
+    Inspected system({{systemProcess, file.handle()}});
     EXPECT_FALSE(system.inspector.closeSystemFileHandle(L"\\\\?\\" + file.path()));
     EXPECT_FALSE(file.isFree());
 }
@@ -107,7 +107,7 @@ TEST(MatchSystemFileHandleTest, ThePathOfAFileWithItsPrefixFindsNothing) {
 TEST(MatchSystemFileHandleTest, APathWithNothingBehindItsDriveFindsNothing) {
     const HeldFile file;
     for (const wchar_t* path : {L"c:", L"c", L""}) {
-        Inspected system({{SYSTEM_PROCESS, file.handle()}});
+        Inspected system({{systemProcess, file.handle()}});
         EXPECT_FALSE(system.inspector.closeSystemFileHandle(path));
     }
     EXPECT_FALSE(file.isFree());

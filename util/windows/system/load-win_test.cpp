@@ -45,16 +45,16 @@ bool mix(const std::string& base) {
 }
 
 TEST(SystemLoadTest, AThousandMixedOperationsInEightThreadsLeaveNoHandleOpen) {
-    constexpr int THREADS = 8;
-    constexpr int ROUNDS = 10;  // of 13 operations
+    constexpr int threadCount = 8;
+    constexpr int rounds = 10;  // of 13 operations
     const TempFolder folder;
     std::atomic<int> wrong{0};
     const auto run = [&] {
         std::vector<std::jthread> threads;
-        threads.reserve(THREADS);
-        for (int thread = 0; thread < THREADS; ++thread) {
+        threads.reserve(threadCount);
+        for (int thread = 0; thread < threadCount; ++thread) {
             threads.emplace_back([&, thread] {
-                for (int round = 0; round < ROUNDS; ++round) {
+                for (int round = 0; round < rounds; ++round) {
                     wrong += mix(folder.utf8(std::to_string(thread))) ? 0 : 1;
                 }
             });

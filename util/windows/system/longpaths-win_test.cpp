@@ -23,7 +23,7 @@ namespace {
 
 using namespace testing_support;
 
-constexpr size_t MOST = 32766;  // characters of a wide path
+constexpr size_t mostCharacters = 32766;  // characters of a wide path
 
 /// Returns a path in the folder whose wide form has `length` characters. Its first component is one
 /// character outside the basic plane; the others take 200 characters each, slash included.
@@ -103,7 +103,7 @@ TEST_P(SystemLongPathTest, OperationsTakeIt) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Characters, SystemLongPathTest,
-                         testing::Values(261U, 1000U, 3000U, MOST - 2 - 260));
+                         testing::Values(261U, 1000U, 3000U, mostCharacters - 2 - 260));
 
 std::wstring gName;
 
@@ -113,10 +113,10 @@ TEST(SystemLongPathsTest, APathOfTheGreatestLengthReachesWindowsWhole) {
             gName = name;
             return TRUE;
         });
-    const std::string path = "c:/" + std::string(MOST - 7, 'x');
+    const std::string path = "c:/" + std::string(mostCharacters - 7, 'x');
     EXPECT_TRUE(System::makeDirectory(path, 0));
-    EXPECT_EQ(gName.size(), MOST);
-    EXPECT_EQ(gName, L"\\\\?\\c:\\" + std::wstring(MOST - 7, L'x'));
+    EXPECT_EQ(gName.size(), mostCharacters);
+    EXPECT_EQ(gName, L"\\\\?\\c:\\" + std::wstring(mostCharacters - 7, L'x'));
 }
 
 TEST(SystemLongPathsTest, ATreeOfManyLevelsIsMadeAndRemoved) {

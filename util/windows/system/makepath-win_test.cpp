@@ -174,49 +174,49 @@ private:
     SystemMessage mMessage{L"Denied."};
 };
 
-constexpr DWORD NOTHING = ERROR_FILE_NOT_FOUND;
-constexpr DWORD A_FILE = ERROR_FILE_EXISTS;
-constexpr DWORD A_DIRECTORY = ERROR_DIRECTORY;
+constexpr DWORD nothing = ERROR_FILE_NOT_FOUND;
+constexpr DWORD aFile = ERROR_FILE_EXISTS;
+constexpr DWORD aDirectory = ERROR_DIRECTORY;
 
 TEST_F(SystemMakePathRaceTest, AnotherProcessMayBeFaster) {
-    expect({{"c:/a", NOTHING}, {"c:/a", A_DIRECTORY}}, {{"c:/a", ERROR_ALREADY_EXISTS}});
+    expect({{"c:/a", nothing}, {"c:/a", aDirectory}}, {{"c:/a", ERROR_ALREADY_EXISTS}});
     EXPECT_EQ(makePath("c:/a"), "old");
 }
 
 TEST_F(SystemMakePathRaceTest, AFileMayAppearMeanwhile) {
-    expect({{"c:/a", NOTHING}, {"c:/a", A_FILE}}, {{"c:/a", ERROR_ALREADY_EXISTS}});
+    expect({{"c:/a", nothing}, {"c:/a", aFile}}, {{"c:/a", ERROR_ALREADY_EXISTS}});
     EXPECT_EQ(failureOf("c:/a"),
               "couldn't create directory \"c:/a\": already exists as simple file during create");
 }
 
 TEST_F(SystemMakePathRaceTest, WhatExistsAndIsNotFoundIsAnError) {
-    expect({{"c:/a", NOTHING}, {"c:/a", ERROR_ACCESS_DENIED}}, {{"c:/a", ERROR_ALREADY_EXISTS}});
+    expect({{"c:/a", nothing}, {"c:/a", ERROR_ACCESS_DENIED}}, {{"c:/a", ERROR_ALREADY_EXISTS}});
     EXPECT_EQ(failureOf("c:/a"), "couldn't create directory \"c:/a\": Denied");
     EXPECT_EQ(toldError(), DWORD{ERROR_ALREADY_EXISTS});
 }
 
 TEST_F(SystemMakePathRaceTest, AnotherErrorIsAFailureAtOnce) {
-    expect({{"c:/a", NOTHING}}, {{"c:/a", ERROR_WRITE_PROTECT}});
+    expect({{"c:/a", nothing}}, {{"c:/a", ERROR_WRITE_PROTECT}});
     EXPECT_EQ(failureOf("c:/a"), "couldn't create directory \"c:/a\": Denied");
     EXPECT_EQ(toldError(), DWORD{ERROR_WRITE_PROTECT});
 }
 
 TEST_F(SystemMakePathRaceTest, AFileAmongTheParentsThatTheSystemNamesIsAFailure) {
-    expect({{"c:/f/d", NOTHING}}, {{"c:/f/d", ERROR_DIRECTORY}});
+    expect({{"c:/f/d", nothing}}, {{"c:/f/d", ERROR_DIRECTORY}});
     EXPECT_EQ(failureOf("c:/f/d"), "couldn't create directory \"c:/f/d\": Denied");
     EXPECT_EQ(toldError(), DWORD{ERROR_DIRECTORY});
 }
 
 TEST_F(SystemMakePathRaceTest, BothErrorsOfAMissingParentLeadToIt) {
     for (const DWORD error : {ERROR_FILE_NOT_FOUND, ERROR_PATH_NOT_FOUND}) {
-        expect({{"c:/a/b", NOTHING}, {"c:/a", NOTHING}},
+        expect({{"c:/a/b", nothing}, {"c:/a", nothing}},
                {{"c:/a/b", error}, {"c:/a", ERROR_SUCCESS}, {"c:/a/b", ERROR_SUCCESS}});
         EXPECT_EQ(makePath("c:/a/b"), "c:/a");
     }
 }
 
 TEST_F(SystemMakePathRaceTest, BehindAParentAnotherProcessMayBeFaster) {
-    expect({{"c:/a/b", NOTHING}, {"c:/a", NOTHING}, {"c:/a/b", A_DIRECTORY}},
+    expect({{"c:/a/b", nothing}, {"c:/a", nothing}, {"c:/a/b", aDirectory}},
            {{"c:/a/b", ERROR_PATH_NOT_FOUND},
             {"c:/a", ERROR_SUCCESS},
             {"c:/a/b", ERROR_ALREADY_EXISTS}});
@@ -225,7 +225,7 @@ TEST_F(SystemMakePathRaceTest, BehindAParentAnotherProcessMayBeFaster) {
 }
 
 TEST_F(SystemMakePathRaceTest, BehindAParentAFileMayAppear) {
-    expect({{"c:/a/b", NOTHING}, {"c:/a", NOTHING}, {"c:/a/b", A_FILE}},
+    expect({{"c:/a/b", nothing}, {"c:/a", nothing}, {"c:/a/b", aFile}},
            {{"c:/a/b", ERROR_PATH_NOT_FOUND},
             {"c:/a", ERROR_SUCCESS},
             {"c:/a/b", ERROR_ALREADY_EXISTS}});
@@ -235,13 +235,13 @@ TEST_F(SystemMakePathRaceTest, BehindAParentAFileMayAppear) {
 }
 
 TEST_F(SystemMakePathRaceTest, BehindAParentAnErrorIsAFailure) {
-    expect({{"c:/a/b", NOTHING}, {"c:/a", NOTHING}, {"c:/a/b", NOTHING}},
+    expect({{"c:/a/b", nothing}, {"c:/a", nothing}, {"c:/a/b", nothing}},
            {{"c:/a/b", ERROR_PATH_NOT_FOUND},
             {"c:/a", ERROR_SUCCESS},
             {"c:/a/b", ERROR_ALREADY_EXISTS}});
     EXPECT_EQ(failureOf("c:/a/b"), "couldn't create directory \"c:/a/b\": Denied");
     EXPECT_EQ(toldError(), DWORD{ERROR_ALREADY_EXISTS});
-    expect({{"c:/a/b", NOTHING}, {"c:/a", NOTHING}}, {{"c:/a/b", ERROR_PATH_NOT_FOUND},
+    expect({{"c:/a/b", nothing}, {"c:/a", nothing}}, {{"c:/a/b", ERROR_PATH_NOT_FOUND},
                                                       {"c:/a", ERROR_SUCCESS},
                                                       {"c:/a/b", ERROR_WRITE_PROTECT}});
     EXPECT_EQ(failureOf("c:/a/b"), "couldn't create directory \"c:/a/b\": Denied");
@@ -249,19 +249,19 @@ TEST_F(SystemMakePathRaceTest, BehindAParentAnErrorIsAFailure) {
 }
 
 TEST_F(SystemMakePathRaceTest, AParentThatAppearsMeanwhileIsNotMade) {
-    expect({{"c:/a/b", NOTHING}, {"c:/a", A_DIRECTORY}},
+    expect({{"c:/a/b", nothing}, {"c:/a", aDirectory}},
            {{"c:/a/b", ERROR_PATH_NOT_FOUND}, {"c:/a/b", ERROR_SUCCESS}});
     EXPECT_EQ(makePath("c:/a/b"), "c:/a/b");
 }
 
 TEST_F(SystemMakePathRaceTest, AParentThatAppearsMeanwhileClearsTheTextUnlessMoreIsMade) {
-    expect({{"c:/a/b", NOTHING}, {"c:/a", A_DIRECTORY}, {"c:/a/b", A_DIRECTORY}},
+    expect({{"c:/a/b", nothing}, {"c:/a", aDirectory}, {"c:/a/b", aDirectory}},
            {{"c:/a/b", ERROR_PATH_NOT_FOUND}, {"c:/a/b", ERROR_ALREADY_EXISTS}});
     EXPECT_EQ(makePath("c:/a/b"), "");
 }
 
 TEST_F(SystemMakePathRaceTest, AParentThatAnotherProcessMakesIsNotTold) {
-    expect({{"c:/a/b", NOTHING}, {"c:/a", NOTHING}, {"c:/a", A_DIRECTORY}},
+    expect({{"c:/a/b", nothing}, {"c:/a", nothing}, {"c:/a", aDirectory}},
            {{"c:/a/b", ERROR_PATH_NOT_FOUND},
             {"c:/a", ERROR_ALREADY_EXISTS},
             {"c:/a/b", ERROR_SUCCESS}});
@@ -269,7 +269,7 @@ TEST_F(SystemMakePathRaceTest, AParentThatAnotherProcessMakesIsNotTold) {
 }
 
 TEST_F(SystemMakePathRaceTest, WhatWasMadeBeforeAFailureIsTold) {
-    expect({{"c:/a/b", NOTHING}, {"c:/a", NOTHING}}, {{"c:/a/b", ERROR_PATH_NOT_FOUND},
+    expect({{"c:/a/b", nothing}, {"c:/a", nothing}}, {{"c:/a/b", ERROR_PATH_NOT_FOUND},
                                                       {"c:/a", ERROR_SUCCESS},
                                                       {"c:/a/b", ERROR_WRITE_PROTECT}});
     std::string created;
@@ -278,27 +278,27 @@ TEST_F(SystemMakePathRaceTest, WhatWasMadeBeforeAFailureIsTold) {
 }
 
 TEST_F(SystemMakePathRaceTest, AParentThatIsAFileMeanwhileIsAFailure) {
-    expect({{"c:/a/b", NOTHING}, {"c:/a", A_FILE}}, {{"c:/a/b", ERROR_PATH_NOT_FOUND}});
+    expect({{"c:/a/b", nothing}, {"c:/a", aFile}}, {{"c:/a/b", ERROR_PATH_NOT_FOUND}});
     EXPECT_EQ(failureOf("c:/a/b"),
               "couldn't create directory \"c:/a\": already exists as simple file");
 }
 
 TEST_F(SystemMakePathRaceTest, AtTheTopNothingIsLeftToMake) {
-    expect({{"a", NOTHING}}, {{"a", ERROR_PATH_NOT_FOUND}});
+    expect({{"a", nothing}}, {{"a", ERROR_PATH_NOT_FOUND}});
     EXPECT_EQ(failureOf("a"), "System::makePath couldn't create directory: \"a\" doesn't exist");
-    expect({{"q:/a", NOTHING}, {"q:", NOTHING}},
+    expect({{"q:/a", nothing}, {"q:", nothing}},
            {{"q:/a", ERROR_PATH_NOT_FOUND}, {"q:", ERROR_PATH_NOT_FOUND}});
     EXPECT_EQ(failureOf("q:/a"),
               "System::makePath couldn't create directory: \"q:\" doesn't exist");
 }
 
 TEST(SystemMakePathLoadTest, TwoProcessesMakeTheSameChainsAtTheSameTime) {
-    constexpr unsigned long COUNT = 200;
+    constexpr unsigned long count = 200;
     const TempFolder folder;
-    FileChild child("chains", {folder.utf8(), std::to_string(COUNT)});
-    EXPECT_TRUE(testing_support::makeChains(folder.utf8(), "parent", "child", COUNT));
+    FileChild child("chains", {folder.utf8(), std::to_string(count)});
+    EXPECT_TRUE(testing_support::makeChains(folder.utf8(), "parent", "child", count));
     EXPECT_TRUE(child.wait());
-    for (unsigned long round = 0; round < COUNT; ++round) {
+    for (unsigned long round = 0; round < count; ++round) {
         EXPECT_TRUE(System::exists(folder.utf8(std::to_string(round) + "/a/b/c"))) << round;
     }
 }

@@ -18,12 +18,12 @@ namespace {
 
 using namespace testing_support;
 
-constexpr DWORD READ_WRITE = GENERIC_READ | GENERIC_WRITE;
+constexpr DWORD readWrite = GENERIC_READ | GENERIC_WRITE;
 
 /// An open file in a folder of its own.
 class OpenFile {
 public:
-    explicit OpenFile(const std::string& content, DWORD access = READ_WRITE)
+    explicit OpenFile(const std::string& content, DWORD access = readWrite)
         : mHandle(CreateFileW(System::unicodePath(mFolder.write("a", content)).c_str(), access,
                               FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0,
                               nullptr)) {

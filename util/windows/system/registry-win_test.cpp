@@ -61,7 +61,7 @@ private:
     HKEY mKey;
 };
 
-constexpr wchar_t PARAMETERS[] = L"SYSTEM\\CurrentControlSet\\Services\\NimbrelAgent\\Parameters";
+constexpr wchar_t parameters[] = L"SYSTEM\\CurrentControlSet\\Services\\NimbrelAgent\\Parameters";
 
 /// Until the scope ends, HKEY_LOCAL_MACHINE of this process is a key of the test, so that the
 /// machine's settings are neither seen nor changed.
@@ -75,15 +75,15 @@ public:
     LocalMachine& operator=(const LocalMachine&) = delete;
 
     void setValue(const wchar_t* name, DWORD type, std::wstring_view text) const {
-        mFolder.add(PARAMETERS);
+        mFolder.add(parameters);
         HKEY key = nullptr;
-        ASSERT_EQ(RegOpenKeyExW(mFolder.get(), PARAMETERS, 0, KEY_ALL_ACCESS, &key), ERROR_SUCCESS);
+        ASSERT_EQ(RegOpenKeyExW(mFolder.get(), parameters, 0, KEY_ALL_ACCESS, &key), ERROR_SUCCESS);
         EXPECT_EQ(RegSetValueExW(key, name, 0, type, reinterpret_cast<const BYTE*>(text.data()),
                                  static_cast<DWORD>(text.size() * sizeof(wchar_t))),
                   ERROR_SUCCESS);
         RegCloseKey(key);
     }
-    void addParameters() const { mFolder.add(PARAMETERS); }
+    void addParameters() const { mFolder.add(parameters); }
 
 private:
     RegistryFolder mFolder;
@@ -264,13 +264,13 @@ private:
     ReplacedCall<decltype(RegOpenKeyExW)> mCall{"RegOpenKeyExW", openKey};
 };
 
-constexpr char CLOSED_MESSAGE[] = "System::deleteKey couldn't delete registry key: No access";
+constexpr char closedMessage[] = "System::deleteKey couldn't delete registry key: No access";
 
 TEST(SystemDeleteKeyTest, AKeyThatCannotBeOpenedIsAFailureWithTheWordsOfItsError) {
     const ClosedKey key(L"a");
     std::string message;
     key.fail(&message);
-    EXPECT_EQ(message, CLOSED_MESSAGE);
+    EXPECT_EQ(message, closedMessage);
     EXPECT_EQ(key.toldError(), DWORD{ERROR_ACCESS_DENIED});
     EXPECT_TRUE(key.has(L"a\\b\\c\\d"));
 }
@@ -279,7 +279,7 @@ TEST(SystemDeleteKeyTest, AFailureBelowEndsItAndItsMessageIsTheOne) {
     const ClosedKey key(L"c");
     std::string message;
     key.fail(&message);
-    EXPECT_EQ(message, CLOSED_MESSAGE);
+    EXPECT_EQ(message, closedMessage);
     EXPECT_TRUE(key.has(L"a\\b\\c\\d"));
     EXPECT_TRUE(key.has(L"a\\e\\f")) << "behind the failed one";
 }

@@ -19,7 +19,7 @@ namespace {
 
 using namespace testing_support;
 
-constexpr wchar_t PATTERN[] = L"\\\\?\\c:\\t\\*";
+constexpr wchar_t listingPattern[] = L"\\\\?\\c:\\t\\*";
 
 struct Listed {
     std::wstring name;
@@ -46,7 +46,7 @@ BOOL answer(LPWIN32_FIND_DATAW entry) {
 }
 HANDLE WINAPI findFirst(LPCWSTR pattern, LPWIN32_FIND_DATAW entry) {
     gCalls.push_back(std::wstring(L"find ") + pattern);
-    if (gFirstError != ERROR_SUCCESS || std::wstring(pattern) != PATTERN) {
+    if (gFirstError != ERROR_SUCCESS || std::wstring(pattern) != listingPattern) {
         SetLastError(gFirstError != ERROR_SUCCESS ? gFirstError : gInnerError);
         return INVALID_HANDLE_VALUE;
     }
@@ -119,7 +119,7 @@ TEST_F(SystemRemoveTreeListingTest, EachDirectoryIsListedOnceAndNoEntryIsLookedA
     gListing.push_back({L"link", FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT});
     gListing.push_back({L"filelink", FILE_ATTRIBUTE_REPARSE_POINT});
     EXPECT_TRUE(removeTree("c:/t").result);
-    EXPECT_EQ(gCalls, (Calls{std::wstring(L"find ") + PATTERN, L"file \\\\?\\c:\\t\\f",
+    EXPECT_EQ(gCalls, (Calls{std::wstring(L"find ") + listingPattern, L"file \\\\?\\c:\\t\\f",
                              L"find \\\\?\\c:\\t\\d\\*", L"directory \\\\?\\c:\\t\\d",
                              L"directory \\\\?\\c:\\t\\link", L"file \\\\?\\c:\\t\\filelink",
                              L"close", L"directory \\\\?\\c:\\t"}));
@@ -142,7 +142,7 @@ TEST_F(SystemRemoveTreeListingTest, ADenialOfAccessClearsTheReadOnlyAttributeFor
     EXPECT_EQ(removal.message,
               "System::removeTree couldn't delete file\"\\\\?\\c:\\t\\f\": It can't be");
     EXPECT_EQ(toldError(), DWORD{ERROR_SHARING_VIOLATION}) << "that of the last attempt";
-    EXPECT_EQ(gCalls, (Calls{std::wstring(L"find ") + PATTERN, L"file \\\\?\\c:\\t\\f",
+    EXPECT_EQ(gCalls, (Calls{std::wstring(L"find ") + listingPattern, L"file \\\\?\\c:\\t\\f",
                              L"2 \\\\?\\c:\\t\\f", L"file \\\\?\\c:\\t\\f", L"close"}));
 }
 
@@ -152,7 +152,8 @@ TEST_F(SystemRemoveTreeListingTest, AnyOtherRefusalLeavesTheAttributesAlone) {
     gRefusal = ERROR_SHARING_VIOLATION;
     EXPECT_FALSE(removeTree("c:/t", /*keepRoot=*/true).result);
     EXPECT_EQ(toldError(), DWORD{ERROR_SHARING_VIOLATION});
-    EXPECT_EQ(gCalls, (Calls{std::wstring(L"find ") + PATTERN, L"file \\\\?\\c:\\t\\f", L"close"}));
+    EXPECT_EQ(gCalls,
+              (Calls{std::wstring(L"find ") + listingPattern, L"file \\\\?\\c:\\t\\f", L"close"}));
 }
 
 TEST_F(SystemRemoveTreeListingTest, AfterAFailureFilesGoOnBeingDeletedAndDirectoriesDoNot) {
@@ -165,7 +166,7 @@ TEST_F(SystemRemoveTreeListingTest, AfterAFailureFilesGoOnBeingDeletedAndDirecto
     EXPECT_FALSE(removal.result);
     EXPECT_EQ(removal.message,
               "System::removeTree couldn't delete directory \"\\\\?\\c:\\t\\d1\": It can't be");
-    EXPECT_EQ(gCalls, (Calls{std::wstring(L"find ") + PATTERN, L"find \\\\?\\c:\\t\\d1\\*",
+    EXPECT_EQ(gCalls, (Calls{std::wstring(L"find ") + listingPattern, L"find \\\\?\\c:\\t\\d1\\*",
                              L"directory \\\\?\\c:\\t\\d1", L"file \\\\?\\c:\\t\\f1",
                              L"file \\\\?\\c:\\t\\f2", L"close", L"directory \\\\?\\c:\\t"}));
 }
@@ -175,8 +176,9 @@ TEST_F(SystemRemoveTreeListingTest, NothingBehindALinkThatCannotBeRemovedIsDelet
     gListing.push_back({L"f", FILE_ATTRIBUTE_NORMAL});
     gRefused = {L"directory \\\\?\\c:\\t\\link"};
     EXPECT_FALSE(removeTree("c:/t").result);
-    EXPECT_EQ(gCalls, (Calls{std::wstring(L"find ") + PATTERN, L"directory \\\\?\\c:\\t\\link",
-                             L"close", L"directory \\\\?\\c:\\t"}));
+    EXPECT_EQ(gCalls,
+              (Calls{std::wstring(L"find ") + listingPattern, L"directory \\\\?\\c:\\t\\link",
+                     L"close", L"directory \\\\?\\c:\\t"}));
 }
 
 TEST_F(SystemRemoveTreeListingTest, AListingThatCannotBeginIsToldWithItsPattern) {
@@ -210,7 +212,7 @@ TEST_F(SystemRemoveTreeListingTest, ASubdirectoryThatIsGoneMeanwhileIsNoFailure)
     const Removal removal = removeTree("c:/t");
     EXPECT_TRUE(removal.result);
     EXPECT_EQ(removal.message, "");
-    EXPECT_EQ(gCalls, (Calls{std::wstring(L"find ") + PATTERN, L"find \\\\?\\c:\\t\\d\\*",
+    EXPECT_EQ(gCalls, (Calls{std::wstring(L"find ") + listingPattern, L"find \\\\?\\c:\\t\\d\\*",
                              L"find \\\\?\\c:\\t\\d2\\*", L"file \\\\?\\c:\\t\\f", L"close",
                              L"directory \\\\?\\c:\\t"}));
 }
@@ -226,7 +228,7 @@ TEST_F(SystemRemoveTreeListingTest, ASubdirectoryThatCannotBeListedIsToldWithIts
         removal.message,
         "System::removeTree got error from FindFirstFileW(\"\\\\?\\c:\\t\\d1\\*\"): It can't be");
     EXPECT_EQ(toldError(), DWORD{ERROR_ACCESS_DENIED});
-    EXPECT_EQ(gCalls, (Calls{std::wstring(L"find ") + PATTERN, L"find \\\\?\\c:\\t\\d1\\*",
+    EXPECT_EQ(gCalls, (Calls{std::wstring(L"find ") + listingPattern, L"find \\\\?\\c:\\t\\d1\\*",
                              L"directory \\\\?\\c:\\t\\d1", L"file \\\\?\\c:\\t\\f", L"close",
                              L"directory \\\\?\\c:\\t"}));
 }

@@ -73,11 +73,11 @@ protected:
     std::string mMessage;
 };
 
-constexpr DWORD PENDING = ERROR_ACCESS_DENIED;
+constexpr DWORD pending = ERROR_ACCESS_DENIED;
 
 TEST_F(SystemRemoveTreeWaitTest, ADirectoryThatStaysPendingIsWaitedForEightTimes) {
     const size_t before = handleCount();
-    EXPECT_EQ(waitsFor({PENDING}), (std::vector<DWORD>{10, 20, 40, 80, 160, 320, 640, 1280}));
+    EXPECT_EQ(waitsFor({pending}), (std::vector<DWORD>{10, 20, 40, 80, 160, 320, 640, 1280}));
     EXPECT_EQ(gName, System::unicodePath(rootPath()));
     EXPECT_EQ(mMessage, "System::removeTree can't immediately remove tree \"" + rootPath());
     EXPECT_EQ(handleCount(), before);
@@ -85,10 +85,10 @@ TEST_F(SystemRemoveTreeWaitTest, ADirectoryThatStaysPendingIsWaitedForEightTimes
 
 TEST_F(SystemRemoveTreeWaitTest, TheWarningComesWithTheSixthSleepInPlaceOfAnyText) {
     mMessage = "an earlier text";
-    EXPECT_EQ(waitsFor({PENDING, PENDING, PENDING, PENDING, PENDING, ERROR_FILE_NOT_FOUND}).size(),
+    EXPECT_EQ(waitsFor({pending, pending, pending, pending, pending, ERROR_FILE_NOT_FOUND}).size(),
               5U);
     EXPECT_EQ(mMessage, "an earlier text");
-    EXPECT_EQ(waitsFor({PENDING, PENDING, PENDING, PENDING, PENDING, PENDING, ERROR_FILE_NOT_FOUND})
+    EXPECT_EQ(waitsFor({pending, pending, pending, pending, pending, pending, ERROR_FILE_NOT_FOUND})
                   .size(),
               6U);
     EXPECT_EQ(mMessage, "System::removeTree can't immediately remove tree \"" + rootPath());
@@ -97,21 +97,21 @@ TEST_F(SystemRemoveTreeWaitTest, TheWarningComesWithTheSixthSleepInPlaceOfAnyTex
 TEST_F(SystemRemoveTreeWaitTest, AnyOtherErrorSaysThatItIsGone) {
     for (const DWORD error : {ERROR_FILE_NOT_FOUND, ERROR_SHARING_VIOLATION}) {
         EXPECT_EQ(waitsFor({error}), std::vector<DWORD>());
-        EXPECT_EQ(waitsFor({PENDING, PENDING, error}), (std::vector<DWORD>{10, 20}));
+        EXPECT_EQ(waitsFor({pending, pending, error}), (std::vector<DWORD>{10, 20}));
     }
     EXPECT_EQ(mMessage, "");
 }
 
 TEST_F(SystemRemoveTreeWaitTest, WhatOpensIsAnotherDirectoryAndIsClosed) {
     const size_t before = handleCount();
-    EXPECT_EQ(waitsFor({PENDING, ERROR_SUCCESS}), std::vector<DWORD>{10});
+    EXPECT_EQ(waitsFor({pending, ERROR_SUCCESS}), std::vector<DWORD>{10});
     EXPECT_EQ(handleCount(), before);
 }
 
 TEST_F(SystemRemoveTreeWaitTest, OnlyARemovedDirectoryIsWaitedForAndOnlyOnDemand) {
-    waitsFor({PENDING}, /*keepRoot=*/true);
+    waitsFor({pending}, /*keepRoot=*/true);
     EXPECT_EQ(gAttempts, 0U);
-    waitsFor({PENDING}, /*keepRoot=*/false, /*waitUntilGone=*/false);
+    waitsFor({pending}, /*keepRoot=*/false, /*waitUntilGone=*/false);
     EXPECT_EQ(gAttempts, 0U);
 }
 
@@ -130,7 +130,7 @@ TEST_F(SystemRemoveTreeWaitTest, AfterAFailureNothingIsWaitedFor) {
 TEST_F(SystemRemoveTreeWaitTest, OnlyTheOutermostDirectoryIsWaitedFor) {
     ASSERT_TRUE(System::makeDirectory(rootPath(), 0));
     ASSERT_TRUE(System::makeDirectory(rootPath() + "/below", 0));
-    EXPECT_EQ(waitsFor({PENDING, ERROR_FILE_NOT_FOUND}), std::vector<DWORD>{10});
+    EXPECT_EQ(waitsFor({pending, ERROR_FILE_NOT_FOUND}), std::vector<DWORD>{10});
     EXPECT_EQ(gAttempts, 2U);
     EXPECT_EQ(gName, System::unicodePath(rootPath()));
 }

@@ -194,10 +194,10 @@ TEST(MakeUniqueDirectoryTest, AnyOtherFailureEndsItAndStaysInGetLastError) {
 }
 
 TEST(MakeUniqueDirectoryTest, TwoProcessesAtOnceNeverGetTheSameName) {
-    constexpr size_t COUNT = 100;
+    constexpr size_t nameCount = 100;
     const TempFolder folder;
-    FileChild child("unique", {folder.utf8("d"), std::to_string(COUNT)});
-    for (size_t i = 0; i < COUNT; ++i) {
+    FileChild child("unique", {folder.utf8("d"), std::to_string(nameCount)});
+    for (size_t i = 0; i < nameCount; ++i) {
         const std::string path = makeUniqueDirectory(folder.utf8("d"));
         ASSERT_NE(path, "");
         // The child marks its own directories.
@@ -214,13 +214,13 @@ TEST(MakeUniqueDirectoryTest, TwoProcessesAtOnceNeverGetTheSameName) {
         ours += isOurs ? 1 : 0;
         childs += isChilds ? 1 : 0;
     }
-    EXPECT_EQ(ours, COUNT);
-    EXPECT_EQ(childs, COUNT);
+    EXPECT_EQ(ours, nameCount);
+    EXPECT_EQ(childs, nameCount);
 }
 
 // Further tries. The first one fails with 1001, the second with 1002 and so on; then one succeeds.
 
-constexpr DWORD FIRST_FAILURE = 1001;
+constexpr DWORD firstFailure = 1001;
 
 int gTries = 0;
 int gFailures = 0;
@@ -233,7 +233,7 @@ BOOL tryOnce() {
         SetLastError(1);
         return TRUE;
     }
-    SetLastError(FIRST_FAILURE - 1 + static_cast<DWORD>(gTries));
+    SetLastError(firstFailure - 1 + static_cast<DWORD>(gTries));
     return FALSE;
 }
 
@@ -269,11 +269,11 @@ private:
 };
 
 using Retrying = bool (*)();
-const Retrying OPERATIONS[] = {[] { return renameRetrying("c:/a", "c:/b"); },
+const Retrying operations[] = {[] { return renameRetrying("c:/a", "c:/b"); },
                                [] { return removeRetrying("c:/a", false); }};
 
 TEST_F(RetryingTest, SuccessAtOnceTakesNoPause) {
-    for (const Retrying operation : OPERATIONS) {
+    for (const Retrying operation : operations) {
         failTimes(0);
         EXPECT_TRUE(operation());
         EXPECT_EQ(gTries, 1);
@@ -282,32 +282,32 @@ TEST_F(RetryingTest, SuccessAtOnceTakesNoPause) {
 }
 
 TEST_F(RetryingTest, EachFailureIsFollowedByATenthOfASecondAndAnotherTry) {
-    for (const Retrying operation : OPERATIONS) {
+    for (const Retrying operation : operations) {
         failTimes(3);
         EXPECT_TRUE(operation());
         EXPECT_EQ(gTries, 4);
         EXPECT_EQ(gPauses, (std::vector<DWORD>{100, 100, 100}));
         EXPECT_EQ(gAlertable, (std::vector<BOOL>{FALSE, FALSE, FALSE}));
-        EXPECT_EQ(GetLastError(), FIRST_FAILURE);
+        EXPECT_EQ(GetLastError(), firstFailure);
     }
 }
 
 TEST_F(RetryingTest, TheLastOf600TriesMaySucceed) {
-    for (const Retrying operation : OPERATIONS) {
+    for (const Retrying operation : operations) {
         failTimes(599);
         EXPECT_TRUE(operation());
         EXPECT_EQ(gTries, 600);
-        EXPECT_EQ(GetLastError(), FIRST_FAILURE);
+        EXPECT_EQ(GetLastError(), firstFailure);
     }
 }
 
 TEST_F(RetryingTest, After600TriesTheFailureIsThatOfTheFirst) {
-    for (const Retrying operation : OPERATIONS) {
+    for (const Retrying operation : operations) {
         failTimes(1000);
         EXPECT_FALSE(operation());
         EXPECT_EQ(gTries, 600);
         EXPECT_EQ(gPauses, std::vector<DWORD>(599, 100));
-        EXPECT_EQ(GetLastError(), FIRST_FAILURE);
+        EXPECT_EQ(GetLastError(), firstFailure);
     }
 }
 

@@ -130,25 +130,25 @@ TEST(ReadFileTest, ALargeFileTakesOneAllocationMoreThanAnEmptyOne) {
         EXPECT_EQ(text.size(), size);
         return after - before;
     };
-    constexpr size_t SIZE = 256 << 20;
+    constexpr size_t fileSize = 256 << 20;
     const std::string empty = folder.write("empty", "");
-    const std::string large = writeZeros(folder, "large", SIZE);
+    const std::string large = writeZeros(folder, "large", fileSize);
     allocations(empty, 0);
-    EXPECT_EQ(allocations(large, SIZE), allocations(empty, 0) + 1);
+    EXPECT_EQ(allocations(large, fileSize), allocations(empty, 0) + 1);
 }
 
 TEST(ReadFileTest, SoakAFileOfMoreThanOneCallReadsIsReadWhole) {
-    constexpr size_t SIZE = (size_t{1} << 32) + 10;
+    constexpr size_t fileSize = (size_t{1} << 32) + 10;
     MEMORYSTATUSEX memory = {};
     memory.dwLength = sizeof memory;
-    if (!GlobalMemoryStatusEx(&memory) || memory.ullAvailPhys < 2 * SIZE) {
+    if (!GlobalMemoryStatusEx(&memory) || memory.ullAvailPhys < 2 * fileSize) {
         GTEST_SKIP() << "not enough memory";
     }
     const TempFolder folder;
-    const std::string path = writeZeros(folder, "file", SIZE);
+    const std::string path = writeZeros(folder, "file", fileSize);
     std::string text;
     EXPECT_EQ(readFile(path, text), fileIsRead);
-    EXPECT_EQ(text.size(), SIZE);
+    EXPECT_EQ(text.size(), fileSize);
     EXPECT_TRUE(text.back() == '\0');
 }
 

@@ -43,9 +43,9 @@ TEST(Benchmark, SystemCopy) {
         };
         // Ours flushes, which takes most of the time for a small file and depends only on the disk.
         // It also maps the file, which takes the same time for any size.
-        constexpr double MAPPING = 30'000;
+        constexpr double mapping = 30'000;
         comparePrepared(
-            {row.operation, "std::filesystem::copy_file, flush", 1.0, row.rounds, MAPPING},
+            {row.operation, "std::filesystem::copy_file, flush", 1.0, row.rounds, mapping},
             removeCopy, copy, [&] { copyAndFlush(from, to); });
         if (row.bytes > 1U << 20U) {
             comparePrepared({row.operation, "std::filesystem::copy_file", 1.0, row.rounds},
@@ -56,19 +56,19 @@ TEST(Benchmark, SystemCopy) {
 
 /// Makes 200 folders with 25 files each: 20 folders, with nine further ones in each.
 void makeTree(const fs::path& root) {
-    constexpr int OUTER = 20;
-    constexpr int INNER = 9;
-    constexpr int FILES = 25;
+    constexpr int outerFolders = 20;
+    constexpr int innerFolders = 9;
+    constexpr int fileCount = 25;
     const auto fill = [](const fs::path& folder) {
         fs::create_directories(folder);
-        for (int i = 0; i < FILES; ++i) {
+        for (int i = 0; i < fileCount; ++i) {
             std::ofstream(folder / (std::to_string(i) + ".cpp"));
         }
     };
-    for (int outer = 0; outer < OUTER; ++outer) {
+    for (int outer = 0; outer < outerFolders; ++outer) {
         const fs::path folder = root / std::to_string(outer);
         fill(folder);
-        for (int inner = 0; inner < INNER; ++inner) {
+        for (int inner = 0; inner < innerFolders; ++inner) {
             fill(folder / std::to_string(100 + inner));
         }
     }
