@@ -23,9 +23,6 @@
 
 namespace {
 
-/// The length of a drive at the beginning of a path.
-constexpr size_t driveLength = 2;
-
 std::string_view driveOf(std::string_view path) { return path.substr(0, driveLength); }
 
 /// Like `==`, but without a function call for two drives.

@@ -65,7 +65,7 @@ TEST(ChildInfoTest, TheSizeIsThatOfTheWholeRecord) {
 }
 
 TEST(ChildInfoTest, TheIntroIsOneWord) {
-    for (const uint32_t intro : {0U, introWord + 1, introWord ^ 0x80000000U}) {
+    for (const uint32_t intro : {0U, recordIntro + 1, recordIntro ^ 0x80000000U}) {
         ChildRecord newer = newerRecord(29, someMagic);
         putWord(newer, 20, intro);
         EXPECT_EQ(child_info_magic(newer), NONE) << intro;

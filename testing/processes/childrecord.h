@@ -9,7 +9,7 @@ namespace testing_support {
 /// What a Cygwin process passes to its child.
 using ChildRecord = std::vector<unsigned char>;
 
-inline constexpr uint32_t intro = 0xaf00fa00;
+inline constexpr uint32_t recordIntro = 0xaf00fa00;
 /// CHILD_INFO_MAGIC of the known releases.
 inline constexpr uint32_t knownMagics[] = {0xe850717a, 0x7901d74e, 0x3ebda16a, 0x3a24db6a,
                                            0x704d1f7e, 0x110015ea, 0x1630848c, 0x0a189e57,
@@ -29,7 +29,7 @@ inline ChildRecord newerRecord(size_t size, uint32_t magic) {
         putWord(record, offset, 0);
     }
     putWord(record, 16, static_cast<uint32_t>(size));
-    putWord(record, 20, intro);
+    putWord(record, 20, recordIntro);
     putWord(record, 24, magic);
     return record;
 }
@@ -38,7 +38,7 @@ inline ChildRecord newerRecord(size_t size, uint32_t magic) {
 inline ChildRecord olderRecord(size_t size, uint32_t magic) {
     ChildRecord record(size, 0xCC);
     putWord(record, 4, static_cast<uint32_t>(size));
-    putWord(record, 8, intro);
+    putWord(record, 8, recordIntro);
     putWord(record, 12, magic);
     return record;
 }

@@ -86,13 +86,13 @@ int throwExit(vrpsx::raw::system*, int code) {
 
 int gSwitches = 0;
 
-BOOL winapi countSwitch() {
+BOOL WINAPI countSwitch() {
     ++gSwitches;
     return FALSE;
 }
 
 TEST(ExitWithSignalTest, ItRaises32TimesAndExitsWithoutTheHeap) {
-    const testing_support::ReplacedCall<BOOL winapi()> call("SwitchToThread", &countSwitch);
+    const testing_support::ReplacedCall<BOOL WINAPI()> call("SwitchToThread", &countSwitch);
     gSwitches = 0;
     PosixProvider provider;
     provider.setClock(POSIXPROVIDER_LEAPING_CLOCK);
@@ -190,7 +190,7 @@ TEST(ExitWithSignalTest, TheSignalGetsItsDefaultDispositionAndIsUnblocked) {
 
 ChildRecord gRecord;
 
-void winapi tellRecord(STARTUPINFOA* info) {
+void WINAPI tellRecord(STARTUPINFOA* info) {
     *info = {};
     info->lpReserved2 = gRecord.data();
     info->cbReserved2 = static_cast<WORD>(gRecord.size());
@@ -201,7 +201,7 @@ TEST(InvokedFromCygwinTest, TheFirstAnswerStaysAndADescriptionLooksAnew) {
     const connector c(embeddingOf(provider));
     EXPECT_FALSE(cygwin::invoked_from_cygwin());
     gRecord = newerRecord(29, knownMagic);
-    const testing_support::ReplacedCall<void winapi(STARTUPINFOA*)> call("GetStartupInfoA",
+    const testing_support::ReplacedCall<void WINAPI(STARTUPINFOA*)> call("GetStartupInfoA",
                                                                          &tellRecord);
     EXPECT_EQ(c.describe(), "version 1.7.35.\nInvoked from a cygwin process.");
     EXPECT_FALSE(cygwin::invoked_from_cygwin());

@@ -88,7 +88,7 @@ TEST_F(SecurityPrintingTest, TheTextOfASidIsAskedForBehindTheLookupAndItsFailure
     lookups = 0;
     lookupsBefore = -1;
     mLookup.onCall([] { ++lookups; });
-    const ReplacedCall<BOOL winapi(PSID, LPWSTR*)> noText("ConvertSidToStringSidW",
+    const ReplacedCall<BOOL WINAPI(PSID, LPWSTR*)> noText("ConvertSidToStringSidW",
                                                           [](PSID, LPWSTR*) -> BOOL {
                                                               lookupsBefore = lookups;
                                                               SetLastError(ERROR_NOT_ENOUGH_MEMORY);
