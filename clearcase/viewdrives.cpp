@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr std::string_view PROVIDER = "ClearCase Dynamic Views";
+constexpr std::string_view viewProvider = "ClearCase Dynamic Views";
 constexpr std::string_view mvfsServer = "\\\\view";
 constexpr size_t viewTagOffset = mvfsServer.size() + 1;
 
@@ -33,7 +33,7 @@ bool DriveLetters::isKey(std::string_view drive,
 
 void takeConnection(const char* localName, const char* remoteName, const char* provider,
                     std::string& mvfsRoot, std::map<std::string, std::string>& viewDrives) {
-    if (textOf(provider) != PROVIDER) {
+    if (textOf(provider) != viewProvider) {
         return;
     }
     std::string drive = textOf(localName);

@@ -13,12 +13,12 @@ using cygwin::child_info_magic;
 using namespace testing_support;
 
 constexpr uint32_t someMagic = 0x12345678;
-constexpr std::optional<uint32_t> NONE;
+constexpr std::optional<uint32_t> noMagic;
 
 TEST(ChildInfoTest, ARecordOfTheNewerLayoutHas29BytesAtLeast) {
     EXPECT_EQ(child_info_magic(newerRecord(29, someMagic)), someMagic);
     EXPECT_EQ(child_info_magic(newerRecord(1000, someMagic)), someMagic);
-    EXPECT_EQ(child_info_magic(newerRecord(28, someMagic)), NONE);
+    EXPECT_EQ(child_info_magic(newerRecord(28, someMagic)), noMagic);
 }
 
 TEST(ChildInfoTest, ARecordOfTheOlderLayoutHas17BytesAtLeast) {
@@ -26,24 +26,24 @@ TEST(ChildInfoTest, ARecordOfTheOlderLayoutHas17BytesAtLeast) {
     EXPECT_EQ(child_info_magic(olderRecord(28, someMagic)), someMagic);
     EXPECT_EQ(child_info_magic(olderRecord(29, someMagic)), someMagic) << "it fails the newer one";
     EXPECT_EQ(child_info_magic(olderRecord(1000, someMagic)), someMagic);
-    EXPECT_EQ(child_info_magic(olderRecord(16, someMagic)), NONE);
+    EXPECT_EQ(child_info_magic(olderRecord(16, someMagic)), noMagic);
 }
 
 TEST(ChildInfoTest, FewerBytesAreNoRecord) {
     const ChildRecord older = olderRecord(17, someMagic);
     const ChildRecord newer = newerRecord(29, someMagic);
     for (size_t size = 0; size < newer.size(); ++size) {
-        EXPECT_EQ(child_info_magic({newer.data(), size}), NONE) << size;
-        EXPECT_EQ(child_info_magic({older.data(), std::min(size, older.size() - 1)}), NONE) << size;
+        EXPECT_EQ(child_info_magic({newer.data(), size}), noMagic) << size;
+        EXPECT_EQ(child_info_magic({older.data(), std::min(size, older.size() - 1)}), noMagic) << size;
     }
-    EXPECT_EQ(child_info_magic({}), NONE);
+    EXPECT_EQ(child_info_magic({}), noMagic);
 }
 
 TEST(ChildInfoTest, EachOfTheSixteenBytesInFrontOfTheNewerOneIsZero) {
     for (size_t i = 0; i < 16; ++i) {
         ChildRecord record = newerRecord(29, someMagic);
         record[i] = 1;
-        EXPECT_EQ(child_info_magic(record), NONE) << i;
+        EXPECT_EQ(child_info_magic(record), noMagic) << i;
     }
 }
 
@@ -57,10 +57,10 @@ TEST(ChildInfoTest, TheSizeIsThatOfTheWholeRecord) {
     for (const uint32_t size : {0U, 28U, 30U, 0x11dU, 0xffffffffU}) {
         ChildRecord newer = newerRecord(29, someMagic);
         putWord(newer, 16, size);
-        EXPECT_EQ(child_info_magic(newer), NONE) << size;
+        EXPECT_EQ(child_info_magic(newer), noMagic) << size;
         ChildRecord older = olderRecord(29, someMagic);
         putWord(older, 4, size);
-        EXPECT_EQ(child_info_magic(older), NONE) << size;
+        EXPECT_EQ(child_info_magic(older), noMagic) << size;
     }
 }
 
@@ -68,10 +68,10 @@ TEST(ChildInfoTest, TheIntroIsOneWord) {
     for (const uint32_t intro : {0U, recordIntro + 1, recordIntro ^ 0x80000000U}) {
         ChildRecord newer = newerRecord(29, someMagic);
         putWord(newer, 20, intro);
-        EXPECT_EQ(child_info_magic(newer), NONE) << intro;
+        EXPECT_EQ(child_info_magic(newer), noMagic) << intro;
         ChildRecord older = olderRecord(29, someMagic);
         putWord(older, 8, intro);
-        EXPECT_EQ(child_info_magic(older), NONE) << intro;
+        EXPECT_EQ(child_info_magic(older), noMagic) << intro;
     }
 }
 

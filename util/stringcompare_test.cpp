@@ -11,7 +11,7 @@ namespace {
 
 using namespace std::string_literals;
 
-const StringSpan NULL_SPAN;
+const StringSpan nullSpan;
 const StringSpan empty("");
 
 StringSpan nullOfLength(size_t length) { return {nullptr, length}; }
@@ -41,14 +41,14 @@ TEST(EqualsNoCaseTest, ANulInBothTextsEndsTheComparison) {
 }
 
 TEST(EqualsNoCaseTest, TwoNullsOfOneLengthAreEqual) {
-    EXPECT_TRUE(equalsNoCase(NULL_SPAN, NULL_SPAN));
+    EXPECT_TRUE(equalsNoCase(nullSpan, nullSpan));
     EXPECT_TRUE(equalsNoCase(nullOfLength(3), nullOfLength(3)));
-    EXPECT_FALSE(equalsNoCase(nullOfLength(3), NULL_SPAN));
+    EXPECT_FALSE(equalsNoCase(nullOfLength(3), nullSpan));
 }
 
 TEST(EqualsNoCaseTest, OneNullIsUnequalAlsoToAnEmptyText) {
-    EXPECT_FALSE(equalsNoCase(NULL_SPAN, empty));
-    EXPECT_FALSE(equalsNoCase(empty, NULL_SPAN));
+    EXPECT_FALSE(equalsNoCase(nullSpan, empty));
+    EXPECT_FALSE(equalsNoCase(empty, nullSpan));
     EXPECT_FALSE(equalsNoCase(nullOfLength(1), "a"));
 }
 
@@ -74,22 +74,22 @@ TEST(LessNoCaseTest, AProperPrefixSortsFirst) {
 }
 
 TEST(LessNoCaseTest, ANullIsLessThanATextThatIsNot) {
-    EXPECT_TRUE(lessNoCase(NULL_SPAN, empty));
-    EXPECT_TRUE(lessNoCase(NULL_SPAN, "a"));
+    EXPECT_TRUE(lessNoCase(nullSpan, empty));
+    EXPECT_TRUE(lessNoCase(nullSpan, "a"));
     EXPECT_TRUE(lessNoCase(nullOfLength(5), "a"));
     EXPECT_TRUE(lessNoCase(nullOfLength(1), "a"));
 }
 
 TEST(LessNoCaseTest, ATextIsNeverLessThanANull) {
-    EXPECT_FALSE(lessNoCase(empty, NULL_SPAN));
-    EXPECT_FALSE(lessNoCase("a", NULL_SPAN));
+    EXPECT_FALSE(lessNoCase(empty, nullSpan));
+    EXPECT_FALSE(lessNoCase("a", nullSpan));
     EXPECT_FALSE(lessNoCase("a", nullOfLength(5)));
 }
 
 TEST(LessNoCaseTest, OfTwoNullsTheShorterIsLess) {
-    EXPECT_TRUE(lessNoCase(NULL_SPAN, nullOfLength(5)));
-    EXPECT_FALSE(lessNoCase(nullOfLength(5), NULL_SPAN));
-    EXPECT_FALSE(lessNoCase(NULL_SPAN, NULL_SPAN));
+    EXPECT_TRUE(lessNoCase(nullSpan, nullOfLength(5)));
+    EXPECT_FALSE(lessNoCase(nullOfLength(5), nullSpan));
+    EXPECT_FALSE(lessNoCase(nullSpan, nullSpan));
 }
 
 TEST(EqualsExactTest, ComparesBytesNulIncluded) {
@@ -106,9 +106,9 @@ TEST(EqualsExactTest, TheSamePointerWithTheSameLengthIsEqualWithoutALook) {
 }
 
 TEST(EqualsExactTest, ANullSpanEqualsAnEmptyText) {
-    EXPECT_TRUE(equalsExact(NULL_SPAN, NULL_SPAN));
-    EXPECT_TRUE(equalsExact(NULL_SPAN, empty));
-    EXPECT_TRUE(equalsExact(empty, NULL_SPAN));
+    EXPECT_TRUE(equalsExact(nullSpan, nullSpan));
+    EXPECT_TRUE(equalsExact(nullSpan, empty));
+    EXPECT_TRUE(equalsExact(empty, nullSpan));
 }
 
 TEST(LessExactTest, OrdersByUnsignedBytesNulIncluded) {
@@ -127,9 +127,9 @@ TEST(LessExactTest, AProperPrefixSortsFirst) {
 }
 
 TEST(LessExactTest, ANullSpanIsAnEmptyText) {
-    EXPECT_FALSE(lessExact(NULL_SPAN, empty));
-    EXPECT_FALSE(lessExact(empty, NULL_SPAN));
-    EXPECT_TRUE(lessExact(NULL_SPAN, "a"));
+    EXPECT_FALSE(lessExact(nullSpan, empty));
+    EXPECT_FALSE(lessExact(empty, nullSpan));
+    EXPECT_TRUE(lessExact(nullSpan, "a"));
 }
 
 TEST(WideCompareTest, EqualityIgnoresCaseAndNeedsEqualLengths) {
