@@ -273,7 +273,7 @@ private:
     size_t mTaken = 0;
 };
 
-TEST(ConfigurationTest, LinesInFrontOfAReadThatFailsCount) {
+TEST(ConfigurationTest, LinesBeforeAReadThatFailsCount) {
     FailingStreambuf failing("[vobs]\na=\nb=ro\nc=");
     const Read result = readFrom(failing);
     EXPECT_EQ(vobsOf(result), "a=0\nb=1\n");

@@ -194,10 +194,10 @@ TEST_F(CanonicalizeViewPathTest, WithoutAnMvfsDriveAViewDriveHasNoOtherRoute) {
     mViewDrives["Y:"] = "tag2";
     EXPECT_EQ(canonical("X:\\vob\\a.c", {"Y:\\vob", "M:\\tag1"}), "X:/vob/a.c");
     EXPECT_EQ(routesOf(mCache), (RootCache::Routes{{"Y:", "tag2"}}))
-        << "the view's tag behind nothing";
+        << "the view's tag after nothing";
 }
 
-TEST_F(CanonicalizeViewPathTest, ARestThatIsAbsoluteByItselfStandsAlone) {
+TEST_F(CanonicalizeViewPathTest, ARestThatIsAbsoluteByItselfIsAlone) {
     EXPECT_EQ(canonical("X:\\b:c\\d", {"M:\\tag1\\vob"}), "b:\\c\\d");
 }
 

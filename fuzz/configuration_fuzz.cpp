@@ -29,14 +29,14 @@ struct Content {
 
 struct Cut {
     std::string before;
-    std::string behind;
+    std::string after;
 };
 
 // Cuts at the first `c`. If there is none, `before` is the whole text.
 bool cutAt(char c, const std::string& text, Cut& result) {
     const size_t at = text.find(c);
     result.before = text.substr(0, at);
-    result.behind = at == std::string::npos ? "" : text.substr(at + 1);
+    result.after = at == std::string::npos ? "" : text.substr(at + 1);
     return at != std::string::npos;
 }
 
@@ -47,7 +47,7 @@ void expectVob(const std::string& line, Content& content) {
         return;
     }
     std::set<std::string> flags;
-    boost::split(flags, vob.behind, boost::is_any_of(",; "));
+    boost::split(flags, vob.after, boost::is_any_of(",; "));
     content.configuration.vobs.push_back(
         {vob.before, flags.count("ro") != 0 ? vobReadOnly : vobWritable});
 }
@@ -60,10 +60,10 @@ void expectElement(const std::string& line, const std::string& prefix, Content& 
     }
     ElementRecord record;
     Cut typed;
-    if (cutAt('*', element.behind, typed)) {
-        const auto type = elementTypeMap.find(typed.behind);
+    if (cutAt('*', element.after, typed)) {
+        const auto type = elementTypeMap.find(typed.after);
         if (type == elementTypeMap.end()) {
-            content.errors += "Invalid attr '" + typed.behind + "' for " + element.before + "\n";
+            content.errors += "Invalid attr '" + typed.after + "' for " + element.before + "\n";
         } else {
             record.type = type->second;
         }

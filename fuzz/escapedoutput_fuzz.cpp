@@ -64,7 +64,7 @@ private:
 };
 
 /// Returns the column after a text that was written from a column on.
-int columnBehind(int column, const std::string& written) {
+int columnAfter(int column, const std::string& written) {
     const size_t lineFeed = written.rfind('\n');
     return lineFeed == none ? column + static_cast<int>(written.size())
                             : static_cast<int>(written.size() - lineFeed - 1);
@@ -101,7 +101,7 @@ public:
 
     std::string text;
 
-    int column() const { return columnBehind(mLayout.column, text); }
+    int column() const { return columnAfter(mLayout.column, text); }
     bool needSpace() const { return mLayout.needSpace; }
 
     void dump(const std::string& bytes) {
@@ -117,8 +117,8 @@ public:
         text += '"';
         for (size_t i = 0; i < bytes.size(); ++i) {
             const std::string escape = escapeOf(bytes[i]);
-            const bool isBehindLineFeed = i != 0 && bytes[i - 1] == '\n';
-            if (isBehindLineFeed || room() < static_cast<int>(escape.size()) + 1) {
+            const bool isAfterLineFeed = i != 0 && bytes[i - 1] == '\n';
+            if (isAfterLineFeed || room() < static_cast<int>(escape.size()) + 1) {
                 text += "\"\n" + std::string(margin(), ' ') + '"';
             }
             text += escape;
@@ -227,7 +227,7 @@ void checkItem(std::ostream& out, const Taker& taker, const Item& item, Layout& 
     Printer printer(before);
     item.isDump ? printer.dump(item.text) : printer.quote(item.text);
     NB_ASSERT(written == printer.text);
-    NB_ASSERT(layout.column == columnBehind(before.column, written));
+    NB_ASSERT(layout.column == columnAfter(before.column, written));
     NB_ASSERT(layout.needSpace == printer.needSpace());
     NB_ASSERT(layout.width == before.width && layout.indent == before.indent);
     NB_ASSERT((item.isDump ? undumped(written) : unquoted(written, layout.indent)) == item.text);
@@ -255,7 +255,7 @@ void checkWrapped(const std::vector<Item>& items, const Layout& start, const Ref
     NB_ASSERT(refusing.offered == std::min(inside.number + 1, whole.size()));
     NB_ASSERT(failing.rdstate() ==
               (isRefused ? isFailed | std::ios_base::eofbit : std::ios_base::goodbit));
-    NB_ASSERT(layout.column == columnBehind(start.column, refusing.text));
+    NB_ASSERT(layout.column == columnAfter(start.column, refusing.text));
     for (const Item& item : items) {
         Taker single;
         std::ostream unwrapped(&single);

@@ -50,9 +50,9 @@ std::string lower(const std::string& text) {
 }
 
 bool hasCygwinDrive(const std::string& path, const std::string& prefix) {
-    const std::string behind = path.substr(std::min(prefix.size(), path.size()));
-    return path[0] == '/' && boost::starts_with(path, prefix) && !behind.empty() &&
-           behind[0] != '/' && (behind.size() == 1 || behind[1] == '/');
+    const std::string after = path.substr(std::min(prefix.size(), path.size()));
+    return path[0] == '/' && boost::starts_with(path, prefix) && !after.empty() &&
+           after[0] != '/' && (after.size() == 1 || after[1] == '/');
 }
 
 // The three forms of a root. `prefix` is empty without Cygwin paths.

@@ -184,7 +184,7 @@ std::string folded(std::string text) {
 
 /// Returns where a text continues after a word and its blanks; npos if it doesn't begin with the
 /// word.
-size_t expectedBehindWord(const std::string& text, const std::string& word) {
+size_t expectedAfterWord(const std::string& text, const std::string& word) {
     const size_t start = text.find_first_not_of(" \t");
     if (word.empty() || start == none) {
         return none;
@@ -200,7 +200,7 @@ size_t expectedBehindWord(const std::string& text, const std::string& word) {
 void checkWord(const Input& input) {
     std::string whole = input.whole();
     const Substring view = input.view(whole);
-    const size_t expected = expectedBehindWord(input.text, input.word);
+    const size_t expected = expectedAfterWord(input.text, input.word);
     size_t next = 17;
     NB_ASSERT(view.startsWithWord(input.word, &next) == (expected != none));
     NB_ASSERT(next == (expected != none ? expected : 17));

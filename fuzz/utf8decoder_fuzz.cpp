@@ -17,23 +17,23 @@ bool isLowSurrogate(uint32_t value) { return value >= 0xDC00 && value <= 0xDFFF;
 std::u16string walk(StringSpan text) {
     const char* const end = text.data + text.length;
     std::u16string units;
-    const char* behind = text.data;  // the end of the last sequence
+    const char* after = text.data;  // the end of the last sequence
     for (PathUnitCursor cursor(text); !cursor.atEnd(); cursor.next()) {
         NB_ASSERT(cursor.end == end);
         NB_ASSERT(cursor.position >= text.data && cursor.position < end);
-        if (cursor.position < behind) {
-            NB_ASSERT(cursor.position == behind - 1 && isLowSurrogate(cursor.value));
+        if (cursor.position < after) {
+            NB_ASSERT(cursor.position == after - 1 && isLowSurrogate(cursor.value));
         } else {
-            const auto rest = static_cast<size_t>(end - behind);
-            const Utf8Piece piece = firstPiece({behind, rest});
-            NB_ASSERT(cursor.position == behind + piece.length - 1);
+            const auto rest = static_cast<size_t>(end - after);
+            const Utf8Piece piece = firstPiece({after, rest});
+            NB_ASSERT(cursor.position == after + piece.length - 1);
             NB_ASSERT(cursor.value == piece.value);
-            behind += piece.length;
+            after += piece.length;
         }
         units += static_cast<char16_t>(cursor.unit);
         NB_ASSERT(units.size() <= text.length);
     }
-    NB_ASSERT(behind == end);
+    NB_ASSERT(after == end);
     return units;
 }
 

@@ -125,7 +125,7 @@ Route routeOf(const std::string& tag, const Drives& drives) {
 }
 
 // Returns what is after `root` in a path in normal form.
-std::string behind(const std::string& root, const std::string& path) {
+std::string after(const std::string& root, const std::string& path) {
     const std::string rest = path.substr(root.size());
     return boost::starts_with(rest, "/") ? rest.substr(1) : rest;
 }
@@ -147,7 +147,7 @@ std::string expectedPath(const std::string& path, const Tags& tags, const Drives
         if (!other.empty() && isInPath(other, path)) {
             // A name like `x:y` at the start of the rest makes the rest, and so the result,
             // absolute.
-            return turned(normalizePath(joinPath(root, behind(other, path), '/')));
+            return turned(normalizePath(joinPath(root, after(other, path), '/')));
         }
     }
     return path;
@@ -160,7 +160,7 @@ void checkWayBack(Process& process, const Drives& drives, const std::string& pat
     std::string root = path.substr(0, fromView ? 2 : path.find('/', 3));
     const std::string rest = path.substr(root.size());
     // A name like `x:y` at the start of the rest was moved to a place that no tag leads back from.
-    if (isAbsolutePath(behind(root, path), windowsPaths)) {
+    if (isAbsolutePath(after(root, path), windowsPaths)) {
         return;
     }
     if (!fromView) {

@@ -105,7 +105,7 @@ TEST(AccessMaskTest, TheWidestNameIsTakenFirstAndTheBitsLeftOverOneByOne) {
     });
 }
 
-TEST(AccessMaskTest, BitsWithoutANameAreOneNumberBehindTheNames) {
+TEST(AccessMaskTest, BitsWithoutANameAreOneNumberAfterTheNames) {
     expectTexts({
         {0x1fffff, file, plainFile, "0x1fffff [FILE_ALL_ACCESS 0xfe00]"},
         {0x8000, file, plainFile, "0x8000 [0x8000]"},

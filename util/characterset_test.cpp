@@ -38,7 +38,7 @@ TEST(CharacterSetTest, FindsTheFirstCharacterThatDoesNotBelongOrTheSize) {
     EXPECT_EQ(set.findNotIn(",;", 0), 2U);
 }
 
-TEST(CharacterSetTest, AStartBehindTheTextIsTheResult) {
+TEST(CharacterSetTest, AStartAfterTheTextIsTheResult) {
     const CharacterSet set(",;");
     EXPECT_EQ(set.findIn("a", 3), 3U);
     EXPECT_EQ(set.findNotIn("a", 3), 3U);

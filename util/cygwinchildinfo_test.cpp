@@ -34,12 +34,13 @@ TEST(ChildInfoTest, FewerBytesAreNoRecord) {
     const ChildRecord newer = newerRecord(29, someMagic);
     for (size_t size = 0; size < newer.size(); ++size) {
         EXPECT_EQ(child_info_magic({newer.data(), size}), noMagic) << size;
-        EXPECT_EQ(child_info_magic({older.data(), std::min(size, older.size() - 1)}), noMagic) << size;
+        EXPECT_EQ(child_info_magic({older.data(), std::min(size, older.size() - 1)}), noMagic)
+            << size;
     }
     EXPECT_EQ(child_info_magic({}), noMagic);
 }
 
-TEST(ChildInfoTest, EachOfTheSixteenBytesInFrontOfTheNewerOneIsZero) {
+TEST(ChildInfoTest, EachOfTheSixteenBytesBeforeTheNewerOneIsZero) {
     for (size_t i = 0; i < 16; ++i) {
         ChildRecord record = newerRecord(29, someMagic);
         record[i] = 1;

@@ -218,7 +218,7 @@ private:
     std::streambuf& mBuffer;
     LayoutGuard mGuard;
     Layout& mLayout;
-    bool mIsBehindLineFeed = false;  ///< in the text that is quoted
+    bool mIsAfterLineFeed = false;  ///< in the text that is quoted
 };
 
 /// Starts a new line if the item's first columns don't fit into this one. Then fills the line up to
@@ -276,7 +276,7 @@ bool standsForItself(unsigned char byte) { return std::isprint(byte) != 0 && byt
 /// Writes a character or an escape. Starts a new line first if the literal has to break there.
 bool WrappedOutput::putCharacter(std::string_view text) {
     const int columns = static_cast<int>(text.size());
-    if (mIsBehindLineFeed || mLayout.width - mLayout.column < columns + 1) {
+    if (mIsAfterLineFeed || mLayout.width - mLayout.column < columns + 1) {
         if (!put("\"") || !lineFeed() || !putSpaces(mLayout.indent) || !put("\"")) {
             return false;
         }
@@ -301,7 +301,7 @@ bool WrappedOutput::putQuoted(const Quoted& quoted) {
                                                 : escapeOf(byte, room))) {
             return false;
         }
-        mIsBehindLineFeed = byte == '\n';
+        mIsAfterLineFeed = byte == '\n';
     }
     if (!put("\"")) {
         return false;

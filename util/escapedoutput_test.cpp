@@ -112,14 +112,14 @@ void checkAtEachPlace(Unit special, Check check) {
 
 TEST(EscapingTest, AnEscapeIsFoundAtEachPlaceOfALongText) {
     checkAtEachPlace(
-        '\x80', [](const std::string& text, const std::string& before, const std::string& behind) {
-            ASSERT_EQ(printed(EscapedBytes{text}), before + "\\x80" + behind);
-            ASSERT_EQ(printed(EscapedUtf8{text}), before + "\\udc80" + behind);
+        '\x80', [](const std::string& text, const std::string& before, const std::string& after) {
+            ASSERT_EQ(printed(EscapedBytes{text}), before + "\\x80" + after);
+            ASSERT_EQ(printed(EscapedUtf8{text}), before + "\\udc80" + after);
         });
     checkAtEachPlace(
-        '\x7f', [](const std::string& text, const std::string& before, const std::string& behind) {
+        '\x7f', [](const std::string& text, const std::string& before, const std::string& after) {
             ASSERT_EQ(printed(EscapedBytes{text}), text);
-            ASSERT_EQ(printed(EscapedUtf8{text}), before + "\\u007f" + behind);
+            ASSERT_EQ(printed(EscapedUtf8{text}), before + "\\u007f" + after);
         });
     const struct {
         char16_t unit;
@@ -127,9 +127,9 @@ TEST(EscapingTest, AnEscapeIsFoundAtEachPlaceOfALongText) {
     } rows[] = {{0x7F, "\\u007f"}, {0x100, "\\u0100"}, {0x8041, "\\u8041"}, {0xFFFF, "\\uffff"}};
     for (const auto& row : rows) {
         checkAtEachPlace(row.unit, [&row](const std::u16string& text, const std::string& before,
-                                          const std::string& behind) {
+                                          const std::string& after) {
             std::string escaped = before;
-            escaped.append(row.escape).append(behind);
+            escaped.append(row.escape).append(after);
             ASSERT_EQ(printed(EscapedUnits{text}), escaped);
         });
     }
@@ -137,21 +137,21 @@ TEST(EscapingTest, AnEscapeIsFoundAtEachPlaceOfALongText) {
 
 TEST(EscapingTest, AnEscapeIsFoundAtEachPlaceOfALongTextThatIsReturned) {
     checkAtEachPlace(u'\u4e2d', [](const std::u16string& text, const std::string& before,
-                                   const std::string& behind) {
-        const std::string escaped = before + "\\u4e2d" + behind;
+                                   const std::string& after) {
+        const std::string escaped = before + "\\u4e2d" + after;
         ASSERT_EQ(escapeUnits(text), escaped);
         const std::wstring wide(text.begin(), text.end());
         ASSERT_EQ(escapeUnits(wide), escaped);
         ASSERT_EQ(printed(EscapedWide{wide}), escaped);
     });
     checkAtEachPlace(
-        '\x80', [](const std::string& text, const std::string& before, const std::string& behind) {
-            ASSERT_EQ(escapeBytes(text), before + "\\x80" + behind);
-            ASSERT_EQ(escapeUtf8(text), before + "\\udc80" + behind);
+        '\x80', [](const std::string& text, const std::string& before, const std::string& after) {
+            ASSERT_EQ(escapeBytes(text), before + "\\x80" + after);
+            ASSERT_EQ(escapeUtf8(text), before + "\\udc80" + after);
         });
 }
 
-TEST(EscapingTest, AStreamThatTakesNoMoreIsToldAtTheEndOfALongText) {
+TEST(EscapingTest, AStreamThatTakesNoMoreIsReportedAtTheEndOfALongText) {
     for (const size_t room : {size_t{0}, size_t{1}, size_t{4095}, size_t{4096}, size_t{4097}}) {
         const std::string text(5000, 'a');
         const std::u16string units(5000, u'a');

@@ -20,7 +20,7 @@ TEST(FileTimeTest, TheEpochsLieAsFarApartAsPublished) {
     EXPECT_EQ(FileTime::ticksToUnixEpoch, epoch);
 }
 
-TEST(FileTimeTest, TheTicksStandInFrontOfTheNanoseconds) {
+TEST(FileTimeTest, TheTicksStandBeforeTheNanoseconds) {
     static_assert(std::is_standard_layout_v<FileTime> && std::is_trivially_copyable_v<FileTime>);
     struct Fields {
         uint64_t ticks;
@@ -97,7 +97,7 @@ TEST(FileTimeTest, UnixSecondsAreHeldIn32BitsAndSignExtended) {
     EXPECT_EQ(FileTime::fromUnixTime(0xffffffff, 5).unixTimeInMicroseconds().seconds, -1);
 }
 
-TEST(FileTimeTest, SecondsAndRestInFrontOf1970AddUpToTheTime) {
+TEST(FileTimeTest, SecondsAndRestBefore1970AddUpToTheTime) {
     const FileTime::UnixNanoseconds second = FileTime::fromUnixTime(-1, 0).unixTime();
     EXPECT_EQ(second.seconds, -1);
     EXPECT_EQ(second.nanoseconds, 0);
@@ -223,7 +223,7 @@ TEST(TimeStampTextTest, TheLargestOffsetsHaveAText) {
     EXPECT_EQ(timeStampText(std::nullopt, std::numeric_limits<int32_t>::min()), "-59652314");
 }
 
-TEST(TimeStampTextTest, WithoutADateTheZoneStandsAlone) {
+TEST(TimeStampTextTest, WithoutADateTheZoneIsAlone) {
     EXPECT_EQ(timeStampText(std::nullopt, 0), "Z");
     EXPECT_EQ(timeStampText(std::nullopt, 18000), "+0500");
 }
@@ -282,7 +282,7 @@ TEST(TimeStampTest, FractionsOfASecondAreLeftOut) {
     EXPECT_EQ(stamp(FileTime(epoch - 9'999'999, 0)), "1970-01-01T00:00:00Z");
 }
 
-TEST(TimeStampTest, TheStampGoesOnBehind2038) {
+TEST(TimeStampTest, TheStampGoesOnAfter2038) {
     const ZoneScope zone("UTC0");
     EXPECT_EQ(stamp(FileTime::fromUnixTime(0x80000000, 0)), "2038-01-19T03:14:08Z");
     EXPECT_EQ(stamp(FileTime::fromUnixTime(0x100000000, 0)), "2106-02-07T06:28:16Z");

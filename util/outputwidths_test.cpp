@@ -70,7 +70,7 @@ TEST(QuotedWidthTest, TheMarginIsPartOfTheWidth) {
                    });
 }
 
-TEST(QuotedWidthTest, BehindALineFeedItBreaksAtEveryWidth) {
+TEST(QuotedWidthTest, AfterALineFeedItBreaksAtEveryWidth) {
     expectAtWidths({{2, "\n \"\"\n \"a\"\n \"\\n\"\n \"\\n\"\n \"b\""},
                     {3, " \"\"\n \"a\"\n \"\\n\"\n \"\\n\"\n \"b\""},
                     {5, " \"a\"\n \"\\n\"\n \"\\n\"\n \"b\""},
@@ -130,14 +130,14 @@ public:
     void quote(const std::string& text) {
         beginItem(text.empty() ? 2 : 3);
         mText += '"';
-        bool isBehindLineFeed = false;
+        bool isAfterLineFeed = false;
         for (const char c : text) {
             const std::string piece = pieceOf(c);
-            if (isBehindLineFeed || !hasRoom(piece.size() + 1)) {
+            if (isAfterLineFeed || !hasRoom(piece.size() + 1)) {
                 mText += "\"\n" + mMargin + "\"";
             }
             mText += piece;
-            isBehindLineFeed = c == '\n';
+            isAfterLineFeed = c == '\n';
         }
         mText += '"';
         mNeedSpace = true;

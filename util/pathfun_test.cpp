@@ -82,7 +82,7 @@ TEST(PathComponentTest, ItIsTheComponentThatSplitPathPutsThere) {
     }
 }
 
-TEST(PathComponentTest, BehindTheLastItIsEmptyAtTheEnd) {
+TEST(PathComponentTest, AfterTheLastItIsEmptyAtTheEnd) {
     const struct {
         const char* path;
         size_t numComponents;
@@ -252,7 +252,7 @@ TEST(IsInPathTest, AnEmptyPrefixHoldsTheEmptyPathAndWhatBeginsWithASeparator) {
     EXPECT_FALSE(isInPath("", "a"));
 }
 
-TEST(MakeRelativeToTest, TheRestBehindTheBaseIsLeftAsItStands) {
+TEST(MakeRelativeToTest, TheRestAfterTheBaseIsLeftAsItStands) {
     const struct {
         const char* base;
         const char* path;

@@ -146,7 +146,7 @@ bool isDriveColon(const std::string& line, size_t loc, bool fallback) {
     NB_ASSERT(line[loc] == ':');
     const char before = loc >= 1 ? line[loc - 1] : '\0';
     const char beforeThat = loc >= 2 ? line[loc - 2] : ' ';
-    const char behind = loc + 1 < line.size() ? line[loc + 1] : ' ';
+    const char after = loc + 1 < line.size() ? line[loc + 1] : ' ';
 
     if (std::isalnum(static_cast<unsigned char>(before)) == 0 && before != '@') {
         return false;
@@ -154,8 +154,8 @@ bool isDriveColon(const std::string& line, size_t loc, bool fallback) {
     if (!isBlank(beforeThat) && beforeThat != '(') {
         return false;
     }
-    if (isPathSeparator(behind)) {
+    if (isPathSeparator(after)) {
         return true;
     }
-    return behind != '(' && behind != ':' && fallback;
+    return after != '(' && after != ':' && fallback;
 }

@@ -13,7 +13,7 @@ TEST(ParentPathTest, ItIsWhatStandsBeforeTheLastSeparatorAndADotWithoutOne) {
     EXPECT_EQ(parentPath("C:/a\\b/c"), "C:/a\\b");
 }
 
-TEST(LeafNameTest, ItIsWhatStandsBehindTheLastSeparatorAndNothingWithoutOne) {
+TEST(LeafNameTest, ItIsWhatStandsAfterTheLastSeparatorAndNothingWithoutOne) {
     EXPECT_EQ(leafName("a"), "");
     EXPECT_EQ(leafName("a/"), "");
     EXPECT_EQ(leafName("a\\b"), "b");
@@ -21,7 +21,7 @@ TEST(LeafNameTest, ItIsWhatStandsBehindTheLastSeparatorAndNothingWithoutOne) {
     EXPECT_EQ(leafName("a/b\\c"), "c");
 }
 
-TEST(FileExtensionTest, ItIsWhatStandsBehindTheLastDotOfTheLastComponent) {
+TEST(FileExtensionTest, ItIsWhatStandsAfterTheLastDotOfTheLastComponent) {
     EXPECT_EQ(fileExtension("a.b/c"), "");
     EXPECT_EQ(fileExtension("a.b\\c"), "");
     EXPECT_EQ(fileExtension("a."), "");

@@ -49,7 +49,7 @@ TEST(PathRootOrderTest, InARootEverySeparatorCounts) {
     });
 }
 
-TEST(PathRootOrderTest, SeparatorsInFrontOfNoShareAreOneRoot) {
+TEST(PathRootOrderTest, SeparatorsBeforeNoShareAreOneRoot) {
     expectOrder({
         {"//s", "/s", 0},
         {"\\\\\\s/", "/S", 0},
@@ -61,7 +61,7 @@ TEST(PathRootOrderTest, SeparatorsInFrontOfNoShareAreOneRoot) {
     });
 }
 
-TEST(PathRootOrderTest, RootsDecideBeforeWhatStandsBehindThem) {
+TEST(PathRootOrderTest, RootsDecideBeforeWhatStandsAfterThem) {
     expectOrder({
         {"C:/z", "D:/a", weight('c') - weight('d')},
         {"//s/x/z", "//s/y/a", weight('x') - weight('y')},

@@ -86,7 +86,7 @@ void expectInterpreters(std::initializer_list<HeadRow> rows) {
     }
 }
 
-TEST(InterpreterTest, TheFirstLineNamesItWithItsArgumentsBehindASpace) {
+TEST(InterpreterTest, TheFirstLineNamesItWithItsArgumentsAfterASpace) {
     expectInterpreters({
         {"#!/bin/perl\nmore", "/bin/perl", ""},
         {"#!/bin/perl -w\nmore", "/bin/perl", " -w"},
@@ -109,7 +109,7 @@ TEST(InterpreterTest, TheLineEndsAtACarriageReturnALineFeedOrANul) {
     });
 }
 
-TEST(InterpreterTest, AMarkWithNothingOrASpaceBehindItNamesNoProgram) {
+TEST(InterpreterTest, AMarkWithNothingOrASpaceAfterItNamesNoProgram) {
     expectInterpreters({
         {"#!", "", ""},
         {"#!\n/bin/sh", "", ""},

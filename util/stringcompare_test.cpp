@@ -270,7 +270,7 @@ const RangeCase rangeCases[] = {
 
 INSTANTIATE_TEST_SUITE_P(Rows, RangeCompareTest, testing::ValuesIn(rangeCases));
 
-TEST(RangeLessTest, TheTextStandsInFrontOfTheSwitch) {
+TEST(RangeLessTest, TheTextStandsBeforeTheSwitch) {
     static_assert(std::is_standard_layout_v<RangeLess> && std::is_standard_layout_v<RangeEqual>);
     EXPECT_EQ(offsetof(RangeLess, text), 0U);
     EXPECT_EQ(offsetof(RangeLess, caseSensitive), sizeof(void*));

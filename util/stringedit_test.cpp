@@ -149,7 +149,7 @@ TEST(BlankLineContinuationsTest, OfTwoBackslashesTheSecondContinuesTheLine) {
     EXPECT_EQ(blanked("a\\\\\nb", noContinuationLimit), "a\\  b");
 }
 
-TEST(BlankLineContinuationsTest, ABackslashAtOrBehindTheLimitIsLeftAlone) {
+TEST(BlankLineContinuationsTest, ABackslashAtOrAfterTheLimitIsLeftAlone) {
     const std::string text = "a\\\nb\\\nc";
     EXPECT_EQ(blanked(text, 100), "a  b  c");
     EXPECT_EQ(blanked(text, 5), "a  b  c");

@@ -38,7 +38,7 @@ TEST(NextFieldTest, AdjacentDelimitersGiveEmptyFields) {
     EXPECT_EQ(fieldsOf(":one", ':'), (Fields{"", "one"}));
 }
 
-TEST(NextFieldTest, ADelimiterAtTheEndGivesNoFieldBehindIt) {
+TEST(NextFieldTest, ADelimiterAtTheEndGivesNoFieldAfterIt) {
     EXPECT_EQ(fieldsOf("one:", ':'), (Fields{"one"}));
     EXPECT_EQ(fieldsOf(":", ':'), (Fields{""}));
 }
@@ -101,7 +101,7 @@ struct ArgumentCase {
 
 class NextArgumentTest : public testing::TestWithParam<ArgumentCase> {};
 
-TEST_P(NextArgumentTest, GivesTheRestBehindTheFirstArgument) {
+TEST_P(NextArgumentTest, GivesTheRestAfterTheFirstArgument) {
     const char* const line = GetParam().line;
     const char* const next = nextArgument(line);
     EXPECT_STREQ(next, GetParam().next) << line;
@@ -223,7 +223,7 @@ std::string quoted(std::vector<const char*> words, std::string commandLine = {})
     return commandLine;
 }
 
-TEST(AppendQuotedWordsTest, EachWordIsQuotedWithASpaceBehindIt) {
+TEST(AppendQuotedWordsTest, EachWordIsQuotedWithASpaceAfterIt) {
     EXPECT_EQ(quoted({"cleartool", "two words", ""}), "\"cleartool\" \"two words\" \"\" ");
 }
 

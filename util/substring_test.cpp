@@ -32,7 +32,7 @@ TEST(SubstringTest, AViewIsAStretchOfItsString) {
     EXPECT_EQ(textOf(assigned), "other");
 }
 
-TEST(SubstringDeathTest, AnIndexBehindTheViewStopsTheProcess) {
+TEST(SubstringDeathTest, AnIndexAfterTheViewStopsTheProcess) {
     std::string text = "0123";
     const Substring view(text, 1, 2);
     EXPECT_DEATH(static_cast<void>(view[2]), "assertion failed at .*: index < . mEnd - mStart .");
@@ -247,7 +247,7 @@ TEST(SubstringTest, ViewsAreEqualByTheirCharacters) {
     EXPECT_FALSE(first.equalsNoCase(Substring(text, 2, 3)));
 }
 
-TEST(SubstringTest, AWordIsFoundBehindBlanksWhateverItsCase) {
+TEST(SubstringTest, AWordIsFoundAfterBlanksWhateverItsCase) {
     const struct {
         const char* text;
         const char* word;
@@ -287,7 +287,7 @@ TEST(SubstringTest, TheLastWordLeavesAnEmptyView) {
     EXPECT_EQ(rest.span().data, text.data());
 }
 
-TEST(SubstringTest, BehindAnotherStartAWordIsEatenByItsRelativePlace) {
+TEST(SubstringTest, AfterAnotherStartAWordIsEatenByItsRelativePlace) {
     std::string text = "abcd one two";
     Substring rest(text, 4);
     EXPECT_TRUE(rest.eatWord("one"));

@@ -172,7 +172,7 @@ TEST(ThreadTest, AStopIsTheOneThatADerivedClassMakesOfItWithTheLockHeld) {
     EXPECT_EQ(thread.calls, 1);
     EXPECT_TRUE(thread.isProof);
     EXPECT_TRUE(thread.isHeld);
-    EXPECT_TRUE(thread.isLockFree()) << "behind the stop";
+    EXPECT_TRUE(thread.isLockFree()) << "after the stop";
     EXPECT_EQ(thread.stopRequested(), 1U);
 }
 
@@ -236,7 +236,7 @@ TEST(ThreadTest, TheFieldsStandInTheirOrder) {
         return static_cast<size_t>(reinterpret_cast<const char*>(&field) - object);
     };
     const MutexLock lock(thread.mMutex);
-    EXPECT_EQ(offsetOf(thread.mMutex), sizeof(void*)) << "behind the table's address";
+    EXPECT_EQ(offsetOf(thread.mMutex), sizeof(void*)) << "after the table's address";
     EXPECT_EQ(offsetOf(thread.mCondition), offsetOf(thread.mMutex) + sizeof(Mutex));
     EXPECT_EQ(offsetOf(thread.mStopRequested), offsetOf(thread.mCondition) + sizeof(Condition));
     // The last one shows by its effect: it isn't null as long as there is a thread.

@@ -96,7 +96,7 @@ TEST(ThreadStartTest, AThreadThatCannotBeMadeForAnotherReasonTellsItsResult) {
     EXPECT_EQ(failureOf([] { Thread::startDetached([] {}); }), text);
 }
 
-TEST(ThreadStartTest, AThreadThatCannotBeMadeLeavesNothingBehind) {
+TEST(ThreadStartTest, AThreadThatCannotBeMadeLeavesNothingAfter) {
     const auto token = std::make_shared<int>(0);
     const int attributes = gThreadCalls.attributes;
     Runner runner;

@@ -104,8 +104,8 @@ size_t SinglePattern::matchClass(size_t start, char c) const {
         }
         // Compatibility: in a negated class, a member before a `-` that makes no range doesn't
         // count: "[!a-]" matches "a".
-        const bool hasDashBehind = i + 1 < size && mPattern[i + 1] == '-';
-        if (member == c && !(negated && hasDashBehind)) {
+        const bool hasDashAfter = i + 1 < size && mPattern[i + 1] == '-';
+        if (member == c && !(negated && hasDashAfter)) {
             if (negated) {
                 return 0;
             }
@@ -194,12 +194,11 @@ bool matchStem(StringSpan pattern, StringSpan base, TextRange range, char wildca
         *stem = range;
         return true;
     }
-    const size_t behind = wanted.size() - before - 1;
-    if (text.size() < before + behind ||
-        !equals(wanted.substr(0, before), text.substr(0, before)) ||
-        !equals(wanted.substr(before + 1), text.substr(text.size() - behind))) {
+    const size_t after = wanted.size() - before - 1;
+    if (text.size() < before + after || !equals(wanted.substr(0, before), text.substr(0, before)) ||
+        !equals(wanted.substr(before + 1), text.substr(text.size() - after))) {
         return false;
     }
-    *stem = {range.first + before, range.second - behind};
+    *stem = {range.first + before, range.second - after};
     return true;
 }

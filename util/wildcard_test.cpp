@@ -59,7 +59,7 @@ TEST(WildcardMatchTest, AStarStandsForAnyText) {
                    {"a**b", "ab", true}});
 }
 
-TEST(WildcardMatchTest, BehindTheEndOfTheTextOneStarAloneIsForgiven) {
+TEST(WildcardMatchTest, AfterTheEndOfTheTextOneStarAloneIsForgiven) {
     expectMatches({{"abc*", "abc", true},
                    {"abc**", "abc", false},
                    {"abc**", "abcd", true},

@@ -114,7 +114,7 @@ TEST(QuotedTest, WhatIsNotPrintableIsEscaped) {
     EXPECT_EQ(quote("a\"b", nullptr), "\"a\"b\"") << "a quote in the text is written bare";
 }
 
-TEST(QuotedTest, BehindALineFeedTheLiteralBreaks) {
+TEST(QuotedTest, AfterALineFeedTheLiteralBreaks) {
     EXPECT_EQ(quote("a\nb", nullptr), "\"a\\n\"\n\"b\"");
     EXPECT_EQ(quote("a\n", nullptr), "\"a\\n\"") << "nothing follows";
     EXPECT_EQ(quote("\n\n", nullptr), "\"\\n\"\n\"\\n\"");
@@ -162,7 +162,7 @@ TEST(QuotedTest, ALiteralThatDoesNotFitBeginsALine) {
     expectLayout(layout, 7, true);
 }
 
-TEST(QuotedTest, AnItemBehindALiteralBeginsWithASpace) {
+TEST(QuotedTest, AnItemAfterALiteralBeginsWithASpace) {
     Layout layout;
     EXPECT_EQ(quote("a", &layout), "\"a\"");
     EXPECT_EQ(dump("b", &layout), " 62:b");
@@ -292,7 +292,7 @@ TEST(WrappedOutputTest, ADumpAndSpacesEndWithTheStream) {
     EXPECT_EQ(spaces.rdstate(), failed);
 }
 
-TEST(WrappedOutputTest, NothingIsWrittenBehindACharacterThatIsNotTaken) {
+TEST(WrappedOutputTest, NothingIsWrittenAfterACharacterThatIsNotTaken) {
     const std::string text = "a\tb";
     const struct {
         bool isDump;

@@ -60,7 +60,7 @@ TEST(SystemMessageTest, APercentSignAloneIsNoGap) {
     EXPECT_EQ(ask(FORMAT_MESSAGE_FROM_SYSTEM, buffer, 20), 10U);
 }
 
-TEST(SystemMessageTest, AGapBehindOtherPercentSignsIsOne) {
+TEST(SystemMessageTest, AGapAfterOtherPercentSignsIsOne) {
     for (const wchar_t* text : {L"100 % full: %1", L"%n%1", L"%%%1"}) {
         const SystemMessage message(text);
         wchar_t buffer[20] = L"";

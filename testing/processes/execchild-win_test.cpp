@@ -204,7 +204,7 @@ TEST(ExecChildTest, AGrandchildOutlivesItsParentAndHoldsNoHandleOfIt) {
     EXPECT_TRUE(eventually([&] { return exists(folder.path() / "made"); }));
 }
 
-TEST(ExecChildTest, BehindAGrandchildsWordsItGoesOnWithItsOwn) {
+TEST(ExecChildTest, AfterAGrandchildsWordsItGoesOnWithItsOwn) {
     const TempFolder folder;
     EXPECT_EQ(run({"spawn-and", "2", "make", folder.utf8("made one"), "say", "x", "spawn-and", "2",
                    "make", folder.utf8("other"), "say", "y"})

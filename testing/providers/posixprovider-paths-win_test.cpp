@@ -211,12 +211,12 @@ TEST_F(PosixPathsTest, StorageMustBeThereAndAligned) {
     EXPECT_EQ(mProvider.takeFaults().size(), 1U);
 }
 
-TEST_F(PosixPathsTest, AReferenceTooManyIsToldAtTheEnd) {
+TEST_F(PosixPathsTest, AReferenceTooManyIsReportedAtTheEnd) {
     EXPECT_EQ(callAt(system(), 32), 0);
     EXPECT_NONFATAL_FAILURE(mProvider.expectClean(), "POSIX references");
 }
 
-TEST(PosixProviderEndTest, AMutexThatIsLeftIsToldAtTheEnd) {
+TEST(PosixProviderEndTest, AMutexThatIsLeftIsReportedAtTheEnd) {
     PosixProvider provider;
     void* system = static_cast<void**>(provider.embedding()) + 1;
     void* mutex = nullptr;

@@ -163,7 +163,7 @@ TEST(CcqueryTest, OtherCommandsDoNotPrintTheComplaints) {
                  "te_view\n");
 }
 
-TEST(CcqueryTest, AnExceptionOfTheLibraryIsOneLineBehindTheAnswersBeforeIt) {
+TEST(CcqueryTest, AnExceptionOfTheLibraryIsOneLineAfterTheAnswersBeforeIt) {
     const ChildResult result = runChild(sample({"status", "C:\\version", "C:\\throw", "C:\\link"}));
     EXPECT_EQ(result.exitCode, 2U);
     EXPECT_EQ(result.output,
@@ -176,26 +176,26 @@ TEST(CcqueryTest, WhatIsThrownThatIsNoExceptionIsOneLineToo) {
     expectNoAnswer(sample({"status", "C:\\throwint"}), "the connection library threw", "");
 }
 
-TEST(CcqueryTest, ALibraryThatMakesNoConnectionIsTold) {
+TEST(CcqueryTest, ALibraryThatMakesNoConnectionIsReported) {
     ChildRun run = sample({"view"});
     run.environment = {{"SAMPLECONNECTION_NULL", "1"}};
     expectNoAnswer(run, "'", "' made no connection: is there memory left?");
 }
 
-TEST(CcqueryTest, ALibraryThatIsNotThereIsTold) {
+TEST(CcqueryTest, ALibraryThatIsNotThereIsReported) {
     expectNoAnswer(
         ccquery({"view", "--library", "C:\\no\\such.dll"}),
         "can't load 'C:\\no\\such.dll': ", "; name a connection library by --library FILE");
 }
 
-TEST(CcqueryTest, AFileThatIsNoLibraryIsTold) {
+TEST(CcqueryTest, AFileThatIsNoLibraryIsReported) {
     const TempFolder folder;
     const std::string file = folder.write("text.dll", "no library");
     expectNoAnswer(ccquery({"view", "--library", file}),
                    "can't load '" + file + "': ", "; name a connection library by --library FILE");
 }
 
-TEST(CcqueryTest, ALibraryWithoutTheFunctionIsTold) {
+TEST(CcqueryTest, ALibraryWithoutTheFunctionIsReported) {
     expectNoAnswer(ccquery({"--library", "kernel32.dll", "view"}),
                    "'kernel32.dll' is no connection library: it doesn't export ClearCaseImplCtor; ",
                    "name another by --library FILE");
@@ -220,13 +220,13 @@ TEST(CcqueryTest, TheLibraryBesideTheProgramIsTheDefault) {
                  "te_view\n");
 }
 
-TEST(CcqueryTest, ACommandLineThatCannotBeUnderstoodIsTold) {
+TEST(CcqueryTest, ACommandLineThatCannotBeUnderstoodIsReported) {
     expectNoAnswer(ccquery({}), "no command; ", "see ccquery --help");
     expectNoAnswer(ccquery({"frobnicate"}), "unknown command 'frobnicate'; ", "see ccquery --help");
     expectNoAnswer(ccquery({"status"}), "PATH is required; ", "see ccquery status --help");
 }
 
-TEST(CcqueryTest, APathThatCannotBeMadeAbsoluteIsToldBeforeTheLibraryIsAsked) {
+TEST(CcqueryTest, APathThatCannotBeCompletedIsRefusedBeforeTheLibraryIsAsked) {
     expectNoAnswer(sample({"status", "C:\\version", "\\\\server"}),
                    "'\\\\server' can't be made an absolute path; ", "");
 }

@@ -38,7 +38,7 @@ TEST(CommandLineTest, EachCommandIsKnownByItsName) {
     }
 }
 
-TEST(CommandLineTest, TheOptionsOfEveryCommandStandBeforeItsNameOrBehindIt) {
+TEST(CommandLineTest, TheOptionsOfEveryCommandStandBeforeItsNameOrAfterIt) {
     const Texts rows[] = {
         {"--library", "l", "--config", "c", "--json", "status", "p", "q"},
         {"status", "--library", "l", "--config", "c", "--json", "p", "q"},
@@ -105,7 +105,7 @@ TEST(CommandLineTest, ATagAndARootMayLookLikeAListToo) {
     EXPECT_EQ(parse({"view", "--library", "[a,b]", "--config", "[c]"}).config, "[c]");
 }
 
-TEST(CommandLineTest, APathThatBeginsWithADashStandsBehindTwoDashes) {
+TEST(CommandLineTest, APathThatBeginsWithADashStandsAfterTwoDashes) {
     EXPECT_EQ(parse({"status", "--", "-x", "--json"}).paths, (Texts{"-x", "--json"}));
 }
 
@@ -138,7 +138,7 @@ TEST(CommandLineTest, EachCommandHasHelpOfItsOwn) {
     }
 }
 
-TEST(CommandLineTest, ACommandLineThatCannotBeUnderstoodIsToldInOneLine) {
+TEST(CommandLineTest, ACommandLineThatCannotBeUnderstoodIsReportedInOneLine) {
     const std::string commands =
         "; use status, canonicalize, vobs, drives, view, info or errors, or see ccquery --help";
     const std::pair<Texts, std::string> rows[] = {

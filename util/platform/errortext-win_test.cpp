@@ -90,7 +90,7 @@ TEST(Win32ErrorTextTest, TheSentenceStandsBetweenContextAndNumber) {
               "GetTokenInformation(size query): Access is denied. (0)");
 }
 
-TEST(Win32ErrorTextTest, ANegativeNumberStandsInHexadecimalBehindTheSentence) {
+TEST(Win32ErrorTextTest, ANegativeNumberStandsInHexadecimalAfterTheSentence) {
     const SystemMessage message(L"Access is denied.\r\n");
     EXPECT_EQ(win32ErrorText("CopySid", static_cast<int>(0x80070005U)),
               "CopySid: Access is denied. (0x80070005)");
@@ -277,7 +277,7 @@ TEST(ErrorTextTest, WithoutASentenceTheNumberIsHexadecimalFromTheTopBitOn) {
     }
 }
 
-TEST(ErrorTextTest, ASentenceWithGapsIsNoneAndALongOneIsTold) {
+TEST(ErrorTextTest, ASentenceWithGapsIsNoneAndALongOneIsReported) {
     const uint32_t number = 34;
     {
         const SystemMessage message(L"Insert %2 into drive %1.\r\n");
@@ -287,7 +287,7 @@ TEST(ErrorTextTest, ASentenceWithGapsIsNoneAndALongOneIsTold) {
     EXPECT_EQ(errorText(false, &number, errorOfSystem), std::string(600, 'x'));
 }
 
-TEST(ErrorTextTest, ANumberThatTheRealSystemDoesNotKnowIsToldAsANumber) {
+TEST(ErrorTextTest, ANumberThatTheRealSystemDoesNotKnowIsReportedAsANumber) {
     const uint32_t number = 0xffffffff;
     EXPECT_EQ(errorText(false, &number, errorOfSystem), "Error 0xffffffff");
     EXPECT_EQ(errorText(false, &noSystemError, errorOfSystem), "Error 536889105");

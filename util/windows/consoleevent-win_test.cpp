@@ -25,7 +25,7 @@ TEST(ConsoleEventNameTest, EveryEventHasItsName) {
 
 TEST(ConsoleEventNameTest, NoEventHasItsNumber) { EXPECT_EQ(noConsoleEvent, 0x80000000U); }
 
-TEST(ConsoleEventNameTest, AnyOtherNumberIsToldAsASignedDecimal) {
+TEST(ConsoleEventNameTest, AnyOtherNumberIsReportedAsASignedDecimal) {
     EXPECT_EQ(consoleEventName(3), "Unknown control signal 3");
     EXPECT_EQ(consoleEventName(4), "Unknown control signal 4");
     EXPECT_EQ(consoleEventName(7), "Unknown control signal 7");

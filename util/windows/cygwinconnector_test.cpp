@@ -88,7 +88,7 @@ TEST(ConnectorTest, ALockThatCannotBeDisownedIsThrownByItsEnd) {
     }
 }
 
-TEST(ConnectorTest, TheConditionGoesBeforeTheMutexAndComesBehindIt) {
+TEST(ConnectorTest, TheConditionGoesBeforeTheMutexAndComesAfterIt) {
     PosixProvider provider;
     provider.failNext(POSIXPROVIDER_SYSTEM_MUTEX_CREATE, failureCode);
     provider.failNext(POSIXPROVIDER_SYSTEM_COND_CREATE, failureCode);

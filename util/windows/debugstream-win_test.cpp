@@ -47,7 +47,7 @@ TEST(DebugStreamTest, TextIsHandedOverWhenAStreamThatHasGoneBadGoes) {
     {
         DebugStream stream;
         const char* const missing = nullptr;
-        stream << "before " << missing << "behind" << std::endl;
+        stream << "before " << missing << "after" << std::endl;
         EXPECT_TRUE(stream.bad());
         EXPECT_TRUE(output.texts().empty());
     }
@@ -164,7 +164,7 @@ TEST(DebugStreamTest, StreamsOfSeveralThreadsDoNotMixTheirTexts) {
     }
 }
 
-TEST(DebugFailureTest, AFailedCallIsToldAsAnExceptionsTextInOneLine) {
+TEST(DebugFailureTest, AFailedCallIsReportedAsAnExceptionsTextInOneLine) {
     const DebugOutput output;
     const SystemMessage none(L"");
     SetLastError(126);
@@ -201,7 +201,7 @@ TEST(DebugFailureDeathTest, LackOfMemoryLosesTheLineAndNothingElse) {
     EXPECT_EXIT(tellWithLittleMemory(), testing::ExitedWithCode(0), "told or not");
 }
 
-TEST(DebugFailureTest, AFailureThatWasCaughtIsToldInOneLine) {
+TEST(DebugFailureTest, AFailureThatWasCaughtIsReportedInOneLine) {
     const DebugOutput output;
     debugFailure(std::runtime_error("it broke"));
     EXPECT_EQ(output.texts(), Texts{"it broke\n"});

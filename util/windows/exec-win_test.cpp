@@ -372,7 +372,7 @@ TEST(ExecTest, AFailureIsALineOnStandardError) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "a failure\n\n");
 }
 
-TEST(ExecTest, AReportGoesBehindTheFailuresAndToTheOperation) {
+TEST(ExecTest, AReportGoesAfterTheFailuresAndToTheOperation) {
     TestedExec exec;
     std::string failures = "before ";
     exec.report("one\n", &failures);

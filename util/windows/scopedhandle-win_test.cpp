@@ -82,7 +82,7 @@ TEST(ScopedHandleTest, NullAndMinusOneAreLeftAsTheyAre) {
     EXPECT_TRUE(gClosed.empty());
 }
 
-TEST(ScopedHandleTest, AHandleThatCannotBeClosedIsToldToTheDebuggerWithItsPlace) {
+TEST(ScopedHandleTest, AHandleThatCannotBeClosedIsReportedToTheDebuggerWithItsPlace) {
     const ClosedHandles calls(closeNone);
     const SystemMessage none(L"");
     const DebugOutput output;

@@ -58,7 +58,7 @@ TEST(UnicodePathTest, APathThatIsNoLocalPathIsOnlyWidened) {
                  {"/\\srv\\sh\\x", L"\\\\srv\\sh\\x"}});
 }
 
-TEST(UnicodePathTest, ANetworkPathIsFoldedBehindTheUncPrefix) {
+TEST(UnicodePathTest, ANetworkPathIsFoldedAfterTheUncPrefix) {
     expectPaths({{"//server/share/x", L"\\\\?\\UNC\\server\\share\\x"},
                  {"\\\\server\\share\\a\\..\\b", L"\\\\?\\UNC\\server\\share\\b"},
                  {"//?/x/y", L"\\\\?\\UNC\\?\\x\\y"}});
@@ -145,7 +145,7 @@ TEST(UnicodePathTest, NamesOfAllPlanesAreWidened) {
               L"\\\\?\\c:\\\x0436\\\x4E2D\\\xD83D\xDE00");
 }
 
-TEST(UnicodePathTest, AServerWithoutAShareIsToldToTheDebuggerAndGivesNothing) {
+TEST(UnicodePathTest, AServerWithoutAShareIsReportedToTheDebuggerAndGivesNothing) {
     for (const std::string path : {"//srv", "\\\\srv\\", "//", "\\\\"}) {
         const DebugOutput output;
         EXPECT_EQ(System::unicodePath(path), L"");
@@ -155,7 +155,7 @@ TEST(UnicodePathTest, AServerWithoutAShareIsToldToTheDebuggerAndGivesNothing) {
     }
 }
 
-TEST(UnicodePathTest, SlashesAloneAreToldToTheDebuggerWithCygwinPathsToo) {
+TEST(UnicodePathTest, SlashesAloneAreReportedToTheDebuggerWithCygwinPathsToo) {
     const CygwinScope cygwin;
     for (const std::string path : {"//", "///"}) {
         const DebugOutput output;
@@ -188,7 +188,7 @@ using Malloc = void*(size_t);
 // The C++ allocator uses malloc. The replacement gets its memory from calloc, because it replaces
 // the original malloc; what an exception needs must be allocated.
 
-TEST(UnicodePathTest, LackOfMemoryIsToldToTheDebuggerAndNotThrown) {
+TEST(UnicodePathTest, LackOfMemoryIsReportedToTheDebuggerAndNotThrown) {
     constexpr size_t length = 200'000;
     const std::string path(length, 'a');
     const DebugOutput output;

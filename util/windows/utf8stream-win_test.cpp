@@ -120,7 +120,7 @@ TEST_F(Utf8StreamTest, AnEmptyFileEndsAtTheFirstRead) {
     }
 }
 
-TEST_F(Utf8StreamTest, BehindAnEndThatWasReachedNothingIsReadThoughTheFileHasGrown) {
+TEST_F(Utf8StreamTest, AfterAnEndThatWasReachedNothingIsReadThoughTheFileHasGrown) {
     utf8streambuf buffer(file("x"), western, /*lenient=*/false);
     EXPECT_EQ(buffer.sbumpc(), 'x');
     // Some C runtimes continue to read a file that has grown, and others don't.
@@ -235,15 +235,15 @@ TEST_F(Utf8StreamTest, ABadByteEndsTheReadingOfTheStreamAsBad) {
     EXPECT_TRUE(stream.bad());
 }
 
-TEST_F(Utf8StreamTest, TheExceptionComesThroughAStreamThatIsToldToLetIt) {
+TEST_F(Utf8StreamTest, TheExceptionComesThroughAStreamThatIsReportedToLetIt) {
     utf8istream stream(file("\xFF"), utf8, /*lenient=*/false);
     stream.exceptions(std::ios::badbit);
     std::string line;
     EXPECT_THROW(std::getline(stream, line), Win32Exception);
 }
 
-TEST_F(Utf8StreamTest, AfterAnExceptionReadingGoesOnBehindTheBlock) {
-    const std::string content = std::string(blockSize, '\xFF') + "1234" + "behind";
+TEST_F(Utf8StreamTest, AfterAnExceptionReadingGoesOnAfterTheBlock) {
+    const std::string content = std::string(blockSize, '\xFF') + "1234" + "after";
     utf8streambuf buffer(file(content), utf8, /*lenient=*/false);
     EXPECT_THROW(buffer.sgetc(), Win32Exception);
     EXPECT_EQ(buffer.sgetc(), 'b');

@@ -27,7 +27,7 @@ std::optional<std::string> nameOrNull(const std::string& field) {
 }
 
 /// Returns the number in a line of the form "WORD NUMBER", or nothing for any other line.
-std::optional<uint32_t> numberBehind(const std::string& word, const std::string& line) {
+std::optional<uint32_t> numberAfter(const std::string& word, const std::string& line) {
     const Fields fields = splitLine(line, " ");
     if (fields.size() != 2 || fields[0] != word) {
         return std::nullopt;
@@ -45,9 +45,9 @@ public:
     bool take(const std::string& line) {
         if (line == "batch") {
             endBatch();
-        } else if (const auto openError = numberBehind("open", line)) {
+        } else if (const auto openError = numberAfter("open", line)) {
             mList.openError = *openError;
-        } else if (const auto error = numberBehind("fail", line)) {
+        } else if (const auto error = numberAfter("fail", line)) {
             endBatch();
             mList.batches.push_back({.connections = {}, .error = *error});
         } else {

@@ -161,7 +161,7 @@ TEST_F(ProviderTest, NoMoreIsHandedOverThanAskedFor) {
     EXPECT_STREQ(mBuffer[0].lpLocalName, L"b:");
 }
 
-TEST_F(ProviderTest, ABufferTooSmallForOneConnectionIsToldTheSizeThatIsNeeded) {
+TEST_F(ProviderTest, ABufferTooSmallForOneConnectionIsReportedTheSizeThatIsNeeded) {
     const DrivesFile drives("a:|x|y\n");
     ASSERT_EQ(open(), 0U);
     const DWORD needed = sizeof(NETRESOURCEW) + /*texts*/ 14;
@@ -172,7 +172,7 @@ TEST_F(ProviderTest, ABufferTooSmallForOneConnectionIsToldTheSizeThatIsNeeded) {
     EXPECT_EQ(mCount, 1U);
 }
 
-TEST_F(ProviderTest, AFailureComesBehindTheBatchesAboveIt) {
+TEST_F(ProviderTest, AFailureComesAfterTheBatchesAboveIt) {
     const DrivesFile drives("a:|x\nfail 1222\nb:|x\n");
     ASSERT_EQ(open(), 0U);
     EXPECT_EQ(next(), 0U);
@@ -207,7 +207,7 @@ TEST_F(ProviderTest, WithoutTheFileThereIsNoConnection) {
     EXPECT_EQ(next(), static_cast<DWORD>(WN_NO_MORE_ENTRIES));
 }
 
-TEST_F(ProviderTest, AMistakeInTheFileIsToldAndMakesOpeningFail) {
+TEST_F(ProviderTest, AMistakeInTheFileIsReportedAndMakesOpeningFail) {
     const DrivesFile drives("a:|x\nb:\n");
     testing::internal::CaptureStderr();
     const DWORD opened = open();

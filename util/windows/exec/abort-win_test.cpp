@@ -190,7 +190,7 @@ TEST_F(AbortTest, AnEndOfTheObjectBreaksTheChildThatItStillKnows) {
     EXPECT_EQ(breaks.calls(), (std::vector<ConsoleBreaks::Call>{{CTRL_BREAK_EVENT, 4711}}));
 }
 
-TEST_F(AbortTest, WhatFailsAtTheEndOfTheObjectIsToldToTheDebugger) {
+TEST_F(AbortTest, WhatFailsAtTheEndOfTheObjectIsReportedToTheDebugger) {
     const DebugOutput debugger;
     {
         TestedExec other;

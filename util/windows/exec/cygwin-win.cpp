@@ -101,6 +101,6 @@ void Exec::Run::followCygwinLink(ProgramAndLine& command) {
     const std::string target = mExec.translateCached(name);
     if (target != name) {
         command.program = toWide(target);
-        command.line = L'"' + command.program + L'"' + behindFirstWord(command.line);
+        command.line = L'"' + command.program + L'"' + afterFirstWord(command.line);
     }
 }

@@ -79,7 +79,8 @@ TEST_F(TranslateCachedTest, OfANameThatCouldNotBeAskedForNothingIsKept) {
     {
         const RefusedCall<decltype(SetCurrentDirectoryW)> refused("SetCurrentDirectoryW",
                                                                   ERROR_PATH_NOT_FOUND);
-        EXPECT_THROW(static_cast<void>(mExec->translateCached("/tools/bin/ls")), NumberedRuntimeError);
+        EXPECT_THROW(static_cast<void>(mExec->translateCached("/tools/bin/ls")),
+                     NumberedRuntimeError);
         EXPECT_GT(refused.count(), 0);
     }
     EXPECT_EQ(mExec->mPathCache.count("/tools/bin/ls"), 0U);
@@ -104,7 +105,7 @@ TEST_F(ScriptCommandLineTest, APosixNameIsRunByTheInterpreterOfItsFirstLine) {
     EXPECT_EQ(lineOf("/tools/bin/script"), tool + " -x y " + script);
 }
 
-TEST_F(ScriptCommandLineTest, TheClosingQuoteOfAQuotedNameStandsBehindTheFile) {
+TEST_F(ScriptCommandLineTest, TheClosingQuoteOfAQuotedNameStandsAfterTheFile) {
     const std::string script = mWorld.write("/tools/bin/script");
     EXPECT_EQ(lineOf("\"/tools/bin/script\" a"), mShell + " " + script + "\" a");
 }

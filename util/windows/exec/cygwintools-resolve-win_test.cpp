@@ -124,7 +124,7 @@ TEST_F(ResolveCygwinPathTest, AFileThatALinkCannotBeReadBesideIsFoundAllTheSame)
     EXPECT_EQ(resolveCygwinPath("/tools/bin/ls"), file);
 }
 
-TEST_F(ResolveCygwinPathTest, BehindALinkThatCannotBeReadTheSuffixesFollowAnEmptyName) {
+TEST_F(ResolveCygwinPathTest, AfterALinkThatCannotBeReadTheSuffixesFollowAnEmptyName) {
     mWorld.write("/tools/bin/ls.exe.lnk", "no link");
     mWorld.write("/tools/bin/ls");
     mWorld.write("/tools/bin/ls.bat");

@@ -88,7 +88,7 @@ TEST(EnvironmentBlockTest, AStringWithoutASignIsANameThatGetsOne) {
     });
 }
 
-TEST(EnvironmentBlockTest, AValueBeginsBehindTheFirstSign) {
+TEST(EnvironmentBlockTest, AValueBeginsAfterTheFirstSign) {
     expectBlocks({{{"A==x=", "A=y=z", "B=1=A"}, {L"A==x=", L"B=1=A"}}});
 }
 

@@ -176,7 +176,7 @@ TEST(ElevateWindowsPriorityTest, ASecondCallBelowVersion61DoesNothing) {
     EXPECT_EQ(gAnswers.calls.size(), 4U);
 }
 
-TEST(ElevateWindowsPriorityTest, AFailureIsToldInTheSystemsWordsAndRaisesNothing) {
+TEST(ElevateWindowsPriorityTest, AFailureIsReportedInTheSystemsWordsAndRaisesNothing) {
     struct Row {
         Answers answers;
         DWORD error;
@@ -267,7 +267,7 @@ TEST(ElevateWindowsPriorityTest, OnThisMachineThePrivilegeIsOnAfterwards) {
     EXPECT_EQ(gRaisePriority, 0) << "this Windows is not below version 6.1";
 }
 
-TEST(ElevateWindowsPriorityTest, OnThisMachineAUserWithoutThePrivilegeIsToldSo) {
+TEST(ElevateWindowsPriorityTest, OnThisMachineAUserWithoutThePrivilegeIsReportedSo) {
     if (basePriorityPrivilege().isHeld) {
         GTEST_SKIP() << "this user holds the privilege";
     }

@@ -96,7 +96,7 @@ TEST(AddChildProcessesTest, ChildrenOfListedProcessesAreAppendedInTheirOrder) {
     EXPECT_EQ(withChildren({1}, {{10, 2}}), Pids{1});
 }
 
-TEST(AddChildProcessesTest, AChildThatIsFoundAdmitsItsOwnThatComesBehindIt) {
+TEST(AddChildProcessesTest, AChildThatIsFoundAdmitsItsOwnThatComesAfterIt) {
     EXPECT_EQ(withChildren({1}, {{10, 1}, {20, 10}, {30, 20}}), (Pids{1, 10, 20, 30}));
 }
 

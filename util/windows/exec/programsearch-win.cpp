@@ -69,7 +69,7 @@ std::wstring::const_iterator firstWordEnd(const std::wstring& line) {
 void unquoteFirstWord(std::wstring& line) {
     std::wstring word(line.cbegin(), firstWordEnd(line));
     removeQuotes(word);
-    line = word + behindFirstWord(line);
+    line = word + afterFirstWord(line);
 }
 
 }  // namespace
@@ -139,7 +139,7 @@ std::wstring locateProgram(const std::wstring& commandLine, const char* path,
     }
 }
 
-std::wstring behindFirstWord(const std::wstring& line) { return {firstWordEnd(line), line.cend()}; }
+std::wstring afterFirstWord(const std::wstring& line) { return {firstWordEnd(line), line.cend()}; }
 
 ProgramAndLine chooseProgram(const std::string& program, const std::wstring& commandLine,
                              const char* path, const char* workingDirectory,

@@ -56,7 +56,7 @@ public:
 
 /// Returns what follows the first word of a line. The word ends at the first white space outside
 /// double quotes, so it is empty if the line begins with white space.
-[[nodiscard]] std::wstring behindFirstWord(const std::wstring& line);
+[[nodiscard]] std::wstring afterFirstWord(const std::wstring& line);
 
 /// The program and the line for CreateProcess.
 struct ProgramAndLine {

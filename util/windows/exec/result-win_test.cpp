@@ -142,7 +142,7 @@ TEST_F(ExecResultTest, ACaptureThatCannotBeReadIsAFailure) {
     }
 }
 
-TEST_F(ExecResultTest, AMergedCaptureThatCannotBeReadIsToldInTheOutput) {
+TEST_F(ExecResultTest, AMergedCaptureThatCannotBeReadIsReportedInTheOutput) {
     const SystemMessage message(L"It can't be.");
     const ReplacedCall<decltype(ReadFile)> read("ReadFile", &readFile);
     gReadFile = read.original();

@@ -180,7 +180,7 @@ TEST_F(ExecScriptTest, TheAttemptIsMadeOnce) {
     }
 }
 
-TEST_F(ExecScriptTest, AnotherFailureOfTheAttemptIsToldWithTheLengthOfItsLine) {
+TEST_F(ExecScriptTest, AnotherFailureOfTheAttemptIsReportedWithTheLengthOfItsLine) {
     const std::string script = mWorld.write("/tools/bin/script");
     const RecordedStarts starts({ERROR_BAD_EXE_FORMAT, NO_ERROR, NO_ERROR, ERROR_ACCESS_DENIED});
     const CommandResult result = run("/tools/bin/script a");

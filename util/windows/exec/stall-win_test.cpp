@@ -153,7 +153,7 @@ TEST_F(StallTest, ARuleThatOnlyReportsLetsTheCommandGoOn) {
     EXPECT_TRUE(breaks.calls().empty());
 }
 
-TEST_F(StallTest, WhatWasWrittenBeforeAStallComesBackInFrontOfTheText) {
+TEST_F(StallTest, WhatWasWrittenBeforeAStallComesBackBeforeTheText) {
     Exec::RunInfo info;
     info.mDirectArgv = {waitedChild("say x complain y make " + file("ready") + " sleep 60000")};
     exec.setStallRules(everyCommand(500, timeFlag | ioFlag));
@@ -215,7 +215,7 @@ TEST_F(StallTest, WithoutATextForFailuresTheExitCodeComesBack) {
     EXPECT_EQ(exec.errors(), report(info.mDirectArgv[0], "aborting job"));
 }
 
-TEST_F(StallTest, AnAbortBehindAStallLeavesItAStall) {
+TEST_F(StallTest, AnAbortAfterAStallLeavesItAStall) {
     const std::string command = waitedChild("ignore-break make " + file("ready") + " sleep 60000");
     exec.setStallRules(everyCommand(500, timeFlag));
     accounting.setFixed({});

@@ -97,7 +97,7 @@ TEST(StallRuleSelection, ABadPatternIsThrownOutOfTheRun) {
     EXPECT_EQ(exec.run(waitedChild("exit 9")).code, 9);
 }
 
-TEST(StallRuleSelection, ABadPatternBehindAMatchIsNotLookedAt) {
+TEST(StallRuleSelection, ABadPatternAfterAMatchIsNotLookedAt) {
     TestedExec exec;
     exec.setStallRules({{"cl", 700, time}, {"(a", 700, time}});
     exec.selectStallRule("cl");

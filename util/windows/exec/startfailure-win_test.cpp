@@ -72,7 +72,7 @@ struct Told {
     }
 };
 
-TEST_F(ExecStartFailureTest, TheStartIsToldOfWithAllThatMayHaveMadeItFail) {
+TEST_F(ExecStartFailureTest, TheStartIsReportedOfWithAllThatMayHaveMadeItFail) {
     const std::string line = execChild("say x");
     const CommandResult result = refuse(line, mFolder.utf8(), "b=2\0a=1\0c\0");
     const std::string words = Told{.command = line,
@@ -105,7 +105,7 @@ TEST_F(ExecStartFailureTest, TheFlagsAreThoseOfAJobAsWell) {
               (Told{.command = line, .flags = "100060c", .lineLength = line.size()}.words()));
 }
 
-TEST_F(ExecStartFailureTest, AnAbortBeforeTheStartIsTold) {
+TEST_F(ExecStartFailureTest, AnAbortBeforeTheStartIsReported) {
     const std::string line = execChild();
     mExec->mAborted = true;
     const CommandResult result = refuse(line);
@@ -199,7 +199,7 @@ TEST_F(ExecStartFailureTest, TheThreeErrorsThatMeanAMissingProgramSayThatItIsNot
     }
 }
 
-TEST_F(ExecStartFailureTest, AMissingProgramIsToldInOnePlaceOnly) {
+TEST_F(ExecStartFailureTest, AMissingProgramIsReportedInOnePlaceOnly) {
     const StandardFiles streams(mFolder);
     const std::string words = "'missing-program \xc3\xa4': Command not found\n";
     for (const StreamChoice& choice : streamChoices) {

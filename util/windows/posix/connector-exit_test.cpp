@@ -63,7 +63,7 @@ TEST(ExitWithSignalDeathTest, WithoutASignalTheProcessExitsAtOnce) {
     }
 }
 
-TEST(ExitWithSignalDeathTest, AStopThatFailsIsToldFirst) {
+TEST(ExitWithSignalDeathTest, AStopThatFailsIsReportedFirst) {
     EXPECT_EXIT(
         {
             PosixProvider provider;

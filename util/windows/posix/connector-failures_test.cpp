@@ -22,7 +22,7 @@ constexpr int code = POSIXPROVIDER_NO_TEXT;
 constexpr int sigintNumber = POSIXPROVIDER_SIGINT;
 constexpr int sigtermNumber = POSIXPROVIDER_SIGTERM;
 
-TEST(SignalThreadTest, AHandlerThatThrowsIsToldAndTheThreadGoesOn) {
+TEST(SignalThreadTest, AHandlerThatThrowsIsReportedAndTheThreadGoesOn) {
     PosixProvider provider;
     SignalCounter counter;
     connector c(embeddingOf(provider));
@@ -37,7 +37,7 @@ TEST(SignalThreadTest, AHandlerThatThrowsIsToldAndTheThreadGoesOn) {
               "cygwin::connector::handle_signals caught no, thanks!\n");
 }
 
-TEST(SignalThreadTest, AThreadThatDiedIsToldAndJoinedWithoutAWakeUp) {
+TEST(SignalThreadTest, AThreadThatDiedIsReportedAndJoinedWithoutAWakeUp) {
     PosixProvider provider;
     {
         connector c(embeddingOf(provider));
@@ -121,7 +121,7 @@ TEST(SignalThreadTest, AThreadWithoutASetDies) {
               "exception in VRPSX signal handling: vrpsx::system::sigset_init: error 9999\n");
 }
 
-TEST(SignalThreadTest, WhatFailsInAStopIsToldAndTheStopGoesOn) {
+TEST(SignalThreadTest, WhatFailsInAStopIsReportedAndTheStopGoesOn) {
     const struct {
         posixprovider_entry entry;
         const char* text;
@@ -166,7 +166,7 @@ TEST(SignalThreadTest, WithoutAClockTheDeadlineIsZero) {
     c.stop_signal_thread();
 }
 
-TEST(SignalThreadTest, AFailedWaitForASignalIsToldAndTheThreadGoesOn) {
+TEST(SignalThreadTest, AFailedWaitForASignalIsReportedAndTheThreadGoesOn) {
     PosixProvider provider;
     SignalCounter counter;
     connector c(embeddingOf(provider));

@@ -128,7 +128,7 @@ int waitForUnknown(vrpsx::raw::system* self, vrpsx::raw::sigset* signals, int* r
     return code;
 }
 
-TEST(SignalThreadTest, ASignalWithoutAHandlerIsTold) {
+TEST(SignalThreadTest, ASignalWithoutAHandlerIsReported) {
     PosixProvider provider;
     testing_support::PatchedSystem patched(provider);
     gOriginal = *patched.original;

@@ -213,7 +213,7 @@ TEST(ConnectorMountTest, TheMountsAreReadAnewEachTime) {
     EXPECT_EQ(prefix, "/mnt");
 }
 
-TEST(ConnectorMountTest, ARestThatCannotBeDisposedOfIsThrownBehindThePrefix) {
+TEST(ConnectorMountTest, ARestThatCannotBeDisposedOfIsThrownAfterThePrefix) {
     PosixProvider provider;
     provider.setMounts("E:/x\t/mnt\tcygdrive\nC:/\t/c\tntfs\n");
     {

@@ -272,7 +272,7 @@ TEST_F(AccessTokenTest, ARestrictedTokenHasLostThePrivilegeAndTheGroup) {
     EXPECT_FALSE(impersonation.isMember(disabled[0].first));
 }
 
-TEST_F(AccessTokenTest, MembershipIsToldForATokenToImpersonateWith) {
+TEST_F(AccessTokenTest, MembershipIsReportedForATokenToImpersonateWith) {
     EXPECT_TRUE(mImpersonation.isMember(SecurityIdentifier(everyoneSid)));
     EXPECT_FALSE(mImpersonation.isMember(SecurityIdentifier("S-1-5-21-1-2-3-4")));
     expectFailedCall("CheckTokenMembership", ERROR_NO_IMPERSONATION_TOKEN, [&] {

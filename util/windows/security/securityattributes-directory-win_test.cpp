@@ -177,7 +177,7 @@ TEST(SecurityAttributesForDirectoryTest, ThePathIsUtf8AndOfAnyLength) {
     EXPECT_NE(nameOf(path), nullptr);
 }
 
-TEST(SecurityAttributesForDirectoryTest, AMissingDirectoryIsToldByItsPathAndTheFailure) {
+TEST(SecurityAttributesForDirectoryTest, AMissingDirectoryIsReportedByItsPathAndTheFailure) {
     const TempFolder folder;
     const std::string path = folder.utf8("missing");
     const char* name = "as before";
@@ -213,7 +213,7 @@ std::pair<std::string, DWORD> failureOf(const std::string& directory) {
     return {error, GetLastError()};
 }
 
-TEST(SecurityAttributesForDirectoryTest, AFailureToDeriveIsToldByItsCall) {
+TEST(SecurityAttributesForDirectoryTest, AFailureToDeriveIsReportedByItsCall) {
     const TempFolder folder;
     const ReplacedCall<decltype(CreatePrivateObjectSecurityEx)> failing(
         "CreatePrivateObjectSecurityEx",
@@ -231,7 +231,7 @@ TEST(SecurityAttributesForDirectoryTest, AFailureToDeriveIsToldByItsCall) {
 using ToSddl = decltype(ConvertSecurityDescriptorToStringSecurityDescriptorW);
 constexpr const char* toSddl = "ConvertSecurityDescriptorToStringSecurityDescriptorW";
 
-TEST(SecurityAttributesForDirectoryTest, AFailureToMakeTheTextIsToldByItsCall) {
+TEST(SecurityAttributesForDirectoryTest, AFailureToMakeTheTextIsReportedByItsCall) {
     const TempFolder folder;
     const ReplacedCall<ToSddl> failing(
         toSddl, [](PSECURITY_DESCRIPTOR, DWORD, SECURITY_INFORMATION, LPWSTR*, PULONG) -> BOOL {

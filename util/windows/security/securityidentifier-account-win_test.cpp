@@ -187,7 +187,7 @@ TEST_F(SecurityAccountTest, NamesAreCutToTheirLengthsAndJoined) {
     EXPECT_FALSE(gAsked.mHasSystem);
 }
 
-TEST_F(SecurityAccountTest, ASidWithoutAnAccountIsNotFoundAndItsUseIsTold) {
+TEST_F(SecurityAccountTest, ASidWithoutAnAccountIsNotFoundAndItsUseIsReported) {
     const SecurityIdentifier sid(unmapped);
     SID_NAME_USE use = SidTypeUser;
     EXPECT_EQ(sid.accountName(&use), "(not found)");

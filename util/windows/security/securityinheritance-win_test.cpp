@@ -224,7 +224,7 @@ TEST_F(DerivedDescriptorTest, AFailureToDestroyWhatWindowsMadeIsNamed) {
     EXPECT_TRUE(output.texts().empty());
 }
 
-TEST_F(DerivedDescriptorTest, BehindAnotherFailureThatOneGoesToTheDebugger) {
+TEST_F(DerivedDescriptorTest, AfterAnotherFailureThatOneGoesToTheDebugger) {
     const FailingDestruction failing;
     const DebugOutput output;
     const SecurityDescriptor parent(inheritable, SDDL_REVISION_1);

@@ -82,7 +82,7 @@ TEST_F(SecurityPrintingTest, AFailedLookupShowsTheErrorInPlaceOfTheAccount) {
               L"SID S-1-1-0 [Invalid *** " + std::wstring(words.begin(), words.end()) + L" ***]");
 }
 
-TEST_F(SecurityPrintingTest, TheTextOfASidIsAskedForBehindTheLookupAndItsFailureIsThrown) {
+TEST_F(SecurityPrintingTest, TheTextOfASidIsAskedForAfterTheLookupAndItsFailureIsThrown) {
     static int lookups;
     static int lookupsBefore;
     lookups = 0;

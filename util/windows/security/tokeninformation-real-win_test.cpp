@@ -209,7 +209,7 @@ protected:
     LUID mLuid = {};
 };
 
-TEST_F(TokenReadingTest, ASizeThatCannotBeAskedForIsTold) {
+TEST_F(TokenReadingTest, ASizeThatCannotBeAskedForIsReported) {
     DWORD error = 1400;
     for (const auto& read : readers()) {
         const RefusedCall<decltype(GetTokenInformation)> call("GetTokenInformation", ++error);
@@ -217,7 +217,7 @@ TEST_F(TokenReadingTest, ASizeThatCannotBeAskedForIsTold) {
     }
 }
 
-TEST_F(TokenReadingTest, WhatCannotBeReadThoughItsSizeWasIsToldInOtherWords) {
+TEST_F(TokenReadingTest, WhatCannotBeReadThoughItsSizeWasIsReportedInOtherWords) {
     static DWORD error;
     error = 1400;
     const ReplacedCall<decltype(GetTokenInformation)> call(

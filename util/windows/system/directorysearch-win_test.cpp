@@ -108,7 +108,7 @@ TEST_F(DirectorySearchTest, EveryEntryThatMatchesIsFound) {
     EXPECT_EQ(rest(some), Names({L"a1", L"a2"}));
 }
 
-TEST_F(DirectorySearchTest, TheEndIsToldByItsError) {
+TEST_F(DirectorySearchTest, TheEndIsReportedByItsError) {
     DirectorySearch search;
     ASSERT_TRUE(begin(search, L"b"));
     SetLastError(NO_ERROR);
@@ -116,7 +116,7 @@ TEST_F(DirectorySearchTest, TheEndIsToldByItsError) {
     EXPECT_EQ(GetLastError(), DWORD{ERROR_NO_MORE_FILES});
 }
 
-TEST_F(DirectorySearchTest, AListingThatBreaksOffIsToldByItsError) {
+TEST_F(DirectorySearchTest, AListingThatBreaksOffIsReportedByItsError) {
     const RefusedCall<decltype(FindNextFileW)> refused("FindNextFileW", ERROR_NETNAME_DELETED,
                                                        /*before=*/1);
     DirectorySearch search;

@@ -149,7 +149,7 @@ TEST(SystemIsWritableTest, OnlyADenialOfAccessLeadsToTheTestOfADirectory) {
     const TempFolder folder;
     const ReplacedCall<decltype(CreateFileW)> call("CreateFileW", refuseToShare);
     EXPECT_FALSE(System::isWritable(folder.utf8()));
-    EXPECT_TRUE(System::isWritable(folder.utf8() + "/")) << "a slash behind it says directory";
+    EXPECT_TRUE(System::isWritable(folder.utf8() + "/")) << "a slash after it says directory";
 }
 
 std::wstring wide(const std::string& path) { return System::unicodePath(path).substr(4); }

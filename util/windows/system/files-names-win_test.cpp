@@ -84,7 +84,7 @@ TEST(SystemMissingParentsTest, APathThatExistsMissesNothing) {
     EXPECT_EQ(names, Names());
 }
 
-TEST(SystemMissingParentsTest, MissingParentsStandInFrontOfThePathOutermostFirst) {
+TEST(SystemMissingParentsTest, MissingParentsStandBeforeThePathOutermostFirst) {
     const TempFolder folder;
     const std::string base = folder.utf8();
     Names names;
@@ -121,7 +121,7 @@ TEST(SystemMakeDirectoryTest, ADirectoryIsMadeOnce) {
     EXPECT_EQ(GetLastError(), DWORD{ERROR_PATH_NOT_FOUND});
 }
 
-TEST(SystemMakeDirectoryTest, ANameReachesWindowsWithoutTheDotsAndBlanksBehindIt) {
+TEST(SystemMakeDirectoryTest, ANameReachesWindowsWithoutTheDotsAndBlanksAfterIt) {
     const TempFolder folder;
     makeDirectory(folder.utf8("d. ."));
     EXPECT_TRUE(System::exists(folder.utf8("d")));

@@ -174,7 +174,7 @@ TEST(SystemRemoveTest, ADirectoryThatYieldsToNormalAttributesAloneIsRemovedByFor
     EXPECT_EQ(System::remove("c:/x", true), callSucceeded);
 }
 
-TEST(SystemRemoveTest, ANameWithNullCharactersBehindItIsTheName) {
+TEST(SystemRemoveTest, ANameWithNullCharactersAfterItIsTheName) {
     const TempFolder folder;
     std::string path = folder.write("a", "x");
     path.resize(261);

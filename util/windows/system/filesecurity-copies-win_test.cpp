@@ -50,7 +50,7 @@ TEST(RealCopySecurityTest, TheTargetIsAsOpenAsTheSource) {
     }
 }
 
-TEST(RealCopySecurityTest, AFileThatIsMissingIsToldByItsNumber) {
+TEST(RealCopySecurityTest, AFileThatIsMissingIsReportedByItsNumber) {
     const TempFolder folder;
     const std::string file = folder.write("file", "x");
     const std::string missing = folder.utf8("missing");

@@ -63,7 +63,7 @@ NTSTATUS NTAPI answerName(HANDLE, IO_STATUS_BLOCK*, void* answer, ULONG, ULONG) 
     return 0;
 }
 
-TEST(MatchSystemFileHandleTest, ThePathBehindItsSecondCharacterIsTheStartOfTheName) {
+TEST(MatchSystemFileHandleTest, ThePathAfterItsSecondCharacterIsTheStartOfTheName) {
     constexpr struct {
         const wchar_t* path;
         const wchar_t* name;
@@ -104,7 +104,7 @@ TEST(MatchSystemFileHandleTest, ThePathOfAFileWithItsPrefixFindsNothing) {
     EXPECT_FALSE(file.isFree());
 }
 
-TEST(MatchSystemFileHandleTest, APathWithNothingBehindItsDriveFindsNothing) {
+TEST(MatchSystemFileHandleTest, APathWithNothingAfterItsDriveFindsNothing) {
     const HeldFile file;
     for (const wchar_t* path : {L"c:", L"c", L""}) {
         Inspected system({{systemProcess, file.handle()}});

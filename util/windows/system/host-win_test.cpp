@@ -131,7 +131,7 @@ TEST(SystemFullHostNameTest, OnlyOnRequestIsItAskedForAgain) {
     EXPECT_EQ(System::fullHostName(false), "two");
 }
 
-TEST(SystemFullHostNameTest, NullCharactersBehindTheNameAreCut) {
+TEST(SystemFullHostNameTest, NullCharactersAfterTheNameAreCut) {
     for (const size_t nulls : {0, 1, 2, 100}) {
         FakeHost host(std::wstring(250, L'h'));
         host.nulls = nulls;
@@ -292,7 +292,7 @@ int WINAPI formatTime(LCID locale, DWORD flags, const SYSTEMTIME*, LPCWSTR pictu
     return 2;
 }
 
-TEST(SystemDateTimeTextTest, DateAndTimeArePicturesOfTheUsersLocalePutBehindEachOther) {
+TEST(SystemDateTimeTextTest, DateAndTimeArePicturesOfTheUsersLocalePutAfterEachOther) {
     gFormats.clear();
     const ReplacedCall<decltype(GetDateFormatW)> date("GetDateFormatW", formatDate);
     const ReplacedCall<decltype(GetTimeFormatW)> time("GetTimeFormatW", formatTime);

@@ -51,7 +51,7 @@ public:
         }
         for (; !mWaiting.empty(); mWaiting.pop_back()) {
             mCurrent.assign(mPath, 0, mWaiting.back());
-            makeBehindParent();
+            makeAfterParent();
         }
     }
 
@@ -74,7 +74,7 @@ private:
         fail(mCurrent, error);
     }
 
-    void makeBehindParent() {
+    void makeAfterParent() {
         if (System::makeDirectory(mCurrent, /*mode=*/0)) {
             noteCreation();
             return;

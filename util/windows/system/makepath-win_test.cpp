@@ -38,7 +38,7 @@ std::string failureOf(const std::string& path) {
     return "no failure";
 }
 
-TEST(SystemMakePathTest, TheOutermostDirectoryThatWasMadeIsTold) {
+TEST(SystemMakePathTest, TheOutermostDirectoryThatWasMadeIsReported) {
     const TempFolder folder;
     ASSERT_TRUE(System::makeDirectory(folder.utf8("a"), 0));
     EXPECT_EQ(makePath(folder.utf8("a/b/c")), folder.utf8("a/b"));
@@ -65,7 +65,7 @@ TEST(SystemMakePathTest, TheTextIsOptional) {
     System::makePath(folder.utf8("a/b").c_str(), nullptr);
 }
 
-TEST(SystemMakePathTest, SlashesOfBothKindsMayBeDoubledAndStandBehind) {
+TEST(SystemMakePathTest, SlashesOfBothKindsMayBeDoubledAndStandAfter) {
     const TempFolder folder;
     EXPECT_EQ(makePath(folder.utf8() + "//a\\\\b//"), folder.utf8() + "//a");
     EXPECT_TRUE(System::exists(folder.utf8("a/b")));
@@ -81,7 +81,7 @@ TEST(SystemMakePathTest, ADirectoryMayHaveANameOutsideASCII) {
     EXPECT_TRUE(stat.isDirectory());
 }
 
-TEST(SystemMakePathTest, DotsAndBlanksBehindANameDoNotReachWindows) {
+TEST(SystemMakePathTest, DotsAndBlanksAfterANameDoNotReachWindows) {
     const TempFolder folder;
     EXPECT_EQ(makePath(folder.utf8("a. /b..")), folder.utf8("a. "));
     std::vector<std::string> names;
@@ -215,7 +215,7 @@ TEST_F(SystemMakePathRaceTest, BothErrorsOfAMissingParentLeadToIt) {
     }
 }
 
-TEST_F(SystemMakePathRaceTest, BehindAParentAnotherProcessMayBeFaster) {
+TEST_F(SystemMakePathRaceTest, AfterAParentAnotherProcessMayBeFaster) {
     expect({{"c:/a/b", nothing}, {"c:/a", nothing}, {"c:/a/b", aDirectory}},
            {{"c:/a/b", ERROR_PATH_NOT_FOUND},
             {"c:/a", ERROR_SUCCESS},
@@ -224,7 +224,7 @@ TEST_F(SystemMakePathRaceTest, BehindAParentAnotherProcessMayBeFaster) {
     EXPECT_EQ(GetLastError(), DWORD{ERROR_ALREADY_EXISTS});
 }
 
-TEST_F(SystemMakePathRaceTest, BehindAParentAFileMayAppear) {
+TEST_F(SystemMakePathRaceTest, AfterAParentAFileMayAppear) {
     expect({{"c:/a/b", nothing}, {"c:/a", nothing}, {"c:/a/b", aFile}},
            {{"c:/a/b", ERROR_PATH_NOT_FOUND},
             {"c:/a", ERROR_SUCCESS},
@@ -234,7 +234,7 @@ TEST_F(SystemMakePathRaceTest, BehindAParentAFileMayAppear) {
               "parent");
 }
 
-TEST_F(SystemMakePathRaceTest, BehindAParentAnErrorIsAFailure) {
+TEST_F(SystemMakePathRaceTest, AfterAParentAnErrorIsAFailure) {
     expect({{"c:/a/b", nothing}, {"c:/a", nothing}, {"c:/a/b", nothing}},
            {{"c:/a/b", ERROR_PATH_NOT_FOUND},
             {"c:/a", ERROR_SUCCESS},
@@ -268,7 +268,7 @@ TEST_F(SystemMakePathRaceTest, AParentThatAnotherProcessMakesIsNotTold) {
     EXPECT_EQ(makePath("c:/a/b"), "c:/a/b");
 }
 
-TEST_F(SystemMakePathRaceTest, WhatWasMadeBeforeAFailureIsTold) {
+TEST_F(SystemMakePathRaceTest, WhatWasMadeBeforeAFailureIsReported) {
     expect({{"c:/a/b", nothing}, {"c:/a", nothing}}, {{"c:/a/b", ERROR_PATH_NOT_FOUND},
                                                       {"c:/a", ERROR_SUCCESS},
                                                       {"c:/a/b", ERROR_WRITE_PROTECT}});

@@ -275,7 +275,7 @@ TEST(PosixTruncateTest, AFileThatMustNotBeWrittenIsAFailureAndThePositionStays) 
     EXPECT_EQ(file.content(), "abcdef");
 }
 
-TEST(PosixTruncateTest, AFailureToSetTheEndIsToldAndThePositionStays) {
+TEST(PosixTruncateTest, AFailureToSetTheEndIsReportedAndThePositionStays) {
     const OpenFile file("abcdef");
     file.moveTo(3);
     const ReplacedCall<decltype(SetEndOfFile)> end("SetEndOfFile", [](HANDLE) -> BOOL {

@@ -109,7 +109,7 @@ TEST(SystemInstallationDirectoryTest, ItIsTheTextOfTheRegistryInUtf8) {
     EXPECT_EQ(installed(REG_SZ, L"C:\\\u0411\\agent\0"sv), "C:\\\xD0\x91\\agent");
 }
 
-TEST(SystemInstallationDirectoryTest, NullCharactersBehindTheTextAreCut) {
+TEST(SystemInstallationDirectoryTest, NullCharactersAfterTheTextAreCut) {
     // For a text without a null character Windows adds the one that follows the text.
     EXPECT_EQ(installed(REG_SZ, L"C:\\agent~"sv.substr(0, 8)), "C:\\agent");
     EXPECT_EQ(installed(REG_SZ, L"C:\\agent\0\0\0\0"sv), "C:\\agent");
@@ -281,7 +281,7 @@ TEST(SystemDeleteKeyTest, AFailureBelowEndsItAndItsMessageIsTheOne) {
     key.fail(&message);
     EXPECT_EQ(message, closedMessage);
     EXPECT_TRUE(key.has(L"a\\b\\c\\d"));
-    EXPECT_TRUE(key.has(L"a\\e\\f")) << "behind the failed one";
+    EXPECT_TRUE(key.has(L"a\\e\\f")) << "after the failed one";
 }
 
 TEST(SystemDeleteKeyTest, TheFirstMessageIsKept) {

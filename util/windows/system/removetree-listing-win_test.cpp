@@ -171,7 +171,7 @@ TEST_F(SystemRemoveTreeListingTest, AfterAFailureFilesGoOnBeingDeletedAndDirecto
                              L"file \\\\?\\c:\\t\\f2", L"close", L"directory \\\\?\\c:\\t"}));
 }
 
-TEST_F(SystemRemoveTreeListingTest, NothingBehindALinkThatCannotBeRemovedIsDeleted) {
+TEST_F(SystemRemoveTreeListingTest, NothingAfterALinkThatCannotBeRemovedIsDeleted) {
     gListing.push_back({L"link", FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT});
     gListing.push_back({L"f", FILE_ATTRIBUTE_NORMAL});
     gRefused = {L"directory \\\\?\\c:\\t\\link"};
@@ -181,7 +181,7 @@ TEST_F(SystemRemoveTreeListingTest, NothingBehindALinkThatCannotBeRemovedIsDelet
                      L"close", L"directory \\\\?\\c:\\t"}));
 }
 
-TEST_F(SystemRemoveTreeListingTest, AListingThatCannotBeginIsToldWithItsPattern) {
+TEST_F(SystemRemoveTreeListingTest, AListingThatCannotBeginIsReportedWithItsPattern) {
     gFirstError = ERROR_ACCESS_DENIED;
     const Removal removal = removeTree("c:/t");
     EXPECT_FALSE(removal.result);
@@ -217,7 +217,7 @@ TEST_F(SystemRemoveTreeListingTest, ASubdirectoryThatIsGoneMeanwhileIsNoFailure)
                              L"directory \\\\?\\c:\\t"}));
 }
 
-TEST_F(SystemRemoveTreeListingTest, ASubdirectoryThatCannotBeListedIsToldWithItsOwnPattern) {
+TEST_F(SystemRemoveTreeListingTest, ASubdirectoryThatCannotBeListedIsReportedWithItsOwnPattern) {
     gListing.push_back({L"d1", FILE_ATTRIBUTE_DIRECTORY});
     gListing.push_back({L"d2", FILE_ATTRIBUTE_DIRECTORY});
     gListing.push_back({L"f", FILE_ATTRIBUTE_NORMAL});
@@ -233,7 +233,7 @@ TEST_F(SystemRemoveTreeListingTest, ASubdirectoryThatCannotBeListedIsToldWithIts
                              L"directory \\\\?\\c:\\t"}));
 }
 
-TEST_F(SystemRemoveTreeListingTest, AListingThatBreaksOffIsTold) {
+TEST_F(SystemRemoveTreeListingTest, AListingThatBreaksOffIsReported) {
     gNextError = ERROR_NETNAME_DELETED;
     const Removal removal = removeTree("c:/t");
     EXPECT_FALSE(removal.result);

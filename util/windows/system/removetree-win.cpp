@@ -56,11 +56,11 @@ private:
     void removeFile();
     bool deleteFile() const;
 
-    void fail(DWORD error, const char* what, std::string_view name, const char* behind) {
+    void fail(DWORD error, const char* what, std::string_view name, const char* after) {
         mFailed = true;
         if (mMessage.empty()) {
             const uint32_t number = error;
-            mMessage.append("System::removeTree ").append(what).append(name).append(behind);
+            mMessage.append("System::removeTree ").append(what).append(name).append(after);
             mMessage.append(lastErrorText(/*withCode=*/false, &number, errorOfSystem));
         }
     }

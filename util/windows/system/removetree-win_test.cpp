@@ -166,7 +166,7 @@ TEST_F(SystemRemoveTreeTest, ADirectoryBelowThatCannotBeRemovedIsNamedByItsWideF
     EXPECT_EQ(toldError(), DWORD{ERROR_SHARING_VIOLATION});
 }
 
-TEST_F(SystemRemoveTreeTest, TheFirstFailureIsToldAndATextThatIsThereStays) {
+TEST_F(SystemRemoveTreeTest, TheFirstFailureIsReportedAndATextThatIsThereStays) {
     makeDirectory("d");
     const ReplacedCall<decltype(RemoveDirectoryW)> call("RemoveDirectoryW", refuse);
     std::string message = "an earlier text";

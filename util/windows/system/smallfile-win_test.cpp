@@ -39,7 +39,7 @@ TEST(ReadFileTest, TheBytesOfAFileAreRead) {
     EXPECT_EQ(text, content);
 }
 
-TEST(ReadFileTest, TheBytesGoBehindWhatTheTextHolds) {
+TEST(ReadFileTest, TheBytesGoAfterWhatTheTextHolds) {
     const TempFolder folder;
     std::string text = "before ";
     EXPECT_EQ(readFile(folder.write("file", "the file"), text), fileIsRead);

@@ -53,7 +53,7 @@ TEST(SystemVolumeFailureTest, ARelativePathWithoutALongFormIsItsOwnRoot) {
     EXPECT_TRUE(fake.devices.empty());
 }
 
-TEST(SystemVolumeFailureTest, ARootWithABackslashBehindItGetsNoSecondOne) {
+TEST(SystemVolumeFailureTest, ARootWithABackslashAfterItGetsNoSecondOne) {
     FakeVolume fake;
     const ReplacedCall<decltype(GetLongPathNameW)> call("GetLongPathNameW", refuseLongPath);
     accountOf("sub\\");

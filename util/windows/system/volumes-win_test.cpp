@@ -128,7 +128,7 @@ TEST(SystemVolumeTypeTest, OnlyTheDriveTypeLineHasQuestionMarksForTheLocale) {
               "flags 0x0:  \n");
 }
 
-TEST(SystemVolumeTypeTest, TheDeviceIsToldInUtf8) {
+TEST(SystemVolumeTypeTest, TheDeviceIsReportedInUtf8) {
     FakeVolume fake;
     fake.device = L"\\??\\\u0444";
     EXPECT_EQ(lineWith(accountOf("c:/"), "c: is"), "c: is \\??\\\xD1\x84");
@@ -197,7 +197,7 @@ TEST(SystemVolumeFlagsTest, BitsWithoutAWordStandInTheNumberAlone) {
     EXPECT_EQ(flagsLine(0x80000104), "flags 0x80000104:  Unicode");
 }
 
-TEST(SystemVolumeFlagsTest, WithoutFlagsTheLineEndsBehindTheNumber) {
+TEST(SystemVolumeFlagsTest, WithoutFlagsTheLineEndsAfterTheNumber) {
     EXPECT_EQ(flagsLine(0), "flags 0x0:  ");
 }
 
@@ -225,7 +225,7 @@ TEST(SystemVolumeMvfsTest, ANameThatIsOnlyAlikeIsNot) {
     }
 }
 
-TEST(SystemVolumeFailureTest, ADeviceThatCannotBeHadIsToldAndTheRestFollows) {
+TEST(SystemVolumeFailureTest, ADeviceThatCannotBeHadIsReportedAndTheRestFollows) {
     FakeVolume fake;
     fake.device.reset();
     const SystemMessage message(L"Not there.\r\n");
