@@ -18,6 +18,16 @@
 
 namespace cruntime {
 
+#ifdef _WIN32
+/// The system library that has `malloc` and its kin. The import library of the universal C runtime
+/// names sets of functions that lead there.
+#ifdef _UCRT
+inline constexpr const wchar_t* library = L"ucrtbase.dll";
+#else
+inline constexpr const wchar_t* library = L"msvcrt.dll";
+#endif
+#endif
+
 [[nodiscard]] inline int stricmp(const char* a, const char* b) {
 #ifdef _WIN32
     return _stricmp(a, b);

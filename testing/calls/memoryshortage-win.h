@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "testing/calls/replacedcall-win.h"
+#include "util/cruntime.h"
 #include "util/windows/libraryfunction-win.h"
 
 namespace testing_support {
@@ -52,7 +53,7 @@ private:
     /// Returns the C runtime's own function, because replacing the calls allocates as well.
     template <class Signature>
     static Signature* runtimeCall(const char* function) {
-        return findFunction<Signature>(GetModuleHandleW(L"msvcrt.dll"), function);
+        return findFunction<Signature>(GetModuleHandleW(cruntime::library), function);
     }
 
     static inline Malloc* const sMalloc = runtimeCall<Malloc>("malloc");

@@ -1,6 +1,8 @@
 // Many threads on one connection of the shipped library.
 
+#include <algorithm>
 #include <atomic>
+#include <limits>
 #include <string>
 #include <thread>
 #include <vector>
@@ -85,17 +87,23 @@ TEST(ThreadsTest, EightThreadsGetTheSameAnswersAndLeakNoMemoryOrHandles) {
             thread.join();
         }
     };
-    // Creates what is created only once, and lets the heap set up its caches for these sizes.
+    // Creates what is created only once.
     runThreads(500);
     const size_t handles = handleCount();
-    const size_t bytes = heapBytes();
-    runThreads(500);
+    // The heap sets up caches when threads contend for a size, but not in every round. A round is
+    // 24,000 answers: a leak of three bytes in each would show in all of them.
+    size_t least = std::numeric_limits<size_t>::max();
+    for (int round = 0; round < 5 && least >= 50000; ++round) {
+        const size_t bytes = heapBytes();
+        runThreads(500);
+        least = std::min(least, std::max(heapBytes(), bytes) - bytes);
+    }
     EXPECT_EQ(wrong, 0);
-    // These are 24,000 answers: a leak of a handle or of three bytes in each would show. A lock
-    // keeps one handle from the first time that two threads contend for it, whenever that is.
+    EXPECT_LT(least, 50000U);
+    // A leaked handle would show too. A lock keeps one from the first time that two threads contend
+    // for it, whenever that is.
     constexpr size_t locks = 8;
     EXPECT_LE(handleCount(), handles + locks);
-    EXPECT_LT(heapBytes(), bytes + 50000);
 }
 
 }  // namespace
