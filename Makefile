@@ -44,4 +44,4 @@ lint: lint-dependencies
 	@scripts/lint
 
 clean:
-	rm -rf build
+	@scripts/clean
