@@ -1,6 +1,8 @@
 # The commands of the project; README.md describes them.
 .PHONY: help dependencies native-dependencies lint-dependencies coverage-dependencies windows demo \
     test bench fuzz soak coverage lint clean
+# They share the folder build, and its lock.
+.NOTPARALLEL:
 
 help:
 	@sed -n 's/^| `make \([a-z]*\)` | \(.*\) | [^|]*|$$/make \1: \2/p' README.md
