@@ -58,8 +58,8 @@ endif()
 add_library(checked_options INTERFACE)
 target_compile_definitions(checked_options INTERFACE _GLIBCXX_ASSERTIONS)
 
-# Common headers are precompiled three times: for the product, for its checked variant and for the
-# tests. `make lint` compiles without them, and so finds sources that lack an include.
+# Common headers are precompiled for each way of compiling: the product, its checked variant, the tests
+# and the benchmarks; and those two without the headers of Windows. `make lint` compiles without them, and so finds sources that lack an include.
 function(precompiled_headers name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "LINK;OPTIONS;HEADERS")
     set(source ${PROJECT_BINARY_DIR}/precompiled/${name}.cpp)
@@ -72,11 +72,14 @@ endfunction()
 set(common_headers <algorithm> <array> <atomic> <cstdint> <cstring> <exception> <functional> <map>
     <memory> <optional> <sstream> <stdexcept> <string> <string_view> <utility> <vector>)
 if(WIN32)
-    list(APPEND common_headers <winsock2.h> <windows.h> <aclapi.h> <sddl.h>)
     if(NOT NBCC_COVERAGE)
         # The code under test runs only briefly; the product is compiled with all optimisations.
         set(checked_optimisation -O1)
     endif()
+    precompiled_headers(portable_headers HEADERS ${common_headers})
+    precompiled_headers(portable_checked_headers LINK checked_options OPTIONS ${checked_optimisation}
+        HEADERS ${common_headers})
+    list(APPEND common_headers <winsock2.h> <windows.h> <aclapi.h> <sddl.h>)
 endif()
 precompiled_headers(product_headers HEADERS ${common_headers})
 precompiled_headers(checked_headers LINK checked_options OPTIONS ${checked_optimisation}
@@ -85,6 +88,7 @@ if(TARGET gtest)
     precompiled_headers(test_headers LINK checked_options gtest OPTIONS -O0
         HEADERS ${common_headers} <chrono> <filesystem> <fstream> <iostream> <random> <set> <thread>
             <gtest/gtest.h>)
+    precompiled_headers(bench_headers LINK gtest HEADERS ${common_headers} <gtest/gtest.h>)
 endif()
 
 # public_headers(TARGET): the headers of this folder as they are for its users. Each must compile alone,
@@ -120,7 +124,10 @@ function(layer name)
     public_headers(${name})
     target_link_libraries(${name}_checked PUBLIC checked_options)
     target_compile_options(${name}_checked PRIVATE ${checked_optimisation})
-    if(NOT (WIN32 AND arg_PORTABLE))
+    if(WIN32 AND arg_PORTABLE)
+        target_precompile_headers(${name} REUSE_FROM portable_headers)
+        target_precompile_headers(${name}_checked REUSE_FROM portable_checked_headers)
+    else()
         target_precompile_headers(${name} REUSE_FROM product_headers)
         target_precompile_headers(${name}_checked REUSE_FROM checked_headers)
     endif()
