@@ -59,7 +59,8 @@ add_library(checked_options INTERFACE)
 target_compile_definitions(checked_options INTERFACE _GLIBCXX_ASSERTIONS)
 
 # Common headers are precompiled for each way of compiling: the product, its checked variant, the tests
-# and the benchmarks; and those two without the headers of Windows. `make lint` compiles without them, and so finds sources that lack an include.
+# and the benchmarks; the first two also without the headers of Windows. `make lint` compiles without
+# them, and so finds sources that lack an include.
 function(precompiled_headers name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "LINK;OPTIONS;HEADERS")
     set(source ${PROJECT_BINARY_DIR}/precompiled/${name}.cpp)
