@@ -127,7 +127,7 @@ TEST(ConfigurationTest, FlagsAreSeparatedByCommasSemicolonsAndBlanks) {
     }
 }
 
-TEST(ConfigurationTest, ATagIsTheTextBeforeTheEqualsSignAsItStands) {
+TEST(ConfigurationTest, ATagIsTheTextBeforeTheEqualsSignAsItIs) {
     EXPECT_EQ(vobsOf(read("[vobs]\nM:/v/a  = ro\n=ro\n")), "M:/v/a  =1\n=1\n");
 }
 
@@ -222,7 +222,7 @@ TEST(ConfigurationDeathTest, APathThatIsNotAbsoluteStopsTheProcess) {
     EXPECT_DEATH(read("[attrs]\n\\x\\y=z\n", "Q:"), "absolute");
 }
 
-TEST(ConfigurationTest, ComplaintsStandInTheOrderOfTheFile) {
+TEST(ConfigurationTest, ComplaintsAreInTheOrderOfTheFile) {
     EXPECT_EQ(read("[attrs]\none\n[vobs]\ntwo\n[attrs]\nC:\\a=*three\n").errors,
               "Invalid line in [attrs]:  one\n"
               "Invalid line in [vobs]:  two\n"

@@ -59,7 +59,7 @@ TEST_F(FakeClearCaseTest, TheFileOfTheDefaultNameLiesInTheCurrentDirectory) {
     EXPECT_EQ(FakeClearCase(nullptr).getError(), itsText);
 }
 
-TEST_F(FakeClearCaseTest, TheVariableNamesAnotherFileAsItStands) {
+TEST_F(FakeClearCaseTest, TheVariableNamesAnotherFileAsItIs) {
     mFolder.write("nbclearcase_fake.ini", oneError);
     mFolder.write("other.ini", "[vobs]\nworse\n");
     const EnvironmentScope named("NBCLEARCASE_FAKE_INI", "other.ini");

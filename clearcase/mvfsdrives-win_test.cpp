@@ -153,7 +153,7 @@ TEST_F(LookupMvfsDrivesTest, ANameThatIsMissingIsTheEmptyText) {
     EXPECT_EQ(lookup({{{{"m:", "\\\\view"}, {nullptr, "\\\\view"}}, ERROR_NO_MORE_ITEMS}}), "");
 }
 
-TEST_F(LookupMvfsDrivesTest, TheTagIsWhatFollowsTheSeventhCharacterWhateverStandsBefore) {
+TEST_F(LookupMvfsDrivesTest, TheTagIsWhatFollowsTheSeventhCharacterWhateverIsBefore) {
     EXPECT_EQ(lookup({{{{"a:", "\\\\view\\"},
                         {"b:", "\\\\VIEW"},
                         {"c:", "short"},

@@ -20,7 +20,7 @@ TEST(FileTimeTest, TheEpochsLieAsFarApartAsPublished) {
     EXPECT_EQ(FileTime::ticksToUnixEpoch, epoch);
 }
 
-TEST(FileTimeTest, TheTicksStandBeforeTheNanoseconds) {
+TEST(FileTimeTest, TheTicksAreBeforeTheNanoseconds) {
     static_assert(std::is_standard_layout_v<FileTime> && std::is_trivially_copyable_v<FileTime>);
     struct Fields {
         uint64_t ticks;

@@ -14,7 +14,7 @@ std::string printed(const MessagePrefix& prefix) {
     return out.str();
 }
 
-TEST(NumberedMessageTest, APrefixTellsKindAndNumber) {
+TEST(NumberedMessageTest, APrefixReportsKindAndNumber) {
     EXPECT_EQ(printed({true, 5001}), "ERROR NB5001: ");
     EXPECT_EQ(printed({false, 42}), "WARNING NB0042: ");
     EXPECT_EQ(printed({true, 123456}), "ERROR NB123456: ");

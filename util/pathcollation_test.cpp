@@ -180,7 +180,7 @@ TEST(NoCaseComparatorTest, StringsAreOrderedButForCase) {
     EXPECT_TRUE(equal(std::string("a\0b", 3), "A"));
 }
 
-TEST(NoCaseComparatorTest, LettersCompareAsSmallOnesWithWhatStandsBetweenTheTwoCases) {
+TEST(NoCaseComparatorTest, LettersCompareAsSmallOnesWithWhatComesBetweenTheTwoCases) {
     const StringNoCaseLess less;
     const SubstringNoCaseLess lessPart;
     std::string letter = "A";

@@ -252,7 +252,7 @@ TEST(IsInPathTest, AnEmptyPrefixHoldsTheEmptyPathAndWhatBeginsWithASeparator) {
     EXPECT_FALSE(isInPath("", "a"));
 }
 
-TEST(MakeRelativeToTest, TheRestAfterTheBaseIsLeftAsItStands) {
+TEST(MakeRelativeToTest, TheRestAfterTheBaseIsLeftAsItIs) {
     const struct {
         const char* base;
         const char* path;

@@ -4,7 +4,7 @@
 
 namespace {
 
-TEST(ParentPathTest, ItIsWhatStandsBeforeTheLastSeparatorAndADotWithoutOne) {
+TEST(ParentPathTest, ItIsWhatComesBeforeTheLastSeparatorAndADotWithoutOne) {
     EXPECT_EQ(parentPath("a"), ".");
     EXPECT_EQ(parentPath(""), ".");
     EXPECT_EQ(parentPath("C:\\"), "C:");
@@ -13,7 +13,7 @@ TEST(ParentPathTest, ItIsWhatStandsBeforeTheLastSeparatorAndADotWithoutOne) {
     EXPECT_EQ(parentPath("C:/a\\b/c"), "C:/a\\b");
 }
 
-TEST(LeafNameTest, ItIsWhatStandsAfterTheLastSeparatorAndNothingWithoutOne) {
+TEST(LeafNameTest, ItIsWhatComesAfterTheLastSeparatorAndNothingWithoutOne) {
     EXPECT_EQ(leafName("a"), "");
     EXPECT_EQ(leafName("a/"), "");
     EXPECT_EQ(leafName("a\\b"), "b");
@@ -21,7 +21,7 @@ TEST(LeafNameTest, ItIsWhatStandsAfterTheLastSeparatorAndNothingWithoutOne) {
     EXPECT_EQ(leafName("a/b\\c"), "c");
 }
 
-TEST(FileExtensionTest, ItIsWhatStandsAfterTheLastDotOfTheLastComponent) {
+TEST(FileExtensionTest, ItIsWhatComesAfterTheLastDotOfTheLastComponent) {
     EXPECT_EQ(fileExtension("a.b/c"), "");
     EXPECT_EQ(fileExtension("a.b\\c"), "");
     EXPECT_EQ(fileExtension("a."), "");
@@ -203,7 +203,7 @@ TEST(IsDriveRootTest, AnythingElseGivesZero) {
     }
 }
 
-TEST(IsDriveColonTest, TheTextAroundTheColonTells) {
+TEST(IsDriveColonTest, TheTextAroundTheColonDecides) {
     const struct {
         const char* line;
         size_t loc;

@@ -61,7 +61,7 @@ TEST(PathRootOrderTest, SeparatorsBeforeNoShareAreOneRoot) {
     });
 }
 
-TEST(PathRootOrderTest, RootsDecideBeforeWhatStandsAfterThem) {
+TEST(PathRootOrderTest, RootsDecideBeforeWhatComesAfterThem) {
     expectOrder({
         {"C:/z", "D:/a", weight('c') - weight('d')},
         {"//s/x/z", "//s/y/a", weight('x') - weight('y')},

@@ -6,7 +6,7 @@
 
 namespace {
 
-TEST(LiesInOnDriveTest, WhateverPathsBeginWithItTellsTheSame) {
+TEST(LiesInOnDriveTest, WhateverPathsBeginWithItGivesTheSame) {
     for (int first = -128; first < 128; ++first) {
         for (int second = -128; second < 128; ++second) {
             const std::string prefix = static_cast<char>(first) + std::string(":/a");

@@ -233,7 +233,7 @@ struct RangeCase {
 
 class RangeCompareTest : public testing::TestWithParam<RangeCase> {};
 
-TEST_P(RangeCompareTest, ComparesWhatStandsInTheRanges) {
+TEST_P(RangeCompareTest, ComparesWhatIsInTheRanges) {
     const RangeCase& row = GetParam();
     const std::string a = row.a;
     // Text follows both ranges, so that a read past the end of a range shows.
@@ -270,7 +270,7 @@ const RangeCase rangeCases[] = {
 
 INSTANTIATE_TEST_SUITE_P(Rows, RangeCompareTest, testing::ValuesIn(rangeCases));
 
-TEST(RangeLessTest, TheTextStandsBeforeTheSwitch) {
+TEST(RangeLessTest, TheTextIsBeforeTheSwitch) {
     static_assert(std::is_standard_layout_v<RangeLess> && std::is_standard_layout_v<RangeEqual>);
     EXPECT_EQ(offsetof(RangeLess, text), 0U);
     EXPECT_EQ(offsetof(RangeLess, caseSensitive), sizeof(void*));

@@ -43,7 +43,7 @@ TEST(NextFieldTest, ADelimiterAtTheEndGivesNoFieldAfterIt) {
     EXPECT_EQ(fieldsOf(":", ':'), (Fields{""}));
 }
 
-TEST(NextFieldTest, TheFieldStandsInTheTextAndItsDelimiterBecomesNul) {
+TEST(NextFieldTest, TheFieldIsInTheTextAndItsDelimiterBecomesNul) {
     std::string text = "one:two";
     char* cursor = text.data();
     EXPECT_EQ(nextField(&cursor, ':'), text.data());

@@ -212,7 +212,7 @@ public:
     static inline std::string last;
 };
 
-TEST(ThreadTest, TheVirtualOperationsStandInTheirOrder) {
+TEST(ThreadTest, TheVirtualOperationsAreInTheirOrder) {
     Recorder recorder;
     Mutex mutex;
     MutexLock lock(mutex);
@@ -229,7 +229,7 @@ TEST(ThreadTest, TheVirtualOperationsStandInTheirOrder) {
     }
 }
 
-TEST(ThreadTest, TheFieldsStandInTheirOrder) {
+TEST(ThreadTest, TheFieldsAreInTheirOrder) {
     Open thread;
     const auto* const object = reinterpret_cast<const char*>(static_cast<const Thread*>(&thread));
     const auto offsetOf = [object](const auto& field) {

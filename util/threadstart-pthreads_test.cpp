@@ -85,7 +85,7 @@ TEST(ThreadStartTest, AThreadThatCannotBeMadeForWantOfResourcesSaysSo) {
     EXPECT_EQ(failureOf([] { Thread::startDetached([] {}); }), noResources);
 }
 
-TEST(ThreadStartTest, AThreadThatCannotBeMadeForAnotherReasonTellsItsResult) {
+TEST(ThreadStartTest, AThreadThatCannotBeMadeForAnotherReasonReportsItsResult) {
     const ThreadCallResult refusal(gThreadCalls.createResult, EPERM);
     const uint32_t error = EPERM;
     const std::string text =
@@ -201,7 +201,7 @@ TEST(ThreadStartTest, TheHookOfAFailedJoinRunsAfterTheReportWhileTheThreadCounts
     EXPECT_EQ(pthread_getconcurrency(), before);
 }
 
-TEST(ThreadStartTest, AFailedJoinTellsTheSystemsErrorAndNotTheResult) {
+TEST(ThreadStartTest, AFailedJoinReportsTheSystemsErrorAndNotTheResult) {
     constexpr uint32_t errorNumber = 2;
     static_assert(errorNumber != EINVAL);
     Runner runner;

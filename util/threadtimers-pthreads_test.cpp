@@ -20,7 +20,7 @@ bool isListed(const ThreadTimerRecord* wanted) {
     return record != nullptr;
 }
 
-TEST(ThreadTimersTest, TheFieldsOfARecordStandInTheirOrder) {
+TEST(ThreadTimersTest, TheFieldsOfARecordAreInTheirOrder) {
     static_assert(std::is_standard_layout_v<ThreadTimerRecord>);
     EXPECT_EQ(offsetof(ThreadTimerRecord, mNext), 0U);
     EXPECT_EQ(offsetof(ThreadTimerRecord, mThread), 8U);

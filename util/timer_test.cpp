@@ -186,7 +186,7 @@ TEST(TimerDeathTest, MergingARunningTimerStopsTheProcess) {
     EXPECT_DEATH(stopped += running, bothStopped);
 }
 
-TEST(NestedTimerTest, ItsFieldsStandAfterThoseOfATimerInTheirOrder) {
+TEST(NestedTimerTest, ItsFieldsAreAfterThoseOfATimerInTheirOrder) {
     const NestedTimer timer;
     const auto offsetOf = [&timer](const auto& field) {
         return reinterpret_cast<const char*>(&field) - reinterpret_cast<const char*>(&timer);

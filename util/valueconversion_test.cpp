@@ -101,7 +101,7 @@ TEST(ParseIntTest, AnEmptyTextIsZero) {
     checkInts({{"", true, 0}, {StringSpan("123", size_t{0}), true, 0}, {StringSpan(), true, 0}});
 }
 
-TEST(ParseIntTest, WhatStandsAfterTheDigitsFailsAndTheDigitsValueIsStored) {
+TEST(ParseIntTest, WhatComesAfterTheDigitsFailsAndTheDigitsValueIsStored) {
     checkInts({{"12a", false, 12},
                {"12 ", false, 12},
                {"-3-", false, -3},

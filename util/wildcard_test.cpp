@@ -122,7 +122,7 @@ TEST(WildcardMatchTest, OfANegatedClassAMemberBeforeADashOfNoRangeIsNotLookedAt)
                    {"[!a-]", "-", false}});
 }
 
-TEST(WildcardMatchTest, AClosingBracketEndsAClassWhereverItStands) {
+TEST(WildcardMatchTest, AClosingBracketEndsAClassWhereverItIs) {
     expectMatches({{"[]", "a", false},
                    {"[]", "]", false},
                    {"[]a]", "a", false},

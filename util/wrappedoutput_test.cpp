@@ -31,7 +31,7 @@ TEST(LayoutTest, ByDefaultNothingIsWrapped) {
     expectLayout(other, 8, true);
 }
 
-TEST(LayoutTest, TheFieldsStandInTheirOrder) {
+TEST(LayoutTest, TheFieldsAreInTheirOrder) {
     static_assert(std::is_standard_layout_v<Layout>);
     EXPECT_EQ(offsetof(Layout, width), 0U);
     EXPECT_EQ(offsetof(Layout, indent), sizeof(int));
@@ -87,7 +87,7 @@ TEST(HexDumpTest, AnItemThatDoesNotFitBeginsALine) {
     }
 }
 
-TEST(HexDumpTest, ADumpGoesOnWhereTheLayoutStands) {
+TEST(HexDumpTest, ADumpGoesOnWhereTheLayoutIs) {
     Layout layout(20, 3);
     EXPECT_EQ(dump("a", &layout), "   61:a");
     expectLayout(layout, 7, true);
@@ -197,7 +197,7 @@ TEST(WrappedOutputTest, InTheLastColumnOfAllALineFeedTakesNone) {
 
 constexpr auto failed = std::ios_base::eofbit | std::ios_base::failbit | std::ios_base::badbit;
 
-TEST(WrappedOutputTest, AStreamThatTakesNoMoreFailsAndTheLayoutTellsWhatItTook) {
+TEST(WrappedOutputTest, AStreamThatTakesNoMoreFailsAndTheLayoutReportsWhatItTook) {
     const std::string text = "a\tb";
     const std::string whole = "  \"a\\tb\"";
     for (size_t room = 0; room <= whole.size(); ++room) {

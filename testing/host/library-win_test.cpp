@@ -66,7 +66,7 @@ std::string refusalOf(TableByNumber& table, void (TableByNumber::*operation)()) 
     return "nothing was thrown";
 }
 
-TEST_F(LibraryTest, TheTwelveOperationsStandInTheirOrderAfterTheDestructor) {
+TEST_F(LibraryTest, TheTwelveOperationsAreInTheirOrderAfterTheDestructor) {
     const auto connection = mLibrary.connect();
     auto& table = *reinterpret_cast<TableByNumber*>(connection.get());
     const EnvironmentScope view("CLEARCASE_ROOT", "/view/abc");

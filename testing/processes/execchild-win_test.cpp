@@ -128,7 +128,7 @@ TEST(ExecChildTest, ItCopiesItsInput) {
     EXPECT_TRUE(contentOf(folder.path() / "out") == content);
 }
 
-TEST(ExecChildTest, ItTellsItsHandles) {
+TEST(ExecChildTest, ItReportsItsHandles) {
     EXPECT_EQ(run({"handles"}).output, "char\npipe\npipe\nno files\n");
     struct Row {
         const char* error;
@@ -153,7 +153,7 @@ TEST(ExecChildTest, ItTellsItsHandles) {
     }
 }
 
-TEST(ExecChildTest, ItTellsItsEnvironment) {
+TEST(ExecChildTest, ItReportsItsEnvironment) {
     const ChildRun child = {
         .program = childProgram,
         .arguments = {"variable", "NBCC_ONE", "say", "|", "variable", "NBCC_NONE", "say", "|\n",
@@ -164,7 +164,7 @@ TEST(ExecChildTest, ItTellsItsEnvironment) {
     EXPECT_NE(output.find("\nNBCC_ONE=\xc3\xa4 1\n"), std::string::npos) << output;
 }
 
-TEST(ExecChildTest, ItTellsItsFolderAlone) {
+TEST(ExecChildTest, ItReportsItsFolderAlone) {
     const TempFolder folder;
     const std::string output =
         testing_support::runChild(
@@ -173,7 +173,7 @@ TEST(ExecChildTest, ItTellsItsFolderAlone) {
     EXPECT_TRUE(std::filesystem::equivalent(output, folder.path())) << output;
 }
 
-TEST(ExecChildTest, ItTellsItsCommandLineAsItCame) {
+TEST(ExecChildTest, ItReportsItsCommandLineAsItCame) {
     EXPECT_EQ(run({"say", "x", "arguments", "a b", "dance"}).output,
               "x\"" + childProgram.string() + R"(" "say" "x" "arguments" "a b" "dance")");
 }

@@ -81,7 +81,7 @@ protected:
     std::string table;
 };
 
-TEST_F(AskTest, StatusTellsOfEachPathInOrder) {
+TEST_F(AskTest, StatusReportsEachPathInOrder) {
     stub.status = [](const std::string& path, std::string& version, std::string& target) -> int {
         if (path == "C:\\l") {
             target = "D:\\t";
@@ -148,7 +148,7 @@ TEST_F(AskTest, CanonicalizeHandsOnTheDirectoryAndTheTags) {
               "b     C:\\w|b|M:\\t\\v|X:\\v\n");
 }
 
-TEST_F(AskTest, VobsTellsTheStateOfEach) {
+TEST_F(AskTest, VobsReportsTheStateOfEach) {
     stub.vobs = {{"/a", vobWritable},
                  {"/b", vobReadOnly},
                  {"/c", vobNotDetermined},
@@ -173,7 +173,7 @@ TEST_F(AskTest, WithoutVobsTheTableSaysSoAndJsonIsEmpty) {
     EXPECT_EQ(table, "no VOBs are configured\n");
 }
 
-TEST_F(AskTest, DrivesTellsTheMvfsDriveAndTheDrivesOfViews) {
+TEST_F(AskTest, DrivesReportsTheMvfsDriveAndTheDrivesOfViews) {
     stub.mvfsRoot = "M:";
     stub.drives = {{"X:", "tag1"}, {"Y:", "tag2"}};
     EXPECT_EQ(put(Command::drives), exitAnswered);
@@ -191,7 +191,7 @@ TEST_F(AskTest, WithoutDrivesTheTableSaysSo) {
     EXPECT_EQ(table, "no drives of views are connected\n");
 }
 
-TEST_F(AskTest, ViewTellsTheViewTag) {
+TEST_F(AskTest, ViewReportsTheViewTag) {
     stub.view = "abc";
     EXPECT_EQ(put(Command::view), exitAnswered);
     EXPECT_EQ(json, "{\"viewTag\":\"abc\"}\n");
@@ -204,7 +204,7 @@ TEST_F(AskTest, WithoutAViewTheTableSaysSo) {
     EXPECT_EQ(table, "no view is set\n");
 }
 
-TEST_F(AskTest, InfoTellsWhatTheLibrarySaysAndWhetherItIsReady) {
+TEST_F(AskTest, InfoReportsWhatTheLibrarySaysAndWhetherItIsReady) {
     stub.info = {{"product", "P"}, {"version", "n/a"}};
     EXPECT_EQ(put(Command::info), exitAnswered);
     EXPECT_EQ(json, "{\"info\":{\"product\":\"P\",\"version\":\"n/a\"},\"ready\":true}\n");
@@ -221,7 +221,7 @@ TEST(ExitCodeTest, TheCodesHaveTheirNumbers) {
     EXPECT_EQ(exitNoAnswer, 2);
 }
 
-TEST_F(AskTest, ErrorsTellsTheTextAndItsLinesWithItsExitCode) {
+TEST_F(AskTest, ErrorsReportsTheTextAndItsLinesWithItsExitCode) {
     stub.error = "Invalid line in [vobs]:  x\nInvalid line in [attrs]:  y\n";
     EXPECT_EQ(put(Command::errors), exitComplaints);
     EXPECT_EQ(json,

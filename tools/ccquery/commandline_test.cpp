@@ -38,7 +38,7 @@ TEST(CommandLineTest, EachCommandIsKnownByItsName) {
     }
 }
 
-TEST(CommandLineTest, TheOptionsOfEveryCommandStandBeforeItsNameOrAfterIt) {
+TEST(CommandLineTest, TheOptionsOfEveryCommandAreBeforeItsNameOrAfterIt) {
     const Texts rows[] = {
         {"--library", "l", "--config", "c", "--json", "status", "p", "q"},
         {"status", "--library", "l", "--config", "c", "--json", "p", "q"},
@@ -105,7 +105,7 @@ TEST(CommandLineTest, ATagAndARootMayLookLikeAListToo) {
     EXPECT_EQ(parse({"view", "--library", "[a,b]", "--config", "[c]"}).config, "[c]");
 }
 
-TEST(CommandLineTest, APathThatBeginsWithADashStandsAfterTwoDashes) {
+TEST(CommandLineTest, APathThatBeginsWithADashIsAfterTwoDashes) {
     EXPECT_EQ(parse({"status", "--", "-x", "--json"}).paths, (Texts{"-x", "--json"}));
 }
 
@@ -114,7 +114,7 @@ TEST(CommandLineTest, TheRootOfVobsMayBeEmpty) {
     EXPECT_EQ(parse({"vobs", "C:\\vobs"}).root, "C:\\vobs");
 }
 
-TEST(CommandLineTest, HelpTellsEveryCommandAndOption) {
+TEST(CommandLineTest, HelpReportsEveryCommandAndOption) {
     for (const char* flag : {"--help", "-h"}) {
         const std::string help = parseCommandLine({flag}).help;
         for (const char* word : {"status", "canonicalize", "vobs", "drives", "view", "info",

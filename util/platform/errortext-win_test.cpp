@@ -83,14 +83,14 @@ TEST(NtExceptionTest, ItCanBeCaughtByReferenceAndAsARuntimeError) {
     EXPECT_THROW(throw NtException("NTSTATUS", 5), std::runtime_error);
 }
 
-TEST(Win32ErrorTextTest, TheSentenceStandsBetweenContextAndNumber) {
+TEST(Win32ErrorTextTest, TheSentenceIsBetweenContextAndNumber) {
     const SystemMessage message(L"Access is denied.\r\n");
     EXPECT_EQ(win32ErrorText("CopySid", 5), "CopySid: Access is denied. (5)");
     EXPECT_EQ(win32ErrorText("GetTokenInformation(size query)", 0),
               "GetTokenInformation(size query): Access is denied. (0)");
 }
 
-TEST(Win32ErrorTextTest, ANegativeNumberStandsInHexadecimalAfterTheSentence) {
+TEST(Win32ErrorTextTest, ANegativeNumberIsInHexadecimalAfterTheSentence) {
     const SystemMessage message(L"Access is denied.\r\n");
     EXPECT_EQ(win32ErrorText("CopySid", static_cast<int>(0x80070005U)),
               "CopySid: Access is denied. (0x80070005)");
@@ -120,7 +120,7 @@ TEST(Win32ErrorTextTest, TheSentenceIsUtf8) {
     EXPECT_EQ(win32ErrorText("C", 5), "C: Acc\xC3\xA8s refus\xC3\xA9 \xF0\x9F\x98\x80. (5)");
 }
 
-TEST(Win32ErrorTextTest, WithoutASentenceTheNumberStandsInItsPlace) {
+TEST(Win32ErrorTextTest, WithoutASentenceTheNumberIsInItsPlace) {
     const SystemMessage none(L"");
     EXPECT_EQ(win32ErrorText("C", 5), "C: Windows error 5 (5)");
     EXPECT_EQ(win32ErrorText("C", 0), "C: Windows error 0 (0)");
@@ -169,7 +169,7 @@ TEST(Win32ErrorTextTest, ItAsksInTheNeutralLanguageFor500CharactersAndNoInserts)
                   /*size=*/500);
 }
 
-TEST(NtErrorTextTest, TheSentenceStandsBetweenContextAndHexadecimalNumber) {
+TEST(NtErrorTextTest, TheSentenceIsBetweenContextAndHexadecimalNumber) {
     const SystemMessage message(L"{Access Denied}\r\nA process was refused.\r\n");
     EXPECT_EQ(ntErrorText("NtOpenFile", 0xC0000022),
               "NtOpenFile: {Access Denied}\r\nA process was refused. (0xc0000022)");
@@ -177,7 +177,7 @@ TEST(NtErrorTextTest, TheSentenceStandsBetweenContextAndHexadecimalNumber) {
               "NtOpenFile: {Access Denied}\r\nA process was refused. (0x5)");
 }
 
-TEST(NtErrorTextTest, WithoutASentenceTheNumberStandsInItsPlaceInEightDigits) {
+TEST(NtErrorTextTest, WithoutASentenceTheNumberIsInItsPlaceInEightDigits) {
     const SystemMessage none(L"");
     EXPECT_EQ(ntErrorText("C", 0xC0000022), "C: NT error 0xc0000022 (0xc0000022)");
     EXPECT_EQ(ntErrorText("C", 5), "C: NT error 0x00000005 (0x5)");

@@ -98,7 +98,7 @@ TEST(LastErrorTextTest, TheTextOfAThreadIsFreedWhenTheThreadEnds) {
     gThreadText = nullptr;
 }
 
-TEST(LastErrorTextTest, TheFirstCallOfAThreadTellsTheSocketErrorAsItWas) {
+TEST(LastErrorTextTest, TheFirstCallOfAThreadReportsTheSocketErrorAsItWas) {
     const SystemMessage none(L"");
     std::string text;
     std::thread([&text] {

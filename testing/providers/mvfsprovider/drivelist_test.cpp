@@ -59,7 +59,7 @@ TEST(DriveListTest, ABatchOfNothingIsNone) {
     EXPECT_EQ(parseDriveList("batch\na|b\nbatch\nbatch\n").batches.size(), 1U);
 }
 
-TEST(DriveListTest, AFailLineIsAnAnswerOfItsOwnAfterWhatStandsAboveIt) {
+TEST(DriveListTest, AFailLineIsAnAnswerOfItsOwnAfterWhatComesAboveIt) {
     const DriveList list = parseDriveList("a|b\nfail 1222\nc|d\n");
     ASSERT_EQ(list.batches.size(), 3U);
     EXPECT_EQ(list.batches[0].connections.size(), 1U);

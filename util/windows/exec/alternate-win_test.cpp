@@ -77,7 +77,7 @@ TEST_F(ExecAlternateTest, ItDoesNotRunWhereTheCommandDoesOrFailsForAnotherReason
     EXPECT_EQ(info.mStdoutFile, mFolder.utf8("out"));
 }
 
-TEST_F(ExecAlternateTest, ItIsStartedAsItStandsWithAllElseOfTheCommand) {
+TEST_F(ExecAlternateTest, ItIsStartedAsItIsWithAllElseOfTheCommand) {
     const RecordedStarts starts({ERROR_FILE_NOT_FOUND});
     Exec::RunInfo info = alternateInfo("say \xc3\xa4");
     info.mProgram = "named.exe";

@@ -244,7 +244,7 @@ TEST(ChildEnvironmentScopeTest, ADirectoryThatCannotBeEnteredIsFailure5008InTheS
     }
 }
 
-TEST(ChildEnvironmentScopeTest, TheWordsStandAloneAndWithoutTheirEnd) {
+TEST(ChildEnvironmentScopeTest, TheWordsAreAloneAndWithoutTheirEnd) {
     const SystemMessage message(L"There is no way in.\r\n");
     const ReplacedCall<decltype(SetCurrentDirectoryW)> call("SetCurrentDirectoryW",
                                                             [](LPCWSTR) -> BOOL {

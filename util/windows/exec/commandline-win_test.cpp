@@ -39,7 +39,7 @@ private:
     ReplacedCall<decltype(GetFileAttributesW)> mCall;
 };
 
-TEST(LocateProgramTest, TheNameIsTheFirstWordOrWhatStandsBetweenQuotes) {
+TEST(LocateProgramTest, TheNameIsTheFirstWordOrWhatComesBetweenQuotes) {
     struct Row {
         const wchar_t* line;
         const wchar_t* asked;
@@ -124,7 +124,7 @@ void expectChoices(const std::vector<ChoiceRow>& rows) {
     }
 }
 
-TEST(ChooseProgramTest, AGivenProgramStandsWithoutItsQuotesAndTheLineAsItIs) {
+TEST(ChooseProgramTest, AGivenProgramIsWithoutItsQuotesAndTheLineAsItIs) {
     const AskedFiles files;
     expectChoices({
         {"C:/a/x.exe", L"\"x\" y", L"C:/a/x.exe", L"\"x\" y"},

@@ -105,7 +105,7 @@ TEST_F(ScriptCommandLineTest, APosixNameIsRunByTheInterpreterOfItsFirstLine) {
     EXPECT_EQ(lineOf("/tools/bin/script"), tool + " -x y " + script);
 }
 
-TEST_F(ScriptCommandLineTest, TheClosingQuoteOfAQuotedNameStandsAfterTheFile) {
+TEST_F(ScriptCommandLineTest, TheClosingQuoteOfAQuotedNameIsAfterTheFile) {
     const std::string script = mWorld.write("/tools/bin/script");
     EXPECT_EQ(lineOf("\"/tools/bin/script\" a"), mShell + " " + script + "\" a");
 }
@@ -152,7 +152,7 @@ TEST_F(ScriptCommandLineTest, ANameWithASlashIsNotSearched) {
     }
 }
 
-TEST_F(ScriptCommandLineTest, ANameMayStandInTheCache) {
+TEST_F(ScriptCommandLineTest, ANameMayBeInTheCache) {
     const std::string script = mWorld.write("/tools/bin/script");
     for (const char* name : {"script", "/any/script", "\"unpaired"}) {
         mExec->mPathCache[name] = script;

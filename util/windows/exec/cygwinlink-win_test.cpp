@@ -67,7 +67,7 @@ TEST_F(ExecCygwinLinkTest, TheTargetRunsInThePlaceOfTheLink) {
     EXPECT_EQ(mExec->mPathCache.at(link), mTarget);
 }
 
-TEST_F(ExecCygwinLinkTest, TheNewNameStandsInThePlaceOfTheWholeFirstWord) {
+TEST_F(ExecCygwinLinkTest, TheNewNameIsInThePlaceOfTheWholeFirstWord) {
     systemFile("/tools/bin/tool.exe", "../../bin/real");
     systemFile("/tools/bin/my tool.exe", "any");
     mExec

@@ -138,7 +138,7 @@ TEST_F(ExecProgramTest, AnEnvironmentOverTheLimitThatStartsIsNotSpokenOf) {
     EXPECT_EQ(mExec->errors(), Texts());
 }
 
-TEST_F(ExecProgramTest, ANameWithBlanksStandsInQuotes) {
+TEST_F(ExecProgramTest, ANameWithBlanksIsInQuotes) {
     const std::string program = copyTo("a folder/a tool.exe");
     const RecordedStarts starts;
     for (const std::string& word : {std::string(R"("a tool")"), "\"" + program + "\"",
@@ -150,7 +150,7 @@ TEST_F(ExecProgramTest, ANameWithBlanksStandsInQuotes) {
     }
 }
 
-TEST_F(ExecProgramTest, ANamedProgramIsTakenAsItStandsWithoutItsQuotes) {
+TEST_F(ExecProgramTest, ANamedProgramIsTakenAsItIsWithoutItsQuotes) {
     const std::string program = copyTo("a folder/a tool.exe");
     const RecordedStarts starts;
     Exec::RunInfo info;

@@ -69,7 +69,7 @@ struct OperationPointer {
 };
 
 // A test made in another module is called by the positions of its virtual operations.
-TEST(IsFileExecutableTest, TheTestStandsBeforeTheDestructor) {
+TEST(IsFileExecutableTest, TheTestIsBeforeTheDestructor) {
     EXPECT_EQ(std::bit_cast<OperationPointer>(&System::IsFileExecutable::operator()).tableOffset,
               1U);
     bool hasEnded = false;

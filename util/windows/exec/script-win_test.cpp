@@ -96,7 +96,7 @@ TEST_F(ExecScriptTest, TheSecondStartIsLikeTheFirstButForProgramAndLine) {
     EXPECT_EQ(second.path, first.path);
 }
 
-TEST_F(ExecScriptTest, OfAQuotedNameTheQuoteStandsBetweenFileAndArguments) {
+TEST_F(ExecScriptTest, OfAQuotedNameTheQuoteIsBetweenFileAndArguments) {
     const std::string script = mWorld.write("/tools/bin/script");
     EXPECT_EQ(run("\"/tools/bin/script\" a b").output, mShell + " " + script + "\" a b\n");
 }

@@ -214,7 +214,7 @@ TEST_F(StallRounds, ATimeThatIsSpentFallsOnAndDoesNotWrap) {
     EXPECT_LT(exec.stallCountdown(), 0);
 }
 
-TEST_F(StallRounds, TheLogTellsOfTheSecondHalfOfTheTimeOnly) {
+TEST_F(StallRounds, TheLogReportsTheSecondHalfOfTheTimeOnly) {
     SimulatedWait exec({".*", 2000, timeFlag | io});
     accounting.setFixed(figures(123456789, 29, 3, 4, 5));
     std::vector<std::string> logs;

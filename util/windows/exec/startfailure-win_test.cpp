@@ -215,7 +215,7 @@ TEST_F(ExecStartFailureTest, AMissingProgramIsReportedInOnePlaceOnly) {
     }
 }
 
-TEST_F(ExecStartFailureTest, AnAbortOfAMissingProgramIsNotTold) {
+TEST_F(ExecStartFailureTest, AnAbortOfAMissingProgramIsNotReported) {
     mExec->mAborted = true;
     const CommandResult result = mExec->run("missing-program");
     EXPECT_EQ(result.code, Exec::notFoundCode);

@@ -82,7 +82,7 @@ TEST(SignalThreadTest, WhatFailsInTheThreadEndsIt) {
     }
 }
 
-TEST(SignalThreadTest, AThreadThatDiedTellsWhatFailsThen) {
+TEST(SignalThreadTest, AThreadThatDiedReportsWhatFailsThen) {
     PosixProvider provider;
     connector c(embeddingOf(provider));
     provider.fail(POSIXPROVIDER_SIGSET_ADD, 2, code, /*withResult=*/false);

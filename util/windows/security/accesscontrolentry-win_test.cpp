@@ -70,7 +70,7 @@ TEST_F(AccessControlEntryTest, TypeAndFlagsAreSetInTheBytes) {
     EXPECT_EQ(raw.mBytes, expected.mBytes);
 }
 
-TEST_F(AccessControlEntryTest, TheTypeTellsWhereTheSidIsAndWhetherThereIsAMask) {
+TEST_F(AccessControlEntryTest, TheTypeReportsWhereTheSidIsAndWhetherThereIsAMask) {
     constexpr size_t none = 0;
     constexpr size_t offsets[] = {8, 8, 8, 8, none, 44, 44, 44, 44, 8, 8, 44, 44, 8, 8, 44, 44};
     for (int type = 0; type <= 255; ++type) {

@@ -67,7 +67,7 @@ protected:
     const SecurityIdentifier mGuests{"S-1-5-32-546"};
 };
 
-TEST_F(AceInsertionTest, AcesStandInTheOrderOfTheirIndexes) {
+TEST_F(AceInsertionTest, AcesAreInTheOrderOfTheirIndexes) {
     AccessControlList acl = aclOf({1, 2});
     acl.addAces(ACL_REVISION, 1, {ace(3), ace(4)});
     EXPECT_EQ(masksOf(acl), (Masks{1, 3, 4, 2}));

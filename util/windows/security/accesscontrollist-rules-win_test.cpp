@@ -127,7 +127,7 @@ TEST_F(AccessControlRulesTest, AnEmptyListAllowsNothing) {
     EXPECT_FALSE(aclOf("").allows(mEveryone, 0, 0));
 }
 
-TEST_F(AccessControlRulesTest, TheTypeTellsWhetherADecisiveAceAllowsOrDenies) {
+TEST_F(AccessControlRulesTest, TheTypeReportsWhetherADecisiveAceAllowsOrDenies) {
     for (BYTE type = 0; type <= 18; ++type) {
         if (type == ACCESS_ALLOWED_COMPOUND_ACE_TYPE) {
             continue;

@@ -162,7 +162,7 @@ TEST_F(AccessControlListTest, AListOfAcesIsAddedFromTheStartIndexOn) {
     gAdded = std::vector<Added>();
 }
 
-TEST_F(AccessControlListTest, AcesStandInTheOrderOfTheirIndexes) {
+TEST_F(AccessControlListTest, AcesAreInTheOrderOfTheirIndexes) {
     AccessControlList acl = emptyAcl();
     add(acl, AccessControlList::atEnd, 1);
     add(acl, 0, 2);

@@ -159,7 +159,7 @@ constexpr auto constants = std::to_array<Constant>({
 });
 #undef RIGHT
 
-TEST(AccessRightsTest, EachNameStandsAtItsPlaceWithTheMaskOfTheHeaders) {
+TEST(AccessRightsTest, EachNameIsAtItsPlaceWithTheMaskOfTheHeaders) {
     ASSERT_EQ(accessRights().size(), constants.size());
     for (size_t i = 0; i < constants.size(); ++i) {
         const AccessRight& right = accessRights()[i];

@@ -343,7 +343,7 @@ void addSecurity(const char* name, const char* sddl) {
         std::make_unique<SecurityDescriptor>(sddl, SDDL_REVISION_1));
 }
 
-TEST(OpenFileTest, ANameThatIsKnownGivesItsAttributesWhereverItStands) {
+TEST(OpenFileTest, ANameThatIsKnownGivesItsAttributesWhereverItIs) {
     addSecurity("known name", "D:P(A;;FA;;;WD)");
     SECURITY_ATTRIBUTES* const attributes = findSecurityAttributes("known name");
     ASSERT_NE(attributes, nullptr);

@@ -71,7 +71,7 @@ protected:
     }
 };
 
-TEST_F(SecurityAccountTest, AnAccountIsLookedUpByItsNameAndTellsItsDomain) {
+TEST_F(SecurityAccountTest, AnAccountIsLookedUpByItsNameAndReportsItsDomain) {
     std::string domain = "before";
     const SecurityIdentifier system("SYSTEM", /*system=*/nullptr, &domain);
     EXPECT_TRUE(system.isOwner());
@@ -91,7 +91,7 @@ TEST_F(SecurityAccountTest, TheLookupHasRoomForAnySidAndPassesTheNamesOnAsUtf16)
     EXPECT_EQ(domain, toUtf8(std::wstring(142, L'\u00e9')));
 }
 
-TEST_F(SecurityAccountTest, WithoutASystemAndADomainTheLookupGetsNullAndTellsNone) {
+TEST_F(SecurityAccountTest, WithoutASystemAndADomainTheLookupGetsNullAndReportsNone) {
     const ReplacedCall<decltype(LookupAccountNameW)> call("LookupAccountNameW", longestAccount);
     const SecurityIdentifier sid("x", nullptr, nullptr);
     EXPECT_FALSE(gAsked.mHasSystem);
@@ -195,7 +195,7 @@ TEST_F(SecurityAccountTest, ASidWithoutAnAccountIsNotFoundAndItsUseIsReported) {
     EXPECT_EQ(sid.accountName(), "(not found)");
 }
 
-TEST_F(SecurityAccountTest, AnotherFailureIsThrownAndTellsNoUse) {
+TEST_F(SecurityAccountTest, AnotherFailureIsThrownAndReportsNoUse) {
     const RefusedCall<decltype(LookupAccountSidW)> call("LookupAccountSidW", ERROR_ACCESS_DENIED);
     const SecurityIdentifier sid(unmapped);
     SID_NAME_USE use = SidTypeUser;

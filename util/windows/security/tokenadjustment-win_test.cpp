@@ -190,7 +190,7 @@ TEST_F(AdjustmentTest, FormerPrivilegesAreAskedForWithFourBytesThenTheReportedSi
     }
 }
 
-TEST_F(AdjustmentTest, WithoutASizeToldThereIsNoSecondCallAndTheListStays) {
+TEST_F(AdjustmentTest, WithoutAReportedSizeThereIsNoSecondCallAndTheListStays) {
     answer({{}});
     PrivilegeList previous = {{{9, 9}, 9}};
     EXPECT_TRUE(mToken.adjustPrivileges(nullptr, &previous));
@@ -302,7 +302,7 @@ TEST_F(GroupAdjustmentTest, TheFormerGroupsAreDeepCopies) {
     EXPECT_EQ(previous[1].second, 4U);
 }
 
-TEST_F(GroupAdjustmentTest, WithoutASizeToldThereIsNoSecondCallAndTheListStays) {
+TEST_F(GroupAdjustmentTest, WithoutAReportedSizeThereIsNoSecondCallAndTheListStays) {
     answer({{}});
     SidList previous = {{mSystem, 9}};
     EXPECT_TRUE(mToken.adjustGroups(nullptr, &previous));

@@ -169,7 +169,7 @@ TEST_F(RealTokenTest, GroupsAndPrivilegesAreTheSameTogetherAsOneByOne) {
     EXPECT_EQ(authentication.LowPart, statistics.AuthenticationId.LowPart);
 }
 
-TEST_F(RealTokenTest, ATokenThatMayNotBeQueriedTellsNothing) {
+TEST_F(RealTokenTest, ATokenThatMayNotBeQueriedReportsNothing) {
     const AccessToken token(GetCurrentProcess(), TOKEN_DUPLICATE);
     for (const auto& read : {std::function<void()>([&] { static_cast<void>(token.user()); }),
                              std::function<void()>([&] { static_cast<void>(token.type()); })}) {

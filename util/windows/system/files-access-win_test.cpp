@@ -116,7 +116,7 @@ TEST(SystemCanListDirectoryTest, AnEmptyPathIsTheRootOfTheDriveAndOneWithoutAWid
     EXPECT_EQ(patterns, std::vector<std::wstring>{L"\\*"});
 }
 
-TEST(SystemIsWritableTest, OfAFileItsOpeningTells) {
+TEST(SystemIsWritableTest, OfAFileItsOpeningDecides) {
     const TempFolder folder;
     EXPECT_TRUE(System::isWritable(folder.write("a", "x")));
     EXPECT_FALSE(System::isWritable(folder.utf8("missing")));

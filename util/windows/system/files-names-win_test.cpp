@@ -84,7 +84,7 @@ TEST(SystemMissingParentsTest, APathThatExistsMissesNothing) {
     EXPECT_EQ(names, Names());
 }
 
-TEST(SystemMissingParentsTest, MissingParentsStandBeforeThePathOutermostFirst) {
+TEST(SystemMissingParentsTest, MissingParentsAreBeforeThePathOutermostFirst) {
     const TempFolder folder;
     const std::string base = folder.utf8();
     Names names;

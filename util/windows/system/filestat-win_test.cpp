@@ -41,7 +41,7 @@ TEST(FileStatTest, ANewValueIsAllZero) {
     EXPECT_EQ(stat.attributes, 0U);
 }
 
-TEST(FileStatTest, TheFieldsStandInTheirOrder) {
+TEST(FileStatTest, TheFieldsAreInTheirOrder) {
     EXPECT_EQ(offsetof(FileStat, device), 0U);
     EXPECT_LT(offsetof(FileStat, device), offsetof(FileStat, fileIndex));
     EXPECT_LT(offsetof(FileStat, fileIndex), offsetof(FileStat, size));

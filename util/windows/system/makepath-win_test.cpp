@@ -65,7 +65,7 @@ TEST(SystemMakePathTest, TheTextIsOptional) {
     System::makePath(folder.utf8("a/b").c_str(), nullptr);
 }
 
-TEST(SystemMakePathTest, SlashesOfBothKindsMayBeDoubledAndStandAfter) {
+TEST(SystemMakePathTest, SlashesOfBothKindsMayBeDoubledAndFollow) {
     const TempFolder folder;
     EXPECT_EQ(makePath(folder.utf8() + "//a\\\\b//"), folder.utf8() + "//a");
     EXPECT_TRUE(System::exists(folder.utf8("a/b")));
@@ -260,7 +260,7 @@ TEST_F(SystemMakePathRaceTest, AParentThatAppearsMeanwhileClearsTheTextUnlessMor
     EXPECT_EQ(makePath("c:/a/b"), "");
 }
 
-TEST_F(SystemMakePathRaceTest, AParentThatAnotherProcessMakesIsNotTold) {
+TEST_F(SystemMakePathRaceTest, AParentThatAnotherProcessMakesIsNotReported) {
     expect({{"c:/a/b", nothing}, {"c:/a", nothing}, {"c:/a", aDirectory}},
            {{"c:/a/b", ERROR_PATH_NOT_FOUND},
             {"c:/a", ERROR_ALREADY_EXISTS},

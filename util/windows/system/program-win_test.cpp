@@ -158,7 +158,7 @@ TEST(SystemProgramDirectoryTest, ItIsTheFolderOfTheRunningProgram) {
 
 std::string fallback() { return "the fallback"; }
 
-TEST(SystemPathBelowProgramTest, ASlashStandsBetweenUnlessTheRelativePathBringsOne) {
+TEST(SystemPathBelowProgramTest, ASlashIsBetweenUnlessTheRelativePathBringsOne) {
     const std::string program = programFolder();
     EXPECT_EQ(System::pathBelowProgram("a/b", fallback), program + "/a/b");
     EXPECT_EQ(System::pathBelowProgram("/a/b", fallback), program + "/a/b");

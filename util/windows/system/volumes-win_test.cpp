@@ -54,7 +54,7 @@ TEST(SystemVolumeTypeTest, EachDriveTypeHasItsResultAndItsWord) {
     }
 }
 
-TEST(SystemVolumeTypeTest, TheAccountTellsDeviceDriveVolumeAndFlagsInThisOrder) {
+TEST(SystemVolumeTypeTest, TheAccountReportsDeviceDriveVolumeAndFlagsInThisOrder) {
     FakeVolume fake;
     fake.volume->flags = 0x2f;
     VolumeType type = VolumeType::other;
@@ -184,7 +184,7 @@ TEST(SystemVolumeFlagsTest, EachFlagHasItsWord) {
     }
 }
 
-TEST(SystemVolumeFlagsTest, SeveralWordsStandInTheOrderOfTheirBits) {
+TEST(SystemVolumeFlagsTest, SeveralWordsAreInTheOrderOfTheirBits) {
     EXPECT_EQ(flagsLine(0x3ff80ff),
               "flags 0x3ff80ff:  case-sensitive, case preserved, Unicode, ACLs, compression, "
               "quotas, sparse files, reparse points, compressed volume, object IDs, encryption, "
@@ -192,7 +192,7 @@ TEST(SystemVolumeFlagsTest, SeveralWordsStandInTheOrderOfTheirBits) {
               "attributes, open by file ID, USN journal");
 }
 
-TEST(SystemVolumeFlagsTest, BitsWithoutAWordStandInTheNumberAlone) {
+TEST(SystemVolumeFlagsTest, BitsWithoutAWordAreInTheNumberAlone) {
     EXPECT_EQ(flagsLine(0xfc007f00), "flags 0xfc007f00:  ");
     EXPECT_EQ(flagsLine(0x80000104), "flags 0x80000104:  Unicode");
 }
