@@ -68,7 +68,7 @@ TEST(MatchSystemFileHandleTest, ThePathAfterItsSecondCharacterIsTheStartOfTheNam
         const wchar_t* path;
         const wchar_t* name;
         bool matches;
-    } CASES[] = {
+    } matchCases[] = {
         {L"c:\\a\\b", L"\\a\\b", true},
         {L"c:/a/b", L"\\a\\b", true},
         {L"c:/a/b", L"/a/b", true},
@@ -86,7 +86,7 @@ TEST(MatchSystemFileHandleTest, ThePathAfterItsSecondCharacterIsTheStartOfTheNam
         {L"\\\\?\\c:\\a", L"\\a", false},
         {L"\\\\?\\c:\\a", L"\\c:\\a", false},
     };
-    for (const auto& [path, name, matches] : CASES) {
+    for (const auto& [path, name, matches] : matchCases) {
         const HeldFile file;
         Inspected system({{systemProcess, file.handle()}});
         system.inspector.mNtQueryInformationFile = answerName;

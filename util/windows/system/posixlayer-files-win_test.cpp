@@ -86,7 +86,7 @@ TEST(PosixFileSizeTest, SizesOfMoreThan32BitsAreWhole) {
     constexpr struct {
         SizeAnswer answer;
         uint64_t size;
-    } SIZES[] = {
+    } sampleSizes[] = {
         {{5, 1, 0}, 0x100000005},
         {{0, 1, 0}, 0x100000000},
         {{0xffffffff, 0, 0}, 0xffffffff},
@@ -95,7 +95,7 @@ TEST(PosixFileSizeTest, SizesOfMoreThan32BitsAreWhole) {
         {{5, 1, ERROR_ACCESS_DENIED}, 0x100000005},
     };
     const ReplacedCall<decltype(GetFileSize)> call("GetFileSize", answerSize);
-    for (const auto& row : SIZES) {
+    for (const auto& row : sampleSizes) {
         gSize = row.answer;
         uint64_t size = 0;
         EXPECT_EQ(posixlayer::fileSize(nullptr, &size), callSucceeded);
@@ -191,7 +191,7 @@ TEST(PosixSeekTest, TheWhenceSaysWhereTheOffsetStarts) {
     constexpr struct {
         int whence;
         int64_t offset, position;
-    } MOVES[] = {
+    } sampleMoves[] = {
         {SEEK_SET, 4, 4},
         {SEEK_CUR, 2, 5},
         {SEEK_CUR, -3, 0},
@@ -206,7 +206,7 @@ TEST(PosixSeekTest, TheWhenceSaysWhereTheOffsetStarts) {
         {SEEK_CUR, 0x100000000, 0x100000003},
     };
     const OpenFile file("0123456789");
-    for (const auto& [whence, offset, position] : MOVES) {
+    for (const auto& [whence, offset, position] : sampleMoves) {
         file.moveTo(3);
         EXPECT_EQ(posixlayer::seekFile(file.get(), offset, whence), position);
         EXPECT_EQ(file.position(), position);

@@ -61,14 +61,14 @@ TEST(PosixFcntlTest, AnythingElseIsAnExceptionThatNamesTheCommand) {
     constexpr struct {
         int command, argument;
         const char* text;
-    } CALLS[] = {
+    } failingCalls[] = {
         {2, 0, "fcntl received unknown command 2"},   {2, 2, "fcntl received unknown command 2"},
         {2, -1, "fcntl received unknown command 2"},  {0, 1, "fcntl received unknown command 0"},
         {1, 1, "fcntl received unknown command 1"},   {3, 1, "fcntl received unknown command 3"},
         {-7, 1, "fcntl received unknown command -7"},
     };
     const ScopedHandle event = inheritableEvent();
-    for (const auto& [command, argument, text] : CALLS) {
+    for (const auto& [command, argument, text] : failingCalls) {
         try {
             static_cast<void>(posixlayer::fcntl(event.get(), command, argument));
             ADD_FAILURE() << text;
@@ -217,7 +217,7 @@ TEST(PosixLastErrorTest, TheChoiceSaysWhichNumberItIs) {
         int socketError;
         WhichError which;
         uint32_t error;
-    } CASES[] = {
+    } socketCases[] = {
         {5, 10035, errorOfSystem, 5},
         {5, 10035, errorOfSockets, 10035},
         {5, 10035, errorOfEither, 5},
@@ -233,7 +233,7 @@ TEST(PosixLastErrorTest, TheChoiceSaysWhichNumberItIs) {
         {5, 0, errorOfSockets, 0},
         {0x80070005, 0, errorOfSystem, 0x80070005},
     };
-    for (const auto& row : CASES) {
+    for (const auto& row : socketCases) {
         const SocketError socketError(row.socketError);
         SetLastError(row.windowsError);
         EXPECT_EQ(posixlayer::lastError(row.which), row.error)

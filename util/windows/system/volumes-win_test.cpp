@@ -21,7 +21,7 @@ constexpr struct {
     UINT drive;
     VolumeType type;
     const char* word;
-} DRIVE_TYPES[] = {
+} driveTypes[] = {
     {DRIVE_UNKNOWN, VolumeType::other, "unknown"},
     {DRIVE_NO_ROOT_DIR, VolumeType::other, "invalid root path"},
     {DRIVE_REMOVABLE, VolumeType::removable, "removable media"},
@@ -43,7 +43,7 @@ TEST(SystemVolumeTypeTest, TheResultsHaveTheNumbersThatCallersKnow) {
 }
 
 TEST(SystemVolumeTypeTest, EachDriveTypeHasItsResultAndItsWord) {
-    for (const auto& [drive, expected, word] : DRIVE_TYPES) {
+    for (const auto& [drive, expected, word] : driveTypes) {
         FakeVolume fake;
         fake.driveType = drive;
         VolumeType type = VolumeType::mvfs;
@@ -148,7 +148,7 @@ TEST(SystemVolumeTypeTest, NumbersAreWrittenTheSameWhateverTheStreamIsSetTo) {
 constexpr struct {
     DWORD bit;
     const char* word;
-} FLAGS[] = {
+} volumeFlags[] = {
     {0x00000002, "case preserved"},           // FILE_CASE_PRESERVED_NAMES
     {0x00000001, "case-sensitive"},           // FILE_CASE_SENSITIVE_SEARCH
     {0x00000010, "compression"},              // FILE_FILE_COMPRESSION
@@ -177,7 +177,7 @@ std::string flagsLine(DWORD flags) {
 }
 
 TEST(SystemVolumeFlagsTest, EachFlagHasItsWord) {
-    for (const auto& [bit, word] : FLAGS) {
+    for (const auto& [bit, word] : volumeFlags) {
         std::ostringstream expected;
         expected << "flags 0x" << std::hex << bit << ":  " << word;
         EXPECT_EQ(flagsLine(bit), expected.str());
@@ -202,7 +202,7 @@ TEST(SystemVolumeFlagsTest, WithoutFlagsTheLineEndsAfterTheNumber) {
 }
 
 TEST(SystemVolumeMvfsTest, AFileSystemOfThatNameIsMvfsWhateverTheDriveTypeIs) {
-    for (const auto& row : DRIVE_TYPES) {
+    for (const auto& row : driveTypes) {
         FakeVolume fake;
         fake.driveType = row.drive;
         fake.volume->fileSystem = L"MVFS";
@@ -239,7 +239,7 @@ TEST(SystemVolumeFailureTest, ADeviceThatCannotBeHadIsReportedAndTheRestFollows)
 }
 
 TEST(SystemVolumeFailureTest, AVolumeThatCannotBeAskedHasTheTypeOfItsDrive) {
-    for (const auto& row : DRIVE_TYPES) {
+    for (const auto& row : driveTypes) {
         FakeVolume fake;
         fake.driveType = row.drive;
         fake.volume.reset();
