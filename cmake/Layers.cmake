@@ -1,6 +1,8 @@
 # The compiler options of all our own code, and the functions that define a layer and its tests.
 add_library(project_options INTERFACE)
 target_include_directories(project_options INTERFACE ${PROJECT_SOURCE_DIR})
+# For users of the libraries too, whose project may have another default.
+target_compile_features(project_options INTERFACE cxx_std_20)
 target_compile_options(project_options INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor -Wold-style-cast
     -Wcast-qual
