@@ -25,14 +25,6 @@ namespace {
 
 std::string_view driveOf(std::string_view path) { return path.substr(0, driveLength); }
 
-/// Like `==`, but without a function call for two drives.
-bool isSameDrive(std::string_view a, std::string_view b) {
-    if (a.size() == driveLength && b.size() == driveLength) {
-        return std::memcmp(a.data(), b.data(), driveLength) == 0;
-    }
-    return a == b;
-}
-
 template <class Word>
 bool isSameWord(const char* a, const char* b) {
     Word left;
@@ -43,6 +35,7 @@ bool isSameWord(const char* a, const char* b) {
 }
 
 /// Compares `length` characters, which are few, without a function call.
+// Speed: Benchmark.CanonicalizeViewPath
 bool isSameText(const char* a, const char* b, size_t length) {
     constexpr size_t word = sizeof(uint64_t);
     constexpr size_t half = sizeof(uint32_t);
@@ -61,11 +54,7 @@ bool isSameText(const char* a, const char* b, size_t length) {
     return isSameWord<uint64_t>(a + length - word, b + length - word);
 }
 
-/// Avoids calling the C runtime for an upper-case letter.
-char upperCase(char c) {
-    return c >= 'A' && c <= 'Z' ? c
-                                : static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-}
+char upperCase(char c) { return static_cast<char>(std::toupper(static_cast<unsigned char>(c))); }
 
 /// Returns the normal form of `path`, relative to `cwd` if it isn't absolute, with its first
 /// character in upper case. The text is in `buffer`.
@@ -104,6 +93,7 @@ public:
         const std::string* last = nullptr;
         for (const std::string& tag : vobTags) {
             // Adding the same root again would change nothing.
+            // Speed: Benchmark.CanonicalizeViewPath
             if (last != nullptr && beginsAlike(tag, *last, mRoots.back().text.size())) {
                 continue;
             }
@@ -138,7 +128,7 @@ private:
             toUpper(upper);
             drive = keep(std::move(upper));
         }
-        if (isSameDrive(drive, drives.mvfsRoot)) {
+        if (drive == drives.mvfsRoot) {
             const PathRange view = isSpelled ? nextName(tag, driveLength) : pathComponent(tag, 1);
             if (view.length() != 0) {
                 const std::string_view folder = tag.substr(0, view.end);
@@ -166,6 +156,7 @@ private:
         return mKept.front();
     }
 
+    // Speed: Benchmark.CanonicalizeViewPathOfSeveralViews
     boost::container::small_vector<Root, 16> mRoots;
     std::forward_list<std::string> mKept;
 };
@@ -179,6 +170,7 @@ public:
 
     const std::string& of(const Root& root) {
         // Tags often come in the order of their roots.
+        // Speed: Benchmark.CanonicalizeViewPathOfSeveralViews
         auto found = mNext;
         if (!isAt(found, root.key)) {
             found = mCache.lower_bound(root.key);
@@ -278,7 +270,7 @@ std::string canonicalizeViewPath(const DriveMap& drives, RootCache& cache, const
     PathBuffer buffer;
     const std::string_view s = absoluteNormalForm(cwd, path, buffer);
     const std::string_view drive = driveOf(s);
-    if (!isSameDrive(drive, drives.mvfsRoot) && !drives.letters.isKey(drive, drives.tags)) {
+    if (drive != drives.mvfsRoot && !drives.letters.isKey(drive, drives.tags)) {
         return std::string(s);
     }
     const Roots roots(vobTags, drives);

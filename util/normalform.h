@@ -10,6 +10,7 @@
 #include "util/textspan.h"
 
 /// A buffer that holds a path of usual length without a heap allocation.
+// Speed: Benchmark.CanonicalizeViewPath
 using PathBuffer = boost::container::small_vector<char, 512>;
 
 /// Returns the normal form of `path`, which must be absolute: otherwise an assertion stops the
