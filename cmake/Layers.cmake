@@ -1,23 +1,30 @@
 # The compiler options of all our own code, and the functions that define a layer and its tests.
-add_library(project_options INTERFACE)
-target_include_directories(project_options INTERFACE ${PROJECT_SOURCE_DIR})
+add_library(nbcc_options INTERFACE)
+target_include_directories(nbcc_options INTERFACE ${PROJECT_SOURCE_DIR})
 # For users of the libraries too, whose project may have another default.
-target_compile_features(project_options INTERFACE cxx_std_20)
-target_compile_options(project_options INTERFACE
-    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor -Wold-style-cast
-    -Wcast-qual
-    # Which lock guards what; the words for it are in util/threadannotations.h.
-    $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>
-    # Assertions and reports name files from the root of the tree, on every machine.
-    -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
-target_link_libraries(project_options INTERFACE host_headers)
+target_compile_features(nbcc_options INTERFACE cxx_std_20)
+# Assertions and reports name files from the root of the tree, on every machine.
+target_compile_options(nbcc_options INTERFACE -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
+if(PROJECT_IS_TOP_LEVEL)
+    # A parent project has its own.
+    target_compile_options(nbcc_options INTERFACE
+        -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor -Wold-style-cast
+        -Wcast-qual
+        # Which lock guards what; the words for it are in util/threadannotations.h.
+        $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>)
+endif()
+target_link_libraries(nbcc_options INTERFACE nbcc_host_headers)
 find_package(Threads REQUIRED)
 if(WIN32)
-    # The product needs system DLLs only. The code uses only the declarations of Windows 7.
-    target_compile_definitions(project_options INTERFACE
+    # The code uses only the declarations of Windows 7.
+    target_compile_definitions(nbcc_options INTERFACE
         _WIN32_WINNT=0x0601 WIN32_LEAN_AND_MEAN NOMINMAX)
-    target_compile_options(project_options INTERFACE -ffunction-sections -fdata-sections)
-    target_link_options(project_options INTERFACE -static -Wl,--gc-sections)
+    target_compile_options(nbcc_options INTERFACE -ffunction-sections -fdata-sections)
+    # Programs and DLLs need only the DLLs of the system.
+    set(nbcc_link_options -static -Wl,--gc-sections)
+    if(PROJECT_IS_TOP_LEVEL)
+        target_link_options(nbcc_options INTERFACE ${nbcc_link_options})
+    endif()
 endif()
 if(NBCC_SANITIZE)
     add_compile_options(-fsanitize=${NBCC_SANITIZE} -fno-sanitize-recover=all
@@ -57,18 +64,18 @@ if(PROJECT_IS_TOP_LEVEL AND NOT NBCC_FUZZERS)
 endif()
 
 # The definitions for tests and for the code under test.
-add_library(checked_options INTERFACE)
-target_compile_definitions(checked_options INTERFACE _GLIBCXX_ASSERTIONS)
+add_library(nbcc_checked_options INTERFACE)
+target_compile_definitions(nbcc_checked_options INTERFACE _GLIBCXX_ASSERTIONS)
 
 # Common headers are precompiled for each way of compiling: the product, its checked variant, the tests
 # and the benchmarks; the first two also without the headers of Windows. `make lint` compiles without
 # them, and so finds sources that lack an include.
-function(precompiled_headers name)
+function(nbcc_precompiled_headers name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "LINK;OPTIONS;HEADERS")
     set(source ${PROJECT_BINARY_DIR}/precompiled/${name}.cpp)
     file(CONFIGURE OUTPUT ${source} CONTENT "")
     add_library(${name} OBJECT EXCLUDE_FROM_ALL ${source})
-    target_link_libraries(${name} PRIVATE project_options ${arg_LINK})
+    target_link_libraries(${name} PRIVATE nbcc_options ${arg_LINK})
     target_compile_options(${name} PRIVATE ${arg_OPTIONS})
     target_precompile_headers(${name} PRIVATE ${arg_HEADERS})
 endfunction()
@@ -79,25 +86,28 @@ if(WIN32)
         # The code under test runs only briefly; the product is compiled with all optimisations.
         set(checked_optimisation -O1)
     endif()
-    precompiled_headers(portable_headers HEADERS ${common_headers})
-    precompiled_headers(portable_checked_headers LINK checked_options OPTIONS ${checked_optimisation}
+    nbcc_precompiled_headers(nbcc_portable_headers HEADERS ${common_headers})
+    nbcc_precompiled_headers(nbcc_portable_checked_headers LINK nbcc_checked_options OPTIONS ${checked_optimisation}
         HEADERS ${common_headers})
     list(APPEND common_headers <winsock2.h> <windows.h> <aclapi.h> <sddl.h>)
 endif()
-precompiled_headers(product_headers HEADERS ${common_headers})
-precompiled_headers(checked_headers LINK checked_options OPTIONS ${checked_optimisation}
+nbcc_precompiled_headers(nbcc_product_headers HEADERS ${common_headers})
+nbcc_precompiled_headers(nbcc_checked_headers LINK nbcc_checked_options OPTIONS ${checked_optimisation}
     HEADERS ${common_headers})
 if(TARGET gtest)
-    precompiled_headers(test_headers LINK checked_options gtest OPTIONS -O0
+    nbcc_precompiled_headers(nbcc_test_headers LINK nbcc_checked_options gtest OPTIONS -O0
         HEADERS ${common_headers} <chrono> <filesystem> <fstream> <iostream> <random> <set> <thread>
             <gtest/gtest.h>)
-    precompiled_headers(bench_headers LINK gtest HEADERS ${common_headers} <gtest/gtest.h>)
+    nbcc_precompiled_headers(nbcc_bench_headers LINK gtest HEADERS ${common_headers} <gtest/gtest.h>)
 endif()
 
-# public_headers(TARGET): the headers of this folder as they are for its users. Each must compile alone,
-# which the target all_verify_interface_header_sets shows, and with it `make lint`.
-function(public_headers target)
-    layer_glob(headers *.h)
+# nbcc_public_headers(TARGET [HEADERS...]): the headers of this folder as they are for its users, and
+# other headers. Each must compile alone, which the target all_verify_interface_header_sets shows, and
+# with it `make lint`.
+function(nbcc_public_headers target)
+    nbcc_layer_glob(headers *.h)
+    list(APPEND headers ${ARGN})
+    list(REMOVE_DUPLICATES headers)
     if(NOT WIN32)
         list(FILTER headers EXCLUDE REGEX "-win\\.h$")
     endif()
@@ -105,40 +115,40 @@ function(public_headers target)
     set_target_properties(${target} PROPERTIES VERIFY_INTERFACE_HEADER_SETS ON)
 endfunction()
 
-# layer(NAME SOURCES... [PORTABLE] [LINK LIBRARIES...]): the static library NAME, and its twin
-# NAME_checked that tests link, with the checks of the standard library. LINK names layers below
-# (which get their twin) and other libraries. A PORTABLE one sees no header of Windows but by its own
-# includes.
-function(layer name)
+# nbcc_layer(NAME SOURCES... [PORTABLE] [LINK LIBRARIES...]): the static library nbclearcase::NAME, and
+# its twin nbclearcase::NAME_checked that tests link, with the checks of the standard library. LINK names
+# layers below (which get their twin) and other libraries. The precompiled headers of a PORTABLE layer
+# contain no Windows header.
+function(nbcc_layer name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "PORTABLE" "" "LINK")
     foreach(suffix "" "_checked")
-        set(target ${name}${suffix})
+        set(target nbcc_${name}${suffix})
         add_library(${target} STATIC EXCLUDE_FROM_ALL ${arg_UNPARSED_ARGUMENTS})
-        add_library(nbclearcase::${target} ALIAS ${target})
-        target_link_libraries(${target} PUBLIC project_options Threads::Threads)
+        add_library(nbclearcase::${name}${suffix} ALIAS ${target})
+        target_link_libraries(${target} PUBLIC nbcc_options Threads::Threads)
         foreach(library ${arg_LINK})
-            if(suffix AND TARGET ${library}_checked)
-                target_link_libraries(${target} PUBLIC ${library}_checked)
-            else()
-                target_link_libraries(${target} PUBLIC ${library})
+            if(TARGET nbcc_${library})
+                set(library nbcc_${library}${suffix})
             endif()
+            target_link_libraries(${target} PUBLIC ${library})
         endforeach()
     endforeach()
-    public_headers(${name})
-    target_link_libraries(${name}_checked PUBLIC checked_options)
-    target_compile_options(${name}_checked PRIVATE ${checked_optimisation})
+    set(target nbcc_${name})
+    nbcc_public_headers(${target})
+    target_link_libraries(${target}_checked PUBLIC nbcc_checked_options)
+    target_compile_options(${target}_checked PRIVATE ${checked_optimisation})
     if(WIN32 AND arg_PORTABLE)
-        target_precompile_headers(${name} REUSE_FROM portable_headers)
-        target_precompile_headers(${name}_checked REUSE_FROM portable_checked_headers)
+        target_precompile_headers(${target} REUSE_FROM nbcc_portable_headers)
+        target_precompile_headers(${target}_checked REUSE_FROM nbcc_portable_checked_headers)
     else()
-        target_precompile_headers(${name} REUSE_FROM product_headers)
-        target_precompile_headers(${name}_checked REUSE_FROM checked_headers)
+        target_precompile_headers(${target} REUSE_FROM nbcc_product_headers)
+        target_precompile_headers(${target}_checked REUSE_FROM nbcc_checked_headers)
     endif()
 endfunction()
 
-# layer_glob(OUT PATTERN): the matching files in this folder, and in its subfolders that have no
+# nbcc_layer_glob(OUT PATTERN): the matching files in this folder, and in its subfolders that have no
 # CMakeLists.txt.
-function(layer_glob out pattern)
+function(nbcc_layer_glob out pattern)
     file(GLOB found CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${pattern}
         ${CMAKE_CURRENT_SOURCE_DIR}/*/${pattern})
     set(own "")
@@ -151,10 +161,10 @@ function(layer_glob out pattern)
     set(${out} ${own} PARENT_SCOPE)
 endfunction()
 
-# layer_sources(OUT): the sources of a layer, without tests, benchmarks and files whose suffix names
+# nbcc_layer_sources(OUT): the sources of a layer, without tests, benchmarks and files whose suffix names
 # the other platform.
-function(layer_sources out)
-    layer_glob(sources *.cpp)
+function(nbcc_layer_sources out)
+    nbcc_layer_glob(sources *.cpp)
     list(FILTER sources EXCLUDE REGEX "_(test|bench)\\.cpp$")
     if(WIN32)
         list(FILTER sources EXCLUDE REGEX "-linux\\.cpp$")
@@ -164,9 +174,9 @@ function(layer_sources out)
     set(${out} ${sources} PARENT_SCOPE)
 endfunction()
 
-# layer_tests(OUT): the tests in the same folders.
-function(layer_tests out)
-    layer_glob(tests *_test.cpp)
+# nbcc_layer_tests(OUT): the tests in the same folders.
+function(nbcc_layer_tests out)
+    nbcc_layer_glob(tests *_test.cpp)
     if(WIN32)
         list(FILTER tests EXCLUDE REGEX "-linux_test\\.cpp$")
     else()
@@ -175,29 +185,34 @@ function(layer_tests out)
     set(${out} ${tests} PARENT_SCOPE)
 endfunction()
 
-# register_test(NAME): for ctest, with the folder's name as label. What takes long has Soak in its name.
-function(register_test name)
+# nbcc_register_test(NAME): for ctest, with the folder's name as label. Tests that take long have Soak in
+# their name and run in the configuration of that name only.
+function(nbcc_register_test name)
     cmake_path(RELATIVE_PATH CMAKE_CURRENT_SOURCE_DIR BASE_DIRECTORY ${PROJECT_SOURCE_DIR}
         OUTPUT_VARIABLE folder)
-    add_test(NAME ${name} COMMAND ${name} --gtest_filter=-*Soak* --gtest_death_test_style=threadsafe
+    set(command ${name} --gtest_death_test_style=threadsafe)
+    add_test(NAME ${name} COMMAND ${command} --gtest_filter=-*Soak*
+        WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
+    add_test(NAME ${name}_soak CONFIGURATIONS Soak COMMAND ${command} --gtest_filter=*Soak*
         WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
     set_tests_properties(${name} PROPERTIES LABELS ${folder} TIMEOUT 1200)
+    set_tests_properties(${name}_soak PROPERTIES LABELS soak TIMEOUT 7200)
     if(WIN32)
         # They share a registry and a console.
-        set_tests_properties(${name} PROPERTIES RESOURCE_LOCK windows)
+        set_tests_properties(${name} ${name}_soak PROPERTIES RESOURCE_LOCK windows)
     endif()
 endfunction()
 
-# layer_test(NAME LAYERS...): the test program of this folder, over the checked layers.
-function(layer_test name)
-    layer_tests(sources)
+# nbcc_layer_test(NAME LAYERS...): the test program of this folder, over the checked layers.
+function(nbcc_layer_test name)
+    nbcc_layer_tests(sources)
     add_executable(${name} ${sources})
     target_link_libraries(${name} PRIVATE testing GTest::gtest_main)
     # Tests are compiled often and run once.
     target_compile_options(${name} PRIVATE -O0)
-    target_precompile_headers(${name} REUSE_FROM test_headers)
+    target_precompile_headers(${name} REUSE_FROM nbcc_test_headers)
     foreach(library ${ARGN})
-        target_link_libraries(${name} PRIVATE ${library}_checked)
+        target_link_libraries(${name} PRIVATE nbclearcase::${library}_checked)
     endforeach()
-    register_test(${name})
+    nbcc_register_test(${name})
 endfunction()
