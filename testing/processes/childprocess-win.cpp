@@ -131,10 +131,11 @@ private:
     std::jthread mReader;
 };
 
-Handle emptyInput() {
+Handle openInput(const std::filesystem::path& file) {
     SECURITY_ATTRIBUTES attributes = inheritable();
-    Handle input(CreateFileW(L"NUL", GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, &attributes,
-                             OPEN_EXISTING, /*dwFlagsAndAttributes=*/0,
+    Handle input(CreateFileW(file.empty() ? L"NUL" : file.c_str(), GENERIC_READ,
+                             FILE_SHARE_READ | FILE_SHARE_WRITE, &attributes, OPEN_EXISTING,
+                             /*dwFlagsAndAttributes=*/0,
                              /*hTemplateFile=*/nullptr));
     if (input.get() == INVALID_HANDLE_VALUE) {
         (void)input.release();
@@ -172,7 +173,7 @@ Handle startProcess(const ChildRun& run, HANDLE input, HANDLE output, HANDLE err
 }  // namespace
 
 ChildResult runChild(const ChildRun& run) {
-    const Handle input = emptyInput();
+    const Handle input = openInput(run.input);
     CapturedStream output;
     CapturedStream error;
     const Handle process = startProcess(run, input.get(), output.writeEnd(), error.writeEnd());

@@ -8,7 +8,7 @@
 
 namespace testing_support {
 
-/// A program to run to its end. All text is UTF-8. Standard input is empty.
+/// A program to run to its end. All text is UTF-8.
 struct ChildRun {
     /// The full path of the program; there is no search.
     std::filesystem::path program;
@@ -18,6 +18,8 @@ struct ChildRun {
     std::map<std::string, std::optional<std::string>> environment = {};
     /// The child's current directory; if empty, this process's own.
     std::filesystem::path folder = {};
+    /// The file that is the child's standard input; if empty, there is nothing to read.
+    std::filesystem::path input = {};
     /// What a runtime passes to a child with the same runtime (`lpReserved2`); at most 65,535
     /// bytes.
     std::vector<unsigned char> startupRecord = {};

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "clearcase/elementtypes.h"
+#include "util/assertion.h"
 
 namespace ccquery {
 namespace {
@@ -16,32 +17,20 @@ std::string nameAndNumber(const std::optional<std::string>& name, int number) {
     return name ? *name + " (" + std::to_string(number) + ")" : std::to_string(number);
 }
 
-void askStatus(ClearCaseConnection& connection, const Query& query, Report& report) {
+Answer statusAnswer(const std::string& path, ClearCaseConnection& connection) {
     // A target that isn't written keeps its old text, and no link contains a null character.
     const std::string notWritten(1, '\0');
-    report.headings = {"PATH", "TYPE", "VERSION", "TARGET"};
-    for (const std::string& path : query.paths) {
-        std::string version;
-        std::string target = notWritten;
-        const int type = connection.getElementStatus(path.c_str(), &version, &target);
-        const auto name = elementTypeName(type);
-        const auto link = target == notWritten ? std::nullopt : std::optional(target);
-        report.records.push_back({{"path", path},
-                                  {"type", type},
-                                  {"typeName", orNull(name)},
-                                  {"version", version},
-                                  {"target", orNull(link)}});
-        report.rows.push_back({path, nameAndNumber(name, type), version, link.value_or("")});
-    }
-}
-
-void askCanonicalize(ClearCaseConnection& connection, const Query& query, Report& report) {
-    report.headings = {"PATH", "CANONICAL"};
-    for (const std::string& path : query.paths) {
-        const std::string canonical = connection.canonicalizeViewPath(query.cwd, path, query.tags);
-        report.records.push_back({{"path", path}, {"canonical", canonical}});
-        report.rows.push_back({path, canonical});
-    }
+    std::string version;
+    std::string target = notWritten;
+    const int type = connection.getElementStatus(path.c_str(), &version, &target);
+    const auto name = elementTypeName(type);
+    const auto link = target == notWritten ? std::nullopt : std::optional(target);
+    return {.record = {{"path", path},
+                       {"type", type},
+                       {"typeName", orNull(name)},
+                       {"version", version},
+                       {"target", orNull(link)}},
+            .row = {path, nameAndNumber(name, type), version, link.value_or("")}};
 }
 
 void askVobs(ClearCaseConnection& connection, const Query& query, Report& report) {
@@ -111,13 +100,7 @@ ExitCode askErrors(ClearCaseConnection& connection, Report& report) {
 }  // namespace
 
 ExitCode ask(ClearCaseConnection& connection, const Query& query, Report& report) {
-    switch (query.command) {  // GCOVR_EXCL_BR_LINE: each command has its case
-        case Command::status:
-            askStatus(connection, query, report);
-            break;
-        case Command::canonicalize:
-            askCanonicalize(connection, query, report);
-            break;
+    switch (query.command) {
         case Command::vobs:
             askVobs(connection, query, report);
             break;
@@ -132,8 +115,23 @@ ExitCode ask(ClearCaseConnection& connection, const Query& query, Report& report
             break;
         case Command::errors:
             return askErrors(connection, report);
+        default:
+            NB_ASSERT_AS(false, "a command without paths");
     }
     return exitAnswered;
+}
+
+Row headingsOf(Command command) {
+    return command == Command::status ? Row{"PATH", "TYPE", "VERSION", "TARGET"}
+                                      : Row{"PATH", "CANONICAL"};
+}
+
+Answer askAbout(const std::string& path, ClearCaseConnection& connection, const Query& query) {
+    if (query.command == Command::status) {
+        return statusAnswer(path, connection);
+    }
+    const std::string canonical = connection.canonicalizeViewPath(query.cwd, path, query.tags);
+    return {.record = {{"path", path}, {"canonical", canonical}}, .row = {path, canonical}};
 }
 
 std::optional<std::string> elementTypeName(int type) {

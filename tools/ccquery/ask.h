@@ -17,11 +17,23 @@ enum : ExitCode {
     exitNoAnswer = 2,    ///< the program can't answer, or not completely
 };
 
-/// Puts the query to the connection and appends its answers to `report`. If the connection throws,
-/// `report` has the answers up to then. Returns exitComplaints for `errors` if there are any,
-/// otherwise exitAnswered. The paths of `status` and the `cwd` must be absolute, or the connection
-/// stops the process.
+/// Puts a query without paths to the connection and appends its answers to `report`. Returns
+/// exitComplaints for `errors` if there are any, otherwise exitAnswered.
 [[nodiscard]] ExitCode ask(ClearCaseConnection& connection, const Query& query, Report& report);
+
+/// An answer about a path: a line of JSON, and the same as a row of a table.
+struct Answer {
+    Json record;
+    Row row;
+};
+
+/// The headings of a table of answers to `command`.
+[[nodiscard]] Row headingsOf(Command command);
+
+/// Puts `query`, which is `status` or `canonicalize`, to the connection for one path. A path of
+/// `status` and the `cwd` must be absolute, or the connection stops the process.
+[[nodiscard]] Answer askAbout(const std::string& path, ClearCaseConnection& connection,
+                              const Query& query);
 
 /// Returns the name of an element type; nothing if the number isn't one.
 [[nodiscard]] std::optional<std::string> elementTypeName(int type);

@@ -127,11 +127,23 @@ TEST(CcqueryTest, ViewAnswers) {
 }
 
 TEST(CcqueryTest, TheConfigurationIsNamedBeforeTheLibraryIsLoaded) {
-    ChildRun run = sample({"info", "--json", "--config", "C:\\some where\\a.ini"});
+    const TempFolder folder;
+    folder.write("some where.ini", "");
+    ChildRun run = sample({"info", "--json", "--config", ".\\some where.ini"});
+    run.folder = folder.path();
     run.environment = {{"NBCLEARCASE_FAKE_INI", "from before"}};
     expectAnswer(run,
-                 "{\"info\":{\"configAtLoad\":\"C:\\\\some where\\\\a.ini\","
+                 "{\"info\":{\"configAtLoad\":\".\\\\some where.ini\","
                  "\"product\":\"Sample connection\"},\"ready\":true}\n");
+}
+
+TEST(CcqueryTest, AConfigurationThatIsNotThereIsReported) {
+    const TempFolder folder;
+    for (const std::string& file : {folder.utf8("none.ini"), folder.utf8()}) {
+        expectNoAnswer(
+            sample({"errors", "--config", file}),
+            "can't read the configuration '" + file + "': ", "; name another by --config FILE");
+    }
 }
 
 TEST(CcqueryTest, WithoutTheOptionTheConfigurationOfTheEnvironmentStays) {
@@ -163,17 +175,38 @@ TEST(CcqueryTest, OtherCommandsDoNotPrintTheComplaints) {
                  "te_view\n");
 }
 
-TEST(CcqueryTest, AnExceptionOfTheLibraryIsOneLineAfterTheAnswersBeforeIt) {
-    const ChildResult result = runChild(sample({"status", "C:\\version", "C:\\throw", "C:\\link"}));
+TEST(CcqueryTest, PathsThatCannotBeAskedAboutDoNotStopTheOthers) {
+    const ChildResult result =
+        runChild(sample({"status", "\\\\server", "C:\\throw", "C:\\version"}));
     EXPECT_EQ(result.exitCode, 2U);
     EXPECT_EQ(result.output,
               "PATH        TYPE         VERSION  TARGET\n"
               "C:\\version  version (1)  /main/0  -\n");
-    EXPECT_EQ(result.error, "ccquery: a failure\\nof two lines\n");
+    EXPECT_EQ(
+        result.error,
+        "ccquery: '\\\\server' can't be made an absolute path; name a drive, or a server and a "
+        "share\n"
+        "ccquery: 'C:\\throw': a failure\\nof two lines\n");
 }
 
 TEST(CcqueryTest, WhatIsThrownThatIsNoExceptionIsOneLineToo) {
-    expectNoAnswer(sample({"status", "C:\\throwint"}), "the connection library threw", "");
+    expectNoAnswer(sample({"status", "C:\\throwint"}),
+                   "'C:\\throwint': the connection library threw", "");
+}
+
+TEST(CcqueryTest, PathsCanBeOnStandardInput) {
+    const TempFolder folder;
+    folder.write("lines.txt", "C:\\version\r\nC:\\other\n");
+    folder.write("nulls.txt", std::string("C:\\version\0C:\\other", 19));
+    ChildRun run = sample({"status", "-"});
+    run.input = folder.path() / "lines.txt";
+    const std::string answers =
+        "C:\\version\tversion (1)\t/main/0\t-\n"
+        "C:\\other\tview_private (4)\t-\t-\n";
+    expectAnswer(run, answers);
+    run.arguments.push_back("--null");
+    run.input = folder.path() / "nulls.txt";
+    expectAnswer(run, answers);
 }
 
 TEST(CcqueryTest, ALibraryThatMakesNoConnectionIsReported) {
@@ -224,11 +257,6 @@ TEST(CcqueryTest, ACommandLineThatCannotBeUnderstoodIsReported) {
     expectNoAnswer(ccquery({}), "no command; ", "see ccquery --help");
     expectNoAnswer(ccquery({"frobnicate"}), "unknown command 'frobnicate'; ", "see ccquery --help");
     expectNoAnswer(ccquery({"status"}), "PATH is required; ", "see ccquery status --help");
-}
-
-TEST(CcqueryTest, APathThatCannotBeCompletedIsRefusedBeforeTheLibraryIsAsked) {
-    expectNoAnswer(sample({"status", "C:\\version", "\\\\server"}),
-                   "'\\\\server' can't be made an absolute path; ", "");
 }
 
 TEST(CcqueryTest, HelpGoesToStandardOutputAndNeedsNoLibrary) {

@@ -46,7 +46,7 @@ public:
             ->type_name("FILE");
         mApp.add_flag("--json", mQuery.json, "Print a JSON object a line in place of a table");
         mApp.footer(
-            "Exit codes: 0, or 1 if \"errors\" finds any, or 2 if there is no answer; one line on\n"
+            "Exit codes: 0, or 1 if \"errors\" finds any, or 2 if an answer is missing; a line on\n"
             "standard error then says why. \"ccquery COMMAND --help\" tells more of a command.");
         addPathCommands();
         addOtherCommands();
@@ -87,19 +87,12 @@ private:
             R"({"path":TEXT,"type":NUMBER,"typeName":TEXT or null,"version":TEXT,)"
             R"("target":TEXT or null}
 for each PATH; "target" is null where the library writes none)");
-        status
-            ->add_option("PATH", mQuery.paths,
-                         "What to ask about; made absolute here if it is relative")
-            ->required()
-            ->type_name("");
+        addPaths(*status, "What to ask about; made absolute here if it is relative");
         CLI::App* canonicalize = addCommand(
             Command::canonicalize, "canonicalize",
             "The one spelling of each view path, on the route by which a VOB tag reaches it",
             R"({"path":TEXT,"canonical":TEXT} for each PATH)");
-        canonicalize
-            ->add_option("PATH", mQuery.paths, "What to spell; the library takes it as it is")
-            ->required()
-            ->type_name("");
+        addPaths(*canonicalize, "What to spell; the library takes it as it is");
         canonicalize
             ->add_option("--cwd", mQuery.cwd,
                          "Where a relative PATH begins (default: the current directory)")
@@ -109,6 +102,16 @@ for each PATH; "target" is null where the library writes none)");
                          "The path of a VOB as the host knows it; may be given again")
             ->type_name("VOBTAG")
             ->allow_extra_args(false);
+    }
+
+    void addPaths(CLI::App& command, const std::string& description) {
+        command
+            .add_option("PATH", mQuery.paths,
+                        description + ".\n\"-\": the paths on standard input, a line each")
+            ->required()
+            ->type_name("");
+        command.add_flag("--null", mQuery.endedByNull,
+                         "On standard input a null character ends each path");
     }
 
     void addOtherCommands() {

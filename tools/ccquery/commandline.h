@@ -16,8 +16,10 @@ struct Query {
     std::string library = {};
     std::string config = {};
     bool json = false;
-    /// For `status` and `canonicalize`.
+    /// For `status` and `canonicalize`. A path "-" stands for the paths on standard input, each
+    /// ended by a line feed, or by a null character if `endedByNull` is set.
     std::vector<std::string> paths = {};
+    bool endedByNull = false;
     /// For `canonicalize`; `cwd` is empty if it isn't given.
     std::string cwd = {};
     std::vector<std::string> tags = {};

@@ -62,6 +62,13 @@ TEST(CommandLineTest, OptionsThatAreNotGivenAreEmpty) {
     EXPECT_FALSE(query.json);
     EXPECT_EQ(query.cwd, "");
     EXPECT_EQ(query.tags, Texts{});
+    EXPECT_FALSE(query.endedByNull);
+}
+
+TEST(CommandLineTest, ADashIsAPathAmongOthers) {
+    EXPECT_EQ(parse({"status", "a", "-", "b"}).paths, (Texts{"a", "-", "b"}));
+    EXPECT_TRUE(parse({"status", "-", "--null"}).endedByNull);
+    EXPECT_TRUE(parse({"canonicalize", "--null", "-"}).endedByNull);
 }
 
 TEST(CommandLineTest, EachTagTakesOneTextSoThatPathsMayFollow) {
@@ -133,7 +140,7 @@ TEST(CommandLineTest, EachCommandHasHelpOfItsOwn) {
         EXPECT_NE(help.find("go with every command"), std::string::npos) << command;
     }
     const std::string help = parseCommandLine({"canonicalize", "--help"}).help;
-    for (const char* word : {"PATH", "--cwd", "--tag"}) {
+    for (const char* word : {"PATH", "--cwd", "--tag", "--null", "standard input"}) {
         EXPECT_NE(help.find(word), std::string::npos) << word;
     }
 }
@@ -153,6 +160,7 @@ TEST(CommandLineTest, ACommandLineThatCannotBeUnderstoodIsReportedInOneLine) {
         {{"vobs", "a", "b"}, "unexpected argument 'b'; see ccquery vobs --help"},
         {{"view", "--frobnicate"}, "unexpected argument '--frobnicate'; see ccquery view --help"},
         {{"status", "x", "--tag", "y"}, "unexpected argument '--tag'; see ccquery status --help"},
+        {{"view", "--null"}, "unexpected argument '--null'; see ccquery view --help"},
         {{"view", "a", "b"}, "unexpected argument 'a'; see ccquery view --help"},
         {{"view", "[a]"}, "unexpected argument '[a]'; see ccquery view --help"},
         {{"--library"}, "--library: 1 required FILE missing; see ccquery --help"},

@@ -1,10 +1,13 @@
 // ccquery: a host on the command line. It reads the arguments, loads a connection library, queries
 // it and prints the answers; each step has its own file.
 
+#include <cerrno>
 #include <cstddef>
 #include <cstdio>
+#include <cstring>
 #include <exception>
 #include <fcntl.h>
+#include <fstream>
 #include <io.h>
 #include <iostream>
 #include <memory>
@@ -17,6 +20,7 @@
 
 #include "tools/ccquery/absolutepath-win.h"
 #include "tools/ccquery/ask.h"
+#include "tools/ccquery/askpaths.h"
 #include "tools/ccquery/commandline.h"
 #include "tools/ccquery/connectionlibrary-win.h"
 #include "util/platform/unicodetext-win.h"
@@ -51,16 +55,6 @@ std::vector<std::string> arguments() {
     return result;
 }
 
-void completePaths(Query& query) {
-    if (query.command == Command::status) {
-        for (std::string& path : query.paths) {
-            path = absolutePath(path);
-        }
-    } else if (query.command == Command::canonicalize) {
-        query.cwd = query.cwd.empty() ? currentDirectory() : absolutePath(query.cwd);
-    }
-}
-
 void print(const std::string& text) {
     std::cout << text << std::flush;
     if (!std::cout) {
@@ -70,28 +64,34 @@ void print(const std::string& text) {
 
 void complain(const std::string& problem) { std::cerr << "ccquery: " + oneLine(problem) + '\n'; }
 
+/// Sets the configuration that the library will read. It counts a file that isn't there as empty,
+/// but a file that the user has named is meant to be there.
+void setConfiguration(const std::string& file) {
+    const std::wstring name = toWide(file);
+    if (std::filebuf().open(name.c_str(), std::ios::in) == nullptr) {
+        throw std::runtime_error("can't read the configuration '" + file +
+                                 "': " + std::strerror(errno) + "; name another by --config FILE");
+    }
+    // Uses the C runtime's call, so that the library's runtime sees the variable as well.
+    _wputenv_s(L"NBCLEARCASE_FAKE_INI", name.c_str());
+}
+
 ExitCode run(Query query) {
-    completePaths(query);
     if (!query.config.empty()) {
-        // Uses the C runtime's call, so that the library's runtime sees the variable as well.
-        _wputenv_s(L"NBCLEARCASE_FAKE_INI", toWide(query.config).c_str());
+        setConfiguration(query.config);
+    }
+    const bool aboutPaths =
+        query.command == Command::status || query.command == Command::canonicalize;
+    if (query.command == Command::canonicalize) {
+        query.cwd = query.cwd.empty() ? currentDirectory() : absolutePath(query.cwd);
     }
     const auto connection = connect(query.library.empty() ? defaultLibrary() : query.library);
-    Report report;
-    const auto printReport = [&report, &query] {
-        print(query.json ? jsonText(report) : tableText(report));
-    };
-    ExitCode exitCode = exitNoAnswer;
-    try {
-        exitCode = ask(*connection, query, report);
-    } catch (...) {
-        // The answers before the failure are valid.
-        if (!report.records.empty()) {
-            printReport();
-        }
-        throw;
+    if (aboutPaths) {
+        return askPaths(*connection, query, {std::cin, absolutePath, print, complain});
     }
-    printReport();
+    Report report;
+    const ExitCode exitCode = ask(*connection, query, report);
+    print(query.json ? jsonText(report) : tableText(report));
     return exitCode;
 }
 
@@ -107,6 +107,7 @@ ExitCode runCommandLine() {
 }  // namespace
 
 int main() {
+    _setmode(_fileno(stdin), _O_BINARY);
     _setmode(_fileno(stdout), _O_BINARY);
     _setmode(_fileno(stderr), _O_BINARY);
     // If a library needs another one that is missing, our error line reports it, not a window.

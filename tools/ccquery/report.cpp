@@ -55,10 +55,21 @@ std::string oneLine(const std::string& text) {
     return line;
 }
 
+std::string jsonLine(const Json& record) { return dump(record) + '\n'; }
+
+std::string tabbedLine(const Row& row) {
+    std::string line;
+    for (const std::string& cell : row) {
+        line += cellText(cell) + '\t';
+    }
+    line.back() = '\n';
+    return line;
+}
+
 std::string jsonText(const Report& report) {
     std::string text;
     for (const Json& record : report.records) {
-        text += dump(record) + '\n';
+        text += jsonLine(record);
     }
     return text;
 }

@@ -26,6 +26,12 @@ struct Report {
 /// Returns one object per line, each followed by a line feed.
 [[nodiscard]] std::string jsonText(const Report& report);
 
+/// Returns the object on one line, with a line feed.
+[[nodiscard]] std::string jsonLine(const Json& record);
+
+/// Returns the cells of a row, as in a table, separated by tabs, with a line feed.
+[[nodiscard]] std::string tabbedLine(const Row& row);
+
 /// Returns a table whose columns are two spaces apart; an empty cell is "-". Control characters are
 /// written as "\n", "\t" or "\x1b", so that a table keeps its form; backslashes stay unchanged.
 [[nodiscard]] std::string tableText(const Report& report);

@@ -9,6 +9,7 @@ namespace {
 using ccquery::jsonText;
 using ccquery::oneLine;
 using ccquery::Report;
+using ccquery::tabbedLine;
 using ccquery::tableText;
 
 Report table(ccquery::Row headings, std::vector<ccquery::Row> rows) {
@@ -41,6 +42,11 @@ TEST(ReportTest, BytesThatAreNoUtf8BecomeReplacementCharactersInJson) {
     EXPECT_EQ(jsonText(report),
               "{\"a\xef\xbf\xbd\":\"b\xef\xbf\xbd"
               "c\"}\n");
+}
+
+TEST(ReportTest, ALineOfTabsHasTheCellsOfATable) {
+    EXPECT_EQ(tabbedLine({"a\tb", "", "c d"}), "a\\tb\t-\tc d\n");
+    EXPECT_EQ(tabbedLine({"a"}), "a\n");
 }
 
 TEST(ReportTest, ColumnsAreTwoBlanksApartAndLinesEndWithoutBlanks) {

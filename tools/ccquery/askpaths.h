@@ -1,0 +1,33 @@
+#pragma once
+
+#include <functional>
+#include <iosfwd>
+#include <string>
+
+#include "clearcase/clearcaseconnection.h"
+#include "tools/ccquery/ask.h"
+#include "tools/ccquery/commandline.h"
+
+namespace ccquery {
+
+/// What `askPaths` needs from the program around it.
+struct PathSurroundings {
+    /// Standard input: the paths in place of a path "-".
+    std::istream& input;
+    /// Makes a path of `status` absolute, or throws std::exception.
+    std::function<std::string(const std::string&)> complete;
+    /// Writes to standard output at once. What it throws ends the query.
+    std::function<void(const std::string&)> print;
+    /// Writes a message of one line to standard error.
+    std::function<void(const std::string&)> complain;
+};
+
+/// Puts a query with paths to the connection, path by path. Each answer is a line of JSON, or the
+/// table is printed at the end. If a path is "-", each answer is printed before the next path is
+/// read, and the columns of the table are separated by a tab. A path that can't be asked about, or
+/// for which the connection throws, causes a complaint; the others are answered. Returns
+/// exitAnswered, or exitNoAnswer after a complaint. Throws std::runtime_error if `input` fails.
+[[nodiscard]] ExitCode askPaths(ClearCaseConnection& connection, const Query& query,
+                                const PathSurroundings& surroundings);
+
+}  // namespace ccquery
