@@ -93,7 +93,7 @@ TEST_F(ElementTableTest, OfManyElementsWithoutAKeyTheLastStays) {
     expectAll();
 }
 
-TEST_F(ElementTableTest, KeysThatDifferInTheirLengthOrInNulsAloneAreReported) {
+TEST_F(ElementTableTest, KeysThatDifferOnlyInLengthOrInNulsAreDifferentKeys) {
     using namespace std::string_literals;
     store("b", "");
     for (const std::string& key :

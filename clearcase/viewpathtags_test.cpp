@@ -54,7 +54,7 @@ TEST(ViewPathTagsTest, ATrailingColonGetsASeparatorAndANameLikeADriveIsADrive) {
     EXPECT_EQ(moved("X:\\n:\\a.c", "M:\\tag1", tags), "n:\\a.c");
 }
 
-TEST(ViewPathTagsTest, ALongNameOfAViewIsReportedFromOneThatDiffersAtAnyPlace) {
+TEST(ViewPathTagsTest, ALongViewTagDiffersFromOneWithAnyOtherCharacter) {
     for (const size_t length : {1U, 3U, 4U, 5U, 6U, 7U, 8U, 12U, 13U, 20U, 40U}) {
         const std::string view(length, 'v');
         const Drives tags = {{"X:", view}};

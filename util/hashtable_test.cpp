@@ -117,7 +117,7 @@ TEST(HashTableTest, AnAddedTextIsFoundByAnotherCopyOfIt) {
     EXPECT_EQ(table.size(), 2U);
 }
 
-TEST(HashTableTest, TextsOfOneChainAreReportedApart) {
+TEST(HashTableTest, TextsInOneChainAreDistinguished) {
     // All have a hash that is divisible by 16.
     const std::string texts[] = {std::string(1, '\0'), std::string(2, '\0'), "", "0", "p"};
     HashTable<size_t> table;

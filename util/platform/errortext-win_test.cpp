@@ -277,7 +277,7 @@ TEST(ErrorTextTest, WithoutASentenceTheNumberIsHexadecimalFromTheTopBitOn) {
     }
 }
 
-TEST(ErrorTextTest, ASentenceWithGapsIsNoneAndALongOneIsReported) {
+TEST(ErrorTextTest, ASentenceWithGapsIsIgnoredAndALongOneIsReturned) {
     const uint32_t number = 34;
     {
         const SystemMessage message(L"Insert %2 into drive %1.\r\n");

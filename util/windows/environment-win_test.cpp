@@ -22,7 +22,7 @@ std::optional<std::string> valueOf(const wchar_t* value) {
     return result;
 }
 
-TEST(EnvironmentVariableTest, AVariableThatIsNotSetIsReportedFromAnEmptyOne) {
+TEST(EnvironmentVariableTest, AVariableThatIsNotSetDiffersFromAnEmptyOne) {
     EXPECT_EQ(valueOf(nullptr), std::nullopt);
     EXPECT_EQ(valueOf(L""), "");
 }

@@ -235,7 +235,7 @@ TEST_F(Utf8StreamTest, ABadByteEndsTheReadingOfTheStreamAsBad) {
     EXPECT_TRUE(stream.bad());
 }
 
-TEST_F(Utf8StreamTest, TheExceptionComesThroughAStreamThatIsReportedToLetIt) {
+TEST_F(Utf8StreamTest, AnInvalidByteThrowsThroughAStreamWithExceptionsEnabled) {
     utf8istream stream(file("\xFF"), utf8, /*lenient=*/false);
     stream.exceptions(std::ios::badbit);
     std::string line;

@@ -161,7 +161,7 @@ TEST_F(ProviderTest, NoMoreIsHandedOverThanAskedFor) {
     EXPECT_STREQ(mBuffer[0].lpLocalName, L"b:");
 }
 
-TEST_F(ProviderTest, ABufferTooSmallForOneConnectionIsReportedTheSizeThatIsNeeded) {
+TEST_F(ProviderTest, ABufferTooSmallForOneConnectionGetsTheNeededSize) {
     const DrivesFile drives("a:|x|y\n");
     ASSERT_EQ(open(), 0U);
     const DWORD needed = sizeof(NETRESOURCEW) + /*texts*/ 14;

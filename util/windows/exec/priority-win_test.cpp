@@ -267,7 +267,7 @@ TEST(ElevateWindowsPriorityTest, OnThisMachineThePrivilegeIsOnAfterwards) {
     EXPECT_EQ(gRaisePriority, 0) << "this Windows is not below version 6.1";
 }
 
-TEST(ElevateWindowsPriorityTest, OnThisMachineAUserWithoutThePrivilegeIsReportedSo) {
+TEST(ElevateWindowsPriorityTest, OnThisMachineAMissingPrivilegeIsReported) {
     if (basePriorityPrivilege().isHeld) {
         GTEST_SKIP() << "this user holds the privilege";
     }

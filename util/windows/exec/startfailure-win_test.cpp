@@ -72,7 +72,7 @@ struct Told {
     }
 };
 
-TEST_F(ExecStartFailureTest, TheStartIsReportedOfWithAllThatMayHaveMadeItFail) {
+TEST_F(ExecStartFailureTest, TheReportOfAFailedStartShowsWhatMayHaveCausedIt) {
     const std::string line = execChild("say x");
     const CommandResult result = refuse(line, mFolder.utf8(), "b=2\0a=1\0c\0");
     const std::string words = Told{.command = line,

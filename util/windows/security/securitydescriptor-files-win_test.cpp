@@ -172,7 +172,7 @@ uint32_t kindOf(HANDLE object) {
     return SecurityDescriptor(object, SE_FILE_OBJECT, /*withSacl=*/false).objectKind();
 }
 
-TEST_F(DescriptorFileTest, OpenFilesDirectoriesPipesAndDevicesAreReportedApart) {
+TEST_F(DescriptorFileTest, TheKindOfAnOpenFileDirectoryPipeOrDeviceIsRecognized) {
     const ScopedHandle file = open(mFile);
     const ScopedHandle folder = open(mFolder.utf8());
     const ScopedHandle device = open("nul", GENERIC_READ);

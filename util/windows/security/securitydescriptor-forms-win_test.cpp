@@ -106,7 +106,7 @@ BOOL WINAPI giveControl(PSECURITY_DESCRIPTOR, PSECURITY_DESCRIPTOR_CONTROL contr
     return TRUE;
 }
 
-TEST_F(DescriptorPartTest, WindowsIsReportedWhetherThePartIsThereAndWasDefaulted) {
+TEST_F(DescriptorPartTest, WindowsGetsWhetherThePartIsPresentAndDefaulted) {
     const ReplacedCall<decltype(GetSecurityDescriptorControl)> control(
         "GetSecurityDescriptorControl", giveControl);
     const ReplacedCall<decltype(SetSecurityDescriptorOwner)> owner("SetSecurityDescriptorOwner",

@@ -182,7 +182,7 @@ TEST(SystemTemporaryFileNameTest, WithoutThatFolderTheRootOfDriveCDoes) {
     }
 }
 
-TEST(SystemTemporaryFileNameTest, AFolderOnAShareIsAskedForAndReportedAsOne) {
+TEST(SystemTemporaryFileNameTest, AFolderOnAShareKeepsItsShareForm) {
     const ReplacedCall<decltype(GetTempFileNameW)> call(
         "GetTempFileNameW", [](LPCWSTR where, LPCWSTR prefix, UINT unique, LPWSTR name) -> UINT {
             EXPECT_STREQ(where, L"\\\\?\\UNC\\srv\\sh");
