@@ -135,13 +135,13 @@ TEST(ConfigurationTest, VobsKeepTheirOrderAndTheirDuplicates) {
     EXPECT_EQ(vobsOf(read("[vobs]\nb=\na=ro\nb=ro\n")), "b=0\na=1\nb=1\n");
 }
 
-TEST(ConfigurationTest, AVobLineWithoutAnEqualsSignIsComplainedOfAndDropped) {
+TEST(ConfigurationTest, AVobLineWithoutAnEqualsSignIsReportedAndDropped) {
     const Read result = read("[vobs]\n  no such line \nx=\n");
     EXPECT_EQ(result.errors, "Invalid line in [vobs]:  no such line\n");
     EXPECT_EQ(vobsOf(result), "x=0\n");
 }
 
-TEST(ConfigurationTest, AnElementLineWithoutAnEqualsSignIsComplainedOfAndDropped) {
+TEST(ConfigurationTest, AnElementLineWithoutAnEqualsSignIsReportedAndDropped) {
     const Read result = read("[attrs]\n\tC:\\a*version\nC:\\b=\n");
     EXPECT_EQ(result.errors, "Invalid line in [attrs]:  C:\\a*version\n");
     EXPECT_EQ(elementsOf(result), "C:\\b=*3\n");
@@ -163,7 +163,7 @@ TEST(ConfigurationTest, EveryTypeNameIsKnownAsItIsSpelled) {
     }
 }
 
-TEST(ConfigurationTest, AnUnknownTypeNameIsComplainedOfAndMakesALink) {
+TEST(ConfigurationTest, AnUnknownTypeNameIsReportedAndMakesALink) {
     const struct {
         const char* line;
         const char* error;
@@ -315,7 +315,7 @@ TEST(ConfigurationTest, ElementsMayComeInAnyOrderAndTypesInAnyRow) {
     EXPECT_EQ(mixed.errors, "Invalid attr 'none' for C:\\b\nInvalid attr 'none' for C:\\e\n");
 }
 
-TEST(ConfigurationTest, AnUnknownTypeIsComplainedOfOnceThoughThePrefixAddsAKey) {
+TEST(ConfigurationTest, AnUnknownTypeIsReportedOnceThoughThePrefixAddsAKey) {
     const Read twice = read("[attrs]\nC:\\a=b*none\n", "Q:");
     EXPECT_EQ(elementsOf(twice), "C:\\a=b*3\nQ:C:\\a=b*3\n");
     EXPECT_EQ(twice.errors, "Invalid attr 'none' for C:\\a\n");

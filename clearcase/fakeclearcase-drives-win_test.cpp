@@ -68,7 +68,7 @@ TEST(FakeClearCaseDrivesTest, ARootThatOneConnectionFoundOutIsKnownToTheNext) {
     EXPECT_EQ(canonical(), "M:\\shared\\v\\a");
 }
 
-TEST(FakeClearCaseDrivesTest, APathThatCannotBeMovedIsReportedOnStandardErrorAlone) {
+TEST(FakeClearCaseDrivesTest, APathThatCannotBeMovedIsReportedOnlyOnStandardError) {
     const DrivesScope drives("//", {{"V:", "srv\\sh"}});
     FakeClearCase connection(nullptr);
     connection.clearMessages();

@@ -87,7 +87,7 @@ TEST_F(LibraryLoadTest, SocketsOfVersion22AreStartedAndTheDrivesAreRead) {
     expectLettersOfViewDrives();
 }
 
-TEST_F(LibraryLoadTest, SocketsThatDoNotStartFailTheLoadWithTheirWords) {
+TEST_F(LibraryLoadTest, SocketsThatDoNotStartFailTheLoadWithTheirMessage) {
     const SystemMessage message(L"No sockets.\r\n");
     const ReplacedCall<decltype(WSAStartup)> start(
         "WSAStartup", [](WORD, LPWSADATA) -> int { return WSASYSNOTREADY; });
@@ -97,7 +97,7 @@ TEST_F(LibraryLoadTest, SocketsThatDoNotStartFailTheLoadWithTheirWords) {
               "nbclearcase:  WSAStartup: No sockets. (10091)\n");
 }
 
-TEST_F(LibraryLoadTest, DrivesThatCannotBeReadAreComplainedOfAndTheLoadGoesOn) {
+TEST_F(LibraryLoadTest, DrivesThatCannotBeReadAreReportedAndTheLoadGoesOn) {
     const SystemMessage message(L"The network is ill.\r\n");
     const ReplacedCall<decltype(WNetEnumResourceA)> enumerate("WNetEnumResourceA", enumThatFails);
     testing::internal::CaptureStderr();
@@ -111,7 +111,7 @@ TEST_F(LibraryLoadTest, DrivesThatCannotBeReadAreComplainedOfAndTheLoadGoesOn) {
     detachLibrary();
 }
 
-TEST_F(LibraryLoadTest, AnEnumerationThatDoesNotOpenIsComplainedOfAndTheLoadGoesOn) {
+TEST_F(LibraryLoadTest, AnEnumerationThatDoesNotOpenIsReportedAndTheLoadGoesOn) {
     const SystemMessage message(L"No network.\r\n");
     const ReplacedCall<decltype(WNetOpenEnumA)> open(
         "WNetOpenEnumA",

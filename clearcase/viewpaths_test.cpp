@@ -124,7 +124,7 @@ TEST_F(CanonicalizeViewPathTest, ARootWithoutAnotherRouteIsCachedAsSuch) {
     EXPECT_EQ(routesOf(mCache), (RootCache::Routes{{"M:\\tag2", ""}}));
 }
 
-TEST_F(CanonicalizeViewPathTest, ACachedAnswerStandsAgainstTheDrives) {
+TEST_F(CanonicalizeViewPathTest, ACachedRouteIsUsedEvenIfTheDrivesHaveChanged) {
     routesOf(mCache) = {{"M:\\tag2", "X:"}};
     EXPECT_EQ(canonical("X:\\vob\\a.c", {"M:\\tag2\\vob"}), "M:\\tag2\\vob\\a.c");
     routesOf(mCache) = {{"M:\\tag1", ""}};
@@ -197,7 +197,7 @@ TEST_F(CanonicalizeViewPathTest, WithoutAnMvfsDriveAViewDriveHasNoOtherRoute) {
         << "the view's tag after nothing";
 }
 
-TEST_F(CanonicalizeViewPathTest, ARestThatIsAbsoluteByItselfIsAlone) {
+TEST_F(CanonicalizeViewPathTest, ARestThatIsAbsoluteByItselfIsTheWholePath) {
     EXPECT_EQ(canonical("X:\\b:c\\d", {"M:\\tag1\\vob"}), "b:\\c\\d");
 }
 
@@ -210,7 +210,7 @@ TEST_F(CanonicalizeViewPathTest, ADriveOfTwoLettersIsARootInUpperCase) {
     EXPECT_EQ(routesOf(mCache), (RootCache::Routes{{"AB", "M:/tag2"}}));
 }
 
-TEST_F(CanonicalizeViewPathTest, AnEmptyViewTagStandsForTheMvfsDriveItself) {
+TEST_F(CanonicalizeViewPathTest, AnEmptyViewTagMeansTheMvfsDriveItself) {
     mViewDrives = {{"X:", ""}};
     EXPECT_EQ(canonical("M:\\tag\\a.c", {"X:\\vob"}), "X:\\tag\\a.c");
 }
@@ -239,7 +239,7 @@ protected:
     }
 };
 
-TEST_F(DisagreementTest, ARootThatThePathIsInAndNotRelativeToIsComplainedOf) {
+TEST_F(DisagreementTest, ARootThatThePathIsInAndNotRelativeToIsReported) {
     mExpectedErrors = "Couldn't make //srv/sh/x relative to //srv\\sh!\n";
     EXPECT_EQ(canonical("x", {"X:\\vob"}, "//srv/sh"), "\\\\srv\\sh\\x");
 }

@@ -116,7 +116,7 @@ TEST(AccessMaskTest, BitsWithoutANameAreOneNumberAfterTheNames) {
     });
 }
 
-TEST(AccessMaskTest, RegistryKeysHaveNamesForAnUnknownKindAlone) {
+TEST(AccessMaskTest, RegistryKeysHaveNamesOnlyForAnUnknownKind) {
     expectTexts({
         {0xf003f, registryKey, unknown, "0xf003f [KEY_ALL_ACCESS]"},
         {0x20006, registryKey, unknown, "0x20006 [KEY_WRITE]"},

@@ -223,7 +223,7 @@ TEST(TimeStampTextTest, TheLargestOffsetsHaveAText) {
     EXPECT_EQ(timeStampText(std::nullopt, std::numeric_limits<int32_t>::min()), "-59652314");
 }
 
-TEST(TimeStampTextTest, WithoutADateTheZoneIsAlone) {
+TEST(TimeStampTextTest, WithoutADateThereIsOnlyTheZone) {
     EXPECT_EQ(timeStampText(std::nullopt, 0), "Z");
     EXPECT_EQ(timeStampText(std::nullopt, 18000), "+0500");
 }
@@ -288,7 +288,7 @@ TEST(TimeStampTest, TheStampGoesOnAfter2038) {
     EXPECT_EQ(stamp(FileTime::fromUnixTime(0x100000000, 0)), "2106-02-07T06:28:16Z");
 }
 
-TEST(TimeStampTest, ATimeThatTheRuntimeHasNoDateForIsStampedWithTheZoneAlone) {
+TEST(TimeStampTest, ATimeThatTheRuntimeHasNoDateForIsStampedOnlyWithTheZone) {
     const ZoneScope zone("EST5");
     for (const FileTime& time : {FileTime(), FileTime(1, 0), FileTime::fromUnixTime(-1, 0),
                                  FileTime::fromUnixTime(100'000'000'000, 0),

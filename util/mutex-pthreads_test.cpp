@@ -93,7 +93,7 @@ TEST(MutexTest, TryLockOnAMutexHeldByTheSameThreadSucceedsOnlyIfRecursive) {
     }
 }
 
-TEST(MutexTest, AMutexIsNotRecursiveUnlessTold) {
+TEST(MutexTest, AMutexIsNotRecursiveByDefault) {
     Mutex mutex;
     mutex.lock();
     EXPECT_FALSE(mutex.tryLock());

@@ -73,7 +73,7 @@ TEST(NetStreamTest, ABlobIsItsLengthAndItsBytes) {
     EXPECT_EQ(stream.str(), bytes("\0\0\0\0\0\0\0\3a\0b"));
 }
 
-TEST(NetStreamTest, ABlobOfNothingIsItsLengthAlone) {
+TEST(NetStreamTest, ABlobOfNothingIsOnlyItsLength) {
     std::ostringstream stream;
     writeBlob32(stream, nullptr, 0);
     EXPECT_EQ(stream.str(), bytes("\0\0\0\0"));

@@ -17,7 +17,7 @@ using OutputLocaleTest = testing_support::EightBitLocaleTest;
 
 constexpr unsigned char letter = testing_support::smallEAcute;
 
-TEST_F(OutputLocaleTest, APrintableByteOfTheLocaleStandsForItselfInALiteral) {
+TEST_F(OutputLocaleTest, APrintableByteOfTheLocaleIsWrittenAsItselfInALiteral) {
     EXPECT_EQ(printed(Quoted{&letter, 1, nullptr}), "\"\xE9\"");
     for (unsigned value = 0; value < 256; ++value) {
         const auto byte = static_cast<unsigned char>(value);
@@ -34,7 +34,7 @@ TEST_F(OutputLocaleTest, APrintableByteOfTheLocaleTakesOneColumn) {
     EXPECT_EQ(layout.column, 4);
 }
 
-TEST_F(OutputLocaleTest, ADumpShowsAsciiAlone) {
+TEST_F(OutputLocaleTest, ADumpShowsOnlyAscii) {
     EXPECT_EQ(printed(HexDump{&letter, 1, nullptr}), "e9:.");
     for (unsigned value = 128; value < 256; ++value) {
         const auto byte = static_cast<unsigned char>(value);

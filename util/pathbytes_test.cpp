@@ -85,7 +85,7 @@ TEST(PathBytesTest, TheCopyInUseIsThePlainOneApartAndInPlace) {
     });
 }
 
-TEST(PathBytesTest, AlikeAreTheTwoCasesOfAsciiLettersAndTheTwoSeparatorsAlone) {
+TEST(PathBytesTest, AlikeAreOnlyTheCasesOfAsciiLettersAndTheSeparators) {
     for (int first = -128; first < 128; ++first) {
         for (int second = -128; second < 128; ++second) {
             const auto a = static_cast<char>(first);

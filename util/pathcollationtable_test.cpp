@@ -56,7 +56,7 @@ TEST(PathCollationTableTest, SwappingTwiceIsTheIdentityAndSwapsOnlyWhatSharesAWe
     EXPECT_EQ(swapped, 2 * 974);
 }
 
-TEST(PathCollationTableTest, TellingUnitsHaveTheirWeights) {
+TEST(PathCollationTableTest, SelectedUnitsHaveTheirWeights) {
     const struct {
         uint16_t unit, weight;
     } rows[] = {

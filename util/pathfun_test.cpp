@@ -47,7 +47,7 @@ TEST(SplitPathTest, TheRootComesFirstAndRunsOfSeparatorsYieldNothing) {
     EXPECT_EQ(root, "//srv/share");
 }
 
-TEST(SplitPathTest, ARelativePathHasItsNamesAlone) {
+TEST(SplitPathTest, ARelativePathHasOnlyItsNames) {
     std::vector<PathRange> components;
     const std::string path = "\\a/b";
     EXPECT_FALSE(splitPath(path, components, nullptr));

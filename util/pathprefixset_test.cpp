@@ -59,7 +59,7 @@ TEST(PathPrefixSetTest, APlainEntryBecomesAPrefixAndTakesAwayWhatItCoversThen) {
               (Entries{{"a", prefix}}));
 }
 
-TEST(PathPrefixSetTest, APlainEntryCoversItselfAlone) {
+TEST(PathPrefixSetTest, APlainEntryCoversOnlyItself) {
     const PathPrefixSet set = makeSet({{"a", plain}, {"a", plain}, {"ab", plain}});
     EXPECT_EQ(entriesOf(set), (Entries{{"a", plain}, {"ab", plain}}));
     EXPECT_EQ(found(set, "abc"), noPrefix);

@@ -195,7 +195,7 @@ TEST_F(RWMonitorTest, MonitorsThatShareAMutexAndAConditionAdmitTheirOwnWaitersOn
     second.unlock();
 }
 
-TEST_F(RWMonitorTest, AWaitingWriterAloneHoldsBackAReader) {
+TEST_F(RWMonitorTest, AWaitingWriterIsEnoughToHoldBackAReader) {
     RWMonitor monitor(mMutex, mCondition);
     // The state between the last unlock and the waking of a writer: free, and a writer waits.
     Books::falsify(monitor, {0, 1, 0});

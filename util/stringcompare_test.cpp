@@ -210,7 +210,7 @@ TEST(StringLessTest, KeepsBothSpellingsInASet) {
               (std::vector<std::string>{"A", "a", "b"}));
 }
 
-TEST(StringEqualTest, IgnoresCaseOnlyIfToldAndBreaksNoTie) {
+TEST(StringEqualTest, IgnoresCaseOnlyOnRequestAndBreaksNoTie) {
     EXPECT_TRUE(StringEqual(false)("View", "vIEW"));
     EXPECT_FALSE(StringEqual(false)("View", "Views"));
     EXPECT_TRUE(StringEqual(true)("View", "View"));

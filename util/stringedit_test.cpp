@@ -34,7 +34,7 @@ TEST(ChompTest, CutsAllLineEndsFromTheEnd) {
         {{"line\r\n\r\n", "line"}, {"line\n", "line"}, {"line\r", "line"}, {"line\n\r\n", "line"}});
 }
 
-TEST(ChompTest, ATextOfLineEndsAloneBecomesEmpty) {
+TEST(ChompTest, ATextOfOnlyLineEndsBecomesEmpty) {
     expectEdits(chomp, {{"\n", ""}, {"\r\n\r\n", ""}, {"", ""}});
 }
 
@@ -61,7 +61,7 @@ TEST(TrimTest, LeavesBlanksInsideAndOtherCharactersAlone) {
 
 TEST(TrimTest, AnEmptyTextStaysEmpty) { expectEdits(trim, {{"", ""}}); }
 
-TEST(TrimTest, ATextOfBlanksAloneBecomesEmpty) {
+TEST(TrimTest, ATextOfOnlyBlanksBecomesEmpty) {
     expectEdits(trim, {{" ", ""}, {"\n", ""}, {" \v\f\t\r\n", ""}});
 }
 
@@ -74,7 +74,7 @@ TEST(TrimLeftTest, ALineEndAtTheFrontStopsIt) {
                 {{"\n word", "\n word"}, {"\r word", "\r word"}, {" \t\n word", "\n word"}});
 }
 
-TEST(TrimLeftTest, ATextOfSuchBlanksAloneBecomesEmpty) {
+TEST(TrimLeftTest, ATextOfOnlySuchBlanksBecomesEmpty) {
     expectEdits(trimLeft, {{" \t", ""}, {"\v\f\t ", ""}});
 }
 
@@ -177,7 +177,7 @@ TEST(CollapseWhitespaceTest, BlanksAtBothEndsGo) {
         {{" \n one  two \t", "one two"}, {"one\n", "one"}, {" one", "one"}, {"\n\n one", "one"}});
 }
 
-TEST(CollapseWhitespaceTest, ATextOfBlanksAloneBecomesEmpty) {
+TEST(CollapseWhitespaceTest, ATextOfOnlyBlanksBecomesEmpty) {
     expectEdits(collapseWhitespace, {{"", ""}, {" ", ""}, {"\v\f\r\n\t ", ""}});
 }
 

@@ -199,7 +199,7 @@ TEST(SplitQuotedTest, AppendsToWhatIsThere) {
     EXPECT_EQ(out, (Words{"zero", "one"}));
 }
 
-TEST(SplitQuotedTest, WithoutQuotesItSplitsAtDelimitersAlone) {
+TEST(SplitQuotedTest, WithoutQuotesItSplitsOnlyAtDelimiters) {
     Words out;
     EXPECT_TRUE(splitQuoted("\"a b\"", out, " ", "", true));
     EXPECT_EQ(out, (Words{"\"a", "b\""}));

@@ -78,7 +78,7 @@ TEST(ThreadStartTest, ADetachedThreadDoesNotCountInTheConcurrency) {
     EXPECT_EQ(pthread_getconcurrency(), before);
 }
 
-TEST(ThreadStartTest, AThreadThatCannotBeMadeForWantOfResourcesSaysSo) {
+TEST(ThreadStartTest, AThreadThatCannotBeMadeForLackOfResourcesSaysSo) {
     const ThreadCallResult refusal(gThreadCalls.createResult, EAGAIN);
     Runner runner;
     EXPECT_EQ(failureOf([&] { runner.start(); }), noResources);

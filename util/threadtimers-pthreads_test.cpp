@@ -33,7 +33,7 @@ TEST(ThreadTimersTest, AThreadHasOneRecordWhichIsListed) {
     EXPECT_TRUE(isListed(&record));
 }
 
-TEST(ThreadTimersTest, ARecordBearsTheHandleThatTheCreatorOfItsThreadHas) {
+TEST(ThreadTimersTest, ARecordHasTheHandleThatTheCreatorOfItsThreadHas) {
     uint64_t thread = 0;
     std::thread made([&thread] { thread = threadTimerRecord().mThread; });
     // A handle is a single word in either thread library.

@@ -81,7 +81,7 @@ void checkInts(const std::vector<IntRow>& rows) {
     }
 }
 
-TEST(ParseIntTest, DigitsAloneAreANumber) {
+TEST(ParseIntTest, DecimalDigitsAreANumber) {
     checkInts({{"0", true, 0},
                {"7", true, 7},
                {"0042", true, 42},
@@ -207,7 +207,7 @@ TEST(DoubleToStringTest, ANegativePrecisionCountsAsSix) {
     EXPECT_EQ(doubleToString(1234567, -7), "1.23457e+06");
 }
 
-TEST(DoubleToStringTest, InfinityAndNoNumberHaveTheirWords) {
+TEST(DoubleToStringTest, InfinityAndNoNumberHaveTheirNames) {
     using Limits = std::numeric_limits<double>;
     EXPECT_EQ(doubleToString(Limits::infinity(), 6), "inf");
     EXPECT_EQ(doubleToString(-Limits::infinity(), 6), "-inf");

@@ -22,7 +22,7 @@ void expectMatches(std::initializer_list<Row> rows) {
     }
 }
 
-TEST(WildcardMatchTest, CharactersStandForThemselvesWhateverTheirCase) {
+TEST(WildcardMatchTest, CharactersMatchThemselvesWhateverTheirCase) {
     expectMatches({{"abc", "abc", true},
                    {"aBc", "AbC", true},
                    {"abc", "ab", false},
@@ -38,7 +38,7 @@ TEST(WildcardMatchTest, AnEmptyTextFitsAnEmptyPatternAndOneStar) {
         {{"", "", true}, {"*", "", true}, {"**", "", false}, {"?", "", false}, {"a", "", false}});
 }
 
-TEST(WildcardMatchTest, AStarStandsForAnyText) {
+TEST(WildcardMatchTest, AStarMatchesAnyText) {
     expectMatches({{"a*b", "axxb", true},
                    {"a*b", "ab", true},
                    {"a*b", "abx", false},
@@ -59,7 +59,7 @@ TEST(WildcardMatchTest, AStarStandsForAnyText) {
                    {"a**b", "ab", true}});
 }
 
-TEST(WildcardMatchTest, AfterTheEndOfTheTextOneStarAloneIsForgiven) {
+TEST(WildcardMatchTest, AtTheEndOfTheTextOneMoreStarIsAccepted) {
     expectMatches({{"abc*", "abc", true},
                    {"abc**", "abc", false},
                    {"abc**", "abcd", true},
@@ -79,7 +79,7 @@ TEST(WildcardMatchTest, ABackslashTakesTheNextCharacterAsItIs) {
                    {"\\", "\\", false}});
 }
 
-TEST(WildcardMatchTest, AClassStandsForOneOfItsMembers) {
+TEST(WildcardMatchTest, AClassMatchesOneOfItsMembers) {
     expectMatches({{"[abc]", "b", true},    {"[abc]", "d", false},  {"[abc]", "B", true},
                    {"[abc]x", "cx", true},  {"[abc]", "ab", false}, {"[a-c]", "b", true},
                    {"[a-c]", "c", true},    {"[a-c]", "d", false},  {"[a-cx-z]", "y", true},
@@ -98,7 +98,7 @@ TEST(WildcardMatchTest, AReversedRangeIsThreePlainMembers) {
                    {"[a-a]", "-", true}});
 }
 
-TEST(WildcardMatchTest, ANegatedClassStandsForAllButItsMembers) {
+TEST(WildcardMatchTest, ANegatedClassMatchesAllButItsMembers) {
     expectMatches({{"[!abc]", "d", true},
                    {"[^abc]", "d", true},
                    {"[!abc]", "a", false},
@@ -184,7 +184,7 @@ TEST(WildcardMatchTest, NothingIsAllocated) {
     EXPECT_EQ(after, before);
 }
 
-TEST(MatchStemTest, TheStemIsThePartThatTheWildcardStoodFor) {
+TEST(MatchStemTest, TheStemIsThePartThatTheWildcardMatched) {
     const struct {
         const char* pattern;
         const char* text;
@@ -230,7 +230,7 @@ TEST(MatchStemTest, CaseCountsOnDemandAndTheWildcardIsAnyCharacter) {
     EXPECT_FALSE(matchStem("a*", "ab", {0, 2}, '%', &stem, /*exact=*/false));
 }
 
-TEST(MatchStemTest, ANullBaseIsAnEmptyTextToTheExactComparisonAlone) {
+TEST(MatchStemTest, ANullBaseIsAnEmptyTextOnlyToTheExactComparison) {
     const StringSpan none(nullptr, 0);
     const struct {
         StringSpan pattern;

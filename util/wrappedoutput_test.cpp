@@ -255,7 +255,7 @@ TEST(WrappedOutputTest, WhereTheLineFeedOfABreakIsNotTakenTheColumnStaysAsReache
     }
 }
 
-TEST(WrappedOutputTest, WhereFailuresOfTheStreamAreThrownTheLayoutGoesBackAllTheSame) {
+TEST(WrappedOutputTest, WhereFailuresOfTheStreamAreThrownTheLayoutStillGoesBack) {
     const std::string text = "ab";
     for (const bool isDump : {false, true}) {
         SmallBuffer buffer(4);

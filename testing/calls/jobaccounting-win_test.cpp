@@ -180,7 +180,7 @@ TEST_F(JobAccountingTest, WhatAChildHasDoneStaysAfterItsEnd) {
     EXPECT_GE(totals(job).writes, before.writes);
 }
 
-TEST_F(JobAccountingTest, TheNextQueriesOfAClassFailAsTold) {
+TEST_F(JobAccountingTest, TheNextQueriesOfAClassFailAsRequested) {
     accounting.failNext(accountingClass, ERROR_ACCESS_DENIED);
     accounting.failNext(accountingClass, ERROR_NOT_READY);
     JOBOBJECT_BASIC_PROCESS_ID_LIST list;

@@ -54,7 +54,7 @@ TEST(SystemMessageTest, AMessageWithAGapIsRefusedUnlessGapsAreIgnored) {
     EXPECT_EQ(std::wstring(buffer), L"no %1.");
 }
 
-TEST(SystemMessageTest, APercentSignAloneIsNoGap) {
+TEST(SystemMessageTest, ASinglePercentSignIsNoGap) {
     const SystemMessage message(L"100 % full");
     wchar_t buffer[20] = L"";
     EXPECT_EQ(ask(FORMAT_MESSAGE_FROM_SYSTEM, buffer, 20), 10U);

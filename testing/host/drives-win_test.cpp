@@ -84,7 +84,7 @@ TEST_F(DrivesTest, AConnectionWithAnEmptyLocalNameIsADriveWithoutAName) {
               "{\"mvfsRoot\":\"M:\",\"drives\":{\"\":\"nameless\"}}\n");
 }
 
-TEST_F(DrivesTest, WithoutConnectionsThereAreNoDrivesAndNoWords) {
+TEST_F(DrivesTest, WithoutConnectionsThereAreNoDrivesAndNoMessage) {
     EXPECT_EQ(answer("", {"drives"}), "{\"mvfsRoot\":\"\",\"drives\":{}}\n");
 }
 
@@ -155,7 +155,7 @@ TEST(NoProviderTest, WithoutAnyProviderTheLibraryLoadsWithAComplaintAndNoDrives)
     EXPECT_EQ(result.exitCode, 0U);
 }
 
-TEST(FailingNetworkTest, AnEnumerationThatDoesNotOpenIsComplainedOf) {
+TEST(FailingNetworkTest, AnEnumerationThatDoesNotOpenIsReported) {
     const ChildResult result = loadIn("failingmpr", {{"FAILING_MPR_OPEN", "1208"}});
     expectWords(result.error, std::string(lookup) + "WNetOpenEnum: ", "1208");
     EXPECT_EQ(result.output, "loaded\nMVFS drive ''\n");

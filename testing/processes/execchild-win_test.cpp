@@ -96,7 +96,7 @@ TEST(ExecChildTest, AnyExitCodeIsPossible) {
     EXPECT_EQ(run({}).exitCode, 0U);
 }
 
-TEST(ExecChildTest, WhatItCannotUnderstandEndsItWithWords) {
+TEST(ExecChildTest, WhatItCannotUnderstandEndsItWithAMessage) {
     const std::vector<std::vector<std::string>> rows = {
         {"dance"},         {"say"},        {"out", "1"},   {"out", "1", "0"},
         {"sleep", "long"}, {"exit", "1x"}, {"exit", "0x"}, {"spawn-and", "3", "exit", "0"}};
@@ -107,7 +107,7 @@ TEST(ExecChildTest, WhatItCannotUnderstandEndsItWithWords) {
     }
 }
 
-TEST(ExecChildTest, WhatItCannotDoEndsItWithWords) {
+TEST(ExecChildTest, WhatItCannotDoEndsItWithAMessage) {
     const TempFolder folder;
     const ChildResult result = run({"make", folder.utf8("none/file"), "exit", "0"});
     EXPECT_EQ(result.exitCode, 121U);
@@ -164,7 +164,7 @@ TEST(ExecChildTest, ItReportsItsEnvironment) {
     EXPECT_NE(output.find("\nNBCC_ONE=\xc3\xa4 1\n"), std::string::npos) << output;
 }
 
-TEST(ExecChildTest, ItReportsItsFolderAlone) {
+TEST(ExecChildTest, ItReportsOnlyItsFolder) {
     const TempFolder folder;
     const std::string output =
         testing_support::runChild(
@@ -204,7 +204,7 @@ TEST(ExecChildTest, AGrandchildOutlivesItsParentAndHoldsNoHandleOfIt) {
     EXPECT_TRUE(eventually([&] { return exists(folder.path() / "made"); }));
 }
 
-TEST(ExecChildTest, AfterAGrandchildsWordsItGoesOnWithItsOwn) {
+TEST(ExecChildTest, AfterAGrandchildsOutputItGoesOnWithItsOwn) {
     const TempFolder folder;
     EXPECT_EQ(run({"spawn-and", "2", "make", folder.utf8("made one"), "say", "x", "spawn-and", "2",
                    "make", folder.utf8("other"), "say", "y"})

@@ -20,7 +20,7 @@ TEST(TestedExecTest, AStartThatFailsInternallyIsTriedAgainAndNotReported) {
     EXPECT_TRUE(exec.errors().empty());
 }
 
-TEST(TestedExecTest, SuchAStartIsKnownAlsoWhereErrorsHaveNoWords) {
+TEST(TestedExecTest, SuchAStartIsKnownAlsoWhereErrorsHaveNoMessages) {
     const SystemMessage noWords(L"");
     TestedExec exec;
     const RecordedStarts starts({ERROR_INTERNAL_ERROR});

@@ -78,7 +78,7 @@ TEST(ReportTest, ACharacterOfSeveralBytesTakesOnePlace) {
               "A    B\n\xc3\xb6\xe2\x82\xac   x\nabc  y\n");
 }
 
-TEST(ReportTest, ControlCharactersAndBrokenBytesDoNotSpoilATable) {
+TEST(ReportTest, ControlCharactersAndInvalidBytesLeaveATableInForm) {
     EXPECT_EQ(tableText(table({"A", "B"}, {{"a\tb\n", "\x1b[31m\xff"}})),
               "A       B\na\\tb\\n  \\x1b[31m\xef\xbf\xbd\n");
 }

@@ -16,14 +16,14 @@ std::string textWithErrno(int systemError, bool withCode, const uint32_t* error,
     return text;
 }
 
-TEST(NativeErrorTextTest, ANullErrorStandsForErrno) {
+TEST(NativeErrorTextTest, ANullErrorMeansErrno) {
     EXPECT_EQ(textWithErrno(ENOENT, /*withCode=*/false, nullptr, errorOfEither),
               std::strerror(ENOENT));
     EXPECT_EQ(textWithErrno(EACCES, /*withCode=*/false, nullptr, errorOfEither),
               std::strerror(EACCES));
 }
 
-TEST(NativeErrorTextTest, AnErrorHasTheWordsOfTheCLibraryWhateverErrnoIs) {
+TEST(NativeErrorTextTest, AnErrorHasTheMessageOfTheCLibraryWhateverErrnoIs) {
     for (const uint32_t error : {uint32_t{ENOENT}, uint32_t{EINVAL}, uint32_t{0}}) {
         const std::string words = std::strerror(static_cast<int>(error));
         EXPECT_EQ(textWithErrno(EACCES, /*withCode=*/false, &error, errorOfEither), words);
@@ -38,7 +38,7 @@ TEST(NativeErrorTextTest, OnDemandTheNumberFollowsInDecimal) {
     EXPECT_EQ(textWithErrno(ENOENT, /*withCode=*/true, nullptr, errorOfEither), text);
 }
 
-TEST(NativeErrorTextTest, ANumberThatTheCLibraryDoesNotKnowHasWordsAsWell) {
+TEST(NativeErrorTextTest, ANumberThatTheCLibraryDoesNotKnowHasAMessageAsWell) {
     for (const uint32_t error : {0xffffffffU, 0x80000000U, 100000U}) {
         const std::string words = std::strerror(static_cast<int>(error));
         EXPECT_EQ(textWithErrno(EACCES, /*withCode=*/false, &error, errorOfEither), words);

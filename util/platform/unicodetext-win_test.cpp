@@ -55,7 +55,7 @@ TEST(UnicodeTextTest, BytesThatAreNoUtf8BecomeTheReplacementCharacter) {
     EXPECT_EQ(toWide("\xC3("), L"\xFFFD(");
 }
 
-TEST(UnicodeTextTest, ASurrogateAloneBecomesTheReplacementCharacter) {
+TEST(UnicodeTextTest, ASingleSurrogateBecomesTheReplacementCharacter) {
     EXPECT_EQ(toUtf8(L"a\xD83Dz"), "a\xEF\xBF\xBDz");
     EXPECT_EQ(toUtf8(L"\xDE00"), "\xEF\xBF\xBD");
 }

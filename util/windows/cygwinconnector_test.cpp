@@ -174,7 +174,7 @@ TEST(ConnectorTest, AProcessOrAGroupIsSignalled) {
                                                                   {-70, POSIXPROVIDER_SIGINT}}));
 }
 
-TEST(ConnectorTest, CodesAndSignalsHaveWords) {
+TEST(ConnectorTest, CodesAndSignalsHaveTexts) {
     PosixProvider provider;
     const connector c(embeddingOf(provider));
     EXPECT_EQ(c.error_text(failureCode), "error 9999");

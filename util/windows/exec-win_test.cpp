@@ -381,7 +381,7 @@ TEST(ExecTest, AReportGoesAfterTheFailuresAndToTheOperation) {
     EXPECT_EQ(exec.errors(), Texts({"one\n", "two"}));
 }
 
-TEST(ExecTest, AReportOfTheLastErrorHasItsWords) {
+TEST(ExecTest, AReportOfTheLastErrorHasItsMessage) {
     const SystemMessage message(L"It can't be.\r\n");
     TestedExec exec;
     std::string failures = "before ";

@@ -119,7 +119,7 @@ void releaseWithLittleMemory() {
     std::exit(gClosed.size() == 31 ? 0 : 1);
 }
 
-TEST(ScopedHandleDeathTest, LackOfMemoryLosesTheWordsAndNothingElse) {
+TEST(ScopedHandleDeathTest, LackOfMemoryLosesTheMessageAndNothingElse) {
     EXPECT_EXIT(releaseWithLittleMemory(), testing::ExitedWithCode(0), "released");
 }
 

@@ -85,12 +85,12 @@ TEST(StartSocketsTest, TheSocketsOfVersion22AreStartedOnceHoweverOftenItIsCalled
                 "started;started;1 starts of version 514");
 }
 
-TEST(StartSocketsTest, AFailureIsARuntimeErrorWithTheWordsAndTheCodeOfTheResult) {
+TEST(StartSocketsTest, AFailureIsARuntimeErrorWithTheMessageAndTheCode) {
     EXPECT_EXIT(failWithoutMessage(), testing::ExitedWithCode(0),
                 "couldn't initialize socket system: Error 10091 \\(error code 10091\\);");
 }
 
-TEST(StartSocketsTest, TheWordsOfAFailureAreCutTo100Characters) {
+TEST(StartSocketsTest, TheMessageOfAFailureIsCutTo100Characters) {
     EXPECT_EXIT(
         failWithALongMessage(), testing::ExitedWithCode(0),
         "couldn't initialize socket system: The network is down, " + std::string(79, 'x') + ";");

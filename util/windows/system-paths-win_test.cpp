@@ -90,7 +90,7 @@ TEST(UnicodePathTest, ANulInsideIsKept) {
     EXPECT_EQ(System::unicodePath(std::string("a\0/b", 4)), std::wstring(L"a\0\\b", 4));
 }
 
-TEST(UnicodePathTest, NamesOfDotsAloneSurvive) {
+TEST(UnicodePathTest, NamesOfOnlyDotsSurvive) {
     expectPaths({{"../...", L"..\\..."},
                  {"c:/.../x", L"\\\\?\\c:\\...\\x"},
                  {"a/..", L"a\\.."},
@@ -125,7 +125,7 @@ protected:
     }
 };
 
-TEST(UnicodePathTest, TheCaseOfTheNullDeviceIsAnAffairOfTheGlobalLocale) {
+TEST(UnicodePathTest, TheCaseOfTheNullDeviceDependsOnTheGlobalLocale) {
     expectPaths({{"c:/nux", L"\\\\?\\c:\\nux"}});
     const std::locale before = std::locale::global(std::locale(std::locale(), new OddCase));
     expectPaths({{"c:/nux", L"c:\\nux"}, {"c:/Nul", L"c:\\Nul"}, {"c:/nuy", L"\\\\?\\c:\\nuy"}});
@@ -155,7 +155,7 @@ TEST(UnicodePathTest, AServerWithoutAShareIsReportedToTheDebuggerAndGivesNothing
     }
 }
 
-TEST(UnicodePathTest, SlashesAloneAreReportedToTheDebuggerWithCygwinPathsToo) {
+TEST(UnicodePathTest, APathOfSlashesIsReportedToTheDebuggerWithCygwinPathsToo) {
     const CygwinScope cygwin;
     for (const std::string path : {"//", "///"}) {
         const DebugOutput output;

@@ -127,7 +127,7 @@ std::string thrownBy(const FailureRow& row, const embedding& e) {
     return "nothing";
 }
 
-TEST(VrpsxFailureTest, EachOperationThrowsItsNameTheRuntimesWordsAndTheCode) {
+TEST(VrpsxFailureTest, EachOperationThrowsItsNameTheRuntimesMessageAndTheCode) {
     for (const FailureRow& row : failures) {
         PosixProvider provider;
         prepare(provider);
@@ -179,7 +179,7 @@ TEST(VrpsxFailureTest, WithoutAFailureNothingIsThrown) {
     }
 }
 
-TEST(SystemExceptionTest, TheMessageIsTheContextAndTheWords) {
+TEST(SystemExceptionTest, TheMessageIsTheContextAndTheErrorText) {
     PosixProvider provider;
     const embedding e = embeddingOf(provider);
     const vrpsx::system_exception_t failure("context", e, failureCode);
@@ -198,7 +198,7 @@ TEST(SystemExceptionTest, TheMessageIsMadeInOnePieceAndThenCopied) {
     EXPECT_EQ(failure.what(), context + ": error 9999");
 }
 
-TEST(SystemExceptionTest, WithoutWordsThereAreNone) {
+TEST(SystemExceptionTest, ATextThatCannotBeReadIsEmpty) {
     PosixProvider provider;
     const embedding e = embeddingOf(provider);
     provider.failNext(POSIXPROVIDER_SYSTEM_ERROR_TEXT, 1);

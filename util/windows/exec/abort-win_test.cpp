@@ -155,7 +155,7 @@ TEST_F(AbortTest, ItStaysUntilAReset) {
     EXPECT_EQ(last.output, "x");
 }
 
-TEST_F(AbortTest, ACommandThatEndsByItselfAfterAnAbortIsAbortedAllTheSame) {
+TEST_F(AbortTest, ACommandThatEndsByItselfAfterAnAbortCountsAsAborted) {
     wakes.onTimeout([this](size_t) {
         await("ready");
         abort();

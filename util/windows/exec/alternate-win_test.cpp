@@ -142,7 +142,7 @@ TEST_F(ExecAlternateTest, ItsExitCodeIsReadAsThatOfTheCygwinCommand) {
     EXPECT_EQ(mExec->childSignal(), 9U);
 }
 
-TEST_F(ExecAlternateTest, OneThatCannotBeStartedIsNotSpokenOf) {
+TEST_F(ExecAlternateTest, AFailedAlternateIsNotReported) {
     Exec::RunInfo info = alternateInfo("");
     for (const std::string& alternate : {std::string("missing-alternate"), std::string("\"\"")}) {
         info.mAlternateArgv = {alternate};

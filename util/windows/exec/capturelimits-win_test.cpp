@@ -90,7 +90,7 @@ TEST_F(ExecCaptureLimitsTest, NothingNeedBeKept) {
     EXPECT_EQ(result.error, "");
 }
 
-TEST_F(ExecCaptureLimitsTest, WithANegativeLimitTheReportAloneComesBackOfEveryStream) {
+TEST_F(ExecCaptureLimitsTest, WithANegativeLimitOnlyTheReportComesBackOfEveryStream) {
     mExec->setOutputLimits(-1, 0);
     const std::string line = execChild("say x exit 9");
     const CommandResult result = mExec->run(line);
@@ -224,7 +224,7 @@ TEST(ReadCapturedOutputTest, AFileOf2GigabytesFailsAndIsNotRead) {
     EXPECT_EQ(FileSize::reads(), 0);
 }
 
-TEST(ReadCapturedOutputTest, ASizeThatCannotBeHadFailsWithItsError) {
+TEST(ReadCapturedOutputTest, ASizeThatIsUnavailableFailsWithItsError) {
     const FileOf file("content");
     const FileSize size(INVALID_FILE_SIZE, /*high=*/0, ERROR_ACCESS_DENIED);
     std::string text = "before";

@@ -230,7 +230,7 @@ Failure failureOf(const std::string& directory) {
     return {};
 }
 
-TEST(ChildEnvironmentScopeTest, ADirectoryThatCannotBeEnteredIsFailure5008InTheSystemsWords) {
+TEST(ChildEnvironmentScopeTest, ADirectoryThatCannotBeEnteredIsFailure5008WithTheMessage) {
     const TempFolder folder;
     folder.write("file", "");
     for (const std::string& directory :
@@ -244,7 +244,7 @@ TEST(ChildEnvironmentScopeTest, ADirectoryThatCannotBeEnteredIsFailure5008InTheS
     }
 }
 
-TEST(ChildEnvironmentScopeTest, TheWordsAreAloneAndWithoutTheirEnd) {
+TEST(ChildEnvironmentScopeTest, TheMessageComesWithoutItsLineEnd) {
     const SystemMessage message(L"There is no way in.\r\n");
     const ReplacedCall<decltype(SetCurrentDirectoryW)> call("SetCurrentDirectoryW",
                                                             [](LPCWSTR) -> BOOL {

@@ -153,7 +153,7 @@ TEST_F(ChildrenTest, NamesThatDifferInTheirCaseOrEndAreWaitedFor) {
     }
 }
 
-TEST_F(ChildrenTest, AServerAloneEndsTheWaitAfterOnePass) {
+TEST_F(ChildrenTest, AServerOnItsOwnEndsTheWaitAfterOnePass) {
     useJob();
     const std::string server = copiedChild("conhost.exe", leftover());
     exec.run(server);
@@ -246,7 +246,7 @@ TEST_F(ChildrenTest, AFailedWaitForALeftoverIsReportedAndTheRunGoesOn) {
     }
 }
 
-TEST_F(ChildrenTest, AListThatCannotBeHadIsReportedAndIsEmpty) {
+TEST_F(ChildrenTest, AListThatIsUnavailableIsReportedAndIsEmpty) {
     const SystemMessage noWords(L"");
     useJob();
     accounting.failNext(listClass, ERROR_ACCESS_DENIED);

@@ -110,7 +110,7 @@ TEST_F(ScriptCommandLineTest, TheClosingQuoteOfAQuotedNameIsAfterTheFile) {
     EXPECT_EQ(lineOf("\"/tools/bin/script\" a"), mShell + " " + script + "\" a");
 }
 
-TEST_F(ScriptCommandLineTest, ANameWithoutSlashesIsSearchedInThePathAlone) {
+TEST_F(ScriptCommandLineTest, ANameWithoutSlashesIsSearchedOnlyInThePath) {
     mWorld.write("/tools/script.sh");
     const std::string script = mWorld.write("/tools/bin/script.sh");
     const CurrentDirectory directory(mWorld.root() / "tools");

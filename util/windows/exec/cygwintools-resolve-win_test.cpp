@@ -118,7 +118,7 @@ TEST_F(ResolveCygwinPathTest, ALoopOfLinksIsNoFile) {
     EXPECT_EQ(starts.calls().size(), 40U);
 }
 
-TEST_F(ResolveCygwinPathTest, AFileThatALinkCannotBeReadBesideIsFoundAllTheSame) {
+TEST_F(ResolveCygwinPathTest, AFileBesideALinkThatCannotBeReadIsFound) {
     mWorld.write("/tools/bin/ls.exe.lnk", "no link");
     const std::string file = mWorld.write("/tools/bin/ls.exe");
     EXPECT_EQ(resolveCygwinPath("/tools/bin/ls"), file);
@@ -198,7 +198,7 @@ TEST_F(ResolveCygwinPathTest, ANameThatCygpathDoesNotKnowIsNoFile) {
     EXPECT_EQ(starts.last().line, L"cygpath -m /none/x");
 }
 
-TEST_F(ResolveCygwinPathTest, ATargetFromTheRootIsSeenFromTheDriveSaveInCygwinMode) {
+TEST_F(ResolveCygwinPathTest, ATargetFromTheRootIsRelativeToTheDriveExceptInCygwinMode) {
     mWorld.link("/tools/link", "/bin/real");
     const std::string file = mWorld.write("/bin/real.exe");
     {

@@ -136,7 +136,7 @@ TEST_F(ExecLaunchJobTest, AMatchingRuleMakesAJobWithoutANameAndPutsTheChildIntoI
     EXPECT_EQ(mExec->errors(), Texts());
 }
 
-TEST_F(ExecLaunchJobTest, TheLimitsLetProcessesOutAndRaiseThePriorityIfTold) {
+TEST_F(ExecLaunchJobTest, TheLimitsLetProcessesOutAndCanRaiseThePriority) {
     struct Row {
         int32_t raise;
         DWORD flags;

@@ -93,7 +93,7 @@ HANDLE WINAPI openConsole(LPCSTR name, DWORD access, DWORD share, LPSECURITY_ATT
     return gHasConsole ? CreateEventW(nullptr, TRUE, FALSE, nullptr) : INVALID_HANDLE_VALUE;
 }
 
-TEST_F(ExecLaunchTest, TheFlagsTellOfTheConsoleAndOfTheJob) {
+TEST_F(ExecLaunchTest, TheFlagsDependOnTheConsoleAndTheJob) {
     const ReplacedCall<decltype(CreateFileA)> console("CreateFileA", &openConsole);
     struct Row {
         bool hasConsole;

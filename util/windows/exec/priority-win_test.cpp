@@ -176,7 +176,7 @@ TEST(ElevateWindowsPriorityTest, ASecondCallBelowVersion61DoesNothing) {
     EXPECT_EQ(gAnswers.calls.size(), 4U);
 }
 
-TEST(ElevateWindowsPriorityTest, AFailureIsReportedInTheSystemsWordsAndRaisesNothing) {
+TEST(ElevateWindowsPriorityTest, AFailureIsReportedWithTheSystemsMessageAndRaisesNothing) {
     struct Row {
         Answers answers;
         DWORD error;

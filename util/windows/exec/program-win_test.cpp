@@ -125,7 +125,7 @@ TEST_F(ExecProgramTest, ProgramsOfEachSuffixAreFoundInThePathAndRun) {
     }
 }
 
-TEST_F(ExecProgramTest, AnEnvironmentOverTheLimitThatStartsIsNotSpokenOf) {
+TEST_F(ExecProgramTest, AnEnvironmentOverTheLimitThatStartsIsNotReported) {
     // No value may have more than 32767 characters.
     const std::string value(20000, 'x');
     const std::string block = environmentBlock(
@@ -175,7 +175,7 @@ TEST_F(ExecProgramTest, WhatCannotBeFoundIsLeftToWindowsWithAnUnquotedFirstWord)
     EXPECT_EQ(result.output, "execchild arguments \"a b\"");
 }
 
-TEST_F(ExecProgramTest, NamesAndWordsMayBeOfAnyAlphabet) {
+TEST_F(ExecProgramTest, NamesAndArgumentsMayBeOfAnyAlphabet) {
     const std::string name = "\xc3\xa4 \xe4\xb8\xad \xf0\x9f\x98\x80";
     const std::string program = copyTo(name + "/" + name + ".exe");
     const RecordedStarts starts;

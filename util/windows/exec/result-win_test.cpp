@@ -57,7 +57,7 @@ TEST_F(ExecResultTest, TheExitCodeIsReturnedAndLogged) {
     EXPECT_EQ(mExec->errors(), Texts());
 }
 
-TEST_F(ExecResultTest, ANegativeExitCodeIsLoggedWithTheWordsForTheStatus) {
+TEST_F(ExecResultTest, ANegativeExitCodeIsLoggedWithTheMessageForTheStatus) {
     const SystemMessage message(L"It broke.");
     struct Row {
         const char* word;
@@ -75,7 +75,7 @@ TEST_F(ExecResultTest, ANegativeExitCodeIsLoggedWithTheWordsForTheStatus) {
     }
 }
 
-TEST_F(ExecResultTest, AnExitCodeThatCannotBeHadIsAFailure) {
+TEST_F(ExecResultTest, AnExitCodeThatIsUnavailableIsAFailure) {
     const SystemMessage message(L"It can't be.");
     const ReplacedCall<decltype(GetExitCodeProcess)> code("GetExitCodeProcess",
                                                           [](HANDLE, LPDWORD) -> BOOL {

@@ -279,7 +279,7 @@ TEST_F(StallRounds, OfMoreThan49ProcessesTheOthersAreANumber) {
     }
 }
 
-TEST_F(StallRounds, AListThatCannotBeHadIsReportedEachRoundAndTheRoundGoesOn) {
+TEST_F(StallRounds, AListThatIsUnavailableIsReportedEachRoundAndTheRoundGoesOn) {
     const SystemMessage noWords(L"");
     SimulatedWait exec({".*", 1000, timeFlag});
     accounting.setFixed({});
@@ -323,7 +323,7 @@ TEST_F(StallRounds, WithoutAJobNoJobIsAskedFor) {
                                 "accounting information: Error 6\n");
 }
 
-TEST_F(StallRounds, WithoutATextForFailuresTheyAreReportedAllTheSame) {
+TEST_F(StallRounds, WithoutATextForFailuresTheyAreStillReported) {
     const SystemMessage noWords(L"");
     SimulatedWait exec({".*", 500, timeFlag});
     exec.failureText = nullptr;

@@ -80,7 +80,7 @@ TEST(StallRuleSelection, WithoutRulesTheLastPatternStaysAndNoRuleIsInForce) {
     EXPECT_EQ(exec.stallCountdown(), 0);
 }
 
-TEST(StallRuleSelection, ARuleThatWatchesNothingMatchesAllTheSame) {
+TEST(StallRuleSelection, ARuleThatWatchesNothingMatchesNevertheless) {
     TestedExec exec;
     exec.setStallRules({{"cl"}, {"cl", 700, time}});
     exec.selectStallRule("cl");

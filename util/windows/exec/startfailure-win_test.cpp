@@ -244,7 +244,7 @@ TEST_F(ExecStartFailureTest, AFileThatIsNoProgramIsNotFound) {
     EXPECT_EQ(starts.calls().size(), 1U);
 }
 
-TEST_F(ExecStartFailureTest, TheNextCommandRunsAllTheSame) {
+TEST_F(ExecStartFailureTest, TheNextCommandRunsNevertheless) {
     EXPECT_EQ(mExec->run("missing-program", mFolder.utf8()).code, Exec::notFoundCode);
     EXPECT_EQ(refuse(execChild(), mFolder.utf8()).code, Exec::failureCode);
     EXPECT_EQ(mExec->run(execChild("say x"), mFolder.utf8()).output, "x");

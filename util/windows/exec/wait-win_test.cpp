@@ -213,7 +213,7 @@ TEST_F(WaitTest, AFailedWaitForTheEndByForceIsReportedAndEndsTheRun) {
     EXPECT_EQ(exec.errors(), std::vector<std::string>{text});
 }
 
-TEST_F(WaitTest, AProcessThatCannotBeAskedForItsNameIsWaitedForAllTheSame) {
+TEST_F(WaitTest, AProcessWhoseNameIsUnavailableIsStillWaitedFor) {
     constexpr uint32_t missing = 0x7ffffff0;
     bool stalled = true;
     wakes.onTimeout([](size_t) -> DWORD { return WAIT_OBJECT_0; });

@@ -179,7 +179,7 @@ TEST(SignalThreadTest, AFailedWaitForASignalIsReportedAndTheThreadGoesOn) {
               "vrpsx::system::sigwait: error 9999\n");
 }
 
-TEST(SignalThreadTest, ALockThatCannotBeHadOrGivenBackIsThrownByAStop) {
+TEST(SignalThreadTest, AFailureToLockOrUnlockIsThrownByAStop) {
     PosixProvider provider;
     connector c(embeddingOf(provider));
     provider.failNext(POSIXPROVIDER_MUTEX_LOCK, code);

@@ -226,7 +226,7 @@ TEST(ConnectorMountTest, ARestThatCannotBeDisposedOfIsThrownAfterThePrefix) {
     provider.expectClean();
 }
 
-TEST(ConnectorMountTest, OldRuntimesTellDevicesAsTheyAre) {
+TEST(ConnectorMountTest, OldRuntimesReportDevicesUnchanged) {
     const struct {
         const char* release;
         const char* device;

@@ -88,7 +88,7 @@ TEST(VrpsxEndTest, AFailureOtherwiseIsThrown) {
     }
 }
 
-TEST(VrpsxEndTest, ALockThatCannotBeHadIsThrownAndNotUnlocked) {
+TEST(VrpsxEndTest, AFailureToLockIsThrownAndNothingIsUnlocked) {
     PosixProvider provider;
     const embedding e = embeddingOf(provider);
     const vrpsx::mutex mutex = e.mutex_create();
@@ -100,7 +100,7 @@ TEST(VrpsxEndTest, ALockThatCannotBeHadIsThrownAndNotUnlocked) {
 // Unchecked: nothing is locked, as it fails.
 void failToLock(const vrpsx::mutex& mutex) NB_NO_THREAD_SAFETY_ANALYSIS { mutex.lock(); }
 
-TEST(VrpsxFailureTest, TheWordsComeFromTheObjectsOwnSystem) {
+TEST(VrpsxFailureTest, TheMessageComesFromTheObjectsOwnSystem) {
     PosixProvider provider;
     provider.setMounts(mounts);
     const embedding e = embeddingOf(provider);
@@ -133,7 +133,7 @@ int countAndTell(vrpsx::raw::system* self, int code, vrpsx::raw::error_string** 
     return gOriginal.error_text(self, code, result);
 }
 
-TEST(VrpsxFailureTest, WhatComesWithAFailureIsGoneBeforeTheWordsAreAskedFor) {
+TEST(VrpsxFailureTest, WhatComesWithAFailureIsGoneBeforeTheMessageIsAskedFor) {
     const struct {
         posixprovider_entry entry;
         posixprovider_counter counter;

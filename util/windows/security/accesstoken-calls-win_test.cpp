@@ -18,7 +18,7 @@ using Level = SECURITY_IMPERSONATION_LEVEL;
 // Each function is a template, so that a call that doesn't compile is a result, not an error.
 
 template <class Token>
-void expectThatEmptyBracesAloneMakeNoToken() {
+void expectThatEmptyBracesMakeNoToken() {
     EXPECT_FALSE(
         (requires(const Token& token) { Token(token, DISABLE_MAX_PRIVILEGE, {}, {}, {}); }));
     EXPECT_FALSE((requires(const Token& token) {
@@ -33,8 +33,8 @@ void expectThatEmptyBracesAloneMakeNoToken() {
     EXPECT_FALSE((requires { Token({GetCurrentProcess(), DWORD{}}, DWORD{}, {}, {}, {}); }));
 }
 
-TEST(AccessTokenCallsTest, EmptyBracesAloneMakeNeitherADuplicateNorARestrictedToken) {
-    expectThatEmptyBracesAloneMakeNoToken<AccessToken>();
+TEST(AccessTokenCallsTest, EmptyBracesMakeNeitherADuplicateNorARestrictedToken) {
+    expectThatEmptyBracesMakeNoToken<AccessToken>();
 }
 
 template <class Token>
@@ -67,7 +67,7 @@ TEST(AccessTokenCallsTest, ADuplicateSpellsOutItsLevelAndType) {
 }
 
 template <class Token>
-void expectThatOneThingSpelledOutTellsARestrictedToken() {
+void expectThatOneListWrittenOutMeansARestrictedToken() {
     EXPECT_TRUE((requires(const Token& token) {
         Token(token, DISABLE_MAX_PRIVILEGE, SidList(), PrivilegeList(), SidList());
     }));
@@ -90,8 +90,8 @@ void expectThatOneThingSpelledOutTellsARestrictedToken() {
     }));
 }
 
-TEST(AccessTokenCallsTest, OneListSpelledOutTellsThatARestrictedTokenIsMeant) {
-    expectThatOneThingSpelledOutTellsARestrictedToken<AccessToken>();
+TEST(AccessTokenCallsTest, OneListWrittenOutMeansARestrictedToken) {
+    expectThatOneListWrittenOutMeansARestrictedToken<AccessToken>();
 }
 
 template <class Token>

@@ -85,7 +85,7 @@ TEST_F(AccessCheckTest, WindowsIsAskedWithRoomForPrivilegesAndTheseAreHandedOver
     EXPECT_EQ(used.mPrivileges[1].second, 6U);
 }
 
-TEST_F(AccessCheckTest, AccessIsGrantedByTheStatusOneAlone) {
+TEST_F(AccessCheckTest, AccessIsGrantedOnlyByTheStatusOne) {
     const ReplacedCall<decltype(AccessCheck)> call("AccessCheck", noteCheck);
     PrivilegeSet used;
     DWORD granted = 0;

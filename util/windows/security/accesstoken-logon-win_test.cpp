@@ -170,7 +170,7 @@ TEST_F(LogonTest, AProfileIsLoadedForTheTokenWithTheDomainAsItsServer) {
     }
 }
 
-TEST_F(LogonTest, AProfileKnowsTheKeyAloneOfWhatWindowsGot) {
+TEST_F(LogonTest, AProfileKnowsOnlyTheKeyOfWhatWindowsGot) {
     const AccessToken::Profile profile(someToken, "user", "server", /*flags=*/1);
     EXPECT_EQ(sTaken->loaded[0].token, someToken);
     EXPECT_EQ(sTaken->loaded[0].server, L"server");

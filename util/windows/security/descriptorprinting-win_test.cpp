@@ -68,7 +68,7 @@ protected:
     AccountLookup mLookup{L"DOMAIN", L"name", SidTypeUser};
 };
 
-TEST_F(DescriptorPrintingTest, AWidthGoesToTheBeginningOfADescriptorOrToTheWordsForNone) {
+TEST_F(DescriptorPrintingTest, AWidthGoesToTheBeginningOfADescriptorOrToTheTextForNone) {
     std::ostringstream out;
     out << std::setfill('.') << std::setw(14) << SecurityDescriptor("O:SY", SDDL_REVISION_1);
     EXPECT_EQ(out.str(), "...SD [Flags:  SE_SELF_RELATIVE]\n\tOwner = " + sidWords("S-1-5-18") +
@@ -108,7 +108,7 @@ TEST_F(DescriptorPrintingTest, PartsThatAreNotThereAreSaidOrLeftOut) {
                                      "\n\tGroup = Invalid SID!\n\tDACL = Null ACL");
 }
 
-TEST_F(DescriptorPrintingTest, ANullOrInvalidDescriptorHasFixedWords) {
+TEST_F(DescriptorPrintingTest, ANullOrInvalidDescriptorHasAFixedText) {
     EXPECT_EQ(printed(SecurityDescriptor(PSECURITY_DESCRIPTOR{nullptr})),
               "Null SecurityDescriptor");
     const SecurityDescriptor invalid;

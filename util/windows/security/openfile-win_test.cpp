@@ -204,7 +204,7 @@ TEST(OpenFileTest, AFileIsNotEmptiedWithoutAccessToWrite) {
     EXPECT_EQ(contentOf(path), "old");
 }
 
-TEST(OpenFileTest, AMissingFileIsMadeWithTheCreateFlagAlone) {
+TEST(OpenFileTest, AMissingFileIsMadeOnlyWithTheCreateFlag) {
     const TempFolder folder;
     for (const Creation& creation : creations) {
         for (const int access : {_O_RDONLY, _O_WRONLY, _O_RDWR, 3}) {

@@ -190,14 +190,14 @@ TEST(SecurityAttributesForDirectoryTest, AMissingDirectoryIsReportedByItsPathAnd
     EXPECT_STREQ(name, "as before");
 }
 
-TEST(SecurityAttributesForDirectoryTest, WithoutAPlaceForTheWordsTheNumberIsThere) {
+TEST(SecurityAttributesForDirectoryTest, WithoutAPlaceForTheMessageTheNumberIsThere) {
     const TempFolder folder;
     const char* name = nullptr;
     EXPECT_FALSE(securityAttributesForDirectory(folder.utf8("missing"), name));
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_FILE_NOT_FOUND));
 }
 
-TEST(SecurityAttributesForDirectoryTest, OnSuccessTheTextForWordsIsLeftAlone) {
+TEST(SecurityAttributesForDirectoryTest, OnSuccessTheTextForTheMessageIsLeftAlone) {
     const TempFolder folder;
     const char* name = nullptr;
     std::string error = "as before";

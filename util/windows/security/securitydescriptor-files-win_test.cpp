@@ -48,7 +48,7 @@ ScopedHandle open(const std::string& path, DWORD access = READ_CONTROL) {
                                     FILE_FLAG_BACKUP_SEMANTICS, /*hTemplateFile=*/nullptr));
 }
 
-TEST_F(DescriptorFileTest, AFileAndADirectoryAreReadByPathAndToldApart) {
+TEST_F(DescriptorFileTest, AFileAndADirectoryAreReadByPathAndDistinguished) {
     const SecurityDescriptor file(mFile, SE_FILE_OBJECT, /*withSacl=*/false);
     const SecurityDescriptor folder(mFolder.utf8(), SE_FILE_OBJECT, /*withSacl=*/false);
     for (const SecurityDescriptor* security : {&file, &folder}) {

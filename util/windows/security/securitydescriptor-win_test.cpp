@@ -255,7 +255,7 @@ TEST_F(SecurityDescriptorTest, TheCopyOfANullOneIsNull) {
     expectNoParts(copy);
 }
 
-TEST_F(SecurityDescriptorTest, ACopyHasThePartsOfTheDescriptorAlone) {
+TEST_F(SecurityDescriptorTest, ACopyHasOnlyThePartsOfTheDescriptor) {
     const SecurityIdentifier everyone(everyoneSid);
     SecurityDescriptor source(full, SDDL_REVISION_1);
     source.setOwner(everyone.sid());

@@ -143,7 +143,7 @@ TEST_F(SecurityIdentifierOwnershipTest, AssignmentToItselfKeepsTheBytes) {
     expectArrays(1);
 }
 
-TEST_F(SecurityIdentifierOwnershipTest, AViewOfAnOwnersBytesBecomesAnotherViewAloneByAssignment) {
+TEST_F(SecurityIdentifierOwnershipTest, AssigningToAViewLeavesTheOwnerOfItsBytesAsItIs) {
     const SecurityIdentifier owner(sidText);
     SecurityIdentifier view(owner.sid());
     view = SecurityIdentifier();

@@ -183,7 +183,7 @@ TEST_F(SecurityIdentifierTest, SidsAreEqualIfTheirBytesAre) {
     EXPECT_TRUE(sid != other);
 }
 
-TEST_F(SecurityIdentifierTest, NullIsEqualToNullAloneAndWindowsIsNotAsked) {
+TEST_F(SecurityIdentifierTest, NullIsEqualOnlyToNullAndWindowsIsNotAsked) {
     const SecurityIdentifier sid(administrators);
     const RefusedCall<decltype(EqualSid)> call("EqualSid", ERROR_INVALID_SID);
     EXPECT_TRUE(SecurityIdentifier() == SecurityIdentifier());

@@ -51,7 +51,7 @@ TEST_F(SecurityPrintingTest, AnAccountMayHaveAnyCharacters) {
     EXPECT_EQ(widePrinted(mEveryone), L"SID S-1-1-0 [User \\\u00e4\u4e00]");
 }
 
-TEST_F(SecurityPrintingTest, ANullOrInvalidSidHasFixedWords) {
+TEST_F(SecurityPrintingTest, ANullOrInvalidSidHasAFixedText) {
     std::array<BYTE, SECURITY_MAX_SID_SIZE> bytes = {99};
     for (const SecurityIdentifier& sid : {SecurityIdentifier(), SecurityIdentifier(bytes.data())}) {
         EXPECT_EQ(printed(sid), "Invalid SID!");
@@ -110,7 +110,7 @@ TEST_F(SecurityPrintingTest, AnAceShowsTypeSidMaskAndFlags) {
               "Access Denied SID S-1-1-0 [User DOMAIN\\name]: 0x0 [] (NO_INHERITANCE)");
 }
 
-TEST_F(SecurityPrintingTest, ANullAceHasFixedWords) {
+TEST_F(SecurityPrintingTest, ANullAceHasAFixedText) {
     EXPECT_EQ(printed(AccessControlEntry()), "Invalid ACE!");
 }
 
@@ -147,7 +147,7 @@ TEST_F(SecurityPrintingTest, AnAclShowsItsEntriesOnLinesAsThoseOfAPlainFile) {
               "]");
 }
 
-TEST_F(SecurityPrintingTest, ANullOrInvalidAclHasFixedWords) {
+TEST_F(SecurityPrintingTest, ANullOrInvalidAclHasAFixedText) {
     EXPECT_EQ(printed(AccessControlList()), "Null ACL");
     ACL invalid = {};
     EXPECT_EQ(printed(AccessControlList(&invalid)), "Invalid ACL!");
@@ -202,7 +202,7 @@ std::string printedWide(const Value& value) {
     return out.str();
 }
 
-TEST_F(SecurityPrintingTest, AWidthGoesToTheBeginningOfAnObjectAlone) {
+TEST_F(SecurityPrintingTest, AWidthGoesOnlyToTheBeginningOfAnObject) {
     const AccessControlEntry ace = AccessControlEntry::allowed(1, mEveryone, 0);
     const std::string rest =
         "SID S-1-1-0 [User DOMAIN\\name]: 0x1 [FILE_READ_DATA] (NO_INHERITANCE)";
@@ -220,7 +220,7 @@ TEST_F(SecurityPrintingTest, AWidthGoesToTheBeginningOfAnObjectAlone) {
     EXPECT_EQ(out.str(), L".SID S-1-1-0 [User DOMAIN\\name]");
 }
 
-TEST_F(SecurityPrintingTest, AWidthGoesToTheWholeOfTheWordsForWhatIsNullOrInvalid) {
+TEST_F(SecurityPrintingTest, AWidthGoesToTheWholeOfTheTextForWhatIsNullOrInvalid) {
     ACL invalid = {};
     EXPECT_EQ(printedWide(SecurityIdentifier()), std::string(13, '.') + "Invalid SID!");
     EXPECT_EQ(printedWide(AccessControlEntry()), std::string(13, '.') + "Invalid ACE!");

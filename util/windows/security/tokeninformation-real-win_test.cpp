@@ -217,7 +217,7 @@ TEST_F(TokenReadingTest, ASizeThatCannotBeAskedForIsReported) {
     }
 }
 
-TEST_F(TokenReadingTest, WhatCannotBeReadThoughItsSizeWasIsReportedInOtherWords) {
+TEST_F(TokenReadingTest, WhatCannotBeReadThoughItsSizeWasIsReportedByAnotherText) {
     static DWORD error;
     error = 1400;
     const ReplacedCall<decltype(GetTokenInformation)> call(

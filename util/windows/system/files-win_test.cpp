@@ -36,7 +36,7 @@ TEST(SystemRemoveTest, AnEmptyDirectoryIsRemoved) {
     EXPECT_FALSE(exists(path));
 }
 
-TEST(SystemRemoveTest, AReadOnlyFileYieldsToForceAlone) {
+TEST(SystemRemoveTest, AReadOnlyFileYieldsOnlyToForce) {
     const TempFolder folder;
     const std::string path = folder.write("a", "x");
     ASSERT_TRUE(SetFileAttributesW(System::unicodePath(path).c_str(), FILE_ATTRIBUTE_READONLY));
@@ -154,7 +154,7 @@ TEST(SystemRemoveTest, AReadOnlyDirectoryYieldsToForce) {
     EXPECT_FALSE(exists(path));
 }
 
-TEST(SystemRemoveTest, ADirectoryThatYieldsToNormalAttributesAloneIsRemovedByForce) {
+TEST(SystemRemoveTest, ADirectoryThatYieldsOnlyToNormalAttributesIsRemovedByForce) {
     gAttributeCalls = 0;
     const ReplacedCall<decltype(DeleteFileW)> file("DeleteFileW", [](LPCWSTR) -> BOOL {
         SetLastError(ERROR_ACCESS_DENIED);

@@ -170,7 +170,7 @@ TEST_F(CopySecurityTest, AProtectedDaclIsMarkedAndSetAsSuch) {
     EXPECT_EQ(sTaken->written.bits, PROTECTED_DACL_SECURITY_INFORMATION | ownerGroupDacl);
 }
 
-TEST_F(CopySecurityTest, EachCallThatFailsIsReportedByItsWordsAndItsNumber) {
+TEST_F(CopySecurityTest, EachCallThatFailsIsReportedByItsMessageAndItsNumber) {
     const auto copy = [&] { return copySecurity("c:/source", "c:/target", true, &sTaken->error); };
     {
         const RefusedCall<decltype(GetNamedSecurityInfoW)> call("GetNamedSecurityInfoW",
@@ -287,7 +287,7 @@ TEST_F(InheritSecurityTest, AParentWithoutAValidDaclGivesNone) {
     EXPECT_FALSE(sTaken->written.hasDacl);
 }
 
-TEST_F(InheritSecurityTest, AMissingChildIsReportedByNumberTwoAloneBeforeTheParentIsRead) {
+TEST_F(InheritSecurityTest, AMissingChildIsReportedOnlyByNumber2BeforeTheParentIsRead) {
     sTaken->error = "as it was";
     EXPECT_FALSE(inheritSecurity("c:/parent", mFolder.utf8("a/missing"), &sTaken->error));
     EXPECT_EQ(GetLastError(), DWORD{ERROR_FILE_NOT_FOUND});
@@ -295,7 +295,7 @@ TEST_F(InheritSecurityTest, AMissingChildIsReportedByNumberTwoAloneBeforeThePare
     EXPECT_EQ(sTaken->read.name, L"");
 }
 
-TEST_F(InheritSecurityTest, EachCallThatFailsIsReportedByItsWordsAndItsNumber) {
+TEST_F(InheritSecurityTest, EachCallThatFailsIsReportedByItsMessageAndItsNumber) {
     const auto inherit = [&] { return inheritSecurity("c:/parent", mFile, &sTaken->error); };
     {
         const RefusedCall<decltype(GetNamedSecurityInfoW)> call("GetNamedSecurityInfoW",

@@ -117,7 +117,7 @@ TEST(FileStatApplyTimesTest, OnMvfsARefusalCountsAsSuccess) {
     EXPECT_EQ(gVolumeRooms[1], 261U);
 }
 
-TEST(FileStatApplyTimesTest, OnAnyOtherFileSystemTheRefusalStands) {
+TEST(FileStatApplyTimesTest, OnAnyOtherFileSystemTheRefusalIsAFailure) {
     const TempFolder folder;
     for (const char* fileSystem : {"NTFS", "mvfs", "MVFS2", ""}) {
         EXPECT_FALSE(applyRefusedTimes(folder.utf8(), fileSystem)) << fileSystem;
@@ -125,7 +125,7 @@ TEST(FileStatApplyTimesTest, OnAnyOtherFileSystemTheRefusalStands) {
     }
 }
 
-TEST(FileStatApplyTimesTest, OnAVolumeThatCannotBeAskedTheRefusalStands) {
+TEST(FileStatApplyTimesTest, OnAVolumeThatCannotBeQueriedTheRefusalIsAFailure) {
     const TempFolder folder;
     EXPECT_FALSE(applyRefusedTimes(folder.utf8(), nullptr));
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_ACCESS_DENIED));
@@ -149,7 +149,7 @@ BOOL WINAPI refuseTimesOfProtected(HANDLE, const FILETIME*, const FILETIME*, con
     return FALSE;
 }
 
-TEST(FileStatApplyTimesTest, AnyOtherFailureStandsWithoutALookAtTheVolume) {
+TEST(FileStatApplyTimesTest, AnyOtherFailureIsReportedWithoutQueryingTheVolume) {
     const TempFolder folder;
     const DebugOutput output;
     const ReplacedCall<decltype(SetFileTime)> call("SetFileTime", refuseTimesOfProtected);

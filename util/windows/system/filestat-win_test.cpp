@@ -81,7 +81,7 @@ TEST(FileStatTest, AListingEntryIsTakenWithoutItsReparseBit) {
     expectListed(FileStat(listingEntry<WIN32_FIND_DATAA>()));
 }
 
-TEST(FileStatTest, AListingEntryOfTheReparseBitAloneHasNoAttributes) {
+TEST(FileStatTest, AListingEntryOfOnlyTheReparseBitHasNoAttributes) {
     WIN32_FIND_DATAW wide = {};
     wide.dwFileAttributes = reparsePoint;
     EXPECT_EQ(FileStat(wide).attributes, 0U);
@@ -177,7 +177,7 @@ TEST(FileStatTest, AfterSetLinkADirectoryIsALink) {
     EXPECT_EQ(plain.attributes, reparsePoint);
 }
 
-TEST(FileStatTest, SetAttributesKeepsTheWordFromZeroAndNormalAlone) {
+TEST(FileStatTest, SetAttributesSetsNormalForZeroAndDropsItBesideOthers) {
     const uint32_t rows[][2] = {{0, normal},
                                 {normal | readOnly, readOnly},
                                 {normal, normal},

@@ -252,7 +252,7 @@ TEST(EnableDebugPrivilegeTest, WithoutTheValueOfThePrivilegeTheResultIsZero) {
     EXPECT_EQ(gAdjustments, 0);
 }
 
-TEST(EnableDebugPrivilegeTest, TheInspectorEnablesItAndBearsAFailure) {
+TEST(EnableDebugPrivilegeTest, TheInspectorEnablesItAndSurvivesAFailure) {
     {
         const ReplacedCall<decltype(LookupPrivilegeValueA)> lookup("LookupPrivilegeValueA",
                                                                    privilegeValue);

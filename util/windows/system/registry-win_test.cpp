@@ -177,7 +177,7 @@ TEST(SystemDeleteKeyTest, AKeyOfThreeLevelsIsDeletedAndItsNeighboursStay) {
     EXPECT_EQ(message, "");
 }
 
-TEST(SystemDeleteKeyTest, APathOfKeysLosesItsLastOneAlone) {
+TEST(SystemDeleteKeyTest, APathOfKeysLosesOnlyItsLastOne) {
     const RegistryFolder folder;
     folder.add(L"a\\b\\c\\d");
     EXPECT_TRUE(System::deleteKey(folder.get(), L"a\\b", nullptr));
@@ -185,7 +185,7 @@ TEST(SystemDeleteKeyTest, APathOfKeysLosesItsLastOneAlone) {
     EXPECT_FALSE(folder.has(L"a\\b"));
 }
 
-TEST(SystemDeleteKeyTest, AnEmptyNameStandsForTheKeyItself) {
+TEST(SystemDeleteKeyTest, AnEmptyNameMeansTheKeyItself) {
     const RegistryFolder folder;
     folder.add(L"a\\b\\c");
     HKEY key = nullptr;
@@ -197,7 +197,7 @@ TEST(SystemDeleteKeyTest, AnEmptyNameStandsForTheKeyItself) {
     EXPECT_EQ(message, "");
 }
 
-TEST(SystemDeleteKeyTest, ANullNameStandsForWhatIsInTheKeyAndIsAFailure) {
+TEST(SystemDeleteKeyTest, ANullNameMeansTheKeysInTheKeyAndIsAFailure) {
     const RegistryFolder folder;
     folder.add(L"b\\c");
     std::string message;
@@ -266,7 +266,7 @@ private:
 
 constexpr char closedMessage[] = "System::deleteKey couldn't delete registry key: No access";
 
-TEST(SystemDeleteKeyTest, AKeyThatCannotBeOpenedIsAFailureWithTheWordsOfItsError) {
+TEST(SystemDeleteKeyTest, AKeyThatCannotBeOpenedIsAFailureWithTheMessageOfItsError) {
     const ClosedKey key(L"a");
     std::string message;
     key.fail(&message);

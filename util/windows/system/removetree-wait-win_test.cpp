@@ -295,7 +295,7 @@ TEST(SystemRemoveTreeLoadTest, TheRemovalOfATreeThatKeepsGrowingEndsAndSaysWhyIt
     EXPECT_TRUE(child.end());
 }
 
-TEST(SystemRemoveTreeLoadTest, WithoutAnyDelayARemovalEndsAndAFailureHasWords) {
+TEST(SystemRemoveTreeLoadTest, WithoutAnyDelayARemovalEndsAndAFailureHasAMessage) {
     const TempFolder folder;
     const std::string root = folder.utf8("tree");
     ASSERT_TRUE(System::makeDirectory(root, 0));

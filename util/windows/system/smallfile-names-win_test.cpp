@@ -355,7 +355,7 @@ TEST(RemoveRetryingTest, AFileThatAnotherProcessHoldsForASecondIsRemovedThen) {
     EXPECT_FALSE(System::exists(path));
 }
 
-TEST(RemoveRetryingTest, AReadOnlyFileYieldsToForceAlone) {
+TEST(RemoveRetryingTest, AReadOnlyFileYieldsOnlyToForce) {
     const TempFolder folder;
     const std::string path = folder.write("a", "text");
     ASSERT_TRUE(SetFileAttributesW(System::unicodePath(path).c_str(), FILE_ATTRIBUTE_READONLY));

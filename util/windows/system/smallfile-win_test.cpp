@@ -358,13 +358,13 @@ TEST(ReadFileDeathTest, WithoutMemoryForTheMessageTheNumberIsThereAndTheTextEmpt
 
 // Messages.
 
-TEST(FileErrorTextTest, PathWhatAndWordsAreJoinedAndTheNumberIsKept) {
+TEST(FileErrorTextTest, PathWhatAndMessageAreJoinedAndTheNumberIsKept) {
     SetLastError(ERROR_ACCESS_DENIED);
     EXPECT_EQ(fileErrorText("c:/a b", "what"), "c:/a b: what: " + words(ERROR_ACCESS_DENIED));
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_ACCESS_DENIED));
 }
 
-TEST(FileErrorTextTest, NumbersWithoutWordsAreKeptAsWell) {
+TEST(FileErrorTextTest, NumbersWithoutMessagesAreKeptAsWell) {
     for (const DWORD error : {0UL, 0x20000000UL}) {
         SetLastError(error);
         EXPECT_EQ(fileErrorText("p", ""), "p: : " + words(error));

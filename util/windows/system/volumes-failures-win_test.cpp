@@ -112,7 +112,7 @@ TEST(SystemVolumeRealTest, TheDriveOfWindowsIsFixedAndItsAccountIsWhatWindowsSay
     EXPECT_NE(lineWith(account, "flags").find("case preserved"), std::string::npos) << account;
 }
 
-TEST(SystemVolumeRealTest, AMissingPathLiesOnItsDriveAllTheSame) {
+TEST(SystemVolumeRealTest, AMissingPathStillLiesOnItsDrive) {
     std::string longForm;
     if (System::longPath("c:/missing/x", longForm)) {
         GTEST_SKIP() << "here a missing path has a long form";

@@ -192,7 +192,7 @@ TEST(SystemVolumeFlagsTest, SeveralWordsAreInTheOrderOfTheirBits) {
               "attributes, open by file ID, USN journal");
 }
 
-TEST(SystemVolumeFlagsTest, BitsWithoutAWordAreInTheNumberAlone) {
+TEST(SystemVolumeFlagsTest, BitsWithoutAWordAreOnlyInTheNumber) {
     EXPECT_EQ(flagsLine(0xfc007f00), "flags 0xfc007f00:  ");
     EXPECT_EQ(flagsLine(0x80000104), "flags 0x80000104:  Unicode");
 }
@@ -225,7 +225,7 @@ TEST(SystemVolumeMvfsTest, ANameThatIsOnlyAlikeIsNot) {
     }
 }
 
-TEST(SystemVolumeFailureTest, ADeviceThatCannotBeHadIsReportedAndTheRestFollows) {
+TEST(SystemVolumeFailureTest, ADeviceThatIsUnavailableIsReportedAndTheRestFollows) {
     FakeVolume fake;
     fake.device.reset();
     const SystemMessage message(L"Not there.\r\n");
