@@ -3,8 +3,7 @@
 // A file in a dynamic view can be reached by two routes: `M:\viewtag\vob\file` through the MVFS
 // drive, and `X:\vob\file` through a drive that is mapped to the view. A host must see the route by
 // which it knows the VOB. The functions here move a path to that route, as text. The drives are
-// passed in as values: `mvfsRoot`, the MVFS drive in upper case ("M:"), empty if there is none, and
-// `viewDrives`, each other drive in upper case ("X:") with its view tag.
+// passed in as a `DriveMap`.
 
 #include <functional>
 #include <iosfwd>

@@ -115,8 +115,8 @@ private:
         return false;
     }
 
-    /// The end of a range is also a member of its own; a member before a `-` counts only as part of
-    /// its range.
+    /// The end of a range may begin another range; a member before a `-` counts only as part of its
+    /// range.
     static bool isExcluded(const std::string& members, char c) {
         for (size_t i = 0; i < members.size(); ++i) {
             const bool isBeforeDash = i + 1 < members.size() && members[i + 1] == '-';

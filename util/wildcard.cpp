@@ -114,8 +114,8 @@ size_t SinglePattern::matchClass(size_t start, char c) const {
         if (!isRange(i)) {
             ++i;
         } else if (isBelow(c, member) || isBelow(folded(i + 2), c)) {
-            // Compatibility: in a negated class, the end of a range is also a member of its own,
-            // even if the range runs backwards: "[!c-a]" doesn't match "a".
+            // Compatibility: in a negated class, the end of a range may begin another range:
+            // "[!a-c-e]" doesn't match "d", although "[a-c-e]" doesn't match it either.
             i += negated ? 2 : 3;
         } else if (negated) {
             return 0;

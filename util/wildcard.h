@@ -23,6 +23,7 @@
 /// - The characters of a range are compared as signed values. If they don't rise, the range is
 ///   three plain members.
 /// - In a negated class, a member before a `-` that doesn't make a range is ignored.
+/// - In a negated class, the end of a range may begin another one.
 ///
 ///     abc*      abc     true
 ///     abc**     abc     false    two stars at the end of the text
@@ -34,6 +35,7 @@
 ///     [c-a]     b       false    not a range
 ///     [!c-a]    c       true     ignored, as it is before the `-`
 ///     [!c-a]    a       false    a member
+///     [!a-c-e]  d       false    `c-e` is a range as well
 ///
 /// The time is at most proportional to the product of the lengths.
 [[nodiscard]] bool wildcardMatch(StringSpan pattern, StringSpan text);

@@ -11,9 +11,8 @@
 namespace testing_support {
 
 /// Shortens the half-second waits for a process, and reports them, until the scope ends. If
-/// WaitForSingleObject of the test program is called for a process with 500 ms, it returns after a
-/// few milliseconds with the result that it would have. Other waits are unchanged, including those
-/// with a handle that must not be queried.
+/// WaitForSingleObject of the test program is called for a process with 500 ms, it waits for
+/// `milliseconds` instead. Other waits are unchanged, also those on handles that aren't processes.
 ///
 /// At most one object at a time. No other thread may wait for anything while the object is created
 /// or destroyed.

@@ -20,9 +20,9 @@
 //                             position, "pipe", "char" or "unknown"; then "same file", "different
 //                             files" or "no files", for standard output and error
 //     ignore-break            from now on, a break has no effect
-//     spawn knownActions...        starts itself with these actions, without standard handles and
+//     spawn ACTIONS...        starts itself with these actions, without standard handles and
 //                             without a console, and ends
-//     spawn-and N knownActions...  the same with the next N arguments, and goes on after them
+//     spawn-and N ACTIONS...  the same with the next N arguments, and goes on after them
 //     arguments               the whole command line as received, and ends
 //     exit CODE               ends with this exit code, decimal (also negative) or hexadecimal
 //                             after 0x
