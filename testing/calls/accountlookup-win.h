@@ -15,44 +15,44 @@ class AccountLookup {
 public:
     AccountLookup(const wchar_t* domain, const wchar_t* name, SID_NAME_USE use) {
         answer(domain, name, use);
-        gError = NO_ERROR;
-        gOnCall = nullptr;
+        sError = NO_ERROR;
+        sOnCall = nullptr;
     }
     AccountLookup(const AccountLookup&) = delete;
     AccountLookup& operator=(const AccountLookup&) = delete;
 
     void answer(const wchar_t* domain, const wchar_t* name, SID_NAME_USE use) {
-        gDomain = domain;
-        gName = name;
-        gUse = use;
+        sDomain = domain;
+        sName = name;
+        sUse = use;
     }
     /// Makes look-ups fail from now on. A failed look-up leaves the kind of account unchanged.
-    void fail(DWORD error) { gError = error; }
-    void onCall(void (*function)()) { gOnCall = function; }
+    void fail(DWORD error) { sError = error; }
+    void onCall(void (*function)()) { sOnCall = function; }
 
 private:
     static BOOL WINAPI lookUp(LPCWSTR /*system*/, PSID /*sid*/, LPWSTR name, LPDWORD nameLength,
                               LPWSTR domain, LPDWORD domainLength, PSID_NAME_USE use) {
-        if (gOnCall != nullptr) {
-            gOnCall();
+        if (sOnCall != nullptr) {
+            sOnCall();
         }
-        if (gError != NO_ERROR) {
-            SetLastError(gError);
+        if (sError != NO_ERROR) {
+            SetLastError(sError);
             return FALSE;
         }
-        std::wcscpy(name, gName.c_str());
-        *nameLength = static_cast<DWORD>(gName.size());
-        std::wcscpy(domain, gDomain.c_str());
-        *domainLength = static_cast<DWORD>(gDomain.size());
-        *use = gUse;
+        std::wcscpy(name, sName.c_str());
+        *nameLength = static_cast<DWORD>(sName.size());
+        std::wcscpy(domain, sDomain.c_str());
+        *domainLength = static_cast<DWORD>(sDomain.size());
+        *use = sUse;
         return TRUE;
     }
 
-    static inline std::wstring gDomain;
-    static inline std::wstring gName;
-    static inline SID_NAME_USE gUse;
-    static inline DWORD gError;
-    static inline void (*gOnCall)();
+    static inline std::wstring sDomain;
+    static inline std::wstring sName;
+    static inline SID_NAME_USE sUse;
+    static inline DWORD sError;
+    static inline void (*sOnCall)();
     ReplacedCall<decltype(LookupAccountSidW)> mReplaced{"LookupAccountSidW", &lookUp};
 };
 

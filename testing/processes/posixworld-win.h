@@ -55,7 +55,7 @@ private:
                                    LPVOID environment, LPCWSTR directory, LPSTARTUPINFOW startup,
                                    LPPROCESS_INFORMATION process) {
         for (;;) {
-            if (gStart(program, line, ofProcess, ofThread, inherits, flags, environment, directory,
+            if (sStart(program, line, ofProcess, ofThread, inherits, flags, environment, directory,
                        startup, process)) {
                 return TRUE;
             }
@@ -64,7 +64,7 @@ private:
             }
         }
     }
-    static inline decltype(&CreateProcessW) gStart = nullptr;
+    static inline decltype(&CreateProcessW) sStart = nullptr;
 
     static inline const std::string rootFolder = "posixroot";
 
@@ -73,7 +73,7 @@ private:
     EnvironmentScope mRootVariable{"NBCC_POSIX_ROOT", mRoot.string()};
     EnvironmentScope mPath{"PATH", tools().string()};
     struct Starts {
-        Starts() { gStart = call.original(); }
+        Starts() { sStart = call.original(); }
         ReplacedCall<decltype(CreateProcessW)> call{"CreateProcessW", &startSurely};
     } mStarts;
 };

@@ -33,19 +33,19 @@ using Clock = std::chrono::steady_clock;
 /// Records the processes that are started; for one thread at a time.
 class StartedProcesses {
 public:
-    StartedProcesses() { gOriginal = mReplaced.original(); }
+    StartedProcesses() { sOriginal = mReplaced.original(); }
     ~StartedProcesses() { forget(); }
     StartedProcesses(const StartedProcesses&) = delete;
     StartedProcesses& operator=(const StartedProcesses&) = delete;
 
     bool haveEnded() const {
-        return std::all_of(gHandles.begin(), gHandles.end(), [](HANDLE handle) {
+        return std::all_of(sHandles.begin(), sHandles.end(), [](HANDLE handle) {
             return WaitForSingleObject(handle, /*dwMilliseconds=*/0) == WAIT_OBJECT_0;
         });
     }
     void forget() {
-        std::for_each(gHandles.begin(), gHandles.end(), &CloseHandle);
-        gHandles.clear();
+        std::for_each(sHandles.begin(), sHandles.end(), &CloseHandle);
+        sHandles.clear();
     }
 
 private:
@@ -53,19 +53,19 @@ private:
                              LPSECURITY_ATTRIBUTES threadAttributes, BOOL inherits, DWORD flags,
                              LPVOID environment, LPCWSTR directory, LPSTARTUPINFOW startup,
                              LPPROCESS_INFORMATION process) {
-        if (!gOriginal(program, line, processAttributes, threadAttributes, inherits, flags,
+        if (!sOriginal(program, line, processAttributes, threadAttributes, inherits, flags,
                        environment, directory, startup, process)) {
             return FALSE;
         }
         HANDLE copy = nullptr;
         EXPECT_TRUE(DuplicateHandle(GetCurrentProcess(), process->hProcess, GetCurrentProcess(),
                                     &copy, SYNCHRONIZE, FALSE, 0));
-        gHandles.push_back(copy);
+        sHandles.push_back(copy);
         return TRUE;
     }
 
-    static inline std::vector<HANDLE> gHandles;
-    static inline decltype(&CreateProcessW) gOriginal = nullptr;
+    static inline std::vector<HANDLE> sHandles;
+    static inline decltype(&CreateProcessW) sOriginal = nullptr;
     ReplacedCall<decltype(CreateProcessW)> mReplaced{"CreateProcessW", &StartedProcesses::start};
 };
 

@@ -178,37 +178,37 @@ TEST(ReadCapturedOutputTest, AFileThatCannotBeReadFails) {
 class FileSize {
 public:
     FileSize(DWORD low, DWORD high, DWORD error = NO_ERROR) {
-        gLow = low;
-        gHigh = high;
-        gError = error;
-        gReads = 0;
-        gReadFile = mRead.original();
+        sLow = low;
+        sHigh = high;
+        sError = error;
+        sReads = 0;
+        sReadFile = mRead.original();
     }
 
-    static int reads() { return gReads; }
+    static int reads() { return sReads; }
 
 private:
     static DWORD WINAPI size(HANDLE /*file*/, LPDWORD high) {
         if (high != nullptr) {
-            *high = gHigh;
+            *high = sHigh;
         }
         // A size that isn't INVALID_FILE_SIZE leaves the last error as it is.
-        if (gError != NO_ERROR) {
-            SetLastError(gError);
+        if (sError != NO_ERROR) {
+            SetLastError(sError);
         }
-        return gLow;
+        return sLow;
     }
     static BOOL WINAPI read(HANDLE file, LPVOID buffer, DWORD size, LPDWORD count,
                             LPOVERLAPPED overlap) {
-        ++gReads;
-        return gReadFile(file, buffer, size, count, overlap);
+        ++sReads;
+        return sReadFile(file, buffer, size, count, overlap);
     }
 
-    static inline DWORD gLow = 0;
-    static inline DWORD gHigh = 0;
-    static inline DWORD gError = NO_ERROR;
-    static inline int gReads = 0;
-    static inline decltype(&ReadFile) gReadFile = nullptr;
+    static inline DWORD sLow = 0;
+    static inline DWORD sHigh = 0;
+    static inline DWORD sError = NO_ERROR;
+    static inline int sReads = 0;
+    static inline decltype(&ReadFile) sReadFile = nullptr;
     ReplacedCall<decltype(GetFileSize)> mSize{"GetFileSize", &FileSize::size};
     ReplacedCall<decltype(ReadFile)> mRead{"ReadFile", &FileSize::read};
 };

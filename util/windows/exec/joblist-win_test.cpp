@@ -32,19 +32,19 @@ public:
                     [](HANDLE job, JOBOBJECTINFOCLASS what, LPVOID buffer, DWORD size,
                        LPDWORD returned) -> BOOL {
                         if (what == listClass) {
-                            gSizes.push_back(size);
+                            sSizes.push_back(size);
                         }
-                        return gOriginal(job, what, buffer, size, returned);
+                        return sOriginal(job, what, buffer, size, returned);
                     }) {
-        gOriginal = mReplaced.original();
-        gSizes.clear();
+        sOriginal = mReplaced.original();
+        sSizes.clear();
     }
     /// The sizes since the last call.
-    std::vector<DWORD> take() { return std::exchange(gSizes, {}); }
+    std::vector<DWORD> take() { return std::exchange(sSizes, {}); }
 
 private:
-    static inline std::vector<DWORD> gSizes;
-    static inline decltype(&QueryInformationJobObject) gOriginal = nullptr;
+    static inline std::vector<DWORD> sSizes;
+    static inline decltype(&QueryInformationJobObject) sOriginal = nullptr;
     ReplacedCall<decltype(QueryInformationJobObject)> mReplaced;
 };
 
@@ -146,21 +146,21 @@ TEST_F(JobListDeathTest, WithoutMemoryForTheBufferTheProcessIsStopped) {
 class Failures {
 public:
     explicit Failures(std::filesystem::path letGo) {
-        gLetGo = std::move(letGo);
-        gCount = 0;
+        sLetGo = std::move(letGo);
+        sCount = 0;
     }
-    static int count() { return gCount; }
+    static int count() { return sCount; }
     static BOOL fail(DWORD error) {
-        if (++gCount == 10) {
-            std::ofstream stream(gLetGo);
+        if (++sCount == 10) {
+            std::ofstream stream(sLetGo);
         }
         SetLastError(error);
         return FALSE;
     }
 
 private:
-    static inline std::filesystem::path gLetGo;
-    static inline int gCount = 0;
+    static inline std::filesystem::path sLetGo;
+    static inline int sCount = 0;
 };
 
 TEST_F(JobListTest, AProcessThatCannotBeOpenedIsTakenForOver) {

@@ -53,26 +53,26 @@ public:
                         return what == listClass
                                    ? answer(static_cast<JOBOBJECT_BASIC_PROCESS_ID_LIST*>(buffer),
                                             size)
-                                   : gOriginal(job, what, buffer, size, returned);
+                                   : sOriginal(job, what, buffer, size, returned);
                     }) {
-        gAssigned = assigned;
-        gOriginal = mReplaced.original();
+        sAssigned = assigned;
+        sOriginal = mReplaced.original();
     }
 
 private:
     static BOOL answer(JOBOBJECT_BASIC_PROCESS_ID_LIST* list, DWORD size) {
         EXPECT_EQ(size, 400U);
-        list->NumberOfAssignedProcesses = gAssigned;
-        list->NumberOfProcessIdsInList = std::min<DWORD>(gAssigned, 49);
+        list->NumberOfAssignedProcesses = sAssigned;
+        list->NumberOfProcessIdsInList = std::min<DWORD>(sAssigned, 49);
         for (DWORD at = 0; at < list->NumberOfProcessIdsInList; ++at) {
             list->ProcessIdList[at] = at + 1;
         }
         SetLastError(ERROR_MORE_DATA);
-        return gAssigned <= 49 ? TRUE : FALSE;
+        return sAssigned <= 49 ? TRUE : FALSE;
     }
 
-    static inline DWORD gAssigned = 0;
-    static inline decltype(&QueryInformationJobObject) gOriginal = nullptr;
+    static inline DWORD sAssigned = 0;
+    static inline decltype(&QueryInformationJobObject) sOriginal = nullptr;
     ReplacedCall<decltype(QueryInformationJobObject)> mReplaced;
 };
 

@@ -36,23 +36,23 @@ public:
 
     explicit Terminations(bool awaitsEnd = false)
         : mReplaced("TerminateProcess", [](HANDLE process, UINT code) -> BOOL {
-              gCalls.push_back({GetProcessId(process), code});
-              const BOOL isEnding = gOriginal(process, code);
-              if (gAwaitsEnd) {
+              sCalls.push_back({GetProcessId(process), code});
+              const BOOL isEnding = sOriginal(process, code);
+              if (sAwaitsEnd) {
                   EXPECT_EQ(WaitForSingleObject(process, 30000), DWORD{WAIT_OBJECT_0});
               }
               return isEnding;
           }) {
-        gOriginal = mReplaced.original();
-        gCalls.clear();
-        gAwaitsEnd = awaitsEnd;
+        sOriginal = mReplaced.original();
+        sCalls.clear();
+        sAwaitsEnd = awaitsEnd;
     }
-    static const std::vector<Call>& calls() { return gCalls; }
+    static const std::vector<Call>& calls() { return sCalls; }
 
 private:
-    static inline std::vector<Call> gCalls;
-    static inline bool gAwaitsEnd = false;
-    static inline decltype(&TerminateProcess) gOriginal = nullptr;
+    static inline std::vector<Call> sCalls;
+    static inline bool sAwaitsEnd = false;
+    static inline decltype(&TerminateProcess) sOriginal = nullptr;
     ReplacedCall<decltype(TerminateProcess)> mReplaced;
 };
 
@@ -186,18 +186,18 @@ class FailingEndWait {
 public:
     FailingEndWait()
         : mReplaced("WaitForSingleObject", [](HANDLE object, DWORD milliseconds) -> DWORD {
-              const DWORD result = gOriginal(object, milliseconds);
+              const DWORD result = sOriginal(object, milliseconds);
               if (milliseconds != INFINITE || GetProcessId(object) == 0) {
                   return result;
               }
               SetLastError(ERROR_NOT_READY);
               return WAIT_FAILED;
           }) {
-        gOriginal = mReplaced.original();
+        sOriginal = mReplaced.original();
     }
 
 private:
-    static inline decltype(&WaitForSingleObject) gOriginal = nullptr;
+    static inline decltype(&WaitForSingleObject) sOriginal = nullptr;
     ReplacedCall<decltype(WaitForSingleObject)> mReplaced;
 };
 
@@ -231,20 +231,20 @@ class Dialog {
 public:
     /// Makes a window with this title exist.
     explicit Dialog(std::string_view title) {
-        gTitle = title;
-        gSearches.clear();
-        gClicks.clear();
+        sTitle = title;
+        sSearches.clear();
+        sClicks.clear();
     }
-    static std::vector<std::string> searches() { return gSearches; }
+    static std::vector<std::string> searches() { return sSearches; }
     /// For each click of the button, the number of processes ended by then.
-    static std::vector<size_t> clicks() { return gClicks; }
+    static std::vector<size_t> clicks() { return sClicks; }
 
 private:
-    static HWND window() { return reinterpret_cast<HWND>(&gTitle); }
+    static HWND window() { return reinterpret_cast<HWND>(&sTitle); }
     static HWND WINAPI find(LPCSTR windowClass, LPCSTR title) {
         EXPECT_EQ(windowClass, nullptr);
-        gSearches.emplace_back(title);
-        return gTitle == title ? window() : nullptr;
+        sSearches.emplace_back(title);
+        return sTitle == title ? window() : nullptr;
     }
     static LRESULT WINAPI send(HWND dialog, int item, UINT message, WPARAM wParam, LPARAM lParam) {
         EXPECT_EQ(dialog, window());
@@ -252,13 +252,13 @@ private:
         EXPECT_EQ(message, UINT{BM_CLICK});
         EXPECT_EQ(wParam, 0U);
         EXPECT_EQ(lParam, 0);
-        gClicks.push_back(Terminations::calls().size());
+        sClicks.push_back(Terminations::calls().size());
         return 0;
     }
 
-    static inline std::string gTitle;
-    static inline std::vector<std::string> gSearches;
-    static inline std::vector<size_t> gClicks;
+    static inline std::string sTitle;
+    static inline std::vector<std::string> sSearches;
+    static inline std::vector<size_t> sClicks;
     ReplacedCall<decltype(FindWindowA)> mFind{"FindWindowA", &find};
     ReplacedCall<decltype(SendDlgItemMessageA)> mSend{"SendDlgItemMessageA", &send};
 };

@@ -33,8 +33,8 @@ std::string sidWords(const std::string& sid) { return "SID " + sid + " [User DOM
 class SecurityOfObjects {
 public:
     SecurityOfObjects(const char* sddl, DWORD attributes = FILE_ATTRIBUTE_NORMAL) {
-        gSddl = toWide(sddl);
-        gAttributes = attributes;
+        sSddl = toWide(sddl);
+        sAttributes = attributes;
     }
 
 private:
@@ -43,7 +43,7 @@ private:
                                  PSID* group, PACL* dacl, PACL* sacl,
                                  PSECURITY_DESCRIPTOR* descriptor) {
         BOOL flag = FALSE;
-        ConvertStringSecurityDescriptorToSecurityDescriptorW(gSddl.c_str(), SDDL_REVISION_1,
+        ConvertStringSecurityDescriptorToSecurityDescriptorW(sSddl.c_str(), SDDL_REVISION_1,
                                                              descriptor, nullptr);
         GetSecurityDescriptorOwner(*descriptor, owner, &flag);
         GetSecurityDescriptorGroup(*descriptor, group, &flag);
@@ -54,13 +54,13 @@ private:
         return ERROR_SUCCESS;
     }
 
-    static inline std::wstring gSddl;
-    static inline DWORD gAttributes;
+    static inline std::wstring sSddl;
+    static inline DWORD sAttributes;
     ReplacedCall<decltype(GetNamedSecurityInfoW)> mSecurity{"GetNamedSecurityInfoW",
                                                             &security<LPCWSTR>};
     ReplacedCall<decltype(GetSecurityInfo)> mOpenSecurity{"GetSecurityInfo", &security<HANDLE>};
     ReplacedCall<decltype(GetFileAttributesW)> mAttributes{
-        "GetFileAttributesW", [](LPCWSTR) -> DWORD { return gAttributes; }};
+        "GetFileAttributesW", [](LPCWSTR) -> DWORD { return sAttributes; }};
 };
 
 class DescriptorPrintingTest : public testing::Test {
