@@ -71,9 +71,9 @@ private:
 
 /// When an abort came.
 enum class Moment {
-    BEFORE_END,  ///< it must count
-    NEAR_END,    ///< the process was over, the run perhaps not
-    AFTER_RUN,   ///< it must not count
+    beforeEnd,  ///< it must count
+    nearEnd,    ///< the process was over, the run perhaps not
+    afterRun,   ///< it must not count
 };
 
 struct Kind {
@@ -114,9 +114,9 @@ public:
     }
 
     void check(Clock::duration longest) {
-        if (mCounts[static_cast<size_t>(Moment::BEFORE_END)] > 0) {
+        if (mCounts[static_cast<size_t>(Moment::beforeEnd)] > 0) {
             EXPECT_TRUE(mResult.aborted);
-        } else if (mCounts[static_cast<size_t>(Moment::NEAR_END)] == 0) {
+        } else if (mCounts[static_cast<size_t>(Moment::nearEnd)] == 0) {
             EXPECT_FALSE(mResult.aborted);
         }
         EXPECT_EQ(mResult.code, mResult.aborted ? 1 : 7);
@@ -136,9 +136,9 @@ private:
         // The run clears the id before it takes this lock to check for an abort.
         const bool isOver = mExec.mPid == Exec::noPid &&
                             mExec.log().find("\twaiting for child pid ") != std::string::npos;
-        const Moment moment = mHasEnded ? Moment::AFTER_RUN
-                              : isOver  ? Moment::NEAR_END
-                                        : Moment::BEFORE_END;
+        const Moment moment = mHasEnded ? Moment::afterRun
+                              : isOver  ? Moment::nearEnd
+                                        : Moment::beforeEnd;
         ++mCounts[static_cast<size_t>(moment)];
         mExec.abort(lock, /*signal=*/9);
     }

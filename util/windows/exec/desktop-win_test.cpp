@@ -21,10 +21,10 @@ using namespace testing_support;
 using Texts = std::vector<std::string>;
 
 /// The calls that find the desktop, in order.
-enum Step { STATION, DESKTOP, STATION_NAME, DESKTOP_NAME, NONE };
+enum Step { stationStep, desktopStep, stationNameStep, desktopNameStep, noStep };
 
-Step gFailing = NONE;
-Step gNameToAskNext = STATION_NAME;
+Step gFailing = noStep;
+Step gNameToAskNext = stationNameStep;
 HWINSTA gStation = nullptr;
 HDESK gDesktop = nullptr;
 
@@ -35,17 +35,17 @@ bool fails(Step step) {
     return step == gFailing;
 }
 
-HWINSTA WINAPI station() { return fails(STATION) ? nullptr : gStation; }
+HWINSTA WINAPI station() { return fails(stationStep) ? nullptr : gStation; }
 
 HDESK WINAPI desktop(DWORD thread) {
     EXPECT_EQ(thread, GetCurrentThreadId());
-    return fails(DESKTOP) ? nullptr : gDesktop;
+    return fails(desktopStep) ? nullptr : gDesktop;
 }
 
 BOOL WINAPI information(HANDLE object, int what, LPVOID buffer, DWORD size, LPDWORD) {
     const Step step = gNameToAskNext;
-    gNameToAskNext = DESKTOP_NAME;
-    EXPECT_EQ(object, step == STATION_NAME ? static_cast<HANDLE>(gStation) : gDesktop);
+    gNameToAskNext = desktopNameStep;
+    EXPECT_EQ(object, step == stationNameStep ? static_cast<HANDLE>(gStation) : gDesktop);
     EXPECT_EQ(what, UOI_NAME);
     EXPECT_EQ(size, 2048U);
     if (fails(step)) {
@@ -60,8 +60,8 @@ class ExecDesktopTest : public CommandTest {
 protected:
     void SetUp() override {
         CommandTest::SetUp();
-        gFailing = NONE;
-        gNameToAskNext = STATION_NAME;
+        gFailing = noStep;
+        gNameToAskNext = stationNameStep;
     }
 };
 
@@ -85,14 +85,14 @@ TEST_F(ExecDesktopTest, WhereItCannotBeFoundTheDefaultOneIsUsedAndTheRunGoesOn) 
         const char* words;
     };
     for (const Row& row :
-         {Row{STATION, "GetProcessWindowStation() failed: It can't be"},
-          Row{DESKTOP, "GetThreadDesktop() failed: It can't be"},
-          Row{STATION_NAME, "GetUserObjectInformation(windowStation) failed: It can't be"},
-          Row{DESKTOP_NAME, "GetUserObjectInformation(desktop) failed: It can't be"}}) {
+         {Row{stationStep, "GetProcessWindowStation() failed: It can't be"},
+          Row{desktopStep, "GetThreadDesktop() failed: It can't be"},
+          Row{stationNameStep, "GetUserObjectInformation(windowStation) failed: It can't be"},
+          Row{desktopNameStep, "GetUserObjectInformation(desktop) failed: It can't be"}}) {
         const SystemMessage message(L"It can't be.");
         mExec.emplace();
         gFailing = row.step;
-        gNameToAskNext = STATION_NAME;
+        gNameToAskNext = stationNameStep;
         gStation = GetProcessWindowStation();
         gDesktop = GetThreadDesktop(GetCurrentThreadId());
         const ReplacedCall<decltype(GetProcessWindowStation)> first("GetProcessWindowStation",
