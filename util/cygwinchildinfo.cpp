@@ -27,7 +27,7 @@ uint32_t field(Record record, size_t offset) {
 }
 
 /// The record's size, the intro and the magic are adjacent.
-std::optional<uint32_t> magic_behind(Record record, size_t sizeOffset) {
+std::optional<uint32_t> magic_after(Record record, size_t sizeOffset) {
     if (field(record, sizeOffset) != record.size() || field(record, sizeOffset + 4) != intro) {
         return std::nullopt;
     }
@@ -41,11 +41,11 @@ std::optional<uint32_t> newer_magic(Record record) {
                                           [](unsigned char byte) { return byte != 0; })) {
         return std::nullopt;
     }
-    return magic_behind(record, zeroes);
+    return magic_after(record, zeroes);
 }
 
 std::optional<uint32_t> older_magic(Record record) {
-    return record.size() < 17 ? std::nullopt : magic_behind(record, 4);
+    return record.size() < 17 ? std::nullopt : magic_after(record, 4);
 }
 
 }  // namespace

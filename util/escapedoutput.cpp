@@ -271,7 +271,7 @@ std::string_view escapeOf(unsigned char byte, std::array<char, 4>& room) {
     }
 }
 
-bool standsForItself(unsigned char byte) { return std::isprint(byte) != 0 && byte != '\\'; }
+bool isWrittenAsItself(unsigned char byte) { return std::isprint(byte) != 0 && byte != '\\'; }
 
 /// Writes a character or an escape. Starts a new line first if the literal has to break there.
 bool WrappedOutput::putCharacter(std::string_view text) {
@@ -297,8 +297,8 @@ bool WrappedOutput::putQuoted(const Quoted& quoted) {
     for (size_t i = 0; i < quoted.length; ++i) {
         const unsigned char byte = quoted.data[i];
         const char plain = static_cast<char>(byte);
-        if (!putCharacter(standsForItself(byte) ? std::string_view(&plain, 1)
-                                                : escapeOf(byte, room))) {
+        if (!putCharacter(isWrittenAsItself(byte) ? std::string_view(&plain, 1)
+                                                  : escapeOf(byte, room))) {
             return false;
         }
         mIsAfterLineFeed = byte == '\n';

@@ -144,7 +144,7 @@ bool wildcardMatch(StringSpan pattern, StringSpan text, bool literalBrackets, bo
     size_t t = textIndex;
     // Only the last star has to be tried at other places. An earlier star leaves the most text to
     // the pattern after it where that pattern matched first.
-    size_t behindStar = none;
+    size_t afterStar = none;
     size_t starsText = 0;
     for (;;) {
         if (p < pattern.length && t < text.length) {
@@ -152,7 +152,7 @@ bool wildcardMatch(StringSpan pattern, StringSpan text, bool literalBrackets, bo
                 if (++p == pattern.length) {
                     return true;
                 }
-                behindStar = p;
+                afterStar = p;
                 starsText = t;
                 continue;
             }
@@ -167,14 +167,14 @@ bool wildcardMatch(StringSpan pattern, StringSpan text, bool literalBrackets, bo
             return true;
         }
         // Compatibility: a star never leaves an empty rest of the text to the pattern after it.
-        if (behindStar == none) {
+        if (afterStar == none) {
             return false;
         }
-        starsText = single.findStart(behindStar, text.view(), starsText + 1);
+        starsText = single.findStart(afterStar, text.view(), starsText + 1);
         if (starsText >= text.length) {
             return false;
         }
-        p = behindStar;
+        p = afterStar;
         t = starsText;
     }
 }

@@ -110,7 +110,7 @@ void* connector::run_signal_thread(void* self) noexcept {
     } catch (const std::exception& e) {
         std::cerr << "exception in VRPSX signal handling: " << e.what() << '\n';
         const vrpsx::mutex::scoped_lock lock(that._mutex);
-        that.tell_end();
+        that.announce_end();
     }
     return nullptr;
 }
@@ -139,11 +139,11 @@ bool connector::end_if_stopped() {
     if (_is_running) {
         return false;
     }
-    tell_end();
+    announce_end();
     return true;
 }
 
-void connector::tell_end() {
+void connector::announce_end() {
     _has_finished = true;
     if (const int code = _cond.broadcast(std::nothrow)) {
         vrpsx::report("vrpsx::cond::broadcast", _embedding, code);

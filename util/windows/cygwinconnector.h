@@ -134,7 +134,7 @@ private:
     static void* run_signal_thread(void* self) noexcept;
     void receive_signals();
     bool end_if_stopped() NB_EXCLUDES(_mutex);
-    void tell_end() NB_REQUIRES(_mutex);
+    void announce_end() NB_REQUIRES(_mutex);
     void handle_signals(int signal);
     void wait_for_end() NB_REQUIRES(_mutex);
     void raise(int signal) const;

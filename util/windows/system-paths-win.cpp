@@ -108,7 +108,7 @@ void buildUnicodePath(const std::string& path, std::wstring& result, PathKind& k
 }
 
 /// Writes one line to the debugger; without memory for it, the line is lost.
-void tellDebugger(const std::string& path, const std::exception& failure) noexcept {
+void reportToDebugger(const std::string& path, const std::exception& failure) noexcept {
     try {
         DebugStream() << "System::unicodePath(\"" << path << "\"):  " << failure.what()
                       << std::endl;
@@ -152,7 +152,7 @@ std::wstring System::unicodePath(const std::string& path) {
     try {
         buildUnicodePath(path, result, kind);
     } catch (const std::exception& e) {
-        tellDebugger(path, e);
+        reportToDebugger(path, e);
     }
     if (kind == PathKind::local && namesNullDevice(result)) {
         result.erase(0, localPrefix.size());

@@ -20,7 +20,7 @@ static struct Text withoutLastSeparators(struct Text text) {
 }
 
 /// Returns the part of the path after the prefix, or null if the path doesn't begin with it.
-static const char* restBehind(const char* path, struct Text prefix, int isDevice) {
+static const char* restAfter(const char* path, struct Text prefix, int isDevice) {
     if (prefix.length == 0) {
         return NULL;
     }
@@ -65,7 +65,7 @@ static char* convert(const char* path, int isDevice) {
     struct MountLine line;
     for (const char* from = readMount(NULL, &line); from != NULL; from = readMount(from, &line)) {
         const struct Text side = isDevice ? line.device : line.root;
-        const char* rest = restBehind(path, side, isDevice);
+        const char* rest = restAfter(path, side, isDevice);
         const int isPrefixRule =
             line.type.length == 8 && memcmp(line.type.data, "cygdrive", 8) == 0;
         if (rest != NULL && !isPrefixRule && side.length > longest) {

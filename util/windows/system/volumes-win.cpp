@@ -113,7 +113,7 @@ std::wstring rootOf(const std::string& path, const Account& account) {
     return toWide(root);
 }
 
-void tellDevice(const std::wstring& root, const Account& account) {
+void reportDevice(const std::wstring& root, const Account& account) {
     if (!account.isWanted() || root.size() < 2 || std::iswalpha(root[0]) == 0 || root[1] != L':') {
         return;
     }
@@ -128,7 +128,7 @@ void tellDevice(const std::wstring& root, const Account& account) {
     }
 }
 
-VolumeType tellDrive(const std::wstring& root, const Account& account) {
+VolumeType reportDrive(const std::wstring& root, const Account& account) {
     const auto [type, word] = typeOfDrive(GetDriveTypeW(root.c_str()));
     if (account.isWanted()) {
         // Compatibility: only this line is in the locale's character set.
@@ -138,7 +138,7 @@ VolumeType tellDrive(const std::wstring& root, const Account& account) {
 }
 
 /// Whether the file system is the MVFS.
-bool tellVolume(const std::wstring& root, const Account& account) {
+bool reportVolume(const std::wstring& root, const Account& account) {
     Name volume = {};
     Name fileSystem = {};
     DWORD serialNumber = 0;
@@ -173,10 +173,10 @@ bool tellVolume(const std::wstring& root, const Account& account) {
 VolumeType System::volumeType(const std::string& path, std::ostream* out) {
     const Account account(out);
     std::wstring root = rootOf(path, account);
-    tellDevice(root, account);
+    reportDevice(root, account);
     if (root.empty() || root.back() != L'\\') {
         root += L'\\';
     }
-    const VolumeType type = tellDrive(root, account);
-    return tellVolume(root, account) ? VolumeType::mvfs : type;
+    const VolumeType type = reportDrive(root, account);
+    return reportVolume(root, account) ? VolumeType::mvfs : type;
 }
