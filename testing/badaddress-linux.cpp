@@ -12,7 +12,7 @@ constexpr int threadSanitizerExit = 66;
 
 }  // namespace
 
-bool diedOfABadAddress(int status) {
+bool hasTouchedBadAddress(int status) {
     if (WIFSIGNALED(status)) {
         return WTERMSIG(status) == SIGSEGV;
     }

@@ -4,7 +4,7 @@
 
 namespace testing_support {
 
-bool diedOfABadAddress(int status) {
+bool hasTouchedBadAddress(int status) {
     return static_cast<DWORD>(status) == EXCEPTION_ACCESS_VIOLATION;
 }
 

@@ -7,6 +7,6 @@ namespace testing_support {
 ///
 /// On Windows, this is the exit code 0xC0000005 (STATUS_ACCESS_VIOLATION). Natively, it is SIGSEGV,
 /// or the exit code of a sanitizer that has caught and reported the access.
-bool diedOfABadAddress(int status);
+bool hasTouchedBadAddress(int status);
 
 }  // namespace testing_support

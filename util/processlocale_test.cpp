@@ -23,14 +23,14 @@ bool isKnown(const char* name) {
     }
 }
 
-void tellLocaleAndExit() {
+void printLocaleAndExit() {
     std::cerr << processLocale().name();
     std::exit(0);
 }
 
-void tellLocaleUnderAnotherNameAndExit() {
+void printLocaleUnderAnotherNameAndExit() {
     const testing_support::EnvironmentScope scope("NIMBREL_LOCALE", utf8);
-    tellLocaleAndExit();
+    printLocaleAndExit();
 }
 
 // The locale is created at start-up, so a child process starts with the variable. All that the
@@ -38,7 +38,7 @@ void tellLocaleUnderAnotherNameAndExit() {
 void expectLocaleOfAChild(const std::optional<std::string>& value, const std::string& name) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const testing_support::EnvironmentScope scope("NIMBREL_LOCALE", value);
-    EXPECT_EXIT(tellLocaleAndExit(), testing::ExitedWithCode(0), "^" + name + "$");
+    EXPECT_EXIT(printLocaleAndExit(), testing::ExitedWithCode(0), "^" + name + "$");
 }
 
 TEST(ProcessLocaleTest, NoNameGivesTheClassicLocale) {
@@ -75,7 +75,7 @@ TEST(ProcessLocaleDeathTest, ANameSetAfterStartUpChangesNothingEvenBeforeTheFirs
     }
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const testing_support::EnvironmentScope scope("NIMBREL_LOCALE", std::nullopt);
-    EXPECT_EXIT(tellLocaleUnderAnotherNameAndExit(), testing::ExitedWithCode(0), "^C$");
+    EXPECT_EXIT(printLocaleUnderAnotherNameAndExit(), testing::ExitedWithCode(0), "^C$");
 }
 
 TEST(ProcessLocaleDeathTest, WithAKnownNameAProcessHasThatLocale) {

@@ -9,7 +9,7 @@
 
 #include "testing/threads/contention.h"
 
-/// A copy of the monitor's books, taken under its mutex.
+/// A copy of the monitor's state, taken under its mutex.
 struct RWMonitorTestPeer {
     int readersWaiting = 0;
     int writersWaiting = 0;
@@ -19,12 +19,12 @@ struct RWMonitorTestPeer {
         const MutexLock lock(*monitor.mMutex);
         return {monitor.mNumReadersWaiting, monitor.mNumWritersWaiting, monitor.mState};
     }
-    /// Overwrites the books, under the mutex.
-    static void falsify(RWMonitor& monitor, const RWMonitorTestPeer& books) {
+    /// Overwrites the state, under the mutex.
+    static void falsify(RWMonitor& monitor, const RWMonitorTestPeer& wanted) {
         const MutexLock lock(*monitor.mMutex);
-        monitor.mNumReadersWaiting = books.readersWaiting;
-        monitor.mNumWritersWaiting = books.writersWaiting;
-        monitor.mState = books.state;
+        monitor.mNumReadersWaiting = wanted.readersWaiting;
+        monitor.mNumWritersWaiting = wanted.writersWaiting;
+        monitor.mState = wanted.state;
     }
 
     friend bool operator==(const RWMonitorTestPeer&, const RWMonitorTestPeer&) = default;
@@ -39,12 +39,12 @@ namespace {
 
 using namespace testing_support;
 
-using Books = RWMonitorTestPeer;
+using State = RWMonitorTestPeer;
 
-Books books(RWMonitor& monitor) { return Books::look(monitor); }
+State stateOf(RWMonitor& monitor) { return State::look(monitor); }
 
-bool eventuallyBooks(RWMonitor& monitor, const Books& wanted) {
-    return eventually([&] { return books(monitor) == wanted; });
+bool eventuallyState(RWMonitor& monitor, const State& wanted) {
+    return eventually([&] { return stateOf(monitor) == wanted; });
 }
 
 class RWMonitorTest : public testing::Test {
@@ -55,37 +55,37 @@ protected:
 
 TEST_F(RWMonitorTest, ANewMonitorIsFreeAndNobodyWaits) {
     RWMonitor monitor(mMutex, mCondition);
-    EXPECT_EQ(books(monitor), (Books{0, 0, 0}));
+    EXPECT_EQ(stateOf(monitor), (State{0, 0, 0}));
 }
 
 TEST_F(RWMonitorTest, ReadersAreCounted) {
     RWMonitor monitor(mMutex, mCondition);
     monitor.lockForRead();
-    EXPECT_EQ(books(monitor), (Books{0, 0, 1}));
+    EXPECT_EQ(stateOf(monitor), (State{0, 0, 1}));
     BoundedThread([&] { monitor.lockForRead(); }).join();
-    EXPECT_EQ(books(monitor), (Books{0, 0, 2}));
+    EXPECT_EQ(stateOf(monitor), (State{0, 0, 2}));
     monitor.unlock();
-    EXPECT_EQ(books(monitor), (Books{0, 0, 1}));
+    EXPECT_EQ(stateOf(monitor), (State{0, 0, 1}));
     monitor.unlock();
-    EXPECT_EQ(books(monitor), (Books{0, 0, 0}));
+    EXPECT_EQ(stateOf(monitor), (State{0, 0, 0}));
 }
 
 TEST_F(RWMonitorTest, AWriterIsMinusOneAndUnlocksToFree) {
     RWMonitor monitor(mMutex, mCondition);
     monitor.lockForWrite();
-    EXPECT_EQ(books(monitor), (Books{0, 0, -1}));
+    EXPECT_EQ(stateOf(monitor), (State{0, 0, -1}));
     monitor.unlock();
-    EXPECT_EQ(books(monitor), (Books{0, 0, 0}));
+    EXPECT_EQ(stateOf(monitor), (State{0, 0, 0}));
 }
 
 TEST_F(RWMonitorTest, AReaderWaitsForTheWriter) {
     RWMonitor monitor(mMutex, mCondition);
     monitor.lockForWrite();
     BoundedThread reader([&] { monitor.lockForRead(); });
-    EXPECT_TRUE(eventuallyBooks(monitor, {1, 0, -1}));
+    EXPECT_TRUE(eventuallyState(monitor, {1, 0, -1}));
     monitor.unlock();
     reader.join();
-    EXPECT_EQ(books(monitor), (Books{0, 0, 1}));
+    EXPECT_EQ(stateOf(monitor), (State{0, 0, 1}));
     monitor.unlock();
 }
 
@@ -93,10 +93,10 @@ TEST_F(RWMonitorTest, AWriterWaitsForTheWriter) {
     RWMonitor monitor(mMutex, mCondition);
     monitor.lockForWrite();
     BoundedThread writer([&] { monitor.lockForWrite(); });
-    EXPECT_TRUE(eventuallyBooks(monitor, {0, 1, -1}));
+    EXPECT_TRUE(eventuallyState(monitor, {0, 1, -1}));
     monitor.unlock();
     writer.join();
-    EXPECT_EQ(books(monitor), (Books{0, 0, -1}));
+    EXPECT_EQ(stateOf(monitor), (State{0, 0, -1}));
     monitor.unlock();
 }
 
@@ -105,12 +105,12 @@ TEST_F(RWMonitorTest, AWriterWaitsForTheLastReader) {
     monitor.lockForRead();
     monitor.lockForRead();
     BoundedThread writer([&] { monitor.lockForWrite(); });
-    EXPECT_TRUE(eventuallyBooks(monitor, {0, 1, 2}));
+    EXPECT_TRUE(eventuallyState(monitor, {0, 1, 2}));
     monitor.unlock();
-    EXPECT_EQ(books(monitor), (Books{0, 1, 1}));
+    EXPECT_EQ(stateOf(monitor), (State{0, 1, 1}));
     monitor.unlock();
     writer.join();
-    EXPECT_EQ(books(monitor), (Books{0, 0, -1}));
+    EXPECT_EQ(stateOf(monitor), (State{0, 0, -1}));
     monitor.unlock();
 }
 
@@ -124,18 +124,18 @@ TEST_F(RWMonitorTest, AWaitingWriterHoldsBackReadersButNotAddReaderAndGoesFirst)
         order += 'w';
         monitor.unlock();
     });
-    EXPECT_TRUE(eventuallyBooks(monitor, {0, 1, 2}));
+    EXPECT_TRUE(eventuallyState(monitor, {0, 1, 2}));
     BoundedThread reader([&] {
         monitor.lockForRead();
         order += 'r';
         monitor.unlock();
     });
-    EXPECT_TRUE(eventuallyBooks(monitor, {1, 1, 2}));
+    EXPECT_TRUE(eventuallyState(monitor, {1, 1, 2}));
     monitor.addReader();
-    EXPECT_EQ(books(monitor), (Books{1, 1, 3}));
+    EXPECT_EQ(stateOf(monitor), (State{1, 1, 3}));
     monitor.unlock();
     monitor.unlock();
-    EXPECT_EQ(books(monitor), (Books{1, 1, 1}));
+    EXPECT_EQ(stateOf(monitor), (State{1, 1, 1}));
     monitor.unlock();
     writer.join();
     reader.join();
@@ -147,11 +147,11 @@ TEST_F(RWMonitorTest, TheLastUnlockWakesAllReadersThatWait) {
     monitor.lockForWrite();
     BoundedThread first([&] { monitor.lockForRead(); });
     BoundedThread second([&] { monitor.lockForRead(); });
-    EXPECT_TRUE(eventuallyBooks(monitor, {2, 0, -1}));
+    EXPECT_TRUE(eventuallyState(monitor, {2, 0, -1}));
     monitor.unlock();
     first.join();
     second.join();
-    EXPECT_EQ(books(monitor), (Books{0, 0, 2}));
+    EXPECT_EQ(stateOf(monitor), (State{0, 0, 2}));
     monitor.unlock();
     monitor.unlock();
 }
@@ -159,7 +159,7 @@ TEST_F(RWMonitorTest, TheLastUnlockWakesAllReadersThatWait) {
 TEST_F(RWMonitorTest, AddReaderEntersAFreeMonitor) {
     RWMonitor monitor(mMutex, mCondition);
     monitor.addReader();
-    EXPECT_EQ(books(monitor), (Books{0, 0, 1}));
+    EXPECT_EQ(stateOf(monitor), (State{0, 0, 1}));
     monitor.unlock();
 }
 
@@ -168,8 +168,8 @@ TEST_F(RWMonitorTest, TwoMonitorsCanShareAMutexAndACondition) {
     RWMonitor second(mMutex, mCondition);
     first.lockForWrite();
     second.lockForRead();
-    EXPECT_EQ(books(first), (Books{0, 0, -1}));
-    EXPECT_EQ(books(second), (Books{0, 0, 1}));
+    EXPECT_EQ(stateOf(first), (State{0, 0, -1}));
+    EXPECT_EQ(stateOf(second), (State{0, 0, 1}));
     first.unlock();
     second.unlock();
 }
@@ -181,16 +181,16 @@ TEST_F(RWMonitorTest, MonitorsThatShareAMutexAndAConditionAdmitTheirOwnWaitersOn
     second.lockForRead();
     BoundedThread reader([&] { first.lockForRead(); });
     BoundedThread writer([&] { second.lockForWrite(); });
-    EXPECT_TRUE(eventuallyBooks(first, {1, 0, -1}));
-    EXPECT_TRUE(eventuallyBooks(second, {0, 1, 1}));
+    EXPECT_TRUE(eventuallyState(first, {1, 0, -1}));
+    EXPECT_TRUE(eventuallyState(second, {0, 1, 1}));
     // Also wakes the writer of the other monitor, which finds its own gate shut.
     first.unlock();
     reader.join();
-    EXPECT_EQ(books(first), (Books{0, 0, 1}));
-    EXPECT_EQ(books(second), (Books{0, 1, 1}));
+    EXPECT_EQ(stateOf(first), (State{0, 0, 1}));
+    EXPECT_EQ(stateOf(second), (State{0, 1, 1}));
     second.unlock();
     writer.join();
-    EXPECT_EQ(books(second), (Books{0, 0, -1}));
+    EXPECT_EQ(stateOf(second), (State{0, 0, -1}));
     first.unlock();
     second.unlock();
 }
@@ -198,13 +198,13 @@ TEST_F(RWMonitorTest, MonitorsThatShareAMutexAndAConditionAdmitTheirOwnWaitersOn
 TEST_F(RWMonitorTest, AWaitingWriterIsEnoughToHoldBackAReader) {
     RWMonitor monitor(mMutex, mCondition);
     // The state between the last unlock and the waking of a writer: free, and a writer waits.
-    Books::falsify(monitor, {0, 1, 0});
+    State::falsify(monitor, {0, 1, 0});
     BoundedThread reader([&] { monitor.lockForRead(); });
-    EXPECT_TRUE(eventuallyBooks(monitor, {1, 1, 0}));
-    Books::falsify(monitor, {1, 0, 0});
+    EXPECT_TRUE(eventuallyState(monitor, {1, 1, 0}));
+    State::falsify(monitor, {1, 0, 0});
     mCondition.broadcast();
     reader.join();
-    EXPECT_EQ(books(monitor), (Books{0, 0, 1}));
+    EXPECT_EQ(stateOf(monitor), (State{0, 0, 1}));
     monitor.unlock();
 }
 
@@ -217,7 +217,7 @@ TEST_F(RWMonitorTest, AnUnlockThatLeavesAReaderWakesNobody) {
         monitor.addReader();
     }
     BoundedThread writer([&] { monitor.lockForWrite(); });
-    EXPECT_TRUE(eventuallyBooks(monitor, {0, 1, numReaders}));
+    EXPECT_TRUE(eventuallyState(monitor, {0, 1, numReaders}));
     const int callsBefore = getter.calls();
     for (int left = numReaders - 1; left > 0; --left) {
         monitor.unlock();
@@ -226,7 +226,7 @@ TEST_F(RWMonitorTest, AnUnlockThatLeavesAReaderWakesNobody) {
     }
     // A wait may end by itself now and then, but not at every other unlock.
     EXPECT_LT(getter.calls() - callsBefore, numReaders / 2);
-    EXPECT_EQ(books(monitor), (Books{0, 1, 1}));
+    EXPECT_EQ(stateOf(monitor), (State{0, 1, 1}));
     monitor.unlock();
     writer.join();
     monitor.unlock();
@@ -260,7 +260,7 @@ TEST_F(RWMonitorTest, ReadersAndWritersOfManyThreadsExcludeEachOther) {
     }
     EXPECT_EQ(torn, 0);
     EXPECT_EQ(first, 2 * numRounds);
-    EXPECT_EQ(books(monitor), (Books{0, 0, 0}));
+    EXPECT_EQ(stateOf(monitor), (State{0, 0, 0}));
 }
 
 TEST_F(RWMonitorTest, AFreeMonitorWithAGetterCallsNoGetterAndReadsNoClock) {
@@ -292,7 +292,7 @@ TEST_F(RWMonitorTest, AReadersWaitAtTheGateGoesIntoTheGettersTimer) {
             waiter = std::this_thread::get_id();
         },
         [&] {
-            EXPECT_TRUE(eventuallyBooks(monitor, {1, 0, -1}));
+            EXPECT_TRUE(eventuallyState(monitor, {1, 0, -1}));
             monitor.unlock();
         }));
     EXPECT_EQ(getter.thread(), waiter);
@@ -309,7 +309,7 @@ TEST_F(RWMonitorTest, AWritersWaitAtTheGateGoesIntoTheGettersTimer) {
     ASSERT_TRUE(contend(
         clock, [&] { monitor.lockForWrite(); },
         [&] {
-            EXPECT_TRUE(eventuallyBooks(monitor, {0, 1, 1}));
+            EXPECT_TRUE(eventuallyState(monitor, {0, 1, 1}));
             monitor.unlock();
         }));
     EXPECT_GE(getter.calls(), 1);
@@ -324,7 +324,7 @@ TEST_F(RWMonitorTest, AWaitAtTheGateWithoutAGetterOrWithANullTimerReadsNoClock) 
         RWMonitor monitor(mMutex, mCondition, get);
         monitor.lockForWrite();
         BoundedThread reader([&] { monitor.lockForRead(); });
-        EXPECT_TRUE(eventuallyBooks(monitor, {1, 0, -1}));
+        EXPECT_TRUE(eventuallyState(monitor, {1, 0, -1}));
         monitor.unlock();
         reader.join();
         EXPECT_EQ(clock.readings(), 0);
@@ -422,9 +422,9 @@ TEST_F(RWMonitorDeathTest, UnlockOfAFreeMonitorStopsTheProcess) {
     EXPECT_DEATH(monitor.unlock(), "assertion failed at .*: mState != 0");
 }
 
-void endWith(Mutex& mutex, Condition& condition, const Books& books) {
+void endWith(Mutex& mutex, Condition& condition, const State& state) {
     RWMonitor monitor(mutex, condition);
-    Books::falsify(monitor, books);
+    State::falsify(monitor, state);
 }
 
 TEST_F(RWMonitorDeathTest, EndingAHeldMonitorStopsTheProcess) {

@@ -132,7 +132,7 @@ void awaitFile(const wchar_t* path, bool isAwaited) {
     }
 }
 
-void tellPid(const std::wstring& path) {
+void writePid(const std::wstring& path) {
     const std::wstring temporary = path + L".new";
     const std::string text = std::to_string(GetCurrentProcessId());
     HANDLE file = createFile(temporary);
@@ -249,7 +249,7 @@ constexpr Action knownActions[] = {
     {L"make", 1, [](Arguments a) { CloseHandle(createFile(a[0])); }},
     {L"await", 1, [](Arguments a) { awaitFile(a[0], true); }},
     {L"await-gone", 1, [](Arguments a) { awaitFile(a[0], false); }},
-    {L"pid", 1, [](Arguments a) { tellPid(a[0]); }},
+    {L"pid", 1, [](Arguments a) { writePid(a[0]); }},
     {L"variable", 1, [](Arguments a) { printVariable(a[0]); }},
     {L"environment", 0, [](Arguments) { printEnvironment(); }},
     {L"folder", 0, [](Arguments) { printFolder(); }},

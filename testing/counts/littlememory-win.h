@@ -13,7 +13,7 @@ namespace testing_support {
 /// Ends the process with 1 if a try leaves anything allocated or open, or if no try has failed. For
 /// a child process of one thread: see MemoryShortage.
 template <class Step>
-void expectNothingHeldOfLittleMemory(const char* name, Step step) {
+void expectNoLeakWhenMemoryRunsOut(const char* name, Step step) {
     step();  // allocates what the runtime and the system allocate only once
     OwnershipCount ownership;
     bool isDone = false;

@@ -143,7 +143,7 @@ public:
         mMountTable.type = &tell<&SampleMount::type>;
         mMountTable.options = &options;
         mOptionTable.next = &nextOption;
-        mOptionTable.text = &tellOption;
+        mOptionTable.text = &giveOption;
         mMounts.resize(mounts.size());
         for (size_t i = 0; i < mounts.size(); ++i) {
             mMounts[i] = {{&mMountTable},
@@ -199,7 +199,7 @@ private:
         *nextHolder = ++option->index < option->mount->options.size() ? self : nullptr;
         return 0;
     }
-    static int tellOption(vrpsx::raw::mount_option* self, vrpsx::raw::text* result) {
+    static int giveOption(vrpsx::raw::mount_option* self, vrpsx::raw::text* result) {
         return put(whole(self)->mount->options[whole(self)->index], result);
     }
 

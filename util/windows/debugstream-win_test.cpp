@@ -181,7 +181,7 @@ TEST(DebugFailureTest, ANumberThatTheCallReturnedTakesThePlaceOfTheLastError) {
 }
 
 /// Reports failures with no memory, with one block, with two, and so on, up to more than is needed.
-void tellWithLittleMemory() {
+void reportWithLittleMemory() {
     const std::runtime_error failure("it broke with a text that is too long for a small place");
     debugFailure(failure);  // first, so that the runtime's one-time allocations are done
     debugFailure("FreeLibrary");
@@ -198,7 +198,7 @@ void tellWithLittleMemory() {
 }
 
 TEST(DebugFailureDeathTest, LackOfMemoryLosesTheLineAndNothingElse) {
-    EXPECT_EXIT(tellWithLittleMemory(), testing::ExitedWithCode(0), "told or not");
+    EXPECT_EXIT(reportWithLittleMemory(), testing::ExitedWithCode(0), "told or not");
 }
 
 TEST(DebugFailureTest, AFailureThatWasCaughtIsReportedInOneLine) {

@@ -30,7 +30,7 @@ int WINAPI start(WORD version, LPWSADATA) {
     return gResult;
 }
 
-void startAndTell() {
+void startAndReport() {
     try {
         startSockets();
         std::cerr << "started;";
@@ -41,8 +41,8 @@ void startAndTell() {
 
 void startTwice() {
     const ReplacedCall<decltype(WSAStartup)> call("WSAStartup", start);
-    startAndTell();
-    startAndTell();
+    startAndReport();
+    startAndReport();
     std::cerr << gStarts << " starts of version " << gVersion;
     std::exit(0);
 }
@@ -51,7 +51,7 @@ void failWithoutMessage() {
     const ReplacedCall<decltype(WSAStartup)> call("WSAStartup", start);
     const SystemMessage none(L"");
     gResult = WSASYSNOTREADY;
-    startAndTell();
+    startAndReport();
     std::exit(0);
 }
 
@@ -59,22 +59,22 @@ void failWithALongMessage() {
     const ReplacedCall<decltype(WSAStartup)> call("WSAStartup", start);
     const SystemMessage message(L"The network is down, " + std::wstring(100, L'x'));
     gResult = WSASYSNOTREADY;
-    startAndTell();
+    startAndReport();
     std::exit(0);
 }
 
 void failOnceAndStart() {
     const ReplacedCall<decltype(WSAStartup)> call("WSAStartup", start);
     gResult = WSAVERNOTSUPPORTED;
-    startAndTell();
+    startAndReport();
     gResult = 0;
-    startAndTell();
+    startAndReport();
     std::cerr << gStarts << " starts";
     std::exit(0);
 }
 
 void startReally() {
-    startAndTell();
+    startAndReport();
     const SOCKET socket = ::socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
     std::cerr << (socket != INVALID_SOCKET ? "a socket" : "no socket");
     std::exit(0);

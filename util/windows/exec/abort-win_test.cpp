@@ -228,11 +228,11 @@ void abortWith(MutexLock& lock, Exec& exec) NB_NO_THREAD_SAFETY_ANALYSIS { exec.
 TEST_F(AbortDeathTest, ALockOfAnotherMutexStopsTheProcess) {
     Mutex other;
     MutexLock lock(other);
-    EXPECT_EXIT(abortWith(lock, exec), diedOfABadAddress,
+    EXPECT_EXIT(abortWith(lock, exec), hasTouchedBadAddress,
                 "assertion failed at .*: lock.check.mHandleLock.");
     TestedExec otherExec;
     MutexLock otherLock(otherExec.mHandleLock);
-    EXPECT_EXIT(abortWith(otherLock, exec), diedOfABadAddress, "lock.check.mHandleLock.");
+    EXPECT_EXIT(abortWith(otherLock, exec), hasTouchedBadAddress, "lock.check.mHandleLock.");
 }
 
 /// With a connection to a POSIX side.

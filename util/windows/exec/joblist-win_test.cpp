@@ -138,7 +138,7 @@ TEST_F(JobListDeathTest, WithoutMemoryForTheBufferTheProcessIsStopped) {
         accounting.failNext(listClass, ERROR_MORE_DATA);
         wait.waitChildren("command", /*failureText=*/nullptr);
     };
-    EXPECT_EXIT(grow(), diedOfABadAddress, "assertion failed at .*: pids != 0");
+    EXPECT_EXIT(grow(), hasTouchedBadAddress, "assertion failed at .*: pids != 0");
 }
 
 /// Makes calls in a wait for leftovers fail. After ten failures it lets the leftover go, so that a

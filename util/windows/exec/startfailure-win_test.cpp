@@ -54,7 +54,7 @@ private:
 };
 
 /// The report of a start that failed.
-struct Told {
+struct FailureReport {
     std::string command;
     std::string flags = "60c";
     std::string variables = "0";
@@ -75,11 +75,11 @@ struct Told {
 TEST_F(ExecStartFailureTest, TheReportOfAFailedStartShowsWhatMayHaveCausedIt) {
     const std::string line = execChild("say x");
     const CommandResult result = refuse(line, mFolder.utf8(), "b=2\0a=1\0c\0");
-    const std::string words = Told{.command = line,
-                                   .variables = "3",
-                                   .lineLength = line.size(),
-                                   .blockLength = "11",
-                                   .directory = mFolder.utf8()}
+    const std::string words = FailureReport{.command = line,
+                                            .variables = "3",
+                                            .lineLength = line.size(),
+                                            .blockLength = "11",
+                                            .directory = mFolder.utf8()}
                                   .words();
     EXPECT_EQ(result.code, Exec::failureCode);
     EXPECT_EQ(result.output, "");
@@ -92,17 +92,18 @@ TEST_F(ExecStartFailureTest, TheReportOfAFailedStartShowsWhatMayHaveCausedIt) {
 
 TEST_F(ExecStartFailureTest, ANullEnvironmentHasLength0AndAnEmptyOneHasLength1) {
     const std::string line = execChild();
-    Told told{.command = line, .lineLength = line.size()};
-    EXPECT_EQ(refuse(line).error, told.words());
-    told.blockLength = "1";
-    EXPECT_EQ(refuse(line, "", "").error, told.words());
+    FailureReport report{.command = line, .lineLength = line.size()};
+    EXPECT_EQ(refuse(line).error, report.words());
+    report.blockLength = "1";
+    EXPECT_EQ(refuse(line, "", "").error, report.words());
 }
 
 TEST_F(ExecStartFailureTest, TheFlagsAreThoseOfAJobAsWell) {
     const std::string line = execChild();
     mExec->setStallRules({{".*execchild.*", 1000}});
-    EXPECT_EQ(refuse(line).error,
-              (Told{.command = line, .flags = "100060c", .lineLength = line.size()}.words()));
+    EXPECT_EQ(
+        refuse(line).error,
+        (FailureReport{.command = line, .flags = "100060c", .lineLength = line.size()}.words()));
 }
 
 TEST_F(ExecStartFailureTest, AnAbortBeforeTheStartIsReported) {
@@ -110,7 +111,7 @@ TEST_F(ExecStartFailureTest, AnAbortBeforeTheStartIsReported) {
     mExec->mAborted = true;
     const CommandResult result = refuse(line);
     EXPECT_EQ(result.error,
-              (Told{.command = line, .aborted = "1", .lineLength = line.size()}.words()));
+              (FailureReport{.command = line, .aborted = "1", .lineLength = line.size()}.words()));
     EXPECT_FALSE(result.aborted);
 }
 
@@ -118,7 +119,7 @@ TEST_F(ExecStartFailureTest, TheLengthIsThatOfTheWideLineWhichWasTried) {
     // Without the quotes of a program that can't be found; a character outside the BMP counts
     // twice.
     const std::string line = "\"missing-program\" \"\xc3\xa4\xf0\x9f\x98\x80\"";
-    EXPECT_EQ(refuse(line).error, (Told{.command = line, .lineLength = 21}.words()));
+    EXPECT_EQ(refuse(line).error, (FailureReport{.command = line, .lineLength = 21}.words()));
 }
 
 std::string environmentOf(size_t length) {
@@ -143,10 +144,10 @@ TEST_F(ExecStartFailureTest, AnEnvironmentOverTheLimitIsExplainedWhateverTheFail
          {denied, DWORD{ERROR_NOT_ENOUGH_MEMORY}, DWORD{ERROR_INVALID_PARAMETER}}) {
         for (const Row& row : rows) {
             const CommandResult result = refuse(line, "", environmentOf(row.length).c_str(), error);
-            const std::string words = Told{.command = line,
-                                           .variables = "1",
-                                           .lineLength = line.size(),
-                                           .blockLength = std::to_string(row.length)}
+            const std::string words = FailureReport{.command = line,
+                                                    .variables = "1",
+                                                    .lineLength = line.size(),
+                                                    .blockLength = std::to_string(row.length)}
                                           .words();
             EXPECT_EQ(result.code, Exec::failureCode);
             EXPECT_EQ(result.error, words + row.explanation);

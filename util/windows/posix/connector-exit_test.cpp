@@ -190,7 +190,7 @@ TEST(ExitWithSignalTest, TheSignalGetsItsDefaultDispositionAndIsUnblocked) {
 
 ChildRecord gRecord;
 
-void WINAPI tellRecord(STARTUPINFOA* info) {
+void WINAPI giveRecord(STARTUPINFOA* info) {
     *info = {};
     info->lpReserved2 = gRecord.data();
     info->cbReserved2 = static_cast<WORD>(gRecord.size());
@@ -202,7 +202,7 @@ TEST(InvokedFromCygwinTest, TheFirstAnswerStaysAndADescriptionLooksAnew) {
     EXPECT_FALSE(cygwin::invoked_from_cygwin());
     gRecord = newerRecord(29, knownMagic);
     const testing_support::ReplacedCall<void WINAPI(STARTUPINFOA*)> call("GetStartupInfoA",
-                                                                         &tellRecord);
+                                                                         &giveRecord);
     EXPECT_EQ(c.describe(), "version 1.7.35.\nInvoked from a cygwin process.");
     EXPECT_FALSE(cygwin::invoked_from_cygwin());
 }

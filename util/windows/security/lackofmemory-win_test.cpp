@@ -36,7 +36,7 @@ SecurityIdentifier copyOf(const SecurityIdentifier& sid) { return sid; }
 
 [[noreturn]] void makeSids() {
     const auto expect = [](const char* name, auto step) {
-        expectNothingHeldOfLittleMemory(name, step);
+        expectNoLeakWhenMemoryRunsOut(name, step);
     };
     expect("text", [] { SecurityIdentifier("S-1-5-21-1-2-3-1001"); });
     expect("list", [] { SecurityIdentifier(ntAuthority, {1, 2}); });
@@ -61,7 +61,7 @@ TEST(SecurityWithLittleMemoryDeathTest, SidsHoldNothing) {
     acl.addAce(ACL_REVISION, AccessControlList::atEnd,
                AccessControlEntry::allowed(1, everyone, /*flags=*/0));
     const auto expect = [](const char* name, auto step) {
-        expectNothingHeldOfLittleMemory(name, step);
+        expectNoLeakWhenMemoryRunsOut(name, step);
     };
     expect("entry",
            [&] { static_cast<void>(AccessControlEntry::denied(1, everyone, /*flags=*/0)); });
@@ -87,7 +87,7 @@ TEST(SecurityWithLittleMemoryDeathTest, ListsHoldNothing) {
     const std::string path = folder.utf8();
     const SecurityDescriptor security(text, SDDL_REVISION_1);
     const auto expect = [](const char* name, auto step) {
-        expectNothingHeldOfLittleMemory(name, step);
+        expectNoLeakWhenMemoryRunsOut(name, step);
     };
     expect("text", [] { SecurityDescriptor(text, SDDL_REVISION_1); });
     expect("path", [&] { SecurityDescriptor(path, SE_FILE_OBJECT, /*withSacl=*/false); });
@@ -107,7 +107,7 @@ TEST(SecurityWithLittleMemoryDeathTest, DescriptorsHoldNothing) {
     token.groups(groups);
     token.privileges(privileges);
     const auto expect = [](const char* name, auto step) {
-        expectNothingHeldOfLittleMemory(name, step);
+        expectNoLeakWhenMemoryRunsOut(name, step);
     };
     expect("restricted", [&] { AccessToken(token, 0, groups, privileges, groups); });
     expect("logon", [] { AccessToken("user", "", "password", interactive, defaultProvider); });

@@ -160,7 +160,7 @@ protected:
         gMakes = std::move(makes);
     }
     /// The number of the error whose message the failure has.
-    DWORD toldError() const { return mMessage.calls().back().number; }
+    DWORD reportedError() const { return mMessage.calls().back().number; }
     ~SystemMakePathRaceTest() override {
         EXPECT_TRUE(gFinds.empty());
         EXPECT_TRUE(gMakes.empty());
@@ -192,19 +192,19 @@ TEST_F(SystemMakePathRaceTest, AFileMayAppearMeanwhile) {
 TEST_F(SystemMakePathRaceTest, WhatExistsAndIsNotFoundIsAnError) {
     expect({{"c:/a", nothing}, {"c:/a", ERROR_ACCESS_DENIED}}, {{"c:/a", ERROR_ALREADY_EXISTS}});
     EXPECT_EQ(failureOf("c:/a"), "couldn't create directory \"c:/a\": Denied");
-    EXPECT_EQ(toldError(), DWORD{ERROR_ALREADY_EXISTS});
+    EXPECT_EQ(reportedError(), DWORD{ERROR_ALREADY_EXISTS});
 }
 
 TEST_F(SystemMakePathRaceTest, AnotherErrorIsAFailureAtOnce) {
     expect({{"c:/a", nothing}}, {{"c:/a", ERROR_WRITE_PROTECT}});
     EXPECT_EQ(failureOf("c:/a"), "couldn't create directory \"c:/a\": Denied");
-    EXPECT_EQ(toldError(), DWORD{ERROR_WRITE_PROTECT});
+    EXPECT_EQ(reportedError(), DWORD{ERROR_WRITE_PROTECT});
 }
 
 TEST_F(SystemMakePathRaceTest, AFileAmongTheParentsThatTheSystemNamesIsAFailure) {
     expect({{"c:/f/d", nothing}}, {{"c:/f/d", ERROR_DIRECTORY}});
     EXPECT_EQ(failureOf("c:/f/d"), "couldn't create directory \"c:/f/d\": Denied");
-    EXPECT_EQ(toldError(), DWORD{ERROR_DIRECTORY});
+    EXPECT_EQ(reportedError(), DWORD{ERROR_DIRECTORY});
 }
 
 TEST_F(SystemMakePathRaceTest, BothErrorsOfAMissingParentLeadToIt) {
@@ -240,12 +240,12 @@ TEST_F(SystemMakePathRaceTest, AfterAParentAnErrorIsAFailure) {
             {"c:/a", ERROR_SUCCESS},
             {"c:/a/b", ERROR_ALREADY_EXISTS}});
     EXPECT_EQ(failureOf("c:/a/b"), "couldn't create directory \"c:/a/b\": Denied");
-    EXPECT_EQ(toldError(), DWORD{ERROR_ALREADY_EXISTS});
+    EXPECT_EQ(reportedError(), DWORD{ERROR_ALREADY_EXISTS});
     expect({{"c:/a/b", nothing}, {"c:/a", nothing}}, {{"c:/a/b", ERROR_PATH_NOT_FOUND},
                                                       {"c:/a", ERROR_SUCCESS},
                                                       {"c:/a/b", ERROR_WRITE_PROTECT}});
     EXPECT_EQ(failureOf("c:/a/b"), "couldn't create directory \"c:/a/b\": Denied");
-    EXPECT_EQ(toldError(), DWORD{ERROR_WRITE_PROTECT});
+    EXPECT_EQ(reportedError(), DWORD{ERROR_WRITE_PROTECT});
 }
 
 TEST_F(SystemMakePathRaceTest, AParentThatAppearsMeanwhileIsNotMade) {

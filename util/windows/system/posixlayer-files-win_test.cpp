@@ -260,8 +260,8 @@ TEST(PosixTruncateTest, ANegativeSizeIsAFailureAndNothingChanges) {
 
 decltype(SetFilePointerEx)* gMove = nullptr;
 
-BOOL WINAPI moveAndSpoilError(HANDLE file, LARGE_INTEGER distance, PLARGE_INTEGER position,
-                              DWORD method) {
+BOOL WINAPI moveAndChangeError(HANDLE file, LARGE_INTEGER distance, PLARGE_INTEGER position,
+                               DWORD method) {
     const BOOL moved = gMove(file, distance, position, method);
     SetLastError(ERROR_SUCCESS);
     return moved;
@@ -282,7 +282,7 @@ TEST(PosixTruncateTest, AFailureToSetTheEndIsReportedAndThePositionStays) {
         SetLastError(ERROR_DISK_FULL);
         return FALSE;
     });
-    const ReplacedCall<decltype(SetFilePointerEx)> move("SetFilePointerEx", moveAndSpoilError);
+    const ReplacedCall<decltype(SetFilePointerEx)> move("SetFilePointerEx", moveAndChangeError);
     gMove = move.original();
     EXPECT_EQ(posixlayer::truncateFile(file.get(), 1), callFailed);
     EXPECT_EQ(GetLastError(), DWORD{ERROR_DISK_FULL});

@@ -199,7 +199,7 @@ TEST(PosixSpawnTest, AMissingProgramIsAFailure) {
 }
 
 TEST(PosixMeaninglessDeathTest, ACallWithoutMeaningStopsTheProcessWithAnAssertion) {
-    EXPECT_EXIT(posixlayer::meaninglessCall(), testing_support::diedOfABadAddress,
+    EXPECT_EXIT(posixlayer::meaninglessCall(), testing_support::hasTouchedBadAddress,
                 "assertion failed at util/windows/system/posixlayer-win\\.cpp\\(\\d+\\): 0\r?\n");
 }
 

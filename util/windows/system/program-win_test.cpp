@@ -40,50 +40,50 @@ DWORD WINAPI programName(HMODULE module, LPWSTR name, DWORD room) {
     return static_cast<DWORD>(length);
 }
 
-void tell(const std::string& path) { std::cerr << "[" << path << "]"; }
-void tellDirectory() { tell(System::programDirectory()); }
+void print(const std::string& path) { std::cerr << "[" << path << "]"; }
+void printDirectory() { print(System::programDirectory()); }
 
-[[noreturn]] void tellDirectoryOf(const std::wstring& program) {
+[[noreturn]] void printDirectoryOf(const std::wstring& program) {
     const ReplacedCall<decltype(GetModuleFileNameW)> call("GetModuleFileNameW", programName);
     gProgram = program;
-    tellDirectory();
+    printDirectory();
     std::exit(0);
 }
 
 std::wstring programOfLength(size_t length) { return L"C:\\p\\" + std::wstring(length - 5, L'x'); }
 
 TEST(SystemProgramDirectoryDeathTest, ANameThatFillsTheBufferIsAskedForAgainWithTwiceTheRoom) {
-    EXPECT_EXIT(tellDirectoryOf(programOfLength(259)), testing::ExitedWithCode(0),
+    EXPECT_EXIT(printDirectoryOf(programOfLength(259)), testing::ExitedWithCode(0),
                 "^260;\\[C:\\\\p\\]$");
-    EXPECT_EXIT(tellDirectoryOf(programOfLength(260)), testing::ExitedWithCode(0),
+    EXPECT_EXIT(printDirectoryOf(programOfLength(260)), testing::ExitedWithCode(0),
                 "^260;520;\\[C:\\\\p\\]$");
-    EXPECT_EXIT(tellDirectoryOf(programOfLength(1040)), testing::ExitedWithCode(0),
+    EXPECT_EXIT(printDirectoryOf(programOfLength(1040)), testing::ExitedWithCode(0),
                 "^260;520;1040;2080;\\[C:\\\\p\\]$");
 }
 
 TEST(SystemProgramDirectoryDeathTest, TheNameIsCutAtTheLastBackslashAndIsUtf8) {
-    EXPECT_EXIT(tellDirectoryOf(L"C:\\\u03A9/a\\b c\\x.exe"), testing::ExitedWithCode(0),
+    EXPECT_EXIT(printDirectoryOf(L"C:\\\u03A9/a\\b c\\x.exe"), testing::ExitedWithCode(0),
                 "^260;\\[C:\\\\\xCE\xA9/a\\\\b c\\]$");
 }
 
 TEST(SystemProgramDirectoryDeathTest, ANameWithoutABackslashIsNotCut) {
-    EXPECT_EXIT(tellDirectoryOf(L"C:/p/x.exe"), testing::ExitedWithCode(0),
+    EXPECT_EXIT(printDirectoryOf(L"C:/p/x.exe"), testing::ExitedWithCode(0),
                 "^260;\\[C:/p/x.exe\\]$");
 }
 
-void tellWhatIsKept() {
+void printWhatIsKept() {
     const ReplacedCall<decltype(GetModuleFileNameW)> call("GetModuleFileNameW", programName);
     const std::string* none = &System::programDirectory();
     std::cerr << (none == &System::programDirectory() ? "same" : "another");
     for (const wchar_t* program : {L"", L"C:\\one\\x.exe", L"C:\\two\\x.exe"}) {
         gProgram = program;
-        tellDirectory();
+        printDirectory();
     }
     std::exit(0);
 }
 
 TEST(SystemProgramDirectoryDeathTest, TheFirstFolderIsKeptAndWithoutOneItIsEmpty) {
-    EXPECT_EXIT(tellWhatIsKept(), testing::ExitedWithCode(0),
+    EXPECT_EXIT(printWhatIsKept(), testing::ExitedWithCode(0),
                 "^260;260;same260;\\[\\]260;\\[C:\\\\one\\]\\[C:\\\\one\\]$");
 }
 
@@ -93,7 +93,7 @@ void failToConvert() {
     const ReplacedCall<decltype(WideCharToMultiByte)> conversion(
         "WideCharToMultiByte",
         [](UINT, DWORD, LPCWCH, int, LPSTR, int, LPCCH, LPBOOL) -> int { return 0; });
-    tellDirectory();
+    printDirectory();
     std::exit(0);
 }
 
@@ -112,7 +112,7 @@ void loseTheRace() {
             }
             return static_cast<DWORD>(std::wcslen(lstrcpyW(name, L"C:\\first\\x.exe")));
         });
-    tellDirectory();
+    printDirectory();
     std::cerr << (winner == &System::programDirectory() ? " of the first" : " of its own");
     std::exit(0);
 }
@@ -139,7 +139,7 @@ void loseTheRaceWithALongFolder() {
             return static_cast<DWORD>(late.size());
         });
     const size_t before = heapBytes();
-    tellDirectory();
+    printDirectory();
     std::cerr << (heapBytes() < before + late.size() / 2 ? " freed" : " kept");
     std::exit(0);
 }
@@ -169,27 +169,27 @@ TEST(SystemPathBelowProgramTest, ABackslashIsNoSlashBetween) {
     EXPECT_EQ(System::pathBelowProgram("\\a", fallback), programFolder() + "/\\a");
 }
 
-void tellPathsBelow(const std::wstring& program) {
+void printPathsBelow(const std::wstring& program) {
     const ReplacedCall<decltype(GetModuleFileNameW)> call("GetModuleFileNameW", programName);
     gProgram = program;
     for (const char* relative : {"a", "/a", ""}) {
-        tell(System::pathBelowProgram(relative, fallback));
+        print(System::pathBelowProgram(relative, fallback));
     }
     std::exit(0);
 }
 
 TEST(SystemPathBelowProgramDeathTest, NoSlashIsAddedToAFolderThatEndsInOne) {
-    EXPECT_EXIT(tellPathsBelow(L"C:/p/\\x.exe"), testing::ExitedWithCode(0),
+    EXPECT_EXIT(printPathsBelow(L"C:/p/\\x.exe"), testing::ExitedWithCode(0),
                 "^260;\\[C:/p/a\\]\\[C:/p//a\\]\\[C:/p/\\]$");
 }
 
 TEST(SystemPathBelowProgramDeathTest, ASlashIsAddedToAFolderThatEndsInABackslash) {
-    EXPECT_EXIT(tellPathsBelow(L"C:\\p\\\\x.exe"), testing::ExitedWithCode(0),
+    EXPECT_EXIT(printPathsBelow(L"C:\\p\\\\x.exe"), testing::ExitedWithCode(0),
                 R"(^260;\[C:\\p\\/a\]\[C:\\p\\/a\]\[C:\\p\\\]$)");
 }
 
 TEST(SystemPathBelowProgramDeathTest, WithoutAFolderItIsWhatTheFallbackReturns) {
-    EXPECT_EXIT(tellPathsBelow(L""), testing::ExitedWithCode(0),
+    EXPECT_EXIT(printPathsBelow(L""), testing::ExitedWithCode(0),
                 "^260;\\[the fallback\\]260;\\[the fallback\\]260;\\[the fallback\\]$");
 }
 
@@ -200,7 +200,7 @@ TEST(SystemPathBelowProgramTest, BaseConfigurationAndInstallationLieAroundThePro
     EXPECT_EQ(System::installationFallback(), program + "/../../..");
 }
 
-void tellWithoutProgram() {
+void printWithoutProgram() {
     const ReplacedCall<decltype(GetModuleFileNameW)> call("GetModuleFileNameW", programName);
     for (const std::string& path : {System::baseDirectory(), System::configurationDirectory(),
                                     System::installationFallback()}) {
@@ -210,7 +210,7 @@ void tellWithoutProgram() {
 }
 
 TEST(SystemPathBelowProgramDeathTest, WithoutAProgramsFolderTheyAreTheCurrentDirectory) {
-    EXPECT_EXIT(tellWithoutProgram(), testing::ExitedWithCode(0),
+    EXPECT_EXIT(printWithoutProgram(), testing::ExitedWithCode(0),
                 "^260;260;260;current;current;current;$");
 }
 

@@ -248,7 +248,7 @@ public:
         EXPECT_EQ(handleCount(), handles);
     }
     /// The error whose message was asked for last.
-    DWORD toldError() const { return mMessage.calls().back().number; }
+    DWORD reportedError() const { return mMessage.calls().back().number; }
     /// Doesn't use the replaced call.
     bool has(const wchar_t* name) const {
         gClosedName.clear();
@@ -271,7 +271,7 @@ TEST(SystemDeleteKeyTest, AKeyThatCannotBeOpenedIsAFailureWithTheMessageOfItsErr
     std::string message;
     key.fail(&message);
     EXPECT_EQ(message, closedMessage);
-    EXPECT_EQ(key.toldError(), DWORD{ERROR_ACCESS_DENIED});
+    EXPECT_EQ(key.reportedError(), DWORD{ERROR_ACCESS_DENIED});
     EXPECT_TRUE(key.has(L"a\\b\\c\\d"));
 }
 

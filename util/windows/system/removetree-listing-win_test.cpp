@@ -87,7 +87,7 @@ protected:
         gRefusal = ERROR_ACCESS_DENIED;
         gLaterRefusal = ERROR_ACCESS_DENIED;
     }
-    DWORD toldError() const { return mMessage.calls().back().number; }
+    DWORD reportedError() const { return mMessage.calls().back().number; }
 
 private:
     static DWORD WINAPI lookAtAttributes(LPCWSTR path) {
@@ -141,7 +141,7 @@ TEST_F(SystemRemoveTreeListingTest, ADenialOfAccessClearsTheReadOnlyAttributeFor
     EXPECT_FALSE(removal.result);
     EXPECT_EQ(removal.message,
               "System::removeTree couldn't delete file\"\\\\?\\c:\\t\\f\": It can't be");
-    EXPECT_EQ(toldError(), DWORD{ERROR_SHARING_VIOLATION}) << "that of the last attempt";
+    EXPECT_EQ(reportedError(), DWORD{ERROR_SHARING_VIOLATION}) << "that of the last attempt";
     EXPECT_EQ(gCalls, (Calls{std::wstring(L"find ") + listingPattern, L"file \\\\?\\c:\\t\\f",
                              L"2 \\\\?\\c:\\t\\f", L"file \\\\?\\c:\\t\\f", L"close"}));
 }
@@ -151,7 +151,7 @@ TEST_F(SystemRemoveTreeListingTest, AnyOtherRefusalLeavesTheAttributesAlone) {
     gRefused = {L"file \\\\?\\c:\\t\\f"};
     gRefusal = ERROR_SHARING_VIOLATION;
     EXPECT_FALSE(removeTree("c:/t", /*keepRoot=*/true).result);
-    EXPECT_EQ(toldError(), DWORD{ERROR_SHARING_VIOLATION});
+    EXPECT_EQ(reportedError(), DWORD{ERROR_SHARING_VIOLATION});
     EXPECT_EQ(gCalls,
               (Calls{std::wstring(L"find ") + listingPattern, L"file \\\\?\\c:\\t\\f", L"close"}));
 }
@@ -187,7 +187,7 @@ TEST_F(SystemRemoveTreeListingTest, AListingThatCannotBeginIsReportedWithItsPatt
     EXPECT_FALSE(removal.result);
     EXPECT_EQ(removal.message,
               "System::removeTree got error from FindFirstFileW(\"\\\\?\\c:\\t\\*\"): It can't be");
-    EXPECT_EQ(toldError(), DWORD{ERROR_ACCESS_DENIED});
+    EXPECT_EQ(reportedError(), DWORD{ERROR_ACCESS_DENIED});
     EXPECT_EQ(gCalls.back(), L"directory \\\\?\\c:\\t") << "that is tried all the same";
 }
 
@@ -227,7 +227,7 @@ TEST_F(SystemRemoveTreeListingTest, ASubdirectoryThatCannotBeListedIsReportedWit
     EXPECT_EQ(
         removal.message,
         "System::removeTree got error from FindFirstFileW(\"\\\\?\\c:\\t\\d1\\*\"): It can't be");
-    EXPECT_EQ(toldError(), DWORD{ERROR_ACCESS_DENIED});
+    EXPECT_EQ(reportedError(), DWORD{ERROR_ACCESS_DENIED});
     EXPECT_EQ(gCalls, (Calls{std::wstring(L"find ") + listingPattern, L"find \\\\?\\c:\\t\\d1\\*",
                              L"directory \\\\?\\c:\\t\\d1", L"file \\\\?\\c:\\t\\f", L"close",
                              L"directory \\\\?\\c:\\t"}));
@@ -238,7 +238,7 @@ TEST_F(SystemRemoveTreeListingTest, AListingThatBreaksOffIsReported) {
     const Removal removal = removeTree("c:/t");
     EXPECT_FALSE(removal.result);
     EXPECT_EQ(removal.message, "System::removeTree got error from FindNextFileW: It can't be");
-    EXPECT_EQ(toldError(), DWORD{ERROR_NETNAME_DELETED});
+    EXPECT_EQ(reportedError(), DWORD{ERROR_NETNAME_DELETED});
     EXPECT_EQ(gCalls.back(), L"directory \\\\?\\c:\\t");
 }
 

@@ -38,7 +38,7 @@ protected:
     std::string write(const std::string& name) const { return mFolder.write("tree/" + name, "x"); }
     std::string at(const std::string& name) const { return mRoot + '/' + name; }
     /// The number of the error whose text a message has.
-    DWORD toldError() const { return mMessage.calls().back().number; }
+    DWORD reportedError() const { return mMessage.calls().back().number; }
 
     TempFolder mFolder;
     std::string mRoot = mFolder.utf8("tree");
@@ -125,7 +125,7 @@ TEST_F(SystemRemoveTreeTest, ALinkThatCannotBeRemovedEndsTheListing) {
     EXPECT_FALSE(removal.result);
     EXPECT_EQ(removal.message, "System::removeTree couldn't delete reparse point\"" +
                                    wideForm(at("link")) + "\": It can't be");
-    EXPECT_EQ(toldError(), DWORD{ERROR_SHARING_VIOLATION});
+    EXPECT_EQ(reportedError(), DWORD{ERROR_SHARING_VIOLATION});
     EXPECT_TRUE(System::exists(mFolder.utf8("target/f")));
     const size_t before = handleCount();
     removeTree(mRoot);
@@ -139,7 +139,7 @@ TEST_F(SystemRemoveTreeTest, AFileThatAnotherProcessHoldsStaysUntilItLetsGo) {
     EXPECT_FALSE(refused.result);
     EXPECT_EQ(refused.message,
               "System::removeTree couldn't delete file\"" + wideForm(file) + "\": It can't be");
-    EXPECT_EQ(toldError(), DWORD{ERROR_SHARING_VIOLATION});
+    EXPECT_EQ(reportedError(), DWORD{ERROR_SHARING_VIOLATION});
     EXPECT_TRUE(System::exists(file));
     EXPECT_TRUE(child.end());
     EXPECT_TRUE(removeTree(mRoot).result);
@@ -152,7 +152,7 @@ TEST_F(SystemRemoveTreeTest, ADirectoryThatAnotherProcessHoldsStays) {
     EXPECT_FALSE(refused.result);
     EXPECT_EQ(refused.message,
               "System::removeTree couldn't delete directory \"" + mRoot + "\": It can't be");
-    EXPECT_EQ(toldError(), DWORD{ERROR_SHARING_VIOLATION});
+    EXPECT_EQ(reportedError(), DWORD{ERROR_SHARING_VIOLATION});
     EXPECT_TRUE(child.end());
 }
 
@@ -163,7 +163,7 @@ TEST_F(SystemRemoveTreeTest, ADirectoryBelowThatCannotBeRemovedIsNamedByItsWideF
     EXPECT_FALSE(removal.result);
     EXPECT_EQ(removal.message, "System::removeTree couldn't delete directory \"" +
                                    wideForm(directory) + "\": It can't be");
-    EXPECT_EQ(toldError(), DWORD{ERROR_SHARING_VIOLATION});
+    EXPECT_EQ(reportedError(), DWORD{ERROR_SHARING_VIOLATION});
 }
 
 TEST_F(SystemRemoveTreeTest, TheFirstFailureIsReportedAndATextThatIsThereStays) {

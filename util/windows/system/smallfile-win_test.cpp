@@ -158,16 +158,16 @@ uint64_t gSize = 0;
 bool gHasSize = true;
 
 /// Until the scope ends, reports another size for every file, or fails with 50.
-class ToldSize {
+class ReportedSize {
 public:
-    explicit ToldSize(uint64_t size) {
+    explicit ReportedSize(uint64_t size) {
         gHasSize = true;
         gSize = size;
     }
-    ToldSize() { gHasSize = false; }
+    ReportedSize() { gHasSize = false; }
 
 private:
-    static BOOL WINAPI tell(HANDLE, PLARGE_INTEGER size) {
+    static BOOL WINAPI report(HANDLE, PLARGE_INTEGER size) {
         if (!gHasSize) {
             SetLastError(ERROR_NOT_SUPPORTED);
             return FALSE;
@@ -176,13 +176,13 @@ private:
         return TRUE;
     }
 
-    ReplacedCall<decltype(GetFileSizeEx)> mCall{"GetFileSizeEx", tell};
+    ReplacedCall<decltype(GetFileSizeEx)> mCall{"GetFileSizeEx", report};
 };
 
 TEST(ReadFileTest, AFileThatGrowsIsReadAsItWas) {
     const TempFolder folder;
     const std::string path = folder.write("file", "as it was, and more");
-    const ToldSize size(9);
+    const ReportedSize size(9);
     std::string text;
     EXPECT_EQ(readFile(path, text), fileIsRead);
     EXPECT_EQ(text, "as it was");
@@ -191,7 +191,7 @@ TEST(ReadFileTest, AFileThatGrowsIsReadAsItWas) {
 TEST(ReadFileTest, OfAFileThatShrinksThereIsWhatIsLeft) {
     const TempFolder folder;
     const std::string path = folder.write("file", "left");
-    const ToldSize size(1000);
+    const ReportedSize size(1000);
     std::string text = "what is ";
     EXPECT_EQ(readFile(path, text), fileIsRead);
     EXPECT_EQ(text, "what is left");
@@ -286,7 +286,7 @@ TEST(ReadFileTest, AFileThatAnotherProcessHasLockedIs5003) {
 TEST(ReadFileTest, AFileWithoutASizeIs5004) {
     const TempFolder folder;
     const std::string path = folder.write("file", "text");
-    const ToldSize none;
+    const ReportedSize none;
     std::string text = "before";
     EXPECT_EQ(readFile(path, text), 5004);
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_NOT_SUPPORTED));
@@ -296,7 +296,7 @@ TEST(ReadFileTest, AFileWithoutASizeIs5004) {
 TEST(ReadFileTest, ASizeThatOverflowsWithTheTextIs5005) {
     const TempFolder folder;
     const std::string path = folder.write("file", "text");
-    const ToldSize size(std::numeric_limits<uint64_t>::max() - 5);
+    const ReportedSize size(std::numeric_limits<uint64_t>::max() - 5);
     std::string text = "before";
     EXPECT_EQ(readFile(path, text), 5005);
     EXPECT_EQ(text, path + ": file too long: 18446744073709551610");
@@ -312,7 +312,7 @@ TEST(ReadFileTest, ASizeBeyondTheMemoryIs5006) {
         {std::numeric_limits<uint64_t>::max() - 6, "18446744073709551609"},
     };
     for (const auto& [size, number] : rows) {
-        const ToldSize told(size);
+        const ReportedSize reported(size);
         std::string text = "before";
         EXPECT_EQ(readFile(path, text), 5006);
         EXPECT_EQ(text, path + ": file too long: " + number);
@@ -327,11 +327,11 @@ TEST(ReadFileTest, NoFailureLeavesTheFileOpen) {
     const size_t before = handleCount();
     EXPECT_EQ(readFile(path, text), fileIsRead);
     {
-        const ToldSize none;
+        const ReportedSize none;
         EXPECT_EQ(readFile(path, text), fileSizeUnknown);
     }
     for (const uint64_t size : {std::numeric_limits<uint64_t>::max(), uint64_t{1} << 60}) {
-        const ToldSize told(size);
+        const ReportedSize reported(size);
         text = "before";
         EXPECT_GE(readFile(path, text), fileTooLong);
     }
@@ -385,7 +385,7 @@ TEST(FileErrorTextTest, EveryMessageOfReadFileEscapesThePath) {
     std::string text;
     EXPECT_EQ(readFile(path + "missing", text), fileNotOpened);
     EXPECT_EQ(text.substr(0, start.size() - 2), folder.utf8() + "/\\u00e9");
-    const ToldSize size(uint64_t{1} << 60);
+    const ReportedSize size(uint64_t{1} << 60);
     text.clear();
     EXPECT_EQ(readFile(path, text), fileBeyondMemory);
     EXPECT_EQ(text, start + "file too long: 1152921504606846976");
