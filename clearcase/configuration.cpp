@@ -108,8 +108,8 @@ private:
         PathBuffer key;
         mElements.store(elementKeyIn(key, path), type, value);
         if (!mViewRootPrefix.empty()) {
-            // Compatibility: the path as the file spells it, with no separator between the two.
-            // Only a key that is in normal form with backslashes can be found.
+            // Compatibility: the second key is the prefix directly followed by the path as the
+            // configuration spells it. Only a key in normal form with backslashes can be found.
             mElements.store(mViewRootPrefix + std::string(path), type, value);
         }
     }
@@ -176,5 +176,6 @@ void readConfiguration(std::istream& input, const std::string& viewRootPrefix,
         begun.append(text);
     }
     reader.finish();
-    // Compatibility: a last line without a line feed doesn't count.
+    // Compatibility: what is left in `begun` is dropped: a file without a line feed at its end
+    // loses its last line.
 }

@@ -41,8 +41,8 @@ public:
         DWORD size = buffer.size();
         const DWORD error = WNetEnumResourceA(mEnumeration, &count, buffer.data(), &size);
         if (error != NO_ERROR && error != ERROR_NO_MORE_ITEMS) {
-            // Compatibility: after a failure the enumeration isn't touched again, so its handle
-            // is leaked, once per load of the library.
+            // Compatibility: after a failure no further call is made on the enumeration, so a
+            // provider sees none, and the handle leaks once per load of the library.
             mOpen = false;
             throw Win32Exception("WNetEnumResource", error);
         }

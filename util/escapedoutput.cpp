@@ -280,8 +280,8 @@ bool WrappedOutput::putCharacter(std::string_view text) {
         if (!put("\"") || !lineFeed() || !putSpaces(mLayout.indent) || !put("\"")) {
             return false;
         }
-        // Compatibility: the column counts from a margin below 0 too, so such lines are longer by
-        // as much.
+        // Compatibility: a negative margin is counted as it is, so lines with one are longer than
+        // the width by that amount.
         mLayout.column = mLayout.indent + 1;
     }
     return put(text);

@@ -166,7 +166,8 @@ bool wildcardMatch(StringSpan pattern, StringSpan text, bool literalBrackets, bo
                                         (p + 1 == pattern.length && pattern.data[p] == '*'))) {
             return true;
         }
-        // Compatibility: a star never leaves an empty rest of the text to the pattern after it.
+        // Compatibility: a star that more pattern follows never takes the whole rest of the text:
+        // "abc**" doesn't match "abc".
         if (afterStar == none) {
             return false;
         }

@@ -115,7 +115,7 @@ TEST(WildcardMatchTest, ANegatedClassMatchesAllButItsMembers) {
 }
 
 TEST(WildcardMatchTest, OfANegatedClassAMemberBeforeADashOfNoRangeIsNotLookedAt) {
-    expectMatches({{"[!c-a]", "c", true},  // Compatibility: a range that runs backwards
+    expectMatches({{"[!c-a]", "c", true},  // the range runs backwards
                    {"[!c-a]", "-", false},
                    {"[!c-a]", "a", false},
                    {"[!a-]", "a", true},

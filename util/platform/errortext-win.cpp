@@ -52,8 +52,8 @@ private:
 /// is none.
 std::optional<std::string> findMessage(DWORD flags, HMODULE source, uint32_t number) {
     std::array<wchar_t, 500> buffer;
-    // FORMAT_MESSAGE_IGNORE_INSERTS is left out on purpose. Without it, the call refuses a message
-    // with placeholders, which would say less than the number.
+    // Compatibility: without FORMAT_MESSAGE_IGNORE_INSERTS, the call refuses a message with
+    // placeholders, so its number is shown.
     const DWORD length = FormatMessageW(flags, source, number, gMessageLanguage, buffer.data(),
                                         static_cast<DWORD>(buffer.size()), /*Arguments=*/nullptr);
     if (length == 0) {

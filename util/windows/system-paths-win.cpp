@@ -213,7 +213,7 @@ bool System::shortPath(const std::string& path, std::string& result) {
         return false;
     }
     // Compatibility: unlike for the long form, there is no second call. The returned length is used
-    // even for a text that didn't fit.
+    // even for a text that didn't fit: the result is then that many null characters.
     buffer.resize(length);
     result = fromWindows(buffer);
     return true;

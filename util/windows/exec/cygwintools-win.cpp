@@ -47,7 +47,8 @@ std::optional<std::string> outputOf(const std::string& line) {
 
 /// `program` ends with a space.
 std::string runPathTool(const char* program, std::string options, const std::string& path) {
-    // Compatibility: without options there are two spaces before the path. The tools accept them.
+    // Compatibility: without options there are two spaces before the path. Callers may compare the
+    // command line, and the tools accept it.
     options.insert(0, program).append(1, ' ').append(path);
     std::string output = outputOf(options).value_or(std::string());
     trim(output);
@@ -74,7 +75,7 @@ Found findBySuffix(std::string native) {
         const std::string candidate = native + suffix;
         if (System::exists(candidate + linkSuffix)) {
             // Compatibility: after a link that can't be read, the other suffixes are tried alone,
-            // as names in the current directory.
+            // as names in the current directory, so a file there with such a name is found.
             native = runReadlink(candidate, "");
             if (!native.empty()) {
                 return {"", joinPath(parentPath(candidate), native, '/')};

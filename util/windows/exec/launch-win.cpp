@@ -282,7 +282,8 @@ int32_t Exec::Run::startFailed(const ProgramAndLine& command, uint32_t error) {
          << "Command line length=" << command.line.size() << "; "
          << "Environment block length="
          << size.bytes
-         // Compatibility: this quote closes one that never opened.
+         // Compatibility: callers may search for "'; working directory '", although no quote is
+         // open before it.
          << "'; working directory '" << mWorkingDirectory << "': " << ErrorNumber{error} << ".\n";
     if (size.bytes > environmentLimit) {
         text << "Explanation: Total length of environment "

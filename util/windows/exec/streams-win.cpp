@@ -153,7 +153,8 @@ void separateError(STARTUPINFOW& startup, std::string& message) {
         return;
     }
     startup.hStdError = copy;
-    // No effect: GetCurrentProcess returns a pseudo handle.
+    // Compatibility: closes the pseudo handle of GetCurrentProcess, which has no effect. Callers
+    // may watch the call.
     CloseHandle(self);
 }
 

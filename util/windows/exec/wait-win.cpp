@@ -145,7 +145,8 @@ bool Exec::endByForce(const Wait& wait, HANDLE ntvdm) {
 }
 
 void Exec::waitChildren(const char* command, std::string* failureText) {
-    // A process that can't be opened or named makes the passes spin until it is gone.
+    // Compatibility: a process that can't be opened or named makes the passes spin until it is
+    // gone, so the run doesn't end before it.
     ProcessList list(mPidBufferSize);
     for (;;) {
         if (!list.query(mJob)) {

@@ -39,7 +39,8 @@ size_t sidOffsetOf(BYTE type) {
         case ACCESS_DENIED_CALLBACK_OBJECT_ACE_TYPE:
         case SYSTEM_AUDIT_CALLBACK_OBJECT_ACE_TYPE:
         case SYSTEM_ALARM_CALLBACK_OBJECT_ACE_TYPE:
-            // Compatibility: the offset after both GUIDs, even if an entry lacks one.
+            // Compatibility: the offset after both GUIDs, even if an entry lacks one. The SID of
+            // such an entry is then read from the wrong bytes.
             return objectSidOffset;
         default:
             return 0;
@@ -159,8 +160,8 @@ AccessControlList::AccessControlList(DWORD aceCount, DWORD revision, bool limitS
         static_cast<DWORD>(std::min<uint64_t>(wanted, limitSize ? sizeLimit : MAXDWORD));
     mAcl = static_cast<PACL>(LocalAlloc(LMEM_FIXED, size));
     if (!InitializeAcl(mAcl, size, revision)) {
-        // Compatibility: the memory leaks. Windows refuses only a wrong size or revision, which is
-        // a bug in the caller.
+        // Compatibility: the memory isn't freed. Callers may compare what is allocated after such a
+        // failure. Windows refuses only a wrong size or revision.
         throw Win32Exception("InitializeAcl");
     }
     mOwned = true;

@@ -197,7 +197,7 @@ TEST_F(SecurityDescriptorFailureTest, AnObjectThatCannotBeWrittenHasTheNumberTha
     expectFailureOf<decltype(SetSecurityInfo)>("SetSecurityInfo", [&] {
         security.write(GetCurrentProcess(), SE_KERNEL_OBJECT, /*withSacl=*/false, 0);
     });
-    // Compatibility: the name of the call lacks its W.
+    // Compatibility: the name of the call lacks its W, and callers may compare the text.
     expectFailureOf<decltype(SetNamedSecurityInfoW)>(
         "SetNamedSecurityInfoW", "SetNamedSecurityInfo",
         [&] { security.write("c:/file", SE_FILE_OBJECT, /*withSacl=*/false, 0); });

@@ -97,8 +97,8 @@ SecurityIdentifier::SecurityIdentifier(const char* text) {
     try {
         mSid = copyBytes(sid).release();
     } catch (const Win32Exception&) {
-        // Compatibility: if CopySid fails, the block leaks. CopySid fails only for an invalid SID,
-        // and Windows has just made this one.
+        // Compatibility: if CopySid fails, the block isn't freed. Callers may compare what is
+        // allocated after such a failure.
         static_cast<void>(owner.release());
         throw;
     }

@@ -158,7 +158,7 @@ std::ostream& operator<<(std::ostream& out, const Trustee& trustee) {
 }
 
 std::ostream& operator<<(std::ostream& out, const ExplicitAccess& access) {
-    // Compatibility: two spaces after the trustee.
+    // Compatibility: callers may compare the text, so it keeps its two spaces after the trustee.
     out << "ExplicitAccess [for " << access.trustee() << ":  "
         << orNothing(accessModeName(access.mode())) << ' ';
     writeMask(out, access.permissions());
@@ -174,7 +174,8 @@ std::ostream& operator<<(std::ostream& out, const SecurityDescriptor& security) 
         return out << "Invalid SecurityDescriptor!";
     }
     const SECURITY_DESCRIPTOR_CONTROL control = security.control();
-    // Compatibility: two spaces before the first flag, and no bracket at the end.
+    // Compatibility: callers may compare the text, so it keeps its two spaces before the first flag
+    // and no bracket at the end.
     out << "SD [Flags: ";
     writeDescriptorControl(out, control);
     out << "]\n\tOwner = " << security.owner() << "\n\tGroup = " << security.group();
@@ -183,7 +184,8 @@ std::ostream& operator<<(std::ostream& out, const SecurityDescriptor& security) 
     if (type == ObjectType::file && kind == ObjectKind::unknown) {
         kind = ObjectKind::plainFile;
     }
-    // Compatibility: an exception from here on leaves it set on the stream.
+    // Compatibility: after an exception the stream keeps this kind of object, and names the rights
+    // of the next entries by it.
     ObjectContext::set(out, long{1} + static_cast<long>(type), static_cast<long>(kind));
     if ((control & SE_DACL_PRESENT) != 0) {
         out << "\n\tDACL = " << security.dacl();

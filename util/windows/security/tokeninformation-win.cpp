@@ -166,6 +166,8 @@ void AccessToken::groupsAndPrivileges(SidList& groups, SidList& restricted,
     authenticationId = found->AuthenticationId;
 }
 
+// Compatibility: the data begins with a pointer, so this is half an address. Callers may compare it
+// with 0.
 int AccessToken::userWord() const { return *TokenBuffer<int>(mToken, TokenUser); }
 
 bool AccessToken::hasUserWord() const { return userWord() != 0; }
@@ -233,7 +235,8 @@ bool AccessToken::adjustGroups(const SidList* groups, SidList* previous) {
     DWORD countAlone = 0;
     DWORD needed = 0;
     const bool wantsState = previous != nullptr;
-    // Compatibility: unlike with privileges, a buffer that is too small is an error here.
+    // Compatibility: unlike with privileges, a buffer that is too small is an error here, so a
+    // former state of more than four bytes always throws.
     if (!adjust(wantsState ? sizeof countAlone : 0, wantsState ? &countAlone : nullptr,
                 wantsState ? &needed : nullptr)) {
         throw Win32Exception(name);

@@ -58,7 +58,8 @@ Trustee& Trustee::assign(const Trustee& other, bool localCopy) {
     const bool wasOwn = other.pointsAtOwnStore();
     mTrustee = other.mTrustee;
     if (hasObjects(form())) {
-        // Compatibility: even without a local copy, unlike the constructor.
+        // Compatibility: assigning a form with objects always throws, even where nothing would be
+        // copied. The constructor shares such a form.
         refuseObjects();
     }
     if (localCopy || (canBeCopied(form()) && wasOwn)) {

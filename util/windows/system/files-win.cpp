@@ -72,7 +72,8 @@ std::string parentToLookAt(const std::string& path) {
     if (length == 2 && isDriveRoot(path.substr(0, 3).c_str()) != 0) {
         length = 3;
     }
-    // Compatibility: a parent of one character, such as that of "a/b", counts as none.
+    // Compatibility: a parent of one character, such as that of "a/b", counts as none, so
+    // `missingParents` doesn't list it.
     return length >= 2 ? path.substr(0, length) : std::string();
 }
 
@@ -146,7 +147,8 @@ bool System::canListDirectory(const std::string& path) {
         SetLastError(ERROR_PATH_NOT_FOUND);  // no wide form
         return false;
     }
-    // Compatibility: an empty path is the root of the current drive.
+    // Compatibility: an empty path is the root of the current drive, so it can be listed if that
+    // root can.
     return canListWide(name);
 }
 

@@ -111,6 +111,6 @@ bool System::deleteKey(HKEY parent, const wchar_t* subKey, std::string* message)
         }
     }
     key.close();
-    // Compatibility: a failure here has no message.
+    // Compatibility: a failure here has no message, so callers get false and `*message` as it was.
     return RegDeleteKeyW(parent, subKey) == ERROR_SUCCESS;
 }

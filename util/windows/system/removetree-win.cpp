@@ -21,6 +21,9 @@ namespace {
 /// Goes through a tree with one path that grows and shrinks, and a search handle for each level. It
 /// doesn't use recursion, since a path can be thousands of levels deep. Names are taken verbatim
 /// from the listing, so that names which `unicodePath` would change are removed as well.
+///
+/// Compatibility: callers may compare messages, so they keep what they lack: the space before a
+/// quote, and the closing quote of the warning.
 class TreeRemoval {
 public:
     TreeRemoval(std::string& message, bool closeSystemHandles)

@@ -100,7 +100,9 @@ std::wstring rootOf(const std::string& path, const Account& account) {
     if (!System::longPath(path, real)) {
         // `real` is now the absolute form.
         account.line("Couldn't convert '", real, "' to a real path.");
-        real = path;  // Compatibility: as passed by the caller, not the absolute form
+        // Compatibility: goes on with the path as passed, not with its absolute form, so a relative
+        // path without a long form isn't looked for on the current drive.
+        real = path;
     }
     PathRange range;
     std::string root;
@@ -131,7 +133,8 @@ void reportDevice(const std::wstring& root, const Account& account) {
 VolumeType reportDrive(const std::wstring& root, const Account& account) {
     const auto [type, word] = typeOfDrive(GetDriveTypeW(root.c_str()));
     if (account.isWanted()) {
-        // Compatibility: only this line is in the locale's character set.
+        // Compatibility: only this line is in the locale's character set, so characters that the
+        // locale lacks are `?` in it.
         account.line("Drive type of ", narrowText(root, '?', processLocale()), " is ", word);
     }
     return type;
