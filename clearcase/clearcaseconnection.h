@@ -53,7 +53,7 @@ enum VobState : int32_t {
 
 /// A VOB, or the outcome of a probe (see `probeVobs`).
 struct VobRecord {
-    std::string tag;  ///< in results of `probeVobs` the folder that was probed
+    std::string tag;  ///< the VOB's tag; in results of `probeVobs`, the folder that was probed
     VobState state = vobWritable;
 };
 
@@ -72,17 +72,17 @@ public:
     /// Clears what `getOutput` and `getError` return.
     virtual void clearMessages() = 0;
 
-    /// Returns the type of the element at `path`, an `ElementType`, and reports its version and
-    /// where it leads if it is a symbolic link.
+    /// Returns the type of the element at `path` (an `ElementType`). Also reports its version and,
+    /// for a symbolic link, its target.
     ///
     /// `path` must not be null and must be absolute: a relative path stops the process.
     ///
     /// `version` may be null. Otherwise it is always written: the version of the element, or an
     /// empty text if it has none.
     ///
-    /// `target` may be null. Otherwise it is written only if a link is resolved. An absolute link
-    /// text becomes the target verbatim. A relative one is joined to the parent of `path` as the
-    /// caller spelled it, and the result isn't normalised.
+    /// `target` may be null. Otherwise it is written only if the element is a symbolic link. An
+    /// absolute link text becomes the target verbatim. A relative one is joined to the parent of
+    /// `path` as the caller spelled it, and the result isn't normalised.
     ///
     /// `FakeClearCase` finds the element in its configuration; the comparison is case-sensitive. If
     /// it isn't there, the file at `path` decides: a directory is an `elementDirectoryVersion`, a
@@ -105,7 +105,7 @@ public:
     ///    returned.
     /// 5. Otherwise the path is moved to the first root that shows the same view by the other
     ///    route, and is returned with backslashes. If several drives are mapped to a view, only the
-    ///    first of them counts as the other route of the view's folder.
+    ///    first of them, in alphabetical order, counts as the other route of the view's folder.
     /// 6. If there is no such root, the path is returned.
     ///
     /// With the MVFS drive M: and the view drive X:, mapped to the view "tag1":
@@ -125,8 +125,8 @@ public:
     /// have the case of the view tag.
     ///
     /// Two odd cases: a path that lies on the other route and still can't be moved is reported on
-    /// standard error, and comes back with backslashes too. An empty tag counts if a view is
-    /// connected without a drive; a path that would have to move there stops the process.
+    /// standard error, and comes back with backslashes too. If a view is connected without a drive
+    /// letter, an empty tag names it; a path that would have to move to it stops the process.
     [[nodiscard]] virtual std::string canonicalizeViewPath(
         const std::string& cwd, const std::string& path,
         const std::vector<std::string>& vobTags) = 0;

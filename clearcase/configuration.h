@@ -42,7 +42,7 @@ struct Configuration {
     /// In the order of the file, duplicates included.
     std::vector<VobRecord> vobs;
     /// The elements by their keys. With a view root prefix each element has a second key: the
-    /// prefix, followed directly by the path as the file spells it.
+    /// prefix, directly followed by the path as the configuration spells it.
     ElementTable elements;
     ElementIndex index;  ///< of `elements`
 };

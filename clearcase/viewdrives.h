@@ -13,12 +13,12 @@
 /// Which upper-case letters are drives of views. Saves searching a map of these drives.
 class DriveLetters {
 public:
-    /// Belongs to no map.
+    /// Made from no map: `isKey` then searches the map that it is given.
     DriveLetters() = default;
     explicit DriveLetters(const std::map<std::string, std::string>& viewDrives);
 
-    /// Returns whether `drive` is a key of `viewDrives`. That must be the map from which this
-    /// object was made, unchanged since. An object that belongs to no map searches `viewDrives`.
+    /// Returns whether `drive` is a key of `viewDrives`. If this object was made from a map, it
+    /// must be that map, unchanged since.
     [[nodiscard]] bool isKey(std::string_view drive,
                              const std::map<std::string, std::string>& viewDrives) const;
 

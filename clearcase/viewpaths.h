@@ -45,9 +45,9 @@ struct RootCache {
 /// included, is appended to the first two characters of `cwd`. If the result isn't absolute, an
 /// assertion stops the process.
 ///
-/// A tag counts if it lies on a view drive, or in the folder of a view on the MVFS drive. An empty
-/// tag counts if a view is connected without a drive; the process stops when a path would have to
-/// move there.
+/// A tag counts if it lies on a view drive, or in the folder of a view on the MVFS drive. If a
+/// view is connected without a drive letter, an empty tag names it; a path that would have to move
+/// to it stops the process.
 ///
 /// A path that was moved has backslashes. So has a path that lies on the other route of a root and
 /// can't be moved. Every other path is in its normal form, with forward slashes and an upper-case
