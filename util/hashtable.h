@@ -34,7 +34,8 @@ public:
         const char* at = text.data;
         const char* const end = at + text.length;
         size_t result = 0;
-        // Within a block no step depends on the result so far, or on another byte's step.
+        // The eight bytes of a block are hashed in parallel; only adding the block's hash needs the
+        // result so far.
         for (; end - at >= 8; at += 8) {
             result = result * ninePower8 + hashOfEight(at);
         }

@@ -26,8 +26,8 @@ using PathUnitTable = std::array<uint16_t, 65536>;
 /// table (UTS #10) as far as fixed positions permit: scripts/make-pathcollation documents how it is
 /// made.
 extern const PathUnitTable pathCollationTable;
-/// The partner of each unit, with which it shares its weight, or the unit itself. Defines the
-/// pairs.
+/// The other unit of each unit's pair (the one with the same weight), or the unit itself if it is
+/// in no pair.
 extern const PathUnitTable pathCaseSwapTable;
 
 [[nodiscard]] inline uint16_t collationWeight(uint16_t unit) { return pathCollationTable[unit]; }

@@ -31,7 +31,8 @@
 #include "util/textspan.h"
 
 /// The kind of a path. Windows paths have both separators. In POSIX paths only `/` separates, and a
-/// path is absolute if it begins with `/`. Any value but windowsPaths means these.
+/// path is absolute if it begins with `/`. Every value other than windowsPaths means POSIX
+/// paths.
 using PathMode = int;
 inline constexpr PathMode posixPaths = 0;
 inline constexpr PathMode windowsPaths = 1;

@@ -71,10 +71,10 @@ public:
     ///     a\;b;c    3        a;b;c
     ///     a\b       npos     a\b
     ///
-    /// If `set` contains a backslash, a run of two or more at the position where the search starts
-    /// is an escape of the character after it: for "\" and `\\x` the result is 1, and the text
-    /// becomes `\x`. The time is linear in the length of the string, however many escapes there
-    /// are.
+    /// If `set` contains a backslash and the search starts at two or more of them, this run is an
+    /// escape of the character after it: for the set "\" and the text `\\x`, the result is 1, and
+    /// the text becomes `\x`. The time is linear in the length of the string, however many escapes
+    /// there are.
     [[nodiscard]] size_t findAndUnescape(const std::string& set, size_t pos);
 
     /// Erase from the string. Return false, and change nothing, if the part isn't entirely in the

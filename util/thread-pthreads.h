@@ -38,7 +38,8 @@ public:
 ///     };
 ///
 /// One thread starts, joins and destroys the object; any thread can request a stop. From its start
-/// until it is joined, the thread counts in pthread_setconcurrency, a hint that no lock guards.
+/// until it is joined, the thread is included in the number passed to pthread_setconcurrency. That
+/// number is only a hint, so no lock guards it.
 ///
 /// The order of the virtual operations and of the fields is fixed.
 class Thread {

@@ -13,7 +13,7 @@ namespace ccquery {
 using ExitCode = int;
 enum : ExitCode {
     exitAnswered = 0,
-    exitComplaints = 1,  ///< `errors` has been answered, and there are some
+    exitComplaints = 1,  ///< the query was `errors`, and there are complaints
     exitNoAnswer = 2,    ///< the program can't answer, or not completely
 };
 

@@ -19,7 +19,7 @@ struct Report {
     /// The same as a table; without headings it is a list of names and values.
     Row headings;
     std::vector<Row> rows;
-    /// The text instead of a table without rows.
+    /// What is printed if there are no rows.
     std::string nothing;
 };
 

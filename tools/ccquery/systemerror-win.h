@@ -4,8 +4,8 @@
 
 namespace ccquery {
 
-/// Returns Windows' message for an error and the error's number: "Access denied (error 5)".
-/// A message with placeholders is shown with them, as that of a library for another processor.
+/// Returns Windows's message for an error and the error's number: "Access denied (error 5)".
+/// Placeholders in a message stay; the message for a library for another processor has one.
 [[nodiscard]] std::string systemErrorText(unsigned long error);
 
 }  // namespace ccquery

@@ -54,8 +54,9 @@ public:
     /// exception has that text as context and the runtime's code for an invalid argument.
     explicit connector(const vrpsx::embedding& embedding);
     /// Stops the signal thread; an exception from that goes to standard error. A thread that can't
-    /// be stopped is left behind, and must not wake up any more. Throws if a lock can't be disowned
-    /// ("vrpsx::cond::disown", "vrpsx::mutex::disown"), unless an exception is already unwinding.
+    /// be stopped keeps running; if it wakes up later, it uses the destroyed object. Throws if a
+    /// lock can't be disowned ("vrpsx::cond::disown", "vrpsx::mutex::disown"), unless an exception
+    /// is already unwinding.
     ~connector() noexcept(false);
     connector(const connector&) = delete;
     connector& operator=(const connector&) = delete;

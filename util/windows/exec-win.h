@@ -107,8 +107,8 @@ public:
     /// in any letter case. `workingDirectory` is absolute, or empty for the current one; relative
     /// files of the streams are resolved against it.
     ///
-    /// A stalled command is broken by another command: the value that the environment variable
-    /// "NBBRK" had when it was first needed (in the ANSI code page, at most 259 characters).
+    /// A stalled command is broken by another command: the value of the environment variable
+    /// "NBBRK", read when it is first needed (in the ANSI code page, at most 259 characters).
     /// Another Exec runs it with the same `passThrough`. Without a value, the stalled command gets
     /// a break event.
     ///
@@ -229,8 +229,8 @@ protected:
     std::atomic<bool> mAborted = false;
 
 public:
-    /// Guards what says so below. An abort looks at `mPid` and sets `mAborted` with it held; the
-    /// thread that runs commands also reads both, and clears the former, without it.
+    /// Guards the fields that are declared with it below. `abort` holds it when it reads `mPid` and
+    /// sets `mAborted`. The thread that runs commands reads both, and clears `mPid`, without it.
     Mutex mHandleLock;
 
 protected:

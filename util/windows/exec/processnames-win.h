@@ -21,15 +21,15 @@ using ProcessName = std::array<wchar_t, processNameRoom>;
 /// Empty if neither is available. The handle needs PROCESS_QUERY_INFORMATION and PROCESS_VM_READ.
 void processImageName(HANDLE process, wchar_t* name);
 
-/// Returns a handle of the process, which the caller closes, if the process is the host of 16-bit
-/// programs, which can hang in a dialog; otherwise INVALID_HANDLE_VALUE. A failure is a line in
-/// `log`. Once the system's function for names wasn't found, every later call fails silently.
+/// If the process is the host of 16-bit programs (ntvdm), returns a handle of it, which the caller
+/// closes; otherwise INVALID_HANDLE_VALUE. Such a host can hang in a dialog. A failure is logged as
+/// one line. If the system lacks the function for names, only the first call logs that.
 [[nodiscard]] HANDLE getNtvdm(uint32_t pid, std::ostream& log);
 
 /// In a list of processes: the parent of every process.
 inline constexpr uint32_t everyParent = 0xffffffff;
 
-/// Appends the children of the listed processes, in one pass over the processes of the system. A
-/// child that is found brings in its own children as well, if it comes before them. The list may
-/// contain everyParent. Adds nothing if the system can't be queried.
+/// Appends the children of the listed processes, in one pass over the processes of the system. The
+/// children of a child are found only if the system lists them after it. The list may contain
+/// everyParent. Adds nothing if the system can't be queried.
 void addChildProcesses(std::vector<uint32_t>& pids);

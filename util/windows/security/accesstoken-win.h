@@ -134,9 +134,10 @@ public:
                                         PrivilegeList* previous = nullptr);
     /// `{}` looks like no privileges, but would be null, which means all.
     [[nodiscard]] bool adjustPrivileges(EmptyBraces, PrivilegeList* previous = nullptr) = delete;
-    /// The same with groups; null resets them to their defaults. Every failure of the first Windows
-    /// call throws "AdjustTokenGroups". That includes a request for a former state that Windows
-    /// can't report in four bytes. Only the second call can lead to false.
+    /// The same with groups; null resets them to their defaults. With `previous`, Windows is called
+    /// with space for four bytes of the former state, and then, unless it reports no size, with
+    /// that size. Every failure of the first call throws "AdjustTokenGroups", including
+    /// ERROR_INSUFFICIENT_BUFFER; only the second can lead to false.
     [[nodiscard]] bool adjustGroups(const SidList* groups, SidList* previous = nullptr);
     [[nodiscard]] bool adjustGroups(EmptyBraces, SidList* previous = nullptr) = delete;
 
