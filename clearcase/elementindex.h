@@ -17,7 +17,6 @@
 /// Any number of threads may call `find`.
 class ElementIndex {
 public:
-    /// An index without elements.
     ElementIndex() = default;
     /// An index of all elements of `table`. The elements must stay where they are; moving or
     /// swapping the table leaves them there.

@@ -17,8 +17,7 @@
 /// `getViewTag` reads it again at each call. An empty variable counts as not set.
 ///
 /// All connections share one lock, which guards the view roots that `canonicalizeViewPath`
-/// remembers. Any thread may call any operation at any time, with one exception: while
-/// `clearMessages` runs, no other thread may call it, `getOutput` or `getError`.
+/// remembers. For threads see clearcase/clearcaseconnection.h.
 class FakeClearCase : public ClearCaseConnection {
 public:
     /// Complaints about the file go to `getError`. The argument is not read.

@@ -59,8 +59,8 @@ protected:
     }
 };
 
-/// Returns whether writing to a stream flushes the one that it is tied to. Everything that is
-/// written under a stream's sentry does that.
+/// Returns whether writing to a stream flushes the one that it is tied to. Every inserter that
+/// creates a sentry does.
 template <class Inserted>
 bool flushesTied(const Inserted& inserted) {
     FlushCounter counter;

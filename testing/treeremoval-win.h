@@ -12,7 +12,7 @@ struct Removal {
     std::string message;
 };
 
-/// Removes a tree with no text before it, without closing handles or waiting.
+/// Calls System::removeTree with an empty message, without closing handles or waiting.
 inline Removal removeTree(const std::string& path, bool keepRoot = false) {
     Removal removal;
     removal.result = System::removeTree(path, removal.message, keepRoot,

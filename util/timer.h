@@ -15,7 +15,6 @@
 /// A timer has no lock: use it on one thread at a time.
 class Timer {
 public:
-    /// All zero, not running.
     Timer() = default;
     virtual ~Timer() = default;
 

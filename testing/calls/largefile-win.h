@@ -28,8 +28,8 @@ inline bool makeLargeFile(const std::string& path) {
     return SetFilePointerEx(file.get(), end, nullptr, FILE_BEGIN) && SetEndOfFile(file.get());
 }
 
-/// Returns the size of a file, and fills `head` and `tail` with its first and last bytes, up to the
-/// lengths that they have.
+/// Returns the size of a file, and fills `head` and `tail` with its first and last bytes, as many
+/// as each is long.
 inline int64_t inspectLargeFile(const std::string& path, std::string& head, std::string& tail) {
     const ScopedHandle file(CreateFileW(System::unicodePath(path).c_str(), GENERIC_READ, 0, nullptr,
                                         OPEN_EXISTING, 0, nullptr));

@@ -130,8 +130,8 @@ inline std::wstring systemPath() {
 
 /// A test of commands. Expects at its end that its commands have left no handle open and no capture
 /// file, that the lock of starts is free, and that the current directory and the search path are
-/// what they were, however the commands have ended. It uses no threads of the C++ library, which
-/// keeps handles.
+/// what they were, however the commands have ended. It uses no std::thread, since its library
+/// keeps handles open, which would look like leaks.
 class CommandTest : public testing::Test {
 protected:
     static void SetUpTestSuite() {

@@ -21,20 +21,20 @@ struct CommandResult {
     bool aborted = false;
 };
 
-/// How an error report ends if the start fails with ERROR_INTERNAL_ERROR: with the system's message
-/// for the error, and if errors have no messages. The former is determined here, before a test may
-/// replace the messages.
+/// The end of the report of a start that fails with ERROR_INTERNAL_ERROR, with the system's
+/// message. Determined here, before a test can replace the messages.
 inline const std::string internalErrorEnd = [] {
     constexpr uint32_t error = ERROR_INTERNAL_ERROR;
     return ": " + errorText(/*withCode=*/false, &error, errorOfSystem) + ".\n";
 }();
+/// The same if a test has taken the messages away.
 inline const std::string wordlessInternalErrorEnd =
     ": Error " + std::to_string(ERROR_INTERNAL_ERROR) + ".\n";
 
 /// An Exec that stores its reports, and whose parts can be inspected.
 class TestedExec : public Exec {
 public:
-    // For tests, each of which is a class of its own: a friend of Exec couldn't pass its access on.
+    // Public here: each test is a class of its own, and friendship isn't inherited.
     using Exec::mAborted, Exec::mChildSignal, Exec::mJob, Exec::mJobPattern, Exec::mPathCache,
         Exec::mPathCacheHits, Exec::mPathCacheMisses, Exec::mPid, Exec::mPidBufferSize;
     using Exec::report, Exec::reportWithLastError, Exec::scriptCommandLine, Exec::selectStallRule,

@@ -14,8 +14,8 @@ inline vrpsx::embedding embeddingOf(const PosixProvider& provider) {
     return vrpsx::embedding(rawEmbedding(provider));
 }
 
-/// Makes the provider's system use a table of the test's, which starts as a copy of its own, until
-/// the scope ends.
+/// Until the scope ends, the provider's system uses `table`: a copy of its own table, which the
+/// test may change.
 class PatchedSystem {
 public:
     explicit PatchedSystem(const PosixProvider& provider)

@@ -7,8 +7,8 @@
 
 namespace testing_support {
 
-/// A link to a directory that shows as a reparse point. It is a junction. Wine can't create these,
-/// but shows symbolic links of its host system as reparse points, so under Wine it is one of those.
+/// A link to a directory: a junction on Windows. Wine can't create these, but shows symbolic links
+/// of its host system as reparse points, so under Wine it is one of those.
 /// The link is removed when the object is destroyed, which must be before its folder is.
 class DirectoryLink {
 public:

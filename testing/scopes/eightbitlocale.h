@@ -11,7 +11,7 @@
 
 namespace testing_support {
 
-/// In Latin-1 and in code page 1252.
+/// The codes of the small and the capital E with an acute accent in Latin-1 and in code page 1252.
 constexpr unsigned char smallEAcute = 0xE9;
 constexpr unsigned char capitalEAcute = 0xC9;
 
@@ -19,8 +19,8 @@ constexpr unsigned char capitalEAcute = 0xC9;
 /// variable LOCPATH, which the C library reads whenever it looks for a locale. No value on Windows.
 std::optional<std::string> builtLocales();
 
-/// Returns the name of a locale of the C++ library in which these are letters if LOCPATH is set as
-/// above. Empty if there is none, as on Windows so far.
+/// Returns the name of a locale of the C++ library in which smallEAcute and capitalEAcute are
+/// letters if LOCPATH is set as above. Empty if there is none, as on Windows so far.
 std::string eightBitLocale();
 
 /// Until the scope ends, comparisons of narrow texts that ignore case are those of the C runtime
@@ -37,8 +37,8 @@ private:
     static void use(bool runtimes) noexcept;
 };
 
-/// Sets a locale of the C runtime in which these are letters, for the duration of the test. If
-/// there is none, the test is skipped.
+/// Sets a locale of the C runtime in which smallEAcute and capitalEAcute are letters, for the
+/// duration of the test. If there is none, the test is skipped.
 class EightBitLocaleTest : public testing::Test {
 protected:
     EightBitLocaleTest() : mBefore(std::setlocale(LC_CTYPE, nullptr)) {}

@@ -11,8 +11,8 @@
 
 namespace testing_support {
 
-/// A thread that a test joins, with a limit on the wait. If `eventually` doesn't see the thread
-/// end, this is reported on standard error and the test program aborts. The destructor joins the
+/// A thread that a test joins, with a limit on the wait. If the thread doesn't end within half a
+/// minute, this is reported on standard error and the test program aborts. The destructor joins the
 /// thread at the latest.
 class BoundedThread {
 public:

@@ -8,10 +8,10 @@
 
 namespace testing_support {
 
-/// Makes the directories N/a/b/c in `directory` for each N below `count`, each at the same moment
-/// as another process that calls this with the two names exchanged. Throws what System::makePath
-/// throws. Returns false if `directory` can't be written to, or if the other process doesn't arrive
-/// within half a minute.
+/// Makes the directories N/a/b/c in `directory` for each N below `count`. Before each, waits for
+/// another process that calls this with `self` and `other` exchanged, so that both make the same
+/// directories at once. Throws what System::makePath throws. Returns false if `directory` can't be
+/// written to, or if the other process doesn't arrive within half a minute.
 inline bool makeChains(const std::string& directory, const std::string& self,
                        const std::string& other, unsigned long count) {
     for (unsigned long round = 0; round < count; ++round) {

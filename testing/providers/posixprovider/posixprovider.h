@@ -162,9 +162,9 @@ POSIXPROVIDER_API int posixprovider_calls(enum posixprovider_entry entry);
 /// code fail with `code`. With `with_result`, the call does its work and returns its result
 /// nevertheless. Without it, nothing happens and the result is null (-1 for a pid, 0 for a number).
 ///
-/// Entries that end an object end it in either case; for a list they also end the rest if
-/// `with_result` is 0. If they don't fail, they leave their out parameter for a reference to the
-/// system unchanged.
+/// Entries that end an object end it even if they fail. For a list, they then also end the rest,
+/// unless `with_result` is set. Entries that don't fail leave their out parameter for a reference
+/// to the system unchanged.
 ///
 /// Each call of this function adds a failure of its own. Returns 0 if there are too many (64).
 POSIXPROVIDER_API int posixprovider_fail(enum posixprovider_entry entry, int nth, int code,
