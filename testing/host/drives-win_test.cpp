@@ -169,7 +169,7 @@ TEST(FailingNetworkTest, AfterAFailureOnTheWayTheViewDrivesStayAndTheMvfsDriveDo
 
 TEST(FailingSocketsTest, SocketsThatDoNotStartFailTheLoad) {
     if (!isUnderWine()) {
-        GTEST_SKIP() << "Windows takes no ws2_32.dll from beside a program; Wine is told to";
+        GTEST_SKIP() << "Windows takes no ws2_32.dll from beside a program; Wine is configured to";
     }
     const ChildResult result = loadIn("failingsockets");
     expectWords(result.error, "nbclearcase:  WSAStartup: ", "10091");

@@ -193,12 +193,12 @@ void reportWithLittleMemory() {
         const MemoryShortage shortage(blocks);
         debugFailure("FreeLibrary", 126);
     }
-    std::fputs("told or not", stderr);
+    std::fputs("reported or not", stderr);
     std::exit(0);
 }
 
 TEST(DebugFailureDeathTest, LackOfMemoryLosesTheLineAndNothingElse) {
-    EXPECT_EXIT(reportWithLittleMemory(), testing::ExitedWithCode(0), "told or not");
+    EXPECT_EXIT(reportWithLittleMemory(), testing::ExitedWithCode(0), "reported or not");
 }
 
 TEST(DebugFailureTest, AFailureThatWasCaughtIsReportedInOneLine) {

@@ -312,7 +312,8 @@ TEST(PosixTruncateTest, AFailureOfAnyMoveIsAFailure) {
         EXPECT_EQ(posixlayer::truncateFile(nullptr, 1), failing == 0 ? callSucceeded : callFailed);
         EXPECT_EQ(GetLastError(), DWORD{ERROR_IO_DEVICE});
         EXPECT_EQ(gMoves, failing == 0 ? 3 : failing);
-        EXPECT_EQ(gCut, failing == 0 || failing == 3) << "only a file that stands at its new end";
+        EXPECT_EQ(gCut, failing == 0 || failing == 3)
+            << "only if the position was moved to the new end";
     }
 }
 
