@@ -275,7 +275,7 @@ protected:
     BeforeResume mResume{&forgetClosings};
 };
 
-TEST_F(ExecStreamCopyTest, TwoStreamsWithOneHandleGetTwoThatAreClosedAlone) {
+TEST_F(ExecStreamCopyTest, TwoStreamsWithOneHandleGetTwoThatAreClosedSeparately) {
     const StandardFiles streams(mFolder);
     for (const bool capture : {true, false}) {
         gDuplications.clear();
