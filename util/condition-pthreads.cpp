@@ -22,6 +22,7 @@ bool Condition::wait(Mutex& m, const timespec* timeout) {
         wait(m);
         return true;
     }
-    NB_ASSERT(timeout->tv_nsec < 1000000000L);
+    constexpr long second = 1'000'000'000;  // nanoseconds
+    NB_ASSERT_AS(timeout->tv_nsec < second, "timeout->tv_nsec < 1000000000L");
     return pthread_cond_timedwait(mHandle, m.mHandle, timeout) != ETIMEDOUT;
 }

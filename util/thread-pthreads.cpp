@@ -61,10 +61,7 @@ void takeStackSize(ThreadAttributes& attributes, size_t bytes) {
 
 }  // namespace
 
-ThreadAttributes::ThreadAttributes() {
-    const int rc = pthread_attr_init(&raw);
-    NB_ASSERT(rc == 0);
-}
+ThreadAttributes::ThreadAttributes() { NB_ASSERT_AS(pthread_attr_init(&raw) == 0, "rc == 0"); }
 
 ThreadAttributes::~ThreadAttributes() { NB_ASSERT(pthread_attr_destroy(&raw) == 0); }
 

@@ -121,9 +121,8 @@ void Exec::Run::begin(std::string* outputText, std::string* errorText, bool* abo
     // Compatibility: no line end follows: the next entry of the log continues this line.
     mExec.addToLog("\twd: " + mWorkingDirectory);
     mWideDirectory = toWide(mWorkingDirectory);
-    const RunInfo& runInfo = mRunInfo;
-    NB_ASSERT(runInfo.mDirectArgv.size() == 1);
-    mCommand = runInfo.mDirectArgv.front();
+    NB_ASSERT_AS(mRunInfo.mDirectArgv.size() == 1, "runInfo.mDirectArgv.size() == 1");
+    mCommand = mRunInfo.mDirectArgv.front();
 }
 
 /// Makes the job if there is none yet. If its limits can't be set, the job is closed.

@@ -84,10 +84,7 @@ intptr_t posixlayer::spawnWords(const char* const* words, bool wait) {
     return _spawnvp(wait ? _P_WAIT : _P_NOWAIT, words[0], words);
 }
 
-void posixlayer::meaninglessCall() {
-    NB_ASSERT(0);
-    __builtin_unreachable();
-}
+void posixlayer::meaninglessCall() { assertFailed("0", __FILE__, __LINE__); }
 
 void posixlayer::clearLastError() {
     SetLastError(0);
