@@ -268,7 +268,7 @@ private:
     int32_t ruleTimeout() const NB_REQUIRES(mHandleLock);
     bool signalCygwinProcess(uint32_t pid, int signal) NB_REQUIRES(mHandleLock);
 
-    bool endByForce(const Wait& wait, HANDLE ntvdm);
+    bool endByForce(const Wait& wait, const ScopedHandle& ntvdm);
     bool waitLeftover(uint32_t id, const char* command, std::string* failureText);
     void superviseJob(Wait& wait) NB_EXCLUDES(mHandleLock);
     bool isWatched() const NB_REQUIRES(mHandleLock);

@@ -8,6 +8,7 @@
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -30,14 +31,14 @@ using namespace testing_support;
 const std::filesystem::path programPath = testing_support::testProgramFolder() / "execchild.exe";
 
 struct Found {
-    HANDLE handle;
+    ScopedHandle handle;
     std::string log;
 };
 
 Found find(uint32_t pid) {
     std::ostringstream log;
-    const HANDLE handle = getNtvdm(pid, log);
-    return {handle, log.str()};
+    ScopedHandle handle = getNtvdm(pid, log);
+    return {std::move(handle), log.str()};
 }
 
 bool isHandle(HANDLE handle) {
@@ -67,14 +68,13 @@ private:
 TEST(GetNtvdmTest, TheHostIsGivenWithAHandleThatCanEndIt) {
     const Copy host("ntvdm.exe");
     const Found found = find(host.program().pid());
-    ASSERT_NE(found.handle, INVALID_HANDLE_VALUE) << found.log;
+    ASSERT_TRUE(found.handle.isOpen()) << found.log;
     EXPECT_EQ(found.log, "");
-    const ScopedHandle owner(found.handle);
-    EXPECT_EQ(GetProcessId(owner.get()), host.program().pid());
-    EXPECT_TRUE(TerminateProcess(owner.get(), 7));
-    EXPECT_EQ(WaitForSingleObject(owner.get(), 30'000), DWORD{WAIT_OBJECT_0});
+    EXPECT_EQ(GetProcessId(found.handle.get()), host.program().pid());
+    EXPECT_TRUE(TerminateProcess(found.handle.get(), 7));
+    EXPECT_EQ(WaitForSingleObject(found.handle.get(), 30'000), DWORD{WAIT_OBJECT_0});
     DWORD code = 0;
-    EXPECT_TRUE(GetExitCodeProcess(owner.get(), &code));
+    EXPECT_TRUE(GetExitCodeProcess(found.handle.get(), &code));
     EXPECT_EQ(code, 7U);
 }
 
@@ -82,9 +82,8 @@ TEST(GetNtvdmTest, TheNameCountsAnywhereInThePath) {
     for (const char* path : {"ntvdm.exe/program.exe", "an ntvdm.exe.exe"}) {
         const Copy host(path);
         const Found found = find(host.program().pid());
-        EXPECT_NE(found.handle, INVALID_HANDLE_VALUE) << path;
+        EXPECT_TRUE(found.handle.isOpen()) << path;
         EXPECT_EQ(found.log, "") << path;
-        const ScopedHandle owner(found.handle);
     }
 }
 
@@ -129,7 +128,7 @@ TEST(GetNtvdmTest, AnotherProgramIsNotTheHostAndItsHandleIsClosed) {
     const SuspendedProgram program(programPath);
     const SeenOpening opening;
     const Found found = find(program.pid());
-    EXPECT_EQ(found.handle, INVALID_HANDLE_VALUE);
+    EXPECT_FALSE(found.handle.isOpen());
     EXPECT_EQ(found.log, "");
     ASSERT_NE(gOpened, nullptr);
     EXPECT_FALSE(isHandle(gOpened));
@@ -143,7 +142,7 @@ TEST(GetNtvdmTest, AProcessThatCannotBeOpenedIsALineInTheLog) {
     });
     for (const uint32_t pid : {1234U, 4'294'967'292U}) {
         const Found found = find(pid);
-        EXPECT_EQ(found.handle, INVALID_HANDLE_VALUE);
+        EXPECT_FALSE(found.handle.isOpen());
         EXPECT_EQ(found.log, std::string("\tCouldn't get handle of process ") +
                                  std::to_string(pid) + ": OpenProcess: Access is denied. (5)\n");
     }
@@ -151,7 +150,7 @@ TEST(GetNtvdmTest, AProcessThatCannotBeOpenedIsALineInTheLog) {
 
 TEST(GetNtvdmTest, AProcessThatIsNotThereIsALineInTheLog) {
     const Found found = find(4'294'967'292U);
-    EXPECT_EQ(found.handle, INVALID_HANDLE_VALUE);
+    EXPECT_FALSE(found.handle.isOpen());
     EXPECT_EQ(found.log, std::string("\tCouldn't get handle of process 4294967292: ") +
                              win32ErrorText("OpenProcess", ERROR_INVALID_PARAMETER) + "\n");
 }
@@ -163,7 +162,7 @@ TEST(GetNtvdmTest, AProcessWithoutANameIsALineInTheLogAndItsHandleIsClosed) {
         return gOpened;
     });
     const Found found = find(1234);
-    EXPECT_EQ(found.handle, INVALID_HANDLE_VALUE);
+    EXPECT_FALSE(found.handle.isOpen());
     EXPECT_EQ(
         found.log,
         "\tCouldn't get name of process 1234: GetProcessImageFileName: Windows error 6 (6)\n");
@@ -191,10 +190,10 @@ std::string searchTwice(const char* replaced, Signature* replacement) {
         const SystemMessage message(L"There is no such thing.\r\n");
         const ReplacedCall<Signature> call(replaced, replacement);
         const Found first = find(GetCurrentProcessId());
-        seen = first.log + (first.handle == INVALID_HANDLE_VALUE ? "-1;" : "found;");
+        seen = first.log + (first.handle.isOpen() ? "found;" : "none;");
     }
     const Found second = find(GetCurrentProcessId());
-    seen += second.log + (second.handle == INVALID_HANDLE_VALUE ? "-1;" : "found;");
+    seen += second.log + (second.handle.isOpen() ? "found;" : "none;");
     return seen + std::to_string(gOpenCalls.size()) + " opened";
 }
 
@@ -206,7 +205,7 @@ void searchWithoutLibrary() {
         });
     endWith(seen,
             "\tCouldn't check for ntvdm.exe: LoadLibrary(\"psapi.dll\"): There is no such thing. "
-            "(126)\n-1;-1;0 opened");
+            "(126)\nnone;none;0 opened");
 }
 
 TEST(GetNtvdmDeathTest, WithoutTheLibraryTheSearchIsGivenUpWithOneLine) {
@@ -221,7 +220,7 @@ void searchWithoutFunction() {
         });
     endWith(seen,
             "\tCouldn't check for ntvdm.exe: GetProcAddress(\"GetProcessImageFileNameA\"): There "
-            "is no such thing. (127)\n-1;-1;0 opened");
+            "is no such thing. (127)\nnone;none;0 opened");
 }
 
 TEST(GetNtvdmDeathTest, WithoutTheFunctionTheSearchIsGivenUpWithOneLine) {
@@ -261,11 +260,11 @@ void searchWithStandIns() {
     const ReplacedCall<decltype(LoadLibraryA)> loading("LoadLibraryA", load);
     const ReplacedCall<decltype(GetProcAddress)> lookup("GetProcAddress", lookUp);
     const Found first = find(GetCurrentProcessId());
-    std::string seen = first.log + (first.handle == INVALID_HANDLE_VALUE ? "-1" : "found");
+    std::string seen = first.log + (first.handle.isOpen() ? "found" : "none");
     gNameError = ERROR_ACCESS_DENIED;
     seen.append(";").append(find(GetCurrentProcessId()).log);
     seen.append(std::to_string(gRoom)).append(";" + gLoaded).append(";" + gLookedUp);
-    endWith(seen, std::string("-1;\tCouldn't get name of process ") +
+    endWith(seen, std::string("none;\tCouldn't get name of process ") +
                       std::to_string(GetCurrentProcessId()) +
                       ": GetProcessImageFileName: There is no such thing. (5)\n"
                       "260;psapi.dll;GetProcessImageFileNameA");

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <exception>
 #include <ostream>
+#include <utility>
 
 #include <psapi.h>
 #include <tlhelp32.h>
@@ -12,7 +13,6 @@
 
 #include "util/platform/errortext-win.h"
 #include "util/windows/libraryfunction-win.h"
-#include "util/windows/scopedhandle-win.h"
 
 namespace {
 
@@ -101,26 +101,25 @@ void processImageName(HANDLE process, wchar_t* name) {
     name[processNameRoom - 1] = L'\0';
 }
 
-HANDLE getNtvdm(uint32_t pid, std::ostream& log) {
+ScopedHandle getNtvdm(uint32_t pid, std::ostream& log) {
     GetNameFunction* const getName = getNameFunction(log);
     if (getName == nullptr) {
-        return INVALID_HANDLE_VALUE;
+        return ScopedHandle();
     }
-    const HANDLE process =
+    ScopedHandle process(
         OpenProcess(PROCESS_TERMINATE | PROCESS_VM_READ | PROCESS_QUERY_INFORMATION | SYNCHRONIZE,
-                    /*bInheritHandle=*/FALSE, pid);
-    if (process == nullptr) {
+                    /*bInheritHandle=*/FALSE, pid));
+    if (!process.isOpen()) {
         logFailure(log, "handle", pid, "OpenProcess");
-        return INVALID_HANDLE_VALUE;
+        return ScopedHandle();
     }
-    ScopedHandle owner(process);
-    std::array<char, 260> name{};
-    if (getName(process, name.data(), name.size()) == 0) {
+    std::array<char, processNameRoom> name{};
+    if (getName(process.get(), name.data(), name.size()) == 0) {
         logFailure(log, "name", pid, "GetProcessImageFileName");
-        return INVALID_HANDLE_VALUE;
+        return ScopedHandle();
     }
     name.back() = '\0';
-    return std::strstr(name.data(), "ntvdm.exe") != nullptr ? owner.detach() : INVALID_HANDLE_VALUE;
+    return std::strstr(name.data(), "ntvdm.exe") != nullptr ? std::move(process) : ScopedHandle();
 }
 
 void addChildProcesses(std::vector<uint32_t>& pids) {

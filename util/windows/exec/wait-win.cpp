@@ -96,7 +96,7 @@ bool Exec::waitProcessExit(HANDLE process, uint32_t pid, const char* command,
               workingDirectory, environment, passThrough, /*reported=*/false};
     std::ostringstream complaint;
     complaint.imbue(std::locale::classic());
-    const ScopedHandle ntvdm(getNtvdm(pid, complaint));
+    const ScopedHandle ntvdm = getNtvdm(pid, complaint);
     addToLog(complaint.str());
     int32_t grace = 1500;
     for (;;) {
@@ -115,7 +115,7 @@ bool Exec::waitProcessExit(HANDLE process, uint32_t pid, const char* command,
         if (mAborted || *stalled) {
             grace -= wakeInterval;
             if (grace <= 0) {
-                return endByForce(wait, ntvdm.get());
+                return endByForce(wait, ntvdm);
             }
         } else if (!mJobPattern.empty()) {
             superviseJob(wait);
@@ -124,15 +124,15 @@ bool Exec::waitProcessExit(HANDLE process, uint32_t pid, const char* command,
 }
 
 /// Ends a process that didn't exit by itself. Returns false if the wait for its end fails.
-bool Exec::endByForce(const Wait& wait, HANDLE ntvdm) {
+bool Exec::endByForce(const Wait& wait, const ScopedHandle& ntvdm) {
     std::string line = "\tExec::waitProcessExit: child ";
     addToLog(line.append(std::to_string(wait.pid))
                  .append(" didn't exit (")
                  .append(wait.command)
                  .append(")\n"));
-    if (ntvdm != INVALID_HANDLE_VALUE) {
+    if (ntvdm.isOpen()) {
         dismissNtvdmDialog();
-        TerminateProcess(ntvdm, /*uExitCode=*/1);
+        TerminateProcess(ntvdm.get(), /*uExitCode=*/1);
         return true;
     }
     TerminateProcess(wait.process, /*uExitCode=*/1);
