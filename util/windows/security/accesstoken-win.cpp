@@ -7,6 +7,7 @@
 #include "util/platform/errortext-win.h"
 #include "util/platform/unicodetext-win.h"
 #include "util/windows/debugstream-win.h"
+#include "util/windows/scopedhandle-win.h"
 #include "util/windows/security/arrayinitializer-win.h"
 
 namespace {
@@ -36,15 +37,15 @@ private:
 
 void wipe(std::wstring& text) { SecureZeroMemory(text.data(), text.size() * sizeof text[0]); }
 
-HANDLE logOn(const std::string& user, const std::string& domain, const std::string& password,
-             DWORD logonType, DWORD logonProvider) {
+ScopedHandle logOn(const std::string& user, const std::string& domain, const std::string& password,
+                   DWORD logonType, DWORD logonProvider) {
     const std::wstring wideUser = toWide(user);
     const std::wstring wideDomain = toWide(domain);
     std::wstring widePassword = toWide(password);
-    HANDLE token = nullptr;
+    ScopedHandle token;
     const BOOL isLoggedOn =
         LogonUserW(wideUser.c_str(), domain.empty() ? nullptr : wideDomain.c_str(),
-                   widePassword.c_str(), logonType, logonProvider, &token);
+                   widePassword.c_str(), logonType, logonProvider, token.receive());
     const DWORD error = GetLastError();
     wipe(widePassword);
     if (!isLoggedOn) {
@@ -80,7 +81,7 @@ AccessToken::AccessToken(const AccessToken& token, DWORD access, SECURITY_ATTRIB
 
 AccessToken::AccessToken(const std::string& user, const std::string& domain,
                          const std::string& password, DWORD logonType, DWORD logonProvider)
-    : mToken(logOn(user, domain, password, logonType, logonProvider)) {}
+    : mToken(logOn(user, domain, password, logonType, logonProvider).detach()) {}
 
 AccessToken::AccessToken(const std::string& user, const std::string& domain,
                          const std::string& password, DWORD logonType, DWORD logonProvider,

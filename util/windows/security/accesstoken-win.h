@@ -142,6 +142,7 @@ public:
     [[nodiscard]] bool adjustGroups(EmptyBraces, SidList* previous = nullptr) = delete;
 
 private:
+    /// A plain handle: a ScopedHandle would report a failed close with another text.
     HANDLE mToken = nullptr;
 };
 

@@ -9,7 +9,8 @@
 
 /// Opens a file in the manner of POSIX, for sequential reading and writing. While it is open,
 /// others may read, write, rename and delete it. The caller closes the handle, which child
-/// processes don't inherit.
+/// processes don't inherit. It is a plain one: the function takes the place of the C runtime's
+/// `open`.
 ///
 /// `flags` are those of the C runtime's `open`:
 ///   _O_RDONLY, _O_WRONLY, _O_RDWR  the access; _O_WRONLY | _O_RDWR gives none at all
