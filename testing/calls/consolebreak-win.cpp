@@ -40,13 +40,13 @@ bool ConsoleBreaks::deliver(DWORD event, DWORD group) {
     const std::lock_guard lock(mLock);
     mCalls.push_back({event, group});
     std::erase_if(mTargets, [](const Target& target) { return hasEnded(target.process.get()); });
-    Handle process(OpenProcess(SYNCHRONIZE, /*bInheritHandle=*/FALSE, group));
+    OwnedHandle process(OpenProcess(SYNCHRONIZE, /*bInheritHandle=*/FALSE, group));
     if (process == nullptr || hasEnded(process.get())) {
         return false;
     }
     // If the process hasn't created its event yet, it will open this one.
-    Handle signal(CreateEventW(/*lpEventAttributes=*/nullptr, /*bManualReset=*/FALSE,
-                               /*bInitialState=*/FALSE, childBreakName(group).c_str()));
+    OwnedHandle signal(CreateEventW(/*lpEventAttributes=*/nullptr, /*bManualReset=*/FALSE,
+                                    /*bInitialState=*/FALSE, childBreakName(group).c_str()));
     if (signal == nullptr || !SetEvent(signal.get())) {
         return false;
     }

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <memory>
 #include <mutex>
 #include <vector>
 
 #include <windows.h>
 
 #include "testing/calls/replacedcall-win.h"
+#include "testing/ownedhandle-win.h"
 
 namespace testing_support {
 
@@ -35,16 +35,11 @@ public:
     std::vector<Call> calls() const;
 
 private:
-    struct HandleCloser {
-        void operator()(HANDLE handle) const { CloseHandle(handle); }
-    };
-    using Handle = std::unique_ptr<void, HandleCloser>;
-
     /// Held until the process has ended: the process may still have to open its event, and its id
     /// can't be reused before then.
     struct Target {
-        Handle process;
-        Handle event;
+        OwnedHandle process;
+        OwnedHandle event;
     };
 
     static BOOL WINAPI generate(DWORD event, DWORD group);

@@ -6,22 +6,20 @@
 #include <vector>
 
 #include "testing/children/childobjects.h"
+#include "testing/ownedhandle-win.h"
 
 namespace testing_support {
 namespace {
 
 JobAccounting* gJobAccounting = nullptr;
 
-struct HandleCloser {
-    void operator()(HANDLE handle) const { CloseHandle(handle); }
-};
 struct ViewCloser {
     void operator()(const ChildCounters* view) const { UnmapViewOfFile(view); }
 };
 using View = std::unique_ptr<const ChildCounters, ViewCloser>;
 
 View countersOf(ULONG_PTR pid) {
-    const std::unique_ptr<void, HandleCloser> mapping(
+    const OwnedHandle mapping(
         OpenFileMappingW(FILE_MAP_READ, /*bInheritHandle=*/FALSE,
                          childCountersName(static_cast<unsigned long>(pid)).c_str()));
     return View(mapping == nullptr ? nullptr

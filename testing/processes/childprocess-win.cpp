@@ -10,15 +10,11 @@
 
 #include <windows.h>
 
+#include "testing/ownedhandle-win.h"
 #include "testing/processes/quotedargument.h"
 
 namespace testing_support {
 namespace {
-
-struct HandleCloser {
-    void operator()(HANDLE handle) const { CloseHandle(handle); }
-};
-using Handle = std::unique_ptr<void, HandleCloser>;
 
 [[noreturn]] void throwLastError(const char* call) {
     throw std::system_error(static_cast<int>(GetLastError()), std::system_category(), call);
@@ -125,26 +121,26 @@ public:
     }
 
 private:
-    Handle mReadEnd;
-    Handle mWriteEnd;
+    OwnedHandle mReadEnd;
+    OwnedHandle mWriteEnd;
     std::string mText;
     std::jthread mReader;
 };
 
-Handle openInput(const std::filesystem::path& file) {
+OwnedHandle openInput(const std::filesystem::path& file) {
     SECURITY_ATTRIBUTES attributes = inheritable();
-    Handle input(CreateFileW(file.empty() ? L"NUL" : file.c_str(), GENERIC_READ,
-                             FILE_SHARE_READ | FILE_SHARE_WRITE, &attributes, OPEN_EXISTING,
-                             /*dwFlagsAndAttributes=*/0,
-                             /*hTemplateFile=*/nullptr));
+    OwnedHandle input(CreateFileW(file.empty() ? L"NUL" : file.c_str(), GENERIC_READ,
+                                  FILE_SHARE_READ | FILE_SHARE_WRITE, &attributes, OPEN_EXISTING,
+                                  /*dwFlagsAndAttributes=*/0,
+                                  /*hTemplateFile=*/nullptr));
     if (input.get() == INVALID_HANDLE_VALUE) {
-        (void)input.release();
+        static_cast<void>(input.release());  // no handle that could be closed
         throwLastError("CreateFileW");
     }
     return input;
 }
 
-Handle startProcess(const ChildRun& run, HANDLE input, HANDLE output, HANDLE error) {
+OwnedHandle startProcess(const ChildRun& run, HANDLE input, HANDLE output, HANDLE error) {
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     startup.dwFlags = STARTF_USESTDHANDLES;
@@ -167,16 +163,16 @@ Handle startProcess(const ChildRun& run, HANDLE input, HANDLE output, HANDLE err
         }
     }
     CloseHandle(process.hThread);
-    return Handle(process.hProcess);
+    return OwnedHandle(process.hProcess);
 }
 
 }  // namespace
 
 ChildResult runChild(const ChildRun& run) {
-    const Handle input = openInput(run.input);
+    const OwnedHandle input = openInput(run.input);
     CapturedStream output;
     CapturedStream error;
-    const Handle process = startProcess(run, input.get(), output.writeEnd(), error.writeEnd());
+    const OwnedHandle process = startProcess(run, input.get(), output.writeEnd(), error.writeEnd());
     output.startReading();
     error.startReading();
     WaitForSingleObject(process.get(), INFINITE);

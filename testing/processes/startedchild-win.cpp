@@ -30,10 +30,10 @@ std::wstring commandLine(const std::vector<std::string>& actions) {
 StartedChild::StartedChild(const Start& start) {
     SECURITY_ATTRIBUTES inheritable = {sizeof(SECURITY_ATTRIBUTES),
                                        /*lpSecurityDescriptor=*/nullptr, /*bInheritHandle=*/TRUE};
-    const Handle nothing(CreateFileW(L"NUL", GENERIC_READ | GENERIC_WRITE,
-                                     FILE_SHARE_READ | FILE_SHARE_WRITE, &inheritable,
-                                     OPEN_EXISTING, /*dwFlagsAndAttributes=*/0,
-                                     /*hTemplateFile=*/nullptr));
+    const OwnedHandle nothing(CreateFileW(L"NUL", GENERIC_READ | GENERIC_WRITE,
+                                          FILE_SHARE_READ | FILE_SHARE_WRITE, &inheritable,
+                                          OPEN_EXISTING, /*dwFlagsAndAttributes=*/0,
+                                          /*hTemplateFile=*/nullptr));
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     startup.dwFlags = STARTF_USESTDHANDLES;

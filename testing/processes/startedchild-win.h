@@ -1,10 +1,11 @@
 #pragma once
 
-#include <memory>
 #include <string>
 #include <vector>
 
 #include <windows.h>
+
+#include "testing/ownedhandle-win.h"
 
 namespace testing_support {
 
@@ -36,13 +37,8 @@ public:
     DWORD wait() const;
 
 private:
-    struct HandleCloser {
-        void operator()(HANDLE handle) const { CloseHandle(handle); }
-    };
-    using Handle = std::unique_ptr<void, HandleCloser>;
-
-    Handle mProcess;
-    Handle mThread;
+    OwnedHandle mProcess;
+    OwnedHandle mThread;
     DWORD mPid = 0;
 };
 

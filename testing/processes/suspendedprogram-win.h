@@ -1,11 +1,12 @@
 #pragma once
 
 #include <filesystem>
-#include <memory>
 #include <string>
 #include <system_error>
 
 #include <windows.h>
+
+#include "testing/ownedhandle-win.h"
 
 namespace testing_support {
 
@@ -42,11 +43,7 @@ public:
     }
 
 private:
-    struct HandleCloser {
-        void operator()(HANDLE handle) const { CloseHandle(handle); }
-    };
-
-    std::unique_ptr<void, HandleCloser> mProcess;
+    OwnedHandle mProcess;
     DWORD mPid = 0;
 };
 
