@@ -6,6 +6,7 @@ bool isDotEntry(const WIN32_FIND_DATAW& entry) {
 }
 
 bool DirectorySearch::first(const std::wstring& pattern, WIN32_FIND_DATAW& entry) {
+    close();
     if (pattern.find(L'\0') != std::wstring::npos) {
         SetLastError(ERROR_INVALID_NAME);
         return false;

@@ -26,7 +26,7 @@ public:
         return *this;
     }
 
-    /// Begins a listing; may be called once per object. Returns false, with the error in
+    /// Begins a listing, and ends the one before, if there is one. Returns false, with the error in
     /// GetLastError, if that fails or if nothing matches. A pattern with a null character fails,
     /// since the part before that character would be another directory.
     [[nodiscard]] bool first(const std::wstring& pattern, WIN32_FIND_DATAW& entry);

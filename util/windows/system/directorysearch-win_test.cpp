@@ -177,6 +177,18 @@ TEST_F(DirectorySearchTest, AListingMayBeClosedBeforeItsEnd) {
     EXPECT_EQ(handles.closed(), handles.begun()) << "once";
 }
 
+TEST_F(DirectorySearchTest, AnotherListingEndsTheOneBefore) {
+    const SearchHandles handles;
+    {
+        DirectorySearch search;
+        ASSERT_TRUE(begin(search, L"b"));
+        ASSERT_TRUE(begin(search, L"a*"));
+        EXPECT_EQ(handles.closed(), std::vector{handles.begun()[0]});
+        EXPECT_EQ(rest(search), Names({L"a1", L"a2"}));
+    }
+    EXPECT_EQ(handles.closed(), handles.begun()) << "each once";
+}
+
 TEST_F(DirectorySearchTest, AMovedListingGoesOn) {
     const SearchHandles handles;
     {

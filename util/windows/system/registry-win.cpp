@@ -19,7 +19,11 @@ public:
     RegistryKey& operator=(const RegistryKey&) = delete;
 
     HKEY get() const { return mKey; }
-    HKEY* receive() { return &mKey; }
+    /// Closes the key, if there is one, and returns the address where a call can store a new one.
+    HKEY* receive() {
+        close();
+        return &mKey;
+    }
     void close() {
         if (mKey != nullptr && !isPredefined(mKey)) {
             RegCloseKey(mKey);
