@@ -141,7 +141,7 @@ TEST(NormalFormTest, APathThatGrowsAtBothItsEndsHasRoomAtAnyLength) {
 TEST(NormalFormDeathTest, ARelativePathStopsTheProcess) {
     PathBuffer buffer;
     for (const char* path : {"", "a", "\\x\\y", "//srv"}) {
-        EXPECT_DEATH((void)normalFormIn(buffer, path, '/'),
+        EXPECT_DEATH(static_cast<void>(normalFormIn(buffer, path, '/')),
                      "assertion failed at util/pathfun\\.cpp.*: absolute");
     }
 }

@@ -116,7 +116,7 @@ void Thread::startDetached(const boost::function<void()>& f, size_t stackSize) {
         throwStartFailure(result);
     }
     // The thread owns it from now on, and may have freed it already.
-    (void)copy.release();
+    static_cast<void>(copy.release());
 }
 
 void Thread::yield() { sched_yield(); }
