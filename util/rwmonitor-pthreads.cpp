@@ -4,7 +4,7 @@
 
 /// Holds the monitor's mutex. The monitor's timer measures the wait for it, and so does the mutex's
 /// own if the mutex has a getter.
-class NB_SCOPED_CAPABILITY RWMonitor::Bookkeeping {
+class NB_SCOPED_CAPABILITY [[nodiscard]] RWMonitor::Bookkeeping {
 public:
     explicit Bookkeeping(RWMonitor& monitor) NB_ACQUIRE(monitor.mMutex) : mMutex(*monitor.mMutex) {
         lockMeasured(

@@ -134,14 +134,14 @@ private:
 
     static void* run_signal_thread(void* self) noexcept;
     void receive_signals();
-    bool end_if_stopped() NB_EXCLUDES(_mutex);
+    [[nodiscard]] bool end_if_stopped() NB_EXCLUDES(_mutex);
     void announce_end() NB_REQUIRES(_mutex);
     void handle_signals(int signal);
     void wait_for_end() NB_REQUIRES(_mutex);
     void raise(int signal) const;
-    int* error_slot() const noexcept;
+    [[nodiscard]] int* error_slot() const noexcept;
     void set_error(int code) const noexcept;
-    std::string convert(convert_path conversion, const std::string& path) const;
+    [[nodiscard]] std::string convert(convert_path conversion, const std::string& path) const;
 
     vrpsx::embedding _embedding;
     mutable ThreadKey _last_error;

@@ -265,16 +265,16 @@ private:
 
     void addToLog(const std::string& text) NB_EXCLUDES(mHandleLock);
     void emptyLog() NB_EXCLUDES(mHandleLock);
-    int32_t ruleTimeout() const NB_REQUIRES(mHandleLock);
-    bool signalCygwinProcess(uint32_t pid, int signal) NB_REQUIRES(mHandleLock);
+    [[nodiscard]] int32_t ruleTimeout() const NB_REQUIRES(mHandleLock);
+    [[nodiscard]] bool signalCygwinProcess(uint32_t pid, int signal) NB_REQUIRES(mHandleLock);
 
-    bool endByForce(const Wait& wait, const ScopedHandle& ntvdm);
-    bool waitLeftover(uint32_t id, const char* command, std::string* failureText);
+    [[nodiscard]] bool endByForce(const Wait& wait, const ScopedHandle& ntvdm);
+    [[nodiscard]] bool waitLeftover(uint32_t id, const char* command, std::string* failureText);
     void superviseJob(Wait& wait) NB_EXCLUDES(mHandleLock);
-    bool isWatched() const NB_REQUIRES(mHandleLock);
-    bool isPastHalfTime() const NB_REQUIRES(mHandleLock);
-    JobProcesses listJob(std::string* failureText) NB_REQUIRES(mHandleLock);
-    bool sawProgress(const JOBOBJECT_BASIC_AND_IO_ACCOUNTING_INFORMATION& now)
+    [[nodiscard]] bool isWatched() const NB_REQUIRES(mHandleLock);
+    [[nodiscard]] bool isPastHalfTime() const NB_REQUIRES(mHandleLock);
+    [[nodiscard]] JobProcesses listJob(std::string* failureText) NB_REQUIRES(mHandleLock);
+    [[nodiscard]] bool sawProgress(const JOBOBJECT_BASIC_AND_IO_ACCOUNTING_INFORMATION& now)
         NB_REQUIRES(mHandleLock);
     void reportStall(Wait& wait, const JobProcesses& processes) NB_REQUIRES(mHandleLock);
     void breakCommand(const Wait& wait) NB_REQUIRES(mHandleLock);

@@ -236,11 +236,11 @@ public:
 private:
     using path_entry = int (*raw::embedding_table::*)(raw::embedding*, const char*, raw::allocator*,
                                                       char**);
-    int convert(path_entry entry, const char* path, raw::allocator* buffers,
-                buffer_result& result) const;
-    buffer_result convert(const char* context, path_entry entry, const char* path,
-                          raw::allocator* buffers) const;
-    raw::embedding* whole() const;
+    [[nodiscard]] int convert(path_entry entry, const char* path, raw::allocator* buffers,
+                              buffer_result& result) const;
+    [[nodiscard]] buffer_result convert(const char* context, path_entry entry, const char* path,
+                                        raw::allocator* buffers) const;
+    [[nodiscard]] raw::embedding* whole() const;
 };
 
 /// Returns how much storage to allocate for an object of this size.

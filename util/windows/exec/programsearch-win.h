@@ -13,7 +13,7 @@ namespace System {
 class IsFileExecutable {
 public:
     /// Sets `*exists`, unless `exists` is null, to whether there is such a file at all.
-    virtual bool operator()(const std::string& path, bool* exists) const = 0;
+    [[nodiscard]] virtual bool operator()(const std::string& path, bool* exists) const = 0;
     virtual ~IsFileExecutable();
 };
 
@@ -21,7 +21,7 @@ public:
 /// directories.
 class IsFileExecutableByMe : public IsFileExecutable {
 public:
-    bool operator()(const std::string& path, bool* exists) const override;
+    [[nodiscard]] bool operator()(const std::string& path, bool* exists) const override;
 };
 
 }  // namespace System

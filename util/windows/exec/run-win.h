@@ -33,19 +33,20 @@ private:
     using Result = std::optional<int32_t>;  ///< of a step: a value ends the run and is its result
 
     void begin(std::string* outputText, std::string* errorText, bool* aborted);
-    Result prepareJob();
+    [[nodiscard]] Result prepareJob();
     void chooseFlags();
-    Result start();
-    Result startCommand();
-    Result startAlternate();
+    [[nodiscard]] Result start();
+    [[nodiscard]] Result startCommand();
+    [[nodiscard]] Result startAlternate();
     void followCygwinLink(ProgramAndLine& command);
-    DWORD createProcess(const std::wstring& program, const std::wstring& line);
-    Result commandNotFound();
-    int32_t startFailed(const ProgramAndLine& command, uint32_t error);
-    Result superviseChild(bool* aborted);
-    Result fetchExitCode();
-    Result collectOutput(std::string* outputText, std::string* errorText);
-    Result readCapture(HANDLE file, const char* streamName, std::string* text, const char* failure);
+    [[nodiscard]] DWORD createProcess(const std::wstring& program, const std::wstring& line);
+    [[nodiscard]] Result commandNotFound();
+    [[nodiscard]] int32_t startFailed(const ProgramAndLine& command, uint32_t error);
+    [[nodiscard]] Result superviseChild(bool* aborted);
+    [[nodiscard]] Result fetchExitCode();
+    [[nodiscard]] Result collectOutput(std::string* outputText, std::string* errorText);
+    [[nodiscard]] Result readCapture(HANDLE file, const char* streamName, std::string* text,
+                                     const char* failure);
     void adjustForCygwin();
     static void convertFromUtf16(std::string& text);
 

@@ -52,8 +52,8 @@ public:
     NtQueryObjectFunction* mNtQueryObject;
 
 private:
-    bool isFile(HANDLE handle) const;
-    bool closeIfNamed(const std::wstring& path, HANDLE process, HANDLE handle);
+    [[nodiscard]] bool isFile(HANDLE handle) const;
+    [[nodiscard]] bool closeIfNamed(const std::wstring& path, HANDLE process, HANDLE handle);
 };
 
 /// A query for the name of a file. `name` is a buffer of 500 characters.
