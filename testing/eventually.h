@@ -8,7 +8,7 @@ namespace testing_support {
 /// Waits until `condition()` holds, for at most half a minute. Returns false if it never did. For
 /// what another thread does visibly but doesn't announce. `condition` must be free of races.
 template <class Condition>
-bool eventually(Condition condition) {
+[[nodiscard]] bool eventually(Condition condition) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
     while (!condition()) {
         if (std::chrono::steady_clock::now() > end) {

@@ -55,7 +55,7 @@ public:
     explicit Comparison(const Row& row);
 
     /// Returns whether both sides are to take another turn.
-    bool goesOn();
+    [[nodiscard]] bool goesOn();
     void recordOurs(double nanoseconds) { record(mOurs, nanoseconds); }
     void recordPeers(double nanoseconds) { record(mPeers, nanoseconds); }
 

@@ -11,7 +11,7 @@ namespace testing_support {
 
 /// Replaces LookupAccountSidW until the scope ends: every SID belongs to the given account. At most
 /// one object at a time.
-class AccountLookup {
+class [[nodiscard]] AccountLookup {
 public:
     AccountLookup(const wchar_t* domain, const wchar_t* name, SID_NAME_USE use) {
         answer(domain, name, use);

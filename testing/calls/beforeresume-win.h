@@ -11,7 +11,7 @@ namespace testing_support {
 
 /// Runs an action each time the test program is about to resume a child that it has started
 /// suspended, until the scope ends. At most one object at a time.
-class BeforeResume {
+class [[nodiscard]] BeforeResume {
 public:
     explicit BeforeResume(std::function<void(HANDLE thread)> action)
         : mReplaced("ResumeThread", &BeforeResume::resume) {

@@ -18,7 +18,7 @@ namespace testing_support {
 ///
 /// At most one object at a time. No other thread may call the function while the object is created
 /// or destroyed.
-class ConsoleBreaks {
+class [[nodiscard]] ConsoleBreaks {
 public:
     struct Call {
         DWORD event;

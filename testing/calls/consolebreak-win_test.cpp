@@ -82,7 +82,7 @@ TEST(ConsoleBreaksTest, EachCallIsRecorded) {
 
 TEST(ConsoleBreaksTest, ASecondOneIsRefusedAndTheFirstStays) {
     const ConsoleBreaks breaks;
-    EXPECT_THROW(ConsoleBreaks(), std::logic_error);
+    EXPECT_THROW(static_cast<void>(ConsoleBreaks()), std::logic_error);
     breakGroup(noProcess);
     EXPECT_EQ(breaks.calls().size(), 1U);
 }

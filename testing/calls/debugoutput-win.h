@@ -11,7 +11,7 @@ namespace testing_support {
 
 /// Captures what one module (null: the test program) sends to the debugger, in place of the
 /// debugger, until the scope ends. At most one object at a time.
-class DebugOutput {
+class [[nodiscard]] DebugOutput {
 public:
     explicit DebugOutput(HMODULE module = nullptr);
     ~DebugOutput();

@@ -10,7 +10,7 @@ namespace testing_support {
 /// Replaces the clock of all measurements while the object exists. Time passes only when the test
 /// says so, and each reading is counted. At most one object at a time. No other thread may measure
 /// while the object is created or destroyed.
-class FakeClock {
+class [[nodiscard]] FakeClock {
 public:
     explicit FakeClock(int64_t ticks = 0) : mBefore(ticksNow) {
         sNow = ticks;

@@ -7,7 +7,7 @@ namespace testing_support {
 /// Until the scope ends, this program's CreateFileW opens nothing and always returns the same
 /// handle. Closing that handle is counted and has no other effect. Other handles are closed as
 /// usual. At most one object at a time, in one thread.
-class FakeFile {
+class [[nodiscard]] FakeFile {
 public:
     FakeFile() {
         sCloses = 0;

@@ -19,7 +19,7 @@
 namespace testing_support {
 
 /// A file that is held open until its only handle is closed, by the destructor at the latest.
-class HeldFile {
+class [[nodiscard]] HeldFile {
 public:
     HeldFile()
         : mName(createFile(mFolder)),
@@ -71,7 +71,7 @@ struct TableEntry {
 /// Until the scope ends, this process replaces the System process: opening that process opens this
 /// one. Operations on its handles are real. `answerTable` reports the handles that are passed to
 /// the constructor. At most one object at a time, in one thread.
-class FakeSystem {
+class [[nodiscard]] FakeSystem {
 public:
     explicit FakeSystem(const std::vector<TableEntry>& entries) {
         sCurrent = this;
@@ -158,7 +158,7 @@ private:
 };
 
 /// An inspector that sees the table of a FakeSystem.
-class Inspected : public FakeSystem {
+class [[nodiscard]] Inspected : public FakeSystem {
 public:
     explicit Inspected(const std::vector<TableEntry>& entries) : FakeSystem(entries) {
         inspector.mNtQuerySystemInformation = answerTable;

@@ -17,7 +17,7 @@ namespace testing_support {
 ///     with a buffer of 0 bytes    fails with ERROR_BAD_LENGTH
 ///
 /// The calls are recorded. At most one object at a time.
-class FakeTokenInformation {
+class [[nodiscard]] FakeTokenInformation {
 public:
     struct Call {
         HANDLE token;

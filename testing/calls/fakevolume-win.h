@@ -26,7 +26,7 @@ struct Volume {
 /// Until the scope ends, the fields determine Windows's answers about volumes. If a field has no
 /// value, the call fails with error 2. Every path is its own long form. At most one object at a
 /// time, in one thread.
-class FakeVolume {
+class [[nodiscard]] FakeVolume {
 public:
     FakeVolume() { sCurrent = this; }
 

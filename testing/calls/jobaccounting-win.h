@@ -22,7 +22,7 @@ namespace testing_support {
 ///
 /// At most one object at a time. No other thread may call the function while the object is created
 /// or destroyed.
-class JobAccounting {
+class [[nodiscard]] JobAccounting {
 public:
     using Figures = JOBOBJECT_BASIC_AND_IO_ACCOUNTING_INFORMATION;
 

@@ -225,7 +225,7 @@ TEST_F(JobAccountingTest, WhatIsNoJobOrNoRoomIsAnError) {
 }
 
 TEST_F(JobAccountingTest, ASecondOneIsRefusedAndTheFirstStays) {
-    EXPECT_THROW(JobAccounting(), std::logic_error);
+    EXPECT_THROW(static_cast<void>(JobAccounting()), std::logic_error);
     totals(job);
     EXPECT_EQ(accounting.queryCount(accountingClass), 1U);
 }

@@ -17,7 +17,7 @@ inline constexpr int64_t largeSize = 0x1'0000'0003;
 
 /// Makes a file of that size, all NULs, which takes no disk space. Returns false if the system has
 /// no such files.
-inline bool makeLargeFile(const std::string& path) {
+[[nodiscard]] inline bool makeLargeFile(const std::string& path) {
     const ScopedHandle file(CreateFileW(System::unicodePath(path).c_str(), GENERIC_WRITE, 0,
                                         nullptr, CREATE_ALWAYS, 0, nullptr));
     DWORD ignored = 0;
@@ -51,7 +51,7 @@ inline int64_t inspectLargeFile(const std::string& path, std::string& head, std:
 /// Until the scope ends, a SetFilePointer call from a file's end without a high word can't move
 /// beyond 32 bits, as on Windows, regardless of what the system at hand does. At most one object at
 /// a time.
-class NarrowFilePointer {
+class [[nodiscard]] NarrowFilePointer {
 public:
     NarrowFilePointer() { sOriginal = mCall.original(); }
 

@@ -15,7 +15,7 @@ namespace testing_support {
 /// fail until the scope ends. The C++ allocator and the thread library use these functions.
 /// std::bad_alloc can be thrown nevertheless. For a child process of one thread; at most one object
 /// at a time.
-class MemoryShortage {
+class [[nodiscard]] MemoryShortage {
 public:
     explicit MemoryShortage(int blocks)
         : mMalloc("malloc", [](size_t size) { return take() ? sMalloc(size) : nullptr; }),

@@ -16,7 +16,7 @@ namespace testing_support {
 ///
 /// At most one object at a time. No other thread may wait for anything while the object is created
 /// or destroyed.
-class QuickWakes {
+class [[nodiscard]] QuickWakes {
 public:
     /// Called by the waiting thread for each wait that times out, with the wait's number, from 1
     /// on. Returns the result of the wait: WAIT_TIMEOUT, any other result as if it had happened

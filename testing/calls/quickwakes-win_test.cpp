@@ -74,7 +74,7 @@ TEST(QuickWakesTest, OtherWaitsAreNotItsOwn) {
 
 TEST(QuickWakesTest, ASecondOneIsRefusedAndTheFirstStays) {
     const QuickWakes wakes;
-    EXPECT_THROW(QuickWakes(), std::logic_error);
+    EXPECT_THROW(static_cast<void>(QuickWakes()), std::logic_error);
     waitFor(GetCurrentProcess(), 500);
     EXPECT_EQ(wakes.timeouts(), 1U);
 }

@@ -14,7 +14,7 @@ namespace testing_support {
 
 /// Records what the test program calls CreateProcessW and CreateProcessAsUserW with, until the
 /// scope ends. The starts are real, except those that are to fail. At most one object at a time.
-class RecordedStarts {
+class [[nodiscard]] RecordedStarts {
 public:
     struct Call {
         HANDLE token;                         ///< null: CreateProcessW

@@ -20,7 +20,7 @@ class RefusedCall;
 /// false and set `error` as the last error. At most one object at a time for functions of the same
 /// type. See ReplacedCall.
 template <class Result, class... Arguments>
-class RefusedCall<Result(Arguments...)> {
+class [[nodiscard]] RefusedCall<Result(Arguments...)> {
 public:
     /// The first `before` calls are made as usual.
     RefusedCall(const char* function, DWORD error, int before = 0) : mCall(function, refuse) {

@@ -19,7 +19,7 @@ namespace testing_support {
 /// The compiler treats import entries as constants: a call in the same function body as the patch
 /// may use an entry that was read before it. So the call to be replaced must be in a function of
 /// another file, or in one that isn't inlined.
-class ImportPatch {
+class [[nodiscard]] ImportPatch {
 public:
     ImportPatch(HMODULE module, const char* function, void* replacement);
     ~ImportPatch();
@@ -44,7 +44,7 @@ private:
 ///         return FALSE;
 ///     });
 template <class Signature>
-class ReplacedCall {
+class [[nodiscard]] ReplacedCall {
 public:
     ReplacedCall(const char* function, Signature* replacement, HMODULE module = nullptr)
         : mPatch(module, function, reinterpret_cast<void*>(replacement)) {}

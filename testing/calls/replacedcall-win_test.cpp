@@ -22,8 +22,8 @@ TEST(ReplacedCallTest, TheCallGoesToTheReplacementUntilTheScopeEnds) {
 }
 
 TEST(ReplacedCallTest, AFunctionThatTheModuleDoesNotImportIsAnError) {
-    EXPECT_THROW(ReplacedCall<decltype(GetCurrentProcessId)>("NoSuchFunctionAnywhere",
-                                                             []() -> DWORD { return 42; }),
+    EXPECT_THROW(static_cast<void>(ReplacedCall<decltype(GetCurrentProcessId)>(
+                     "NoSuchFunctionAnywhere", []() -> DWORD { return 42; })),
                  std::logic_error);
 }
 

@@ -9,7 +9,7 @@ namespace testing_support {
 
 /// While the object exists, the socket error of the test program is a separate value. In Windows it
 /// isn't: WSAGetLastError and GetLastError read the same place. At most one object at a time.
-class SocketError {
+class [[nodiscard]] SocketError {
 public:
     explicit SocketError(int error);
 

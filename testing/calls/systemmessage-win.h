@@ -19,7 +19,7 @@ namespace testing_support {
 /// neither passed nor ignored (87). In all other cases it sets the last error to 317, with or
 /// without a message, so that a caller that doesn't preserve the last error is noticed. It never
 /// fills gaps. At most one object at a time, and not for several threads.
-class SystemMessage {
+class [[nodiscard]] SystemMessage {
 public:
     /// The arguments of a call; `allocated` is the buffer that the function allocated.
     struct Call {

@@ -39,7 +39,7 @@ struct ThreadCalls {
 extern ThreadCalls gThreadCalls;
 
 /// Sets a result, and resets it to 0 when the scope ends.
-class ThreadCallResult {
+class [[nodiscard]] ThreadCallResult {
 public:
     ThreadCallResult(std::atomic<int>& target, int result) : mTarget(target) { mTarget = result; }
     ~ThreadCallResult() { mTarget = 0; }

@@ -30,7 +30,7 @@ std::ostream& operator<<(std::ostream& out, const OwnedResources& owned);
 /// LocalAlloc, and by the functions for SIDs, access lists and security descriptors whose results
 /// are for LocalFree, FreeSid or DestroyPrivateObjectSecurity. These calls are replaced (see
 /// ReplacedCall) while the object exists. Other threads count as well.
-class OwnershipCount {
+class [[nodiscard]] OwnershipCount {
 public:
     OwnershipCount();
     ~OwnershipCount();

@@ -13,7 +13,7 @@
 namespace testing_support {
 
 /// The DLL as it ships, loaded from the test program's folder until the scope ends.
-class ShippedLibrary {
+class [[nodiscard]] ShippedLibrary {
 public:
     ShippedLibrary()
         : mLibrary(LoadLibraryW((testProgramFolder() / "nbclearcase_fake.dll").c_str())) {

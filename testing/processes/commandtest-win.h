@@ -63,7 +63,7 @@ inline constexpr StreamChoice streamChoices[] = {
 
 /// Until the scope ends, the standard output and error of this process are two empty files, as they
 /// may be for a caller of commands. The output of the C and C++ runtimes goes where it went before.
-class StandardFiles {
+class [[nodiscard]] StandardFiles {
 public:
     explicit StandardFiles(const TempFolder& folder)
         : mOutputPath(folder.path() / "standard output"),

@@ -95,7 +95,7 @@ protected:
     }
     /// Returns whether the job becomes empty. Processes that have ended may count for another
     /// moment.
-    bool jobEmpties() const {
+    [[nodiscard]] bool jobEmpties() const {
         return eventually([this] {
             JOBOBJECT_BASIC_PROCESS_ID_LIST list{};
             return QueryInformationJobObject(exec.mJob.get(), JobObjectBasicProcessIdList, &list,

@@ -15,7 +15,7 @@ FileChild::FileChild(const std::string& what, std::vector<std::string> arguments
     mRunner = std::thread([this, run = std::move(run)] { this->run(run); });
     while (!std::filesystem::exists(mSignal)) {
         if (mHasEnded) {
-            wait();
+            static_cast<void>(wait());
             if (mFailure != nullptr) {
                 std::rethrow_exception(mFailure);
             }
@@ -25,7 +25,7 @@ FileChild::FileChild(const std::string& what, std::vector<std::string> arguments
     }
 }
 
-FileChild::~FileChild() { end(); }
+FileChild::~FileChild() { static_cast<void>(end()); }
 
 void FileChild::run(const ChildRun& run) {
     try {

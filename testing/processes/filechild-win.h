@@ -14,7 +14,7 @@ namespace testing_support {
 
 /// A second process that works on files until `end` is called or it is done: the program filechild,
 /// whose source documents its actions. At most one object at a time.
-class FileChild {
+class [[nodiscard]] FileChild {
 public:
     /// Returns when the process is ready. Throws what runChild throws, and std::runtime_error if
     /// the process ends before it is ready.
@@ -25,9 +25,9 @@ public:
 
     /// Requests the process to end and waits until it does. Returns true if it did all that it was
     /// to do.
-    bool end();
+    [[nodiscard]] bool end();
     /// Waits until the process has done all. Returns true if it could.
-    bool wait();
+    [[nodiscard]] bool wait();
 
 private:
     void run(const ChildRun& run);

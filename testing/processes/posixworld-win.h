@@ -17,7 +17,7 @@ namespace testing_support {
 /// programs. See testing/children/posixnames-win.h. The world has the folders /bin and /tools/bin.
 /// Wine starts programs of its host if they are called by POSIX names, so commands with POSIX names
 /// are in /tools/bin. At most one object at a time.
-class PosixWorld {
+class [[nodiscard]] PosixWorld {
 public:
     /// The world's folder is in `folder`, which must outlive the world.
     explicit PosixWorld(const TempFolder& folder) : mFolder(folder) {

@@ -5,7 +5,7 @@
 namespace testing_support {
 
 /// Waits for up to half a minute until a process ends. Returns true also if it ended long ago.
-inline bool ends(DWORD pid) {
+[[nodiscard]] inline bool ends(DWORD pid) {
     HANDLE process = OpenProcess(SYNCHRONIZE, FALSE, pid);
     if (process == nullptr) {
         return true;

@@ -10,7 +10,7 @@
 namespace testing_support {
 
 /// A running execchild, whose source documents its actions. It is terminated when the scope ends.
-class StartedChild {
+class [[nodiscard]] StartedChild {
 public:
     struct Start {
         /// UTF-8.

@@ -11,7 +11,7 @@
 namespace testing_support {
 
 /// A process that exists and never does anything, until the object is destroyed.
-class SuspendedProgram {
+class [[nodiscard]] SuspendedProgram {
 public:
     /// Throws std::system_error if it can't be started.
     explicit SuspendedProgram(const std::filesystem::path& program) {

@@ -16,7 +16,7 @@ inline vrpsx::embedding embeddingOf(const PosixProvider& provider) {
 
 /// Until the scope ends, the provider's system uses `table`: a copy of its own table, which the
 /// test may change.
-class PatchedSystem {
+class [[nodiscard]] PatchedSystem {
 public:
     explicit PatchedSystem(const PosixProvider& provider)
         : original(rawEmbedding(provider)->system.table),

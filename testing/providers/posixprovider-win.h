@@ -13,7 +13,7 @@ namespace testing_support {
 /// with its own embedding. Everything in it is reset when the object is created, so there may be at
 /// most one object at a time. Whatever uses the embedding must end before the object does.
 /// posixprovider.h documents each function.
-class PosixProvider {
+class [[nodiscard]] PosixProvider {
 public:
     using Entry = posixprovider_entry;
     using Counter = posixprovider_counter;
@@ -77,7 +77,7 @@ public:
     /// Returns the requests that nanosleep was given.
     std::vector<Time> sleeps() const { return times(POSIXPROVIDER_SYSTEM_NANOSLEEP); }
     /// Returns false if that took longer than ten seconds.
-    bool awaitBlocked(Entry entry, int count = 1) const;
+    [[nodiscard]] bool awaitBlocked(Entry entry, int count = 1) const;
 
     void setStorageSizes(uint64_t sigset, uint64_t sigaction);
     const void* storage(Entry entry) const;

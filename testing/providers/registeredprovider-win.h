@@ -34,7 +34,7 @@ std::wstring withoutService(const std::wstring& order, const std::wstring& servi
 ///     if (!provider.problem().empty()) {
 ///         GTEST_SKIP() << provider.problem();
 ///     }
-class RegisteredProvider {
+class [[nodiscard]] RegisteredProvider {
 public:
     explicit RegisteredProvider(const std::filesystem::path& library = {});
     ~RegisteredProvider();

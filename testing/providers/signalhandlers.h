@@ -15,7 +15,7 @@ namespace testing_support {
 using SignalHandler = boost::function<void(int)>;
 
 /// Counts the calls of its handler. Must outlive the handler.
-class SignalCounter {
+class [[nodiscard]] SignalCounter {
 public:
     SignalHandler handler() {
         return [this](int signal) {
@@ -24,7 +24,7 @@ public:
         };
     }
     /// Returns false if that takes longer than half a minute.
-    bool becomes(int count) const {
+    [[nodiscard]] bool becomes(int count) const {
         return eventually([&] { return mCount == count; });
     }
     int count() const { return mCount; }
@@ -36,7 +36,7 @@ private:
 };
 
 /// A handler whose call doesn't return until the gate is opened, by the destructor at the latest.
-class SignalGate {
+class [[nodiscard]] SignalGate {
 public:
     SignalGate() = default;
     ~SignalGate() { open(); }
@@ -51,7 +51,7 @@ public:
             }
         };
     }
-    bool isEntered() const {
+    [[nodiscard]] bool isEntered() const {
         return eventually([&] { return mIsEntered.load(); });
     }
     void open() { mIsOpen = true; }

@@ -6,7 +6,7 @@ namespace testing_support {
 
 /// Restores the process's current directory when the scope ends. Before that, changes it to
 /// `directory` if one is given. The process uses that directory until the scope ends.
-class CurrentDirectory {
+class [[nodiscard]] CurrentDirectory {
 public:
     CurrentDirectory() : mBefore(std::filesystem::current_path()) {}
     explicit CurrentDirectory(const std::filesystem::path& directory) : CurrentDirectory() {

@@ -7,7 +7,7 @@
 namespace testing_support {
 
 /// Makes paths Cygwin's until the scope ends, with drives below the prefix.
-class CygwinScope {
+class [[nodiscard]] CygwinScope {
 public:
     explicit CygwinScope(const std::string& prefix = "/cygdrive/") { setCygwinPaths(true, prefix); }
     ~CygwinScope() { setCygwinPaths(false, ""); }

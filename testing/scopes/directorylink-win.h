@@ -10,7 +10,7 @@ namespace testing_support {
 /// A link to a directory: a junction on Windows. Wine can't create these, but shows symbolic links
 /// of its host system as reparse points, so under Wine it is one of those.
 /// The link is removed when the object is destroyed, which must be before its folder is.
-class DirectoryLink {
+class [[nodiscard]] DirectoryLink {
 public:
     /// Makes `link` in the folder lead to `target` in it; both names are ASCII. Throws
     /// std::runtime_error if the link doesn't show within half a minute.
@@ -21,7 +21,7 @@ public:
 
     /// Removes only the link, if it exists. Wine's own functions would remove what it leads to.
     /// Returns false if the link stays.
-    bool remove() const;
+    [[nodiscard]] bool remove() const;
 
 private:
     std::filesystem::path mLink;

@@ -26,7 +26,7 @@ std::string eightBitLocale();
 /// Until the scope ends, comparisons of narrow texts that ignore case are those of the C runtime
 /// and use its locale. Native builds otherwise have the sanitizer's comparisons, which fold only
 /// ASCII. At most one object at a time, and only while no other thread compares.
-class RuntimeComparisons {
+class [[nodiscard]] RuntimeComparisons {
 public:
     RuntimeComparisons() { use(true); }
     ~RuntimeComparisons() { use(false); }

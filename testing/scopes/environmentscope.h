@@ -11,7 +11,7 @@ namespace testing_support {
 /// and the system, and restores it when the scope ends. On Windows, the name and the values are in
 /// the ANSI code page, not UTF-8, and an empty value removes the variable, as in the C runtime. No
 /// other thread may read the environment while the object is created or destroyed.
-class EnvironmentScope {
+class [[nodiscard]] EnvironmentScope {
 public:
     EnvironmentScope(std::string name, const std::optional<std::string>& value)
         : mName(std::move(name)) {

@@ -8,7 +8,7 @@ namespace testing_support {
 
 /// A new folder of the test's own in the system's temporary folder. The destructor removes it with
 /// its content, including read-only files. A process that is stopped leaves its folder behind.
-class TempFolder {
+class [[nodiscard]] TempFolder {
 public:
     TempFolder();
     ~TempFolder();

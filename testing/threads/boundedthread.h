@@ -14,7 +14,7 @@ namespace testing_support {
 /// A thread that a test joins, with a limit on the wait. If the thread doesn't end within half a
 /// minute, this is reported on standard error and the test program aborts. The destructor joins the
 /// thread at the latest.
-class BoundedThread {
+class [[nodiscard]] BoundedThread {
 public:
     template <class Body>
     explicit BoundedThread(Body body)

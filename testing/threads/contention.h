@@ -39,7 +39,7 @@ private:
 /// set to 100, has been read for the second thread's wait (once for each of `numTimers`). Then sets
 /// the clock to 170 and runs `release`. Returns false if the second thread never started to wait.
 template <class Take, class Release>
-bool contend(FakeClock& clock, Take take, Release release, int numTimers = 1) {
+[[nodiscard]] bool contend(FakeClock& clock, Take take, Release release, int numTimers = 1) {
     clock.set(100);
     const int before = clock.readings();
     BoundedThread waiter(take);

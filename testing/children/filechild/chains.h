@@ -12,8 +12,8 @@ namespace testing_support {
 /// another process that calls this with `self` and `other` exchanged, so that both make the same
 /// directories at once. Throws what System::makePath throws. Returns false if `directory` can't be
 /// written to, or if the other process doesn't arrive within half a minute.
-inline bool makeChains(const std::string& directory, const std::string& self,
-                       const std::string& other, unsigned long count) {
+[[nodiscard]] inline bool makeChains(const std::string& directory, const std::string& self,
+                                     const std::string& other, unsigned long count) {
     for (unsigned long round = 0; round < count; ++round) {
         const std::string start = directory + '/' + std::to_string(round) + '-';
         const auto isThere = [&] { return System::exists(start + other); };
