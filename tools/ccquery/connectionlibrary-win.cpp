@@ -17,7 +17,8 @@ HMODULE load(const std::string& file) {
     const std::wstring name = toWide(bareName ? file : absolutePath(file));
     HMODULE library = LoadLibraryW(name.c_str());
     if (library == nullptr) {
-        throw std::runtime_error("can't load '" + file + "': " + systemErrorText(GetLastError()) +
+        const DWORD error = GetLastError();
+        throw std::runtime_error("can't load '" + file + "': " + systemErrorText(error) +
                                  "; name a connection library by --library FILE");
     }
     return library;
