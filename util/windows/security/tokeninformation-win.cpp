@@ -10,6 +10,7 @@
 #include <windows.h>
 
 #include "util/platform/errortext-win.h"
+#include "util/platform/localmemory-win.h"
 #include "util/windows/security/accesstoken-win.h"
 #include "util/windows/security/arrayinitializer-win.h"
 
@@ -135,11 +136,11 @@ SecurityIdentifier AccessToken::primaryGroup() const {
 void AccessToken::defaultDacl(AccessControlList& dacl) const {
     const TokenBuffer<TOKEN_DEFAULT_DACL> found(mToken, TokenDefaultDacl);
     const size_t size = found->DefaultDacl != nullptr ? found->DefaultDacl->AclSize : 0;
-    HLOCAL copy = LocalAlloc(LMEM_FIXED, size);
+    LocalMemory<void> copy = allocateLocal(size);
     if (size != 0) {
-        std::memcpy(copy, found->DefaultDacl, size);
+        std::memcpy(copy.get(), found->DefaultDacl, size);
     }
-    dacl.adopt(static_cast<PACL>(copy));
+    dacl.adopt(static_cast<PACL>(copy.release()));
 }
 
 std::pair<std::string, LUID> AccessToken::source() const {
