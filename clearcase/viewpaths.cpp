@@ -161,22 +161,23 @@ private:
     std::forward_list<std::string> mKept;
 };
 
-/// The other routes of the roots of one call, from the cache. The caller holds its lock for the
-/// lifetime of the object.
+/// The other routes of the roots of one call, from one cache, whose lock is held from the
+/// constructor to the last call of `of`.
 class OtherRoutes {
 public:
     OtherRoutes(const DriveMap& drives, RootCache& cache) NB_REQUIRES(cache.lock)
-        : mDrives(drives), mCache(cache.routes), mNext(mCache.begin()) {}
+        : mDrives(drives), mNext(cache.routes.begin()) {}
 
-    const std::string& of(const Root& root) {
+    const std::string& of(const Root& root, RootCache& cache) NB_REQUIRES(cache.lock) {
         // Tags often come in the order of their roots.
         // Speed: Benchmark.CanonicalizeViewPathOfSeveralViews
+        RootCache::Routes& routes = cache.routes;
         auto found = mNext;
-        if (!isAt(found, root.key)) {
-            found = mCache.lower_bound(root.key);
-            if (!isAt(found, root.key)) {
+        if (!isAt(found, routes, root.key)) {
+            found = routes.lower_bound(root.key);
+            if (!isAt(found, routes, root.key)) {
                 // A root without another route is stored as well: the drives don't change.
-                found = mCache.emplace_hint(found, root.key,
+                found = routes.emplace_hint(found, root.key,
                                             otherRoute(std::string(root.text), mDrives));
             }
         }
@@ -185,12 +186,12 @@ public:
     }
 
 private:
-    bool isAt(RootCache::Routes::iterator place, std::string_view key) const {
-        return place != mCache.end() && place->first == key;
+    static bool isAt(RootCache::Routes::iterator place, const RootCache::Routes& routes,
+                     std::string_view key) {
+        return place != routes.end() && place->first == key;
     }
 
     const DriveMap& mDrives;
-    RootCache::Routes& mCache;
     RootCache::Routes::iterator mNext;  ///< where the next root may be
 };
 
@@ -283,7 +284,7 @@ std::string canonicalizeViewPath(const DriveMap& drives, RootCache& cache, const
     const MutexLock lock(cache.lock);
     OtherRoutes otherRoutes(drives, cache);
     for (const Root& root : roots) {
-        const std::string& other = otherRoutes.of(root);
+        const std::string& other = otherRoutes.of(root, cache);
         if (!other.empty() && liesInOnDrive(other, s)) {
             // Compatibility: this result has backslashes, and all others have slashes, so a host
             // must unify separators before it compares.
