@@ -42,13 +42,13 @@ public:
 
     // Fields that go together, to read and to write.
     auto cygwinVersion() { return std::tie(mCygwinMajor, mCygwinMinor); }
-    auto lastCounters() {
-        return std::tie(mLastUserTime, mLastKernelTime, mLastReads, mLastWrites, mLastOtherOps);
-    }
 
     // What `mHandleLock` guards, unchecked: a test knows when no other thread uses it.
     auto& connector() NB_NO_THREAD_SAFETY_ANALYSIS { return mConnector; }
     auto& currentRule() NB_NO_THREAD_SAFETY_ANALYSIS { return mCurrentRule; }
+    auto lastCounters() NB_NO_THREAD_SAFETY_ANALYSIS {
+        return std::tie(mLastUserTime, mLastKernelTime, mLastReads, mLastWrites, mLastOtherOps);
+    }
     auto& logStream() NB_NO_THREAD_SAFETY_ANALYSIS { return mLog; }
     auto& stallCountdown() NB_NO_THREAD_SAFETY_ANALYSIS { return mStallCountdown; }
     auto& stallRules() NB_NO_THREAD_SAFETY_ANALYSIS { return mStallRules; }

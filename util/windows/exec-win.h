@@ -243,13 +243,16 @@ protected:
     std::ostringstream mLog NB_GUARDED_BY(mHandleLock);
     int32_t mMaxOutputBytes = 5000000;
     uint32_t mKeepOutputBytes = 5000;
+    /// Like the version of the runtime below, only for the thread that runs commands and between
+    /// commands: no lock guards them.
     uint32_t mChildSignal = noSignal;
     ScopedHandle mJob;
-    int64_t mLastUserTime = 0;  ///< units of 100 ns, like the next one
-    int64_t mLastKernelTime = 0;
-    uint64_t mLastReads = 0;
-    uint64_t mLastWrites = 0;
-    uint64_t mLastOtherOps = 0;
+    /// Units of 100 ns, like the next one.
+    int64_t mLastUserTime NB_GUARDED_BY(mHandleLock) = 0;
+    int64_t mLastKernelTime NB_GUARDED_BY(mHandleLock) = 0;
+    uint64_t mLastReads NB_GUARDED_BY(mHandleLock) = 0;
+    uint64_t mLastWrites NB_GUARDED_BY(mHandleLock) = 0;
+    uint64_t mLastOtherOps NB_GUARDED_BY(mHandleLock) = 0;
     uint32_t mPidBufferSize = 1024;
     uint16_t mCygwinMajor = 0;  ///< major * 1000 + minor
     uint16_t mCygwinMinor = 0;  ///< the patch level

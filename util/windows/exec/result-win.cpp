@@ -56,7 +56,6 @@ Exec::Run::Result Exec::Run::readCapture(HANDLE file, const char* streamName, st
 /// Extracts the signal or the exit code, which each version of the runtime encodes in its own way.
 void Exec::Run::adjustForCygwin() {
     constexpr uint16_t release15 = 1005;
-    const MutexLock lock(mExec.mHandleLock);
     const uint16_t release = mExec.mCygwinMajor;
     const uint16_t patch = mExec.mCygwinMinor;
     if (release == release15 && patch == 13) {
