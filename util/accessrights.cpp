@@ -145,7 +145,6 @@ constexpr auto rights = std::to_array<AccessRight>({
     {0x400, "PROCESS_QUERY_INFORMATION", kernelObject, process},
     {0x800, "PROCESS_SUSPEND_RESUME", kernelObject, process},
 });
-static_assert(rights.size() == 127);
 
 constexpr auto aceTypes = std::to_array<const char*>({
     "Access Allowed",

@@ -16,7 +16,7 @@
 
 namespace {
 
-constexpr std::array<const char*, 5> fileSuffixes = {".exe", "", ".com", ".cmd", ".bat"};
+constexpr auto fileSuffixes = std::to_array<const char*>({".exe", "", ".com", ".cmd", ".bat"});
 constexpr const char* linkSuffix = ".lnk";
 constexpr int passLimit = 10;
 

@@ -21,8 +21,8 @@
 
 namespace {
 
-constexpr std::array<std::string_view, 4> programSuffixes = {".com", ".exe", ".bat", ".cmd"};
-constexpr std::array<std::string_view, 1> noSuffix = {""};
+constexpr auto programSuffixes = std::to_array<std::string_view>({".com", ".exe", ".bat", ".cmd"});
+constexpr auto noSuffix = std::to_array<std::string_view>({""});
 
 std::span<const std::string_view> suffixesFor(const std::string& name) {
     std::vector<PathRange> components;

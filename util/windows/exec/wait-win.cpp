@@ -30,8 +30,8 @@ void dismissNtvdmDialog() {
 
 /// Servers of the tool chain, and of its console, which outlive a command by design.
 bool isLingeringServer(std::wstring_view name) {
-    constexpr std::array<std::wstring_view, 4> servers = {L"mspdbsrv.exe", L"vctip.exe",
-                                                          L"VBCSCompiler.exe", L"conhost.exe"};
+    constexpr auto servers = std::to_array<std::wstring_view>(
+        {L"mspdbsrv.exe", L"vctip.exe", L"VBCSCompiler.exe", L"conhost.exe"});
     return std::any_of(servers.begin(), servers.end(), [name](std::wstring_view server) {
         return name.find(server) != std::wstring_view::npos;
     });
