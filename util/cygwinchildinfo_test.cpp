@@ -88,10 +88,17 @@ TEST(ChildInfoTest, AnyMagicIsTakenByItsBytes) {
 }
 
 TEST(ChildInfoTest, TwelveMagicsAreKnown) {
+    uint32_t before = 0;
+    int count = 0;
     for (const uint32_t magic : testing_support::knownMagics) {
+        EXPECT_GT(magic, before);
+        before = magic;
+        ++count;
         EXPECT_TRUE(cygwin::is_known_magic(magic)) << magic;
+        EXPECT_FALSE(cygwin::is_known_magic(magic - 1)) << magic;
         EXPECT_FALSE(cygwin::is_known_magic(magic + 1)) << magic;
     }
+    EXPECT_EQ(count, 12);
     EXPECT_FALSE(cygwin::is_known_magic(0));
     EXPECT_FALSE(cygwin::is_known_magic(0xffffffff));
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -10,10 +11,10 @@ namespace testing_support {
 using ChildRecord = std::vector<unsigned char>;
 
 inline constexpr uint32_t recordIntro = 0xaf00fa00;
-/// CHILD_INFO_MAGIC of the known releases.
-inline constexpr uint32_t knownMagics[] = {0xe850717a, 0x7901d74e, 0x3ebda16a, 0x3a24db6a,
-                                           0x704d1f7e, 0x110015ea, 0x1630848c, 0x0a189e57,
-                                           0x0482b2ea, 0x88e640f7, 0x4160e87b, 0xc87757a7};
+/// CHILD_INFO_MAGIC of the known releases, in ascending order.
+inline constexpr auto knownMagics = std::to_array<uint32_t>(
+    {0x0482b2ea, 0x0a189e57, 0x110015ea, 0x1630848c, 0x3a24db6a, 0x3ebda16a, 0x4160e87b, 0x704d1f7e,
+     0x7901d74e, 0x88e640f7, 0xc87757a7, 0xe850717a});
 
 /// Stores `word` in little-endian order. Bytes after the record's end are dropped.
 inline void putWord(ChildRecord& record, size_t offset, uint32_t word) {
