@@ -89,8 +89,7 @@ void Exec::setCygwinConnector(cygwin::connector* connector) {
 }
 
 void Exec::setPidBufferSize(uint32_t size) {
-    constexpr uint32_t largest = 1024;
-    if (size <= largest) {
+    if (size <= largestPidBuffer) {
         mPidBufferSize = size;
     }
 }

@@ -73,6 +73,9 @@ public:
     static constexpr int32_t failureCode = 1;
     static constexpr int32_t notFoundCode = 255;
 
+    /// The largest initial size, in bytes, of the buffer for the processes of a job.
+    static constexpr uint32_t largestPidBuffer = 1024;
+
     Exec();
     /// Closes the job. If a child is still known (no run leaves one behind), it is asked to end,
     /// and the destructor doesn't wait for it. No thread may be inside a call.
@@ -182,8 +185,8 @@ public:
     /// before 1.5.20 don't report it; the value then stays as it was.
     [[nodiscard]] uint32_t childSignal() const { return mChildSignal; }
     /// Sets the initial size, in bytes, of the buffer for the processes of a job. It must be at
-    /// least 16, which is enough for one process; the system refuses less. A size over 1,024 is
-    /// ignored.
+    /// least 16, which is enough for one process; the system refuses less. A size over
+    /// `largestPidBuffer` is ignored.
     void setPidBufferSize(uint32_t size);
 
     /// Makes the jobs that are created from now on run at high priority if the version of Windows
@@ -253,7 +256,7 @@ protected:
     uint64_t mLastReads NB_GUARDED_BY(mHandleLock) = 0;
     uint64_t mLastWrites NB_GUARDED_BY(mHandleLock) = 0;
     uint64_t mLastOtherOps NB_GUARDED_BY(mHandleLock) = 0;
-    uint32_t mPidBufferSize = 1024;
+    uint32_t mPidBufferSize = largestPidBuffer;
     uint16_t mCygwinMajor = 0;  ///< major * 1000 + minor
     uint16_t mCygwinMinor = 0;  ///< the patch level
     cygwin::connector* mConnector NB_GUARDED_BY(mHandleLock) = nullptr;

@@ -53,8 +53,8 @@ private:
         void operator()(void* memory) const { std::free(memory); }
     };
 
-    uint32_t mSize;  ///< bytes
-    alignas(JOBOBJECT_BASIC_PROCESS_ID_LIST) std::array<std::byte, 1024> mStack;
+    uint32_t mSize;  ///< bytes; at first at most those of `mStack`
+    alignas(JOBOBJECT_BASIC_PROCESS_ID_LIST) std::array<std::byte, Exec::largestPidBuffer> mStack;
     std::unique_ptr<void, Freer> mHeap;
     std::span<const ULONG_PTR> mIds;
 };
