@@ -24,7 +24,7 @@ namespace {
 constexpr std::wstring_view localPrefix = L"\\\\?\\";
 constexpr std::wstring_view uncPrefix = L"\\\\?\\UNC\\";
 constexpr std::wstring_view nullDevice = L"\\NUL";
-constexpr size_t maxName = 260;
+constexpr size_t maxName = MAX_PATH;
 constexpr size_t longestText = INT_MAX;  ///< the longest that Windows converts
 
 bool isSlash(char c) { return isPathSeparator(c, windowsPaths); }

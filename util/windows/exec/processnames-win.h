@@ -14,7 +14,7 @@
 #include "util/windows/scopedhandle-win.h"
 
 /// Capacity, in characters, for the name of a process's program.
-inline constexpr size_t processNameRoom = 260;
+inline constexpr size_t processNameRoom = MAX_PATH;
 using ProcessName = std::array<wchar_t, processNameRoom>;
 
 /// Writes the file name of a process's program to `name`, which has capacity for `processNameRoom`

@@ -12,7 +12,7 @@
 namespace {
 
 // The environment variable "NBBRK", read once per process.
-char gStallCommand[260];
+char gStallCommand[MAX_PATH];
 int32_t gStallCommandLength = -1;
 std::once_flag gStallCommandRead;
 

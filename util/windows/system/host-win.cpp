@@ -34,7 +34,7 @@ std::string queryHostName() {
 }
 
 std::string queryProgramDirectory() {
-    std::wstring name(260, L'\0');
+    std::wstring name(MAX_PATH, L'\0');
     DWORD length = 0;
     while ((length = GetModuleFileNameW(/*hModule=*/nullptr, name.data(),
                                         static_cast<DWORD>(name.size()))) == name.size()) {
@@ -64,7 +64,7 @@ std::string System::fullHostName(bool refresh) {
 }
 
 std::string System::tempDirectory() {
-    std::array<wchar_t, 260> path;
+    std::array<wchar_t, MAX_PATH> path;
     const DWORD length = GetTempPathW(path.size(), path.data());
     return length == 0 || length > path.size() ? "c:\\" : toUtf8(std::wstring(path.data(), length));
 }

@@ -50,7 +50,7 @@ private:
 };
 
 bool firstSubKey(HKEY key, std::wstring& name) {
-    std::array<wchar_t, 260> buffer;
+    std::array<wchar_t, MAX_PATH> buffer;
     DWORD length = buffer.size();
     if (RegEnumKeyExW(key, /*dwIndex=*/0, buffer.data(), &length, /*lpReserved=*/nullptr,
                       /*lpClass=*/nullptr, /*lpcchClass=*/nullptr,
@@ -69,7 +69,7 @@ std::string installedDirectory() {
                     key.receive()) != ERROR_SUCCESS) {
         return {};
     }
-    std::array<wchar_t, 261> text = {};
+    std::array<wchar_t, MAX_PATH + 1> text = {};
     DWORD type = REG_NONE;
     DWORD size = sizeof text;
     if (RegQueryValueExW(key.get(), L"installDir", /*lpReserved=*/nullptr, &type,

@@ -18,7 +18,7 @@
 
 namespace {
 
-using Name = std::array<wchar_t, 261>;
+using Name = std::array<wchar_t, MAX_PATH + 1>;
 
 // The words are written in this order, that of the bits.
 constexpr std::pair<DWORD, const char*> fileSystemFlags[] = {
