@@ -23,9 +23,9 @@ using ProcessName = std::array<wchar_t, processNameRoom>;
 /// Empty if neither is available. The handle needs PROCESS_QUERY_INFORMATION and PROCESS_VM_READ.
 void processImageName(HANDLE process, wchar_t* name);
 
-/// If the process is the host of 16-bit programs (ntvdm), returns it; otherwise an object that isn't
-/// open. Such a host can hang in a dialog. A failure is logged as one line. If the system lacks the
-/// function for names, only the first call logs that.
+/// If the process is the host of 16-bit programs (ntvdm), returns it; otherwise an object that
+/// isn't open. Such a host can hang in a dialog. A failure is logged as one line. If the system
+/// lacks the function for names, only the first call logs that.
 [[nodiscard]] ScopedHandle getNtvdm(uint32_t pid, std::ostream& log);
 
 /// In a list of processes: the parent of every process.
