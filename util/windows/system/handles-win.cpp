@@ -22,7 +22,7 @@ constexpr ULONG fileNameInformation = 9;
 constexpr ULONG objectTypeInformation = 2;
 constexpr DWORD systemProcess = 4;
 
-constexpr size_t nameRoom = 1000;  // bytes
+constexpr size_t nameRoom = sizeof(FileNameBuffer);  // bytes
 
 // The answer to a query for a file's name.
 struct FileName {
@@ -136,7 +136,7 @@ bool HandleInspector::closeIfNamed(const std::wstring& path, HANDLE process, HAN
                          /*dwDesiredAccess=*/0, /*bInheritHandle=*/FALSE, DUPLICATE_SAME_ACCESS)) {
         return false;
     }
-    std::array<wchar_t, nameRoom / sizeof(wchar_t)> name = {};
+    FileNameBuffer name = {};
     if (!isFile(copy.get()) || !fileNameOfHandle(copy.get(), name.data()) ||
         !beginsWithPath(name.data(), path)) {
         return false;

@@ -1,10 +1,15 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <string>
 
 #include <windows.h>
 #include <winternl.h>
+
+/// Capacity, in characters, for the name of a file without its drive.
+inline constexpr size_t fileNameRoom = 500;
+using FileNameBuffer = std::array<wchar_t, fileNameRoom>;
 
 /// Finds and closes a file that the System process, the process of the kernel, holds open: the last
 /// resort of System::removeTree. Uses functions of ntdll.dll, which it looks up by name, and the
@@ -37,9 +42,9 @@ public:
     /// characters or fewer.
     [[nodiscard]] bool closeSystemFileHandle(const std::wstring& path);
 
-    /// Copies the name of a file, without its drive, to `name`, a buffer of 500 characters. Returns
-    /// true if the system answered. An empty name leaves `name` unchanged. The system doesn't
-    /// answer for names of more than 498 characters.
+    /// Copies the name of a file, without its drive, to `name`, which has capacity for
+    /// `fileNameRoom` characters. Returns true if the system answered. An empty name leaves `name`
+    /// unchanged. The system doesn't answer for names of more than 498 characters.
     [[nodiscard]] bool fileNameOfHandle(HANDLE handle, wchar_t* name);
 
     using NtQueryInformationFileFunction = NTSTATUS NTAPI(HANDLE, IO_STATUS_BLOCK*, void*, ULONG,
@@ -56,7 +61,7 @@ private:
     [[nodiscard]] bool closeIfNamed(const std::wstring& path, HANDLE process, HANDLE handle);
 };
 
-/// A query for the name of a file. `name` is a buffer of 500 characters.
+/// A query for the name of a file. `name` has capacity for `fileNameRoom` characters.
 struct HandleQuery {
     HANDLE handle;
     wchar_t* name;

@@ -64,7 +64,7 @@ ScopedHandle openFile(const std::string& path) {
                                     FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
 }
 
-using Name = std::array<wchar_t, 500>;
+using Name = FileNameBuffer;
 
 TEST(FileNameOfHandleTest, AFilesNameIsItsPathWithoutTheDrive) {
     const TempFolder folder;
