@@ -30,35 +30,39 @@ public:
     /// Returns the hash of a text: starts at 0 and, for each byte, multiplies by 9 and adds the
     /// byte as a signed value.
     [[nodiscard]] static size_t hash(StringSpan text) {
-        constexpr size_t ninePower8 = 43'046'721;
         const char* at = text.data;
         const char* const end = at + text.length;
         size_t result = 0;
         // The eight bytes of a block are hashed in parallel; only adding the block's hash needs the
         // result so far.
         for (; end - at >= 8; at += 8) {
-            result = result * ninePower8 + hashOfEight(at);
+            result = result * factorPower8 + hashOfEight(at);
         }
         for (; at != end; ++at) {
-            result = result * 9 + static_cast<size_t>(static_cast<signed char>(*at));
+            result = result * factor + static_cast<size_t>(static_cast<signed char>(*at));
         }
         return result;
     }
 
 private:
+    static constexpr uint64_t factor = 9;
+    static constexpr uint64_t factorPower2 = factor * factor;
+    static constexpr uint64_t factorPower4 = factorPower2 * factorPower2;
+    static constexpr uint64_t factorPower8 = factorPower4 * factorPower4;
+
     /// Returns the hash of eight bytes: combines neighbouring bytes into pairs, the pairs into
     /// fours, and the two fours into the result.
     static size_t hashOfEight(const char* bytes) {
         static_assert(std::endian::native == std::endian::little);
         // A signed byte is the unsigned byte with its sign bit flipped, minus 128.
         constexpr uint64_t signBits = 0x8080'8080'8080'8080;
-        constexpr uint64_t surplus = uint64_t{128} * (43'046'721 - 1) / 8;
+        constexpr uint64_t surplus = uint64_t{128} * (factorPower8 - 1) / (factor - 1);
         uint64_t x = 0;
         std::memcpy(&x, bytes, sizeof x);
         x ^= signBits;
-        x = (x & 0x00FF'00FF'00FF'00FF) * 9 + (x >> 8 & 0x00FF'00FF'00FF'00FF);
-        x = (x & 0x0000'FFFF'0000'FFFF) * 81 + (x >> 16 & 0x0000'FFFF'0000'FFFF);
-        return (x & 0xFFFF'FFFF) * 6561 + (x >> 32) - surplus;
+        x = (x & 0x00FF'00FF'00FF'00FF) * factor + (x >> 8 & 0x00FF'00FF'00FF'00FF);
+        x = (x & 0x0000'FFFF'0000'FFFF) * factorPower2 + (x >> 16 & 0x0000'FFFF'0000'FFFF);
+        return (x & 0xFFFF'FFFF) * factorPower4 + (x >> 32) - surplus;
     }
 
     StringSpan mText;
