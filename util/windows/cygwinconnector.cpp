@@ -229,10 +229,11 @@ void connector::raise(int signal) const {
         _embedding.thread_sigmask(_embedding.unblock_signals(), signals);
     });
     constexpr int attempts = 32;
+    constexpr int64_t tenth = 100'000'000;  // nanoseconds
     for (int i = 0; i < attempts; ++i) {
         _embedding.kill(_embedding.getpid(), signal);
         SwitchToThread();
-        _embedding.nanosleep({0, 100'000'000});
+        _embedding.nanosleep({0, tenth});
     }
 }
 

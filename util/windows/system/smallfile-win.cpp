@@ -7,6 +7,7 @@
 #include <new>
 #include <sstream>
 #include <stdexcept>
+#include <string_view>
 
 #include <windows.h>
 
@@ -154,10 +155,12 @@ UniqueName::UniqueName(const std::string& prefix, const UniqueSuffix& suffix)
 
 const std::string& UniqueName::next() {
     mSuffix.advance();
+    constexpr std::string_view digits = "0123456789ABCDEFGHIJKLMNOPQRSTUV";
+    constexpr auto base = static_cast<uint32_t>(digits.size());
     uint32_t value = mSuffix.mValue;
     for (size_t i = 1; i <= suffixLength; ++i) {
-        mName[mName.size() - i] = "0123456789ABCDEFGHIJKLMNOPQRSTUV"[value % 32];
-        value /= 32;
+        mName[mName.size() - i] = digits[value % base];
+        value /= base;
     }
     return mName;
 }
