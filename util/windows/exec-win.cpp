@@ -19,9 +19,8 @@ Exec::~Exec() {
         return;
     }
     try {
-        constexpr int kill = 9;
         MutexLock lock(mHandleLock);
-        Exec::abort(lock, kill);
+        Exec::abort(lock, killSignal);
     } catch (const std::exception& e) {
         debugFailure(e);
     }

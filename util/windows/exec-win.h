@@ -269,6 +269,8 @@ private:
     struct Wait;
     struct JobProcesses;
 
+    static constexpr int killSignal = 9;  ///< of the POSIX side
+
     void addToLog(const std::string& text) NB_EXCLUDES(mHandleLock);
     void emptyLog() NB_EXCLUDES(mHandleLock);
     [[nodiscard]] int32_t ruleTimeout() const NB_REQUIRES(mHandleLock);

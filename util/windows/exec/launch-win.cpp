@@ -308,9 +308,8 @@ Exec::Run::Result Exec::Run::superviseChild(bool* aborted) {
     }
     if (wasAborted) {
         // The abort came before there was a child to reach.
-        constexpr int kill = 9;
         MutexLock lock(mExec.mHandleLock);
-        mExec.abort(lock, kill);
+        mExec.abort(lock, killSignal);
     }
     mExec.addToLog("\twaiting for child pid " + std::to_string(pid) + "\n");
     if (!mExec.waitProcessExit(mStreams.mProcess.hProcess, pid, mCommand.c_str(), mFailureText,

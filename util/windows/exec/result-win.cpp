@@ -56,14 +56,21 @@ Exec::Run::Result Exec::Run::readCapture(HANDLE file, const char* streamName, st
 /// Extracts the signal or the exit code, which each version of the runtime encodes in its own way.
 void Exec::Run::adjustForCygwin() {
     constexpr uint16_t release15 = 1005;
+    constexpr uint16_t shiftingPatch = 13;   // of 1.5: shifts an exit code to the upper byte
+    constexpr uint16_t reportingPatch = 20;  // of 1.5, and later: reports the signal there
+    constexpr uint32_t upperByte = 8;
+    constexpr uint32_t shiftedBits = 0xff80;
+    constexpr uint32_t exitBits = 0xff;
+    constexpr uint32_t signalBits = 0x7f;
     const uint16_t release = mExec.mCygwinMajor;
     const uint16_t patch = mExec.mCygwinMinor;
-    if (release == release15 && patch == 13) {
-        if ((mExitCode & ~0xff80U) == 0) {
-            mExitCode = (mExitCode >> 8) & 0xff;
+    if (release == release15 && patch == shiftingPatch) {
+        if ((mExitCode & ~shiftedBits) == 0) {
+            mExitCode = (mExitCode >> upperByte) & exitBits;
         }
-    } else if (release == 0 || release > release15 || (release == release15 && patch >= 20)) {
-        const uint32_t signal = (mExitCode >> 8) & 0x7f;
+    } else if (release == 0 || release > release15 ||
+               (release == release15 && patch >= reportingPatch)) {
+        const uint32_t signal = (mExitCode >> upperByte) & signalBits;
         mExec.mChildSignal = signal != 0 ? signal : noSignal;
     }
 }

@@ -28,6 +28,9 @@ void dismissNtvdmDialog() {
     }
 }
 
+/// Milliseconds that an aborted process has to end by itself.
+constexpr int32_t endGrace = 1500;
+
 /// Servers of the tool chain, and of its console, which outlive a command by design.
 bool isLingeringServer(std::wstring_view name) {
     constexpr auto servers = std::to_array<std::wstring_view>(
@@ -98,7 +101,7 @@ bool Exec::waitProcessExit(HANDLE process, uint32_t pid, const char* command,
     complaint.imbue(std::locale::classic());
     const ScopedHandle ntvdm = getNtvdm(pid, complaint);
     addToLog(complaint.str());
-    int32_t grace = 1500;
+    int32_t grace = endGrace;
     for (;;) {
         const DWORD result = WaitForSingleObject(process, wakeInterval);
         if (result == WAIT_OBJECT_0) {
