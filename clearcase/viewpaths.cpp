@@ -242,8 +242,9 @@ std::string otherRoute(const std::string& root, const DriveMap& drives) {
         const auto found = drives.tags.find(drive);
         if (found != drives.tags.end()) {
             other = joinPath(drives.mvfsRoot, found->second, '/');
-            if (root.size() > 3) {
-                other = joinPath(other, root.substr(3), '/');
+            constexpr size_t belowDrive = driveLength + 1;  // after the separator
+            if (root.size() > belowDrive) {
+                other = joinPath(other, root.substr(belowDrive), '/');
             }
         }
         return other;
