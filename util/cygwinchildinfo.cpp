@@ -26,26 +26,30 @@ uint32_t field(Record record, size_t offset) {
     return value;
 }
 
-/// The record's size, the intro and the magic are adjacent.
+constexpr size_t word = sizeof(uint32_t);
+/// The record's size, the intro and the magic are adjacent. At least one byte follows.
+constexpr size_t fieldsSize = 3 * word;
+
 std::optional<uint32_t> magic_after(Record record, size_t sizeOffset) {
-    if (field(record, sizeOffset) != record.size() || field(record, sizeOffset + 4) != intro) {
+    if (field(record, sizeOffset) != record.size() || field(record, sizeOffset + word) != intro) {
         return std::nullopt;
     }
-    return field(record, sizeOffset + 8);
+    return field(record, sizeOffset + 2 * word);
 }
 
 std::optional<uint32_t> newer_magic(Record record) {
     constexpr size_t zeroes = 16;
-    // One byte more than the fields occupy.
-    if (record.size() < 29 || std::any_of(record.begin(), record.begin() + zeroes,
-                                          [](unsigned char byte) { return byte != 0; })) {
+    if (record.size() <= zeroes + fieldsSize ||
+        std::any_of(record.begin(), record.begin() + zeroes,
+                    [](unsigned char byte) { return byte != 0; })) {
         return std::nullopt;
     }
     return magic_after(record, zeroes);
 }
 
 std::optional<uint32_t> older_magic(Record record) {
-    return record.size() < 17 ? std::nullopt : magic_after(record, 4);
+    constexpr size_t firstWord = word;
+    return record.size() <= firstWord + fieldsSize ? std::nullopt : magic_after(record, firstWord);
 }
 
 }  // namespace
