@@ -19,11 +19,15 @@ constexpr size_t mostBytes = blockSize + longestCharacter;
 
 /// Returns the flags that MultiByteToWideChar accepts for a code page; it refuses others.
 uint32_t conversionFlags(uint32_t codePage, bool lenient) {
-    if (codePage >= 57002 && codePage <= 57011) {
+    constexpr uint32_t firstIscii = 57002;
+    constexpr uint32_t lastIscii = 57011;
+    constexpr uint32_t gb18030 = 54936;
+    if (codePage >= firstIscii && codePage <= lastIscii) {
         return 0;
     }
     switch (codePage) {
         case CP_SYMBOL:
+        // ISO 2022, for Japanese, Korean and Chinese.
         case 50220:
         case 50221:
         case 50222:
@@ -32,7 +36,7 @@ uint32_t conversionFlags(uint32_t codePage, bool lenient) {
         case 50229:
         case CP_UTF7:
             return 0;
-        case 54936:
+        case gb18030:
         case CP_UTF8:
             return MB_ERR_INVALID_CHARS;
         default:

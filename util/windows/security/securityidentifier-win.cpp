@@ -111,7 +111,8 @@ SecurityIdentifier::SecurityIdentifier(const char* account, const char* system,
     const std::wstring wideSystem = wideOrEmpty(system);
     DWORD size = SECURITY_MAX_SID_SIZE;
     SidBytes bytes = makeSidBytes(size);
-    std::array<wchar_t, 143> domainName;
+    constexpr size_t domainRoom = 143;
+    std::array<wchar_t, domainRoom> domainName;
     DWORD domainLength = domainName.size();
     SID_NAME_USE use = SidTypeUnknown;
     if (!LookupAccountNameW(orNull(system, wideSystem), wideAccount.c_str(), bytes.get(), &size,
@@ -126,7 +127,8 @@ SecurityIdentifier::SecurityIdentifier(const char* account, const char* system,
 }
 
 SecurityIdentifier SecurityIdentifier::currentUser() {
-    std::wstring name(512, L'\0');
+    constexpr size_t nameRoom = 512;
+    std::wstring name(nameRoom, L'\0');
     ULONG length = static_cast<ULONG>(name.size());
     if (!GetUserNameExW(NameSamCompatible, name.data(), &length)) {
         throw Win32Exception("GetUserNameExW");
@@ -237,8 +239,9 @@ std::string SecurityIdentifier::text() const {
 
 std::string SecurityIdentifier::accountName(SID_NAME_USE* use, const char* system) const {
     const std::wstring wideSystem = wideOrEmpty(system);
-    std::array<wchar_t, 257> name;
-    std::array<wchar_t, 257> domain;
+    constexpr size_t nameRoom = 257;
+    std::array<wchar_t, nameRoom> name;
+    std::array<wchar_t, nameRoom> domain;
     DWORD nameLength = name.size();
     DWORD domainLength = domain.size();
     SID_NAME_USE found = SidTypeUnknown;
