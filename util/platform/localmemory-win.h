@@ -1,8 +1,6 @@
 #pragma once
 
-#include <cstddef>
 #include <memory>
-#include <new>
 
 #include <windows.h>
 
@@ -20,12 +18,3 @@ struct LocalFreeDeleter {
 /// `LocalMemory<void>` holds a security descriptor. Null is allowed and isn't freed.
 template <class T>
 using LocalMemory = std::unique_ptr<T, LocalFreeDeleter>;
-
-/// Allocates such memory. Throws std::bad_alloc.
-[[nodiscard]] inline LocalMemory<void> allocateLocal(size_t size) {
-    LocalMemory<void> memory(LocalAlloc(LMEM_FIXED, size));
-    if (memory == nullptr) {
-        throw std::bad_alloc();
-    }
-    return memory;
-}

@@ -1,11 +1,9 @@
 #include "util/platform/localmemory-win.h"
 
-#include <new>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "testing/calls/refusedcall-win.h"
 #include "testing/calls/replacedcall-win.h"
 
 namespace {
@@ -39,16 +37,6 @@ TEST(LocalMemoryTest, NullIsNotFreed) {
     gFreed.clear();
     ownAndDrop<void>(nullptr);
     EXPECT_TRUE(gFreed.empty());
-}
-
-TEST(LocalMemoryTest, MemoryIsAllocatedInTheSizeThatWasRequested) {
-    const LocalMemory<void> memory = allocateLocal(7);
-    EXPECT_EQ(LocalSize(memory.get()), 7U);
-}
-
-TEST(LocalMemoryTest, ALackOfMemoryIsAnException) {
-    const RefusedCall<decltype(LocalAlloc)> call("LocalAlloc", ERROR_NOT_ENOUGH_MEMORY);
-    EXPECT_THROW(static_cast<void>(allocateLocal(7)), std::bad_alloc);
 }
 
 }  // namespace

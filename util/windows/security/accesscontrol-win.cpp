@@ -10,7 +10,6 @@
 #include <aclapi.h>
 
 #include "util/platform/errortext-win.h"
-#include "util/platform/localmemory-win.h"
 #include "util/windows/security/trustee-win.h"
 
 namespace {
@@ -159,9 +158,7 @@ AccessControlList::AccessControlList(DWORD aceCount, DWORD revision, bool limitS
     const uint64_t wanted = uint64_t{aceCount} * bytesPerAce + sizeof(ACL);
     const auto size =
         static_cast<DWORD>(std::min<uint64_t>(wanted, limitSize ? sizeLimit : MAXDWORD));
-    // InitializeAcl refuses a larger one, whether there is memory for it or not.
-    mAcl = static_cast<PACL>(size <= MAXWORD ? allocateLocal(size).release()
-                                             : LocalAlloc(LMEM_FIXED, size));
+    mAcl = static_cast<PACL>(LocalAlloc(LMEM_FIXED, size));
     if (!InitializeAcl(mAcl, size, revision)) {
         // Compatibility: the memory isn't freed. Callers may compare what is allocated after such a
         // failure. Windows refuses only a wrong size or revision.

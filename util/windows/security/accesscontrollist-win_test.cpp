@@ -1,5 +1,4 @@
 #include <cstring>
-#include <new>
 #include <string>
 #include <utility>
 #include <vector>
@@ -303,13 +302,6 @@ TEST_F(AccessControlListTest, ACountOfAcesBeyondThirtyTwoBitsOfBytesIsNoSmallOne
         const AccessControlList unlimited(count, ACL_REVISION, /*limitSize=*/false);
     });
     EXPECT_EQ(asked, MAXDWORD);
-}
-
-TEST_F(AccessControlListTest, ALackOfMemoryIsAnException) {
-    const RefusedCall<decltype(LocalAlloc)> call("LocalAlloc", ERROR_NOT_ENOUGH_MEMORY);
-    EXPECT_THROW(AccessControlList(585, ACL_REVISION, /*limitSize=*/false), std::bad_alloc);
-    expectFailedCall("InitializeAcl", ERROR_INVALID_PARAMETER,
-                     [] { AccessControlList(586, ACL_REVISION, /*limitSize=*/false); });
 }
 
 }  // namespace

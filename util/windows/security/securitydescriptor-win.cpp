@@ -57,6 +57,8 @@ void throwIfFailed(const char* call, DWORD error) {
     }
 }
 
+LocalMemory<void> allocate(DWORD size) { return LocalMemory<void>(LocalAlloc(LMEM_FIXED, size)); }
+
 LocalMemory<void> fromSddl(const char* sddl, DWORD revision) {
     PSECURITY_DESCRIPTOR descriptor = nullptr;
     if (!ConvertStringSecurityDescriptorToSecurityDescriptorW(
@@ -72,7 +74,7 @@ LocalMemory<void> selfRelativeCopy(PSECURITY_DESCRIPTOR source) {
         GetLastError() != ERROR_INSUFFICIENT_BUFFER) {
         throw Win32Exception("MakeSelfRelativeSD");
     }
-    LocalMemory<void> copy = allocateLocal(size);
+    LocalMemory<void> copy = allocate(size);
     if (!MakeSelfRelativeSD(source, copy.get(), &size)) {
         throw Win32Exception("MakeSelfRelativeSD");
     }
@@ -103,7 +105,7 @@ PTRUSTEE_W withoutConst(const Trustee& trustee) {
 
 }  // namespace
 
-SecurityDescriptor::SecurityDescriptor() : mDescriptor(allocateLocal(sizeof(SECURITY_DESCRIPTOR))) {
+SecurityDescriptor::SecurityDescriptor() : mDescriptor(allocate(sizeof(SECURITY_DESCRIPTOR))) {
     if (!InitializeSecurityDescriptor(mDescriptor.get(), SECURITY_DESCRIPTOR_REVISION)) {
         throw Win32Exception("InitializeSecurityDescriptor");
     }
@@ -167,7 +169,7 @@ void SecurityDescriptor::copyFrom(PSECURITY_DESCRIPTOR source) {
     }
     if (isSelfRelative(source)) {
         const DWORD size = GetSecurityDescriptorLength(source);
-        mDescriptor = allocateLocal(size);
+        mDescriptor = allocate(size);
         CopyMemory(mDescriptor.get(), source, size);
     } else {
         mDescriptor = selfRelativeCopy(source);
@@ -290,7 +292,7 @@ void SecurityDescriptor::makeAbsolute() {
     DWORD groupSize = mGroup != nullptr ? GetLengthSid(mGroup) : 0;
     // One block, so that freeing the descriptor frees its parts.
     LocalMemory<void> block =
-        allocateLocal(descriptorSize + daclSize + saclSize + ownerSize + groupSize);
+        allocate(descriptorSize + daclSize + saclSize + ownerSize + groupSize);
     BYTE* const dacl = static_cast<BYTE*>(block.get()) + descriptorSize;
     BYTE* const sacl = dacl + daclSize;
     BYTE* const owner = sacl + saclSize;

@@ -10,7 +10,6 @@
 #include <windows.h>
 
 #include "util/platform/errortext-win.h"
-#include "util/platform/localmemory-win.h"
 #include "util/windows/security/accesstoken-win.h"
 #include "util/windows/security/arrayinitializer-win.h"
 
@@ -136,11 +135,11 @@ SecurityIdentifier AccessToken::primaryGroup() const {
 void AccessToken::defaultDacl(AccessControlList& dacl) const {
     const TokenBuffer<TOKEN_DEFAULT_DACL> found(mToken, TokenDefaultDacl);
     const size_t size = found->DefaultDacl != nullptr ? found->DefaultDacl->AclSize : 0;
-    LocalMemory<void> copy = allocateLocal(size);
+    HLOCAL copy = LocalAlloc(LMEM_FIXED, size);
     if (size != 0) {
-        std::memcpy(copy.get(), found->DefaultDacl, size);
+        std::memcpy(copy, found->DefaultDacl, size);
     }
-    dacl.adopt(static_cast<PACL>(copy.release()));
+    dacl.adopt(static_cast<PACL>(copy));
 }
 
 std::pair<std::string, LUID> AccessToken::source() const {
