@@ -6,22 +6,17 @@
 #include <memory>
 #include <new>
 
-/// If a pthread result isn't 0, writes `complaint` and the error's text to standard error, and
-/// aborts the process.
-inline void abortIfFailed(int result, const char* complaint) {
-    if (result != 0) {
-        errno = result;
-        std::perror(complaint);
-        std::abort();
-    }
-}
-
 /// Allocates an object of the thread library on the heap and sets it up with `initialize(cell)`,
 /// which returns a pthread result. The caller frees it with delete. If the allocation fails, or the
 /// result isn't 0, `complaint` and the error's text go to standard error, and the process aborts.
 template <class Handle, class Initialize>
 [[nodiscard]] Handle* makeHandleOrAbort(Initialize initialize, const char* complaint) {
     std::unique_ptr<Handle> handle(new (std::nothrow) Handle());
-    abortIfFailed(handle != nullptr ? initialize(handle.get()) : ENOMEM, complaint);
+    const int result = handle != nullptr ? initialize(handle.get()) : ENOMEM;
+    if (result != 0) {
+        errno = result;
+        std::perror(complaint);
+        std::abort();
+    }
     return handle.release();
 }
