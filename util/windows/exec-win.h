@@ -276,7 +276,7 @@ private:
     [[nodiscard]] int32_t ruleTimeout() const NB_REQUIRES(mHandleLock);
     [[nodiscard]] bool signalCygwinProcess(uint32_t pid, int signal) NB_REQUIRES(mHandleLock);
 
-    [[nodiscard]] bool endByForce(const Wait& wait, const ScopedHandle& ntvdm);
+    [[nodiscard]] bool endByForce(const Wait& wait, HANDLE ntvdm);
     [[nodiscard]] bool waitLeftover(uint32_t id, const char* command, std::string* failureText);
     void superviseJob(Wait& wait) NB_EXCLUDES(mHandleLock);
     [[nodiscard]] bool isWatched() const NB_REQUIRES(mHandleLock);

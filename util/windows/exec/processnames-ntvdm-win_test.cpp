@@ -8,7 +8,6 @@
 #include <sstream>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -31,14 +30,14 @@ using namespace testing_support;
 const std::filesystem::path programPath = testing_support::testProgramFolder() / "execchild.exe";
 
 struct Found {
-    ScopedHandle handle;
+    HANDLE handle;
     std::string log;
 };
 
 Found find(uint32_t pid) {
     std::ostringstream log;
-    ScopedHandle handle = getNtvdm(pid, log);
-    return {std::move(handle), log.str()};
+    const HANDLE handle = getNtvdm(pid, log);
+    return {handle, log.str()};
 }
 
 bool isHandle(HANDLE handle) {
@@ -68,13 +67,14 @@ private:
 TEST(GetNtvdmTest, TheHostIsGivenWithAHandleThatCanEndIt) {
     const Copy host("ntvdm.exe");
     const Found found = find(host.program().pid());
-    ASSERT_TRUE(found.handle.isOpen()) << found.log;
+    ASSERT_NE(found.handle, INVALID_HANDLE_VALUE) << found.log;
     EXPECT_EQ(found.log, "");
-    EXPECT_EQ(GetProcessId(found.handle.get()), host.program().pid());
-    EXPECT_TRUE(TerminateProcess(found.handle.get(), 7));
-    EXPECT_EQ(WaitForSingleObject(found.handle.get(), 30'000), DWORD{WAIT_OBJECT_0});
+    const ScopedHandle owner(found.handle);
+    EXPECT_EQ(GetProcessId(owner.get()), host.program().pid());
+    EXPECT_TRUE(TerminateProcess(owner.get(), 7));
+    EXPECT_EQ(WaitForSingleObject(owner.get(), 30'000), DWORD{WAIT_OBJECT_0});
     DWORD code = 0;
-    EXPECT_TRUE(GetExitCodeProcess(found.handle.get(), &code));
+    EXPECT_TRUE(GetExitCodeProcess(owner.get(), &code));
     EXPECT_EQ(code, 7U);
 }
 
@@ -82,8 +82,9 @@ TEST(GetNtvdmTest, TheNameCountsAnywhereInThePath) {
     for (const char* path : {"ntvdm.exe/program.exe", "an ntvdm.exe.exe"}) {
         const Copy host(path);
         const Found found = find(host.program().pid());
-        EXPECT_TRUE(found.handle.isOpen()) << path;
+        EXPECT_NE(found.handle, INVALID_HANDLE_VALUE) << path;
         EXPECT_EQ(found.log, "") << path;
+        const ScopedHandle owner(found.handle);
     }
 }
 
@@ -128,7 +129,7 @@ TEST(GetNtvdmTest, AnotherProgramIsNotTheHostAndItsHandleIsClosed) {
     const SuspendedProgram program(programPath);
     const SeenOpening opening;
     const Found found = find(program.pid());
-    EXPECT_FALSE(found.handle.isOpen());
+    EXPECT_EQ(found.handle, INVALID_HANDLE_VALUE);
     EXPECT_EQ(found.log, "");
     ASSERT_NE(gOpened, nullptr);
     EXPECT_FALSE(isHandle(gOpened));
@@ -142,7 +143,7 @@ TEST(GetNtvdmTest, AProcessThatCannotBeOpenedIsALineInTheLog) {
     });
     for (const uint32_t pid : {1234U, 4'294'967'292U}) {
         const Found found = find(pid);
-        EXPECT_FALSE(found.handle.isOpen());
+        EXPECT_EQ(found.handle, INVALID_HANDLE_VALUE);
         EXPECT_EQ(found.log, std::string("\tCouldn't get handle of process ") +
                                  std::to_string(pid) + ": OpenProcess: Access is denied. (5)\n");
     }
@@ -150,7 +151,7 @@ TEST(GetNtvdmTest, AProcessThatCannotBeOpenedIsALineInTheLog) {
 
 TEST(GetNtvdmTest, AProcessThatIsNotThereIsALineInTheLog) {
     const Found found = find(4'294'967'292U);
-    EXPECT_FALSE(found.handle.isOpen());
+    EXPECT_EQ(found.handle, INVALID_HANDLE_VALUE);
     EXPECT_EQ(found.log, std::string("\tCouldn't get handle of process 4294967292: ") +
                              win32ErrorText("OpenProcess", ERROR_INVALID_PARAMETER) + "\n");
 }
@@ -162,7 +163,7 @@ TEST(GetNtvdmTest, AProcessWithoutANameIsALineInTheLogAndItsHandleIsClosed) {
         return gOpened;
     });
     const Found found = find(1234);
-    EXPECT_FALSE(found.handle.isOpen());
+    EXPECT_EQ(found.handle, INVALID_HANDLE_VALUE);
     EXPECT_EQ(
         found.log,
         "\tCouldn't get name of process 1234: GetProcessImageFileName: Windows error 6 (6)\n");
@@ -190,10 +191,10 @@ std::string searchTwice(const char* replaced, Signature* replacement) {
         const SystemMessage message(L"There is no such thing.\r\n");
         const ReplacedCall<Signature> call(replaced, replacement);
         const Found first = find(GetCurrentProcessId());
-        seen = first.log + (first.handle.isOpen() ? "found;" : "none;");
+        seen = first.log + (first.handle == INVALID_HANDLE_VALUE ? "-1;" : "found;");
     }
     const Found second = find(GetCurrentProcessId());
-    seen += second.log + (second.handle.isOpen() ? "found;" : "none;");
+    seen += second.log + (second.handle == INVALID_HANDLE_VALUE ? "-1;" : "found;");
     return seen + std::to_string(gOpenCalls.size()) + " opened";
 }
 
@@ -205,7 +206,7 @@ void searchWithoutLibrary() {
         });
     endWith(seen,
             "\tCouldn't check for ntvdm.exe: LoadLibrary(\"psapi.dll\"): There is no such thing. "
-            "(126)\nnone;none;0 opened");
+            "(126)\n-1;-1;0 opened");
 }
 
 TEST(GetNtvdmDeathTest, WithoutTheLibraryTheSearchIsGivenUpWithOneLine) {
@@ -220,7 +221,7 @@ void searchWithoutFunction() {
         });
     endWith(seen,
             "\tCouldn't check for ntvdm.exe: GetProcAddress(\"GetProcessImageFileNameA\"): There "
-            "is no such thing. (127)\nnone;none;0 opened");
+            "is no such thing. (127)\n-1;-1;0 opened");
 }
 
 TEST(GetNtvdmDeathTest, WithoutTheFunctionTheSearchIsGivenUpWithOneLine) {
@@ -260,11 +261,11 @@ void searchWithStandIns() {
     const ReplacedCall<decltype(LoadLibraryA)> loading("LoadLibraryA", load);
     const ReplacedCall<decltype(GetProcAddress)> lookup("GetProcAddress", lookUp);
     const Found first = find(GetCurrentProcessId());
-    std::string seen = first.log + (first.handle.isOpen() ? "found" : "none");
+    std::string seen = first.log + (first.handle == INVALID_HANDLE_VALUE ? "-1" : "found");
     gNameError = ERROR_ACCESS_DENIED;
     seen.append(";").append(find(GetCurrentProcessId()).log);
     seen.append(std::to_string(gRoom)).append(";" + gLoaded).append(";" + gLookedUp);
-    endWith(seen, std::string("none;\tCouldn't get name of process ") +
+    endWith(seen, std::string("-1;\tCouldn't get name of process ") +
                       std::to_string(GetCurrentProcessId()) +
                       ": GetProcessImageFileName: There is no such thing. (5)\n"
                       "260;psapi.dll;GetProcessImageFileNameA");

@@ -5,7 +5,6 @@
 #include <cstring>
 #include <exception>
 #include <ostream>
-#include <utility>
 
 #include <psapi.h>
 #include <tlhelp32.h>
@@ -13,6 +12,7 @@
 
 #include "util/platform/errortext-win.h"
 #include "util/windows/libraryfunction-win.h"
+#include "util/windows/scopedhandle-win.h"
 
 namespace {
 
@@ -101,25 +101,26 @@ void processImageName(HANDLE process, wchar_t* name) {
     name[processNameRoom - 1] = L'\0';
 }
 
-ScopedHandle getNtvdm(uint32_t pid, std::ostream& log) {
+HANDLE getNtvdm(uint32_t pid, std::ostream& log) {
     GetNameFunction* const getName = getNameFunction(log);
     if (getName == nullptr) {
-        return ScopedHandle();
+        return INVALID_HANDLE_VALUE;
     }
-    ScopedHandle process(
+    const HANDLE process =
         OpenProcess(PROCESS_TERMINATE | PROCESS_VM_READ | PROCESS_QUERY_INFORMATION | SYNCHRONIZE,
-                    /*bInheritHandle=*/FALSE, pid));
-    if (!process.isOpen()) {
+                    /*bInheritHandle=*/FALSE, pid);
+    if (process == nullptr) {
         logFailure(log, "handle", pid, "OpenProcess");
-        return ScopedHandle();
+        return INVALID_HANDLE_VALUE;
     }
-    std::array<char, processNameRoom> name{};
-    if (getName(process.get(), name.data(), name.size()) == 0) {
+    ScopedHandle owner(process);
+    std::array<char, 260> name{};
+    if (getName(process, name.data(), name.size()) == 0) {
         logFailure(log, "name", pid, "GetProcessImageFileName");
-        return ScopedHandle();
+        return INVALID_HANDLE_VALUE;
     }
     name.back() = '\0';
-    return std::strstr(name.data(), "ntvdm.exe") != nullptr ? std::move(process) : ScopedHandle();
+    return std::strstr(name.data(), "ntvdm.exe") != nullptr ? owner.detach() : INVALID_HANDLE_VALUE;
 }
 
 void addChildProcesses(std::vector<uint32_t>& pids) {

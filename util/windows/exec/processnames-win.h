@@ -11,8 +11,6 @@
 
 #include <windows.h>
 
-#include "util/windows/scopedhandle-win.h"
-
 /// Capacity, in characters, for the name of a process's program.
 inline constexpr size_t processNameRoom = MAX_PATH;
 using ProcessName = std::array<wchar_t, processNameRoom>;
@@ -23,10 +21,11 @@ using ProcessName = std::array<wchar_t, processNameRoom>;
 /// Empty if neither is available. The handle needs PROCESS_QUERY_INFORMATION and PROCESS_VM_READ.
 void processImageName(HANDLE process, wchar_t* name);
 
-/// If the process is the host of 16-bit programs (ntvdm), returns it; otherwise an object that
-/// isn't open. Such a host can hang in a dialog. A failure is logged as one line. If the system
-/// lacks the function for names, only the first call logs that.
-[[nodiscard]] ScopedHandle getNtvdm(uint32_t pid, std::ostream& log);
+/// If the process is the host of 16-bit programs (ntvdm), returns a handle of it, which the caller
+/// closes; otherwise INVALID_HANDLE_VALUE. A plain handle, since callers know it as one. Such a
+/// host can hang in a dialog. A failure is logged as one line. If the system lacks the function for
+/// names, only the first call logs that.
+[[nodiscard]] HANDLE getNtvdm(uint32_t pid, std::ostream& log);
 
 /// In a list of processes: the parent of every process.
 inline constexpr uint32_t everyParent = 0xffffffff;

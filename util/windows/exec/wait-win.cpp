@@ -99,7 +99,7 @@ bool Exec::waitProcessExit(HANDLE process, uint32_t pid, const char* command,
               workingDirectory, environment, passThrough, /*reported=*/false};
     std::ostringstream complaint;
     complaint.imbue(std::locale::classic());
-    const ScopedHandle ntvdm = getNtvdm(pid, complaint);
+    const ScopedHandle ntvdm(getNtvdm(pid, complaint));
     addToLog(complaint.str());
     int32_t grace = endGrace;
     for (;;) {
@@ -118,7 +118,7 @@ bool Exec::waitProcessExit(HANDLE process, uint32_t pid, const char* command,
         if (mAborted || *stalled) {
             grace -= wakeInterval;
             if (grace <= 0) {
-                return endByForce(wait, ntvdm);
+                return endByForce(wait, ntvdm.get());
             }
         } else if (!mJobPattern.empty()) {
             superviseJob(wait);
@@ -127,15 +127,15 @@ bool Exec::waitProcessExit(HANDLE process, uint32_t pid, const char* command,
 }
 
 /// Ends a process that didn't exit by itself. Returns false if the wait for its end fails.
-bool Exec::endByForce(const Wait& wait, const ScopedHandle& ntvdm) {
+bool Exec::endByForce(const Wait& wait, HANDLE ntvdm) {
     std::string line = "\tExec::waitProcessExit: child ";
     addToLog(line.append(std::to_string(wait.pid))
                  .append(" didn't exit (")
                  .append(wait.command)
                  .append(")\n"));
-    if (ntvdm.isOpen()) {
+    if (ntvdm != INVALID_HANDLE_VALUE) {
         dismissNtvdmDialog();
-        TerminateProcess(ntvdm.get(), /*uExitCode=*/1);
+        TerminateProcess(ntvdm, /*uExitCode=*/1);
         return true;
     }
     TerminateProcess(wait.process, /*uExitCode=*/1);
