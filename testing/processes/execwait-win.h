@@ -33,7 +33,7 @@ inline std::string waitedChild(const std::string& actions) {
 }
 
 /// Returns one rule, which applies to every command.
-inline std::list<Exec::StallRule> everyCommand(int32_t timeout, Exec::StallFlags flags) {
+inline std::list<Exec::StallRule> everyCommand(int32_t timeout, StallFlags flags) {
     return {{".*", timeout, flags}};
 }
 

@@ -47,9 +47,9 @@ TEST(ExecTest, ModesFlagsAndResultsHaveTheirNumbers) {
     EXPECT_EQ(streamError, 1);
     EXPECT_EQ(streamFile, 2);
     EXPECT_EQ(streamAppend, 3);
-    EXPECT_EQ(Exec::watchTime, 1U);
-    EXPECT_EQ(Exec::watchIo, 2U);
-    EXPECT_EQ(Exec::reportOnly, 4U);
+    EXPECT_EQ(watchTime, 1U);
+    EXPECT_EQ(watchIo, 2U);
+    EXPECT_EQ(reportOnly, 4U);
     EXPECT_EQ(Exec::noPid, 0xffffffffU);
     EXPECT_EQ(Exec::noSignal, 0x80000000U);
     EXPECT_EQ(Exec::failureCode, 1);
@@ -128,7 +128,7 @@ TEST(ExecTest, AResetForgetsCommandsRulesAndTheConnector) {
         TestedExec exec;
         exec.setCygwinConnector(&connector);
         exec.mJobPattern = "b";
-        exec.setStallRules({{"a", 1, Exec::watchTime}, {"b", 2, Exec::watchIo}});
+        exec.setStallRules({{"a", 1, watchTime}, {"b", 2, watchIo}});
         ASSERT_NE(exec.currentRule(), nullptr);
         exec.mPid = 5;
         exec.mAborted = true;
@@ -195,23 +195,21 @@ TEST(ExecTest, ABufferForPidsHasAtMost1024Bytes) {
 TEST(ExecTest, WithoutAJobNoNewRuleIsCurrent) {
     TestedExec exec;
     exec.stallCountdown() = 5;
-    const Rules rules = {{"", 1, Exec::watchTime}, {"b", 2, Exec::watchIo}};
+    const Rules rules = {{"", 1, watchTime}, {"b", 2, watchIo}};
     exec.setStallRules(rules);
     EXPECT_EQ(exec.currentRule(), nullptr);
     EXPECT_EQ(exec.stallCountdown(), 0);
     ASSERT_EQ(exec.stallRules().size(), 2U);
     EXPECT_EQ(exec.stallRules().back().mPattern, "b");
     EXPECT_EQ(exec.stallRules().back().mTimeout, 2);
-    EXPECT_EQ(exec.stallRules().back().mFlags, Exec::watchIo);
+    EXPECT_EQ(exec.stallRules().back().mFlags, watchIo);
 }
 
 TEST(ExecTest, TheFirstNewRuleOfTheJobsPatternIsCurrent) {
     TestedExec exec;
     exec.mJobPattern = "b";
-    const Rules rules = {{"a", 1, Exec::watchTime},
-                         {"B", 2, Exec::watchTime},
-                         {"b", 3, Exec::watchTime},
-                         {"b", 4, Exec::watchTime}};
+    const Rules rules = {
+        {"a", 1, watchTime}, {"B", 2, watchTime}, {"b", 3, watchTime}, {"b", 4, watchTime}};
     exec.setStallRules(rules);
     EXPECT_EQ(exec.stallCountdown(), 3);
     EXPECT_EQ(exec.currentRule(), &*std::next(exec.stallRules().begin(), 2));
@@ -221,9 +219,9 @@ TEST(ExecTest, TheFirstNewRuleOfTheJobsPatternIsCurrent) {
 TEST(ExecTest, WithoutARuleOfTheJobsPatternTheTimeOfTheOldOneStays) {
     TestedExec exec;
     exec.mJobPattern = "b";
-    exec.setStallRules({{"b", 3000, Exec::watchTime}});
+    exec.setStallRules({{"b", 3000, watchTime}});
     exec.stallCountdown() = 500;
-    exec.setStallRules({{"bb", 7000, Exec::watchTime}});
+    exec.setStallRules({{"bb", 7000, watchTime}});
     EXPECT_EQ(exec.currentRule(), nullptr);
     EXPECT_EQ(exec.stallCountdown(), 3000);
     EXPECT_EQ(exec.mJobPattern, "b");
@@ -235,7 +233,7 @@ TEST(ExecTest, WithoutARuleOfTheJobsPatternTheTimeOfTheOldOneStays) {
 TEST(ExecTest, RulesThatReplaceThemselvesAreTheSame) {
     TestedExec exec;
     exec.mJobPattern = "b";
-    exec.setStallRules({{"a", 1, Exec::watchTime}, {"b", 2, Exec::watchTime}});
+    exec.setStallRules({{"a", 1, watchTime}, {"b", 2, watchTime}});
     exec.setStallRules(exec.stallRules());
     EXPECT_EQ(exec.stallRules().size(), 2U);
     EXPECT_EQ(exec.currentRule(), &exec.stallRules().back());
@@ -248,7 +246,7 @@ TEST(ExecTest, WhatChangesTheRulesWaitsForTheLock) {
     exec.mJobPattern = "b";
     std::optional<MutexLock> lock(exec.mHandleLock);
     std::vector<BoundedThread> threads;
-    threads.emplace_back([&exec] { exec.setStallRules({{"b", 1, Exec::watchTime}}); });
+    threads.emplace_back([&exec] { exec.setStallRules({{"b", 1, watchTime}}); });
     threads.emplace_back([&exec] { exec.reset(); });
     threads.emplace_back([&] { exec.setCygwinConnector(&connector); });
     // Without a lock, a call would go unnoticed only if it took longer than this; with a lock, no
@@ -336,7 +334,7 @@ TEST(ExecTest, TheOperationsKeepTheirPlaces) {
 TEST(ExecTest, TheReservedOperationsDoNothing) {
     TestedExec exec;
     exec.mJobPattern = "b";
-    exec.setStallRules({{"b", 3000, Exec::watchTime}});
+    exec.setStallRules({{"b", 3000, watchTime}});
     exec.mPid = 4711;
     exec.mAborted = true;
     exec.logStream() << "log";

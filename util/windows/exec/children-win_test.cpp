@@ -193,7 +193,7 @@ TEST_F(ChildrenTest, AnAbortDuringTheWaitForALeftoverEndsIt) {
 }
 
 TEST_F(ChildrenTest, ALeftoverThatStallsIsEnded) {
-    exec.setStallRules(everyCommand(500, Exec::watchTime));
+    exec.setStallRules(everyCommand(500, watchTime));
     accounting.setFixed({});
     // The command itself may take all the time it needs.
     wakes.onTimeout([this](size_t) -> DWORD {

@@ -113,7 +113,7 @@ protected:
 };
 
 TEST_F(ExecLaunchJobTest, WithoutAMatchingRuleThereIsNoJob) {
-    mExec->setStallRules({{"execchild", 1000, Exec::watchTime}});
+    mExec->setStallRules({{"execchild", 1000, watchTime}});
     EXPECT_EQ(mExec->run(execChild()).code, 0);
     EXPECT_EQ(gJobs.created, 0);
     EXPECT_TRUE(gJobs.assignments.empty());

@@ -13,9 +13,9 @@ namespace {
 
 using namespace testing_support;
 
-constexpr uint32_t timeFlag = Exec::watchTime;
-constexpr uint32_t ioFlag = Exec::watchIo;
-constexpr uint32_t stallReport = Exec::reportOnly;
+constexpr uint32_t timeFlag = watchTime;
+constexpr uint32_t ioFlag = watchIo;
+constexpr uint32_t stallReport = reportOnly;
 constexpr auto breakCode = static_cast<int32_t>(0xC000013A);
 
 class StallTest : public testing_support::ExecWaitTest {

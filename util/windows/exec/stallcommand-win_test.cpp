@@ -36,7 +36,7 @@ class StallCommandDeathTest : public testing_support::ExecWaitTest {
 protected:
     void inAFreshProcess(const std::function<void()>& checks) {
         accounting.setFixed({});
-        exec.setStallRules(everyCommand(500, Exec::watchTime));
+        exec.setStallRules(everyCommand(500, watchTime));
         // A command that should end by itself gets all the time for it.
         wakes.onTimeout([this](size_t) -> DWORD {
             return exec.stallCountdown() > 0 ? DWORD{WAIT_TIMEOUT} : QuickWakes::awaitEnd;

@@ -28,9 +28,9 @@ using Figures = JobAccounting::Figures;
 
 constexpr JOBOBJECTINFOCLASS listClass = JobObjectBasicProcessIdList;
 constexpr JOBOBJECTINFOCLASS accountingClass = JobObjectBasicAndIoAccountingInformation;
-constexpr uint32_t timeFlag = Exec::watchTime;
-constexpr uint32_t io = Exec::watchIo;
-constexpr uint32_t report = Exec::reportOnly;
+constexpr uint32_t timeFlag = watchTime;
+constexpr uint32_t io = watchIo;
+constexpr uint32_t report = reportOnly;
 
 Figures figures(LONGLONG user, LONGLONG kernel, ULONGLONG reads, ULONGLONG writes,
                 ULONGLONG otherOps) {

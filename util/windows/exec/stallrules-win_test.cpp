@@ -16,7 +16,7 @@ namespace {
 
 using namespace testing_support;
 
-constexpr uint32_t time = Exec::watchTime;
+constexpr uint32_t time = watchTime;
 constexpr JOBOBJECTINFOCLASS list = JobObjectBasicProcessIdList;
 constexpr JOBOBJECTINFOCLASS accountingClass = JobObjectBasicAndIoAccountingInformation;
 
@@ -110,7 +110,7 @@ TEST(StallRuleReplacement, TheRuleOfTheSamePatternIsInForceFromNowOn) {
     exec.setStallRules({{"cl", 700, time}});
     exec.selectStallRule("cl");
     exec.stallCountdown() = 200;
-    exec.setStallRules({{".*", 1, time}, {"cl", 1500, Exec::watchIo}, {"cl", 3, time}});
+    exec.setStallRules({{".*", 1, time}, {"cl", 1500, watchIo}, {"cl", 3, time}});
     EXPECT_EQ(exec.currentRule(), &*std::next(exec.stallRules().begin()));
     EXPECT_EQ(exec.stallCountdown(), 1500);
 }
