@@ -7,10 +7,12 @@
 
 #include <windows.h>
 
+#include "testing/host/shippedlibrary-win.h"
 #include "testing/processes/childprocess-win.h"
 #include "testing/providers/registeredprovider-win.h"
 #include "testing/scopes/tempfolder.h"
 #include "testing/underwine-win.h"
+#include "testing/utf8path.h"
 
 namespace {
 
@@ -18,9 +20,11 @@ using namespace testing_support;
 
 using Arguments = std::vector<std::string>;
 
-/// Queries the library in a separate process, with `drives` connected.
-class DrivesTest : public testing::Test {
+/// Queries a library in a separate process, with `drives` connected.
+class DrivesTest : public testing::TestWithParam<const char*> {
 protected:
+    ~DrivesTest() override { EXPECT_EQ(mJournal.complaints(), ""); }
+
     void SetUp() override {
         if (!mProvider.problem().empty()) {
             GTEST_SKIP() << mProvider.problem();
@@ -28,7 +32,8 @@ protected:
     }
 
     ChildResult ask(const std::string& drives, const Arguments& arguments) {
-        ChildRun run{testProgramFolder() / "ccquery.exe", {"--json"}};
+        ChildRun run{testProgramFolder() / "ccquery.exe",
+                     {"--json", "--library", utf8(testProgramFolder() / GetParam())}};
         run.arguments.insert(run.arguments.end(), arguments.begin(), arguments.end());
         run.environment = {{"MVFSPROVIDER_DRIVES", mFolder.write("drives.txt", drives)}};
         return runChild(run);
@@ -43,23 +48,27 @@ protected:
     }
 
     TempFolder mFolder;
+    JournalFile mJournal;
     RegisteredProvider mProvider;
 };
 
+INSTANTIATE_TEST_SUITE_P(Libraries, DrivesTest, testing::Values(fakeLibrary, journalLibrary),
+                         libraryTestName);
+
 constexpr const char* twoViews = "m: | \\\\view\nx: | \\\\view\\tag1\ny: | \\\\view\\Tag2\n";
 
-TEST_F(DrivesTest, TheDriveMapIsWhatTheProviderHasConnected) {
+TEST_P(DrivesTest, TheDriveMapIsWhatTheProviderHasConnected) {
     EXPECT_EQ(answer(twoViews, {"drives"}),
               "{\"mvfsRoot\":\"M:\",\"drives\":{\"X:\":\"tag1\",\"Y:\":\"Tag2\"}}\n");
 }
 
-TEST_F(DrivesTest, SeveralBatchesAreOneMap) {
+TEST_P(DrivesTest, SeveralBatchesAreOneMap) {
     EXPECT_EQ(answer("x: | \\\\view\\a\nbatch\nm: | \\\\view\nbatch\nbatch\ny: | \\\\view\\b\n",
                      {"drives"}),
               "{\"mvfsRoot\":\"M:\",\"drives\":{\"X:\":\"a\",\"Y:\":\"b\"}}\n");
 }
 
-TEST_F(DrivesTest, MoreDrivesThanOneBufferHoldsAreAllThere) {
+TEST_P(DrivesTest, MoreDrivesThanOneBufferHoldsAreAllThere) {
     std::string drives;
     std::string expected;
     for (char letter = 'A'; letter <= 'Z'; ++letter) {
@@ -71,7 +80,7 @@ TEST_F(DrivesTest, MoreDrivesThanOneBufferHoldsAreAllThere) {
     EXPECT_EQ(answer(drives, {"drives"}), "{\"mvfsRoot\":\"\",\"drives\":{" + expected + "}}\n");
 }
 
-TEST_F(DrivesTest, ConnectionsOfOtherProvidersCountForNothing) {
+TEST_P(DrivesTest, ConnectionsOfOtherProvidersCountForNothing) {
     // Under Wine, an empty text is the closest that the provider gets to a missing one.
     EXPECT_EQ(answer("n: | \\\\view | Other Network\n | \\\\view\\tag | \nz: | \\\\view\\t | \n"
                      "m: | \\\\view\n",
@@ -79,28 +88,28 @@ TEST_F(DrivesTest, ConnectionsOfOtherProvidersCountForNothing) {
               "{\"mvfsRoot\":\"M:\",\"drives\":{}}\n");
 }
 
-TEST_F(DrivesTest, AConnectionWithAnEmptyLocalNameIsADriveWithoutAName) {
+TEST_P(DrivesTest, AConnectionWithAnEmptyLocalNameIsADriveWithoutAName) {
     EXPECT_EQ(answer(" | \\\\view\\nameless\nm: | \\\\view\n", {"drives"}),
               "{\"mvfsRoot\":\"M:\",\"drives\":{\"\":\"nameless\"}}\n");
 }
 
-TEST_F(DrivesTest, WithoutConnectionsThereAreNoDrivesAndNoMessage) {
+TEST_P(DrivesTest, WithoutConnectionsThereAreNoDrivesAndNoMessage) {
     EXPECT_EQ(answer("", {"drives"}), "{\"mvfsRoot\":\"\",\"drives\":{}}\n");
 }
 
-TEST_F(DrivesTest, APathIsMovedToTheRouteOfItsTagAndBack) {
+TEST_P(DrivesTest, APathIsMovedToTheRouteOfItsTagAndBack) {
     EXPECT_EQ(answer(twoViews, {"canonicalize", "--tag", "M:\\tag1\\vob", "X:\\vob\\a.c"}),
               "{\"path\":\"X:\\\\vob\\\\a.c\",\"canonical\":\"M:\\\\tag1\\\\vob\\\\a.c\"}\n");
     EXPECT_EQ(answer(twoViews, {"canonicalize", "--tag", "X:\\vob", "M:\\tag1\\vob\\a.c"}),
               "{\"path\":\"M:\\\\tag1\\\\vob\\\\a.c\",\"canonical\":\"X:\\\\vob\\\\a.c\"}\n");
 }
 
-TEST_F(DrivesTest, APathOutsideTheTagsStaysInForwardSlashes) {
+TEST_P(DrivesTest, APathOutsideTheTagsStaysInForwardSlashes) {
     EXPECT_EQ(answer(twoViews, {"canonicalize", "--cwd", "Y:\\w", "--tag", "X:\\vob", "a\\..\\b"}),
               "{\"path\":\"a\\\\..\\\\b\",\"canonical\":\"Y:/w/b\"}\n");
 }
 
-TEST_F(DrivesTest, WhatAProviderGaveBeforeItFailedIsKept) {
+TEST_P(DrivesTest, WhatAProviderGaveBeforeItFailedIsKept) {
     const std::string drives = "m: | \\\\view\nx: | \\\\view\\tag1\nfail 1208\ny: | \\\\view\\t\n";
     const ChildResult result = ask(drives, {"drives"});
     EXPECT_EQ(result.exitCode, 0U);
@@ -108,7 +117,7 @@ TEST_F(DrivesTest, WhatAProviderGaveBeforeItFailedIsKept) {
     EXPECT_EQ(result.output.find("\"Y:\""), std::string::npos) << result.output;
 }
 
-TEST_F(DrivesTest, AProviderThatDoesNotOpenLeavesNoDrives) {
+TEST_P(DrivesTest, AProviderThatDoesNotOpenLeavesNoDrives) {
     const ChildResult result = ask(std::string("open 1208\n") + twoViews, {"drives"});
     EXPECT_EQ(result.exitCode, 0U);
     EXPECT_EQ(result.output, "{\"mvfsRoot\":\"\",\"drives\":{}}\n");

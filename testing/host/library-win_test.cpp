@@ -1,4 +1,5 @@
-// The DLL as it ships, tested from a host that is linked separately.
+// The DLLs as they ship, tested from a host that is linked separately: the fake, and the journal in
+// front of it.
 
 #include <cstddef>
 #include <map>
@@ -44,16 +45,25 @@ namespace {
 
 using namespace testing_support;
 
-/// The library, with a configuration that causes one complaint and has one element.
-class LibraryTest : public testing::Test {
+/// A library, with a configuration that causes one complaint and has one element.
+class AnyLibraryTest : public testing::TestWithParam<const char*> {
 protected:
+    ~AnyLibraryTest() override { EXPECT_EQ(mJournal.complaints(), ""); }
+
+    JournalFile mJournal;
     TempFolder mFolder;
     EnvironmentScope mNoView{"CLEARCASE_ROOT", std::nullopt};
     EnvironmentScope mConfiguration{
         "NBCLEARCASE_FAKE_INI",
         mFolder.write("c.ini", "[vobs]\nbad\n/probed=\n[attrs]\nC:\\l=t\n")};
-    ShippedLibrary mLibrary;
+    ShippedLibrary mLibrary{GetParam()};
 };
+
+class FakeLibraryTest : public AnyLibraryTest {};
+
+INSTANTIATE_TEST_SUITE_P(Libraries, AnyLibraryTest, testing::Values(fakeLibrary, journalLibrary),
+                         libraryTestName);
+INSTANTIATE_TEST_SUITE_P(Library, FakeLibraryTest, testing::Values(fakeLibrary), libraryTestName);
 
 constexpr const char* badLineComplaint = "Invalid line in [vobs]:  bad\n";
 
@@ -66,7 +76,7 @@ std::string refusalOf(TableByNumber& table, void (TableByNumber::*operation)()) 
     return "nothing was thrown";
 }
 
-TEST_F(LibraryTest, TheTwelveOperationsAreInTheirOrderAfterTheDestructor) {
+TEST_P(AnyLibraryTest, TheTwelveOperationsAreInTheirOrderAfterTheDestructor) {
     const auto connection = mLibrary.connect();
     auto& table = *reinterpret_cast<TableByNumber*>(connection.get());
     const EnvironmentScope view("CLEARCASE_ROOT", "/view/abc");
@@ -97,13 +107,13 @@ TEST_F(LibraryTest, TheTwelveOperationsAreInTheirOrderAfterTheDestructor) {
     EXPECT_EQ(refusalOf(table, &TableByNumber::operation12), "No connection to kill!");
 }
 
-TEST_F(LibraryTest, ExceptionsOfTheLibraryAreCaughtInTheHost) {
+TEST_P(AnyLibraryTest, ExceptionsOfTheLibraryAreCaughtInTheHost) {
     const auto connection = mLibrary.connect();
     EXPECT_THROW(connection->startSession(), std::runtime_error);
     EXPECT_THROW(connection->killConnection(), std::runtime_error);
 }
 
-TEST_F(LibraryTest, AnyArgumentMakesTheSameConnection) {
+TEST_P(AnyLibraryTest, AnyArgumentMakesTheSameConnection) {
     int something = 0;
     for (void* argument :
          {static_cast<void*>(nullptr), static_cast<void*>(&something), static_cast<void*>(this)}) {
@@ -136,7 +146,7 @@ TEST(LibraryLoadTest, SocketsAreStartedAsLongAsItIsLoadedWhateverThreadsEnd) {
 
 bool gRefused = false;
 
-TEST_F(LibraryTest, WithoutMemoryForItThereIsNoConnection) {
+TEST_P(FakeLibraryTest, WithoutMemoryForItThereIsNoConnection) {
     // Only the object's own allocation fails: the runtime can't report that without any memory.
     gRefused = false;
     static void* (*allocate)(size_t) = nullptr;
@@ -163,7 +173,7 @@ const Table* tableOf(HMODULE module, int directory, const unsigned char*& base) 
         base + nt->OptionalHeader.DataDirectory[directory].VirtualAddress);
 }
 
-TEST_F(LibraryTest, OneNameIsExported) {
+TEST_P(AnyLibraryTest, OneNameIsExported) {
     const unsigned char* base = nullptr;
     const auto* exports =
         tableOf<IMAGE_EXPORT_DIRECTORY>(mLibrary.module(), IMAGE_DIRECTORY_ENTRY_EXPORT, base);
@@ -173,7 +183,7 @@ TEST_F(LibraryTest, OneNameIsExported) {
     EXPECT_STREQ(reinterpret_cast<const char*>(base + names[0]), "ClearCaseImplCtor");
 }
 
-TEST_F(LibraryTest, OnlyLibrariesOfTheSystemAreNeeded) {
+TEST_P(AnyLibraryTest, OnlyLibrariesOfTheSystemAreNeeded) {
     const unsigned char* base = nullptr;
     const auto* library =
         tableOf<IMAGE_IMPORT_DESCRIPTOR>(mLibrary.module(), IMAGE_DIRECTORY_ENTRY_IMPORT, base);
@@ -186,15 +196,19 @@ TEST_F(LibraryTest, OnlyLibrariesOfTheSystemAreNeeded) {
     }
 }
 
-TEST_F(LibraryTest, TheVersionResourceSaysWhatItIs) {
+TEST_P(AnyLibraryTest, TheVersionResourceSaysWhatItIs) {
     const HRSRC resource = FindResourceW(mLibrary.module(), MAKEINTRESOURCEW(1),
                                          reinterpret_cast<LPCWSTR>(RT_VERSION));
     ASSERT_NE(resource, nullptr);
     const auto* text =
         static_cast<const wchar_t*>(LockResource(LoadResource(mLibrary.module(), resource)));
     const std::wstring_view words(text, SizeofResource(mLibrary.module(), resource) / 2);
-    EXPECT_NE(words.find(L"Fake ClearCase connection"), std::wstring_view::npos);
-    EXPECT_NE(words.find(L"nbclearcase_fake.dll"), std::wstring_view::npos);
+    const bool isFake = GetParam() == std::string(fakeLibrary);
+    EXPECT_NE(
+        words.find(isFake ? L"Fake ClearCase connection" : L"Journal of a ClearCase connection"),
+        std::wstring_view::npos);
+    const std::string name = GetParam();
+    EXPECT_NE(words.find(std::wstring(name.begin(), name.end())), std::wstring_view::npos);
 }
 
 }  // namespace

@@ -1,22 +1,55 @@
 #pragma once
 
+#include <fstream>
+#include <iterator>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
+
+#include <gtest/gtest.h>
 
 #include <windows.h>
 
 #include "clearcase/clearcaseconnection.h"
+#include "testing/jsonschema.h"
 #include "testing/processes/childprocess-win.h"
+#include "testing/scopes/environmentscope.h"
+#include "testing/scopes/tempfolder.h"
 #include "util/windows/libraryfunction-win.h"
 
 namespace testing_support {
 
-/// The DLL as it ships, loaded from the test program's folder until the scope ends.
+inline constexpr const char* fakeLibrary = "nbclearcase_fake.dll";
+inline constexpr const char* journalLibrary = "nbclearcase_journal.dll";
+
+/// The name of a test with a library as its parameter: "fake" or "journal".
+inline std::string libraryTestName(const testing::TestParamInfo<const char*>& info) {
+    return info.param == std::string(fakeLibrary) ? "fake" : "journal";
+}
+
+/// A journal in a folder of its own, which the library that writes journals writes. The others
+/// don't see it. It asks the fake.
+class [[nodiscard]] JournalFile {
+public:
+    /// Returns what is wrong with the lines (see `journalComplaints`). There is nothing to read if
+    /// the library was another one.
+    std::string complaints() const {
+        std::ifstream file(mFolder.path() / "j.jsonl", std::ios::binary);
+        return journalComplaints({std::istreambuf_iterator<char>(file), {}});
+    }
+
+private:
+    TempFolder mFolder;
+    EnvironmentScope mFile{"NBCLEARCASE_JOURNAL_FILE", mFolder.utf8("j.jsonl")};
+    EnvironmentScope mLibrary{"NBCLEARCASE_JOURNAL_LIBRARY", std::nullopt};
+};
+
+/// A DLL as it ships, loaded from the test program's folder until the scope ends.
 class [[nodiscard]] ShippedLibrary {
 public:
-    ShippedLibrary()
-        : mLibrary(LoadLibraryW((testProgramFolder() / "nbclearcase_fake.dll").c_str())) {
+    explicit ShippedLibrary(const std::string& name = fakeLibrary)
+        : mLibrary(LoadLibraryW((testProgramFolder() / name).c_str())) {
         if (mLibrary == nullptr) {
             throw std::runtime_error("the library can't be loaded");
         }
@@ -27,7 +60,13 @@ public:
                                      CLEARCASE_IMPL_CTOR);
         }
     }
-    ~ShippedLibrary() { FreeLibrary(mLibrary); }
+    ~ShippedLibrary() {
+        FreeLibrary(mLibrary);
+        // The journal keeps the library that it asks, which would keep its drives for later tests.
+        while (HMODULE kept = GetModuleHandleW(L"nbclearcase_fake.dll")) {
+            FreeLibrary(kept);
+        }
+    }
     ShippedLibrary(const ShippedLibrary&) = delete;
     ShippedLibrary& operator=(const ShippedLibrary&) = delete;
 

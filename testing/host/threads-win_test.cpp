@@ -1,4 +1,4 @@
-// Many threads on one connection of the shipped library.
+// Many threads on one connection of a shipped library.
 
 #include <algorithm>
 #include <atomic>
@@ -49,7 +49,12 @@ int wrongAnswers(ClearCaseConnection& connection, const std::vector<std::string>
     return wrong;
 }
 
-TEST(ThreadsTest, EightThreadsGetTheSameAnswersAndLeakNoMemoryOrHandles) {
+class ThreadsTest : public testing::TestWithParam<const char*> {};
+
+INSTANTIATE_TEST_SUITE_P(Libraries, ThreadsTest, testing::Values(fakeLibrary, journalLibrary),
+                         libraryTestName);
+
+TEST_P(ThreadsTest, EightThreadsGetTheSameAnswersAndLeakNoMemoryOrHandles) {
     const RegisteredProvider provider;
     if (!provider.problem().empty()) {
         GTEST_SKIP() << provider.problem();
@@ -61,7 +66,8 @@ TEST(ThreadsTest, EightThreadsGetTheSameAnswersAndLeakNoMemoryOrHandles) {
     const EnvironmentScope configuration(
         "NBCLEARCASE_FAKE_INI",
         folder.write("c.ini", "[attrs]\nX:\\vob\\link=..\\a\nC:\\v.c=*version\n"));
-    const ShippedLibrary library;
+    const JournalFile journal;
+    const ShippedLibrary library(GetParam());
     const auto connection = library.connect();
 
     const std::vector<std::string> paths = {"X:\\vob\\link", "C:\\v.c",     "M:\\tag2\\b\\c",
