@@ -26,6 +26,7 @@ public:
         added.section = mSection;
     }
     void skipLine() {
+        mLines.back().saysNothing = true;
         mLines.back().kind = mLines.back().trimmed.empty() ? LineKind::empty : LineKind::comment;
     }
     void enterSection(ConfigurationSection section) {
@@ -79,6 +80,7 @@ public:
         added.section = mSection;
         added.kind = kind;
     }
+    void skipLine() { mLines.back().saysNothing = true; }
     static bool takesPath(std::string_view /*path*/) { return false; }
 
     LineKind kind = LineKind::unfinished;

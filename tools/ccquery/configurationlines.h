@@ -34,6 +34,7 @@ struct ConfigurationLine {
     std::string_view text;     ///< without the line feed
     std::string_view trimmed;  ///< without the white space at its ends; what the library reads
     LineKind kind = LineKind::empty;
+    bool saysNothing = false;  ///< it is empty or a comment; also of a line that isn't read
     /// The section that a header begins; otherwise that in which the line is.
     ConfigurationSection section = ConfigurationSection::none;
 

@@ -72,6 +72,17 @@ TEST(ConfigurationLinesTest, EachLineHasItsNumberItsTextAndItsKind) {
     EXPECT_EQ(file.complaints(), "Invalid line in [vobs]:  bad\n");
 }
 
+TEST(ConfigurationLinesTest, EmptyLinesAndCommentsSayNothingWhereverTheyAre) {
+    const ConfigurationLines file(";\n\n[vobs]\nx=\n # y\x1a\n z\n ;\n\t\n\nq", "");
+    std::vector<size_t> silent;
+    for (const ConfigurationLine& line : file.lines()) {
+        if (line.saysNothing) {
+            silent.push_back(line.number);
+        }
+    }
+    EXPECT_EQ(silent, (std::vector<size_t>{1, 2, 5, 7, 8, 9}));
+}
+
 TEST(ConfigurationLinesTest, AHeaderHasItsOwnSectionAndOtherLinesThatAroundThem) {
     const ConfigurationLines file("a\n[vobs]\nb=\n\n[attrs]\n;\n[none]\nc\n[vobs]\nd", "");
     std::vector<ConfigurationSection> sections;
