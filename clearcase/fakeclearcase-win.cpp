@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "clearcase/configuration.h"
+#include "clearcase/configurationsource-win.h"
 #include "clearcase/elementstatus.h"
 #include "clearcase/fakeclearcase.h"
 #include "clearcase/mvfsdrives-win.h"
@@ -17,19 +18,9 @@
 #include "util/windows/environment-win.h"
 #include "util/windows/system/filestat-win.h"
 
-namespace {
-
-/// A variable that is empty counts as not set.
-std::string variableOr(const char* name, const char* otherwise) {
-    const std::string value = environmentVariable(name).value_or("");
-    return value.empty() ? otherwise : value;
-}
-
-}  // namespace
-
 FakeClearCase::FakeClearCase(const void* /*unused*/) {
-    const std::string name = variableOr("NBCLEARCASE_FAKE_INI", "nbclearcase_fake.ini");
-    const std::string viewRootPrefix = variableOr("CLEARCASE_ROOT", "");
+    const std::string name = configurationFile();
+    const std::string prefix = viewRootPrefix();
 
     std::vector<char> buffer(65536);
     std::filebuf file;
@@ -40,7 +31,7 @@ FakeClearCase::FakeClearCase(const void* /*unused*/) {
     }
     std::istream input(&file);
     Configuration configuration;
-    readConfiguration(input, viewRootPrefix, configuration, mError);
+    readConfiguration(input, prefix, configuration, mError);
     mVobs.swap(configuration.vobs);
     mElements.swap(configuration.elements);
     mElementIndex = std::move(configuration.index);

@@ -46,10 +46,13 @@ public:
             ->type_name("FILE");
         mApp.add_flag("--json", mQuery.json, "Print a JSON object a line in place of a table");
         mApp.footer(
-            "Exit codes: 0, or 1 if \"errors\" finds any, or 2 if an answer is missing; a line on\n"
-            "standard error then says why. \"ccquery COMMAND --help\" tells more of a command.");
+            "Exit codes: 0, or 1 if \"errors\" or \"check\" finds any, or 2 if an answer is "
+            "missing; a\n"
+            "line on standard error then says why. \"ccquery COMMAND --help\" tells more of a\n"
+            "command.");
         addPathCommands();
         addOtherCommands();
+        addCheck();
     }
 
     CommandLine parse(std::vector<std::string> arguments) {
@@ -62,7 +65,8 @@ public:
         } catch (const CLI::ParseError& error) {
             throw UsageError(complaint(error));
         }
-        for (std::string* text : {&mQuery.library, &mQuery.config, &mQuery.cwd, &mQuery.root}) {
+        for (std::string* text :
+             {&mQuery.library, &mQuery.config, &mQuery.cwd, &mQuery.root, &mQuery.file}) {
             unshield(*text);
         }
         std::for_each(mQuery.paths.begin(), mQuery.paths.end(), unshield);
@@ -130,6 +134,21 @@ for each PATH; "target" is null where the library writes none)");
                    R"({"error":TEXT,"lines":[TEXT, ...]})");
     }
 
+    void addCheck() {
+        addCommand(
+            Command::check, "check",
+            "Lines of a configuration that do nothing, or not what was meant; exit code 1 if\n"
+            "there are any. No library is loaded",
+            R"({"file":TEXT,"line":NUMBER,"lastLine":NUMBER,"column":NUMBER,)"
+            R"("severity":"warning" or "error","name":TEXT,"text":TEXT,)"
+            R"("withoutEffect":true or false}
+for each finding; docs/configuration.md describes each by its name)")
+            ->add_option("FILE", mQuery.file,
+                         "The configuration (default: that of --config, or NBCLEARCASE_FAKE_INI,\n"
+                         "or nbclearcase_fake.ini in the current directory)")
+            ->type_name("");
+    }
+
     std::string complaint(const CLI::ParseError& error) const {
         const std::vector<CLI::App*> chosen = mApp.get_subcommands();
         const auto kind = static_cast<CLI::ExitCodes>(error.get_exit_code());
@@ -137,8 +156,8 @@ for each PATH; "target" is null where the library writes none)");
         std::for_each(rest.begin(), rest.end(), unshield);
         if (chosen.empty() && kind == CLI::ExitCodes::RequiredError) {
             return (rest.empty() ? "no command" : "unknown command '" + rest.front() + "'") +
-                   "; use status, canonicalize, vobs, drives, view, info or errors, or see "
-                   "ccquery --help";
+                   "; use status, canonicalize, vobs, drives, view, info, errors or check, or "
+                   "see ccquery --help";
         }
         const std::string problem = kind == CLI::ExitCodes::ExtrasError
                                         ? "unexpected argument '" + rest.front() + "'"

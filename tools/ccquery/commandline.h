@@ -8,7 +8,7 @@
 
 namespace ccquery {
 
-enum class Command { status, canonicalize, vobs, drives, view, info, errors };
+enum class Command { status, canonicalize, vobs, drives, view, info, errors, check };
 
 struct Query {
     Command command = Command::info;
@@ -25,6 +25,8 @@ struct Query {
     std::vector<std::string> tags = {};
     /// For `vobs`.
     std::string root = {};
+    /// For `check`; empty if it isn't given.
+    std::string file = {};
 };
 
 struct CommandLine {

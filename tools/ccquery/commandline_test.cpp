@@ -30,7 +30,7 @@ TEST(CommandLineTest, EachCommandIsKnownByItsName) {
         {{"status", "x"}, Command::status}, {{"canonicalize", "x"}, Command::canonicalize},
         {{"vobs", "x"}, Command::vobs},     {{"drives"}, Command::drives},
         {{"view"}, Command::view},          {{"info"}, Command::info},
-        {{"errors"}, Command::errors},
+        {{"errors"}, Command::errors},      {{"check"}, Command::check},
     };
     for (const auto& [arguments, command] : rows) {
         EXPECT_EQ(parse(arguments).command, command) << arguments.front();
@@ -121,11 +121,19 @@ TEST(CommandLineTest, TheRootOfVobsMayBeEmpty) {
     EXPECT_EQ(parse({"vobs", "C:\\vobs"}).root, "C:\\vobs");
 }
 
+TEST(CommandLineTest, CheckTakesAFileOrNone) {
+    EXPECT_EQ(parse({"check"}).file, "");
+    EXPECT_EQ(parse({"check", "a b.ini"}).file, "a b.ini");
+    EXPECT_EQ(parse({"check", "[a,b]", "--config", "c"}).file, "[a,b]");
+    EXPECT_EQ(parse({"check", "[a,b]", "--config", "c"}).config, "c");
+}
+
 TEST(CommandLineTest, HelpReportsEveryCommandAndOption) {
     for (const char* flag : {"--help", "-h"}) {
         const std::string help = parseCommandLine({flag}).help;
-        for (const char* word : {"status", "canonicalize", "vobs", "drives", "view", "info",
-                                 "errors", "--library", "--config", "--json", "Exit codes"}) {
+        for (const char* word :
+             {"status", "canonicalize", "vobs", "drives", "view", "info", "errors", "check",
+              "--library", "--config", "--json", "Exit codes"}) {
             EXPECT_NE(help.find(word), std::string::npos) << word;
         }
     }
@@ -133,7 +141,7 @@ TEST(CommandLineTest, HelpReportsEveryCommandAndOption) {
 
 TEST(CommandLineTest, EachCommandHasHelpOfItsOwn) {
     for (const char* command :
-         {"status", "canonicalize", "vobs", "drives", "view", "info", "errors"}) {
+         {"status", "canonicalize", "vobs", "drives", "view", "info", "errors", "check"}) {
         const std::string help = parseCommandLine({command, "--help"}).help;
         EXPECT_NE(help.find(command), std::string::npos);
         EXPECT_NE(help.find("With --json: {\""), std::string::npos) << command;
@@ -147,7 +155,8 @@ TEST(CommandLineTest, EachCommandHasHelpOfItsOwn) {
 
 TEST(CommandLineTest, ACommandLineThatCannotBeUnderstoodIsReportedInOneLine) {
     const std::string commands =
-        "; use status, canonicalize, vobs, drives, view, info or errors, or see ccquery --help";
+        "; use status, canonicalize, vobs, drives, view, info, errors or check, or see ccquery "
+        "--help";
     const std::pair<Texts, std::string> rows[] = {
         {{}, "no command" + commands},
         {{"--json"}, "no command" + commands},
@@ -161,6 +170,7 @@ TEST(CommandLineTest, ACommandLineThatCannotBeUnderstoodIsReportedInOneLine) {
         {{"view", "--frobnicate"}, "unexpected argument '--frobnicate'; see ccquery view --help"},
         {{"status", "x", "--tag", "y"}, "unexpected argument '--tag'; see ccquery status --help"},
         {{"view", "--null"}, "unexpected argument '--null'; see ccquery view --help"},
+        {{"check", "a", "b"}, "unexpected argument 'b'; see ccquery check --help"},
         {{"view", "a", "b"}, "unexpected argument 'a'; see ccquery view --help"},
         {{"view", "[a]"}, "unexpected argument '[a]'; see ccquery view --help"},
         {{"--library"}, "--library: 1 required FILE missing; see ccquery --help"},

@@ -18,12 +18,16 @@
 #include <windows.h>
 #include <shellapi.h>
 
+#include "clearcase/configurationsource-win.h"
 #include "tools/ccquery/absolutepath-win.h"
 #include "tools/ccquery/ask.h"
 #include "tools/ccquery/askpaths.h"
+#include "tools/ccquery/check.h"
 #include "tools/ccquery/commandline.h"
 #include "tools/ccquery/connectionlibrary-win.h"
+#include "tools/ccquery/systemerror-win.h"
 #include "util/platform/unicodetext-win.h"
+#include "util/windows/system/smallfile-win.h"
 
 namespace {
 
@@ -76,7 +80,29 @@ void setConfiguration(const std::string& file) {
     _wputenv_s(L"NBCLEARCASE_FAKE_INI", name.c_str());
 }
 
+std::string bytesOf(const std::string& file) {
+    std::string text;
+    if (readFile(file, text) != fileIsRead) {
+        const DWORD error = GetLastError();
+        throw std::runtime_error("can't read the configuration '" + file +
+                                 "': " + systemErrorText(error) + "; name another by check FILE");
+    }
+    return text;
+}
+
+/// Answers `check`, which needs no library.
+ExitCode runCheck(const Query& query) {
+    const std::string named = query.file.empty() ? query.config : query.file;
+    const std::string file = named.empty() ? configurationFile() : named;
+    const CheckResult result = check(file, bytesOf(file), viewRootPrefix(), query.json);
+    print(result.output);
+    return result.exitCode;
+}
+
 ExitCode run(Query query) {
+    if (query.command == Command::check) {
+        return runCheck(query);
+    }
     if (!query.config.empty()) {
         setConfiguration(query.config);
     }
