@@ -151,9 +151,7 @@ void ConfigurationLines::indexKeys() {
             line.keyBefore = setDecider(line.key, line.number);
         }
         if (!line.secondKey.empty()) {
-            line.secondKeyBefore = line.secondKey == line.key
-                                       ? line.keyBefore
-                                       : setDecider(line.secondKey, line.number);
+            line.secondKeyBefore = setDecider(line.secondKey, line.number);
         }
     }
 }

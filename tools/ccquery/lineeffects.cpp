@@ -108,17 +108,11 @@ std::vector<std::string_view> relativePaths(const ConfigurationLines& file) {
     return paths;
 }
 
-bool areEqual(const Configuration& a, const Configuration& b) {
-    const auto equalVobs = [](const VobRecord& x, const VobRecord& y) {
-        return x.tag == y.tag && x.state == y.state;
-    };
-    const auto equalElements = [](const auto& x, const auto& y) {
+bool areEqual(const ElementTable& a, const ElementTable& b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](const auto& x, const auto& y) {
         return x.first == y.first && x.second.type == y.second.type &&
                x.second.value == y.second.value;
-    };
-    return std::equal(a.vobs.begin(), a.vobs.end(), b.vobs.begin(), b.vobs.end(), equalVobs) &&
-           std::equal(a.elements.begin(), a.elements.end(), b.elements.begin(), b.elements.end(),
-                      equalElements);
+    });
 }
 
 /// Whether the library would read something else without the line that has Ctrl+Z. That is no
@@ -128,7 +122,9 @@ bool hasCtrlZEffect(const ConfigurationLines& file, const ConfigurationLine& lin
     std::string text = file.text();
     text.erase(begin, line.text.size() + 1);
     const ConfigurationLines without(text, file.viewRootPrefix());
-    return !areEqual(file.configuration(), without.configuration()) ||
+    // More lines would be read, and so VOBs could only be added.
+    return file.configuration().vobs.size() != without.configuration().vobs.size() ||
+           !areEqual(file.configuration().elements, without.configuration().elements) ||
            file.complaints() != without.complaints() ||
            relativePaths(file) != relativePaths(without);
 }

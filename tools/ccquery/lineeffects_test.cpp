@@ -1,5 +1,6 @@
 #include "tools/ccquery/lineeffects.h"
 
+#include <algorithm>
 #include <random>
 #include <string>
 #include <vector>
@@ -84,6 +85,11 @@ TEST(LineEffectsTest, TheLineWithCtrlZHasOneIfItHidesLines) {
     EXPECT_EQ(idle("[vobs]\n\\v=\n\x1a\n\\w=\n"), Numbers{4});
     EXPECT_EQ(idle("[vobs]\n\\v=\n\\x=\x1a\n\\w="), (Numbers{3, 4}));
     EXPECT_EQ(idle("[attrs]\nC:\\a=x\n\x1a\nrel=x\n"), Numbers{4});
+    for (const char* line :
+         {"C:\\a=y", "C:\\a=x*null", "C:\\b=x", "C:\\A=x", "bad", "[x]\n[vobs]\nv="}) {
+        const auto numbers = idle("[attrs]\nC:\\a=x\n\x1a\n" + std::string(line) + "\n");
+        EXPECT_EQ(std::count(numbers.begin(), numbers.end(), 3U), 0) << line;
+    }
     EXPECT_EQ(idle("[attrs]\nC:\\a=x\n\x1a\n\x1a rel=x\n"), (Numbers{3, 4}));
     EXPECT_EQ(idle("[attrs]\nC:\\a=x\n\x1a\nC:\\a=x\n"), (Numbers{3, 4}));
 }
