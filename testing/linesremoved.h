@@ -114,8 +114,13 @@ inline std::string wrongFinding(const std::string& file, const std::string& view
         }
         const bool isWithoutEffect = outcomeOf(rest, viewRootPrefix) == before;
         if (reported[i + 1] != isWithoutEffect) {
-            return "line " + std::to_string(i + 1) + " of\n" + file + "\nwith the prefix '" +
-                   viewRootPrefix + (isWithoutEffect ? "' has no" : "' has an") + " effect";
+            return std::string(isWithoutEffect ? "no" : "an")
+                .append(" effect has line ")
+                .append(std::to_string(i + 1))
+                .append(" with the prefix '")
+                .append(viewRootPrefix)
+                .append("' of\n")
+                .append(file);
         }
     }
     return {};

@@ -241,11 +241,11 @@ TEST(CcqueryTest, CheckKnowsTheViewRoot) {
 
 TEST(CcqueryTest, CheckReadsWhatTheLibraryReadsUpToCtrlZ) {
     const TempFolder folder;
-    const std::string file = folder.write("a.ini", "[attrs]\n\x1a\nC:\\a=x*Version\n");
+    const std::string file = folder.write("a.ini", "[attrs]\nC:\\b=x\n\x1a\nC:\\a=x*Version\n");
     expectFindings(ccquery({"check", file}),
-                   file + ":2:1: warning: Ctrl+Z ends the file here; take it out [ctrl-z]\n" +
+                   file + ":3:1: warning: Ctrl+Z ends the file here; take it out [ctrl-z]\n" +
                        file +
-                       ":3:1: warning: nothing after the Ctrl+Z in line 2 is read; take that out "
+                       ":4:1: warning: nothing after the Ctrl+Z in line 3 is read; take that out "
                        "[after-ctrl-z]\n");
 }
 

@@ -133,7 +133,8 @@ void ConfigurationLines::addUnreadLines(std::string_view unfinished, Configurati
     if (!mCtrlZ) {
         return;
     }
-    std::string_view rest = std::string_view(mText).substr(*mCtrlZ - unfinished.size());
+    const char* const textEnd = mText.data() + mText.size();
+    std::string_view rest(unfinished.data(), static_cast<size_t>(textEnd - unfinished.data()));
     const size_t end = std::min(rest.find('\n'), rest.size());
     mLines.back().text = rest.substr(0, end);
     rest.remove_prefix(std::min(end + 1, rest.size()));

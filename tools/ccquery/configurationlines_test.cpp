@@ -7,7 +7,6 @@ namespace {
 using ccquery::ConfigurationLine;
 using ccquery::ConfigurationLines;
 using ccquery::LineKind;
-using ccquery::PossibleElement;
 
 using Kinds = std::vector<LineKind>;
 

@@ -10,7 +10,10 @@
 namespace ccquery {
 namespace {
 
-std::string quoted(std::string_view text) { return "'" + std::string(text) + "'"; }
+std::string quoted(std::string_view text) {
+    std::string result = "'";
+    return result.append(text).append(1, '\'');
+}
 
 std::string lineName(const ConfigurationLine& line) {
     return "line " + std::to_string(line.number);
