@@ -15,9 +15,9 @@ struct ConfigurationLine;
 enum class NearReason {
     notRead,        ///< the line names the path, but is a comment, or the reader leaves it out
     otherCase,      ///< the paths differ in the case of ASCII letters
-    otherSpelling,  ///< the path below CLEARCASE_ROOT needs the file's own spelling
+    otherSpelling,  ///< CLEARCASE_ROOT and the line's path are the path, but not in normal form
     otherDrive,     ///< the rest is the same, on another drive
-    similarName,    ///< another name in the same folder, one or two letters off
+    similarName,    ///< another name in the same folder that differs in one or two letters
     otherFolder,    ///< the same last names below another folder
 };
 
@@ -41,8 +41,8 @@ public:
 
     /// Returns at most three lines, the nearest first: by their reason; lines that are read before
     /// others; then those with fewer other letters, or more equal names; then those further down.
-    /// Returns none if a line decides about `path`, which must be absolute. Compares the path with
-    /// the lines of its folder, and else with a few that it searches for.
+    /// Returns none if a line decides about `path`, which must be absolute. Looks only at the lines
+    /// of its folder and at those with its last name.
     [[nodiscard]] std::vector<NearLine> of(StringSpan path) const;
 
 private:
