@@ -14,6 +14,7 @@
 
 #include "clearcase/viewpaths.h"
 #include "fuzz/fuzzinput.h"
+#include "tools/ccquery/explainviewpath.h"
 #include "util/assertion.h"
 #include "util/pathfun.h"
 #include "util/stringutilities.h"
@@ -176,6 +177,15 @@ void checkWayBack(Process& process, const Drives& drives, const std::string& pat
     NB_ASSERT(process.canonical("C:\\", moved, {root + "\\vob"}) == turned(root + rest));
 }
 
+// The explanation of a result leads to it.
+void checkExplanation(const Drives& drives, const std::string& cwd, const std::string& path,
+                      const Tags& tags, const std::string& result) {
+    const ccquery::Explain explain = ccquery::viewPathExplainer(
+        {.mvfsRoot = drives.mvfsRoot, .viewDrives = drives.views, .cwd = cwd, .tags = tags});
+    NB_ASSERT(explain(path, {{"canonical", result}}).agrees);
+    NB_ASSERT(!explain(path, {{"canonical", result + "x"}}).agrees);
+}
+
 void checkPath(const Drives& drives, const std::string& cwd, const std::string& path,
                const Tags& tags) {
     const std::string absolute = madeAbsolute(cwd, path);
@@ -190,6 +200,7 @@ void checkPath(const Drives& drives, const std::string& cwd, const std::string& 
     Process process(drives, DriveLetters(drives.views));
     const std::string result = process.canonical(cwd, path, tags);
     NB_ASSERT(result == expectedPath(tidied, tags, drives));
+    checkExplanation(drives, cwd, path, tags, result);
     const bool moved = result.find('\\') != std::string::npos;
     NB_ASSERT(moved || result == tidied);
     NB_ASSERT(normalizePath(result) == (moved ? normalizePath(turned(result)) : result));

@@ -65,9 +65,14 @@ public:
         mTable.headings = headingsOf(query.command);
     }
 
-    void add(Answer answer) {
+    void add(Answer answer, const std::optional<Explanation>& explanation) {
+        if (explanation) {
+            answer.record["explanation"] = explanation->record;
+        }
         if (mJson) {
             mSurroundings.print(jsonLine(answer.record));
+        } else if (explanation) {
+            mSurroundings.print(explainedText(answer.row, explanation->lines));
         } else if (mAtOnce) {
             mSurroundings.print(tabbedLine(answer.row));
         } else {
@@ -121,11 +126,19 @@ ExitCode askPaths(ClearCaseConnection& connection, const Query& query,
     AnswerPrinter printer(query, surroundings);
     ExitCode exitCode = exitAnswered;
     while (const std::optional<std::string> path = paths.next()) {
-        if (std::optional<Answer> answer = answerFor(*path, connection, query, surroundings)) {
-            printer.add(*std::move(answer));
-        } else {
+        std::optional<Answer> answer = answerFor(*path, connection, query, surroundings);
+        if (!answer) {
             exitCode = exitNoAnswer;
+            continue;
         }
+        std::optional<Explanation> explanation;
+        if (surroundings.explain) {
+            explanation = surroundings.explain(answer->row.front(), answer->record);
+            if (!explanation->agrees) {
+                exitCode = std::max<ExitCode>(exitCode, exitComplaints);
+            }
+        }
+        printer.add(*std::move(answer), explanation);
     }
     printer.finish();
     return exitCode;

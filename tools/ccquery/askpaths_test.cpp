@@ -47,7 +47,7 @@ public:
 
 class AskPathsTest : public testing::Test {
 protected:
-    ExitCode put(const Query& query, std::istream& input) {
+    ExitCode put(const Query& query, std::istream& input, const Explain& explain = nullptr) {
         const auto complete = [](const std::string& path) -> std::string {
             if (path.empty()) {
                 throw std::runtime_error("an empty path");
@@ -60,7 +60,8 @@ protected:
             {.input = input,
              .complete = complete,
              .print = [this](const std::string& text) { output += text; },
-             .complain = [this](const std::string& text) { complaints.push_back(text); }});
+             .complain = [this](const std::string& text) { complaints.push_back(text); },
+             .explain = explain});
     }
 
     /// Puts a query of `canonicalize`, with `input` as standard input.
@@ -176,6 +177,62 @@ TEST_F(AskPathsTest, PathsOfStatusAreCompleted) {
     };
     EXPECT_EQ(output, answer("C:/a") + answer("C:/b"));
     EXPECT_EQ(complaints, (Texts{"an empty path", "an empty path"}));
+}
+
+/// An explanation that names what it explains. It doesn't agree about the path "other".
+Explanation explainPath(const std::string& path, const Json& answer) {
+    return {.record = {{"of", answer["canonical"]}},
+            .lines = {"path: " + path, "a\nb"},
+            .agrees = path != "other"};
+}
+
+TEST_F(AskPathsTest, AnExplanationIsBelowItsAnswer) {
+    std::istringstream input("y\n");
+    EXPECT_EQ(put({.command = Command::canonicalize, .paths = {"a", "-"}}, input, explainPath),
+              exitAnswered);
+    EXPECT_EQ(output,
+              "a  =a\n    path: a\n    a\\nb\n"
+              "y  =y\n    path: y\n    a\\nb\n");
+}
+
+TEST_F(AskPathsTest, AnExplanationInJsonIsAField) {
+    std::istringstream input("y\n");
+    EXPECT_EQ(put({.command = Command::canonicalize, .json = true, .paths = {"a", "-"}}, input,
+                  explainPath),
+              exitAnswered);
+    EXPECT_EQ(output,
+              "{\"path\":\"a\",\"canonical\":\"=a\",\"explanation\":{\"of\":\"=a\"}}\n"
+              "{\"path\":\"y\",\"canonical\":\"=y\",\"explanation\":{\"of\":\"=y\"}}\n");
+}
+
+TEST_F(AskPathsTest, AnExplanationIsPrintedBeforeTheNextPathIsRead) {
+    Dialogue dialogue({"x\n", "y\n"}, output);
+    std::istream input(&dialogue);
+    EXPECT_EQ(put({.command = Command::canonicalize, .paths = {"-"}}, input, explainPath),
+              exitAnswered);
+    EXPECT_EQ(dialogue.printedBefore, (Texts{"", "x  =x\n    path: x\n    a\\nb\n"}));
+}
+
+TEST_F(AskPathsTest, AnAnswerOtherThanTheExplainedOneHasItsExitCode) {
+    std::istringstream input;
+    const auto exitCodeOf = [&](const Texts& paths) {
+        return put({.command = Command::canonicalize, .paths = paths}, input, explainPath);
+    };
+    EXPECT_EQ(exitCodeOf({"other", "a"}), exitComplaints);
+    EXPECT_EQ(exitCodeOf({"other", "throw"}), exitNoAnswer);
+    EXPECT_EQ(exitCodeOf({"throw", "other"}), exitNoAnswer);
+}
+
+TEST_F(AskPathsTest, TheCompletedPathOfStatusIsExplained) {
+    std::istringstream input;
+    std::string explained;
+    const Explain remember = [&](const std::string& path, const Json&) {
+        explained = path;
+        return Explanation{};
+    };
+    EXPECT_EQ(put({.command = Command::status, .paths = {"a"}}, input, remember), exitAnswered);
+    EXPECT_EQ(explained, "C:/a");
+    EXPECT_EQ(output, "C:/a  version (1)  C:/a\n");
 }
 
 TEST_F(AskPathsTest, StandardInputThatCannotBeReadEndsTheQuery) {

@@ -46,10 +46,10 @@ public:
             ->type_name("FILE");
         mApp.add_flag("--json", mQuery.json, "Print a JSON object a line in place of a table");
         mApp.footer(
-            "Exit codes: 0, or 1 if \"errors\" or \"check\" finds any, or 2 if an answer is "
-            "missing; a\n"
-            "line on standard error then says why. \"ccquery COMMAND --help\" tells more of a\n"
-            "command.");
+            "Exit codes: 0, or 1 if \"errors\" or \"check\" finds any or \"--explain\" finds "
+            "another\n"
+            "answer, or 2 if an answer is missing; a line on standard error then says why.\n"
+            "\"ccquery COMMAND --help\" tells more of a command.");
         addPathCommands();
         addOtherCommands();
         addCheck();
@@ -90,12 +90,17 @@ private:
             Command::status, "status", "Each element's type, its version and where a link leads",
             R"({"path":TEXT,"type":NUMBER,"typeName":TEXT or null,"version":TEXT,)"
             R"("target":TEXT or null}
-for each PATH; "target" is null where the library writes none)");
+for each PATH; "target" is null where the library writes none;
+with --explain also "explanation":{"key":TEXT,"decidedBy":"line", "file" or "nothing", ...})");
         addPaths(*status, "What to ask about; made absolute here if it is relative");
+        addExplain(*status,
+                   "Print below each answer which line or file has decided, or which lines\n"
+                   "nearly have; by the configuration that the fake connection reads");
         CLI::App* canonicalize = addCommand(
             Command::canonicalize, "canonicalize",
             "The one spelling of each view path, on the route by which a VOB tag reaches it",
-            R"({"path":TEXT,"canonical":TEXT} for each PATH)");
+            R"({"path":TEXT,"canonical":TEXT} for each PATH;
+with --explain also "explanation":{"form":TEXT,"tags":[...],"rule":NUMBER,"why":TEXT, ...})");
         addPaths(*canonicalize, "What to spell; the library takes it as it is");
         canonicalize
             ->add_option("--cwd", mQuery.cwd,
@@ -106,6 +111,9 @@ for each PATH; "target" is null where the library writes none)");
                          "The path of a VOB as the host knows it; may be given again")
             ->type_name("VOBTAG")
             ->allow_extra_args(false);
+        addExplain(*canonicalize,
+                   "Print below each answer the roots of the tags, and which rule of\n"
+                   "clearcase/clearcaseconnection.h has led to it");
     }
 
     void addPaths(CLI::App& command, const std::string& description) {
@@ -116,6 +124,11 @@ for each PATH; "target" is null where the library writes none)");
             ->type_name("");
         command.add_flag("--null", mQuery.endedByNull,
                          "On standard input a null character ends each path");
+    }
+
+    void addExplain(CLI::App& command, const std::string& description) {
+        command.add_flag("--explain", mQuery.explain,
+                         description + ".\nExit code 1 if the library answers otherwise");
     }
 
     void addOtherCommands() {

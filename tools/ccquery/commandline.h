@@ -20,6 +20,7 @@ struct Query {
     /// ended by a line feed, or by a null character if `endedByNull` is set.
     std::vector<std::string> paths = {};
     bool endedByNull = false;
+    bool explain = false;  ///< for both, too
     /// For `canonicalize`; `cwd` is empty if it isn't given.
     std::string cwd = {};
     std::vector<std::string> tags = {};

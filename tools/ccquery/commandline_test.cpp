@@ -71,6 +71,17 @@ TEST(CommandLineTest, ADashIsAPathAmongOthers) {
     EXPECT_TRUE(parse({"canonicalize", "--null", "-"}).endedByNull);
 }
 
+TEST(CommandLineTest, AnswersAboutPathsCanBeExplained) {
+    EXPECT_TRUE(parse({"status", "--explain", "p"}).explain);
+    EXPECT_TRUE(parse({"canonicalize", "p", "--explain"}).explain);
+    EXPECT_FALSE(parse({"status", "p"}).explain);
+    for (const char* command : {"status", "canonicalize"}) {
+        const std::string help = parseCommandLine({command, "--help"}).help;
+        EXPECT_NE(help.find("--explain"), std::string::npos) << command;
+        EXPECT_NE(help.find("\"explanation\""), std::string::npos) << command;
+    }
+}
+
 TEST(CommandLineTest, EachTagTakesOneTextSoThatPathsMayFollow) {
     const Query query = parse(
         {"canonicalize", "--tag", "M:\\t\\v", "--cwd", "C:\\w", "a", "--tag", "X:\\v", "b", "c"});
@@ -169,6 +180,7 @@ TEST(CommandLineTest, ACommandLineThatCannotBeUnderstoodIsReportedInOneLine) {
         {{"vobs", "a", "b"}, "unexpected argument 'b'; see ccquery vobs --help"},
         {{"view", "--frobnicate"}, "unexpected argument '--frobnicate'; see ccquery view --help"},
         {{"status", "x", "--tag", "y"}, "unexpected argument '--tag'; see ccquery status --help"},
+        {{"vobs", "x", "--explain"}, "unexpected argument '--explain'; see ccquery vobs --help"},
         {{"view", "--null"}, "unexpected argument '--null'; see ccquery view --help"},
         {{"check", "a", "b"}, "unexpected argument 'b'; see ccquery check --help"},
         {{"view", "a", "b"}, "unexpected argument 'a'; see ccquery view --help"},

@@ -9,6 +9,7 @@
 #include "tools/ccquery/ask.h"
 #include "tools/ccquery/configurationlines.h"
 #include "tools/ccquery/nearlines.h"
+#include "util/pathfun.h"
 
 namespace ccquery {
 namespace {
@@ -63,6 +64,9 @@ public:
 
     Explanation explain(const std::string& asked, const Json& answer) const {
         const std::string path = asked.c_str();  // a connection reads up to a null character
+        if (!isAbsolutePath(path, windowsPaths)) {
+            return explainStop(path);
+        }
         const std::string key = elementKey(path);
         Explanation result{.record = {{"key", key}}, .lines = {"key: " + key}};
         Status status = configured(mLines.configuration().index, path);
@@ -84,6 +88,14 @@ public:
     }
 
 private:
+    static Explanation explainStop(const std::string& path) {
+        return {.record = {{"key", nullptr}, {"agrees", false}},
+                .lines = {"'" + path +
+                          "' isn't absolute, which stops the process, but the library answers: it "
+                          "is another library"},
+                .agrees = false};
+    }
+
     std::string place(size_t number) const {
         return mSources.configName + ":" + std::to_string(number);
     }

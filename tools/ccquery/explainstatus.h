@@ -24,9 +24,9 @@ struct StatusSources {
     std::function<std::optional<FileFacts>(const std::string& path)> look;
 };
 
-/// Returns a function that explains the type, the version and the target of an element, whose path
-/// must be absolute: which line of the configuration has decided, or that the file has. Where no
-/// line has, the explanation names the nearest ones.
+/// Returns a function that explains the type, the version and the target of an element: which line
+/// of the configuration has decided, or that the file has. Where no line has, the explanation names
+/// the nearest ones. A path counts up to a null character.
 ///
 /// Takes n log n steps for a configuration of n lines, which is read once.
 [[nodiscard]] Explain statusExplainer(StatusSources sources);

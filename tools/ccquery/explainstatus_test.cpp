@@ -199,6 +199,14 @@ TEST_F(ExplainStatusTest, APathEndsAtANullCharacterAsForTheLibrary) {
     EXPECT_EQ(lines(std::string("C:\\a\0b", 6), version)[0], "key: C:\\a");
 }
 
+TEST_F(ExplainStatusTest, APathThatWouldStopTheProcessIsExplainedAndDoesNotStopIt) {
+    const Explanation result = explain(std::string("\\\\srv\0\\sh", 10), viewPrivate);
+    EXPECT_EQ(result.lines, Texts{"'\\\\srv' isn't absolute, which stops the process, but the "
+                                  "library answers: it is another library"});
+    EXPECT_FALSE(result.agrees);
+    EXPECT_EQ(result.record, (Json{{"key", nullptr}, {"agrees", false}}));
+}
+
 TEST_F(ExplainStatusTest, ARelativePathInTheConfigurationIsPassedOver) {
     mText = "[attrs]\nrelative=x\nC:\\a=x*version\n";
     EXPECT_EQ(lines("C:\\a", version)[1], "decided by p.ini:3: C:\\a=x*version");

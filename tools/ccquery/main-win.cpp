@@ -10,9 +10,12 @@
 #include <fstream>
 #include <io.h>
 #include <iostream>
+#include <map>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <windows.h>
@@ -25,8 +28,11 @@
 #include "tools/ccquery/check.h"
 #include "tools/ccquery/commandline.h"
 #include "tools/ccquery/connectionlibrary-win.h"
+#include "tools/ccquery/explainstatus.h"
+#include "tools/ccquery/explainviewpath.h"
 #include "tools/ccquery/systemerror-win.h"
 #include "util/platform/unicodetext-win.h"
+#include "util/windows/system/filestat-win.h"
 #include "util/windows/system/smallfile-win.h"
 
 namespace {
@@ -99,6 +105,37 @@ ExitCode runCheck(const Query& query) {
     return result.exitCode;
 }
 
+/// Returns the facts by which the fake decides about an element that isn't in its configuration.
+std::optional<FileFacts> factsAbout(const std::string& path) {
+    FileStat stat;
+    if (!stat.read(path, /*unused=*/0)) {
+        return std::nullopt;
+    }
+    return FileFacts{.isDirectory = stat.isDirectory(), .isReadOnly = !stat.isWritable()};
+}
+
+/// Returns what explains the answers to `query`, or nothing if that isn't asked for.
+Explain explainerOf(const Query& query, ClearCaseConnection& connection) {
+    if (!query.explain) {
+        return nullptr;
+    }
+    if (query.command == Command::canonicalize) {
+        std::map<std::string, std::string> viewDrives;
+        std::string mvfsRoot = connection.getMvfsDrives(viewDrives);
+        return viewPathExplainer({.mvfsRoot = std::move(mvfsRoot),
+                                  .viewDrives = std::move(viewDrives),
+                                  .cwd = query.cwd,
+                                  .tags = query.tags});
+    }
+    const std::string file = configurationFile();
+    std::string text;
+    const bool isRead = readFile(file, text) == fileIsRead;
+    return statusExplainer({.configName = file,
+                            .configText = isRead ? std::optional(std::move(text)) : std::nullopt,
+                            .viewRootPrefix = viewRootPrefix(),
+                            .look = factsAbout});
+}
+
 ExitCode run(Query query) {
     if (query.command == Command::check) {
         return runCheck(query);
@@ -113,7 +150,12 @@ ExitCode run(Query query) {
     }
     const auto connection = connect(query.library.empty() ? defaultLibrary() : query.library);
     if (aboutPaths) {
-        return askPaths(*connection, query, {std::cin, absolutePath, print, complain});
+        return askPaths(*connection, query,
+                        {.input = std::cin,
+                         .complete = absolutePath,
+                         .print = print,
+                         .complain = complain,
+                         .explain = explainerOf(query, *connection)});
     }
     Report report;
     const ExitCode exitCode = ask(*connection, query, report);

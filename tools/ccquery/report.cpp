@@ -66,6 +66,20 @@ std::string tabbedLine(const Row& row) {
     return line;
 }
 
+std::string explainedText(const Row& row, const std::vector<std::string>& explanation) {
+    const auto isEmpty = [](const std::string& cell) { return cell.empty(); };
+    const auto end = std::find_if_not(row.rbegin(), row.rend(), isEmpty).base();
+    std::string text;
+    for (auto cell = row.begin(); cell != end; ++cell) {
+        text += (cell == row.begin() ? "" : "  ") + cellText(*cell);
+    }
+    text += '\n';
+    for (const std::string& line : explanation) {
+        text += "    " + oneLine(line) + '\n';
+    }
+    return text;
+}
+
 std::string jsonText(const Report& report) {
     std::string text;
     for (const Json& record : report.records) {

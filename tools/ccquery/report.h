@@ -32,6 +32,11 @@ struct Report {
 /// Returns the cells of a row, as in a table, separated by tabs, with a line feed.
 [[nodiscard]] std::string tabbedLine(const Row& row);
 
+/// Returns the cells of a row, two spaces apart and without empty ones at its end, and below it
+/// each line of `explanation`, indented. Cells and lines are written as in a table.
+[[nodiscard]] std::string explainedText(const Row& row,
+                                        const std::vector<std::string>& explanation);
+
 /// Returns a table whose columns are two spaces apart; an empty cell is "-". Control characters are
 /// written as "\n", "\t" or "\x1b", so that a table keeps its form; backslashes stay unchanged.
 [[nodiscard]] std::string tableText(const Report& report);

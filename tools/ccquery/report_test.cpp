@@ -6,6 +6,7 @@
 
 namespace {
 
+using ccquery::explainedText;
 using ccquery::jsonText;
 using ccquery::oneLine;
 using ccquery::Report;
@@ -18,6 +19,18 @@ Report table(ccquery::Row headings, std::vector<ccquery::Row> rows) {
     report.rows = std::move(rows);
     report.nothing = "nothing at all";
     return report;
+}
+
+TEST(ReportTest, AnExplanationIsIndentedBelowItsAnswer) {
+    EXPECT_EQ(explainedText({"C:\\a", "version (1)", "/main/0", ""}, {"one", "two"}),
+              "C:\\a  version (1)  /main/0\n    one\n    two\n");
+    EXPECT_EQ(explainedText({"C:\\a", "", "b"}, {}), "C:\\a  -  b\n");
+    EXPECT_EQ(explainedText({"", ""}, {}), "\n");
+}
+
+TEST(ReportTest, AnExplanationIsWrittenAsInATable) {
+    EXPECT_EQ(explainedText({"a\n", "\xff"}, {"b\n\x1b", "\xff"}),
+              "a\\n  \xef\xbf\xbd\n    b\\n\\x1b\n    \xef\xbf\xbd\n");
 }
 
 TEST(ReportTest, JsonIsAnObjectALineWithItsKeysInTheOrderGiven) {
