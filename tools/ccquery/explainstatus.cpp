@@ -14,8 +14,6 @@
 namespace ccquery {
 namespace {
 
-Json orNull(const std::optional<std::string>& text) { return text ? Json(*text) : Json(nullptr); }
-
 /// What the fake answers about an element.
 struct Status {
     ElementType type = elementViewPrivate;
@@ -25,9 +23,9 @@ struct Status {
     /// With the fields that an answer has.
     Json record() const {
         return {{"type", type},
-                {"typeName", orNull(elementTypeName(type))},
+                {"typeName", elementTypeName(type).value()},
                 {"version", version},
-                {"target", orNull(target)}};
+                {"target", target ? Json(*target) : Json(nullptr)}};
     }
 
     bool isIn(const Json& answer) const {
@@ -39,7 +37,7 @@ struct Status {
     }
 
     std::string text() const {
-        return *elementTypeName(type) + (version.empty() ? "" : " " + version) +
+        return elementTypeName(type).value() + (version.empty() ? "" : " " + version) +
                (target ? " to '" + *target + "'" : "");
     }
 };

@@ -79,6 +79,9 @@ private:
 class Nearest {
 public:
     void add(const Candidate& added) {
+        if (mCandidates.size() == mostLines && !added.isNearerThan(mCandidates.back())) {
+            return;
+        }
         const auto same = std::find_if(mCandidates.begin(), mCandidates.end(), [&](const auto& c) {
             return c.entry->line == added.entry->line;
         });
@@ -100,20 +103,10 @@ private:
     std::vector<Candidate> mCandidates;
 };
 
-/// Returns how many whole names at the end of two folded keys are equal.
+/// Returns how many whole names at the end of two folded keys are equal. The keys differ.
 size_t equalLastNames(std::string_view a, std::string_view b) {
-    size_t names = 0;
-    while (!a.empty() && !b.empty()) {
-        const size_t beginA = a.rfind(separator) + 1;  // 0 if there is none
-        const size_t beginB = b.rfind(separator) + 1;
-        if (a.substr(beginA) != b.substr(beginB)) {
-            break;
-        }
-        ++names;
-        a = a.substr(0, beginA - std::min<size_t>(beginA, 1));
-        b = b.substr(0, beginB - std::min<size_t>(beginB, 1));
-    }
-    return names;
+    const auto difference = std::mismatch(a.rbegin(), a.rend(), b.rbegin(), b.rend()).first;
+    return static_cast<size_t>(std::count(a.rbegin(), difference, separator));
 }
 
 /// Compares with a path that has the same last name.
