@@ -9,6 +9,7 @@
 #include "clearcase/configuration.h"
 #include "clearcase/configurationsource-win.h"
 #include "clearcase/elementstatus.h"
+#include "clearcase/fakeanswers.h"
 #include "clearcase/fakeclearcase.h"
 #include "clearcase/mvfsdrives-win.h"
 #include "clearcase/viewpaths.h"
@@ -75,9 +76,9 @@ void FakeClearCase::probeVobs(const std::string& root, std::vector<VobRecord>& r
 
 void FakeClearCase::getProductInfo(const void* /*unused*/,
                                    std::map<std::string, std::string>& info) {
-    info["product"] = "Phony ClearCase Interface";
-    info["version"] = "n/a";
-    info["osname"] = "Windows";
+    info["product"] = fakeanswers::product;
+    info["version"] = fakeanswers::version;
+    info["osname"] = fakeanswers::osname;
 }
 
 std::string FakeClearCase::getMvfsDrives(std::map<std::string, std::string>& drives) {
@@ -88,9 +89,9 @@ std::string FakeClearCase::getMvfsDrives(std::map<std::string, std::string>& dri
 }
 
 void FakeClearCase::startSession() {
-    throw std::runtime_error("No ClearCase sessions when faking");
+    throw std::runtime_error(fakeanswers::noSessions);
 }
 
 bool FakeClearCase::isReady() { return true; }
 
-void FakeClearCase::killConnection() { throw std::runtime_error("No connection to kill!"); }
+void FakeClearCase::killConnection() { throw std::runtime_error(fakeanswers::noConnection); }

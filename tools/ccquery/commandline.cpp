@@ -53,6 +53,7 @@ public:
         addPathCommands();
         addOtherCommands();
         addCheck();
+        addJournalCommands();
     }
 
     CommandLine parse(std::vector<std::string> arguments) {
@@ -65,10 +66,11 @@ public:
         } catch (const CLI::ParseError& error) {
             throw UsageError(complaint(error));
         }
-        for (std::string* text :
-             {&mQuery.library, &mQuery.config, &mQuery.cwd, &mQuery.root, &mQuery.file}) {
+        for (std::string* text : {&mQuery.library, &mQuery.config, &mQuery.cwd, &mQuery.root,
+                                  &mQuery.file, &mQuery.output, &mQuery.drives}) {
             unshield(*text);
         }
+        std::for_each(mQuery.journals.begin(), mQuery.journals.end(), unshield);
         std::for_each(mQuery.paths.begin(), mQuery.paths.end(), unshield);
         std::for_each(mQuery.tags.begin(), mQuery.tags.end(), unshield);
         return {.query = mQuery, .help = {}};
@@ -162,6 +164,65 @@ for each finding; docs/configuration.md describes each by its name)")
             ->type_name("");
     }
 
+    CLI::App* addJournalCommand(Command command, const char* name, const char* description,
+                                const std::string& footer) {
+        CLI::App* added = addCommand(command, name, description, "");
+        added->footer(footer + everyCommand);
+        added->add_option("JOURNAL", mQuery.journals, "What the journal library has written")
+            ->required()
+            ->type_name("");
+        return added;
+    }
+
+    void addJournalCommands() {
+        addRecord();
+        addVerify();
+        addJournalCommand(
+            Command::usage, "usage",
+            "Which lines of the configuration journals never use, and what nothing answers",
+            R"(With --json: {"line":NUMBER,"text":TEXT} for each line that isn't used, then
+{"question":TEXT,"count":NUMBER,"near":[{"line":NUMBER,"text":TEXT,"why":TEXT}, ...]} for each
+question without an answer.)");
+    }
+
+    void addRecord() {
+        CLI::App* record = addJournalCommand(
+            Command::record, "record",
+            "The configuration with which the fake answers as journals say",
+            "What a configuration can't say is reported on standard error, line by line. The exit\n"
+            "code is 1 if there is any.");
+        record
+            ->add_option("--output", mQuery.output, "Where to write it (default: standard output)")
+            ->type_name("FILE");
+        record
+            ->add_option("--drives", mQuery.drives,
+                         "Where to write the drives, as a list for the test bed's provider")
+            ->type_name("FILE");
+        record->add_flag("--force", mQuery.force, "Replace a file that is there already");
+    }
+
+    void addVerify() {
+        CLI::App* verify = addJournalCommand(
+            Command::verify, "verify",
+            "Asks what journals have asked again; exit code 1 if an answer differs",
+            R"(With --json: {"file":TEXT,"line":NUMBER,"operation":TEXT,"arguments":{...},
+"recorded":{...},"answered":{...}} for each answer that differs, then {"summary":{...}}.)");
+        verify
+            ->add_option("--ignore", mQuery.ignored,
+                         "A field of answers that may differ; may be given again")
+            ->type_name("FIELD")
+            ->check(CLI::IsMember({"type", "version", "target", "text", "results", "info", "drives",
+                                   "ready", "exception"}))
+            ->allow_extra_args(false);
+        verify
+            ->add_option("--ask", mQuery.asked,
+                         "An operation that changes something, to be asked too: probeVobs,\n"
+                         "startSession or killConnection; may be given again")
+            ->type_name("OPERATION")
+            ->check(CLI::IsMember({"probeVobs", "startSession", "killConnection"}))
+            ->allow_extra_args(false);
+    }
+
     std::string complaint(const CLI::ParseError& error) const {
         const std::vector<CLI::App*> chosen = mApp.get_subcommands();
         const auto kind = static_cast<CLI::ExitCodes>(error.get_exit_code());
@@ -169,8 +230,8 @@ for each finding; docs/configuration.md describes each by its name)")
         std::for_each(rest.begin(), rest.end(), unshield);
         if (chosen.empty() && kind == CLI::ExitCodes::RequiredError) {
             return (rest.empty() ? "no command" : "unknown command '" + rest.front() + "'") +
-                   "; use status, canonicalize, vobs, drives, view, info, errors or check, or "
-                   "see ccquery --help";
+                   "; use status, canonicalize, vobs, drives, view, info, errors, check, record, "
+                   "verify or usage, or see ccquery --help";
         }
         const std::string problem = kind == CLI::ExitCodes::ExtrasError
                                         ? "unexpected argument '" + rest.front() + "'"

@@ -8,7 +8,19 @@
 
 namespace ccquery {
 
-enum class Command { status, canonicalize, vobs, drives, view, info, errors, check };
+enum class Command {
+    status,
+    canonicalize,
+    vobs,
+    drives,
+    view,
+    info,
+    errors,
+    check,
+    record,
+    verify,
+    usage,
+};
 
 struct Query {
     Command command = Command::info;
@@ -28,6 +40,16 @@ struct Query {
     std::string root = {};
     /// For `check`; empty if it isn't given.
     std::string file = {};
+    /// For `record`, `verify` and `usage`.
+    std::vector<std::string> journals = {};
+    /// For `record`; `output` is empty for standard output, `drives` if no drives are wanted.
+    std::string output = {};
+    std::string drives = {};
+    bool force = false;
+    /// For `verify`: the fields of answers that aren't compared, and the operations that are asked
+    /// although they change something.
+    std::vector<std::string> ignored = {};
+    std::vector<std::string> asked = {};
 };
 
 struct CommandLine {

@@ -31,6 +31,8 @@ TEST(CommandLineTest, EachCommandIsKnownByItsName) {
         {{"vobs", "x"}, Command::vobs},     {{"drives"}, Command::drives},
         {{"view"}, Command::view},          {{"info"}, Command::info},
         {{"errors"}, Command::errors},      {{"check"}, Command::check},
+        {{"record", "j"}, Command::record}, {{"verify", "j"}, Command::verify},
+        {{"usage", "j"}, Command::usage},
     };
     for (const auto& [arguments, command] : rows) {
         EXPECT_EQ(parse(arguments).command, command) << arguments.front();
@@ -166,8 +168,8 @@ TEST(CommandLineTest, EachCommandHasHelpOfItsOwn) {
 
 TEST(CommandLineTest, ACommandLineThatCannotBeUnderstoodIsReportedInOneLine) {
     const std::string commands =
-        "; use status, canonicalize, vobs, drives, view, info, errors or check, or see ccquery "
-        "--help";
+        "; use status, canonicalize, vobs, drives, view, info, errors, check, record, verify or "
+        "usage, or see ccquery --help";
     const std::pair<Texts, std::string> rows[] = {
         {{}, "no command" + commands},
         {{"--json"}, "no command" + commands},
@@ -191,6 +193,35 @@ TEST(CommandLineTest, ACommandLineThatCannotBeUnderstoodIsReportedInOneLine) {
     for (const auto& [arguments, expected] : rows) {
         EXPECT_EQ(problem(arguments), expected);
     }
+}
+
+TEST(CommandLineTest, TheCommandsAboutJournalsTakeSeveral) {
+    for (const char* const command : {"record", "verify", "usage"}) {
+        EXPECT_EQ(parse({command, "a.jsonl", "[b]", "/c"}).journals,
+                  (Texts{"a.jsonl", "[b]", "/c"}));
+        EXPECT_NE(problem({command}).find("JOURNAL is required"), std::string::npos);
+    }
+}
+
+TEST(CommandLineTest, RecordTakesItsFiles) {
+    const Query query = parse({"record", "j", "--output", "[o]", "--drives", "++", "--force", "k"});
+    EXPECT_EQ(query.output, "[o]");
+    EXPECT_EQ(query.drives, "++");
+    EXPECT_TRUE(query.force);
+    EXPECT_EQ(query.journals, (Texts{"j", "k"}));
+    EXPECT_EQ(parse({"record", "j"}).output, "");
+    EXPECT_EQ(parse({"record", "j"}).drives, "");
+    EXPECT_FALSE(parse({"record", "j"}).force);
+}
+
+TEST(CommandLineTest, VerifyTakesFieldsAndOperations) {
+    const Query query = parse({"verify", "--ignore", "version", "j", "--ignore", "target", "--ask",
+                               "probeVobs", "k", "--ask", "startSession"});
+    EXPECT_EQ(query.ignored, (Texts{"version", "target"}));
+    EXPECT_EQ(query.asked, (Texts{"probeVobs", "startSession"}));
+    EXPECT_EQ(query.journals, (Texts{"j", "k"}));
+    EXPECT_NE(problem({"verify", "j", "--ignore", "colour"}).find("colour"), std::string::npos);
+    EXPECT_NE(problem({"verify", "j", "--ask", "isReady"}).find("isReady"), std::string::npos);
 }
 
 }  // namespace

@@ -8,6 +8,7 @@ namespace {
 
 /// In the order of `Field`.
 constexpr std::array<FieldInfo, fieldCount> fields = {{
+    {"type", FieldKind::number},
     {"path", FieldKind::textOrNull, &JournalFields::path},
     {"version", FieldKind::textOrNull, &JournalFields::version},
     {"target", FieldKind::textOrNull, &JournalFields::target},
@@ -16,16 +17,17 @@ constexpr std::array<FieldInfo, fieldCount> fields = {{
     {"text", FieldKind::text, &JournalFields::text},
     {"CLEARCASE_ROOT", FieldKind::textOrNull, &JournalFields::viewRoot},
     {"error", FieldKind::text, &JournalFields::error},
-    {"type", FieldKind::number},
     {"lines", FieldKind::count},
     {"ready", FieldKind::flag},
     {"vobTags", FieldKind::texts},
     {"results", FieldKind::records},
     {"info", FieldKind::pairs, nullptr, &JournalFields::info},
     {"drives", FieldKind::pairs, nullptr, &JournalFields::drives},
-    {"what", FieldKind::textOrNull, &JournalFields::what},
     {"type", FieldKind::textOrNull, &JournalFields::exceptionType},
+    {"what", FieldKind::textOrNull, &JournalFields::what},
 }};
+
+constexpr auto firstOfException = static_cast<size_t>(Field::exceptionType);
 
 constexpr std::array<Field, fieldCount> allFields = [] {
     std::array<Field, fieldCount> all{};
@@ -106,8 +108,8 @@ FieldSet requiredFields(Operation operation, LinePart part) {
 
 const Field* fieldNamed(std::string_view name, LinePart part) {
     const bool isException = part == LinePart::exception;
-    const auto* const begin = allFields.begin() + (isException ? size_t(Field::what) : 0);
-    const auto* const end = isException ? allFields.end() : begin + size_t(Field::what);
+    const auto* const begin = allFields.begin() + (isException ? firstOfException : 0);
+    const auto* const end = isException ? allFields.end() : begin + firstOfException;
     const auto* const found =
         std::find_if(begin, end, [&](Field field) { return infoOf(field).name == name; });
     return found == end ? nullptr : found;

@@ -25,6 +25,7 @@ enum class FieldKind {
 
 /// The fields of arguments, results and exceptions.
 enum class Field {
+    type,
     path,
     version,
     target,
@@ -33,17 +34,16 @@ enum class Field {
     text,
     viewRoot,
     error,
-    type,
     lines,
     ready,
     vobTags,
     results,
     info,
     drives,
-    what,
     exceptionType,  ///< "type" of an exception
+    what,
 };
-inline constexpr size_t fieldCount = static_cast<size_t>(Field::exceptionType) + 1;
+inline constexpr size_t fieldCount = static_cast<size_t>(Field::what) + 1;
 
 /// A set of fields, a bit for each.
 using FieldSet = uint32_t;

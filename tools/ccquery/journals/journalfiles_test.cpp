@@ -1,0 +1,126 @@
+#include "tools/ccquery/journals/journalfiles.h"
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+#include <utility>
+
+#include <gtest/gtest.h>
+
+#include "testing/scopes/tempfolder.h"
+
+namespace {
+
+using namespace ccquery;
+using namespace testing_support;
+using Texts = std::vector<std::string>;
+
+const std::string line =
+    R"({"version":1,"process":1,"connection":1,"operation":"disconnect","arguments":{},"result":{}})"
+    "\n";
+
+/// Says what it gets.
+class Listing : public JournalVisitor {
+public:
+    explicit Listing(Texts files) : mFiles(std::move(files)) {}
+    void take(const JournalLine& /*line*/, const JournalPlace& place) override {
+        mTaken.push_back(placeText(mFiles, place));
+    }
+    void report(JournalProblem kind, const JournalPlace& place,
+                const std::string& problem) override {
+        reportProblem(mFiles, kind, place, problem, mMessages);
+    }
+    Texts mFiles;
+    Texts mTaken;
+    Texts mComplaints;
+    LimitedMessages mMessages{[this](const std::string& text) { mComplaints.push_back(text); }};
+};
+
+std::unique_ptr<std::istream> openFile(const std::string& file) {
+    auto stream = std::make_unique<std::ifstream>(file, std::ios::binary);
+    if (!stream->is_open()) {
+        throw std::runtime_error("no such file");
+    }
+    return stream;
+}
+
+TEST(JournalFilesTest, FilesAreReadInTheirOrder) {
+    const TempFolder folder;
+    Listing listing({folder.write("b", line + line), folder.write("a", line)});
+    uint64_t bytes = 0;
+    readJournals(listing.mFiles, {openFile, [&](uint64_t now) { bytes = now; }}, listing);
+    EXPECT_EQ(listing.mTaken, (Texts{listing.mFiles[0] + ":1", listing.mFiles[0] + ":2",
+                                     listing.mFiles[1] + ":1"}));
+    EXPECT_TRUE(listing.mComplaints.empty());
+    EXPECT_EQ(bytes, 3 * line.size());
+}
+
+TEST(JournalFilesTest, AFileThatCannotBeOpenedDoesNotStopTheOthers) {
+    const TempFolder folder;
+    Listing listing({folder.utf8("none"), folder.write("a", line)});
+    readJournals(listing.mFiles, {openFile, [](uint64_t) {}}, listing);
+    EXPECT_EQ(listing.mTaken.size(), 1U);
+    EXPECT_EQ(listing.mComplaints, (Texts{"can't read the journal '" + folder.utf8("none") +
+                                          "': no such file; name another"}));
+}
+
+TEST(JournalFilesTest, AReadThatFailsIsReportedAfterTheLinesBefore) {
+    /// Has a line, and then fails.
+    class Failing : public std::stringbuf {
+    public:
+        Failing() : std::stringbuf(line) {}
+        std::streamsize xsgetn(char* to, std::streamsize size) override {
+            if (in_avail() == 0) {
+                throw std::runtime_error("broken");
+            }
+            return std::stringbuf::xsgetn(to, std::min(size, in_avail()));
+        }
+    };
+    class FailingStream : public std::istream {
+    public:
+        FailingStream() : std::istream(nullptr) { rdbuf(&mBuffer); }
+
+    private:
+        Failing mBuffer;
+    };
+    Listing listing({"j"});
+    // The stream gives fewer bytes than wanted, which ends it, and so the failure comes at once.
+    readJournals(listing.mFiles,
+                 {[](const std::string&) {
+                      auto stream = std::make_unique<FailingStream>();
+                      stream->ignore(static_cast<std::streamsize>(line.size()));
+                      return stream;
+                  },
+                  [](uint64_t) {}},
+                 listing);
+    EXPECT_EQ(listing.mComplaints,
+              (Texts{"can't read the journal 'j': it can't be read to its end; name another"}));
+}
+
+TEST(JournalFilesTest, EachProblemIsOneLineThatSaysWhatToDo) {
+    const std::tuple<JournalProblem, uint64_t, std::string, std::string> rows[] = {
+        {JournalProblem::notJson, 3, "no JSON object", "b:3: no JSON object; the line is left out"},
+        {JournalProblem::torn, 3, "no JSON object", "b:3: the last line is torn; it is left out"},
+        {JournalProblem::tooLong, 4, "a line of more than 64 MiB",
+         "b:4: a line of more than 64 MiB; it is left out"},
+        {JournalProblem::otherVersion, 5, "version 2",
+         "b:5: a line of version 2 of the format, and this is for version 1; use the ccquery that "
+         "belongs to the journal"},
+        {JournalProblem::operation, 6, "unknown operation 'fly'",
+         "b:6: unknown operation 'fly'; the line is left out"},
+        {JournalProblem::field, 7, "isReady lacks 'result'",
+         "b:7: isReady lacks 'result'; the line is left out"},
+        {JournalProblem::empty, 0, "the journal is empty",
+         "b: the journal is empty; name one that a host has written"},
+        {JournalProblem::unreadable, 0, "Is a directory",
+         "can't read the journal 'b': Is a directory; name another"},
+    };
+    for (const auto& [kind, number, problem, message] : rows) {
+        Listing listing({"a", "b"});
+        listing.report(kind, {.file = 1, .line = number}, problem);
+        EXPECT_EQ(listing.mComplaints, (Texts{message}));
+    }
+}
+
+}  // namespace

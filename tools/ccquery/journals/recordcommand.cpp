@@ -1,0 +1,96 @@
+#include "tools/ccquery/journals/recordcommand.h"
+
+#include <stdexcept>
+#include <utility>
+
+#include "tools/ccquery/journals/limitedmessages.h"
+#include "tools/ccquery/journals/recorder.h"
+
+namespace ccquery {
+namespace {
+
+/// Hands the lines to a recorder, and says what it announces.
+class RecordVisitor : public JournalVisitor {
+public:
+    RecordVisitor(const Query& query, const RecordSurroundings& surroundings)
+        : mJournals(query.journals),
+          mMessages(surroundings.complain),
+          mRecorder([this](const Announcement& announcement) { announce(announcement); }) {}
+
+    void take(const JournalLine& line, const JournalPlace& place) override {
+        mHasLines = true;
+        mRecorder.take(line, place);
+    }
+
+    void report(JournalProblem kind, const JournalPlace& place,
+                const std::string& problem) override {
+        mIsWhole = false;
+        reportProblem(mJournals, kind, place, problem, mMessages);
+    }
+
+    Recording finish(bool withDrives) {
+        std::string source;
+        for (const std::string& journal : mJournals) {
+            source += (source.empty() ? "" : ", ") + journal;
+        }
+        return mRecorder.finish(source, withDrives);
+    }
+
+    void finishMessages() { mMessages.finish(); }
+
+    bool hasLines() const { return mHasLines; }
+    /// Whether each line is reproduced.
+    bool isWhole() const { return mIsWhole; }
+
+private:
+    void announce(const Announcement& announcement) {
+        mIsWhole = mIsWhole && announcement.isNote;
+        mMessages.add(announcement.kind, placeText(mJournals, announcement.place) + ": " +
+                                             announcement.question + ": " + announcement.problem);
+    }
+
+    const std::vector<std::string>& mJournals;
+    LimitedMessages mMessages;
+    Recorder mRecorder;
+    bool mHasLines = false;
+    bool mIsWhole = true;
+};
+
+void checkFiles(const Query& query, const RecordSurroundings& surroundings) {
+    if (!query.output.empty() && query.output == query.drives) {
+        throw std::runtime_error("--output and --drives both name '" + query.output +
+                                 "'; name two files");
+    }
+    for (const std::string* const file : {&query.output, &query.drives}) {
+        if (!file->empty() && !query.force && surroundings.exists(*file)) {
+            throw std::runtime_error("'" + *file +
+                                     "' is there already; name another file, or replace it by "
+                                     "--force");
+        }
+    }
+}
+
+}  // namespace
+
+ExitCode record(const Query& query, const RecordSurroundings& surroundings) {
+    checkFiles(query, surroundings);
+    RecordVisitor visitor(query, surroundings);
+    readJournals(query.journals, surroundings.source, visitor);
+    if (!visitor.hasLines()) {
+        visitor.finishMessages();
+        return exitNoAnswer;
+    }
+    const Recording recording = visitor.finish(!query.drives.empty());
+    visitor.finishMessages();
+    if (!query.drives.empty()) {
+        surroundings.write(query.drives, recording.drives, query.force);
+    }
+    if (query.output.empty()) {
+        surroundings.print(recording.configuration);
+    } else {
+        surroundings.write(query.output, recording.configuration, query.force);
+    }
+    return visitor.isWhole() ? exitAnswered : exitComplaints;
+}
+
+}  // namespace ccquery

@@ -1,0 +1,74 @@
+#include "tools/ccquery/journals/wholefile-win.h"
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+
+#include <gtest/gtest.h>
+
+#include "testing/scopes/tempfolder.h"
+
+namespace {
+
+using ccquery::writeWholeFile;
+using namespace testing_support;
+
+std::string contentOf(const std::filesystem::path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+size_t fileCount(const TempFolder& folder) {
+    return static_cast<size_t>(std::distance(std::filesystem::directory_iterator(folder.path()),
+                                             std::filesystem::directory_iterator()));
+}
+
+std::string problemOf(const std::string& file, bool replace) {
+    try {
+        writeWholeFile(file, "new", replace);
+    } catch (const std::runtime_error& error) {
+        return error.what();
+    }
+    return "(none)";
+}
+
+TEST(WholeFileTest, TheFileHasTheTextAndIsAlone) {
+    const TempFolder folder;
+    const std::string text("a\r\n\0b\n", 6);
+    writeWholeFile(folder.utf8("gr\xc3\xb6\xc3\x9f"
+                               "e"),
+                   text, /*replace=*/false);
+    EXPECT_EQ(contentOf(folder.path() / u8"gr\u00f6\u00dfe"), text);
+    EXPECT_EQ(fileCount(folder), 1U);
+}
+
+TEST(WholeFileTest, AFileThatIsThereIsReplacedOnlyOnDemand) {
+    const TempFolder folder;
+    const std::string file = folder.write("a", "old");
+    const std::string problem = problemOf(file, /*replace=*/false);
+    EXPECT_TRUE(problem.starts_with("can't write '" + file + "': ")) << problem;
+    EXPECT_TRUE(problem.ends_with("; name another file")) << problem;
+    EXPECT_EQ(contentOf(folder.path() / "a"), "old");
+    EXPECT_EQ(fileCount(folder), 1U);
+    EXPECT_EQ(problemOf(file, /*replace=*/true), "(none)");
+    EXPECT_EQ(contentOf(folder.path() / "a"), "new");
+    EXPECT_EQ(fileCount(folder), 1U);
+}
+
+TEST(WholeFileTest, AFolderThatIsNotThereIsReported) {
+    const TempFolder folder;
+    const std::string file = folder.utf8("none/a");
+    const std::string problem = problemOf(file, /*replace=*/true);
+    EXPECT_TRUE(problem.starts_with("can't write '" + file + "': ")) << problem;
+    EXPECT_EQ(fileCount(folder), 0U);
+}
+
+TEST(WholeFileTest, AFolderWithTheNameStays) {
+    const TempFolder folder;
+    create_directory(folder.path() / "a");
+    EXPECT_NE(problemOf(folder.utf8("a"), /*replace=*/true), "(none)");
+    EXPECT_EQ(fileCount(folder), 1U);
+}
+
+}  // namespace
