@@ -30,6 +30,7 @@
 #include "tools/ccquery/connectionlibrary-win.h"
 #include "tools/ccquery/explainstatus.h"
 #include "tools/ccquery/explainviewpath.h"
+#include "tools/ccquery/journals/journalprogram-win.h"
 #include "tools/ccquery/systemerror-win.h"
 #include "util/platform/unicodetext-win.h"
 #include "util/windows/system/filestat-win.h"
@@ -142,6 +143,10 @@ ExitCode run(Query query) {
     }
     if (!query.config.empty()) {
         setConfiguration(query.config);
+    }
+    if (isAboutJournals(query)) {
+        return runJournals(
+            query, {print, complain, query.library.empty() ? defaultLibrary() : query.library});
     }
     const bool aboutPaths =
         query.command == Command::status || query.command == Command::canonicalize;

@@ -1,0 +1,186 @@
+#include "tools/ccquery/journals/verifycommand.h"
+
+#include <algorithm>
+#include <map>
+#include <utility>
+#include <vector>
+
+#include "tools/ccquery/journals/askagain.h"
+#include "tools/ccquery/journals/journaljson.h"
+#include "tools/ccquery/journals/limitedmessages.h"
+#include "tools/ccquery/journals/recordedconnections.h"
+#include "tools/ccquery/journals/recordedpaths.h"
+#include "util/pathfun.h"
+
+namespace ccquery {
+namespace {
+
+bool contains(const std::vector<std::string>& list, std::string_view text) {
+    return std::find(list.begin(), list.end(), text) != list.end();
+}
+
+/// Whether asking changes something beyond the connection.
+bool isAct(Operation operation) {
+    return operation == Operation::probeVobs || operation == Operation::startSession ||
+           operation == Operation::killConnection;
+}
+
+/// Asks each line that it gets, and prints what differs.
+class VerifyVisitor : public JournalVisitor {
+public:
+    VerifyVisitor(const Query& query, const VerifySurroundings& surroundings)
+        : mQuery(query),
+          mSurroundings(surroundings),
+          mMessages(surroundings.complain),
+          mConnections(surroundings.connect, surroundings.setViewRoot) {}
+
+    void take(const JournalLine& line, const JournalPlace& place) override {
+        switch (line.operation) {
+            case Operation::connect:
+                mConnections.begin(line);
+                break;
+            case Operation::disconnect:
+                mConnections.end(line);
+                break;
+            case Operation::lost:
+                mLost += line.result.lines;
+                mMessages.add("lines that report missing lines",
+                              placeText(mQuery.journals, place) + ": " +
+                                  std::to_string(line.result.lines) +
+                                  " lines before this one are missing (" + *line.result.error +
+                                  "); they can't be asked");
+                break;
+            default:
+                ask(line, place);
+        }
+    }
+
+    void report(JournalProblem kind, const JournalPlace& place,
+                const std::string& problem) override {
+        reportProblem(mQuery.journals, kind, place, problem, mMessages);
+    }
+
+    ExitCode finish() {
+        mMessages.finish();
+        mSurroundings.print(mQuery.json ? jsonSummary() : textSummary());
+        if (mAsked == 0) {
+            mSurroundings.complain("no question could be asked; name a journal that has some");
+            return exitNoAnswer;
+        }
+        return mDifferent == 0 ? exitAnswered : exitComplaints;
+    }
+
+private:
+    void ask(const JournalLine& line, const JournalPlace& place) {
+        const std::string operation(operationName(line.operation));
+        if (isAct(line.operation) && !contains(mQuery.asked, operation)) {
+            ++mNotAsked[operation];
+            return;
+        }
+        ClearCaseConnection& connection = mConnections.of(line);
+        if (stopsProcess(line, connection)) {
+            ++mNotAsked[operation];
+            mMessages.add("questions that would stop the process",
+                          placeText(mQuery.journals, place) + ": " + questionText(line) +
+                              ": it would stop the process of a fake; it isn't asked");
+            return;
+        }
+        ++mAsked;
+        const JournalLine answer = askAgain(connection, line);
+        std::vector<AnswerDifference> found = differences(line, answer);
+        found.erase(std::remove_if(found.begin(), found.end(),
+                                   [this](const AnswerDifference& difference) {
+                                       return contains(mQuery.ignored, difference.field);
+                                   }),
+                    found.end());
+        if (!found.empty()) {
+            ++mDifferent;
+            mSurroundings.print(mQuery.json ? jsonDifference(line, place, answer)
+                                            : textDifference(line, place, found));
+        }
+    }
+
+    static bool stopsProcess(const JournalLine& line, ClearCaseConnection& connection) {
+        const JournalFields& arguments = line.arguments;
+        if (line.operation == Operation::getElementStatus) {
+            return !arguments.path || !isAbsolutePath(*arguments.path, windowsPaths);
+        }
+        if (line.operation != Operation::canonicalizeViewPath) {
+            return false;
+        }
+        TextMap views;
+        if (contains(arguments.vobTags, "")) {
+            static_cast<void>(connection.getMvfsDrives(views));
+        }
+        return stopsHost(*arguments.cwd, *arguments.path, arguments.vobTags, views);
+    }
+
+    std::string textDifference(const JournalLine& line, const JournalPlace& place,
+                               const std::vector<AnswerDifference>& found) const {
+        std::string text =
+            oneLine(placeText(mQuery.journals, place) + ": " + questionText(line)) + '\n';
+        for (const AnswerDifference& difference : found) {
+            if (difference.recorded) {
+                text += "- " + oneLine(difference.name + ": " + *difference.recorded) + '\n';
+            }
+            if (difference.answered) {
+                text += "+ " + oneLine(difference.name + ": " + *difference.answered) + '\n';
+            }
+        }
+        return text;
+    }
+
+    std::string jsonDifference(const JournalLine& line, const JournalPlace& place,
+                               const JournalLine& answer) const {
+        return jsonLine({{"file", mQuery.journals[place.file]},
+                         {"line", place.line},
+                         {"operation", operationName(line.operation)},
+                         {"arguments", argumentsJson(line)},
+                         {"recorded", resultJson(line)},
+                         {"answered", resultJson(answer)}});
+    }
+
+    std::string textSummary() const {
+        std::string text = std::to_string(mAsked) + " questions asked, " +
+                           std::to_string(mDifferent) + " answers differ";
+        for (const auto& [operation, count] : mNotAsked) {
+            text.append(", ").append(std::to_string(count)).append(" of ").append(operation);
+            text += " not asked";
+        }
+        if (mLost != 0) {
+            text += ", " + std::to_string(mLost) + " lines missing";
+        }
+        return text + '\n';
+    }
+
+    std::string jsonSummary() const {
+        Json notAsked = Json::object();
+        for (const auto& [operation, count] : mNotAsked) {
+            notAsked[operation] = count;
+        }
+        return jsonLine({{"summary",
+                          {{"asked", mAsked},
+                           {"different", mDifferent},
+                           {"notAsked", notAsked},
+                           {"missing", mLost}}}});
+    }
+
+    const Query& mQuery;
+    const VerifySurroundings& mSurroundings;
+    LimitedMessages mMessages;
+    RecordedConnections mConnections;
+    uint64_t mAsked = 0;
+    uint64_t mDifferent = 0;
+    uint64_t mLost = 0;
+    std::map<std::string, uint64_t> mNotAsked;  ///< by operation
+};
+
+}  // namespace
+
+ExitCode verify(const Query& query, const VerifySurroundings& surroundings) {
+    VerifyVisitor visitor(query, surroundings);
+    readJournals(query.journals, surroundings.source, visitor);
+    return visitor.finish();
+}
+
+}  // namespace ccquery
