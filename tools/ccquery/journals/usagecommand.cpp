@@ -1,0 +1,180 @@
+#include "tools/ccquery/journals/usagecommand.h"
+
+#include <algorithm>
+#include <map>
+#include <utility>
+#include <vector>
+
+#include "tools/ccquery/configurationlines.h"
+#include "tools/ccquery/journals/askagain.h"
+#include "tools/ccquery/journals/askedpaths.h"
+#include "tools/ccquery/journals/limitedmessages.h"
+#include "tools/ccquery/nearlines.h"
+#include "tools/ccquery/report.h"
+
+namespace ccquery {
+namespace {
+
+class UsageVisitor : public JournalVisitor {
+public:
+    UsageVisitor(const Query& query, const UsageSurroundings& surroundings)
+        : mJournals(query.journals), mMessages(surroundings.complain) {}
+
+    void take(const JournalLine& line, const JournalPlace& place) override {
+        mHasLines = true;
+        if (!mAsked.take(line)) {
+            mMessages.add("paths that aren't absolute",
+                          placeText(mJournals, place) + ": " + questionText(line) +
+                              ": a path that isn't absolute stops the host of a fake; it is left "
+                              "out");
+        }
+    }
+
+    void report(JournalProblem kind, const JournalPlace& place,
+                const std::string& problem) override {
+        reportProblem(mJournals, kind, place, problem, mMessages);
+    }
+
+    void finish() { mMessages.finish(); }
+    bool hasLines() const { return mHasLines; }
+    const AskedPaths& asked() const { return mAsked; }
+
+private:
+    const std::vector<std::string>& mJournals;
+    LimitedMessages mMessages;
+    AskedPaths mAsked;
+    bool mHasLines = false;
+};
+
+/// A line of the configuration that may have been meant.
+struct Near {
+    size_t number;
+    std::string text;
+    std::string why;
+};
+
+struct Unanswered {
+    std::string path;
+    uint64_t count;
+    std::vector<Near> near;
+};
+
+/// What the journals have used of a configuration.
+class Usage {
+public:
+    Usage(const AskedPaths& asked, const UsageSurroundings& surroundings)
+        : mExists(surroundings.exists) {
+        const ConfigurationLines plain(surroundings.configuration, /*viewRootPrefix=*/"");
+        mIsUsed.resize(plain.lines().size() + 1);
+        for (const auto& [viewRoot, counts] : asked.byViewRoot()) {
+            takePaths(ConfigurationLines(surroundings.configuration, viewRoot), counts);
+        }
+        for (const ConfigurationLine& line : plain.lines()) {
+            const bool isVob = line.kind == LineKind::vob;
+            if (!isVob && line.kind != LineKind::element) {
+                continue;
+            }
+            ++mLineCount;
+            if (isVob ? !asked.probesVobs() : !mIsUsed[line.number]) {
+                mUnused.emplace_back(line.number, line.trimmed);
+            }
+        }
+        std::sort(mUnanswered.begin(), mUnanswered.end(),
+                  [](const Unanswered& a, const Unanswered& b) {
+                      return a.count != b.count ? a.count > b.count : a.path < b.path;
+                  });
+    }
+
+    const std::vector<std::pair<size_t, std::string>>& unused() const { return mUnused; }
+    const std::vector<Unanswered>& unanswered() const { return mUnanswered; }
+    uint64_t lineCount() const { return mLineCount; }
+    uint64_t pathCount() const { return mPathCount; }
+
+private:
+    void takePaths(const ConfigurationLines& lines, const AskedPaths::Counts& counts) {
+        const NearLines near(lines);
+        for (const auto& [path, count] : counts) {
+            ++mPathCount;
+            if (const ConfigurationLine* const line = lines.deciding(elementKey(path))) {
+                mIsUsed[line->number] = true;
+            } else if (!mExists(path)) {
+                mUnanswered.push_back({path, count, {}});
+                for (const NearLine& found : near.of(path)) {
+                    mUnanswered.back().near.push_back(
+                        {found.line->number, std::string(found.line->trimmed), found.why});
+                }
+            }
+        }
+    }
+
+    const std::function<bool(const std::string&)>& mExists;
+    std::vector<bool> mIsUsed;  ///< by the number of the line
+    std::vector<std::pair<size_t, std::string>> mUnused;
+    std::vector<Unanswered> mUnanswered;
+    uint64_t mLineCount = 0;
+    uint64_t mPathCount = 0;
+};
+
+std::string times(uint64_t count) { return count == 1 ? "once" : std::to_string(count) + " times"; }
+
+void printText(const Usage& usage, const UsageSurroundings& surroundings) {
+    const auto place = [&](size_t number) {
+        return surroundings.configurationFile + ':' + std::to_string(number) + ": ";
+    };
+    for (const auto& [number, text] : usage.unused()) {
+        surroundings.print(oneLine(place(number) + "never used: " + text) + '\n');
+    }
+    for (const Unanswered& question : usage.unanswered()) {
+        std::string text =
+            oneLine("no answer, asked " + times(question.count) + ": " + question.path) + '\n';
+        for (const Near& near : question.near) {
+            text +=
+                "    " + oneLine(place(near.number) + near.text + "  (" + near.why + ")") + '\n';
+        }
+        surroundings.print(text);
+    }
+    surroundings.print(std::to_string(usage.unused().size()) + " of " +
+                       std::to_string(usage.lineCount()) + " lines are never used, " +
+                       std::to_string(usage.unanswered().size()) + " of " +
+                       std::to_string(usage.pathCount()) + " paths have no answer\n");
+}
+
+void printJson(const Usage& usage, const UsageSurroundings& surroundings) {
+    for (const auto& [number, text] : usage.unused()) {
+        surroundings.print(jsonLine({{"line", number}, {"text", text}}));
+    }
+    for (const Unanswered& question : usage.unanswered()) {
+        Json near = Json::array();
+        for (const Near& line : question.near) {
+            near.push_back({{"line", line.number}, {"text", line.text}, {"why", line.why}});
+        }
+        surroundings.print(
+            jsonLine({{"question", question.path}, {"count", question.count}, {"near", near}}));
+    }
+    surroundings.print(jsonLine({{"summary",
+                                  {{"lines", usage.lineCount()},
+                                   {"neverUsed", usage.unused().size()},
+                                   {"paths", usage.pathCount()},
+                                   {"withoutAnswer", usage.unanswered().size()}}}}));
+}
+
+}  // namespace
+
+ExitCode usage(const Query& query, const UsageSurroundings& surroundings) {
+    UsageVisitor visitor(query, surroundings);
+    readJournals(query.journals, surroundings.source, visitor);
+    visitor.finish();
+    if (!visitor.hasLines()) {
+        return exitNoAnswer;
+    }
+    const Usage found(visitor.asked(), surroundings);
+    if (query.json) {
+        printJson(found, surroundings);
+    } else {
+        printText(found, surroundings);
+    }
+    const bool isClean = found.unused().empty() && found.unanswered().empty();
+    return isClean ? exitAnswered : exitComplaints;
+}
+
+}  // namespace ccquery
