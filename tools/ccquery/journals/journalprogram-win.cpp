@@ -11,14 +11,19 @@
 
 #include <windows.h>
 
+#include "clearcase/configurationsource-win.h"
 #include "tools/ccquery/connectionlibrary-win.h"
 #include "tools/ccquery/journals/progressline.h"
 #include "tools/ccquery/journals/recordcommand.h"
+#include "tools/ccquery/journals/usagecommand.h"
 #include "tools/ccquery/journals/verifycommand.h"
 #include "tools/ccquery/journals/wholefile-win.h"
+#include "tools/ccquery/systemerror-win.h"
 #include "util/platform/unicodetext-win.h"
 #include "util/windows/system-paths-win.h"
 #include "util/windows/system/files-win.h"
+#include "util/windows/system/filestat-win.h"
+#include "util/windows/system/smallfile-win.h"
 
 namespace ccquery {
 namespace {
@@ -65,6 +70,22 @@ void setViewRoot(const std::optional<std::string>& value) {
     }
 }
 
+std::string bytesOf(const std::string& file) {
+    std::string text;
+    if (readFile(file, text) != fileIsRead) {
+        const DWORD error = GetLastError();
+        throw std::runtime_error("can't read the configuration '" + file + "': " +
+                                 systemErrorText(error) + "; name another by --config FILE");
+    }
+    return text;
+}
+
+/// Whether a fake would find a file there.
+bool isThere(const std::string& path) {
+    FileStat stat;
+    return stat.read(path, /*unused=*/0);
+}
+
 ExitCode run(const Query& query, const JournalProgram& program, ProgressLine& progress) {
     const auto print = [&](const std::string& text) {
         progress.erase();
@@ -80,6 +101,10 @@ ExitCode run(const Query& query, const JournalProgram& program, ProgressLine& pr
     switch (query.command) {
         case Command::record:
             return record(query, {source, print, complain, System::exists, writeWholeFile});
+        case Command::usage: {
+            const std::string file = configurationFile();
+            return usage(query, {source, file, bytesOf(file), isThere, print, complain});
+        }
         default:
             return verify(query, {source, [&] { return connect(program.library); }, setViewRoot,
                                   print, complain});
