@@ -1,6 +1,6 @@
 #include "tools/ccquery/journals/journalfiles.h"
 
-#include <filesystem>
+#include <algorithm>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
@@ -66,16 +66,23 @@ TEST(JournalFilesTest, AFileThatCannotBeOpenedDoesNotStopTheOthers) {
 }
 
 TEST(JournalFilesTest, AReadThatFailsIsReportedAfterTheLinesBefore) {
-    /// Has a line, and then fails.
+    /// Fills the first block that is read with a line, blank lines and the beginning of another
+    /// line, and can't read another block.
     class Failing : public std::stringbuf {
     public:
-        Failing() : std::stringbuf(line) {}
         std::streamsize xsgetn(char* to, std::streamsize size) override {
-            if (in_avail() == 0) {
+            if (mHasBlock) {
                 throw std::runtime_error("broken");
             }
-            return std::stringbuf::xsgetn(to, std::min(size, in_avail()));
+            mHasBlock = true;
+            std::fill_n(to, size, '\n');
+            line.copy(to, line.size());
+            to[size - 1] = '{';
+            return size;
         }
+
+    private:
+        bool mHasBlock = false;
     };
     class FailingStream : public std::istream {
     public:
@@ -84,16 +91,17 @@ TEST(JournalFilesTest, AReadThatFailsIsReportedAfterTheLinesBefore) {
     private:
         Failing mBuffer;
     };
-    Listing listing({"j"});
-    // The stream gives fewer bytes than wanted, which ends it, and so the failure comes at once.
+    Listing listing({"j", "k"});
     readJournals(listing.mFiles,
-                 {[](const std::string&) {
-                      auto stream = std::make_unique<FailingStream>();
-                      stream->ignore(static_cast<std::streamsize>(line.size()));
-                      return stream;
+                 {[](const std::string& file) -> std::unique_ptr<std::istream> {
+                      if (file == "j") {
+                          return std::make_unique<FailingStream>();
+                      }
+                      return std::make_unique<std::istringstream>(line);
                   },
                   [](uint64_t) {}},
                  listing);
+    EXPECT_EQ(listing.mTaken, (Texts{"j:1", "k:1"}));
     EXPECT_EQ(listing.mComplaints,
               (Texts{"can't read the journal 'j': it can't be read to its end; name another"}));
 }

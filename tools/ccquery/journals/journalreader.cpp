@@ -21,6 +21,8 @@ JournalProblem problemOf(LineProblem problem, bool hasEnd) {
 void JournalReader::begin(size_t file) {
     mPlace = {.file = file, .line = 0};
     mIsEmpty = true;
+    mBegun.clear();
+    mBegunBytes = 0;
 }
 
 void JournalReader::read(std::string_view bytes) {
@@ -42,8 +44,6 @@ void JournalReader::end() {
     if (mBegunBytes != 0) {
         readLine(mBegun, /*hasEnd=*/false);
     }
-    mBegun.clear();
-    mBegunBytes = 0;
     if (mIsEmpty) {
         mPlace.line = 0;
         report(JournalProblem::empty, "the journal is empty");

@@ -50,12 +50,12 @@ public:
     /// `visitor` must outlive the object.
     explicit JournalReader(JournalVisitor& visitor) : mVisitor(visitor) {}
 
-    /// Begins the journal with this number.
+    /// Begins the journal with this number. What another one has begun, without `end`, is dropped.
     void begin(size_t file);
     /// Takes the next bytes of the journal.
     void read(std::string_view bytes);
-    /// To be called after the last bytes. A last line without a line feed counts if it is JSON. A
-    /// journal without lines is reported.
+    /// To be called after the last bytes, once. A last line without a line feed counts if it is
+    /// JSON. A journal without lines is reported.
     void end();
 
 private:

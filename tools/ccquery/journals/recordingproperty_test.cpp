@@ -59,9 +59,9 @@ private:
         }
         const ConfigurationLines read(lines, "");
         std::string kept;
-        for (const ConfigurationLine& read_line : read.lines()) {
-            if (read_line.kind != LineKind::relativePath) {
-                kept.append(read_line.text).append(1, '\n');
+        for (const ConfigurationLine& readLine : read.lines()) {
+            if (readLine.kind != LineKind::relativePath) {
+                kept.append(readLine.text).append(1, '\n');
             }
         }
         return kept;

@@ -56,7 +56,7 @@ struct Near {
 struct Unanswered {
     std::string path;
     uint64_t count;
-    std::vector<Near> near;
+    std::vector<Near> nearest;
 };
 
 /// What the journals have used of a configuration.
@@ -92,15 +92,15 @@ public:
 
 private:
     void takePaths(const ConfigurationLines& lines, const AskedPaths::Counts& counts) {
-        const NearLines near(lines);
+        const NearLines nearest(lines);
         for (const auto& [path, count] : counts) {
             ++mPathCount;
             if (const ConfigurationLine* const line = lines.deciding(elementKey(path))) {
                 mIsUsed[line->number] = true;
             } else if (!mExists(path)) {
                 mUnanswered.push_back({path, count, {}});
-                for (const NearLine& found : near.of(path)) {
-                    mUnanswered.back().near.push_back(
+                for (const NearLine& found : nearest.of(path)) {
+                    mUnanswered.back().nearest.push_back(
                         {found.line->number, std::string(found.line->trimmed), found.why});
                 }
             }
@@ -127,9 +127,10 @@ void printText(const Usage& usage, const UsageSurroundings& surroundings) {
     for (const Unanswered& question : usage.unanswered()) {
         std::string text =
             oneLine("no answer, asked " + times(question.count) + ": " + question.path) + '\n';
-        for (const Near& near : question.near) {
-            text +=
-                "    " + oneLine(place(near.number) + near.text + "  (" + near.why + ")") + '\n';
+        for (const Near& nearest : question.nearest) {
+            text += "    " +
+                    oneLine(place(nearest.number) + nearest.text + "  (" + nearest.why + ")") +
+                    '\n';
         }
         surroundings.print(text);
     }
@@ -144,12 +145,12 @@ void printJson(const Usage& usage, const UsageSurroundings& surroundings) {
         surroundings.print(jsonLine({{"line", number}, {"text", text}}));
     }
     for (const Unanswered& question : usage.unanswered()) {
-        Json near = Json::array();
-        for (const Near& line : question.near) {
-            near.push_back({{"line", line.number}, {"text", line.text}, {"why", line.why}});
+        Json nearest = Json::array();
+        for (const Near& line : question.nearest) {
+            nearest.push_back({{"line", line.number}, {"text", line.text}, {"why", line.why}});
         }
         surroundings.print(
-            jsonLine({{"question", question.path}, {"count", question.count}, {"near", near}}));
+            jsonLine({{"question", question.path}, {"count", question.count}, {"near", nearest}}));
     }
     surroundings.print(jsonLine({{"summary",
                                   {{"lines", usage.lineCount()},

@@ -9,6 +9,7 @@
 
 #include "testing/journaltext.h"
 #include "testing/portablefake.h"
+#include "tools/ccquery/journals/askagain.h"
 #include "tools/ccquery/journals/recordedconnections.h"
 
 namespace {
@@ -315,6 +316,12 @@ TEST_F(VerifyCommandTest, ListsAndMapsAreJsonToo) {
           R"("recorded":{"ready":false},"answered":{"ready":true})"}) {
         EXPECT_NE(mPrinted.find(part), std::string::npos) << part << '\n' << mPrinted;
     }
+}
+
+TEST_F(VerifyCommandTest, OnlyQuestionsCanBeAskedAgain) {
+    PortableFake fake("", mWorld);
+    const JournalLine line{.operation = Operation::disconnect};
+    EXPECT_DEATH(static_cast<void>(askAgain(fake, line)), "a line that isn't a question");
 }
 
 }  // namespace
