@@ -148,9 +148,9 @@ std::string counted(size_t count, const std::string& one) {
 }
 
 /// How the path of a line differs; empty if it doesn't.
-std::string howItDiffers(const Candidate& near) {
-    const Entry& entry = *near.entry;
-    switch (near.reason) {
+std::string howItDiffers(const Candidate& candidate) {
+    const Entry& entry = *candidate.entry;
+    switch (candidate.reason) {
         case NearReason::notRead:
             return "";
         case NearReason::otherCase:
@@ -161,17 +161,17 @@ std::string howItDiffers(const Candidate& near) {
         case NearReason::otherDrive:
             return "is on drive " + entry.path.key.substr(0, driveLength);
         case NearReason::similarName:
-            return "the name differs in " + counted(near.count, "letter");
+            return "the name differs in " + counted(candidate.count, "letter");
         default:
-            return near.count == 1
+            return candidate.count == 1
                        ? "has the last name in another folder"
-                       : "has the last " + counted(near.count, "name") + " in another folder";
+                       : "has the last " + counted(candidate.count, "name") + " in another folder";
     }
 }
 
-std::string whyNot(const Candidate& near, bool hasCtrlZ) {
-    const std::string difference = howItDiffers(near);
-    const std::string notRead = whyNotRead(near.entry->line->kind, hasCtrlZ);
+std::string whyNot(const Candidate& candidate, bool hasCtrlZ) {
+    const std::string difference = howItDiffers(candidate);
+    const std::string notRead = whyNotRead(candidate.entry->line->kind, hasCtrlZ);
     return difference + (difference.empty() || notRead.empty() ? "" : "; ") + notRead;
 }
 
@@ -205,10 +205,10 @@ public:
         Nearest nearest;
         addSameNames(asked, nearest);
         addSimilarNames(asked, nearest);
-        for (const Candidate& near : nearest.candidates()) {
-            result.push_back({.line = near.entry->line,
-                              .reason = near.reason,
-                              .why = whyNot(near, mLines.ctrlZ().has_value())});
+        for (const Candidate& candidate : nearest.candidates()) {
+            result.push_back({.line = candidate.entry->line,
+                              .reason = candidate.reason,
+                              .why = whyNot(candidate, mLines.ctrlZ().has_value())});
         }
         return result;
     }
@@ -238,9 +238,9 @@ private:
             return;
         }
         for (const Entry* const entry : group->second) {
-            const Candidate near = compareFolders(*entry, asked);
-            if (near.reason != NearReason::otherFolder || !asked.name().empty()) {
-                nearest.add(near);
+            const Candidate candidate = compareFolders(*entry, asked);
+            if (candidate.reason != NearReason::otherFolder || !asked.name().empty()) {
+                nearest.add(candidate);
             }
         }
     }

@@ -19,7 +19,7 @@ using namespace ccquery;
 using Texts = std::vector<std::string>;
 
 /// The lines near `path`, each as "NUMBER: WHY".
-Texts near(const std::string& file, const std::string& path, const std::string& prefix = "") {
+Texts nearTo(const std::string& file, const std::string& path, const std::string& prefix = "") {
     const ConfigurationLines lines(file, prefix);
     Texts result;
     for (const NearLine& line : NearLines(lines).of(path)) {
@@ -34,10 +34,10 @@ Texts nearOf(const Texts& elements, const std::string& path, const std::string& 
     for (const std::string& element : elements) {
         file += element + "=x*version\n";
     }
-    return near(file, path, prefix);
+    return nearTo(file, path, prefix);
 }
 
-TEST(NearLinesTest, AnEmptyFileHasNone) { EXPECT_EQ(near("", "C:\\a"), Texts{}); }
+TEST(NearLinesTest, AnEmptyFileHasNone) { EXPECT_EQ(nearTo("", "C:\\a"), Texts{}); }
 
 TEST(NearLinesTest, WhereALineDecidesThereAreNone) {
     EXPECT_EQ(nearOf({"C:\\src\\a.c", "C:\\SRC\\a.c"}, "C:/src/./a.c"), Texts{});
@@ -54,23 +54,23 @@ TEST(NearLinesTest, ALineMayBeOnAnotherDrive) {
 }
 
 TEST(NearLinesTest, ALineMayBeAComment) {
-    EXPECT_EQ(near("[attrs]\n;C:\\a.c=\n # ; C:\\a.c=\n; see C:\\a.c=\n", "C:\\a.c"),
+    EXPECT_EQ(nearTo("[attrs]\n;C:\\a.c=\n # ; C:\\a.c=\n; see C:\\a.c=\n", "C:\\a.c"),
               (Texts{"3: it is a comment", "2: it is a comment"}));
 }
 
 TEST(NearLinesTest, ALineMayBeOutsideTheSections) {
-    EXPECT_EQ(near("C:\\a.c=\n[attr]\nC:\\a.c=\n[vobs]\nC:\\a.c=\n", "C:\\a.c"),
+    EXPECT_EQ(nearTo("C:\\a.c=\n[attr]\nC:\\a.c=\n[vobs]\nC:\\a.c=\n", "C:\\a.c"),
               (Texts{"5: it is in [vobs]", "3: it is outside [vobs] and [attrs]",
                      "1: it is outside [vobs] and [attrs]"}));
 }
 
 TEST(NearLinesTest, TheLastLineMayLackItsEnd) {
-    EXPECT_EQ(near("[attrs]\nC:\\a.c=", "C:\\a.c"), Texts{"2: it has no line feed at its end"});
+    EXPECT_EQ(nearTo("[attrs]\nC:\\a.c=", "C:\\a.c"), Texts{"2: it has no line feed at its end"});
 }
 
 TEST(NearLinesTest, ALineMayBeCutOffByCtrlZ) {
     EXPECT_EQ(
-        near("[attrs]\nC:\\a.c=x\x1a\n;\nC:\\a.c=\n", "C:\\a.c"),
+        nearTo("[attrs]\nC:\\a.c=x\x1a\n;\nC:\\a.c=\n", "C:\\a.c"),
         (Texts{"4: it is after a Ctrl+Z, which ends the file", "2: a Ctrl+Z in it ends the file"}));
 }
 
@@ -120,18 +120,18 @@ TEST(NearLinesTest, ADriveAndAShareHaveNoNameInCommon) {
 }
 
 TEST(NearLinesTest, TheFirstReasonIsTheBest) {
-    EXPECT_EQ(near("[attrs]\nD:\\dir\\main.c=\nC:\\Dir\\main.c=\n;C:\\dir\\main.c=\n"
-                   "C:\\dir\\mainc=\nC:\\x\\main.c=\n",
-                   "C:\\dir\\main.c"),
+    EXPECT_EQ(nearTo("[attrs]\nD:\\dir\\main.c=\nC:\\Dir\\main.c=\n;C:\\dir\\main.c=\n"
+                     "C:\\dir\\mainc=\nC:\\x\\main.c=\n",
+                     "C:\\dir\\main.c"),
               (Texts{"4: it is a comment", "3: differs in case", "2: is on drive D:"}));
-    EXPECT_EQ(near("[attrs]\nC:\\x\\main.c=\nC:\\dir\\mainc=\nD:\\dir\\main.c=\nC:\\main.c=\n",
-                   "C:\\dir\\main.c"),
+    EXPECT_EQ(nearTo("[attrs]\nC:\\x\\main.c=\nC:\\dir\\mainc=\nD:\\dir\\main.c=\nC:\\main.c=\n",
+                     "C:\\dir\\main.c"),
               (Texts{"4: is on drive D:", "3: the name differs in one letter",
                      "5: has the last name in another folder"}));
 }
 
 TEST(NearLinesTest, ALineThatIsReadIsNearerThanOneThatIsNot) {
-    EXPECT_EQ(near("[attrs]\nC:\\Dir\\a=\n;C:\\DIR\\a=\n", "C:\\dir\\a"),
+    EXPECT_EQ(nearTo("[attrs]\nC:\\Dir\\a=\n;C:\\DIR\\a=\n", "C:\\dir\\a"),
               (Texts{"2: differs in case", "3: differs in case; it is a comment"}));
 }
 
@@ -185,17 +185,17 @@ TEST(NearLinesTest, InRandomFilesNoNearLineMatchesAndTheOrderHolds) {
         const std::string path = random.path();
         const std::string key = elementKey(path);
         const ConfigurationLines lines(file, i % 3 == 0 ? "C:" : "");
-        const std::vector<NearLine> near = NearLines(lines).of(path);
-        ASSERT_LE(near.size(), 3U) << file << path;
+        const std::vector<NearLine> nearest = NearLines(lines).of(path);
+        ASSERT_LE(nearest.size(), 3U) << file << path;
         std::set<const ConfigurationLine*> different;
-        for (const NearLine& line : near) {
+        for (const NearLine& line : nearest) {
             ASSERT_FALSE(matches(*line.line, key)) << file << path;
             ASSERT_NE(line.why, "") << file << path;
             different.insert(line.line);
         }
-        ASSERT_EQ(different.size(), near.size()) << file << path;
+        ASSERT_EQ(different.size(), nearest.size()) << file << path;
         ASSERT_TRUE(
-            std::is_sorted(near.begin(), near.end(),
+            std::is_sorted(nearest.begin(), nearest.end(),
                            [](const auto& a, const auto& b) { return a.reason < b.reason; }))
             << file << path;
     }
@@ -207,17 +207,18 @@ TEST(NearLinesTest, InRandomFilesNoLineThatDiffersInCaseIsMissed) {
         const std::string file = random.file();
         const std::string path = random.path();
         const ConfigurationLines lines(file, "");
-        const std::vector<NearLine> near = NearLines(lines).of(path);
+        const std::vector<NearLine> nearest = NearLines(lines).of(path);
         const bool decided = lines.deciding(elementKey(path)) != nullptr;
         for (const ConfigurationLine& line : lines.lines()) {
             if (decided || !boost::iequals(line.key, elementKey(path), std::locale::classic())) {
                 continue;
             }
-            const bool found = std::any_of(near.begin(), near.end(), [&](const NearLine& other) {
-                return other.line == &line && other.reason == NearReason::otherCase;
-            });
+            const bool found =
+                std::any_of(nearest.begin(), nearest.end(), [&](const NearLine& other) {
+                    return other.line == &line && other.reason == NearReason::otherCase;
+                });
             const bool othersAreNearer =
-                near.size() == 3 && near[2].reason <= NearReason::otherCase;
+                nearest.size() == 3 && nearest[2].reason <= NearReason::otherCase;
             ASSERT_TRUE(found || othersAreNearer) << file << path;
         }
     }
