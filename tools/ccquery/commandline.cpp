@@ -46,10 +46,8 @@ public:
             ->type_name("FILE");
         mApp.add_flag("--json", mQuery.json, "Print a JSON object a line in place of a table");
         mApp.footer(
-            "Exit codes: 0, or 1 if \"errors\", \"check\", \"record\", \"verify\" or \"usage\" finds
-            "
-            "any or \"--explain\" finds another answer, or 2 if an answer is missing; a line on
-            "
+            "Exit codes: 0, or 1 if \"errors\", \"check\", \"record\", \"verify\" or \"usage\"\n"
+            "finds any or \"--explain\" finds another answer, or 2 if an answer is missing:\n"
             "standard error then says why. \"ccquery COMMAND --help\" tells more of a command.");
         addPathCommands();
         addOtherCommands();

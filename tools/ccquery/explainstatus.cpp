@@ -115,8 +115,8 @@ private:
         result.record["line"] = lineRecord(line);
         result.record["matched"] = isFirst ? "path" : "rootAndPath";
         if (line.unknownType) {
-            result.lines.push_back("'" + std::string(*line.unknownType) +
-                                   "' is no type, and so makes it a link");
+            std::string& text = result.lines.emplace_back("'");
+            text.append(*line.unknownType).append("' is no type, and so makes it a link");
         }
         const size_t before = isFirst ? line.keyBefore : line.secondKeyBefore;
         if (before != 0) {
@@ -152,11 +152,11 @@ private:
 
     void addNearLines(const std::string& path, Explanation& result) const {
         Json records = Json::array();
-        for (const NearLine& near : mNearLines.of(path)) {
-            result.lines.push_back("near: " + place(near.line->number) + ": " +
-                                   std::string(near.line->trimmed) + " (" + near.why + ")");
-            records.push_back(lineRecord(*near.line));
-            records.back()["why"] = near.why;
+        for (const NearLine& nearLine : mNearLines.of(path)) {
+            result.lines.push_back("near: " + place(nearLine.line->number) + ": " +
+                                   std::string(nearLine.line->trimmed) + " (" + nearLine.why + ")");
+            records.push_back(lineRecord(*nearLine.line));
+            records.back()["why"] = nearLine.why;
         }
         result.record["near"] = records;
     }
