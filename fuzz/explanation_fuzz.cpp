@@ -47,18 +47,18 @@ Json expectedAnswer(const std::string& path, const ElementIndex& elements, bool&
 }
 
 void checkNearLines(const ConfigurationLines& lines, const std::string& path, bool isConfigured) {
-    const std::vector<NearLine> near = NearLines(lines).of(path);
-    NB_ASSERT(near.size() <= 3);
-    NB_ASSERT(near.empty() || !isConfigured);
+    const std::vector<NearLine> found = NearLines(lines).of(path);
+    NB_ASSERT(found.size() <= 3);
+    NB_ASSERT(found.empty() || !isConfigured);
     const std::string key = elementKey(path);
     const ConfigurationLine* before = nullptr;
-    for (const NearLine& line : near) {
+    for (const NearLine& line : found) {
         NB_ASSERT(line.line != before);
         before = line.line;
         NB_ASSERT(line.line->kind != LineKind::element ||
                   (line.line->key != key && line.line->secondKey != key));
     }
-    NB_ASSERT(std::is_sorted(near.begin(), near.end(), [](const NearLine& a, const NearLine& b) {
+    NB_ASSERT(std::is_sorted(found.begin(), found.end(), [](const NearLine& a, const NearLine& b) {
         return a.reason < b.reason;
     }));
 }

@@ -9,6 +9,7 @@
 namespace ccquery {
 
 /// Why the answer about a path is what it is.
+// NOLINTNEXTLINE(bugprone-exception-escape): moving a Json throws nothing
 struct Explanation {
     /// The field "explanation" of the answer's JSON.
     Json record;

@@ -170,7 +170,7 @@ public:
     }
 
 private:
-    std::mt19937 mRandom{1};
+    std::mt19937 mRandom{1};  // NOLINT(cert-msc32-c,cert-msc51-cpp): reproducible
 };
 
 /// Whether a line is read and has the path, so that it could decide.
