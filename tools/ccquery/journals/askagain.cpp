@@ -122,7 +122,8 @@ private:
                 break;
             case FieldKind::pairs:
                 for (const auto& [key, value] : result.*info.map) {
-                    add(name, name + " '" + key + '\'', value);
+                    std::string part = name;
+                    add(name, part.append(" '").append(key).append("'"), value);
                 }
                 break;
             default:

@@ -9,7 +9,7 @@ bool AskedPaths::take(const JournalLine& line) {
     switch (line.operation) {
         case Operation::connect:
             mViewRoots.erase(number);
-            if (!line.failed && !line.result.viewRoot.value_or("").empty()) {
+            if (!line.result.viewRoot.value_or("").empty()) {
                 mViewRoots[number] = *line.result.viewRoot;
             }
             break;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <string_view>
+#include <utility>
 
 #include "clearcase/elementtypes.h"
 #include "util/pathfun.h"
@@ -38,7 +39,7 @@ std::string problemOfText(const std::string& text) {
 /// Whether white space at the end could be removed with the end of the line. What is white space
 /// beyond ASCII depends on the locale of the host.
 bool endsOddly(const std::string& text) {
-    return !text.empty() && (text.back() <= ' ' || text.back() > '~');
+    return !text.empty() && (text.back() < '!' || text.back() > '~');
 }
 
 /// Returns the texts of a link at `path` that can lead to `target`.
@@ -74,8 +75,9 @@ ElementLines linkLines(const std::string& key, const std::string& path,
     for (const std::string& text : linkTexts(path, *target)) {
         const std::string problem = problemOfText(text);
         if (problem.empty()) {
-            const char* const type = endsOddly(text) ? "*symbolic_link" : "";
-            lines.candidates.push_back(key + '=' + text + type + '\n');
+            std::string line = key;
+            line.append("=").append(text).append(endsOddly(text) ? "*symbolic_link\n" : "\n");
+            lines.candidates.push_back(std::move(line));
         } else {
             lines.problem = "no line can have this link text: " + problem;
         }

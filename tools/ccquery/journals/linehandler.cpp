@@ -65,11 +65,9 @@ JournalFields& LineHandler::fields() {
     return mPart == LinePart::arguments ? mParsed.line.arguments : mParsed.line.result;
 }
 
-/// Whether the current value is part of something that the format doesn't have.
+/// Whether the current value, in a part, is of something that the format doesn't have.
 bool LineHandler::isUnknown() const {
     switch (state()) {
-        case State::line:
-            return mKey == LineKey::other;
         case State::part:
             return !mField;
         case State::hex:

@@ -94,10 +94,11 @@ TEST(LineParserTest, AViewPathHasItsTags) {
 }
 
 TEST(LineParserTest, AProbeHasItsRecords) {
-    const JournalLine line =
-        parsed(lineOf("probeVobs", R"("arguments":{"root":"R","results":[]},)"
-                                   R"("result":{"results":[{"tag":"R/a","state":0},)"
-                                   R"({"state":-5,"more":[{}],"tag":{"hex":"ff"}}]})"));
+    const JournalLine line = parsed(
+        lineOf("probeVobs",
+               R"("arguments":{"root":"R","results":[]},)"
+               R"("result":{"results":[{"tag":"R/a","state":0},)"
+               R"({"state":-5,"more":[{}],"x":"y","z":{"tag":1},"n":7,"tag":{"hex":"ff"}}]})"));
     EXPECT_EQ(line.arguments.root, "R");
     EXPECT_TRUE(line.arguments.results.empty());
     ASSERT_EQ(line.result.results.size(), 2U);
@@ -168,10 +169,10 @@ TEST(LineParserTest, EveryOperationIsKnownByItsName) {
 
 TEST(LineParserTest, FieldsThatTheFormatDoesNotHaveAreIgnored) {
     const JournalLine line = parsed(
-        R"({"new":{"version":2,"arguments":[{}]},"version":1,"also":[[],{"a":null}],"process":1,)"
+        R"({"new":{"version":2,"arguments":[{},null,true,1.5,-1,5,"t",{"a":"b"}]},"version":1,"also":[[],{"a":null}],"process":1,)"
         R"("connection":1,"operation":"getViewTag","arguments":{"extra":[1,{"x":2}],"lines":-1,)"
         R"("more":null,"other":true,"number":5,"real":1.5},)"
-        R"("result":{"text":{"hex":"ff","more":{"hex":1},"x":2},"deep":{"text":1}},"end":0.5})");
+        R"("result":{"text":{"hex":"ff","more":{"hex":1},"x":2,"y":"z"},"deep":{"text":1}},"end":0.5})");
     EXPECT_EQ(line.result.text, "\xff");
 }
 
@@ -271,6 +272,8 @@ TEST(LineParserTest, AFieldOfAWrongTypeIsNamed) {
         {R"("C:\\a")", R"({"hex":"0"})", "arguments.path"},
         {R"("C:\\a")", R"({"hex":"0g"})", "arguments.path"},
         {R"("C:\\a")", R"({"hex":"g0"})", "arguments.path"},
+        {R"("C:\\a")", R"({"hex":"/0"})", "arguments.path"},
+        {R"("C:\\a")", R"({"hex":"0A"})", "arguments.path"},
         {R"("C:\\a")", R"({"hex":5})", "arguments.path"},
         {R"("C:\\a")", R"({"hex":{"hex":"00"}})", "arguments.path"},
         {R"("C:\\a")", "{}", "arguments.path"},

@@ -9,6 +9,7 @@
 
 #include "testing/journaltext.h"
 #include "testing/providers/mvfsprovider/drivelist.h"
+#include "tools/ccquery/journals/recordedpaths.h"
 #include "tools/ccquery/journals/recordedvobs.h"
 
 namespace {
@@ -165,6 +166,32 @@ TEST_F(RecordCommandTest, ASecondAnswerIsAnnounced) {
     EXPECT_EQ(mPrinted, beginning + "[attrs]\nC:\\a=*view_private\n");
 }
 
+TEST_F(RecordCommandTest, AnAnswerIsShownWithTheTextsThatTheHostWanted) {
+    const auto asked = [](const char* path, int type) {
+        return journalLine(
+            "getElementStatus",
+            std::string(R"({"path":")") + path + R"(","version":null,"target":null})",
+            R"({"version":null,"target":null,"type":)" + std::to_string(type) + "}");
+    };
+    EXPECT_EQ(run(asked("C:/a", 1) + asked("C:/a", 99) + asked("C:/.//a", 2)), exitComplaints);
+    EXPECT_EQ(
+        mComplaints,
+        (Texts{"j:2: getElementStatus 'C:/a': the answer differs from the one before (type 99 "
+               "in place of type version); the first one is kept",
+               "j:3: getElementStatus 'C:/.//a': type directory_version becomes type version; "
+               "another answer decides about this element"}));
+}
+
+TEST_F(RecordCommandTest, ATargetOfAnotherSpellingIsAnnounced) {
+    EXPECT_EQ(run(statusLine(R"("C:/s/l")", 3, R"("")", R"("C:/s/t")") +
+                  statusLine(R"("C:/s/./l")", 3, R"("")", R"("C:/u")")),
+              exitComplaints);
+    EXPECT_EQ(mComplaints,
+              (Texts{"j:2: getElementStatus 'C:/s/./l': type symbolic_link, version '', target "
+                     "'C:/u' becomes type symbolic_link, version '', target 'C:/s/./t'; another "
+                     "answer decides about this element"}));
+}
+
 TEST_F(RecordCommandTest, AnotherSpellingWithAnotherAnswerIsAnnounced) {
     EXPECT_EQ(run(statusLine(R"("C:\\a")", 4, R"("")") + statusLine(R"("C:/a")", 6, R"("")")),
               exitComplaints);
@@ -200,6 +227,9 @@ TEST_F(RecordCommandTest, AnAnswerThatNoFakeGivesIsAnnounced) {
          "startSession: it succeeded, and a fake always refuses it"},
         {journalLine("killConnection", "{}", R"(!{"type":"E","what":"w"})"),
          "killConnection: the exception E 'w' becomes std::runtime_error 'No connection to kill!'"},
+        {journalLine("killConnection", "{}", R"(!{"type":"std::runtime_error","what":"w"})"),
+         "killConnection: the exception std::runtime_error 'w' becomes std::runtime_error 'No "
+         "connection to kill!'"},
         {journalLine("isReady", "{}", R"(!{"type":null,"what":null})"),
          "isReady: it threw something '', and a fake doesn't"},
         {journalLine("lost", "{}", R"({"lines":3,"error":"disk full"})"),
@@ -233,6 +263,31 @@ TEST_F(RecordCommandTest, ViewPathsAreCheckedWithTheRecordedDrives) {
                "the recorded drives; connect those that the host had"}));
 }
 
+TEST_F(RecordCommandTest, AViewPathThatIsAskedTwiceHasOneAnswer) {
+    const auto asked = [](const std::string& cwd, const std::string& path, const std::string& tags,
+                          const std::string& text) {
+        return journalLine(
+            "canonicalizeViewPath",
+            R"({"cwd":")" + cwd + R"(","path":")" + path + R"(","vobTags":[)" + tags + "]}",
+            R"({"text":")" + text + "\"}");
+    };
+    const std::string first = asked("C:/", "a", "", "C:/a");
+    expectRecorded(first + first + asked("D:/", "a", "", "D:/a") + asked("C:/", "b", "", "C:/b") +
+                       asked("C:/", "a", R"("X:")", "C:/a") + asked("C:/", "/c", "", "C:/c") +
+                       asked("C:/", "", "", "C:/"),
+                   "");
+    EXPECT_EQ(run(first + asked("C:/", "a", "", "X:/a")), exitComplaints);
+    EXPECT_EQ(mComplaints,
+              (Texts{"j:2: canonicalizeViewPath 'a': the answer differs from the one before "
+                     "('X:/a' in place of 'C:/a'); drives that change can't be recorded"}));
+}
+
+TEST_F(RecordCommandTest, AViewWithoutADriveStopsTheHostOnlyIfATagNamesIt) {
+    EXPECT_TRUE(stopsHost("C:", "M:/t", {""}, {{"", "t"}}));
+    EXPECT_FALSE(stopsHost("C:", "M:/t", {"X:"}, {{"", "t"}}));
+    EXPECT_FALSE(stopsHost("C:", "M:/t", {""}, {{"X:", "t"}}));
+}
+
 TEST_F(RecordCommandTest, DrivesAreAListForTheProvider) {
     mQuery.drives = "d";
     mQuery.output = "o";
@@ -263,7 +318,8 @@ TEST_F(RecordCommandTest, DrivesThatAreNotWantedAreMentioned) {
 
 TEST_F(RecordCommandTest, ADriveThatTheListCannotHaveIsAnnounced) {
     mQuery.drives = "d";
-    for (const char* const pair : {R"(["X:","a|b"])", R"(["X:","a "])", R"(["-","a"])",
+    for (const char* const pair : {R"(["X:","a|b"])", R"(["X:","a "])", R"(["X:","a\t"])",
+                                   R"([" X:","a"])", R"(["\tX:","a"])", R"(["-","a"])",
                                    R"(["x:","a"])", R"(["#:","a"])", R"(["X:","a\nb"])"}) {
         mComplaints.clear();
         EXPECT_EQ(run(journalLine("getMvfsDrives", R"({"drives":[]})",
@@ -306,13 +362,23 @@ TEST_F(RecordCommandTest, ProbesThatNoConfigurationFitsAreAnnounced) {
     EXPECT_EQ(run(probe("C:", R"({"tag":"C:/x","state":7})")), exitComplaints);
     EXPECT_EQ(mComplaints.front(), "j:1: probeVobs 'C:': a fake reports none of these states");
     mComplaints.clear();
-    EXPECT_EQ(run(probe("C:", "", R"({"tag":"x","state":0})")), exitComplaints);
-    EXPECT_EQ(mComplaints, (Texts{"j:1: probeVobs 'C:': it changed the results that it was given; "
-                                  "the fake only adds some"}));
-    mComplaints.clear();
-    EXPECT_EQ(run(probe("C:", R"({"tag":"C:/x","state":0})") + probe("C:", "")), exitComplaints);
-    EXPECT_EQ(mComplaints.front(),
-              "j:2: probeVobs 'C:': the answer differs from the one before; the first one is kept");
+    EXPECT_EQ(run(probe("C:", R"({"tag":"C:/x","state":-1})")), exitComplaints);
+    EXPECT_EQ(mComplaints.front(), "j:1: probeVobs 'C:': a fake reports none of these states");
+    for (const char* const changed : {R"({"tag":"y","state":0})", R"({"tag":"x","state":1})", ""}) {
+        mComplaints.clear();
+        EXPECT_EQ(run(probe("C:", changed, R"({"tag":"x","state":0})")), exitComplaints);
+        EXPECT_EQ(mComplaints, (Texts{"j:1: probeVobs 'C:': it changed the results that it was "
+                                      "given; the fake only adds some"}));
+    }
+    for (const char* const second :
+         {"", R"({"tag":"C:/x","state":1})", R"({"tag":"C:/y","state":0})"}) {
+        mComplaints.clear();
+        EXPECT_EQ(run(probe("C:", R"({"tag":"C:/x","state":0})") + probe("C:", second)),
+                  exitComplaints);
+        EXPECT_EQ(mComplaints.front(),
+                  "j:2: probeVobs 'C:': the answer differs from the one before; the first one is "
+                  "kept");
+    }
 }
 
 TEST_F(RecordCommandTest, ATagIsFoundForEachFormOfARoot) {

@@ -194,12 +194,10 @@ void RecordedStatus::check(const std::string& text,
 
 void RecordedStatus::announceUnanswered(size_t index) const {
     const StatusQuestion& question = mQuestions[index];
-    const auto found = mProblems.find(index);
-    const std::string problem =
-        found == mProblems.end() ? "the element's line isn't found" : found->second;
+    // An element has a line, which is found by its key, or a reason for having none.
     mAnnounce({.place = question.place,
                .question = questionText(question),
-               .problem = problem + byTheDisk,
+               .problem = mProblems.at(index) + byTheDisk,
                .kind = "elements without a line"});
 }
 

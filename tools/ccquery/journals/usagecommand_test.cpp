@@ -65,9 +65,9 @@ TEST_F(UsageCommandTest, LinesThatNoQuestionUsesComeInTheirOrder) {
 
 TEST_F(UsageCommandTest, TheDiskAnswersToo) {
     mDisk = {"C:\\x"};
-    expectUsage(asked("C:\\x") + asked("C:\\y"), exitComplaints,
-                "no answer, asked once: C:\\y\n"
-                "0 of 0 lines are never used, 1 of 2 paths have no answer\n");
+    expectUsage(asked("C:\\x") + asked("C:\\z") + asked("C:\\y"), exitComplaints,
+                "no answer, asked once: C:\\y\nno answer, asked once: C:\\z\n"
+                "0 of 0 lines are never used, 2 of 3 paths have no answer\n");
 }
 
 TEST_F(UsageCommandTest, PathsWithoutAnAnswerComeWithTheirNearestLines) {

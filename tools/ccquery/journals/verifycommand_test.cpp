@@ -118,6 +118,14 @@ TEST_F(VerifyCommandTest, ElementsOfMapsDifferEachForItself) {
                      "+ drives 'Y:': two\n");
 }
 
+TEST_F(VerifyCommandTest, AStateWithoutANameIsItsNumber) {
+    mQuery.asked = {"probeVobs"};
+    expectDifference(
+        journalLine("probeVobs", R"({"root":"C:","results":[]})",
+                    R"({"results":[{"tag":"C:/v","state":7}]})"),
+        "j:1: probeVobs 'C:'\n- results 1: C:/v (7)\n+ results 1: C:/v (not_determined)\n");
+}
+
 TEST_F(VerifyCommandTest, AnExceptionIsAnAnswer) {
     mThrows = true;
     expectDifference(journalLine("getOutput", "{}", R"({"text":"x"})"),
@@ -249,6 +257,9 @@ TEST_F(VerifyCommandTest, ThousandsOfConnectionsDoNotExistAtOnce) {
         connections.of(line).clearMessages();
     }
     EXPECT_EQ(most, static_cast<int>(RecordedConnections::limit));
+    // The first one doesn't exist any more.
+    line.process = 0;
+    connections.end(line);
     EXPECT_EQ(count, static_cast<int>(RecordedConnections::limit));
 }
 
