@@ -62,6 +62,7 @@ TEST(ElementLineTest, ARelativeTextIsTheLikeliestOfALink) {
 TEST(ElementLineTest, AWhiteEndOfALinkTextIsKept) {
     EXPECT_EQ(linkTo("D:\\b ").candidates.front(), "C:\\s\\a=D:\\b *symbolic_link\n");
     EXPECT_EQ(linkTo("D:\\b\xa0").candidates.front(), "C:\\s\\a=D:\\b\xa0*symbolic_link\n");
+    EXPECT_EQ(linkTo("D:\\b\x7f").candidates.front(), "C:\\s\\a=D:\\b\x7f*symbolic_link\n");
     EXPECT_EQ(linkTo("D:\\b\r").candidates.front(), "C:\\s\\a=D:\\b\r*symbolic_link\n");
 }
 

@@ -271,10 +271,10 @@ bool LineHandler::enterObject() {
         case State::line:
             return enterPart();
         case State::part:
-            return isTextField() && enterHex();
+            return enterHex(isTextField());
         case State::texts:
         case State::pair:
-            return enterHex();
+            return enterHex(/*isText=*/true);
         case State::records:
             fields().results.emplace_back();
             mHasTag = false;
@@ -283,7 +283,7 @@ bool LineHandler::enterObject() {
             enter(State::record);
             return true;
         case State::record:
-            return mRecordKey == RecordKey::tag && enterHex();
+            return enterHex(mRecordKey == RecordKey::tag);
         default:
             return false;
     }
@@ -302,7 +302,11 @@ bool LineHandler::enterPart() {
     return false;
 }
 
-bool LineHandler::enterHex() {
+/// `isText` says whether a text can be where the object is.
+bool LineHandler::enterHex(bool isText) {
+    if (!isText) {
+        return false;
+    }
     mBytes.reset();
     mIsHexKey = false;
     enter(State::hex);

@@ -92,7 +92,7 @@ private:
     void takeText(const std::string& value);
     bool enterObject();
     bool enterPart();
-    bool enterHex();
+    bool enterHex(bool isText);
     bool enterArray();
     void leavePair();
 

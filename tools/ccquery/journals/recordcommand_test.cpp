@@ -292,16 +292,17 @@ TEST_F(RecordCommandTest, DrivesAreAListForTheProvider) {
     mQuery.drives = "d";
     mQuery.output = "o";
     EXPECT_EQ(run(journalLine("getMvfsDrives", R"({"drives":[]})",
-                              R"({"text":"M:","drives":[["","two"],["X:","tag1"],["Y:",""]]})")),
+                              R"({"text":"M:","drives":[["","two"],["X:","tag1"],)"
+                              R"(["Y:",""],["Z:","\u0001"]]})")),
               exitAnswered);
     EXPECT_EQ(mFiles["d"],
               "# Recorded by ccquery from j\nM: | \\\\view\n | \\\\view\\two\n"
-              "X: | \\\\view\\tag1\nY: | \\\\view\\\n");
+              "X: | \\\\view\\tag1\nY: | \\\\view\\\nZ: | \\\\view\\\x01\n");
     EXPECT_EQ(mFiles["o"], beginning);
     EXPECT_EQ(mPrinted, "");
     const DriveList list = parseDriveList(mFiles["d"]);
     ASSERT_EQ(list.batches.size(), 1U);
-    ASSERT_EQ(list.batches[0].connections.size(), 4U);
+    ASSERT_EQ(list.batches[0].connections.size(), 5U);
     EXPECT_EQ(list.batches[0].connections[0].localName, "M:");
     EXPECT_EQ(list.batches[0].connections[0].remoteName, "\\\\view");
     EXPECT_EQ(list.batches[0].connections[1].localName, "");
@@ -358,6 +359,10 @@ TEST_F(RecordCommandTest, ProbesThatNoConfigurationFitsAreAnnounced) {
               (Texts{"j:1: probeVobs 'C:': the VOBs of a configuration can't have these folders; "
                      "ask for one root alone",
                      "j:1: probeVobs 'C:'" + note}));
+    mComplaints.clear();
+    EXPECT_EQ(run(probe("C:", R"({"tag":"D:/x","state":0},{"tag":"C:/x","state":0})")),
+              exitComplaints);
+    EXPECT_EQ(mPrinted, beginning + beginning);
     mComplaints.clear();
     EXPECT_EQ(run(probe("C:", R"({"tag":"C:/x","state":7})")), exitComplaints);
     EXPECT_EQ(mComplaints.front(), "j:1: probeVobs 'C:': a fake reports none of these states");
