@@ -10,6 +10,7 @@
 
 #include "testing/journaltext.h"
 #include "testing/processes/childprocess-win.h"
+#include "testing/providers/nodrivestest-win.h"
 #include "testing/scopes/tempfolder.h"
 #include "testing/utf8path.h"
 #include "tools/ccquery/report.h"
@@ -19,7 +20,7 @@ namespace {
 using namespace testing_support;
 using Texts = std::vector<std::string>;
 
-class JournalProgramTest : public testing::Test {
+class JournalProgramTest : public NoDrivesTest {
 protected:
     ChildResult run(Texts arguments) const {
         ChildRun child{.program = testProgramFolder() / "ccquery.exe",

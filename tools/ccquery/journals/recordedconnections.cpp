@@ -3,7 +3,7 @@
 namespace ccquery {
 
 void RecordedConnections::setViewRoot(const std::optional<std::string>& value) {
-    if (mViewRoot != value) {
+    if (!mViewRoot || *mViewRoot != value) {
         mSetViewRoot(value);
         mViewRoot = value;
     }
