@@ -24,7 +24,8 @@ windows: dependencies
 
 # Builds only what the demo runs.
 demo: dependencies
-	@scripts/build windows nbclearcase_fake ccquery examplehost mvfsprovider registerprovider
+	@scripts/build windows nbclearcase_fake nbclearcase_journal sampleconnection ccquery examplehost \
+		mvfsprovider registerprovider
 	@examples/demo
 
 test: native-dependencies

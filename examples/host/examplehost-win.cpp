@@ -1,10 +1,11 @@
 // A host in one file: loads a connection library and calls all its operations.
 //
-//     examplehost LIBRARY PATH
+//     examplehost LIBRARY PATH...
 
 #include <iostream>
 #include <memory>
 #include <stdexcept>
+#include <vector>
 
 #include <windows.h>
 
@@ -51,12 +52,14 @@ void expectRefusal(const char* name, Operation operation) {
     }
 }
 
-void askEverything(ClearCaseConnection& connection, const char* path) {
+void askEverything(ClearCaseConnection& connection, const std::vector<const char*>& paths) {
     std::cout << "getOutput             \"" << connection.getOutput() << "\"\n";
     std::cout << "getError\n" << connection.getError();
     connection.clearMessages();
     std::cout << "clearMessages         getError is \"" << connection.getError() << "\" now\n";
-    askAboutElement(connection, path);
+    for (const char* path : paths) {
+        askAboutElement(connection, path);
+    }
     askAboutDrives(connection);
     std::cout << "getViewTag            \"" << connection.getViewTag() << "\"\n";
     askAboutVobs(connection);
@@ -73,8 +76,8 @@ void askEverything(ClearCaseConnection& connection, const char* path) {
 }  // namespace
 
 int main(int argc, char* argv[]) {
-    if (argc != 3) {
-        std::cerr << "usage: examplehost LIBRARY PATH\n";
+    if (argc < 3) {
+        std::cerr << "usage: examplehost LIBRARY PATH...\n";
         return 2;
     }
     const HMODULE library = LoadLibraryA(argv[1]);
@@ -93,6 +96,6 @@ int main(int argc, char* argv[]) {
         std::cerr << "examplehost: no memory for a connection\n";
         return 2;
     }
-    askEverything(*connection, argv[2]);
+    askEverything(*connection, {argv + 2, argv + argc});
     return 0;
 }
