@@ -14,8 +14,8 @@ namespace journal {
 /// otherwise overwrite each other.
 ///
 /// The turn is a word in memory that the processes share, so that taking it costs no system call.
-/// The turn of a process that has ended is free. That of a process that somebody stops is free after
-/// a second, so nobody waits for ever.
+/// The turn of a process that has ended is free. That of a process that somebody stops is free
+/// after a second, so nobody waits for ever.
 class AppendTurn {
 public:
     /// `file` is open. If the memory can't be shared, there is nothing to wait for.

@@ -95,7 +95,4 @@ private:
     bool mHasFields = false;
 };
 
-/// Returns whether the text is valid UTF-8.
-[[nodiscard]] bool isUtf8(std::string_view text);
-
 }  // namespace journal

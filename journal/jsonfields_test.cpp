@@ -8,7 +8,6 @@
 
 namespace {
 
-using journal::isUtf8;
 using journal::JsonFields;
 using journal::LineText;
 using Json = nlohmann::json;
@@ -120,20 +119,6 @@ TEST(JsonFieldsTest, EveryShortTextComesBackFromAReader) {
         std::vector<std::string> back;
         std::transform(read.begin(), read.end(), std::back_inserter(back), textOf);
         ASSERT_EQ(back, values);
-    }
-}
-
-TEST(IsUtf8Test, TheReaderOfJsonAgrees) {
-    const auto accepts = [](const std::string& text) { return Json::accept("\"" + text + "\""); };
-    for (int first = 0x80; first < 256; ++first) {
-        for (int second = 0x7f; second < 256; ++second) {
-            for (const char* end :
-                 {"", "\x80", "\xbf", "\x80\x80", "\xbf\xbf", "\x80\x80\x80", "a"}) {
-                const std::string text =
-                    std::string{static_cast<char>(first), static_cast<char>(second)} + end;
-                EXPECT_EQ(isUtf8(text), accepts(text)) << testing::PrintToString(text);
-            }
-        }
     }
 }
 

@@ -11,6 +11,16 @@ namespace {
 
 constexpr char endOfText = '\x1a';  // Ctrl+Z
 
+ConfigurationLine& addLine(std::vector<ConfigurationLine>& lines, std::string_view untrimmed,
+                           std::string_view trimmed, ConfigurationSection section) {
+    ConfigurationLine& added = lines.emplace_back();
+    added.number = lines.size();
+    added.text = untrimmed;
+    added.trimmed = trimmed;
+    added.section = section;
+    return added;
+}
+
 /// Records what the reader does to each line.
 class LineRecorder : public ConfigurationObserver {
 public:
@@ -19,11 +29,7 @@ public:
         : mLines(lines), mKeys(keys) {}
 
     void beginLine(std::string_view untrimmed, std::string_view line) {
-        ConfigurationLine& added = mLines.emplace_back();
-        added.number = mLines.size();
-        added.text = untrimmed;
-        added.trimmed = line;
-        added.section = mSection;
+        addLine(mLines, untrimmed, line, mSection);
     }
     void skipLine() {
         mLines.back().saysNothing = true;
@@ -73,12 +79,7 @@ public:
         : mLines(lines), mSection(section) {}
 
     void beginLine(std::string_view untrimmed, std::string_view line) {
-        ConfigurationLine& added = mLines.emplace_back();
-        added.number = mLines.size();
-        added.text = untrimmed;
-        added.trimmed = line;
-        added.section = mSection;
-        added.kind = kind;
+        addLine(mLines, untrimmed, line, mSection).kind = kind;
     }
     void skipLine() { mLines.back().saysNothing = true; }
     static bool takesPath(std::string_view /*path*/) { return false; }

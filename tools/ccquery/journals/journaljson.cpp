@@ -1,23 +1,10 @@
 #include "tools/ccquery/journals/journaljson.h"
 
 #include "tools/ccquery/journals/journalfields.h"
-#include "util/utf8decoder.h"
+#include "util/utf8check.h"
 
 namespace ccquery {
 namespace {
-
-bool isUtf8(const std::string& text) {
-    PathUnitCursor cursor(text);
-    while (!cursor.atEnd()) {
-        // An invalid byte; a valid sequence never decodes to a surrogate.
-        if (cursor.value >= 0xdc80 && cursor.value <= 0xdcff) {
-            return false;
-        }
-        ++cursor.position;
-        decodePathUnit(cursor);
-    }
-    return true;
-}
 
 Json fieldJson(const JournalFields& fields, Field field) {
     const FieldInfo& info = infoOf(field);
