@@ -1,6 +1,7 @@
 #include "tools/ccquery/letterdistance.h"
 
 #include <algorithm>
+#include <array>
 
 namespace ccquery {
 namespace {
@@ -53,6 +54,14 @@ bool isWithin(std::string_view a, std::string_view b, size_t steps) {
     return isSwapped && isWithin(restOfA.substr(second), restOfB.substr(first), steps - 1);
 }
 
+/// Whether more than `limit` bits are set.
+bool hasMoreBits(uint64_t bits, size_t limit) {
+    for (; limit != 0 && bits != 0; --limit) {
+        bits &= bits - 1;
+    }
+    return bits != 0;
+}
+
 }  // namespace
 
 size_t letterDistance(std::string_view a, std::string_view b, size_t limit) {
@@ -61,6 +70,27 @@ size_t letterDistance(std::string_view a, std::string_view b, size_t limit) {
         ++steps;
     }
     return steps;
+}
+
+LetterSet::LetterSet(std::string_view text) {
+    constexpr size_t bits = 64;
+    std::array<uint8_t, bits> counts{};  // by the hash of the letter; more than 255 begin again
+    while (!text.empty()) {
+        const size_t length = letterLength(text);
+        uint64_t letter = 0;
+        for (const char byte : text.substr(0, length)) {
+            letter = letter << 8U | static_cast<unsigned char>(byte);
+        }
+        text.remove_prefix(length);
+        const size_t hash = letter * 0x9e37'79b9'7f4a'7c15U >> 58U;
+        mMarks |= uint64_t{1} << (hash + 29U * counts[hash]++) % bits;
+    }
+}
+
+bool LetterSet::mayBeWithin(LetterSet other, size_t limit) const {
+    // A step puts at most one letter in and takes at most one out.
+    return !hasMoreBits(mMarks & ~other.mMarks, limit) &&
+           !hasMoreBits(other.mMarks & ~mMarks, limit);
 }
 
 }  // namespace ccquery

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
 
 namespace ccquery {
@@ -10,5 +11,19 @@ namespace ccquery {
 /// belongs to none. The time grows with the length of the texts, and threefold with each step of
 /// `limit`.
 [[nodiscard]] size_t letterDistance(std::string_view a, std::string_view b, size_t limit);
+
+/// Which letters a text has, and how often each, roughly: to rule out most texts of a long list
+/// without `letterDistance`, which takes a hundred times as long.
+class LetterSet {
+public:
+    explicit LetterSet(std::string_view text);
+
+    /// Returns whether the distance of the two texts may be `limit` or less. If it is, the answer
+    /// is yes; otherwise it is usually no.
+    [[nodiscard]] bool mayBeWithin(LetterSet other, size_t limit) const;
+
+private:
+    uint64_t mMarks = 0;  ///< a bit for the first, the second and so on of each letter
+};
 
 }  // namespace ccquery

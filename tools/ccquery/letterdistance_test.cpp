@@ -10,6 +10,7 @@
 namespace {
 
 using ccquery::letterDistance;
+using ccquery::LetterSet;
 
 TEST(LetterDistanceTest, EqualTextsHaveTheDistanceZero) {
     EXPECT_EQ(letterDistance("main.c", "main.c", 2), 0U);
@@ -85,6 +86,44 @@ TEST(LetterDistanceTest, RandomTextsHaveTheDistanceOfTheDefinition) {
         for (size_t limit = 0; limit < 5; ++limit) {
             EXPECT_EQ(letterDistance(a, b, limit), std::min(plainDistance(a, b), limit + 1))
                 << a << " " << b << " " << limit;
+        }
+    }
+}
+
+bool mayBeWithin(const std::string& a, const std::string& b, size_t limit) {
+    return LetterSet(a).mayBeWithin(LetterSet(b), limit);
+}
+
+TEST(LetterSetTest, LettersThatOneTextLacksRuleItOut) {
+    EXPECT_FALSE(mayBeWithin("main.c", "readme", 2));
+    EXPECT_FALSE(mayBeWithin("file", "filexyz", 2));
+    EXPECT_FALSE(mayBeWithin("filexyz", "file", 2));
+    EXPECT_FALSE(mayBeWithin("a", "b", 0));
+    EXPECT_FALSE(mayBeWithin("aa", "aaaaa", 2)) << "each counts";
+    EXPECT_FALSE(mayBeWithin("", "\xc3\xbc\xc3\xb6\xc3\xa4", 2));
+    EXPECT_TRUE(mayBeWithin("main.c", "nima.c", 0)) << "their order doesn't count";
+}
+
+TEST(LetterSetTest, NoTextWithinTheDistanceIsRuledOut) {
+    std::mt19937 random(1);  // NOLINT(cert-msc32-c,cert-msc51-cpp): reproducible
+    const std::vector<std::string> letters = {"a",   "b", "7", ".", "\xc3\xbc", "\xe2\x82\xac",
+                                              "\xff"};
+    const auto letter = [&] { return letters[random() % letters.size()]; };
+    for (int i = 0; i < 20000; ++i) {
+        std::string a;
+        for (size_t length = random() % (i % 100 == 0 ? 600 : 20); length != 0; --length) {
+            a += letter();
+        }
+        std::string b = a;
+        const size_t edits = random() % 4;
+        for (size_t edit = 0; edit < edits; ++edit) {
+            b.replace(random() % (b.size() + 1), random() % 3, random() % 2 == 0 ? letter() : "");
+        }
+        for (size_t limit = 0; limit < 3; ++limit) {
+            if (letterDistance(a, b, limit) <= limit) {
+                EXPECT_TRUE(mayBeWithin(a, b, limit)) << a << " " << b << " " << limit;
+                EXPECT_TRUE(mayBeWithin(b, a, limit)) << b << " " << a << " " << limit;
+            }
         }
     }
 }

@@ -58,6 +58,12 @@ struct Entry {
     std::string unfound;
 };
 
+/// A name of a folder.
+struct NameEntry {
+    LetterSet letters;
+    const Entry* entry;
+};
+
 /// A line that is near, for one reason.
 struct Candidate {
     const Entry* entry;
@@ -214,7 +220,8 @@ public:
     }
 
 private:
-    using Groups = std::unordered_map<std::string_view, std::vector<const Entry*>>;
+    template <class Element>
+    using Groups = std::unordered_map<std::string_view, std::vector<Element>>;
 
     void add(const ConfigurationLine& line, std::string_view key, std::string_view secondKey) {
         addEntry({&line, FoldedKey(std::string(key)), ""});
@@ -229,7 +236,7 @@ private:
     void addEntry(Entry added) {
         const Entry& entry = mEntries.emplace_back(std::move(added));
         mByName[entry.path.name()].push_back(&entry);
-        mByFolder[entry.path.folder()].push_back(&entry);
+        mByFolder[entry.path.folder()].push_back({LetterSet(entry.path.name()), &entry});
     }
 
     void addSameNames(const FoldedKey& asked, Nearest& nearest) const {
@@ -251,7 +258,11 @@ private:
             return;
         }
         const size_t most = mostLetters(asked.name());
-        for (const Entry* const entry : group->second) {
+        const LetterSet askedLetters(asked.name());
+        for (const auto& [entryLetters, entry] : group->second) {
+            if (!entryLetters.mayBeWithin(askedLetters, most)) {
+                continue;
+            }
             const size_t letters = letterDistance(entry->path.name(), asked.name(), most);
             if (letters != 0 && letters <= most) {
                 nearest.add({entry, NearReason::similarName, letters});
@@ -261,8 +272,8 @@ private:
 
     const ConfigurationLines& mLines;
     std::deque<Entry> mEntries;  ///< the groups have views of their texts
-    Groups mByName;
-    Groups mByFolder;
+    Groups<const Entry*> mByName;
+    Groups<NameEntry> mByFolder;
 };
 
 NearLines::NearLines(const ConfigurationLines& lines) : mIndex(std::make_unique<Index>(lines)) {}
