@@ -51,6 +51,22 @@ TEST(JsonSchemaTest, KeywordsForOtherTypesDoNotMatter) {
               "");
 }
 
+TEST(JsonSchemaTest, OnlyCallsInAJournalHaveExceptions) {
+    const auto complaintsOf = [](const std::string& operation) {
+        return journalComplaints(
+            R"({"version":1,"time":"2026-01-31T23:59:59.123456Z","process":1,"thread":1,)"
+            R"("connection":1,"call":1,"operation":")" +
+            operation +
+            R"(","arguments":{},"exception":{"type":null,"what":null},"microseconds":1.000})"
+            "\n");
+    };
+    for (const char* const operation : {"connect", "disconnect", "lost"}) {
+        EXPECT_NE(complaintsOf(operation), "") << operation;
+    }
+    EXPECT_EQ(complaintsOf("clearMessages"), "");
+    EXPECT_EQ(complaintsOf("isReady"), "");
+}
+
 TEST(JsonSchemaTest, AComplaintHasThePlace) {
     EXPECT_EQ(complaints(R"({"properties":{"a":{"items":{"const":1}}}})", R"({"a":[1,2]})"),
               "/a/1: const 1\n");

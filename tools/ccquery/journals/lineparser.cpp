@@ -24,6 +24,13 @@ Field firstOf(FieldSet set) {
     return static_cast<Field>(number);
 }
 
+/// Whether the operation is a call, which may have thrown an exception. The journal's own lines
+/// have a result.
+bool isCall(Operation operation) {
+    return operation != Operation::connect && operation != Operation::disconnect &&
+           operation != Operation::lost;
+}
+
 /// Whether a call can't have had this path: that of a status is a null pointer or a C string, and
 /// that of a view path is a string.
 bool isOddPath(const JournalLine& line) {
@@ -76,7 +83,8 @@ LineProblem LineParser::check() {
         return fail(LineProblem::operation, "unknown operation '" + parsed.operation + "'");
     }
     parsed.line.operation = *operation;
-    parsed.line.failed = parsed.hasPart[static_cast<size_t>(LinePart::exception)];
+    parsed.line.failed =
+        isCall(*operation) && parsed.hasPart[static_cast<size_t>(LinePart::exception)];
     const LineProblem problem = checkPart(LinePart::arguments);
     if (problem != LineProblem::none) {
         return problem;

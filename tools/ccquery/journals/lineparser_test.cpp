@@ -256,6 +256,13 @@ TEST(LineParserTest, APartThatIsMissingIsNamed) {
                 "isReady lacks 'arguments'");
 }
 
+TEST(LineParserTest, TheLinesOfTheJournalItselfHaveAResult) {
+    for (const char* operation : {"connect", "disconnect", "lost"}) {
+        expectField(lineOf(operation, R"("arguments":{},"exception":{"type":"t","what":"w"})"),
+                    std::string(operation) + " lacks 'result'");
+    }
+}
+
 TEST(LineParserTest, AFieldThatIsMissingIsNamed) {
     expectField(replaced(status, "\"path\"", "\"x\""), "getElementStatus lacks 'arguments.path'");
     expectField(replaced(status, "\"type\"", "\"x\""), "getElementStatus lacks 'result.type'");
