@@ -1,18 +1,34 @@
 #include "tools/ccquery/journals/journalfiles.h"
 
+#include <algorithm>
 #include <exception>
+#include <limits>
 #include <string_view>
 
 namespace ccquery {
 namespace {
 
-/// Reads what the stream has. Returns whether it was read to its end.
+/// Returns how many bytes the stream has, or the largest number if it can't tell, as for a pipe.
+uint64_t sizeOf(std::istream& stream) {
+    stream.seekg(0, std::ios::end);
+    const std::streamoff size = stream.tellg();
+    stream.clear();
+    stream.seekg(0);
+    stream.clear();
+    return size > 0 ? static_cast<uint64_t>(size) : std::numeric_limits<uint64_t>::max();
+}
+
+/// Reads what the stream has now: a library that is asked may append to the journal that is being
+/// read, which would never end. Returns whether that was read to its end.
 bool readStream(std::istream& stream, JournalReader& reader, uint64_t& bytes,
                 const JournalSource& source) {
     std::vector<char> block(size_t{1} << 20);
-    while (stream) {
-        stream.read(block.data(), static_cast<std::streamsize>(block.size()));
+    uint64_t left = sizeOf(stream);
+    while (stream && left != 0) {
+        stream.read(block.data(),
+                    static_cast<std::streamsize>(std::min<uint64_t>(block.size(), left)));
         const auto size = static_cast<size_t>(stream.gcount());
+        left -= size;
         reader.read({block.data(), size});
         bytes += size;
         source.progress(bytes);

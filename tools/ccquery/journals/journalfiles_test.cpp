@@ -106,6 +106,51 @@ TEST(JournalFilesTest, AReadThatFailsIsReportedAfterTheLinesBefore) {
               (Texts{"can't read the journal 'j': it can't be read to its end; name another"}));
 }
 
+TEST(JournalFilesTest, WhatIsAppendedWhileAJournalIsReadIsLeftOut) {
+    Listing listing({"j"});
+    // More than a block that is read.
+    const std::string content = std::string(size_t{2} << 20, '\n') + line;
+    auto owner = std::make_unique<std::stringstream>(content);
+    std::stringstream& stream = *owner;
+    uint64_t bytes = 0;
+    const auto append = [&](uint64_t now) {
+        bytes = now;
+        if (now <= 2 * content.size()) {  // or reading would never end
+            stream.seekp(0, std::ios::end);
+            stream << content;
+        }
+    };
+    readJournals({"j"}, {[&](const std::string&) { return std::move(owner); }, append}, listing);
+    EXPECT_EQ(listing.mTaken, (Texts{"j:2097153"}));
+    EXPECT_EQ(listing.mComplaints, Texts());
+    EXPECT_EQ(bytes, content.size());
+}
+
+TEST(JournalFilesTest, AStreamThatCannotTellItsSizeIsReadToItsEnd) {
+    /// Like a pipe: has no position.
+    class Pipe : public std::stringbuf {
+    public:
+        using std::stringbuf::stringbuf;
+
+    protected:
+        pos_type seekoff(off_type /*offset*/, std::ios::seekdir /*from*/,
+                         std::ios::openmode /*which*/) override {
+            return {off_type(-1)};
+        }
+        pos_type seekpos(pos_type /*position*/, std::ios::openmode /*which*/) override {
+            return {off_type(-1)};
+        }
+    };
+    Pipe pipe(line + line);
+    Listing listing({"j"});
+    readJournals({"j"},
+                 {[&](const std::string&) { return std::make_unique<std::istream>(&pipe); },
+                  [](uint64_t) {}},
+                 listing);
+    EXPECT_EQ(listing.mTaken, (Texts{"j:1", "j:2"}));
+    EXPECT_EQ(listing.mComplaints, Texts());
+}
+
 TEST(JournalFilesTest, EachProblemIsOneLineThatSaysWhatToDo) {
     const std::tuple<JournalProblem, uint64_t, std::string, std::string> rows[] = {
         {JournalProblem::notJson, 3, "no JSON object", "b:3: no JSON object; the line is left out"},
