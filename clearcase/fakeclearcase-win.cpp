@@ -88,9 +88,7 @@ std::string FakeClearCase::getMvfsDrives(std::map<std::string, std::string>& dri
     return mvfsRoot;
 }
 
-void FakeClearCase::startSession() {
-    throw std::runtime_error(fakeanswers::noSessions);
-}
+void FakeClearCase::startSession() { throw std::runtime_error(fakeanswers::noSessions); }
 
 bool FakeClearCase::isReady() { return true; }
 

@@ -3,11 +3,13 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <io.h>
 #include <iostream>
 #include <memory>
 #include <stdexcept>
+#include <system_error>
 
 #include <windows.h>
 
@@ -19,6 +21,7 @@
 #include "tools/ccquery/journals/verifycommand.h"
 #include "tools/ccquery/journals/wholefile-win.h"
 #include "tools/ccquery/systemerror-win.h"
+#include "util/pathcollation.h"
 #include "util/platform/unicodetext-win.h"
 #include "util/windows/system-paths-win.h"
 #include "util/windows/system/files-win.h"
@@ -86,6 +89,16 @@ bool isThere(const std::string& path) {
     return stat.read(path, /*unused=*/0);
 }
 
+/// By the text of the paths: links aren't followed.
+bool isSamePath(const std::string& a, const std::string& b) {
+    const auto completed = [](const std::string& path) {
+        std::error_code failure;  // then the path is empty
+        const auto whole = std::filesystem::absolute(toWide(path), failure).lexically_normal();
+        return whole.empty() ? path : toUtf8(whole.native());
+    };
+    return comparePaths(completed(a), completed(b)) == 0;
+}
+
 ExitCode run(const Query& query, const JournalProgram& program, ProgressLine& progress) {
     const auto print = [&](const std::string& text) {
         progress.erase();
@@ -100,7 +113,8 @@ ExitCode run(const Query& query, const JournalProgram& program, ProgressLine& pr
         [&](uint64_t bytes) { progress.update(bytes); }};
     switch (query.command) {
         case Command::record:
-            return record(query, {source, print, complain, System::exists, writeWholeFile});
+            return record(query,
+                          {source, print, complain, System::exists, isSamePath, writeWholeFile});
         case Command::usage: {
             const std::string file = configurationFile();
             return usage(query, {source, file, bytesOf(file), isThere, print, complain});

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <optional>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -87,6 +88,34 @@ TEST_F(JournalProgramTest, AFileThatIsThereIsKeptWithoutForce) {
     expectRun(run({"record", "j", "--output", "o.ini", "--drives", "d.txt", "--force"}), 0, "", "");
     EXPECT_EQ(contentOf("o.ini"), "; Recorded by ccquery from j\n");
     EXPECT_EQ(contentOf("d.txt"), "# Recorded by ccquery from j\n");
+}
+
+TEST_F(JournalProgramTest, AJournalIsNeverReplaced) {
+    mFolder.write("j", connectLine());
+    for (const std::string& spelling :
+         {std::string("j"), std::string("J"), std::string(".\\x\\..\\j"), mFolder.utf8("j")}) {
+        expectRun(run({"record", "j", "--output", spelling, "--force"}), 2, "",
+                  "ccquery: '" + spelling + "' is a journal that is read; name another file\n");
+    }
+    expectRun(run({"record", "j", "--output", "o", "--drives", "./O", "--force"}), 2, "",
+              "ccquery: --output and --drives both name 'o'; name two files\n");
+    EXPECT_EQ(contentOf("j"), connectLine());
+}
+
+TEST_F(JournalProgramTest, VerifyMayAskThroughAJournalThatIsTheOneItReads) {
+    constexpr int lines = 20000;  // more than a block that is read
+    std::string journal;
+    for (int i = 0; i < lines; ++i) {
+        journal += journalLine("isReady", "{}", R"({"ready":true})");
+    }
+    const std::string file = mFolder.write("j", journal);
+    ChildRun child{.program = testProgramFolder() / "ccquery.exe",
+                   .arguments = {"verify", "j", "--library",
+                                 utf8(testProgramFolder() / "nbclearcase_journal.dll")}};
+    child.folder = mFolder.path();
+    child.environment = {{"NBCLEARCASE_JOURNAL_FILE", file},
+                         {"NBCLEARCASE_JOURNAL_LIBRARY", std::nullopt}};
+    expectRun(runChild(child), 0, "20000 questions asked, 0 answers differ\n", "");
 }
 
 TEST_F(JournalProgramTest, AFileThatCannotBeWrittenIsReported) {

@@ -57,12 +57,22 @@ private:
 };
 
 void checkFiles(const Query& query, const RecordSurroundings& surroundings) {
-    if (!query.output.empty() && query.output == query.drives) {
+    const bool writesBoth = !query.output.empty() && !query.drives.empty();
+    if (writesBoth && surroundings.isSamePath(query.output, query.drives)) {
         throw std::runtime_error("--output and --drives both name '" + query.output +
                                  "'; name two files");
     }
     for (const std::string* const file : {&query.output, &query.drives}) {
-        if (!file->empty() && !query.force && surroundings.exists(*file)) {
+        if (file->empty()) {
+            continue;
+        }
+        for (const std::string& journal : query.journals) {
+            if (surroundings.isSamePath(*file, journal)) {
+                throw std::runtime_error("'" + *file +
+                                         "' is a journal that is read; name another file");
+            }
+        }
+        if (!query.force && surroundings.exists(*file)) {
             throw std::runtime_error("'" + *file +
                                      "' is there already; name another file, or replace it by "
                                      "--force");

@@ -11,6 +11,7 @@
 #include "testing/providers/mvfsprovider/drivelist.h"
 #include "tools/ccquery/journals/recordedpaths.h"
 #include "tools/ccquery/journals/recordedvobs.h"
+#include "util/pathcollation.h"
 
 namespace {
 
@@ -31,6 +32,8 @@ protected:
                      .print = [this](const std::string& text) { mPrinted += text; },
                      .complain = [this](const std::string& text) { mComplaints.push_back(text); },
                      .exists = [this](const std::string& file) { return mFiles.count(file) != 0; },
+                     .isSamePath = [](const std::string& a,
+                                      const std::string& b) { return comparePaths(a, b) == 0; },
                      .write =
                          [this](const std::string& file, const std::string& text, bool replace) {
                              EXPECT_EQ(replace, mQuery.force);
@@ -445,6 +448,19 @@ TEST_F(RecordCommandTest, AFileThatIsThereIsReplacedByForceAlone) {
     mQuery.force = true;
     EXPECT_EQ(problem(), "(none)");
     EXPECT_EQ(mFiles["o"], beginning);
+}
+
+TEST_F(RecordCommandTest, AFileIsNeitherAJournalNorTheOtherFile) {
+    mQuery.force = true;
+    mQuery.output = "O";
+    mQuery.drives = "o";
+    EXPECT_EQ(problem(), "--output and --drives both name 'O'; name two files");
+    mQuery.output = "J";
+    EXPECT_EQ(problem(), "'J' is a journal that is read; name another file");
+    mQuery.output = "";
+    mQuery.drives = "j";
+    EXPECT_EQ(problem(), "'j' is a journal that is read; name another file");
+    EXPECT_TRUE(mFiles.empty());
 }
 
 }  // namespace
