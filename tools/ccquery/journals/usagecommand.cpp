@@ -8,6 +8,7 @@
 #include "tools/ccquery/configurationlines.h"
 #include "tools/ccquery/journals/askagain.h"
 #include "tools/ccquery/journals/askedpaths.h"
+#include "tools/ccquery/journals/journaljson.h"
 #include "tools/ccquery/journals/limitedmessages.h"
 #include "tools/ccquery/nearlines.h"
 #include "tools/ccquery/report.h"
@@ -142,15 +143,18 @@ void printText(const Usage& usage, const UsageSurroundings& surroundings) {
 
 void printJson(const Usage& usage, const UsageSurroundings& surroundings) {
     for (const auto& [number, text] : usage.unused()) {
-        surroundings.print(jsonLine({{"line", number}, {"text", text}}));
+        surroundings.print(jsonLine({{"line", number}, {"text", journalJson(text)}}));
     }
     for (const Unanswered& question : usage.unanswered()) {
         Json nearest = Json::array();
         for (const Near& line : question.nearest) {
-            nearest.push_back({{"line", line.number}, {"text", line.text}, {"why", line.why}});
+            nearest.push_back({{"line", line.number},
+                               {"text", journalJson(line.text)},
+                               {"why", journalJson(line.why)}});
         }
-        surroundings.print(
-            jsonLine({{"question", question.path}, {"count", question.count}, {"near", nearest}}));
+        surroundings.print(jsonLine({{"question", journalJson(question.path)},
+                                     {"count", question.count},
+                                     {"near", nearest}}));
     }
     surroundings.print(jsonLine({{"summary",
                                   {{"lines", usage.lineCount()},

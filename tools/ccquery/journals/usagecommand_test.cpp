@@ -122,13 +122,21 @@ TEST_F(UsageCommandTest, JsonHasAnObjectALine) {
     mQuery.json = true;
     mConfiguration = "[attrs]\nC:\\src\\a=\xff*version\n";
     EXPECT_EQ(run(asked("C:\\src\\A")), exitComplaints);
+    // The bytes of the line.
+    const std::string text = R"({"hex":"433a5c7372635c613dff2a76657273696f6e"})";
     const std::string beginning =
-        "{\"line\":2,\"text\":\"C:\\\\src\\\\a=\xef\xbf\xbd*version\"}\n"
-        "{\"question\":\"C:\\\\src\\\\A\",\"count\":1,\"near\":[{\"line\":2,"
-        "\"text\":\"C:\\\\src\\\\a=\xef\xbf\xbd*version\",\"why\":\"";
+        R"({"line":2,"text":)" + text + "}\n" +
+        R"({"question":"C:\\src\\A","count":1,"near":[{"line":2,"text":)" + text + R"(,"why":")";
     EXPECT_TRUE(mPrinted.starts_with(beginning)) << mPrinted;
     EXPECT_TRUE(mPrinted.ends_with(
         "\"}]}\n{\"summary\":{\"lines\":1,\"neverUsed\":1,\"paths\":1,\"withoutAnswer\":1}}\n"))
+        << mPrinted;
+}
+
+TEST_F(UsageCommandTest, APathThatIsNoUtf8IsInJsonByItsBytes) {
+    mQuery.json = true;
+    EXPECT_EQ(run(statusLine(R"({"hex":"433a5cff"})", 4, R"("")")), exitComplaints);
+    EXPECT_TRUE(mPrinted.starts_with(R"({"question":{"hex":"433a5cff"},"count":1,"near":[]})"))
         << mPrinted;
 }
 
