@@ -178,10 +178,11 @@ for each finding; docs/configuration.md describes each by its name)")
         addVerify();
         addJournalCommand(
             Command::usage, "usage",
-            "Which lines of the configuration journals never use, and what nothing answers",
+            "Which lines of the configuration journals never use, and what nothing answers; exit\n"
+            "code 1 if there is any",
             R"(With --json: {"line":NUMBER,"text":TEXT} for each line that isn't used, then
 {"question":TEXT,"count":NUMBER,"near":[{"line":NUMBER,"text":TEXT,"why":TEXT}, ...]} for each
-question without an answer.)");
+path without an answer, then {"summary":{...}}.)");
     }
 
     void addRecord() {
