@@ -90,7 +90,8 @@ std::string ProcessSurroundings::append(std::string_view text) {
 void ProcessSurroundings::complain(const std::string& problem) {
     const std::string name = toUtf8(mName);
     std::cerr << "nbclearcase_journal:  can't write '" + name + "': " + problem +
-                     "; the calls go on without the journal\n";
+                     "; the calls go on without the journal; name another file by "
+                     "NBCLEARCASE_JOURNAL_FILE\n";
 }
 
 }  // namespace journal
