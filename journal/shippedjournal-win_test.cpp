@@ -164,8 +164,9 @@ TEST_F(ShippedJournalTest, WithoutAFileTheHostGetsItsAnswersAndOneComplaint) {
     EXPECT_TRUE(result.error.starts_with("nbclearcase_journal:  can't write '")) << result.error;
     EXPECT_NE(result.error.find("missing\\j.jsonl': CreateFile: "), std::string::npos)
         << result.error;
-    EXPECT_TRUE(result.error.ends_with(
-        "; the calls go on without the journal; name another file by NBCLEARCASE_JOURNAL_FILE\n"))
+    EXPECT_NE(result.error.find("; the calls go on without the journal; name another file by "
+                                "NBCLEARCASE_JOURNAL_FILE"),
+              std::string::npos)
         << result.error;
 }
 
