@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <map>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -93,14 +94,17 @@ public:
 
 private:
     void takePaths(const ConfigurationLines& lines, const AskedPaths::Counts& counts) {
-        const NearLines nearest(lines);
+        std::optional<NearLines> nearest;  // takes time to make, and is seldom needed
         for (const auto& [path, count] : counts) {
             ++mPathCount;
             if (const ConfigurationLine* const line = lines.deciding(elementKey(path))) {
                 mIsUsed[line->number] = true;
             } else if (!mExists(path)) {
                 mUnanswered.push_back({path, count, {}});
-                for (const NearLine& found : nearest.of(path)) {
+                if (!nearest) {
+                    nearest.emplace(lines);
+                }
+                for (const NearLine& found : nearest->of(path)) {
                     mUnanswered.back().nearest.push_back(
                         {found.line->number, std::string(found.line->trimmed), found.why});
                 }
