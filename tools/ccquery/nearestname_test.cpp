@@ -34,6 +34,7 @@ TEST(NearestNameTest, UpToTwoLettersMayBeOff) {
         {"verison", "version"},
         {"evrsino", "version"},
         {"directoryversion", "directory_version"},
+        {"versi\xe2\x82\xacn", "version"},
         {"nul", "null"},
         {"nulll", "null"},
         {"unll", "null"},
