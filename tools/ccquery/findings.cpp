@@ -5,6 +5,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "tools/ccquery/characters.h"
 #include "tools/ccquery/elementfindings.h"
 #include "tools/ccquery/lineeffects.h"
 #include "tools/ccquery/nearestname.h"
@@ -15,13 +16,6 @@ namespace {
 using Section = ConfigurationSection;
 
 std::string nameOf(Section section) { return section == Section::vobs ? "[vobs]" : "[attrs]"; }
-
-/// Returns the number of characters.
-size_t lengthOf(std::string_view text) {
-    return static_cast<size_t>(std::count_if(text.begin(), text.end(), [](char byte) {
-        return (static_cast<unsigned char>(byte) & 0xc0U) != 0x80U;
-    }));
-}
 
 /// Returns the text about a byte order mark in front of the file, or nothing.
 std::string markProblem(std::string_view text) {
@@ -201,7 +195,7 @@ Finding& FindingList::add(const ConfigurationLine& line, std::string_view at, co
     const auto offset = static_cast<size_t>(at.data() - line.text.data());
     return mFindings.emplace_back(Finding{.line = line.number,
                                           .lastLine = line.number,
-                                          .column = lengthOf(line.text.substr(0, offset)) + 1,
+                                          .column = characterCount(line.text.substr(0, offset)) + 1,
                                           .isError = false,
                                           .isWithoutEffect = !hasEffect(line),
                                           .name = name,

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <array>
 
+#include "tools/ccquery/characters.h"
+
 namespace ccquery {
 namespace {
-
-bool continuesLetter(char byte) { return (static_cast<unsigned char>(byte) & 0xc0U) == 0x80U; }
 
 /// Returns the length of the first letter, which has at most four bytes; 0 if there is none.
 size_t letterLength(std::string_view text) {
@@ -15,7 +15,7 @@ size_t letterLength(std::string_view text) {
     }
     const size_t most = std::min<size_t>(text.size(), 4);
     size_t length = 1;
-    while (length < most && continuesLetter(text[length])) {
+    while (length < most && continuesCharacter(text[length])) {
         ++length;
     }
     return length;

@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <iterator>
 
+#include "tools/ccquery/characters.h"
+
 namespace ccquery {
 namespace {
 
@@ -29,13 +31,6 @@ std::string escapedControl(unsigned char character) {
             return std::string("\\x") + digits[character / 16] + digits[character % 16];
         }
     }
-}
-
-/// Returns the number of characters that a terminal shows; continuation bytes don't count.
-size_t widthOf(const std::string& text) {
-    return static_cast<size_t>(std::count_if(text.begin(), text.end(), [](char byte) {
-        return (static_cast<unsigned char>(byte) & 0xc0U) != 0x80U;
-    }));
 }
 
 std::string cellText(const std::string& text) { return text.empty() ? "-" : oneLine(text); }
@@ -104,13 +99,13 @@ std::string tableText(const Report& report) {
     for (const Row& line : lines) {
         widths.resize(std::max(widths.size(), line.size()));
         for (size_t i = 0; i < line.size(); ++i) {
-            widths[i] = std::max(widths[i], widthOf(line[i]));
+            widths[i] = std::max(widths[i], characterCount(line[i]));
         }
     }
     std::string text;
     for (const Row& line : lines) {
         for (size_t i = 0; i + 1 < line.size(); ++i) {
-            text += line[i] + std::string(widths[i] - widthOf(line[i]) + 2, ' ');
+            text += line[i] + std::string(widths[i] - characterCount(line[i]) + 2, ' ');
         }
         text += line.back() + '\n';
     }
