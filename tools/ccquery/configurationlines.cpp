@@ -176,7 +176,9 @@ std::optional<PossibleElement> ConfigurationLines::asElement(const Configuration
     reader->readLine("[attrs]");
     reader->readLine(line.trimmed);
     while (read.back().kind == LineKind::comment) {
-        reader->readLine(read.back().trimmed.substr(1));
+        const std::string_view unmarked = read.back().trimmed.substr(1);
+        read.clear();  // a line may consist of millions of marks
+        reader->readLine(unmarked);
     }
     const ConfigurationLine& last = read.back();
     if (last.kind != LineKind::element) {
