@@ -25,6 +25,12 @@ void unshield(std::string& argument) {
     }
 }
 
+/// Refuses an empty name of a file, which would count as if it weren't given. A script has it from
+/// a variable that isn't set.
+std::string problemOfName(const std::string& name) {
+    return name.empty() ? "the name is empty" : "";
+}
+
 const char* const everyCommand =
     "\n--library, --config and --json go with every command: see ccquery --help.";
 
@@ -40,10 +46,12 @@ public:
         mApp.set_help_flag("-h,--help", "Print this help and exit");
         mApp.add_option("--library", mQuery.library,
                         "The connection library (default: nbclearcase_fake.dll beside ccquery)")
-            ->type_name("FILE");
+            ->type_name("FILE")
+            ->check(problemOfName);
         mApp.add_option("--config", mQuery.config,
                         "The configuration of the fake connection: sets NBCLEARCASE_FAKE_INI")
-            ->type_name("FILE");
+            ->type_name("FILE")
+            ->check(problemOfName);
         mApp.add_flag("--json", mQuery.json, "Print a JSON object a line in place of a table");
         mApp.footer(
             "Exit codes: 0, or 1 if \"errors\", \"check\", \"record\", \"verify\" or \"usage\"\n"
@@ -120,7 +128,7 @@ with --explain also "explanation":{"form":TEXT,"tags":[...],"rule":NUMBER,"why":
     void addPaths(CLI::App& command, const std::string& description) {
         command
             .add_option("PATH", mQuery.paths,
-                        description + ".\n\"-\": the paths on standard input, a line each")
+                        description + ".\n\"-\": the paths on standard input, in UTF-8, a line each")
             ->required()
             ->type_name("");
         command.add_flag("--null", mQuery.endedByNull,
@@ -160,7 +168,8 @@ for each finding; docs/configuration.md describes each by its name)")
             ->add_option("FILE", mQuery.file,
                          "The configuration (default: that of --config, or NBCLEARCASE_FAKE_INI,\n"
                          "or nbclearcase_fake.ini in the current directory)")
-            ->type_name("");
+            ->type_name("")
+            ->check(problemOfName);
     }
 
     CLI::App* addJournalCommand(Command command, const char* name, const char* description,

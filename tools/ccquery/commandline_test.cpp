@@ -189,6 +189,9 @@ TEST(CommandLineTest, ACommandLineThatCannotBeUnderstoodIsReportedInOneLine) {
         {{"view", "[a]"}, "unexpected argument '[a]'; see ccquery view --help"},
         {{"--library"}, "--library: 1 required FILE missing; see ccquery --help"},
         {{"view", "--library"}, "--library: 1 required FILE missing; see ccquery view --help"},
+        {{"view", "--library", ""}, "--library: the name is empty; see ccquery view --help"},
+        {{"view", "--config", ""}, "--config: the name is empty; see ccquery view --help"},
+        {{"check", ""}, "FILE: the name is empty; see ccquery check --help"},
     };
     for (const auto& [arguments, expected] : rows) {
         EXPECT_EQ(problem(arguments), expected);
