@@ -129,9 +129,10 @@ private:
 
 OwnedHandle openInput(const std::filesystem::path& file) {
     SECURITY_ATTRIBUTES attributes = inheritable();
+    // The flag lets a folder be opened.
     OwnedHandle input(CreateFileW(file.empty() ? L"NUL" : file.c_str(), GENERIC_READ,
                                   FILE_SHARE_READ | FILE_SHARE_WRITE, &attributes, OPEN_EXISTING,
-                                  /*dwFlagsAndAttributes=*/0,
+                                  FILE_FLAG_BACKUP_SEMANTICS,
                                   /*hTemplateFile=*/nullptr));
     if (input.get() == INVALID_HANDLE_VALUE) {
         static_cast<void>(input.release());  // no handle that could be closed

@@ -18,7 +18,8 @@ struct ChildRun {
     std::map<std::string, std::optional<std::string>> environment = {};
     /// The child's current directory; if empty, this process's own.
     std::filesystem::path folder = {};
-    /// The file that is the child's standard input; if empty, there is nothing to read.
+    /// The file that is the child's standard input; if empty, there is nothing to read. Reading
+    /// fails if it is a folder.
     std::filesystem::path input = {};
     /// What a runtime passes to a child with the same runtime (`lpReserved2`); at most 65,535
     /// bytes.

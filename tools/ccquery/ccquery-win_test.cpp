@@ -168,6 +168,13 @@ TEST(CcqueryTest, PathsCanBeOnStandardInput) {
     expectAnswer(run, answers);
 }
 
+TEST(CcqueryTest, StandardInputThatCannotBeReadIsReported) {
+    const TempFolder folder;
+    ChildRun run = sample({"status", "-"});
+    run.input = folder.path();
+    expectNoAnswer(run, "can't read standard input", "; make it a file or a pipe");
+}
+
 TEST(CcqueryTest, ALibraryThatMakesNoConnectionIsReported) {
     ChildRun run = sample({"view"});
     run.environment = {{"SAMPLECONNECTION_NULL", "1"}};

@@ -155,12 +155,17 @@ ExitCode run(Query query) {
     }
     const auto connection = connect(query.library.empty() ? defaultLibrary() : query.library);
     if (aboutPaths) {
-        return askPaths(*connection, query,
-                        {.input = std::cin,
-                         .complete = absolutePath,
-                         .print = print,
-                         .complain = complain,
-                         .explain = explainerOf(query, *connection)});
+        const ExitCode exitCode = askPaths(*connection, query,
+                                           {.input = std::cin,
+                                            .complete = absolutePath,
+                                            .print = print,
+                                            .complain = complain,
+                                            .explain = explainerOf(query, *connection)});
+        // To std::cin a failure is the end.
+        if (std::ferror(stdin) != 0) {
+            throw std::runtime_error("can't read standard input; make it a file or a pipe");
+        }
+        return exitCode;
     }
     Report report;
     const ExitCode exitCode = ask(*connection, query, report);
