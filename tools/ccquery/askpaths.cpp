@@ -6,6 +6,7 @@
 #include <istream>
 #include <optional>
 #include <stdexcept>
+#include <string_view>
 #include <utility>
 
 #include "tools/ccquery/report.h"
@@ -14,6 +15,7 @@ namespace ccquery {
 namespace {
 
 const std::string standardInput = "-";
+constexpr std::string_view byteOrderMark = "\xef\xbb\xbf";
 
 /// Yields the paths of the command line, and those of `input` for each path "-".
 class Paths {
@@ -44,6 +46,9 @@ private:
             }
             return std::nullopt;
         }
+        if (std::exchange(mIsAtStart, false) && path.starts_with(byteOrderMark)) {
+            path.erase(0, byteOrderMark.size());
+        }
         if (!mQuery.endedByNull && !path.empty() && path.back() == '\r') {
             path.pop_back();
         }
@@ -53,6 +58,7 @@ private:
     const Query& mQuery;
     std::istream& mInput;
     size_t mNext = 0;
+    bool mIsAtStart = true;  ///< of the input
 };
 
 /// Prints answers as the query wants them.
@@ -97,6 +103,13 @@ private:
 /// Returns nothing after a complaint.
 std::optional<Answer> answerFor(const std::string& path, ClearCaseConnection& connection,
                                 const Query& query, const PathSurroundings& surroundings) {
+    if (path.find('\0') != std::string::npos) {
+        // The library would take it for the path in front of the null character.
+        surroundings.complain("'" + std::string(path.c_str()) +
+                              "' is followed by a null character; write the paths in UTF-8, or use "
+                              "--null if null characters end them");
+        return std::nullopt;
+    }
     std::string about = path;
     try {
         if (query.command == Command::status) {

@@ -13,7 +13,8 @@ namespace ccquery {
 
 /// What `askPaths` needs from the program around it.
 struct PathSurroundings {
-    /// Standard input: the paths in place of a path "-".
+    /// Standard input: the paths in place of a path "-". A byte order mark in front of it is left
+    /// out.
     std::istream& input;
     /// Makes a path of `status` absolute, or throws std::exception.
     std::function<std::string(const std::string&)> complete;
@@ -27,8 +28,9 @@ struct PathSurroundings {
 
 /// Puts a query with paths to the connection, path by path. Each answer is a line of JSON, or the
 /// table is printed at the end. If a path is "-", each answer is printed before the next path is
-/// read, and the columns of the table are separated by a tab. A path that can't be asked about, or
-/// for which the connection throws, causes a complaint; the others are answered.
+/// read, and the columns of the table are separated by a tab. A path that can't be asked about,
+/// that has a null character, or for which the connection throws, causes a complaint; the others
+/// are answered.
 ///
 /// If answers are explained, each is printed before the next path is asked about: an object with
 /// the additional field "explanation", or the answer's line and below it the indented explanation.

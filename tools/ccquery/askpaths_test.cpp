@@ -137,6 +137,33 @@ TEST_F(AskPathsTest, PathsThatEndInNullMayHaveLineEnds) {
     EXPECT_EQ(output, "x\\ny\\r\t=x\\ny\\r\nz\t=z\n");
 }
 
+TEST_F(AskPathsTest, AByteOrderMarkInFrontOfStandardInputIsNoPartOfAPath) {
+    const std::string mark = "\xef\xbb\xbf";
+    for (const bool endedByNull : {false, true}) {
+        output.clear();
+        const std::string end(1, endedByNull ? '\0' : '\n');
+        EXPECT_EQ(
+            canonicalize({"-"}, mark + "x" + end + mark + "y" + end, /*json=*/false, endedByNull),
+            exitAnswered);
+        EXPECT_EQ(output, "x\t=x\n" + mark + "y\t=" + mark + "y\n");
+    }
+}
+
+TEST_F(AskPathsTest, APathWithANullCharacterIsNotAskedAbout) {
+    for (const Command command : {Command::status, Command::canonicalize}) {
+        output.clear();
+        complaints.clear();
+        std::istringstream input(std::string("a\0b\0\nc\n", 7));
+        EXPECT_EQ(put({.command = command, .json = true, .paths = {"-"}}, input), exitNoAnswer);
+        EXPECT_EQ(
+            output.find("\"path\":\"" + std::string(command == Command::status ? "C:/c" : "c")), 1U)
+            << output;
+        EXPECT_EQ(complaints,
+                  Texts{"'a' is followed by a null character; write the paths in UTF-8, or use "
+                        "--null if null characters end them"});
+    }
+}
+
 TEST_F(AskPathsTest, EmptyStandardInputIsNoQuestion) {
     EXPECT_EQ(canonicalize({"-"}), exitAnswered);
     EXPECT_EQ(output, "");
