@@ -49,6 +49,22 @@ void addReplaced(const ConfigurationLines& file, const ConfigurationLine& line,
     list.add(line, line.path, "replaced-element", text + "; take one of the two lines out");
 }
 
+/// What makes the line's second path one that a path can name.
+std::string remedyForSecondPath(const ConfigurationLine& line, const std::string& root) {
+    if (!isAbsolutePath(root, windowsPaths)) {
+        return "set CLEARCASE_ROOT to an absolute path, or remove it";
+    }
+    const std::string key(line.key);
+    if (isReachable(root + key)) {
+        return "write " + quoted(key);
+    }
+    const std::string normalRoot = elementKey(root);
+    if (isReachable(normalRoot + key)) {
+        return "set CLEARCASE_ROOT to " + quoted(normalRoot);
+    }
+    return "if hosts ask for the element below " + quoted(root) + ", add a line with that path";
+}
+
 void addUnreachable(const ConfigurationLines& file, const ConfigurationLine& line,
                     FindingList& list) {
     if (!isReachable(line.key)) {
@@ -60,18 +76,9 @@ void addUnreachable(const ConfigurationLines& file, const ConfigurationLine& lin
     if (line.secondKey.empty() || isReachable(line.secondKey)) {
         return;
     }
-    const std::string text = "no path can name the element's second path " + quoted(line.secondKey);
-    const std::string& root = file.viewRootPrefix();
-    if (!isAbsolutePath(root, windowsPaths)) {
-        list.add(line, line.path, "unreachable-second-path",
-                 text + "; set CLEARCASE_ROOT to an absolute path, or remove it");
-    } else if (isReachable(root + std::string(line.key))) {
-        list.add(line, line.path, "unreachable-second-path", text + "; write " + quoted(line.key));
-    } else {
-        list.add(line, line.path, "unreachable-second-path",
-                 text + "; if hosts ask for the element below " + quoted(root) +
-                     ", add a line with that path");
-    }
+    list.add(line, line.path, "unreachable-second-path",
+             "no path can name the element's second path " + quoted(line.secondKey) + "; " +
+                 remedyForSecondPath(line, file.viewRootPrefix()));
 }
 
 void addRelativePath(const ConfigurationLine& line, FindingList& list) {

@@ -230,6 +230,11 @@ TEST(FindingsTest, ASecondPathThatNoPathCanNameIsFound) {
     EXPECT_EQ(found(file, "v"), begin +
                                     "vC:/a'; set CLEARCASE_ROOT to an absolute path, or remove "
                                     "it [unreachable-second-path]\n");
+    for (const char* root : {"M:/v", "M:\\w\\..\\v"}) {
+        EXPECT_EQ(
+            found("[attrs]\nC:\\a=x\n", root),
+            begin + root + "C:\\a'; set CLEARCASE_ROOT to 'M:\\v' [unreachable-second-path]\n");
+    }
     EXPECT_EQ(found("[attrs]\n\\\\s\\h\\x=x\n", "M:\\v"),
               begin +
                   "M:\\v\\\\s\\h\\x'; if hosts ask for the element below 'M:\\v', add a line "
