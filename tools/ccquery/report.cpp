@@ -38,13 +38,17 @@ std::string cellText(const std::string& text) { return text.empty() ? "-" : oneL
 }  // namespace
 
 std::string oneLine(const std::string& text) {
+    constexpr unsigned char leadOfControls = 0xc2;  // of U+0080 to U+00BF
+    const std::string valid = validUtf8(text);
     std::string line;
-    for (const char character : validUtf8(text)) {
-        const auto byte = static_cast<unsigned char>(character);
+    for (size_t i = 0; i < valid.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(valid[i]);
         if (byte < 0x20 || byte == 0x7f) {
             line += escapedControl(byte);
+        } else if (byte == leadOfControls && static_cast<unsigned char>(valid[i + 1]) < 0xa0) {
+            line += escapedControl(static_cast<unsigned char>(valid[++i]));
         } else {
-            line += character;
+            line += valid[i];
         }
     }
     return line;

@@ -38,7 +38,8 @@ struct Report {
                                         const std::vector<std::string>& explanation);
 
 /// Returns a table whose columns are two spaces apart; an empty cell is "-". Control characters are
-/// written as "\n", "\t" or "\x1b", so that a table keeps its form; backslashes stay unchanged.
+/// written as "\n", "\t" or "\x1b" (up to "\x9f"), so that a table keeps its form; backslashes stay
+/// unchanged.
 [[nodiscard]] std::string tableText(const Report& report);
 
 /// Returns `text` on one line, for a message, with control characters and invalid bytes written as

@@ -101,4 +101,11 @@ TEST(OneLineTest, AMessageOfSeveralLinesBecomesOne) {
     EXPECT_EQ(oneLine(""), "");
 }
 
+TEST(OneLineTest, EveryControlCharacterIsEscaped) {
+    EXPECT_EQ(oneLine(std::string("\0\x1f \x7f", 4)), "\\x00\\x1f \\x7f");
+    // U+0080, U+009B, which begins a command of a terminal, U+009F, and U+00A0, which is none.
+    EXPECT_EQ(oneLine("\xc2\x80|\xc2\x9b|\xc2\x9f|\xc2\xa0|\xc2"),
+              "\\x80|\\x9b|\\x9f|\xc2\xa0|\xef\xbf\xbd");
+}
+
 }  // namespace
