@@ -1,5 +1,5 @@
-// docs/configuration.md describes the findings of `check`, and its examples have them. The test
-// programs run in the root of the tree.
+// docs/configuration.md describes the findings of `check`, and its examples and that of README.md
+// have them. The test programs run in the root of the tree.
 
 #include <algorithm>
 #include <cstddef>
@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tools/ccquery/check.h"
 #include "tools/ccquery/findings.h"
 
 namespace {
@@ -27,8 +28,8 @@ struct Section {
     std::string example;  ///< a file; empty if the description has none
 };
 
-std::string page() {
-    std::ifstream file("docs/configuration.md");
+std::string page(const char* name) {
+    std::ifstream file(name);
     std::ostringstream text;
     text << file.rdbuf();
     return text.str();
@@ -46,7 +47,7 @@ std::string between(const std::string& text, const std::string& begin, const std
 std::vector<Section> sections() {
     const std::string mark = "\n**`";
     std::vector<Section> found;
-    const std::string text = page();
+    const std::string text = page("docs/configuration.md");
     for (size_t at = text.find(mark); at != std::string::npos;) {
         const size_t next = text.find(mark, at + 1);
         const std::string section = text.substr(at, next - at);
@@ -100,6 +101,17 @@ TEST(ConfigurationPageTest, EachFindingIsDescribedOnce) {
         described.push_back(section.name);
     }
     EXPECT_EQ(described, expected);
+}
+
+TEST(ConfigurationPageTest, TheExampleAtTheTopIsWhatIsPrinted) {
+    const std::string file =
+        "; 1\n; 2\n; 3\n; 4\n; 5\n[attrs]\nC:\\src\\main.c=/main/3*Version\n; 8\n"
+        "src\\main.c=/main/3*version\n";
+    const std::string command = "> ccquery check project.ini\n";
+    const std::string printed = ccquery::check("project.ini", file, "", /*json=*/false).output;
+    EXPECT_EQ(between(page("docs/configuration.md"), command, "```"), printed);
+    EXPECT_EQ(between(page("README.md"), command, "```"),
+              printed.substr(0, printed.find('\n') + 1));
 }
 
 TEST(ConfigurationPageTest, EachExampleHasTheFindingThatItIsFor) {
