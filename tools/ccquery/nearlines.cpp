@@ -2,18 +2,24 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <deque>
+#include <iterator>
 #include <optional>
 #include <string_view>
 #include <tuple>
 #include <unordered_map>
 #include <utility>
 
+#include <boost/locale/utf.hpp>
+
 #include "clearcase/configuration.h"
 #include "tools/ccquery/configurationlines.h"
 #include "tools/ccquery/letterdistance.h"
+#include "util/pathcollation.h"
 #include "util/pathfun.h"
 #include "util/pathroot.h"
+#include "util/utf8decoder.h"
 
 namespace ccquery {
 namespace {
@@ -21,32 +27,42 @@ namespace {
 constexpr size_t mostLines = 3;
 constexpr char separator = '\\';  // of keys
 
-/// The text with small ASCII letters.
+/// The text with one letter for both cases of each. Texts that differ in nothing else are those
+/// that `comparePaths` takes for equal.
 std::string folded(std::string_view text) {
-    std::string result(text);
-    for (char& c : result) {
-        c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    std::string result;
+    const char* begin = text.data();
+    for (PathUnitCursor cursor(text); !cursor.atEnd(); cursor.next()) {
+        const char* const end = cursor.position + 1;
+        const uint16_t otherCase = pathCaseSwapTable[cursor.unit];
+        if (otherCase > cursor.unit) {
+            boost::locale::utf::utf_traits<char>::encode(otherCase, std::back_inserter(result));
+        } else {
+            result.append(begin, end);  // nothing at the second unit of a character
+        }
+        begin = end;
     }
     return result;
 }
 
 /// A key in normal form, with parts of the same without its case.
 struct FoldedKey {
-    explicit FoldedKey(std::string text) : key(std::move(text)), small(folded(key)) {
-        const size_t last = small.rfind(separator);
+    explicit FoldedKey(std::string text) : key(std::move(text)), ignoringCase(folded(key)) {
+        const size_t last = ignoringCase.rfind(separator);
         nameBegin = last == std::string::npos ? 0 : last + 1;
     }
 
-    std::string_view folder() const { return std::string_view(small).substr(0, nameBegin); }
-    std::string_view name() const { return std::string_view(small).substr(nameBegin); }
+    std::string_view folder() const { return std::string_view(ignoringCase).substr(0, nameBegin); }
+    std::string_view name() const { return std::string_view(ignoringCase).substr(nameBegin); }
     /// What is after a drive; nothing if the path isn't on a drive.
     std::optional<std::string_view> belowDrive() const {
-        return beginsWithDrive(small) ? std::optional(std::string_view(small).substr(driveLength))
-                                      : std::nullopt;
+        return beginsWithDrive(ignoringCase)
+                   ? std::optional(std::string_view(ignoringCase).substr(driveLength))
+                   : std::nullopt;
     }
 
     std::string key;
-    std::string small;
+    std::string ignoringCase;
     size_t nameBegin = 0;
 };
 
@@ -117,7 +133,7 @@ size_t equalLastNames(std::string_view a, std::string_view b) {
 
 /// Compares with a path that has the same last name.
 Candidate compareFolders(const Entry& entry, const FoldedKey& asked) {
-    if (entry.path.small == asked.small) {
+    if (entry.path.ignoringCase == asked.ignoringCase) {
         const bool isExact = entry.path.key == asked.key;
         const NearReason reason = !isExact                ? NearReason::otherCase
                                   : entry.unfound.empty() ? NearReason::notRead
@@ -128,7 +144,8 @@ Candidate compareFolders(const Entry& entry, const FoldedKey& asked) {
     if (below && entry.path.belowDrive() == below) {
         return {&entry, NearReason::otherDrive, 0};
     }
-    return {&entry, NearReason::otherFolder, equalLastNames(entry.path.small, asked.small)};
+    return {&entry, NearReason::otherFolder,
+            equalLastNames(entry.path.ignoringCase, asked.ignoringCase)};
 }
 
 /// What keeps the library from reading a line; empty if it reads it.

@@ -14,7 +14,7 @@ struct ConfigurationLine;
 /// What keeps a line from deciding about a path, the best reason first.
 enum class NearReason {
     notRead,        ///< the line names the path, but is a comment, or the reader leaves it out
-    otherCase,      ///< the paths differ in the case of ASCII letters
+    otherCase,      ///< the paths differ in case alone (see comparePaths)
     otherSpelling,  ///< CLEARCASE_ROOT and the line's path are the path, but not in normal form
     otherDrive,     ///< the rest is the same, on another drive
     similarName,    ///< another name in the same folder that differs in one or two letters

@@ -48,6 +48,17 @@ TEST(NearLinesTest, ALineMayDifferInCase) {
     EXPECT_EQ(nearOf({"c:/"}, "C:\\"), Texts{"2: differs in case"});
 }
 
+TEST(NearLinesTest, TheCaseOfEachLetterCounts) {
+    const std::string capital = "C:\\\xc3\x84\\\xce\xa9.c";  // U+00C4 and U+03A9
+    const std::string small = "C:\\\xc3\xa4\\\xcf\x89.c";
+    EXPECT_EQ(nearOf({capital}, small), Texts{"2: differs in case"});
+    EXPECT_EQ(nearOf({small}, capital), Texts{"2: differs in case"});
+    EXPECT_EQ(nearOf({"C:\\xx\xf0\x9f\x98\x80\xff.c"}, "C:\\XX\xf0\x9f\x98\x80\xff.c"),
+              Texts{"2: differs in case"});
+    EXPECT_EQ(nearOf({"C:\\xx\xf0\x9f\x98\x80\xff.c"}, "C:\\xx\xf0\x9f\x98\x81\xff.c"),
+              Texts{"2: the name differs in one letter"});
+}
+
 TEST(NearLinesTest, ALineMayBeOnAnotherDrive) {
     EXPECT_EQ(nearOf({"D:\\src\\a.c"}, "C:\\src\\a.c"), Texts{"2: is on drive D:"});
     EXPECT_EQ(nearOf({"D:\\SRC\\a.c"}, "C:\\src\\a.c"), Texts{"2: is on drive D:"});
