@@ -13,7 +13,7 @@ namespace ccquery {
 using ExitCode = int;
 enum : ExitCode {
     exitAnswered = 0,
-    exitComplaints = 1,  ///< the query was `errors`, and there are complaints
+    exitComplaints = 1,  ///< there is an answer, and it has complaints, findings or differences
     exitNoAnswer = 2,    ///< the program can't answer, or not completely
 };
 

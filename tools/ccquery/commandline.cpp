@@ -109,7 +109,7 @@ with --explain also "explanation":{"key":TEXT,"decidedBy":"line", "file" or "not
             Command::canonicalize, "canonicalize",
             "The one spelling of each view path, on the route by which a VOB tag reaches it",
             R"({"path":TEXT,"canonical":TEXT} for each PATH;
-with --explain also "explanation":{"form":TEXT,"tags":[...],"rule":NUMBER,"why":TEXT, ...})");
+with --explain also "explanation":{"form":TEXT or null,"tags":[...],"rule":NUMBER,"why":TEXT, ...})");
         addPaths(*canonicalize, "What to spell; the library takes it as it is");
         canonicalize
             ->add_option("--cwd", mQuery.cwd,
@@ -127,8 +127,9 @@ with --explain also "explanation":{"form":TEXT,"tags":[...],"rule":NUMBER,"why":
 
     void addPaths(CLI::App& command, const std::string& description) {
         command
-            .add_option("PATH", mQuery.paths,
-                        description + ".\n\"-\": the paths on standard input, in UTF-8, a line each")
+            .add_option(
+                "PATH", mQuery.paths,
+                description + ".\n\"-\": the paths on standard input, in UTF-8, a line each")
             ->required()
             ->type_name("");
         command.add_flag("--null", mQuery.endedByNull,
