@@ -182,11 +182,9 @@ private:
                     isSpelled && std::find(folder.begin(), folder.end(), '/') == folder.end();
                 const std::string_view text = isKey ? folder : keyOf(folder);
                 mRoots.push_back({text, text});
-            } else {
             }
         } else if (drives.letters.isKey(drive, drives.tags)) {
             mRoots.push_back({drive, isSpelled ? drive : keyOf(drive)});
-        } else {
         }
     }
 

@@ -14,8 +14,6 @@ struct Announcement {
     /// What it is about: "getElementStatus 'C:\a'". May contain any text of the journal.
     std::string question;
     std::string problem;  ///< what differs, and what to do
-    /// Completes "and 5 more ": "answers with another version".
-    std::string kind;
     /// Whether it only says what a configuration doesn't hold, and nothing is known to differ.
     bool isNote = false;
 };

@@ -196,10 +196,16 @@ std::string questionText(const JournalLine& line) {
     } else if (line.operation == Operation::probeVobs) {
         text += " '" + *arguments.root + "'";
     } else if (line.operation == Operation::canonicalizeViewPath) {
-        text += " '" + *arguments.path + "' in '" + *arguments.cwd + "'";
-        for (const std::string& tag : arguments.vobTags) {
-            text += ", tag '" + tag + "'";
-        }
+        return viewPathQuestionText(*arguments.path, *arguments.cwd, arguments.vobTags);
+    }
+    return text;
+}
+
+std::string viewPathQuestionText(const std::string& path, const std::string& cwd,
+                                 const std::vector<std::string>& vobTags) {
+    std::string text = "canonicalizeViewPath '" + path + "' in '" + cwd + "'";
+    for (const std::string& tag : vobTags) {
+        text += ", tag '" + tag + "'";
     }
     return text;
 }

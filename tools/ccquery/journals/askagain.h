@@ -31,5 +31,8 @@ struct AnswerDifference {
 /// Returns the question of a line on one line: "getElementStatus 'C:\a'". May contain any text of
 /// the line.
 [[nodiscard]] std::string questionText(const JournalLine& line);
+/// The same for a question of canonicalizeViewPath.
+[[nodiscard]] std::string viewPathQuestionText(const std::string& path, const std::string& cwd,
+                                               const std::vector<std::string>& vobTags);
 
 }  // namespace ccquery

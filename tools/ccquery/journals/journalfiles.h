@@ -32,8 +32,8 @@ struct JournalSource {
     std::function<void(uint64_t bytes)> progress;
 };
 
-/// Reads the journals in their order, each as far as it goes when it is opened. One that can't be opened, or not be read to its end, is
-/// reported to the visitor; the others are read.
+/// Reads the journals in their order, each as far as it goes when it is opened. One that can't be
+/// opened, or not be read to its end, is reported to the visitor; the others are read.
 void readJournals(const std::vector<std::string>& files, const JournalSource& source,
                   JournalVisitor& visitor);
 

@@ -1,6 +1,8 @@
 #include "tools/ccquery/journals/recordcommand.h"
 
 #include <stdexcept>
+#include <string>
+#include <unordered_set>
 #include <utility>
 
 #include "tools/ccquery/journals/limitedmessages.h"
@@ -14,7 +16,8 @@ class RecordVisitor : public JournalVisitor {
 public:
     RecordVisitor(const Query& query, const RecordSurroundings& surroundings)
         : mJournals(query.journals),
-          mMessages(surroundings.complain),
+          mComplain(surroundings.complain),
+          mMessages(mComplain),
           mRecorder([this](const Announcement& announcement) { announce(announcement); }) {}
 
     void take(const JournalLine& line, const JournalPlace& place) override {
@@ -45,12 +48,18 @@ public:
 private:
     void announce(const Announcement& announcement) {
         mIsWhole = mIsWhole && announcement.isNote;
-        mMessages.add(announcement.kind, placeText(mJournals, announcement.place) + ": " +
-                                             announcement.question + ": " + announcement.problem);
+        std::string message = announcement.question + ": " + announcement.problem;
+        const std::string place = placeText(mJournals, announcement.place) + ": ";
+        if (mAnnounced.insert(message).second) {
+            mComplain(place + message);
+        }
     }
 
     const std::vector<std::string>& mJournals;
+    const LimitedMessages::Complain mComplain;
     LimitedMessages mMessages;
+    /// What has been said of a question is said once, at its first line.
+    std::unordered_set<std::string> mAnnounced;
     Recorder mRecorder;
     bool mHasLines = false;
     bool mIsWhole = true;

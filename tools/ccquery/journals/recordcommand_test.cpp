@@ -408,14 +408,21 @@ TEST_F(RecordCommandTest, TheConnectionDecidesWhichViewRootCounts) {
                    "");
 }
 
-TEST_F(RecordCommandTest, OnlyTenMessagesOfAKindAreWritten) {
+TEST_F(RecordCommandTest, EachElementThatDiffersIsAnnouncedAtItsFirstLine) {
     std::string journal;
-    for (int i = 0; i < 25; ++i) {
-        journal += statusLine(R"("C:\\)" + std::to_string(i) + "\"", 1, R"("/main/3")");
+    for (int i = 0; i < 50; ++i) {
+        journal += statusLine(R"("C:\\)" + std::to_string(i % 25) + "\"", 1, R"("/main/3")");
     }
     EXPECT_EQ(run(journal), exitComplaints);
-    ASSERT_EQ(mComplaints.size(), 11U);
-    EXPECT_EQ(mComplaints.back(), "and 15 more answers with another version");
+    ASSERT_EQ(mComplaints.size(), 25U);
+    EXPECT_TRUE(mComplaints.back().starts_with("j:25: getElementStatus 'C:\\24': the version "))
+        << mComplaints.back();
+}
+
+TEST_F(RecordCommandTest, AnAnswerThatIsRepeatedIsAnnouncedOnce) {
+    const std::string line = journalLine("getViewTag", "{}", R"({"text":"other"})");
+    EXPECT_EQ(run(line + line + line), exitComplaints);
+    EXPECT_EQ(mComplaints, Texts{"j:1: getViewTag: 'other' becomes ''"});
 }
 
 TEST_F(RecordCommandTest, LinesThatCannotBeTakenAreReported) {

@@ -6,6 +6,7 @@
 #include <boost/container_hash/hash.hpp>
 
 #include "clearcase/viewpaths.h"
+#include "tools/ccquery/journals/askagain.h"
 #include "util/pathfun.h"
 #include "util/stringutilities.h"
 
@@ -78,11 +79,10 @@ RecordedPaths::RecordedPaths(const Announce& announce)
     : mAnnounce(announce), mIndex(0, Hash{mQuestions}, Equal{mQuestions}) {}
 
 void RecordedPaths::announce(const Question& question, const JournalPlace& place,
-                             const std::string& problem, const std::string& kind) const {
+                             const std::string& problem) const {
     mAnnounce({.place = place,
-               .question = "canonicalizeViewPath '" + question.path + "'",
-               .problem = problem,
-               .kind = kind});
+               .question = viewPathQuestionText(question.path, question.cwd, question.vobTags),
+               .problem = problem});
 }
 
 void RecordedPaths::addDrives(const JournalLine& line, const JournalPlace& place) {
@@ -93,8 +93,7 @@ void RecordedPaths::addDrives(const JournalLine& line, const JournalPlace& place
     } else if (drives != *mDrives) {
         mAnnounce({.place = place,
                    .question = "getMvfsDrives",
-                   .problem = "the drives differ from those before; the first ones are kept",
-                   .kind = "questions with a second answer"});
+                   .problem = "the drives differ from those before; the first ones are kept"});
     }
 }
 
@@ -113,8 +112,7 @@ void RecordedPaths::addPath(const JournalLine& line, const JournalPlace& place) 
     if (text != first.text) {
         announce(first, place,
                  "the answer differs from the one before ('" + text + "' in place of '" +
-                     first.text + "'); drives that change can't be recorded",
-                 "questions with a second answer");
+                     first.text + "'); drives that change can't be recorded");
     }
     mQuestions.pop_back();
 }
@@ -127,8 +125,7 @@ void RecordedPaths::check() const {
         if (stopsHost(question.cwd, question.path, question.vobTags, drives.views)) {
             announce(question, question.place,
                      "the path can't be made absolute, which would stop the host of a fake; it is "
-                     "left out",
-                     "view paths that can't be made absolute");
+                     "left out");
             continue;
         }
         std::ostringstream complaints;
@@ -139,8 +136,7 @@ void RecordedPaths::check() const {
                 mDrives ? "with the recorded drives; connect those that the host had"
                         : "without drives; have the journal record a call of getMvfsDrives";
             announce(question, question.place,
-                     "'" + question.text + "' becomes '" + text + "' " + reason,
-                     "view paths that are spelled otherwise");
+                     "'" + question.text + "' becomes '" + text + "' " + reason);
         }
     }
 }

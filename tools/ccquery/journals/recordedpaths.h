@@ -68,8 +68,8 @@ private:
         bool operator()(size_t a, size_t b) const;
     };
 
-    void announce(const Question& question, const JournalPlace& place, const std::string& problem,
-                  const std::string& kind) const;
+    void announce(const Question& question, const JournalPlace& place,
+                  const std::string& problem) const;
 
     const Announce& mAnnounce;
     std::optional<RecordedDrives> mDrives;

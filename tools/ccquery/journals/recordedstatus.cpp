@@ -93,8 +93,7 @@ void RecordedStatus::add(const JournalLine& line, const JournalPlace& place, siz
         mAnnounce({.place = place,
                    .question = "getElementStatus " + textOr(path, "of a null pointer"),
                    .problem = "a path that isn't absolute would stop the host of a fake; it is "
-                              "left out",
-                   .kind = "paths that aren't absolute"});
+                              "left out"});
         return;
     }
     mQuestions.push_back({.place = place,
@@ -115,8 +114,7 @@ void RecordedStatus::add(const JournalLine& line, const JournalPlace& place, siz
                    .question = questionText(first),
                    .problem = "the answer differs from the one before (" +
                               answerText(mQuestions.back().answer) + " in place of " +
-                              answerText(first.answer) + "); the first one is kept",
-                   .kind = "questions with a second answer"});
+                              answerText(first.answer) + "); the first one is kept"});
     }
     mQuestions.pop_back();
 }
@@ -197,8 +195,7 @@ void RecordedStatus::announceUnanswered(size_t index) const {
     // An element has a line, which is found by its key, or a reason for having none.
     mAnnounce({.place = question.place,
                .question = questionText(question),
-               .problem = mProblems.at(index) + byTheDisk,
-               .kind = "elements without a line"});
+               .problem = mProblems.at(index) + byTheDisk});
 }
 
 void RecordedStatus::announceDifference(const StatusQuestion& question,
@@ -208,15 +205,13 @@ void RecordedStatus::announceDifference(const StatusQuestion& question,
         mAnnounce({.place = question.place,
                    .question = questionText(question),
                    .problem = "the version " + textOr(recorded.version, "") + " becomes " +
-                              textOr(answer.version, "") + "; verify with --ignore version",
-                   .kind = "answers with another version"});
+                              textOr(answer.version, "") + "; verify with --ignore version"});
         return;
     }
     mAnnounce({.place = question.place,
                .question = questionText(question),
                .problem = answerText(recorded) + " becomes " + answerText(answer) +
-                          "; another answer decides about this element",
-               .kind = "answers that another answer replaces"});
+                          "; another answer decides about this element"});
 }
 
 }  // namespace ccquery

@@ -45,7 +45,6 @@ void RecordedVobs::announce(const JournalPlace& place, const std::string& root,
     mAnnounce({.place = place,
                .question = "probeVobs '" + root + "'",
                .problem = problem,
-               .kind = "probes that differ",
                .isNote = isNote});
 }
 

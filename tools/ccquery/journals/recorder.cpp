@@ -27,10 +27,7 @@ Recorder::Recorder(Announce announce)
 void Recorder::announce(const JournalLine& line, const JournalPlace& place,
                         const std::string& problem) const {
     const std::string operation(operationName(line.operation));
-    mAnnounce({.place = place,
-               .question = operation,
-               .problem = problem,
-               .kind = "answers to " + operation});
+    mAnnounce({.place = place, .question = operation, .problem = problem});
 }
 
 size_t Recorder::viewRootOf(const JournalLine& line) const {
@@ -154,10 +151,8 @@ Recording Recorder::finish(const std::string& source, bool withDrives) {
 }
 
 void Recorder::announceDrives(const std::vector<std::string>& problems, bool withDrives) const {
-    Announcement announcement{.place = mPaths.drivesPlace(),
-                              .question = "getMvfsDrives",
-                              .problem = {},
-                              .kind = "drives"};
+    Announcement announcement{
+        .place = mPaths.drivesPlace(), .question = "getMvfsDrives", .problem = {}};
     const bool hasDrives = mPaths.drives() && *mPaths.drives() != RecordedDrives();
     if (hasDrives && !withDrives) {
         announcement.problem = "drives aren't part of a configuration; write them by --drives FILE";
