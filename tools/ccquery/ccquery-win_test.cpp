@@ -178,7 +178,9 @@ TEST(CcqueryTest, StandardInputThatCannotBeReadIsReported) {
 TEST(CcqueryTest, ALibraryThatMakesNoConnectionIsReported) {
     ChildRun run = sample({"view"});
     run.environment = {{"SAMPLECONNECTION_NULL", "1"}};
-    expectNoAnswer(run, "'", "' made no connection: is there memory left?");
+    expectNoAnswer(
+        run, "'",
+        "' made no connection; if it doesn't say why above, name another by --library FILE");
 }
 
 TEST(CcqueryTest, ALibraryThatIsNotThereIsReported) {

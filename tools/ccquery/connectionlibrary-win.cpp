@@ -34,7 +34,9 @@ std::unique_ptr<ClearCaseConnection> connect(const std::string& file) {
     }
     std::unique_ptr<ClearCaseConnection> connection(make(/*unused=*/nullptr));
     if (connection == nullptr) {
-        throw std::runtime_error("'" + file + "' made no connection: is there memory left?");
+        throw std::runtime_error("'" + file +
+                                 "' made no connection; if it doesn't say why above, name another "
+                                 "by --library FILE");
     }
     return connection;
 }
