@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <map>
 #include <optional>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -64,6 +67,7 @@ struct Unanswered {
 /// What the journals have used of a configuration.
 class Usage {
 public:
+    /// `asked` must outlive the object.
     Usage(const AskedPaths& asked, const UsageSurroundings& surroundings)
         : mExists(surroundings.exists) {
         const ConfigurationLines plain(surroundings.configuration, /*viewRootPrefix=*/"");
@@ -90,24 +94,38 @@ public:
     const std::vector<std::pair<size_t, std::string>>& unused() const { return mUnused; }
     const std::vector<Unanswered>& unanswered() const { return mUnanswered; }
     uint64_t lineCount() const { return mLineCount; }
-    uint64_t pathCount() const { return mPathCount; }
+    uint64_t pathCount() const { return mPaths.size(); }
 
 private:
     void takePaths(const ConfigurationLines& lines, const AskedPaths::Counts& counts) {
         std::optional<NearLines> nearest;  // takes time to make, and is seldom needed
         for (const auto& [path, count] : counts) {
-            ++mPathCount;
+            mPaths.insert(path);
             if (const ConfigurationLine* const line = lines.deciding(elementKey(path))) {
                 mIsUsed[line->number] = true;
             } else if (!mExists(path)) {
-                mUnanswered.push_back({path, count, {}});
                 if (!nearest) {
                     nearest.emplace(lines);
                 }
-                for (const NearLine& found : nearest->of(path)) {
-                    mUnanswered.back().nearest.push_back(
-                        {found.line->number, std::string(found.line->trimmed), found.why});
-                }
+                addUnanswered(path, count, nearest->of(path));
+            }
+        }
+    }
+
+    /// Hosts with several values of CLEARCASE_ROOT may ask about one path. The first that has near
+    /// lines decides about them.
+    void addUnanswered(const std::string& path, uint64_t count,
+                       const std::vector<NearLine>& nearest) {
+        const auto [found, isNew] = mUnansweredByPath.emplace(path, mUnanswered.size());
+        if (isNew) {
+            mUnanswered.push_back({path, 0, {}});
+        }
+        Unanswered& question = mUnanswered[found->second];
+        question.count += count;
+        if (question.nearest.empty()) {
+            for (const NearLine& line : nearest) {
+                question.nearest.push_back(
+                    {line.line->number, std::string(line.line->trimmed), line.why});
             }
         }
     }
@@ -117,7 +135,9 @@ private:
     std::vector<std::pair<size_t, std::string>> mUnused;
     std::vector<Unanswered> mUnanswered;
     uint64_t mLineCount = 0;
-    uint64_t mPathCount = 0;
+    /// Views of what was asked.
+    std::unordered_set<std::string_view> mPaths;
+    std::unordered_map<std::string_view, size_t> mUnansweredByPath;  ///< indices, until sorted
 };
 
 std::string times(uint64_t count) { return count == 1 ? "once" : std::to_string(count) + " times"; }

@@ -98,6 +98,22 @@ TEST_F(UsageCommandTest, TheViewRootOfAConnectionCounts) {
     }
 }
 
+TEST_F(UsageCommandTest, APathIsListedOnceForAllViewRoots) {
+    mConfiguration = "[attrs]\nC:\\s\\main.c=*version\n";
+    const auto asks = [](int process, const std::string& path) {
+        return statusLine(Json(path).dump(), 4, R"("")", R"("")", process);
+    };
+    const std::string far = asks(1, "C:\\vC:\\s\\main.h");
+    const std::string near = asks(2, "C:\\vC:\\s\\main.h");
+    // Only for the second root does a line nearly decide.
+    expectUsage(connectLine(R"("C:\\u")", 1) + far + far + connectLine(R"("C:\\v")", 2) + near +
+                    asks(2, "C:\\vC:\\s\\main.c") + asks(3, "C:\\s\\main.c"),
+                exitComplaints,
+                "no answer, asked 3 times: C:\\vC:\\s\\main.h\n"
+                "    f.ini:2: C:\\s\\main.c=*version  (the name differs in one letter)\n"
+                "0 of 1 lines are never used, 1 of 3 paths have no answer\n");
+}
+
 TEST_F(UsageCommandTest, WhatIsNoQuestionAboutALineUsesNone) {
     mConfiguration = "[attrs]\nC:\\a=*version\n";
     expectUsage(journalLine("isReady", "{}", R"({"ready":true})"), exitComplaints,
