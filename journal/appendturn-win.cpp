@@ -60,12 +60,17 @@ void AppendTurn::take(uint64_t self) {
         }
         YieldProcessor();
     }
-    const ULONGLONG begin = GetTickCount64();
+    uint64_t owner = 0;
+    ULONGLONG since = 0;  // when the owner was first seen
     while (!takeFrom(0, self)) {
+        const uint64_t current = mOwner->load(std::memory_order_relaxed);
+        if (current != owner) {
+            owner = current;
+            since = GetTickCount64();
+        }
         // Leaves the processor to the owner.
         Sleep(1);
-        const uint64_t owner = mOwner->load(std::memory_order_relaxed);
-        const bool isLate = GetTickCount64() - begin > longestTurn;
+        const bool isLate = GetTickCount64() - since > longestTurn;
         if (owner != 0 && (isLate || hasEnded(owner))) {
             // What the process wrote last may still be on its way.
             Sleep(1);

@@ -98,29 +98,33 @@ std::string Lines::append(CallLine& line) {
         return "there is no memory for a line";
     }
     if (mLost != 0) {
-        return appendAfterLoss(line);
+        std::string failure = appendLoss(line.mBegin);
+        if (!failure.empty()) {
+            return failure;
+        }
     }
-    std::string failure = mSurroundings.append(numbered(line, mNext));
-    mNext += failure.empty() ? 1 : 0;
-    return failure;
+    return appendNumbered(line);
 }
 
-std::string Lines::appendAfterLoss(CallLine& line) {
+std::string Lines::appendLoss(int64_t clock) {
     CallLine loss("lost");
-    loss.begin(line.mBegin);
+    loss.begin(clock);
     loss.addObject("arguments", [](JsonFields&) {});
     loss.addObject("result", [lost = mLost, &why = mWhyLost](JsonFields& fields) {
         fields.add("lines", lost);
         fields.add("error", &why);
     });
-    loss.end(line.mBegin);
-    std::string lines(numbered(loss, mNext));
-    lines += numbered(line, mNext + 1);
-    std::string failure = mSurroundings.append(lines);
+    loss.end(clock);
+    std::string failure = appendNumbered(loss);
     if (failure.empty()) {
-        mNext += 2;
         mLost = 0;
     }
+    return failure;
+}
+
+std::string Lines::appendNumbered(CallLine& line) {
+    std::string failure = mSurroundings.append(numbered(line, mNext));
+    mNext += failure.empty() ? 1 : 0;
     return failure;
 }
 

@@ -66,7 +66,8 @@ public:
 private:
     /// Returns an empty text, or why the line is lost.
     [[nodiscard]] std::string append(CallLine& line) NB_REQUIRES(mLock);
-    [[nodiscard]] std::string appendAfterLoss(CallLine& line) NB_REQUIRES(mLock);
+    [[nodiscard]] std::string appendLoss(int64_t clock) NB_REQUIRES(mLock);
+    [[nodiscard]] std::string appendNumbered(CallLine& line) NB_REQUIRES(mLock);
     /// Returns the whole line with this number. It is in `line`.
     [[nodiscard]] std::string_view numbered(CallLine& line, uint64_t number) const;
     void lose(const std::string& why) NB_REQUIRES(mLock);

@@ -105,9 +105,12 @@ std::optional<Answer> answerFor(const std::string& path, ClearCaseConnection& co
                                 const Query& query, const PathSurroundings& surroundings) {
     if (path.find('\0') != std::string::npos) {
         // The library would take it for the path in front of the null character.
-        surroundings.complain("'" + std::string(path.c_str()) +
-                              "' is followed by a null character; write the paths in UTF-8, or use "
-                              "--null if null characters end them");
+        std::string complaint = "'";
+        complaint.append(path.c_str())
+            .append(
+                "' is followed by a null character; write the paths in UTF-8, or use --null if "
+                "null characters end them");
+        surroundings.complain(complaint);
         return std::nullopt;
     }
     std::string about = path;

@@ -103,11 +103,11 @@ TEST_F(UsageCommandTest, APathIsListedOnceForAllViewRoots) {
     const auto asks = [](int process, const std::string& path) {
         return statusLine(Json(path).dump(), 4, R"("")", R"("")", process);
     };
-    const std::string far = asks(1, "C:\\vC:\\s\\main.h");
-    const std::string near = asks(2, "C:\\vC:\\s\\main.h");
+    const std::string ofFirst = asks(1, "C:\\vC:\\s\\main.h");
+    const std::string ofSecond = asks(2, "C:\\vC:\\s\\main.h");
     // Only for the second root does a line nearly decide.
-    expectUsage(connectLine(R"("C:\\u")", 1) + far + far + connectLine(R"("C:\\v")", 2) + near +
-                    asks(2, "C:\\vC:\\s\\main.c") + asks(3, "C:\\s\\main.c"),
+    expectUsage(connectLine(R"("C:\\u")", 1) + ofFirst + ofFirst + connectLine(R"("C:\\v")", 2) +
+                    ofSecond + asks(2, "C:\\vC:\\s\\main.c") + asks(3, "C:\\s\\main.c"),
                 exitComplaints,
                 "no answer, asked 3 times: C:\\vC:\\s\\main.h\n"
                 "    f.ini:2: C:\\s\\main.c=*version  (the name differs in one letter)\n"
