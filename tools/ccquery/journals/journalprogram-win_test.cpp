@@ -65,10 +65,9 @@ TEST_F(JournalProgramTest, WhatIsRecordedCanBeVerified) {
         << configuration;
     EXPECT_NE(configuration.find("C:\\a=/main/0*version\n"), std::string::npos) << configuration;
     EXPECT_NE(configuration.find("C:\\l=t\n"), std::string::npos) << configuration;
-    expectRun(run({"verify", "j", "--config", "o.ini"}), 0, "4 questions asked, 0 answers differ\n",
-              "");
+    expectRun(run({"verify", "j", "--config", "o.ini"}), 0, "4 asked, 0 different\n", "");
     expectRun(run({"usage", "j", "--config", "o.ini"}), 0,
-              "0 of 3 lines are never used, 0 of 3 paths have no answer\n", "");
+              "0 of 3 lines never used, 0 of 3 paths without an answer\n", "");
 }
 
 TEST_F(JournalProgramTest, WithoutAFileTheConfigurationIsPrinted) {
@@ -115,7 +114,7 @@ TEST_F(JournalProgramTest, VerifyMayAskThroughAJournalThatIsTheOneItReads) {
     child.folder = mFolder.path();
     child.environment = {{"NBCLEARCASE_JOURNAL_FILE", file},
                          {"NBCLEARCASE_JOURNAL_LIBRARY", std::nullopt}};
-    expectRun(runChild(child), 0, "20000 questions asked, 0 answers differ\n", "");
+    expectRun(runChild(child), 0, "20000 asked, 0 different\n", "");
 }
 
 TEST_F(JournalProgramTest, AFileThatCannotBeWrittenIsReported) {
@@ -132,7 +131,7 @@ TEST_F(JournalProgramTest, VerifyAsksTheLibraryThatIsNamed) {
     expectRun(run({"verify", "j", "--library", utf8(testProgramFolder() / "sampleconnection.dll")}),
               1,
               "j:1: getElementStatus 'C:\\version'\n- version: /main/3\n+ version: /main/0\n"
-              "2 questions asked, 1 answers differ\n",
+              "2 asked, 1 different\n",
               "");
 }
 
@@ -142,7 +141,7 @@ TEST_F(JournalProgramTest, VerifyRemovesAViewRootThatTheHostDidNotHave) {
                            journalLine("getViewTag", "{}", R"({"text":"größe"})", 2) +
                            connectLine(R"("")", 3) +
                            journalLine("getViewTag", "{}", R"({"text":""})", 3));
-    expectRun(run({"verify", "j"}), 0, "3 questions asked, 0 answers differ\n", "");
+    expectRun(run({"verify", "j"}), 0, "3 asked, 0 different\n", "");
 }
 
 TEST_F(JournalProgramTest, UsageLooksAtTheDisk) {
@@ -151,7 +150,7 @@ TEST_F(JournalProgramTest, UsageLooksAtTheDisk) {
     expectRun(
         run({"usage", "j", "--config", "o.ini"}), 1,
         "o.ini:2: never used: C:\\no such\\a=t\nno answer, asked once: " + mFolder.utf8("none") +
-            "\n1 of 1 lines are never used, 1 of 2 paths have no answer\n",
+            "\n1 of 1 lines never used, 1 of 2 paths without an answer\n",
         "");
 }
 
@@ -171,7 +170,7 @@ TEST_F(JournalProgramTest, JournalsThatCannotBeReadAreReportedInOneLineEach) {
     mFolder.write("j", "x\n" + journalLine("isReady", "{}", R"({"ready":true})") + "{\"torn");
     const ChildResult result = run({"verify", "none", "folder", "empty", "j"});
     EXPECT_EQ(result.exitCode, 0U);
-    EXPECT_EQ(result.output, "1 questions asked, 0 answers differ\n");
+    EXPECT_EQ(result.output, "1 asked, 0 different\n");
     EXPECT_TRUE(result.error.starts_with("ccquery: can't read the journal 'none': "))
         << result.error;
     EXPECT_NE(result.error.find("\nccquery: can't read the journal 'folder': "), std::string::npos)

@@ -160,9 +160,9 @@ void printText(const Usage& usage, const UsageSurroundings& surroundings) {
         surroundings.print(text);
     }
     surroundings.print(std::to_string(usage.unused().size()) + " of " +
-                       std::to_string(usage.lineCount()) + " lines are never used, " +
+                       std::to_string(usage.lineCount()) + " lines never used, " +
                        std::to_string(usage.unanswered().size()) + " of " +
-                       std::to_string(usage.pathCount()) + " paths have no answer\n");
+                       std::to_string(usage.pathCount()) + " paths without an answer\n");
 }
 
 void printJson(const Usage& usage, const UsageSurroundings& surroundings) {

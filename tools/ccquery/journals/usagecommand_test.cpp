@@ -52,7 +52,7 @@ const std::string probe =
 TEST_F(UsageCommandTest, LinesThatAreUsedAreOnlyCounted) {
     mConfiguration = "; a comment\n[vobs]\n\\v=ro\n[attrs]\nC:\\a=*version\nbad\nC:\\b=t\n";
     expectUsage(probe + asked("C:/./a") + asked("C:\\\\b"), exitAnswered,
-                "0 of 3 lines are never used, 0 of 2 paths have no answer\n");
+                "0 of 3 lines never used, 0 of 2 paths without an answer\n");
 }
 
 TEST_F(UsageCommandTest, LinesThatNoQuestionUsesComeInTheirOrder) {
@@ -60,14 +60,14 @@ TEST_F(UsageCommandTest, LinesThatNoQuestionUsesComeInTheirOrder) {
     expectUsage(asked("C:\\b"), exitComplaints,
                 "f.ini:2: never used: C:\\b=*version\nf.ini:3: never used: C:\\a=t\n"
                 "f.ini:6: never used: \\v=ro\n"
-                "3 of 4 lines are never used, 0 of 1 paths have no answer\n");
+                "3 of 4 lines never used, 0 of 1 paths without an answer\n");
 }
 
 TEST_F(UsageCommandTest, TheDiskAnswersToo) {
     mDisk = {"C:\\x"};
     expectUsage(asked("C:\\x") + asked("C:\\z") + asked("C:\\y"), exitComplaints,
                 "no answer, asked once: C:\\y\nno answer, asked once: C:\\z\n"
-                "0 of 0 lines are never used, 2 of 3 paths have no answer\n");
+                "0 of 0 lines never used, 2 of 3 paths without an answer\n");
 }
 
 TEST_F(UsageCommandTest, PathsWithoutAnAnswerComeWithTheirNearestLines) {
@@ -80,7 +80,7 @@ TEST_F(UsageCommandTest, PathsWithoutAnAnswerComeWithTheirNearestLines) {
     EXPECT_TRUE(mPrinted.starts_with(beginning)) << mPrinted;
     EXPECT_TRUE(
         mPrinted.ends_with(")\nno answer, asked once: C:\\z\n"
-                           "0 of 1 lines are never used, 2 of 3 paths have no answer\n"))
+                           "0 of 1 lines never used, 2 of 3 paths without an answer\n"))
         << mPrinted;
 }
 
@@ -88,7 +88,7 @@ TEST_F(UsageCommandTest, TheViewRootOfAConnectionCounts) {
     mConfiguration = "[attrs]\nC:\\a=*version\n";
     const std::string question = asked("C:\\vC:\\a");
     expectUsage(connectLine(R"("C:\\v")") + question, exitAnswered,
-                "0 of 1 lines are never used, 0 of 1 paths have no answer\n");
+                "0 of 1 lines never used, 0 of 1 paths without an answer\n");
     for (const std::string& other :
          {connectLine(), connectLine(R"("")"), connectLine(R"("C:\\w")"),
           connectLine(R"("C:\\v")") + connectLine(),
@@ -111,14 +111,14 @@ TEST_F(UsageCommandTest, APathIsListedOnceForAllViewRoots) {
                 exitComplaints,
                 "no answer, asked 3 times: C:\\vC:\\s\\main.h\n"
                 "    f.ini:2: C:\\s\\main.c=*version  (the name differs in one letter)\n"
-                "0 of 1 lines are never used, 1 of 3 paths have no answer\n");
+                "0 of 1 lines never used, 1 of 3 paths without an answer\n");
 }
 
 TEST_F(UsageCommandTest, WhatIsNoQuestionAboutALineUsesNone) {
     mConfiguration = "[attrs]\nC:\\a=*version\n";
     expectUsage(journalLine("isReady", "{}", R"({"ready":true})"), exitComplaints,
                 "f.ini:2: never used: C:\\a=*version\n"
-                "1 of 1 lines are never used, 0 of 0 paths have no answer\n");
+                "1 of 1 lines never used, 0 of 0 paths without an answer\n");
 }
 
 TEST_F(UsageCommandTest, APathThatIsNotAbsoluteIsReported) {

@@ -141,14 +141,14 @@ private:
     }
 
     std::string textSummary() const {
-        std::string text = std::to_string(mAsked) + " questions asked, " +
-                           std::to_string(mDifferent) + " answers differ";
+        std::string text =
+            std::to_string(mAsked) + " asked, " + std::to_string(mDifferent) + " different";
         for (const auto& [operation, count] : mNotAsked) {
             text.append(", ").append(std::to_string(count)).append(" of ").append(operation);
             text += " not asked";
         }
         if (mLost != 0) {
-            text += ", " + std::to_string(mLost) + " lines missing";
+            text += ", " + std::to_string(mLost) + " missing";
         }
         return text + '\n';
     }

@@ -54,7 +54,7 @@ protected:
     void expectDifference(const std::string& journal, const std::string& difference) {
         mPrinted.clear();
         EXPECT_EQ(run(journal), exitComplaints);
-        EXPECT_EQ(mPrinted, difference + "1 questions asked, 1 answers differ\n");
+        EXPECT_EQ(mPrinted, difference + "1 asked, 1 different\n");
     }
 
     Query mQuery{.command = Command::verify};
@@ -90,7 +90,7 @@ TEST_F(VerifyCommandTest, EqualAnswersAreOnlyCounted) {
                         R"({"text":"M:","drives":[["X:","tag1"]]})") +
             journalLine("isReady", "{}", R"({"ready":true})") +
             journalLine("disconnect", "{}", "{}"),
-        "12 questions asked, 0 answers differ");
+        "12 asked, 0 different");
 }
 
 TEST_F(VerifyCommandTest, ADifferenceShowsBothAnswers) {
@@ -136,19 +136,18 @@ TEST_F(VerifyCommandTest, AnExceptionIsAnAnswer) {
         "+ exception: std::logic_error: broken\n");
     expectEqual(journalLine("getOutput", "{}", R"(!{"type":"std::logic_error","what":"broken"})") +
                     journalLine("getError", "{}", R"(!{"type":null,"what":null})"),
-                "2 questions asked, 0 answers differ");
+                "2 asked, 0 different");
 }
 
 TEST_F(VerifyCommandTest, AFieldCanBeIgnored) {
     mQuery.ignored = {"version"};
-    expectEqual(statusLine(R"("C:\\a")", 1, R"("/main/3")"), "1 questions asked, 0 answers differ");
+    expectEqual(statusLine(R"("C:\\a")", 1, R"("/main/3")"), "1 asked, 0 different");
     expectDifference(statusLine(R"("C:\\a")", 2, R"("/main/3")"),
                      "j:1: getElementStatus 'C:\\a'\n- type: directory_version (2)\n"
                      "+ type: version (1)\n");
     mQuery.ignored = {"exception", "text"};
     mThrows = true;
-    expectEqual(journalLine("getOutput", "{}", R"({"text":"x"})"),
-                "1 questions asked, 0 answers differ");
+    expectEqual(journalLine("getOutput", "{}", R"({"text":"x"})"), "1 asked, 0 different");
 }
 
 TEST_F(VerifyCommandTest, WhatChangesSomethingIsAskedOnDemandOnly) {
@@ -161,22 +160,21 @@ TEST_F(VerifyCommandTest, WhatChangesSomethingIsAskedOnDemandOnly) {
             R"(!{"type":"std::runtime_error","what":"No ClearCase sessions when faking"})") +
         journalLine("killConnection", "{}",
                     R"(!{"type":"std::runtime_error","what":"No connection to kill!"})");
-    expectEqual(
-        journal,
-        "1 questions asked, 0 answers differ, 1 of killConnection not asked, 1 of probeVobs "
-        "not asked, 1 of startSession not asked");
+    expectEqual(journal,
+                "1 asked, 0 different, 1 of killConnection not asked, 1 of probeVobs "
+                "not asked, 1 of startSession not asked");
     mQuery.asked = {"probeVobs"};
     expectEqual(journal,
-                "2 questions asked, 0 answers differ, 1 of killConnection not asked, 1 of "
+                "2 asked, 0 different, 1 of killConnection not asked, 1 of "
                 "startSession not asked");
     mQuery.asked = {"probeVobs", "startSession", "killConnection"};
-    expectEqual(journal, "4 questions asked, 0 answers differ");
+    expectEqual(journal, "4 asked, 0 different");
     mWorld.writableFolders = {"C:/v"};
     mPrinted.clear();
     EXPECT_EQ(run(journal), exitComplaints);
     EXPECT_EQ(mPrinted,
               "j:2: probeVobs 'C:'\n- results 2: C:/v (not_determined)\n"
-              "+ results 2: C:/v (writable)\n4 questions asked, 1 answers differ\n");
+              "+ results 2: C:/v (writable)\n4 asked, 1 different\n");
 }
 
 TEST_F(VerifyCommandTest, WhatWouldStopTheProcessIsNotAsked) {
@@ -190,7 +188,7 @@ TEST_F(VerifyCommandTest, WhatWouldStopTheProcessIsNotAsked) {
                                   "j:2: getElementStatus of a null pointer" + end,
                                   "j:3: canonicalizeViewPath 'a' in 'w'" + end}));
     EXPECT_EQ(mPrinted,
-              "1 questions asked, 0 answers differ, 1 of canonicalizeViewPath not asked, 2 of "
+              "1 asked, 0 different, 1 of canonicalizeViewPath not asked, 2 of "
               "getElementStatus not asked\n");
 }
 
@@ -199,7 +197,7 @@ TEST_F(VerifyCommandTest, AnEmptyTagOfAViewWithoutADriveIsNotAsked) {
     const std::string journal =
         journalLine("canonicalizeViewPath", R"({"cwd":"C:\\","path":"M:\\t\\a","vobTags":[""]})",
                     R"({"text":"M:/t/a"})");
-    expectEqual(journal, "1 questions asked, 0 answers differ");
+    expectEqual(journal, "1 asked, 0 different");
     mWorld.views = {{"", "t"}};
     EXPECT_EQ(run(journal), exitNoAnswer);
     EXPECT_EQ(mComplaints.size(), 2U);
@@ -213,7 +211,7 @@ TEST_F(VerifyCommandTest, EachConnectionHasItsViewRoot) {
                     journalLine("getViewTag", "{}", R"({"text":""})", 2) +
                     statusLine(R"("C:\\oneC:\\a")", 1, R"("/main/0")", R"("")", 1) +
                     statusLine(R"("C:\\oneC:\\a")", 4, R"("")", R"("")", 2),
-                "4 questions asked, 0 answers differ");
+                "4 asked, 0 different");
     EXPECT_EQ(mConnections, 2);
 }
 
@@ -226,7 +224,7 @@ TEST_F(VerifyCommandTest, AConnectionLastsFromItsFirstLineToItsLast) {
                     journalLine("getError", "{}", bad) + journalLine("clearMessages", "{}", "{}") +
                     journalLine("disconnect", "{}", "{}") + journalLine("getError", "{}", bad) +
                     journalLine("getError", "{}", bad, 1, 2),
-                "7 questions asked, 0 answers differ");
+                "7 asked, 0 different");
     EXPECT_EQ(mConnections, 4);
 }
 
@@ -270,7 +268,7 @@ TEST_F(VerifyCommandTest, AConnectionThatIsMadeAgainHasItsMessagesCleared) {
         journal += journalLine("isReady", "{}", R"({"ready":true})", process);
     }
     journal += journalLine("getError", "{}", R"({"text":""})", 1);
-    expectEqual(journal, "70 questions asked, 0 answers differ");
+    expectEqual(journal, "70 asked, 0 different");
     EXPECT_EQ(mConnections, 70);
 }
 
@@ -281,7 +279,7 @@ TEST_F(VerifyCommandTest, MissingLinesAreReported) {
     EXPECT_EQ(mComplaints,
               (Texts{"j:1: 3 lines before this one are missing (disk full); they can't be asked",
                      "j:3: no JSON object; the line is left out"}));
-    EXPECT_EQ(mPrinted, "1 questions asked, 0 answers differ, 3 lines missing\n");
+    EXPECT_EQ(mPrinted, "1 asked, 0 different, 3 missing\n");
 }
 
 TEST_F(VerifyCommandTest, WithoutAQuestionTheExitCodeIsTwo) {

@@ -88,7 +88,7 @@ TEST_F(WayThroughTest, RecordedAnswersAreThoseOfTheLibrary) {
 
     const ChildResult used = ccqueryRun({"usage", "j.jsonl"});
     EXPECT_EQ(used.exitCode, 0U);
-    EXPECT_EQ(used.output, "0 of 3 lines are never used, 0 of 3 paths have no answer\n");
+    EXPECT_EQ(used.output, "0 of 3 lines never used, 0 of 3 paths without an answer\n");
 
     const ChildResult explained = ccqueryRun({"status", "--explain", "C:/a/version"});
     EXPECT_EQ(explained.exitCode, 0U);
@@ -115,7 +115,7 @@ TEST_F(WayThroughTest, AJournalOfTheFakeVerifiesAgainstTheFake) {
     const ChildResult verified = ccqueryRun({"verify", "j.jsonl", "--ask", "startSession", "--ask",
                                              "killConnection", "--ask", "probeVobs"});
     EXPECT_EQ(verified.exitCode, 0U) << verified.output;
-    EXPECT_EQ(verified.output, "15 questions asked, 0 answers differ\n");
+    EXPECT_EQ(verified.output, "15 asked, 0 different\n");
 }
 
 }  // namespace
