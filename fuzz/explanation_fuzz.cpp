@@ -64,7 +64,8 @@ void checkNearLines(const ConfigurationLines& lines, const std::string& path, bo
 }
 
 void checkPath(const std::string& text, const std::string& file, const std::string& prefix) {
-    const std::string path = text.c_str();  // a connection reads up to a null character
+    // A connection reads up to a null character.
+    const std::string path = text.substr(0, text.find('\0'));
     const ConfigurationLines lines(file, prefix);
     const auto& all = lines.lines();
     const auto isRelative = [](const ConfigurationLine& line) {

@@ -297,6 +297,7 @@ TEST_F(JournaledConnectionTest, CallsOfManyThreadsAreNumberedInTheOrderOfTheirLi
     constexpr int calls = 250;
     {
         std::vector<std::jthread> callers;
+        callers.reserve(threads);
         for (int i = 0; i < threads; ++i) {
             callers.emplace_back([this] {
                 for (int call = 0; call < calls; ++call) {

@@ -77,8 +77,8 @@ TEST(JsonFieldsTest, TextOfAnyLengthIsWritten) {
 }
 
 TEST(JsonFieldsTest, ANullPointerIsNull) {
-    EXPECT_EQ(field(static_cast<const char*>(nullptr)), "\"a\":null");
-    EXPECT_EQ(field(static_cast<const std::string*>(nullptr)), "\"a\":null");
+    EXPECT_EQ(field<const char*>(nullptr), "\"a\":null");
+    EXPECT_EQ(field<const std::string*>(nullptr), "\"a\":null");
     EXPECT_EQ(field("text"), "\"a\":\"text\"");
 }
 

@@ -136,7 +136,7 @@ void killHosts(int kills) {
     const EnvironmentScope noConfiguration("NBCLEARCASE_FAKE_INI", folder.utf8("none.ini"));
     const EnvironmentScope library("NBCLEARCASE_JOURNAL_LIBRARY", std::nullopt);
     const EnvironmentScope file("NBCLEARCASE_JOURNAL_FILE", folder.utf8("j.jsonl"));
-    std::mt19937 random(1);
+    std::mt19937 random(1);  // NOLINT(cert-msc32-c,cert-msc51-cpp): reproducible
     int started = 0;
     const auto startHost = [&] {
         return std::make_unique<JournalHost>("C:/" + std::to_string(++started));

@@ -57,7 +57,7 @@ void addMicroseconds(LineText& text, int64_t nanoseconds) {
 
 }  // namespace
 
-CallLine::CallLine(std::string_view operation) noexcept { mFields.add("operation", operation); }
+CallLine::CallLine(std::string_view operation) { mFields.add("operation", operation); }
 
 void CallLine::end(int64_t clock) noexcept {
     try {

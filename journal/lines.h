@@ -16,11 +16,11 @@ namespace journal {
 /// The version of the format of a line; docs/journal.md documents the format.
 constexpr int formatVersion = 1;
 
-/// The line of a call without its head, which has the call's number. Nothing here throws: without
-/// memory the line is incomplete.
+/// The line of a call without its head, which has the call's number. Nothing here throws, if the
+/// operation's name is a short one: without memory the line is incomplete.
 class CallLine {
 public:
-    explicit CallLine(std::string_view operation) noexcept;
+    explicit CallLine(std::string_view operation);
     CallLine(const CallLine&) = delete;
     CallLine& operator=(const CallLine&) = delete;
 

@@ -110,6 +110,7 @@ TEST_F(ProcessSurroundingsTest, LinesOfManyThreadsDoNotMix) {
     constexpr int lines = 500;
     {
         std::vector<std::jthread> writers;
+        writers.reserve(threads);
         for (int thread = 0; thread < threads; ++thread) {
             writers.emplace_back([&, thread] {
                 // Each has the file open for itself, as other processes have.

@@ -7,14 +7,13 @@
 #include <sstream>
 #include <stdexcept>
 
+/// Of docs/journal.schema.json; CMake makes the source.
+extern const char* const journalSchemaText;
+
 namespace testing_support {
 namespace {
 
 using Json = nlohmann::json;
-
-const char* const journalSchemaText =
-#include "journalschema.inc"
-    ;
 
 /// Checks values by one schema.
 class SchemaCheck {
@@ -31,7 +30,8 @@ public:
                 throw std::logic_error("the schema has the unknown keyword " + keyword);
             }
             if (!(this->*found->second)(rule, value, place, schema)) {
-                mComplaints += place + ": " + keyword + " " + rule.dump() + "\n";
+                mComplaints.append(place).append(": ").append(keyword).append(" ");
+                mComplaints.append(rule.dump()).append("\n");
             }
         }
     }
@@ -74,7 +74,7 @@ private:
     bool properties(const Json& rule, const Json& value, const std::string& place, const Json&) {
         for (const auto& [name, property] : rule.items()) {
             if (value.is_object() && value.contains(name)) {
-                check(property, value[name], place + "/" + name);
+                check(property, value[name], std::string(place).append("/").append(name));
             }
         }
         return true;
@@ -163,7 +163,8 @@ std::string journalComplaints(const std::string& journal) {
         const std::string found =
             value.is_discarded() ? "is no JSON\n" : schemaComplaints(journalSchema(), value);
         if (!found.empty()) {
-            complaints += "line " + std::to_string(number) + ": " + line + "\n" + found;
+            complaints.append("line ").append(std::to_string(number)).append(": ");
+            complaints.append(line).append("\n").append(found);
         }
     }
     if (!journal.empty() && journal.back() != '\n') {

@@ -30,6 +30,7 @@ int main(int argc, char* argv[]) {
     }
     const std::unique_ptr<ClearCaseConnection> connection(make(nullptr));
     std::vector<std::jthread> callers;
+    callers.reserve(threads);
     for (int thread = 0; thread < threads; ++thread) {
         callers.emplace_back([&, thread] {
             for (uint32_t number = 0;; ++number) {

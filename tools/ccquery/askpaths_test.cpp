@@ -142,10 +142,13 @@ TEST_F(AskPathsTest, AByteOrderMarkInFrontOfStandardInputIsNoPartOfAPath) {
     for (const bool endedByNull : {false, true}) {
         output.clear();
         const std::string end(1, endedByNull ? '\0' : '\n');
-        EXPECT_EQ(
-            canonicalize({"-"}, mark + "x" + end + mark + "y" + end, /*json=*/false, endedByNull),
-            exitAnswered);
-        EXPECT_EQ(output, "x\t=x\n" + mark + "y\t=" + mark + "y\n");
+        std::string paths = mark;
+        paths.append("x").append(end).append(mark).append("y").append(end);
+        EXPECT_EQ(canonicalize({"-"}, paths, /*json=*/false, endedByNull), exitAnswered);
+        EXPECT_EQ(output,
+                  "x\t=x\n\xef\xbb\xbf"
+                  "y\t=\xef\xbb\xbf"
+                  "y\n");
     }
 }
 

@@ -61,7 +61,8 @@ public:
           mNearLines(mLines) {}
 
     Explanation explain(const std::string& asked, const Json& answer) const {
-        const std::string path = asked.c_str();  // a connection reads up to a null character
+        // A connection reads up to a null character.
+        const std::string path = asked.substr(0, asked.find('\0'));
         if (!isAbsolutePath(path, windowsPaths)) {
             return explainStop(path);
         }

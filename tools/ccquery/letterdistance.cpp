@@ -83,7 +83,7 @@ LetterSet::LetterSet(std::string_view text) {
         }
         text.remove_prefix(length);
         const size_t hash = letter * 0x9e37'79b9'7f4a'7c15U >> 58U;
-        mMarks |= uint64_t{1} << (hash + 29U * counts[hash]++) % bits;
+        mMarks |= uint64_t{1} << (hash + uint64_t{29} * counts[hash]++) % bits;
     }
 }
 
