@@ -7,7 +7,7 @@
 
 namespace {
 
-/// Writes down what it is told, without elements whose path begins with "no".
+/// Writes down each call, without elements whose path begins with "no".
 class Log {
 public:
     void beginLine(std::string_view untrimmed, std::string_view line) {
