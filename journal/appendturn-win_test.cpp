@@ -25,6 +25,20 @@ protected:
                                         nullptr, OPEN_ALWAYS, 0, nullptr));
     }
 
+    /// `scope` has the turn of both objects of the fixture.
+    void expectHeldUntilReset(std::optional<AppendTurn::Scope>& scope) {
+        std::atomic<bool> isTaken = false;
+        std::jthread waiter([&] {
+            const AppendTurn::Scope other(mOther);
+            isTaken = true;
+        });
+        Sleep(50);
+        EXPECT_FALSE(isTaken);
+        scope.reset();
+        waiter.join();
+        EXPECT_TRUE(isTaken);
+    }
+
     TempFolder mFolder;
     ScopedHandle mFile = open("a");
     ScopedHandle mSameFile = open(".\\a");
@@ -54,16 +68,7 @@ TEST_F(AppendTurnTest, OneAtATimeHasTheTurn) {
 
 TEST_F(AppendTurnTest, WhoWaitsGetsTheTurnWhenItIsFree) {
     std::optional<AppendTurn::Scope> scope(std::in_place, mTurn);
-    std::atomic<bool> isTaken = false;
-    std::jthread waiter([&] {
-        const AppendTurn::Scope other(mOther);
-        isTaken = true;
-    });
-    Sleep(50);
-    EXPECT_FALSE(isTaken);
-    scope.reset();
-    waiter.join();
-    EXPECT_TRUE(isTaken);
+    expectHeldUntilReset(scope);
 }
 
 TEST_F(AppendTurnTest, ATurnThatIsKeptTooLongIsTakenAwayAndNotGivenBackTwice) {
@@ -92,8 +97,10 @@ TEST_F(AppendTurnTest, ATurnThatIsKeptTooLongIsTakenAwayAndNotGivenBackTwice) {
 TEST_F(AppendTurnTest, AnotherFileHasAnotherTurn) {
     const ScopedHandle file = open("b");
     AppendTurn turn(file.get());
-    const AppendTurn::Scope scope(mTurn);
-    const AppendTurn::Scope other(turn);
+    std::optional<AppendTurn::Scope> scope(std::in_place, mTurn);
+    // Were it the same turn, it would be taken from the scope and then be free.
+    { const AppendTurn::Scope other(turn); }
+    expectHeldUntilReset(scope);
 }
 
 TEST_F(AppendTurnTest, WithoutSharedMemoryThereIsNothingToWaitFor) {
@@ -103,10 +110,13 @@ TEST_F(AppendTurnTest, WithoutSharedMemoryThereIsNothingToWaitFor) {
                                                                  ERROR_COMMITMENT_LIMIT);
         turn.emplace(mFile.get());
     }
-    const AppendTurn::Scope scope(mTurn);
-    const AppendTurn::Scope other(*turn);
     AppendTurn ofNoFile(nullptr);
-    const AppendTurn::Scope third(ofNoFile);
+    std::optional<AppendTurn::Scope> scope(std::in_place, mTurn);
+    {
+        const AppendTurn::Scope other(*turn);
+        const AppendTurn::Scope third(ofNoFile);
+    }
+    expectHeldUntilReset(scope);
 }
 
 }  // namespace
