@@ -5,9 +5,13 @@
 
 #include "clearcase/clearcaseconnection.h"
 #include "tools/ccquery/commandline.h"
-#include "tools/ccquery/report.h"
+#include "tools/shared/report.h"
 
 namespace ccquery {
+
+using tools::Json;
+using tools::Report;
+using tools::Row;
 
 /// The exit codes of the program.
 using ExitCode = int;

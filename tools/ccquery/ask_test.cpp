@@ -17,10 +17,10 @@ using ccquery::ExitCode;
 using ccquery::exitComplaints;
 using ccquery::exitNoAnswer;
 using ccquery::headingsOf;
-using ccquery::jsonText;
 using ccquery::Query;
-using ccquery::Report;
-using ccquery::tableText;
+using tools::jsonText;
+using tools::Report;
+using tools::tableText;
 
 /// Returns the answers that a test sets.
 class Stub : public ClearCaseConnection {

@@ -9,9 +9,16 @@
 #include <string_view>
 #include <utility>
 
-#include "tools/ccquery/report.h"
+#include "tools/shared/report.h"
 
 namespace ccquery {
+
+using tools::explainedText;
+using tools::jsonLine;
+using tools::Report;
+using tools::tabbedLine;
+using tools::tableText;
+
 namespace {
 
 const std::string standardInput = "-";

@@ -1,8 +1,13 @@
 #include "tools/ccquery/check.h"
 
 #include "tools/ccquery/findings.h"
+#include "tools/shared/report.h"
 
 namespace ccquery {
+
+using tools::jsonLine;
+using tools::oneLine;
+
 namespace {
 
 std::string severityOf(const Finding& finding) { return finding.isError ? "error" : "warning"; }

@@ -4,12 +4,16 @@
 
 #include <windows.h>
 
-#include "tools/ccquery/absolutepath-win.h"
-#include "tools/ccquery/systemerror-win.h"
+#include "tools/shared/absolutepath-win.h"
+#include "tools/shared/systemerror-win.h"
 #include "util/platform/unicodetext-win.h"
 #include "util/windows/libraryfunction-win.h"
 
 namespace ccquery {
+
+using tools::absolutePath;
+using tools::systemErrorText;
+
 namespace {
 
 HMODULE load(const std::string& file) {

@@ -10,10 +10,13 @@
 
 #include "tools/ccquery/explainstatus.h"
 #include "tools/ccquery/explainviewpath.h"
+#include "tools/shared/report.h"
 
 namespace {
 
 using namespace ccquery;
+using tools::explainedText;
+using tools::Row;
 
 std::string readme() {
     std::ifstream file("README.md");

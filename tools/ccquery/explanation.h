@@ -4,9 +4,11 @@
 #include <string>
 #include <vector>
 
-#include "tools/ccquery/report.h"
+#include "tools/shared/report.h"
 
 namespace ccquery {
+
+using tools::Json;
 
 /// Why the answer about a path is what it is.
 // NOLINTNEXTLINE(bugprone-exception-escape): moving a Json throws nothing

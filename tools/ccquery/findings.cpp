@@ -5,15 +5,16 @@
 #include <unordered_map>
 #include <utility>
 
-#include "tools/ccquery/characters.h"
 #include "tools/ccquery/elementfindings.h"
 #include "tools/ccquery/lineeffects.h"
 #include "tools/ccquery/nearestname.h"
+#include "tools/shared/characters.h"
 
 namespace ccquery {
 namespace {
 
 using Section = ConfigurationSection;
+using tools::characterCount;
 
 std::string nameOf(Section section) { return section == Section::vobs ? "[vobs]" : "[attrs]"; }
 

@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <array>
 
-#include "tools/ccquery/characters.h"
+#include "tools/shared/characters.h"
 
 namespace ccquery {
 namespace {
+
+using tools::continuesCharacter;
 
 /// Returns the length of the first letter, which has at most four bytes; 0 if there is none.
 size_t letterLength(std::string_view text) {

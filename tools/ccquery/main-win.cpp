@@ -2,27 +2,19 @@
 // it and prints the answers; each step has its own file.
 
 #include <cerrno>
-#include <cstddef>
-#include <cstdio>
 #include <cstring>
 #include <exception>
-#include <fcntl.h>
 #include <fstream>
-#include <io.h>
 #include <iostream>
 #include <map>
-#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include <windows.h>
-#include <shellapi.h>
 
 #include "clearcase/configurationsource-win.h"
-#include "tools/ccquery/absolutepath-win.h"
 #include "tools/ccquery/ask.h"
 #include "tools/ccquery/askpaths.h"
 #include "tools/ccquery/check.h"
@@ -31,7 +23,10 @@
 #include "tools/ccquery/explainstatus.h"
 #include "tools/ccquery/explainviewpath.h"
 #include "tools/ccquery/journals/journalprogram-win.h"
-#include "tools/ccquery/systemerror-win.h"
+#include "tools/shared/absolutepath-win.h"
+#include "tools/shared/console-win.h"
+#include "tools/shared/report.h"
+#include "tools/shared/systemerror-win.h"
 #include "util/platform/unicodetext-win.h"
 #include "util/windows/system/filestat-win.h"
 #include "util/windows/system/smallfile-win.h"
@@ -39,39 +34,7 @@
 namespace {
 
 using namespace ccquery;
-
-/// Sets the console's output to UTF-8 until the program ends.
-class Utf8Console {
-public:
-    Utf8Console() : mBefore(GetConsoleOutputCP()) { SetConsoleOutputCP(CP_UTF8); }
-    ~Utf8Console() { SetConsoleOutputCP(mBefore); }
-    Utf8Console(const Utf8Console&) = delete;
-    Utf8Console& operator=(const Utf8Console&) = delete;
-
-private:
-    UINT mBefore;
-};
-
-/// Returns the arguments after the program's name.
-std::vector<std::string> arguments() {
-    struct Freer {
-        void operator()(wchar_t** list) const { LocalFree(list); }
-    };
-    int count = 0;
-    const std::unique_ptr<wchar_t*[], Freer> list(CommandLineToArgvW(GetCommandLineW(), &count));
-    std::vector<std::string> result;
-    for (int i = 1; i < count; ++i) {
-        result.push_back(toUtf8(list[static_cast<size_t>(i)]));
-    }
-    return result;
-}
-
-void print(const std::string& text) {
-    std::cout << text << std::flush;
-    if (!std::cout) {
-        throw std::runtime_error("can't write to standard output");
-    }
-}
+using namespace tools;
 
 void complain(const std::string& problem) { std::cerr << "ccquery: " + oneLine(problem) + '\n'; }
 
@@ -102,7 +65,7 @@ ExitCode runCheck(const Query& query) {
     const std::string named = query.file.empty() ? query.config : query.file;
     const std::string file = named.empty() ? configurationFile() : named;
     const CheckResult result = check(file, bytesOf(file), viewRootPrefix(), query.json);
-    print(result.output);
+    printText(result.output);
     return result.exitCode;
 }
 
@@ -146,7 +109,7 @@ ExitCode run(Query query) {
     }
     if (isAboutJournals(query)) {
         return runJournals(
-            query, {print, complain, query.library.empty() ? defaultLibrary() : query.library});
+            query, {printText, complain, query.library.empty() ? defaultLibrary() : query.library});
     }
     const bool aboutPaths =
         query.command == Command::status || query.command == Command::canonicalize;
@@ -158,7 +121,7 @@ ExitCode run(Query query) {
         const ExitCode exitCode = askPaths(*connection, query,
                                            {.input = std::cin,
                                             .complete = absolutePath,
-                                            .print = print,
+                                            .print = printText,
                                             .complain = complain,
                                             .explain = explainerOf(query, *connection)});
         // To std::cin a failure is the end.
@@ -169,14 +132,14 @@ ExitCode run(Query query) {
     }
     Report report;
     const ExitCode exitCode = ask(*connection, query, report);
-    print(query.json ? jsonText(report) : tableText(report));
+    printText(query.json ? jsonText(report) : tableText(report));
     return exitCode;
 }
 
 ExitCode runCommandLine() {
-    const CommandLine line = parseCommandLine(arguments());
+    const CommandLine line = parseCommandLine(programArguments());
     if (!line.help.empty()) {
-        print(line.help);
+        printText(line.help);
         return exitAnswered;
     }
     return run(line.query);
@@ -185,12 +148,7 @@ ExitCode runCommandLine() {
 }  // namespace
 
 int main() {
-    _setmode(_fileno(stdin), _O_BINARY);
-    _setmode(_fileno(stdout), _O_BINARY);
-    _setmode(_fileno(stderr), _O_BINARY);
-    // If a library needs another one that is missing, our error line reports it, not a window.
-    SetErrorMode(SEM_FAILCRITICALERRORS);
-    const Utf8Console console;
+    const Console console;
     try {
         return runCommandLine();
     } catch (const std::exception& error) {

@@ -1,9 +1,11 @@
 #pragma once
 
 #include "tools/ccquery/journals/journalline.h"
-#include "tools/ccquery/report.h"
+#include "tools/shared/report.h"
 
 namespace ccquery {
+
+using tools::Json;
 
 /// Returns a text as a journal has it: an object with its bytes in hexadecimal if it isn't UTF-8.
 [[nodiscard]] Json journalJson(const std::string& text);

@@ -19,8 +19,8 @@
 #include "tools/ccquery/journals/recordcommand.h"
 #include "tools/ccquery/journals/usagecommand.h"
 #include "tools/ccquery/journals/verifycommand.h"
-#include "tools/ccquery/journals/wholefile-win.h"
-#include "tools/ccquery/systemerror-win.h"
+#include "tools/shared/systemerror-win.h"
+#include "tools/shared/wholefile-win.h"
 #include "util/pathcollation.h"
 #include "util/platform/unicodetext-win.h"
 #include "util/windows/system-paths-win.h"
@@ -29,6 +29,9 @@
 #include "util/windows/system/smallfile-win.h"
 
 namespace ccquery {
+
+using tools::systemErrorText;
+
 namespace {
 
 /// A file that is read in binary mode.
@@ -99,6 +102,10 @@ bool isSamePath(const std::string& a, const std::string& b) {
     return comparePaths(completed(a), completed(b)) == 0;
 }
 
+void writeFile(const std::string& file, const std::string& text, bool replace) {
+    tools::writeWholeFile(file, text, replace);
+}
+
 ExitCode run(const Query& query, const JournalProgram& program, ProgressLine& progress) {
     const auto print = [&](const std::string& text) {
         progress.erase();
@@ -113,8 +120,7 @@ ExitCode run(const Query& query, const JournalProgram& program, ProgressLine& pr
         [&](uint64_t bytes) { progress.update(bytes); }};
     switch (query.command) {
         case Command::record:
-            return record(query,
-                          {source, print, complain, System::exists, isSamePath, writeWholeFile});
+            return record(query, {source, print, complain, System::exists, isSamePath, writeFile});
         case Command::usage: {
             const std::string file = configurationFile();
             return usage(query, {source, file, bytesOf(file), isThere, print, complain});

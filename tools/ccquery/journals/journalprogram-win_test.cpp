@@ -14,7 +14,7 @@
 #include "testing/providers/nodrivestest-win.h"
 #include "testing/scopes/tempfolder.h"
 #include "testing/utf8path.h"
-#include "tools/ccquery/report.h"
+#include "tools/shared/report.h"
 
 namespace {
 
@@ -46,8 +46,8 @@ protected:
 
     /// A status question about a file of the folder.
     std::string fileStatus(const std::string& name, int type, const std::string& version) const {
-        return statusLine(ccquery::Json(mFolder.utf8(name)).dump(), type,
-                          ccquery::Json(version).dump());
+        return statusLine(tools::Json(mFolder.utf8(name)).dump(), type,
+                          tools::Json(version).dump());
     }
 
     TempFolder mFolder;

@@ -1,10 +1,13 @@
 #include "tools/ccquery/journals/recorder.h"
 
 #include "clearcase/fakeanswers.h"
-#include "tools/ccquery/report.h"
+#include "tools/shared/report.h"
 #include "util/pathfun.h"
 
 namespace ccquery {
+
+using tools::oneLine;
+
 namespace {
 
 /// Returns how the fake answers a call that it always refuses, or null for another operation.

@@ -15,9 +15,14 @@
 #include "tools/ccquery/journals/journaljson.h"
 #include "tools/ccquery/journals/limitedmessages.h"
 #include "tools/ccquery/nearlines.h"
-#include "tools/ccquery/report.h"
+#include "tools/shared/report.h"
 
 namespace ccquery {
+
+using tools::Json;
+using tools::jsonLine;
+using tools::oneLine;
+
 namespace {
 
 class UsageVisitor : public JournalVisitor {

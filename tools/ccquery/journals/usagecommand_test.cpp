@@ -9,7 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "testing/journaltext.h"
-#include "tools/ccquery/report.h"
+#include "tools/shared/report.h"
 
 namespace {
 

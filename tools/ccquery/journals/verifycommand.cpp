@@ -10,9 +10,14 @@
 #include "tools/ccquery/journals/limitedmessages.h"
 #include "tools/ccquery/journals/recordedconnections.h"
 #include "tools/ccquery/journals/recordedpaths.h"
+#include "tools/shared/report.h"
 #include "util/pathfun.h"
 
 namespace ccquery {
+
+using tools::jsonLine;
+using tools::oneLine;
+
 namespace {
 
 bool contains(const std::vector<std::string>& list, std::string_view text) {

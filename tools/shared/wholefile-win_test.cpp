@@ -1,4 +1,4 @@
-#include "tools/ccquery/journals/wholefile-win.h"
+#include "tools/shared/wholefile-win.h"
 
 #include <filesystem>
 #include <fstream>
@@ -7,11 +7,14 @@
 
 #include <gtest/gtest.h>
 
+#include <windows.h>
+
+#include "testing/calls/replacedcall-win.h"
 #include "testing/scopes/tempfolder.h"
 
 namespace {
 
-using ccquery::writeWholeFile;
+using tools::writeWholeFile;
 using namespace testing_support;
 
 std::string contentOf(const std::filesystem::path& file) {
@@ -69,6 +72,37 @@ TEST(WholeFileTest, AFolderWithTheNameStays) {
     create_directory(folder.path() / "a");
     EXPECT_NE(problemOf(folder.utf8("a"), /*replace=*/true), "(none)");
     EXPECT_EQ(fileCount(folder), 1U);
+}
+
+TEST(WholeFileTest, TheMessageEndsWithTheAdvice) {
+    const TempFolder folder;
+    const std::string file = folder.utf8("none/a");
+    try {
+        writeWholeFile(file, "new", /*replace=*/true, "go elsewhere");
+        ADD_FAILURE() << "written";
+    } catch (const std::runtime_error& error) {
+        const std::string problem = error.what();
+        EXPECT_TRUE(problem.ends_with("; go elsewhere")) << problem;
+    }
+}
+
+TEST(WholeFileTest, AFileThatIsOpenForAMomentIsReplacedAfterIt) {
+    const TempFolder folder;
+    const std::string file = folder.write("a", "old");
+    static int refused;
+    refused = 0;
+    const ReplacedCall<decltype(MoveFileExW)> moved(
+        "MoveFileExW", [](LPCWSTR from, LPCWSTR to, DWORD flags) -> BOOL {
+            if (++refused <= 2) {
+                SetLastError(refused == 1 ? ERROR_SHARING_VIOLATION : ERROR_ACCESS_DENIED);
+                return FALSE;
+            }
+            EXPECT_NE(flags & MOVEFILE_REPLACE_EXISTING, 0U);
+            return DeleteFileW(to) && MoveFileW(from, to);
+        });
+    writeWholeFile(file, "new", /*replace=*/true);
+    EXPECT_EQ(contentOf(folder.path() / "a"), "new");
+    EXPECT_EQ(refused, 3);
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "tools/ccquery/absolutepath-win.h"
+#include "tools/shared/absolutepath-win.h"
 
 #include <filesystem>
 #include <stdexcept>
@@ -10,7 +10,7 @@
 
 namespace {
 
-using ccquery::absolutePath;
+using tools::absolutePath;
 using namespace testing_support;
 
 /// Changes the current directory of the process for its lifetime.
@@ -59,13 +59,13 @@ TEST(AbsolutePathTest, ARelativePathBeginsAtTheCurrentDirectory) {
                   "\\gr\xc3\xb6\xc3\x9f"
                   "e");
     EXPECT_EQ(absolutePath("."), here);
-    EXPECT_EQ(ccquery::currentDirectory(), here);
+    EXPECT_EQ(tools::currentDirectory(), here);
 }
 
 TEST(AbsolutePathTest, APathFromTheRootTakesTheCurrentDrive) {
     const testing_support::TempFolder folder;
     const CurrentFolder current(folder.path());
-    const std::string drive = ccquery::currentDirectory().substr(0, 2);
+    const std::string drive = tools::currentDirectory().substr(0, 2);
     EXPECT_EQ(absolutePath("\\foo"), drive + "\\foo");
     EXPECT_EQ(absolutePath("/foo/bar"), drive + "\\foo\\bar");
 }

@@ -1,12 +1,12 @@
-#include "tools/ccquery/report.h"
+#include "tools/shared/report.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <iterator>
 
-#include "tools/ccquery/characters.h"
+#include "tools/shared/characters.h"
 
-namespace ccquery {
+namespace tools {
 namespace {
 
 std::string dump(const Json& value) {
@@ -116,4 +116,4 @@ std::string tableText(const Report& report) {
     return text;
 }
 
-}  // namespace ccquery
+}  // namespace tools

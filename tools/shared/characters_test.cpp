@@ -1,11 +1,11 @@
-#include "tools/ccquery/characters.h"
+#include "tools/shared/characters.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-using ccquery::characterCount;
-using ccquery::continuesCharacter;
+using tools::characterCount;
+using tools::continuesCharacter;
 
 TEST(CharactersTest, ACharacterOfSeveralBytesCountsOnce) {
     EXPECT_EQ(characterCount(""), 0U);

@@ -1,10 +1,10 @@
-#include "tools/ccquery/systemerror-win.h"
+#include "tools/shared/systemerror-win.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-using ccquery::systemErrorText;
+using tools::systemErrorText;
 
 TEST(SystemErrorTextTest, AnErrorHasItsMessageAndItsNumberOnOneLine) {
     const std::string text = systemErrorText(2);

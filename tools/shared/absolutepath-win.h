@@ -2,7 +2,7 @@
 
 #include <string>
 
-namespace ccquery {
+namespace tools {
 
 /// Returns `path` if it is absolute for a connection (see isAbsolutePath); a connection stops the
 /// process at any other path. Otherwise returns the absolute path that Windows makes from it, the
@@ -13,4 +13,4 @@ namespace ccquery {
 /// Returns the current directory, completed by `absolutePath`.
 [[nodiscard]] std::string currentDirectory();
 
-}  // namespace ccquery
+}  // namespace tools

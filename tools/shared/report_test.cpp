@@ -1,4 +1,4 @@
-#include "tools/ccquery/report.h"
+#include "tools/shared/report.h"
 
 #include <utility>
 
@@ -6,14 +6,14 @@
 
 namespace {
 
-using ccquery::explainedText;
-using ccquery::jsonText;
-using ccquery::oneLine;
-using ccquery::Report;
-using ccquery::tabbedLine;
-using ccquery::tableText;
+using tools::explainedText;
+using tools::jsonText;
+using tools::oneLine;
+using tools::Report;
+using tools::tabbedLine;
+using tools::tableText;
 
-Report table(ccquery::Row headings, std::vector<ccquery::Row> rows) {
+Report table(tools::Row headings, std::vector<tools::Row> rows) {
     Report report;
     report.headings = std::move(headings);
     report.rows = std::move(rows);

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <string_view>
 
-namespace ccquery {
+namespace tools {
 
 /// Whether a byte isn't the first one of a character of UTF-8.
 [[nodiscard]] constexpr bool continuesCharacter(char byte) {
@@ -17,4 +17,4 @@ namespace ccquery {
            static_cast<size_t>(std::count_if(text.begin(), text.end(), continuesCharacter));
 }
 
-}  // namespace ccquery
+}  // namespace tools

@@ -1,4 +1,4 @@
-#include "tools/ccquery/absolutepath-win.h"
+#include "tools/shared/absolutepath-win.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -8,7 +8,7 @@
 #include "util/pathfun.h"
 #include "util/platform/unicodetext-win.h"
 
-namespace ccquery {
+namespace tools {
 
 std::string absolutePath(const std::string& path) {
     if (isAbsolutePath(path, windowsPaths)) {
@@ -32,4 +32,4 @@ std::string absolutePath(const std::string& path) {
 
 std::string currentDirectory() { return absolutePath("."); }
 
-}  // namespace ccquery
+}  // namespace tools

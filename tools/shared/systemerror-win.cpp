@@ -1,10 +1,10 @@
-#include "tools/ccquery/systemerror-win.h"
+#include "tools/shared/systemerror-win.h"
 
 #include <windows.h>
 
 #include "util/platform/unicodetext-win.h"
 
-namespace ccquery {
+namespace tools {
 
 std::string systemErrorText(unsigned long error) {
     std::wstring words(1024, L'\0');
@@ -16,4 +16,4 @@ std::string systemErrorText(unsigned long error) {
     return words.empty() ? number : toUtf8(words) + " (" + number + ")";
 }
 
-}  // namespace ccquery
+}  // namespace tools

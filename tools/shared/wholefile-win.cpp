@@ -1,4 +1,4 @@
-#include "tools/ccquery/journals/wholefile-win.h"
+#include "tools/shared/wholefile-win.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -6,26 +6,42 @@
 
 #include <windows.h>
 
-#include "tools/ccquery/systemerror-win.h"
+#include "tools/shared/systemerror-win.h"
 #include "util/windows/scopedhandle-win.h"
 #include "util/windows/system-paths-win.h"
 #include "util/windows/system/smallfile-win.h"
 
-namespace ccquery {
+namespace tools {
 namespace {
 
 /// Throws for the error in GetLastError.
-[[noreturn]] void fail(const std::string& file) {
+[[noreturn]] void fail(const std::string& file, const char* advice) {
     const DWORD error = GetLastError();
-    throw std::runtime_error("can't write '" + file + "': " + systemErrorText(error) +
-                             "; name another file");
+    throw std::runtime_error("can't write '" + file + "': " + systemErrorText(error) + "; " +
+                             advice);
+}
+
+/// Gives a file the name of another. Windows refuses that while another process has that one open.
+bool rename(const std::wstring& from, const std::wstring& to, DWORD flags) {
+    constexpr int tries = 50;
+    for (int i = 1;; ++i) {
+        if (MoveFileExW(from.c_str(), to.c_str(), flags)) {
+            return true;
+        }
+        const DWORD error = GetLastError();
+        const bool isOpen = error == ERROR_SHARING_VIOLATION || error == ERROR_ACCESS_DENIED;
+        if (!isOpen || i == tries) {
+            return false;
+        }
+        Sleep(10);
+    }
 }
 
 /// A new file that Windows removes when it is closed, unless it is kept.
 class TemporaryFile {
 public:
-    /// Throws std::runtime_error. `file` is what the message names.
-    explicit TemporaryFile(const std::string& file) : mFile(file) {
+    /// Throws std::runtime_error. `file` is what the message names, `advice` its end.
+    TemporaryFile(const std::string& file, const char* advice) : mFile(file), mAdvice(advice) {
         UniqueName names(file + '.');
         for (int tries = 0; tries < 100; ++tries) {
             mName = System::unicodePath(names.next());
@@ -41,7 +57,7 @@ public:
                 break;
             }
         }
-        fail(mFile);
+        fail(mFile, mAdvice);
     }
 
     void write(std::string_view text) {
@@ -49,12 +65,12 @@ public:
             const auto size = static_cast<DWORD>(std::min(text.size(), size_t{1} << 30));
             DWORD written = 0;
             if (!WriteFile(mHandle.get(), text.data(), size, &written, /*lpOverlapped=*/nullptr)) {
-                fail(mFile);
+                fail(mFile, mAdvice);
             }
             text.remove_prefix(written);
         }
         if (!FlushFileBuffers(mHandle.get())) {
-            fail(mFile);
+            fail(mFile, mAdvice);
         }
     }
 
@@ -63,11 +79,11 @@ public:
         setRemoved(false);
         mHandle.release();
         const DWORD flags = MOVEFILE_WRITE_THROUGH | (replace ? MOVEFILE_REPLACE_EXISTING : 0U);
-        if (!MoveFileExW(mName.c_str(), name.c_str(), flags)) {
+        if (!rename(mName, name, flags)) {
             const DWORD error = GetLastError();
             DeleteFileW(mName.c_str());
             SetLastError(error);
-            fail(mFile);
+            fail(mFile, mAdvice);
         }
     }
 
@@ -76,21 +92,23 @@ private:
         FILE_DISPOSITION_INFO info{};
         info.DeleteFile = static_cast<BOOLEAN>(removed);
         if (!SetFileInformationByHandle(mHandle.get(), FileDispositionInfo, &info, sizeof info)) {
-            fail(mFile);
+            fail(mFile, mAdvice);
         }
     }
 
     const std::string& mFile;
+    const char* mAdvice;
     std::wstring mName;
     ScopedHandle mHandle;
 };
 
 }  // namespace
 
-void writeWholeFile(const std::string& file, const std::string& text, bool replace) {
-    TemporaryFile temporary(file);
+void writeWholeFile(const std::string& file, const std::string& text, bool replace,
+                    const char* advice) {
+    TemporaryFile temporary(file, advice);
     temporary.write(text);
     temporary.keepAs(System::unicodePath(file), replace);
 }
 
-}  // namespace ccquery
+}  // namespace tools

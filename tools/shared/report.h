@@ -8,7 +8,7 @@
 
 #include <nlohmann/json.hpp>
 
-namespace ccquery {
+namespace tools {
 
 using Json = nlohmann::ordered_json;
 using Row = std::vector<std::string>;
@@ -46,4 +46,4 @@ struct Report {
 /// in a table.
 [[nodiscard]] std::string oneLine(const std::string& text);
 
-}  // namespace ccquery
+}  // namespace tools
