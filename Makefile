@@ -25,7 +25,7 @@ windows: dependencies
 # Builds only what the demo runs.
 demo: dependencies
 	@scripts/build windows nbclearcase_fake nbclearcase_journal sampleconnection ccquery examplehost \
-		mvfsprovider registerprovider
+		ccdrives
 	@examples/demo
 
 test: native-dependencies

@@ -35,7 +35,7 @@ protected:
         ChildRun run{testProgramFolder() / "ccquery.exe",
                      {"--json", "--library", utf8(testProgramFolder() / GetParam())}};
         run.arguments.insert(run.arguments.end(), arguments.begin(), arguments.end());
-        run.environment = {{"MVFSPROVIDER_DRIVES", mFolder.write("drives.txt", drives)}};
+        run.environment = {{"NBCLEARCASE_DRIVES", mFolder.write("drives.txt", drives)}};
         return runChild(run);
     }
 

@@ -61,7 +61,7 @@ TEST_P(ThreadsTest, EightThreadsGetTheSameAnswersAndLeakNoMemoryOrHandles) {
     }
     const TempFolder folder;
     const EnvironmentScope drives(
-        "MVFSPROVIDER_DRIVES",
+        "NBCLEARCASE_DRIVES",
         folder.write("drives.txt", "m: | \\\\view\nx: | \\\\view\\tag1\ny: | \\\\view\\tag2\n"));
     const EnvironmentScope configuration(
         "NBCLEARCASE_FAKE_INI",

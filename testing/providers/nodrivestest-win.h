@@ -21,7 +21,7 @@ protected:
 private:
     RegisteredProvider mProvider;
     TempFolder mDrivesFolder;
-    EnvironmentScope mDrives{"MVFSPROVIDER_DRIVES", mDrivesFolder.write("drives.txt", "")};
+    EnvironmentScope mDrives{"NBCLEARCASE_DRIVES", mDrivesFolder.write("drives.txt", "")};
 };
 
 }  // namespace testing_support

@@ -10,21 +10,6 @@ namespace {
 
 using namespace testing_support;
 
-TEST(ProviderOrderTest, AServiceIsAppendedUnlessItIsInTheList) {
-    EXPECT_EQ(withService(L"", L"Ours"), L"Ours");
-    EXPECT_EQ(withService(L"RDPNP,LanmanWorkstation", L"Ours"), L"RDPNP,LanmanWorkstation,Ours");
-    EXPECT_EQ(withService(L"RDPNP,ours,LanmanWorkstation", L"Ours"),
-              L"RDPNP,ours,LanmanWorkstation");
-    EXPECT_EQ(withService(L"OursToo", L"Ours"), L"OursToo,Ours");
-}
-
-TEST(ProviderOrderTest, AServiceIsTakenOutAndTheOthersStay) {
-    EXPECT_EQ(withoutService(L"", L"Ours"), L"");
-    EXPECT_EQ(withoutService(L"Ours", L"Ours"), L"");
-    EXPECT_EQ(withoutService(L"RDPNP,ours,LanmanWorkstation", L"Ours"), L"RDPNP,LanmanWorkstation");
-    EXPECT_EQ(withoutService(L"RDPNP,OursToo", L"Ours"), L"RDPNP,OursToo");
-}
-
 /// Returns a text of the registry, or nothing if the key or the value doesn't exist.
 std::optional<std::wstring> registryText(const wchar_t* key, const wchar_t* value) {
     std::wstring text(1024, L'\0');
@@ -41,8 +26,13 @@ std::optional<std::wstring> order() {
                         L"ProviderOrder");
 }
 
+/// Returns the order after the provider is entered.
+std::wstring orderWithUs(const std::optional<std::wstring>& before) {
+    return (before.value_or(L"").empty() ? L"" : *before + L",") + L"NbclearcaseDrives";
+}
+
 constexpr const wchar_t* providerKey =
-    L"SYSTEM\\CurrentControlSet\\Services\\MvfsProvider\\NetworkProvider";
+    L"SYSTEM\\CurrentControlSet\\Services\\NbclearcaseDrives\\NetworkProvider";
 
 std::optional<std::wstring> libraryPath() { return registryText(providerKey, L"ProviderPath"); }
 
@@ -56,14 +46,17 @@ bool keyExists(const wchar_t* path) {
 }
 
 TEST(RegisteredProviderTest, TheRegistryNamesTheProviderUntilTheScopeEnds) {
+    const RegisteredProvider outer;
+    if (!outer.problem().empty()) {
+        GTEST_SKIP() << outer.problem();
+    }
+    testing_support::removeProvider();
     const auto orderBefore = order();
     const auto pathBefore = libraryPath();
     {
         const RegisteredProvider provider(L"C:\\some\\provider.dll");
-        if (!provider.problem().empty()) {
-            GTEST_SKIP() << provider.problem();
-        }
-        EXPECT_EQ(order(), withService(orderBefore.value_or(L""), L"MvfsProvider"));
+        ASSERT_EQ(provider.problem(), "");
+        EXPECT_EQ(order(), orderWithUs(orderBefore));
         EXPECT_EQ(registryText(providerKey, L"Name"), L"ClearCase Dynamic Views");
         EXPECT_EQ(libraryPath(), L"C:\\some\\provider.dll");
     }
@@ -95,9 +88,9 @@ TEST(RegisteredProviderTest, KeysThatWereNotThereAreGoneAfterwards) {
     {
         const RegisteredProvider inner;
         ASSERT_EQ(inner.problem(), "");
-        EXPECT_TRUE(keyExists(L"SYSTEM\\CurrentControlSet\\Services\\MvfsProvider"));
+        EXPECT_TRUE(keyExists(L"SYSTEM\\CurrentControlSet\\Services\\NbclearcaseDrives"));
     }
-    EXPECT_FALSE(keyExists(L"SYSTEM\\CurrentControlSet\\Services\\MvfsProvider"));
+    EXPECT_FALSE(keyExists(L"SYSTEM\\CurrentControlSet\\Services\\NbclearcaseDrives"));
     EXPECT_TRUE(keyExists(L"SYSTEM\\CurrentControlSet\\Services"));
 }
 

@@ -206,7 +206,7 @@ path without an answer, then {"summary":{...}}.)");
             ->type_name("FILE");
         record
             ->add_option("--drives", mQuery.drives,
-                         "Where to write the drives, as a list for the test bed's provider")
+                         "Where to write the drives, as a list of ccdrives")
             ->type_name("FILE");
         record->add_flag("--force", mQuery.force, "Replace a file that is there already");
     }

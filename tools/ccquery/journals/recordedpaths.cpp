@@ -6,6 +6,7 @@
 #include <boost/container_hash/hash.hpp>
 
 #include "clearcase/viewpaths.h"
+#include "tools/ccdrives/drivelist.h"
 #include "tools/ccquery/journals/askagain.h"
 #include "util/pathfun.h"
 #include "util/stringutilities.h"
@@ -13,21 +14,16 @@
 namespace ccquery {
 namespace {
 
-/// Whether the list has the text as it is: it removes blanks, and cuts at bars and line ends.
-bool isField(const std::string& text) {
-    const auto isBlank = [](char c) { return c == ' ' || (c >= '\t' && c <= '\r'); };
-    return text != "-" && text.find_first_of("|\n") == std::string::npos &&
-           (text.empty() || (!isBlank(text.front()) && !isBlank(text.back())));
-}
-
 /// Appends the line of a connection, or says why it can't be one.
 void addConnection(const std::string& drive, const std::string& remoteName, std::string& list,
                    std::vector<std::string>& problems) {
     std::string upper = drive;
     toUpper(upper);
-    // A drive comes back in upper case. A line that begins with `#` is a comment.
-    if (isField(drive) && isField(remoteName) && upper == drive && !drive.starts_with('#')) {
-        list.append(drive).append(" | ").append(remoteName).append(1, '\n');
+    const std::optional<std::string> line = ccdrives::connectionLine(
+        {.localName = drive, .remoteName = remoteName, .provider = ccdrives::viewProvider});
+    // A drive comes back in upper case.
+    if (line && upper == drive) {
+        list.append(*line).append(1, '\n');
     } else {
         problems.push_back("a list of drives can't have '" + drive + "' as " + remoteName);
     }

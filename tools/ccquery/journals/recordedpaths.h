@@ -21,9 +21,8 @@ struct RecordedDrives {
     friend bool operator==(const RecordedDrives&, const RecordedDrives&) = default;
 };
 
-/// Returns the drives as a list for the test bed's network provider; see
-/// testing/providers/mvfsprovider/drivelist.h. `problems` gets a line for each drive that the list
-/// can't have.
+/// Returns the drives as a list of ccdrives; see tools/ccdrives/drivelist.h. `problems` gets a line
+/// for each drive that the list can't have.
 [[nodiscard]] std::string driveList(const RecordedDrives& drives,
                                     std::vector<std::string>& problems);
 

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "testing/providers/mvfsprovider/drivelist.h"
 #include "testing/recordcommandtest.h"
+#include "tools/ccdrives/drivelist.h"
 
 namespace {
 
@@ -68,7 +68,7 @@ TEST_F(RecordedPathsTest, DrivesAreAListForTheProvider) {
               "X: | \\\\view\\tag1\nY: | \\\\view\\\nZ: | \\\\view\\\x01\n");
     EXPECT_EQ(mFiles["o"], beginning);
     EXPECT_EQ(mPrinted, "");
-    const DriveList list = parseDriveList(mFiles["d"]);
+    const ccdrives::DriveList list = ccdrives::parseDriveList(mFiles["d"]);
     ASSERT_EQ(list.batches.size(), 1U);
     ASSERT_EQ(list.batches[0].connections.size(), 5U);
     EXPECT_EQ(list.batches[0].connections[0].localName, "M:");

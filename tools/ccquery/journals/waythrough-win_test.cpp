@@ -29,7 +29,7 @@ protected:
              .environment = {{"NBCLEARCASE_JOURNAL_LIBRARY", library("sampleconnection")},
                              {"NBCLEARCASE_JOURNAL_FILE", "j.jsonl"},
                              {"NBCLEARCASE_FAKE_INI", "recorded.ini"},
-                             {"MVFSPROVIDER_DRIVES", mFolder.utf8("recorded.txt")},
+                             {"NBCLEARCASE_DRIVES", mFolder.utf8("recorded.txt")},
                              {"CLEARCASE_ROOT", std::nullopt}},
              .folder = mFolder.path()});
     }
@@ -107,7 +107,7 @@ TEST_F(WayThroughTest, AJournalOfTheFakeVerifiesAgainstTheFake) {
                       .environment = {{"NBCLEARCASE_JOURNAL_LIBRARY", std::nullopt},
                                       {"NBCLEARCASE_JOURNAL_FILE", "j.jsonl"},
                                       {"NBCLEARCASE_FAKE_INI", "recorded.ini"},
-                                      {"MVFSPROVIDER_DRIVES", mFolder.utf8("recorded.txt")}},
+                                      {"NBCLEARCASE_DRIVES", mFolder.utf8("recorded.txt")}},
                       .folder = mFolder.path()};
         return runChild(host);
     };

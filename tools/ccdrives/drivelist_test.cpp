@@ -1,10 +1,14 @@
-#include "testing/providers/mvfsprovider/drivelist.h"
+#include "tools/ccdrives/drivelist.h"
 
-#include <stdexcept>
+#include <optional>
+#include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
 namespace {
+
+using namespace ccdrives;
 
 void expectConnection(const DriveConnection& connection,
                       const std::optional<std::string>& localName,
@@ -80,11 +84,71 @@ TEST(DriveListTest, ALineOfNoKnownFormIsAnErrorThatNamesIt) {
     for (const char* line : {"M:", "a|b|c|d", "open", "open x", "open 1x", "open -1", "fail 1 2",
                              "fail 4294967296", "batch 0", "close 1"}) {
         try {
-            parseDriveList("# x\n" + std::string(line) + "\n");
+            static_cast<void>(parseDriveList("# x\n \t" + std::string(line) + " \n"));
             ADD_FAILURE() << line;
-        } catch (const std::invalid_argument& error) {
+        } catch (const DriveListError& error) {
             EXPECT_EQ(error.what(), "line 2: " + std::string(line));
+            EXPECT_EQ(error.mLine, 2U);
+            EXPECT_EQ(error.mText, line);
         }
+    }
+}
+
+TEST(DriveListTest, AByteOrderMarkBeforeTheTextIsIgnored) {
+    const DriveList list = parseDriveList("\xef\xbb\xbf# x\nm: | \\\\view\n");
+    ASSERT_EQ(list.batches.size(), 1U);
+    expectConnection(list.batches[0].connections.at(0), "m:", "\\\\view",
+                     "ClearCase Dynamic Views");
+    EXPECT_TRUE(parseDriveList("\xef\xbb\xbf").batches.empty());
+}
+
+TEST(DriveListTest, ConnectionsKnowTheirLines) {
+    const std::vector<DriveConnection> all =
+        connectionsOf(parseDriveList("# x\na|b\r\nbatch\n\nfail 3\nc|d"));
+    ASSERT_EQ(all.size(), 2U);
+    EXPECT_EQ(all[0].localName, "a");
+    EXPECT_EQ(all[0].line, 2U);
+    EXPECT_EQ(all[1].localName, "c");
+    EXPECT_EQ(all[1].line, 6U);
+}
+
+TEST(ConnectionLineTest, TheLineIsParsedAsTheConnection) {
+    const DriveConnection rows[] = {
+        {"M:", "\\\\view", "ClearCase Dynamic Views"},
+        {"z:", "\\\\server\\share", "Other Network"},
+        {"", "", ""},
+        {std::nullopt, std::nullopt, std::nullopt},
+        {"a#", "b c", "-x"},
+    };
+    for (const DriveConnection& row : rows) {
+        const std::optional<std::string> line = connectionLine(row);
+        ASSERT_TRUE(line.has_value());
+        const std::vector<DriveConnection> parsed = connectionsOf(parseDriveList(*line + "\r\n"));
+        ASSERT_EQ(parsed.size(), 1U) << *line;
+        EXPECT_EQ(parsed[0], row) << *line;
+    }
+    EXPECT_EQ(connectionLine(rows[0]), "M: | \\\\view");
+    EXPECT_EQ(connectionLine(rows[1]), "z: | \\\\server\\share | Other Network");
+}
+
+TEST(ConnectionLineTest, SomeTextsHaveNoLine) {
+    const DriveConnection rows[] = {
+        {"a|b", "c", viewProvider},
+        {"a|b", "c", "d"},
+        {"#a", "b", "c"},
+        {" a", "b", "c"},
+        {"a", "b\t", "c"},
+        {"a", "b", "c\r"},
+        {"a", "b\nc", "d"},
+        {"-", "b", "c"},
+        {"a", "b\nc|d", viewProvider},
+        {"a", "b", "-"},
+        {"\xef\xbb\xbf"
+         "a",
+         "b", "c"},
+    };
+    for (const DriveConnection& row : rows) {
+        EXPECT_EQ(connectionLine(row), std::nullopt) << *row.localName;
     }
 }
 

@@ -1,21 +1,26 @@
-// A network provider, as Windows loads it for the WNet functions. Its connections are in the text
-// file (see drivelist.h) that the environment variable MVFSPROVIDER_DRIVES of the calling process
-// names. Without the variable or the file, there are no connections. It only enumerates.
+// A network provider, as Windows loads it for the WNet functions. Its connections are in the list
+// of drives (see drivelist.h) that the environment of the calling process names (see
+// drivesplace-win.h). Without a list, or if it can't be read, there are no connections. It only
+// enumerates.
 
 #include <cstddef>
+#include <cstdio>
 #include <cstring>
 #include <exception>
 #include <filesystem>
 #include <fstream>
-#include <iostream>
 #include <iterator>
 #include <memory>
+#include <optional>
+#include <string>
 #include <wnnc.h>
 
 #include <windows.h>
 #include <winnetwk.h>
 
-#include "testing/providers/mvfsprovider/drivelist.h"
+#include "tools/ccdrives/drivelist.h"
+#include "tools/ccdrives/drivesplace-win.h"
+#include "util/platform/unicodetext-win.h"
 
 extern "C" {
 #include <npapi.h>
@@ -23,24 +28,16 @@ extern "C" {
 
 namespace {
 
-std::filesystem::path drivesFile() {
-    std::wstring name(32768, L'\0');
-    name.resize(GetEnvironmentVariableW(L"MVFSPROVIDER_DRIVES", name.data(),
-                                        static_cast<DWORD>(name.size())));
-    return name;
-}
+using namespace ccdrives;
 
 DriveList readDrives() {
-    std::ifstream file(drivesFile(), std::ios::binary);
+    std::ifstream file(std::filesystem::path(toWide(drivesFile())), std::ios::binary);
     return parseDriveList(
         std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()));
 }
 
 std::optional<std::wstring> wide(const std::optional<std::string>& text) {
-    if (!text) {
-        return std::nullopt;
-    }
-    return std::filesystem::path(std::u8string(text->begin(), text->end())).wstring();
+    return text ? std::optional(toWide(*text)) : std::nullopt;
 }
 
 /// A caller's buffer: entries at its beginning, their texts at its end.
@@ -152,9 +149,11 @@ DWORD WINAPI NPOpenEnum(DWORD scope, DWORD, DWORD, LPNETRESOURCEW, LPHANDLE hand
         return WN_SUCCESS;
     }
     return enumeration->list.openError;
-} catch (const std::exception& error) {
-    // Without this, a mistake in the file would look like a system without drives.
-    std::cerr << "mvfsprovider: " << error.what() << '\n';
+} catch (const std::exception&) {
+    // Without this, a mistake in the list would look like a system without drives. The line could
+    // have anything, so ccdrives prints it.
+    std::fputs("ccdrives_provider: the list of drives can't be understood; see ccdrives list\n",
+               stderr);
     return ERROR_INVALID_DATA;
 }
 

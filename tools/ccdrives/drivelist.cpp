@@ -1,14 +1,14 @@
-#include "testing/providers/mvfsprovider/drivelist.h"
+#include "tools/ccdrives/drivelist.h"
 
 #include <charconv>
-#include <cstddef>
-#include <stdexcept>
 #include <utility>
 
 #include <boost/algorithm/string/classification.hpp>
 #include <boost/algorithm/string/split.hpp>
-#include <boost/algorithm/string/trim.hpp>
 
+#include "util/stringutilities.h"
+
+namespace ccdrives {
 namespace {
 
 using Fields = std::vector<std::string>;
@@ -17,7 +17,7 @@ Fields splitLine(const std::string& line, const char* separators) {
     Fields fields;
     boost::algorithm::split(fields, line, boost::algorithm::is_any_of(separators));
     for (std::string& field : fields) {
-        boost::algorithm::trim(field);
+        trim(field);
     }
     return fields;
 }
@@ -42,7 +42,7 @@ std::optional<uint32_t> numberAfter(const std::string& word, const std::string& 
 class DriveListBuilder {
 public:
     /// Adds a line that is neither empty nor a comment. Returns false if it has no known form.
-    bool take(const std::string& line) {
+    bool take(const std::string& line, size_t number) {
         if (line == "batch") {
             endBatch();
         } else if (const auto openError = numberAfter("open", line)) {
@@ -51,7 +51,7 @@ public:
             endBatch();
             mList.batches.push_back({.connections = {}, .error = *error});
         } else {
-            return takeConnection(splitLine(line, "|"));
+            return takeConnection(splitLine(line, "|"), number);
         }
         return true;
     }
@@ -62,14 +62,15 @@ public:
     }
 
 private:
-    bool takeConnection(const Fields& fields) {
+    bool takeConnection(const Fields& fields, size_t number) {
         if (fields.size() != 2 && fields.size() != 3) {
             return false;
         }
         mBatch.connections.push_back(
             {.localName = nameOrNull(fields[0]),
              .remoteName = nameOrNull(fields[1]),
-             .provider = fields.size() == 3 ? nameOrNull(fields[2]) : "ClearCase Dynamic Views"});
+             .provider = fields.size() == 3 ? nameOrNull(fields[2]) : viewProvider,
+             .line = number});
         return true;
     }
 
@@ -86,7 +87,16 @@ private:
 
 }  // namespace
 
+DriveListError::DriveListError(size_t line, const std::string& text)
+    : std::invalid_argument("line " + std::to_string(line) + ": " + text),
+      mLine(line),
+      mText(text) {}
+
 DriveList parseDriveList(std::string_view text) {
+    constexpr std::string_view byteOrderMark = "\xef\xbb\xbf";
+    if (text.starts_with(byteOrderMark)) {
+        text.remove_prefix(byteOrderMark.size());
+    }
     DriveListBuilder builder;
     size_t number = 0;
     while (!text.empty()) {
@@ -94,10 +104,37 @@ DriveList parseDriveList(std::string_view text) {
         std::string line(text.substr(0, end));
         text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
         ++number;
-        boost::algorithm::trim(line);
-        if (!line.empty() && line.front() != '#' && !builder.take(line)) {
-            throw std::invalid_argument("line " + std::to_string(number) + ": " + line);
+        trim(line);
+        if (!line.empty() && line.front() != '#' && !builder.take(line, number)) {
+            throw DriveListError(number, line);
         }
     }
     return builder.finish();
 }
+
+std::vector<DriveConnection> connectionsOf(const DriveList& list) {
+    std::vector<DriveConnection> all;
+    for (const DriveBatch& batch : list.batches) {
+        all.insert(all.end(), batch.connections.begin(), batch.connections.end());
+    }
+    return all;
+}
+
+std::optional<std::string> connectionLine(const DriveConnection& connection) {
+    std::string line =
+        connection.localName.value_or("-") + " | " + connection.remoteName.value_or("-");
+    if (connection.provider != viewProvider) {
+        line += " | " + connection.provider.value_or("-");
+    }
+    try {
+        const std::vector<DriveConnection> parsed = connectionsOf(parseDriveList(line));
+        if (parsed.size() == 1 && parsed.front() == connection) {
+            return line;
+        }
+    } catch (const DriveListError&) {
+        // The texts have bars or line ends.
+    }
+    return std::nullopt;
+}
+
+}  // namespace ccdrives

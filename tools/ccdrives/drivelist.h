@@ -1,6 +1,6 @@
 #pragma once
 
-// The format of the text that lists the connections of the test bed's provider, one item a line:
+// The format of the text that lists the connections of the provider, one item a line:
 //
 //     # A comment. Empty lines are ignored as well.
 //     M: | \\view | ClearCase Dynamic Views
@@ -25,17 +25,34 @@
 //
 // The system decides which of these results reach a caller of the WNet functions. Wine's mpr.dll
 // reports neither failure: the enumeration opens, and ends at a step that fails.
+//
+// Lines end with a line feed, or with a carriage return and a line feed. The text is UTF-8; editors
+// may put a byte order mark before it.
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
+
+namespace ccdrives {
+
+inline constexpr const char* viewProvider = "ClearCase Dynamic Views";
 
 struct DriveConnection {
     std::optional<std::string> localName;
     std::optional<std::string> remoteName;
     std::optional<std::string> provider;
+    /// The number of its line, from 1.
+    size_t line = 0;
+
+    /// Compares the texts.
+    friend bool operator==(const DriveConnection& a, const DriveConnection& b) {
+        return a.localName == b.localName && a.remoteName == b.remoteName &&
+               a.provider == b.provider;
+    }
 };
 
 /// One answer of the enumeration: some connections, or an error.
@@ -49,7 +66,22 @@ struct DriveList {
     std::vector<DriveBatch> batches;
 };
 
-/// Parses a text of this format. Lines end with a line feed, or with a carriage return and a line
-/// feed. Throws std::invalid_argument with the number and the text of a line that has no known
-/// form.
-DriveList parseDriveList(std::string_view text);
+/// A line that has no known form. `what()` is "line NUMBER: TEXT".
+class DriveListError : public std::invalid_argument {
+public:
+    DriveListError(size_t line, const std::string& text);
+
+    size_t mLine;       ///< from 1
+    std::string mText;  ///< without the blanks around it
+};
+
+/// Parses a text of this format. Throws DriveListError.
+[[nodiscard]] DriveList parseDriveList(std::string_view text);
+
+/// Returns the connections of all batches, in the order of their lines.
+[[nodiscard]] std::vector<DriveConnection> connectionsOf(const DriveList& list);
+
+/// Returns the line for a connection, without a line end; nothing if no line is parsed as it.
+[[nodiscard]] std::optional<std::string> connectionLine(const DriveConnection& connection);
+
+}  // namespace ccdrives

@@ -1,6 +1,9 @@
 #include <array>
+#include <optional>
 #include <sstream>
+#include <string>
 #include <string_view>
+#include <vector>
 #include <wnnc.h>
 
 #include <gtest/gtest.h>
@@ -26,7 +29,7 @@ using namespace testing_support;
 class DrivesFile {
 public:
     explicit DrivesFile(std::string_view text)
-        : mVariable("MVFSPROVIDER_DRIVES", mFolder.write("drives.txt", text)) {}
+        : mVariable("NBCLEARCASE_DRIVES", mFolder.write("drives.txt", text)) {}
 
 private:
     TempFolder mFolder;
@@ -36,7 +39,8 @@ private:
 /// The functions of the DLL, called as the system calls them.
 class ProviderTest : public testing::Test {
 protected:
-    ProviderTest() : mLibrary(LoadLibraryW((testProgramFolder() / "mvfsprovider.dll").c_str())) {
+    ProviderTest()
+        : mLibrary(LoadLibraryW((testProgramFolder() / "ccdrives_provider.dll").c_str())) {
         getCaps = function<DWORD WINAPI(DWORD)>("NPGetCaps");
         openEnum =
             function<DWORD WINAPI(DWORD, DWORD, DWORD, LPNETRESOURCEW, LPHANDLE)>("NPOpenEnum");
@@ -194,15 +198,28 @@ TEST_F(ProviderTest, NothingButConnectionsCanBeEnumerated) {
               static_cast<DWORD>(WN_NOT_SUPPORTED));
 }
 
-TEST_F(ProviderTest, WithoutTheVariableThereIsNoConnection) {
-    const EnvironmentScope variable("MVFSPROVIDER_DRIVES", std::nullopt);
+TEST_F(ProviderTest, WithoutTheVariableTheListOfTheUserCounts) {
+    const TempFolder folder;
+    create_directory(folder.path() / "nbclearcase");
+    folder.write("nbclearcase/drives.txt", "a:|x\n");
+    const EnvironmentScope variable("NBCLEARCASE_DRIVES", std::nullopt);
+    const EnvironmentScope profile("APPDATA", folder.path().string());
+    ASSERT_EQ(open(), 0U);
+    ASSERT_EQ(next(), 0U);
+    ASSERT_EQ(mCount, 1U);
+    EXPECT_STREQ(mBuffer[0].lpLocalName, L"a:");
+}
+
+TEST_F(ProviderTest, WithoutAPlaceForTheListThereIsNoConnection) {
+    const EnvironmentScope variable("NBCLEARCASE_DRIVES", std::nullopt);
+    const EnvironmentScope profile("APPDATA", std::nullopt);
     ASSERT_EQ(open(), 0U);
     EXPECT_EQ(next(), static_cast<DWORD>(WN_NO_MORE_ENTRIES));
 }
 
 TEST_F(ProviderTest, WithoutTheFileThereIsNoConnection) {
     const TempFolder folder;
-    const EnvironmentScope variable("MVFSPROVIDER_DRIVES", folder.utf8("none.txt"));
+    const EnvironmentScope variable("NBCLEARCASE_DRIVES", folder.utf8("none.txt"));
     ASSERT_EQ(open(), 0U);
     EXPECT_EQ(next(), static_cast<DWORD>(WN_NO_MORE_ENTRIES));
 }
@@ -211,7 +228,8 @@ TEST_F(ProviderTest, AMistakeInTheFileIsReportedAndMakesOpeningFail) {
     const DrivesFile drives("a:|x\nb:\n");
     testing::internal::CaptureStderr();
     const DWORD opened = open();
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "mvfsprovider: line 2: b:\n");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "ccdrives_provider: the list of drives can't be understood; see ccdrives list\n");
     EXPECT_EQ(opened, static_cast<DWORD>(ERROR_INVALID_DATA));
 }
 
@@ -290,36 +308,6 @@ TEST_F(ConnectionsTest, AProviderThatDoesNotOpenHasNoConnection) {
 TEST_F(ConnectionsTest, AnEnumerationThatFailsKeepsWhatCameBefore) {
     const DrivesFile drives("m: | \\\\view\nfail 1222\n");
     EXPECT_EQ(lines("entry"), Lines{"entry\tm:\t\\\\view\tClearCase Dynamic Views"});
-}
-
-TEST_F(ConnectionsTest, TheProgramTakesTheProviderOutAndEntersIt) {
-    const DrivesFile drives("m: | \\\\view\n");
-    const auto program = testProgramFolder() / "registerprovider.exe";
-    EXPECT_EQ(runChild({.program = program, .arguments = {"remove"}}).exitCode, 0U);
-    EXPECT_EQ(lines("entry").size(), 0U);
-    EXPECT_EQ(runChild({.program = program, .arguments = {"install"}}).exitCode, 0U);
-    EXPECT_EQ(lines("entry").size(), 1U);
-}
-
-TEST_F(ConnectionsTest, TheProgramEntersAnotherLibraryByARelativeName) {
-    const DrivesFile drives("m: | \\\\view\n");
-    const TempFolder folder;
-    copy_file(testProgramFolder() / "mvfsprovider.dll", folder.path() / "other.dll");
-    const ChildResult result = runChild({.program = testProgramFolder() / "registerprovider.exe",
-                                         .arguments = {"install", "other.dll"},
-                                         .folder = folder.path()});
-    EXPECT_EQ(result.exitCode, 0U);
-    EXPECT_EQ(lines("entry").size(), 1U);
-}
-
-TEST(RegisterProviderTest, WithoutAKnownCommandItSaysHowItIsUsed) {
-    const std::vector<Lines> commandLines = {{}, {"x"}, {"remove", "y"}, {"install", "a", "b"}};
-    for (const Lines& arguments : commandLines) {
-        const ChildResult result = runChild(
-            {.program = testProgramFolder() / "registerprovider.exe", .arguments = arguments});
-        EXPECT_EQ(result.exitCode, 2U);
-        EXPECT_EQ(result.error, "usage: registerprovider install [DLL] | remove\r\n");
-    }
 }
 
 }  // namespace

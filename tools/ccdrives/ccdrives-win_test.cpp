@@ -1,0 +1,196 @@
+// ccdrives as a user runs it: a process of its own.
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "testing/processes/childprocess-win.h"
+#include "testing/providers/registeredprovider-win.h"
+#include "testing/scopes/tempfolder.h"
+#include "testing/utf8path.h"
+#include "tools/ccdrives/providersetup-win.h"
+
+namespace {
+
+using namespace testing_support;
+
+using Texts = std::vector<std::string>;
+
+class CcdrivesTest : public testing::Test {
+protected:
+    void SetUp() override {
+        if (!mOuter.problem().empty()) {
+            GTEST_SKIP() << mOuter.problem();
+        }
+        removeProvider();
+    }
+    void TearDown() override { removeProvider(); }
+
+    ChildRun ccdrives(Texts arguments) const {
+        return {.program = testProgramFolder() / "ccdrives.exe",
+                .arguments = std::move(arguments),
+                .environment = {{"NBCLEARCASE_DRIVES", list()}}};
+    }
+    std::string list() const { return mFolder.utf8("drives.txt"); }
+
+    /// Expects success, and returns the output.
+    static std::string outputOf(const ChildRun& run) {
+        const ChildResult result = runChild(run);
+        EXPECT_EQ(result.exitCode, 0U);
+        EXPECT_EQ(result.error, "");
+        return result.output;
+    }
+
+    /// Expects exit code 2, nothing on standard output, and one line on standard error.
+    static std::string problemOf(const ChildRun& run) {
+        const ChildResult result = runChild(run);
+        EXPECT_EQ(result.exitCode, 2U);
+        EXPECT_EQ(result.output, "");
+        EXPECT_EQ(std::count(result.error.begin(), result.error.end(), '\n'), 1) << result.error;
+        return result.error;
+    }
+
+    /// Returns whether the system reports the drive to a process with this list.
+    static bool isConnected(const std::string& drive, const std::string& drives) {
+        const ChildResult result = runChild({.program = testProgramFolder() / "listconnections.exe",
+                                             .environment = {{"NBCLEARCASE_DRIVES", drives}}});
+        return result.output.find("entry\t" + drive + "\t\\\\view") != std::string::npos;
+    }
+
+    TempFolder mFolder;
+
+private:
+    RegisteredProvider mOuter;  ///< restores the registry
+};
+
+TEST_F(CcdrivesTest, ADriveIsSeenFromInstallAndConnectOn) {
+    EXPECT_EQ(outputOf(ccdrives({"connect", "m:", "\\\\view"})), "M: is connected with \\\\view\n");
+    EXPECT_FALSE(isConnected("M:", list()));
+    const std::string installed = outputOf(ccdrives({"install"}));
+    EXPECT_TRUE(installed.starts_with("changes below HKEY_LOCAL_MACHINE")) << installed;
+    EXPECT_TRUE(isConnected("M:", list()));
+    EXPECT_EQ(outputOf(ccdrives({"list"})),
+              "DRIVE  REMOTE NAME  PROVIDER\n"
+              "M:     \\\\view       ClearCase Dynamic Views\n");
+    EXPECT_EQ(outputOf(ccdrives({"disconnect", "M:"})), "M: is disconnected\n");
+    EXPECT_FALSE(isConnected("M:", list()));
+}
+
+TEST_F(CcdrivesTest, InstalledAndRemovedTwiceTheRegistryIsAsBefore) {
+    const ccdrives::ProviderEntries before = ccdrives::readProviderEntries();
+    EXPECT_NE(outputOf(ccdrives({"install"})).find("ProviderOrder"), std::string::npos);
+    const auto order = ccdrives::readProviderEntries().order;
+    EXPECT_EQ(outputOf(ccdrives({"install"})), "installed already; nothing changes\n");
+    EXPECT_EQ(ccdrives::readProviderEntries().order, order);
+    EXPECT_NE(outputOf(ccdrives({"remove"})).find("ProviderOrder"), std::string::npos);
+    EXPECT_EQ(outputOf(ccdrives({"remove"})), "not installed; nothing changes\n");
+    const ccdrives::ProviderEntries after = ccdrives::readProviderEntries();
+    EXPECT_EQ(after.order, before.order);
+    EXPECT_EQ(after.hasOrderKey, before.hasOrderKey);
+    EXPECT_EQ(after.hasService, before.hasService);
+}
+
+TEST_F(CcdrivesTest, ProcessesSideBySideSeeTheirOwnDrives) {
+    const std::string other = mFolder.write("other.txt", "X: | \\\\view\\other\n");
+    outputOf(ccdrives({"install"}));
+    outputOf(ccdrives({"connect", "Y:", "\\\\view\\mine"}));
+    EXPECT_TRUE(isConnected("Y:", list()));
+    EXPECT_FALSE(isConnected("X:", list()));
+    EXPECT_TRUE(isConnected("X:", other));
+    EXPECT_FALSE(isConnected("Y:", other));
+}
+
+TEST_F(CcdrivesTest, WithoutTheVariableTheListIsInTheUsersFolder) {
+    ChildRun run = ccdrives({"connect", "M:", "\\\\view"});
+    run.environment = {{"NBCLEARCASE_DRIVES", std::nullopt}, {"APPDATA", mFolder.utf8()}};
+    outputOf(run);
+    EXPECT_TRUE(exists(mFolder.path() / "nbclearcase" / "drives.txt"));
+    run.environment["APPDATA"] = std::nullopt;
+    EXPECT_EQ(problemOf(run),
+              "ccdrives: there is no folder APPDATA for the list of drives; name a file by "
+              "NBCLEARCASE_DRIVES\n");
+}
+
+TEST_F(CcdrivesTest, ListEndsWithOneIfProgramsCannotSeeTheDrives) {
+    const ChildResult result = runChild(ccdrives({"list", "--json"}));
+    EXPECT_EQ(result.exitCode, 1U);
+    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(result.error,
+              "ccdrives: programs can't see these drives: the provider isn't installed; run "
+              "ccdrives install as an administrator\n");
+}
+
+TEST_F(CcdrivesTest, AnotherProviderIsNamedByARelativePath) {
+    mFolder.write("drives.txt", "M: | \\\\view\n");
+    create_directory(mFolder.path() / "sub");
+    copy_file(testProgramFolder() / "ccdrives_provider.dll", mFolder.path() / "sub" / "other.dll");
+    ChildRun run = ccdrives({"install", "--library", "sub/other.dll"});
+    run.folder = mFolder.path();
+    outputOf(run);
+    const std::string library = ccdrives::readProviderEntries().library.value_or("");
+    EXPECT_TRUE(library.ends_with("\\sub\\other.dll")) << library;
+    EXPECT_TRUE(isConnected("M:", list()));
+}
+
+TEST_F(CcdrivesTest, WithoutTheProviderBesideItInstallIsRefused) {
+    copy_file(testProgramFolder() / "ccdrives.exe", mFolder.path() / "ccdrives.exe");
+    ChildRun run = ccdrives({"install"});
+    run.program = mFolder.path() / "ccdrives.exe";
+    const std::string problem = problemOf(run);
+    EXPECT_TRUE(problem.starts_with("ccdrives: there is no provider '")) << problem;
+    EXPECT_TRUE(problem.ends_with("ccdrives_provider.dll'; name another by --library FILE\n"))
+        << problem;
+    EXPECT_FALSE(ccdrives::readProviderEntries().hasService);
+}
+
+TEST_F(CcdrivesTest, WhatIsNotDoneIsOneLine) {
+    mFolder.write("drives.txt", "X: | \\\\view\\a\n");
+    EXPECT_EQ(problemOf(ccdrives({"connect", "X:", "\\\\view\\b"})),
+              "ccdrives: X: is connected with \\\\view\\a; disconnect it first\n");
+    EXPECT_EQ(problemOf(ccdrives({"connect", "Y:", "\\\\view\\a\nb"})),
+              "ccdrives: 'a\\nb' is no view tag; write one without \\, /, |, control characters "
+              "and blanks at its ends\n");
+    EXPECT_EQ(problemOf(ccdrives({"connect", "Y:"})),
+              "ccdrives: REMOTENAME is required; see ccdrives connect --help\n");
+    mFolder.write("drives.txt", "M: \\\\view\n");
+    EXPECT_EQ(problemOf(ccdrives({"list"})),
+              "ccdrives: " + list() +
+                  ":1: 'M: \\\\view' can't be understood; write DRIVE | REMOTENAME, or # before a "
+                  "comment\n");
+}
+
+TEST_F(CcdrivesTest, ALibrarySeesTheDrivesAsThePageShows) {
+    outputOf(ccdrives({"install"}));
+    outputOf(ccdrives({"connect", "M:", "\\\\view"}));
+    outputOf(ccdrives({"connect", "X:", "\\\\view\\main_view"}));
+    std::ifstream file("docs/drives.md", std::ios::binary);
+    const std::string page{std::istreambuf_iterator<char>(file), {}};
+    for (const Texts& arguments :
+         {Texts{"drives"},
+          Texts{"canonicalize", "--tag", "M:\\main_view\\vobs", "X:\\vobs\\gui\\main.c"}}) {
+        ChildRun run = ccdrives(arguments);
+        run.program = testProgramFolder() / "ccquery.exe";
+        std::string shown = "> ccquery";
+        for (const std::string& argument : arguments) {
+            shown += ' ' + argument;
+        }
+        shown += '\n' + outputOf(run);
+        EXPECT_NE(page.find(shown), std::string::npos) << shown;
+    }
+}
+
+TEST_F(CcdrivesTest, HelpGoesToStandardOutput) {
+    for (const Texts& arguments : {Texts{"--help"}, Texts{"connect", "--help"}}) {
+        const std::string help = outputOf(ccdrives(arguments));
+        EXPECT_NE(help.find("Usage: ccdrives"), std::string::npos) << help;
+    }
+}
+
+}  // namespace

@@ -1,0 +1,122 @@
+#include "tools/ccdrives/commandline.h"
+
+#include <algorithm>
+#include <utility>
+
+#include <CLI/CLI.hpp>
+
+namespace ccdrives {
+namespace {
+
+/// The parser, its commands and the request that they fill.
+class Parser {
+public:
+    Parser() {
+        // What begins with a slash is a bad remote name, no option.
+        mApp.allow_windows_style_options(false);
+        mApp.fallthrough();
+        mApp.require_subcommand(1);
+        mApp.get_formatter()->label("SUBCOMMAND", "COMMAND ...");
+        mApp.set_help_flag("-h,--help", "Print this help and exit");
+        mApp.add_flag("--json", mRequest.json, "Print a JSON object a line in place of text");
+        mApp.footer(
+            "The list of drives is %APPDATA%\\nbclearcase\\drives.txt, or the file that the\n"
+            "environment variable NBCLEARCASE_DRIVES names. docs/drives.md describes it.\n"
+            "Exit codes: 0; 1 if \"list\" finds that programs can't see the drives; 2 if it\n"
+            "isn't done: standard error then says why, and what to do.");
+        addProviderCommands();
+        addDriveCommands();
+    }
+
+    CommandLine parse(std::vector<std::string> arguments) {
+        std::reverse(arguments.begin(), arguments.end());
+        try {
+            mApp.parse(arguments);
+        } catch (const CLI::CallForHelp&) {  // GCOVR_EXCL_BR_LINE: memory may be lacking
+            return {.request = {}, .help = mApp.help()};
+        } catch (const CLI::ParseError& error) {
+            throw UsageError(complaint(error));
+        }
+        return {.request = mRequest, .help = {}};
+    }
+
+private:
+    CLI::App* addCommand(Command command, const char* name, const char* description,
+                         const std::string& footer) {
+        CLI::App* added = mApp.add_subcommand(name, description);
+        added->group("Commands");
+        added->parse_complete_callback([this, command] { mRequest.command = command; });
+        added->footer(footer);
+        return added;
+    }
+
+    void addProviderCommands() {
+        const std::string changes =
+            R"(Prints each change of the registry before it makes any; what is done already isn't
+done again. With --json: {"change":"set", "removeValue" or "removeKey","key":TEXT,
+"value":TEXT or null,"text":TEXT or null,"before":TEXT or null} for each change, then
+{"installed":true or false,"changes":NUMBER})";
+        addCommand(Command::install, "install",
+                   "Enters the network provider in the registry; needs an administrator", changes)
+            ->add_option("--library", mRequest.library,
+                         "The provider (default: ccdrives_provider.dll beside ccdrives)")
+            ->type_name("FILE");
+        addCommand(Command::remove, "remove",
+                   "Undoes what install has changed, and nothing else; needs an administrator",
+                   changes);
+    }
+
+    void addDriveCommands() {
+        addCommand(Command::list, "list",
+                   "The connections of the list; exit code 1 if programs can't see them",
+                   R"(With --json: {"drive":TEXT or null,"remoteName":TEXT or null,
+"provider":TEXT or null} for each connection)");
+        const std::string answer =
+            R"(With --json: {"drive":TEXT,"remoteName":TEXT or null,"changed":true or false})";
+        CLI::App* connect = addCommand(
+            Command::connect, "connect", "Connects a drive in the list",
+            R"(A drive that is connected with something else isn't replaced: disconnect it first. The
+same connection again changes nothing. Libraries see it when they are loaded next.
+)" + answer);
+        addDrive(*connect);
+        connect
+            ->add_option("REMOTENAME", mRequest.remoteName,
+                         R"(\\view for the MVFS drive, \\view\TAG for the drive of a view)")
+            ->required()
+            ->type_name("");
+        addDrive(*addCommand(Command::disconnect, "disconnect", "Takes a drive out of the list",
+                             answer));
+    }
+
+    void addDrive(CLI::App& command) {
+        command.add_option("DRIVE", mRequest.drive, "A letter and a colon, such as M:")
+            ->required()
+            ->type_name("");
+    }
+
+    std::string complaint(const CLI::ParseError& error) const {
+        const std::vector<CLI::App*> chosen = mApp.get_subcommands();
+        const auto kind = static_cast<CLI::ExitCodes>(error.get_exit_code());
+        const std::vector<std::string> rest = mApp.remaining(/*recurse=*/true);
+        if (chosen.empty() && kind == CLI::ExitCodes::RequiredError) {
+            return (rest.empty() ? "no command" : "unknown command '" + rest.front() + "'") +
+                   "; use install, remove, list, connect or disconnect, or see ccdrives --help";
+        }
+        const std::string problem = kind == CLI::ExitCodes::ExtrasError
+                                        ? "unexpected argument '" + rest.front() + "'"
+                                        : std::string(error.what());
+        return problem + "; see ccdrives " +
+               (chosen.empty() ? "" : chosen.front()->get_name() + " ") + "--help";
+    }
+
+    CLI::App mApp{"Connects drives of views on a machine without ClearCase.", "ccdrives"};
+    Request mRequest;
+};
+
+}  // namespace
+
+CommandLine parseCommandLine(std::vector<std::string> arguments) {
+    return Parser().parse(std::move(arguments));
+}
+
+}  // namespace ccdrives

@@ -1,0 +1,204 @@
+#include "tools/ccdrives/commands.h"
+
+#include <exception>
+#include <optional>
+#include <stdexcept>
+
+#include "tools/ccdrives/driveedit.h"
+#include "tools/ccdrives/drivelist.h"
+#include "tools/shared/report.h"
+
+namespace ccdrives {
+namespace {
+
+using tools::Json;
+
+Json textOrNull(const std::optional<std::string>& text) {
+    return text ? Json(*text) : Json(nullptr);
+}
+
+const char* nameOf(RegistryChange::Kind kind) {
+    switch (kind) {
+        case RegistryChange::Kind::set:
+            return "set";
+        case RegistryChange::Kind::removeValue:
+            return "removeValue";
+        default:
+            return "removeKey";
+    }
+}
+
+Json record(const RegistryChange& change) {
+    return {{"change", nameOf(change.kind)},
+            {"key", change.key},
+            {"value", change.value.empty() ? Json(nullptr) : Json(change.value)},
+            {"text", change.kind == RegistryChange::Kind::set ? Json(change.text) : Json(nullptr)},
+            {"before", textOrNull(change.before)}};
+}
+
+/// Prints the changes, makes them, and prints that they are made.
+void change(const RegistryChanges& changes, bool json, const Machine& machine) {
+    if (changes.empty()) {
+        return;
+    }
+    machine.requireAdministrator();
+    std::string text = json ? "" : "changes below HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet:\n";
+    for (const RegistryChange& change : changes) {
+        text +=
+            json ? tools::jsonLine(record(change)) : "  " + tools::oneLine(lineOf(change)) + '\n';
+    }
+    machine.print(text);
+    try {
+        machine.apply(changes);
+    } catch (const std::exception& error) {
+        throw std::runtime_error(std::string(error.what()) +
+                                 "; give the command again, and it makes the changes that are "
+                                 "missing");
+    }
+}
+
+ExitCode install(const Request& request, const Machine& machine) {
+    if (!machine.isThere(machine.library)) {
+        throw std::runtime_error("there is no provider '" + machine.library +
+                                 "'; name another by --library FILE");
+    }
+    const RegistryChanges changes = changesToInstall(machine.readEntries(), machine.library);
+    change(changes, request.json, machine);
+    if (request.json) {
+        machine.print(tools::jsonLine({{"installed", true}, {"changes", changes.size()}}));
+    } else {
+        machine.print(changes.empty()
+                          ? "installed already; nothing changes\n"
+                          : "installed; programs that start from now on see the drives of the "
+                            "list\n");
+    }
+    return exitDone;
+}
+
+ExitCode remove(const Request& request, const Machine& machine) {
+    const RegistryChanges changes = changesToRemove(machine.readEntries());
+    change(changes, request.json, machine);
+    if (request.json) {
+        machine.print(tools::jsonLine({{"installed", false}, {"changes", changes.size()}}));
+    } else {
+        machine.print(changes.empty() ? "not installed; nothing changes\n"
+                                      : "removed; the list of drives stays\n");
+    }
+    return exitDone;
+}
+
+/// Returns the path of the list. Throws if there is none.
+const std::string& drivesFileOf(const Machine& machine) {
+    if (machine.drivesFile.empty()) {
+        throw std::runtime_error(
+            "there is no folder APPDATA for the list of drives; name a file by "
+            "NBCLEARCASE_DRIVES");
+    }
+    return machine.drivesFile;
+}
+
+/// Calls `step`. An error in the list becomes a message that names the line.
+template <class Step>
+auto withLineErrors(const std::string& file, const Step& step) {
+    try {
+        return step();
+    } catch (const DriveListError& error) {
+        throw std::runtime_error(file + ":" + std::to_string(error.mLine) + ": '" + error.mText +
+                                 "' can't be understood; write DRIVE | REMOTENAME, or # before "
+                                 "a comment");
+    }
+}
+
+/// Returns why programs can't see the drives; empty if they can.
+std::string whyUnseen(const Machine& machine) {
+    const ProviderEntries entries = machine.readEntries();
+    const std::string missing = missingOf(entries);
+    if (!missing.empty() || machine.isThere(*entries.library)) {
+        return missing;
+    }
+    return "there is no provider '" + *entries.library +
+           "'; run ccdrives install as an administrator";
+}
+
+ExitCode list(const Request& request, const Machine& machine) {
+    const std::string& file = drivesFileOf(machine);
+    const std::vector<DriveConnection> connections = withLineErrors(
+        file, [&] { return connectionsOf(parseDriveList(machine.readDrives(file))); });
+    tools::Report report;
+    report.headings = {"DRIVE", "REMOTE NAME", "PROVIDER"};
+    report.nothing = "no drive is connected";
+    for (const DriveConnection& connection : connections) {
+        report.records.push_back({{"drive", textOrNull(connection.localName)},
+                                  {"remoteName", textOrNull(connection.remoteName)},
+                                  {"provider", textOrNull(connection.provider)}});
+        report.rows.push_back({connection.localName.value_or(""),
+                               connection.remoteName.value_or(""),
+                               connection.provider.value_or("")});
+    }
+    machine.print(request.json ? tools::jsonText(report) : tools::tableText(report));
+    const std::string problem = whyUnseen(machine);
+    if (problem.empty()) {
+        return exitDone;
+    }
+    machine.complain("programs can't see these drives: " + problem);
+    return exitUnseen;
+}
+
+/// Replaces the list by `edit` of it. Returns whether that has changed it.
+bool edit(const Machine& machine, const std::function<std::string(const std::string&)>& edit) {
+    const std::string& file = drivesFileOf(machine);
+    bool isChanged = false;
+    withLineErrors(file, [&] {
+        machine.editDrives(file, [&](const std::string& before) {
+            std::string after = edit(before);
+            isChanged = after != before;
+            return after;
+        });
+    });
+    return isChanged;
+}
+
+ExitCode connect(const Request& request, const Machine& machine) {
+    const bool isChanged = edit(machine, [&](const std::string& text) {
+        return withConnection(text, request.drive, request.remoteName);
+    });
+    const std::string drive = checkedDrive(request.drive);
+    if (request.json) {
+        machine.print(tools::jsonLine(
+            {{"drive", drive}, {"remoteName", request.remoteName}, {"changed", isChanged}}));
+    } else {
+        machine.print(drive + " is connected with " + tools::oneLine(request.remoteName) +
+                      (isChanged ? "\n" : " already\n"));
+    }
+    return exitDone;
+}
+
+ExitCode disconnect(const Request& request, const Machine& machine) {
+    const bool isChanged =
+        edit(machine, [&](const std::string& text) { return withoutDrive(text, request.drive); });
+    const std::string drive = checkedDrive(request.drive);
+    machine.print(
+        request.json
+            ? tools::jsonLine({{"drive", drive}, {"remoteName", nullptr}, {"changed", isChanged}})
+            : drive + " is disconnected\n");
+    return exitDone;
+}
+
+}  // namespace
+
+ExitCode run(const Request& request, const Machine& machine) {
+    switch (request.command) {
+        case Command::install:
+            return install(request, machine);
+        case Command::remove:
+            return remove(request, machine);
+        case Command::connect:
+            return connect(request, machine);
+        case Command::disconnect:
+            return disconnect(request, machine);
+        default:
+            return list(request, machine);
+    }
+}
+
+}  // namespace ccdrives

@@ -1,0 +1,288 @@
+#include "tools/ccdrives/commands.h"
+
+#include <exception>
+#include <stdexcept>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tools/ccdrives/drivelist.h"
+
+namespace {
+
+using namespace ccdrives;
+
+using Texts = std::vector<std::string>;
+
+/// A machine with another provider, and with a list of drives in memory.
+class CommandsTest : public testing::Test {
+protected:
+    /// Returns the exit code, or -1 and the message in `mProblem`.
+    int run(const Texts& arguments) {
+        mPrinted.clear();
+        mComplaints.clear();
+        mProblem.clear();
+        try {
+            return ccdrives::run(parseCommandLine(arguments).request, machine());
+        } catch (const std::exception& error) {
+            mProblem = error.what();
+            return -1;
+        }
+    }
+
+    Machine machine() {
+        return {.drivesFile = mFile,
+                .readDrives =
+                    [this](const std::string& file) {
+                        EXPECT_EQ(file, mFile);
+                        return mList;
+                    },
+                .editDrives =
+                    [this](const std::string& file, const auto& edit) {
+                        EXPECT_EQ(file, mFile);
+                        mList = edit(mList);
+                    },
+                .readEntries = [this] { return mEntries; },
+                .requireAdministrator =
+                    [this] {
+                        if (!mIsAdministrator) {
+                            throw std::runtime_error("you may not");
+                        }
+                    },
+                .apply =
+                    [this](const RegistryChanges& changes) {
+                        mPrintedBefore = mPrinted;
+                        if (!mFailure.empty()) {
+                            throw std::runtime_error(mFailure);
+                        }
+                        mApplied.insert(mApplied.end(), changes.begin(), changes.end());
+                    },
+                .library = "C:\\p.dll",
+                .isThere = [this](const std::string& path) { return path == mThere; },
+                .print = [this](const std::string& text) { mPrinted += text; },
+                .complain = [this](const std::string& text) { mComplaints.push_back(text); }};
+    }
+
+    void setInstalled() {
+        mEntries.order = "RDPNP,NbclearcaseDrives";
+        mEntries.hasService = true;
+        mEntries.name = viewProvider;
+        mEntries.library = "C:\\p.dll";
+    }
+
+    std::string mFile = "C:\\l.txt";
+    std::string mList;
+    ProviderEntries mEntries{.hasOrderParentKey = true, .hasOrderKey = true, .order = "RDPNP"};
+    bool mIsAdministrator = true;
+    std::string mThere = "C:\\p.dll";
+    std::string mFailure;  ///< of the changes
+
+    RegistryChanges mApplied;
+    std::string mPrinted;
+    std::string mPrintedBefore;  ///< the changes
+    Texts mComplaints;
+    std::string mProblem;
+};
+
+constexpr const char* installText =
+    "changes below HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet:\n"
+    "  set Services\\NbclearcaseDrives\\NetworkProvider, Name: ClearCase Dynamic Views\n"
+    "  set Services\\NbclearcaseDrives\\NetworkProvider, ProviderPath: C:\\p.dll\n"
+    "  set Control\\NetworkProvider\\Order, ProviderOrder: RDPNP,NbclearcaseDrives (was: RDPNP)\n";
+
+TEST_F(CommandsTest, InstallSaysWhatItChangesBeforeItDoes) {
+    EXPECT_EQ(run({"install"}), exitDone) << mProblem;
+    EXPECT_EQ(mPrintedBefore, installText);
+    EXPECT_EQ(mPrinted,
+              std::string(installText) +
+                  "installed; programs that start from now on see the drives of the list\n");
+    EXPECT_EQ(mApplied, changesToInstall(mEntries, "C:\\p.dll"));
+}
+
+TEST_F(CommandsTest, InstallAndRemoveAgainNeedNoAdministrator) {
+    mIsAdministrator = false;
+    EXPECT_EQ(run({"remove"}), exitDone) << mProblem;
+    EXPECT_EQ(mPrinted, "not installed; nothing changes\n");
+    setInstalled();
+    EXPECT_EQ(run({"install"}), exitDone) << mProblem;
+    EXPECT_EQ(mPrinted, "installed already; nothing changes\n");
+    EXPECT_TRUE(mApplied.empty());
+}
+
+TEST_F(CommandsTest, RemoveSaysWhatItChangesBeforeItDoes) {
+    setInstalled();
+    EXPECT_EQ(run({"remove"}), exitDone) << mProblem;
+    EXPECT_EQ(mPrintedBefore,
+              "changes below HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet:\n"
+              "  set Control\\NetworkProvider\\Order, ProviderOrder: RDPNP (was: "
+              "RDPNP,NbclearcaseDrives)\n"
+              "  remove Services\\NbclearcaseDrives and all that is in it\n");
+    EXPECT_EQ(mPrinted, mPrintedBefore + "removed; the list of drives stays\n");
+    EXPECT_EQ(mApplied, changesToRemove(mEntries));
+}
+
+TEST_F(CommandsTest, WithoutTheRightsNothingIsPrintedOrChanged) {
+    mIsAdministrator = false;
+    EXPECT_EQ(run({"install"}), -1);
+    EXPECT_EQ(mProblem, "you may not");
+    setInstalled();
+    EXPECT_EQ(run({"remove"}), -1);
+    EXPECT_EQ(mProblem, "you may not");
+    EXPECT_EQ(mPrinted, "");
+    EXPECT_TRUE(mApplied.empty());
+}
+
+TEST_F(CommandsTest, AProviderThatIsNotThereIsNotInstalled) {
+    mThere = "";
+    EXPECT_EQ(run({"install"}), -1);
+    EXPECT_EQ(mProblem, "there is no provider 'C:\\p.dll'; name another by --library FILE");
+    EXPECT_TRUE(mApplied.empty());
+}
+
+TEST_F(CommandsTest, ChangesThatFailAreNotSaidToBeMade) {
+    mFailure = "RegSetValueEx: no (5)";
+    EXPECT_EQ(run({"install"}), -1);
+    EXPECT_EQ(mProblem,
+              "RegSetValueEx: no (5); give the command again, and it makes the changes that are "
+              "missing");
+    EXPECT_EQ(mPrinted, installText);
+}
+
+TEST_F(CommandsTest, ChangesInJsonAreObjects) {
+    EXPECT_EQ(run({"install", "--json"}), exitDone) << mProblem;
+    EXPECT_EQ(mPrinted,
+              R"({"change":"set","key":"Services\\NbclearcaseDrives\\NetworkProvider",)"
+              R"("value":"Name","text":"ClearCase Dynamic Views","before":null})"
+              "\n"
+              R"({"change":"set","key":"Services\\NbclearcaseDrives\\NetworkProvider",)"
+              R"("value":"ProviderPath","text":"C:\\p.dll","before":null})"
+              "\n"
+              R"({"change":"set","key":"Control\\NetworkProvider\\Order",)"
+              R"("value":"ProviderOrder","text":"RDPNP,NbclearcaseDrives","before":"RDPNP"})"
+              "\n"
+              R"({"installed":true,"changes":3})"
+              "\n");
+    setInstalled();
+    mEntries.order = "NbclearcaseDrives";
+    mEntries.created = orderKey;
+    EXPECT_EQ(run({"remove", "--json"}), exitDone) << mProblem;
+    EXPECT_EQ(mPrinted, R"({"change":"removeValue","key":"Control\\NetworkProvider\\Order",)"
+                        R"("value":"ProviderOrder","text":null,"before":"NbclearcaseDrives"})"
+                        "\n"
+                        R"({"change":"removeKey","key":"Control\\NetworkProvider\\Order",)"
+                        R"("value":null,"text":null,"before":null})"
+                        "\n"
+                        R"({"change":"removeKey","key":"Services\\NbclearcaseDrives",)"
+                        R"("value":null,"text":null,"before":null})"
+                        "\n"
+                        R"({"installed":false,"changes":3})"
+                        "\n");
+    mEntries = {};
+    EXPECT_EQ(run({"remove", "--json"}), exitDone) << mProblem;
+    EXPECT_EQ(mPrinted, "{\"installed\":false,\"changes\":0}\n");
+}
+
+TEST_F(CommandsTest, WhatTheRegistryHasCannotBreakALine) {
+    mEntries.order = "a\nb";
+    EXPECT_EQ(run({"install"}), exitDone) << mProblem;
+    EXPECT_NE(mPrinted.find("ProviderOrder: a\\nb,NbclearcaseDrives (was: a\\nb)\n"),
+              std::string::npos)
+        << mPrinted;
+}
+
+TEST_F(CommandsTest, ListPrintsTheConnections) {
+    setInstalled();
+    mList = "m: | \\\\view\n- | | Other\n";
+    EXPECT_EQ(run({"list"}), exitDone) << mProblem;
+    EXPECT_EQ(mPrinted,
+              "DRIVE  REMOTE NAME  PROVIDER\n"
+              "m:     \\\\view       ClearCase Dynamic Views\n"
+              "-      -            Other\n");
+    EXPECT_EQ(mComplaints, Texts());
+    EXPECT_EQ(run({"list", "--json"}), exitDone) << mProblem;
+    EXPECT_EQ(mPrinted,
+              R"({"drive":"m:","remoteName":"\\\\view","provider":"ClearCase Dynamic Views"})"
+              "\n"
+              R"({"drive":null,"remoteName":"","provider":"Other"})"
+              "\n");
+}
+
+TEST_F(CommandsTest, AnEmptyListIsSaidToBeEmpty) {
+    setInstalled();
+    EXPECT_EQ(run({"list"}), exitDone) << mProblem;
+    EXPECT_EQ(mPrinted, "no drive is connected\n");
+    EXPECT_EQ(run({"list", "--json"}), exitDone) << mProblem;
+    EXPECT_EQ(mPrinted, "");
+}
+
+TEST_F(CommandsTest, ListSaysWhyProgramsCannotSeeTheDrives) {
+    mList = "m: | \\\\view\n";
+    EXPECT_EQ(run({"list"}), exitUnseen);
+    EXPECT_NE(mPrinted.find("m:"), std::string::npos) << mPrinted;
+    EXPECT_EQ(mComplaints,
+              (Texts{"programs can't see these drives: the provider isn't installed; run ccdrives "
+                     "install as an administrator"}));
+    setInstalled();
+    mThere = "";
+    EXPECT_EQ(run({"list"}), exitUnseen);
+    EXPECT_EQ(mComplaints,
+              (Texts{"programs can't see these drives: there is no provider 'C:\\p.dll'; run "
+                     "ccdrives install as an administrator"}));
+}
+
+TEST_F(CommandsTest, DrivesAreConnectedAndDisconnected) {
+    EXPECT_EQ(run({"connect", "m:", "\\\\view"}), exitDone) << mProblem;
+    EXPECT_EQ(mPrinted, "M: is connected with \\\\view\n");
+    EXPECT_EQ(connectionsOf(parseDriveList(mList)).size(), 1U);
+    EXPECT_EQ(run({"connect", "M:", "\\\\view"}), exitDone) << mProblem;
+    EXPECT_EQ(mPrinted, "M: is connected with \\\\view already\n");
+    EXPECT_EQ(run({"disconnect", "m:"}), exitDone) << mProblem;
+    EXPECT_EQ(mPrinted, "M: is disconnected\n");
+    EXPECT_EQ(connectionsOf(parseDriveList(mList)).size(), 0U);
+}
+
+TEST_F(CommandsTest, ConnectingInJsonIsAnObject) {
+    EXPECT_EQ(run({"connect", "x:", "\\\\view\\a", "--json"}), exitDone) << mProblem;
+    EXPECT_EQ(mPrinted,
+              "{\"drive\":\"X:\",\"remoteName\":\"\\\\\\\\view\\\\a\",\"changed\":true}\n");
+    EXPECT_EQ(run({"connect", "x:", "\\\\view\\a", "--json"}), exitDone) << mProblem;
+    EXPECT_EQ(mPrinted,
+              "{\"drive\":\"X:\",\"remoteName\":\"\\\\\\\\view\\\\a\",\"changed\":false}\n");
+    EXPECT_EQ(run({"disconnect", "x:", "--json"}), exitDone) << mProblem;
+    EXPECT_EQ(mPrinted, "{\"drive\":\"X:\",\"remoteName\":null,\"changed\":true}\n");
+}
+
+TEST_F(CommandsTest, WhatCannotBeConnectedIsNotPrinted) {
+    mList = "x: | \\\\view\\a\n";
+    EXPECT_EQ(run({"connect", "X:", "\\\\view\\b"}), -1);
+    EXPECT_EQ(mProblem, "X: is connected with \\\\view\\a; disconnect it first");
+    EXPECT_EQ(run({"disconnect", "Y:"}), -1);
+    EXPECT_EQ(mProblem, "Y: isn't connected; see ccdrives list");
+    EXPECT_EQ(mPrinted, "");
+    EXPECT_EQ(mList, "x: | \\\\view\\a\n");
+}
+
+TEST_F(CommandsTest, ABadLineIsNamedWithItsFile) {
+    mList = "# x\nx:\n";
+    const std::string problem =
+        "C:\\l.txt:2: 'x:' can't be understood; write DRIVE | REMOTENAME, or # before a comment";
+    for (const Texts& arguments :
+         {Texts{"list"}, Texts{"connect", "X:", "\\\\view"}, Texts{"disconnect", "X:"}}) {
+        EXPECT_EQ(run(arguments), -1);
+        EXPECT_EQ(mProblem, problem);
+    }
+}
+
+TEST_F(CommandsTest, WithoutAPlaceForTheListNothingIsDone) {
+    mFile = "";
+    for (const Texts& arguments :
+         {Texts{"list"}, Texts{"connect", "X:", "\\\\view"}, Texts{"disconnect", "X:"}}) {
+        EXPECT_EQ(run(arguments), -1);
+        EXPECT_EQ(mProblem,
+                  "there is no folder APPDATA for the list of drives; name a file by "
+                  "NBCLEARCASE_DRIVES");
+    }
+}
+
+}  // namespace

@@ -1,0 +1,158 @@
+#include "tools/ccdrives/drivesfile-win.h"
+
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <iterator>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include "testing/calls/replacedcall-win.h"
+#include "testing/scopes/tempfolder.h"
+
+namespace {
+
+using namespace ccdrives;
+using namespace testing_support;
+
+template <class Step>
+std::string problemOf(Step step) {
+    try {
+        static_cast<void>(step());
+    } catch (const std::runtime_error& error) {
+        return error.what();
+    }
+    return "(none)";
+}
+
+void expectProblem(const std::string& problem, const std::string& beginning,
+                   const std::string& end) {
+    EXPECT_TRUE(problem.starts_with(beginning)) << problem;
+    EXPECT_TRUE(problem.ends_with(end)) << problem;
+}
+
+size_t fileCount(const std::filesystem::path& folder) {
+    return static_cast<size_t>(std::distance(std::filesystem::directory_iterator(folder),
+                                             std::filesystem::directory_iterator()));
+}
+
+constexpr const char* advice = "; name another list by NBCLEARCASE_DRIVES";
+
+TEST(ReadDrivesFileTest, AListThatIsNotThereIsEmpty) {
+    const TempFolder folder;
+    EXPECT_EQ(readDrivesFile(folder.write("a.txt", "x\r\n")), "x\r\n");
+    EXPECT_EQ(readDrivesFile(folder.utf8("none.txt")), "");
+    EXPECT_EQ(readDrivesFile(folder.utf8("none/none.txt")), "");
+}
+
+TEST(ReadDrivesFileTest, AListThatCannotBeReadIsReported) {
+    const TempFolder folder;
+    expectProblem(problemOf([&] { return readDrivesFile(folder.utf8()); }),
+                  "can't read '" + folder.utf8() + "': ", advice);
+}
+
+TEST(EditDrivesFileTest, TheEditReplacesTheListAndLeavesNoOtherFile) {
+    const TempFolder folder;
+    const std::string file = folder.write("gr\xc3\xbcn.txt", "a");
+    editDrivesFile(file, [](const std::string& text) { return text + "b"; });
+    EXPECT_EQ(readDrivesFile(file), "ab");
+    EXPECT_EQ(fileCount(folder.path()), 1U);
+}
+
+TEST(EditDrivesFileTest, AMissingFolderIsCreated) {
+    const TempFolder folder;
+    const std::string file = folder.utf8("sub/drives.txt");
+    editDrivesFile(file, [](const std::string& text) { return text + "b"; });
+    EXPECT_EQ(readDrivesFile(file), "b");
+    expectProblem(problemOf([&] {
+                      editDrivesFile(folder.utf8("no/no/a.txt"),
+                                     [](const std::string& text) { return text; });
+                      return 0;
+                  }),
+                  "can't edit '" + folder.utf8("no/no/a.txt") + "': ", advice);
+}
+
+TEST(EditDrivesFileTest, AListThatStaysAsItIsIsNotWritten) {
+    const TempFolder folder;
+    editDrivesFile(folder.utf8("a.txt"), [](const std::string& text) { return text; });
+    EXPECT_EQ(fileCount(folder.path()), 0U);
+}
+
+TEST(EditDrivesFileTest, WhatTheEditThrowsPassesThrough) {
+    const TempFolder folder;
+    const std::string file = folder.write("a.txt", "a");
+    EXPECT_EQ(problemOf([&] {
+                  editDrivesFile(file, [](const std::string&) -> std::string {
+                      throw std::runtime_error("no");
+                  });
+                  return 0;
+              }),
+              "no");
+    EXPECT_EQ(readDrivesFile(file), "a");
+    EXPECT_EQ(fileCount(folder.path()), 1U);
+}
+
+TEST(EditDrivesFileTest, EditsAtOnceAreAllInTheList) {
+    const TempFolder folder;
+    const std::string file = folder.write("a.txt", "");
+    std::atomic<bool> isDone{false};
+    std::atomic<int> torn{0};
+    std::thread reader([&] {
+        while (!isDone) {
+            // Each edit appends a line of three characters.
+            torn += readDrivesFile(file).size() % 3 == 0 ? 0 : 1;
+            // A file that is open all the time couldn't be replaced.
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+    });
+    std::vector<std::thread> writers;
+    for (int i = 0; i < 4; ++i) {
+        writers.emplace_back([&] {
+            for (int k = 0; k < 10; ++k) {
+                editDrivesFile(file, [](const std::string& text) { return text + "x\r\n"; });
+            }
+        });
+    }
+    for (std::thread& writer : writers) {
+        writer.join();
+    }
+    isDone = true;
+    reader.join();
+    EXPECT_EQ(torn, 0);
+    EXPECT_EQ(readDrivesFile(file).size(), 4U * 10 * 3);
+    EXPECT_EQ(fileCount(folder.path()), 1U);
+}
+
+TEST(EditDrivesFileTest, AFileThatCannotBeTheTurnsIsReported) {
+    const TempFolder folder;
+    create_directory(folder.path() / "a.txt.lock");
+    expectProblem(problemOf([&] {
+                      editDrivesFile(folder.utf8("a.txt"),
+                                     [](const std::string& text) { return text; });
+                      return 0;
+                  }),
+                  "can't edit '" + folder.utf8("a.txt") + "': ", advice);
+}
+
+TEST(EditDrivesFileTest, ATurnThatNeverEndsIsReported) {
+    const TempFolder folder;
+    // Without the pauses, which are ten seconds in all.
+    const ReplacedCall<decltype(Sleep)> sleep("Sleep", [](DWORD) {});
+    editDrivesFile(folder.utf8("a.txt"), [&](const std::string& text) {
+        expectProblem(problemOf([&] {
+                          editDrivesFile(folder.utf8("a.txt"),
+                                         [](const std::string& inner) { return inner; });
+                          return 0;
+                      }),
+                      "can't edit '" + folder.utf8("a.txt") + "': ",
+                      "; try again, or name another list by NBCLEARCASE_DRIVES");
+        return text;
+    });
+}
+
+}  // namespace

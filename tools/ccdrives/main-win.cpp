@@ -1,0 +1,67 @@
+// ccdrives: connects drives of views on a machine without ClearCase. It reads the arguments and
+// does what they ask for; each step has its own file.
+
+#include <algorithm>
+#include <exception>
+#include <iostream>
+#include <string>
+
+#include "tools/ccdrives/commandline.h"
+#include "tools/ccdrives/commands.h"
+#include "tools/ccdrives/drivesfile-win.h"
+#include "tools/ccdrives/drivesplace-win.h"
+#include "tools/ccdrives/providersetup-win.h"
+#include "tools/shared/absolutepath-win.h"
+#include "tools/shared/console-win.h"
+#include "tools/shared/report.h"
+#include "util/windows/system/files-win.h"
+#include "util/windows/system/host-win.h"
+
+namespace {
+
+using namespace ccdrives;
+
+void complain(const std::string& problem) {
+    std::cerr << "ccdrives: " + tools::oneLine(problem) + '\n';
+}
+
+/// Returns the full path of the provider that is named, or else of the one beside this program.
+std::string libraryPath(const std::string& named) {
+    if (named.empty()) {
+        return System::programDirectory() + "\\ccdrives_provider.dll";
+    }
+    std::string path = tools::absolutePath(named);
+    // As the system writes it.
+    std::replace(path.begin(), path.end(), '/', '\\');
+    return path;
+}
+
+ExitCode runCommandLine() {
+    const CommandLine line = parseCommandLine(tools::programArguments());
+    if (!line.help.empty()) {
+        tools::printText(line.help);
+        return exitDone;
+    }
+    return run(line.request, {.drivesFile = drivesFile(),
+                              .readDrives = readDrivesFile,
+                              .editDrives = editDrivesFile,
+                              .readEntries = readProviderEntries,
+                              .requireAdministrator = requireAdministrator,
+                              .apply = apply,
+                              .library = libraryPath(line.request.library),
+                              .isThere = System::exists,
+                              .print = tools::printText,
+                              .complain = complain});
+}
+
+}  // namespace
+
+int main() {
+    const tools::Console console;
+    try {
+        return runCommandLine();
+    } catch (const std::exception& error) {
+        complain(error.what());
+    }
+    return exitNotDone;
+}

@@ -1,0 +1,204 @@
+#include "tools/ccdrives/providersetup-win.h"
+
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include "testing/calls/refusedcall-win.h"
+#include "testing/calls/replacedcall-win.h"
+#include "testing/providers/registeredprovider-win.h"
+
+namespace {
+
+using namespace ccdrives;
+using namespace testing_support;
+using Kind = RegistryChange::Kind;
+
+/// A key for values of any kind, where nothing else is.
+constexpr const char* testKey = "Services\\NbclearcaseDrivesTest";
+constexpr const wchar_t* testPath = L"SYSTEM\\CurrentControlSet\\Services\\NbclearcaseDrivesTest";
+
+bool exists(const std::wstring& path) {
+    HKEY key = nullptr;
+    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, path.c_str(), /*ulOptions=*/0, KEY_READ, &key) !=
+        ERROR_SUCCESS) {
+        return false;
+    }
+    RegCloseKey(key);
+    return true;
+}
+
+LSTATUS setValue(const std::wstring& path, const wchar_t* name, DWORD type,
+                 const std::wstring& text) {
+    return RegSetKeyValueW(HKEY_LOCAL_MACHINE, path.c_str(), name, type, text.c_str(),
+                           static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
+}
+
+/// Returns the type of a value and, for a text, the text.
+std::pair<DWORD, std::wstring> valueOf(const std::wstring& path, const wchar_t* name) {
+    std::wstring text(1024, L'\0');
+    auto size = static_cast<DWORD>(text.size() * sizeof(wchar_t));
+    DWORD type = REG_NONE;
+    RegGetValueW(HKEY_LOCAL_MACHINE, path.c_str(), name, RRF_RT_ANY | RRF_NOEXPAND, &type,
+                 text.data(), &size);
+    return {type, text.substr(0, text.find(L'\0'))};
+}
+
+/// Returns the message of the exception, or "(none)".
+template <class Step>
+std::string problemOf(Step step) {
+    try {
+        step();
+    } catch (const std::runtime_error& error) {
+        return error.what();
+    }
+    return "(none)";
+}
+
+class ProviderSetupTest : public testing::Test {
+protected:
+    void SetUp() override {
+        if (!mOuter.problem().empty()) {
+            GTEST_SKIP() << mOuter.problem();
+        }
+        removeProvider();
+    }
+    void TearDown() override {
+        RegDeleteTreeW(HKEY_LOCAL_MACHINE, testPath);
+        removeProvider();
+    }
+
+private:
+    RegisteredProvider mOuter;  ///< restores the registry
+};
+
+TEST_F(ProviderSetupTest, WhatIsInstalledIsReadAndRemovedExactly) {
+    const ProviderEntries before = readProviderEntries();
+    EXPECT_FALSE(before.hasService);
+    EXPECT_EQ(before.name, std::nullopt);
+    apply(changesToInstall(before, "C:\\gr\xc3\xbcn.dll"));
+    const ProviderEntries installed = readProviderEntries();
+    EXPECT_TRUE(installed.hasService);
+    EXPECT_TRUE(installed.hasOrderParentKey);
+    EXPECT_TRUE(installed.hasOrderKey);
+    EXPECT_EQ(installed.order, withOurService(before.order.value_or("")));
+    EXPECT_EQ(installed.name, "ClearCase Dynamic Views");
+    EXPECT_EQ(installed.library, "C:\\gr\xc3\xbcn.dll");
+    EXPECT_EQ(changesToInstall(installed, "C:\\gr\xc3\xbcn.dll"), RegistryChanges());
+    apply(changesToRemove(installed));
+    const ProviderEntries after = readProviderEntries();
+    EXPECT_EQ(after.hasOrderParentKey, before.hasOrderParentKey);
+    EXPECT_EQ(after.hasOrderKey, before.hasOrderKey);
+    EXPECT_EQ(after.order, before.order);
+    EXPECT_FALSE(after.hasService);
+    EXPECT_EQ(changesToRemove(after), RegistryChanges());
+}
+
+TEST_F(ProviderSetupTest, ATextKeepsItsType) {
+    ASSERT_EQ(setValue(testPath, L"Expanded", REG_EXPAND_SZ, L"%a%"), ERROR_SUCCESS);
+    apply({{Kind::set, testKey, "Expanded", "%b%", "%a%"},
+           {Kind::set, std::string(testKey) + "\\Sub", "Plain", "%c%", std::nullopt}});
+    EXPECT_EQ(valueOf(testPath, L"Expanded"),
+              std::pair(DWORD{REG_EXPAND_SZ}, std::wstring(L"%b%")));
+    EXPECT_EQ(valueOf(std::wstring(testPath) + L"\\Sub", L"Plain"),
+              std::pair(DWORD{REG_SZ}, std::wstring(L"%c%")));
+}
+
+TEST_F(ProviderSetupTest, AKeyIsRemovedIfNothingIsInIt) {
+    const RegistryChange removal{Kind::removeKey, testKey, "", "", std::nullopt};
+    ASSERT_EQ(setValue(testPath, L"a", REG_SZ, L"b"), ERROR_SUCCESS);
+    apply({removal});
+    EXPECT_TRUE(exists(testPath)) << "it has a value";
+    ASSERT_EQ(setValue(std::wstring(testPath) + L"\\Sub", L"a", REG_SZ, L"b"), ERROR_SUCCESS);
+    apply({{Kind::removeValue, testKey, "a", "", "b"}, removal});
+    EXPECT_TRUE(exists(testPath)) << "it has a key";
+    EXPECT_EQ(valueOf(testPath, L"a").first, DWORD{REG_NONE});
+    apply({{Kind::removeTree, std::string(testKey) + "\\Sub", "", "", std::nullopt}, removal});
+    EXPECT_FALSE(exists(testPath));
+}
+
+TEST_F(ProviderSetupTest, WhatIsRemovedAlreadyIsNoError) {
+    apply({{Kind::removeValue, testKey, "a", "", "b"},
+           {Kind::removeKey, testKey, "", "", std::nullopt},
+           {Kind::removeTree, testKey, "", "", std::nullopt}});
+    EXPECT_FALSE(exists(testPath));
+}
+
+TEST_F(ProviderSetupTest, AnotherProviderOfTheNameIsARival) {
+    const ProviderEntries before = readProviderEntries();
+    apply({{Kind::set, std::string(testKey) + "\\NetworkProvider", "Name",
+            "ClearCase Dynamic Views", std::nullopt}});
+    const auto orderOf = [&](const std::string& service) {
+        return before.order.value_or("").empty() ? service : *before.order + "," + service;
+    };
+    const ProviderEntries installed = [&] {
+        apply(changesToInstall(before, "C:\\a.dll"));
+        return readProviderEntries();
+    }();
+    EXPECT_TRUE(installed.rivals.empty());
+    apply({{Kind::set, orderKey, orderValue, orderOf("NbclearcaseDrivesTest,NoSuchService"),
+            installed.order}});
+    EXPECT_EQ(readProviderEntries().rivals, std::vector<std::string>{"NbclearcaseDrivesTest"});
+    apply({{Kind::set, orderKey, orderValue, *installed.order, std::nullopt}});
+}
+
+TEST_F(ProviderSetupTest, AValueThatIsNoTextIsReported) {
+    ASSERT_EQ(setValue(L"SYSTEM\\CurrentControlSet\\Services\\NbclearcaseDrives", L"OrderCreated",
+                       REG_BINARY, L"x"),
+              ERROR_SUCCESS);
+    EXPECT_EQ(problemOf([] { static_cast<void>(readProviderEntries()); }),
+              "the value OrderCreated of HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\Services\\"
+              "NbclearcaseDrives is no text; correct it first");
+    RegDeleteTreeW(HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\Services\\NbclearcaseDrives");
+}
+
+TEST(RequireAdministratorTest, WithoutTheRightsThereIsOneLine) {
+    const ReplacedCall<decltype(RegOpenKeyExW)> refused(
+        "RegOpenKeyExW",
+        [](HKEY, LPCWSTR, DWORD, REGSAM, PHKEY) -> LSTATUS { return ERROR_ACCESS_DENIED; });
+    EXPECT_EQ(problemOf([] { requireAdministrator(); }),
+              "the registry of the machine can't be changed by this user; run ccdrives as an "
+              "administrator");
+}
+
+TEST(RequireAdministratorTest, AnotherFailureIsReportedAsItIs) {
+    const ReplacedCall<decltype(RegOpenKeyExW)> refused(
+        "RegOpenKeyExW",
+        [](HKEY, LPCWSTR, DWORD, REGSAM, PHKEY) -> LSTATUS { return ERROR_BADDB; });
+    expectFailedCall("RegOpenKeyEx", ERROR_BADDB, [] { requireAdministrator(); });
+    expectFailedCall("RegOpenKeyEx", ERROR_BADDB, [] { static_cast<void>(readProviderEntries()); });
+}
+
+TEST(RequireAdministratorTest, AskingForTheRightsChangesNothing) {
+    static int keys;
+    keys = 0;
+    const ReplacedCall<decltype(RegOpenKeyExW)> counted(
+        "RegOpenKeyExW", [](HKEY, LPCWSTR, DWORD, REGSAM access, PHKEY key) -> LSTATUS {
+            EXPECT_EQ(access & static_cast<REGSAM>(~(KEY_CREATE_SUB_KEY | KEY_SET_VALUE)), 0U);
+            ++keys;
+            *key = nullptr;
+            return ERROR_FILE_NOT_FOUND;
+        });
+    EXPECT_EQ(problemOf([] { requireAdministrator(); }), "(none)");
+    EXPECT_EQ(keys, 2);
+}
+
+TEST_F(ProviderSetupTest, AChangeThatFailsEndsTheChanges) {
+    const ReplacedCall<decltype(RegCreateKeyExW)> refused(
+        "RegCreateKeyExW",
+        [](HKEY, LPCWSTR, DWORD, LPWSTR, DWORD, REGSAM, LPSECURITY_ATTRIBUTES, PHKEY,
+           LPDWORD) -> LSTATUS { return ERROR_ACCESS_DENIED; });
+    expectFailedCall("RegCreateKeyEx", ERROR_ACCESS_DENIED, [] {
+        apply({{Kind::set, testKey, "a", "b", std::nullopt},
+               {Kind::set, testKey, "c", "d", std::nullopt}});
+    });
+    EXPECT_FALSE(exists(testPath));
+}
+
+}  // namespace
