@@ -43,6 +43,15 @@ public:
         mError = errors.str();
     }
 
+    /// Returns what Windows reads of a file that is opened as text.
+    static std::string asText(const std::string& bytes) {
+        std::string text = bytes.substr(0, bytes.find('\x1a'));
+        for (size_t at = text.find("\r\n"); at != std::string::npos; at = text.find("\r\n", at)) {
+            text.erase(at, 1);
+        }
+        return text;
+    }
+
     std::string getOutput() override { return {}; }
     std::string getError() override { return mError; }
     void clearMessages() override { mError.clear(); }
@@ -91,15 +100,6 @@ public:
     void killConnection() override { throw std::runtime_error(fakeanswers::noConnection); }
 
 private:
-    /// Returns what Windows reads of a file that is opened as text.
-    static std::string asText(const std::string& bytes) {
-        std::string text = bytes.substr(0, bytes.find('\x1a'));
-        for (size_t at = text.find("\r\n"); at != std::string::npos; at = text.find("\r\n", at)) {
-            text.erase(at, 1);
-        }
-        return text;
-    }
-
     const FakeWorld& mWorld;
     Configuration mConfiguration;
     std::string mError;
