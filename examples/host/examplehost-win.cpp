@@ -1,15 +1,21 @@
-// A host in one file: loads a connection library and calls all its operations.
+// A host: loads a connection library and calls all its operations, or says what has to be done
+// before a build step writes files.
 //
 //     examplehost LIBRARY PATH...
+//     examplehost LIBRARY --write PATH...
 
 #include <iostream>
+#include <map>
 #include <memory>
 #include <stdexcept>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include <windows.h>
 
 #include "clearcase/clearcaseconnection.h"
+#include "hostlogic.h"
 
 namespace {
 
@@ -73,11 +79,18 @@ void askEverything(ClearCaseConnection& connection, const std::vector<const char
     expectRefusal("killConnection        ", [&] { connection.killConnection(); });
 }
 
+void planWrites(ClearCaseConnection& connection, const std::vector<const char*>& paths) {
+    for (const char* path : paths) {
+        std::cout << path << ": " << describe(planWrite(connection, path)) << '\n';
+    }
+}
+
 }  // namespace
 
 int main(int argc, char* argv[]) {
-    if (argc < 3) {
-        std::cerr << "usage: examplehost LIBRARY PATH...\n";
+    const bool isPlan = argc > 2 && std::string_view(argv[2]) == "--write";
+    if (argc < (isPlan ? 4 : 3)) {
+        std::cerr << "usage: examplehost LIBRARY [--write] PATH...\n";
         return 2;
     }
     const HMODULE library = LoadLibraryA(argv[1]);
@@ -96,6 +109,10 @@ int main(int argc, char* argv[]) {
         std::cerr << "examplehost: no memory for a connection\n";
         return 2;
     }
-    askEverything(*connection, {argv + 2, argv + argc});
+    if (isPlan) {
+        planWrites(*connection, {argv + 3, argv + argc});
+    } else {
+        askEverything(*connection, {argv + 2, argv + argc});
+    }
     return 0;
 }
