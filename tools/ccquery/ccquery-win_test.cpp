@@ -1,6 +1,7 @@
 // ccquery as a user runs it: a process of its own, with the sample connection.
 
 #include <algorithm>
+#include <regex>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -233,6 +234,30 @@ TEST(CcqueryTest, HelpGoesToStandardOutputAndNeedsNoLibrary) {
         EXPECT_EQ(result.exitCode, 0U);
         EXPECT_NE(result.output.find("Usage: ccquery"), std::string::npos) << result.output;
         EXPECT_EQ(result.error, "");
+    }
+}
+
+TEST(CcqueryTest, TheVersionSaysWhatTheProgramWasBuiltOf) {
+    const ChildResult text = runChild(ccquery({"--version"}));
+    EXPECT_EQ(text.exitCode, 0U);
+    EXPECT_TRUE(std::regex_match(text.output, std::regex(R"(ccquery \d+\.\d+\.\d+
+commit ([0-9a-f]{40}( with changes)?|unknown, since the sources were no git clone)
+compiler GNU \d+\.\d+\.\d+, (msvcrt|ucrt)
+)"))) << text.output;
+    EXPECT_EQ(text.error, "");
+    const ChildResult json = runChild(ccquery({"--json", "--version"}));
+    EXPECT_EQ(json.exitCode, 0U);
+    EXPECT_TRUE(std::regex_match(
+        json.output, std::regex(R"(\{"version":"[^"]+","commit":"[^"]+","compiler":"[^"]+"\}\n)")))
+        << json.output;
+}
+
+TEST(CcqueryTest, NoOutputHasColours) {
+    for (const Texts& arguments : {Texts{"--help"}, Texts{"--version"}, Texts{"frobnicate"}}) {
+        ChildRun run = ccquery(arguments);
+        run.environment = {{"CLICOLOR_FORCE", "1"}, {"FORCE_COLOR", "1"}};
+        const ChildResult result = runChild(run);
+        EXPECT_EQ((result.output + result.error).find('\x1b'), std::string::npos);
     }
 }
 

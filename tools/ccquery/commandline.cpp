@@ -53,6 +53,10 @@ public:
             ->type_name("FILE")
             ->check(problemOfName);
         mApp.add_flag("--json", mQuery.json, "Print a JSON object a line in place of a table");
+        // After --json, so that the query has that when this ends the parsing.
+        mApp.add_flag_callback(
+            "--version", [] { throw CLI::CallForVersion(); },
+            "Print the version, the commit and the compiler, and exit");
         mApp.footer(
             "Exit codes: 0, or 1 if \"errors\", \"check\", \"record\", \"verify\" or \"usage\"\n"
             "finds any or \"--explain\" finds another answer, or 2 if an answer is missing:\n"
@@ -70,6 +74,8 @@ public:
             mApp.parse(arguments);
         } catch (const CLI::CallForHelp&) {  // GCOVR_EXCL_BR_LINE: memory may be lacking
             return {.query = {}, .help = mApp.help()};
+        } catch (const CLI::CallForVersion&) {  // GCOVR_EXCL_BR_LINE: memory may be lacking
+            return {.query = mQuery, .help = {}, .version = true};
         } catch (const CLI::ParseError& error) {
             throw UsageError(complaint(error));
         }

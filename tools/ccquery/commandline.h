@@ -55,7 +55,9 @@ struct Query {
 struct CommandLine {
     Query query;
     /// Not empty if help was asked for: the text to print instead of an answer.
-    std::string help;
+    std::string help = {};
+    /// Whether the version was asked for, instead of an answer; of `query` only `json` counts then.
+    bool version = false;
 };
 
 /// A command line that can't be understood. The message is one line that says what to do.

@@ -7,6 +7,7 @@
 namespace {
 
 using ccquery::Command;
+using ccquery::CommandLine;
 using ccquery::parseCommandLine;
 using ccquery::Query;
 using ccquery::UsageError;
@@ -146,9 +147,29 @@ TEST(CommandLineTest, HelpReportsEveryCommandAndOption) {
         const std::string help = parseCommandLine({flag}).help;
         for (const char* word :
              {"status", "canonicalize", "vobs", "drives", "view", "info", "errors", "check",
-              "--library", "--config", "--json", "Exit codes"}) {
+              "--library", "--config", "--json", "--version", "Exit codes"}) {
             EXPECT_NE(help.find(word), std::string::npos) << word;
         }
+    }
+}
+
+TEST(CommandLineTest, TheVersionNeedsNoCommand) {
+    for (const Texts& arguments : {Texts{"--version"}, Texts{"view", "--version"}}) {
+        const CommandLine line = parseCommandLine(arguments);
+        EXPECT_TRUE(line.version);
+        EXPECT_FALSE(line.query.json);
+        EXPECT_EQ(line.help, "");
+    }
+    EXPECT_FALSE(parseCommandLine({"view"}).version);
+    EXPECT_FALSE(parseCommandLine({"--help"}).version);
+}
+
+TEST(CommandLineTest, TheVersionIsInJsonIfThatIsAskedBeforeOrAfter) {
+    for (const Texts& arguments : {Texts{"--version", "--json"}, Texts{"--json", "--version"},
+                                   Texts{"view", "--version", "--json"}}) {
+        const CommandLine line = parseCommandLine(arguments);
+        EXPECT_TRUE(line.version);
+        EXPECT_TRUE(line.query.json);
     }
 }
 

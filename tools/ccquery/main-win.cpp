@@ -17,6 +17,7 @@
 #include "clearcase/configurationsource-win.h"
 #include "tools/ccquery/ask.h"
 #include "tools/ccquery/askpaths.h"
+#include "tools/ccquery/buildfacts.h"
 #include "tools/ccquery/check.h"
 #include "tools/ccquery/commandline.h"
 #include "tools/ccquery/connectionlibrary-win.h"
@@ -140,6 +141,10 @@ ExitCode runCommandLine() {
     const CommandLine line = parseCommandLine(programArguments());
     if (!line.help.empty()) {
         printText(line.help);
+        return exitAnswered;
+    }
+    if (line.version) {
+        print(line.query.json ? versionJson(buildFacts()) : versionText(buildFacts()));
         return exitAnswered;
     }
     return run(line.query);

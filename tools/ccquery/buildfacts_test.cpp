@@ -1,0 +1,34 @@
+#include "tools/ccquery/buildfacts.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using ccquery::BuildFacts;
+using ccquery::versionJson;
+using ccquery::versionText;
+
+BuildFacts sampleFacts() {
+    return {
+        .version = "1.2.3", .commit = "0123abcd with changes", .compiler = "GNU 12.2.0, msvcrt"};
+}
+
+TEST(BuildFactsTest, TheTextHasALineForEachFact) {
+    EXPECT_EQ(versionText(sampleFacts()),
+              "ccquery 1.2.3\n"
+              "commit 0123abcd with changes\n"
+              "compiler GNU 12.2.0, msvcrt\n");
+}
+
+TEST(BuildFactsTest, TheJsonIsOneLine) {
+    EXPECT_EQ(versionJson(sampleFacts()), R"({"version":"1.2.3","commit":"0123abcd with changes",)"
+                                          R"("compiler":"GNU 12.2.0, msvcrt"})"
+                                          "\n");
+}
+
+TEST(BuildFactsTest, ALineEndInAFactIsNoLineEndInTheText) {
+    EXPECT_EQ(versionText({.version = "1\n2", .commit = "", .compiler = "\x1b[31m"}),
+              "ccquery 1\\n2\ncommit \ncompiler \\x1b[31m\n");
+}
+
+}  // namespace
