@@ -1,8 +1,17 @@
 # The compiler options of all our own code, and the functions that define a layer and its tests.
+
+# What our headers need wherever they are included, and so in the projects of users too. Whoever uses a
+# package has the folders of the package, and its own Boost: see cmake/package/nbclearcase_fake-config.cmake.in.
+add_library(nbcc_usage INTERFACE)
+target_include_directories(nbcc_usage INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)
+target_compile_features(nbcc_usage INTERFACE cxx_std_20)
+target_link_libraries(nbcc_usage INTERFACE $<BUILD_INTERFACE:nbcc_host_headers>)
+if(WIN32)
+    target_compile_definitions(nbcc_usage INTERFACE WIN32_LEAN_AND_MEAN NOMINMAX)
+endif()
+
 add_library(nbcc_options INTERFACE)
-target_include_directories(nbcc_options INTERFACE ${PROJECT_SOURCE_DIR})
-# For users of the libraries too, whose project may have another default.
-target_compile_features(nbcc_options INTERFACE cxx_std_20)
+target_link_libraries(nbcc_options INTERFACE nbcc_usage)
 # Assertions and reports name files from the root of the tree, on every machine.
 target_compile_options(nbcc_options INTERFACE -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
 if(PROJECT_IS_TOP_LEVEL)
@@ -13,12 +22,10 @@ if(PROJECT_IS_TOP_LEVEL)
         # Which lock guards what; the words for it are in util/threadannotations.h.
         $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>)
 endif()
-target_link_libraries(nbcc_options INTERFACE nbcc_host_headers)
 find_package(Threads REQUIRED)
 if(WIN32)
     # The code uses only the declarations of Windows 7.
-    target_compile_definitions(nbcc_options INTERFACE
-        _WIN32_WINNT=0x0601 WIN32_LEAN_AND_MEAN NOMINMAX)
+    target_compile_definitions(nbcc_options INTERFACE _WIN32_WINNT=0x0601)
     target_compile_options(nbcc_options INTERFACE -ffunction-sections -fdata-sections)
     # Programs and DLLs need only the DLLs of the system.
     set(nbcc_link_options -static -Wl,--gc-sections)
@@ -115,17 +122,27 @@ function(nbcc_public_headers target)
     set_target_properties(${target} PROPERTIES VERIFY_INTERFACE_HEADER_SETS ON)
 endfunction()
 
-# nbcc_layer(NAME SOURCES... [PORTABLE] [LINK LIBRARIES...]): the static library nbclearcase::NAME, and
-# its twin nbclearcase::NAME_checked that tests link, with the checks of the standard library. LINK names
+# nbcc_layer(NAME SOURCES... [PORTABLE] [ALIAS ALIAS] [LINK LIBRARIES...]): the static library nbcc_NAME,
+# and its twin nbcc_NAME_checked that tests link, with the checks of the standard library. Others link
+# them as nbclearcase::ALIAS and nbclearcase::ALIAS_checked; the default of ALIAS is NAME. LINK names
 # layers below (which get their twin) and other libraries. The precompiled headers of a PORTABLE layer
 # contain no Windows header.
 function(nbcc_layer name)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "PORTABLE" "" "LINK")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "PORTABLE" "ALIAS" "LINK")
+    if(NOT arg_ALIAS)
+        set(arg_ALIAS ${name})
+    endif()
+    # Our tests and programs get the options through the layers; a parent project has its own.
+    set(options_for PRIVATE)
+    if(PROJECT_IS_TOP_LEVEL)
+        set(options_for PUBLIC)
+    endif()
     foreach(suffix "" "_checked")
         set(target nbcc_${name}${suffix})
         add_library(${target} STATIC EXCLUDE_FROM_ALL ${arg_UNPARSED_ARGUMENTS})
-        add_library(nbclearcase::${name}${suffix} ALIAS ${target})
-        target_link_libraries(${target} PUBLIC nbcc_options Threads::Threads)
+        add_library(nbclearcase::${arg_ALIAS}${suffix} ALIAS ${target})
+        target_link_libraries(${target} PUBLIC nbcc_usage Threads::Threads
+            ${options_for} $<BUILD_INTERFACE:nbcc_options>)
         foreach(library ${arg_LINK})
             if(TARGET nbcc_${library})
                 set(library nbcc_${library}${suffix})
@@ -212,7 +229,7 @@ function(nbcc_layer_test name)
     target_compile_options(${name} PRIVATE -O0)
     target_precompile_headers(${name} REUSE_FROM nbcc_test_headers)
     foreach(library ${ARGN})
-        target_link_libraries(${name} PRIVATE nbclearcase::${library}_checked)
+        target_link_libraries(${name} PRIVATE nbcc_${library}_checked)
     endforeach()
     nbcc_register_test(${name})
 endfunction()
