@@ -1,6 +1,6 @@
 # The commands of the project; README.md describes them.
 .PHONY: help dependencies native-dependencies lint-dependencies coverage-dependencies windows demo \
-    test bench fuzz soak coverage lint clean
+    package test bench fuzz soak coverage lint clean
 # They share the folder build, and its lock.
 .NOTPARALLEL:
 
@@ -27,6 +27,9 @@ demo: dependencies
 	@scripts/build windows nbclearcase_fake nbclearcase_journal sampleconnection ccquery examplehost \
 		ccdrives
 	@examples/demo
+
+package: dependencies
+	@scripts/package
 
 test: native-dependencies
 	@scripts/test
