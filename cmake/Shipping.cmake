@@ -29,7 +29,7 @@ function(nbcc_build_facts target)
     set(source ${CMAKE_CURRENT_BINARY_DIR}/${target}-buildfacts.cpp)
     add_custom_target(${target}_build_facts
         COMMAND ${CMAKE_COMMAND} -D SOURCES=${PROJECT_SOURCE_DIR} -D OUTPUT=${source}
-            -D VERSION=${PROJECT_VERSION} "-D COMPILER=${NBCC_COMPILER}"
+            -D VERSION=${PROJECT_VERSION} "-D COMPILER=${NBCC_COMPILER}, ${NBCC_RUNTIME}"
             -P ${PROJECT_SOURCE_DIR}/cmake/BuildFacts.cmake
         BYPRODUCTS ${source}
         VERBATIM)
@@ -44,7 +44,7 @@ if(WIN32)
     if(NBCC_UCRT)
         set(NBCC_RUNTIME ucrt)
     endif()
-    set(NBCC_COMPILER "${CMAKE_CXX_COMPILER_ID} ${CMAKE_CXX_COMPILER_VERSION}, ${NBCC_RUNTIME}")
+    string(REPLACE GNU GCC NBCC_COMPILER "${CMAKE_CXX_COMPILER_ID} ${CMAKE_CXX_COMPILER_VERSION}")
     # Archives without times, owners and modes of the machine that builds.
     foreach(language C CXX)
         set(CMAKE_${language}_ARCHIVE_CREATE "<CMAKE_AR> qcD <TARGET> <LINK_FLAGS> <OBJECTS>")
