@@ -41,6 +41,10 @@ endif()
 if(NBCC_FUZZERS)
     add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
+if(NBCC_PACKAGE)
+    # Names in the symbols begin at the root of the tree. Of two prefixes that fit, the last one counts.
+    add_compile_options(-g -fdebug-prefix-map=${PROJECT_SOURCE_DIR}/= -fdebug-prefix-map=${PROJECT_BINARY_DIR}=.)
+endif()
 if(NBCC_COVERAGE)
     # Tests are instrumented too, because they may have the only copy of an inline function.
     add_compile_options(--coverage -fprofile-abs-path -fprofile-update=prefer-atomic)

@@ -52,7 +52,3 @@ if(WIN32)
         set(CMAKE_${language}_ARCHIVE_FINISH "<CMAKE_RANLIB> -D <TARGET>")
     endforeach()
 endif()
-if(NBCC_PACKAGE)
-    # Names in the symbols begin at the root of the tree. Of two prefixes that fit, the last one counts.
-    add_compile_options(-g -fdebug-prefix-map=${PROJECT_SOURCE_DIR}/= -fdebug-prefix-map=${PROJECT_BINARY_DIR}=.)
-endif()
