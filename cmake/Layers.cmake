@@ -43,7 +43,9 @@ if(NBCC_FUZZERS)
 endif()
 if(NBCC_PACKAGE)
     # Names in the symbols begin at the root of the tree. Of two prefixes that fit, the last one counts.
-    add_compile_options(-g -fdebug-prefix-map=${PROJECT_SOURCE_DIR}/= -fdebug-prefix-map=${PROJECT_BINARY_DIR}=.)
+    # Where variables are in optimised code depends, with GCC, on the folder of the build.
+    add_compile_options(-g -fno-var-tracking
+        -fdebug-prefix-map=${PROJECT_SOURCE_DIR}/= -fdebug-prefix-map=${PROJECT_BINARY_DIR}=.)
 endif()
 if(NBCC_COVERAGE)
     # Tests are instrumented too, because they may have the only copy of an inline function.
