@@ -1,4 +1,4 @@
-# What `make package` packs: the targets of nbcc_ship (see cmake/Shipping.cmake), and what is named here.
+# What `make package` packs, and `cmake --install` installs: the targets of nbcc_ship (see cmake/Shipping.cmake), and what is named here.
 # CPack reads the components `main` and `dbg`, each of which becomes an archive.
 set(package_doc share/doc/nbclearcase_fake)
 set(package_cmake lib/cmake/nbclearcase_fake)
@@ -11,7 +11,9 @@ set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME main)
 get_property(shipped GLOBAL PROPERTY NBCC_SHIPPED)
 foreach(target ${shipped})
     install(PROGRAMS $<TARGET_FILE:${target}> DESTINATION bin)
-    install(DIRECTORY ${PROJECT_BINARY_DIR}/symbols/${target}/ DESTINATION . COMPONENT dbg)
+    if(NBCC_PACKAGE)
+        install(DIRECTORY ${PROJECT_BINARY_DIR}/symbols/${target}/ DESTINATION . COMPONENT dbg)
+    endif()
 endforeach()
 
 # include/ and lib/
@@ -62,17 +64,19 @@ function(nbcc_licence name file)
     endif()
     install(FILES ${copyright} DESTINATION ${package_doc}/licences RENAME ${name}.txt)
 endfunction()
-nbcc_licence(boost ${NBCC_boost_headers_HEADERS}/boost/version.hpp)
-nbcc_licence(cli11 ${NBCC_CLI11_HEADERS}/CLI/CLI.hpp)
-nbcc_licence(nlohmann-json ${NBCC_nlohmann_json_HEADERS}/nlohmann/json.hpp)
 # nbcc_runtime_licence(NAME LIBRARY): the same for a library that the compiler links of itself.
 function(nbcc_runtime_licence name library)
     execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${library}
         OUTPUT_VARIABLE file OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
     nbcc_licence(${name} ${file})
 endfunction()
-nbcc_runtime_licence(gcc-runtime libstdc++.a)
-nbcc_runtime_licence(mingw-w64-runtime libwinpthread.a)
+if(NBCC_PACKAGE)
+    nbcc_licence(boost ${NBCC_boost_headers_HEADERS}/boost/version.hpp)
+    nbcc_licence(cli11 ${NBCC_CLI11_HEADERS}/CLI/CLI.hpp)
+    nbcc_licence(nlohmann-json ${NBCC_nlohmann_json_HEADERS}/nlohmann/json.hpp)
+    nbcc_runtime_licence(gcc-runtime libstdc++.a)
+    nbcc_runtime_licence(mingw-w64-runtime libwinpthread.a)
+endif()
 
 # What `scripts/package` builds before it packs.
 add_custom_target(shipped DEPENDS ${shipped} nbcc_element_types nbcc_util nbcc_util_windows)

@@ -1,8 +1,11 @@
 #include "tools/ccquery/buildfacts.h"
 
-#include "tools/ccquery/report.h"
+#include "tools/shared/report.h"
 
 namespace ccquery {
+
+using tools::jsonLine;
+using tools::oneLine;
 
 std::string versionText(const BuildFacts& facts) {
     return "ccquery " + oneLine(facts.version) + "\ncommit " + oneLine(facts.commit) +

@@ -144,7 +144,7 @@ ExitCode runCommandLine() {
         return exitAnswered;
     }
     if (line.version) {
-        print(line.query.json ? versionJson(buildFacts()) : versionText(buildFacts()));
+        printText(line.query.json ? versionJson(buildFacts()) : versionText(buildFacts()));
         return exitAnswered;
     }
     return run(line.query);
