@@ -109,7 +109,8 @@ std::ostream& operator<<(std::ostream& out, const ShellArgument& quoted);
 // Wrapped output
 
 /// The position of wrapped output. The caller passes the same layout to one inserter after the
-/// other, so that they fill the same lines. Columns count from 0.
+/// other, so that they fill the same lines. An item that doesn't fit begins a new line, and a line
+/// is filled with spaces up to the left margin before its first item. Columns count from 0.
 struct Layout {
     static constexpr int noWrapping = 0x7fffffff;
 

@@ -133,7 +133,9 @@ public:
     ///
     /// `lock` must hold `mHandleLock`; otherwise an assertion stops the process. `signal` is for a
     /// process of the POSIX side. Any other process, and one that the signal can't be sent to, gets
-    /// a break event. Never waits, but `mHandleLock` is held while the command of "NBBRK" runs.
+    /// a break event. A command that starts after the call gets neither: unless it ends by
+    /// itself, it is ended by force. Never waits, but `mHandleLock` is held while the command of
+    /// "NBBRK" runs.
     virtual void abort(MutexLock& lock, int signal) NB_REQUIRES(mHandleLock);
     /// Restores the state of a new object, except for the log, the job, the output limits, the size
     /// of the buffer for processes, the countdown and the last counters. Must not be called while a
