@@ -1,16 +1,19 @@
-// docs/configuration.md describes the findings of `check`, and its examples and that of README.md
-// have them. The test programs run in the root of the tree.
+// What docs/configuration.md shows of the rules is what the fake answers, and it describes the
+// findings of `check`, which its examples have.
 
 #include <algorithm>
 #include <cstddef>
-#include <fstream>
-#include <sstream>
+#include <map>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "clearcase/elementtypes.h"
+#include "testing/exampleshell.h"
+#include "testing/page.h"
 #include "tools/ccquery/check.h"
 #include "tools/ccquery/findings.h"
 
@@ -19,6 +22,14 @@ namespace {
 using ccquery::ConfigurationLines;
 using ccquery::Finding;
 using ccquery::findings;
+using testing_support::commandsIn;
+using testing_support::ExampleShell;
+using testing_support::FakeWorld;
+using testing_support::PageCommand;
+using testing_support::PagePart;
+using testing_support::pageText;
+using testing_support::partsOf;
+using testing_support::PortableFake;
 
 using Texts = std::vector<std::string>;
 
@@ -28,12 +39,7 @@ struct Section {
     std::string example;  ///< a file; empty if the description has none
 };
 
-std::string page(const char* name) {
-    std::ifstream file(name);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
+const char* const pageName = "docs/configuration.md";
 
 std::string between(const std::string& text, const std::string& begin, const std::string& end) {
     const size_t at = text.find(begin);
@@ -47,7 +53,7 @@ std::string between(const std::string& text, const std::string& begin, const std
 std::vector<Section> sections() {
     const std::string mark = "\n**`";
     std::vector<Section> found;
-    const std::string text = page("docs/configuration.md");
+    const std::string text = pageText(pageName);
     for (size_t at = text.find(mark); at != std::string::npos;) {
         const size_t next = text.find(mark, at + 1);
         const std::string section = text.substr(at, next - at);
@@ -109,9 +115,7 @@ TEST(ConfigurationPageTest, TheExampleAtTheTopIsWhatIsPrinted) {
         "src\\main.c=/main/3*version\n";
     const std::string command = "> ccquery check project.ini\n";
     const std::string printed = ccquery::check("project.ini", file, "", /*json=*/false).output;
-    EXPECT_EQ(between(page("docs/configuration.md"), command, "```"), printed);
-    EXPECT_EQ(between(page("README.md"), command, "```"),
-              printed.substr(0, printed.find('\n') + 1));
+    EXPECT_EQ(between(pageText(pageName), command, "```"), printed);
 }
 
 TEST(ConfigurationPageTest, EachExampleHasTheFindingThatItIsFor) {
@@ -123,6 +127,86 @@ TEST(ConfigurationPageTest, EachExampleHasTheFindingThatItIsFor) {
         }
     }
     EXPECT_GE(count, 8U);
+}
+
+/// Returns the parts of the page about the rules.
+std::vector<PagePart> rules() {
+    const std::string text = pageText(pageName);
+    return partsOf(text.substr(0, text.find("\n## What `ccquery check` finds\n")));
+}
+
+TEST(ConfigurationPageTest, EachRuleAnswersAsItsExampleShows) {
+    std::optional<ExampleShell> shell;
+    size_t count = 0;
+    for (const PagePart& part : rules()) {
+        if (part.language == "ini") {
+            shell.emplace();
+            shell->files["nbclearcase_fake.ini"] = part.text;
+            shell->world.writableFolders = {"C:/here/vobs/tools"};
+            shell->world.disk = {{"C:\\disk", FakeWorld::File::folder},
+                                 {"C:\\disk\\read-only.c", FakeWorld::File::readOnly},
+                                 {"C:\\disk\\writable.c", FakeWorld::File::writable}};
+        }
+        for (const PageCommand& command : commandsIn(part.text)) {
+            ++count;
+            ASSERT_TRUE(shell);
+            EXPECT_EQ(shell->run(command.command), command.output) << command.command;
+        }
+    }
+    EXPECT_GE(count, 10U);
+}
+
+/// Returns the bytes that a text means in which "\n", "\r" and "\x1a" are escaped.
+std::string bytesOf(const std::string& escaped) {
+    std::string bytes;
+    for (size_t i = 0; i < escaped.size(); ++i) {
+        if (escaped[i] != '\\') {
+            bytes += escaped[i];
+            continue;
+        }
+        const char kind = escaped.at(++i);
+        if (kind == 'x') {
+            bytes += static_cast<char>(std::stoi(escaped.substr(i + 1, 2), nullptr, 16));
+            i += 2;
+        } else {
+            bytes += kind == 'n' ? '\n' : '\r';
+        }
+    }
+    return bytes;
+}
+
+TEST(ConfigurationPageTest, TheBytesOfAFileMeanWhatTheTableSays) {
+    size_t count = 0;
+    for (const PagePart& part : rules()) {
+        if (part.kind != PagePart::Kind::row || part.section != "Bytes") {
+            continue;
+        }
+        ++count;
+        const ConfigurationLines file(bytesOf(part.cells[0]), "");
+        std::string tags;
+        for (const VobRecord& vob : file.configuration().vobs) {
+            tags += (tags.empty() ? "" : ", ") + vob.tag;
+        }
+        EXPECT_EQ(tags, part.cells[1]) << part.text;
+    }
+    EXPECT_GE(count, 7U);
+}
+
+TEST(ConfigurationPageTest, EachTypeHasItsNumberAndItsVersion) {
+    std::map<std::string, ElementType> described;
+    for (const PagePart& part : rules()) {
+        if (part.kind != PagePart::Kind::row || part.section != "Elements") {
+            continue;
+        }
+        const std::string& name = part.cells[0];
+        described[name] = static_cast<ElementType>(std::stoi(part.cells[1]));
+        const FakeWorld world;
+        PortableFake fake("[attrs]\nC:\\a=x*" + name + "\n", world);
+        std::string version;
+        EXPECT_EQ(fake.getElementStatus("C:\\a", &version, nullptr), described[name]) << name;
+        EXPECT_EQ(version, part.cells[2]) << name;
+    }
+    EXPECT_EQ(described, elementTypeMap);
 }
 
 }  // namespace
