@@ -1,11 +1,11 @@
-# The commands of the project; README.md describes them.
+# The commands of the project; CONTRIBUTING.md describes them.
 .PHONY: help dependencies native-dependencies lint-dependencies coverage-dependencies windows demo \
     package test bench fuzz soak coverage lint clean
 # They share the folder build, and its lock.
 .NOTPARALLEL:
 
 help:
-	@sed -n 's/^| `make \([a-z]*\)` | \(.*\) | [^|]*|$$/make \1: \2/p' README.md
+	@sed -n 's/^| `make \([a-z]*\)` | \(.*\) | [^|]*|$$/make \1: \2/p' CONTRIBUTING.md
 
 dependencies:
 	@scripts/install-dependencies

@@ -70,6 +70,22 @@ TEST(CcqueryPageTest, TheExamplesInTheirOrderPrintWhatIsShown) {
     }
 }
 
+TEST(CcqueryPageTest, TheExampleOfTheReadmePrintsWhatIsShown) {
+    const std::string folder = "bin\\";
+    const std::string file = "examples\\project\\nbclearcase_fake.ini";
+    ExampleShell shell;
+    shell.files[file] = pageText("examples/project/nbclearcase_fake.ini");
+    size_t count = 0;
+    for (const PagePart& part : partsOf(pageText("README.md"))) {
+        for (const PageCommand& command : commandsIn(part.text)) {
+            ASSERT_TRUE(command.command.starts_with(folder)) << command.command;
+            EXPECT_EQ(shell.run(command.command.substr(folder.size())), command.output);
+            ++count;
+        }
+    }
+    EXPECT_EQ(count, 1U);
+}
+
 std::set<std::string> optionsIn(const std::string& text) {
     const std::regex option("--[a-z]+");
     return {std::sregex_token_iterator(text.begin(), text.end(), option),
