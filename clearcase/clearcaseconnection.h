@@ -32,29 +32,29 @@
 
 /// The types of elements, as `getElementStatus` returns them.
 enum ElementType : int32_t {
-    elementUnexpected = -1,
-    elementNull = 0,
-    elementVersion = 1,
-    elementDirectoryVersion = 2,
-    elementSymbolicLink = 3,
-    elementViewPrivate = 4,
-    elementViewDerived = 5,
-    elementDerivedObject = 6,
-    elementCheckedOutFile = 7,
-    elementCheckedOutDir = 8,
+    elementUnexpected = -1,       ///< none of the others
+    elementNull = 0,              ///< there is no element
+    elementVersion = 1,           ///< of a file
+    elementDirectoryVersion = 2,  ///< a version of a directory
+    elementSymbolicLink = 3,      ///< has a target
+    elementViewPrivate = 4,       ///< not under version control
+    elementViewDerived = 5,       ///< a derived object of the view alone
+    elementDerivedObject = 6,     ///< a derived object of a VOB
+    elementCheckedOutFile = 7,    ///< can be changed in the view
+    elementCheckedOutDir = 8,     ///< can be changed in the view
 };
 
 /// Whether a VOB can be written to.
 enum VobState : int32_t {
-    vobWritable = 0,
-    vobReadOnly = 1,
-    vobNotDetermined = 2,
+    vobWritable = 0,       ///< a file could be created
+    vobReadOnly = 1,       ///< the medium is write-protected
+    vobNotDetermined = 2,  ///< creating a file has failed in another way
 };
 
 /// A VOB, or the outcome of a probe (see `probeVobs`).
 struct VobRecord {
     std::string tag;  ///< the VOB's tag; in results of `probeVobs`, the folder that was probed
-    VobState state = vobWritable;
+    VobState state = vobWritable;  ///< also what a probe found
 };
 
 /// One connection. A host calls the operations through the virtual table of the class, so their
@@ -177,5 +177,7 @@ public:
 /// The library's only exported function, and its name. Returns a new connection, which the caller
 /// owns, or null if there is no memory for the object. If memory runs out later, while the
 /// connection is being constructed, it throws std::bad_alloc. The argument is not read.
+/// @{
 using ClearCaseImplCtorFunction = ClearCaseConnection*(void* unused);
 inline constexpr const char* CLEARCASE_IMPL_CTOR = "ClearCaseImplCtor";
+/// @}

@@ -21,7 +21,7 @@
 
 #include "clearcase/clearcaseconnection.h"
 
-// The rules of the class below.
+/// The rules of FakeConfiguration.
 namespace fakeconfiguration {
 
 /// Returns the name that a configuration has for the type, or null if it isn't a type.
@@ -67,8 +67,7 @@ namespace fakeconfiguration {
            path.find_first_not_of(separators, share) != std::string_view::npos;
 }
 
-// The functions below return why a configuration can't hold a text, or null if it can.
-
+/// Returns why no line of a configuration can hold the text, or null if one can.
 [[nodiscard]] inline const char* problemAnywhere(std::string_view text) {
     if (text.find('\n') != std::string_view::npos) {
         return "has a line feed, which ends the line";
@@ -79,6 +78,7 @@ namespace fakeconfiguration {
     return nullptr;
 }
 
+/// Returns why a configuration can't hold the VOB tag, or null if it can. An empty tag is one.
 [[nodiscard]] inline const char* problemOfTag(std::string_view tag) {
     if (const char* const problem = problemAnywhere(tag)) {
         return problem;
@@ -101,6 +101,7 @@ namespace fakeconfiguration {
     return nullptr;
 }
 
+/// Returns why a configuration can't hold the path of an element, or null if it can.
 [[nodiscard]] inline const char* problemOfPath(std::string_view path) {
     if (const char* const problem = problemOfTag(path)) {
         return problem;
@@ -113,6 +114,7 @@ namespace fakeconfiguration {
                               "a server and a share";
 }
 
+/// Returns why a configuration can't hold the text of a symbolic link, or null if it can.
 [[nodiscard]] inline const char* problemOfLinkText(std::string_view text) {
     if (const char* const problem = problemAnywhere(text)) {
         return problem;
@@ -156,6 +158,8 @@ public:
         return addLine("[vobs]\n", std::string(tag) + "=\n");
     }
 
+    /// Returns the content of the file, empty at first. It is this object's own text, to which each
+    /// further call adds.
     [[nodiscard]] const std::string& text() const { return mText; }
 
 private:

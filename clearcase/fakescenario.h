@@ -229,7 +229,7 @@ using LoadedLibrary = std::unique_ptr<std::remove_pointer_t<HMODULE>, Unload>;
 
 }  // namespace fakescenario
 
-/// A scope in which a fake connection answers what a test says. See above.
+/// A scope in which a fake connection answers what a test says. See the start of this header.
 class FakeScenario {
 public:
     /// `library` is loaded as Windows finds it, first beside the program; if it has a folder, from
@@ -243,6 +243,7 @@ public:
     FakeScenario(const FakeScenario&) = delete;
     FakeScenario& operator=(const FakeScenario&) = delete;
 
+    /// @{
     /// These three are those of FakeConfiguration. Throw std::runtime_error if the file can't be
     /// written.
     FakeScenario& element(std::string_view path, ElementType type) {
@@ -257,6 +258,7 @@ public:
         mConfiguration.vob(tag);
         return write();
     }
+    /// @}
 
     /// Sets CLEARCASE_ROOT, or removes it if `root` is empty. Its last component is the view tag of
     /// all connections from now on. A connection made from now on finds each element also by a

@@ -9,39 +9,36 @@
 
 /// The values of SE_OBJECT_TYPE whose access rights have names.
 namespace ObjectType {
-inline constexpr uint32_t any = 0;
-inline constexpr uint32_t file = 1;
-inline constexpr uint32_t registryKey = 4;
-inline constexpr uint32_t kernelObject = 6;
-inline constexpr uint32_t windowObject = 7;
+inline constexpr uint32_t any = 0;           ///< a type that isn't known, or any
+inline constexpr uint32_t file = 1;          ///< SE_FILE_OBJECT
+inline constexpr uint32_t registryKey = 4;   ///< SE_REGISTRY_KEY
+inline constexpr uint32_t kernelObject = 6;  ///< SE_KERNEL_OBJECT
+inline constexpr uint32_t windowObject = 7;  ///< SE_WINDOW_OBJECT
 }  // namespace ObjectType
 
 /// Kinds of object within a type, as bits.
 namespace ObjectKind {
-inline constexpr uint32_t unknown = 0;
-// of file
-inline constexpr uint32_t plainFile = 1;
-inline constexpr uint32_t directory = 2;
-inline constexpr uint32_t pipe = 4;
-// of kernelObject
-inline constexpr uint32_t process = 1;
-inline constexpr uint32_t thread = 2;
-inline constexpr uint32_t job = 4;
-inline constexpr uint32_t token = 8;
-inline constexpr uint32_t event = 16;
-inline constexpr uint32_t mutant = 32;
-inline constexpr uint32_t semaphore = 64;
-inline constexpr uint32_t timer = 128;
-inline constexpr uint32_t section = 256;
-// of windowObject
-inline constexpr uint32_t windowStation = 1;
-inline constexpr uint32_t desktop = 2;
+inline constexpr uint32_t unknown = 0;        ///< of any type: every name of the type counts
+inline constexpr uint32_t plainFile = 1;      ///< of `file`
+inline constexpr uint32_t directory = 2;      ///< of `file`
+inline constexpr uint32_t pipe = 4;           ///< of `file`
+inline constexpr uint32_t process = 1;        ///< of `kernelObject`
+inline constexpr uint32_t thread = 2;         ///< of `kernelObject`
+inline constexpr uint32_t job = 4;            ///< of `kernelObject`
+inline constexpr uint32_t token = 8;          ///< of `kernelObject`
+inline constexpr uint32_t event = 16;         ///< of `kernelObject`
+inline constexpr uint32_t mutant = 32;        ///< of `kernelObject`
+inline constexpr uint32_t semaphore = 64;     ///< of `kernelObject`
+inline constexpr uint32_t timer = 128;        ///< of `kernelObject`
+inline constexpr uint32_t section = 256;      ///< of `kernelObject`
+inline constexpr uint32_t windowStation = 1;  ///< of `windowObject`
+inline constexpr uint32_t desktop = 2;        ///< of `windowObject`
 }  // namespace ObjectKind
 
 /// A name for bits of an access mask.
 struct AccessRight {
-    uint32_t mask;  ///< one bit or many
-    const char* name;
+    uint32_t mask;        ///< one bit or many
+    const char* name;     ///< as Windows's headers spell it
     uint32_t objectType;  ///< `any`: a right of every type
     uint32_t kinds;       ///< the kinds of that type that have it
 };
@@ -61,14 +58,17 @@ struct AccessRight {
 /// have no effect. Afterwards the stream writes numbers in decimal.
 std::ostream& writeAccessMask(std::ostream& out, uint32_t mask, uint32_t objectType, uint32_t kind);
 
+/// A bit and its name.
 struct NamedValue {
-    uint32_t value;
-    const char* name;
+    uint32_t value;    ///< has one bit
+    const char* name;  ///< static, as it is written
 };
 
+/// @{
 /// Return bits with their names, in the order in which they are written.
 [[nodiscard]] std::span<const NamedValue> aceFlagNames();
 [[nodiscard]] std::span<const NamedValue> descriptorControlNames();
+/// @}
 
 /// Writes ACE flags as " (OI) (CI)", or " (NO_INHERITANCE)" for 0. A bit without a name is left
 /// out.
@@ -78,6 +78,7 @@ std::ostream& writeAceFlags(std::ostream& out, uint32_t flags);
 /// left out.
 std::ostream& writeDescriptorControl(std::ostream& out, uint32_t control);
 
+/// @{
 /// Return the name of an ACE type ("Access Allowed"), an ACCESS_MODE ("GRANT_ACCESS"), a
 /// SID_NAME_USE ("WellKnownGroup") or a TRUSTEE_TYPE ("Well-Known Group"). Null for a value without
 /// a name.
@@ -85,3 +86,4 @@ std::ostream& writeDescriptorControl(std::ostream& out, uint32_t control);
 [[nodiscard]] const char* accessModeName(uint32_t mode);
 [[nodiscard]] const char* sidUseName(uint32_t use);
 [[nodiscard]] const char* trusteeTypeName(uint32_t type);
+/// @}

@@ -11,13 +11,16 @@
 class CharacterSet {
 public:
     constexpr CharacterSet() = default;
+    /// Makes a set of the characters of a text, in any order; repeated ones count once.
     constexpr explicit CharacterSet(std::string_view characters) {
         for (const char c : characters) {
             add(c);
         }
     }
 
+    /// Does nothing if the set has the character.
     constexpr void add(char c) { mBits[wordOf(c)] |= bitOf(c); }
+    /// Returns whether the set has the character.
     [[nodiscard]] constexpr bool contains(char c) const {
         return (mBits[wordOf(c)] & bitOf(c)) != 0;
     }

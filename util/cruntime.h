@@ -16,6 +16,7 @@
 #include <strings.h>
 #endif
 
+/// Calls of the C runtime.
 namespace cruntime {
 
 #ifdef _WIN32
@@ -28,6 +29,8 @@ inline constexpr const wchar_t* library = L"msvcrt.dll";
 #endif
 #endif
 
+/// Compares two texts, ignoring case, and returns a number below, at or above 0. Neither may be
+/// null.
 [[nodiscard]] inline int stricmp(const char* a, const char* b) {
 #ifdef _WIN32
     return _stricmp(a, b);
@@ -36,6 +39,7 @@ inline constexpr const wchar_t* library = L"msvcrt.dll";
 #endif
 }
 
+/// The same for the first `count` characters; a text that ends before that counts up to its end.
 [[nodiscard]] inline int strnicmp(const char* a, const char* b, size_t count) {
 #ifdef _WIN32
     return _strnicmp(a, b, count);
@@ -44,6 +48,7 @@ inline constexpr const wchar_t* library = L"msvcrt.dll";
 #endif
 }
 
+/// The same for wide characters.
 [[nodiscard]] inline int wcsnicmp(const wchar_t* a, const wchar_t* b, size_t count) {
 #ifdef _WIN32
     return _wcsnicmp(a, b, count);

@@ -9,7 +9,7 @@ namespace cygwin {
 /// A release of the runtime: 1.7.35 is 1007 and 35.
 struct runtime_version {
     uint16_t release = 0;  ///< major * 1000 + minor
-    uint16_t patch = 0;
+    uint16_t patch = 0;    ///< the third number
 };
 
 /// Reads a release text such as "1.7.35(0.287/5/3)". As with scanf, white space and a sign may

@@ -27,37 +27,43 @@
 /// Bytes: a byte with the high bit set becomes `\x` and two digits. All other bytes are unchanged,
 /// including control characters.
 struct EscapedBytes {
-    StringSpan text;
+    StringSpan text;  ///< what is written
 };
 /// UTF-16 units: a unit above 126 becomes `\u` and four digits. All others are unchanged.
 struct EscapedUnits {
-    std::u16string_view text;
+    std::u16string_view text;  ///< what is written
 };
 /// The same for a wide string, whose units are UTF-16.
 struct EscapedWide {
-    WideSpan text;
+    WideSpan text;  ///< what is written
 };
 /// UTF-8: a character above 0xFFFF becomes `\U` and eight digits, any other above 126 `\u` and four
 /// digits. All others are unchanged. A byte that isn't valid UTF-8 becomes `\udc80` to `\udcff`.
 struct EscapedUtf8 {
-    StringSpan text;
+    StringSpan text;  ///< what is written
 };
+/// @{
+/// Writes the text with its escapes. The width of the stream has no effect.
 std::ostream& operator<<(std::ostream& out, const EscapedBytes& escaped);
 std::ostream& operator<<(std::ostream& out, const EscapedUnits& escaped);
 std::ostream& operator<<(std::ostream& out, const EscapedWide& escaped);
 std::ostream& operator<<(std::ostream& out, const EscapedUtf8& escaped);
+/// @}
 
+/// @{
 /// Return what the inserters write.
 [[nodiscard]] std::string escapeBytes(StringSpan text);
 [[nodiscard]] std::string escapeUnits(std::u16string_view text);
 [[nodiscard]] std::string escapeUnits(const std::wstring& text);
 [[nodiscard]] std::string escapeUtf8(StringSpan text);
+/// @}
 
 // Words for a POSIX shell
 
 /// Returns whether a shell takes the character literally: a letter or digit by the C runtime, or
 /// one of % + , - . / : = @ ^ _
 [[nodiscard]] bool isShellSafe(char c);
+/// Returns whether a character of the text isn't safe for a shell. An empty text needs no quotes.
 [[nodiscard]] bool needsShellQuoting(StringSpan text);
 
 /// Writes a text so that a shell reads it back: in single quotes, if it needs any. For an empty
@@ -96,15 +102,19 @@ Out writeShellArgument(StringSpan text, Out out) {
     return out;
 }
 
-/// writeShellQuoted and writeShellArgument as inserters.
+/// writeShellQuoted as an inserter.
 struct ShellQuoted {
-    StringSpan text;
+    StringSpan text;  ///< what is written
 };
+/// writeShellArgument as an inserter.
 struct ShellArgument {
-    StringSpan text;
+    StringSpan text;  ///< what is written
 };
+/// @{
+/// Writes the word. The width of the stream has no effect.
 std::ostream& operator<<(std::ostream& out, const ShellQuoted& quoted);
 std::ostream& operator<<(std::ostream& out, const ShellArgument& quoted);
+/// @}
 
 // Wrapped output
 
@@ -112,6 +122,7 @@ std::ostream& operator<<(std::ostream& out, const ShellArgument& quoted);
 /// other, so that they fill the same lines. An item that doesn't fit begins a new line, and a line
 /// is filled with spaces up to the left margin before its first item. Columns count from 0.
 struct Layout {
+    /// The width of a layout without one.
     static constexpr int noWrapping = 0x7fffffff;
 
     int width;       ///< the number of usable columns
@@ -119,6 +130,7 @@ struct Layout {
     int column;      ///< the current column
     bool needSpace;  ///< a space comes before the next item
 
+    /// The arguments are the fields, in their order; by default there is no width.
     explicit Layout(int lastColumn = noWrapping, int leftMargin = 0, int startColumn = 0,
                     bool owesSpace = false)
         : width(lastColumn), indent(leftMargin), column(startColumn), needSpace(owesSpace) {}
@@ -128,6 +140,7 @@ struct Layout {
 /// null. It is copied back to the caller when the scope ends, even by an exception.
 class [[nodiscard]] LayoutGuard {
 public:
+    /// `target` is null or outlives this object.
     explicit LayoutGuard(Layout* target)
         : layout(target != nullptr ? *target : Layout()), mTarget(target) {}
     ~LayoutGuard() {
@@ -138,7 +151,7 @@ public:
     LayoutGuard(const LayoutGuard&) = delete;
     LayoutGuard& operator=(const LayoutGuard&) = delete;
 
-    Layout layout;
+    Layout layout;  ///< the working copy, which the inserter changes
 
 private:
     Layout* mTarget;
@@ -146,17 +159,19 @@ private:
 
 /// Writes `count` spaces, or nothing if `count` is below 1.
 struct Spaces {
-    int count;
+    int count;  ///< may be negative
 };
+/// Writes the spaces. The width of the stream has no effect.
 std::ostream& operator<<(std::ostream& out, const Spaces& spaces);
 
 /// Bytes as "48:H 69:i": two digits and the character, or a full stop if the character isn't
 /// printable ASCII. If the layout is null, everything is on one line.
 struct HexDump {
-    const unsigned char* data;
-    size_t length;
-    Layout* layout;
+    const unsigned char* data;  ///< null only if there are no bytes
+    size_t length;              ///< in bytes
+    Layout* layout;             ///< where the output stands, or null
 };
+/// Writes the bytes, and moves the layout on.
 std::ostream& operator<<(std::ostream& out, const HexDump& dump);
 
 /// Bytes as a quoted literal with backslash escapes: `\t`, `\n`, `\r`, `\\`, and `\x` with two
@@ -164,8 +179,9 @@ std::ostream& operator<<(std::ostream& out, const HexDump& dump);
 /// At the width, and after each line feed that isn't the last byte, the literal ends and another
 /// one begins on the next line. If the layout is null, there is no width.
 struct Quoted {
-    const unsigned char* data;
-    size_t length;
-    Layout* layout;
+    const unsigned char* data;  ///< null only if there are no bytes
+    size_t length;              ///< in bytes
+    Layout* layout;             ///< where the output stands, or null
 };
+/// Writes the literals, and moves the layout on.
 std::ostream& operator<<(std::ostream& out, const Quoted& quoted);

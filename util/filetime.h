@@ -12,21 +12,23 @@
 /// No operation checks its range: the ticks wrap around at 64 bits.
 class FileTime {
 public:
-    static constexpr uint64_t ticksPerSecond = 10'000'000;
+    static constexpr uint64_t ticksPerSecond = 10'000'000;  ///< a tick is 100 ns
     /// From 1 January 1601 to 1 January 1970.
     static constexpr uint64_t secondsToUnixEpoch = 11'644'473'600;
+    /// From 1 January 1601 to 1 January 1970.
     static constexpr uint64_t ticksToUnixEpoch = secondsToUnixEpoch * ticksPerSecond;
 
     /// The whole seconds of the ticks since 1970, rounded towards zero, and the rest with `nanos`
     /// added. The rest may be negative before 1970. The two add up to the time as long as its
     /// seconds fit in 32 bits: see `unixTime`.
     struct UnixNanoseconds {
-        int64_t seconds;
-        int32_t nanoseconds;
+        int64_t seconds;      ///< since 1970
+        int32_t nanoseconds;  ///< the rest; negative before 1970
     };
+    /// The same with microseconds.
     struct UnixMicroseconds {
-        int64_t seconds;
-        int32_t microseconds;
+        int64_t seconds;       ///< since 1970
+        int32_t microseconds;  ///< the rest; negative before 1970
     };
 
     /// Tick 0.
@@ -41,6 +43,7 @@ public:
     /// The system's clock, in whole ticks.
     [[nodiscard]] static FileTime now();
 
+    /// Returns the whole ticks since 1601.
     [[nodiscard]] constexpr uint64_t ticks() const { return mTicks; }
     /// 0 to 99.
     [[nodiscard]] constexpr int32_t nanos() const { return mNanos; }
@@ -56,8 +59,10 @@ public:
 
     /// `count` may be negative.
     void addNanoseconds(int64_t count);
+    /// `count` wraps around, so that a negative number of seconds may be passed as well.
     void addSeconds(uint64_t count);
 
+    /// Times are equal if their ticks and their nanoseconds are.
     friend constexpr bool operator==(const FileTime&, const FileTime&) = default;
 
 private:

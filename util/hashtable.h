@@ -14,6 +14,7 @@
 /// table. Refers to the text. A null text counts as an empty one.
 class HashedText {
 public:
+    /// Computes the hash. The text must outlive this object.
     explicit HashedText(StringSpan text)
         : mText(text.data != nullptr ? text : StringSpan("")), mHash(hash(mText)) {}
 
@@ -24,8 +25,8 @@ public:
         return result;
     }
 
-    [[nodiscard]] StringSpan text() const { return mText; }
-    [[nodiscard]] size_t hash() const { return mHash; }
+    [[nodiscard]] StringSpan text() const { return mText; }  ///< never null
+    [[nodiscard]] size_t hash() const { return mHash; }      ///< as the static function returns it
 
     /// Returns the hash of a text: starts at 0 and, for each byte, multiplies by 9 and adds the
     /// byte as a signed value.
@@ -78,8 +79,8 @@ private:
 template <class Value>
 class HashTable {
 public:
-    static constexpr size_t firstBuckets = 4;
-    static constexpr size_t growth = 4;
+    static constexpr size_t firstBuckets = 4;  ///< the number of buckets of a new table
+    static constexpr size_t growth = 4;        ///< by this factor, the buckets become more
     /// The table grows so that the entries per bucket are always fewer than this on average.
     static constexpr size_t load = 3;
 
@@ -87,6 +88,7 @@ public:
     HashTable(const HashTable&) = delete;
     HashTable& operator=(const HashTable&) = delete;
 
+    /// Returns the number of entries.
     [[nodiscard]] size_t size() const { return mEntries.size(); }
 
     /// Returns the value of the text, or null.

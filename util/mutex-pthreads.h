@@ -17,9 +17,9 @@ using MutexType = int;
 enum : MutexType {
     /// The thread library's default, created without an attribute object.
     mutexDefault = 0,
-    mutexPlain = 1,
-    mutexErrorChecking = 2,
-    mutexRecursive = 3,
+    mutexPlain = 1,          ///< of PTHREAD_MUTEX_NORMAL
+    mutexErrorChecking = 2,  ///< of PTHREAD_MUTEX_ERRORCHECK
+    mutexRecursive = 3,      ///< of PTHREAD_MUTEX_RECURSIVE
     /// The same as mutexPlain.
     mutexDefaultByName = 4,
 };
@@ -50,6 +50,7 @@ void lockMeasured(TimerGetter getter, TryLock tryLock, Lock lock) {
 /// aborts.
 class NB_CAPABILITY("mutex") Mutex {
 public:
+    /// Waits for this mutex aren't measured.
     explicit Mutex(MutexType type = mutexDefault) : mHandle(makeHandle(type)) {}
     /// Has the default type. Waits for this mutex are measured with the getter's timer.
     explicit Mutex(TimerGetter getter) : mHandle(makeHandle(mutexDefault)), mGetter(getter) {}
@@ -58,6 +59,7 @@ public:
     Mutex(const Mutex&) = delete;
     Mutex& operator=(const Mutex&) = delete;
 
+    /// Waits until the mutex is free, and takes it.
     void lock() NB_ACQUIRE() {
         lockMeasured(
             mGetter, [this] { return pthread_mutex_trylock(mHandle); },
@@ -67,6 +69,7 @@ public:
     [[nodiscard]] bool tryLock() NB_TRY_ACQUIRE(true) {
         return pthread_mutex_trylock(mHandle) == 0;
     }
+    /// Ends one hold of the calling thread.
     void unlock() NB_RELEASE() { pthread_mutex_unlock(mHandle); }
 
     /// Creates a bare pthread mutex. The caller destroys it with pthread_mutex_destroy and frees
@@ -87,6 +90,7 @@ private:
 /// `MutexLock&` as proof as well, and asserts `lock.check(mMutex)`.
 class NB_SCOPED_CAPABILITY [[nodiscard]] MutexLock {
 public:
+    /// Waits until the mutex is free, and takes it. It must outlive this object.
     explicit MutexLock(Mutex& m) NB_ACQUIRE(m) : mMutex(&m) { mMutex->lock(); }
     ~MutexLock() NB_RELEASE() { mMutex->unlock(); }
     MutexLock(const MutexLock&) = delete;
@@ -116,16 +120,19 @@ public:
     RWLock(const RWLock&) = delete;
     RWLock& operator=(const RWLock&) = delete;
 
+    /// Waits until the lock can be taken for reading, and takes it.
     void readLock() NB_ACQUIRE_SHARED() {
         lockMeasured(
             mGetter, [this] { return pthread_rwlock_tryrdlock(mHandle); },
             [this] { return pthread_rwlock_rdlock(mHandle); });
     }
+    /// Waits until the lock can be taken for writing, and takes it.
     void writeLock() NB_ACQUIRE() {
         lockMeasured(
             mGetter, [this] { return pthread_rwlock_trywrlock(mHandle); },
             [this] { return pthread_rwlock_wrlock(mHandle); });
     }
+    /// @{
     /// Return true if the lock was taken. Never wait.
     [[nodiscard]] bool tryReadLock() NB_TRY_ACQUIRE_SHARED(true) {
         return pthread_rwlock_tryrdlock(mHandle) == 0;
@@ -133,6 +140,7 @@ public:
     [[nodiscard]] bool tryWriteLock() NB_TRY_ACQUIRE(true) {
         return pthread_rwlock_trywrlock(mHandle) == 0;
     }
+    /// @}
     /// Ends one hold of the calling thread, for reading or writing.
     void unlock() NB_RELEASE_GENERIC() { pthread_rwlock_unlock(mHandle); }
 

@@ -14,7 +14,9 @@
 [[nodiscard]] uint32_t readNet32(std::istream& stream);
 /// Reads 8 bytes, the high word first.
 [[nodiscard]] uint64_t readNet64(std::istream& stream);
+/// Writes 4 bytes.
 void writeNet32(std::ostream& stream, uint32_t value);
+/// Writes 8 bytes, the high word first.
 void writeNet64(std::ostream& stream, uint64_t value);
 
 /// Writes `length` as 32 bits and then that many bytes of `data`. `data` may be null if `length`

@@ -16,18 +16,24 @@ struct MessagePrefix {
                 ///< process
 };
 
+/// Writes the prefix, with its blank at the end.
 std::ostream& operator<<(std::ostream& out, const MessagePrefix& prefix);
 
 /// An error with its number. `what()` is the text as given, without a prefix: code that catches the
 /// exception prints it together with the number.
 class NumberedRuntimeError : public std::runtime_error {
 public:
+    /// Neither is checked: a `code` of 0 can't be printed by MessagePrefix.
     NumberedRuntimeError(int code, const std::string& text)
         : std::runtime_error(text), mCode(code) {}
+    /// @{
+    /// Copies number and text.
     NumberedRuntimeError(const NumberedRuntimeError&) = default;
     NumberedRuntimeError& operator=(const NumberedRuntimeError&) = default;
+    /// @}
     ~NumberedRuntimeError() override;
 
+    /// Returns the number.
     [[nodiscard]] int code() const { return mCode; }
 
 private:

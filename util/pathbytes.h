@@ -19,20 +19,23 @@
 #include <emmintrin.h>
 #endif
 
+/// Loops over the bytes of paths.
 namespace pathbytes {
 
 /// Bit i describes byte i of a text of at most `markedBytes` bytes.
 struct Marks {
     uint64_t separators = 0;  ///< `/` and `\`
-    uint64_t dots = 0;
+    uint64_t dots = 0;        ///< `.`
 
+    /// Marks are equal if all bits are.
     friend constexpr bool operator==(const Marks&, const Marks&) = default;
 };
-inline constexpr size_t markedBytes = 64;
+inline constexpr size_t markedBytes = 64;  ///< how many bytes one value describes
 
 /// XOR with this value turns `/` into `\` and back.
 inline constexpr char separatorsDiffer = '/' ^ '\\';
 
+/// The plain forms.
 namespace plain {
 
 /// Returns the marks of `count` bytes, at most `markedBytes`.

@@ -30,12 +30,14 @@ extern const PathUnitTable pathCollationTable;
 /// in no pair.
 extern const PathUnitTable pathCaseSwapTable;
 
+/// Returns the weight of a unit.
 [[nodiscard]] inline uint16_t collationWeight(uint16_t unit) { return pathCollationTable[unit]; }
 /// Returns the difference of the weights: below, at or above 0.
 [[nodiscard]] inline int compareCollation(uint16_t a, uint16_t b) {
     return int{collationWeight(a)} - int{collationWeight(b)};
 }
 
+/// Returns whether a unit is `/` or `\`.
 [[nodiscard]] constexpr bool isPathSeparatorUnit(uint16_t unit) {
     return unit == '\\' || unit == '/';
 }
@@ -61,19 +63,25 @@ extern const PathUnitTable pathCaseSwapTable;
 /// or both separators.
 [[nodiscard]] bool pathCharsEqual(char a, char b);
 
-// For containers. Case folds by the C runtime (see cruntime.h), and separators are ordinary
-// characters. Strings are compared up to their first NUL. Of two Substrings that are alike over the
-// shorter length, the shorter one sorts first.
-
+/// The order of strings for containers. Case folds by the C runtime (see cruntime.h), and
+/// separators are ordinary characters. Strings are compared up to their first NUL. Of two
+/// Substrings that are alike over the shorter length, the shorter one sorts first.
 struct StringNoCaseLess {
+    /// Returns whether `a` comes before `b`.
     bool operator()(const std::string& a, const std::string& b) const;
 };
+/// Equality for containers, as StringNoCaseLess compares.
 struct StringNoCaseEqual {
+    /// Returns whether both are alike.
     bool operator()(const std::string& a, const std::string& b) const;
 };
+/// The order of Substrings for containers: see StringNoCaseLess.
 struct SubstringNoCaseLess {
+    /// Returns whether `a` comes before `b`.
     bool operator()(const Substring& a, const Substring& b) const;
 };
+/// Equality for containers, as SubstringNoCaseLess compares.
 struct SubstringNoCaseEqual {
+    /// Returns whether both are alike.
     bool operator()(const Substring& a, const Substring& b) const;
 };

@@ -34,17 +34,19 @@
 /// path is absolute if it begins with `/`. Every value other than windowsPaths means POSIX
 /// paths.
 using PathMode = int;
-inline constexpr PathMode posixPaths = 0;
-inline constexpr PathMode windowsPaths = 1;
+inline constexpr PathMode posixPaths = 0;    ///< only `/` separates
+inline constexpr PathMode windowsPaths = 1;  ///< `/` and `\` separate
 
 /// Sets the Cygwin mode, which is off at start-up. If `enabled`, a path with a single leading `/`
 /// is absolute, and a folder of one character under `prefix` ("/cygdrive/") is the root of a drive.
 /// If `prefix` doesn't end in a separator, or is empty, a `/` is appended.
 void setCygwinPaths(bool enabled, const std::string& prefix);
+/// Returns whether the Cygwin mode is on.
 [[nodiscard]] bool cygwinPathsEnabled();
 
 // Separators
 
+/// Returns whether a path of this kind is separated by `c`.
 [[nodiscard]] constexpr bool isPathSeparator(char c, PathMode mode = windowsPaths) {
     return c == '/' || (mode == windowsPaths && c == '\\');
 }
@@ -123,7 +125,7 @@ bool splitPath(const std::string& path, std::vector<PathRange>& components, std:
 /// Returns the part after the last separator. If there is no separator, the result is empty, not
 /// the whole path.
 [[nodiscard]] std::string leafName(const std::string& path);
-/// Returns the part after the last `.` of the last component. It is empty if there is no `.`, or
+/// Returns the part after the last dot of the last component. It is empty if there is no dot, or
 /// nothing after it.
 ///
 ///     a\b.c.d    d
@@ -139,8 +141,9 @@ enum PathPart {
     leafPart,       ///< after it; only its start is reliable, its end may be past the path's end
     stemPart,       ///< from the start of the path to the extension's dot, or the whole path
     extensionPart,  ///< from that dot on, including the dot
-    pathPartCount,
+    pathPartCount,  ///< how many there are
 };
+/// Ranges of a path, by PathPart.
 using PathParts = std::vector<PathRange>;
 /// Stores the parts of `path` in `parts`. Drive, directory and extension are empty if `path` has
 /// none.
@@ -195,14 +198,16 @@ void joinPathList(const std::vector<std::string>& paths, std::string& out);
 
 // Small tests
 
+/// @{
 /// Return true for exactly `.` and `..`.
 [[nodiscard]] bool isDotName(const char* name);
 [[nodiscard]] bool isDotName(const std::string& name);
 [[nodiscard]] bool isDotName(StringSpan name);
+/// @}
 
-/// Moves the start of `path` past a leading `./` and all separators and further `./` after it;
-/// backslashes count as well. Returns false, and leaves `path` unchanged, if it has fewer than
-/// three characters or begins differently.
+/// Moves the start of `path` past what leads to the current folder. That is a `./`, and all
+/// separators and further `./` after it; backslashes count as well. Returns false, and leaves
+/// `path` unchanged, if it has fewer than three characters or begins differently.
 ///
 ///     ./.x             .x
 ///     .\/.\\./a/./b    a/./b

@@ -13,9 +13,10 @@
 /// outlive this object.
 class PathMarks {
 public:
+    /// Reads nothing yet.
     explicit PathMarks(StringSpan path) : mPath(path) {}
 
-    [[nodiscard]] StringSpan path() const { return mPath; }
+    [[nodiscard]] StringSpan path() const { return mPath; }  ///< as the constructor got it
 
     /// Returns the first separator at or after `from`, or the end of the path.
     [[nodiscard]] size_t nextSeparator(size_t from) { return next(from, mSeparators); }

@@ -11,10 +11,12 @@
 /// Use a set on one thread at a time, or on any number of threads that only read.
 class PathPrefixSet {
 public:
+    /// A path of the set.
     struct Entry {
-        std::string path;
-        bool isPrefix;  ///< covers everything that begins with `path`, not only `path` itself
+        std::string path;  ///< byte for byte as it was inserted
+        bool isPrefix;     ///< covers everything that begins with `path`, not only `path` itself
 
+        /// Returns whether this entry covers the key.
         [[nodiscard]] bool covers(const std::string& key) const;
     };
 
@@ -29,6 +31,7 @@ private:
     using Entries = std::set<Entry, Less>;
 
 public:
+    /// Visits the entries in the order of the bytes of their paths.
     using const_iterator = Entries::const_iterator;
 
     /// Adds a path, unless a prefix of the set covers it. If the path is already in the set and
@@ -37,8 +40,11 @@ public:
     /// Returns the entry that covers `key`, or `end()`.
     [[nodiscard]] const_iterator find(const std::string& key) const;
 
+    /// Visits the entry whose path comes first.
     [[nodiscard]] const_iterator begin() const { return mEntries.begin(); }
+    /// Is one past the last entry.
     [[nodiscard]] const_iterator end() const { return mEntries.end(); }
+    /// Returns the number of entries.
     [[nodiscard]] size_t size() const { return mEntries.size(); }
 
 private:

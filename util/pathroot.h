@@ -9,6 +9,7 @@
 #include "util/pathmarks.h"
 #include "util/textspan.h"
 
+/// Returns the first place at or after `at` that has no separator, or the end of the path.
 [[nodiscard]] inline size_t skipSeparators(StringSpan path, size_t at) {
     while (at < path.length && isPathSeparator(path.data[at])) {
         ++at;
@@ -16,6 +17,7 @@
     return at;
 }
 
+/// Returns the next separator at or after `at`, or the end of the path.
 [[nodiscard]] inline size_t skipName(StringSpan path, size_t at) {
     while (at < path.length && !isPathSeparator(path.data[at])) {
         ++at;
@@ -32,12 +34,12 @@
 
 /// The result of a search for a root.
 struct PathRoot {
-    bool absolute = false;
-    PathRange range;  ///< starts at 0; empty for a path without a root
-    // Only for a share; empty otherwise.
-    PathRange server;
-    PathRange share;
+    bool absolute = false;  ///< as isAbsolutePath returns it
+    PathRange range;        ///< starts at 0; empty for a path without a root
+    PathRange server;       ///< of a share; empty otherwise
+    PathRange share;        ///< of a share; empty otherwise
 
+    /// Returns whether the root is a server and a share.
     [[nodiscard]] bool isShare() const { return share.end != 0; }
 
     /// The length of the normal spelling.
@@ -51,14 +53,14 @@ struct PathRoot {
 
 /// Cygwin mode (see setCygwinPaths).
 struct CygwinPathMode {
-    bool enabled = false;
-    std::string drivePrefix;
+    bool enabled = false;     ///< off at start-up
+    std::string drivePrefix;  ///< ends in a separator
 };
-extern CygwinPathMode gCygwinPathMode;
+extern CygwinPathMode gCygwinPathMode;  ///< set by setCygwinPaths alone
 
-/// Returns whether `path` begins with a drive: any character except a separator, and a colon.
-/// Anything may follow.
+/// The length of a drive: any character except a separator, and a colon.
 inline constexpr size_t driveLength = 2;
+/// Returns whether `path` begins with a drive. Anything may follow.
 [[nodiscard]] constexpr bool beginsWithDrive(StringSpan path) {
     return path.length >= driveLength && path.data[1] == ':' && !isPathSeparator(path.data[0]);
 }
@@ -66,6 +68,8 @@ inline constexpr size_t driveLength = 2;
 /// Returns whether `path` begins with a folder of one character under the Cygwin drive prefix.
 [[nodiscard]] bool beginsWithCygwinDrive(StringSpan path);
 
+/// Returns the root of a path that begins with two separators or more, after which the server
+/// begins at `serverBegin`. If no share follows, there is no root.
 [[nodiscard]] inline PathRoot findShare(PathMarks& marks, size_t serverBegin) {
     PathRoot root;
     const size_t serverEnd = marks.nextSeparator(serverBegin);
@@ -101,8 +105,10 @@ inline constexpr size_t driveLength = 2;
     }
     return findShare(marks, name);
 }
+/// The same for a path without marks.
 [[nodiscard]] PathRoot findOtherRoot(StringSpan path);
 
+/// Returns the root of a path that begins with a drive.
 [[nodiscard]] inline PathRoot driveRoot() {
     PathRoot root;
     root.absolute = true;
@@ -110,10 +116,12 @@ inline constexpr size_t driveLength = 2;
     return root;
 }
 
+/// Returns the root of any path.
 [[nodiscard]] inline PathRoot findRoot(PathMarks& marks) {
     return beginsWithDrive(marks.path()) ? driveRoot() : findOtherRoot(marks);
 }
 
+/// The same for a path without marks.
 [[nodiscard]] inline PathRoot findRoot(StringSpan path) {
     return beginsWithDrive(path) ? driveRoot() : findOtherRoot(path);
 }

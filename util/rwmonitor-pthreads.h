@@ -13,6 +13,7 @@
 /// must not hold it.
 class NB_CAPABILITY("monitor") RWMonitor {
 public:
+    /// Waits aren't measured.
     RWMonitor(Mutex& m, Condition& c) : RWMonitor(m, c, nullptr) {}
     /// Waits are measured with the getter's timer, both for the busy mutex and for the monitor
     /// itself. For the latter, the getter is called with the mutex held, and must not take it.

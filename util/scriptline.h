@@ -10,8 +10,8 @@
 
 /// The name that a command line begins with, and what follows it.
 struct NameAndRest {
-    std::string name;
-    std::string rest;
+    std::string name;  ///< without quotes
+    std::string rest;  ///< from the closing quote or the space on
 };
 /// Splits a command line. A name in double quotes is returned without them, but its closing quote
 /// is the first character of the rest. Any other name ends before the first space, and the rest
@@ -24,8 +24,8 @@ struct NameAndRest {
 
 /// The program that runs a script, and its arguments with the space before them.
 struct Interpreter {
-    std::string program;
-    std::string arguments;
+    std::string program;    ///< as the script spells it
+    std::string arguments;  ///< may be empty
 };
 
 /// The first bytes of a file; after the end of a shorter file, NULs.

@@ -18,9 +18,11 @@
 /// comes before every other text; of two null ones, the shorter comes first.
 [[nodiscard]] bool lessNoCase(StringSpan a, StringSpan b);
 
+/// @{
 /// The same for UTF-16 units, except that a null span is an empty text.
 [[nodiscard]] bool equalsNoCase(WideSpan a, WideSpan b);
 [[nodiscard]] bool lessNoCase(WideSpan a, WideSpan b);
+/// @}
 
 /// Returns whether both have the same length and the same bytes, including NULs. A null span is an
 /// empty text.
@@ -38,18 +40,22 @@
 /// order is by bytes. Without it case is ignored at first, and only decides between texts that
 /// don't differ otherwise ("A", "a", "B").
 struct StringLess {
-    bool caseSensitive;
+    bool caseSensitive;  ///< whether case decides before all else
 
+    /// `sensitive` is kept as `caseSensitive`.
     constexpr explicit StringLess(bool sensitive) : caseSensitive(sensitive) {}
+    /// Returns whether `a` comes before `b`.
     bool operator()(const std::string& a, const std::string& b) const;
 };
 
 /// Equality of strings, which are compared up to their first NUL. Without `caseSensitive` "A"
 /// equals "a", although `StringLess` distinguishes them.
 struct StringEqual {
-    bool caseSensitive;
+    bool caseSensitive;  ///< whether "A" and "a" differ
 
+    /// `sensitive` is kept as `caseSensitive`.
     constexpr explicit StringEqual(bool sensitive) : caseSensitive(sensitive) {}
+    /// Returns whether both are equal.
     bool operator()(const std::string& a, const std::string& b) const;
 };
 
@@ -69,23 +75,27 @@ struct StringEqual {
 /// Callers rely on these results, so don't pass this object to an algorithm that needs an order
 /// (`sortUniqueRanges` uses a heap sort, which stays within the range).
 struct RangeLess {
-    const std::string* text;
-    bool caseSensitive;
+    const std::string* text;  ///< that the ranges are of; not null
+    bool caseSensitive;       ///< whether case decides before all else
 
+    /// The text must outlive this object.
     constexpr RangeLess(const std::string& whole, bool sensitive)
         : text(&whole), caseSensitive(sensitive) {}
     RangeLess(std::string&&, bool) = delete;
+    /// Returns whether `a` is less.
     bool operator()(const TextRange& a, const TextRange& b) const;
 };
 
 /// Returns whether both ranges have the same length and the same characters, up to a NUL in both.
 /// Case is ignored unless `caseSensitive` is set. The text is as for `RangeLess`.
 struct RangeEqual {
-    const std::string* text;
-    bool caseSensitive;
+    const std::string* text;  ///< that the ranges are of; not null
+    bool caseSensitive;       ///< whether "A" and "a" differ
 
+    /// The text must outlive this object.
     constexpr RangeEqual(const std::string& whole, bool sensitive)
         : text(&whole), caseSensitive(sensitive) {}
     RangeEqual(std::string&&, bool) = delete;
+    /// Returns whether both are equal.
     bool operator()(const TextRange& a, const TextRange& b) const;
 };

@@ -15,13 +15,15 @@ void trim(std::string& text);
 /// text that begins with one is unchanged.
 void trimLeft(std::string& text);
 
+/// @{
 /// Convert every byte by the character type facet of `processLocale()`. Throw std::bad_cast if that
 /// locale has no such facet.
 void toLower(std::string& text);
 void toUpper(std::string& text);
+/// @}
 
 /// Replaces each `from` by `to`. Exception: if the last character of the text is `from`, it is
-/// dropped. With '\\' and '/':
+/// dropped. From a backslash to a slash:
 ///
 ///     a\b\    becomes    a/b
 ///     a\\     becomes    a/     only the last one is dropped

@@ -27,10 +27,12 @@ void splitRanges(const std::string& text, std::vector<TextRange>& out,
 /// "ab  cd " has the runs "ab", "  ", "cd" and " ".
 void splitRuns(const std::string& text, std::vector<TextRange>& out, const std::string& delimiters);
 
+/// @{
 /// Append copies of the tokens between delimiters. No token is empty. In a set, duplicates become
 /// one.
 void split(const std::string& text, std::vector<std::string>& out, const std::string& delimiters);
 void split(const std::string& text, std::set<std::string>& out, const std::string& delimiters);
+/// @}
 
 /// The same as `split`, but supports tokens in quotes, which may contain delimiters and may be
 /// empty. A token that begins with a character of `quotes` extends to the next character of
@@ -39,7 +41,7 @@ void split(const std::string& text, std::set<std::string>& out, const std::strin
 /// character. Returns false if a quote isn't closed; the tokens before it are in `out` all the
 /// same.
 ///
-/// With " and ' as quotes and `stripQuotes`:
+/// With both kinds of quotes as `quotes`, and `stripQuotes`:
 ///
 ///     "two words" x     two words | x
 ///     it's a"b          it's | a"b

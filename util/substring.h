@@ -21,16 +21,21 @@
 /// its string, on one thread at a time.
 class Substring {
 public:
+    /// A view of the whole string.
     Substring(std::string& s) : Substring(s, 0) {}
     /// From `start`, which is at most the string's length, to the end.
     Substring(std::string& s, size_t start) : Substring(s, start, s.size() - start) {}
+    /// From `start`, `length` characters, which must be in the string.
     Substring(std::string& s, size_t start, size_t length)
         : mString(&s), mStart(start), mEnd(start + length) {}
     /// A view of the same string; `start` is an index into the string, not into `other`.
     Substring(const Substring& other, size_t start, size_t length)
         : mString(other.mString), mStart(start), mEnd(start + length) {}
+    /// @{
+    /// Views the same part of the same string.
     Substring(const Substring&) = default;
     Substring& operator=(const Substring&) = default;
+    /// @}
     /// Makes this a view of the whole string.
     Substring& operator=(std::string& s) { return *this = Substring(s); }
     ~Substring() = default;
@@ -40,20 +45,27 @@ public:
         return {*this, mStart + pos, length};
     }
 
+    /// Returns the number of characters in the view.
     [[nodiscard]] size_t length() const { return mEnd - mStart; }
     /// Returns a character. An index out of range stops the process by an assertion.
     char operator[](size_t index) const;
     /// Returns the characters, valid until the string changes.
     [[nodiscard]] StringSpan span() const { return {mString->data() + mStart, length()}; }
 
+    /// @{
     /// Remove blanks at both ends, or at the front. A view that consists of blanks becomes empty,
     /// with both indices 0.
     void trim();
     void trimLeft();
+    /// @}
 
+    /// @{
+    /// Return the first position at or after `pos` with a character of the set, with none of the
+    /// set, or with `c`.
     [[nodiscard]] size_t findFirstOf(const std::string& set, size_t pos) const;
     [[nodiscard]] size_t findFirstNotOf(const std::string& set, size_t pos) const;
     [[nodiscard]] size_t find(char c, size_t pos) const;
+    /// @}
     /// An empty `text` isn't found anywhere.
     [[nodiscard]] size_t find(const std::string& text, size_t pos) const;
 
@@ -77,14 +89,20 @@ public:
     /// there are.
     [[nodiscard]] size_t findAndUnescape(const std::string& set, size_t pos);
 
+    /// @{
     /// Erase from the string. Return false, and change nothing, if the part isn't entirely in the
     /// view or begins at its end.
     [[nodiscard]] bool erase(size_t pos, size_t count);
     [[nodiscard]] bool eraseFrom(size_t pos);
+    /// @}
 
+    /// @{
+    /// Return whether the characters are the same, NULs included; `equalsNoCase` ignores case as
+    /// the function of that name does (see stringcompare.h).
     [[nodiscard]] bool equals(const Substring& other) const;
     [[nodiscard]] bool equals(const std::string& text) const;
     [[nodiscard]] bool equalsNoCase(const Substring& other) const;
+    /// @}
 
     /// Returns whether the view begins with `word`, after optional blanks, and the word ends at a
     /// blank or the end of the view. Case is ignored. If so, `*next` becomes the position of the

@@ -18,11 +18,12 @@ public:
     ThreadAttributes(const ThreadAttributes&) = delete;
     ThreadAttributes& operator=(const ThreadAttributes&) = delete;
 
+    /// Makes threads that can't be joined. If that fails, an assertion stops the process.
     void setDetached();
     /// In bytes. If the thread library rejects the size, its default remains.
     void setStackSize(size_t bytes);
 
-    pthread_attr_t raw;
+    pthread_attr_t raw;  ///< for pthread_create
 };
 
 /// A thread that can be asked to stop; classes derive from it.
@@ -79,14 +80,14 @@ public:
     /// does an empty `f`, which throws boost::bad_function_call on that thread.
     static void startDetached(const boost::function<void()>& f, size_t stackSize = 0);
 
-    [[nodiscard]] static pthread_t self() { return pthread_self(); }
+    [[nodiscard]] static pthread_t self() { return pthread_self(); }  ///< of the calling thread
     /// Lets other threads run.
     static void yield();
 
 protected:
-    Mutex mMutex;  ///< guards the stop request, and what derived classes add
-    Condition mCondition;
-    uint32_t mStopRequested NB_GUARDED_BY(mMutex) = 0;
+    Mutex mMutex;          ///< guards the stop request, and what derived classes add
+    Condition mCondition;  ///< signals a stop request; its mutex is `mMutex`
+    uint32_t mStopRequested NB_GUARDED_BY(mMutex) = 0;  ///< not 0 from a request on
 
 private:
     static void* runThread(void* thread);

@@ -25,6 +25,7 @@
 // held by a std::optional, a std::unique_ptr or the caller of a lambda, and knows no recursive
 // locks.
 
+/// How the compiler spells an annotation; the other macros use it.
 #if defined(__clang__)
 #define NB_THREAD_ANNOTATION(word) __attribute__((word))
 #else
@@ -46,16 +47,23 @@
 /// The caller doesn't hold the lock: the function takes it.
 #define NB_EXCLUDES(lock) NB_THREAD_ANNOTATION(locks_excluded(lock))
 
-// For a function that takes or releases a lock. Without an argument, the lock is the object, or
-// what a scoped object holds, and the function isn't checked itself.
+/// @name For a function that takes or releases a lock
+/// Without an argument, the lock is the object, or what a scoped object holds, and the function
+/// isn't checked itself.
+/// @{
+/// The function takes the lock, for writing if it tells readers from writers.
 #define NB_ACQUIRE(...) NB_THREAD_ANNOTATION(acquire_capability(__VA_ARGS__))
+/// The function takes the lock for reading.
 #define NB_ACQUIRE_SHARED(...) NB_THREAD_ANNOTATION(acquire_shared_capability(__VA_ARGS__))
+/// The function releases what is held for writing.
 #define NB_RELEASE(...) NB_THREAD_ANNOTATION(release_capability(__VA_ARGS__))
 /// Releases what is held for reading or for writing.
 #define NB_RELEASE_GENERIC(...) NB_THREAD_ANNOTATION(release_generic_capability(__VA_ARGS__))
 /// The function returns `taken` if it took the lock.
 #define NB_TRY_ACQUIRE(taken) NB_THREAD_ANNOTATION(try_acquire_capability(taken))
+/// The same for a lock that is taken for reading.
 #define NB_TRY_ACQUIRE_SHARED(taken) NB_THREAD_ANNOTATION(try_acquire_shared_capability(taken))
+/// @}
 
 /// A function that isn't checked; a comment says why.
 #define NB_NO_THREAD_SAFETY_ANALYSIS NB_THREAD_ANNOTATION(no_thread_safety_analysis)

@@ -8,6 +8,7 @@
 /// The timers of one thread. The record is created when the thread first needs one and is never
 /// removed, so that the timers of finished threads can still be read. Only its thread adds timers.
 struct ThreadTimerRecord {
+    /// The record of a thread that had its first timer before this one; null for the last.
     ThreadTimerRecord* mNext = nullptr;
     /// The first word of the thread's pthread_self handle.
     uint64_t mThread = 0;

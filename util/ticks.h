@@ -9,6 +9,7 @@
 class Ticks {
 public:
     constexpr Ticks() = default;
+    /// From a number of ticks.
     constexpr explicit Ticks(int64_t count) : mCount(count) {}
 
     /// Returns the current value of the counter. Never fails: if the counter can't be read, it is
@@ -25,14 +26,18 @@ public:
     /// of moderate size (50 bits are 3 years at 10 MHz). Higher bits are lost, including the sign,
     /// so a negative count becomes some large time.
     [[nodiscard]] double seconds() const;
-    [[nodiscard]] constexpr int64_t count() const { return mCount; }
+    [[nodiscard]] constexpr int64_t count() const { return mCount; }  ///< may be negative
 
+    /// Adds a duration to a point in time, or to another duration.
     constexpr Ticks& operator+=(Ticks duration) {
         mCount += duration.mCount;
         return *this;
     }
+    /// Returns the duration between two points in time.
     friend constexpr Ticks operator-(Ticks a, Ticks b) { return Ticks(a.mCount - b.mCount); }
+    /// Returns whether `a` is earlier, or shorter.
     friend constexpr bool operator<(Ticks a, Ticks b) { return a.mCount < b.mCount; }
+    /// Returns whether both have the same count.
     friend constexpr bool operator==(Ticks a, Ticks b) { return a.mCount == b.mCount; }
 
 private:

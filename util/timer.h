@@ -24,6 +24,7 @@ public:
     void stop(Ticks now);
     /// Forgets all intervals, including a running one.
     void reset();
+    /// Returns whether an interval has begun and not ended.
     [[nodiscard]] bool running() const { return mRunning; }
     /// Returns the seconds since `start`, or 0.0 if the timer isn't running.
     [[nodiscard]] double elapsed(Ticks now) const;
@@ -33,12 +34,12 @@ public:
     /// the minimum and maximum of 0 of a timer without intervals count.
     Timer& operator+=(const Timer& t);
 
-    [[nodiscard]] Ticks total() const { return mTotal; }
+    [[nodiscard]] Ticks total() const { return mTotal; }  ///< of all recorded intervals
     /// The shortest interval; 0 if there is none.
     [[nodiscard]] Ticks minimum() const { return mMin; }
     /// The longest interval, but at least 0.
     [[nodiscard]] Ticks maximum() const { return mMax; }
-    [[nodiscard]] uint32_t count() const { return mCount; }
+    [[nodiscard]] uint32_t count() const { return mCount; }  ///< of recorded intervals
 
 private:
     friend struct TimerTestPeer;
@@ -68,6 +69,7 @@ struct NestedTimer : Timer {
 /// scope.
 class [[nodiscard]] ScopedTimer {
 public:
+    /// Begins an interval, unless one of this timer is open. `t` may be null.
     explicit ScopedTimer(NestedTimer* t);
     ~ScopedTimer();
     ScopedTimer(const ScopedTimer&) = delete;

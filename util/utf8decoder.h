@@ -20,11 +20,13 @@ struct PathUnitCursor {
     /// The `value` at the end of the text.
     static constexpr uint32_t endMark = 0xDC00;
 
+    /// Moves to the first unit of the text.
     explicit PathUnitCursor(StringSpan text)
         : position(text.data), end(text.data + text.length), value(0), unit(0) {
         decode();
     }
 
+    /// Returns whether there is no unit left.
     [[nodiscard]] bool atEnd() const { return position == end; }
 
     /// Moves to the next unit. Must not be called at the end.

@@ -50,12 +50,12 @@
 
 /// The codes of the known platforms.
 enum Platform : int {
-    platformUnknown = -1,
-    platformNone = 0,
-    platformWindows = 1,
-    platformSolaris = 2,
-    platformLinux = 3,
-    platformSolarisX86 = 4,
+    platformUnknown = -1,    ///< a name that isn't one of those below
+    platformNone = 0,        ///< no name
+    platformWindows = 1,     ///< "windows"
+    platformSolaris = 2,     ///< "solaris"
+    platformLinux = 3,       ///< "linux"
+    platformSolarisX86 = 4,  ///< "solarisx86"
 };
 
 /// Returns the `Platform` of "windows", "solaris", "linux" or "solarisx86", in any mix of case. For
@@ -73,5 +73,7 @@ enum Platform : int {
                                      const std::locale& locale);
 
 /// Writes the text, narrowed by the process-wide locale, with '?' for units that can't be narrowed.
-/// Callers in a namespace with inserters of its own need `using ::operator<<`.
+/// Callers in a namespace with inserters of its own need this:
+///
+///     using ::operator<<;
 std::ostream& operator<<(std::ostream& stream, const std::wstring& text);

@@ -4,7 +4,7 @@
 /// sockets (of WSAGetLastError). Any other value means the same as errorOfEither.
 using WhichError = int;
 enum : WhichError {
-    errorOfEither = 0,  ///< the system's number, or that of the sockets if the system's is 0
-    errorOfSystem = 1,
-    errorOfSockets = 2,
+    errorOfEither = 0,   ///< the system's number, or that of the sockets if the system's is 0
+    errorOfSystem = 1,   ///< the number of GetLastError
+    errorOfSockets = 2,  ///< the number of WSAGetLastError
 };

@@ -48,7 +48,7 @@
 /// Returns whether the text in `range` of `base` matches a pattern, in which the first `wildcard`
 /// matches any text, also an empty one; later ones are ordinary characters. On success `*stem`,
 /// which must not be null, becomes the range in `base` that the wildcard matched, or `range` if the
-/// pattern has no wildcard. On failure it is unchanged. For the wildcard '%' and with `exact`:
+/// pattern has no wildcard. On failure it is unchanged. For the wildcard `%` and with `exact`:
 ///
 ///     pattern   text      result   stem
 ///     %.o       foo.o     true     foo

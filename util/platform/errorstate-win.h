@@ -13,6 +13,7 @@ struct ErrorState {
     /// Returns the current numbers of the calling thread.
     [[nodiscard]] static ErrorState current();
 
+    /// Takes the current numbers of the calling thread.
     void save() { *this = current(); }
     /// Sets the numbers of the calling thread. Windows stores both in one place: if they differ,
     /// both read as the Windows number afterwards.
@@ -27,6 +28,6 @@ struct ErrorState {
     ///     other             as for errorOfEither
     [[nodiscard]] uint32_t select(WhichError which) const;
 
-    uint32_t mWindowsError = 0;
-    uint32_t mSocketError = 0;
+    uint32_t mWindowsError = 0;  ///< of GetLastError
+    uint32_t mSocketError = 0;   ///< of WSAGetLastError
 };

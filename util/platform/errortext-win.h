@@ -26,19 +26,21 @@ class Win32Exception : public std::runtime_error {
 public:
     /// Takes the number from GetLastError, before anything else runs.
     explicit Win32Exception(const char* context);
+    /// For a number that the failed call returned.
     Win32Exception(const char* context, uint32_t error);
     ~Win32Exception() override;
 
-    uint32_t mError;
+    uint32_t mError;  ///< as GetLastError returns it
 };
 
 /// A failed call of the NT layer; `what()` is its ntErrorText.
 class NtException : public std::runtime_error {
 public:
+    /// For a status that the failed call returned.
     NtException(const char* context, uint32_t status);
     ~NtException() override;
 
-    uint32_t mStatus;
+    uint32_t mStatus;  ///< an NTSTATUS
 };
 
 /// Returns "CONTEXT: SENTENCE (NUMBER)". SENTENCE is the system's message without its line end. It
@@ -62,7 +64,7 @@ public:
 
 /// An error number to be written as text.
 struct ErrorNumber {
-    uint32_t mNumber = 0;
+    uint32_t mNumber = 0;  ///< as GetLastError returns it
 };
 
 /// Writes the errorText of `number`, without the code.

@@ -6,6 +6,7 @@
 
 /// Frees memory that Windows allocated with LocalAlloc and that its caller must free.
 struct LocalFreeDeleter {
+    /// Frees the memory; null isn't freed.
     void operator()(void* memory) const noexcept { LocalFree(memory); }
 };
 

@@ -4,6 +4,6 @@
 /// count, a position or an id has callFailed for a failure as well.
 using CallResult = int;
 enum : CallResult {
-    callSucceeded = 0,
-    callFailed = -1,
+    callSucceeded = 0,  ///< as POSIX calls have it
+    callFailed = -1,    ///< the operation says where the error is
 };

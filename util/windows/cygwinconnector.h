@@ -17,6 +17,7 @@
 #include "util/windows/posix/vrpsxobjects-win.h"
 #include "util/windows/vrpsxutilitycpp-win.h"
 
+/// Cygwin as a POSIX runtime.
 namespace cygwin {
 
 /// Returns whether a Cygwin process started this one. The system is asked only once per process;
@@ -25,14 +26,15 @@ namespace cygwin {
 
 /// A mount of the POSIX side.
 struct mount_info {
-    std::string device;  ///< with backslashes from version 1.7 on
-    std::string type;
+    std::string device;   ///< with backslashes from version 1.7 on
+    std::string type;     ///< as the runtime names it
     std::string options;  ///< separated by commas
 };
 
 /// Orders longer texts first, and texts of the same length by their bytes. The first root that a
 /// path begins with is therefore the most specific one.
 struct longer_first {
+    /// Returns whether `a` comes first.
     bool operator()(const std::string& a, const std::string& b) const {
         return a.size() != b.size() ? a.size() > b.size() : a < b;
     }
@@ -48,6 +50,7 @@ using mount_map = std::map<std::string, mount_info, longer_first>;
 /// otherwise.
 class connector {
 public:
+    /// Called on the signal thread.
     using handler = boost::function<void(int signal)>;
 
     /// Adds a reference. Throws if the runtime's release text has fewer than three numbers; the
@@ -85,7 +88,7 @@ public:
     /// signal `no_signal` it exits at once. Uses the heap only if something fails. A failure after
     /// the stop throws, and the process goes on.
     [[noreturn]] void exit_with_signal(int exitCode, uint32_t signal);
-    static constexpr uint32_t no_signal = 0x80000000;
+    static constexpr uint32_t no_signal = 0x80000000;  ///< a value that no signal has
 
     // Of the following functions, only those that return text throw: std::bad_alloc. Each function
     // that fails stores the runtime's error code for `last_error`.
@@ -102,21 +105,31 @@ public:
     [[nodiscard]] CallResult kill(int64_t pid, int signal) const;
     /// Returns the last error of this thread; 0 if there was none.
     [[nodiscard]] int last_error() const;
+    /// Returns the runtime's message for an error code; empty if there is none.
     [[nodiscard]] std::string error_text(int code) const;
+    /// Returns the runtime's name of a signal; empty if there is none.
     [[nodiscard]] std::string strsignal(int signal) const;
     /// Calls the function of the runtime that has no name.
     [[nodiscard]] CallResult path_call(const std::string& path) const;
 
-    // Paths end at the first NUL. "Internal" is the form of the POSIX side, "external" the form of
-    // Windows; the `execution` pair is for paths of programs. A path that the other side leaves
-    // alone is returned unchanged.
+    /// @name Paths
+    /// They end at the first NUL. "Internal" is the form of the POSIX side, "external" the form of
+    /// Windows; the `execution` pair is for paths of programs. A path that the other side leaves
+    /// alone is returned unchanged. Unlike the functions above, these throw on failure.
+    /// @{
+    /// Translates a path to its internal form.
     [[nodiscard]] std::string internalize_path(const std::string& path) const;
+    /// Translates a path to its external form.
     [[nodiscard]] std::string externalize_path(const std::string& path) const;
+    /// Translates the path of a program to its internal form.
     [[nodiscard]] std::string internalize_execution_path(const std::string& path) const;
+    /// Translates the path of a program to its external form.
     [[nodiscard]] std::string externalize_execution_path(const std::string& path) const;
     /// Returns the target as stored in the link; nothing is resolved.
     [[nodiscard]] std::string readlink(const std::string& path) const;
+    /// Makes `path` a symbolic link whose text is `target`, unchanged.
     void symlink(const std::string& target, const std::string& path) const;
+    /// Changes the current directory of the POSIX side.
     void chdir(const std::string& path) const;
     /// Replaces the content of `mounts` by the current mounts, without the prefix of drives. After
     /// an exception, `mounts` has some of them. If two mounts have the same root, the device and
@@ -125,7 +138,9 @@ public:
     /// Stores the folder that holds the drives. Throws "cygdrive missing", with the runtime's code
     /// for a missing entry, if there is none.
     void cygdrive(std::string& prefix) const;
+    /// @}
 
+    /// Returns the release of the runtime.
     [[nodiscard]] const runtime_version& version() const { return _version; }
 
 private:

@@ -45,16 +45,18 @@ class connector;
 /// neither wait for another thread nor throw.
 class Exec {
 public:
-    using RunInfo = ExecRunInfo;
-    using StallRule = ExecStallRule;
+    using RunInfo = ExecRunInfo;      ///< how the class spells it
+    using StallRule = ExecStallRule;  ///< how the class spells it
 
-    static constexpr uint32_t noPid = 0xffffffff;
-    static constexpr uint32_t noSignal = 0x80000000;
+    static constexpr uint32_t noPid = 0xffffffff;     ///< no command is running
+    static constexpr uint32_t noSignal = 0x80000000;  ///< no signal has ended a command
 
+    /// @{
     /// The results of `runCommand` that aren't the exit code of a command. A command may return the
     /// same numbers itself.
     static constexpr int32_t failureCode = 1;
     static constexpr int32_t notFoundCode = 255;
+    /// @}
 
     /// The largest initial size, in bytes, of the buffer for the processes of a job.
     static constexpr uint32_t largestPidBuffer = 1024;
@@ -147,6 +149,7 @@ public:
     /// it applies to the running command from now on. Otherwise that command isn't watched any
     /// more.
     virtual void setStallRules(const std::list<StallRule>& rules) NB_EXCLUDES(mHandleLock);
+    /// Does nothing.
     virtual void reserved2();
     /// Sets the limits for captured streams: one of more than `maxBytes` bytes (initially
     /// 5,000,000) is cut to `keepBytes` bytes (initially 5,000). It is a failure if a stream that
@@ -154,6 +157,7 @@ public:
     /// `maxBytes` is negative, every stream is cut, even an empty one: with a `maxBytes` of -1 and
     /// a `keepBytes` of 0, each captured stream yields only the report.
     virtual void setOutputLimits(int maxBytes, unsigned keepBytes);
+    /// Stores the limits; neither pointer may be null.
     virtual void getOutputLimits(int* maxBytes, unsigned* keepBytes);
     /// Returns what happened in the current or last run. While a command runs, every other thread
     /// must hold `mHandleLock` here. The line that a script was started with is in the narrow
@@ -161,6 +165,7 @@ public:
     [[nodiscard]] virtual std::string log();
     /// Writes the text and a line end to standard error.
     virtual void reportError(const char* text);
+    /// Does nothing.
     virtual void reserved3();
 
     /// Sets the connector for commands that are POSIX processes, or null for none. It must outlive
@@ -179,17 +184,21 @@ public:
     /// failure.
     [[nodiscard]] static std::string elevateWindowsPriority();
 
+    /// @{
     /// From now on, all commands of the process except alternates are started with the rights of
     /// this token, a primary one. Null, the initial state, means the rights of the process. May
     /// wait for other commands to start. Any thread may call these two functions.
     static void setRunAsToken(const boost::shared_ptr<AccessToken>& token);
     [[nodiscard]] static boost::shared_ptr<AccessToken> runAsToken();
+    /// @}
 
 protected:
     /// Appends the text to `failureText`, unless that is null, and calls `reportError`.
     void report(const std::string& text, std::string* failureText);
     /// The same with ": ", the message for GetLastError and a line end after the text.
     void reportWithLastError(const char* text, std::string* failureText);
+    /// Makes the first rule whose pattern matches the whole line the current one, or none. Throws
+    /// what the regular expression throws.
     void selectStallRule(const std::string& command) NB_EXCLUDES(mHandleLock);
     /// Waits for a process, and breaks and ends it on an abort or a stall. Returns false
     /// if the wait fails.
@@ -213,8 +222,8 @@ protected:
     /// the line.
     [[nodiscard]] std::wstring scriptCommandLine(const char* commandLine, const char* path);
 
-    std::atomic<uint32_t> mPid = noPid;
-    std::atomic<bool> mAborted = false;
+    std::atomic<uint32_t> mPid = noPid;  ///< the command's process, or `noPid`
+    std::atomic<bool> mAborted = false;  ///< from `abort` until `reset`
 
 public:
     /// Guards the fields that are declared with it below. `abort` holds it when it reads `mPid` and
@@ -222,32 +231,38 @@ public:
     Mutex mHandleLock;
 
 protected:
+    /// In the order in which they are tried.
     std::list<StallRule> mStallRules NB_GUARDED_BY(mHandleLock);
+    /// That of the running command; null if there is none.
     StallRule* mCurrentRule NB_GUARDED_BY(mHandleLock) NB_PT_GUARDED_BY(mHandleLock) = nullptr;
     /// Not empty: job mode. Only the thread that runs commands writes it, with `mHandleLock` held,
     /// and so needs no lock to read it.
     std::string mJobPattern;
     int32_t mStallCountdown NB_GUARDED_BY(mHandleLock) = 0;  ///< milliseconds
-    std::ostringstream mLog NB_GUARDED_BY(mHandleLock);
-    int32_t mMaxOutputBytes = 5000000;
-    uint32_t mKeepOutputBytes = 5000;
+    std::ostringstream mLog NB_GUARDED_BY(mHandleLock);      ///< see `log`
+    int32_t mMaxOutputBytes = 5000000;                       ///< see `setOutputLimits`
+    uint32_t mKeepOutputBytes = 5000;                        ///< see `setOutputLimits`
     /// Like the version of the runtime below, only for the thread that runs commands and between
     /// commands: no lock guards them.
     uint32_t mChildSignal = noSignal;
-    ScopedHandle mJob;
+    ScopedHandle mJob;  ///< open in job mode
     /// Units of 100 ns, like the next one.
     int64_t mLastUserTime NB_GUARDED_BY(mHandleLock) = 0;
+    /// See `mLastUserTime`.
     int64_t mLastKernelTime NB_GUARDED_BY(mHandleLock) = 0;
+    /// @{
+    /// The counts of I/O operations of the job at the last progress.
     uint64_t mLastReads NB_GUARDED_BY(mHandleLock) = 0;
     uint64_t mLastWrites NB_GUARDED_BY(mHandleLock) = 0;
     uint64_t mLastOtherOps NB_GUARDED_BY(mHandleLock) = 0;
-    uint32_t mPidBufferSize = largestPidBuffer;
-    uint16_t mCygwinMajor = 0;  ///< major * 1000 + minor
-    uint16_t mCygwinMinor = 0;  ///< the patch level
-    cygwin::connector* mConnector NB_GUARDED_BY(mHandleLock) = nullptr;
+    /// @}
+    uint32_t mPidBufferSize = largestPidBuffer;                          ///< in bytes
+    uint16_t mCygwinMajor = 0;                                           ///< major * 1000 + minor
+    uint16_t mCygwinMinor = 0;                                           ///< the patch level
+    cygwin::connector* mConnector NB_GUARDED_BY(mHandleLock) = nullptr;  ///< not owned
     std::map<std::string, std::string> mPathCache;  ///< POSIX names to Windows paths
-    uint64_t mPathCacheHits = 0;
-    uint64_t mPathCacheMisses = 0;
+    uint64_t mPathCacheHits = 0;                    ///< answers from the cache
+    uint64_t mPathCacheMisses = 0;                  ///< answers that had to be found
 
 private:
     class Run;

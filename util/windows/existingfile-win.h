@@ -6,6 +6,7 @@
 
 #include "util/windows/scopedhandle-win.h"
 
+/// Lets others read, write, rename and delete a file that is open.
 inline constexpr DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
 /// Opens an existing file, sharing all access. A directory needs FILE_FLAG_BACKUP_SEMANTICS in

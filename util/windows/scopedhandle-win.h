@@ -17,11 +17,13 @@
 /// A moved handle takes its place along, and leaves -1 behind.
 class [[nodiscard]] ScopedHandle {
 public:
+    /// Takes ownership of the handle. The other arguments are left to their defaults.
     explicit ScopedHandle(HANDLE handle = nullptr, const char* file = __builtin_FILE(),
                           int line = __builtin_LINE(),
                           const char* function = __builtin_FUNCTION()) noexcept
         : mHandle(handle), mFile(file), mLine(line), mFunction(function) {}
     ~ScopedHandle() { release(); }
+    /// Takes the handle over; `other` holds -1 from then on.
     ScopedHandle(ScopedHandle&& other) noexcept
         : mHandle(other.detach()),
           mFile(other.mFile),
@@ -38,6 +40,7 @@ public:
         return *this;
     }
 
+    /// Returns the handle, which stays with this object.
     [[nodiscard]] HANDLE get() const { return mHandle; }
     /// Returns whether there is a handle to close: neither null nor -1.
     [[nodiscard]] bool isOpen() const {

@@ -8,6 +8,7 @@
 // Any thread may call these functions at any time, except while `setCygwinPaths` runs. The current
 // directory belongs to the process, and any thread can change it.
 
+/// Questions to Windows about files and the machine.
 namespace System {
 
 /// Returns the form of `path` that Windows accepts without a length limit:

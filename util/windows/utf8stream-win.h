@@ -28,12 +28,14 @@
 /// any other. Only one thread at a time may use a buffer.
 class utf8streambuf : public std::stringbuf {
 public:
+    /// Reads nothing yet.
     utf8streambuf(FILE* file, uint32_t codePage, bool lenient);
     ~utf8streambuf() override;
     utf8streambuf(const utf8streambuf&) = delete;
     utf8streambuf& operator=(const utf8streambuf&) = delete;
 
 protected:
+    /// Reads the next block.
     int_type underflow() override;
 
 private:
@@ -51,6 +53,7 @@ private:
 /// `exceptions(std::ios::badbit)`, the Win32Exception is thrown instead.
 class utf8istream : public std::istream {
 public:
+    /// The arguments are those of the buffer.
     utf8istream(FILE* file, uint32_t codePage, bool lenient);
     /// Deletes the buffer, which closes the file.
     ~utf8istream() override;

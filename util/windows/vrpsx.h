@@ -15,6 +15,7 @@
 #include <cstddef>
 #include <cstdint>
 
+/// The objects of a POSIX runtime, as the two sides share them.
 namespace vrpsx::raw {
 
 struct system;
@@ -30,22 +31,27 @@ struct uname_result;
 struct buffer_owner;
 struct allocator;
 
+/// A process of the POSIX side; negative for a group of processes.
 using pid = int64_t;
+/// A thread of the POSIX side.
 using thread_id = uint64_t;
+/// What a thread runs. Nothing may be thrown out of it.
 using thread_entry = void* (*)(void* argument);
 /// What a `sigaction` does for a signal.
 using disposition = uint64_t;
+/// One of the clocks of the runtime.
 using clock_id = int64_t;
 
+/// A point in time or a duration.
 struct time {
-    int64_t seconds;
+    int64_t seconds;      ///< of a clock's time, since its start
     int64_t nanoseconds;  ///< 0 to 999999999
 };
 
 /// Characters of an object, not terminated; valid as long as the object is.
 struct text {
-    const char* data;
-    size_t length;  ///< in bytes
+    const char* data;  ///< may be null for an empty text
+    size_t length;     ///< in bytes
 };
 
 /// A placeholder for entries that aren't used.
@@ -53,20 +59,22 @@ using entry = void (*)();
 
 /// The object that frees a buffer: an allocator, or the system.
 struct buffer_owner_table {
-    void (*deallocate)(buffer_owner*, void* buffer);
+    void (*deallocate)(buffer_owner*, void* buffer);  ///< frees a buffer of this owner
 };
+/// Whatever frees buffers begins with this table.
 struct buffer_owner {
-    const buffer_owner_table* table;
+    const buffer_owner_table* table;  ///< not null
 };
 
 /// Supplied by the caller, for the other side to allocate buffers. `allocate` returns null on
 /// failure.
 struct allocator_table {
-    void (*deallocate)(allocator*, void* buffer);
-    void* (*allocate)(allocator*, size_t size);
+    void (*deallocate)(allocator*, void* buffer);  ///< frees a buffer of this allocator
+    void* (*allocate)(allocator*, size_t size);    ///< `size` is in bytes
 };
+/// An allocator of the caller.
 struct allocator {
-    const allocator_table* table;
+    const allocator_table* table;  ///< not null
 };
 
 /// Reference-counted: whoever gets a reference must release it.
@@ -74,47 +82,59 @@ struct system_table {
     /// Frees a buffer that an entry allocated without an allocator.
     void (*deallocate)(system*, void* buffer);
     entry reserved_8[2];
-    int (*release)(system*, system** holder);
-    int (*add_ref)(system*);
+    int (*release)(system*, system** holder);  ///< drops a reference
+    int (*add_ref)(system*);                   ///< adds a reference
     entry reserved_40[1];
+    /// Returns the message for an error code.
     int (*error_text)(system*, int code, error_string** result);
     entry reserved_56[2];
-    int (*exit)(system*, int code);  ///< doesn't return
-    int (*uname)(system*, uname_result** result);
+    int (*exit)(system*, int code);                ///< doesn't return
+    int (*uname)(system*, uname_result** result);  ///< describes the runtime
     entry reserved_88[10];
+    /// Reads a clock.
     int (*clock_gettime)(system*, clock_id clock, time* result);
+    /// Sleeps. A signal ends that, with the rest of the time in `remaining`.
     int (*nanosleep)(system*, const time* requested, time* remaining);
     entry reserved_184[2];
     pid (*getpid)(system*);  ///< returns the pid of this process
     entry reserved_208[1];
+    /// Returns the group of a process.
     int (*getpgid)(system*, pid process, pid* result);
     int (*kill)(system*, pid target, int signal);  ///< a negative target is a process group
     entry reserved_232[1];
     const char* (*strsignal)(system*, int signal);  ///< returns the name
-    /// These two create an object in the caller's storage, whose size is given below.
+    /// Creates an empty set in the caller's storage, which has `sigset_size` bytes.
     int (*sigset_init)(system*, void* storage, sigset** result);
+    /// Creates an action in the caller's storage, which has `sigaction_size` bytes.
     int (*sigaction_init)(system*, void* storage, raw::sigaction** result);
+    /// Sets the action for a signal. `old`, unless null, becomes the one before.
     int (*sigaction)(system*, int signal, raw::sigaction* action, raw::sigaction* old);
+    /// Waits for one of these signals, which the caller blocks.
     int (*sigwait)(system*, sigset* signals, int* result);
+    /// Blocks signals for the calling thread, or no longer blocks them. `old`, unless null, becomes
+    /// the mask before.
     int (*thread_sigmask)(system*, int how, sigset* signals, sigset* old);
     entry reserved_288[1];
+    /// Starts a thread, which begins with the signal mask of the calling one.
     int (*thread_create)(system*, thread_id* result, thread_entry start, void* argument);
     entry reserved_304[1];
+    /// Waits for the end of a thread. `result` may be null.
     int (*thread_join)(system*, thread_id thread, void** result);
     entry reserved_320[5];
-    int (*mutex_create)(system*, mutex** result);
+    int (*mutex_create)(system*, mutex** result);  ///< the mutex is free
     entry reserved_368[3];
-    int (*cond_create)(system*, cond** result);
+    int (*cond_create)(system*, cond** result);  ///< no thread waits for it
     entry reserved_400[8];
+    /// Makes `path` a symbolic link whose text is `target`.
     int (*symlink)(system*, const char* target, const char* path);
-    /// `more` is a second result, which isn't used.
+    /// Returns the text of a symbolic link. `more` is a second result, which isn't used.
     int (*readlink)(system*, const char* path, allocator* buffers, char** result, int64_t* more);
     entry reserved_480[3];
     int (*path_call)(system*, const char* path);  ///< has no name of its own
     entry reserved_512[3];
-    int (*chdir)(system*, const char* path);
+    int (*chdir)(system*, const char* path);  ///< of the POSIX side
     entry reserved_544[2];
-    int (*get_mounts)(system*, mount** result);
+    int (*get_mounts)(system*, mount** result);  ///< null if there is none
     entry reserved_568[18];
     int32_t reserved_712;
     int32_t invalid_argument;  ///< error code
@@ -123,8 +143,10 @@ struct system_table {
     int32_t reserved_784[31];
     int32_t timed_out;  ///< error code
     int32_t reserved_912[30];
+    /// A signal without a meaning of its own.
     int32_t sigusr2;
     int32_t reserved_1036[5];
+    /// What the runtime does with a signal that nobody handles.
     disposition default_disposition;
     int64_t reserved_1064[2];
     uint64_t sigset_size;  ///< in bytes
@@ -135,28 +157,36 @@ struct system_table {
     int32_t reserved_1144;
     int32_t unblock_signals;  ///< of `thread_sigmask`
     int64_t reserved_1152[31];
+    /// The clock whose start is the year 1970.
     clock_id realtime_clock;
 };
+/// The runtime. Any thread may call its entries.
 struct system {
-    const system_table* table;
+    const system_table* table;  ///< not null
 };
 
 /// Its references are counted by its system. A null path result means that the path is the same in
 /// both forms.
 struct embedding_table {
     entry reserved_0[6];
+    /// Translates a Windows process id, `length` bytes at `external`.
     int (*internalize_pid)(embedding*, const void* external, size_t length, pid* result);
     entry reserved_56[1];
+    /// Translates a path of Windows to the POSIX side.
     int (*internalize_path)(embedding*, const char* path, allocator* buffers, char** result);
+    /// Translates a path of the POSIX side to Windows.
     int (*externalize_path)(embedding*, const char* path, allocator* buffers, char** result);
+    /// Translates the path of a program to the POSIX side.
     int (*internalize_execution_path)(embedding*, const char* path, allocator* buffers,
                                       char** result);
+    /// Translates the path of a program to Windows.
     int (*externalize_execution_path)(embedding*, const char* path, allocator* buffers,
                                       char** result);
 };
+/// The runtime and its translations, in one object.
 struct embedding {
-    const embedding_table* table;
-    raw::system system;
+    const embedding_table* table;  ///< not null
+    raw::system system;            ///< counts the references of the whole object
 };
 
 /// Owned by its holder. The entry that ends an owned object takes the address of the holder. It
@@ -165,42 +195,50 @@ struct embedding {
 struct mutex_table {
     raw::system* (*system)(mutex*);  ///< returns the owning system, not counted
     entry reserved_8[1];
+    /// Ends the mutex, which must be free.
     int (*disown)(mutex*, mutex** holder, raw::system** errors);
-    int (*unlock)(mutex*);
-    int (*lock)(mutex*);
+    int (*unlock)(mutex*);  ///< only by the thread that holds it
+    int (*lock)(mutex*);    ///< waits until the mutex is free
 };
+/// A lock for threads of the POSIX side.
 struct mutex {
-    const mutex_table* table;
+    const mutex_table* table;  ///< not null
 };
 
 /// Owned, as a mutex is.
 struct cond_table {
-    raw::system* (*system)(cond*);
+    raw::system* (*system)(cond*);  ///< as that of a mutex
     entry reserved_8[1];
-    int (*disown)(cond*, cond** holder, raw::system** errors);
-    int (*broadcast)(cond*);
+    int (*disown)(cond*, cond** holder, raw::system** errors);  ///< no thread may wait for it
+    int (*broadcast)(cond*);                                    ///< wakes all threads that wait
     entry reserved_32[2];
+    /// Waits with the mutex free, at the latest until `deadline`, a time of the realtime clock.
     int (*timedwait)(cond*, mutex*, const time* deadline);
 };
+/// A condition that threads wait for.
 struct cond {
-    const cond_table* table;
+    const cond_table* table;  ///< not null
 };
 
+/// In storage of the caller, so that nothing ends it.
 struct sigset_table {
-    raw::system* (*system)(sigset*);
+    raw::system* (*system)(sigset*);  ///< as that of a mutex
     entry reserved_8[6];
-    int (*add)(sigset*, int signal);
+    int (*add)(sigset*, int signal);  ///< adds a signal to the set
 };
+/// A set of signals.
 struct sigset {
-    const sigset_table* table;
+    const sigset_table* table;  ///< not null
 };
 
+/// In storage of the caller, so that nothing ends it.
 struct sigaction_table {
     entry reserved_0[5];
     int (*set_handler)(sigaction*, disposition handler);  ///< the return value means nothing
 };
+/// What happens at a signal.
 struct sigaction {
-    const sigaction_table* table;
+    const sigaction_table* table;  ///< not null
 };
 
 /// An element of a list. The caller owns it together with all elements after it. `next` consumes it
@@ -208,47 +246,56 @@ struct sigaction {
 /// `next_holder` is null, the whole rest of the list is disposed of. `errors` is as above, or null
 /// if the caller doesn't need it.
 struct mount_table {
-    raw::system* (*system)(mount*);
+    raw::system* (*system)(mount*);  ///< as that of a mutex
     entry reserved_8[1];
-    int (*next)(mount*, mount** holder, mount** next_holder, raw::system** errors);
-    int (*device)(mount*, text* result);
-    int (*root)(mount*, text* result);
-    int (*type)(mount*, text* result);
-    int (*options)(mount*, mount_option** result);
+    int (*next)(mount*, mount** holder, mount** next_holder, raw::system** errors);  ///< steps on
+    int (*device)(mount*, text* result);            ///< what is mounted
+    int (*root)(mount*, text* result);              ///< where it appears
+    int (*type)(mount*, text* result);              ///< of what kind it is
+    int (*options)(mount*, mount_option** result);  ///< null if there is none
 };
+/// A mount, and the mounts after it.
 struct mount {
-    const mount_table* table;
+    const mount_table* table;  ///< not null
 };
 
 /// The same for the options of a mount.
 struct mount_option_table {
-    raw::system* (*system)(mount_option*);
+    raw::system* (*system)(mount_option*);  ///< as that of a mutex
     entry reserved_8[1];
+    /// Steps on.
     int (*next)(mount_option*, mount_option** holder, mount_option** next_holder,
                 raw::system** errors);
-    int (*text)(mount_option*, raw::text* result);
+    int (*text)(mount_option*, raw::text* result);  ///< as the runtime spells it
 };
+/// An option of a mount, and the options after it.
 struct mount_option {
-    const mount_option_table* table;
+    const mount_option_table* table;  ///< not null
 };
 
+/// Owned by whoever asked for it.
 struct error_string_table {
     entry reserved_0[3];
+    /// Ends the object.
     int (*release)(error_string*, error_string** holder);
     entry reserved_32[2];
-    const char* (*text)(error_string*);
+    const char* (*text)(error_string*);  ///< null if the runtime has none
 };
+/// The message for an error code.
 struct error_string {
-    const error_string_table* table;
+    const error_string_table* table;  ///< not null
 };
 
+/// Owned by whoever asked for it.
 struct uname_result_table {
+    /// Ends the object.
     int (*dispose)(uname_result*, uname_result** holder);
     entry reserved_8[2];
-    const char* (*release_text)(uname_result*);
+    const char* (*release_text)(uname_result*);  ///< may be null
 };
+/// What the runtime says about itself.
 struct uname_result {
-    const uname_result_table* table;
+    const uname_result_table* table;  ///< not null
 };
 
 #define VRPSX_AT(table, name, offset) static_assert(offsetof(table, name) == (offset))

@@ -30,6 +30,7 @@
 
 #include "util/windows/vrpsx.h"
 
+/// Classes for the objects of a POSIX runtime.
 namespace vrpsx {
 
 class system;
@@ -38,8 +39,10 @@ class cond;
 class mount;
 
 namespace raw {
-// For boost::intrusive_ptr. The error codes of these two entries can't be passed to anyone.
+// For boost::intrusive_ptr.
+/// Adds a reference; an error code can't be passed to anyone.
 inline void intrusive_ptr_add_ref(system* object) { object->table->add_ref(object); }
+/// Drops a reference; an error code can't be passed to anyone.
 inline void intrusive_ptr_release(system* object) { object->table->release(object, &object); }
 }  // namespace raw
 
@@ -47,9 +50,10 @@ inline void intrusive_ptr_release(system* object) { object->table->release(objec
 /// has none.
 class system_exception_t : public std::runtime_error {
 public:
+    /// Makes the message at once, from `source`.
     system_exception_t(std::string_view context, const system& source, int errorCode);
 
-    int code;
+    int code;  ///< the runtime's error code
 };
 
 /// Writes the message that system_exception_t would have, and a line end, to standard error.
@@ -62,12 +66,16 @@ public:
     buffer_result() = default;
     /// `owner`, not null, must outlive the result.
     buffer_result(char* text, raw::buffer_owner* owner) : _text(text), _owner(owner) {}
+    /// @{
+    /// Takes the text over; `other` is empty from then on.
     buffer_result(buffer_result&& other) noexcept { swap(other); }
     buffer_result& operator=(buffer_result&& other) noexcept;
+    /// @}
     ~buffer_result();
     buffer_result(const buffer_result&) = delete;
     buffer_result& operator=(const buffer_result&) = delete;
 
+    /// Exchanges the texts.
     void swap(buffer_result& other) noexcept;
     /// Hands the text over to the caller; it is no longer freed here.
     [[nodiscard]] char* take();
@@ -92,9 +100,14 @@ public:
 /// A set of signals, in storage that it doesn't own.
 class sigset {
 public:
+    /// `raw` is what `sigset_init` of the runtime stored.
     explicit sigset(raw::sigset* raw) : _raw(raw) {}
+    /// @{
+    /// Adds a signal.
     void add(int signal) const;
     [[nodiscard]] int add(int signal, std::nothrow_t) const;
+    /// @}
+    /// Returns the set for the runtime.
     [[nodiscard]] raw::sigset* raw() const { return _raw; }
 
 private:
@@ -104,24 +117,33 @@ private:
 /// The action for a signal, in storage that it doesn't own.
 class sigaction {
 public:
+    /// `raw` is what `sigaction_init` of the runtime stored.
     explicit sigaction(raw::sigaction* raw) : _raw(raw) {}
+    /// Sets what happens at the signal; takes effect by `system::sigaction`.
     void set_handler(raw::disposition handler) const;
+    /// Returns the action for the runtime.
     [[nodiscard]] raw::sigaction* raw() const { return _raw; }
 
 private:
     raw::sigaction* _raw;
 };
 
+/// What the runtime says about itself.
 class uname_result {
 public:
     uname_result() = default;
+    /// Takes ownership.
     explicit uname_result(raw::uname_result* raw) : _raw(raw) {}
     ~uname_result();
+    /// @{
+    /// Takes the handle over; `other` is empty from then on.
     uname_result(uname_result&& other) noexcept { swap(other); }
     uname_result& operator=(uname_result&& other) noexcept;
+    /// @}
     uname_result(const uname_result&) = delete;
     uname_result& operator=(const uname_result&) = delete;
 
+    /// Exchanges the handles.
     void swap(uname_result& other) noexcept { std::swap(_raw, other._raw); }
     /// Returns a text such as "1.7.35(0.287/5/3)", valid as long as the object is.
     [[nodiscard]] const char* release_text() const;
@@ -137,69 +159,128 @@ public:
     /// Adds a reference, unless `isCounted` is set: then it takes over the caller's reference.
     explicit system(raw::system* raw, bool isCounted = false) : _raw(raw, !isCounted) {}
 
+    /// Returns the runtime, not counted.
     [[nodiscard]] raw::system* raw() const;
+    /// Returns whether the handle is empty.
     [[nodiscard]] bool is_null() const { return _raw == nullptr; }
 
     /// Returns the runtime's message for an error code; empty if there is none.
     [[nodiscard]] std::string error_text(int code) const;
+    /// Ends the process as the runtime does, with this exit code.
     [[noreturn]] void exit(int code) const;
+    /// @{
+    /// Asks the runtime about itself.
     [[nodiscard]] uname_result uname() const;
     [[nodiscard]] int uname(uname_result& result, std::nothrow_t) const;
+    /// @}
+    /// Reads a clock, such as `realtime_clock`.
     [[nodiscard]] int clock_gettime(raw::clock_id clock, raw::time& result, std::nothrow_t) const;
+    /// @{
+    /// Sleeps for this time. A signal ends that: it is a failure, and the rest is in `remaining`.
     void nanosleep(const raw::time& requested) const;
     [[nodiscard]] int nanosleep(const raw::time& requested, raw::time& remaining,
                                 std::nothrow_t) const;
+    /// @}
+    /// Returns the id of this process on the POSIX side.
     [[nodiscard]] raw::pid getpid() const;
-    /// Doesn't initialize `result`.
+    /// Finds the group of a process. Doesn't initialize `result`.
     [[nodiscard]] int getpgid(raw::pid process, raw::pid& result, std::nothrow_t) const;
+    /// @{
+    /// Sends a signal to a process, or to a group if `target` is negative.
     void kill(raw::pid target, int signal) const;
     [[nodiscard]] int kill(raw::pid target, int signal, std::nothrow_t) const;
+    /// @}
+    /// Returns the runtime's name of a signal; empty if there is none.
     [[nodiscard]] std::string strsignal(int signal) const;
 
+    /// @{
     /// Creates the object in `storage`, of the size given in the table: see with_sigset.
     [[nodiscard]] sigset sigset_init(void* storage) const;
     [[nodiscard]] vrpsx::sigaction sigaction_init(void* storage) const;
+    /// @}
+    /// @{
+    /// Sets what happens at a signal.
     void sigaction(int signal, const vrpsx::sigaction& action) const;
     [[nodiscard]] int sigaction(int signal, const vrpsx::sigaction& action, std::nothrow_t) const;
+    /// @}
+    /// Waits for one of these signals, which the calling thread blocks, and stores it in `signal`.
     [[nodiscard]] int sigwait(const sigset& signals, int& signal, std::nothrow_t) const;
+    /// @{
+    /// Changes the signals that the calling thread blocks; `how` is `block_signals` or
+    /// `unblock_signals`.
     void thread_sigmask(int how, const sigset& signals) const;
     [[nodiscard]] int thread_sigmask(int how, const sigset& signals, std::nothrow_t) const;
+    /// @}
 
+    /// @{
+    /// Starts a thread that runs `entry(argument)`. Somebody must join it.
     [[nodiscard]] raw::thread_id thread_create(raw::thread_entry entry, void* argument) const;
     [[nodiscard]] int thread_create(raw::thread_entry entry, void* argument, raw::thread_id& result,
                                     std::nothrow_t) const;
+    /// @}
+    /// Waits for the end of a thread. Its result is lost.
     [[nodiscard]] int thread_join(raw::thread_id thread, std::nothrow_t) const;
+    /// @{
+    /// Makes a mutex, which is free.
     [[nodiscard]] mutex mutex_create() const;
     [[nodiscard]] int mutex_create(mutex& result, std::nothrow_t) const;
+    /// @}
+    /// @{
+    /// Makes a condition.
     [[nodiscard]] cond cond_create() const;
     [[nodiscard]] int cond_create(cond& result, std::nothrow_t) const;
+    /// @}
 
+    /// @{
+    /// Makes `path` a symbolic link whose text is `target`.
     void symlink(const char* target, const char* path) const;
     [[nodiscard]] int symlink(const char* target, const char* path, std::nothrow_t) const;
-    /// `buffers` may be null.
+    /// @}
+    /// @{
+    /// Returns the text of a symbolic link. `buffers` may be null.
     [[nodiscard]] buffer_result readlink(const char* path, raw::allocator* buffers) const;
     [[nodiscard]] int readlink(const char* path, raw::allocator* buffers, buffer_result& result,
                                std::nothrow_t) const;
+    /// @}
+    /// @{
+    /// Changes the current directory of the POSIX side.
     void chdir(const char* path) const;
     [[nodiscard]] int chdir(const char* path, std::nothrow_t) const;
+    /// @}
     /// Calls the entry of the table that has no name.
     [[nodiscard]] int path_call(const char* path, std::nothrow_t) const;
+    /// @{
+    /// Lists the mounts. Without any, the result is empty.
     [[nodiscard]] mount get_mounts() const;
     [[nodiscard]] int get_mounts(mount& result, std::nothrow_t) const;
+    /// @}
 
-    // Constants of the runtime.
+    /// @name Constants of the runtime
+    /// They are read from its table at each call.
+    /// @{
+    /// Returns the error code for an argument that can't be.
     [[nodiscard]] int invalid_argument() const { return raw()->table->invalid_argument; }
+    /// Returns the error code for something that doesn't exist.
     [[nodiscard]] int missing_entry() const { return raw()->table->missing_entry; }
+    /// Returns the error code for a wait that has ended at its deadline.
     [[nodiscard]] int timed_out() const { return raw()->table->timed_out; }
+    /// Returns the signal that has no meaning of its own.
     [[nodiscard]] int sigusr2() const { return raw()->table->sigusr2; }
+    /// Returns what stands for the default action at a signal.
     [[nodiscard]] raw::disposition default_disposition() const {
         return raw()->table->default_disposition;
     }
+    /// Returns the size of a sigset, in bytes.
     [[nodiscard]] uint64_t sigset_size() const { return raw()->table->sigset_size; }
+    /// Returns the size of a sigaction, in bytes.
     [[nodiscard]] uint64_t sigaction_size() const { return raw()->table->sigaction_size; }
+    /// Returns the `how` that blocks signals.
     [[nodiscard]] int block_signals() const { return raw()->table->block_signals; }
+    /// Returns the `how` that stops blocking signals.
     [[nodiscard]] int unblock_signals() const { return raw()->table->unblock_signals; }
+    /// Returns the clock of the time since 1970.
     [[nodiscard]] raw::clock_id realtime_clock() const { return raw()->table->realtime_clock; }
+    /// @}
 
 private:
     boost::intrusive_ptr<raw::system> _raw;
@@ -215,23 +296,34 @@ public:
     /// Translates a Windows process id.
     [[nodiscard]] int internalize_pid(uint32_t external, raw::pid& result, std::nothrow_t) const;
 
-    // `internalize` translates the Windows form of a path to its POSIX form, `externalize` the
-    // reverse; the `execution` functions are for paths of programs. `buffers` may be null. A null
-    // result means that the path stays unchanged.
+    /// @name Paths
+    /// `internalize` translates the Windows form of a path to its POSIX form, `externalize` the
+    /// reverse; the `execution` functions are for paths of programs. `buffers` may be null. A null
+    /// result means that the path stays unchanged.
+    /// @{
+    /// Translates a path to its POSIX form.
     [[nodiscard]] buffer_result internalize_path(const char* path, raw::allocator* buffers) const;
+    /// \overload
     [[nodiscard]] int internalize_path(const char* path, raw::allocator* buffers,
                                        buffer_result& result, std::nothrow_t) const;
+    /// Translates a path to its Windows form.
     [[nodiscard]] buffer_result externalize_path(const char* path, raw::allocator* buffers) const;
+    /// \overload
     [[nodiscard]] int externalize_path(const char* path, raw::allocator* buffers,
                                        buffer_result& result, std::nothrow_t) const;
+    /// Translates the path of a program to its POSIX form.
     [[nodiscard]] buffer_result internalize_execution_path(const char* path,
                                                            raw::allocator* buffers) const;
+    /// \overload
     [[nodiscard]] int internalize_execution_path(const char* path, raw::allocator* buffers,
                                                  buffer_result& result, std::nothrow_t) const;
+    /// Translates the path of a program to its Windows form.
     [[nodiscard]] buffer_result externalize_execution_path(const char* path,
                                                            raw::allocator* buffers) const;
+    /// \overload
     [[nodiscard]] int externalize_execution_path(const char* path, raw::allocator* buffers,
                                                  buffer_result& result, std::nothrow_t) const;
+    /// @}
 
 private:
     using path_entry = int (*raw::embedding_table::*)(raw::embedding*, const char*, raw::allocator*,

@@ -13,11 +13,13 @@
 
 #include <string>
 
+/// @{
 /// Returns what `cygpath` or `readlink` writes for `options` and `path`, without leading and
 /// trailing blanks and line ends; empty on failure. Both arguments go into the command line
 /// verbatim: the caller quotes.
 [[nodiscard]] std::string runCygpath(const std::string& path, std::string options);
 [[nodiscard]] std::string runReadlink(const std::string& path, std::string options);
+/// @}
 
 /// Makes `link` a Cygwin symbolic link to `target`, with `ln -s`. Both names are put in double
 /// quotes and must not contain any. Returns whether `ln` succeeded.

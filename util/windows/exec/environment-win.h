@@ -32,8 +32,8 @@ inline constexpr int directoryNotEntered = 5008;
 
 /// The size of a block of narrow strings.
 struct EnvironmentSize {
-    size_t strings = 0;
-    size_t bytes = 0;  ///< with all NULs
+    size_t strings = 0;  ///< how many, without the empty one at the end
+    size_t bytes = 0;    ///< with all NULs
 };
 /// Returns the size of a block; all 0 for null.
 [[nodiscard]] EnvironmentSize environmentSize(const char* environment);

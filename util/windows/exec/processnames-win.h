@@ -13,7 +13,7 @@
 
 /// Capacity, in characters, for the name of a process's program.
 inline constexpr size_t processNameRoom = MAX_PATH;
-using ProcessName = std::array<wchar_t, processNameRoom>;
+using ProcessName = std::array<wchar_t, processNameRoom>;  ///< for one name and its NUL
 
 /// Writes the file name of a process's program to `name`, which has capacity for `processNameRoom`
 /// characters. The name is the kernel's ("\Device\..."). If the kernel gives none, it is the name

@@ -39,6 +39,7 @@ public:
 ///
 /// A name without a dot in its last component is tried only with suffixes, any other name only
 /// unchanged:
+///
 ///     tool    ->  tool.com, tool.exe, tool.bat, tool.cmd
 ///     tool.x  ->  tool.x
 ///
@@ -61,7 +62,7 @@ public:
 /// The program and the line for CreateProcess.
 struct ProgramAndLine {
     std::wstring program;  ///< the application name; empty for none
-    std::wstring line;
+    std::wstring line;     ///< the command line
 };
 /// Returns `program`, or else what `locateProgram` finds, without double quotes, and the line
 /// unchanged. If `locateProgram` finds something, `onLocated` may change both before the quotes are

@@ -27,11 +27,11 @@ struct ExecRunInfo {
     /// If not empty, its first text is the command line to start when the program can't be found or
     /// the streams can't be set up. `clearRedirections` is called before that.
     std::vector<std::string> mAlternateArgv;
-    std::string mStdinFile;  ///< empty: the command reads end-of-file at once
-    std::string mStdoutFile;
-    std::string mStderrFile;
-    StreamMode mStdoutMode = streamOutput;
-    StreamMode mStderrMode = streamError;
+    std::string mStdinFile;                 ///< empty: the command reads end-of-file at once
+    std::string mStdoutFile;                ///< for streamFile and streamAppend
+    std::string mStderrFile;                ///< for streamFile and streamAppend
+    StreamMode mStdoutMode = streamOutput;  ///< of standard output
+    StreamMode mStderrMode = streamError;   ///< of standard error
     /// A stream of streamError is treated as one of streamOutput, so that standard error goes where
     /// standard output does.
     bool mMergeOutput = false;

@@ -21,5 +21,5 @@ struct ExecStallRule {
     std::string mPattern;  ///< POSIX extended; matches the whole line, ignoring case
     /// Milliseconds without progress; in effect a multiple of 500. A negative value acts as 500.
     int32_t mTimeout = 0;
-    StallFlags mFlags = 0;
+    StallFlags mFlags = 0;  ///< what is watched
 };

@@ -28,14 +28,14 @@ struct ChildStreams {
     /// hold the files open. The caller's own streams stay unchanged.
     void endInheritance() noexcept;
 
-    STARTUPINFOW mStartup;
-    PROCESS_INFORMATION mProcess;
-    std::string mOutputTemp;  ///< empty until the file is made
-    std::string mErrorTemp;
-    HANDLE mOutputTempHandle = INVALID_HANDLE_VALUE;
-    HANDLE mErrorTempHandle = INVALID_HANDLE_VALUE;
-    std::wstring mDesktop;
-    SECURITY_ATTRIBUTES mInherit;
+    STARTUPINFOW mStartup;                            ///< for CreateProcess
+    PROCESS_INFORMATION mProcess;                     ///< filled by CreateProcess
+    std::string mOutputTemp;                          ///< empty until the file is made
+    std::string mErrorTemp;                           ///< empty until the file is made
+    HANDLE mOutputTempHandle = INVALID_HANDLE_VALUE;  ///< not open without a file
+    HANDLE mErrorTempHandle = INVALID_HANDLE_VALUE;   ///< not open without a file
+    std::wstring mDesktop;                            ///< the name that `mStartup` refers to
+    SECURITY_ATTRIBUTES mInherit;                     ///< makes a handle inheritable
 };
 
 /// Opens the three streams that `runInfo` asks for. Returns false, with the failure in `message`,

@@ -28,25 +28,35 @@ public:
     AccessControlEntry(ACE_HEADER* ace = nullptr) noexcept : mAce(ace) {}
     /// Makes an owner. An invalid SID contributes no bytes.
     AccessControlEntry(ACCESS_MASK mask, const SecurityIdentifier& sid, BYTE flags, bool isDenied);
+    /// @{
+    /// Makes an owner that allows, or that denies, as the constructor does.
     [[nodiscard]] static AccessControlEntry allowed(ACCESS_MASK mask, const SecurityIdentifier& sid,
                                                     BYTE flags);
     [[nodiscard]] static AccessControlEntry denied(ACCESS_MASK mask, const SecurityIdentifier& sid,
                                                    BYTE flags);
+    /// @}
 
     /// Makes a view of the same ACE. If `other` is an owner or `forceCopy` is set, makes an owner
     /// of a copy instead. The copy of a null ACE is always a view.
     AccessControlEntry(const AccessControlEntry& other, bool forceCopy = false);
+    /// Takes the bytes over; `other` becomes a null view.
     AccessControlEntry(AccessControlEntry&& other) noexcept;
     /// `other` must not be a view of the bytes that this object owns.
     AccessControlEntry& operator=(AccessControlEntry other) noexcept;
     ~AccessControlEntry();
 
+    /// Returns the ACE; null for a null view.
     [[nodiscard]] ACE_HEADER* ace() const { return mAce; }
+    /// Returns whether the bytes belong to this object.
     [[nodiscard]] bool isOwner() const { return mOwned; }
 
+    /// Returns the type, such as ACCESS_ALLOWED_ACE_TYPE.
     [[nodiscard]] BYTE type() const { return mAce->AceType; }
+    /// Changes the type in the bytes, and so in the ACL of a view.
     void setType(BYTE type) { mAce->AceType = type; }
+    /// Returns the flags, such as CONTAINER_INHERIT_ACE.
     [[nodiscard]] BYTE flags() const { return mAce->AceFlags; }
+    /// Changes the flags in the bytes, and so in the ACL of a view.
     void setFlags(BYTE flags) { mAce->AceFlags = flags; }
     /// In bytes, including the header.
     [[nodiscard]] WORD size() const { return mAce->AceSize; }
@@ -68,7 +78,7 @@ private:
 /// counts. Changes that others make to the ACL show after a `refresh`.
 class AccessControlList {
 public:
-    static constexpr DWORD atEnd = MAXDWORD;
+    static constexpr DWORD atEnd = MAXDWORD;  ///< the place after the last ACE
 
     /// Makes a view, of nothing by default.
     // NOLINTNEXTLINE(google-explicit-constructor): a raw ACL converts implicitly.
@@ -82,22 +92,29 @@ public:
     AccessControlList(DWORD aceCount, DWORD revision, bool limitSize);
     /// Throws "SetEntriesInAclW".
     explicit AccessControlList(const ExplicitAccessList& entries);
+    /// Takes the ACL over; `other` becomes a null view.
     AccessControlList(AccessControlList&& other) noexcept;
     /// `other` must not be a view of the ACL that this object owns.
     AccessControlList& operator=(AccessControlList&& other) noexcept;
     ~AccessControlList() { drop(); }
 
+    /// Returns the ACL; null for a null list.
     [[nodiscard]] PACL acl() const { return mAcl; }
+    /// Returns whether the ACL belongs to this object.
     [[nodiscard]] bool isOwner() const { return mOwned; }
     /// Takes ownership of an ACL that LocalAlloc allocated, and frees the ACL owned before, which
     /// must be a different one. The cached counts stay: they aren't those of the new ACL.
     void adopt(PACL acl) noexcept;
 
+    /// Returns whether Windows takes it for an ACL; false for a null one. Doesn't throw.
     [[nodiscard]] bool isValid() const;
     /// Reads the counts again. Throws "GetAclInformation", as the next three may.
     void refresh() const;
+    /// Returns the number of ACEs.
     [[nodiscard]] DWORD aceCount() const;
+    /// Returns the bytes that the ACL uses, with its header.
     [[nodiscard]] DWORD bytesInUse() const;
+    /// Returns the bytes that are left for further ACEs.
     [[nodiscard]] DWORD bytesFree() const;
 
     /// Returns a view. Throws "GetAce".

@@ -25,7 +25,7 @@
 
 /// A PRIVILEGE_SET as a value.
 struct PrivilegeSet {
-    uint32_t mControl = 0;
+    uint32_t mControl = 0;                                    ///< PRIVILEGE_SET_ALL_NECESSARY or 0
     std::vector<std::pair<LUID, unsigned long>> mPrivileges;  ///< each with its attributes
 };
 
@@ -37,6 +37,7 @@ public:
     class Profile;
     /// SIDs or groups, each with its attributes.
     using SidList = std::vector<std::pair<SecurityIdentifier, unsigned long>>;
+    /// Privileges, each with its attributes.
     using PrivilegeList = std::vector<std::pair<LUID, unsigned long>>;
 
     /// Opens the token of a process. Throws "OpenProcessToken".
@@ -76,16 +77,22 @@ public:
     /// Closes the token. A failure is reported to the debugger.
     ~AccessToken();
 
+    /// Returns the handle, which this object closes.
     [[nodiscard]] HANDLE token() const { return mToken; }
 
-    // The following throw "GetTokenInformation(size query)", "GetTokenInformation" and, where SIDs
-    // are copied, "CopySid". Lists lose their old contents.
-
+    /// @name What the token says
+    /// These throw "GetTokenInformation(size query)", "GetTokenInformation" and, where SIDs are
+    /// copied, "CopySid". Lists lose their old contents.
+    /// @{
+    /// Returns the user's SID and its attributes.
     [[nodiscard]] std::pair<SecurityIdentifier, unsigned long> user() const;
     /// Reads the groups, or with `restricted` the SIDs that restrict the token.
     void groups(SidList& groups, bool restricted = false) const;
+    /// Reads the privileges, whether they are enabled or not.
     void privileges(PrivilegeList& privileges) const;
+    /// Returns the SID that becomes the owner of new objects.
     [[nodiscard]] SecurityIdentifier owner() const;
+    /// Returns the SID that becomes the group of new objects.
     [[nodiscard]] SecurityIdentifier primaryGroup() const;
     /// Makes `dacl` the owner of a copy. If the token has no default DACL, the copy is a block of 0
     /// bytes: nothing may be called on it, not even `isValid`. Counts that `dacl` cached for an ACL
@@ -93,27 +100,39 @@ public:
     void defaultDacl(AccessControlList& dacl) const;
     /// Returns all eight bytes of the name, and the identifier.
     [[nodiscard]] std::pair<std::string, LUID> source() const;
+    /// Returns whether it is a primary token or one to impersonate with.
     [[nodiscard]] TOKEN_TYPE type() const;
+    /// Returns the level of a token to impersonate with; for a primary token, Windows refuses.
     [[nodiscard]] SECURITY_IMPERSONATION_LEVEL impersonationLevel() const;
+    /// Stores Windows's TOKEN_STATISTICS.
     void statistics(TOKEN_STATISTICS& statistics) const;
+    /// Reads all of these at once, and the logon session.
     void groupsAndPrivileges(SidList& groups, SidList& restricted, PrivilegeList& privileges,
                              LUID& authenticationId) const;
     /// Returns the first 32 bits of the data that Windows returns for the user: half an address.
     [[nodiscard]] int userWord() const;
     /// Returns whether `userWord` isn't 0.
     [[nodiscard]] bool hasUserWord() const;
+    /// @}
 
-    // The following throw "SetTokenInformation".
-
+    /// @name What can be changed
+    /// These throw "SetTokenInformation".
+    /// @{
+    /// Passes `size` bytes of data to Windows.
     void setInformation(TOKEN_INFORMATION_CLASS information, void* data, DWORD size);
+    /// Sets the owner of new objects.
     void setOwner(const SecurityIdentifier& owner);
+    /// Sets the group of new objects.
     void setPrimaryGroup(const SecurityIdentifier& group);
     /// A null list leaves the token without a default DACL. That isn't a DACL that allows nothing.
     void setDefaultDacl(const AccessControlList& dacl);
     /// `{}` could mean null or empty. `AccessControlList()` is the null list.
     void setDefaultDacl(EmptyBraces) = delete;
+    /// Moves the token to another terminal session.
     void setSessionId(DWORD id);
+    /// Replaces the groups, as far as Windows lets a program do that.
     void setGroups(const SidList& groups);
+    /// @}
 
     /// Needs a token to impersonate with. Throws "CheckTokenMembership".
     [[nodiscard]] bool isMember(const SecurityIdentifier& sid) const;

@@ -23,14 +23,17 @@ class SpelledOut {
 public:
     template <std::same_as<T> Value>
     // NOLINTNEXTLINE(google-explicit-constructor): callers pass a T.
+    /// From a T, and nothing that converts to one.
     constexpr SpelledOut(Value value) noexcept : mValue(value) {}
     // NOLINTNEXTLINE(google-explicit-constructor): it is used as a T.
+    /// Returns the value.
     constexpr operator T() const noexcept { return mValue; }
 
 private:
     T mValue;
 };
 
+/// Decides TextOrObject.
 template <class T>
 [[nodiscard]] constexpr bool isTextOrObject() {
     // Nothing is known about a class that is only declared: it may be plain bytes.

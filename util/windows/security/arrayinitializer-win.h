@@ -14,8 +14,10 @@
 template <class Source, class Target>
 struct array_element;
 
+/// For lists of SIDs.
 template <>
 struct array_element<std::pair<SecurityIdentifier, unsigned long>, SID_AND_ATTRIBUTES> {
+    /// For messages.
     static constexpr const char* name =
         "array_initializer<struct std::pair<class SecurityIdentifier,unsigned long>,"
         "struct _SID_AND_ATTRIBUTES>::operator ()";
@@ -27,11 +29,14 @@ struct array_element<std::pair<SecurityIdentifier, unsigned long>, SID_AND_ATTRI
     }
 };
 
+/// For lists of privileges.
 template <>
 struct array_element<std::pair<LUID, unsigned long>, LUID_AND_ATTRIBUTES> {
+    /// For messages.
     static constexpr const char* name =
         "array_initializer<struct std::pair<struct _LUID,unsigned long>,"
         "struct _LUID_AND_ATTRIBUTES>::operator ()";
+    /// Copies both.
     static void write(const std::pair<LUID, unsigned long>& source, LUID_AND_ATTRIBUTES& target) {
         target.Luid = source.first;
         target.Attributes = source.second;
@@ -44,9 +49,11 @@ struct array_element<std::pair<LUID, unsigned long>, LUID_AND_ATTRIBUTES> {
 template <class Source, class Target>
 class array_initializer {
 public:
+    /// `start` has space for `capacity` elements.
     array_initializer(Target* start, size_t capacity)
         : mStart(start), mCursor(start), mCapacity(capacity) {}
 
+    /// Writes the next element.
     void operator()(const Source& source) {
         if (static_cast<size_t>(mCursor - mStart) == mCapacity) {
             throw std::out_of_range(array_element<Source, Target>::name);

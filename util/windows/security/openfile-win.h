@@ -13,12 +13,14 @@
 /// `open`.
 ///
 /// `flags` are those of the C runtime's `open`:
-///   _O_RDONLY, _O_WRONLY, _O_RDWR  the access; _O_WRONLY | _O_RDWR gives none at all
-///   _O_CREAT     creates the file if it is missing
-///   _O_EXCL      with _O_CREAT, fails if the file exists; otherwise has no effect
-///   _O_TRUNC     empties the file; without _O_CREAT that needs write access
-///   _O_APPEND    moves to the end of the file, once
-///   _O_BINARY    has no effect
+///
+///     _O_RDONLY, _O_WRONLY, _O_RDWR  the access; _O_WRONLY | _O_RDWR gives none at all
+///     _O_CREAT     creates the file if it is missing
+///     _O_EXCL      with _O_CREAT, fails if the file exists; otherwise has no effect
+///     _O_TRUNC     empties the file; without _O_CREAT that needs write access
+///     _O_APPEND    moves to the end of the file, once
+///     _O_BINARY    has no effect
+///
 /// Any other bit throws std::invalid_argument. `mode` is ignored.
 ///
 /// A new file gets the security with this `name` (see securityattributes-win.h). It gets the

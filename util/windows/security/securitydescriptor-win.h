@@ -72,23 +72,31 @@ public:
     SecurityDescriptor& operator=(const SecurityDescriptor&) = delete;
     ~SecurityDescriptor() = default;
 
+    /// Returns the descriptor, which this object owns; null for a null one.
     [[nodiscard]] PSECURITY_DESCRIPTOR descriptor() const { return mDescriptor.get(); }
+    /// Returns the type that the object was read with; SE_UNKNOWN_OBJECT_TYPE if it wasn't read.
     [[nodiscard]] SE_OBJECT_TYPE objectType() const { return mObjectType; }
     /// For a file object, one of the `ObjectKind`s of files; `ObjectKind::unknown` for others.
     [[nodiscard]] uint32_t objectKind() const { return mObjectKind; }
 
+    /// @{
     /// Return views, null if the part is missing. A view is valid until the descriptor is destroyed
     /// or changes its form.
     [[nodiscard]] SecurityIdentifier owner() const { return {mOwner}; }
     [[nodiscard]] SecurityIdentifier group() const { return {mGroup}; }
     [[nodiscard]] AccessControlList dacl() const { return {mDacl}; }
     [[nodiscard]] AccessControlList sacl() const { return {mSacl}; }
+    /// @}
 
+    /// Returns the length in bytes; 0 for a null descriptor.
     [[nodiscard]] DWORD length() const;
+    /// Returns whether Windows takes it for a descriptor; false for a null one.
     [[nodiscard]] bool isValid() const;
     /// This and the next two throw "GetSecurityDescriptorControl".
     [[nodiscard]] bool isAbsolute() const;
+    /// Returns the control bits.
     [[nodiscard]] SECURITY_DESCRIPTOR_CONTROL control() const;
+    /// Returns the revision.
     [[nodiscard]] DWORD revision() const;
     /// Throws "GetSecurityDescriptorRMControl".
     [[nodiscard]] BYTE rmControl() const;
@@ -101,6 +109,7 @@ public:
     /// "...Group", "...Dacl" or "...Sacl".
     void readParts();
 
+    /// @{
     /// Set the part that this object returns; it stays in the caller's memory. A descriptor of the
     /// absolute form gets the part too and keeps its "defaulted" bit. A self-relative descriptor
     /// can't be changed and keeps the old part. Throw "GetSecurityDescriptorControl",
@@ -109,6 +118,7 @@ public:
     void setGroup(PSID group);
     void setDacl(PACL dacl);
     void setSacl(PACL sacl);
+    /// @}
     /// See SecurityIdentifier.
     template <TextOrObject T>
     void setOwner(T* noSid) = delete;

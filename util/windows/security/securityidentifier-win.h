@@ -20,8 +20,10 @@
 class SubAuthorityCount {
 public:
     // NOLINTNEXTLINE(google-explicit-constructor): callers pass a number.
+    /// Takes the number as it is.
     constexpr SubAuthorityCount(BYTE count) noexcept : mCount(count) {}
     // NOLINTNEXTLINE(google-explicit-constructor): it is used as a number.
+    /// Returns the number.
     constexpr operator BYTE() const noexcept { return mCount; }
 
 private:
@@ -37,6 +39,7 @@ private:
 /// The bytes of a SID belong in an array of BYTE (which is unsigned char) or std::byte; their
 /// address is passed as a `PSID`. A `const char*` is text. A writable `char` array could be either
 /// and doesn't compile; the address of an object doesn't either. Write which one is meant:
+///
 ///     PSID{buffer}           // the bytes of a SID
 ///     std::as_const(buffer)  // text
 class SecurityIdentifier {
@@ -77,23 +80,28 @@ public:
     /// Throws "CopySid" if `other` is an owner whose SID has become invalid. So does the
     /// assignment.
     SecurityIdentifier(const SecurityIdentifier& other);
+    /// Takes the bytes over; `other` becomes a view of nothing.
     SecurityIdentifier(SecurityIdentifier&& other) noexcept;
     /// After a failure this object is a view of nothing. `other` must not be a view of the bytes
     /// that this object owns.
     SecurityIdentifier& operator=(const SecurityIdentifier& other);
+    /// Takes the bytes over as well; an assignment to itself does nothing.
     SecurityIdentifier& operator=(SecurityIdentifier&& other) noexcept;
     ~SecurityIdentifier() { drop(); }
 
     /// The bytes belong to this object, or to the source of the view.
     [[nodiscard]] PSID sid() const { return mSid; }
+    /// Returns whether the bytes belong to this object.
     [[nodiscard]] bool isOwner() const { return mOwned; }
 
+    /// Returns whether Windows takes it for a SID; false for a null one.
     [[nodiscard]] bool isValid() const;
     /// Returns the length in bytes. This and the next three return 0 or null for a null or an
     /// invalid SID.
     [[nodiscard]] DWORD length() const;
     /// Returns a pointer into the SID.
     [[nodiscard]] const SID_IDENTIFIER_AUTHORITY* identifierAuthority() const;
+    /// Returns how many sub-authorities there are.
     [[nodiscard]] BYTE subAuthorityCount() const;
     /// Returns a pointer into the SID. `index` must be below the count; Windows doesn't check that.
     /// Throws "GetSidSubAuthority", also if GetLastError still reports an error from before the
@@ -102,6 +110,7 @@ public:
 
     /// Returns whether all sub-authorities but the last are the same. Neither SID may be null.
     [[nodiscard]] bool equalPrefix(const SecurityIdentifier& other) const;
+    /// Returns whether Windows knows the SID as this one; false for a null one.
     [[nodiscard]] bool isWellKnown(WELL_KNOWN_SID_TYPE type) const;
     /// Returns the domain of an account's SID. Throws "GetWindowsAccountDomainSid".
     [[nodiscard]] SecurityIdentifier domainSid() const;
@@ -111,6 +120,7 @@ public:
     /// Returns text like "S-1-5-32-544". Throws "ConvertSidToStringSidW".
     [[nodiscard]] std::string text() const;
     /// Returns the account of the SID on `system`; null is the local system.
+    ///
     ///     "DOMAIN\name"
     ///     "\name"        the domain is empty
     ///     "(not found)"  the SID has no account

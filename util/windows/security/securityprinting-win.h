@@ -27,14 +27,19 @@
 #include "util/windows/security/securityidentifier-win.h"
 #include "util/windows/security/trustee-win.h"
 
+/// @{
+/// Prints the text of a SID and its account.
 std::ostream& operator<<(std::ostream& out, const SecurityIdentifier& sid);
 std::wostream& operator<<(std::wostream& out, const SecurityIdentifier& sid);
+/// @}
+/// @{
 /// Names the rights for the kind of object whose descriptor is being printed to the stream, or for
 /// a plain file if there is none. The same with lists and with ExplicitAccess.
 std::ostream& operator<<(std::ostream& out, const AccessControlEntry& entry);
 std::ostream& operator<<(std::ostream& out, const AccessControlList& list);
 std::ostream& operator<<(std::ostream& out, const Trustee& trustee);
 std::ostream& operator<<(std::ostream& out, const ExplicitAccess& access);
+/// @}
 /// Prints the descriptor's lists with the rights named for its kind of object. After an exception
 /// the stream keeps that kind.
 std::ostream& operator<<(std::ostream& out, const SecurityDescriptor& security);

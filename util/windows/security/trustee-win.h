@@ -21,8 +21,10 @@ class Trustee {
 public:
     /// Makes a trustee for no account: form TRUSTEE_BAD_FORM, type TRUSTEE_IS_INVALID.
     Trustee() noexcept;
+    /// Makes a trustee by name. The name isn't looked up, and must not be null.
     explicit Trustee(const char* name);
     /// A writable `char` array could hold a name or the bytes of a SID. Write which one is meant:
+    ///
     ///     std::as_const(buffer)             // a name
     ///     SecurityIdentifier(PSID{buffer})  // the bytes of a SID
     template <TextOrObject T>
@@ -43,8 +45,11 @@ public:
     /// always throws for forms with objects. After an exception the fields are those of `other`.
     Trustee& assign(const Trustee& other, bool localCopy);
 
+    /// Returns Windows's record, which points at this object's name or SID, or elsewhere.
     [[nodiscard]] const TRUSTEE_W& trustee() const { return mTrustee; }
+    /// Returns whether it is a name, a SID or something else.
     [[nodiscard]] TRUSTEE_FORM form() const { return mTrustee.TrusteeForm; }
+    /// Returns the kind of account.
     [[nodiscard]] TRUSTEE_TYPE type() const { return mTrustee.TrusteeType; }
     /// Returns the name, for the form with objects and a name as well; empty for the other forms.
     [[nodiscard]] std::string name() const;
@@ -73,13 +78,18 @@ public:
     ExplicitAccess& operator=(const ExplicitAccess&) = delete;
     ~ExplicitAccess();
 
+    /// Returns Windows's record, which this object may own.
     [[nodiscard]] PEXPLICIT_ACCESS_W access() const { return mAccess; }
+    /// Returns whether the record belongs to this object.
     [[nodiscard]] bool isOwner() const { return mOwned; }
 
     /// Returns a trustee that shares the name or SID.
     [[nodiscard]] Trustee trustee() const { return {mAccess->Trustee, /*localCopy=*/false}; }
+    /// Returns what the entry does: grant, set, deny, revoke or audit.
     [[nodiscard]] ACCESS_MODE mode() const { return mAccess->grfAccessMode; }
+    /// Returns the access mask.
     [[nodiscard]] DWORD permissions() const { return mAccess->grfAccessPermissions; }
+    /// Returns the inheritance flags.
     [[nodiscard]] DWORD inheritance() const { return mAccess->grfInheritance; }
 
 private:
@@ -97,12 +107,17 @@ public:
         : mEntries(entries), mCount(count) {}
     /// Returns the owner of an array, which it frees with LocalFree.
     [[nodiscard]] static ExplicitAccessList adopt(PEXPLICIT_ACCESS_W entries, ULONG count) noexcept;
+    /// Takes the array over; `other` becomes an empty view.
     ExplicitAccessList(ExplicitAccessList&& other) noexcept;
+    /// Exchanges the arrays.
     ExplicitAccessList& operator=(ExplicitAccessList&& other) noexcept;
     ~ExplicitAccessList();
 
+    /// Returns the array.
     [[nodiscard]] PEXPLICIT_ACCESS_W entries() const { return mEntries; }
+    /// Returns the number of entries.
     [[nodiscard]] ULONG count() const { return mCount; }
+    /// Returns whether the array belongs to this object.
     [[nodiscard]] bool isOwner() const { return mOwned; }
 
 private:

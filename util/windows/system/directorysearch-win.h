@@ -19,8 +19,10 @@ class [[nodiscard]] DirectorySearch {
 public:
     DirectorySearch() = default;
     ~DirectorySearch() { close(); }
+    /// Takes the listing over; `other` has none from then on.
     DirectorySearch(DirectorySearch&& other) noexcept
         : mHandle(std::exchange(other.mHandle, INVALID_HANDLE_VALUE)) {}
+    /// Exchanges the listings.
     DirectorySearch& operator=(DirectorySearch&& other) noexcept {
         std::swap(mHandle, other.mHandle);
         return *this;

@@ -27,10 +27,10 @@ namespace System {
 /// The results of `removeDirectory`.
 using RemoveDirectoryResult = int;
 enum : RemoveDirectoryResult {
-    directoryRemoved = 0,
-    directoryMissing = 1,
-    directoryNotEmpty = 2,
-    notADirectory = 3,
+    directoryRemoved = 0,     ///< the only success
+    directoryMissing = 1,     ///< there is no such directory, or none that it could be in
+    directoryNotEmpty = 2,    ///< something is still in it
+    notADirectory = 3,        ///< something else has this name
     directoryNotRemoved = 4,  ///< any other failure
 };
 

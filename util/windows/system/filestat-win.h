@@ -16,26 +16,26 @@ struct FileStat {
     /// What `type` returns and `setType` takes.
     using Type = int;
     enum : Type {
-        typeFile = 1,
-        typeLink = 2,
-        typeDirectory = 3,
+        typeFile = 1,       ///< neither a directory nor a link
+        typeLink = 2,       ///< marked by `setLink`, even if it is one to a directory
+        typeDirectory = 3,  ///< not marked as a link
     };
     /// Bits for `copyFrom`; others have no effect.
     using CopyMask = unsigned;
     enum : CopyMask {
-        copyCreated = 1,
-        copyAccessed = 2,
-        copyWritten = 4,
-        copyAttributes = 64,
+        copyCreated = 1,      ///< `created`
+        copyAccessed = 2,     ///< `accessed`
+        copyWritten = 4,      ///< `written`
+        copyAttributes = 64,  ///< `attributes`
     };
 
-    uint64_t device = 0;     ///< volume serial number; 0 if unknown
-    uint64_t fileIndex = 0;  ///< high and low word joined; 0 if unknown
-    uint64_t size = 0;       ///< bytes
-    uint64_t links = 0;      ///< number of hard links
-    FileTime created;
-    FileTime accessed;
-    FileTime written;
+    uint64_t device = 0;        ///< volume serial number; 0 if unknown
+    uint64_t fileIndex = 0;     ///< high and low word joined; 0 if unknown
+    uint64_t size = 0;          ///< bytes
+    uint64_t links = 0;         ///< number of hard links
+    FileTime created;           ///< as the file system says
+    FileTime accessed;          ///< as the file system says
+    FileTime written;           ///< as the file system says
     uint32_t reserved[3] = {};  ///< always zero
     /// The Windows file attribute bits. The setters keep a rule: the value is never zero. Without
     /// any other bit it is FILE_ATTRIBUTE_NORMAL, which is never combined with another bit. Reading
@@ -44,10 +44,12 @@ struct FileStat {
     uint32_t attributes = 0;
 
     FileStat() = default;
+    /// @{
     /// Takes the facts from an entry of a directory listing. Device and index are unknown, and
     /// `links` is 1.
     explicit FileStat(const WIN32_FIND_DATAW& entry);
     explicit FileStat(const WIN32_FIND_DATAA& entry);
+    /// @}
 
     /// Fills the value from the file or directory at `path`, for which no access right is needed.
     /// Returns false, and leaves the value unchanged, if it can't be opened. The second argument
@@ -72,18 +74,24 @@ struct FileStat {
     /// Sets all three times to the current system time.
     void setTimesToNow();
 
+    /// Returns the field of that name.
     [[nodiscard]] uint32_t attributesValue() const { return attributes; }
     /// Whether it is a directory and not a link to one.
     [[nodiscard]] bool isDirectory() const;
+    /// Whether it is a file, or a link of either kind.
     [[nodiscard]] bool isNotDirectory() const { return !isDirectory(); }
+    /// Whether it has the system attribute.
     [[nodiscard]] bool isSystem() const;
     /// False only for a read-only file; on a directory that bit means something else.
     [[nodiscard]] bool isWritable() const;
+    /// Returns one of the three types.
     [[nodiscard]] Type type() const;
 
+    /// Replaces the attributes, by the rule of the setters.
     void setAttributes(uint32_t bits);
     /// Makes the value a directory if `type` is typeDirectory, and otherwise not a directory.
     void setType(Type type);
+    /// Sets or clears the read-only attribute.
     void setReadOnly(bool readOnly);
     /// Marks the value as a link.
     void setLink();

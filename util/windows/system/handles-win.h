@@ -9,7 +9,7 @@
 
 /// Capacity, in characters, for the name of a file without its drive.
 inline constexpr size_t fileNameRoom = 500;
-using FileNameBuffer = std::array<wchar_t, fileNameRoom>;
+using FileNameBuffer = std::array<wchar_t, fileNameRoom>;  ///< for one name
 
 /// Finds and closes a file that the System process, the process of the kernel, holds open: the last
 /// resort of System::removeTree. Uses functions of ntdll.dll, which it looks up by name, and the
@@ -47,14 +47,17 @@ public:
     /// unchanged. The system doesn't answer for names of more than 498 characters.
     [[nodiscard]] bool fileNameOfHandle(HANDLE handle, wchar_t* name);
 
+    /// Asks about an open file.
     using NtQueryInformationFileFunction = NTSTATUS NTAPI(HANDLE, IO_STATUS_BLOCK*, void*, ULONG,
                                                           ULONG);
+    /// Asks about all handles of the system.
     using NtQuerySystemInformationFunction = NTSTATUS NTAPI(ULONG, void*, ULONG, ULONG*);
+    /// Asks about a handle.
     using NtQueryObjectFunction = NTSTATUS NTAPI(HANDLE, ULONG, void*, ULONG, ULONG*);
 
-    NtQueryInformationFileFunction* mNtQueryInformationFile;
-    NtQuerySystemInformationFunction* mNtQuerySystemInformation;
-    NtQueryObjectFunction* mNtQueryObject;
+    NtQueryInformationFileFunction* mNtQueryInformationFile;      ///< null if ntdll.dll lacks it
+    NtQuerySystemInformationFunction* mNtQuerySystemInformation;  ///< null if ntdll.dll lacks it
+    NtQueryObjectFunction* mNtQueryObject;                        ///< null if ntdll.dll lacks it
 
 private:
     [[nodiscard]] bool isFile(HANDLE handle) const;
@@ -63,10 +66,10 @@ private:
 
 /// A query for the name of a file. `name` has capacity for `fileNameRoom` characters.
 struct HandleQuery {
-    HANDLE handle;
-    wchar_t* name;
-    bool status;  ///< set by the answer: whether the system answered
-    HandleInspector* inspector;
+    HANDLE handle;               ///< of the file
+    wchar_t* name;               ///< filled by the answer
+    bool status;                 ///< set by the answer: whether the system answered
+    HandleInspector* inspector;  ///< that answers
 };
 /// Answers `query` with HandleInspector::fileNameOfHandle. It may run in a thread of its own, since
 /// the system may never answer. `query` must outlive that thread, and until the thread ends nothing

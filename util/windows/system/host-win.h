@@ -36,16 +36,18 @@ namespace System {
 /// of `fallback`, which must not be null.
 [[nodiscard]] std::string pathBelowProgram(const std::string& relative, std::string (*fallback)());
 
+/// @{
 /// Return the folder two levels above the program, the folder for configuration beside it, and the
 /// folder three levels above the program. The texts contain `..`. If the folder of the program
 /// isn't available, all three are the current directory.
 [[nodiscard]] std::string baseDirectory();
 [[nodiscard]] std::string configurationDirectory();
 [[nodiscard]] std::string installationFallback();
+/// @}
 
 /// Returns the installation folder from the registry, or `installationFallback()` if the registry
 /// has none. The folder is the value "installDir", a REG_SZ of at most 522 bytes, of the key
-/// HKEY_LOCAL_MACHINE\SYSTEM\CurrentControlSet\Services\NimbrelAgent\Parameters.
+/// `HKEY_LOCAL_MACHINE\SYSTEM\CurrentControlSet\Services\NimbrelAgent\Parameters`.
 [[nodiscard]] std::string installationDirectory();
 
 /// Deletes a registry key with everything below it. Returns true if the key is gone, and also if it

@@ -13,8 +13,10 @@
 // noted otherwise, a result of callFailed comes with the error in GetLastError. Any thread may call
 // these; a position belongs to its handle.
 
+/// POSIX calls for Windows handles.
 namespace posixlayer {
 
+/// Returns the id of this process.
 [[nodiscard]] int getpid();
 
 /// Stores the size of a file, in bytes, in `*size`.
@@ -31,10 +33,10 @@ namespace posixlayer {
 /// Cuts or extends a file to `size` bytes. The position stays.
 [[nodiscard]] CallResult truncateFile(HANDLE file, int64_t size);
 
-/// The only command of `fcntl`, and its only argument.
+/// What `fcntl` takes.
 enum : int {
-    setDescriptorFlags = 2,
-    closeOnExec = 1,
+    setDescriptorFlags = 2,  ///< the only command
+    closeOnExec = 1,         ///< the only argument
 };
 
 /// With setDescriptorFlags and closeOnExec, child processes don't inherit `handle`. Throws
@@ -47,6 +49,7 @@ enum : int {
 /// progress.
 [[nodiscard]] bool wouldBlock();
 
+/// Nothing wakes the thread up earlier.
 void sleepMilliseconds(uint32_t milliseconds);
 
 /// Runs the program `words[0]`, which is searched for in `PATH`. `words` has at least one word, and
@@ -64,7 +67,9 @@ void sleepMilliseconds(uint32_t milliseconds);
 void clearLastError();
 /// Returns one of the two, as ErrorState::select does.
 [[nodiscard]] uint32_t lastError(WhichError which);
+/// Stores both numbers of the thread, as ErrorState::save does.
 void saveLastError(ErrorState& state);
+/// Sets both numbers of the thread, as ErrorState::restore does.
 void restoreLastError(const ErrorState& state);
 
 }  // namespace posixlayer

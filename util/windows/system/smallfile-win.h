@@ -10,13 +10,13 @@
 
 /// The results of `readFile`: fileIsRead, or the number of a message (util/numberedmessage.h).
 enum ReadFileResult : int {
-    fileIsRead = 0,
-    fileNotOpened = 5001,
-    fileNotClosed = 5002,
-    fileNotRead = 5003,
-    fileSizeUnknown = 5004,
-    fileTooLong = 5005,  ///< for a size_t
-    fileBeyondMemory = 5006,
+    fileIsRead = 0,           ///< the only success
+    fileNotOpened = 5001,     ///< the file can't be opened
+    fileNotClosed = 5002,     ///< the file can't be closed
+    fileNotRead = 5003,       ///< the file can't be read
+    fileSizeUnknown = 5004,   ///< the file doesn't say how long it is
+    fileTooLong = 5005,       ///< for a size_t
+    fileBeyondMemory = 5006,  ///< there is no memory for its bytes
 };
 
 /// Appends the bytes of a file to `text` and returns fileIsRead. Never throws.
@@ -35,20 +35,22 @@ enum ReadFileResult : int {
 /// The numbers from which new names are made. The sequence may start anywhere; each number is the
 /// previous one plus a step, modulo 0x7fffffff.
 struct UniqueSuffix {
-    static constexpr uint32_t modulus = 0x7fffffff;
+    static constexpr uint32_t modulus = 0x7fffffff;  ///< numbers are below it
 
     /// Advances to the next number. If `mStep` is 0, that is the first number, which is made from
     /// the clock and the process; the step is then made from the process.
     void advance();
 
-    uint32_t mValue = 0;
-    uint32_t mStep = 0;
+    uint32_t mValue = 0;  ///< the current number
+    uint32_t mStep = 0;   ///< 0 until the first `advance`, unless it is set
 };
 
 /// A sequence of names, each of which is `prefix` followed by six digits or capital letters (up to
 /// V). No file is created.
 class UniqueName {
 public:
+    /// `suffix` is where the sequence starts: by default a place that another process is unlikely
+    /// to have.
     explicit UniqueName(const std::string& prefix, const UniqueSuffix& suffix = {});
 
     /// Returns the next name, which is valid until the next call.
@@ -63,9 +65,11 @@ private:
 /// Returns its path, or an empty text on failure, with the error in GetLastError.
 [[nodiscard]] std::string makeUniqueDirectory(const std::string& prefix);
 
+/// @{
 /// Call System::rename (on one volume) and System::remove (with `force`), for files that a scanner
 /// or another process may hold open for a moment. After a failure up to 599 more tries follow, each
 /// a tenth of a second after the previous one. Return true if a try succeeds. If the first try
 /// failed, GetLastError has its error, even after a success.
 [[nodiscard]] bool renameRetrying(const std::string& from, const std::string& to);
 [[nodiscard]] bool removeRetrying(const std::string& path, bool force);
+/// @}

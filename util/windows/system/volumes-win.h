@@ -5,12 +5,12 @@
 
 /// The kind of storage that a path is on. No type has the value 3.
 enum class VolumeType {
-    fixed = 0,
-    removable = 1,
-    remote = 2,
-    mvfs = 4,  ///< the file system is named "MVFS", on any kind of drive
-    cdrom = 5,
-    other = 6,  ///< a RAM disk, a type that Windows doesn't know, or a failure
+    fixed = 0,      ///< DRIVE_FIXED, such as a hard disk
+    removable = 1,  ///< DRIVE_REMOVABLE
+    remote = 2,     ///< DRIVE_REMOTE, a network drive
+    mvfs = 4,       ///< the file system is named "MVFS", on any kind of drive
+    cdrom = 5,      ///< DRIVE_CDROM
+    other = 6,      ///< a RAM disk, a type that Windows doesn't know, or a failure
 };
 
 namespace System {
