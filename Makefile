@@ -1,6 +1,6 @@
 # The commands of the project; CONTRIBUTING.md describes them.
-.PHONY: help dependencies native-dependencies lint-dependencies coverage-dependencies windows demo \
-    package test bench fuzz soak coverage lint clean
+.PHONY: help dependencies native-dependencies lint-dependencies coverage-dependencies \
+    docs-dependencies windows demo package test bench fuzz soak coverage lint docs clean
 # They share the folder build, and its lock.
 .NOTPARALLEL:
 
@@ -18,6 +18,9 @@ lint-dependencies:
 
 coverage-dependencies:
 	@scripts/install-dependencies native coverage
+
+docs-dependencies:
+	@scripts/install-dependencies docs
 
 windows: dependencies
 	@scripts/build windows
@@ -48,6 +51,10 @@ coverage: coverage-dependencies
 
 lint: lint-dependencies
 	@scripts/lint
+
+docs: docs-dependencies
+	@scripts/docs-test
+	@scripts/docs
 
 clean:
 	@scripts/clean
