@@ -47,8 +47,8 @@ endforeach()
 install(FILES cmake/package/nbclearcase_fake-boost.cmake DESTINATION ${package_cmake})
 
 # share/doc/ and examples/
-install(FILES README.md CHANGELOG.md DESTINATION ${package_doc})
-install(DIRECTORY docs DESTINATION ${package_doc})
+install(FILES README.md CONTRIBUTING.md CHANGELOG.md DESTINATION ${package_doc})
+install(DIRECTORY docs DESTINATION ${package_doc} PATTERN reference.md EXCLUDE)
 install(DIRECTORY examples/host examples/project examples/utility DESTINATION examples)
 install(FILES examples/drives.txt examples/mingw-w64-x86_64.cmake DESTINATION examples)
 
