@@ -1,4 +1,4 @@
-# Writes OUTPUT, the source of tools/ccquery/buildfacts.h, if it would change: from VERSION, COMPILER and
+# Writes OUTPUT, the source of tools/shared/buildfacts.h, if it would change: from VERSION, COMPILER and
 # the commit of the git clone SOURCES. Sources of an archive may be in a folder that is itself below
 # somebody else's clone, whose commit says nothing.
 execute_process(COMMAND git rev-parse --show-prefix HEAD WORKING_DIRECTORY ${SOURCES}
@@ -15,13 +15,13 @@ else()
     set(commit "unknown, since the sources were no git clone")
 endif()
 file(CONFIGURE OUTPUT ${OUTPUT} @ONLY CONTENT [[
-#include "tools/ccquery/buildfacts.h"
+#include "tools/shared/buildfacts.h"
 
-namespace ccquery {
+namespace tools {
 
 BuildFacts buildFacts() {
     return {.version = "@VERSION@", .commit = "@commit@", .compiler = "@COMPILER@"};
 }
 
-}  // namespace ccquery
+}  // namespace tools
 ]])

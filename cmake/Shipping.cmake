@@ -23,7 +23,7 @@ function(nbcc_ship target)
         VERBATIM)
 endfunction()
 
-# nbcc_build_facts(TARGET): compiles into the target what tools/ccquery/buildfacts.h declares. After a
+# nbcc_build_facts(TARGET): compiles into the target what tools/shared/buildfacts.h declares. After a
 # commit only the one generated source is compiled again.
 function(nbcc_build_facts target)
     set(source ${CMAKE_CURRENT_BINARY_DIR}/${target}-buildfacts.cpp)

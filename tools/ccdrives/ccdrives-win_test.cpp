@@ -5,6 +5,7 @@
 #include <fstream>
 #include <iterator>
 #include <optional>
+#include <regex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -191,6 +192,18 @@ TEST_F(CcdrivesTest, HelpGoesToStandardOutput) {
         const std::string help = outputOf(ccdrives(arguments));
         EXPECT_NE(help.find("Usage: ccdrives"), std::string::npos) << help;
     }
+}
+
+TEST_F(CcdrivesTest, TheVersionSaysWhatTheProgramWasBuiltOf) {
+    const std::string text = outputOf(ccdrives({"--version"}));
+    EXPECT_TRUE(std::regex_match(text, std::regex(R"(ccdrives \d+\.\d+\.\d+
+commit ([0-9a-f]{40}( with changes)?|unknown, since the sources were no git clone)
+compiler GCC \d+\.\d+\.\d+, (msvcrt|ucrt)
+)"))) << text;
+    const std::string json = outputOf(ccdrives({"--json", "--version"}));
+    EXPECT_TRUE(std::regex_match(
+        json, std::regex(R"(\{"version":"[^"]+","commit":"[^"]+","compiler":"[^"]+"\}\n)")))
+        << json;
 }
 
 }  // namespace

@@ -24,6 +24,10 @@ public:
             "environment variable NBCLEARCASE_DRIVES names. docs/drives.md describes it.\n"
             "Exit codes: 0; 1 if \"list\" finds that programs can't see the drives; 2 if it\n"
             "isn't done: standard error then says why, and what to do.");
+        // After --json, so that the request has that when this ends the parsing.
+        mApp.add_flag_callback(
+            "--version", [] { throw CLI::CallForVersion(); },
+            "Print the version, the commit and the compiler, and exit");
         addProviderCommands();
         addDriveCommands();
     }
@@ -34,6 +38,8 @@ public:
             mApp.parse(arguments);
         } catch (const CLI::CallForHelp&) {  // GCOVR_EXCL_BR_LINE: memory may be lacking
             return {.request = {}, .help = mApp.help()};
+        } catch (const CLI::CallForVersion&) {  // GCOVR_EXCL_BR_LINE: memory may be lacking
+            return {.request = mRequest, .help = {}, .version = true};
         } catch (const CLI::ParseError& error) {
             throw UsageError(complaint(error));
         }

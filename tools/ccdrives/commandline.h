@@ -25,6 +25,9 @@ struct CommandLine {
     Request request;
     /// Not empty if help was asked for: the text to print in place of doing anything.
     std::string help;
+    /// Whether the version was asked for, in place of doing anything; of `request` only `json`
+    /// counts then.
+    bool version = false;
 };
 
 /// A command line that can't be understood. The message is one line that says what to do.

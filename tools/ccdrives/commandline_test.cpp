@@ -62,8 +62,8 @@ TEST(DrivesCommandLineTest, WhatCannotBeUnderstoodIsSaidOnOneLine) {
 
 TEST(DrivesCommandLineTest, HelpIsTextInPlaceOfACommand) {
     const std::string help = parseCommandLine({"--help"}).help;
-    for (const char* part : {"Usage: ccdrives", "install", "remove", "list", "connect",
-                             "disconnect", "--json", "NBCLEARCASE_DRIVES", "Exit codes"}) {
+    for (const char* part :
+         {"Usage: ccdrives", "install", "remove", "list", "connect", "disconnect", "--json", "--version", "NBCLEARCASE_DRIVES", "Exit codes"}) {
         EXPECT_NE(help.find(part), std::string::npos) << part << " in " << help;
     }
     const std::string connect = parseCommandLine({"connect", "-h"}).help;
@@ -71,6 +71,26 @@ TEST(DrivesCommandLineTest, HelpIsTextInPlaceOfACommand) {
         EXPECT_NE(connect.find(part), std::string::npos) << part << " in " << connect;
     }
     EXPECT_EQ(parseCommandLine({"list"}).help, "");
+}
+
+TEST(DrivesCommandLineTest, TheVersionNeedsNoCommand) {
+    for (const Texts& arguments : {Texts{"--version"}, Texts{"list", "--version"}}) {
+        const CommandLine line = parseCommandLine(arguments);
+        EXPECT_TRUE(line.version);
+        EXPECT_FALSE(line.request.json);
+        EXPECT_EQ(line.help, "");
+    }
+    EXPECT_FALSE(parseCommandLine({"list"}).version);
+    EXPECT_FALSE(parseCommandLine({"--help"}).version);
+}
+
+TEST(DrivesCommandLineTest, TheVersionIsInJsonIfThatIsAskedBeforeOrAfter) {
+    for (const Texts& arguments : {Texts{"--version", "--json"}, Texts{"--json", "--version"},
+                                   Texts{"list", "--version", "--json"}}) {
+        const CommandLine line = parseCommandLine(arguments);
+        EXPECT_TRUE(line.version);
+        EXPECT_TRUE(line.request.json);
+    }
 }
 
 }  // namespace

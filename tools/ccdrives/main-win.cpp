@@ -12,6 +12,7 @@
 #include "tools/ccdrives/drivesplace-win.h"
 #include "tools/ccdrives/providersetup-win.h"
 #include "tools/shared/absolutepath-win.h"
+#include "tools/shared/buildfacts.h"
 #include "tools/shared/console-win.h"
 #include "tools/shared/report.h"
 #include "util/windows/system/files-win.h"
@@ -40,6 +41,12 @@ ExitCode runCommandLine() {
     const CommandLine line = parseCommandLine(tools::programArguments());
     if (!line.help.empty()) {
         tools::printText(line.help);
+        return exitDone;
+    }
+    if (line.version) {
+        const tools::BuildFacts facts = tools::buildFacts();
+        tools::printText(line.request.json ? tools::versionJson(facts)
+                                           : tools::versionText("ccdrives", facts));
         return exitDone;
     }
     return run(line.request, {.drivesFile = drivesFile(),

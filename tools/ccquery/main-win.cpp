@@ -17,7 +17,6 @@
 #include "clearcase/configurationsource-win.h"
 #include "tools/ccquery/ask.h"
 #include "tools/ccquery/askpaths.h"
-#include "tools/ccquery/buildfacts.h"
 #include "tools/ccquery/check.h"
 #include "tools/ccquery/commandline.h"
 #include "tools/ccquery/connectionlibrary-win.h"
@@ -25,6 +24,7 @@
 #include "tools/ccquery/explainviewpath.h"
 #include "tools/ccquery/journals/journalprogram-win.h"
 #include "tools/shared/absolutepath-win.h"
+#include "tools/shared/buildfacts.h"
 #include "tools/shared/console-win.h"
 #include "tools/shared/report.h"
 #include "tools/shared/systemerror-win.h"
@@ -144,7 +144,8 @@ ExitCode runCommandLine() {
         return exitAnswered;
     }
     if (line.version) {
-        printText(line.query.json ? versionJson(buildFacts()) : versionText(buildFacts()));
+        printText(line.query.json ? versionJson(buildFacts())
+                                  : versionText("ccquery", buildFacts()));
         return exitAnswered;
     }
     return run(line.query);

@@ -1,14 +1,11 @@
-#include "tools/ccquery/buildfacts.h"
+#include "tools/shared/buildfacts.h"
 
 #include "tools/shared/report.h"
 
-namespace ccquery {
+namespace tools {
 
-using tools::jsonLine;
-using tools::oneLine;
-
-std::string versionText(const BuildFacts& facts) {
-    return "ccquery " + oneLine(facts.version) + "\ncommit " + oneLine(facts.commit) +
+std::string versionText(const std::string& program, const BuildFacts& facts) {
+    return program + ' ' + oneLine(facts.version) + "\ncommit " + oneLine(facts.commit) +
            "\ncompiler " + oneLine(facts.compiler) + '\n';
 }
 
@@ -17,4 +14,4 @@ std::string versionJson(const BuildFacts& facts) {
         {{"version", facts.version}, {"commit", facts.commit}, {"compiler", facts.compiler}});
 }
 
-}  // namespace ccquery
+}  // namespace tools

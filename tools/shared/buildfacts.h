@@ -1,11 +1,11 @@
 #pragma once
 
-// What `ccquery --version` says. The build writes the source of `buildFacts`
+// What the option --version says. The build writes the source of `buildFacts`
 // (cmake/BuildFacts.cmake): after a commit it compiles that alone. Text in, text out; UTF-8.
 
 #include <string>
 
-namespace ccquery {
+namespace tools {
 
 struct BuildFacts {
     std::string version;
@@ -16,12 +16,12 @@ struct BuildFacts {
     std::string compiler;
 };
 
-/// Only the program has it, not the tests.
+/// Only the programs have it, not the tests.
 [[nodiscard]] BuildFacts buildFacts();
 
-/// A line for each fact.
-[[nodiscard]] std::string versionText(const BuildFacts& facts);
-/// The same as one line of JSON.
+/// A line for each fact; `program` is the name in front of the version.
+[[nodiscard]] std::string versionText(const std::string& program, const BuildFacts& facts);
+/// The facts as one line of JSON.
 [[nodiscard]] std::string versionJson(const BuildFacts& facts);
 
-}  // namespace ccquery
+}  // namespace tools

@@ -1,12 +1,12 @@
-#include "tools/ccquery/buildfacts.h"
+#include "tools/shared/buildfacts.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-using ccquery::BuildFacts;
-using ccquery::versionJson;
-using ccquery::versionText;
+using tools::BuildFacts;
+using tools::versionJson;
+using tools::versionText;
 
 BuildFacts sampleFacts() {
     return {
@@ -14,8 +14,8 @@ BuildFacts sampleFacts() {
 }
 
 TEST(BuildFactsTest, TheTextHasALineForEachFact) {
-    EXPECT_EQ(versionText(sampleFacts()),
-              "ccquery 1.2.3\n"
+    EXPECT_EQ(versionText("ccdrives", sampleFacts()),
+              "ccdrives 1.2.3\n"
               "commit 0123abcd with changes\n"
               "compiler GCC 12.2.0, msvcrt\n");
 }
@@ -27,8 +27,8 @@ TEST(BuildFactsTest, TheJsonIsOneLine) {
 }
 
 TEST(BuildFactsTest, ALineEndInAFactIsNoLineEndInTheText) {
-    EXPECT_EQ(versionText({.version = "1\n2", .commit = "", .compiler = "\x1b[31m"}),
-              "ccquery 1\\n2\ncommit \ncompiler \\x1b[31m\n");
+    EXPECT_EQ(versionText("p", {.version = "1\n2", .commit = "", .compiler = "\x1b[31m"}),
+              "p 1\\n2\ncommit \ncompiler \\x1b[31m\n");
 }
 
 }  // namespace
