@@ -206,4 +206,10 @@ compiler GCC \d+\.\d+\.\d+, (msvcrt|ucrt)
         << json;
 }
 
+TEST_F(CcdrivesTest, TheCompletionScriptHasNoCarriageReturns) {
+    const std::string script = outputOf(ccdrives({"completion", "bash"}));
+    EXPECT_TRUE(script.ends_with("\n\ncomplete -F _ccdrives ccdrives ccdrives.exe\n")) << script;
+    EXPECT_EQ(script.find('\r'), std::string::npos);
+}
+
 }  // namespace

@@ -5,6 +5,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include "tools/shared/completioncommand.h"
+
 namespace ccdrives {
 namespace {
 
@@ -30,7 +32,11 @@ public:
             "Print the version, the commit and the compiler, and exit");
         addProviderCommands();
         addDriveCommands();
+        tools::addCompletionCommand(mApp);
     }
+
+    /// What the parser takes.
+    [[nodiscard]] tools::ProgramDescription description() const { return tools::describe(mApp); }
 
     CommandLine parse(std::vector<std::string> arguments) {
         std::reverse(arguments.begin(), arguments.end());
@@ -42,6 +48,9 @@ public:
             return {.request = mRequest, .help = {}, .version = true};
         } catch (const CLI::ParseError& error) {
             throw UsageError(complaint(error));
+        }
+        if (std::string script = tools::completionScript(mApp); !script.empty()) {
+            return {.request = {}, .help = {}, .completion = std::move(script)};
         }
         return {.request = mRequest, .help = {}};
     }
@@ -106,7 +115,8 @@ same connection again changes nothing. Libraries see it when they are loaded nex
         const std::vector<std::string> rest = mApp.remaining(/*recurse=*/true);
         if (chosen.empty() && kind == CLI::ExitCodes::RequiredError) {
             return (rest.empty() ? "no command" : "unknown command '" + rest.front() + "'") +
-                   "; use install, remove, list, connect or disconnect, or see ccdrives --help";
+                   "; use install, remove, list, connect, disconnect or completion, or see "
+                   "ccdrives --help";
         }
         const std::string problem = kind == CLI::ExitCodes::ExtrasError
                                         ? "unexpected argument '" + rest.front() + "'"
@@ -124,5 +134,7 @@ same connection again changes nothing. Libraries see it when they are loaded nex
 CommandLine parseCommandLine(std::vector<std::string> arguments) {
     return Parser().parse(std::move(arguments));
 }
+
+tools::ProgramDescription describeCommandLine() { return Parser().description(); }
 
 }  // namespace ccdrives

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "tools/shared/commanddescription.h"
+
 namespace ccdrives {
 
 enum class Command { install, remove, list, connect, disconnect };
@@ -28,6 +30,9 @@ struct CommandLine {
     /// Whether the version was asked for, in place of doing anything; of `request` only `json`
     /// counts then.
     bool version = false;
+    /// Not empty if a completion script was asked for: the script to print in place of doing
+    /// anything.
+    std::string completion = {};
 };
 
 /// A command line that can't be understood. The message is one line that says what to do.
@@ -37,5 +42,8 @@ class UsageError : public std::runtime_error {
 
 /// Reads the arguments after the program's name. Throws UsageError.
 [[nodiscard]] CommandLine parseCommandLine(std::vector<std::string> arguments);
+
+/// Describes what parseCommandLine takes.
+[[nodiscard]] tools::ProgramDescription describeCommandLine();
 
 }  // namespace ccdrives

@@ -47,7 +47,7 @@ TEST(DrivesCommandLineTest, JsonGoesBeforeTheCommandOrAfterIt) {
 
 TEST(DrivesCommandLineTest, WhatCannotBeUnderstoodIsSaidOnOneLine) {
     const std::string commands =
-        "; use install, remove, list, connect or disconnect, or see ccdrives --help";
+        "; use install, remove, list, connect, disconnect or completion, or see ccdrives --help";
     EXPECT_EQ(problem({}), "no command" + commands);
     EXPECT_EQ(problem({"--json"}), "no command" + commands);
     EXPECT_EQ(problem({"use"}), "unknown command 'use'" + commands);
@@ -63,7 +63,8 @@ TEST(DrivesCommandLineTest, WhatCannotBeUnderstoodIsSaidOnOneLine) {
 TEST(DrivesCommandLineTest, HelpIsTextInPlaceOfACommand) {
     const std::string help = parseCommandLine({"--help"}).help;
     for (const char* part :
-         {"Usage: ccdrives", "install", "remove", "list", "connect", "disconnect", "--json", "--version", "NBCLEARCASE_DRIVES", "Exit codes"}) {
+         {"Usage: ccdrives", "install", "remove", "list", "connect", "disconnect", "completion",
+          "--json", "--version", "NBCLEARCASE_DRIVES", "Exit codes"}) {
         EXPECT_NE(help.find(part), std::string::npos) << part << " in " << help;
     }
     const std::string connect = parseCommandLine({"connect", "-h"}).help;
@@ -91,6 +92,15 @@ TEST(DrivesCommandLineTest, TheVersionIsInJsonIfThatIsAskedBeforeOrAfter) {
         EXPECT_TRUE(line.version);
         EXPECT_TRUE(line.request.json);
     }
+}
+
+TEST(DrivesCommandLineTest, CompletionIsTextInPlaceOfACommand) {
+    const std::string script = parseCommandLine({"completion", "bash"}).completion;
+    EXPECT_TRUE(script.ends_with("\ncomplete -F _ccdrives ccdrives ccdrives.exe\n")) << script;
+    EXPECT_EQ(parseCommandLine({"list"}).completion, "");
+    EXPECT_EQ(problem({"completion"}), "SHELL is required; see ccdrives completion --help");
+    EXPECT_EQ(problem({"completion", "zsh"}),
+              "SHELL: zsh not in {bash}; see ccdrives completion --help");
 }
 
 }  // namespace

@@ -98,9 +98,9 @@ TEST(DrivesPageTest, TheListThatIsShownCanBeRead) {
 }
 
 TEST(DrivesPageTest, EachCommandOfThePageIsKnown) {
-    for (const Texts& arguments :
-         {Texts{"install", "--library", "f"}, Texts{"remove"}, Texts{"list"},
-          Texts{"connect", "M:", "\\\\view"}, Texts{"disconnect", "M:"}}) {
+    for (const Texts& arguments : {Texts{"install", "--library", "f"}, Texts{"remove"},
+                                   Texts{"list"}, Texts{"connect", "M:", "\\\\view"},
+                                   Texts{"disconnect", "M:"}, Texts{"completion", "bash"}}) {
         const std::string shown = "    " + arguments.front() + " ";
         bool isShown = false;
         for (const std::string& line : pageLines()) {

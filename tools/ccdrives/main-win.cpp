@@ -49,6 +49,10 @@ ExitCode runCommandLine() {
                                            : tools::versionText("ccdrives", facts));
         return exitDone;
     }
+    if (!line.completion.empty()) {
+        tools::printText(line.completion);
+        return exitDone;
+    }
     return run(line.request, {.drivesFile = drivesFile(),
                               .readDrives = readDrivesFile,
                               .editDrives = editDrivesFile,

@@ -252,6 +252,15 @@ compiler GCC \d+\.\d+\.\d+, (msvcrt|ucrt)
         << json.output;
 }
 
+TEST(CcqueryTest, TheCompletionScriptHasNoCarriageReturns) {
+    const ChildResult result = runChild(ccquery({"completion", "bash"}));
+    EXPECT_EQ(result.exitCode, 0U);
+    EXPECT_TRUE(result.output.ends_with("\n\ncomplete -F _ccquery ccquery ccquery.exe\n"))
+        << result.output;
+    EXPECT_EQ(result.output.find('\r'), std::string::npos);
+    EXPECT_EQ(result.error, "");
+}
+
 TEST(CcqueryTest, NoOutputHasColours) {
     for (const Texts& arguments : {Texts{"--help"}, Texts{"--version"}, Texts{"frobnicate"}}) {
         ChildRun run = ccquery(arguments);

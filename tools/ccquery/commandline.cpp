@@ -5,6 +5,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include "tools/shared/completioncommand.h"
+
 namespace ccquery {
 namespace {
 
@@ -65,7 +67,11 @@ public:
         addOtherCommands();
         addCheck();
         addJournalCommands();
+        tools::addCompletionCommand(mApp);
     }
+
+    /// What the parser takes.
+    [[nodiscard]] tools::ProgramDescription description() const { return tools::describe(mApp); }
 
     CommandLine parse(std::vector<std::string> arguments) {
         std::for_each(arguments.begin(), arguments.end(), shield);
@@ -78,6 +84,9 @@ public:
             return {.query = mQuery, .help = {}, .version = true};
         } catch (const CLI::ParseError& error) {
             throw UsageError(complaint(error));
+        }
+        if (std::string script = tools::completionScript(mApp); !script.empty()) {
+            return {.query = {}, .help = {}, .completion = std::move(script)};
         }
         for (std::string* text : {&mQuery.library, &mQuery.config, &mQuery.cwd, &mQuery.root,
                                   &mQuery.file, &mQuery.output, &mQuery.drives}) {
@@ -247,7 +256,7 @@ path without an answer, then {"summary":{...}}.)");
         if (chosen.empty() && kind == CLI::ExitCodes::RequiredError) {
             return (rest.empty() ? "no command" : "unknown command '" + rest.front() + "'") +
                    "; use status, canonicalize, vobs, drives, view, info, errors, check, record, "
-                   "verify or usage, or see ccquery --help";
+                   "verify, usage or completion, or see ccquery --help";
         }
         const std::string problem = kind == CLI::ExitCodes::ExtrasError
                                         ? "unexpected argument '" + rest.front() + "'"
@@ -265,5 +274,7 @@ path without an answer, then {"summary":{...}}.)");
 CommandLine parseCommandLine(std::vector<std::string> arguments) {
     return Parser().parse(std::move(arguments));
 }
+
+tools::ProgramDescription describeCommandLine() { return Parser().description(); }
 
 }  // namespace ccquery

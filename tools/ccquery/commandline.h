@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "tools/shared/commanddescription.h"
+
 namespace ccquery {
 
 enum class Command {
@@ -58,6 +60,8 @@ struct CommandLine {
     std::string help = {};
     /// Whether the version was asked for, instead of an answer; of `query` only `json` counts then.
     bool version = false;
+    /// Not empty if a completion script was asked for: the script to print instead of an answer.
+    std::string completion = {};
 };
 
 /// A command line that can't be understood. The message is one line that says what to do.
@@ -67,5 +71,8 @@ class UsageError : public std::runtime_error {
 
 /// Reads the arguments after the program's name. Throws UsageError.
 [[nodiscard]] CommandLine parseCommandLine(std::vector<std::string> arguments);
+
+/// Describes what parseCommandLine takes.
+[[nodiscard]] tools::ProgramDescription describeCommandLine();
 
 }  // namespace ccquery

@@ -147,7 +147,7 @@ TEST(CommandLineTest, HelpReportsEveryCommandAndOption) {
         const std::string help = parseCommandLine({flag}).help;
         for (const char* word :
              {"status", "canonicalize", "vobs", "drives", "view", "info", "errors", "check",
-              "--library", "--config", "--json", "--version", "Exit codes"}) {
+              "completion", "--library", "--config", "--json", "--version", "Exit codes"}) {
             EXPECT_NE(help.find(word), std::string::npos) << word;
         }
     }
@@ -189,8 +189,9 @@ TEST(CommandLineTest, EachCommandHasHelpOfItsOwn) {
 
 TEST(CommandLineTest, ACommandLineThatCannotBeUnderstoodIsReportedInOneLine) {
     const std::string commands =
-        "; use status, canonicalize, vobs, drives, view, info, errors, check, record, verify or "
-        "usage, or see ccquery --help";
+        "; use status, canonicalize, vobs, drives, view, info, errors, check, record, verify, "
+        "usage "
+        "or completion, or see ccquery --help";
     const std::pair<Texts, std::string> rows[] = {
         {{}, "no command" + commands},
         {{"--json"}, "no command" + commands},
@@ -246,6 +247,15 @@ TEST(CommandLineTest, VerifyTakesFieldsAndOperations) {
     EXPECT_EQ(query.journals, (Texts{"j", "k"}));
     EXPECT_NE(problem({"verify", "j", "--ignore", "colour"}).find("colour"), std::string::npos);
     EXPECT_NE(problem({"verify", "j", "--ask", "isReady"}).find("isReady"), std::string::npos);
+}
+
+TEST(CommandLineTest, CompletionIsTextInPlaceOfAnAnswer) {
+    const std::string script = parseCommandLine({"completion", "bash"}).completion;
+    EXPECT_TRUE(script.ends_with("\ncomplete -F _ccquery ccquery ccquery.exe\n")) << script;
+    EXPECT_EQ(parseCommandLine({"view"}).completion, "");
+    EXPECT_EQ(problem({"completion"}), "SHELL is required; see ccquery completion --help");
+    EXPECT_EQ(problem({"completion", "zsh"}),
+              "SHELL: zsh not in {bash}; see ccquery completion --help");
 }
 
 }  // namespace

@@ -148,6 +148,10 @@ ExitCode runCommandLine() {
                                   : versionText("ccquery", buildFacts()));
         return exitAnswered;
     }
+    if (!line.completion.empty()) {
+        printText(line.completion);
+        return exitAnswered;
+    }
     return run(line.query);
 }
 
