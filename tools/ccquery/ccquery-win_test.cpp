@@ -1,6 +1,7 @@
 // ccquery as a user runs it: a process of its own, with the sample connection.
 
 #include <algorithm>
+#include <optional>
 #include <regex>
 #include <utility>
 
@@ -261,11 +262,16 @@ TEST(CcqueryTest, TheCompletionScriptHasNoCarriageReturns) {
     EXPECT_EQ(result.error, "");
 }
 
-TEST(CcqueryTest, NoOutputHasColours) {
-    for (const Texts& arguments : {Texts{"--help"}, Texts{"--version"}, Texts{"frobnicate"}}) {
+TEST(CcqueryTest, OutputToAFileHasNoColours) {
+    const TempFolder folder;
+    const std::string bad = folder.write("bad.ini", "[vobs]\nbad\n");
+    for (const Texts& arguments : {Texts{"--help"}, Texts{"--version"}, Texts{"frobnicate"},
+                                   Texts{"check", bad}, Texts{"completion", "bash"}}) {
         ChildRun run = ccquery(arguments);
-        run.environment = {{"CLICOLOR_FORCE", "1"}, {"FORCE_COLOR", "1"}};
+        run.environment = {
+            {"CLICOLOR_FORCE", "1"}, {"FORCE_COLOR", "1"}, {"NO_COLOR", std::nullopt}};
         const ChildResult result = runChild(run);
+        EXPECT_NE(result.output + result.error, "");
         EXPECT_EQ((result.output + result.error).find('\x1b'), std::string::npos);
     }
 }

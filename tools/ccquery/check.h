@@ -3,6 +3,7 @@
 #include <string>
 
 #include "tools/ccquery/ask.h"
+#include "tools/shared/painter.h"
 
 namespace ccquery {
 
@@ -17,8 +18,9 @@ struct CheckResult {
 ///
 ///     FILE:LINE:COLUMN: warning: TEXT [name]
 ///
-/// or `error` in place of `warning`.
+/// or `error` in place of `warning`; `painter` paints the place and this word.
 [[nodiscard]] CheckResult check(const std::string& file, const std::string& text,
-                                const std::string& viewRootPrefix, bool json);
+                                const std::string& viewRootPrefix, bool json,
+                                const tools::Painter& painter = tools::Painter());
 
 }  // namespace ccquery

@@ -26,6 +26,21 @@ TEST(CheckTest, FindingsArePrintedAsThoseOfACompiler) {
     EXPECT_EQ(result.exitCode, exitComplaints);
 }
 
+TEST(CheckTest, ThePlaceAndTheSeverityArePainted) {
+    const tools::Painter painter(true);
+    const CheckResult result =
+        check("a\x1b[m", "[vobs]\nbad\n[attrs]\n\x1b[0m=x\n", "", false, painter);
+    EXPECT_EQ(
+        result.output,
+        "\x1b[1ma\\x1b[m:2:1:\x1b[0m \x1b[1;35mwarning:\x1b[0m there is no '=' in this line; "
+        "write TAG=FLAGS [no-equals]\n"
+        "\x1b[1ma\\x1b[m:4:1:\x1b[0m \x1b[1;31merror:\x1b[0m the path '\\x1b[0m' isn't "
+        "absolute, and so this line stops the host; begin with a drive or with a server and a "
+        "share [relative-path]\n");
+    EXPECT_EQ(check("a", "[vobs]\nbad\n", "", true, painter).output.find('\x1b'),
+              std::string::npos);
+}
+
 TEST(CheckTest, InJsonAFindingIsAnObjectALine) {
     const CheckResult result = check("a.ini", "[attrs]\nrel=x\n\x1a\na\n\nb\n", "", true);
     EXPECT_EQ(

@@ -65,7 +65,9 @@ std::string bytesOf(const std::string& file) {
 ExitCode runCheck(const Query& query) {
     const std::string named = query.file.empty() ? query.config : query.file;
     const std::string file = named.empty() ? configurationFile() : named;
-    const CheckResult result = check(file, bytesOf(file), viewRootPrefix(), query.json);
+    const ConsoleColours colours(query.json);
+    const CheckResult result =
+        check(file, bytesOf(file), viewRootPrefix(), query.json, colours.painter());
     printText(result.output);
     return result.exitCode;
 }

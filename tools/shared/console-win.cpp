@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdio>
+#include <cstdlib>
 #include <fcntl.h>
 #include <io.h>
 #include <iostream>
@@ -24,6 +25,28 @@ Console::Console() : mCodePage(GetConsoleOutputCP()) {
 }
 
 Console::~Console() { SetConsoleOutputCP(mCodePage); }
+
+ConsoleColours::ConsoleColours(bool json) {
+    const wchar_t* const noColor = _wgetenv(L"NO_COLOR");
+    if (!mayPaint(json, noColor == nullptr ? "" : toUtf8(noColor))) {
+        return;
+    }
+    HANDLE const output = GetStdHandle(STD_OUTPUT_HANDLE);
+    DWORD mode = 0;
+    // Only a console has a mode, and only since Windows 10 this one.
+    if (GetConsoleMode(output, &mode) &&
+        SetConsoleMode(output,
+                       mode | ENABLE_PROCESSED_OUTPUT | ENABLE_VIRTUAL_TERMINAL_PROCESSING)) {
+        mConsole = output;
+        mMode = mode;
+    }
+}
+
+ConsoleColours::~ConsoleColours() {
+    if (mConsole != nullptr) {
+        SetConsoleMode(mConsole, mMode);
+    }
+}
 
 std::vector<std::string> programArguments() {
     struct Freer {

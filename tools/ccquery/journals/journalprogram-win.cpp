@@ -19,6 +19,7 @@
 #include "tools/ccquery/journals/recordcommand.h"
 #include "tools/ccquery/journals/usagecommand.h"
 #include "tools/ccquery/journals/verifycommand.h"
+#include "tools/shared/console-win.h"
 #include "tools/shared/systemerror-win.h"
 #include "tools/shared/wholefile-win.h"
 #include "util/pathcollation.h"
@@ -125,9 +126,11 @@ ExitCode run(const Query& query, const JournalProgram& program, ProgressLine& pr
             const std::string file = configurationFile();
             return usage(query, {source, file, bytesOf(file), isThere, print, complain});
         }
-        default:
+        default: {
+            const tools::ConsoleColours colours(query.json);
             return verify(query, {source, [&] { return connect(program.library); }, setViewRoot,
-                                  print, complain});
+                                  print, complain, colours.painter()});
+        }
     }
 }
 

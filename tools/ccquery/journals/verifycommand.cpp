@@ -15,6 +15,7 @@
 
 namespace ccquery {
 
+using tools::Colour;
 using tools::jsonLine;
 using tools::oneLine;
 
@@ -126,13 +127,18 @@ private:
             oneLine(placeText(mQuery.journals, place) + ": " + questionText(line)) + '\n';
         for (const AnswerDifference& difference : found) {
             if (difference.recorded) {
-                text += "- " + oneLine(difference.name + ": " + *difference.recorded) + '\n';
+                text += answerLine(Colour::removed, "- ", difference.name, *difference.recorded);
             }
             if (difference.answered) {
-                text += "+ " + oneLine(difference.name + ": " + *difference.answered) + '\n';
+                text += answerLine(Colour::added, "+ ", difference.name, *difference.answered);
             }
         }
         return text;
+    }
+
+    std::string answerLine(Colour colour, const std::string& sign, const std::string& name,
+                           const std::string& value) const {
+        return mSurroundings.painter.paint(colour, sign + oneLine(name + ": " + value)) + '\n';
     }
 
     std::string jsonDifference(const JournalLine& line, const JournalPlace& place,

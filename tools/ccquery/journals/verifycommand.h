@@ -9,6 +9,7 @@
 #include "tools/ccquery/ask.h"
 #include "tools/ccquery/commandline.h"
 #include "tools/ccquery/journals/journalfiles.h"
+#include "tools/shared/painter.h"
 
 namespace ccquery {
 
@@ -23,6 +24,8 @@ struct VerifySurroundings {
     std::function<void(const std::string&)> print;
     /// Writes a message of one line to standard error.
     std::function<void(const std::string&)> complain;
+    /// Paints the lines of a difference.
+    tools::Painter painter = tools::Painter();
 };
 
 /// Asks the questions of the journals of `query` again, in order, and prints each answer that

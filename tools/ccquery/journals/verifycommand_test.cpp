@@ -30,18 +30,19 @@ class VerifyCommandTest : public testing::Test {
 protected:
     ExitCode run(const std::string& journal) {
         mQuery.journals = {"j"};
-        return verify(
-            mQuery, {.source = sourceOf({{"j", journal}}),
-                     .connect = [this]() -> std::unique_ptr<ClearCaseConnection> {
-                         ++mConnections;
-                         if (mThrows) {
-                             return std::make_unique<ThrowingFake>(mConfiguration, mWorld);
-                         }
-                         return std::make_unique<PortableFake>(mConfiguration, mWorld);
-                     },
-                     .setViewRoot = [this](const auto& value) { mWorld.viewRoot = value; },
-                     .print = [this](const std::string& text) { mPrinted += text; },
-                     .complain = [this](const std::string& text) { mComplaints.push_back(text); }});
+        return verify(mQuery,
+                      {.source = sourceOf({{"j", journal}}),
+                       .connect = [this]() -> std::unique_ptr<ClearCaseConnection> {
+                           ++mConnections;
+                           if (mThrows) {
+                               return std::make_unique<ThrowingFake>(mConfiguration, mWorld);
+                           }
+                           return std::make_unique<PortableFake>(mConfiguration, mWorld);
+                       },
+                       .setViewRoot = [this](const auto& value) { mWorld.viewRoot = value; },
+                       .print = [this](const std::string& text) { mPrinted += text; },
+                       .complain = [this](const std::string& text) { mComplaints.push_back(text); },
+                       .painter = tools::Painter(mPaints)});
     }
 
     void expectEqual(const std::string& journal, const std::string& summary) {
@@ -61,6 +62,7 @@ protected:
     std::string mConfiguration = "[vobs]\n\\v=\n[attrs]\nC:\\a=*version\nC:\\l=t\n";
     FakeWorld mWorld;
     bool mThrows = false;
+    bool mPaints = false;
     int mConnections = 0;
     std::string mPrinted;
     Texts mComplaints;
@@ -91,6 +93,20 @@ TEST_F(VerifyCommandTest, EqualAnswersAreOnlyCounted) {
             journalLine("isReady", "{}", R"({"ready":true})") +
             journalLine("disconnect", "{}", "{}"),
         "12 asked, 0 different");
+}
+
+TEST_F(VerifyCommandTest, TheLinesOfADifferenceArePainted) {
+    mPaints = true;
+    expectDifference(statusLine(R"("C:\\a")", 1, R"("\u001b[1m")"),
+                     "j:1: getElementStatus 'C:\\a'\n\x1b[31m- version: \\x1b[1m\x1b[0m\n"
+                     "\x1b[32m+ version: /main/0\x1b[0m\n");
+}
+
+TEST_F(VerifyCommandTest, JsonIsNeverPainted) {
+    mPaints = true;
+    mQuery.json = true;
+    EXPECT_EQ(run(statusLine(R"("C:\\a")", 1, R"("/main/3")")), exitComplaints);
+    EXPECT_EQ(mPrinted.find('\x1b'), std::string::npos) << mPrinted;
 }
 
 TEST_F(VerifyCommandTest, ADifferenceShowsBothAnswers) {
