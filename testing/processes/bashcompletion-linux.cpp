@@ -16,10 +16,13 @@ std::vector<std::string> linesOfBash(const BashCompletion& completion, const std
     const std::string read = temp.write("script", script);
     const std::string typed = temp.write("typed", "source '" + read + "'\n" + input + "exit 0\n");
     const std::string written = temp.utf8("written");
-    const std::string command = "cd '" + completion.folder.string() +
-                                "' && timeout 60 env -i PATH=\"$PATH\" LC_ALL=C.UTF-8 "
-                                "INPUTRC=/dev/null bash --norc --noprofile -i <'" +
-                                typed + "' 9>'" + written + "' >/dev/null 2>&1";
+    // In a session of its own, since an interactive bash takes the terminal of the one that it is
+    // in.
+    const std::string command =
+        "cd '" + completion.folder.string() +
+        "' && setsid --wait timeout 60 env -i PATH=\"$PATH\" LC_ALL=C.UTF-8 "
+        "INPUTRC=/dev/null bash --norc --noprofile -i <'" +
+        typed + "' 9>'" + written + "' >/dev/null 2>&1";
     if (std::system(command.c_str()) != 0) {
         throw std::runtime_error("bash has failed");
     }

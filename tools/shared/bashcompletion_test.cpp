@@ -52,7 +52,8 @@ TEST(BashCompletionTest, WhatWouldNeedQuotesIsRefused) {
             {.name = "p", .options = {{.names = {bad}}}},
             {.name = "p", .commands = {{.name = bad}}},
             {.name = "p", .commands = {{.name = "c", .options = {{.names = {bad}}}}}},
-            {.name = "p", .commands = {{.name = "c", .arguments = {{.words = {"w", bad}}}}}},
+            {.name = "p",
+             .commands = {{.name = "c", .arguments = {{.label = "", .words = {"w", bad}}}}}},
         };
         for (const ProgramDescription& description : descriptions) {
             EXPECT_THROW(static_cast<void>(bashCompletion(description)), std::invalid_argument)
