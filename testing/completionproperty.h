@@ -69,7 +69,7 @@ inline void expectCompletionOfTheHelp(const CompletedProgram& program) {
     EXPECT_GE(commands.size(), 5U) << help;
     std::vector<std::string> lines = {name + " ", name + " -"};
     for (const std::string& command : commands) {
-        lines.push_back(name + ' ' + command + " -");
+        lines.emplace_back(name).append(" ").append(command).append(" -");
     }
     const std::vector<std::string> replies = program.bash.repliesTo(lines);
     ASSERT_EQ(replies.size(), lines.size());

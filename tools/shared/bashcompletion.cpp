@@ -185,7 +185,7 @@ std::string optionPlaces(const std::string& command,
         std::string pattern;
         for (const std::string& name : option.names) {
             names.push_back(plain(name));
-            pattern += (pattern.empty() ? "" : " | ") + command + ':' + name;
+            pattern.append(pattern.empty() ? "" : " | ").append(command).append(":").append(name);
         }
         if (option.value) {
             values += place(pattern, takenBy(*option.value));
