@@ -18,7 +18,6 @@
 #include "testing/portablefake.h"
 #include "tools/ccquery/ask.h"
 #include "tools/ccquery/askpaths.h"
-#include "tools/ccquery/buildfacts.h"
 #include "tools/ccquery/check.h"
 #include "tools/ccquery/commandline.h"
 #include "tools/ccquery/explainstatus.h"
@@ -26,6 +25,7 @@
 #include "tools/ccquery/journals/recordcommand.h"
 #include "tools/ccquery/journals/usagecommand.h"
 #include "tools/ccquery/journals/verifycommand.h"
+#include "tools/shared/buildfacts.h"
 #include "tools/shared/report.h"
 #include "util/pathcollation.h"
 #include "util/pathfun.h"
@@ -97,7 +97,7 @@ public:
     FakeWorld world = {};
     std::map<std::string, std::string> environment = {};
     std::string directory = "C:\\work";
-    ccquery::BuildFacts facts = {};
+    tools::BuildFacts facts = {};
 
 private:
     static std::vector<std::string> wordsOf(const std::string& command) {
@@ -157,7 +157,7 @@ private:
         try {
             const ccquery::CommandLine line = ccquery::parseCommandLine(arguments);
             if (line.version) {
-                print(line.query.json ? versionJson(facts) : versionText(facts));
+                print(line.query.json ? versionJson(facts) : versionText("ccquery", facts));
                 return ccquery::exitAnswered;
             }
             print(line.help);

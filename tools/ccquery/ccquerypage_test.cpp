@@ -117,7 +117,7 @@ TEST(CcqueryPageTest, EachCommandHasASectionWithAllOfItsOptions) {
             inTables[part.section].merge(optionsIn(part.cells.front()));
         }
     }
-    EXPECT_EQ(commands().size(), 11U);
+    EXPECT_EQ(commands().size(), 12U);
     for (const std::string& command : commands()) {
         ASSERT_EQ(inTables.count(command), 1U) << command;
         std::set<std::string> options = optionsIn(optionsOfHelp({command, "--help"}));
