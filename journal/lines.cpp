@@ -60,13 +60,11 @@ void addMicroseconds(LineText& text, int64_t nanoseconds) {
 CallLine::CallLine(std::string_view operation) { mFields.add("operation", operation); }
 
 void CallLine::end(int64_t clock) noexcept {
-    try {
+    add([&] {
         mFields.addJson("microseconds", "");
         // None has passed if somebody has set the clock back.
         addMicroseconds(mText, std::max<int64_t>(clock - mBegin, 0));
-    } catch (const std::exception&) {
-        mIsComplete = false;
-    }
+    });
 }
 
 std::string_view Lines::numbered(CallLine& line, uint64_t number) const {

@@ -30,19 +30,26 @@ public:
     /// its fields.
     template <class AddFields>
     void addObject(std::string_view name, AddFields addFields) noexcept {
-        try {
+        add([&] {
             mFields.beginObject(name);
             addFields(mFields);
             mFields.endObject();
-        } catch (const std::exception&) {
-            mIsComplete = false;
-        }
+        });
     }
     /// Ends the line of a call that has ended at `clock`.
     void end(int64_t clock) noexcept;
 
 private:
     friend class Lines;
+
+    template <class Step>
+    void add(Step step) noexcept {
+        try {
+            step();
+        } catch (const std::exception&) {
+            mIsComplete = false;
+        }
+    }
 
     LineText mText;
     JsonFields mFields{mText};

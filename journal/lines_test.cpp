@@ -62,6 +62,17 @@ TEST_F(LinesTest, ALineThatFoundNoMemoryIsLost) {
               std::string::npos);
 }
 
+TEST_F(LinesTest, ALineThatCannotBeAppendedForWantOfMemoryIsLost) {
+    mWritten.hasMemory = false;
+    write("getX");
+    mWritten.hasMemory = true;
+    EXPECT_EQ(mWritten.complaints, std::vector<std::string>{});
+    write("getX");
+    ASSERT_EQ(mWritten.pieces.size(), 2U);
+    EXPECT_NE(mWritten.pieces[0].find(R"("result":{"lines":1,"error":""})"), std::string::npos);
+    EXPECT_EQ(mWritten.pieces[1], line(1, ofCall));
+}
+
 TEST_F(LinesTest, ShortAndLongDurationsHaveThreeDigitsAfterThePoint) {
     const std::pair<int64_t, std::string> durations[] = {{0, "0.000"},
                                                          {1, "0.001"},

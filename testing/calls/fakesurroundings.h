@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdint>
 #include <mutex>
+#include <new>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -17,7 +18,8 @@ struct WrittenJournal {
     std::mutex lock;
     std::vector<std::string> pieces;  ///< what was appended at once
     std::vector<std::string> complaints;
-    std::string failure;  ///< if not empty, nothing can be appended, for this reason
+    bool hasMemory = true;  ///< otherwise appending throws std::bad_alloc
+    std::string failure;    ///< if not empty, nothing can be appended, for this reason
     /// 2026-01-31T23:59:59.123456Z. Each look at it adds 1,234,567 ns.
     int64_t clock = 1'769'903'999'123'456'789;
     /// Those of all threads. Appending changes them.
@@ -46,6 +48,9 @@ public:
     std::string append(std::string_view text) override {
         const std::scoped_lock lock(mWritten.lock);
         mWritten.errors = {5, 5};
+        if (!mWritten.hasMemory) {
+            throw std::bad_alloc();
+        }
         if (mWritten.failure.empty()) {
             mWritten.pieces.emplace_back(text);
         }

@@ -47,9 +47,10 @@ public:
     bool number_unsigned(uint64_t value);
     bool number_float(double value, const std::string& text);
     bool string(std::string& value);
+    /// Refuses what JSON doesn't have.
     template <class Bytes>
     bool binary(const Bytes& /*value*/) {
-        return false;  // JSON has none.
+        return false;
     }
     bool start_object(size_t size);
     bool key(std::string& name);

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tools/ccquery/journals/linehandler.h"
+
 namespace {
 
 using namespace ccquery;
@@ -322,6 +324,12 @@ TEST(LineParserTest, ListsOfAWrongFormAreNamed) {
                                             records + R"(},"result":{"results":[]})"),
                     "probeVobs has a wrong 'arguments.results'");
     }
+}
+
+TEST(LineParserTest, BinaryValuesWhichTextNeverHasAreRefused) {
+    LineHandler handler;
+    handler.begin();
+    EXPECT_FALSE(handler.binary(std::string("a")));
 }
 
 TEST(LineParserTest, OnlyPointersCanBeNull) {

@@ -90,8 +90,9 @@ RecordedStatus::RecordedStatus(const Announce& announce)
 void RecordedStatus::add(const JournalLine& line, const JournalPlace& place, size_t viewRoot) {
     const JournalText& path = line.arguments.path;
     if (!path || !isAbsolutePath(*path, windowsPaths)) {
+        const std::string question = "getElementStatus " + textOr(path, "of a null pointer");
         mAnnounce({.place = place,
-                   .question = "getElementStatus " + textOr(path, "of a null pointer"),
+                   .question = question,
                    .problem = "a path that isn't absolute would stop the host of a fake; it is "
                               "left out"});
         return;

@@ -185,11 +185,12 @@ void printJson(const Usage& usage, const UsageSurroundings& surroundings) {
                                      {"count", question.count},
                                      {"near", nearest}}));
     }
-    surroundings.print(jsonLine({{"summary",
-                                  {{"lines", usage.lineCount()},
-                                   {"neverUsed", usage.unused().size()},
-                                   {"paths", usage.pathCount()},
-                                   {"withoutAnswer", usage.unanswered().size()}}}}));
+    Json summary;
+    summary["lines"] = usage.lineCount();
+    summary["neverUsed"] = usage.unused().size();
+    summary["paths"] = usage.pathCount();
+    summary["withoutAnswer"] = usage.unanswered().size();
+    surroundings.print(jsonLine({{"summary", summary}}));
 }
 
 }  // namespace

@@ -143,12 +143,14 @@ private:
 
     std::string jsonDifference(const JournalLine& line, const JournalPlace& place,
                                const JournalLine& answer) const {
-        return jsonLine({{"file", mQuery.journals[place.file]},
-                         {"line", place.line},
-                         {"operation", operationName(line.operation)},
-                         {"arguments", argumentsJson(line)},
-                         {"recorded", resultJson(line)},
-                         {"answered", resultJson(answer)}});
+        Json record;
+        record["file"] = mQuery.journals[place.file];
+        record["line"] = place.line;
+        record["operation"] = operationName(line.operation);
+        record["arguments"] = argumentsJson(line);
+        record["recorded"] = resultJson(line);
+        record["answered"] = resultJson(answer);
+        return jsonLine(record);
     }
 
     std::string textSummary() const {

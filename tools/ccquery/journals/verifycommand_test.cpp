@@ -26,6 +26,14 @@ public:
     std::string getError() override { throw 5; }
 };
 
+/// Has sessions, and a connection that can be killed.
+class FakeWithSessions : public PortableFake {
+public:
+    using PortableFake::PortableFake;
+    void startSession() override {}
+    void killConnection() override {}
+};
+
 class VerifyCommandTest : public testing::Test {
 protected:
     ExitCode run(const std::string& journal) {
@@ -36,6 +44,9 @@ protected:
                            ++mConnections;
                            if (mThrows) {
                                return std::make_unique<ThrowingFake>(mConfiguration, mWorld);
+                           }
+                           if (mHasSessions) {
+                               return std::make_unique<FakeWithSessions>(mConfiguration, mWorld);
                            }
                            return std::make_unique<PortableFake>(mConfiguration, mWorld);
                        },
@@ -62,6 +73,7 @@ protected:
     std::string mConfiguration = "[vobs]\n\\v=\n[attrs]\nC:\\a=*version\nC:\\l=t\n";
     FakeWorld mWorld;
     bool mThrows = false;
+    bool mHasSessions = false;
     bool mPaints = false;
     int mConnections = 0;
     std::string mPrinted;
@@ -164,6 +176,19 @@ TEST_F(VerifyCommandTest, AFieldCanBeIgnored) {
     mQuery.ignored = {"exception", "text"};
     mThrows = true;
     expectEqual(journalLine("getOutput", "{}", R"({"text":"x"})"), "1 asked, 0 different");
+}
+
+TEST_F(VerifyCommandTest, ASessionThatStartsIsNoneThatIsRefused) {
+    const std::string refused =
+        journalLine("startSession", "{}", R"(!{"type":"std::runtime_error","what":"no"})");
+    mHasSessions = true;
+    mQuery.asked = {"startSession", "killConnection"};
+    expectEqual(journalLine("startSession", "{}", "{}") + journalLine("killConnection", "{}", "{}"),
+                "2 asked, 0 different");
+    mPrinted.clear();
+    EXPECT_EQ(run(refused), exitComplaints);
+    EXPECT_EQ(mPrinted,
+              "j:1: startSession\n- exception: std::runtime_error: no\n1 asked, 1 different\n");
 }
 
 TEST_F(VerifyCommandTest, WhatChangesSomethingIsAskedOnDemandOnly) {
