@@ -13,7 +13,7 @@
 //     a link's text     that has a `*`
 //     any of these      that has a line feed, or a Ctrl+Z, which ends the file on Windows
 //
-// Texts are UTF-8, and are taken verbatim.
+// Texts are UTF-8, except VOB tags, which are in the system's code page. All are taken verbatim.
 
 #include <stdexcept>
 #include <string>

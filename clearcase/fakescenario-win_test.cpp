@@ -143,6 +143,45 @@ TEST_F(FakeScenarioTest, TheVobsAreProbedBelowTheRoot) {
     EXPECT_EQ(results[0].tag, "C:/no such vob");
 }
 
+/// The text in the system's code page; empty if that hasn't all of its characters.
+std::string inCodePage(const std::wstring& text) {
+    std::string narrow(text.size() * 4, '\0');
+    BOOL isLossy = FALSE;
+    // UTF-8 as the code page takes no flag, and has all characters.
+    BOOL* const lossy = GetACP() == CP_UTF8 ? nullptr : &isLossy;
+    narrow.resize(static_cast<size_t>(
+        WideCharToMultiByte(CP_ACP, 0, text.data(), static_cast<int>(text.size()), narrow.data(),
+                            static_cast<int>(narrow.size()), /*lpDefaultChar=*/nullptr, lossy)));
+    return isLossy != FALSE ? "" : narrow;
+}
+
+TEST_F(FakeScenarioTest, VobTagsAreInTheSystemsCodePage) {
+    const std::wstring name = L"gr\u00fcn";
+    const std::string tag = inCodePage(name);
+    if (tag.empty()) {
+        GTEST_SKIP() << "the code page " << GetACP() << " hasn't the letter of the test";
+    }
+    std::filesystem::create_directory(mFolder.path() / name);
+    {
+        FakeScenario scenario;
+        std::vector<VobRecord> results;
+        scenario.vob(tag).vob("gr\xc3\xbcn").connect().probeVobs(mFolder.utf8(), results);
+        ASSERT_EQ(results.size(), 2U);
+        EXPECT_EQ(results[0].state, vobWritable);
+        EXPECT_EQ(results[1].state, GetACP() == CP_UTF8 ? vobWritable : vobNotDetermined);
+    }
+    std::filesystem::remove_all(mFolder.path() / name);
+}
+
+TEST_F(FakeScenarioTest, TextsOfElementsAreUtf8) {
+    FakeScenario scenario;
+    scenario.link("C:/gr\xc3\xbcn", "\xe4\xb8\xad");
+    std::string target;
+    EXPECT_EQ(scenario.connect().getElementStatus("C:\\gr\xc3\xbcn", nullptr, &target),
+              elementSymbolicLink);
+    EXPECT_EQ(target, "C:/\xe4\xb8\xad");
+}
+
 TEST_F(FakeScenarioTest, TheViewRootGivesTheTagAndTheSecondPaths) {
     FakeScenario scenario;
     ClearCaseConnection& connection =
@@ -166,6 +205,9 @@ TEST_F(FakeScenarioTest, AViewRootThatIsNoValueIsRefused) {
     scenario.viewRoot("M:\\v");
     EXPECT_THROW(scenario.viewRoot(std::string("M:\\v\0w", 6)), std::invalid_argument);
     EXPECT_THROW(scenario.viewRoot(std::string(32767, 'x')), std::invalid_argument);
+    for (const char* noUtf8 : {"M:\\gr\xfcn", "M:\\gr\xc3"}) {
+        EXPECT_THROW(scenario.viewRoot(noUtf8), std::invalid_argument) << noUtf8;
+    }
     expectRootVariable("M:\\v");
 }
 

@@ -24,6 +24,8 @@
 // At its end a scenario deletes its connections, unloads the library, restores both variables and
 // removes the file; also if its constructor throws. Two things are left: the file, if the process
 // is stopped; and in the C runtime, which can't set an empty variable, such a variable is removed.
+// If the library is nbclearcase_journal.dll, the journal is left too, and so is the library that
+// answers, which the journal keeps loaded until the process ends.
 //
 // There is at most one scenario at a time in a program, as the environment is one: the constructor
 // of a second one, in any thread, throws std::logic_error. No other thread may use the environment
@@ -34,9 +36,9 @@
 // nothing; clearcase/fakeconfiguration.h has the list. A path that isn't absolute is among it, as
 // it would stop the host.
 //
-// Texts are UTF-8. Build the test with the compiler and the C runtime of the library, as a host.
-// The header includes windows.h; winsock2.h, if it is used, must be included before. Nothing need
-// be linked.
+// Texts are UTF-8, except VOB tags, which are in the system's code page. Build the test with the
+// compiler and the C runtime of the library, as a host. The header includes windows.h; winsock2.h,
+// if it is used, must be included before. Nothing need be linked.
 
 #include <atomic>
 #include <cstddef>
@@ -65,6 +67,14 @@ namespace fakescenario {
 [[nodiscard]] inline std::string utf8(const std::filesystem::path& path) {
     const std::u8string text = path.u8string();
     return std::string(text.begin(), text.end());
+}
+
+[[nodiscard]] inline std::wstring wideRoot(std::string_view root) {
+    try {
+        return std::filesystem::path(std::u8string(root.begin(), root.end())).wstring();
+    } catch (const std::system_error&) {
+        throw std::invalid_argument("the view root isn't UTF-8");
+    }
 }
 
 [[noreturn]] inline void failedCall(const std::string& what, DWORD error) {
@@ -263,11 +273,10 @@ public:
     /// Sets CLEARCASE_ROOT, or removes it if `root` is empty. Its last component is the view tag of
     /// all connections from now on. A connection made from now on finds each element also by a
     /// second path: the root, directly followed by the path as it was said here. Throws
-    /// std::invalid_argument if a variable can't have this value.
+    /// std::invalid_argument if a variable can't have this value, or if it isn't UTF-8.
     FakeScenario& viewRoot(std::string_view root) {
         constexpr size_t mostUnits = 32766;  // of a variable's value
-        const std::wstring value =
-            std::filesystem::path(std::u8string(root.begin(), root.end())).wstring();
+        const std::wstring value = fakescenario::wideRoot(root);
         if (value.find(L'\0') != std::wstring::npos || value.size() > mostUnits) {
             throw std::invalid_argument(
                 "the view root has a null character, or is longer than a variable can be");
