@@ -95,7 +95,8 @@ int main(int argc, char* argv[]) {
     }
     const HMODULE library = LoadLibraryA(argv[1]);
     if (library == nullptr) {
-        std::cerr << "examplehost: " << argv[1] << " can't be loaded\n";
+        const DWORD error = GetLastError();
+        std::cerr << "examplehost: " << argv[1] << " can't be loaded: error " << error << '\n';
         return 2;
     }
     const auto make = reinterpret_cast<ClearCaseImplCtorFunction*>(
