@@ -18,13 +18,17 @@ using tools::characterCount;
 
 std::string nameOf(Section section) { return section == Section::vobs ? "[vobs]" : "[attrs]"; }
 
+bool isUtf16(std::string_view text) {
+    return text.starts_with("\xff\xfe") || text.starts_with("\xfe\xff");
+}
+
 /// Returns the text about a byte order mark in front of the file, or nothing.
 std::string markProblem(std::string_view text) {
     if (text.starts_with("\xef\xbb\xbf")) {
         return "a byte order mark is in front, and so this line isn't read; save the file as UTF-8 "
                "without it";
     }
-    if (text.starts_with("\xff\xfe") || text.starts_with("\xfe\xff")) {
+    if (isUtf16(text)) {
         return "the file is UTF-16, and so it isn't read; save it as UTF-8 without a byte order "
                "mark";
     }
@@ -124,6 +128,12 @@ public:
 
     void run() {
         const std::string mark = markProblem(mFile.text());
+        if (isUtf16(mFile.text()) && mList.noneHasEffect()) {
+            // One thing is wrong, and the lines aren't those that an editor shows.
+            const ConfigurationLine& first = mFile.lines().front();
+            mList.add(first, first.text, "byte-order-mark", mark).lastLine = mFile.lines().size();
+            return;
+        }
         for (const ConfigurationLine& line : mFile.lines()) {
             if (line.number == 1 && !mark.empty()) {
                 mList.add(line, line.text, "byte-order-mark", mark);
@@ -190,6 +200,10 @@ private:
 }  // namespace
 
 FindingList::FindingList(const ConfigurationLines& file) : mEffects(lineEffects(file)) {}
+
+bool FindingList::noneHasEffect() const {
+    return std::find(mEffects.begin(), mEffects.end(), true) == mEffects.end();
+}
 
 Finding& FindingList::add(const ConfigurationLine& line, std::string_view at, const char* name,
                           std::string text) {

@@ -38,6 +38,7 @@ public:
     [[nodiscard]] bool hasEffect(const ConfigurationLine& line) const {
         return mEffects[line.number - 1];
     }
+    [[nodiscard]] bool noneHasEffect() const;
     /// Returns what was added, sorted.
     [[nodiscard]] std::vector<Finding> take();
 

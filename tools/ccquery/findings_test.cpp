@@ -1,14 +1,18 @@
 #include "tools/ccquery/findings.h"
 
+#include <string>
 #include <utility>
 
 #include <gtest/gtest.h>
+
+#include "testing/linesremoved.h"
 
 namespace {
 
 using ccquery::ConfigurationLines;
 using ccquery::Finding;
 using ccquery::findings;
+using testing_support::wrongFinding;
 
 /// The findings as lines of "LINE:COLUMN TEXT [name]", with a star in front of the name if the line
 /// is without effect.
@@ -74,11 +78,37 @@ TEST(FindingsTest, AByteOrderMarkIsFound) {
               mark +
                   "1:1 the last line doesn't end in a line feed, and so it isn't read; add one "
                   "[*unfinished-line]\n");
-    for (const char* text : {"\xff\xfe[\n", "\xfe\xff[\n"}) {
-        EXPECT_EQ(found(text),
-                  "1:1 the file is UTF-16, and so it isn't read; save it as UTF-8 without a byte "
-                  "order mark [*byte-order-mark]\n");
+}
+
+/// Returns the text, which is ASCII, as a file in UTF-16 with a byte order mark.
+std::string inUtf16(const std::string& text, bool isLittleEndian) {
+    std::string file = isLittleEndian ? "\xff\xfe" : "\xfe\xff";
+    for (const char c : text) {
+        file += isLittleEndian ? std::string{c, '\0'} : std::string{'\0', c};
     }
+    return file;
+}
+
+TEST(FindingsTest, AFileInUtf16IsOneFinding) {
+    const std::string problem =
+        ":1 the file is UTF-16, and so it isn't read; save it as UTF-8 without a byte order mark "
+        "[*byte-order-mark]\n";
+    const std::string text =
+        "[vobs]\r\n\\v=ro\r\n\r\n; remark\r\n[attrs]\r\nC:\\a=\x1a*version\r\n";
+    for (const bool isLittleEndian : {true, false}) {
+        const std::string file = inUtf16(text, isLittleEndian);
+        EXPECT_EQ(found(inUtf16("", isLittleEndian)), "1" + problem);
+        EXPECT_EQ(found(inUtf16("[\n", isLittleEndian)), (isLittleEndian ? "1-2" : "1") + problem);
+        EXPECT_EQ(found(file), (isLittleEndian ? "1-7" : "1-6") + problem);
+        EXPECT_EQ(wrongFinding(file, ""), "");
+    }
+}
+
+TEST(FindingsTest, LinesThatAreReadBelowAMarkOfUtf16AreJudgedEach) {
+    EXPECT_EQ(found("\xff\xfe\n[vobs]\n\\v=\n\\w=x\n"),
+              "1:1 the file is UTF-16, and so it isn't read; save it as UTF-8 without a byte order "
+              "mark [*byte-order-mark]\n"
+              "4:4 the flag 'x' means nothing; the only flag is ro [unknown-flag]\n");
 }
 
 TEST(FindingsTest, ALastLineWithoutItsEndIsFound) {
