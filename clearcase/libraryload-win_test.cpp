@@ -11,6 +11,7 @@
 #include "clearcase/mvfsdrives-win.h"
 #include "testing/calls/replacedcall-win.h"
 #include "testing/calls/systemmessage-win.h"
+#include "testing/guidemessages.h"
 
 namespace {
 
@@ -93,8 +94,9 @@ TEST_F(LibraryLoadTest, SocketsThatDoNotStartFailTheLoadWithTheirMessage) {
         "WSAStartup", [](WORD, LPWSADATA) -> int { return WSASYSNOTREADY; });
     testing::internal::CaptureStderr();
     EXPECT_FALSE(attachLibrary());
-    EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "nbclearcase:  WSAStartup: No sockets. (10091)\n");
+    const std::string error = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(error, "nbclearcase:  WSAStartup: No sockets. (10091)\n");
+    EXPECT_TRUE(guidemessages::isAsDescribed(error, guidemessages::noSockets));
 }
 
 TEST_F(LibraryLoadTest, DrivesThatCannotBeReadAreReportedAndTheLoadGoesOn) {
@@ -102,9 +104,11 @@ TEST_F(LibraryLoadTest, DrivesThatCannotBeReadAreReportedAndTheLoadGoesOn) {
     const ReplacedCall<decltype(WNetEnumResourceA)> enumerate("WNetEnumResourceA", enumThatFails);
     testing::internal::CaptureStderr();
     EXPECT_TRUE(attachLibrary());
-    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+    const std::string error = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(error,
               "nbclearcase:  initialization error looking up MVFS drives:  "
               "WNetEnumResource: The network is ill. (1208)\n");
+    EXPECT_TRUE(guidemessages::isAsDescribed(error, guidemessages::noLookup));
     EXPECT_EQ(mvfsRoot, "") << "though the MVFS drive was seen";
     EXPECT_EQ(viewDrives, (std::map<std::string, std::string>{{"X:", "tag"}}));
     expectLettersOfViewDrives();
