@@ -16,7 +16,7 @@
 namespace {
 
 using namespace testing_support;
-using std::string_literals::operator""s;
+using namespace std::string_literals;
 
 using Kind = ConfigurationCall::Kind;
 
@@ -152,12 +152,13 @@ TEST(FakeConfigurationPropertyTest, EachShortTextComesBackOrIsRefusedRightly) {
     const std::string letters = "C:/\\=* ;#[\r\n\x1a\0.a"s;
     for (size_t length = 0; length <= 3; ++length) {
         forAllTexts(letters, length, [&](const std::string& text) {
-            ASSERT_EQ(againstTheProperty({{.kind = Kind::element, .path = text},
-                                          {.kind = Kind::element, .path = "C:/" + text},
-                                          {.kind = Kind::element, .path = "//s/h" + text},
-                                          {.kind = Kind::link, .path = "C:/l", .text = text},
-                                          {.kind = Kind::vob, .path = text}}),
-                      "");
+            const std::vector<ConfigurationCall> calls = {
+                {.kind = Kind::element, .path = text},
+                {.kind = Kind::element, .path = "C:/" + text},
+                {.kind = Kind::element, .path = "//s/h" + text},
+                {.kind = Kind::link, .path = "C:/l", .text = text},
+                {.kind = Kind::vob, .path = text}};
+            ASSERT_EQ(againstTheProperty(calls), "");
         });
     }
 }
