@@ -165,7 +165,7 @@ TEST_F(FakeScenarioTest, VobTagsAreInTheSystemsCodePage) {
     {
         FakeScenario scenario;
         std::vector<VobRecord> results;
-        scenario.vob(tag).vob("gr\xc3\xbcn").connect().probeVobs(mFolder.utf8(), results);
+        scenario.vob("\\" + tag).vob("\\gr\xc3\xbcn").connect().probeVobs(mFolder.utf8(), results);
         ASSERT_EQ(results.size(), 2U);
         EXPECT_EQ(results[0].state, vobWritable);
         EXPECT_EQ(results[1].state, GetACP() == CP_UTF8 ? vobWritable : vobNotDetermined);

@@ -63,7 +63,7 @@ TEST(GuidePageTest, AnAssertionIsTheLineThatIsShown) {
     EXPECT_TRUE(isAsDescribed("assertion failed at util/x.cpp(1): y\n", guidemessages::assertion));
     const FakeWorld world;
     EXPECT_DEATH(PortableFake("[attrs]\na=*version\n", world),
-                 "assertion failed at util/pathfun\\.cpp\\([0-9]+\\): absolute");
+                 "assertion failed at util/pathfun\\.cpp.*: absolute");
 }
 
 TEST(GuidePageTest, APathThatIsNotMovedIsReportedAndComesBackWithBackslashes) {
