@@ -44,7 +44,13 @@ if(WIN32)
     if(NBCC_UCRT)
         set(NBCC_RUNTIME ucrt)
     endif()
-    string(REPLACE GNU GCC NBCC_COMPILER "${CMAKE_CXX_COMPILER_ID} ${CMAKE_CXX_COMPILER_VERSION}")
+    set(NBCC_COMPILER "${CMAKE_CXX_COMPILER_ID} ${CMAKE_CXX_COMPILER_VERSION}")
+    if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+        # As the compiler names itself. CMake knows that of Debian, 12-posix, as 12.0.0, which there is none of.
+        execute_process(COMMAND ${CMAKE_CXX_COMPILER} -dumpfullversion
+            OUTPUT_VARIABLE NBCC_COMPILER OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+        string(PREPEND NBCC_COMPILER "GCC ")
+    endif()
     # Archives without times, owners and modes of the machine that builds.
     foreach(language C CXX)
         set(CMAKE_${language}_ARCHIVE_CREATE "<CMAKE_AR> qcD <TARGET> <LINK_FLAGS> <OBJECTS>")

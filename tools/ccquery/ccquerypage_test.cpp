@@ -30,7 +30,7 @@ ExampleShell describedShell() {
     ExampleShell shell;
     shell.facts = {.version = "1.0.0",
                    .commit = "0123456789abcdef0123456789abcdef01234567",
-                   .compiler = "GCC 12.2.0, msvcrt"};
+                   .compiler = "GCC 12-posix, msvcrt"};
     shell.world.mvfsRoot = "M:";
     shell.world.views = {{"X:", "main_view"}};
     shell.world.writableFolders = {"C:/test/vobs/tools"};

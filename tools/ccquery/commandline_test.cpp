@@ -255,7 +255,7 @@ TEST(CommandLineTest, CompletionIsTextInPlaceOfAnAnswer) {
     EXPECT_EQ(parseCommandLine({"view"}).completion, "");
     EXPECT_EQ(problem({"completion"}), "SHELL is required; see ccquery completion --help");
     EXPECT_EQ(problem({"completion", "zsh"}),
-              "SHELL: zsh not in {bash}; see ccquery completion --help");
+              "SHELL: there is no script for 'zsh', use bash; see ccquery completion --help");
 }
 
 }  // namespace

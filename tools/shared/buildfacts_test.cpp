@@ -10,19 +10,19 @@ using tools::versionText;
 
 BuildFacts sampleFacts() {
     return {
-        .version = "1.2.3", .commit = "0123abcd with changes", .compiler = "GCC 12.2.0, msvcrt"};
+        .version = "1.2.3", .commit = "0123abcd with changes", .compiler = "GCC 12-posix, msvcrt"};
 }
 
 TEST(BuildFactsTest, TheTextHasALineForEachFact) {
     EXPECT_EQ(versionText("ccdrives", sampleFacts()),
               "ccdrives 1.2.3\n"
               "commit 0123abcd with changes\n"
-              "compiler GCC 12.2.0, msvcrt\n");
+              "compiler GCC 12-posix, msvcrt\n");
 }
 
 TEST(BuildFactsTest, TheJsonIsOneLine) {
     EXPECT_EQ(versionJson(sampleFacts()), R"({"version":"1.2.3","commit":"0123abcd with changes",)"
-                                          R"("compiler":"GCC 12.2.0, msvcrt"})"
+                                          R"("compiler":"GCC 12-posix, msvcrt"})"
                                           "\n");
 }
 

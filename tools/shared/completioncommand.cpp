@@ -6,6 +6,17 @@
 #include "tools/shared/commanddescription.h"
 
 namespace tools {
+namespace {
+
+/// Like CLI::IsMember({"bash"}), with a message for people who have another shell.
+CLI::Validator knownShell() {
+    return {[](const std::string& shell) {
+                return shell == "bash" ? "" : "there is no script for '" + shell + "', use bash";
+            },
+            "{bash}"};
+}
+
+}  // namespace
 
 void addCompletionCommand(CLI::App& program) {
     CLI::App* command = program.add_subcommand(
@@ -17,7 +28,7 @@ void addCompletionCommand(CLI::App& program) {
         ->description("The only shell that there is a script for is bash")
         ->required()
         ->option_text("REQUIRED")
-        ->check(CLI::IsMember({"bash"}));
+        ->check(knownShell());
 }
 
 std::string completionScript(const CLI::App& program) {
