@@ -1,5 +1,6 @@
 #include "testing/providers/registeredprovider-win.h"
 
+#include <cstdio>
 #include <stdexcept>
 
 #include "testing/processes/childprocess-win.h"
@@ -39,8 +40,8 @@ RegisteredProvider::~RegisteredProvider() {
         } else {
             removeProvider();
         }
-    } catch (const std::runtime_error&) {
-        // What could be changed before can be changed now, unless the system is shutting down.
+    } catch (const std::runtime_error& error) {
+        std::fprintf(stderr, "the network provider stays as the test left it: %s\n", error.what());
     }
 }
 

@@ -94,6 +94,26 @@ TEST(RegisteredProviderTest, KeysThatWereNotThereAreGoneAfterwards) {
     EXPECT_TRUE(keyExists(L"SYSTEM\\CurrentControlSet\\Services"));
 }
 
+TEST(RegisteredProviderTest, WhatCannotBeRestoredIsReported) {
+    const RegisteredProvider outer;
+    if (!outer.problem().empty()) {
+        GTEST_SKIP() << outer.problem();
+    }
+    testing::internal::CaptureStderr();
+    {
+        const RegisteredProvider inner;
+        EXPECT_EQ(RegSetKeyValueW(HKEY_LOCAL_MACHINE, providerKey, L"Name", REG_BINARY, "x", 1),
+                  ERROR_SUCCESS);
+    }
+    const std::string problem = testing::internal::GetCapturedStderr();
+    EXPECT_TRUE(
+        problem.starts_with("the network provider stays as the test left it: the value "
+                            "Name of "))
+        << problem;
+    RegDeleteKeyValueW(HKEY_LOCAL_MACHINE, providerKey, L"Name");
+    RegDeleteKeyValueW(HKEY_LOCAL_MACHINE, providerKey, L"ProviderPath");
+}
+
 TEST(RegisteredProviderTest, TakingOutWhatIsNotThereChangesNothing) {
     const RegisteredProvider outer;
     if (!outer.problem().empty()) {

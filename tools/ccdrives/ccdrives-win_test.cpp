@@ -12,17 +12,26 @@
 
 #include <gtest/gtest.h>
 
+#include <windows.h>
+
 #include "testing/processes/childprocess-win.h"
 #include "testing/providers/registeredprovider-win.h"
+#include "testing/registrydump-win.h"
 #include "testing/scopes/tempfolder.h"
 #include "testing/utf8path.h"
 #include "tools/ccdrives/providersetup-win.h"
+#include "util/platform/unicodetext-win.h"
 
 namespace {
 
 using namespace testing_support;
 
 using Texts = std::vector<std::string>;
+
+std::string backslashed(std::string path) {
+    std::replace(path.begin(), path.end(), '/', '\\');
+    return path;
+}
 
 class CcdrivesTest : public testing::Test {
 protected:
@@ -84,18 +93,65 @@ TEST_F(CcdrivesTest, ADriveIsSeenFromInstallAndConnectOn) {
     EXPECT_FALSE(isConnected("M:", list()));
 }
 
+/// A provider of another program in the order, until the scope ends.
+class OtherProvider {
+public:
+    OtherProvider() : mOrder(ccdrives::readProviderEntries().order) {
+        using Kind = ccdrives::RegistryChange::Kind;
+        const std::string key = std::string("Services\\") + service + "\\NetworkProvider";
+        const std::string order = mOrder.value_or("").empty() ? "" : *mOrder + ",";
+        ccdrives::apply(
+            {{Kind::set, key, "Name", "Other Network", std::nullopt},
+             {Kind::set, key, "ProviderPath", "C:\\other.dll", std::nullopt},
+             {Kind::set, ccdrives::orderKey, ccdrives::orderValue, order + service, mOrder}});
+    }
+    ~OtherProvider() {
+        const std::wstring services = L"SYSTEM\\CurrentControlSet\\Services\\";
+        RegDeleteTreeW(HKEY_LOCAL_MACHINE, (services + toWide(service)).c_str());
+        const std::wstring order = L"SYSTEM\\CurrentControlSet\\Control\\NetworkProvider\\Order";
+        if (mOrder) {
+            const std::wstring text = toWide(*mOrder);
+            RegSetKeyValueW(HKEY_LOCAL_MACHINE, order.c_str(), L"ProviderOrder", REG_SZ,
+                            text.c_str(), static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
+        } else {
+            RegDeleteKeyValueW(HKEY_LOCAL_MACHINE, order.c_str(), L"ProviderOrder");
+        }
+    }
+    OtherProvider(const OtherProvider&) = delete;
+    OtherProvider& operator=(const OtherProvider&) = delete;
+
+private:
+    static constexpr const char* service = "NbclearcaseOther";
+    std::optional<std::string> mOrder;
+};
+
+/// Returns all that `install` and `remove` could have changed.
+std::wstring networkProviders() {
+    const std::wstring set = L"SYSTEM\\CurrentControlSet\\";
+    return registryDump(set + L"Control\\NetworkProvider") +
+           registryDump(set + L"Services\\NbclearcaseOther") +
+           registryDump(set + L"Services\\NbclearcaseDrives");
+}
+
 TEST_F(CcdrivesTest, InstalledAndRemovedTwiceTheRegistryIsAsBefore) {
-    const ccdrives::ProviderEntries before = ccdrives::readProviderEntries();
-    EXPECT_NE(outputOf(ccdrives({"install"})).find("ProviderOrder"), std::string::npos);
-    const auto order = ccdrives::readProviderEntries().order;
-    EXPECT_EQ(outputOf(ccdrives({"install"})), "installed already; nothing changes\n");
-    EXPECT_EQ(ccdrives::readProviderEntries().order, order);
-    EXPECT_NE(outputOf(ccdrives({"remove"})).find("ProviderOrder"), std::string::npos);
-    EXPECT_EQ(outputOf(ccdrives({"remove"})), "not installed; nothing changes\n");
-    const ccdrives::ProviderEntries after = ccdrives::readProviderEntries();
-    EXPECT_EQ(after.order, before.order);
-    EXPECT_EQ(after.hasOrderKey, before.hasOrderKey);
-    EXPECT_EQ(after.hasService, before.hasService);
+    const std::wstring alone = networkProviders();
+    for (const bool isWithOther : {false, true}) {
+        std::optional<OtherProvider> other;
+        if (isWithOther) {
+            other.emplace();
+        }
+        const std::wstring before = networkProviders();
+        EXPECT_EQ(before == alone, !isWithOther);
+        EXPECT_NE(outputOf(ccdrives({"install"})).find("ProviderOrder"), std::string::npos);
+        const std::wstring installed = networkProviders();
+        EXPECT_NE(installed, before);
+        EXPECT_EQ(outputOf(ccdrives({"install"})), "installed already; nothing changes\n");
+        EXPECT_EQ(networkProviders(), installed);
+        EXPECT_NE(outputOf(ccdrives({"remove"})).find("ProviderOrder"), std::string::npos);
+        EXPECT_EQ(networkProviders(), before);
+        EXPECT_EQ(outputOf(ccdrives({"remove"})), "not installed; nothing changes\n");
+        EXPECT_EQ(networkProviders(), before);
+    }
 }
 
 TEST_F(CcdrivesTest, ProcessesSideBySideSeeTheirOwnDrives) {
@@ -124,8 +180,8 @@ TEST_F(CcdrivesTest, ListEndsWithOneIfProgramsCannotSeeTheDrives) {
     EXPECT_EQ(result.exitCode, 1U);
     EXPECT_EQ(result.output, "");
     EXPECT_EQ(result.error,
-              "ccdrives: programs can't see these drives: the provider isn't installed; run "
-              "ccdrives install as an administrator\n");
+              "ccdrives: programs couldn't see drives of this list: the provider isn't installed; "
+              "run ccdrives install as an administrator\n");
 }
 
 TEST_F(CcdrivesTest, AnotherProviderIsNamedByARelativePath) {
@@ -149,6 +205,28 @@ TEST_F(CcdrivesTest, WithoutTheProviderBesideItInstallIsRefused) {
     EXPECT_TRUE(problem.ends_with("ccdrives_provider.dll'; name another by --library FILE\n"))
         << problem;
     EXPECT_FALSE(ccdrives::readProviderEntries().hasService);
+}
+
+TEST_F(CcdrivesTest, WhatIsNoProviderIsNotInstalled) {
+    const std::string other = mFolder.write("text.dll", "no library");
+    EXPECT_EQ(problemOf(ccdrives({"install", "--library", mFolder.utf8()})),
+              "ccdrives: there is no provider '" + backslashed(mFolder.utf8()) +
+                  "'; name another by --library FILE\n");
+    EXPECT_EQ(problemOf(ccdrives({"install", "--library", other})),
+              "ccdrives: '" + backslashed(other) +
+                  "' is no network provider of 64-bit programs; name another by --library FILE\n");
+    EXPECT_EQ(problemOf(ccdrives({"install", "--library", ""})),
+              "ccdrives: --library: the name is empty; see ccdrives install --help\n");
+    EXPECT_FALSE(ccdrives::readProviderEntries().hasService);
+}
+
+TEST_F(CcdrivesTest, DisconnectingNothingMakesNoFolder) {
+    ChildRun run = ccdrives({"disconnect", "M:"});
+    run.environment = {{"NBCLEARCASE_DRIVES", std::nullopt}, {"APPDATA", mFolder.utf8()}};
+    EXPECT_EQ(outputOf(run), "M: isn't connected; nothing changes\n");
+    run.arguments = {"connect", "M", "\\\\view"};
+    EXPECT_NE(problemOf(run), "");
+    EXPECT_FALSE(exists(mFolder.path() / "nbclearcase"));
 }
 
 TEST_F(CcdrivesTest, WhatIsNotDoneIsOneLine) {
@@ -198,7 +276,7 @@ TEST_F(CcdrivesTest, TheVersionSaysWhatTheProgramWasBuiltOf) {
     const std::string text = outputOf(ccdrives({"--version"}));
     EXPECT_TRUE(std::regex_match(text, std::regex(R"(ccdrives \d+\.\d+\.\d+
 commit ([0-9a-f]{40}( with changes)?|unknown, since the sources were no git clone)
-compiler GCC \d+\.\d+\.\d+, (msvcrt|ucrt)
+compiler GCC [0-9][-.0-9a-z]*, (msvcrt|ucrt)
 )"))) << text;
     const std::string json = outputOf(ccdrives({"--json", "--version"}));
     EXPECT_TRUE(std::regex_match(

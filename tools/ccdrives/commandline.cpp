@@ -75,7 +75,12 @@ done again. With --json: {"change":"set", "removeValue" or "removeKey","key":TEX
                    "Enters the network provider in the registry; needs an administrator", changes)
             ->add_option("--library", mRequest.library,
                          "The provider (default: ccdrives_provider.dll beside ccdrives)")
-            ->type_name("FILE");
+            ->type_name("FILE")
+            // An empty name would count as if it weren't given. A script has it from a variable
+            // that isn't set.
+            ->check([](const std::string& name) {
+                return std::string(name.empty() ? "the name is empty" : "");
+            });
         addCommand(Command::remove, "remove",
                    "Undoes what install has changed, and nothing else; needs an administrator",
                    changes);

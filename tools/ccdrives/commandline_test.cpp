@@ -57,6 +57,8 @@ TEST(DrivesCommandLineTest, WhatCannotBeUnderstoodIsSaidOnOneLine) {
     EXPECT_EQ(problem({"list", "x"}), "unexpected argument 'x'; see ccdrives list --help");
     EXPECT_EQ(problem({"remove", "--library", "x"}),
               "unexpected argument '--library'; see ccdrives remove --help");
+    EXPECT_EQ(problem({"install", "--library", ""}),
+              "--library: the name is empty; see ccdrives install --help");
     EXPECT_TRUE(problem({"--json=x"}).ends_with("see ccdrives --help"));
 }
 
@@ -100,7 +102,7 @@ TEST(DrivesCommandLineTest, CompletionIsTextInPlaceOfACommand) {
     EXPECT_EQ(parseCommandLine({"list"}).completion, "");
     EXPECT_EQ(problem({"completion"}), "SHELL is required; see ccdrives completion --help");
     EXPECT_EQ(problem({"completion", "zsh"}),
-              "SHELL: zsh not in {bash}; see ccdrives completion --help");
+              "SHELL: there is no script for 'zsh', use bash; see ccdrives completion --help");
 }
 
 }  // namespace

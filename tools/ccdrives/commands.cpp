@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "tools/ccdrives/driveedit.h"
+#include "tools/ccdrives/driveentry.h"
 #include "tools/ccdrives/drivelist.h"
 #include "tools/shared/report.h"
 
@@ -62,6 +63,11 @@ ExitCode install(const Request& request, const Machine& machine) {
         throw std::runtime_error("there is no provider '" + machine.library +
                                  "'; name another by --library FILE");
     }
+    if (!machine.isProvider(machine.library)) {
+        throw std::runtime_error("'" + machine.library +
+                                 "' is no network provider of 64-bit programs; name another by "
+                                 "--library FILE");
+    }
     const RegistryChanges changes = changesToInstall(machine.readEntries(), machine.library);
     change(changes, request.json, machine);
     if (request.json) {
@@ -109,21 +115,43 @@ auto withLineErrors(const std::string& file, const Step& step) {
     }
 }
 
-/// Returns why programs can't see the drives; empty if they can.
-std::string whyUnseen(const Machine& machine) {
-    const ProviderEntries entries = machine.readEntries();
-    const std::string missing = missingOf(entries);
-    if (!missing.empty() || machine.isThere(*entries.library)) {
-        return missing;
+/// Returns why programs don't find the provider; empty if they do.
+std::string whyNoProvider(const Machine& machine) {
+    try {
+        const ProviderEntries entries = machine.readEntries();
+        const std::string missing = missingOf(entries);
+        if (!missing.empty() || machine.isThere(entries.libraryFile)) {
+            return missing;
+        }
+        return "there is no provider '" + entries.libraryFile +
+               "'; run ccdrives install as an administrator";
+    } catch (const std::exception& error) {
+        return error.what();
     }
-    return "there is no provider '" + *entries.library +
-           "'; run ccdrives install as an administrator";
+}
+
+/// Returns why programs can't see the drives of the list; empty if they can.
+std::string whyUnseen(const DriveList& list, const Machine& machine) {
+    if (std::string problem = whyNoProvider(machine); !problem.empty()) {
+        return problem;
+    }
+    if (list.openError != 0) {
+        return "the list has 'open " + std::to_string(list.openError) + "'; take that line out";
+    }
+    for (const DriveConnection& connection : connectionsOf(list)) {
+        if (entrySize(connection) > longestEntry) {
+            return "line " + std::to_string(connection.line) +
+                   " is too long for the library; write a shorter tag";
+        }
+    }
+    return {};
 }
 
 ExitCode list(const Request& request, const Machine& machine) {
     const std::string& file = drivesFileOf(machine);
-    const std::vector<DriveConnection> connections = withLineErrors(
-        file, [&] { return connectionsOf(parseDriveList(machine.readDrives(file))); });
+    const DriveList drives =
+        withLineErrors(file, [&] { return parseDriveList(machine.readDrives(file)); });
+    const std::vector<DriveConnection> connections = connectionsOf(drives);
     tools::Report report;
     report.headings = {"DRIVE", "REMOTE NAME", "PROVIDER"};
     report.nothing = "no drive is connected";
@@ -136,11 +164,13 @@ ExitCode list(const Request& request, const Machine& machine) {
                                connection.provider.value_or("")});
     }
     machine.print(request.json ? tools::jsonText(report) : tools::tableText(report));
-    const std::string problem = whyUnseen(machine);
+    const std::string problem = whyUnseen(drives, machine);
     if (problem.empty()) {
         return exitDone;
     }
-    machine.complain("programs can't see these drives: " + problem);
+    machine.complain((connections.empty() ? "programs couldn't see drives of this list: "
+                                          : "programs can't see these drives: ") +
+                     problem);
     return exitUnseen;
 }
 
@@ -159,10 +189,12 @@ bool edit(const Machine& machine, const std::function<std::string(const std::str
 }
 
 ExitCode connect(const Request& request, const Machine& machine) {
-    const bool isChanged = edit(machine, [&](const std::string& text) {
-        return withConnection(text, request.drive, request.remoteName);
-    });
+    // Before anything is opened for the list.
     const std::string drive = checkedDrive(request.drive);
+    checkRemoteName(request.remoteName);
+    const bool isChanged = edit(machine, [&](const std::string& text) {
+        return withConnection(text, drive, request.remoteName);
+    });
     if (request.json) {
         machine.print(tools::jsonLine(
             {{"drive", drive}, {"remoteName", request.remoteName}, {"changed", isChanged}}));
@@ -174,13 +206,13 @@ ExitCode connect(const Request& request, const Machine& machine) {
 }
 
 ExitCode disconnect(const Request& request, const Machine& machine) {
-    const bool isChanged =
-        edit(machine, [&](const std::string& text) { return withoutDrive(text, request.drive); });
     const std::string drive = checkedDrive(request.drive);
+    const bool isChanged =
+        edit(machine, [&](const std::string& text) { return withoutDrive(text, drive); });
     machine.print(
         request.json
             ? tools::jsonLine({{"drive", drive}, {"remoteName", nullptr}, {"changed", isChanged}})
-            : drive + " is disconnected\n");
+            : drive + (isChanged ? " is disconnected\n" : " isn't connected; nothing changes\n"));
     return exitDone;
 }
 

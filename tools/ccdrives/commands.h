@@ -12,7 +12,7 @@ namespace ccdrives {
 
 enum ExitCode : int {
     exitDone = 0,
-    exitUnseen = 1,   ///< the drives are listed, but programs can't see them
+    exitUnseen = 1,   ///< the list is printed, but programs can't see its drives
     exitNotDone = 2,  ///< standard error says why
 };
 
@@ -30,9 +30,11 @@ struct Machine {
     /// Throws if the user can't change the entries.
     std::function<void()> requireAdministrator;
     std::function<void(const RegistryChanges&)> apply;
-    /// The full path of the provider, and whether a file is there.
+    /// The full path of the provider.
     std::string library;
+    /// Whether a file, not a folder, is there, and whether it is a network provider.
     std::function<bool(const std::string& path)> isThere;
+    std::function<bool(const std::string& path)> isProvider;
     /// For standard output and, without the program's name and the line end, standard error.
     std::function<void(const std::string& text)> print;
     std::function<void(const std::string& problem)> complain;

@@ -41,9 +41,16 @@ protected:
                 .editDrives =
                     [this](const std::string& file, const auto& edit) {
                         EXPECT_EQ(file, mFile);
+                        ++mOpened;
                         mList = edit(mList);
                     },
-                .readEntries = [this] { return mEntries; },
+                .readEntries =
+                    [this] {
+                        if (!mUnreadable.empty()) {
+                            throw std::runtime_error(mUnreadable);
+                        }
+                        return mEntries;
+                    },
                 .requireAdministrator =
                     [this] {
                         if (!mIsAdministrator) {
@@ -60,22 +67,26 @@ protected:
                     },
                 .library = "C:\\p.dll",
                 .isThere = [this](const std::string& path) { return path == mThere; },
+                .isProvider = [this](const std::string& path) { return path == mProvider; },
                 .print = [this](const std::string& text) { mPrinted += text; },
                 .complain = [this](const std::string& text) { mComplaints.push_back(text); }};
     }
 
     void setInstalled() {
         mEntries.order = "RDPNP,NbclearcaseDrives";
-        mEntries.hasService = true;
+        mEntries.hasService = mEntries.hasProvider = true;
         mEntries.name = viewProvider;
-        mEntries.library = "C:\\p.dll";
+        mEntries.library = mEntries.libraryFile = "C:\\p.dll";
     }
 
     std::string mFile = "C:\\l.txt";
     std::string mList;
+    int mOpened = 0;  ///< for an edit
     ProviderEntries mEntries{.hasOrderParentKey = true, .hasOrderKey = true, .order = "RDPNP"};
     bool mIsAdministrator = true;
+    std::string mUnreadable;  ///< why the entries can't be read
     std::string mThere = "C:\\p.dll";
+    std::string mProvider = "C:\\p.dll";
     std::string mFailure;  ///< of the changes
 
     RegistryChanges mApplied;
@@ -113,11 +124,16 @@ TEST_F(CommandsTest, InstallAndRemoveAgainNeedNoAdministrator) {
 TEST_F(CommandsTest, RemoveSaysWhatItChangesBeforeItDoes) {
     setInstalled();
     EXPECT_EQ(run({"remove"}), exitDone) << mProblem;
-    EXPECT_EQ(mPrintedBefore,
-              "changes below HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet:\n"
-              "  set Control\\NetworkProvider\\Order, ProviderOrder: RDPNP (was: "
-              "RDPNP,NbclearcaseDrives)\n"
-              "  remove Services\\NbclearcaseDrives and all that is in it\n");
+    EXPECT_EQ(
+        mPrintedBefore,
+        "changes below HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet:\n"
+        "  set Control\\NetworkProvider\\Order, ProviderOrder: RDPNP (was: "
+        "RDPNP,NbclearcaseDrives)\n"
+        "  remove Services\\NbclearcaseDrives\\NetworkProvider, ProviderPath (was: C:\\p.dll)\n"
+        "  remove Services\\NbclearcaseDrives\\NetworkProvider, Name (was: ClearCase Dynamic "
+        "Views)\n"
+        "  remove Services\\NbclearcaseDrives\\NetworkProvider if nothing is in it\n"
+        "  remove Services\\NbclearcaseDrives if nothing is in it\n");
     EXPECT_EQ(mPrinted, mPrintedBefore + "removed; the list of drives stays\n");
     EXPECT_EQ(mApplied, changesToRemove(mEntries));
 }
@@ -137,6 +153,29 @@ TEST_F(CommandsTest, AProviderThatIsNotThereIsNotInstalled) {
     mThere = "";
     EXPECT_EQ(run({"install"}), -1);
     EXPECT_EQ(mProblem, "there is no provider 'C:\\p.dll'; name another by --library FILE");
+    EXPECT_TRUE(mApplied.empty());
+}
+
+TEST_F(CommandsTest, AFileThatIsNoProviderIsNotInstalled) {
+    mProvider = "";
+    EXPECT_EQ(run({"install"}), -1);
+    EXPECT_EQ(mProblem,
+              "'C:\\p.dll' is no network provider of 64-bit programs; name another by --library "
+              "FILE");
+    EXPECT_EQ(mPrinted, "");
+    EXPECT_TRUE(mApplied.empty());
+}
+
+TEST_F(CommandsTest, AServiceOfAnotherProgramIsNotTouched) {
+    setInstalled();
+    mEntries.name = "Other";
+    EXPECT_EQ(run({"install"}), -1);
+    EXPECT_EQ(mProblem,
+              "the service NbclearcaseDrives is another program's: its provider is 'Other'; remove "
+              "that program first, or what is left of it");
+    EXPECT_EQ(mPrinted, "");
+    EXPECT_EQ(run({"remove"}), exitDone) << mProblem;
+    EXPECT_EQ(mPrinted, "not installed; nothing changes\n");
     EXPECT_TRUE(mApplied.empty());
 }
 
@@ -166,6 +205,8 @@ TEST_F(CommandsTest, ChangesInJsonAreObjects) {
     setInstalled();
     mEntries.order = "NbclearcaseDrives";
     mEntries.created = orderKey;
+    mEntries.name = mEntries.library = std::nullopt;
+    mEntries.hasProvider = false;
     EXPECT_EQ(run({"remove", "--json"}), exitDone) << mProblem;
     EXPECT_EQ(mPrinted, R"({"change":"removeValue","key":"Control\\NetworkProvider\\Order",)"
                         R"("value":"ProviderOrder","text":null,"before":"NbclearcaseDrives"})"
@@ -173,10 +214,14 @@ TEST_F(CommandsTest, ChangesInJsonAreObjects) {
                         R"({"change":"removeKey","key":"Control\\NetworkProvider\\Order",)"
                         R"("value":null,"text":null,"before":null})"
                         "\n"
+                        R"({"change":"removeValue","key":"Services\\NbclearcaseDrives",)"
+                        R"("value":"OrderCreated","text":null,)"
+                        R"("before":"Control\\NetworkProvider\\Order"})"
+                        "\n"
                         R"({"change":"removeKey","key":"Services\\NbclearcaseDrives",)"
                         R"("value":null,"text":null,"before":null})"
                         "\n"
-                        R"({"installed":false,"changes":3})"
+                        R"({"installed":false,"changes":4})"
                         "\n");
     mEntries = {};
     EXPECT_EQ(run({"remove", "--json"}), exitDone) << mProblem;
@@ -231,6 +276,67 @@ TEST_F(CommandsTest, ListSaysWhyProgramsCannotSeeTheDrives) {
                      "ccdrives install as an administrator"}));
 }
 
+TEST_F(CommandsTest, TheProviderIsLookedForWhereItsPathLeads) {
+    setInstalled();
+    mEntries.library = "%tools%\\p.dll";
+    EXPECT_EQ(run({"list"}), exitDone) << mProblem;
+    EXPECT_EQ(mComplaints, Texts());
+}
+
+TEST_F(CommandsTest, EntriesThatCannotBeReadHideTheDrives) {
+    mList = "m: | \\\\view\n";
+    mUnreadable = "no; ask";
+    EXPECT_EQ(run({"list"}), exitUnseen);
+    EXPECT_NE(mPrinted.find("m:"), std::string::npos) << mPrinted;
+    EXPECT_EQ(mComplaints, Texts{"programs can't see these drives: no; ask"});
+}
+
+TEST_F(CommandsTest, WithoutDrivesNoDriveIsSaidToBeHidden) {
+    EXPECT_EQ(run({"list"}), exitUnseen);
+    EXPECT_EQ(mPrinted, "no drive is connected\n");
+    EXPECT_EQ(mComplaints,
+              (Texts{"programs couldn't see drives of this list: the provider isn't installed; run "
+                     "ccdrives install as an administrator"}));
+}
+
+TEST_F(CommandsTest, AListThatDoesNotOpenHidesTheDrives) {
+    setInstalled();
+    mList = "m: | \\\\view\nopen 0\n";
+    EXPECT_EQ(run({"list"}), exitDone) << "0 is no error";
+    mList = "m: | \\\\view\nopen 1200\n";
+    EXPECT_EQ(run({"list"}), exitUnseen);
+    EXPECT_EQ(mComplaints, Texts{"programs can't see these drives: the list has 'open 1200'; take "
+                                 "that line out"});
+}
+
+TEST_F(CommandsTest, TheFirstLineThatIsTooLongIsNamed) {
+    setInstalled();
+    // 485 characters with the drive and the name of the provider.
+    const std::string longest = "a: | " + std::string(485 - 2 - 23, 'a');
+    mList = longest + "\nbatch\nb: | c\n";
+    EXPECT_EQ(run({"list"}), exitDone) << mComplaints.front();
+    mList += longest + "a\n" + longest + "aa\n";
+    EXPECT_EQ(run({"list"}), exitUnseen);
+    EXPECT_EQ(mComplaints, Texts{"programs can't see these drives: line 4 is too long for the "
+                                 "library; write a shorter tag"});
+}
+
+TEST_F(CommandsTest, TheLongestTagThatIsConnectedIsNotTooLong) {
+    setInstalled();
+    EXPECT_EQ(run({"connect", "x:", "\\\\view\\" + std::string(255, 'a')}), exitDone) << mProblem;
+    EXPECT_EQ(run({"list"}), exitDone);
+    EXPECT_EQ(run({"connect", "y:", "\\\\view\\" + std::string(256, 'a')}), -1);
+    EXPECT_EQ(mProblem, "the view tag has 256 bytes; write one of at most 255");
+}
+
+TEST_F(CommandsTest, NamesAreCheckedBeforeTheListIsOpened) {
+    mOpened = 0;
+    EXPECT_EQ(run({"connect", "X", "\\\\view"}), -1);
+    EXPECT_EQ(run({"connect", "X:", "view"}), -1);
+    EXPECT_EQ(run({"disconnect", "X"}), -1);
+    EXPECT_EQ(mOpened, 0);
+}
+
 TEST_F(CommandsTest, DrivesAreConnectedAndDisconnected) {
     EXPECT_EQ(run({"connect", "m:", "\\\\view"}), exitDone) << mProblem;
     EXPECT_EQ(mPrinted, "M: is connected with \\\\view\n");
@@ -240,6 +346,8 @@ TEST_F(CommandsTest, DrivesAreConnectedAndDisconnected) {
     EXPECT_EQ(run({"disconnect", "m:"}), exitDone) << mProblem;
     EXPECT_EQ(mPrinted, "M: is disconnected\n");
     EXPECT_EQ(connectionsOf(parseDriveList(mList)).size(), 0U);
+    EXPECT_EQ(run({"disconnect", "m:"}), exitDone) << mProblem;
+    EXPECT_EQ(mPrinted, "M: isn't connected; nothing changes\n");
 }
 
 TEST_F(CommandsTest, ConnectingInJsonIsAnObject) {
@@ -251,14 +359,14 @@ TEST_F(CommandsTest, ConnectingInJsonIsAnObject) {
               "{\"drive\":\"X:\",\"remoteName\":\"\\\\\\\\view\\\\a\",\"changed\":false}\n");
     EXPECT_EQ(run({"disconnect", "x:", "--json"}), exitDone) << mProblem;
     EXPECT_EQ(mPrinted, "{\"drive\":\"X:\",\"remoteName\":null,\"changed\":true}\n");
+    EXPECT_EQ(run({"disconnect", "x:", "--json"}), exitDone) << mProblem;
+    EXPECT_EQ(mPrinted, "{\"drive\":\"X:\",\"remoteName\":null,\"changed\":false}\n");
 }
 
 TEST_F(CommandsTest, WhatCannotBeConnectedIsNotPrinted) {
     mList = "x: | \\\\view\\a\n";
     EXPECT_EQ(run({"connect", "X:", "\\\\view\\b"}), -1);
     EXPECT_EQ(mProblem, "X: is connected with \\\\view\\a; disconnect it first");
-    EXPECT_EQ(run({"disconnect", "Y:"}), -1);
-    EXPECT_EQ(mProblem, "Y: isn't connected; see ccdrives list");
     EXPECT_EQ(mPrinted, "");
     EXPECT_EQ(mList, "x: | \\\\view\\a\n");
 }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tools/ccdrives/drivelist.h"
+#include "tools/shared/report.h"
 #include "util/stringutilities.h"
 
 namespace ccdrives {
@@ -29,8 +30,14 @@ std::vector<std::string> linesOf(std::string_view text) {
     return lines;
 }
 
-std::string textOf(const std::vector<std::string>& lines) {
-    std::string text;
+/// Returns the part of a list before its lines.
+std::string_view markOf(std::string_view list) {
+    return list.starts_with(byteOrderMark) ? byteOrderMark : std::string_view();
+}
+
+/// Returns the text of a list with the mark before the lines.
+std::string textOf(std::string_view mark, const std::vector<std::string>& lines) {
+    std::string text(mark);
     for (const std::string& line : lines) {
         text += line;
     }
@@ -86,9 +93,13 @@ void checkRemoteName(const std::string& text) {
                          "for the drive of a view");
     }
     const std::string tag = text.substr(beginning.size());
-    const auto isControl = [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; };
-    if (tag.find_first_of("\\/|") != std::string::npos ||
-        std::any_of(tag.begin(), tag.end(), isControl) || tag.front() == ' ' || tag.back() == ' ') {
+    if (tag.size() > longestTag) {
+        throw DriveError("the view tag has " + std::to_string(tag.size()) +
+                         " bytes; write one of at most " + std::to_string(longestTag));
+    }
+    // What oneLine changes are control characters, and bytes that aren't UTF-8.
+    if (tag.find_first_of("\\/|") != std::string::npos || tools::oneLine(tag) != tag ||
+        tag.front() == ' ' || tag.back() == ' ') {
         throw DriveError("'" + tag +
                          "' is no view tag; write one without \\, /, |, control characters and "
                          "blanks at its ends");
@@ -101,15 +112,19 @@ std::string withConnection(const std::string& list, const std::string& drive,
         .localName = checkedDrive(drive), .remoteName = remoteName, .provider = viewProvider};
     checkRemoteName(remoteName);
     const std::vector<DriveConnection> connections = connectionsOf(parseDriveList(list));
+    const auto isWanted = [&](const DriveConnection& other) {
+        return isOf(other, *wanted.localName) && other.remoteName == wanted.remoteName &&
+               other.provider == wanted.provider;
+    };
+    if (std::any_of(connections.begin(), connections.end(), isWanted)) {
+        return list;
+    }
     for (const DriveConnection& other : connections) {
-        if (isOf(other, *wanted.localName) && other.remoteName == wanted.remoteName &&
-            other.provider == wanted.provider) {
-            return list;
-        }
         checkIsFree(other, *wanted.localName, remoteName);
     }
-    std::vector<std::string> lines = linesOf(list.empty() ? heading : list);
-    const std::string lineEnd = lineEndOf(textOf(lines));
+    const std::string_view mark = markOf(list);
+    std::vector<std::string> lines = linesOf(list == mark ? heading : list.substr(mark.size()));
+    const std::string lineEnd = lineEndOf(textOf(mark, lines));
     const size_t place = connections.empty() ? lines.size() : connections.back().line;
     if (!lines[place - 1].ends_with('\n')) {
         lines[place - 1] += lineEnd;
@@ -117,24 +132,20 @@ std::string withConnection(const std::string& list, const std::string& drive,
     // The names are checked, so there is a line for them.
     lines.insert(lines.begin() + static_cast<std::ptrdiff_t>(place),
                  connectionLine(wanted).value() + lineEnd);
-    return textOf(lines);
+    return textOf(mark, lines);
 }
 
 std::string withoutDrive(const std::string& list, const std::string& drive) {
     const std::string name = checkedDrive(drive);
     const std::vector<DriveConnection> connections = connectionsOf(parseDriveList(list));
-    std::vector<std::string> lines = linesOf(list);
-    bool isFound = false;
+    const std::string_view mark = markOf(list);
+    std::vector<std::string> lines = linesOf(list.substr(mark.size()));
     for (const DriveConnection& connection : connections) {
         if (isOf(connection, name)) {
             lines[connection.line - 1].clear();
-            isFound = true;
         }
     }
-    if (!isFound) {
-        throw DriveError(name + " isn't connected; see ccdrives list");
-    }
-    return textOf(lines);
+    return textOf(mark, lines);
 }
 
 }  // namespace ccdrives

@@ -1,15 +1,19 @@
 #pragma once
 
 // Connects and disconnects drives in the text of a list (see drivelist.h). Text in, text out.
-// Comments, the order of the lines and their ends stay as they are.
+// Comments, the order of the lines, their ends and a byte order mark stay as they are.
 
+#include <cstddef>
 #include <stdexcept>
 #include <string>
 
 namespace ccdrives {
 
-/// A drive or a remote name that can't be connected as it is, or a drive that isn't connected. The
-/// message is one line that says what to do.
+/// In bytes.
+inline constexpr size_t longestTag = 255;
+
+/// A drive or a remote name that can't be connected as it is. The message is one line that says
+/// what to do.
 class DriveError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
@@ -17,7 +21,8 @@ class DriveError : public std::runtime_error {
 /// Returns the drive in upper case. Throws DriveError if `text` isn't a letter and a colon.
 [[nodiscard]] std::string checkedDrive(const std::string& text);
 
-/// Throws DriveError if `text` isn't `\\view`, or `\\view\TAG` with a tag that a list can have.
+/// Throws DriveError if `text` isn't `\\view`, or `\\view\TAG` with a tag that a list can have, of
+/// at most longestTag bytes.
 void checkRemoteName(const std::string& text);
 
 /// Returns the list with a line that connects the drive, after the last line of a connection. If
@@ -28,8 +33,8 @@ void checkRemoteName(const std::string& text);
 [[nodiscard]] std::string withConnection(const std::string& list, const std::string& drive,
                                          const std::string& remoteName);
 
-/// Returns the list without the lines that connect the drive, of any provider. Throws DriveError if
-/// the name isn't valid or if there is no such line, and DriveListError.
+/// Returns the list without the lines that connect the drive, of any provider; as it is if there is
+/// none. Throws DriveError if the name isn't valid, and DriveListError.
 [[nodiscard]] std::string withoutDrive(const std::string& list, const std::string& drive);
 
 }  // namespace ccdrives

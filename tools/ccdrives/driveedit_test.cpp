@@ -56,12 +56,24 @@ TEST(CheckRemoteNameTest, OtherNamesAreRefusedWithTheTwoForms) {
 }
 
 TEST(CheckRemoteNameTest, ATagThatAListCannotHaveIsRefused) {
-    for (const std::string tag : {"a\\b", "a/b", "a|b", " a", "a ", "a\n", "\x7f", "\t", "a\x1f"}) {
+    for (const std::string tag : {"a\\b", "a/b", "a|b", " a", "a ", "a\n", "\x7f", "\t", "a\x1f",
+                                  "a\xc2\x80", "\xc2\x9f"}) {
         EXPECT_EQ(connectProblem("", "M:", "\\\\view\\" + tag),
                   "'" + tag +
                       "' is no view tag; write one without \\, /, |, control characters and blanks "
                       "at its ends");
     }
+}
+
+TEST(CheckRemoteNameTest, ATagHasAtMost255Bytes) {
+    std::string tag(127, 'a');
+    for (int i = 0; i < 64; ++i) {
+        tag += "\xc3\xbc";
+    }
+    ASSERT_EQ(tag.size(), 255U);
+    EXPECT_NO_THROW(checkRemoteName("\\\\view\\" + tag));
+    EXPECT_EQ(connectProblem("", "M:", "\\\\view\\" + tag + 'a'),
+              "the view tag has 256 bytes; write one of at most 255");
 }
 
 TEST(WithConnectionTest, ANewListBeginsWithAComment) {
@@ -76,6 +88,14 @@ TEST(WithConnectionTest, CommentsAndOrderStay) {
               "# a\n\n  x: | \\\\view\\a\nY: | \\\\view\\b\n# end\n");
     EXPECT_EQ(withConnection("\xef\xbb\xbf# a\n", "Y:", "\\\\view\\b"),
               "\xef\xbb\xbf# a\nY: | \\\\view\\b\n");
+}
+
+TEST(WithConnectionTest, AByteOrderMarkStaysAtTheBeginning) {
+    const std::string mark = "\xef\xbb\xbf";
+    EXPECT_EQ(withConnection(mark, "m:", "\\\\view"), mark + withConnection("", "m:", "\\\\view"));
+    EXPECT_EQ(withoutDrive(mark + "m: | \\\\view\nx: | \\\\view\\a\n", "M:"),
+              mark + "x: | \\\\view\\a\n");
+    EXPECT_EQ(withoutDrive(mark + "m: | \\\\view", "M:"), mark);
 }
 
 TEST(WithConnectionTest, WhatEndsAnEnumerationComesAfterTheConnection) {
@@ -95,6 +115,13 @@ TEST(WithConnectionTest, TheSameConnectionAgainChangesNothing) {
     const std::string list = "x: | \\\\view\\a\nm: | \\\\view\n";
     EXPECT_EQ(withConnection(list, "X:", "\\\\view\\a"), list);
     EXPECT_EQ(withConnection(list, "m:", "\\\\view"), list);
+}
+
+TEST(WithConnectionTest, TheSameConnectionMayComeAfterAnother) {
+    const std::string list =
+        "x: | \\\\server\\a | Other\nm: | \\\\view\nx: | \\\\view\\a\nn: | \\\\view\n";
+    EXPECT_EQ(withConnection(list, "X:", "\\\\view\\a"), list);
+    EXPECT_EQ(withConnection(list, "n:", "\\\\view"), list);
 }
 
 TEST(WithConnectionTest, AnotherConnectionOfTheDriveIsNotReplaced) {
@@ -126,9 +153,13 @@ TEST(WithoutDriveTest, TheLinesOfTheDriveAreTakenOut) {
               "# a\r\ny: | \\\\view\\b\r\nbatch\r\n");
 }
 
-TEST(WithoutDriveTest, ADriveThatIsNotConnectedIsAnError) {
-    EXPECT_EQ(problemOf([] { return withoutDrive("y: | b\n- | c\n", "x:"); }),
-              "X: isn't connected; see ccdrives list");
+TEST(WithoutDriveTest, WithoutTheDriveNothingChanges) {
+    for (const std::string list : {"", "y: | b\n- | c\n", "\xef\xbb\xbf# a\r\n"}) {
+        EXPECT_EQ(withoutDrive(list, "x:"), list);
+    }
+}
+
+TEST(WithoutDriveTest, AnythingButADriveIsRefused) {
     EXPECT_EQ(problemOf([] { return withoutDrive("", "x"); }),
               "'x' is no drive; write a letter and a colon, such as M:");
 }

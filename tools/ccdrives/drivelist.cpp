@@ -93,7 +93,6 @@ DriveListError::DriveListError(size_t line, const std::string& text)
       mText(text) {}
 
 DriveList parseDriveList(std::string_view text) {
-    constexpr std::string_view byteOrderMark = "\xef\xbb\xbf";
     if (text.starts_with(byteOrderMark)) {
         text.remove_prefix(byteOrderMark.size());
     }
@@ -101,11 +100,18 @@ DriveList parseDriveList(std::string_view text) {
     size_t number = 0;
     while (!text.empty()) {
         const size_t end = text.find('\n');
+        const bool isEnded = end != std::string_view::npos;
         std::string line(text.substr(0, end));
-        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+        text.remove_prefix(isEnded ? end + 1 : text.size());
         ++number;
+        if (isEnded && line.ends_with('\r')) {
+            line.pop_back();
+        }
+        // Where carriage returns alone end the lines, a comment would hide all that follows.
+        const bool isOneLine = line.find('\r') == std::string::npos;
         trim(line);
-        if (!line.empty() && line.front() != '#' && !builder.take(line, number)) {
+        const bool isNothing = line.empty() || line.front() == '#';
+        if (!isOneLine || !(isNothing || builder.take(line, number))) {
             throw DriveListError(number, line);
         }
     }

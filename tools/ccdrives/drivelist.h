@@ -26,8 +26,8 @@
 // The system decides which of these results reach a caller of the WNet functions. Wine's mpr.dll
 // reports neither failure: the enumeration opens, and ends at a step that fails.
 //
-// Lines end with a line feed, or with a carriage return and a line feed. The text is UTF-8; editors
-// may put a byte order mark before it.
+// Lines end with a line feed, or with a carriage return and a line feed; a carriage return anywhere
+// else makes its line a bad one. The text is UTF-8; editors may put a byte order mark before it.
 
 #include <cstddef>
 #include <cstdint>
@@ -38,6 +38,8 @@
 #include <vector>
 
 namespace ccdrives {
+
+inline constexpr std::string_view byteOrderMark = "\xef\xbb\xbf";
 
 inline constexpr const char* viewProvider = "ClearCase Dynamic Views";
 

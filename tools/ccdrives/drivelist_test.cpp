@@ -94,6 +94,18 @@ TEST(DriveListTest, ALineOfNoKnownFormIsAnErrorThatNamesIt) {
     }
 }
 
+TEST(DriveListTest, ACarriageReturnInALineMakesItABadOne) {
+    for (const std::string line : {"M: | \\\\view\rX: | \\\\view\\a", "# a\rM: | \\\\view", "a|b\r",
+                                   "\r", "a|b\r\r\n", "\ra|b\n"}) {
+        try {
+            static_cast<void>(parseDriveList("a|b\r\n" + line));
+            ADD_FAILURE() << line;
+        } catch (const DriveListError& error) {
+            EXPECT_EQ(error.mLine, 2U) << line;
+        }
+    }
+}
+
 TEST(DriveListTest, AByteOrderMarkBeforeTheTextIsIgnored) {
     const DriveList list = parseDriveList("\xef\xbb\xbf# x\nm: | \\\\view\n");
     ASSERT_EQ(list.batches.size(), 1U);

@@ -4,22 +4,20 @@
 
 #include <windows.h>
 
+#include "tools/ccdrives/drivesread-win.h"
 #include "tools/shared/systemerror-win.h"
 #include "tools/shared/wholefile-win.h"
 #include "util/pathfun.h"
 #include "util/windows/scopedhandle-win.h"
 #include "util/windows/system-paths-win.h"
-#include "util/windows/system/smallfile-win.h"
 
 namespace ccdrives {
 namespace {
 
-constexpr const char* advice = "name another list by NBCLEARCASE_DRIVES";
-
 /// How often an edit looks whether it is its turn, and the pause between; ten seconds in all.
 constexpr int turnTries = 1000;
 constexpr DWORD turnPause = 10;
-/// How often of these the file may be one that can't be opened. The file of the turn before is such
+/// How often in a row the file may be one that can't be opened. The file of the turn before is such
 /// a one for a moment; in a folder that can't be written it stays so.
 constexpr int deniedTries = 50;
 
@@ -28,7 +26,7 @@ constexpr int deniedTries = 50;
 class EditTurn {
 public:
     explicit EditTurn(const std::string& file) {
-        const std::wstring name = System::unicodePath(file + ".lock");
+        const std::wstring name = System::unicodePath(turnFile(file));
         int denied = 0;
         for (int tries = 1;; ++tries) {
             *mHandle.receive() = CreateFileW(
@@ -40,13 +38,13 @@ public:
             }
             const DWORD error = GetLastError();
             const bool isTaken = error == ERROR_SHARING_VIOLATION;
-            denied += error == ERROR_ACCESS_DENIED ? 1 : 0;
+            denied = error == ERROR_ACCESS_DENIED ? denied + 1 : 0;
             const bool mayChange =
                 isTaken || (error == ERROR_ACCESS_DENIED && denied < deniedTries);
             if (!mayChange || tries == turnTries) {
                 throw std::runtime_error("can't edit '" + file +
                                          "': " + tools::systemErrorText(error) + "; " +
-                                         (isTaken ? "try again, or " : "") + advice);
+                                         (isTaken ? "try again, or " : "") + drivesAdvice);
             }
             Sleep(turnPause);
         }
@@ -56,23 +54,26 @@ private:
     ScopedHandle mHandle;
 };
 
+/// Throws if the list is one that shouldn't change.
+void checkIsWritable(const std::string& file) {
+    const DWORD attributes = GetFileAttributesW(System::unicodePath(file).c_str());
+    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0) {
+        throw std::runtime_error("'" + file + "' is read-only; change that, or " + drivesAdvice);
+    }
+}
+
 }  // namespace
 
-std::string readDrivesFile(const std::string& file) {
-    std::string text;
-    if (readFile(file, text) == fileIsRead) {
-        return text;
-    }
-    const DWORD error = GetLastError();
-    if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) {
-        return {};
-    }
-    throw std::runtime_error("can't read '" + file + "': " + tools::systemErrorText(error) + "; " +
-                             advice);
+std::string turnFile(const std::string& file) {
+    // Windows removes the file, so nobody else may have one of the name.
+    return file + ".ccdrives-turn-6e2b90d47ac1";
 }
 
 void editDrivesFile(const std::string& file,
                     const std::function<std::string(const std::string&)>& edit) {
+    if (readDrivesFile(file).empty() && edit({}).empty()) {
+        return;
+    }
     // Without its folder the file can't be opened below, which is reported there.
     CreateDirectoryW(System::unicodePath(parentPath(file)).c_str(),
                      /*lpSecurityAttributes=*/nullptr);
@@ -80,7 +81,8 @@ void editDrivesFile(const std::string& file,
     const std::string before = readDrivesFile(file);
     const std::string after = edit(before);
     if (after != before) {
-        tools::writeWholeFile(file, after, /*replace=*/true, advice);
+        checkIsWritable(file);
+        tools::writeWholeFile(file, after, /*replace=*/true, drivesAdvice);
     }
 }
 

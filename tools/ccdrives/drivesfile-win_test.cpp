@@ -14,6 +14,8 @@
 
 #include "testing/calls/replacedcall-win.h"
 #include "testing/scopes/tempfolder.h"
+#include "tools/ccdrives/drivesread-win.h"
+#include "util/platform/unicodetext-win.h"
 
 namespace {
 
@@ -43,19 +45,6 @@ size_t fileCount(const std::filesystem::path& folder) {
 
 constexpr const char* advice = "; name another list by NBCLEARCASE_DRIVES";
 
-TEST(ReadDrivesFileTest, AListThatIsNotThereIsEmpty) {
-    const TempFolder folder;
-    EXPECT_EQ(readDrivesFile(folder.write("a.txt", "x\r\n")), "x\r\n");
-    EXPECT_EQ(readDrivesFile(folder.utf8("none.txt")), "");
-    EXPECT_EQ(readDrivesFile(folder.utf8("none/none.txt")), "");
-}
-
-TEST(ReadDrivesFileTest, AListThatCannotBeReadIsReported) {
-    const TempFolder folder;
-    expectProblem(problemOf([&] { return readDrivesFile(folder.utf8()); }),
-                  "can't read '" + folder.utf8() + "': ", advice);
-}
-
 TEST(EditDrivesFileTest, TheEditReplacesTheListAndLeavesNoOtherFile) {
     const TempFolder folder;
     const std::string file = folder.write("gr\xc3\xbcn.txt", "a");
@@ -71,7 +60,7 @@ TEST(EditDrivesFileTest, AMissingFolderIsCreated) {
     EXPECT_EQ(readDrivesFile(file), "b");
     expectProblem(problemOf([&] {
                       editDrivesFile(folder.utf8("no/no/a.txt"),
-                                     [](const std::string& text) { return text; });
+                                     [](const std::string& text) { return text + 'b'; });
                       return 0;
                   }),
                   "can't edit '" + folder.utf8("no/no/a.txt") + "': ", advice);
@@ -80,7 +69,34 @@ TEST(EditDrivesFileTest, AMissingFolderIsCreated) {
 TEST(EditDrivesFileTest, AListThatStaysAsItIsIsNotWritten) {
     const TempFolder folder;
     editDrivesFile(folder.utf8("a.txt"), [](const std::string& text) { return text; });
+    editDrivesFile(folder.utf8("sub/a.txt"), [](const std::string& text) { return text; });
     EXPECT_EQ(fileCount(folder.path()), 0U);
+}
+
+TEST(EditDrivesFileTest, AFileOfTheUserWithASimilarNameStays) {
+    const TempFolder folder;
+    const std::string lock = folder.write("a.txt.lock", "mine");
+    editDrivesFile(folder.utf8("a.txt"), [](const std::string& text) { return text + "b"; });
+    EXPECT_EQ(readDrivesFile(lock), "mine");
+    EXPECT_EQ(fileCount(folder.path()), 2U);
+}
+
+TEST(EditDrivesFileTest, AListThatIsReadOnlyIsNotChanged) {
+    const TempFolder folder;
+    const std::string file = folder.write("a.txt", "a");
+    const std::wstring name = toWide(file);
+    ASSERT_TRUE(SetFileAttributesW(name.c_str(), FILE_ATTRIBUTE_READONLY));
+    EXPECT_EQ(problemOf([&] {
+                  editDrivesFile(file, [](const std::string& text) { return text + "b"; });
+                  return 0;
+              }),
+              "'" + file +
+                  "' is read-only; change that, or name another list by "
+                  "NBCLEARCASE_DRIVES");
+    editDrivesFile(file, [](const std::string& text) { return text; });
+    EXPECT_EQ(readDrivesFile(file), "a");
+    ASSERT_TRUE(SetFileAttributesW(name.c_str(), FILE_ATTRIBUTE_NORMAL));
+    EXPECT_EQ(fileCount(folder.path()), 1U);
 }
 
 TEST(EditDrivesFileTest, WhatTheEditThrowsPassesThrough) {
@@ -130,10 +146,10 @@ TEST(EditDrivesFileTest, EditsAtOnceAreAllInTheList) {
 
 TEST(EditDrivesFileTest, AFileThatCannotBeTheTurnsIsReported) {
     const TempFolder folder;
-    create_directory(folder.path() / "a.txt.lock");
+    create_directory(std::filesystem::path(toWide(turnFile(folder.utf8("a.txt")))));
     expectProblem(problemOf([&] {
                       editDrivesFile(folder.utf8("a.txt"),
-                                     [](const std::string& text) { return text; });
+                                     [](const std::string& text) { return text + 'b'; });
                       return 0;
                   }),
                   "can't edit '" + folder.utf8("a.txt") + "': ", advice);
@@ -143,16 +159,55 @@ TEST(EditDrivesFileTest, ATurnThatNeverEndsIsReported) {
     const TempFolder folder;
     // Without the pauses, which are ten seconds in all.
     const ReplacedCall<decltype(Sleep)> sleep("Sleep", [](DWORD) {});
-    editDrivesFile(folder.utf8("a.txt"), [&](const std::string& text) {
+    editDrivesFile(folder.write("a.txt", "a"), [&](const std::string& text) {
         expectProblem(problemOf([&] {
                           editDrivesFile(folder.utf8("a.txt"),
-                                         [](const std::string& inner) { return inner; });
+                                         [](const std::string& inner) { return inner + 'b'; });
                           return 0;
                       }),
                       "can't edit '" + folder.utf8("a.txt") + "': ",
                       "; try again, or name another list by NBCLEARCASE_DRIVES");
         return text;
     });
+}
+
+/// Replaces CreateFileW: the file of a turn is denied in two rows, each shorter than what ends the
+/// edit, with another process's turn between them.
+class TwoRowsOfDenials {
+public:
+    TwoRowsOfDenials() : mCall("CreateFileW", create), mSleep("Sleep", [](DWORD) {}) {
+        sOriginal = mCall.original();
+        sCount = 0;
+    }
+
+private:
+    using Create = decltype(CreateFileW);
+
+    static HANDLE WINAPI create(LPCWSTR name, DWORD access, DWORD share,
+                                LPSECURITY_ATTRIBUTES security, DWORD disposition, DWORD flags,
+                                HANDLE pattern) {
+        constexpr int row = 40;
+        if ((flags & FILE_FLAG_DELETE_ON_CLOSE) != 0 && ++sCount <= 2 * row + 1) {
+            SetLastError(sCount == row + 1 ? ERROR_SHARING_VIOLATION : ERROR_ACCESS_DENIED);
+            return INVALID_HANDLE_VALUE;
+        }
+        return sOriginal(name, access, share, security, disposition, flags, pattern);
+    }
+
+    static inline Create* sOriginal = nullptr;
+    static inline int sCount = 0;
+    ReplacedCall<Create> mCall;
+    ReplacedCall<decltype(Sleep)> mSleep;
+};
+
+TEST(EditDrivesFileTest, OnlyDenialsInARowEndTheEdit) {
+    const TempFolder folder;
+    const std::string file = folder.write("a.txt", "a");
+    {
+        const TwoRowsOfDenials denials;
+        editDrivesFile(file, [](const std::string& text) { return text + 'b'; });
+    }
+    EXPECT_EQ(readDrivesFile(file), "ab");
 }
 
 }  // namespace

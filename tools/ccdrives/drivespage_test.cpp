@@ -72,6 +72,7 @@ TEST(DrivesPageTest, TheExamplesInTheirOrderPrintWhatIsShown) {
             },
         .library = "C:\\tools\\ccdrives_provider.dll",
         .isThere = [](const std::string&) { return true; },
+        .isProvider = [](const std::string&) { return true; },
         .print = [&](const std::string& text) { printed += text; },
         .complain = [](const std::string& problem) { ADD_FAILURE() << problem; }};
     const std::vector<Example> all = examples();

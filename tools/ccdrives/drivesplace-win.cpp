@@ -1,6 +1,3 @@
-// Apart from drivesfile-win, so that the provider has only what it needs: every program that asks
-// for network connections loads it.
-
 #include "tools/ccdrives/drivesplace-win.h"
 
 #include "util/windows/environment-win.h"

@@ -6,16 +6,19 @@
 #include <iostream>
 #include <string>
 
+#include <windows.h>
+
 #include "tools/ccdrives/commandline.h"
 #include "tools/ccdrives/commands.h"
 #include "tools/ccdrives/drivesfile-win.h"
 #include "tools/ccdrives/drivesplace-win.h"
+#include "tools/ccdrives/drivesread-win.h"
 #include "tools/ccdrives/providersetup-win.h"
 #include "tools/shared/absolutepath-win.h"
 #include "tools/shared/buildfacts.h"
 #include "tools/shared/console-win.h"
 #include "tools/shared/report.h"
-#include "util/windows/system/files-win.h"
+#include "util/windows/system-paths-win.h"
 #include "util/windows/system/host-win.h"
 
 namespace {
@@ -35,6 +38,11 @@ std::string libraryPath(const std::string& named) {
     // As the system writes it.
     std::replace(path.begin(), path.end(), '/', '\\');
     return path;
+}
+
+bool isFile(const std::string& path) {
+    const DWORD attributes = GetFileAttributesW(System::unicodePath(path).c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
 }
 
 ExitCode runCommandLine() {
@@ -60,7 +68,8 @@ ExitCode runCommandLine() {
                               .requireAdministrator = requireAdministrator,
                               .apply = apply,
                               .library = libraryPath(line.request.library),
-                              .isThere = System::exists,
+                              .isThere = isFile,
+                              .isProvider = isProvider,
                               .print = tools::printText,
                               .complain = complain});
 }

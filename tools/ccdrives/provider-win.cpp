@@ -1,18 +1,16 @@
 // A network provider, as Windows loads it for the WNet functions. Its connections are in the list
 // of drives (see drivelist.h) that the environment of the calling process names (see
-// drivesplace-win.h). Without a list, or if it can't be read, there are no connections. It only
-// enumerates.
+// drivesplace-win.h). Without a list there are no connections. It only enumerates. No exception
+// leaves a function: the callers are C.
 
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
-#include <exception>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
+#include <vector>
 #include <wnnc.h>
 
 #include <windows.h>
@@ -20,6 +18,7 @@
 
 #include "tools/ccdrives/drivelist.h"
 #include "tools/ccdrives/drivesplace-win.h"
+#include "tools/ccdrives/drivesread-win.h"
 #include "util/platform/unicodetext-win.h"
 
 extern "C" {
@@ -30,31 +29,65 @@ namespace {
 
 using namespace ccdrives;
 
+/// A null pointer, or a text for a caller.
+using Text = std::optional<std::wstring>;
+
+struct Connection {
+    Text localName;
+    Text remoteName;
+    Text provider;
+};
+
+struct Batch {
+    std::vector<Connection> connections;
+    DWORD error = WN_SUCCESS;
+};
+
+/// What an enumeration handle points to. Its texts are as a caller gets them, so that the steps
+/// need no memory.
+struct Enumeration {
+    std::vector<Batch> batches;
+    size_t batch = 0;
+    size_t connection = 0;
+};
+
 DriveList readDrives() {
-    std::ifstream file(std::filesystem::path(toWide(drivesFile())), std::ios::binary);
-    return parseDriveList(
-        std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()));
+    const std::string file = drivesFile();
+    return parseDriveList(file.empty() ? file : readDrivesFile(file));
 }
 
-std::optional<std::wstring> wide(const std::optional<std::string>& text) {
-    return text ? std::optional(toWide(*text)) : std::nullopt;
+Text wide(const std::optional<std::string>& text) {
+    return text ? Text(toWide(*text)) : std::nullopt;
+}
+
+std::vector<Batch> batchesOf(const DriveList& list) {
+    std::vector<Batch> batches;
+    for (const DriveBatch& batch : list.batches) {
+        batches.push_back({.connections = {}, .error = batch.error});
+        for (const DriveConnection& connection : batch.connections) {
+            batches.back().connections.push_back({wide(connection.localName),
+                                                  wide(connection.remoteName),
+                                                  wide(connection.provider)});
+        }
+    }
+    return batches;
 }
 
 /// A caller's buffer: entries at its beginning, their texts at its end.
 class ResourceBuffer {
 public:
-    ResourceBuffer(void* data, size_t size)
+    ResourceBuffer(void* data, size_t size) noexcept
         : mData(static_cast<char*>(data)), mEnd(size - size % sizeof(wchar_t)) {}
 
-    size_t count() const { return mCount; }
+    size_t count() const noexcept { return mCount; }
 
-    static size_t neededFor(const DriveConnection& connection) {
-        return sizeof(NETRESOURCEW) + textSize(wide(connection.localName)) +
-               textSize(wide(connection.remoteName)) + textSize(wide(connection.provider));
+    static size_t neededFor(const Connection& connection) noexcept {
+        return sizeof(NETRESOURCEW) + textSize(connection.localName) +
+               textSize(connection.remoteName) + textSize(connection.provider);
     }
 
     /// Returns false and adds nothing if the connection doesn't fit.
-    bool add(const DriveConnection& connection) {
+    bool add(const Connection& connection) noexcept {
         if (mCount * sizeof(NETRESOURCEW) + neededFor(connection) > mEnd) {
             return false;
         }
@@ -64,18 +97,18 @@ public:
         entry.dwType = RESOURCETYPE_DISK;
         entry.dwDisplayType = RESOURCEDISPLAYTYPE_SHARE;
         entry.dwUsage = RESOURCEUSAGE_CONNECTABLE;
-        entry.lpLocalName = addText(wide(connection.localName));
-        entry.lpRemoteName = addText(wide(connection.remoteName));
-        entry.lpProvider = addText(wide(connection.provider));
+        entry.lpLocalName = addText(connection.localName);
+        entry.lpRemoteName = addText(connection.remoteName);
+        entry.lpProvider = addText(connection.provider);
         return true;
     }
 
 private:
-    static size_t textSize(const std::optional<std::wstring>& text) {
+    static size_t textSize(const Text& text) noexcept {
         return text ? (text->size() + 1) * sizeof(wchar_t) : 0;
     }
 
-    wchar_t* addText(const std::optional<std::wstring>& text) {
+    wchar_t* addText(const Text& text) noexcept {
         if (!text) {
             return nullptr;
         }
@@ -88,21 +121,15 @@ private:
     size_t mCount = 0;
 };
 
-/// What an enumeration handle points to.
-struct Enumeration {
-    DriveList list;
-    size_t batch = 0;
-    size_t connection = 0;
-};
-
 /// Returns as much of the next batch as fits.
-DWORD answerNext(Enumeration& enumeration, size_t limit, ResourceBuffer& buffer, DWORD& size) {
-    if (enumeration.batch == enumeration.list.batches.size()) {
+DWORD answerNext(Enumeration& enumeration, size_t limit, ResourceBuffer& buffer,
+                 DWORD& size) noexcept {
+    if (enumeration.batch == enumeration.batches.size()) {
         return WN_NO_MORE_ENTRIES;
     }
-    const DriveBatch& batch = enumeration.list.batches[enumeration.batch];
+    const Batch& batch = enumeration.batches[enumeration.batch];
     for (; enumeration.connection < batch.connections.size(); ++enumeration.connection) {
-        const DriveConnection& next = batch.connections[enumeration.connection];
+        const Connection& next = batch.connections[enumeration.connection];
         if (buffer.count() == limit) {
             return WN_SUCCESS;
         }
@@ -119,11 +146,19 @@ DWORD answerNext(Enumeration& enumeration, size_t limit, ResourceBuffer& buffer,
     return batch.error;
 }
 
+/// Without this line, a mistake would look like a system without drives. The list and its name
+/// could have anything, so ccdrives prints them.
+DWORD report(const char* problem, DWORD error) noexcept {
+    std::fprintf(stderr, "ccdrives_provider: the list of drives can't be %s; see ccdrives list\n",
+                 problem);
+    return error;
+}
+
 }  // namespace
 
 extern "C" {
 
-DWORD WINAPI NPGetCaps(DWORD index) {
+DWORD WINAPI NPGetCaps(DWORD index) noexcept {
     switch (index) {
         case WNNC_SPEC_VERSION:
             return WNNC_SPEC_VERSION51;
@@ -138,26 +173,30 @@ DWORD WINAPI NPGetCaps(DWORD index) {
     }
 }
 
-DWORD WINAPI NPOpenEnum(DWORD scope, DWORD, DWORD, LPNETRESOURCEW, LPHANDLE handle) try {
+DWORD WINAPI NPOpenEnum(DWORD scope, DWORD type, DWORD, LPNETRESOURCEW, LPHANDLE handle) try {
     if (scope != RESOURCE_CONNECTED) {
         return WN_NOT_SUPPORTED;
     }
     auto enumeration = std::make_unique<Enumeration>();
-    enumeration->list = readDrives();
-    if (enumeration->list.openError == WN_SUCCESS) {
-        *handle = enumeration.release();
-        return WN_SUCCESS;
+    // Who asks for printers alone finds none.
+    if (type == RESOURCETYPE_ANY || (type & RESOURCETYPE_DISK) != 0) {
+        const DriveList list = readDrives();
+        if (list.openError != WN_SUCCESS) {
+            return list.openError;
+        }
+        enumeration->batches = batchesOf(list);
     }
-    return enumeration->list.openError;
-} catch (const std::exception&) {
-    // Without this, a mistake in the list would look like a system without drives. The line could
-    // have anything, so ccdrives prints it.
-    std::fputs("ccdrives_provider: the list of drives can't be understood; see ccdrives list\n",
-               stderr);
-    return ERROR_INVALID_DATA;
+    *handle = enumeration.release();
+    return WN_SUCCESS;
+} catch (const DriveListError&) {
+    return report("understood", ERROR_INVALID_DATA);
+} catch (const std::runtime_error&) {
+    return report("read", ERROR_OPEN_FAILED);
+} catch (...) {
+    return WN_OUT_OF_MEMORY;
 }
 
-DWORD WINAPI NPEnumResource(HANDLE handle, LPDWORD count, LPVOID data, LPDWORD size) {
+DWORD WINAPI NPEnumResource(HANDLE handle, LPDWORD count, LPVOID data, LPDWORD size) noexcept {
     ResourceBuffer buffer(data, *size);
     // A count of -1 asks for as many as fit.
     const DWORD answer =
@@ -166,7 +205,7 @@ DWORD WINAPI NPEnumResource(HANDLE handle, LPDWORD count, LPVOID data, LPDWORD s
     return answer;
 }
 
-DWORD WINAPI NPCloseEnum(HANDLE handle) {
+DWORD WINAPI NPCloseEnum(HANDLE handle) noexcept {
     delete static_cast<Enumeration*>(handle);
     return WN_SUCCESS;
 }

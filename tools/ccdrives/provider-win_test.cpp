@@ -1,8 +1,10 @@
 #include <array>
+#include <cstdlib>
 #include <optional>
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 #include <wnnc.h>
 
@@ -11,6 +13,7 @@
 #include <windows.h>
 #include <winnetwk.h>
 
+#include "testing/calls/replacedcall-win.h"
 #include "testing/processes/childprocess-win.h"
 #include "testing/providers/registeredprovider-win.h"
 #include "testing/scopes/environmentscope.h"
@@ -198,6 +201,63 @@ TEST_F(ProviderTest, NothingButConnectionsCanBeEnumerated) {
               static_cast<DWORD>(WN_NOT_SUPPORTED));
 }
 
+TEST_F(ProviderTest, DrivesAreDisksAndNoPrinters) {
+    const DrivesFile drives("a:|x\n");
+    for (const auto& [type, answer] :
+         {std::pair(RESOURCETYPE_ANY, WN_SUCCESS), std::pair(RESOURCETYPE_DISK, WN_SUCCESS),
+          std::pair(RESOURCETYPE_DISK | RESOURCETYPE_PRINT, WN_SUCCESS),
+          std::pair(RESOURCETYPE_PRINT, WN_NO_MORE_ENTRIES)}) {
+        HANDLE handle = nullptr;
+        ASSERT_EQ(openEnum(RESOURCE_CONNECTED, static_cast<DWORD>(type), /*dwUsage=*/0,
+                           /*lpNetResource=*/nullptr, &handle),
+                  0U);
+        DWORD count = 1;
+        DWORD size = sizeof mBuffer;
+        EXPECT_EQ(enumResource(handle, &count, mBuffer.data(), &size), static_cast<DWORD>(answer))
+            << type;
+        EXPECT_EQ(closeEnum(handle), 0U);
+    }
+}
+
+TEST_F(ProviderTest, AnEntryTakesWhatTheListReckons) {
+    const DrivesFile drives("M:|" + std::string(483, 'a') + "|\nM:|" + std::string(484, 'a') +
+                            "|\n");
+    ASSERT_EQ(open(), 0U);
+    EXPECT_EQ(next(/*size=*/1024), 0U);
+    EXPECT_EQ(mCount, 1U);
+    EXPECT_EQ(next(/*size=*/1024), static_cast<DWORD>(WN_MORE_DATA));
+    EXPECT_EQ(mSize, 1026U);
+}
+
+TEST_F(ProviderTest, WithoutMemoryOpeningFailsAndNothingIsThrown) {
+    testing::internal::CaptureStderr();
+    {
+        // The first exception of a library in a thread needs memory.
+        const DrivesFile mistake("a:\n");
+        EXPECT_EQ(open(), static_cast<DWORD>(ERROR_INVALID_DATA));
+    }
+    EXPECT_NE(testing::internal::GetCapturedStderr(), "");
+    const DrivesFile drives("a:|x\n");
+    static void* (*original)(size_t);
+    static int before;  // how many blocks there are before the one that is lacking
+    before = -1;
+    const ReplacedCall<void*(size_t)> memory(
+        "malloc", [](size_t size) { return before-- == 0 ? nullptr : original(size); },
+        GetModuleHandleW(L"ccdrives_provider.dll"));
+    original = memory.original();
+    DWORD opened = WN_OUT_OF_MEMORY;
+    int failures = -1;
+    testing::internal::CaptureStderr();
+    for (; opened == WN_OUT_OF_MEMORY; ++failures) {
+        before = failures + 1;
+        opened = open();
+        before = -1;
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(opened, 0U);
+    EXPECT_GT(failures, 0);
+}
+
 TEST_F(ProviderTest, WithoutTheVariableTheListOfTheUserCounts) {
     const TempFolder folder;
     create_directory(folder.path() / "nbclearcase");
@@ -231,6 +291,19 @@ TEST_F(ProviderTest, AMistakeInTheFileIsReportedAndMakesOpeningFail) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "ccdrives_provider: the list of drives can't be understood; see ccdrives list\n");
     EXPECT_EQ(opened, static_cast<DWORD>(ERROR_INVALID_DATA));
+}
+
+TEST_F(ProviderTest, AListThatCannotBeReadIsReportedAndMakesOpeningFail) {
+    const TempFolder folder;
+    const std::string file = folder.write("a.txt", "a:|x\n");
+    for (const std::string& list : {folder.utf8(), '"' + file + '"'}) {
+        const EnvironmentScope variable("NBCLEARCASE_DRIVES", list);
+        testing::internal::CaptureStderr();
+        const DWORD opened = open();
+        EXPECT_EQ(testing::internal::GetCapturedStderr(),
+                  "ccdrives_provider: the list of drives can't be read; see ccdrives list\n");
+        EXPECT_EQ(opened, static_cast<DWORD>(ERROR_OPEN_FAILED));
+    }
 }
 
 /// Tests what a process finds when it asks the system.

@@ -35,11 +35,43 @@ bool isInOrder(const ProviderEntries& entries) {
     return std::any_of(services.begin(), services.end(), isOurs);
 }
 
+/// Whether the service describes a provider of another name. `install` enters the name first, and
+/// `remove` takes it out last.
+bool isOfAnotherProvider(const ProviderEntries& entries) {
+    return entries.name ? entries.name != viewProvider : entries.library.has_value();
+}
+
+/// Returns what shows that another program has the service; empty if nothing does.
+std::string signOfAnother(const ProviderEntries& entries) {
+    if (isOfAnotherProvider(entries)) {
+        return entries.name ? "its provider is '" + *entries.name + "'" : "it has 'ProviderPath'";
+    }
+    const std::vector<std::string>& others =
+        entries.othersInService.empty() ? entries.othersInProvider : entries.othersInService;
+    return others.empty() ? "" : "it has '" + others.front() + "'";
+}
+
+void checkIsOurs(const ProviderEntries& entries) {
+    const std::string sign = signOfAnother(entries);
+    if (!sign.empty()) {
+        throw RivalError(std::string("the service ") + serviceName + " is another program's: " +
+                         sign + "; remove that program first, or what is left of it");
+    }
+}
+
 /// Adds the change that sets a text, unless it is set.
 void addText(RegistryChanges& changes, const char* key, const char* value, const std::string& text,
              const std::optional<std::string>& before) {
     if (before != text) {
         changes.push_back({Kind::set, key, value, text, before});
+    }
+}
+
+/// Adds the change that removes a value, if it is there.
+void addRemoval(RegistryChanges& changes, const char* key, const char* value,
+                const std::optional<std::string>& before) {
+    if (before) {
+        changes.push_back({Kind::removeValue, key, value, {}, before});
     }
 }
 
@@ -64,14 +96,26 @@ void addOrderWithoutUs(RegistryChanges& changes, const ProviderEntries& entries)
         }
         return;
     }
-    if (entries.order) {
-        changes.push_back({Kind::removeValue, orderKey, orderValue, {}, entries.order});
-    }
+    addRemoval(changes, orderKey, orderValue, entries.order);
     if (created != orderValue && entries.hasOrderKey) {
         changes.push_back({Kind::removeKey, orderKey, {}, {}, {}});
     }
     if (created == orderParentKey && entries.hasOrderParentKey) {
         changes.push_back({Kind::removeKey, orderParentKey, {}, {}, {}});
+    }
+}
+
+/// Adds the changes that take our service out.
+void addRemovalOfService(RegistryChanges& changes, const ProviderEntries& entries) {
+    addRemoval(changes, providerKey, "ProviderPath", entries.library);
+    addRemoval(changes, providerKey, "Name", entries.name);
+    const bool isProviderEmptied = entries.othersInProvider.empty();
+    if (entries.hasProvider && isProviderEmptied) {
+        changes.push_back({Kind::removeKey, providerKey, {}, {}, {}});
+    }
+    addRemoval(changes, serviceKey, createdValue, entries.created);
+    if (entries.hasService && isProviderEmptied && entries.othersInService.empty()) {
+        changes.push_back({Kind::removeKey, serviceKey, {}, {}, {}});
     }
 }
 
@@ -97,6 +141,7 @@ RegistryChanges changesToInstall(const ProviderEntries& entries, const std::stri
         throw RivalError("the network provider '" + entries.rivals.front() + "' is " +
                          viewProvider + " already; remove it first, or use the drives that it has");
     }
+    checkIsOurs(entries);
     RegistryChanges changes;
     const std::string missing = missingForOrder(entries);
     if (!missing.empty() && !entries.created) {
@@ -111,9 +156,9 @@ RegistryChanges changesToInstall(const ProviderEntries& entries, const std::stri
 
 RegistryChanges changesToRemove(const ProviderEntries& entries) {
     RegistryChanges changes;
-    addOrderWithoutUs(changes, entries);
-    if (entries.hasService) {
-        changes.push_back({Kind::removeTree, serviceKey, {}, {}, {}});
+    if (!isOfAnotherProvider(entries)) {
+        addOrderWithoutUs(changes, entries);
+        addRemovalOfService(changes, entries);
     }
     return changes;
 }
@@ -133,10 +178,8 @@ std::string lineOf(const RegistryChange& change) {
         case Kind::removeValue:
             return "remove " + change.key + ", " + change.value +
                    " (was: " + change.before.value_or("") + ")";
-        case Kind::removeKey:
-            return "remove " + change.key + " if nothing is in it";
         default:
-            return "remove " + change.key + " and all that is in it";
+            return "remove " + change.key + " if nothing is in it";
     }
 }
 

@@ -31,9 +31,15 @@ struct ProviderEntries {
     std::vector<std::string> rivals = {};
     /// Of our service.
     bool hasService = false;
+    bool hasProvider = false;
     std::optional<std::string> name = {};
     std::optional<std::string> library = {};
     std::optional<std::string> created = {};
+    /// The file that `library` means: with the variables in their places if the value has some.
+    std::string libraryFile = {};
+    /// The values and keys in our two keys that `install` doesn't enter: another program's.
+    std::vector<std::string> othersInService = {};
+    std::vector<std::string> othersInProvider = {};
 };
 
 struct RegistryChange {
@@ -41,7 +47,6 @@ struct RegistryChange {
         set,          ///< sets a text, and creates the missing keys on the way
         removeValue,  ///< removes a value, if it is there
         removeKey,    ///< removes a key, if there is nothing in it
-        removeTree,   ///< removes a key with all that is in it
     };
     Kind kind = Kind::set;
     std::string key = {};
@@ -53,7 +58,8 @@ struct RegistryChange {
 };
 using RegistryChanges = std::vector<RegistryChange>;
 
-/// Another provider has the name of ours. The message is one line that says what to do.
+/// Another provider has the name of ours, or another program's service the name of our service. The
+/// message is one line that says what to do.
 class RivalError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
@@ -70,7 +76,8 @@ class RivalError : public std::runtime_error {
                                                const std::string& library);
 
 /// Returns what takes our provider out, and undoes everything that entering it has changed, in any
-/// state between the two: nothing if there is nothing of it.
+/// state between the two: nothing if there is nothing of it. What another program has entered into
+/// our keys stays, and so does a service of our name whose provider has another name.
 [[nodiscard]] RegistryChanges changesToRemove(const ProviderEntries& entries);
 
 /// Returns what is missing for the system to find our provider, as one line for the user; empty if

@@ -26,16 +26,22 @@ ProviderEntries after(ProviderEntries entries, const RegistryChanges& changes) {
         } else if (change.key == orderParentKey) {
             EXPECT_EQ(change.kind, Kind::removeKey);
             entries.hasOrderParentKey = false;
-        } else if (change.kind == Kind::removeTree) {
+        } else if (change.kind == Kind::removeKey && change.key == providerKey) {
+            EXPECT_FALSE(entries.name || entries.library) << "the key isn't empty";
+            entries.hasProvider = false;
+        } else if (change.kind == Kind::removeKey) {
             EXPECT_EQ(change.key, serviceKey);
+            EXPECT_FALSE(entries.hasProvider || entries.created) << "the key isn't empty";
             entries.hasService = false;
-            entries.name = entries.library = entries.created = std::nullopt;
         } else {
-            EXPECT_EQ(change.kind, Kind::set);
+            std::optional<std::string>& value = change.value == "Name"           ? entries.name
+                                                : change.value == "ProviderPath" ? entries.library
+                                                                                 : entries.created;
+            EXPECT_EQ(change.key, change.value == createdValue ? serviceKey : providerKey);
+            EXPECT_EQ(change.before, value);
+            value = text;
+            entries.hasProvider = entries.hasProvider || change.key == providerKey;
             entries.hasService = true;
-            (change.value == "Name"           ? entries.name
-             : change.value == "ProviderPath" ? entries.library
-                                              : entries.created) = text;
         }
     }
     return entries;
@@ -46,6 +52,7 @@ void expectSame(const ProviderEntries& a, const ProviderEntries& b) {
     EXPECT_EQ(a.hasOrderKey, b.hasOrderKey);
     EXPECT_EQ(a.order, b.order);
     EXPECT_EQ(a.hasService, b.hasService);
+    EXPECT_EQ(a.hasProvider, b.hasProvider);
     EXPECT_EQ(a.name, b.name);
     EXPECT_EQ(a.library, b.library);
     EXPECT_EQ(a.created, b.created);
@@ -67,6 +74,14 @@ TEST(ProviderOrderTest, OurServiceIsTakenOutAndTheOthersStay) {
     EXPECT_EQ(withoutOurService("a,,b, c ,,NbclearcaseDrives"), "a,,b, c ,");
 }
 
+TEST(ProviderOrderTest, BlanksInTheOrderArePartsOfTheNames) {
+    EXPECT_EQ(withOurService("RDPNP, NbclearcaseDrives"),
+              "RDPNP, NbclearcaseDrives,NbclearcaseDrives");
+    EXPECT_EQ(withoutOurService(" RDPNP ,NbclearcaseDrives,NbclearcaseDrives , b"),
+              " RDPNP ,NbclearcaseDrives , b");
+    EXPECT_EQ(withoutOurService(" "), " ");
+}
+
 TEST(ChangesToInstallTest, TheServiceIsDescribedBeforeTheOrderNamesIt) {
     const RegistryChanges changes = changesToInstall(otherProviders(), "C:\\a.dll");
     EXPECT_EQ(changes, (RegistryChanges{
@@ -80,11 +95,11 @@ TEST(ChangesToInstallTest, TheServiceIsDescribedBeforeTheOrderNamesIt) {
 }
 
 TEST(ChangesToInstallTest, InstalledAgainNothingChanges) {
-    const ProviderEntries installed =
+    const ProviderEntries entered =
         after(otherProviders(), changesToInstall(otherProviders(), "C:\\a.dll"));
-    EXPECT_EQ(changesToInstall(installed, "C:\\a.dll"), RegistryChanges());
+    EXPECT_EQ(changesToInstall(entered, "C:\\a.dll"), RegistryChanges());
     EXPECT_EQ(
-        changesToInstall(installed, "C:\\b.dll"),
+        changesToInstall(entered, "C:\\b.dll"),
         (RegistryChanges{{Kind::set, providerKey, "ProviderPath", "C:\\b.dll", "C:\\a.dll"}}));
 }
 
@@ -101,6 +116,42 @@ TEST(ChangesToInstallTest, AnotherProviderOfTheNameIsRefused) {
     }
 }
 
+/// Returns why `install` is refused, or "(nothing)".
+std::string refusal(const ProviderEntries& entries) {
+    try {
+        static_cast<void>(changesToInstall(entries, "C:\\a.dll"));
+    } catch (const RivalError& error) {
+        return error.what();
+    }
+    return "(nothing)";
+}
+
+/// Returns a machine where our provider is entered.
+ProviderEntries installed() {
+    return after(otherProviders(), changesToInstall(otherProviders(), "C:\\a.dll"));
+}
+
+TEST(ChangesToInstallTest, AServiceOfAnotherProgramIsRefused) {
+    const std::string beginning = "the service NbclearcaseDrives is another program's: ";
+    const std::string end = "; remove that program first, or what is left of it";
+    ProviderEntries entries = otherProviders();
+    entries.hasService = true;
+    EXPECT_EQ(refusal(entries), "(nothing)") << "an empty key";
+    entries.hasProvider = true;
+    EXPECT_EQ(refusal(entries), "(nothing)") << "empty keys";
+    entries.library = "C:\\other.dll";
+    EXPECT_EQ(refusal(entries), beginning + "it has 'ProviderPath'" + end);
+    entries.name = "Other";
+    EXPECT_EQ(refusal(entries), beginning + "its provider is 'Other'" + end);
+    for (const ProviderEntries& ours : {otherProviders(), installed()}) {
+        entries = ours;
+        entries.othersInProvider = {"DeviceName"};
+        EXPECT_EQ(refusal(entries), beginning + "it has 'DeviceName'" + end);
+        entries.othersInService = {"ImagePath", "Parameters"};
+        EXPECT_EQ(refusal(entries), beginning + "it has 'ImagePath'" + end);
+    }
+}
+
 /// The states of a machine without our provider.
 const ProviderEntries statesBefore[] = {
     {},
@@ -113,12 +164,57 @@ const ProviderEntries statesBefore[] = {
 
 TEST(ChangesToRemoveTest, WhatWasInstalledIsUndoneExactly) {
     for (const ProviderEntries& before : statesBefore) {
-        const ProviderEntries installed = after(before, changesToInstall(before, "C:\\a.dll"));
-        EXPECT_EQ(missingOf(installed), "");
-        EXPECT_EQ(changesToInstall(installed, "C:\\a.dll"), RegistryChanges());
-        expectSame(after(installed, changesToRemove(installed)), before);
+        const ProviderEntries entered = after(before, changesToInstall(before, "C:\\a.dll"));
+        EXPECT_EQ(missingOf(entered), "");
+        EXPECT_EQ(changesToInstall(entered, "C:\\a.dll"), RegistryChanges());
+        expectSame(after(entered, changesToRemove(entered)), before);
         EXPECT_EQ(changesToRemove(before), RegistryChanges());
     }
+}
+
+TEST(ChangesToRemoveTest, ValuesAreTakenOutBeforeTheirKeys) {
+    const ProviderEntries before{};
+    const ProviderEntries entries = after(before, changesToInstall(before, "C:\\a.dll"));
+    EXPECT_EQ(changesToRemove(entries),
+              (RegistryChanges{
+                  {Kind::removeValue, "Control\\NetworkProvider\\Order", "ProviderOrder", "",
+                   "NbclearcaseDrives"},
+                  {Kind::removeKey, "Control\\NetworkProvider\\Order"},
+                  {Kind::removeKey, "Control\\NetworkProvider"},
+                  {Kind::removeValue, "Services\\NbclearcaseDrives\\NetworkProvider",
+                   "ProviderPath", "", "C:\\a.dll"},
+                  {Kind::removeValue, "Services\\NbclearcaseDrives\\NetworkProvider", "Name", "",
+                   "ClearCase Dynamic Views"},
+                  {Kind::removeKey, "Services\\NbclearcaseDrives\\NetworkProvider"},
+                  {Kind::removeValue, "Services\\NbclearcaseDrives", "OrderCreated", "",
+                   "Control\\NetworkProvider"},
+                  {Kind::removeKey, "Services\\NbclearcaseDrives"},
+              }));
+}
+
+TEST(ChangesToRemoveTest, AServiceOfAnotherProviderStaysAsItIs) {
+    ProviderEntries entries = installed();
+    entries.name = "Other";
+    EXPECT_EQ(changesToRemove(entries), RegistryChanges());
+    entries.name = std::nullopt;
+    EXPECT_EQ(changesToRemove(entries), RegistryChanges());
+}
+
+TEST(ChangesToRemoveTest, WhatOthersHaveEnteredStaysWithItsKeys) {
+    ProviderEntries entries = installed();
+    entries.othersInProvider = {"DeviceName"};
+    ProviderEntries removed = after(entries, changesToRemove(entries));
+    EXPECT_TRUE(removed.hasService && removed.hasProvider);
+    EXPECT_EQ(removed.order, otherProviders().order);
+    EXPECT_FALSE(removed.name || removed.library || removed.created);
+    EXPECT_EQ(changesToRemove(removed), RegistryChanges());
+
+    entries = installed();
+    entries.othersInService = {"ImagePath"};
+    removed = after(entries, changesToRemove(entries));
+    EXPECT_TRUE(removed.hasService);
+    EXPECT_FALSE(removed.hasProvider);
+    EXPECT_EQ(changesToRemove(removed), RegistryChanges());
 }
 
 TEST(ChangesToRemoveTest, WhatIsHalfInstalledIsUndoneToo) {
@@ -137,11 +233,11 @@ TEST(ChangesToRemoveTest, WhatIsHalfInstalledIsUndoneToo) {
 
 TEST(ChangesToRemoveTest, WhatIsHalfRemovedCanBeRemovedAndInstalled) {
     for (const ProviderEntries& before : statesBefore) {
-        const ProviderEntries installed = after(before, changesToInstall(before, "C:\\a.dll"));
-        const RegistryChanges changes = changesToRemove(installed);
+        const ProviderEntries entered = after(before, changesToInstall(before, "C:\\a.dll"));
+        const RegistryChanges changes = changesToRemove(entered);
         for (size_t made = 0; made <= changes.size(); ++made) {
             const ProviderEntries half = after(
-                installed, {changes.begin(), changes.begin() + static_cast<std::ptrdiff_t>(made)});
+                entered, {changes.begin(), changes.begin() + static_cast<std::ptrdiff_t>(made)});
             expectSame(after(half, changesToRemove(half)), before);
             const ProviderEntries whole = after(half, changesToInstall(half, "C:\\a.dll"));
             expectSame(after(whole, changesToRemove(whole)), before);
@@ -181,8 +277,6 @@ TEST(LineOfTest, EachKindOfChangeHasALine) {
     EXPECT_EQ(lineOf({Kind::set, "K", "V", "new", "old"}), "set K, V: new (was: old)");
     EXPECT_EQ(lineOf({Kind::removeValue, "K", "V", "", "old"}), "remove K, V (was: old)");
     EXPECT_EQ(lineOf({Kind::removeKey, "K", "", "", std::nullopt}), "remove K if nothing is in it");
-    EXPECT_EQ(lineOf({Kind::removeTree, "K", "", "", std::nullopt}),
-              "remove K and all that is in it");
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 #include "tools/ccdrives/providersetup-win.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -8,12 +10,15 @@
 #include <utility>
 #include <vector>
 
+#include <boost/algorithm/string/predicate.hpp>
+
 #include <windows.h>
 
 #include "tools/ccdrives/drivelist.h"
 #include "util/platform/errortext-win.h"
 #include "util/platform/unicodetext-win.h"
 #include "util/stringutilities.h"
+#include "util/windows/libraryfunction-win.h"
 
 namespace ccdrives {
 namespace {
@@ -81,9 +86,76 @@ std::optional<std::string> textOf(const std::string& path, const std::string& va
 
 bool exists(const std::string& path) { return openKey(path, KEY_READ) != nullptr; }
 
+/// Returns the text with the variables of the environment in their places.
+std::string expanded(const std::string& text) {
+    const std::wstring wide = toWide(text);
+    std::wstring result(ExpandEnvironmentStringsW(wide.c_str(), /*lpDst=*/nullptr, /*nSize=*/0),
+                        L'\0');
+    result.resize(
+        ExpandEnvironmentStringsW(wide.c_str(), result.data(), static_cast<DWORD>(result.size())));
+    trimNulls(result);
+    return toUtf8(result);
+}
+
+/// Calls `next(index, name, size)` for 0, 1 and so on, which writes a name, until there is no more.
+template <class Next>
+std::vector<std::string> namesBy(const char* call, Next next) {
+    constexpr DWORD longestName = 16384;  // of a value, with the null character
+    std::vector<std::string> names;
+    std::wstring name(longestName, L'\0');
+    for (DWORD index = 0;; ++index) {
+        DWORD size = longestName;
+        const LSTATUS status = next(index, name.data(), &size);
+        if (status == ERROR_NO_MORE_ITEMS) {
+            return names;
+        }
+        check(status, call);
+        names.push_back(toUtf8(name.substr(0, size)));
+    }
+}
+
+/// Returns the names of the values and then of the keys in a key, apart from those in `ours`. The
+/// value without a name is "(Default)", as the registry editor calls it.
+std::vector<std::string> othersIn(const std::string& path, const std::vector<std::string>& ours) {
+    const Key key = openKey(path, KEY_READ);
+    if (key == nullptr) {
+        return {};
+    }
+    std::vector<std::string> names =
+        namesBy("RegEnumValue", [&](DWORD index, wchar_t* name, DWORD* size) {
+            return RegEnumValueW(key.get(), index, name, size, /*lpReserved=*/nullptr,
+                                 /*lpType=*/nullptr, /*lpData=*/nullptr, /*lpcbData=*/nullptr);
+        });
+    std::replace(names.begin(), names.end(), std::string(), std::string("(Default)"));
+    const std::vector<std::string> keys =
+        namesBy("RegEnumKeyEx", [&](DWORD index, wchar_t* name, DWORD* size) {
+            return RegEnumKeyExW(key.get(), index, name, size, /*lpReserved=*/nullptr,
+                                 /*lpClass=*/nullptr, /*lpcchClass=*/nullptr,
+                                 /*lpftLastWriteTime=*/nullptr);
+        });
+    names.insert(names.end(), keys.begin(), keys.end());
+    std::erase_if(names, [&](const std::string& name) {
+        return std::any_of(ours.begin(), ours.end(), [&](const std::string& known) {
+            return boost::algorithm::iequals(name, known);
+        });
+    });
+    return names;
+}
+
+/// Returns the value that is to be changed. Throws if it isn't any more what the change was made
+/// for: what another program has entered meanwhile would be lost.
+std::optional<Text> readUnchanged(const RegistryChange& change) {
+    std::optional<Text> now = readText(change.key, change.value);
+    if ((now ? std::optional(now->text) : std::nullopt) != change.before) {
+        throw std::runtime_error("another program has changed " + change.key + ", " + change.value +
+                                 " meanwhile");
+    }
+    return now;
+}
+
 /// Creates the missing keys on the way.
 void setText(const RegistryChange& change) {
-    const std::optional<Text> before = readText(change.key, change.value);
+    const std::optional<Text> before = readUnchanged(change);
     HKEY key = nullptr;
     check(RegCreateKeyExW(HKEY_LOCAL_MACHINE, pathOf(change.key).c_str(), /*Reserved=*/0,
                           /*lpClass=*/nullptr, REG_OPTION_NON_VOLATILE, KEY_WRITE,
@@ -128,17 +200,27 @@ void applyOne(const RegistryChange& change) {
             setText(change);
             break;
         case RegistryChange::Kind::removeValue:
+            if (readText(change.key, change.value)) {
+                static_cast<void>(readUnchanged(change));
+            }
             checkRemoved(
                 RegDeleteKeyValueW(HKEY_LOCAL_MACHINE, path.c_str(), toWide(change.value).c_str()),
                 "RegDeleteKeyValue");
             break;
-        case RegistryChange::Kind::removeKey:
+        default:
             if (isEmpty(change.key)) {
                 checkRemoved(RegDeleteKeyW(HKEY_LOCAL_MACHINE, path.c_str()), "RegDeleteKey");
             }
-            break;
-        default:
-            checkRemoved(RegDeleteTreeW(HKEY_LOCAL_MACHINE, path.c_str()), "RegDeleteTree");
+    }
+}
+
+/// Whether a service has the name of our provider. What is no text, or can't be read, is no such
+/// name: a mistake in another provider's entry doesn't concern us.
+bool isRival(const std::string& service) {
+    try {
+        return textOf("Services\\" + service + "\\NetworkProvider", "Name") == viewProvider;
+    } catch (const std::runtime_error&) {
+        return false;
     }
 }
 
@@ -147,24 +229,50 @@ std::vector<std::string> rivalsIn(const std::string& order) {
     const std::string others = withoutOurService(order);
     std::vector<std::string> services;
     split(others, services, ",");
-    std::erase_if(services, [](const std::string& service) {
-        return textOf("Services\\" + service + "\\NetworkProvider", "Name") != viewProvider;
-    });
+    std::erase_if(services, std::not_fn(isRival));
     return services;
+}
+
+ProviderEntries readEntries() {
+    ProviderEntries entries{
+        .hasOrderParentKey = exists(orderParentKey),
+        .hasOrderKey = exists(orderKey),
+        .order = textOf(orderKey, orderValue),
+        .hasService = exists(serviceKey),
+        .hasProvider = exists(providerKey),
+        .name = textOf(providerKey, "Name"),
+        .created = textOf(serviceKey, createdValue),
+        .othersInService = othersIn(serviceKey, {createdValue, "NetworkProvider"}),
+        .othersInProvider = othersIn(providerKey, {"Name", "ProviderPath"})};
+    if (const std::optional<Text> library = readText(providerKey, "ProviderPath")) {
+        entries.library = library->text;
+        entries.libraryFile =
+            library->type == REG_EXPAND_SZ ? expanded(library->text) : library->text;
+    }
+    entries.rivals = rivalsIn(entries.order.value_or(""));
+    return entries;
 }
 
 }  // namespace
 
 ProviderEntries readProviderEntries() {
-    ProviderEntries entries{.hasOrderParentKey = exists(orderParentKey),
-                            .hasOrderKey = exists(orderKey),
-                            .order = textOf(orderKey, orderValue),
-                            .hasService = exists(serviceKey),
-                            .name = textOf(providerKey, "Name"),
-                            .library = textOf(providerKey, "ProviderPath"),
-                            .created = textOf(serviceKey, createdValue)};
-    entries.rivals = rivalsIn(entries.order.value_or(""));
-    return entries;
+    try {
+        return readEntries();
+    } catch (const Win32Exception& error) {
+        throw std::runtime_error(
+            std::string("the entries of the network providers can't be read: ") + error.what() +
+            "; try it as an administrator");
+    }
+}
+
+bool isProvider(const std::string& library) {
+    struct Freer {
+        void operator()(HMODULE module) const { FreeLibrary(module); }
+    };
+    // Nothing of the file runs.
+    const std::unique_ptr<std::remove_pointer_t<HMODULE>, Freer> module(
+        LoadLibraryExW(toWide(library).c_str(), /*hFile=*/nullptr, DONT_RESOLVE_DLL_REFERENCES));
+    return findFunction<DWORD WINAPI(DWORD)>(module.get(), "NPGetCaps") != nullptr;
 }
 
 void requireAdministrator() {

@@ -12,7 +12,12 @@
 
 #include "testing/calls/refusedcall-win.h"
 #include "testing/calls/replacedcall-win.h"
+#include "testing/processes/childprocess-win.h"
 #include "testing/providers/registeredprovider-win.h"
+#include "testing/registrydump-win.h"
+#include "testing/scopes/environmentscope.h"
+#include "testing/scopes/tempfolder.h"
+#include "testing/utf8path.h"
 
 namespace {
 
@@ -23,6 +28,10 @@ using Kind = RegistryChange::Kind;
 /// A key for values of any kind, where nothing else is.
 constexpr const char* testKey = "Services\\NbclearcaseDrivesTest";
 constexpr const wchar_t* testPath = L"SYSTEM\\CurrentControlSet\\Services\\NbclearcaseDrivesTest";
+
+constexpr const wchar_t* servicePath = L"SYSTEM\\CurrentControlSet\\Services\\NbclearcaseDrives";
+
+using Texts = std::vector<std::string>;
 
 bool exists(const std::wstring& path) {
     HKEY key = nullptr;
@@ -119,14 +128,15 @@ TEST_F(ProviderSetupTest, AKeyIsRemovedIfNothingIsInIt) {
     apply({{Kind::removeValue, testKey, "a", "", "b"}, removal});
     EXPECT_TRUE(exists(testPath)) << "it has a key";
     EXPECT_EQ(valueOf(testPath, L"a").first, DWORD{REG_NONE});
-    apply({{Kind::removeTree, std::string(testKey) + "\\Sub", "", "", std::nullopt}, removal});
+    apply({{Kind::removeValue, std::string(testKey) + "\\Sub", "a", "", "b"},
+           {Kind::removeKey, std::string(testKey) + "\\Sub", "", "", std::nullopt},
+           removal});
     EXPECT_FALSE(exists(testPath));
 }
 
 TEST_F(ProviderSetupTest, WhatIsRemovedAlreadyIsNoError) {
     apply({{Kind::removeValue, testKey, "a", "", "b"},
-           {Kind::removeKey, testKey, "", "", std::nullopt},
-           {Kind::removeTree, testKey, "", "", std::nullopt}});
+           {Kind::removeKey, testKey, "", "", std::nullopt}});
     EXPECT_FALSE(exists(testPath));
 }
 
@@ -145,7 +155,96 @@ TEST_F(ProviderSetupTest, AnotherProviderOfTheNameIsARival) {
     apply({{Kind::set, orderKey, orderValue, orderOf("NbclearcaseDrivesTest,NoSuchService"),
             installed.order}});
     EXPECT_EQ(readProviderEntries().rivals, std::vector<std::string>{"NbclearcaseDrivesTest"});
-    apply({{Kind::set, orderKey, orderValue, *installed.order, std::nullopt}});
+    ASSERT_EQ(setValue(testPath + std::wstring(L"\\NetworkProvider"), L"Name", REG_BINARY, L"x"),
+              ERROR_SUCCESS);
+    EXPECT_TRUE(readProviderEntries().rivals.empty()) << "a name that is no text";
+    apply({{Kind::set, orderKey, orderValue, *installed.order, readProviderEntries().order}});
+}
+
+TEST_F(ProviderSetupTest, WhatAnotherProgramChangedMeanwhileStays) {
+    const std::string problem =
+        std::string("another program has changed ") + testKey + ", a meanwhile";
+    ASSERT_EQ(setValue(testPath, L"a", REG_SZ, L"theirs"), ERROR_SUCCESS);
+    for (const RegistryChange& change :
+         {RegistryChange{Kind::set, testKey, "a", "ours", "before"},
+          RegistryChange{Kind::set, testKey, "a", "ours", std::nullopt},
+          RegistryChange{Kind::removeValue, testKey, "a", "", "before"}}) {
+        EXPECT_EQ(problemOf([&] { apply({change}); }), problem);
+        EXPECT_EQ(valueOf(testPath, L"a").second, L"theirs");
+    }
+}
+
+TEST_F(ProviderSetupTest, WhatOthersHaveInOurKeysIsFoundAndStays) {
+    apply(changesToInstall(readProviderEntries(), "C:\\a.dll"));
+    EXPECT_TRUE(readProviderEntries().hasProvider);
+    EXPECT_TRUE(readProviderEntries().othersInService.empty());
+    EXPECT_TRUE(readProviderEntries().othersInProvider.empty());
+    const std::wstring service = servicePath;
+    ASSERT_EQ(setValue(service, L"ImagePath", REG_SZ, L"theirs"), ERROR_SUCCESS);
+    ASSERT_EQ(setValue(service + L"\\Parameters", L"", REG_SZ, L"theirs"), ERROR_SUCCESS);
+    ASSERT_EQ(setValue(service + L"\\NetworkProvider", L"", REG_SZ, L"theirs"), ERROR_SUCCESS);
+    const ProviderEntries entries = readProviderEntries();
+    EXPECT_EQ(entries.othersInService, (Texts{"ImagePath", "Parameters"}));
+    EXPECT_EQ(entries.othersInProvider, Texts{"(Default)"});
+    EXPECT_EQ(problemOf([&] { static_cast<void>(changesToInstall(entries, "C:\\a.dll")); }),
+              "the service NbclearcaseDrives is another program's: it has 'ImagePath'; remove that "
+              "program first, or what is left of it");
+    apply(changesToRemove(entries));
+    EXPECT_EQ(valueOf(service, L"ImagePath").second, L"theirs");
+    EXPECT_EQ(valueOf(service + L"\\Parameters", L"").second, L"theirs");
+    EXPECT_EQ(valueOf(service + L"\\NetworkProvider", L"").second, L"theirs");
+    EXPECT_EQ(valueOf(service + L"\\NetworkProvider", L"Name").first, DWORD{REG_NONE});
+    EXPECT_EQ(changesToRemove(readProviderEntries()), RegistryChanges());
+    RegDeleteTreeW(HKEY_LOCAL_MACHINE, servicePath);
+}
+
+TEST_F(ProviderSetupTest, AnotherProgramsServiceOfOurNameStaysAsItIs) {
+    const std::wstring provider = std::wstring(servicePath) + L"\\NetworkProvider";
+    ASSERT_EQ(setValue(provider, L"Name", REG_SZ, L"Theirs"), ERROR_SUCCESS);
+    ASSERT_EQ(setValue(provider, L"ProviderPath", REG_SZ, L"C:\\t.dll"), ERROR_SUCCESS);
+    const std::wstring before = registryDump(servicePath);
+    EXPECT_EQ(changesToRemove(readProviderEntries()), RegistryChanges());
+    EXPECT_EQ(
+        problemOf([] { static_cast<void>(changesToInstall(readProviderEntries(), "C:\\a.dll")); }),
+        "the service NbclearcaseDrives is another program's: its provider is 'Theirs'; "
+        "remove that program first, or what is left of it");
+    EXPECT_EQ(registryDump(servicePath), before);
+    RegDeleteTreeW(HKEY_LOCAL_MACHINE, servicePath);
+}
+
+TEST_F(ProviderSetupTest, OurValuesAreKnownInAnyCase) {
+    const std::wstring provider = std::wstring(servicePath) + L"\\networkprovider";
+    ASSERT_EQ(setValue(provider, L"NAME", REG_SZ, L"ClearCase Dynamic Views"), ERROR_SUCCESS);
+    ASSERT_EQ(setValue(servicePath, L"ordercreated", REG_SZ, L"ProviderOrder"), ERROR_SUCCESS);
+    const ProviderEntries entries = readProviderEntries();
+    EXPECT_TRUE(entries.othersInService.empty());
+    EXPECT_TRUE(entries.othersInProvider.empty());
+    EXPECT_EQ(entries.name, "ClearCase Dynamic Views");
+    RegDeleteTreeW(HKEY_LOCAL_MACHINE, servicePath);
+}
+
+TEST_F(ProviderSetupTest, APathWithVariablesIsExpandedForItsFileAlone) {
+    const EnvironmentScope variable("NBCLEARCASE_TOOLS", "");
+    SetEnvironmentVariableW(L"NBCLEARCASE_TOOLS", L"C:\\gr\u00fcn");
+    const std::wstring provider = std::wstring(servicePath) + L"\\NetworkProvider";
+    const std::wstring path = L"%NBCLEARCASE_TOOLS%\\p.dll";
+    for (const auto& [type, file] :
+         {std::pair(DWORD{REG_EXPAND_SZ}, std::string("C:\\gr\xc3\xbcn\\p.dll")),
+          std::pair(DWORD{REG_SZ}, std::string("%NBCLEARCASE_TOOLS%\\p.dll"))}) {
+        ASSERT_EQ(setValue(provider, L"ProviderPath", type, path), ERROR_SUCCESS);
+        const ProviderEntries entries = readProviderEntries();
+        EXPECT_EQ(entries.library, "%NBCLEARCASE_TOOLS%\\p.dll");
+        EXPECT_EQ(entries.libraryFile, file);
+    }
+    RegDeleteTreeW(HKEY_LOCAL_MACHINE, servicePath);
+}
+
+TEST(IsProviderTest, AProviderExportsWhatWindowsAsksFirst) {
+    const TempFolder folder;
+    EXPECT_TRUE(isProvider(utf8(testProgramFolder() / "ccdrives_provider.dll")));
+    EXPECT_FALSE(isProvider(utf8(testProgramFolder() / "ccdrives.exe")));
+    EXPECT_FALSE(isProvider(folder.write("text.dll", "no library")));
+    EXPECT_FALSE(isProvider(folder.utf8("none.dll")));
 }
 
 TEST_F(ProviderSetupTest, AValueThatIsNoTextIsReported) {
@@ -172,7 +271,17 @@ TEST(RequireAdministratorTest, AnotherFailureIsReportedAsItIs) {
         "RegOpenKeyExW",
         [](HKEY, LPCWSTR, DWORD, REGSAM, PHKEY) -> LSTATUS { return ERROR_BADDB; });
     expectFailedCall("RegOpenKeyEx", ERROR_BADDB, [] { requireAdministrator(); });
-    expectFailedCall("RegOpenKeyEx", ERROR_BADDB, [] { static_cast<void>(readProviderEntries()); });
+}
+
+TEST(ReadProviderEntriesTest, EntriesThatCannotBeReadAreReportedWithAnAdvice) {
+    const ReplacedCall<decltype(RegOpenKeyExW)> refused(
+        "RegOpenKeyExW",
+        [](HKEY, LPCWSTR, DWORD, REGSAM, PHKEY) -> LSTATUS { return ERROR_ACCESS_DENIED; });
+    const std::string problem = problemOf([] { static_cast<void>(readProviderEntries()); });
+    EXPECT_TRUE(
+        problem.starts_with("the entries of the network providers can't be read: RegOpenKeyEx: "))
+        << problem;
+    EXPECT_TRUE(problem.ends_with(" (5); try it as an administrator")) << problem;
 }
 
 TEST(RequireAdministratorTest, AskingForTheRightsChangesNothing) {
