@@ -39,6 +39,7 @@ TEST(GuidePageTest, TheTablesHaveEachMessageThatATestCompares) {
                                             refusalOf(fake, &PortableFake::killConnection),
                                             guidemessages::notMoved,
                                             guidemessages::badDriveList,
+                                            guidemessages::noDriveList,
                                             guidemessages::noSockets,
                                             guidemessages::noLookup,
                                             guidemessages::noJournal,
@@ -73,11 +74,6 @@ TEST(GuidePageTest, APathThatIsNotMovedIsReportedAndComesBackWithBackslashes) {
                                    {"X:\\vob"}, errors),
               "\\\\srv\\sh\\x");
     EXPECT_TRUE(isAsDescribed(errors.str(), guidemessages::notMoved)) << errors.str();
-}
-
-TEST(GuidePageTest, TheProviderOfDrivesHasTheMessageThatIsShown) {
-    const std::string line = '"' + std::string(guidemessages::badDriveList) + "\\n\"";
-    EXPECT_NE(pageText("tools/ccdrives/provider-win.cpp").find(line), std::string::npos) << line;
 }
 
 TEST(GuidePageTest, OnlyWordsOfCapitalLettersAndDotsStandForAnything) {

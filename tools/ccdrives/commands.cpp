@@ -119,7 +119,7 @@ auto withLineErrors(const std::string& file, const Step& step) {
 std::string whyNoProvider(const Machine& machine) {
     try {
         const ProviderEntries entries = machine.readEntries();
-        const std::string missing = missingOf(entries);
+        std::string missing = missingOf(entries);
         if (!missing.empty() || machine.isThere(entries.libraryFile)) {
             return missing;
         }

@@ -126,8 +126,10 @@ TEST(EditDrivesFileTest, EditsAtOnceAreAllInTheList) {
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
     });
+    constexpr int count = 4;
     std::vector<std::thread> writers;
-    for (int i = 0; i < 4; ++i) {
+    writers.reserve(count);
+    for (int i = 0; i < count; ++i) {
         writers.emplace_back([&] {
             for (int k = 0; k < 10; ++k) {
                 editDrivesFile(file, [](const std::string& text) { return text + "x\r\n"; });

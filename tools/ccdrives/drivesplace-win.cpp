@@ -5,7 +5,7 @@
 namespace ccdrives {
 
 std::string drivesFile() {
-    const std::string named = environmentVariable("NBCLEARCASE_DRIVES").value_or("");
+    std::string named = environmentVariable("NBCLEARCASE_DRIVES").value_or("");
     if (!named.empty()) {
         return named;
     }

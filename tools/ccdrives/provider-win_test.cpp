@@ -14,6 +14,7 @@
 #include <winnetwk.h>
 
 #include "testing/calls/replacedcall-win.h"
+#include "testing/guidemessages.h"
 #include "testing/processes/childprocess-win.h"
 #include "testing/providers/registeredprovider-win.h"
 #include "testing/scopes/environmentscope.h"
@@ -289,7 +290,7 @@ TEST_F(ProviderTest, AMistakeInTheFileIsReportedAndMakesOpeningFail) {
     testing::internal::CaptureStderr();
     const DWORD opened = open();
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "ccdrives_provider: the list of drives can't be understood; see ccdrives list\n");
+              std::string(guidemessages::badDriveList) + '\n');
     EXPECT_EQ(opened, static_cast<DWORD>(ERROR_INVALID_DATA));
 }
 
@@ -301,7 +302,7 @@ TEST_F(ProviderTest, AListThatCannotBeReadIsReportedAndMakesOpeningFail) {
         testing::internal::CaptureStderr();
         const DWORD opened = open();
         EXPECT_EQ(testing::internal::GetCapturedStderr(),
-                  "ccdrives_provider: the list of drives can't be read; see ccdrives list\n");
+                  std::string(guidemessages::noDriveList) + '\n');
         EXPECT_EQ(opened, static_cast<DWORD>(ERROR_OPEN_FAILED));
     }
 }

@@ -22,6 +22,7 @@ inline constexpr const char* orderValue = "ProviderOrder";
 inline constexpr const char* createdValue = "OrderCreated";
 
 /// The part of the registry that matters here.
+// NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding): in the order of the registry
 struct ProviderEntries {
     bool hasOrderParentKey = false;
     bool hasOrderKey = false;
