@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 
 #include "tools/shared/completioncommand.h"
+#include "tools/shared/programparser.h"
 
 namespace ccdrives {
 namespace {
@@ -14,22 +15,13 @@ namespace {
 class Parser {
 public:
     Parser() {
-        // What begins with a slash is a bad remote name, no option.
-        mApp.allow_windows_style_options(false);
-        mApp.fallthrough();
-        mApp.require_subcommand(1);
-        mApp.get_formatter()->label("SUBCOMMAND", "COMMAND ...");
-        mApp.set_help_flag("-h,--help", "Print this help and exit");
-        mApp.add_flag("--json", mRequest.json, "Print a JSON object a line in place of text");
+        tools::addProgramOptions(mApp, mRequest.json,
+                                 "Print a JSON object a line in place of text");
         mApp.footer(
             "The list of drives is %APPDATA%\\nbclearcase\\drives.txt, or the file that the\n"
             "environment variable NBCLEARCASE_DRIVES names. docs/drives.md describes it.\n"
             "Exit codes: 0; 1 if \"list\" finds that programs can't see the drives; 2 if it\n"
             "isn't done: standard error then says why, and what to do.");
-        // After --json, so that the request has that when this ends the parsing.
-        mApp.add_flag_callback(
-            "--version", [] { throw CLI::CallForVersion(); },
-            "Print the version, the commit and the compiler, and exit");
         addProviderCommands();
         addDriveCommands();
         tools::addCompletionCommand(mApp);
@@ -47,7 +39,7 @@ public:
         } catch (const CLI::CallForVersion&) {  // GCOVR_EXCL_BR_LINE: memory may be lacking
             return {.request = mRequest, .help = {}, .version = true};
         } catch (const CLI::ParseError& error) {
-            throw UsageError(complaint(error));
+            throw UsageError(tools::complaintAbout(mApp, error, mApp.remaining(/*recurse=*/true)));
         }
         if (std::string script = tools::completionScript(mApp); !script.empty()) {
             return {.request = {}, .help = {}, .completion = std::move(script)};
@@ -112,22 +104,6 @@ same connection again changes nothing. Libraries see it when they are loaded nex
         command.add_option("DRIVE", mRequest.drive, "A letter and a colon, such as M:")
             ->required()
             ->type_name("");
-    }
-
-    std::string complaint(const CLI::ParseError& error) const {
-        const std::vector<CLI::App*> chosen = mApp.get_subcommands();
-        const auto kind = static_cast<CLI::ExitCodes>(error.get_exit_code());
-        const std::vector<std::string> rest = mApp.remaining(/*recurse=*/true);
-        if (chosen.empty() && kind == CLI::ExitCodes::RequiredError) {
-            return (rest.empty() ? "no command" : "unknown command '" + rest.front() + "'") +
-                   "; use install, remove, list, connect, disconnect or completion, or see "
-                   "ccdrives --help";
-        }
-        const std::string problem = kind == CLI::ExitCodes::ExtrasError
-                                        ? "unexpected argument '" + rest.front() + "'"
-                                        : std::string(error.what());
-        return problem + "; see ccdrives " +
-               (chosen.empty() ? "" : chosen.front()->get_name() + " ") + "--help";
     }
 
     CLI::App mApp{"Connects drives of views on a machine without ClearCase.", "ccdrives"};

@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 
 #include "tools/shared/completioncommand.h"
+#include "tools/shared/programparser.h"
 
 namespace ccquery {
 namespace {
@@ -40,12 +41,8 @@ const char* const everyCommand =
 class Parser {
 public:
     Parser() {
-        // A path may begin with a slash.
-        mApp.allow_windows_style_options(false);
-        mApp.fallthrough();
-        mApp.require_subcommand(1);
-        mApp.get_formatter()->label("SUBCOMMAND", "COMMAND ...");
-        mApp.set_help_flag("-h,--help", "Print this help and exit");
+        tools::addProgramOptions(mApp, mQuery.json,
+                                 "Print a JSON object a line in place of a table");
         mApp.add_option("--library", mQuery.library,
                         "The connection library (default: nbclearcase_fake.dll beside ccquery)")
             ->type_name("FILE")
@@ -54,11 +51,6 @@ public:
                         "The configuration of the fake connection: sets NBCLEARCASE_FAKE_INI")
             ->type_name("FILE")
             ->check(problemOfName);
-        mApp.add_flag("--json", mQuery.json, "Print a JSON object a line in place of a table");
-        // After --json, so that the query has that when this ends the parsing.
-        mApp.add_flag_callback(
-            "--version", [] { throw CLI::CallForVersion(); },
-            "Print the version, the commit and the compiler, and exit");
         mApp.footer(
             "Exit codes: 0, or 1 if \"errors\", \"check\", \"record\", \"verify\" or \"usage\"\n"
             "finds any or \"--explain\" finds another answer, or 2 if an answer is missing:\n"
@@ -249,20 +241,9 @@ path without an answer, then {"summary":{...}}.)");
     }
 
     std::string complaint(const CLI::ParseError& error) const {
-        const std::vector<CLI::App*> chosen = mApp.get_subcommands();
-        const auto kind = static_cast<CLI::ExitCodes>(error.get_exit_code());
         std::vector<std::string> rest = mApp.remaining(/*recurse=*/true);
         std::for_each(rest.begin(), rest.end(), unshield);
-        if (chosen.empty() && kind == CLI::ExitCodes::RequiredError) {
-            return (rest.empty() ? "no command" : "unknown command '" + rest.front() + "'") +
-                   "; use status, canonicalize, vobs, drives, view, info, errors, check, record, "
-                   "verify, usage or completion, or see ccquery --help";
-        }
-        const std::string problem = kind == CLI::ExitCodes::ExtrasError
-                                        ? "unexpected argument '" + rest.front() + "'"
-                                        : std::string(error.what());
-        return problem + "; see ccquery " +
-               (chosen.empty() ? "" : chosen.front()->get_name() + " ") + "--help";
+        return tools::complaintAbout(mApp, error, rest);
     }
 
     CLI::App mApp{"Loads a ClearCase connection library as a host does, and asks it.", "ccquery"};
