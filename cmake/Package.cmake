@@ -1,5 +1,6 @@
-# What `make package` packs, and `cmake --install` installs: the targets of nbcc_ship (see cmake/Shipping.cmake), and what is named here.
-# CPack reads the components `main` and `dbg`, each of which becomes an archive.
+# What `make package` packs, and `cmake --install` installs: the targets of nbcc_ship (see
+# cmake/Shipping.cmake), and what is named here. CPack reads the components `main` and `dbg`, each of which
+# becomes an archive.
 set(package_doc share/doc/nbclearcase_fake)
 set(package_cmake lib/cmake/nbclearcase_fake)
 # Those of directories; files have theirs from `install`.

@@ -96,7 +96,7 @@ public:
     /// What is on the disk, and the drives. CLEARCASE_ROOT is in the environment.
     FakeWorld world = {};
     std::map<std::string, std::string> environment = {};
-    std::string directory = "C:\\work";
+    std::string directory = "C:\\project";
     tools::BuildFacts facts = {};
 
 private:

@@ -27,7 +27,7 @@ TEST_F(PathExampleTest, MakeAPathNormal) {
 }
 
 TEST_F(PathExampleTest, CompleteAPath) {
-    const std::string folder = "C:\\work";
+    const std::string folder = "C:\\project";
     for (const char* const path : {"src/a.c", "..\\b.c", "D:\\c.c", "\\d.c"}) {
         std::cout << normalizePath(joinPath(folder, path, '/')) << '\n';
     }

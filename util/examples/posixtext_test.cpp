@@ -17,7 +17,7 @@ using PosixTextExampleTest = testing_support::UtilityExampleTest;
 
 TEST_F(PosixTextExampleTest, UseThePathsOfCygwin) {
     setCygwinPaths(true, "/cygdrive/");
-    const std::string path = "/cygdrive/c/work/../a.c";
+    const std::string path = "/cygdrive/c/project/../a.c";
     PathRange root;
     std::cout << isAbsolutePath("/usr/bin", windowsPaths) << ' '
               << parsePathRoot(path, root, /*rootText=*/nullptr, windowsPaths) << ' '
