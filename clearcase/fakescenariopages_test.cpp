@@ -1,8 +1,6 @@
 // The examples about FakeScenario are tests: those of its header and of docs/testing-a-host.md are
 // in the tests' sources, line by line. The test programs run in the root of the tree.
 
-#include <cstddef>
-#include <fstream>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -12,15 +10,11 @@
 #include <gtest/gtest.h>
 
 #include "clearcase/fakeconfiguration.h"
+#include "testing/page.h"
 
 namespace {
 
-std::string contentOf(const char* name) {
-    std::ifstream file(name);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
+using namespace testing_support;
 
 /// Returns the text without blanks and line ends, so that it may be broken into lines differently.
 std::string squeezed(std::string_view text) {
@@ -35,11 +29,11 @@ std::string squeezed(std::string_view text) {
 
 /// Returns the code in the page.
 std::vector<std::string> codeIn(const std::string& page) {
-    const std::string mark = "```cpp\n";
     std::vector<std::string> found;
-    for (size_t at = page.find(mark); at != std::string::npos; at = page.find(mark, at + 1)) {
-        const size_t begin = at + mark.size();
-        found.push_back(page.substr(begin, page.find("```", begin) - begin));
+    for (const PagePart& part : partsOf(page)) {
+        if (part.language == "cpp") {
+            found.push_back(part.text);
+        }
     }
     return found;
 }
@@ -58,15 +52,15 @@ std::string exampleIn(const std::string& header) {
 }
 
 TEST(FakeScenarioPagesTest, TheExampleOfTheHeaderIsATest) {
-    const std::string example = exampleIn(contentOf("clearcase/fakescenario.h"));
+    const std::string example = exampleIn(pageText("clearcase/fakescenario.h"));
     ASSERT_TRUE(example.starts_with("TEST(")) << example;
-    const std::string tests = squeezed(contentOf("clearcase/fakescenario-win_test.cpp"));
+    const std::string tests = squeezed(pageText("clearcase/fakescenario-win_test.cpp"));
     EXPECT_NE(tests.find(squeezed(example)), std::string::npos) << example;
 }
 
 TEST(FakeScenarioPagesTest, TheExamplesOfThePageAreTests) {
-    const std::string tests = squeezed(contentOf("examples/host/hostlogic_test.cpp"));
-    const std::vector<std::string> examples = codeIn(contentOf("docs/testing-a-host.md"));
+    const std::string tests = squeezed(pageText("examples/host/hostlogic_test.cpp"));
+    const std::vector<std::string> examples = codeIn(pageText("docs/testing-a-host.md"));
     ASSERT_FALSE(examples.empty());
     for (const std::string& example : examples) {
         EXPECT_NE(tests.find(squeezed(example)), std::string::npos) << example;
@@ -79,7 +73,7 @@ TEST(FakeScenarioPagesTest, ThePageShowsTheRefusalOfARelativePath) {
         FAIL() << "it was accepted";
     } catch (const std::invalid_argument& refusal) {
         EXPECT_NE(
-            contentOf("docs/testing-a-host.md").find("\n" + std::string(refusal.what()) + "\n"),
+            pageText("docs/testing-a-host.md").find("\n" + std::string(refusal.what()) + "\n"),
             std::string::npos);
     }
 }

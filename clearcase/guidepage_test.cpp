@@ -11,6 +11,7 @@
 
 #include "clearcase/fakeanswers.h"
 #include "clearcase/viewpaths.h"
+#include "testing/describedmessage.h"
 #include "testing/guidemessages.h"
 #include "testing/page.h"
 #include "testing/portablefake.h"
@@ -18,7 +19,6 @@
 namespace {
 
 using namespace testing_support;
-using guidemessages::isAsDescribed;
 
 const char* const page = "docs/guide.md";
 
@@ -74,14 +74,6 @@ TEST(GuidePageTest, APathThatIsNotMovedIsReportedAndComesBackWithBackslashes) {
                                    {"X:\\vob"}, errors),
               "\\\\srv\\sh\\x");
     EXPECT_TRUE(isAsDescribed(errors.str(), guidemessages::notMoved)) << errors.str();
-}
-
-TEST(GuidePageTest, OnlyWordsOfCapitalLettersAndDotsStandForAnything) {
-    EXPECT_TRUE(isAsDescribed("a: x (1)\r\n", "a: ..."));
-    EXPECT_TRUE(isAsDescribed("a (1) by NB_FILE\n", "a (LINE) by NB_FILE"));
-    EXPECT_FALSE(isAsDescribed("a (1) by NB_OTHER\n", "a (LINE) by NB_FILE"));
-    EXPECT_FALSE(isAsDescribed("b: x\n", "a: ..."));
-    EXPECT_FALSE(isAsDescribed("a: x\ny\n", "a: ..."));
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include "clearcase/mvfsdrives-win.h"
 #include "testing/calls/replacedcall-win.h"
 #include "testing/calls/systemmessage-win.h"
+#include "testing/describedmessage.h"
 #include "testing/guidemessages.h"
 
 namespace {
@@ -96,7 +97,7 @@ TEST_F(LibraryLoadTest, SocketsThatDoNotStartFailTheLoadWithTheirMessage) {
     EXPECT_FALSE(attachLibrary());
     const std::string error = testing::internal::GetCapturedStderr();
     EXPECT_EQ(error, "nbclearcase:  WSAStartup: No sockets. (10091)\n");
-    EXPECT_TRUE(guidemessages::isAsDescribed(error, guidemessages::noSockets));
+    EXPECT_TRUE(isAsDescribed(error, guidemessages::noSockets));
 }
 
 TEST_F(LibraryLoadTest, DrivesThatCannotBeReadAreReportedAndTheLoadGoesOn) {
@@ -108,7 +109,7 @@ TEST_F(LibraryLoadTest, DrivesThatCannotBeReadAreReportedAndTheLoadGoesOn) {
     EXPECT_EQ(error,
               "nbclearcase:  initialization error looking up MVFS drives:  "
               "WNetEnumResource: The network is ill. (1208)\n");
-    EXPECT_TRUE(guidemessages::isAsDescribed(error, guidemessages::noLookup));
+    EXPECT_TRUE(isAsDescribed(error, guidemessages::noLookup));
     EXPECT_EQ(mvfsRoot, "") << "though the MVFS drive was seen";
     EXPECT_EQ(viewDrives, (std::map<std::string, std::string>{{"X:", "tag"}}));
     expectLettersOfViewDrives();

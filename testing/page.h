@@ -5,15 +5,20 @@
 #include <cstddef>
 #include <fstream>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace testing_support {
 
-/// Returns the content of a file below the root of the tree; empty if there is none.
-inline std::string pageText(const char* name) {
+/// Returns the content of a file below the root of the tree. Throws std::runtime_error if it can't
+/// be read.
+inline std::string pageText(const std::string& name) {
     std::ifstream file(name, std::ios::binary);
+    if (!file) {
+        throw std::runtime_error(name + " can't be read: the tests run in the root of the tree");
+    }
     std::ostringstream text;
     text << file.rdbuf();
     return text.str();

@@ -2,9 +2,10 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <fstream>
 #include <iostream>
 #include <stdexcept>
+
+#include "testing/page.h"
 
 namespace testing_support {
 
@@ -77,7 +78,7 @@ bool isLineAsShown(std::string_view line, std::string_view shown) {
 std::string runningBody() {
     const testing::TestInfo& test = *testing::UnitTest::GetInstance()->current_test_info();
     const std::string name = std::string(test.test_suite_name()) + '.' + test.name();
-    for (const FixtureTest& body : fixtureTestsIn(contentOfTree(test.file()))) {
+    for (const FixtureTest& body : fixtureTestsIn(pageText(test.file()))) {
         if (body.name == name) {
             return body.code;
         }
@@ -134,19 +135,9 @@ bool isAsShown(std::string_view text, std::string_view shown) {
     return lines.atEnd() && shownLines.atEnd();
 }
 
-std::string contentOfTree(const std::string& path) {
-    std::ifstream file(path);
-    if (!file) {
-        throw std::runtime_error(path + " can't be read: the tests run in the root of the tree");
-    }
-    std::ostringstream content;
-    content << file.rdbuf();
-    return content.str();
-}
-
 UtilityExampleTest::UtilityExampleTest()
     : mBody(runningBody()),
-      mPage(contentOfTree("docs/utility.md")),
+      mPage(pageText("docs/utility.md")),
       mFlagsBefore(std::cout.flags()),
       mBufferBefore(std::cout.rdbuf(mPrinted.rdbuf())) {}
 

@@ -35,10 +35,6 @@ struct FixtureTest {
 /// text within that line.
 [[nodiscard]] bool isAsShown(std::string_view text, std::string_view shown);
 
-/// Returns the content of a file of the tree, in whose root the test programs run. Throws
-/// std::runtime_error if there is none.
-[[nodiscard]] std::string contentOfTree(const std::string& path);
-
 /// A test whose body is an example of docs/utility.md. Expects that it prints to std::cout what the
 /// page shows.
 class UtilityExampleTest : public testing::Test {

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include "testing/page.h"
+
 namespace {
 
 using namespace testing_support;
@@ -94,8 +96,8 @@ TEST(PageExamplesTest, ThreeFullStopsAreAnyTextInALine) {
 }
 
 TEST(PageExamplesTest, AFileThatIsMissingIsThrown) {
-    EXPECT_FALSE(contentOfTree("docs/utility.md").empty());
-    EXPECT_THROW(static_cast<void>(contentOfTree("docs/missing.md")), std::runtime_error);
+    EXPECT_FALSE(pageText("docs/utility.md").empty());
+    EXPECT_THROW(static_cast<void>(pageText("docs/missing.md")), std::runtime_error);
 }
 
 }  // namespace

@@ -171,9 +171,11 @@ OwnedHandle startProcess(const ChildRun& run, HANDLE input, HANDLE output, HANDL
 
 ChildResult runChild(const ChildRun& run) {
     const OwnedHandle input = openInput(run.input);
+    const OwnedHandle refusing = openInput(/*file=*/{});  // for reading alone
     CapturedStream output;
     CapturedStream error;
-    const OwnedHandle process = startProcess(run, input.get(), output.writeEnd(), error.writeEnd());
+    const OwnedHandle process = startProcess(
+        run, input.get(), run.refusesOutput ? refusing.get() : output.writeEnd(), error.writeEnd());
     output.startReading();
     error.startReading();
     WaitForSingleObject(process.get(), INFINITE);

@@ -21,6 +21,8 @@ struct ChildRun {
     /// The file that is the child's standard input; if empty, there is nothing to read. Reading
     /// fails if it is a folder.
     std::filesystem::path input = {};
+    /// Whether each write of the child to its standard output fails.
+    bool refusesOutput = false;
     /// What a runtime passes to a child with the same runtime (`lpReserved2`); at most 65,535
     /// bytes.
     std::vector<unsigned char> startupRecord = {};

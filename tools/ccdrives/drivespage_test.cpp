@@ -1,52 +1,38 @@
 // What docs/drives.md shows is what is printed. The test programs run in the root of the tree.
 
-#include <fstream>
+#include <iterator>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "testing/page.h"
 #include "tools/ccdrives/commands.h"
 #include "tools/ccdrives/drivelist.h"
 
 namespace {
 
 using namespace ccdrives;
+using namespace testing_support;
 
 using Texts = std::vector<std::string>;
 
-Texts pageLines() {
-    std::ifstream file("docs/drives.md");
-    Texts lines;
-    for (std::string line; std::getline(file, line);) {
-        lines.push_back(line);
-    }
-    return lines;
+std::vector<PagePart> page() { return partsOf(pageText("docs/drives.md")); }
+
+Texts wordsOf(const std::string& command) {
+    std::istringstream stream(command);
+    return {std::istream_iterator<std::string>(stream), {}};
 }
 
-struct Example {
-    Texts arguments;
-    std::string output;
-};
-
-/// Returns the lines that begin with "> ccdrives", each with the lines below it.
-std::vector<Example> examples() {
-    std::vector<Example> all;
-    bool isOutput = false;
-    for (const std::string& line : pageLines()) {
-        const std::string prompt = "> ccdrives ";
-        if (line.starts_with(prompt)) {
-            std::istringstream words(line.substr(prompt.size()));
-            all.emplace_back();
-            for (std::string word; words >> word;) {
-                all.back().arguments.push_back(word);
+/// Returns the commands of ccdrives that the page shows with what they print.
+std::vector<PageCommand> examples() {
+    std::vector<PageCommand> all;
+    for (const PagePart& part : page()) {
+        for (const PageCommand& command : commandsIn(part.text)) {
+            if (command.command.starts_with("ccdrives ")) {
+                all.push_back(command);
             }
-            isOutput = true;
-        } else if (line.starts_with("```") || line.starts_with("> ")) {
-            isOutput = false;
-        } else if (isOutput) {
-            all.back().output += line + '\n';
         }
     }
     return all;
@@ -75,21 +61,23 @@ TEST(DrivesPageTest, TheExamplesInTheirOrderPrintWhatIsShown) {
         .isProvider = [](const std::string&) { return true; },
         .print = [&](const std::string& text) { printed += text; },
         .complain = [](const std::string& problem) { ADD_FAILURE() << problem; }};
-    const std::vector<Example> all = examples();
+    const std::vector<PageCommand> all = examples();
     ASSERT_EQ(all.size(), 4U);
-    for (const Example& example : all) {
+    for (const PageCommand& example : all) {
         printed.clear();
-        EXPECT_EQ(run(parseCommandLine(example.arguments).request, machine), exitDone);
+        Texts arguments = wordsOf(example.command);
+        arguments.erase(arguments.begin());
+        EXPECT_EQ(run(parseCommandLine(arguments).request, machine), exitDone);
         EXPECT_EQ(printed, example.output);
     }
 }
 
 TEST(DrivesPageTest, TheListThatIsShownCanBeRead) {
     std::string list;
-    bool isList = false;
-    for (const std::string& line : pageLines()) {
-        isList = line == "# The drives of the demo." || (isList && !line.starts_with("```"));
-        list += isList ? line + '\n' : "";
+    for (const PagePart& part : page()) {
+        if (part.text.starts_with("# The drives of the demo.\n")) {
+            list = part.text;
+        }
     }
     const std::vector<DriveConnection> connections = connectionsOf(parseDriveList(list));
     ASSERT_EQ(connections.size(), 3U);
@@ -102,12 +90,9 @@ TEST(DrivesPageTest, EachCommandOfThePageIsKnown) {
     for (const Texts& arguments : {Texts{"install", "--library", "f"}, Texts{"remove"},
                                    Texts{"list"}, Texts{"connect", "M:", "\\\\view"},
                                    Texts{"disconnect", "M:"}, Texts{"completion", "bash"}}) {
-        const std::string shown = "    " + arguments.front() + " ";
-        bool isShown = false;
-        for (const std::string& line : pageLines()) {
-            isShown = isShown || line.starts_with(shown);
-        }
-        EXPECT_TRUE(isShown) << arguments.front();
+        EXPECT_NE(pageText("docs/drives.md").find("\n    " + arguments.front() + " "),
+                  std::string::npos)
+            << arguments.front();
         EXPECT_NO_THROW(static_cast<void>(parseCommandLine(arguments)));
     }
 }

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "testing/describedmessage.h"
 #include "testing/pagemessages.h"
 #include "testing/processes/ccqueryrun-win.h"
 #include "testing/scopes/tempfolder.h"
@@ -21,6 +22,8 @@ TEST(CcqueryPageOnWindowsTest, TheMessagesAreThoseOfThePage) {
     withoutConnection.environment = {{"SAMPLECONNECTION_NULL", "1"}};
     ChildRun withoutInput = sample({"status", "-"});
     withoutInput.input = folder.path();
+    ChildRun withoutOutput = sample({"view"});
+    withoutOutput.refusesOutput = true;
     // In the order of the messages.
     const std::vector<ChildRun> runs = {
         ccquery({"view", "--library", none}),
@@ -30,11 +33,13 @@ TEST(CcqueryPageOnWindowsTest, TheMessagesAreThoseOfThePage) {
         ccquery({"check", none}),
         sample({"status", "\\\\server"}),
         withoutInput,
+        withoutOutput,
     };
     ASSERT_EQ(runs.size(), messagesOfWindows.size());
     for (size_t i = 0; i < runs.size(); ++i) {
         const ChildResult result = runChild(runs[i]);
-        EXPECT_TRUE(isMessage(result.error, messagesOfWindows[i])) << result.error;
+        EXPECT_TRUE(isAsDescribed(result.error, std::string("ccquery: ") + messagesOfWindows[i]))
+            << result.error;
         EXPECT_EQ(result.exitCode, 2U) << messagesOfWindows[i];
     }
 }

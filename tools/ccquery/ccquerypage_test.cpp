@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include "testing/describedmessage.h"
 #include "testing/exampleshell.h"
 #include "testing/page.h"
 #include "testing/pagemessages.h"
@@ -166,7 +167,8 @@ TEST(CcqueryPageTest, TheMessagesAreThoseOfTheProgram) {
     };
     std::set<std::string> tested(messagesOfWindows.begin(), messagesOfWindows.end());
     for (const auto& [command, message] : rows) {
-        EXPECT_TRUE(isMessage(shell.run(command), message)) << message;
+        EXPECT_TRUE(isAsDescribed(shell.run(command), std::string("ccquery: ") + message))
+            << message;
         EXPECT_EQ(shell.exitCode(), ccquery::exitNoAnswer) << message;
         tested.insert(message);
     }

@@ -88,7 +88,14 @@ Explain explainerOf(const Query& query, ClearCaseConnection& connection) {
     }
     if (query.command == Command::canonicalize) {
         std::map<std::string, std::string> viewDrives;
-        std::string mvfsRoot = connection.getMvfsDrives(viewDrives);
+        std::string mvfsRoot;
+        try {
+            mvfsRoot = connection.getMvfsDrives(viewDrives);
+        } catch (const std::exception& error) {
+            viewDrives.clear();
+            complain("the explanations know no drives: the library can't list them: " +
+                     std::string(error.what()));
+        }
         return viewPathExplainer({.mvfsRoot = std::move(mvfsRoot),
                                   .viewDrives = std::move(viewDrives),
                                   .cwd = query.cwd,

@@ -157,7 +157,7 @@ std::string withName(const std::string& text, const std::string& name) {
     return boost::replace_all_copy(text, "PROGRAM", name);
 }
 
-/// A line of `_@_takes`. The words of `taken` are as the script has them.
+/// A line of `_PROGRAM_takes`. The words of `taken` are as the script has them.
 std::string place(const std::string& pattern, const std::vector<std::string>& taken) {
     std::string line = "    " + pattern + ')';
     const char* separator = " takes=(";

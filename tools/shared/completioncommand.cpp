@@ -10,10 +10,10 @@ namespace {
 
 /// Like CLI::IsMember({"bash"}), with a message for people who have another shell.
 CLI::Validator knownShell() {
-    return {[](const std::string& shell) {
-                return shell == "bash" ? "" : "there is no script for '" + shell + "', use bash";
-            },
-            "{bash}"};
+    const auto problemOf = [](const std::string& shell) {
+        return shell == "bash" ? "" : "there is no script for '" + shell + "', use bash";
+    };
+    return {problemOf, "{bash}"};
 }
 
 }  // namespace

@@ -64,7 +64,8 @@ std::vector<std::string> programArguments() {
 void printText(const std::string& text) {
     std::cout << text << std::flush;
     if (!std::cout) {
-        throw std::runtime_error("can't write to standard output");
+        throw std::runtime_error(
+            "can't write to standard output; make room there, or write to another file");
     }
 }
 

@@ -9,6 +9,7 @@
 
 #include <windows.h>
 
+#include "testing/calls/refusedcall-win.h"
 #include "testing/calls/replacedcall-win.h"
 #include "testing/scopes/tempfolder.h"
 
@@ -72,6 +73,27 @@ TEST(WholeFileTest, AFolderWithTheNameStays) {
     create_directory(folder.path() / "a");
     EXPECT_NE(problemOf(folder.utf8("a"), /*replace=*/true), "(none)");
     EXPECT_EQ(fileCount(folder), 1U);
+}
+
+TEST(WholeFileTest, AFullDiskLeavesTheFileThatIsThere) {
+    const TempFolder folder;
+    const std::string file = folder.write("a", "old");
+    const auto expectProblem = [&] {
+        const std::string problem = problemOf(file, /*replace=*/true);
+        EXPECT_TRUE(problem.starts_with("can't write '" + file + "': ")) << problem;
+        EXPECT_EQ(contentOf(folder.path() / "a"), "old");
+        EXPECT_EQ(fileCount(folder), 1U);
+    };
+    {
+        const RefusedCall<decltype(WriteFile)> full("WriteFile", ERROR_DISK_FULL);
+        expectProblem();
+    }
+    {
+        // All is written. Windows removes it when the handle is closed, as that of a program that
+        // is stopped.
+        const RefusedCall<decltype(FlushFileBuffers)> full("FlushFileBuffers", ERROR_DISK_FULL);
+        expectProblem();
+    }
 }
 
 TEST(WholeFileTest, TheMessageEndsWithTheAdvice) {

@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include "testing/page.h"
 #include "testing/pageexamples.h"
 
 namespace {
@@ -19,7 +20,7 @@ using namespace testing_support;
 
 using Texts = std::vector<std::string>;
 
-std::string page() { return contentOfTree("docs/utility.md"); }
+std::string page() { return pageText("docs/utility.md"); }
 
 /// Returns the sources of the examples by their paths.
 std::map<std::string, std::string> sources() {
@@ -27,7 +28,7 @@ std::map<std::string, std::string> sources() {
     for (const char* const folder : {"util/examples", "util/windows/examples"}) {
         for (const auto& entry : std::filesystem::directory_iterator(folder)) {
             const std::string path = entry.path().generic_string();
-            found[path] = contentOfTree(path);
+            found[path] = pageText(path);
         }
     }
     return found;
@@ -104,24 +105,6 @@ TEST(UtilityPageTest, EachSectionWithAnExampleIsInTheTableOnce) {
         const std::string link = "](#" + anchorOf(heading) + ")";
         EXPECT_NE(table.find(link), std::string::npos) << heading;
         EXPECT_EQ(table.find(link), table.rfind(link)) << heading;
-    }
-}
-
-TEST(UtilityPageTest, EachLinkWithinThePageLeadsToASection) {
-    Texts anchors;
-    for (const std::string& heading : matches("\n##+ ([^\n]*)\n")) {
-        anchors.push_back(anchorOf(heading));
-    }
-    for (const std::string& link : matches("\\]\\(#([^)]*)\\)")) {
-        EXPECT_EQ(std::count(anchors.begin(), anchors.end(), link), 1) << link;
-    }
-}
-
-TEST(UtilityPageTest, EachHeaderThatIsNamedExists) {
-    const Texts headers = matches("`(util/[^`]*\\.h)`");
-    ASSERT_FALSE(headers.empty());
-    for (const std::string& header : headers) {
-        EXPECT_TRUE(std::filesystem::exists(header)) << header;
     }
 }
 
