@@ -28,6 +28,7 @@
 #include "util/mutex-pthreads.h"
 #include "util/threadannotations.h"
 #include "util/windows/exec/runinfo.h"
+#include "util/windows/exec/runresult.h"
 #include "util/windows/exec/stallrule.h"
 #include "util/windows/scopedhandle-win.h"
 
@@ -51,12 +52,8 @@ public:
     static constexpr uint32_t noPid = 0xffffffff;     ///< no command is running
     static constexpr uint32_t noSignal = 0x80000000;  ///< no signal has ended a command
 
-    /// @{
-    /// The results of `runCommand` that aren't the exit code of a command. A command may return the
-    /// same numbers itself.
-    static constexpr int32_t failureCode = 1;
-    static constexpr int32_t notFoundCode = 255;
-    /// @}
+    static constexpr int32_t failureCode = ExecResult::failureCode;    ///< how the class spells it
+    static constexpr int32_t notFoundCode = ExecResult::notFoundCode;  ///< how the class spells it
 
     /// The largest initial size, in bytes, of the buffer for the processes of a job.
     static constexpr uint32_t largestPidBuffer = 1024;
@@ -68,27 +65,9 @@ public:
     Exec(const Exec&) = delete;
     Exec& operator=(const Exec&) = delete;
 
-    /// Starts a command, waits for it and, in job mode, for all processes that it started.
-    ///
-    ///     outcome                                  result
-    ///     the command ended                        its exit code
-    ///     the program can't be found               notFoundCode
-    ///     the streams can't be set up at first     notFoundCode
-    ///     the alternate can't be started           notFoundCode
-    ///     an abort                                 failureCode, and `*aborted` is true
-    ///     a stall, with capture                    failureCode, with a message after the captured
-    ///                                              errors
-    ///     a stall, without capture                 the exit code
-    ///     any other failure                        failureCode
-    ///
-    /// With an alternate, the second and third cases start the alternate instead.
-    ///
-    /// In three cases an abort leaves `*aborted` false, and the result is the same as without the
-    /// abort:
-    ///
-    ///   - a stall was noticed before it,
-    ///   - no program is started, for instance because it is missing,
-    ///   - the wait for the program fails.
+    /// Starts a command, waits for it and, in job mode, for all processes that it started. Returns
+    /// its exit code, or a code of ExecResult (exec/runresult.h), which also describes `*aborted`
+    /// and where failures are reported.
     ///
     /// `environment` is a block of NUL-terminated NAME=VALUE strings, with one more NUL at its end.
     /// Null or empty means the caller's environment. Programs are searched for in its first PATH,
@@ -105,17 +84,6 @@ public:
     /// process behind that has its streams, the files of a capture stay open: they can't be
     /// removed, and remain in the folder for temporary files. Without capture, the run waits until
     /// everything that was written into a pipe of the caller has been read.
-    ///
-    /// Failures are reported in the order of events. The failure text is `errorText`, or
-    /// `outputText` if the streams are merged; there is none without capture. Failures of the wait
-    /// come before the captured output.
-    ///
-    ///     failure                                      `reportError`      failure text
-    ///     the program is missing                       without capture    with capture
-    ///     the desktop, the assignment to the job,
-    ///     a stall when it is noticed                   yes                no
-    ///     the alternate can't be started               no                 no
-    ///     any other                                    yes                with capture
     ///
     /// Until the command runs, the process has the command's current directory and `Path`, and
     /// other commands wait to start. `Path` goes through the ANSI code page in both directions: if

@@ -76,22 +76,6 @@ raw::buffer_owner* owner_of(raw::allocator* buffers, raw::system* source) {
     return buffers != nullptr ? reinterpret_cast<raw::buffer_owner*>(buffers) : owner_of(source);
 }
 
-void* allocate(raw::allocator* allocator, size_t size) {
-    std::optional<std::string>& text = static_cast<string_buffer_allocator*>(allocator)->text;
-    try {
-        text.emplace(size == 0 ? 0 : size - 1, '\0');
-        return text->data();
-    } catch (...) {
-        return nullptr;  // nothing may be thrown into the other side
-    }
-}
-
-void deallocate(raw::allocator* allocator, void*) {
-    static_cast<string_buffer_allocator*>(allocator)->text.reset();
-}
-
-constexpr raw::allocator_table string_allocator_table = {&deallocate, &allocate};
-
 /// Moves what an entry stored to the caller's holder, whose old content is disposed of.
 template <class Holder, class Raw>
 void take_result(Holder& result, Raw* stored) {
@@ -113,27 +97,6 @@ void report(const char* context, const system& source, int code) noexcept {
         return;  // the failure can't be reported anywhere else
     }
 }
-
-buffer_result& buffer_result::operator=(buffer_result&& other) noexcept {
-    buffer_result fresh(std::move(other));
-    fresh.swap(*this);
-    return *this;
-}
-
-buffer_result::~buffer_result() {
-    if (_text != nullptr) {
-        _owner->table->deallocate(_owner, _text);
-    }
-}
-
-void buffer_result::swap(buffer_result& other) noexcept {
-    std::swap(_text, other._text);
-    std::swap(_owner, other._owner);
-}
-
-char* buffer_result::take() { return std::exchange(_text, nullptr); }
-
-string_buffer_allocator::string_buffer_allocator() { table = &string_allocator_table; }
 
 void sigset::add(int signal) const {
     if (const int code = add(signal, std::nothrow)) {

@@ -1,7 +1,8 @@
 #pragma once
 
-// Classes for the raw objects of vrpsx.h. Each holds one counted or owned handle. The file
-// vrpsxobjects-win.h has the mutex, the condition and the lists, and includes this one.
+// Classes for the raw objects of vrpsx.h. Each holds one counted or owned handle. In posix/,
+// vrpsxbuffers.h has the texts that the other side allocates, and vrpsxobjects-win.h the mutex, the
+// condition and the lists; the latter includes this file.
 //
 // An operation that can fail throws system_exception_t, whose context is the operation's full name,
 // such as "vrpsx::system::kill". With std::nothrow as the last argument it returns the runtime's
@@ -20,7 +21,6 @@
 #include <cstdint>
 #include <malloc.h>
 #include <new>
-#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -28,6 +28,7 @@
 
 #include <boost/smart_ptr/intrusive_ptr.hpp>
 
+#include "util/windows/posix/vrpsxbuffers.h"
 #include "util/windows/vrpsx.h"
 
 /// Classes for the objects of a POSIX runtime.
@@ -59,43 +60,6 @@ public:
 /// Writes the message that system_exception_t would have, and a line end, to standard error.
 /// Failures of the report itself are ignored.
 void report(const char* context, const system& source, int code) noexcept;
-
-/// A path from the other side, freed by the object that allocated it. Null is a valid result, too.
-class buffer_result {
-public:
-    buffer_result() = default;
-    /// `owner`, not null, must outlive the result.
-    buffer_result(char* text, raw::buffer_owner* owner) : _text(text), _owner(owner) {}
-    /// @{
-    /// Takes the text over; `other` is empty from then on.
-    buffer_result(buffer_result&& other) noexcept { swap(other); }
-    buffer_result& operator=(buffer_result&& other) noexcept;
-    /// @}
-    ~buffer_result();
-    buffer_result(const buffer_result&) = delete;
-    buffer_result& operator=(const buffer_result&) = delete;
-
-    /// Exchanges the texts.
-    void swap(buffer_result& other) noexcept;
-    /// Hands the text over to the caller; it is no longer freed here.
-    [[nodiscard]] char* take();
-
-private:
-    char* _text = nullptr;
-    raw::buffer_owner* _owner = nullptr;
-};
-
-/// Lets the other side write into a string. Meant for one result; of several, the last one remains.
-class string_buffer_allocator : public raw::allocator {
-public:
-    string_buffer_allocator();
-    string_buffer_allocator(const string_buffer_allocator&) = delete;
-    string_buffer_allocator& operator=(const string_buffer_allocator&) = delete;
-
-    /// The string, without the terminator that the buffer includes. No value if no buffer was
-    /// requested, or if there was no memory for it.
-    std::optional<std::string> text;
-};
 
 /// A set of signals, in storage that it doesn't own.
 class sigset {
@@ -266,7 +230,7 @@ public:
     [[nodiscard]] int timed_out() const { return raw()->table->timed_out; }
     /// Returns the signal that has no meaning of its own.
     [[nodiscard]] int sigusr2() const { return raw()->table->sigusr2; }
-    /// Returns what stands for the default action at a signal.
+    /// Returns the value for the default action at a signal.
     [[nodiscard]] raw::disposition default_disposition() const {
         return raw()->table->default_disposition;
     }
