@@ -13,6 +13,7 @@
 #include "clearcase/configuration.h"
 #include "clearcase/elementtable.h"
 #include "util/normalform.h"
+#include "util/pathbytes.h"
 
 /// What the lines below a header are; `none` for those that nothing reads.
 enum class ConfigurationSection { none, vobs, attrs };
@@ -76,11 +77,15 @@ public:
 
     /// Reads the lines that a line feed ends, and returns what is after the last of them.
     [[nodiscard]] std::string_view readLines(std::string_view text) {
-        for (size_t end = text.find('\n'); end != std::string_view::npos; end = text.find('\n')) {
+        // Speed: Benchmark.ConfigurationBesideAReader
+        for (;;) {
+            const size_t end = pathbytes::findByte('\n', text.data(), text.size());
+            if (end == text.size()) {
+                return text;
+            }
             readLine(text.substr(0, end));
             text.remove_prefix(end + 1);
         }
-        return text;
     }
 
     /// `untrimmed` is without its line feed.
@@ -144,8 +149,8 @@ private:
     }
 
     void readElement(std::string_view line) {
-        const size_t equals = line.find('=');
-        if (equals == std::string_view::npos) {
+        const size_t equals = pathbytes::findByte('=', line.data(), line.size());
+        if (equals == line.size()) {
             mErrors << "Invalid line in [attrs]:  " << line << '\n';
             mObserver.rejectLine();
             return;

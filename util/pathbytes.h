@@ -1,9 +1,10 @@
 #pragma once
 
-// Byte operations for the path functions: finding separators and dots, copying with separators of
-// one kind, and measuring how far two texts agree. Each has a plain form, which defines what it
-// does, and a form for 64-bit x86 (which always has SSE2) that handles sixteen bytes at a time.
-// Paths are bytes here: nothing is decoded, and bytes from 0x80 up aren't letters.
+// Byte operations for the path functions, and for lines that have a path: finding a byte, or
+// separators and dots, copying with separators of one kind, and measuring how far two texts agree.
+// Each has a plain form, which defines what it does, and a form for 64-bit x86 (which always has
+// SSE2) that handles sixteen bytes at a time. Paths are bytes here: nothing is decoded, and bytes
+// from 0x80 up aren't letters.
 //
 // Only the given bytes are read or written. The functions are meant for paths of a few dozen bytes.
 
@@ -37,6 +38,16 @@ inline constexpr char separatorsDiffer = '/' ^ '\\';
 
 /// The plain forms.
 namespace plain {
+
+/// Returns where `wanted` is first among `count` bytes, or `count` if it isn't there. The runtime's
+/// memchr may look at one byte after the other.
+[[nodiscard]] constexpr size_t findByte(char wanted, const char* text, size_t count) {
+    size_t at = 0;
+    while (at < count && text[at] != wanted) {
+        ++at;
+    }
+    return at;
+}
 
 /// Returns the marks of `count` bytes, at most `markedBytes`.
 [[nodiscard]] constexpr Marks marksOf(const char* text, size_t count) {
@@ -123,6 +134,22 @@ inline void storeShort(uint64_t bytes, char* to, size_t count) {
     const auto last = static_cast<uint32_t>(bytes >> (8 * lastAt));
     std::memcpy(to, &first, sizeof first);
     std::memcpy(to + lastAt, &last, sizeof last);
+}
+
+[[nodiscard]] inline size_t findByte(char wanted, const char* text, size_t count) {
+    if (count < block) {
+        return plain::findByte(wanted, text, count);
+    }
+    for (size_t at = 0;;) {
+        const uint64_t bits = bitsOf(_mm_cmpeq_epi8(load(text + at), _mm_set1_epi8(wanted)));
+        if (bits != 0) {
+            return at + static_cast<size_t>(std::countr_zero(bits));
+        }
+        if (at + block == count) {
+            return count;
+        }
+        at = std::min(at + block, count - block);
+    }
 }
 
 inline void addMarks(__m128i bytes, size_t at, Marks& marks) {
@@ -227,12 +254,14 @@ inline void copySeparatedBy(char separator, const char* from, size_t count, char
 
 using sse2::alikeLength;
 using sse2::copySeparatedBy;
+using sse2::findByte;
 using sse2::marksOf;
 
 #else
 
 using plain::alikeLength;
 using plain::copySeparatedBy;
+using plain::findByte;
 using plain::marksOf;
 
 #endif

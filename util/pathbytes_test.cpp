@@ -42,6 +42,35 @@ private:
     std::mt19937 mRandom{1};  // NOLINT(cert-msc32-c,cert-msc51-cpp)
 };
 
+TEST(PathBytesTest, AByteIsFoundWhereItIsFirst) {
+    const std::string text = "a=b=";
+    EXPECT_EQ(pathbytes::plain::findByte('=', text.data(), text.size()), 1U);
+    EXPECT_EQ(pathbytes::plain::findByte('=', text.data(), 1), 1U) << "it isn't there";
+    EXPECT_EQ(pathbytes::plain::findByte('\0', text.data(), text.size()), text.size());
+    EXPECT_EQ(pathbytes::plain::findByte('a', text.data(), 0), 0U);
+}
+
+TEST(PathBytesTest, TheByteThatIsFoundIsThePlainOnes) {
+    RandomTexts().forEach(100, [](const std::vector<char>& text) {
+        for (const char wanted : letters) {
+            ASSERT_EQ(pathbytes::findByte(wanted, text.data(), text.size()),
+                      pathbytes::plain::findByte(wanted, text.data(), text.size()))
+                << testing::PrintToString(text);
+        }
+    });
+}
+
+TEST(PathBytesTest, AByteIsFoundWhereverItIs) {
+    for (size_t count = 0; count <= 100; ++count) {
+        std::vector<char> text(count, 'x');
+        ASSERT_EQ(pathbytes::findByte('\n', text.data(), count), count);
+        for (size_t at = count; at-- != 0;) {
+            text[at] = '\n';
+            ASSERT_EQ(pathbytes::findByte('\n', text.data(), count), at) << count;
+        }
+    }
+}
+
 TEST(PathBytesTest, MarksAreABitForEachSeparatorAndDot) {
     using pathbytes::Marks;
     EXPECT_EQ(pathbytes::plain::marksOf("", 0), Marks());
