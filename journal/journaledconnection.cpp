@@ -35,6 +35,12 @@ public:
         mLine.addObject("arguments", addArguments);
         mLine.begin(mSurroundings.clock());
     }
+    /// For a call without arguments that has begun already.
+    Measured(std::string_view operation, int64_t begin, Lines& lines, Surroundings& surroundings)
+        : mLines(lines), mSurroundings(surroundings), mLine(operation) {
+        mLine.addObject("arguments", addNothing);
+        mLine.begin(begin);
+    }
 
     template <class AddResult>
     void end(std::string_view outcome, AddResult addResult) {
@@ -91,7 +97,7 @@ void JournaledConnection::callPlainly(std::string_view operation,
 
 JournaledConnection::JournaledConnection(std::unique_ptr<ClearCaseConnection> connection,
                                          uint32_t number, const Origin& origin,
-                                         std::unique_ptr<Surroundings> surroundings)
+                                         std::unique_ptr<Surroundings> surroundings, int64_t begin)
     : mConnection(std::move(connection)),
       mSurroundings(std::move(surroundings)),
       mLines(number, *mSurroundings) {
@@ -99,7 +105,7 @@ JournaledConnection::JournaledConnection(std::unique_ptr<ClearCaseConnection> co
                                 const std::optional<std::string>& value) {
         fields.add(name, value ? &*value : nullptr);
     };
-    Measured("connect", addNothing, mLines, *mSurroundings).end("result", [&](JsonFields& fields) {
+    Measured("connect", begin, mLines, *mSurroundings).end("result", [&](JsonFields& fields) {
         fields.add("library", &origin.library);
         fields.add("host", &origin.host);
         fields.add("directory", &origin.directory);

@@ -28,9 +28,11 @@ struct Origin {
 class JournaledConnection : public ClearCaseConnection {
 public:
     /// Begins with the line "connect", which says where the connection is from. `number` is the
-    /// number of the connection in its process. Neither pointer is null.
+    /// number of the connection in its process, and `begin` when the library began to make it (see
+    /// Surroundings). Neither pointer is null.
     JournaledConnection(std::unique_ptr<ClearCaseConnection> connection, uint32_t number,
-                        const Origin& origin, std::unique_ptr<Surroundings> surroundings);
+                        const Origin& origin, std::unique_ptr<Surroundings> surroundings,
+                        int64_t begin);
     /// Ends the other connection, and then writes the line "disconnect".
     ~JournaledConnection() override;
     JournaledConnection(const JournaledConnection&) = delete;

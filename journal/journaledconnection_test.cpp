@@ -69,9 +69,10 @@ private:
 class JournaledConnectionTest : public testing::Test {
 protected:
     JournaledConnectionTest() {
+        mWritten.errors = errorsOfConnect;
         mConnection = std::make_unique<JournaledConnection>(
             std::make_unique<ScriptedConnection>(mScript), /*number=*/3, mOrigin,
-            std::make_unique<FakeSurroundings>(mWritten));
+            std::make_unique<FakeSurroundings>(mWritten), /*begin=*/1'769'903'999'000'000'000);
     }
 
     ~JournaledConnectionTest() override {
@@ -92,6 +93,8 @@ protected:
         EXPECT_FALSE(last().contains("exception"));
     }
 
+    static constexpr journal::ErrorNumbers errorsOfConnect = {7, 8};
+
     ScriptedConnection::Script mScript;
     Origin mOrigin{.library = "L", .host = "H", .directory = "D", .viewRoot = "V"};
     WrittenJournal mWritten;
@@ -105,6 +108,11 @@ TEST_F(JournaledConnectionTest, TheFirstLineReportsTheConnection) {
     expectLine("connect", "{}",
                R"({"library":"L","host":"H","directory":"D","CLEARCASE_ROOT":"V",)"
                R"("NBCLEARCASE_FAKE_INI":null})");
+}
+
+TEST_F(JournaledConnectionTest, TheFirstLineSaysHowLongTheLibraryTook) {
+    EXPECT_EQ(last()["time"], "2026-01-31T23:59:59.000000Z");
+    EXPECT_EQ(last()["microseconds"].dump(), "123456.789");
 }
 
 TEST_F(JournaledConnectionTest, TheLastLineReportsTheEnd) {
@@ -280,6 +288,7 @@ TEST_F(JournaledConnectionTest, AnswersStayRightWhenTheFileCannotBeWritten) {
 }
 
 TEST_F(JournaledConnectionTest, TheErrorsThatTheLibraryLeavesStay) {
+    EXPECT_EQ(mWritten.errors, errorsOfConnect);
     const journal::ErrorNumbers left = {2, 3};
     mScript.act = [&](const std::string&) { mWritten.errors = left; };
     mConnection->clearMessages();

@@ -56,12 +56,16 @@ extern "C" ClearCaseConnection* ClearCaseImplCtor(void* unused) {
         std::cerr << std::string("nbclearcase_journal:  ") + error.what() + '\n';
         return nullptr;
     }
+    // First, since it changes the error numbers, which are to stay as the library leaves them.
+    const Origin origin = originOf(library);
+    auto surroundings = std::make_unique<ProcessSurroundings>(journalFile());
+    const int64_t begin = surroundings->clock();
     std::unique_ptr<ClearCaseConnection> connection(library.make(unused));
     if (connection == nullptr) {
         return nullptr;
     }
-    return new JournaledConnection(std::move(connection), ++gConnections, originOf(library),
-                                   std::make_unique<ProcessSurroundings>(journalFile()));
+    return new JournaledConnection(std::move(connection), ++gConnections, origin,
+                                   std::move(surroundings), begin);
 }
 
 static_assert(std::is_same_v<decltype(ClearCaseImplCtor), ClearCaseImplCtorFunction>);

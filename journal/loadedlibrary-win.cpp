@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 
+#include "journal/errordialogs-win.h"
 #include "util/platform/errortext-win.h"
 #include "util/platform/unicodetext-win.h"
 #include "util/windows/environment-win.h"
@@ -17,6 +18,18 @@ std::string defaultLibrary(HMODULE self) {
     return toUtf8(path.substr(0, path.find_last_of(L'\\') + 1)) + "nbclearcase_fake.dll";
 }
 
+HMODULE load(const std::string& name) {
+    const NoErrorDialogs noDialogs;
+    const HMODULE library = LoadLibraryW(toWide(name).c_str());
+    if (library == nullptr) {
+        const DWORD error = GetLastError();
+        throw std::runtime_error("can't load '" + name +
+                                 "': " + win32ErrorText("LoadLibrary", static_cast<int>(error)) +
+                                 "; name the library that answers by " + variable);
+    }
+    return library;
+}
+
 }  // namespace
 
 std::wstring modulePath(HMODULE module) {
@@ -29,13 +42,7 @@ std::wstring modulePath(HMODULE module) {
 LoadedLibrary loadLibrary(HMODULE self) {
     const std::string named = environmentVariable(variable).value_or("");
     const std::string name = named.empty() ? defaultLibrary(self) : named;
-    HMODULE library = LoadLibraryW(toWide(name).c_str());
-    if (library == nullptr) {
-        const DWORD error = GetLastError();
-        throw std::runtime_error("can't load '" + name +
-                                 "': " + win32ErrorText("LoadLibrary", static_cast<int>(error)) +
-                                 "; name the library that answers by " + variable);
-    }
+    const HMODULE library = load(name);
     if (library == self) {
         FreeLibrary(library);
         throw std::runtime_error("'" + name + "' is the journal itself; name the library that " +

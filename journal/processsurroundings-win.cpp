@@ -5,6 +5,7 @@
 
 #include <windows.h>
 
+#include "journal/errordialogs-win.h"
 #include "util/platform/errortext-win.h"
 #include "util/platform/unicodetext-win.h"
 #include "util/windows/libraryfunction-win.h"
@@ -76,6 +77,7 @@ std::string ProcessSurroundings::write(std::string_view text) {
 }
 
 std::string ProcessSurroundings::append(std::string_view text) {
+    const NoErrorDialogs noDialogs;
     const MutexLock lock(mLock);
     if (!mFile.isOpen()) {
         std::string failure = open();

@@ -55,6 +55,34 @@ TEST_F(ProcessSurroundingsTest, AFileThatCannotBeOpenedIsTriedAgain) {
     EXPECT_EQ(content(), "b\n");
 }
 
+/// Fails to write, as to a drive without a medium, which Windows may show in a dialog.
+class MissingMedium {
+public:
+    MissingMedium() : mCall("WriteFile", write) {}
+
+    static inline DWORD sMode = 0;  ///< of the thread, at the last write
+
+private:
+    static BOOL WINAPI write(HANDLE, LPCVOID, DWORD, LPDWORD, LPOVERLAPPED) {
+        sMode = GetThreadErrorMode();
+        SetLastError(ERROR_NOT_READY);
+        return FALSE;
+    }
+
+    ReplacedCall<decltype(WriteFile)> mCall;
+};
+
+TEST_F(ProcessSurroundingsTest, AMissingMediumShowsNoDialog) {
+    const DWORD before = GetThreadErrorMode();
+    ASSERT_EQ(before & SEM_FAILCRITICALERRORS, 0U);
+    {
+        const MissingMedium missing;
+        EXPECT_TRUE(mSurroundings.append("a\n").ends_with("(21)"));
+    }
+    EXPECT_EQ(MissingMedium::sMode, before | SEM_FAILCRITICALERRORS);
+    EXPECT_EQ(GetThreadErrorMode(), before);
+}
+
 TEST_F(ProcessSurroundingsTest, AFullDiskIsReportedUntilThereIsRoom) {
     {
         const RefusedCall<decltype(WriteFile)> full("WriteFile", ERROR_DISK_FULL);

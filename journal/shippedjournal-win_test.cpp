@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "testing/describedmessage.h"
 #include "testing/guidemessages.h"
 #include "testing/jsonschema.h"
 #include "testing/processes/childprocess-win.h"
@@ -58,7 +59,7 @@ protected:
         EXPECT_EQ(result.exitCode, 2U);
         const std::string first = result.error.substr(0, result.error.find('\n'));
         EXPECT_TRUE(first.starts_with("nbclearcase_journal:  " + complaint)) << result.error;
-        EXPECT_TRUE(guidemessages::isAsDescribed(first + '\n', guidemessages::noLibrary)) << first;
+        EXPECT_TRUE(isAsDescribed(first + '\n', guidemessages::noLibrary)) << first;
         EXPECT_TRUE(first.ends_with("by NBCLEARCASE_JOURNAL_LIBRARY\r") ||
                     first.ends_with("by NBCLEARCASE_JOURNAL_LIBRARY"))
             << result.error;
@@ -163,8 +164,7 @@ TEST_F(ShippedJournalTest, WithoutAFileTheHostGetsItsAnswersAndOneComplaint) {
     EXPECT_EQ(result.exitCode, 0U);
     EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'), 2);
     EXPECT_EQ(std::count(result.error.begin(), result.error.end(), '\n'), 1) << result.error;
-    EXPECT_TRUE(guidemessages::isAsDescribed(result.error, guidemessages::noJournal))
-        << result.error;
+    EXPECT_TRUE(isAsDescribed(result.error, guidemessages::noJournal)) << result.error;
     EXPECT_NE(result.error.find("missing\\j.jsonl': CreateFile: "), std::string::npos)
         << result.error;
     EXPECT_NE(result.error.find("; the calls go on without the journal; name another file by "

@@ -210,11 +210,13 @@ path without an answer, then {"summary":{...}}.)");
             "code is 1 if there is any.");
         record
             ->add_option("--output", mQuery.output, "Where to write it (default: standard output)")
-            ->type_name("FILE");
+            ->type_name("FILE")
+            ->check(problemOfName);
         record
             ->add_option("--drives", mQuery.drives,
                          "Where to write the drives, as a list of ccdrives")
-            ->type_name("FILE");
+            ->type_name("FILE")
+            ->check(problemOfName);
         record->add_flag("--force", mQuery.force, "Replace a file that is there already");
     }
 

@@ -214,6 +214,8 @@ TEST(CommandLineTest, ACommandLineThatCannotBeUnderstoodIsReportedInOneLine) {
         {{"view", "--library", ""}, "--library: the name is empty; see ccquery view --help"},
         {{"view", "--config", ""}, "--config: the name is empty; see ccquery view --help"},
         {{"check", ""}, "FILE: the name is empty; see ccquery check --help"},
+        {{"record", "j", "--output", ""}, "--output: the name is empty; see ccquery record --help"},
+        {{"record", "j", "--drives", ""}, "--drives: the name is empty; see ccquery record --help"},
     };
     for (const auto& [arguments, expected] : rows) {
         EXPECT_EQ(problem(arguments), expected);

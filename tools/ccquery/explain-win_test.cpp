@@ -121,6 +121,21 @@ TEST_F(CcqueryExplainTest, CanonicalizeExplainsByTheDrivesOfTheLibrary) {
         "    that makes it X:\\v\\a, but the library answers otherwise: it is another library\n");
 }
 
+TEST_F(CcqueryExplainTest, WithoutTheDrivesThePathIsAnsweredAndExplained) {
+    ChildRun run =
+        sample({"canonicalize", "--explain", "--cwd", "C:\\w", "--tag", "X:\\v", "C:\\a"});
+    run.environment = {{"SAMPLECONNECTION_NO_DRIVES", "1"}};
+    const ChildResult result = runChild(run);
+    EXPECT_EQ(result.exitCode, 1U);
+    EXPECT_EQ(result.error,
+              "ccquery: the explanations know no drives: the library can't list them: no drives\n");
+    EXPECT_TRUE(
+        result.output.starts_with("C:\\a  C:\\w|C:\\a|X:\\v\n"
+                                  "    taken as C:/a: it is absolute\n"
+                                  "    tag X:\\v: no root"))
+        << result.output;
+}
+
 TEST_F(CcqueryExplainTest, CanonicalizeNamesTheRuleThatHasEndedIt) {
     const ChildResult result =
         runChild(ccquery({"canonicalize", "--explain", "--cwd", "C:\\w", "a\\..\\b"}));

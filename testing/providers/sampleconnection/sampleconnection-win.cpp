@@ -1,8 +1,11 @@
 // A connection library for tests of a host. Every answer is canned, and some are awkward on
 // purpose. Its answers report what it was passed, and when.
 
+#include <cerrno>
 #include <cstdlib>
 #include <stdexcept>
+
+#include <windows.h>
 
 #include "clearcase/clearcaseconnection.h"
 
@@ -82,7 +85,12 @@ public:
         info["configAtLoad"] = gConfigAtLoad;
     }
 
+    /// Throws if SAMPLECONNECTION_NO_DRIVES is set.
     std::string getMvfsDrives(std::map<std::string, std::string>& drives) override {
+        if (!variable("SAMPLECONNECTION_NO_DRIVES").empty()) {
+            drives = {{"X:", "tag0"}};
+            throw std::runtime_error("no drives");
+        }
         drives = {{"X:", "tag1"}, {"Y:", "tag2"}};
         return "M:";
     }
@@ -94,7 +102,11 @@ public:
 
 }  // namespace
 
-/// Returns null if SAMPLECONNECTION_NULL is set.
+/// Returns null if SAMPLECONNECTION_NULL is set. Leaves error numbers in the thread.
 extern "C" ClearCaseConnection* ClearCaseImplCtor(void*) {
-    return variable("SAMPLECONNECTION_NULL").empty() ? new SampleConnection : nullptr;
+    ClearCaseConnection* const connection =
+        variable("SAMPLECONNECTION_NULL").empty() ? new SampleConnection : nullptr;
+    errno = EDOM;
+    SetLastError(ERROR_NOT_READY);
+    return connection;
 }

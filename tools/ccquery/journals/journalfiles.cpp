@@ -22,6 +22,8 @@ uint64_t sizeOf(std::istream& stream) {
 /// read, which would never end. Returns whether that was read to its end.
 bool readStream(std::istream& stream, JournalReader& reader, uint64_t& bytes,
                 const JournalSource& source) {
+    // Few lines, since a library that is asked about each may be slow.
+    constexpr size_t pieceSize = 4096;
     std::vector<char> block(size_t{1} << 20);
     uint64_t left = sizeOf(stream);
     while (stream && left != 0) {
@@ -29,9 +31,13 @@ bool readStream(std::istream& stream, JournalReader& reader, uint64_t& bytes,
                     static_cast<std::streamsize>(std::min<uint64_t>(block.size(), left)));
         const auto size = static_cast<size_t>(stream.gcount());
         left -= size;
-        reader.read({block.data(), size});
-        bytes += size;
-        source.progress(bytes);
+        for (std::string_view rest(block.data(), size); !rest.empty();) {
+            const std::string_view piece = rest.substr(0, pieceSize);
+            rest.remove_prefix(piece.size());
+            reader.read(piece);
+            bytes += piece.size();
+            source.progress(bytes);
+        }
     }
     return !stream.bad();
 }

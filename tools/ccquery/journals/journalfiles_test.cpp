@@ -106,6 +106,27 @@ TEST(JournalFilesTest, AReadThatFailsIsReportedAfterTheLinesBefore) {
               (Texts{"can't read the journal 'j': it can't be read to its end; name another"}));
 }
 
+TEST(JournalFilesTest, TheProgressIsReportedEveryFewLines) {
+    constexpr uint64_t fewLines = 10'000;
+    std::string content;
+    while (content.size() < 3 * fewLines) {
+        content += line;
+    }
+    Listing listing({"j"});
+    uint64_t bytes = 0;
+    readJournals({"j"},
+                 {[&](const std::string&) { return std::make_unique<std::istringstream>(content); },
+                  [&](uint64_t now) {
+                      EXPECT_LT(bytes, now);
+                      EXPECT_LT(now - bytes, fewLines);
+                      bytes = now;
+                      // What has been read has been taken, but for a line that has begun.
+                      EXPECT_EQ(listing.mTaken.size(), now / line.size());
+                  }},
+                 listing);
+    EXPECT_EQ(bytes, content.size());
+}
+
 TEST(JournalFilesTest, WhatIsAppendedWhileAJournalIsReadIsLeftOut) {
     Listing listing({"j"});
     // More than a block that is read.
@@ -113,9 +134,10 @@ TEST(JournalFilesTest, WhatIsAppendedWhileAJournalIsReadIsLeftOut) {
     auto owner = std::make_unique<std::stringstream>(content);
     std::stringstream& stream = *owner;
     uint64_t bytes = 0;
+    bool hasAppended = false;  // or reading might never end
     const auto append = [&](uint64_t now) {
         bytes = now;
-        if (now <= 2 * content.size()) {  // or reading would never end
+        if (!std::exchange(hasAppended, true)) {
             stream.seekp(0, std::ios::end);
             stream << content;
         }

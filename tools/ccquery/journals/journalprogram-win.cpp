@@ -53,7 +53,7 @@ private:
     std::filebuf mFile;
 };
 
-/// Returns the bytes of the files that can be opened.
+/// Returns the bytes of the files, but for those that Windows doesn't find.
 uint64_t sizeOf(const std::vector<std::string>& files) {
     uint64_t total = 0;
     for (const std::string& file : files) {

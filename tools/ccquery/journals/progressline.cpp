@@ -6,8 +6,10 @@
 namespace ccquery {
 namespace {
 
-std::string megabytes(double bytes) {
-    return std::to_string(static_cast<uint64_t>(bytes / 1e6)) + " MB";
+std::string sizeText(double bytes) {
+    const bool isSmall = bytes < 1e6;
+    return std::to_string(static_cast<uint64_t>(bytes / (isSmall ? 1e3 : 1e6))) +
+           (isSmall ? " kB" : " MB");
 }
 
 }  // namespace
@@ -15,11 +17,11 @@ std::string megabytes(double bytes) {
 std::string progressText(uint64_t bytes, uint64_t total, double seconds) {
     const auto done = static_cast<double>(bytes);
     const double rate = seconds > 0 ? done / seconds : 0;
-    std::string text = megabytes(done);
+    std::string text = sizeText(done);
     if (total != 0) {
-        text += " of " + megabytes(static_cast<double>(total));
+        text += " of " + sizeText(static_cast<double>(total));
     }
-    text += ", " + megabytes(rate) + "/s";
+    text += ", " + sizeText(rate) + "/s";
     if (total > bytes && rate > 0) {
         const double left = static_cast<double>(total - bytes) / rate;
         text += ", " + std::to_string(static_cast<uint64_t>(left) + 1) + " s left";

@@ -16,8 +16,13 @@ TEST(ProgressTextTest, BytesRateAndRestAreThere) {
 
 TEST(ProgressTextTest, WhatIsNotKnownIsLeftOut) {
     EXPECT_EQ(progressText(45'000'000, 0, 1), "45 MB, 45 MB/s");
-    EXPECT_EQ(progressText(0, 5'000'000, 1), "0 MB of 5 MB, 0 MB/s");
-    EXPECT_EQ(progressText(5'000'000, 5'000'000, 0), "5 MB of 5 MB, 0 MB/s");
+    EXPECT_EQ(progressText(0, 5'000'000, 1), "0 kB of 5 MB, 0 kB/s");
+    EXPECT_EQ(progressText(5'000'000, 5'000'000, 0), "5 MB of 5 MB, 0 kB/s");
+}
+
+TEST(ProgressTextTest, LessThanAMegabyteIsInKilobytes) {
+    EXPECT_EQ(progressText(8'000, 999'999, 2), "8 kB of 999 kB, 4 kB/s, 248 s left");
+    EXPECT_EQ(progressText(999'999, 1'000'000, 1), "999 kB of 1 MB, 999 kB/s, 1 s left");
 }
 
 class ProgressLineTest : public testing::Test {

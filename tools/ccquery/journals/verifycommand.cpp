@@ -70,7 +70,10 @@ public:
         mMessages.finish();
         mSurroundings.print(mQuery.json ? jsonSummary() : textSummary());
         if (mAsked == 0) {
-            mSurroundings.complain("no question could be asked; name a journal that has some");
+            mSurroundings.complain(
+                mHasActs ? "no question could be asked; let --ask name an operation, "
+                           "or name another journal"
+                         : "no question could be asked; name a journal that has some");
             return exitNoAnswer;
         }
         return mDifferent == 0 ? exitAnswered : exitComplaints;
@@ -81,6 +84,7 @@ private:
         const std::string operation(operationName(line.operation));
         if (isAct(line.operation) && !contains(mQuery.asked, operation)) {
             ++mNotAsked[operation];
+            mHasActs = true;
             return;
         }
         ClearCaseConnection& connection = mConnections.of(line);
@@ -186,6 +190,7 @@ private:
     uint64_t mDifferent = 0;
     uint64_t mLost = 0;
     std::map<std::string, uint64_t> mNotAsked;  ///< by operation
+    bool mHasActs = false;                      ///< whether some of them would change something
 };
 
 }  // namespace

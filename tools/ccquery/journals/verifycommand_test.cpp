@@ -326,6 +326,10 @@ TEST_F(VerifyCommandTest, MissingLinesAreReported) {
 TEST_F(VerifyCommandTest, WithoutAQuestionTheExitCodeIsTwo) {
     EXPECT_EQ(run(connectLine()), exitNoAnswer);
     EXPECT_EQ(mComplaints, (Texts{"no question could be asked; name a journal that has some"}));
+    mComplaints.clear();
+    EXPECT_EQ(run(journalLine("startSession", "{}", "{}")), exitNoAnswer);
+    EXPECT_EQ(mComplaints, (Texts{"no question could be asked; let --ask name an operation, or "
+                                  "name another journal"}));
 }
 
 TEST_F(VerifyCommandTest, DifferencesInJsonHaveAllOfTheAnswers) {
