@@ -41,10 +41,12 @@ void checkEdits(const std::string& list) {
     NB_ASSERT(connectionsIn(withoutDrive(connected, "Q:")) == before);
 }
 
-/// Each connection has a line that is parsed as it, if one comes from the list.
+/// Each connection has a line that is parsed as it, unless a byte order mark in front of it would
+/// be taken for that of the list.
 void checkLines(const std::string& list) {
     for (const DriveConnection& connection : connectionsIn(list)) {
         const auto line = connectionLine(connection);
+        NB_ASSERT(line || connection.localName.value_or("").starts_with(byteOrderMark));
         NB_ASSERT(!line || connectionsIn(*line).at(0) == connection);
     }
 }

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <optional>
 #include <regex>
 #include <string>
@@ -14,6 +12,7 @@
 
 #include <windows.h>
 
+#include "testing/page.h"
 #include "testing/processes/childprocess-win.h"
 #include "testing/providers/registeredprovider-win.h"
 #include "testing/registrydump-win.h"
@@ -249,8 +248,7 @@ TEST_F(CcdrivesTest, ALibrarySeesTheDrivesAsThePageShows) {
     outputOf(ccdrives({"install"}));
     outputOf(ccdrives({"connect", "M:", "\\\\view"}));
     outputOf(ccdrives({"connect", "X:", "\\\\view\\main_view"}));
-    std::ifstream file("docs/drives.md", std::ios::binary);
-    const std::string page{std::istreambuf_iterator<char>(file), {}};
+    const std::string page = pageText("docs/drives.md");
     for (const Texts& arguments :
          {Texts{"drives"},
           Texts{"canonicalize", "--tag", "M:\\main_view\\vobs", "X:\\vobs\\gui\\main.c"}}) {

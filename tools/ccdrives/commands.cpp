@@ -1,5 +1,6 @@
 #include "tools/ccdrives/commands.h"
 
+#include <cstdint>
 #include <exception>
 #include <optional>
 #include <stdexcept>
@@ -30,11 +31,14 @@ const char* nameOf(RegistryChange::Kind kind) {
 }
 
 Json record(const RegistryChange& change) {
-    return {{"change", nameOf(change.kind)},
-            {"key", change.key},
-            {"value", change.value.empty() ? Json(nullptr) : Json(change.value)},
-            {"text", change.kind == RegistryChange::Kind::set ? Json(change.text) : Json(nullptr)},
-            {"before", textOrNull(change.before)}};
+    const bool isSet = change.kind == RegistryChange::Kind::set;
+    Json fields;
+    fields["change"] = nameOf(change.kind);
+    fields["key"] = change.key;
+    fields["value"] = change.value.empty() ? Json(nullptr) : Json(change.value);
+    fields["text"] = isSet ? Json(change.text) : Json(nullptr);
+    fields["before"] = textOrNull(change.before);
+    return fields;
 }
 
 /// Prints the changes, makes them, and prints that they are made.
@@ -130,21 +134,36 @@ std::string whyNoProvider(const Machine& machine) {
     }
 }
 
-/// Returns why programs can't see the drives of the list; empty if they can.
-std::string whyUnseen(const DriveList& list, const Machine& machine) {
-    if (std::string problem = whyNoProvider(machine); !problem.empty()) {
-        return problem;
-    }
+/// Returns what in the list hides drives of it; empty if nothing does.
+std::string whatHides(const DriveList& list) {
     if (list.openError != 0) {
         return "the list has 'open " + std::to_string(list.openError) + "'; take that line out";
     }
-    for (const DriveConnection& connection : connectionsOf(list)) {
-        if (entrySize(connection) > longestEntry) {
-            return "line " + std::to_string(connection.line) +
-                   " is too long for the library; write a shorter tag";
+    std::optional<uint32_t> failure;
+    for (const DriveBatch& batch : list.batches) {
+        // Only a failure has no connections. Its number may be 0: an answer without any also ends
+        // an enumeration under Wine.
+        if (batch.connections.empty() && !failure) {
+            failure = batch.error;
+        }
+        for (const DriveConnection& connection : batch.connections) {
+            const std::string line = "line " + std::to_string(connection.line);
+            if (failure) {
+                return "'fail " + std::to_string(*failure) + "' hides the drives from " + line +
+                       " on; take it out of the list";
+            }
+            if (entrySize(connection) > longestEntry) {
+                return line + " is too long for the library; write a shorter tag";
+            }
         }
     }
     return {};
+}
+
+/// Returns why programs can't see the drives of the list; empty if they can.
+std::string whyUnseen(const DriveList& list, const Machine& machine) {
+    std::string problem = whyNoProvider(machine);
+    return problem.empty() ? whatHides(list) : problem;
 }
 
 ExitCode list(const Request& request, const Machine& machine) {

@@ -309,6 +309,29 @@ TEST_F(CommandsTest, AListThatDoesNotOpenHidesTheDrives) {
                                  "that line out"});
 }
 
+TEST_F(CommandsTest, AFailureHidesTheDrivesBelowIt) {
+    setInstalled();
+    mList = "m: | \\\\view\nfail 1222\n";
+    EXPECT_EQ(run({"list"}), exitDone) << "no drive is below it";
+    mList = "m: | \\\\view\nfail 0\nx: | \\\\view\\a\n";
+    EXPECT_EQ(run({"list"}), exitUnseen);
+    EXPECT_EQ(mComplaints, Texts{"programs can't see these drives: 'fail 0' hides the drives from "
+                                 "line 3 on; take it out of the list"});
+    mList = "m: | \\\\view\nfail 1222\nfail 5\n# X\nx: | \\\\view\\a\ny: | \\\\view\\b\n";
+    EXPECT_EQ(run({"list"}), exitUnseen);
+    EXPECT_NE(mPrinted.find("y:"), std::string::npos) << mPrinted;
+    EXPECT_EQ(mComplaints, Texts{"programs can't see these drives: 'fail 1222' hides the drives "
+                                 "from line 5 on; take it out of the list"});
+}
+
+TEST_F(CommandsTest, OfALongLineAndAFailureTheFirstIsNamed) {
+    setInstalled();
+    mList = "a: | " + std::string(500, 'a') + "\nfail 5\nb: | c\n";
+    EXPECT_EQ(run({"list"}), exitUnseen);
+    EXPECT_EQ(mComplaints, Texts{"programs can't see these drives: line 1 is too long for the "
+                                 "library; write a shorter tag"});
+}
+
 TEST_F(CommandsTest, TheFirstLineThatIsTooLongIsNamed) {
     setInstalled();
     // 485 characters with the drive and the name of the provider.

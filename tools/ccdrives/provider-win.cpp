@@ -158,7 +158,7 @@ DWORD report(const char* problem, DWORD error) noexcept {
 
 extern "C" {
 
-DWORD WINAPI NPGetCaps(DWORD index) noexcept {
+DWORD WINAPI NPGetCaps(DWORD index) {
     switch (index) {
         case WNNC_SPEC_VERSION:
             return WNNC_SPEC_VERSION51;
@@ -196,7 +196,7 @@ DWORD WINAPI NPOpenEnum(DWORD scope, DWORD type, DWORD, LPNETRESOURCEW, LPHANDLE
     return WN_OUT_OF_MEMORY;
 }
 
-DWORD WINAPI NPEnumResource(HANDLE handle, LPDWORD count, LPVOID data, LPDWORD size) noexcept {
+DWORD WINAPI NPEnumResource(HANDLE handle, LPDWORD count, LPVOID data, LPDWORD size) {
     ResourceBuffer buffer(data, *size);
     // A count of -1 asks for as many as fit.
     const DWORD answer =
@@ -205,7 +205,7 @@ DWORD WINAPI NPEnumResource(HANDLE handle, LPDWORD count, LPVOID data, LPDWORD s
     return answer;
 }
 
-DWORD WINAPI NPCloseEnum(HANDLE handle) noexcept {
+DWORD WINAPI NPCloseEnum(HANDLE handle) {
     delete static_cast<Enumeration*>(handle);
     return WN_SUCCESS;
 }

@@ -132,23 +132,25 @@ ProviderEntries installed() {
 }
 
 TEST(ChangesToInstallTest, AServiceOfAnotherProgramIsRefused) {
-    const std::string beginning = "the service NbclearcaseDrives is another program's: ";
-    const std::string end = "; remove that program first, or what is left of it";
+    const auto refusalFor = [](const std::string& reason) {
+        return "the service NbclearcaseDrives is another program's: " + reason +
+               "; remove that program first, or what is left of it";
+    };
     ProviderEntries entries = otherProviders();
     entries.hasService = true;
     EXPECT_EQ(refusal(entries), "(nothing)") << "an empty key";
     entries.hasProvider = true;
     EXPECT_EQ(refusal(entries), "(nothing)") << "empty keys";
     entries.library = "C:\\other.dll";
-    EXPECT_EQ(refusal(entries), beginning + "it has 'ProviderPath'" + end);
+    EXPECT_EQ(refusal(entries), refusalFor("it has 'ProviderPath'"));
     entries.name = "Other";
-    EXPECT_EQ(refusal(entries), beginning + "its provider is 'Other'" + end);
+    EXPECT_EQ(refusal(entries), refusalFor("its provider is 'Other'"));
     for (const ProviderEntries& ours : {otherProviders(), installed()}) {
         entries = ours;
         entries.othersInProvider = {"DeviceName"};
-        EXPECT_EQ(refusal(entries), beginning + "it has 'DeviceName'" + end);
+        EXPECT_EQ(refusal(entries), refusalFor("it has 'DeviceName'"));
         entries.othersInService = {"ImagePath", "Parameters"};
-        EXPECT_EQ(refusal(entries), beginning + "it has 'ImagePath'" + end);
+        EXPECT_EQ(refusal(entries), refusalFor("it has 'ImagePath'"));
     }
 }
 
