@@ -59,7 +59,8 @@ if(NBCC_COVERAGE)
     endif()
     add_library(keepcounters OBJECT testing/coverage/keepcounters.cpp)
     set_target_properties(keepcounters PROPERTIES CXX_STANDARD 20)
-    link_libraries(keepcounters)
+    # An exported target has none of it.
+    link_libraries($<BUILD_INTERFACE:keepcounters>)
     add_link_options(-Wl,--wrap=_exit -Wl,--wrap=_Exit -Wl,--wrap=abort)
 endif()
 # GoogleTest, with the same sanitizers and for the same system, and so from its sources.

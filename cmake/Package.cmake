@@ -49,11 +49,13 @@ install(FILES cmake/package/nbclearcase_fake-boost.cmake DESTINATION ${package_c
 
 # share/doc/ and examples/
 install(FILES README.md CONTRIBUTING.md CHANGELOG.md DESTINATION ${package_doc})
-install(DIRECTORY docs DESTINATION ${package_doc} PATTERN reference.md EXCLUDE)
-install(DIRECTORY examples/host examples/project examples/utility DESTINATION examples)
+install(DIRECTORY docs DESTINATION ${package_doc} PATTERN reference.md EXCLUDE PATTERN *.dot EXCLUDE)
+# Who has tried the examples in the tree has folders of builds there.
+install(DIRECTORY examples/host examples/project examples/utility DESTINATION examples PATTERN build EXCLUDE)
 install(FILES examples/drives.txt examples/mingw-w64-x86_64.cmake DESTINATION examples)
 
-# nbcc_licence(NAME FILE): the licences of the Debian package that has FILE, which is linked statically.
+# nbcc_licence(NAME FILE): the licences of the Debian package that has FILE, which is linked statically, with
+# those that they only refer to.
 function(nbcc_licence name file)
     file(REAL_PATH ${file} file)
     execute_process(COMMAND dpkg-query --search ${file} OUTPUT_VARIABLE owner ERROR_VARIABLE problem
@@ -64,6 +66,14 @@ function(nbcc_licence name file)
         message(FATAL_ERROR "no Debian package has the licence of ${file}: ${problem}${copyright} is missing")
     endif()
     install(FILES ${copyright} DESTINATION ${package_doc}/licences RENAME ${name}.txt)
+    set(common /usr/share/common-licenses)
+    file(STRINGS ${copyright} references REGEX ${common}/)
+    string(REGEX MATCHALL "${common}/[A-Za-z0-9.-]*[A-Za-z0-9]" references "${references}")
+    foreach(licence IN LISTS references)
+        cmake_path(GET licence FILENAME file)
+        file(REAL_PATH ${licence} licence)
+        install(FILES ${licence} DESTINATION ${package_doc}/licences/common-licenses RENAME ${file}.txt)
+    endforeach()
 endfunction()
 # nbcc_runtime_licence(NAME LIBRARY): the same for a library that the compiler links of itself.
 function(nbcc_runtime_licence name library)
