@@ -12,7 +12,8 @@ struct ElementRecord {
     std::string value;                       ///< of a link, where it leads
 };
 
-/// Maps element keys (see `elementKey`) to elements.
+/// Maps the keys of elements, which are their paths in normal form with backslashes, to the
+/// elements.
 using ElementTable = std::map<std::string, ElementRecord>;
 
 /// A type and its name in configurations.

@@ -169,7 +169,7 @@ std::ostream& operator<<(std::ostream& out, const Spaces& spaces);
 struct HexDump {
     const unsigned char* data;  ///< null only if there are no bytes
     size_t length;              ///< in bytes
-    Layout* layout;             ///< where the output stands, or null
+    Layout* layout;             ///< the columns of the output, or null
 };
 /// Writes the bytes, and moves the layout on.
 std::ostream& operator<<(std::ostream& out, const HexDump& dump);
@@ -181,7 +181,7 @@ std::ostream& operator<<(std::ostream& out, const HexDump& dump);
 struct Quoted {
     const unsigned char* data;  ///< null only if there are no bytes
     size_t length;              ///< in bytes
-    Layout* layout;             ///< where the output stands, or null
+    Layout* layout;             ///< the columns of the output, or null
 };
 /// Writes the literals, and moves the layout on.
 std::ostream& operator<<(std::ostream& out, const Quoted& quoted);
