@@ -3,9 +3,6 @@
 #include <filesystem>
 #include <string>
 
-#include <windows.h>
-
-#include "testing/calls/replacedcall-win.h"
 #include "testing/processes/childprocess-win.h"
 #include "testing/scopes/environmentscope.h"
 #include "testing/scopes/tempfolder.h"
@@ -49,33 +46,12 @@ public:
     }
 
 private:
-    /// Under Wine, one start in several thousand fails; this tries it again.
-    static BOOL WINAPI startSurely(LPCWSTR program, LPWSTR line, LPSECURITY_ATTRIBUTES ofProcess,
-                                   LPSECURITY_ATTRIBUTES ofThread, BOOL inherits, DWORD flags,
-                                   LPVOID environment, LPCWSTR directory, LPSTARTUPINFOW startup,
-                                   LPPROCESS_INFORMATION process) {
-        for (;;) {
-            if (sStart(program, line, ofProcess, ofThread, inherits, flags, environment, directory,
-                       startup, process)) {
-                return TRUE;
-            }
-            if (GetLastError() != ERROR_INTERNAL_ERROR) {
-                return FALSE;
-            }
-        }
-    }
-    static inline decltype(&CreateProcessW) sStart = nullptr;
-
     static inline const std::string rootFolder = "posixroot";
 
     const TempFolder& mFolder;
     std::filesystem::path mRoot = mFolder.path() / rootFolder;
     EnvironmentScope mRootVariable{"NBCC_POSIX_ROOT", mRoot.string()};
     EnvironmentScope mPath{"PATH", tools().string()};
-    struct Starts {
-        Starts() { sStart = call.original(); }
-        ReplacedCall<decltype(CreateProcessW)> call{"CreateProcessW", &startSurely};
-    } mStarts;
 };
 
 }  // namespace testing_support

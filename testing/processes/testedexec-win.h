@@ -1,13 +1,11 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <mutex>
 #include <string>
 #include <tuple>
 #include <vector>
 
-#include "util/errortext.h"
 #include "util/threadannotations.h"
 #include "util/windows/exec-win.h"
 
@@ -20,16 +18,6 @@ struct CommandResult {
     std::string error;
     bool aborted = false;
 };
-
-/// The end of the report of a start that fails with ERROR_INTERNAL_ERROR, with the system's
-/// message. Determined here, before a test can replace the messages.
-inline const std::string internalErrorEnd = [] {
-    constexpr uint32_t error = ERROR_INTERNAL_ERROR;
-    return ": " + errorText(/*withCode=*/false, &error, errorOfSystem) + ".\n";
-}();
-/// The same if a test has taken the messages away.
-inline const std::string wordlessInternalErrorEnd =
-    ": Error " + std::to_string(ERROR_INTERNAL_ERROR) + ".\n";
 
 /// An Exec that stores its reports, and whose parts can be inspected.
 class TestedExec : public Exec {
@@ -63,20 +51,14 @@ public:
         return mErrors;
     }
 
-    /// Runs a command in a directory. A null `environment` means this process's. Under Wine, one
-    /// start in several thousand fails with ERROR_INTERNAL_ERROR; this tries it again.
+    /// Runs a command in a directory. A null `environment` means this process's.
     CommandResult run(RunInfo& info, const std::string& directory = {},
                       const char* environment = nullptr) {
-        for (;;) {
-            const size_t errorCount = errors().size();
-            // The call must overwrite these values.
-            CommandResult result{-1, "output before", "error before", true};
-            result.code = runCommand(info, directory, environment, /*passThrough=*/nullptr,
-                                     &result.output, &result.error, &result.aborted);
-            if (result.code != failureCode || !dropInternalError(errorCount)) {
-                return result;
-            }
-        }
+        // The call must overwrite these values.
+        CommandResult result{-1, "output before", "error before", true};
+        result.code = runCommand(info, directory, environment, /*passThrough=*/nullptr,
+                                 &result.output, &result.error, &result.aborted);
+        return result;
     }
     CommandResult run(const std::string& line, const std::string& directory = {},
                       const char* environment = nullptr) {
@@ -86,18 +68,6 @@ public:
     }
 
 private:
-    /// Drops the last report if it comes after the first `count` and reports such a start. Returns
-    /// whether it did.
-    bool dropInternalError(size_t count) {
-        const std::lock_guard lock(mErrorsMutex);
-        if (mErrors.size() <= count || !(mErrors.back().ends_with(internalErrorEnd) ||
-                                         mErrors.back().ends_with(wordlessInternalErrorEnd))) {
-            return false;
-        }
-        mErrors.pop_back();
-        return true;
-    }
-
     mutable std::mutex mErrorsMutex;
     std::vector<std::string> mErrors;
 };
