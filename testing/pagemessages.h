@@ -19,4 +19,7 @@ inline constexpr std::array<const char*, 8> messagesOfWindows = {
     "can't write to standard output; make room there, or write to another file",
 };
 
+/// Of `canonicalize --explain`, which goes on after it.
+inline constexpr const char* messageWithoutDrives = "the explanations know no drives: REASON";
+
 }  // namespace testing_support

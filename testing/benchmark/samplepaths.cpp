@@ -66,9 +66,8 @@ std::vector<std::string> samplePaths(size_t count, Letters letters) {
         std::sort(paths.begin(), paths.end(), isBefore);
         paths.erase(std::unique(paths.begin(), paths.end(), isSame), paths.end());
     }
-    paths.resize(count);
     // Copies lie in memory in this order, so that no row measures how far apart they are.
-    return {paths.begin(), paths.end()};
+    return {paths.begin(), paths.begin() + static_cast<ptrdiff_t>(count)};
 }
 
 }  // namespace benchmark

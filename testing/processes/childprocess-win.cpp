@@ -154,14 +154,11 @@ OwnedHandle startProcess(const ChildRun& run, HANDLE input, HANDLE output, HANDL
     PROCESS_INFORMATION process{};
     std::wstring line = commandLine(run);
     std::wstring environment = environmentBlock(run);
-    while (!CreateProcessW(run.program.c_str(), line.data(), /*lpProcessAttributes=*/nullptr,
-                           /*lpThreadAttributes=*/nullptr, /*bInheritHandles=*/TRUE,
-                           CREATE_UNICODE_ENVIRONMENT, environment.data(),
-                           run.folder.empty() ? nullptr : run.folder.c_str(), &startup, &process)) {
-        // Under Wine, one start in several thousand fails.
-        if (GetLastError() != ERROR_INTERNAL_ERROR) {
-            throwLastError("CreateProcessW");
-        }
+    if (!CreateProcessW(run.program.c_str(), line.data(), /*lpProcessAttributes=*/nullptr,
+                        /*lpThreadAttributes=*/nullptr, /*bInheritHandles=*/TRUE,
+                        CREATE_UNICODE_ENVIRONMENT, environment.data(),
+                        run.folder.empty() ? nullptr : run.folder.c_str(), &startup, &process)) {
+        throwLastError("CreateProcessW");
     }
     CloseHandle(process.hThread);
     return OwnedHandle(process.hProcess);

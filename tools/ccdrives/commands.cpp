@@ -141,8 +141,8 @@ std::string whatHides(const DriveList& list) {
     }
     std::optional<uint32_t> failure;
     for (const DriveBatch& batch : list.batches) {
-        // Only a failure has no connections. Its number may be 0: an answer without any also ends
-        // an enumeration under Wine.
+        // Only a failure has no connections. As under Wine, it ends the enumeration, even if its
+        // number is 0.
         if (batch.connections.empty() && !failure) {
             failure = batch.error;
         }

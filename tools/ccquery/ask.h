@@ -21,6 +21,10 @@ enum : ExitCode {
     exitNoAnswer = 2,    ///< the program can't answer, or not completely
 };
 
+/// What is reported of an exception whose type isn't derived from std::exception.
+inline constexpr const char* threwNoException =
+    "the connection library threw something that is no std::exception";
+
 /// Puts a query without paths to the connection and appends its answers to `report`. Returns
 /// exitComplaints for `errors` if there are any, otherwise exitAnswered.
 [[nodiscard]] ExitCode ask(ClearCaseConnection& connection, const Query& query, Report& report);

@@ -135,7 +135,7 @@ std::optional<Answer> answerFor(const std::string& path, ClearCaseConnection& co
     } catch (const std::exception& error) {
         problem = error.what();
     } catch (...) {
-        problem = "the connection library threw something that is no std::exception";
+        problem = threwNoException;
     }
     surroundings.complain("'" + about + "': " + problem);
     return std::nullopt;

@@ -2,9 +2,12 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 
 #include <gtest/gtest.h>
 
+#include "testing/describedmessage.h"
+#include "testing/pagemessages.h"
 #include "testing/processes/ccqueryrun-win.h"
 #include "testing/providers/nodrivestest-win.h"
 #include "testing/scopes/tempfolder.h"
@@ -122,18 +125,27 @@ TEST_F(CcqueryExplainTest, CanonicalizeExplainsByTheDrivesOfTheLibrary) {
 }
 
 TEST_F(CcqueryExplainTest, WithoutTheDrivesThePathIsAnsweredAndExplained) {
+    const std::string begin = "ccquery: the explanations know no drives: ";
+    const std::pair<const char*, std::string> rows[] = {
+        {"1", begin + "no drives\n"},
+        {"throwint",
+         begin + "the connection library threw something that is no std::exception\n"},
+    };
     ChildRun run =
         sample({"canonicalize", "--explain", "--cwd", "C:\\w", "--tag", "X:\\v", "C:\\a"});
-    run.environment = {{"SAMPLECONNECTION_NO_DRIVES", "1"}};
-    const ChildResult result = runChild(run);
-    EXPECT_EQ(result.exitCode, 1U);
-    EXPECT_EQ(result.error,
-              "ccquery: the explanations know no drives: the library can't list them: no drives\n");
-    EXPECT_TRUE(
-        result.output.starts_with("C:\\a  C:\\w|C:\\a|X:\\v\n"
-                                  "    taken as C:/a: it is absolute\n"
-                                  "    tag X:\\v: no root"))
-        << result.output;
+    for (const auto& [how, error] : rows) {
+        run.environment = {{"SAMPLECONNECTION_NO_DRIVES", how}};
+        const ChildResult result = runChild(run);
+        EXPECT_EQ(result.exitCode, 1U);
+        EXPECT_EQ(result.error, error);
+        EXPECT_TRUE(
+            isAsDescribed(result.error, std::string("ccquery: ") + messageWithoutDrives));
+        EXPECT_TRUE(
+            result.output.starts_with("C:\\a  C:\\w|C:\\a|X:\\v\n"
+                                      "    taken as C:/a: it is absolute\n"
+                                      "    tag X:\\v: no root"))
+            << result.output;
+    }
 }
 
 TEST_F(CcqueryExplainTest, CanonicalizeNamesTheRuleThatHasEndedIt) {

@@ -89,12 +89,17 @@ Explain explainerOf(const Query& query, ClearCaseConnection& connection) {
     if (query.command == Command::canonicalize) {
         std::map<std::string, std::string> viewDrives;
         std::string mvfsRoot;
+        std::optional<std::string> problem;
         try {
             mvfsRoot = connection.getMvfsDrives(viewDrives);
         } catch (const std::exception& error) {
+            problem = error.what();
+        } catch (...) {
+            problem = threwNoException;
+        }
+        if (problem) {
             viewDrives.clear();
-            complain("the explanations know no drives: the library can't list them: " +
-                     std::string(error.what()));
+            complain("the explanations know no drives: " + *problem);
         }
         return viewPathExplainer({.mvfsRoot = std::move(mvfsRoot),
                                   .viewDrives = std::move(viewDrives),
@@ -173,7 +178,7 @@ int main() {
     } catch (const std::exception& error) {
         complain(error.what());
     } catch (...) {
-        complain("the connection library threw something that is no std::exception");
+        complain(threwNoException);
     }
     return exitNoAnswer;
 }

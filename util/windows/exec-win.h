@@ -46,14 +46,14 @@ class connector;
 /// neither wait for another thread nor throw.
 class Exec {
 public:
-    using RunInfo = ExecRunInfo;      ///< how the class spells it
-    using StallRule = ExecStallRule;  ///< how the class spells it
+    using RunInfo = ExecRunInfo;      ///< what to run
+    using StallRule = ExecStallRule;  ///< when a command counts as stalled
 
     static constexpr uint32_t noPid = 0xffffffff;     ///< no command is running
     static constexpr uint32_t noSignal = 0x80000000;  ///< no signal has ended a command
 
-    static constexpr int32_t failureCode = ExecResult::failureCode;    ///< how the class spells it
-    static constexpr int32_t notFoundCode = ExecResult::notFoundCode;  ///< how the class spells it
+    static constexpr int32_t failureCode = ExecResult::failureCode;    ///< see ExecResult
+    static constexpr int32_t notFoundCode = ExecResult::notFoundCode;  ///< see ExecResult
 
     /// The largest initial size, in bytes, of the buffer for the processes of a job.
     static constexpr uint32_t largestPidBuffer = 1024;

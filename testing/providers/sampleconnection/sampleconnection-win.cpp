@@ -85,10 +85,13 @@ public:
         info["configAtLoad"] = gConfigAtLoad;
     }
 
-    /// Throws if SAMPLECONNECTION_NO_DRIVES is set.
+    /// Throws if SAMPLECONNECTION_NO_DRIVES is set; if that is "throwint", no std::exception.
     std::string getMvfsDrives(std::map<std::string, std::string>& drives) override {
-        if (!variable("SAMPLECONNECTION_NO_DRIVES").empty()) {
+        if (const std::string how = variable("SAMPLECONNECTION_NO_DRIVES"); !how.empty()) {
             drives = {{"X:", "tag0"}};
+            if (how == "throwint") {
+                throw 1;
+            }
             throw std::runtime_error("no drives");
         }
         drives = {{"X:", "tag1"}, {"Y:", "tag2"}};

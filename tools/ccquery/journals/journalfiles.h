@@ -28,7 +28,7 @@ struct JournalSource {
     /// Opens a journal in binary mode. Throws std::exception, whose message is the reason, if that
     /// fails. The stream isn't null.
     std::function<std::unique_ptr<std::istream>(const std::string& file)> open;
-    /// Called every few lines with the number of bytes that have been read, of all journals.
+    /// Called at least every 4 KB with the number of bytes that have been read, of all journals.
     std::function<void(uint64_t bytes)> progress;
 };
 
