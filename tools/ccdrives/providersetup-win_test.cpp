@@ -49,13 +49,15 @@ LSTATUS setValue(const std::wstring& path, const wchar_t* name, DWORD type,
                            static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
 }
 
-/// Returns the type of a value and, for a text, the text.
+/// Returns the type of a value and, for a text, the text; of one that isn't there REG_NONE.
 std::pair<DWORD, std::wstring> valueOf(const std::wstring& path, const wchar_t* name) {
     std::wstring text(1024, L'\0');
     auto size = static_cast<DWORD>(text.size() * sizeof(wchar_t));
     DWORD type = REG_NONE;
-    RegGetValueW(HKEY_LOCAL_MACHINE, path.c_str(), name, RRF_RT_ANY | RRF_NOEXPAND, &type,
-                 text.data(), &size);
+    if (RegGetValueW(HKEY_LOCAL_MACHINE, path.c_str(), name, RRF_RT_ANY | RRF_NOEXPAND, &type,
+                     text.data(), &size) != ERROR_SUCCESS) {
+        return {REG_NONE, {}};  // the call may have changed the type
+    }
     return {type, text.substr(0, text.find(L'\0'))};
 }
 
