@@ -163,6 +163,12 @@ TEST(FakeConfigurationPropertyTest, EachShortTextComesBackOrIsRefusedRightly) {
     }
 }
 
+TEST(FakeConfigurationPropertyTest, TwoLinesWithTheKeyOfOneAreRefused) {
+    // The second line replaces the element of the first, and the whole has the same key.
+    ASSERT_EQ(elementKey("C:/=\nC:/.."), elementKey("C:/"));
+    EXPECT_EQ(againstTheProperty({{.path = "C:/=\nC:/.."}}), "");
+}
+
 TEST(FakeConfigurationPropertyTest, RandomCallsComeBackOrAreRefusedRightly) {
     const std::vector<std::string> pieces = {
         "C:",      "c:/",     "//s/h", "\\",  "/",    "a",        "B",

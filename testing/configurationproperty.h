@@ -3,6 +3,7 @@
 // The property of a FakeConfiguration: what it accepts comes back from the library's reader
 // exactly, and what it refuses couldn't.
 
+#include <cstddef>
 #include <map>
 #include <sstream>
 #include <stdexcept>
@@ -34,6 +35,7 @@ struct ConfigurationCall {
 struct ReadConfiguration {
     std::vector<std::string> vobs = {};
     std::map<std::string, std::pair<ElementType, std::string>> elements = {};
+    size_t elementLines = 0;
     /// There were complaints, a path that would stop the host, or a line that isn't read.
     bool isBad = false;
 
@@ -44,11 +46,13 @@ struct ReadConfiguration {
 inline ReadConfiguration readBack(const std::string& bytes) {
     struct Observer : ConfigurationObserver {
         bool takesPath(std::string_view path) {
+            ++elementLines;
             const bool isAbsolute = isAbsolutePath(path, windowsPaths);
             isBad = isBad || !isAbsolute;
             return isAbsolute;
         }
         void ignoreLine() { isBad = true; }
+        size_t elementLines = 0;
         bool isBad = false;
     };
     Configuration configuration;
@@ -67,6 +71,7 @@ inline ReadConfiguration readBack(const std::string& bytes) {
     for (const auto& [key, element] : configuration.elements) {
         result.elements[key] = {element.type, element.value};
     }
+    result.elementLines = observer.elementLines;
     result.isBad = observer.isBad || !isWhole || !complaints.str().empty();
     return result;
 }
@@ -76,9 +81,11 @@ inline void say(const ConfigurationCall& call, ReadConfiguration& said) {
     switch (call.kind) {
         case ConfigurationCall::Kind::element:
             said.elements[elementKey(call.path)] = {call.type, ""};
+            ++said.elementLines;
             break;
         case ConfigurationCall::Kind::link:
             said.elements[elementKey(call.path)] = {elementSymbolicLink, call.text};
+            ++said.elementLines;
             break;
         case ConfigurationCall::Kind::vob:
             said.vobs.push_back(call.path);
