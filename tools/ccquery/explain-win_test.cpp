@@ -128,8 +128,7 @@ TEST_F(CcqueryExplainTest, WithoutTheDrivesThePathIsAnsweredAndExplained) {
     const std::string begin = "ccquery: the explanations know no drives: ";
     const std::pair<const char*, std::string> rows[] = {
         {"1", begin + "no drives\n"},
-        {"throwint",
-         begin + "the connection library threw something that is no std::exception\n"},
+        {"throwint", begin + "the connection library threw something that is no std::exception\n"},
     };
     ChildRun run =
         sample({"canonicalize", "--explain", "--cwd", "C:\\w", "--tag", "X:\\v", "C:\\a"});
@@ -138,8 +137,7 @@ TEST_F(CcqueryExplainTest, WithoutTheDrivesThePathIsAnsweredAndExplained) {
         const ChildResult result = runChild(run);
         EXPECT_EQ(result.exitCode, 1U);
         EXPECT_EQ(result.error, error);
-        EXPECT_TRUE(
-            isAsDescribed(result.error, std::string("ccquery: ") + messageWithoutDrives));
+        EXPECT_TRUE(isAsDescribed(result.error, std::string("ccquery: ") + messageWithoutDrives));
         EXPECT_TRUE(
             result.output.starts_with("C:\\a  C:\\w|C:\\a|X:\\v\n"
                                       "    taken as C:/a: it is absolute\n"
