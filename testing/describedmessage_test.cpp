@@ -1,5 +1,7 @@
 #include "testing/describedmessage.h"
 
+#include <string>
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -13,6 +15,15 @@ TEST(DescribedMessageTest, OnlyWordsOfCapitalLettersAndDotsMeanAnything) {
     EXPECT_FALSE(isAsDescribed("b: x\n", "a: ..."));
     EXPECT_FALSE(isAsDescribed("a: x\ny\n", "a: ..."));
     EXPECT_FALSE(isAsDescribed("a: x", "a: ...")) << "the line end is missing";
+    const std::string special = R"(.?*+()[]{}|^$\)";
+    EXPECT_TRUE(isAsDescribed(special + "\n", special));
+    for (const char c : special) {
+        const std::string described = std::string("a") + c;
+        EXPECT_TRUE(isAsDescribed(described + "\n", described));
+        EXPECT_FALSE(isAsDescribed("ab\n", described)) << c;
+        EXPECT_FALSE(isAsDescribed("aa\n", described)) << c;
+        EXPECT_FALSE(isAsDescribed("a\n", described)) << c;
+    }
 }
 
 TEST(DescribedMessageTest, TheFileOfAnOptionAtTheEndIsItself) {
