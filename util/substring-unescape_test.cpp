@@ -100,7 +100,7 @@ TEST(FindAndUnescapeTest, PartsOfAStringComeOutAsOneByOneAndTheRestStays) {
 TEST(FindAndUnescapeTest, RepeatedEscapesComeOutAsOneByOneWhereverTheyBeginAndEnd) {
     for (const std::string escape : {"\\;", "\\,", "\\a", "\\\\", ";;", "\\;\\,", "\\\\;"}) {
         std::string repeated;
-        for (int count = 0; count < 30; ++count, repeated += escape) {
+        for (int count = 0; count < 40; ++count, repeated += escape) {
             for (const std::string before : {"", "a", "\\", "\\\\", "\\,"}) {
                 for (const std::string after : {"", "\\", ";", "\\,", "\\\\;", "a\\;b;"}) {
                     std::string text = before;

@@ -25,10 +25,10 @@ size_t runBefore(std::string_view text, size_t start, size_t place, char c) {
     return place - first;
 }
 
-/// Returns where the repeats of the two characters before `at` end. Advances sixteen characters at
-/// a time, so the last repeats may be left out.
+/// Returns where the repeats of the two characters before `at` end. Advances 32 characters at a
+/// time, so the last repeats may be left out.
 size_t endOfRepeats(std::string_view text, size_t at) {
-    constexpr size_t step = 16;
+    constexpr size_t step = 32;
     while (text.size() - at >= step &&
            std::memcmp(text.data() + at, text.data() + at - 2, step) == 0) {
         at += step;
