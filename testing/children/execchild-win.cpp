@@ -116,13 +116,13 @@ void writeAndRead(ULONGLONG milliseconds, const wchar_t* path) {
     char buffer[8] = "content";
     const ULONGLONG start = GetTickCount64();
     HANDLE file = createFile(path);
-    while (GetTickCount64() - start < milliseconds) {
+    do {
         SetFilePointer(file, 0, nullptr, FILE_BEGIN);
         write(file, buffer, sizeof buffer);
         SetFilePointer(file, 0, nullptr, FILE_BEGIN);
         read(file, buffer, sizeof buffer);
         pause(10);
-    }
+    } while (GetTickCount64() - start < milliseconds);
     CloseHandle(file);
 }
 

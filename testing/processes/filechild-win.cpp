@@ -13,8 +13,12 @@ FileChild::FileChild(const std::string& what, std::vector<std::string> arguments
     ChildRun run = {.program = testProgramFolder() / "filechild.exe",
                     .arguments = std::move(arguments)};
     mRunner = std::thread([this, run = std::move(run)] { this->run(run); });
-    while (!std::filesystem::exists(mSignal)) {
-        if (mHasEnded) {
+    for (;;) {
+        const bool hasEnded = mHasEnded;  // asked first: the signal is the older event
+        if (std::filesystem::exists(mSignal)) {
+            break;
+        }
+        if (hasEnded) {
             static_cast<void>(wait());
             if (mFailure != nullptr) {
                 std::rethrow_exception(mFailure);

@@ -176,7 +176,13 @@ TEST_F(StallTest, TheSignalOfAStalledCygwinCommandIsKnown) {
     info.mCygwinCommand = true;
     exec.setStallRules(everyCommand(500, timeFlag | ioFlag));
     exec.mChildSignal = 77;
-    atFirstWake("ready");
+    wakes.onTimeout([this](size_t wake) -> DWORD {
+        if (wake > 1) {
+            return QuickWakes::awaitEnd;  // or its end by force could come first
+        }
+        await("ready");
+        return WAIT_TIMEOUT;
+    });
     EXPECT_EQ(exec.run(info).code, Exec::failureCode);
     EXPECT_EQ(exec.childSignal(), 1U) << "bits 8 to 14 of what a break makes of a process";
 }
