@@ -35,22 +35,24 @@ AppendTurn::AppendTurn(HANDLE file) {
              information.nFileIndexLow);
     *mMemory.receive() =
         CreateFileMappingW(INVALID_HANDLE_VALUE, /*lpFileMappingAttributes=*/nullptr,
-                           PAGE_READWRITE, 0, sizeof(Word), name.data());
-    if (mMemory.isOpen()) {
-        // New memory is zero, which is an atomic that is zero.
-        mOwner = static_cast<Word*>(MapViewOfFile(mMemory.get(), FILE_MAP_WRITE, 0, 0, 0));
+                           PAGE_READWRITE, 0, sizeof(Shared), name.data());
+    if (!mMemory.isOpen()) {
+        return;
+    }
+    if (void* const view = MapViewOfFile(mMemory.get(), FILE_MAP_WRITE, 0, 0, 0)) {
+        mShared = static_cast<Shared*>(view);
     }
 }
 
 AppendTurn::~AppendTurn() {
-    if (mOwner != nullptr) {
-        UnmapViewOfFile(mOwner);
+    if (mShared != &mOwn) {
+        UnmapViewOfFile(mShared);
     }
 }
 
 bool AppendTurn::takeFrom(uint64_t owner, uint64_t self) {
-    return mOwner->compare_exchange_strong(owner, self, std::memory_order_acquire,
-                                           std::memory_order_relaxed);
+    return mShared->owner.compare_exchange_strong(owner, self, std::memory_order_acquire,
+                                                  std::memory_order_relaxed);
 }
 
 void AppendTurn::take(uint64_t self) {
@@ -63,7 +65,7 @@ void AppendTurn::take(uint64_t self) {
     uint64_t owner = 0;
     ULONGLONG since = 0;  // when the owner was first seen
     while (!takeFrom(0, self)) {
-        const uint64_t current = mOwner->load(std::memory_order_relaxed);
+        const uint64_t current = mShared->owner.load(std::memory_order_relaxed);
         if (current != owner) {
             owner = current;
             since = GetTickCount64();
@@ -81,19 +83,13 @@ void AppendTurn::take(uint64_t self) {
     }
 }
 
-AppendTurn::Scope::Scope(AppendTurn& turn) : mTurn(turn), mSelf(ownName()) {
-    if (mTurn.mOwner != nullptr) {
-        mTurn.take(mSelf);
-    }
-}
+AppendTurn::Scope::Scope(AppendTurn& turn) : mTurn(turn), mSelf(ownName()) { mTurn.take(mSelf); }
 
 AppendTurn::Scope::~Scope() {
-    if (mTurn.mOwner != nullptr) {
-        // Unless the turn has been taken away.
-        uint64_t self = mSelf;
-        mTurn.mOwner->compare_exchange_strong(self, 0, std::memory_order_release,
-                                              std::memory_order_relaxed);
-    }
+    // Unless the turn has been taken away.
+    uint64_t self = mSelf;
+    mTurn.mShared->owner.compare_exchange_strong(self, 0, std::memory_order_release,
+                                                 std::memory_order_relaxed);
 }
 
 }  // namespace journal

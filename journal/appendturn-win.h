@@ -18,7 +18,7 @@ namespace journal {
 /// after a second, so nobody waits for ever.
 class AppendTurn {
 public:
-    /// `file` is open. If the memory can't be shared, there is nothing to wait for.
+    /// `file` is open. If the memory can't be shared, the turn is this object's alone.
     explicit AppendTurn(HANDLE file);
     ~AppendTurn();
     AppendTurn(const AppendTurn&) = delete;
@@ -32,20 +32,31 @@ public:
         Scope(const Scope&) = delete;
         Scope& operator=(const Scope&) = delete;
 
+        /// Whether the last line in the file has no end, so that a line feed must come first. All
+        /// that have the file open see it.
+        [[nodiscard]] bool isTorn() const { return mTurn.mShared->isTorn; }
+        void setTorn(bool isTorn) { mTurn.mShared->isTorn = isTorn; }
+
     private:
         AppendTurn& mTurn;
         const uint64_t mSelf;
     };
 
 private:
-    using Word = std::atomic<uint64_t>;  ///< process and thread, or 0 for nobody
-    static_assert(Word::is_always_lock_free);
+    /// New memory is zero, and so is all of this.
+    struct Shared {
+        std::atomic<uint64_t> owner = 0;  ///< process and thread, or 0 for nobody
+        std::atomic<bool> isTorn = false;
+    };
+    static_assert(std::atomic<uint64_t>::is_always_lock_free);
+    static_assert(std::atomic<bool>::is_always_lock_free);
 
     void take(uint64_t self);
     [[nodiscard]] bool takeFrom(uint64_t owner, uint64_t self);
 
     ScopedHandle mMemory;
-    Word* mOwner = nullptr;
+    Shared mOwn;
+    Shared* mShared = &mOwn;
 };
 
 }  // namespace journal

@@ -59,21 +59,55 @@ std::string ProcessSurroundings::open() {
         return win32ErrorText("CreateFile", static_cast<int>(GetLastError()));
     }
     mTurn.emplace(mFile.get());
+    AppendTurn::Scope turn(*mTurn);
+    if (lacksLastLineFeed()) {
+        turn.setTorn(true);
+    }
     return {};
 }
 
+bool ProcessSurroundings::lacksLastLineFeed() const {
+    // Another kind of file, such as a pipe, would be opened once more.
+    LARGE_INTEGER size;
+    if (GetFileType(mFile.get()) != FILE_TYPE_DISK || !GetFileSizeEx(mFile.get(), &size) ||
+        size.QuadPart == 0) {
+        return false;
+    }
+    // The journal may be one that may be appended to but not read. Then it is taken for whole.
+    ScopedHandle file(CreateFileW(
+        mName.c_str(), FILE_READ_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+        /*lpSecurityAttributes=*/nullptr, OPEN_EXISTING, /*dwFlagsAndAttributes=*/0,
+        /*hTemplateFile=*/nullptr));
+    char last = 0;
+    DWORD count = 0;
+    const LARGE_INTEGER place = {.QuadPart = size.QuadPart - 1};
+    return file.isOpen() && SetFilePointerEx(file.get(), place, nullptr, FILE_BEGIN) &&
+           ReadFile(file.get(), &last, 1, &count, /*lpOverlapped=*/nullptr) && count == 1 &&
+           last != '\n';
+}
+
 std::string ProcessSurroundings::write(std::string_view text) {
-    const AppendTurn::Scope turn(*mTurn);
+    AppendTurn::Scope turn(*mTurn);
+    // What is left of a line, on a full disk for instance, is a line of its own.
+    const std::string afterPart = turn.isTorn() ? '\n' + std::string(text) : std::string();
+    const std::string_view whole = afterPart.empty() ? text : afterPart;
     DWORD written = 0;
-    if (WriteFile(mFile.get(), text.data(), static_cast<DWORD>(text.size()), &written,
+    if (WriteFile(mFile.get(), whole.data(), static_cast<DWORD>(whole.size()), &written,
                   /*lpOverlapped=*/nullptr) &&
-        written == text.size()) {
-        mIsTorn = false;
+        written == whole.size()) {
+        turn.setTorn(false);
         return {};
     }
     const DWORD error = GetLastError();
-    mIsTorn = mIsTorn || written != 0;
+    if (written != 0) {
+        turn.setTorn(whole[written - 1] != '\n');
+    }
     return win32ErrorText("WriteFile", static_cast<int>(error));
+}
+
+void ProcessSurroundings::close() {
+    mTurn.reset();
+    mFile.release();
 }
 
 std::string ProcessSurroundings::append(std::string_view text) {
@@ -85,8 +119,12 @@ std::string ProcessSurroundings::append(std::string_view text) {
             return failure;
         }
     }
-    // The part of a line that a full disk left is a line of its own.
-    return mIsTorn ? write('\n' + std::string(text)) : write(text);
+    std::string failure = write(text);
+    if (!failure.empty()) {
+        // The handle of a share that was disconnected, for instance, never works again.
+        close();
+    }
+    return failure;
 }
 
 void ProcessSurroundings::complain(const std::string& problem) {

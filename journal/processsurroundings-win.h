@@ -16,8 +16,8 @@ namespace journal {
 /// The clocks of Windows, and a file that any number of threads and processes append to.
 class ProcessSurroundings : public Surroundings {
 public:
-    /// `file` is an absolute path. It is opened by the first `append`, and by each later one as
-    /// long as it can't be opened.
+    /// `file` is an absolute path. It is opened by the first `append`, and by each one after a
+    /// failure.
     explicit ProcessSurroundings(std::wstring file) : mName(std::move(file)) {}
 
     int64_t clock() override;
@@ -30,14 +30,14 @@ public:
 
 private:
     [[nodiscard]] std::string open() NB_REQUIRES(mLock);
+    [[nodiscard]] bool lacksLastLineFeed() const NB_REQUIRES(mLock);
     [[nodiscard]] std::string write(std::string_view text) NB_REQUIRES(mLock);
+    void close() NB_REQUIRES(mLock);
 
     const std::wstring mName;
     Mutex mLock;
     ScopedHandle mFile NB_GUARDED_BY(mLock);
     std::optional<AppendTurn> mTurn NB_GUARDED_BY(mLock);
-    /// Whether the last line in the file has no end.
-    bool mIsTorn NB_GUARDED_BY(mLock) = false;
 };
 
 }  // namespace journal

@@ -111,11 +111,58 @@ decltype(WriteFile)* HalfWrites::sOriginal;
 TEST_F(ProcessSurroundingsTest, WhatIsLeftOfALineIsALineOfItsOwn) {
     {
         const HalfWrites half;
-        EXPECT_NE(mSurroundings.append("1234\n5678\n"), "");
+        EXPECT_NE(mSurroundings.append("123456\n"), "");
     }
     EXPECT_EQ(mSurroundings.append("next\n"), "");
     EXPECT_EQ(mSurroundings.append("last\n"), "");
-    EXPECT_EQ(content(), "1234\n\nnext\nlast\n");
+    EXPECT_EQ(content(), "123\nnext\nlast\n");
+}
+
+TEST_F(ProcessSurroundingsTest, WholeLinesThatAreLeftNeedNoEnd) {
+    {
+        const HalfWrites half;
+        EXPECT_NE(mSurroundings.append("1234\n5678\n"), "");
+    }
+    EXPECT_EQ(mSurroundings.append("next\n"), "");
+    EXPECT_EQ(content(), "1234\nnext\n");
+}
+
+TEST_F(ProcessSurroundingsTest, WhatIsLeftOfAnothersLineIsALineOfItsOwn) {
+    ProcessSurroundings other(mName.wstring());
+    EXPECT_EQ(other.append("first\n"), "");
+    {
+        const HalfWrites half;
+        EXPECT_NE(mSurroundings.append("123456\n"), "");
+    }
+    EXPECT_EQ(other.append("next\n"), "");
+    EXPECT_EQ(mSurroundings.append("last\n"), "");
+    EXPECT_EQ(content(), "first\n123\nnext\nlast\n");
+}
+
+TEST_F(ProcessSurroundingsTest, AFileWhoseLastLineHasNoEndGetsOne) {
+    static_cast<void>(mFolder.write("j.jsonl", "old"));
+    EXPECT_EQ(mSurroundings.append("new\n"), "");
+    EXPECT_EQ(mSurroundings.append("last\n"), "");
+    EXPECT_EQ(content(), "old\nnew\nlast\n");
+}
+
+TEST_F(ProcessSurroundingsTest, AFileThatCannotBeReadIsTakenForWhole) {
+    static_cast<void>(mFolder.write("j.jsonl", "old"));
+    const RefusedCall<decltype(ReadFile)> unreadable("ReadFile", ERROR_ACCESS_DENIED);
+    EXPECT_EQ(mSurroundings.append("new\n"), "");
+    EXPECT_EQ(content(), "oldnew\n");
+}
+
+TEST_F(ProcessSurroundingsTest, TheFileIsOpenedAnewAfterAFailure) {
+    EXPECT_EQ(mSurroundings.append("a\n"), "");
+    {
+        const RefusedCall<decltype(WriteFile)> gone("WriteFile", ERROR_NETNAME_DELETED);
+        EXPECT_TRUE(mSurroundings.append("b\n").ends_with("(64)"));
+    }
+    const auto moved = mFolder.path() / "moved.jsonl";
+    rename(mName, moved);
+    EXPECT_EQ(mSurroundings.append("c\n"), "");
+    EXPECT_EQ(content(), "c\n");
 }
 
 TEST_F(ProcessSurroundingsTest, ErrorNumbersAreThoseOfTheThread) {
