@@ -239,9 +239,9 @@ TEST_F(CcdrivesTest, WhatIsNotDoneIsOneLine) {
               "ccdrives: REMOTENAME is required; see ccdrives connect --help\n");
     mFolder.write("drives.txt", "M: \\\\view\n");
     EXPECT_EQ(problemOf(ccdrives({"list"})),
-              "ccdrives: " + list() +
+              "ccdrives: " + utf8(mFolder.path() / "drives.txt") +
                   ":1: 'M: \\\\view' can't be understood; write DRIVE | REMOTENAME, or # before a "
-                  "comment\n");
+                  "comment, in UTF-8\n");
 }
 
 TEST_F(CcdrivesTest, ALibrarySeesTheDrivesAsThePageShows) {

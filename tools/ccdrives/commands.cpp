@@ -115,7 +115,7 @@ auto withLineErrors(const std::string& file, const Step& step) {
     } catch (const DriveListError& error) {
         throw std::runtime_error(file + ":" + std::to_string(error.mLine) + ": '" + error.mText +
                                  "' can't be understood; write DRIVE | REMOTENAME, or # before "
-                                 "a comment");
+                                 "a comment, in UTF-8");
     }
 }
 

@@ -397,7 +397,8 @@ TEST_F(CommandsTest, WhatCannotBeConnectedIsNotPrinted) {
 TEST_F(CommandsTest, ABadLineIsNamedWithItsFile) {
     mList = "# x\nx:\n";
     const std::string problem =
-        "C:\\l.txt:2: 'x:' can't be understood; write DRIVE | REMOTENAME, or # before a comment";
+        "C:\\l.txt:2: 'x:' can't be understood; write DRIVE | REMOTENAME, or # before a comment, "
+        "in UTF-8";
     for (const Texts& arguments :
          {Texts{"list"}, Texts{"connect", "X:", "\\\\view"}, Texts{"disconnect", "X:"}}) {
         EXPECT_EQ(run(arguments), -1);

@@ -7,6 +7,7 @@
 #include <boost/algorithm/string/split.hpp>
 
 #include "util/stringutilities.h"
+#include "util/utf8check.h"
 
 namespace ccdrives {
 namespace {
@@ -111,7 +112,9 @@ DriveList parseDriveList(std::string_view text) {
         const bool isOneLine = line.find('\r') == std::string::npos;
         trim(line);
         const bool isNothing = line.empty() || line.front() == '#';
-        if (!isOneLine || !(isNothing || builder.take(line, number))) {
+        // In UTF-16 or a code page, a line would name other drives than it seems to.
+        const bool isText = isUtf8(line) && line.find('\0') == std::string::npos;
+        if (!isOneLine || !(isNothing || (isText && builder.take(line, number)))) {
             throw DriveListError(number, line);
         }
     }

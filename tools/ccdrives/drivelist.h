@@ -27,7 +27,8 @@
 // reports neither failure: the enumeration opens, and ends at a step that fails.
 //
 // Lines end with a line feed, or with a carriage return and a line feed; a carriage return anywhere
-// else makes its line a bad one. The text is UTF-8; editors may put a byte order mark before it.
+// else makes its line a bad one. The text is UTF-8, without null characters; a line that isn't is a
+// bad one, unless it is a comment. Editors may put a byte order mark before the text.
 
 #include <cstddef>
 #include <cstdint>

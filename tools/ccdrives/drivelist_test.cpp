@@ -106,6 +106,15 @@ TEST(DriveListTest, ACarriageReturnInALineMakesItABadOne) {
     }
 }
 
+TEST(DriveListTest, ATextThatIsNotUtf8IsABadLine) {
+    const std::string inUtf16("\xff\xfeM\0:\0 \0|\0 \0v\0", 14);
+    const std::string withNull("M: | \\\\view\0x", 13);
+    for (const std::string& bad : {inUtf16, withNull, std::string("X: | \\\\view\\gr\xfcn")}) {
+        EXPECT_THROW(static_cast<void>(parseDriveList("# x\n" + bad)), DriveListError);
+        EXPECT_EQ(parseDriveList("#" + bad).batches.size(), 0U) << "a comment";
+    }
+}
+
 TEST(DriveListTest, AByteOrderMarkBeforeTheTextIsIgnored) {
     const DriveList list = parseDriveList("\xef\xbb\xbf# x\nm: | \\\\view\n");
     ASSERT_EQ(list.batches.size(), 1U);
@@ -145,6 +154,7 @@ TEST(ConnectionLineTest, TheLineIsParsedAsTheConnection) {
 
 TEST(ConnectionLineTest, SomeTextsHaveNoLine) {
     const DriveConnection rows[] = {
+        {"X:", "\\\\view\\b\xfcro", viewProvider},
         {"a|b", "c", viewProvider},
         {"a|b", "c", "d"},
         {"#a", "b", "c"},

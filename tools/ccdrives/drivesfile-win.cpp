@@ -71,7 +71,9 @@ std::string turnFile(const std::string& file) {
 
 void editDrivesFile(const std::string& file,
                     const std::function<std::string(const std::string&)>& edit) {
-    if (readDrivesFile(file).empty() && edit({}).empty()) {
+    // What changes nothing needs no right to change something.
+    const std::string current = readDrivesFile(file);
+    if (edit(current) == current) {
         return;
     }
     // Without its folder the file can't be opened below, which is reported there.

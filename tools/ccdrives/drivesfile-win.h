@@ -12,9 +12,9 @@ namespace ccdrives {
 [[nodiscard]] std::string turnFile(const std::string& file);
 
 /// Replaces the list by what `edit` returns for it. A reader finds the whole list from before or
-/// after, and of several processes that edit it one at a time does so. `edit` may be called twice,
-/// once with an empty text. A list that it leaves as it is isn't written, and no folder is created
-/// for one; otherwise creates the folder of the list if only that is missing.
+/// after, and of several processes that edit it one at a time does so. `edit` may be called twice.
+/// For a list that it leaves as it is nothing is written or created; otherwise creates the folder
+/// of the list if only that is missing.
 ///
 /// What `edit` throws passes through. Otherwise throws std::runtime_error with a message of one
 /// line that says what to do, also for a list that is read-only.

@@ -1,5 +1,6 @@
 #include "tools/ccdrives/drivesplace-win.h"
 
+#include "tools/shared/fullpath-win.h"
 #include "util/windows/environment-win.h"
 
 namespace ccdrives {
@@ -7,7 +8,7 @@ namespace ccdrives {
 std::string drivesFile() {
     std::string named = environmentVariable("NBCLEARCASE_DRIVES").value_or("");
     if (!named.empty()) {
-        return named;
+        return tools::fullPath(named);
     }
     const std::string folder = environmentVariable("APPDATA").value_or("");
     return folder.empty() ? folder : folder + "\\nbclearcase\\drives.txt";

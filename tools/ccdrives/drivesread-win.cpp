@@ -10,6 +10,7 @@
 
 #include <windows.h>
 
+#include "tools/shared/fullpath-win.h"
 #include "tools/shared/systemerror-win.h"
 #include "util/platform/unicodetext-win.h"
 
@@ -22,12 +23,7 @@ struct Closer {
 
 /// Returns the path as Windows takes it at any length.
 std::wstring openablePath(const std::string& file) {
-    const std::wstring path = toWide(file);
-    std::wstring full(GetFullPathNameW(path.c_str(), /*nBufferLength=*/0, /*lpBuffer=*/nullptr,
-                                       /*lpFilePart=*/nullptr),
-                      L'\0');
-    full.resize(GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(),
-                                 /*lpFilePart=*/nullptr));
+    const std::wstring full = toWide(tools::fullPath(file));
     if (full.size() < MAX_PATH || full.starts_with(L"\\\\?\\")) {
         return full;
     }

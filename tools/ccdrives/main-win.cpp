@@ -1,7 +1,6 @@
 // ccdrives: connects drives of views on a machine without ClearCase. It reads the arguments and
 // does what they ask for; each step has its own file.
 
-#include <algorithm>
 #include <exception>
 #include <iostream>
 #include <string>
@@ -17,6 +16,7 @@
 #include "tools/shared/absolutepath-win.h"
 #include "tools/shared/buildfacts.h"
 #include "tools/shared/console-win.h"
+#include "tools/shared/fullpath-win.h"
 #include "tools/shared/report.h"
 #include "util/windows/system-paths-win.h"
 #include "util/windows/system/host-win.h"
@@ -34,10 +34,8 @@ std::string libraryPath(const std::string& named) {
     if (named.empty()) {
         return System::programDirectory() + "\\ccdrives_provider.dll";
     }
-    std::string path = tools::absolutePath(named);
-    // As the system writes it.
-    std::replace(path.begin(), path.end(), '/', '\\');
-    return path;
+    // Other programs have other current directories, also on other drives.
+    return tools::fullPath(tools::absolutePath(named));
 }
 
 bool isFile(const std::string& path) {

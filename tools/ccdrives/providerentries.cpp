@@ -46,6 +46,9 @@ std::string signOfAnother(const ProviderEntries& entries) {
     if (isOfAnotherProvider(entries)) {
         return entries.name ? "its provider is '" + *entries.name + "'" : "it has 'ProviderPath'";
     }
+    if (entries.name || entries.created) {
+        return "";  // what `install` enters first, so that another program came later
+    }
     const std::vector<std::string>& others =
         entries.othersInService.empty() ? entries.othersInProvider : entries.othersInService;
     return others.empty() ? "" : "it has '" + others.front() + "'";
@@ -156,7 +159,7 @@ RegistryChanges changesToInstall(const ProviderEntries& entries, const std::stri
 
 RegistryChanges changesToRemove(const ProviderEntries& entries) {
     RegistryChanges changes;
-    if (!isOfAnotherProvider(entries)) {
+    if (signOfAnother(entries).empty()) {
         addOrderWithoutUs(changes, entries);
         addRemovalOfService(changes, entries);
     }

@@ -145,13 +145,23 @@ TEST(ChangesToInstallTest, AServiceOfAnotherProgramIsRefused) {
     EXPECT_EQ(refusal(entries), refusalFor("it has 'ProviderPath'"));
     entries.name = "Other";
     EXPECT_EQ(refusal(entries), refusalFor("its provider is 'Other'"));
-    for (const ProviderEntries& ours : {otherProviders(), installed()}) {
-        entries = ours;
-        entries.othersInProvider = {"DeviceName"};
-        EXPECT_EQ(refusal(entries), refusalFor("it has 'DeviceName'"));
-        entries.othersInService = {"ImagePath", "Parameters"};
-        EXPECT_EQ(refusal(entries), refusalFor("it has 'ImagePath'"));
-    }
+    entries = otherProviders();
+    entries.othersInProvider = {"DeviceName"};
+    EXPECT_EQ(refusal(entries), refusalFor("it has 'DeviceName'"));
+    entries.othersInService = {"ImagePath", "Parameters"};
+    EXPECT_EQ(refusal(entries), refusalFor("it has 'ImagePath'"));
+}
+
+TEST(ChangesToInstallTest, WhatOthersAddToOurServiceLeavesItOurs) {
+    ProviderEntries entries = installed();
+    entries.othersInService = {"ImagePath"};
+    entries.othersInProvider = {"DeviceName"};
+    EXPECT_EQ(changesToInstall(entries, "C:\\a.dll"), RegistryChanges());
+    EXPECT_EQ(after(entries, changesToInstall(entries, "C:\\b.dll")).library, "C:\\b.dll");
+    entries.name = std::nullopt;  // install was stopped before it
+    entries.library = std::nullopt;
+    entries.created = orderValue;
+    EXPECT_EQ(refusal(entries), "(nothing)");
 }
 
 /// The states of a machine without our provider.
@@ -200,6 +210,10 @@ TEST(ChangesToRemoveTest, AServiceOfAnotherProviderStaysAsItIs) {
     EXPECT_EQ(changesToRemove(entries), RegistryChanges());
     entries.name = std::nullopt;
     EXPECT_EQ(changesToRemove(entries), RegistryChanges());
+    entries.library = std::nullopt;
+    entries.created = std::nullopt;
+    entries.othersInService = {"ImagePath"};
+    EXPECT_EQ(changesToRemove(entries), RegistryChanges()) << "it is in the order";
 }
 
 TEST(ChangesToRemoveTest, WhatOthersHaveEnteredStaysWithItsKeys) {

@@ -192,15 +192,17 @@ TEST_F(ProviderSetupTest, WhatOthersHaveInOurKeysIsFoundAndStays) {
     const ProviderEntries entries = readProviderEntries();
     EXPECT_EQ(entries.othersInService, (Texts{"ImagePath", "Parameters"}));
     EXPECT_EQ(entries.othersInProvider, Texts{"(Default)"});
-    EXPECT_EQ(problemOf([&] { static_cast<void>(changesToInstall(entries, "C:\\a.dll")); }),
-              "the service NbclearcaseDrives is another program's: it has 'ImagePath'; remove that "
-              "program first, or what is left of it");
+    EXPECT_EQ(changesToInstall(entries, "C:\\a.dll"), RegistryChanges());
     apply(changesToRemove(entries));
     EXPECT_EQ(valueOf(service, L"ImagePath").second, L"theirs");
     EXPECT_EQ(valueOf(service + L"\\Parameters", L"").second, L"theirs");
     EXPECT_EQ(valueOf(service + L"\\NetworkProvider", L"").second, L"theirs");
     EXPECT_EQ(valueOf(service + L"\\NetworkProvider", L"Name").first, DWORD{REG_NONE});
     EXPECT_EQ(changesToRemove(readProviderEntries()), RegistryChanges());
+    EXPECT_EQ(
+        problemOf([] { static_cast<void>(changesToInstall(readProviderEntries(), "C:\\a.dll")); }),
+        "the service NbclearcaseDrives is another program's: it has 'ImagePath'; remove that "
+        "program first, or what is left of it");
 }
 
 TEST_F(ProviderSetupTest, AnotherProgramsServiceOfOurNameStaysAsItIs) {
