@@ -148,22 +148,34 @@ Candidate compareFolders(const Entry& entry, const FoldedKey& asked) {
             equalLastNames(entry.path.ignoringCase, asked.ignoringCase)};
 }
 
-/// What keeps the library from reading a line; empty if it reads it.
-std::string whyNotRead(LineKind kind, bool hasCtrlZ) {
+/// Appends one of several reasons.
+void addReason(std::string& reasons, const std::string& reason) {
+    reasons += (reasons.empty() || reason.empty() ? "" : "; ") + reason;
+}
+
+/// Why the file ends in the line or before it; empty if it doesn't.
+std::string whyNotReached(LineKind kind, bool hasCtrlZ) {
     switch (kind) {
-        case LineKind::element:
-            return "";
-        case LineKind::comment:
-            return "it is a comment";
-        case LineKind::vob:
-            return "it is in [vobs]";
         case LineKind::unfinished:
             return hasCtrlZ ? "a Ctrl+Z in it ends the file" : "it has no line feed at its end";
         case LineKind::afterCtrlZ:
             return "it is after a Ctrl+Z, which ends the file";
         default:
-            return "it is outside [vobs] and [attrs]";
+            return "";
     }
+}
+
+/// Everything that keeps the library from reading a line; empty if it reads it.
+std::string whyNotRead(const ConfigurationLine& line, bool hasCtrlZ) {
+    std::string reasons;
+    addReason(reasons, line.saysNothing ? "it is a comment" : "");
+    if (line.section == ConfigurationSection::vobs) {
+        addReason(reasons, "it is in [vobs]");
+    } else if (line.section != ConfigurationSection::attrs) {
+        addReason(reasons, "it is outside [vobs] and [attrs]");
+    }
+    addReason(reasons, whyNotReached(line.kind, hasCtrlZ));
+    return reasons;
 }
 
 std::string counted(size_t count, const std::string& one) {
@@ -193,9 +205,9 @@ std::string howItDiffers(const Candidate& candidate) {
 }
 
 std::string whyNot(const Candidate& candidate, bool hasCtrlZ) {
-    const std::string difference = howItDiffers(candidate);
-    const std::string notRead = whyNotRead(candidate.entry->line->kind, hasCtrlZ);
-    return difference + (difference.empty() || notRead.empty() ? "" : "; ") + notRead;
+    std::string reasons = howItDiffers(candidate);
+    addReason(reasons, whyNotRead(*candidate.entry->line, hasCtrlZ));
+    return reasons;
 }
 
 /// Returns how many letters a similar name may differ in.

@@ -85,6 +85,17 @@ TEST(NearLinesTest, ALineMayBeCutOffByCtrlZ) {
         (Texts{"4: it is after a Ctrl+Z, which ends the file", "2: a Ctrl+Z in it ends the file"}));
 }
 
+TEST(NearLinesTest, EverythingThatKeepsALineFromBeingReadIsSaid) {
+    EXPECT_EQ(nearTo("[attrs]\n;C:\\a.c=", "C:\\a.c"),
+              Texts{"2: it is a comment; it has no line feed at its end"});
+    EXPECT_EQ(nearTo("#C:\\a.c=\n[vobs]\nC:\\a.c=", "C:\\a.c"),
+              (Texts{"3: it is in [vobs]; it has no line feed at its end",
+                     "1: it is a comment; it is outside [vobs] and [attrs]"}));
+    EXPECT_EQ(nearTo("[x]\n\x1a\n# C:\\a.c=\n", "C:\\a.c"),
+              Texts{"3: it is a comment; it is outside [vobs] and [attrs]; it is after a Ctrl+Z, "
+                    "which ends the file"});
+}
+
 TEST(NearLinesTest, APathBelowTheViewRootNeedsItsNormalForm) {
     EXPECT_EQ(nearOf({"C:/src/a.c"}, "M:\\viewC:\\src\\a.c", "M:\\view"),
               Texts{"2: below CLEARCASE_ROOT it is spelled 'M:\\viewC:/src/a.c', which isn't in "

@@ -201,6 +201,11 @@ std::string questionText(const JournalLine& line) {
     return text;
 }
 
+std::string missingText(const JournalLine& line) {
+    return std::to_string(line.result.lines) + " lines before this one are missing (" +
+           line.result.error.value_or("") + ")";
+}
+
 std::string viewPathQuestionText(const std::string& path, const std::string& cwd,
                                  const std::vector<std::string>& vobTags) {
     std::string text = "canonicalizeViewPath '" + path + "' in '" + cwd + "'";

@@ -31,7 +31,9 @@ struct AnswerDifference {
 /// Returns the question of a line on one line: "getElementStatus 'C:\a'". May contain any text of
 /// the line.
 [[nodiscard]] std::string questionText(const JournalLine& line);
-/// The same for a question of canonicalizeViewPath.
+/// Returns what a line of `lost` says, as "3 lines before this one are missing (disk full)".
+[[nodiscard]] std::string missingText(const JournalLine& line);
+/// The same as `questionText` for a question of canonicalizeViewPath.
 [[nodiscard]] std::string viewPathQuestionText(const std::string& path, const std::string& cwd,
                                                const std::vector<std::string>& vobTags);
 

@@ -93,14 +93,21 @@ bool isThere(const std::string& path) {
     return stat.read(path, /*unused=*/0);
 }
 
-/// By the text of the paths: links aren't followed.
+/// Whether there is one file at both paths, such as a share and a drive of it.
+bool isSameFile(const std::string& a, const std::string& b) {
+    FileStat first;
+    FileStat second;
+    return first.read(a, /*unused=*/0) && second.read(b, /*unused=*/0) && first.fileIndex != 0 &&
+           first.fileIndex == second.fileIndex && first.device == second.device;
+}
+
 bool isSamePath(const std::string& a, const std::string& b) {
     const auto completed = [](const std::string& path) {
         std::error_code failure;  // then the path is empty
         const auto whole = std::filesystem::absolute(toWide(path), failure).lexically_normal();
         return whole.empty() ? path : toUtf8(whole.native());
     };
-    return comparePaths(completed(a), completed(b)) == 0;
+    return comparePaths(completed(a), completed(b)) == 0 || isSameFile(a, b);
 }
 
 void writeFile(const std::string& file, const std::string& text, bool replace) {

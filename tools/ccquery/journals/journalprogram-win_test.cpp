@@ -12,6 +12,7 @@
 #include "testing/journaltext.h"
 #include "testing/processes/childprocess-win.h"
 #include "testing/providers/nodrivestest-win.h"
+#include "testing/scopes/directorylink-win.h"
 #include "testing/scopes/tempfolder.h"
 #include "testing/utf8path.h"
 #include "tools/shared/report.h"
@@ -99,6 +100,15 @@ TEST_F(JournalProgramTest, AJournalIsNeverReplaced) {
     expectRun(run({"record", "j", "--output", "o", "--drives", "./O", "--force"}), 2, "",
               "ccquery: --output and --drives both name 'o'; name two files\n");
     EXPECT_EQ(contentOf("j"), connectLine());
+}
+
+TEST_F(JournalProgramTest, AJournalIsNeverReplacedByAnotherPathOfIt) {
+    create_directory(mFolder.path() / "folder");
+    mFolder.write("folder/j", connectLine());
+    const DirectoryLink link(mFolder, "link", "folder");
+    expectRun(run({"record", "folder\\j", "--output", "link\\j", "--force"}), 2, "",
+              "ccquery: 'link\\j' is a journal that is read; name another file\n");
+    EXPECT_EQ(contentOf("folder/j"), connectLine());
 }
 
 TEST_F(JournalProgramTest, VerifyMayAskThroughAJournalThatIsTheOneItReads) {

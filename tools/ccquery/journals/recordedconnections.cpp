@@ -1,6 +1,17 @@
 #include "tools/ccquery/journals/recordedconnections.h"
 
 namespace ccquery {
+namespace {
+
+void clearMessages(ClearCaseConnection& connection) {
+    try {
+        connection.clearMessages();
+    } catch (...) {
+        // It was compared where the journal asks it.
+    }
+}
+
+}  // namespace
 
 void RecordedConnections::setViewRoot(const std::optional<std::string>& value) {
     if (!mViewRoot || *mViewRoot != value) {
@@ -44,7 +55,7 @@ ClearCaseConnection& RecordedConnections::of(const JournalLine& line) {
         recorded.connection = mConnect();
         recorded.use = mUsed.insert(mUsed.begin(), number);
         if (recorded.isCleared) {
-            recorded.connection->clearMessages();
+            clearMessages(*recorded.connection);
         }
     }
     recorded.isCleared = recorded.isCleared || line.operation == Operation::clearMessages;

@@ -7,6 +7,7 @@
 
 #include "clearcase/viewpaths.h"
 #include "tools/ccdrives/drivelist.h"
+#include "tools/ccquery/explainviewpath.h"
 #include "tools/ccquery/journals/askagain.h"
 #include "util/pathfun.h"
 #include "util/stringutilities.h"
@@ -43,14 +44,11 @@ std::string driveList(const RecordedDrives& drives, std::vector<std::string>& pr
 }
 
 bool stopsHost(const std::string& cwd, const std::string& path,
-               const std::vector<std::string>& vobTags, const TextMap& views) {
-    // The rules of the contract.
-    const bool isOnDrive = !path.empty() && isPathSeparator(path[0]);
-    const std::string absolute = isOnDrive ? cwd.substr(0, 2) + path : joinPath(cwd, path, '/');
-    if (!isAbsolutePath(absolute, windowsPaths)) {
-        return true;
-    }
-    return views.count("") != 0 && std::count(vobTags.begin(), vobTags.end(), "") != 0;
+               const std::vector<std::string>& vobTags, const RecordedDrives& drives) {
+    const Explain explain = viewPathExplainer(
+        {.mvfsRoot = drives.mvfsRoot, .viewDrives = drives.views, .cwd = cwd, .tags = vobTags});
+    const Json noAnswer{{"canonical", nullptr}};
+    return explain(path, noAnswer).record.at("canonical").is_null();
 }
 
 size_t RecordedPaths::Hash::operator()(size_t index) const {
@@ -118,7 +116,7 @@ void RecordedPaths::check() const {
     const DriveMap map{drives.mvfsRoot, drives.views, DriveLetters(drives.views)};
     RootCache cache;
     for (const Question& question : mQuestions) {
-        if (stopsHost(question.cwd, question.path, question.vobTags, drives.views)) {
+        if (stopsHost(question.cwd, question.path, question.vobTags, drives)) {
             announce(question, question.place,
                      "the path can't be made absolute, which would stop the host of a fake; it is "
                      "left out");

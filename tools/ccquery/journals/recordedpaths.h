@@ -26,10 +26,10 @@ struct RecordedDrives {
 [[nodiscard]] std::string driveList(const RecordedDrives& drives,
                                     std::vector<std::string>& problems);
 
-/// Returns whether the question would stop a host of the fake: the path can't be made absolute, or
-/// the host names a view that is connected without a drive letter.
+/// Returns whether the question would stop a host of the fake with these drives: the path can't be
+/// made absolute, or would move to a view that is connected without a drive.
 [[nodiscard]] bool stopsHost(const std::string& cwd, const std::string& path,
-                             const std::vector<std::string>& vobTags, const TextMap& views);
+                             const std::vector<std::string>& vobTags, const RecordedDrives& drives);
 
 class RecordedPaths {
 public:

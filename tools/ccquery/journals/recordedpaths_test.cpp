@@ -1,5 +1,7 @@
 #include "tools/ccquery/journals/recordedpaths.h"
 
+#include <algorithm>
+
 #include <gtest/gtest.h>
 
 #include "testing/recordcommandtest.h"
@@ -51,9 +53,36 @@ TEST_F(RecordedPathsTest, AViewPathThatIsAskedTwiceHasOneAnswer) {
 }
 
 TEST_F(RecordedPathsTest, AViewWithoutADriveStopsTheHostOnlyIfATagNamesIt) {
-    EXPECT_TRUE(stopsHost("C:", "M:/t", {""}, {{"", "t"}}));
-    EXPECT_FALSE(stopsHost("C:", "M:/t", {"X:"}, {{"", "t"}}));
-    EXPECT_FALSE(stopsHost("C:", "M:/t", {""}, {{"X:", "t"}}));
+    const auto stops = [](const std::string& path, const std::string& tag,
+                          const std::string& drive) {
+        return stopsHost("C:", path, {tag}, {.mvfsRoot = "M:", .views = {{drive, "t"}}});
+    };
+    EXPECT_TRUE(stops("M:/t", "", ""));
+    EXPECT_FALSE(stops("M:/u", "", ""));
+    EXPECT_FALSE(stops("M:/t", "X:", ""));
+    EXPECT_FALSE(stops("M:/t", "", "X:"));
+    EXPECT_FALSE(stops("M:/t", "X:", "X:"));
+}
+
+TEST_F(RecordedPathsTest, AViewOnWhatIsNoDriveStopsTheHostLikeOneWithoutADrive) {
+    for (const char* drive : {"X", "PQ"}) {
+        const RecordedDrives drives{.mvfsRoot = "M:", .views = {{drive, "tag"}}};
+        const std::vector<std::string> tags = {drive};
+        EXPECT_TRUE(stopsHost("C:\\", "M:\\tag\\a", tags, drives)) << drive;
+        EXPECT_FALSE(stopsHost("C:\\", "C:\\a", tags, drives)) << drive;
+        const std::string name = '"' + std::string(drive) + '"';
+        EXPECT_EQ(run(journalLine("getMvfsDrives", R"({"drives":[]})",
+                                  R"({"text":"M:","drives":[[)" + name + R"(,"tag"]]})") +
+                      journalLine("canonicalizeViewPath",
+                                  R"({"cwd":"C:\\","path":"M:\\tag\\a","vobTags":[)" + name + "]}",
+                                  R"({"text":"x"})")),
+                  exitComplaints);
+        const auto stops = [](const std::string& complaint) {
+            return complaint.ends_with("would stop the host of a fake; it is left out");
+        };
+        EXPECT_EQ(std::count_if(mComplaints.begin(), mComplaints.end(), stops), 1) << drive;
+        mComplaints.clear();
+    }
 }
 
 TEST_F(RecordedPathsTest, DrivesAreAListForTheProvider) {

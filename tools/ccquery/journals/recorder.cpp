@@ -1,6 +1,7 @@
 #include "tools/ccquery/journals/recorder.h"
 
 #include "clearcase/fakeanswers.h"
+#include "tools/ccquery/journals/askagain.h"
 #include "tools/shared/report.h"
 #include "util/pathfun.h"
 
@@ -66,9 +67,7 @@ void Recorder::takeAnswer(const JournalLine& line, const JournalPlace& place) {
             mConnections.erase({line.process, line.connection});
             break;
         case Operation::lost:
-            announce(line, place,
-                     std::to_string(line.result.lines) + " lines before this one are missing (" +
-                         *line.result.error + ")");
+            announce(line, place, missingText(line));
             break;
         case Operation::getElementStatus:
             mStatus.add(line, place, viewRootOf(line));

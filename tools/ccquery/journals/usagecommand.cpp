@@ -32,6 +32,12 @@ public:
 
     void take(const JournalLine& line, const JournalPlace& place) override {
         mHasLines = true;
+        if (line.operation == Operation::lost) {
+            mMissing += line.result.lines;
+            mMessages.add("lines that report missing lines", placeText(mJournals, place) + ": " +
+                                                                 missingText(line) +
+                                                                 "; what they asked isn't counted");
+        }
         if (!mAsked.take(line)) {
             mMessages.add("paths that aren't absolute",
                           placeText(mJournals, place) + ": " + questionText(line) +
@@ -47,12 +53,15 @@ public:
 
     void finish() { mMessages.finish(); }
     bool hasLines() const { return mHasLines; }
+    /// How many lines the journals lack.
+    uint64_t missing() const { return mMissing; }
     const AskedPaths& asked() const { return mAsked; }
 
 private:
     const std::vector<std::string>& mJournals;
     LimitedMessages mMessages;
     AskedPaths mAsked;
+    uint64_t mMissing = 0;
     bool mHasLines = false;
 };
 
@@ -147,7 +156,7 @@ private:
 
 std::string times(uint64_t count) { return count == 1 ? "once" : std::to_string(count) + " times"; }
 
-void printText(const Usage& usage, const UsageSurroundings& surroundings) {
+void printText(const Usage& usage, uint64_t missing, const UsageSurroundings& surroundings) {
     const auto place = [&](size_t number) {
         return surroundings.configurationFile + ':' + std::to_string(number) + ": ";
     };
@@ -167,10 +176,11 @@ void printText(const Usage& usage, const UsageSurroundings& surroundings) {
     surroundings.print(std::to_string(usage.unused().size()) + " of " +
                        std::to_string(usage.lineCount()) + " lines never used, " +
                        std::to_string(usage.unanswered().size()) + " of " +
-                       std::to_string(usage.pathCount()) + " paths without an answer\n");
+                       std::to_string(usage.pathCount()) + " paths without an answer" +
+                       (missing == 0 ? "" : ", " + std::to_string(missing) + " missing") + '\n');
 }
 
-void printJson(const Usage& usage, const UsageSurroundings& surroundings) {
+void printJson(const Usage& usage, uint64_t missing, const UsageSurroundings& surroundings) {
     for (const auto& [number, text] : usage.unused()) {
         surroundings.print(jsonLine({{"line", number}, {"text", journalJson(text)}}));
     }
@@ -190,6 +200,7 @@ void printJson(const Usage& usage, const UsageSurroundings& surroundings) {
     summary["neverUsed"] = usage.unused().size();
     summary["paths"] = usage.pathCount();
     summary["withoutAnswer"] = usage.unanswered().size();
+    summary["missing"] = missing;
     surroundings.print(jsonLine({{"summary", summary}}));
 }
 
@@ -204,9 +215,9 @@ ExitCode usage(const Query& query, const UsageSurroundings& surroundings) {
     }
     const Usage found(visitor.asked(), surroundings);
     if (query.json) {
-        printJson(found, surroundings);
+        printJson(found, visitor.missing(), surroundings);
     } else {
-        printText(found, surroundings);
+        printText(found, visitor.missing(), surroundings);
     }
     const bool isClean = found.unused().empty() && found.unanswered().empty();
     return isClean ? exitAnswered : exitComplaints;

@@ -121,6 +121,21 @@ TEST_F(UsageCommandTest, WhatIsNoQuestionAboutALineUsesNone) {
                 "1 of 1 lines never used, 0 of 0 paths without an answer\n");
 }
 
+TEST_F(UsageCommandTest, MissingLinesAreReportedAndCounted) {
+    mConfiguration = "[attrs]\nC:\\a=*version\n";
+    const std::string journal = journalLine("lost", "{}", R"({"lines":3,"error":"disk full"})") +
+                                asked("C:\\a") +
+                                journalLine("lost", "{}", R"({"lines":2,"error":"disk full"})");
+    EXPECT_EQ(run(journal), exitAnswered);
+    const std::string end =
+        " lines before this one are missing (disk full); what they asked isn't counted";
+    EXPECT_EQ(mComplaints, (Texts{"j:1: 3" + end, "j:3: 2" + end}));
+    EXPECT_EQ(mPrinted, "0 of 1 lines never used, 0 of 1 paths without an answer, 5 missing\n");
+    mQuery.json = true;
+    EXPECT_EQ(run(journal), exitAnswered);
+    EXPECT_TRUE(mPrinted.ends_with(",\"missing\":5}}\n")) << mPrinted;
+}
+
 TEST_F(UsageCommandTest, APathThatIsNotAbsoluteIsReported) {
     EXPECT_EQ(run(asked("a") + statusLine("null", 4, R"("")") + "x\n"), exitAnswered);
     const std::string end = ": a path that isn't absolute stops the host of a fake; it is left out";
@@ -145,7 +160,8 @@ TEST_F(UsageCommandTest, JsonHasAnObjectALine) {
         R"({"question":"C:\\src\\A","count":1,"near":[{"line":2,"text":)" + text + R"(,"why":")";
     EXPECT_TRUE(mPrinted.starts_with(beginning)) << mPrinted;
     EXPECT_TRUE(mPrinted.ends_with(
-        "\"}]}\n{\"summary\":{\"lines\":1,\"neverUsed\":1,\"paths\":1,\"withoutAnswer\":1}}\n"))
+        "\"}]}\n{\"summary\":{\"lines\":1,\"neverUsed\":1,\"paths\":1,\"withoutAnswer\":1,"
+        "\"missing\":0}}\n"))
         << mPrinted;
 }
 

@@ -50,11 +50,9 @@ public:
                 break;
             case Operation::lost:
                 mLost += line.result.lines;
-                mMessages.add("lines that report missing lines",
-                              placeText(mQuery.journals, place) + ": " +
-                                  std::to_string(line.result.lines) +
-                                  " lines before this one are missing (" + *line.result.error +
-                                  "); they can't be asked");
+                mMessages.add("lines that report missing lines", placeText(mQuery.journals, place) +
+                                                                     ": " + missingText(line) +
+                                                                     "; they can't be asked");
                 break;
             default:
                 ask(line, place);
@@ -118,11 +116,21 @@ private:
         if (line.operation != Operation::canonicalizeViewPath) {
             return false;
         }
-        TextMap views;
-        if (contains(arguments.vobTags, "")) {
-            static_cast<void>(connection.getMvfsDrives(views));
+        // Without tags nothing moves, whatever the drives are.
+        const RecordedDrives drives =
+            arguments.vobTags.empty() ? RecordedDrives() : drivesOf(connection);
+        return stopsHost(*arguments.cwd, *arguments.path, arguments.vobTags, drives);
+    }
+
+    /// Returns none for a library that throws, which isn't a fake: it may answer nevertheless.
+    static RecordedDrives drivesOf(ClearCaseConnection& connection) {
+        RecordedDrives drives;
+        try {
+            drives.mvfsRoot = connection.getMvfsDrives(drives.views);
+            return drives;
+        } catch (...) {
+            return {};
         }
-        return stopsHost(*arguments.cwd, *arguments.path, arguments.vobTags, views);
     }
 
     std::string textDifference(const JournalLine& line, const JournalPlace& place,

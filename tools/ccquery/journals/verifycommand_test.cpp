@@ -24,6 +24,8 @@ public:
     using PortableFake::PortableFake;
     std::string getOutput() override { throw std::logic_error("broken"); }
     std::string getError() override { throw 5; }
+    void clearMessages() override { throw std::logic_error("broken"); }
+    std::string getMvfsDrives(TextMap& /*drives*/) override { throw std::logic_error("broken"); }
 };
 
 /// Has sessions, and a connection that can be killed.
@@ -242,6 +244,36 @@ TEST_F(VerifyCommandTest, AnEmptyTagOfAViewWithoutADriveIsNotAsked) {
     mWorld.views = {{"", "t"}};
     EXPECT_EQ(run(journal), exitNoAnswer);
     EXPECT_EQ(mComplaints.size(), 2U);
+}
+
+TEST_F(VerifyCommandTest, AViewOnWhatIsNoDriveIsNotAsked) {
+    mWorld.mvfsRoot = "M:";
+    mWorld.views = {{"X", "t"}};
+    EXPECT_EQ(run(journalLine("canonicalizeViewPath",
+                              R"({"cwd":"C:\\","path":"M:\\t\\a","vobTags":["X"]})",
+                              R"({"text":"M:/t/a"})")),
+              exitNoAnswer);
+    EXPECT_EQ(mComplaints.size(), 2U);
+}
+
+TEST_F(VerifyCommandTest, ALibraryThatThrowsWhereItSaysItsDrivesIsAskedNevertheless) {
+    mThrows = true;
+    expectEqual(journalLine("canonicalizeViewPath", R"({"cwd":"C:\\","path":"a","vobTags":[""]})",
+                            R"({"text":"C:/a"})"),
+                "1 asked, 0 different");
+}
+
+TEST_F(VerifyCommandTest, AConnectionThatIsMadeAgainMayThrowWhereItsMessagesAreCleared) {
+    mThrows = true;
+    std::string journal =
+        journalLine("clearMessages", "{}", R"(!{"type":"std::logic_error","what":"broken"})");
+    const int others = static_cast<int>(RecordedConnections::limit);
+    for (int process = 2; process < others + 2; ++process) {
+        journal += journalLine("isReady", "{}", R"({"ready":true})", process);
+    }
+    journal += journalLine("isReady", "{}", R"({"ready":true})");
+    expectEqual(journal, std::to_string(others + 2) + " asked, 0 different");
+    EXPECT_EQ(mConnections, others + 2);
 }
 
 TEST_F(VerifyCommandTest, EachConnectionHasItsViewRoot) {
