@@ -16,9 +16,8 @@ function(nbcc_host_header folder package target)
     if(NOT TARGET ${target})
         set(advice "run scripts/install-dependencies")
         if(NOT PROJECT_IS_TOP_LEVEL)
-            set(advice "install it (on Debian 12 libboost1.81-dev, on newer ones libboost-dev), or name its "
-                "folder by CMAKE_PREFIX_PATH")
-            string(CONCAT advice ${advice})
+            string(CONCAT advice "install it (on Debian 12 libboost1.81-dev, on newer ones libboost-dev), or "
+                "name its folder by CMAKE_PREFIX_PATH")
         endif()
         message(FATAL_ERROR "nbclearcase_fake needs the package ${package} ${ARGN}, which is missing: ${advice}")
     endif()

@@ -5,6 +5,10 @@
 # that machine's C library are there as well, so Boost's own folder is linked into one of the build.
 set(nbclearcase_fake_problem "")
 set(nbclearcase_fake_hints "")
+set(nbclearcase_fake_is_given FALSE)
+if(NBCLEARCASE_BOOST_INCLUDE_DIR)
+    set(nbclearcase_fake_is_given TRUE)
+endif()
 if(TARGET Boost::headers)
     get_target_property(nbclearcase_fake_hints Boost::headers INTERFACE_INCLUDE_DIRECTORIES)
 endif()
@@ -29,6 +33,10 @@ string(REGEX REPLACE ".*#define BOOST_VERSION ([0-9]+).*" "\\1" nbclearcase_fake
     "${nbclearcase_fake_version}")
 if(nbclearcase_fake_version LESS 108100)
     set(nbclearcase_fake_problem "${nbclearcase_fake_header} is older (BOOST_VERSION ${nbclearcase_fake_version})")
+    if(NOT nbclearcase_fake_is_given)
+        # The next run looks again: there may be newer ones then.
+        unset(NBCLEARCASE_BOOST_INCLUDE_DIR CACHE)
+    endif()
     return()
 endif()
 if(CMAKE_CROSSCOMPILING AND EXISTS "${nbclearcase_fake_boost}/stdlib.h")
