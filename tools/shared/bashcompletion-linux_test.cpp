@@ -131,6 +131,16 @@ TEST_F(BashTest, ThePathOfADriveIsCompletedAsAWhole) {
                      "/ -o filenames -o nospace", " -o filenames"}));
 }
 
+TEST_F(BashTest, AFolderWithCharactersThatBashQuotesIsGoneInto) {
+    const auto folder = mFolder.path() / "C:" / "Program Files (x86)" / "R&D";
+    create_directories(folder / "end");
+    EXPECT_EQ(mBash.argumentsOf({"prog folder C:/Pro\tR\te\t", "prog folder C:\\Pro\tR\te\t"}),
+              (Texts{"<folder><C:/Program Files (x86)/R&D/end/>",
+                     "<folder><C:/Program Files (x86)/R&D/end/>"}));
+    EXPECT_EQ(reply("prog folder 'C:/Program Files (x86)/R&D/e"),
+              "C:/Program Files (x86)/R&D/end -o filenames");
+}
+
 TEST_F(BashTest, TheCompletedLineRuns) {
     create_directories(mFolder.path() / "C:" / "a folder");
     create_directory(mFolder.path() / "a folder");

@@ -65,7 +65,10 @@ _PROGRAM_path() {
         return 0
     fi
     # Bash doesn't see the whole path, or has taken it apart at the colon.
-    value=${value//\\ / } text=${text//\\ / }
+    local quoted
+    for quoted in ' ' '(' ')' '&'; do
+        value=${value//"\\$quoted"/"$quoted"} text=${text//"\\$quoted"/"$quoted"}
+    done
     value=${value//\\/\/} text=${text//\\/\/}
     local kind=-f kept=${value%"$text"} name reply
     [[ $1 != '<folder>' ]] || kind=-d
