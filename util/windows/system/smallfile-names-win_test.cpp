@@ -1,12 +1,10 @@
 // New names, and renaming and removing with further tries.
 
-#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <set>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -325,32 +323,39 @@ TEST(RenameRetryingTest, AFileGetsItsNewName) {
     EXPECT_TRUE(System::exists(folder.utf8("b")));
 }
 
-/// Ends the child after about a second, which releases what it holds.
-std::jthread endSoon(FileChild& child) {
-    return std::jthread([&child] {
-        std::this_thread::sleep_for(std::chrono::seconds(1));
-        // The tests find out from the file whether the child held it.
-        static_cast<void>(child.end());
-    });
-}
+/// Ends the child at the first pause between two tries, which releases what it holds.
+class [[nodiscard]] EndAtPause {
+public:
+    explicit EndAtPause(FileChild& child) : mSleep("SleepEx", end) { sChild = &child; }
 
-TEST(RenameRetryingTest, AFileThatAnotherProcessHoldsForASecondIsRenamedThen) {
+private:
+    static DWORD WINAPI end(DWORD, BOOL) {
+        // The tests find out from the file whether the child held it.
+        static_cast<void>(sChild->end());
+        return 0;
+    }
+
+    static inline FileChild* sChild = nullptr;
+    ReplacedCall<decltype(SleepEx)> mSleep;
+};
+
+TEST(RenameRetryingTest, AFileThatAnotherProcessHoldsForAWhileIsRenamedThen) {
     const TempFolder folder;
     const std::string path = folder.write("a", "text");
     FileChild child("hold", {path, "0"});
     ASSERT_FALSE(System::rename(path, folder.utf8("b"), false));
-    const std::jthread end = endSoon(child);
+    const EndAtPause end(child);
     EXPECT_TRUE(renameRetrying(path, folder.utf8("b")));
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_SHARING_VIOLATION));
     EXPECT_TRUE(System::exists(folder.utf8("b")));
 }
 
-TEST(RemoveRetryingTest, AFileThatAnotherProcessHoldsForASecondIsRemovedThen) {
+TEST(RemoveRetryingTest, AFileThatAnotherProcessHoldsForAWhileIsRemovedThen) {
     const TempFolder folder;
     const std::string path = folder.write("a", "text");
     FileChild child("hold", {path, "0"});
     ASSERT_EQ(System::remove(path, false), callFailed);
-    const std::jthread end = endSoon(child);
+    const EndAtPause end(child);
     EXPECT_TRUE(removeRetrying(path, false));
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_SHARING_VIOLATION));
     EXPECT_FALSE(System::exists(path));
