@@ -68,17 +68,27 @@ void RecordedVobs::add(const JournalLine& line, const JournalPlace& place) {
     }
 }
 
-std::string RecordedVobs::makeLines() const {
-    for (const Probe& probe : mProbes) {
-        std::string lines;
-        bool isWhole = true;
-        for (const VobRecord& vob : probe.added) {
-            const std::string tag = tagOfFolder(probe.root, vob.tag);
-            isWhole = isWhole && !tag.empty();
-            lines += tag + (vob.state == vobReadOnly ? "=ro\n" : "=\n");
+std::optional<std::string> RecordedVobs::linesOf(const Probe& probe) {
+    std::string lines;
+    for (const VobRecord& vob : probe.added) {
+        const std::string tag = tagOfFolder(probe.root, vob.tag);
+        if (tag.empty()) {
+            return std::nullopt;
         }
-        if (isWhole) {
-            return lines;
+        lines += tag + (vob.state == vobReadOnly ? "=ro\n" : "=\n");
+    }
+    return lines;
+}
+
+std::string RecordedVobs::makeLines() const {
+    // Only a root without a separator at its end shows whether the tags begin with one.
+    for (const bool endsInSeparator : {false, true}) {
+        for (const Probe& probe : mProbes) {
+            const bool ends = !probe.root.empty() && isPathSeparator(probe.root.back());
+            const auto lines = ends == endsInSeparator ? linesOf(probe) : std::nullopt;
+            if (lines) {
+                return *lines;
+            }
         }
     }
     return {};

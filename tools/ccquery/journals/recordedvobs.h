@@ -3,6 +3,7 @@
 // What hosts have asked about VOBs.
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -24,7 +25,7 @@ public:
     RecordedVobs& operator=(const RecordedVobs&) = delete;
 
     /// Takes a line of `probeVobs` that has a result. The first line whose folders can be those of
-    /// VOBs decides which VOBs there are.
+    /// VOBs decides which VOBs there are. Lines whose root ends in a separator come last.
     void add(const JournalLine& line, const JournalPlace& place);
 
     /// Returns a line for each VOB, with its line end.
@@ -41,6 +42,8 @@ private:
         std::vector<VobRecord> added;  ///< by the probe
     };
 
+    /// Returns the lines of the probe's VOBs, or nothing if a configuration can't have one.
+    [[nodiscard]] static std::optional<std::string> linesOf(const Probe& probe);
     void announce(const JournalPlace& place, const std::string& root, const std::string& problem,
                   bool isNote = false) const;
 

@@ -52,6 +52,28 @@ TEST_F(RecordedVobsTest, ProbesThatNoConfigurationFitsAreAnnounced) {
     }
 }
 
+TEST_F(RecordedVobsTest, ARootWithoutASeparatorAtItsEndShowsHowTheTagsBegin) {
+    const auto probe = [](const std::string& root, const std::string& folder) {
+        return journalLine("probeVobs", R"({"root":")" + root + R"(","results":[]})",
+                           R"({"results":[{"tag":")" + folder + R"(","state":0}]})");
+    };
+    const std::string onDrive = probe(R"(C:\\r\\)", "C:/r/vob");
+    for (const std::string& journal :
+         {onDrive + probe(R"(C:\\x)", "C:/x/vob"), probe(R"(C:\\x)", "C:/x/vob") + onDrive}) {
+        mPrinted.clear();
+        mComplaints.clear();
+        EXPECT_EQ(run(journal), exitAnswered);
+        EXPECT_EQ(mPrinted, beginning + "[vobs]\n\\vob=\n");
+        EXPECT_EQ(mComplaints.size(), 1U) << "which VOBs can be written";
+    }
+    mPrinted.clear();
+    EXPECT_EQ(run(onDrive + probe(R"(C:\\x)", "C:/xvob")), exitAnswered);
+    EXPECT_EQ(mPrinted, beginning + "[vobs]\nvob=\n");
+    mPrinted.clear();
+    EXPECT_EQ(run(onDrive), exitAnswered);
+    EXPECT_EQ(mPrinted, beginning + "[vobs]\nvob=\n");
+}
+
 TEST_F(RecordedVobsTest, ATagIsFoundForEachFormOfARoot) {
     EXPECT_EQ(tagOfFolder("c:\\vobs", "C:/vobs/a"), "\\a");
     EXPECT_EQ(tagOfFolder("\\\\srv\\sh", "/srv/sh/a"), "\\a");
