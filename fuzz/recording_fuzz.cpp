@@ -96,7 +96,8 @@ void addViewPath(size_t host, const std::string& text, RecordedHosts& hosts) {
     std::vector<std::string> parts;
     split(text, parts, "|");
     parts.resize(3);
-    if (stopsHost(parts[0], parts[1], {parts[2]}, hosts.world.views)) {
+    if (stopsHost(parts[0], parts[1], {parts[2]},
+                  {.mvfsRoot = hosts.world.mvfsRoot, .views = hosts.world.views})) {
         return;
     }
     JournalLine line{.operation = Operation::canonicalizeViewPath};

@@ -23,7 +23,7 @@ struct Closer {
 
 /// Returns the path as Windows takes it at any length.
 std::wstring openablePath(const std::string& file) {
-    const std::wstring full = toWide(tools::fullPath(file));
+    std::wstring full = toWide(tools::fullPath(file));
     if (full.size() < MAX_PATH || full.starts_with(L"\\\\?\\")) {
         return full;
     }
