@@ -141,7 +141,7 @@ std::optional<std::string> connectionLine(const DriveConnection& connection) {
             return line;
         }
     } catch (const DriveListError&) {
-        // The texts have bars or line ends.
+        // The texts have bars or line ends, or are no UTF-8.
     }
     return std::nullopt;
 }

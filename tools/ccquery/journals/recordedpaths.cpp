@@ -1,6 +1,5 @@
 #include "tools/ccquery/journals/recordedpaths.h"
 
-#include <algorithm>
 #include <sstream>
 
 #include <boost/container_hash/hash.hpp>
@@ -9,7 +8,6 @@
 #include "tools/ccdrives/drivelist.h"
 #include "tools/ccquery/explainviewpath.h"
 #include "tools/ccquery/journals/askagain.h"
-#include "util/pathfun.h"
 #include "util/stringutilities.h"
 
 namespace ccquery {

@@ -27,7 +27,7 @@ struct RecordedDrives {
                                     std::vector<std::string>& problems);
 
 /// Returns whether the question would stop a host of the fake with these drives: the path can't be
-/// made absolute, or would move to a view that is connected without a drive.
+/// made absolute, or would move to a view that isn't on a drive.
 [[nodiscard]] bool stopsHost(const std::string& cwd, const std::string& path,
                              const std::vector<std::string>& vobTags, const RecordedDrives& drives);
 

@@ -291,8 +291,8 @@ TEST(SystemRemoveTreeLoadTest, TheRemovalOfATreeThatKeepsGrowingEndsAndSaysWhyIt
         EXPECT_FALSE(System::removeTree(root, message, false, false, true));
         EXPECT_NE(message, "");
     }
-    // The thread that runs the child may open and close some meanwhile.
-    EXPECT_LT(handleCount(), before + removals) << "searches stay open";
+    // The thread that runs the child may open and close a few meanwhile.
+    EXPECT_LT(handleCount(), before + removals / 2) << "searches stay open";
     EXPECT_TRUE(child.end());
 }
 
